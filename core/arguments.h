@@ -1,0 +1,23 @@
+// The argument words of one command.
+#pragma once
+
+#include <cstdint>
+#include <deque>
+#include <string>
+
+#include "core/command_options.h"
+#include "terminal/result_code.h"
+
+namespace flowscope {
+
+// Argument words that a command has not taken yet, in their order.
+using ArgumentWords = std::deque<std::string>;
+
+// Removes the option words from words and collects their letters in options. Answers ResultOptionError when more
+// than maximum words remain or a letter outside allowed was given, else ResultOk. Too few words are no error.
+ResultCode checkArguments(ArgumentWords& words, Options& options, std::uint32_t maximum, Options allowed);
+
+// Moves the next word into text. False, and text unchanged, when there is none.
+bool nextArgument(ArgumentWords& words, std::string& text);
+
+}  // namespace flowscope

@@ -1,0 +1,56 @@
+// The shell of this program.
+#pragma once
+
+#include <memory>
+#include <string>
+#include <vector>
+
+#include "core/flowscope_patcher.h"
+#include "core/stat_base.h"
+#include "kstd.h"
+#include "traffic/flowscope_port_midi.h"
+#include "traffic/traffic_shell.h"
+
+namespace flowscope {
+
+// Walks the streams of a device and shows their traffic. Commands that it does not override are accepted and do
+// nothing.
+class FlowScope : public StatBase, public TrafficShell {
+ public:
+  FlowScope(EvtSrv::EventPortManager& manager, bool quiet, ShellIo& io);
+
+  // Waits until the input thread has left its last command.
+  ~FlowScope() override;
+
+  ResultCode onCd(const char* path) override;
+  ResultCode onCat(Options options, const char* pattern) override;
+  // Draws the prompt and the line again.
+  ResultCode onTab(const char* word, const char* argument) override;
+  ResultCode onExit() override;
+  ResultCode onEnd() override;
+  ResultCode onTerminate() override;
+  // Shows the manual page with the system's viewer, and answers ResultOk whatever that did.
+  ResultCode onHelp() override;
+
+  // Makes the patcher and builds the topology tree from it. To be called once, before the first command. Blocks until
+  // the service has answered.
+  virtual void init(EvtSrv::EventPortManager& manager);
+
+  ConsoleOutput& output() override { return StatBase::output(); }
+  TopologyNode& tree() override { return topologyTree(); }
+  PathComponents& currentPath() override { return currentPath_; }
+  void pathChanged() override { setPath(currentPath_); }
+  FlowScopePortMIDI& monitor() override { return monitor_; }
+  std::vector<std::string>& attached() override { return attached_; }
+  KSTD::KThreadMutex& attachMutex() override { return attachMutex_; }
+  StrmSrv::Patcher* patcher() override { return patcher_.get(); }
+
+ private:
+  std::vector<std::string> attached_;
+  KSTD::KThreadMutex attachMutex_;
+  std::unique_ptr<FlowScopePatcher> patcher_;
+  FlowScopePortMIDI monitor_;
+  PathComponents currentPath_;
+};
+
+}  // namespace flowscope

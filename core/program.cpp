@@ -1,0 +1,83 @@
+#include "core/program.h"
+
+#include <cstdio>
+#include <memory>
+#include <optional>
+#include <string_view>
+#include <vector>
+
+#include "core/flowscope_shell.h"
+#include "core/line_executor.h"
+#include "evtsrv.h"
+#include "terminal/terminal_signals.h"
+#include "traffic/traffic_output.h"
+
+namespace flowscope {
+
+namespace {
+
+constexpr int TurnMilliseconds = 100;
+
+// The tool may reach a service on another machine.
+constexpr auto ConnectionBehaviour = EvtSrv::ConBehave_Default & ~EvtSrv::ConBehave_DisableOverNetwork;
+
+// Quiet shells live until the process ends: their destructors would have nothing to restore.
+FlowScope& newQuietShell(EvtSrv::EventPortManager& manager, ShellIo& io) {
+  static auto& shells = *new std::vector<std::unique_ptr<FlowScope>>;
+  auto& shell = *shells.emplace_back(std::make_unique<FlowScope>(manager, true, io));
+  shell.init(manager);
+  shell.output().setQuiet(true);
+  return shell;
+}
+
+enum class Option : char { Line, Script };
+
+std::optional<Option> optionOf(std::string_view word) {
+  if (word == "-c") return Option::Line;
+  if (word == "-f") return Option::Script;
+  return std::nullopt;
+}
+
+// True when at least one option was run.
+bool runOptions(EvtSrv::EventPortManager& manager, std::span<const char* const> words, ShellIo& io) {
+  bool ran = false;
+  for (std::size_t index = 0; index < words.size(); ++index) {
+    const auto option = optionOf(words[index]);
+    if (!option) continue;
+    ran = true;
+    FlowScope& shell = newQuietShell(manager, io);
+    if (++index == words.size()) {
+      shell.output().reportResult(ResultBadArgument);
+    } else if (*option == Option::Line) {
+      runLine(shell, words[index], false);
+    } else {
+      runScript(shell, words[index]);
+    }
+  }
+  return ran;
+}
+
+void runInteractively(EvtSrv::EventPortManager& manager, ShellIo& io) {
+  const TerminalSignals signals(io.keys);
+  const auto shell = std::make_unique<FlowScope>(manager, false, io);
+  shell->init(manager);
+  shell->openInput();
+  while (shell->isRunning()) {
+    manager.receiveEvent(TurnMilliseconds);
+    manager.finishActiveTerm(TurnMilliseconds);
+    std::fflush(io.out);
+  }
+  shell->waitForInput();
+}
+
+}  // namespace
+
+int runProgram(std::span<const char* const> words, ShellIo& io) {
+  EvtSrv::EventPortManager manager(ConnectionBehaviour, true);
+  trafficOutput().trafficMode = TrafficOff;
+  trafficOutput().monitorTarget = EvtSrv::DebugPortName;
+  if (!runOptions(manager, words, io)) runInteractively(manager, io);
+  return 0;
+}
+
+}  // namespace flowscope

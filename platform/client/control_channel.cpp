@@ -1,0 +1,59 @@
+#include "platform/client/control_channel.h"
+
+#include <unistd.h>
+
+#include <algorithm>
+#include <utility>
+
+namespace client {
+
+bool ControlChannel::greet(const std::string& program, const Deadline& deadline) {
+  const wire::Hello hello{program.substr(0, wire::MaxNameBytes), static_cast<std::uint32_t>(getpid())};
+  const auto welcome = ask<wire::Welcome>(hello, deadline);
+  if (!welcome) return false;
+  session_ = welcome->session;
+  window_ = welcome->sendWindow;
+  return true;
+}
+
+bool ControlChannel::send(std::uint32_t eventPort, std::uint16_t group, std::span<const std::uint8_t> bytes) {
+  // Looking for news costs as much as sending, so it is done when half of the window is used up.
+  if (sent_ - taken_ >= (window_ + 1) / 2) takeIn(0);
+  for (std::uint64_t before = taken_; sent_ - taken_ >= window_; before = taken_) {
+    const Deadline deadline(AnswerTime);
+    while (taken_ == before) {
+      if (!dealer_.waitThroughSignals(deadline)) return false;
+      takeIn(0);
+    }
+  }
+  if (!dealer_.send(0, wire::Send{session_, eventPort, group, {bytes.begin(), bytes.end()}})) return false;
+  ++sent_;
+  return true;
+}
+
+std::optional<wire::Body> ControlChannel::askAnything(const wire::Body& request, const Deadline& deadline) {
+  if (++lastTag_ == 0) ++lastTag_;
+  if (!dealer_.send(lastTag_, request)) return std::nullopt;
+  do {
+    if (!dealer_.waitThroughSignals(deadline)) return std::nullopt;
+    if (auto answer = takeIn(lastTag_)) return answer;
+  } while (!deadline.passed());
+  return std::nullopt;
+}
+
+std::optional<wire::Body> ControlChannel::takeIn(std::uint32_t tag) {
+  std::optional<wire::Body> answer;
+  while (const auto message = dealer_.receive()) {
+    auto envelope = wire::decode(*message);
+    if (!envelope) continue;
+    if (const auto* taken = std::get_if<wire::Taken>(&envelope->body)) {
+      if (taken->count <= sent_) taken_ = std::max(taken_, taken->count);
+    } else if (tag != 0 && envelope->tag == tag) {
+      // Answers to questions that nobody waits for any more have older tags.
+      answer = std::move(envelope->body);
+    }
+  }
+  return answer;
+}
+
+}  // namespace client

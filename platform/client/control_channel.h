@@ -1,0 +1,54 @@
+// Requests and Send messages of one client.
+#pragma once
+
+#include <cstdint>
+#include <optional>
+#include <span>
+#include <string>
+#include <variant>
+#include <zmq.hpp>
+
+#include "platform/client/deadline.h"
+#include "platform/client/dealer.h"
+#include "platform/wire/messages.h"
+
+namespace client {
+
+// The control socket. One thread at a time; who hands it from thread to thread does so under a lock.
+class ControlChannel {
+ public:
+  // Throws zmq::error_t when there is no such address, or the context gives no socket.
+  ControlChannel(zmq::context_t& context, const std::string& address) : dealer_(context, address) {}
+
+  // Makes the service know this client. False when it has not answered in time.
+  bool greet(const std::string& program, const Deadline& deadline);
+
+  // Number of the session, 0 before a greeting was answered.
+  std::uint64_t session() const { return session_; }
+
+  // Asks, and waits for the answer: nothing when none came in time, or another than expected.
+  template <class Answer>
+  std::optional<Answer> ask(const wire::Body& request, const Deadline& deadline = Deadline(AnswerTime)) {
+    auto answer = askAnything(request, deadline);
+    if (!answer || !std::holds_alternative<Answer>(*answer)) return std::nullopt;
+    return std::get<Answer>(std::move(*answer));
+  }
+
+  // Hands over a message; not empty, and of wire::MaxMessageBytes at most. Waits only while the service is behind by
+  // the whole window. False when the service is gone, or takes nothing for two seconds.
+  bool send(std::uint32_t eventPort, std::uint16_t group, std::span<const std::uint8_t> bytes);
+
+ private:
+  std::optional<wire::Body> askAnything(const wire::Body& request, const Deadline& deadline);
+  // Takes in what stands ready; the answer with this tag when it is among it.
+  std::optional<wire::Body> takeIn(std::uint32_t tag);
+
+  Dealer dealer_;
+  std::uint64_t session_ = 0;
+  std::uint32_t lastTag_ = 0;
+  std::uint32_t window_ = 0;
+  std::uint64_t sent_ = 0;
+  std::uint64_t taken_ = 0;
+};
+
+}  // namespace client

@@ -1,0 +1,29 @@
+// The moment at which waiting ends.
+#pragma once
+
+#include <algorithm>
+#include <chrono>
+#include <limits>
+
+namespace client {
+
+// How long a service has for an answer, and how long a manager may take to come or to go.
+inline constexpr std::chrono::milliseconds AnswerTime{2000};
+
+class Deadline {
+ public:
+  explicit Deadline(std::chrono::milliseconds fromNow) : end_(std::chrono::steady_clock::now() + fromNow) {}
+
+  bool passed() const { return std::chrono::steady_clock::now() >= end_; }
+
+  // What is left, rounded up; 0 when it has passed.
+  std::chrono::milliseconds left() const {
+    const auto rest = std::chrono::ceil<std::chrono::milliseconds>(end_ - std::chrono::steady_clock::now());
+    return std::clamp(rest, std::chrono::milliseconds(0), std::chrono::milliseconds(std::numeric_limits<int>::max()));
+  }
+
+ private:
+  std::chrono::steady_clock::time_point end_;
+};
+
+}  // namespace client

@@ -1,0 +1,46 @@
+#include "platform/client/dealer.h"
+
+#include <cerrno>
+
+namespace client {
+namespace {
+
+// Above all windows together, on either side of the socket.
+constexpr int HighWaterMark = 32'768;
+
+}  // namespace
+
+Dealer::Dealer(zmq::context_t& context, const std::string& address) : socket_(context, zmq::socket_type::dealer) {
+  socket_.set(zmq::sockopt::sndhwm, HighWaterMark);
+  socket_.set(zmq::sockopt::rcvhwm, HighWaterMark);
+  // Who has something to deliver says goodbye and waits for the answer.
+  socket_.set(zmq::sockopt::linger, 0);
+  socket_.connect(address);
+}
+
+bool Dealer::send(std::span<const std::uint8_t> message) {
+  return zmq_send(socket_.handle(), message.data(), message.size(), ZMQ_DONTWAIT) >= 0;
+}
+
+std::optional<std::span<const std::uint8_t>> Dealer::receive() {
+  // Not zmq::socket_t::recv: a signal is no exception here.
+  if (zmq_msg_recv(message_.handle(), socket_.handle(), ZMQ_DONTWAIT) < 0) return std::nullopt;
+  return std::span(message_.data<const std::uint8_t>(), message_.size());
+}
+
+Dealer::Wait Dealer::wait(const Deadline& deadline) {
+  zmq_pollitem_t item{socket_.handle(), 0, ZMQ_POLLIN, 0};
+  const int ready = zmq_poll(&item, 1, deadline.left().count());
+  if (ready > 0) return Wait::Ready;
+  return ready < 0 && errno == EINTR ? Wait::Interrupted : Wait::Over;
+}
+
+bool Dealer::waitThroughSignals(const Deadline& deadline) {
+  for (;;) {
+    const Wait result = wait(deadline);
+    if (result == Wait::Ready) return true;
+    if (result == Wait::Over || deadline.passed()) return false;
+  }
+}
+
+}  // namespace client

@@ -1,0 +1,42 @@
+// One socket of a client.
+#pragma once
+
+#include <cstdint>
+#include <optional>
+#include <span>
+#include <string>
+#include <zmq.hpp>
+
+#include "platform/client/deadline.h"
+#include "platform/wire/messages.h"
+
+namespace client {
+
+// A DEALER socket connected to a service. One thread at a time; who hands it from thread to thread does so under a
+// lock.
+class Dealer {
+ public:
+  enum class Wait : std::uint8_t { Ready, Over, Interrupted };
+
+  // Throws zmq::error_t when there is no such address, or the context gives no socket.
+  Dealer(zmq::context_t& context, const std::string& address);
+
+  // Does not wait. False when the message could not be handed over. The bytes are copied.
+  bool send(std::span<const std::uint8_t> message);
+  bool send(std::uint32_t tag, const wire::Body& body) { return send(wire::encode(tag, body)); }
+
+  // The bytes of the next message, nothing when none stands ready. Valid until the next receive.
+  std::optional<std::span<const std::uint8_t>> receive();
+
+  // Waits for a message. Over: none has come in time; Interrupted: a signal came first.
+  Wait wait(const Deadline& deadline);
+
+  // The same, going on after signals. False: none has come in time.
+  bool waitThroughSignals(const Deadline& deadline);
+
+ private:
+  zmq::socket_t socket_;
+  zmq::message_t message_;
+};
+
+}  // namespace client

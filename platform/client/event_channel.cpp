@@ -1,0 +1,94 @@
+#include "platform/client/event_channel.h"
+
+#include <algorithm>
+#include <array>
+#include <cstdio>
+#include <variant>
+
+#include "evtsrv.h"
+#include "platform/client/opening.h"
+#include "platform/wire/messages.h"
+
+namespace client {
+namespace {
+
+// The service waits for word only much later (wire::MinEventWindow).
+constexpr std::uint64_t TellAfter = wire::MinEventWindow / 4;
+
+void reportLoss(std::uint64_t count) {
+  std::fprintf(stderr, "evtsrv: %llu message%s lost: this program reads too slowly\n",
+               static_cast<unsigned long long>(count), count == 1 ? "" : "s");
+}
+
+// True while it lives, also when a port throws.
+class WhileTrue {
+ public:
+  explicit WhileTrue(bool& flag) : flag_(flag) { flag_ = true; }
+  WhileTrue(const WhileTrue&) = delete;
+  WhileTrue& operator=(const WhileTrue&) = delete;
+  ~WhileTrue() { flag_ = false; }
+
+ private:
+  bool& flag_;
+};
+
+}  // namespace
+
+bool EventChannel::open(const Deadline& deadline) { return openChannel(dealer_, wire::OpenEvents{session_}, deadline); }
+
+bool EventChannel::receive(const PortRegistry& ports, const Deadline& deadline) {
+  // The entries at hand belong to the call that is under way.
+  if (dispatching_) return false;
+  if (!nextEntries() && dealer_.wait(deadline) != Dealer::Wait::Ready) return false;
+  bool delivered = false;
+  while (nextEntries()) {
+    if (const auto entry = entries_->next()) {
+      delivered |= dispatch(ports, *entry);
+    } else {
+      entriesDone();
+    }
+    if (deadline.passed()) break;
+  }
+  return delivered;
+}
+
+bool EventChannel::nextEntries() {
+  while (!entries_) {
+    const auto message = dealer_.receive();
+    if (!message) return false;
+    const auto envelope = wire::decode(*message);
+    if (!envelope) continue;
+    const auto* events = std::get_if<wire::Events>(&envelope->body);
+    if (events == nullptr) continue;
+    entries_.emplace(events->entries);
+    entryBytes_ = events->entries.size();
+  }
+  return true;
+}
+
+bool EventChannel::dispatch(const PortRegistry& ports, const wire::EventEntry& entry) {
+  if (entry.lost > 0) {
+    reportLoss(entry.lost);
+    return false;
+  }
+  // A port that has gone meanwhile wants nothing more.
+  EvtSrv::EventPort* port = ports.find(entry.eventPort);
+  const auto header = wire::readEventHeader(entry.event);
+  if (port == nullptr || !header) return false;
+  std::array<char, wire::MaxNameBytes + 1> name{};
+  std::ranges::copy(entry.port, name.begin());
+  EvtSrv::MemoryHolder data(entry.event);
+  const WhileTrue dispatching(dispatching_);
+  port->receiveMain(name.data(), header->type, &data, nullptr);
+  return true;
+}
+
+void EventChannel::entriesDone() {
+  entries_.reset();
+  consumed_ += entryBytes_;
+  if (consumed_ - consumedTold_ < TellAfter) return;
+  consumedTold_ = consumed_;
+  dealer_.send(0, wire::Consumed{session_, consumed_});
+}
+
+}  // namespace client

@@ -1,0 +1,35 @@
+// A mutex that serves those who wait in the order of their coming.
+#pragma once
+
+#include <condition_variable>
+#include <cstdint>
+#include <mutex>
+
+namespace client {
+
+// Not recursive. A thread that locks and unlocks it without a pause keeps nobody out.
+class FairMutex {
+ public:
+  void lock() {
+    std::unique_lock guard(mutex_);
+    const std::uint64_t ticket = nextTicket_++;
+    turn_.wait(guard, [&] { return serving_ == ticket; });
+  }
+
+  void unlock() {
+    bool waited = false;
+    {
+      const std::lock_guard guard(mutex_);
+      waited = ++serving_ != nextTicket_;
+    }
+    if (waited) turn_.notify_all();
+  }
+
+ private:
+  std::mutex mutex_;
+  std::condition_variable turn_;
+  std::uint64_t nextTicket_ = 0;
+  std::uint64_t serving_ = 0;
+};
+
+}  // namespace client

@@ -1,0 +1,34 @@
+#include "platform/client/graph_channel.h"
+
+#include <variant>
+
+#include "platform/client/opening.h"
+
+namespace client {
+namespace {
+
+// The service waits for word only much later (wire::MinGraphWindow).
+constexpr std::uint64_t TellAfter = wire::MinGraphWindow / 4;
+
+}  // namespace
+
+bool GraphChannel::open(const Deadline& deadline) { return openChannel(dealer_, wire::OpenGraph{session_}, deadline); }
+
+bool GraphChannel::drain(LinkMirror& mirror) {
+  bool complete = true;
+  while (const auto message = dealer_.receive()) {
+    const auto envelope = wire::decode(*message);
+    if (!envelope) continue;
+    if (std::holds_alternative<wire::GraphStale>(envelope->body)) complete = false;
+    if (const auto* change = std::get_if<wire::GraphChanged>(&envelope->body)) {
+      if (!mirror.apply(*change)) complete = false;
+    }
+  }
+  if (mirror.version() - told_ >= TellAfter) {
+    told_ = mirror.version();
+    dealer_.send(0, wire::GraphSeen{session_, told_});
+  }
+  return complete;
+}
+
+}  // namespace client

@@ -1,0 +1,57 @@
+#include "platform/client/port_names.h"
+
+#include <algorithm>
+#include <charconv>
+#include <optional>
+#include <utility>
+
+#include "platform/wire/port_name.h"
+
+namespace client {
+namespace {
+
+const std::optional<wire::TopologySide>& sideOf(const wire::TopologyGroup& group, Side side) {
+  return side == Side::Source ? group.sources : group.sinks;
+}
+
+bool isOneOf(std::string_view name, const std::optional<wire::TopologySide>& side) {
+  if (!side) return false;
+  if (!side->names.empty()) return std::ranges::find(side->names, name) != side->names.end();
+  if (!name.starts_with(side->prefix)) return false;
+  const std::string_view digits = name.substr(side->prefix.size());
+  if (digits.empty() || digits.front() == '0') return false;
+  std::uint32_t number = 0;
+  const auto [end, error] = std::from_chars(digits.data(), digits.data() + digits.size(), number);
+  return error == std::errc{} && end == digits.data() + digits.size() && number <= side->count;
+}
+
+}  // namespace
+
+PortNames::PortNames(wire::Topology topology) : topology_(std::move(topology)) {
+  for (std::size_t at = 0; at < topology_.groups.size(); ++at) byId_.emplace(topology_.groups[at].id, at);
+}
+
+std::string PortNames::name(std::uint16_t group, std::uint16_t index, Side side) const {
+  const wire::TopologyGroup* known = find(group);
+  if (known != nullptr) {
+    const auto& ports = sideOf(*known, side);
+    if (ports && index < ports->count) {
+      return ports->names.empty() ? ports->prefix + std::to_string(index + 1) : ports->names[index];
+    }
+  }
+  return wire::missingPortName(known == nullptr ? std::string_view{} : known->name, group, side == Side::Sink, index,
+                               [this](const std::string& name) { return taken(name); });
+}
+
+const wire::TopologyGroup* PortNames::find(std::uint16_t group) const {
+  const auto found = byId_.find(group);
+  return found == byId_.end() ? nullptr : &topology_.groups[found->second];
+}
+
+bool PortNames::taken(std::string_view name) const {
+  return std::ranges::any_of(topology_.groups, [name](const wire::TopologyGroup& group) {
+    return isOneOf(name, group.sources) || isOneOf(name, group.sinks);
+  });
+}
+
+}  // namespace client

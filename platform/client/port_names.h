@@ -1,0 +1,32 @@
+// The names of a device's ports.
+#pragma once
+
+#include <cstddef>
+#include <cstdint>
+#include <string>
+#include <string_view>
+#include <unordered_map>
+
+#include "platform/wire/messages.h"
+
+namespace client {
+
+enum class Side : std::uint8_t { Source, Sink };
+
+// Looks up names in a device's topology. Naming a port that exists costs the same whatever the size of the device.
+class PortNames {
+ public:
+  explicit PortNames(wire::Topology topology);
+
+  // The name of a port; for one that does not exist, a name in the same style that no port has.
+  std::string name(std::uint16_t group, std::uint16_t index, Side side) const;
+
+ private:
+  const wire::TopologyGroup* find(std::uint16_t group) const;
+  bool taken(std::string_view name) const;
+
+  wire::Topology topology_;
+  std::unordered_map<std::uint16_t, std::size_t> byId_;
+};
+
+}  // namespace client

@@ -1,0 +1,36 @@
+// The records of an event.
+#pragma once
+
+#include <cstdint>
+#include <optional>
+#include <span>
+
+#include "evtsrv.h"
+
+namespace client {
+
+// One record. The bytes are the event's.
+struct Record {
+  std::uint16_t group = 0;
+  std::span<const std::uint8_t> message;  // at least one byte
+};
+
+// Reads an event's records in either byte order, moving the event's cursor.
+class RecordReader {
+ public:
+  // event must outlive the reader, and have at least its header.
+  explicit RecordReader(EvtSrv::MemoryHolder& event);
+
+  // The next record; nothing at the end, and nothing from a malformed record on (then ok() is false).
+  std::optional<Record> next();
+  bool ok() const { return ok_; }
+
+ private:
+  std::optional<std::uint32_t> number(std::size_t bytes);
+
+  EvtSrv::MemoryHolder& event_;
+  bool bigEndian_;
+  bool ok_ = true;
+};
+
+}  // namespace client

@@ -1,0 +1,44 @@
+// Names that every part of the console can type, complete, use as a pattern and print.
+//
+// Such a name has 1 to 63 bytes of printable ASCII without blank / ; " ' * [ ] \ ^ $, is not "..", and begins with
+// neither "-" nor "~".
+#pragma once
+
+#include <cstddef>
+#include <string>
+#include <string_view>
+#include <unordered_map>
+#include <unordered_set>
+
+#include "platform/wire/messages.h"
+
+namespace service {
+
+inline constexpr std::size_t MaxNameBytes = wire::MaxNameBytes;
+
+// A group's name leaves room for "Out" and the number of a port, five digits at most.
+inline constexpr std::size_t MaxGroupNameBytes = MaxNameBytes - 8;
+
+// The name that a real system's name becomes: each byte that must not be becomes "_", the empty name and ".." become
+// "_", and what goes beyond most bytes (at least 1) is cut. A name that is clean already stays as it is.
+std::string cleanName(std::string_view raw, std::size_t most = MaxNameBytes);
+
+// stem and tail together, the stem cut so that they fit most bytes. tail must fit.
+std::string joinName(std::string_view stem, std::string_view tail, std::size_t most = MaxNameBytes);
+
+// Names that are clean and differ from each other.
+class UniqueNames {
+ public:
+  // most: bytes a name may have, 16 at least.
+  explicit UniqueNames(std::size_t most = MaxNameBytes) : most_(most) {}
+
+  // The clean form of raw; when an earlier name has taken it, with "_2", "_3", ... at its end, the first that is free.
+  std::string add(std::string_view raw);
+
+ private:
+  std::size_t most_;
+  std::unordered_set<std::string> taken_;
+  std::unordered_map<std::string, unsigned> lastSuffix_;
+};
+
+}  // namespace service

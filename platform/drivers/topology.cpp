@@ -1,0 +1,92 @@
+#include "platform/drivers/topology.h"
+
+#include <cassert>
+#include <charconv>
+#include <utility>
+
+#include "platform/wire/port_name.h"
+
+namespace service {
+namespace {
+
+constexpr std::size_t MaxPortDigits = 5;
+
+const char* sideWord(Side side) { return side == Side::Source ? "Out" : "In"; }
+
+// The index that the digits of a port's name stand for; nothing for a 0 or a number with zeros before it.
+std::optional<std::uint32_t> indexOf(std::string_view digits) {
+  if (digits.front() < '1' || digits.front() > '9') return std::nullopt;
+  std::uint32_t number = 0;
+  const auto [end, error] = std::from_chars(digits.data(), digits.data() + digits.size(), number);
+  if (error != std::errc{} || end != digits.data() + digits.size()) return std::nullopt;
+  return number - 1;
+}
+
+}  // namespace
+
+std::string SideOfGroup::nameOf(std::uint16_t index) const {
+  assert(index < count);
+  return names.empty() ? prefix + std::to_string(index + 1) : names[index];
+}
+
+Group numberedGroup(std::uint16_t id, const std::string& name, std::optional<std::uint16_t> sources,
+                    std::optional<std::uint16_t> sinks) {
+  Group group{id, name, std::nullopt, std::nullopt};
+  if (sources) group.sources = SideOfGroup{*sources, name + sideWord(Side::Source), {}};
+  if (sinks) group.sinks = SideOfGroup{*sinks, name + sideWord(Side::Sink), {}};
+  return group;
+}
+
+Topology::Topology(std::vector<Group> groups) : groups_(std::move(groups)) {
+  for (std::size_t at = 0; at < groups_.size(); ++at) {
+    byId_.emplace(groups_[at].id, at);
+    enter(groups_[at], Side::Source);
+    enter(groups_[at], Side::Sink);
+  }
+}
+
+void Topology::enter(const Group& group, Side side) {
+  const auto& ports = group.side(side);
+  if (!ports || ports->count == 0) return;
+  if (ports->names.empty()) byPrefix_.emplace(ports->prefix, PortId{group.id, 0, side});
+  assert(ports->names.empty() || ports->names.size() == ports->count);
+  for (std::size_t index = 0; index < ports->names.size(); ++index) {
+    byName_.emplace(ports->names[index], PortId{group.id, static_cast<std::uint16_t>(index), side});
+  }
+}
+
+const Group* Topology::find(std::uint16_t id) const {
+  const auto found = byId_.find(id);
+  return found == byId_.end() ? nullptr : &groups_[found->second];
+}
+
+bool Topology::exists(PortId port) const {
+  const Group* group = find(port.group);
+  if (group == nullptr) return false;
+  const auto& ports = group->side(port.side);
+  return ports && port.index < ports->count;
+}
+
+std::optional<PortId> Topology::port(std::string_view name) const {
+  if (const auto named = byName_.find(name); named != byName_.end()) return named->second;
+  for (std::size_t digits = 1; digits <= MaxPortDigits && digits < name.size(); ++digits) {
+    const std::size_t prefixSize = name.size() - digits;
+    const auto numbered = byPrefix_.find(name.substr(0, prefixSize));
+    if (numbered == byPrefix_.end()) continue;
+    const auto index = indexOf(name.substr(prefixSize));
+    if (!index || *index > UINT16_MAX) continue;
+    PortId port = numbered->second;
+    port.index = static_cast<std::uint16_t>(*index);
+    if (exists(port)) return port;
+  }
+  return std::nullopt;
+}
+
+std::string Topology::name(PortId port) const {
+  const Group* group = find(port.group);
+  if (exists(port)) return group->side(port.side)->nameOf(port.index);
+  return wire::missingPortName(group == nullptr ? std::string_view{} : group->name, port.group, port.side == Side::Sink,
+                               port.index, [this](const std::string& taken) { return this->port(taken).has_value(); });
+}
+
+}  // namespace service

@@ -1,0 +1,73 @@
+// The groups and port names of a device.
+#pragma once
+
+#include <cstdint>
+#include <map>
+#include <optional>
+#include <string>
+#include <string_view>
+#include <unordered_map>
+#include <vector>
+
+#include "platform/drivers/port.h"
+
+namespace service {
+
+// The ports of one group on one side. Their names are the prefix and a number from 1 on, or, where names is not
+// empty, those of the list (its size is then the count). So thousands of numbered ports cost no memory each.
+struct SideOfGroup {
+  std::uint16_t count = 0;
+  std::string prefix;
+  std::vector<std::string> names;
+
+  // The name of the port with this index, which must be below count.
+  std::string nameOf(std::uint16_t index) const;
+};
+
+// One group. A side that is not there is not in that side's list; a side with 0 ports is.
+struct Group {
+  std::uint16_t id = 0;
+  std::string name;
+  std::optional<SideOfGroup> sources;
+  std::optional<SideOfGroup> sinks;
+
+  const std::optional<SideOfGroup>& side(Side which) const { return which == Side::Source ? sources : sinks; }
+};
+
+// A group whose ports are called after it: its name, "Out" (sources) or "In" (sinks), and a number from 1 on. name must
+// be clean and have at most MaxGroupNameBytes bytes; no count: the side is not there. Ports of groups with different
+// names then have different names.
+Group numberedGroup(std::uint16_t id, const std::string& name, std::optional<std::uint16_t> sources,
+                    std::optional<std::uint16_t> sinks);
+
+// All groups of a device, in the device's order. Names are clean and unique (see names.h).
+class Topology {
+ public:
+  Topology() = default;
+
+  // groups: with ids that differ, and port names that differ.
+  explicit Topology(std::vector<Group> groups);
+
+  const std::vector<Group>& groups() const { return groups_; }
+
+  // The group with this id, or null. Lives as long as the topology.
+  const Group* find(std::uint16_t id) const;
+
+  bool exists(PortId port) const;
+
+  // The port of this name on either side; nothing when no port has it.
+  std::optional<PortId> port(std::string_view name) const;
+
+  // The name of a port; for one that does not exist, a name in the same style that no port has.
+  std::string name(PortId port) const;
+
+ private:
+  void enter(const Group& group, Side side);
+
+  std::vector<Group> groups_;
+  std::unordered_map<std::uint16_t, std::size_t> byId_;
+  std::map<std::string, PortId, std::less<>> byPrefix_;  // of sides with numbered ports: their first port
+  std::map<std::string, PortId, std::less<>> byName_;    // ports with names of their own
+};
+
+}  // namespace service

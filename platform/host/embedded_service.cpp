@@ -1,0 +1,57 @@
+#include "platform/host/embedded_service.h"
+
+#include <pthread.h>
+
+#include <csignal>
+#include <stdexcept>
+#include <utility>
+
+#include "platform/drivers/builtin.h"
+#include "platform/drivers/device_file.h"
+
+namespace host {
+namespace {
+
+// No I/O threads: nothing leaves the process.
+constexpr int IoThreads = 0;
+
+// While it lives, threads that are started take no signals: handlers belong to the program's own threads.
+class WithoutSignals {
+ public:
+  WithoutSignals() {
+    sigset_t most;
+    sigfillset(&most);
+    for (const int fault : {SIGSEGV, SIGBUS, SIGFPE, SIGILL, SIGABRT, SIGTRAP, SIGSYS}) sigdelset(&most, fault);
+    pthread_sigmask(SIG_SETMASK, &most, &before_);
+  }
+  WithoutSignals(const WithoutSignals&) = delete;
+  WithoutSignals& operator=(const WithoutSignals&) = delete;
+  ~WithoutSignals() { pthread_sigmask(SIG_SETMASK, &before_, nullptr); }
+
+ private:
+  sigset_t before_{};
+};
+
+}  // namespace
+
+EmbeddedService::EmbeddedService(std::unique_ptr<service::Driver> driver, const Limits& limits)
+    : context_(IoThreads), host_(context_, std::move(driver), limits, Log{}) {
+  if (const auto problem = host_.bind(address_)) throw std::runtime_error(*problem);
+  const WithoutSignals quiet;
+  thread_ = std::thread([this] {
+    pthread_setname_np(pthread_self(), "evtsrv");
+    host_.run();
+  });
+}
+
+EmbeddedService::~EmbeddedService() {
+  host_.stop();
+  thread_.join();
+}
+
+std::variant<std::unique_ptr<service::Driver>, std::string> openDevice(std::string_view file) {
+  if (file.empty()) return service::makeBuiltinDriver();
+  return service::loadDeviceFile(std::string(file));
+}
+
+}  // namespace host

@@ -1,0 +1,42 @@
+// A service inside this process.
+#pragma once
+
+#include <memory>
+#include <string>
+#include <string_view>
+#include <thread>
+#include <variant>
+#include <zmq.hpp>
+
+#include "platform/drivers/driver.h"
+#include "platform/host/host.h"
+#include "platform/host/limits.h"
+
+namespace host {
+
+// A host on a thread of its own, which takes no signals but those of its own faults. The destructor ends it; all
+// sockets of the context must be closed by then.
+class EmbeddedService {
+ public:
+  // Throws what derives from std::exception when the system gives no thread or no socket.
+  explicit EmbeddedService(std::unique_ptr<service::Driver> driver, const Limits& limits = {});
+  EmbeddedService(const EmbeddedService&) = delete;
+  EmbeddedService& operator=(const EmbeddedService&) = delete;
+  ~EmbeddedService();
+
+  // Where clients find it, and the context in which that address means something.
+  zmq::context_t& context() { return context_; }
+  const std::string& address() const { return address_; }
+
+ private:
+  zmq::context_t context_;
+  std::string address_ = "inproc://service";
+  Host host_;
+  std::thread thread_;
+};
+
+// The driver of the device that file describes, of the built-in device when it is empty; or what is wrong, in one
+// line without a line end that names the file. Blocks for the disk.
+std::variant<std::unique_ptr<service::Driver>, std::string> openDevice(std::string_view file);
+
+}  // namespace host

@@ -1,0 +1,64 @@
+#include "platform/host/host.h"
+
+#include <algorithm>
+#include <array>
+#include <chrono>
+#include <limits>
+#include <utility>
+
+namespace host {
+namespace {
+
+// Messages served before the device gets its turn.
+constexpr int MessagesAtOnce = 64;
+
+service::Time clockNow() { return std::chrono::steady_clock::now().time_since_epoch(); }
+
+// In the form that zmq_poll takes: rounded up, so that it never wakes before the time.
+long pollTimeout(std::optional<service::Time> until) {
+  if (!until) return -1;
+  const auto left = std::chrono::ceil<std::chrono::milliseconds>(*until - clockNow()).count();
+  return static_cast<long>(std::clamp<decltype(left)>(left, 0, std::numeric_limits<int>::max()));
+}
+
+}  // namespace
+
+Host::Host(zmq::context_t& context, std::unique_ptr<service::Driver> driver, const Limits& limits, Log log)
+    : socket_(context),
+      service_(std::move(driver), limits.service, clockNow()),
+      dispatcher_(service_, socket_, limits, std::move(log)) {}
+
+void Host::run() {
+  bool drained = true;
+  while (!stopping_) {
+    const auto next = dispatcher_.advance(clockNow());
+    if (drained) {
+      dispatcher_.idle(clockNow());
+      wait(next);
+    }
+    drained = !serve();
+  }
+}
+
+void Host::stop() noexcept {
+  stopping_ = true;
+  wake_.wake();
+}
+
+void Host::wait(std::optional<service::Time> until) {
+  std::array<zmq_pollitem_t, 2> items{
+      {{socket_.handle(), 0, ZMQ_POLLIN, 0}, {nullptr, wake_.descriptor(), ZMQ_POLLIN, 0}}};
+  // An interrupted wait is a short one.
+  zmq_poll(items.data(), static_cast<int>(items.size()), pollTimeout(until));
+}
+
+bool Host::serve() {
+  for (int served = 0; served < MessagesAtOnce; ++served) {
+    const auto incoming = socket_.receive();
+    if (!incoming) return false;
+    dispatcher_.receive(incoming->peer, incoming->message, clockNow());
+  }
+  return true;
+}
+
+}  // namespace host

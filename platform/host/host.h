@@ -1,0 +1,48 @@
+// A service behind a socket.
+#pragma once
+
+#include <atomic>
+#include <memory>
+#include <optional>
+#include <string>
+#include <zmq.hpp>
+
+#include "platform/drivers/driver.h"
+#include "platform/host/dispatcher.h"
+#include "platform/host/limits.h"
+#include "platform/host/log.h"
+#include "platform/host/router_socket.h"
+#include "platform/host/wake.h"
+#include "platform/service/service.h"
+
+namespace host {
+
+// Runs the service of one device, for clients that arrive at its endpoints. Used by one thread, but for stop.
+class Host {
+ public:
+  // The device starts at once. context must outlive the host. Throws zmq::error_t or std::system_error when the system
+  // gives no socket.
+  Host(zmq::context_t& context, std::unique_ptr<service::Driver> driver, const Limits& limits, Log log);
+
+  // Clients may come to this ZeroMQ endpoint from now on. Nothing on success, else the cause in words.
+  std::optional<std::string> bind(const std::string& endpoint) { return socket_.bind(endpoint); }
+
+  // Serves until stop. Blocks while there is nothing to do.
+  void run();
+
+  // Makes run return, now or when it is called. From any thread, and from signal handlers.
+  void stop() noexcept;
+
+ private:
+  void wait(std::optional<service::Time> until);
+  // Serves messages that stand ready, a bounded number of them. False when none is left.
+  bool serve();
+
+  std::atomic<bool> stopping_{false};
+  Wake wake_;
+  RouterSocket socket_;
+  service::Service service_;
+  Dispatcher dispatcher_;
+};
+
+}  // namespace host

@@ -1,0 +1,26 @@
+// How much a host lets wait, and lets be on its way.
+#pragma once
+
+#include <cstddef>
+#include <cstdint>
+
+#include "platform/service/service.h"
+
+namespace host {
+
+struct Limits {
+  service::Limits service;
+
+  // Bytes of Events entries that may be on their way to a client, unacknowledged. A message that is larger travels
+  // when nothing else is on its way. At least wire::MinEventWindow.
+  std::size_t eventWindow = 256U << 10U;
+
+  // Send messages that a client may have on their way.
+  std::uint32_t sendWindow = 1024;
+
+  // Changes of the patch graph that may be on their way to a client, unacknowledged; beyond it the client is told to
+  // ask for the whole graph. At least wire::MinGraphWindow.
+  std::uint64_t graphWindow = 1024;
+};
+
+}  // namespace host

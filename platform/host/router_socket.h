@@ -1,0 +1,44 @@
+// The socket at which all clients arrive.
+#pragma once
+
+#include <cstdint>
+#include <optional>
+#include <span>
+#include <string>
+#include <string_view>
+#include <zmq.hpp>
+
+#include "platform/host/peers.h"
+
+namespace host {
+
+// A ROUTER socket. One thread at a time.
+class RouterSocket : public Peers {
+ public:
+  // A message and who sent it. Views of the socket's, valid until the next receive.
+  struct Incoming {
+    std::string_view peer;
+    std::span<const std::uint8_t> message;
+  };
+
+  // Throws zmq::error_t when the context gives no socket.
+  explicit RouterSocket(zmq::context_t& context);
+
+  // Nothing on success, else the cause in words.
+  std::optional<std::string> bind(const std::string& endpoint);
+
+  // The next message, nothing when none stands ready. Messages of several parts are none of ours, and skipped.
+  std::optional<Incoming> receive();
+
+  bool send(std::string_view peer, std::span<const std::uint8_t> message) override;
+
+  // For polling.
+  void* handle() { return socket_.handle(); }
+
+ private:
+  zmq::socket_t socket_;
+  zmq::message_t peer_;
+  zmq::message_t message_;
+};
+
+}  // namespace host

@@ -1,0 +1,51 @@
+// What a host knows of one client.
+#pragma once
+
+#include <cstddef>
+#include <cstdint>
+#include <string>
+
+#include "platform/service/client_id.h"
+
+namespace host {
+
+// What is on its way to a client: how much was sent in all, and how much of it the client has dealt with.
+class Credit {
+ public:
+  // Both begin at start.
+  explicit Credit(std::uint64_t start = 0) : sent_(start), acknowledged_(start) {}
+
+  std::uint64_t onItsWay() const { return sent_ - acknowledged_; }
+  void sent(std::uint64_t amount) { sent_ += amount; }
+
+  // total: what the client has dealt with in all. What cannot be true is ignored.
+  void acknowledge(std::uint64_t total) {
+    if (total > acknowledged_ && total <= sent_) acknowledged_ = total;
+  }
+
+ private:
+  std::uint64_t sent_;
+  std::uint64_t acknowledged_;
+};
+
+// One client, from its Hello to its Goodbye. A peer is the routing id of one of its three sockets, empty until that
+// socket has opened its channel.
+struct Session {
+  std::uint64_t number = 0;  // random, so that nobody speaks for another by guessing; never 0
+  service::ClientId client{};
+  std::string name;  // for the log
+  std::string controlPeer;
+  std::string eventPeer;
+  std::string graphPeer;
+
+  Credit events;  // in bytes of entries
+  Credit graph;   // in versions of the patch graph
+  bool graphStale = false;
+
+  std::uint64_t taken = 0;      // Send messages
+  std::uint64_t takenTold = 0;  // as far as the client knows
+
+  bool gone = false;  // could not be reached; to be removed
+};
+
+}  // namespace host

@@ -1,0 +1,146 @@
+// Event server client: the connection of a process to its service, event ports, and the data of events.
+#pragma once
+
+#include <cstddef>
+#include <cstdint>
+#include <memory>
+#include <span>
+#include <vector>
+
+namespace EvtSrv {
+
+// What an operation of the event layer answers.
+enum EventResult : std::int32_t {
+  EvtRes_Success = 0,
+  EvtRes_DoNothing = 1,     // nothing had to be done, nothing was
+  EvtRes_UnknownError = 2,  // malformed data, or a failure without a name of its own
+  EvtRes_NotFound = 3,      // no port of the device has that name
+  EvtRes_NoService = 4,     // there is no service, or it did not answer in time
+  EvtRes_BadArgument = 5,   // a null name, or a name longer than a port's can be
+};
+
+// Connection behaviour: a set of bits.
+inline constexpr std::uint32_t ConBehave_Void = 0;
+// Refuses endpoints on other machines (tcp).
+inline constexpr std::uint32_t ConBehave_DisableOverNetwork = 0x1;
+inline constexpr std::uint32_t ConBehave_Default = ConBehave_DisableOverNetwork;
+
+// Types of events.
+inline constexpr unsigned EvtTyp_Debug_Receive = 1;  // copies of the messages that passed a tapped port
+
+// The service's debug port: as the second name of EventPort::connect it asks for a tap.
+extern const char* const DebugPortName;
+
+// The data of one event with a read cursor, or an empty buffer that says how large an event may become.
+//
+// The first 20 bytes are a header (docs/protocol.md describes it); its first byte is the sender's byte order: 1 for
+// most significant byte first, anything else for little-endian. Records follow.
+class MemoryHolder {
+ public:
+  static constexpr std::size_t HeaderSize = 20;
+
+  // A zeroed buffer of size bytes, owned by the holder.
+  explicit MemoryHolder(std::size_t size);
+
+  // A view of the bytes of an event, header included. The bytes must outlive the holder.
+  explicit MemoryHolder(std::span<const std::uint8_t> event) noexcept;
+
+  MemoryHolder(const MemoryHolder&) = delete;
+  MemoryHolder& operator=(const MemoryHolder&) = delete;
+
+  // The first byte; never null unless size() is 0. Valid as long as the holder.
+  const std::uint8_t* buffer() const noexcept { return bytes_.data(); }
+
+  // Total size in bytes, header included.
+  std::size_t size() const noexcept { return bytes_.size(); }
+
+  // True when no byte is left behind the cursor.
+  bool atEnd() const noexcept { return cursor_ >= bytes_.size(); }
+
+  // A pointer to the next count bytes, which it then skips; null when fewer are left, and then the cursor moves to
+  // the end, so that a truncated record ends the reading. No alignment is promised.
+  const std::uint8_t* getCurrentOffset(std::size_t count) noexcept;
+
+ private:
+  std::vector<std::uint8_t> owned_;
+  std::span<const std::uint8_t> bytes_;
+  std::size_t cursor_ = 0;
+};
+
+class EventPort;
+
+// The connection of this process to its service. Which service, the environment variable EVTSRV_ENDPOINT says (see
+// docs/architecture.md). A service that cannot be reached costs one line on standard error; the manager then
+// stands for a device without groups, and every operation on its ports answers EvtRes_NoService.
+class EventPortManager {
+ public:
+  // behaviour: ConBehave bits. dispatchOnReceive: true delivers events to the ports inside receiveEvent, on its
+  // thread; the only way that this library offers, so false is treated alike. Blocks up to two seconds for a
+  // service that does not answer.
+  EventPortManager(std::uint32_t behaviour, bool dispatchOnReceive);
+
+  EventPortManager(const EventPortManager&) = delete;
+  EventPortManager& operator=(const EventPortManager&) = delete;
+
+  // Hands the service what is still to be sent, then takes leave of it. Ports may outlive their manager: they stay
+  // usable as objects and answer EvtRes_NoService.
+  ~EventPortManager();
+
+  // Waits up to milliseconds for events and calls receiveMain of the ports that they are for, in the order of the
+  // events. Answers EvtRes_Success when something was delivered, EvtRes_DoNothing otherwise. It goes on without
+  // waiting while more events stand ready, but never past the given time. One thread at a time.
+  EventResult receiveEvent(int milliseconds);
+
+  // Ends what has run its course. Never waits; the argument is the longest time that it may take, in milliseconds.
+  EventResult finishActiveTerm(int milliseconds);
+
+  class Session;
+
+  // The library's side of the connection, for the ports built on this manager. Null without a service.
+  const std::shared_ptr<Session>& session() const noexcept { return session_; }
+
+ private:
+  std::shared_ptr<Session> session_;
+};
+
+// A port of this process on the service. connect and disconnect may be called from any thread; the destructor only
+// while no receiveEvent of the manager runs, or on the thread that runs it.
+class EventPort {
+ public:
+  explicit EventPort(EventPortManager& manager);
+  EventPort(const EventPort&) = delete;
+  EventPort& operator=(const EventPort&) = delete;
+
+  // Ends all taps of this port.
+  virtual ~EventPort();
+
+  // Taps the device port called name: from then on this port receives, as EvtTyp_Debug_Receive, a copy of every
+  // message that passes it. target is DebugPortName; any other target is EvtRes_BadArgument. request is not used
+  // and may be null. reply gives the size in bytes up to which messages that are ready together travel in one
+  // event (null: 1004); a longer message travels alone, whole. The holders are not kept. behaviour: ConBehave_Void.
+  // The same tap twice is one tap and a success. Blocks until the service has answered, two seconds at most.
+  EventResult connect(const char* name, const char* target, MemoryHolder* request, MemoryHolder* reply,
+                      std::uint32_t behaviour);
+
+  // Ends the tap of the device port called name; a null name ends all taps of this port. request is not used and
+  // may be null. EvtRes_DoNothing when there was no such tap. Events already on their way may still arrive.
+  EventResult disconnect(const char* name, MemoryHolder* request);
+
+  // Called inside EventPortManager::receiveEvent, on its thread, for each event for this port. name: the tapped
+  // device port. data: the event, its cursor behind the header. reply: null for debug-receive events. Pointers
+  // live for the call. What it answers is not used by the library.
+  virtual EventResult receiveMain(const char* name, unsigned type, MemoryHolder* data, MemoryHolder* reply);
+
+ protected:
+  // The connection this port was built on, or null when the manager has gone or never had a service.
+  std::shared_ptr<EventPortManager::Session> session() const { return session_.lock(); }
+
+  // The number by which the service knows this port within its client.
+  std::uint32_t portNumber() const noexcept { return number_; }
+
+ private:
+  std::weak_ptr<EventPortManager::Session> session_;
+  std::uint32_t number_ = 0;
+};
+
+}  // namespace EvtSrv

@@ -1,0 +1,26 @@
+// Base utilities of the system-service library.
+#pragma once
+
+#include <mutex>
+
+namespace KSTD {
+
+// A mutex between the threads of one process. Not recursive: a thread that locks it twice waits forever.
+// It has the shape that std::lock_guard asks for.
+class KThreadMutex {
+ public:
+  KThreadMutex() = default;
+  KThreadMutex(const KThreadMutex&) = delete;
+  KThreadMutex& operator=(const KThreadMutex&) = delete;
+
+  // Blocks until the calling thread owns the mutex.
+  void lock() { mutex_.lock(); }
+
+  // Gives the mutex back. Only the thread that owns it may call this.
+  void unlock() { mutex_.unlock(); }
+
+ private:
+  std::mutex mutex_;
+};
+
+}  // namespace KSTD

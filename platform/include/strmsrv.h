@@ -1,0 +1,170 @@
+// Stream server client: names, MIDI ports and the patcher.
+#pragma once
+
+#include <array>
+#include <atomic>
+#include <cstddef>
+#include <cstdint>
+#include <memory>
+#include <span>
+#include <string>
+#include <vector>
+
+#include "evtsrv.h"
+
+namespace StrmSrv {
+
+// What an operation of the stream layer answers.
+enum StreamResult : std::int32_t {
+  StrmRes_Success = 0,
+  StrmRes_NotFound = 1,     // no such port
+  StrmRes_NoService = 2,    // there is no service, or it did not answer in time
+  StrmRes_Refused = 3,      // the device does not make this connection
+  StrmRes_BadArgument = 4,  // an empty message, or one of more than 1 MiB
+};
+
+// Names of the three stream types, in the order of their indexes. Only the first has streams.
+extern const std::array<const char*, 3> StreamTypeNameTable;
+
+// Names of the groups with the ids 0 to 41. Reading and publishing may happen on different threads at once.
+class GroupNames {
+ public:
+  static constexpr std::size_t Count = 42;
+
+  // The name of the group with this id, empty when there is none. id must be below Count. The text lives as long
+  // as the process.
+  const char* operator[](std::size_t id) const noexcept;
+
+  // For the library: gives an id its name, before the first group list that mentions the id.
+  void publish(std::size_t id, const std::string& name);
+
+ private:
+  std::array<std::atomic<const char*>, Count> names_{};
+};
+
+extern GroupNames GroupNameTable;
+
+// A port for streams of any type.
+class StreamPort : public EvtSrv::EventPort {
+ public:
+  explicit StreamPort(EvtSrv::EventPortManager& manager) : EventPort(manager) {}
+};
+
+// A port for MIDI streams. A status byte carries no channel here: the group id stands in its place.
+//
+// The send operations pass a message through every device port that this port has tapped: at a source as if that
+// source had emitted it, at a sink as if it had arrived there. They wait only while the service is behind in taking
+// messages, and fail at once when the service has gone. Any thread may send.
+class StreamPortMIDI : public StreamPort {
+ public:
+  explicit StreamPortMIDI(EvtSrv::EventPortManager& manager) : StreamPort(manager) {}
+
+  StreamResult sendNoteOff(std::uint8_t note, std::uint8_t velocity, std::uint16_t group);
+  StreamResult sendNoteOn(std::uint8_t note, std::uint8_t velocity, std::uint16_t group);
+  StreamResult sendPolyAfter(std::uint8_t note, std::uint8_t value, std::uint16_t group);
+  StreamResult sendControlChange(std::uint8_t number, std::uint8_t value, std::uint16_t group);
+  // Sends a program change with this number. second and third are the bank (control changes 0 and 32) of devices
+  // that select it together with the program; this library's devices do not, and it sends the number alone.
+  StreamResult sendProgramChange(std::uint8_t number, std::uint8_t second, std::uint8_t third, std::uint16_t group);
+  StreamResult sendAfterTouch(std::uint8_t value, std::uint16_t group);
+  StreamResult sendPitchBend(std::uint8_t lsb, std::uint8_t msb, std::uint16_t group);
+  // bytes: the whole message, 0xF0 and 0xF7 included.
+  StreamResult sendSystemExclusive(const std::uint8_t* bytes, std::size_t length, std::uint16_t group);
+
+  // Decodes the messages of a debug-receive event and calls the receivers below. A message that is shorter than its
+  // kind needs, or has a status byte that no kind has, is skipped; after a malformed record nothing more is delivered.
+  // In both cases it answers EvtRes_UnknownError at the end.
+  EvtSrv::EventResult receiveMain(const char* name, unsigned type, EvtSrv::MemoryHolder* data,
+                                  EvtSrv::MemoryHolder* reply) override;
+
+  // Decoded receivers. The bodies here do nothing.
+  virtual void receiveNoteOff(std::uint8_t note, std::uint8_t velocity, std::uint16_t group);
+  virtual void receiveNoteOn(std::uint8_t note, std::uint8_t velocity, std::uint16_t group);
+  virtual void receivePolyAfter(std::uint8_t note, std::uint8_t value, std::uint16_t group);
+  virtual void receiveControlChange(std::uint8_t number, std::uint8_t value, std::uint16_t group);
+  virtual void receiveProgramChange(std::uint8_t number, std::uint16_t group);
+  virtual void receiveAfterTouch(std::uint8_t value, std::uint16_t group);
+  virtual void receivePitchBend(std::uint8_t lsb, std::uint8_t msb, std::uint16_t group);
+  virtual void receiveSystemExclusive(const std::uint8_t* bytes, std::size_t length, std::uint16_t group);
+  virtual void receiveSystemCommon(const std::uint8_t* bytes, std::size_t length, std::uint16_t group);
+  virtual void receiveRealTimeMessage(std::uint8_t status, std::uint16_t group);
+  virtual void receiveMetaEvent(const std::uint8_t* bytes, std::size_t length, std::uint16_t group);
+
+  // Callbacks that carry the name of the port that a message came from, for classes that decode events themselves
+  // in receiveMain. The library calls none of them; the bodies here do nothing.
+  virtual void handleErrorData(const char* name, const std::uint8_t* bytes, std::size_t length, std::uint16_t group);
+  virtual void handleNoteOff(const char* name, std::uint8_t note, std::uint8_t velocity, std::uint16_t group);
+  virtual void handleNoteOn(const char* name, std::uint8_t note, std::uint8_t velocity, std::uint16_t group);
+  virtual void handlePolyAfter(const char* name, std::uint8_t note, std::uint8_t value, std::uint16_t group);
+  virtual void handleControlChange(const char* name, std::uint8_t number, std::uint8_t value, std::uint16_t group);
+  virtual void handleProgramChange(const char* name, std::uint8_t number, std::uint16_t group);
+  virtual void handleAfterTouch(const char* name, std::uint8_t value, std::uint16_t group);
+  virtual void handlePitchBend(const char* name, std::uint8_t lsb, std::uint8_t msb, std::uint16_t group);
+  virtual void handleSystemExclusive(const char* name, const std::uint8_t* bytes, std::size_t length,
+                                     std::uint16_t group);
+  virtual void handleSystemCommon(const char* name, const std::uint8_t* bytes, std::size_t length, std::uint16_t group);
+  virtual void handleRealTimeMessage(const char* name, std::uint8_t status, std::uint16_t group);
+  virtual void handleMetaEvent(const char* name, const std::uint8_t* bytes, std::size_t length, std::uint16_t group);
+
+ private:
+  StreamResult sendMessage(std::span<const std::uint8_t> bytes, std::uint16_t group);
+};
+
+// One group on one side of the device.
+struct GroupRecord {
+  std::uint16_t groupId;
+  std::uint16_t portCount;
+  friend bool operator==(const GroupRecord&, const GroupRecord&) = default;
+};
+
+// The port at the other end of a connection.
+struct PortRecord {
+  std::uint16_t groupId;
+  std::uint16_t portIndex;
+  friend bool operator==(const PortRecord&, const PortRecord&) = default;
+};
+
+// Reads and changes the connections of the device. Any thread may call it, one at a time per patcher.
+class Patcher {
+ public:
+  // Takes a snapshot of the device's groups, in the device's order. streamType is the index of the stream type to
+  // patch. Blocks until the service has answered, two seconds at most; without a service both lists are empty.
+  Patcher(EvtSrv::EventPortManager& manager, unsigned streamType);
+  Patcher(const Patcher&) = delete;
+  Patcher& operator=(const Patcher&) = delete;
+  virtual ~Patcher();
+
+  // The groups that stand on each side when the patcher was made. A group may have no ports.
+  const std::vector<GroupRecord>& sourceGroups() const noexcept;
+  const std::vector<GroupRecord>& sinkGroups() const noexcept;
+
+  // Connects a source port to a sink port, or takes the connection away, for everybody. A pair that is already
+  // connected is a success and stays one connection; taking away a pair that is not connected is StrmRes_NotFound.
+  StreamResult connect(std::uint16_t sourceGroup, std::uint16_t sourcePort, std::uint16_t sinkGroup,
+                       std::uint16_t sinkPort);
+  StreamResult disconnect(std::uint16_t sourceGroup, std::uint16_t sourcePort, std::uint16_t sinkGroup,
+                          std::uint16_t sinkPort);
+
+  // Replaces result by the sources connected to a sink port, or the sinks connected to a source port, in the order
+  // of making. Empty for a port that has none or has gone. Does not ask the service: it reads a mirror that every
+  // call brings up to date with what has arrived, and that holds this client's own changes at once.
+  StreamResult getConnectSourcePorts(std::uint16_t sinkGroup, std::uint16_t sinkPort, std::vector<PortRecord>& result);
+  StreamResult getConnectSinkPorts(std::uint16_t sourceGroup, std::uint16_t sourcePort,
+                                   std::vector<PortRecord>& result);
+
+  // The name of a port: sink is 0 for a source port, 1 for a sink port. For a port that does not exist, a name in
+  // the same style that no port has. streamType is not looked at: only one type has streams.
+  std::string makeStreamPortName(unsigned streamType, std::uint16_t group, std::uint16_t port, int sink) const;
+
+  // Called when the service tells of a change of the device, on the thread that calls into the patcher. The bodies
+  // here do nothing.
+  virtual void notifyAddGroup(std::uint16_t group);
+  virtual void notifyAddPort(std::uint16_t group, std::uint16_t port, int sink);
+  virtual void notifyRemoveGroup(std::uint16_t group);
+
+ private:
+  struct State;
+  std::unique_ptr<State> state_;
+};
+
+}  // namespace StrmSrv

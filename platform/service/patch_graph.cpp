@@ -1,0 +1,58 @@
+#include "platform/service/patch_graph.h"
+
+namespace service {
+
+PatchGraph::PatchGraph(const Topology& topology, const std::vector<Link>& initial) : topology_(topology) {
+  for (const Link& link : initial) {
+    if (topology_.exists(link.source()) && topology_.exists(link.sink())) insert(link);
+  }
+}
+
+wire::Status PatchGraph::connect(const Link& link) {
+  if (!topology_.exists(link.source()) || !topology_.exists(link.sink())) return wire::Status::NotFound;
+  if (insert(link)) ++version_;
+  return wire::Status::Ok;
+}
+
+wire::Status PatchGraph::disconnect(const Link& link) {
+  const auto found = orders_.find(link);
+  if (found == orders_.end()) return wire::Status::NotFound;
+  const std::uint64_t order = found->second;
+  orders_.erase(found);
+  links_.erase(order);
+  forget(link.source(), order);
+  forget(link.sink(), order);
+  ++version_;
+  return wire::Status::Ok;
+}
+
+const PatchGraph::Peers& PatchGraph::peers(PortId port) const {
+  static const Peers none;
+  const auto found = peers_.find(port);
+  return found == peers_.end() ? none : found->second;
+}
+
+std::vector<Link> PatchGraph::links() const {
+  std::vector<Link> all;
+  all.reserve(links_.size());
+  for (const auto& [order, link] : links_) all.push_back(link);
+  return all;
+}
+
+// Answers false when the connection stands already.
+bool PatchGraph::insert(const Link& link) {
+  if (!orders_.emplace(link, nextOrder_).second) return false;
+  links_.emplace_hint(links_.end(), nextOrder_, link);
+  peers_[link.source()].emplace(nextOrder_, link.sink());
+  peers_[link.sink()].emplace(nextOrder_, link.source());
+  ++nextOrder_;
+  return true;
+}
+
+void PatchGraph::forget(PortId port, std::uint64_t order) {
+  const auto found = peers_.find(port);
+  found->second.erase(order);
+  if (found->second.empty()) peers_.erase(found);
+}
+
+}  // namespace service

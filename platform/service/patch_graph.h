@@ -1,0 +1,58 @@
+// Which source port is connected to which sink port.
+#pragma once
+
+#include <cstddef>
+#include <cstdint>
+#include <map>
+#include <unordered_map>
+#include <vector>
+
+#include "platform/drivers/port.h"
+#include "platform/drivers/topology.h"
+#include "platform/service/hash.h"
+#include "platform/wire/status.h"
+
+namespace service {
+
+// The connections of a device, in the order of making. Changes cost the logarithm of the number of connections at
+// most, and looking up a port no more than its own connections.
+class PatchGraph {
+ public:
+  // The ports at the other ends of a port's connections, by a number that grows with each connection made.
+  using Peers = std::map<std::uint64_t, PortId>;
+
+  // topology says which ports exist, and must outlive the graph. initial stand from the start, at version 0; those
+  // between ports that do not exist are left out.
+  PatchGraph(const Topology& topology, const std::vector<Link>& initial);
+
+  // Ok, and nothing changed, when the connection stands already; NotFound when one of its ports does not exist.
+  wire::Status connect(const Link& link);
+
+  // NotFound when there is no such connection.
+  wire::Status disconnect(const Link& link);
+
+  // The sinks of a source or the sources of a sink, in the order of making; empty for a port that has none or does
+  // not exist. Valid until the next change.
+  const Peers& peers(PortId port) const;
+
+  // All connections, in the order of making.
+  std::vector<Link> links() const;
+
+  std::size_t size() const { return orders_.size(); }
+
+  // The number of changes made.
+  std::uint64_t version() const { return version_; }
+
+ private:
+  bool insert(const Link& link);
+  void forget(PortId port, std::uint64_t order);
+
+  const Topology& topology_;
+  std::map<std::uint64_t, Link> links_;
+  std::unordered_map<Link, std::uint64_t, LinkHash> orders_;
+  std::unordered_map<PortId, Peers, PortHash> peers_;
+  std::uint64_t nextOrder_ = 0;
+  std::uint64_t version_ = 0;
+};
+
+}  // namespace service

@@ -1,0 +1,61 @@
+#include "platform/service/router.h"
+
+#include <algorithm>
+#include <cassert>
+#include <iterator>
+#include <utility>
+
+namespace service {
+
+Router::Router(const PatchGraph& graph, Look passed, Look arrived)
+    : graph_(graph), passed_(std::move(passed)), arrived_(std::move(arrived)) {}
+
+void Router::pass(std::span<const PortId> ports, const Message& message, Time now) {
+  assert(atDevice_ == nullptr && ahead_.empty());
+  std::for_each(ports.rbegin(), ports.rend(), [&](PortId port) { ahead_.push_back({port, message, now, nullptr}); });
+  travel();
+}
+
+void Router::emitted(PortId source, const Message& message, Time now) {
+  if (atDevice_ == nullptr) {
+    pass({&source, 1}, message, now);
+    return;
+  }
+  // A thru answers with the bytes it was given; only other bytes need a copy to outlive the device's call.
+  if (std::ranges::equal(message.bytes, atDevice_->message.bytes)) {
+    answers_.push_back({source, {message.group, atDevice_->message.bytes}, now, atDevice_->owned});
+    return;
+  }
+  auto bytes = std::make_shared<const std::vector<std::uint8_t>>(message.bytes.begin(), message.bytes.end());
+  const Message copy{message.group, *bytes};
+  answers_.push_back({source, copy, now, std::move(bytes)});
+}
+
+void Router::travel() {
+  ++trip_;
+  while (!ahead_.empty()) {
+    const Step step = std::move(ahead_.back());
+    ahead_.pop_back();
+    if (!firstVisit(step.port)) continue;
+    passed_(step.port, step.message, step.now);
+    if (step.port.side == Side::Source) {
+      const auto& sinks = graph_.peers(step.port);
+      std::for_each(sinks.rbegin(), sinks.rend(), [&](const PatchGraph::Peers::value_type& sink) {
+        ahead_.push_back({sink.second, step.message, step.now, step.owned});
+      });
+      continue;
+    }
+    atDevice_ = &step;
+    arrived_(step.port, step.message, step.now);
+    atDevice_ = nullptr;
+    std::move(answers_.rbegin(), answers_.rend(), std::back_inserter(ahead_));
+    answers_.clear();
+  }
+}
+
+bool Router::firstVisit(PortId port) {
+  std::uint64_t& last = lastTrip_[port];
+  return std::exchange(last, trip_) != trip_;
+}
+
+}  // namespace service

@@ -1,0 +1,62 @@
+// The road of a message through the device.
+#pragma once
+
+#include <cstdint>
+#include <functional>
+#include <memory>
+#include <span>
+#include <unordered_map>
+#include <vector>
+
+#include "platform/drivers/port.h"
+#include "platform/service/hash.h"
+#include "platform/service/patch_graph.h"
+
+namespace service {
+
+// Passes messages along the connections. A message that passes a source goes on to each sink connected to it, in the
+// order of making; one that passes a sink is handed to the device, and what the device emits in answer goes on at
+// once, before the sinks that still wait.
+//
+// One trip is all that follows from one call from outside. A message passes each port at most once on one trip: so a
+// circle ends where it began, and whoever looks on in several places sees it once in each. The device therefore
+// answers a message with at most one message from each source.
+//
+// A trip costs what it passes, however many ports the device has, and no deeper stack for a longer road.
+class Router {
+ public:
+  using Look = std::function<void(PortId port, const Message& message, Time now)>;
+
+  // graph must outlive the router. passed: called once for each port passed. arrived: called after it when the port
+  // is a sink; the device may call emitted in it. Neither may change the graph.
+  Router(const PatchGraph& graph, Look passed, Look arrived);
+
+  // Passes a message through ports, in this order, on one trip. Not from inside passed or arrived.
+  void pass(std::span<const PortId> ports, const Message& message, Time now);
+
+  // The device has emitted a message: on the trip that it answers when called inside arrived, else on one of its own.
+  void emitted(PortId source, const Message& message, Time now);
+
+ private:
+  // A port still to be passed.
+  struct Step {
+    PortId port;
+    Message message;
+    Time now;
+    std::shared_ptr<const std::vector<std::uint8_t>> owned;  // the bytes, unless the caller of the trip lends them
+  };
+
+  void travel();
+  bool firstVisit(PortId port);
+
+  const PatchGraph& graph_;
+  Look passed_;
+  Look arrived_;
+  std::vector<Step> ahead_;         // last first
+  std::vector<Step> answers_;       // of the device, while arrived_ runs
+  const Step* atDevice_ = nullptr;  // what the device is looking at, while arrived_ runs
+  std::uint64_t trip_ = 0;
+  std::unordered_map<PortId, std::uint64_t, PortHash> lastTrip_;  // the trip that passed a port last
+};
+
+}  // namespace service

@@ -1,0 +1,83 @@
+// The event server and the stream server of one device: who taps what, who is connected to whom, and what waits for
+// each client. Pure logic: no sockets, no threads, no clock. Not safe for use by several threads at once.
+#pragma once
+
+#include <cstddef>
+#include <cstdint>
+#include <memory>
+#include <optional>
+#include <string>
+#include <string_view>
+#include <vector>
+
+#include "platform/drivers/driver.h"
+#include "platform/service/client_id.h"
+#include "platform/wire/status.h"
+
+namespace service {
+
+struct Limits {
+  std::size_t queueBytes = 8U << 20U;  // what may wait for one client
+};
+
+// What a client is told of the patch graph. added false: taken away.
+struct GraphChange {
+  std::uint64_t version = 0;  // of the graph with this change made; the first change makes version 1
+  bool added = false;
+  Link link;
+};
+
+class Service : private DriverEvents {
+ public:
+  // Starts the driver at once.
+  Service(std::unique_ptr<Driver> driver, Limits limits, Time now);
+  ~Service() override;
+
+  ClientId addClient();
+
+  // Ends the client's taps and forgets what waits for it. A client that is not there is not an error, here or below:
+  // operations that answer a status answer NoSession for it, the others do nothing.
+  void removeClient(ClientId client, Time now);
+
+  // Taps. holderBytes: the largest event (header included) that several records may share. The same tap twice is Ok
+  // and stays as it is. NotFound: no port has that name. Untapping what is not tapped answers Nothing.
+  wire::Status tap(ClientId client, EventPortId port, std::string_view name, std::uint32_t holderBytes, Time now);
+  wire::Status untap(ClientId client, EventPortId port, std::string_view name, Time now);
+  void untapAll(ClientId client, EventPortId port, Time now);
+
+  // Passes a message through every device port that the event port has tapped, in the order of tapping: at a source as
+  // if it had emitted the message, at a sink as if it had arrived there. BadRequest: the message has no bytes.
+  wire::Status send(ClientId client, EventPortId port, const Message& message, Time now);
+
+  // Passes a message through one device port in the same way.
+  wire::Status inject(std::string_view name, const Message& message, Time now);
+
+  // Patch graph. graphVersion counts changes; changes of everybody are collected until takeGraphChanges.
+  wire::Status connect(const Link& link, Time now);
+  wire::Status disconnect(const Link& link, Time now);
+  std::vector<Link> links() const;
+  std::uint64_t graphVersion() const;
+  std::vector<GraphChange> takeGraphChanges();
+
+  const Topology& topology() const;
+
+  // Moves up to about maxBytes of waiting events for the client, oldest first, to the end of out, in the form of
+  // the entries of a wire::Events message. At least one event is moved when any waits. Answers the number of bytes
+  // appended; 0 when nothing waits.
+  std::size_t takeEvents(ClientId client, std::size_t maxBytes, std::vector<std::uint8_t>& out);
+
+  // True when events wait for the client.
+  bool hasEvents(ClientId client) const;
+
+  // Does what is due; answers when to call again (see Driver::advance). An answer holds until the next call of an
+  // operation that takes a time.
+  std::optional<Time> advance(Time now);
+
+ private:
+  void emitted(PortId source, const Message& message, Time now) override;
+
+  struct State;
+  std::unique_ptr<State> state_;
+};
+
+}  // namespace service

@@ -1,0 +1,65 @@
+// What waits for one client.
+#pragma once
+
+#include <chrono>
+#include <cstddef>
+#include <cstdint>
+#include <deque>
+#include <vector>
+
+#include "platform/drivers/port.h"
+#include "platform/drivers/topology.h"
+#include "platform/service/byte_fifo.h"
+#include "platform/service/client_id.h"
+
+namespace service {
+
+// The events that wait for one client, in order, bounded in bytes. A record that would exceed the bound is dropped
+// and counted; the count is given out as an entry of its own exactly where the records are missing: in front of the
+// next record that is taken in, or when all that waited has been taken.
+//
+// Records of one tap that come one after another share an event, while it fits the tap's holder and for
+// SharingTime from its first record on, so that the event's time stamp stays true for all of them.
+class TapQueue {
+ public:
+  static constexpr Time SharingTime = std::chrono::milliseconds(5);
+
+  // limit: in bytes of what is stored, records and bookkeeping.
+  explicit TapQueue(std::size_t limit);
+
+  // A message has passed port, which eventPort taps. holderBytes: the largest event that several records may share.
+  void add(EventPortId eventPort, PortId port, std::uint32_t holderBytes, const Message& message, Time now);
+
+  // Moves events to the end of out, oldest first, as entries of a wire::Events message: as many as fit maxBytes, but
+  // at least one when any waits. names: of the ports. Answers the number of bytes appended.
+  std::size_t take(std::size_t maxBytes, const Topology& names, std::vector<std::uint8_t>& out);
+
+  bool empty() const { return entries_.empty() && dropped_ == 0; }
+
+  // What is stored, in bytes; never above the limit.
+  std::size_t bytes() const { return records_.size() + entries_.size() * sizeof(Entry); }
+
+  // Records dropped in all.
+  std::uint64_t lost() const { return lost_; }
+
+ private:
+  // An event, whose records stand in records_ in the order of the entries; or a loss, which is never the newest.
+  struct Entry {
+    std::uint64_t lostOrTime = 0;  // of a loss: how many records; of an event: when its first record came
+    EventPortId eventPort{};
+    std::uint32_t recordBytes = 0;  // 0 for a loss
+    PortId port;
+  };
+
+  static bool mayJoin(const Entry& entry, EventPortId eventPort, PortId port, std::uint32_t holderBytes,
+                      std::size_t recordBytes, Time now);
+
+  std::size_t limit_;
+  std::deque<Entry> entries_;  // oldest first
+  ByteFifo records_;
+  std::uint64_t dropped_ = 0;  // since the last record that was taken in
+  std::uint64_t lost_ = 0;
+  std::uint32_t sequence_ = 0;
+};
+
+}  // namespace service

@@ -1,0 +1,73 @@
+#include "platform/service/tap_table.h"
+
+#include <algorithm>
+
+namespace service {
+
+bool TapTable::add(ClientId client, EventPortId eventPort, PortId port, std::uint32_t holderBytes) {
+  std::vector<Tap>& taps = taps_[port];
+  const auto same = [&](const Tap& tap) { return tap.client == client && tap.eventPort == eventPort; };
+  if (std::ranges::any_of(taps, same)) return false;
+  taps.push_back({client, eventPort, holderBytes, nextOrder_});
+  tapped_[{client, eventPort}].emplace(nextOrder_, port);
+  ++nextOrder_;
+  return true;
+}
+
+bool TapTable::remove(ClientId client, EventPortId eventPort, PortId port) {
+  const auto taps = of(port);
+  const auto same = [&](const Tap& tap) { return tap.client == client && tap.eventPort == eventPort; };
+  const auto found = std::ranges::find_if(taps, same);
+  if (found == taps.end()) return false;
+  const std::uint64_t order = found->order;
+  dropFromPort(port, order, nullptr);
+  const auto ports = tapped_.find({client, eventPort});
+  ports->second.erase(order);
+  if (ports->second.empty()) tapped_.erase(ports);
+  return true;
+}
+
+std::vector<PortId> TapTable::removeAll(ClientId client, EventPortId eventPort) {
+  std::vector<PortId> ended;
+  const auto ports = tapped_.find({client, eventPort});
+  if (ports == tapped_.end()) return ended;
+  for (const auto& [order, port] : ports->second) dropFromPort(port, order, &ended);
+  tapped_.erase(ports);
+  return ended;
+}
+
+std::vector<PortId> TapTable::removeClient(ClientId client) {
+  std::vector<PortId> ended;
+  auto ports = tapped_.lower_bound({client, EventPortId{0}});
+  while (ports != tapped_.end() && ports->first.first == client) {
+    for (const auto& [order, port] : ports->second) dropFromPort(port, order, &ended);
+    ports = tapped_.erase(ports);
+  }
+  return ended;
+}
+
+std::span<const Tap> TapTable::of(PortId port) const {
+  const auto found = taps_.find(port);
+  if (found == taps_.end()) return {};
+  return found->second;
+}
+
+std::vector<PortId> TapTable::tappedBy(ClientId client, EventPortId eventPort) const {
+  std::vector<PortId> ports;
+  const auto found = tapped_.find({client, eventPort});
+  if (found == tapped_.end()) return ports;
+  ports.reserve(found->second.size());
+  for (const auto& [order, port] : found->second) ports.push_back(port);
+  return ports;
+}
+
+// Appends the port to ended (if not null) when this was its last tap.
+void TapTable::dropFromPort(PortId port, std::uint64_t order, std::vector<PortId>* ended) {
+  const auto found = taps_.find(port);
+  std::erase_if(found->second, [&](const Tap& tap) { return tap.order == order; });
+  if (!found->second.empty()) return;
+  taps_.erase(found);
+  if (ended != nullptr) ended->push_back(port);
+}
+
+}  // namespace service

@@ -1,0 +1,55 @@
+// Who taps what.
+#pragma once
+
+#include <cstdint>
+#include <map>
+#include <span>
+#include <unordered_map>
+#include <utility>
+#include <vector>
+
+#include "platform/drivers/port.h"
+#include "platform/service/client_id.h"
+#include "platform/service/hash.h"
+
+namespace service {
+
+// One tap of a device port.
+struct Tap {
+  ClientId client{};
+  EventPortId eventPort{};
+  std::uint32_t holderBytes = 0;  // the largest event that several records may share
+  std::uint64_t order = 0;        // grows with each tap made
+};
+
+// The taps of all clients. A tap is a client, one of its event ports, and a device port.
+class TapTable {
+ public:
+  // False, and nothing changed, when there is this tap already.
+  bool add(ClientId client, EventPortId eventPort, PortId port, std::uint32_t holderBytes);
+
+  // False when there is no such tap.
+  bool remove(ClientId client, EventPortId eventPort, PortId port);
+
+  // Ends all taps of an event port, or of a client. Answers the ports that now have no tap, each once.
+  std::vector<PortId> removeAll(ClientId client, EventPortId eventPort);
+  std::vector<PortId> removeClient(ClientId client);
+
+  // The taps of a port, in the order of tapping. Valid until the next change.
+  std::span<const Tap> of(PortId port) const;
+
+  // The ports that an event port taps, in the order of tapping.
+  std::vector<PortId> tappedBy(ClientId client, EventPortId eventPort) const;
+
+ private:
+  using EventPortKey = std::pair<ClientId, EventPortId>;
+  using TappedPorts = std::map<std::uint64_t, PortId>;  // by order
+
+  void dropFromPort(PortId port, std::uint64_t order, std::vector<PortId>* ended);
+
+  std::unordered_map<PortId, std::vector<Tap>, PortHash> taps_;
+  std::map<EventPortKey, TappedPorts> tapped_;
+  std::uint64_t nextOrder_ = 0;
+};
+
+}  // namespace service

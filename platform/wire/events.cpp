@@ -1,0 +1,129 @@
+#include "platform/wire/events.h"
+
+#include <algorithm>
+#include <cassert>
+
+#include "platform/wire/bytes.h"
+#include "platform/wire/messages.h"
+
+namespace wire {
+namespace {
+
+constexpr std::uint8_t EventKind = 1;
+constexpr std::uint8_t LossKind = 2;
+constexpr std::uint8_t BigEndianFlag = 1;
+
+// A number whose bytes stand in either order.
+template <std::unsigned_integral T>
+T orderedNumber(ByteReader& from, bool bigEndian) {
+  auto value = from.number<T>();
+  if (!bigEndian) return value;
+  T turned = 0;
+  for (std::size_t i = 0; i < sizeof(T); ++i) {
+    turned = static_cast<T>(static_cast<T>(turned << 8U) | static_cast<T>(value & 0xFFU));
+    value = static_cast<T>(value >> 8U);
+  }
+  return turned;
+}
+
+void appendHeader(const EventHeader& header, ByteWriter& to) {
+  to.number<std::uint8_t>(0);  // little-endian
+  to.number<std::uint8_t>(0);  // reserved
+  to.number(header.type);
+  to.number(header.size);
+  to.number(header.sequence);
+  to.number(header.time);
+}
+
+// What stands in front of an event.
+void appendEntryFront(std::uint32_t eventPort, std::string_view port, std::size_t eventBytes, ByteWriter& to) {
+  assert(port.size() <= MaxNameBytes);
+  to.number(EventKind);
+  to.number(eventPort);
+  to.number(static_cast<std::uint16_t>(port.size()));
+  to.characters(port);
+  to.number(static_cast<std::uint32_t>(eventBytes));
+}
+
+}  // namespace
+
+void writeEventHeader(const EventHeader& header, std::span<std::uint8_t, EventHeaderBytes> out) {
+  std::vector<std::uint8_t> bytes;
+  bytes.reserve(EventHeaderBytes);
+  ByteWriter to(bytes);
+  appendHeader(header, to);
+  assert(bytes.size() == EventHeaderBytes);
+  std::ranges::copy(bytes, out.begin());
+}
+
+std::optional<EventHeader> readEventHeader(std::span<const std::uint8_t> event) {
+  if (event.size() < EventHeaderBytes) return std::nullopt;
+  ByteReader from(event);
+  EventHeader header;
+  header.bigEndian = from.number<std::uint8_t>() == BigEndianFlag;
+  from.number<std::uint8_t>();
+  header.type = orderedNumber<std::uint16_t>(from, header.bigEndian);
+  header.size = orderedNumber<std::uint32_t>(from, header.bigEndian);
+  header.sequence = orderedNumber<std::uint32_t>(from, header.bigEndian);
+  header.time = orderedNumber<std::uint64_t>(from, header.bigEndian);
+  if (header.size != event.size()) return std::nullopt;
+  return header;
+}
+
+std::array<std::uint8_t, RecordOverheadBytes> recordFront(std::uint16_t group, std::size_t messageBytes) {
+  const std::size_t length = messageBytes + sizeof group;
+  return {static_cast<std::uint8_t>(length),        static_cast<std::uint8_t>(length >> 8U),
+          static_cast<std::uint8_t>(length >> 16U), static_cast<std::uint8_t>(length >> 24U),
+          static_cast<std::uint8_t>(group),         static_cast<std::uint8_t>(group >> 8U)};
+}
+
+void appendRecord(std::uint16_t group, std::span<const std::uint8_t> message, std::vector<std::uint8_t>& out) {
+  ByteWriter to(out);
+  to.bytes(recordFront(group, message.size()));
+  to.bytes(message);
+}
+
+void appendEventEntry(const EventEntry& entry, std::vector<std::uint8_t>& out) {
+  ByteWriter to(out);
+  if (entry.lost > 0) {
+    to.number(LossKind);
+    to.number(entry.lost);
+    return;
+  }
+  appendEntryFront(entry.eventPort, entry.port, entry.event.size(), to);
+  to.bytes(entry.event);
+}
+
+void beginEventEntry(std::uint32_t eventPort, std::string_view port, const EventHeader& header,
+                     std::vector<std::uint8_t>& out) {
+  ByteWriter to(out);
+  appendEntryFront(eventPort, port, header.size, to);
+  appendHeader(header, to);
+}
+
+std::optional<EventEntry> EventReader::next() {
+  if (!ok_ || rest_.empty()) return std::nullopt;
+  ByteReader from(rest_);
+  EventEntry entry;
+  const auto kind = from.number<std::uint8_t>();
+  if (kind == EventKind) {
+    entry.eventPort = from.number<std::uint32_t>();
+    const std::size_t nameBytes = from.number<std::uint16_t>();
+    if (nameBytes > MaxNameBytes) from.fail();
+    entry.port = from.characters(nameBytes);
+    const std::size_t eventBytes = from.number<std::uint32_t>();
+    if (eventBytes < EventHeaderBytes) from.fail();
+    entry.event = from.bytes(eventBytes);
+  } else if (kind == LossKind) {
+    entry.lost = from.number<std::uint64_t>();
+    if (entry.lost == 0) from.fail();
+  } else {
+    from.fail();
+  }
+  ok_ = from.ok();
+  if (!ok_) return std::nullopt;
+  rest_ = from.rest();
+  return entry;
+}
+
+}  // namespace wire

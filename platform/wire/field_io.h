@@ -1,0 +1,166 @@
+// The fields of a message, written or read by the same description.
+//
+// A message type M is described once, by `template <class Io> void fields(Io& io, Fields<Io, M> message)`, which hands
+// io each field in order. FieldWriter and FieldReader both serve as io, so that encoder and decoder cannot differ.
+#pragma once
+
+#include <cassert>
+#include <concepts>
+#include <cstddef>
+#include <cstdint>
+#include <optional>
+#include <span>
+#include <string>
+#include <string_view>
+#include <type_traits>
+#include <vector>
+
+#include "platform/wire/bytes.h"
+#include "platform/wire/messages.h"
+
+namespace wire {
+
+template <class Io, class M>
+using Fields = std::conditional_t<Io::Writes, const M&, M&>;
+
+// Appends fields. Texts and messages must be within MaxNameBytes and MaxMessageBytes.
+class FieldWriter {
+ public:
+  static constexpr bool Writes = true;
+
+  explicit FieldWriter(std::vector<std::uint8_t>& out) : to_(out) {}
+
+  template <std::unsigned_integral T>
+  void operator()(T value) {
+    to_.number(value);
+  }
+  void operator()(bool value) { to_.number(static_cast<std::uint8_t>(value ? 1 : 0)); }
+  void operator()(Status value) { to_.number(static_cast<std::uint32_t>(value)); }
+
+  void operator()(std::string_view value) {
+    assert(value.size() <= MaxNameBytes);
+    to_.number(static_cast<std::uint16_t>(value.size()));
+    to_.characters(value);
+  }
+
+  void operator()(const std::vector<std::uint8_t>& value) {
+    assert(value.size() <= MaxMessageBytes);
+    to_.number(static_cast<std::uint32_t>(value.size()));
+    to_.bytes(value);
+  }
+
+  template <class T>
+  void operator()(const std::vector<T>& list) {
+    to_.number(static_cast<std::uint32_t>(list.size()));
+    for (const T& item : list) field(item);
+  }
+
+  template <class T>
+  void operator()(const std::optional<T>& value) {
+    (*this)(value.has_value());
+    if (value) field(*value);
+  }
+
+  // All bytes up to the end of the message.
+  void rest(std::span<const std::uint8_t> value) { to_.bytes(value); }
+
+  // A condition that the fields before it must meet.
+  void require([[maybe_unused]] bool met) { assert(met); }
+
+  template <class T>
+  void field(const T& value) {
+    if constexpr (requires { (*this)(value); }) {
+      (*this)(value);
+    } else {
+      fields(*this, value);
+    }
+  }
+
+ private:
+  ByteWriter to_;
+};
+
+// Fills fields. What is too long, or no value of its type, fails the reader.
+class FieldReader {
+ public:
+  static constexpr bool Writes = false;
+
+  explicit FieldReader(ByteReader& from) : from_(from) {}
+
+  template <std::unsigned_integral T>
+  void operator()(T& value) {
+    value = from_.number<T>();
+  }
+
+  void operator()(bool& value) {
+    const auto byte = from_.number<std::uint8_t>();
+    require(byte <= 1);
+    value = byte == 1;
+  }
+
+  void operator()(Status& value) {
+    const auto number = from_.number<std::uint32_t>();
+    require(number <= static_cast<std::uint32_t>(Status::Refused));
+    value = static_cast<Status>(number);
+  }
+
+  void operator()(std::string& value) {
+    const std::size_t size = from_.number<std::uint16_t>();
+    require(size <= MaxNameBytes);
+    value = from_.characters(size);
+  }
+
+  void operator()(std::vector<std::uint8_t>& value) {
+    const std::size_t size = from_.number<std::uint32_t>();
+    require(size <= MaxMessageBytes);
+    const auto bytes = from_.bytes(size);
+    value.assign(bytes.begin(), bytes.end());
+  }
+
+  template <class T>
+  void operator()(std::vector<T>& list) {
+    const std::size_t count = from_.number<std::uint32_t>();
+    require(count <= from_.left() / smallestItem<T>());
+    if (!from_.ok()) return;
+    list.reserve(count);
+    for (std::size_t i = 0; i < count && from_.ok(); ++i) field(list.emplace_back());
+  }
+
+  template <class T>
+  void operator()(std::optional<T>& value) {
+    bool present = false;
+    (*this)(present);
+    if (present) field(value.emplace());
+  }
+
+  void rest(std::span<const std::uint8_t>& value) { value = from_.bytes(from_.left()); }
+
+  void require(bool met) {
+    if (!met) from_.fail();
+  }
+
+  template <class T>
+  void field(T& value) {
+    if constexpr (requires { (*this)(value); }) {
+      (*this)(value);
+    } else {
+      fields(*this, value);
+    }
+  }
+
+ private:
+  // An item whose texts and lists are empty is the shortest that can stand in a list.
+  template <class T>
+  static std::size_t smallestItem() {
+    static const std::size_t size = [] {
+      std::vector<std::uint8_t> bytes;
+      FieldWriter(bytes).field(T{});
+      return bytes.size();
+    }();
+    return size;
+  }
+
+  ByteReader& from_;
+};
+
+}  // namespace wire

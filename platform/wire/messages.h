@@ -1,0 +1,197 @@
+// The messages between library and service. docs/protocol.md describes the bytes.
+//
+// Pure: values in, bytes out, and back. A decoder never reads outside the bytes it is given, checks every size and
+// count before it is used, and refuses a message with bytes left over.
+#pragma once
+
+#include <cstdint>
+#include <optional>
+#include <span>
+#include <string>
+#include <string_view>
+#include <variant>
+#include <vector>
+
+#include "platform/wire/status.h"
+
+namespace wire {
+
+inline constexpr std::uint8_t ProtocolVersion = 1;
+
+// Longest name that travels: a port's name has at most 63 bytes.
+inline constexpr std::size_t MaxNameBytes = 63;
+
+// Largest MIDI message that travels.
+inline constexpr std::size_t MaxMessageBytes = 1U << 20U;
+
+// A service lets at least so many bytes of Events entries, and so many graph changes, be on their way to a client. So a
+// client that tells at the latest after a quarter of it (Consumed, GraphSeen) never waits for news in vain.
+inline constexpr std::size_t MinEventWindow = 16U << 10U;
+inline constexpr std::uint64_t MinGraphWindow = 256;
+
+// --- control channel, client to service ---
+
+// The first message of a client. Answer: Welcome.
+struct Hello {
+  std::string program;  // for the service's log
+  std::uint32_t process = 0;
+};
+
+// The client leaves. Answer: Result, after everything sent before has been taken.
+struct Goodbye {
+  std::uint64_t session = 0;
+};
+
+// Answer to Tap, Untap, UntapAll: Result.
+struct Tap {
+  std::uint64_t session = 0;
+  std::uint32_t eventPort = 0;
+  std::uint32_t holderBytes = 0;
+  std::string name;
+};
+struct Untap {
+  std::uint64_t session = 0;
+  std::uint32_t eventPort = 0;
+  std::string name;
+};
+struct UntapAll {
+  std::uint64_t session = 0;
+  std::uint32_t eventPort = 0;
+};
+
+// Makes (or, made false, takes away) a connection. Answer: Result.
+struct Patch {
+  std::uint64_t session = 0;
+  bool made = true;
+  std::uint16_t sourceGroup = 0;
+  std::uint16_t sourceIndex = 0;
+  std::uint16_t sinkGroup = 0;
+  std::uint16_t sinkIndex = 0;
+};
+
+// Answer: Topology.
+struct AskTopology {
+  std::uint64_t session = 0;
+};
+
+// Answer: Links. The graph channel continues from the version answered.
+struct AskLinks {
+  std::uint64_t session = 0;
+};
+
+// A message to pass through what the event port has tapped. Not answered, but counted in Taken.
+struct Send {
+  std::uint64_t session = 0;
+  std::uint32_t eventPort = 0;
+  std::uint16_t group = 0;
+  std::vector<std::uint8_t> bytes;
+};
+
+// --- control channel, service to client ---
+
+struct Welcome {
+  std::uint64_t session = 0;
+  std::uint32_t sendWindow = 0;  // Send messages that may be on their way before Taken must be waited for
+};
+
+struct Result {
+  Status status = Status::Ok;
+  std::uint64_t graphVersion = 0;
+};
+
+struct TopologySide {
+  std::uint16_t count = 0;
+  std::string prefix;              // names are prefix and number from 1 on
+  std::vector<std::string> names;  // or these, when not empty: count of them
+};
+struct TopologyGroup {
+  std::uint16_t id = 0;
+  std::string name;
+  std::optional<TopologySide> sources;
+  std::optional<TopologySide> sinks;
+};
+struct Topology {
+  std::vector<TopologyGroup> groups;
+};
+
+struct LinkRecord {
+  std::uint16_t sourceGroup = 0;
+  std::uint16_t sourceIndex = 0;
+  std::uint16_t sinkGroup = 0;
+  std::uint16_t sinkIndex = 0;
+  friend bool operator==(const LinkRecord&, const LinkRecord&) = default;
+};
+struct Links {
+  std::uint64_t version = 0;
+  std::vector<LinkRecord> links;  // in the order of making
+};
+
+// How many Send messages of this client the service has taken in all.
+struct Taken {
+  std::uint64_t count = 0;
+};
+
+// --- event channel ---
+
+// Client to service: events go to the socket that this came from. Answer, there: Result.
+struct OpenEvents {
+  std::uint64_t session = 0;
+};
+
+// Client to service: how many bytes of Events entries the client has dealt with in all.
+struct Consumed {
+  std::uint64_t session = 0;
+  std::uint64_t bytes = 0;
+};
+
+// Service to client: entries (see EventReader). On decoding, a view of the bytes that were decoded.
+struct Events {
+  std::span<const std::uint8_t> entries;
+};
+
+// --- graph channel ---
+
+// Client to service: graph changes go to the socket that this came from. Answer, there: Result.
+struct OpenGraph {
+  std::uint64_t session = 0;
+};
+
+// Client to service: changes up to this version have been dealt with.
+struct GraphSeen {
+  std::uint64_t session = 0;
+  std::uint64_t version = 0;
+};
+
+// Service to client.
+struct GraphChanged {
+  std::uint64_t version = 0;
+  bool added = false;
+  LinkRecord link;
+};
+
+// Service to client: too many changes were not dealt with, and no more are sent until AskLinks.
+struct GraphStale {};
+
+using Body =
+    std::variant<Hello, Goodbye, Tap, Untap, UntapAll, Patch, AskTopology, AskLinks, Send, Welcome, Result, Topology,
+                 Links, Taken, OpenEvents, Consumed, Events, OpenGraph, GraphSeen, GraphChanged, GraphStale>;
+
+// One message. The tag of an answer is that of its request; 0 in what is no answer.
+struct Envelope {
+  std::uint32_t tag = 0;
+  Body body;
+};
+
+// The bytes of one message. Names and MIDI messages must be within the limits above, and a side's list of names empty
+// or as long as its count.
+std::vector<std::uint8_t> encode(std::uint32_t tag, const Body& body);
+
+enum class DecodeError : std::uint8_t { None, Malformed, WrongVersion };
+
+// Nothing when the bytes are not exactly one message of this version; error (if not null) then says why.
+std::optional<Envelope> decode(std::span<const std::uint8_t> bytes, DecodeError* error = nullptr);
+
+// The tag of what begins like a message, of any version, whatever follows; so that it can be refused by answering.
+std::optional<std::uint32_t> tagOf(std::span<const std::uint8_t> bytes);
+
+}  // namespace wire

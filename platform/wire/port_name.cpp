@@ -1,0 +1,23 @@
+#include "platform/wire/port_name.h"
+
+#include "platform/wire/messages.h"
+
+namespace wire {
+namespace {
+
+std::string joined(std::string_view stem, const std::string& tail) {
+  return std::string(stem.substr(0, MaxNameBytes - tail.size())) + tail;
+}
+
+}  // namespace
+
+std::string missingPortName(std::string_view groupName, std::uint16_t groupId, bool sink, std::uint16_t index,
+                            const std::function<bool(const std::string&)>& taken) {
+  const std::string stem = groupName.empty() ? "Group" + std::to_string(groupId) : std::string(groupName);
+  const std::string wanted = joined(stem + (sink ? "In" : "Out"), std::to_string(index + 1));
+  std::string name = wanted;
+  for (unsigned suffix = 2; taken(name); ++suffix) name = joined(wanted, "_" + std::to_string(suffix));
+  return name;
+}
+
+}  // namespace wire

@@ -1,0 +1,20 @@
+#include "terminal/alternate_signal_stack.h"
+
+namespace flowscope {
+namespace {
+
+// The handlers need little; the rest is what the kernel puts on the stack for the widest registers.
+constexpr std::size_t StackSize = 65536;
+
+}  // namespace
+
+AlternateSignalStack::AlternateSignalStack() : memory_(std::make_unique<std::byte[]>(StackSize)) {
+  stack_t stack{};
+  stack.ss_sp = memory_.get();
+  stack.ss_size = StackSize;
+  sigaltstack(&stack, &before_);
+}
+
+AlternateSignalStack::~AlternateSignalStack() { sigaltstack(&before_, nullptr); }
+
+}  // namespace flowscope

@@ -1,0 +1,87 @@
+#include "terminal/console_output.h"
+
+#include <string>
+
+#include "terminal/escape_text.h"
+
+namespace flowscope {
+namespace {
+
+// Enough for the usual line with its sequences.
+constexpr std::size_t ReservedLength = 160;
+
+}  // namespace
+
+ConsoleOutput::ConsoleOutput(std::FILE* out, TerminalSize& size, KeySource& keys, bool quiet)
+    : out_(out), size_(size), keys_(keys), quiet_(quiet) {}
+
+void ConsoleOutput::applyStyle(std::uint32_t attributes, std::uint32_t colour) {
+  if (!quiet_) write(styleOn(attributes, colour));
+}
+
+void ConsoleOutput::clearStyle(std::uint32_t attributes, std::uint32_t colour) { write(styleOff(attributes, colour)); }
+
+void ConsoleOutput::writeAt(int column, const char* text) { write(textAt(column, text)); }
+
+void ConsoleOutput::writeStyled(const StyledText& item) { write(itemAt(1, item, "")); }
+
+bool ConsoleOutput::writeLine(const StyledText& item, bool paged) {
+  if (!pageCheck(paged)) return false;
+  write(itemAt(1, item, "\n"));
+  return true;
+}
+
+bool ConsoleOutput::writeLineFresh(const StyledText& item, bool resetCounters, bool paged) {
+  if (resetCounters) resetPaging();
+  return writeLine(item, paged);
+}
+
+void ConsoleOutput::writeCell(int column, const StyledText& item) { write(itemAt(column, item, "")); }
+
+bool ConsoleOutput::pageCheck(bool paged) {
+  if (quiet_) return true;
+  if (paging_.countLine(terminalRows(), paged) == PageDecision::Print) return true;
+  return askForPage() == PageAnswer::GoOn;
+}
+
+void ConsoleOutput::reportResult(ResultCode code) {
+  const char* message = resultMessage(code);
+  if (message == nullptr) return;
+  std::string line = message;
+  if (!quiet_) line += '\n';
+  writeStyled({AttrNone, ColourDefault, line.c_str()});
+}
+
+std::string ConsoleOutput::textAt(int column, const char* text) const {
+  if (!quiet_) return toColumn(column) + (text != nullptr ? text : "");
+  return text != nullptr ? std::string(text) + '\n' : std::string();
+}
+
+// One item as one text, so that one write puts it out and the lines of two threads do not mix.
+std::string ConsoleOutput::itemAt(int column, const StyledText& item, std::string_view lineEnd) const {
+  std::string written;
+  written.reserve(ReservedLength);
+  if (!quiet_) written += styleOn(item.attributes, item.colour);
+  written += textAt(column, item.text);
+  if (!quiet_) written += lineEnd;
+  written += styleOff(item.attributes, item.colour);
+  return written;
+}
+
+PageAnswer ConsoleOutput::askForPage() {
+  int key = InputResumed;
+  while (key == InputResumed) {
+    applyStyle(AttrReverse | AttrBlink, ColourDefault);
+    write("More");
+    clearStyle(AttrReverse | AttrBlink, ColourDefault);
+    key = keys_.readByte();
+    write(EraseLine);
+  }
+  return paging_.answer(key);
+}
+
+void ConsoleOutput::write(std::string_view text) {
+  if (!text.empty()) std::fwrite(text.data(), 1, text.size(), out_);
+}
+
+}  // namespace flowscope

@@ -1,0 +1,67 @@
+#include "terminal/stdin_key_source.h"
+
+#include <poll.h>
+#include <sys/eventfd.h>
+#include <unistd.h>
+
+#include <array>
+#include <cerrno>
+#include <cstdint>
+#include <system_error>
+
+namespace flowscope {
+
+StdinKeySource::StdinKeySource(std::FILE* in) : in_(in), wakeDescriptor_(eventfd(0, EFD_CLOEXEC | EFD_NONBLOCK)) {
+  if (wakeDescriptor_ < 0) throw std::system_error(errno, std::generic_category(), "eventfd");
+  // A byte that waits in the stream's own buffer would be invisible to poll.
+  std::setvbuf(in_, nullptr, _IONBF, 0);
+}
+
+StdinKeySource::~StdinKeySource() { close(wakeDescriptor_); }
+
+int StdinKeySource::readByte() {
+  for (;;) {
+    // The C library does this by itself when it reads an unbuffered stream, but here poll does the waiting.
+    std::fflush(stdout);
+    if (!awaitByte()) continue;
+    if (stopped_) return EndOfInput;
+    if (resumed_.exchange(false)) return InputResumed;
+    errno = 0;
+    const int byte = std::getc(in_);
+    if (byte != EOF) return byte;
+    if (std::ferror(in_) == 0 || (errno != EINTR && errno != EAGAIN)) return EndOfInput;
+    std::clearerr(in_);
+  }
+}
+
+void StdinKeySource::stop() {
+  stopped_ = true;
+  wake();
+}
+
+void StdinKeySource::notifyResumed() noexcept {
+  resumed_ = true;
+  wake();
+}
+
+// Answers whether there is something to answer: a byte, the end, or a reason to wake.
+bool StdinKeySource::awaitByte() {
+  if (stopped_ || resumed_) return true;
+  std::array<pollfd, 2> sources{{{fileno(in_), POLLIN, 0}, {wakeDescriptor_, POLLIN, 0}}};
+  if (poll(sources.data(), sources.size(), -1) < 0) return errno != EINTR;
+  if (sources[1].revents == 0) return true;
+  // Emptied before the flags are looked at: a wake that comes after this is seen by the next poll.
+  std::uint64_t count = 0;
+  [[maybe_unused]] const ssize_t drained = read(wakeDescriptor_, &count, sizeof count);
+  return stopped_ || resumed_;
+}
+
+void StdinKeySource::wake() noexcept {
+  const int savedErrno = errno;
+  const std::uint64_t one = 1;
+  // It fails only when the counter is full, and then the reader is awake already.
+  [[maybe_unused]] const ssize_t written = write(wakeDescriptor_, &one, sizeof one);
+  errno = savedErrno;
+}
+
+}  // namespace flowscope

@@ -1,0 +1,116 @@
+#include "terminal/terminal_mode.h"
+
+#include <sched.h>
+#include <termios.h>
+#include <unistd.h>
+
+#include <atomic>
+#include <cerrno>
+#include <csignal>
+
+namespace flowscope {
+namespace {
+
+constexpr int Terminal = 0;
+
+// What this process knows of its terminal. Touched only under a TerminalGuard.
+struct TerminalState {
+  termios saved{};
+  bool isSaved = false;
+  bool rawWanted = false;  // what was asked for last; a terminal that is lent keeps it
+  int lenders = 0;
+};
+
+TerminalState state;
+std::atomic_flag stateTaken = ATOMIC_FLAG_INIT;
+
+// One change at a time: a signal handler that makes the terminal raw must not come between another one that restores
+// it and the stop of the process. Handlers cannot wait for a mutex. What is guarded is a few system calls, and with
+// every signal blocked no handler can interrupt it on its own thread and wait for itself. That SIGTTOU is among them
+// keeps a process in the background from being stopped by its change of settings.
+class TerminalGuard {
+ public:
+  TerminalGuard() noexcept : errno_(errno) {
+    sigset_t all;
+    sigfillset(&all);
+    pthread_sigmask(SIG_BLOCK, &all, &signals_);
+    while (stateTaken.test_and_set(std::memory_order_acquire)) sched_yield();
+  }
+  TerminalGuard(const TerminalGuard&) = delete;
+  TerminalGuard& operator=(const TerminalGuard&) = delete;
+  ~TerminalGuard() {
+    stateTaken.clear(std::memory_order_release);
+    pthread_sigmask(SIG_SETMASK, &signals_, nullptr);
+    errno = errno_;
+  }
+
+ private:
+  int errno_;
+  sigset_t signals_{};
+};
+
+bool restoreSettings() noexcept { return state.isSaved && tcsetattr(Terminal, TCSANOW, &state.saved) == 0; }
+
+bool applyRawSettings(termios settings) noexcept {
+  settings.c_iflag &= ~static_cast<tcflag_t>(BRKINT | ISTRIP | IXON);
+  settings.c_lflag &= ~static_cast<tcflag_t>(ICANON | ECHO | ECHOE | ECHOK | ECHONL | IEXTEN);
+  settings.c_cc[VMIN] = 1;
+  settings.c_cc[VTIME] = 0;
+  return tcsetattr(Terminal, TCSANOW, &settings) == 0;
+}
+
+bool renewIfOurs() noexcept {
+  termios current{};
+  return state.rawWanted && state.lenders == 0 && tcgetpgrp(Terminal) == getpgrp() &&
+         tcgetattr(Terminal, &current) == 0 && applyRawSettings(current);
+}
+
+}  // namespace
+
+bool setTerminalMode(TerminalMode mode) {
+  const TerminalGuard guard;
+  if (mode == TerminalMode::Saved) {
+    state.rawWanted = false;
+    return restoreSettings();
+  }
+  termios current{};
+  if (tcgetattr(Terminal, &current) != 0) return false;
+  if (!state.isSaved) state.saved = current;
+  state.isSaved = true;
+  state.rawWanted = true;
+  return applyRawSettings(current);
+}
+
+void lendTerminal() noexcept {
+  const TerminalGuard guard;
+  ++state.lenders;
+  restoreSettings();
+}
+
+bool reclaimTerminal() noexcept {
+  const TerminalGuard guard;
+  --state.lenders;
+  return renewIfOurs();
+}
+
+bool renewRawMode() noexcept {
+  const TerminalGuard guard;
+  return renewIfOurs();
+}
+
+SavedModeScope::SavedModeScope() {
+  const TerminalGuard guard;
+  wasRaw_ = state.rawWanted;
+  state.rawWanted = false;
+  if (wasRaw_) restoreSettings();
+}
+
+SavedModeScope::~SavedModeScope() {
+  if (!wasRaw_) return;
+  const TerminalGuard guard;
+  state.rawWanted = true;
+  // In the background the terminal belongs to somebody else; the signal that brings the process back sets raw.
+  renewIfOurs();
+}
+
+}  // namespace flowscope

@@ -1,0 +1,91 @@
+#include "core/program.h"
+
+#include <gtest/gtest.h>
+#include <unistd.h>
+
+#include <filesystem>
+#include <fstream>
+
+#include "core/stat_base.h"
+#include "tests/core/shell_fixture.h"
+
+namespace flowscope {
+namespace {
+
+class Program : public testing::Test {
+ protected:
+  std::string run(const std::vector<const char*>& words) {
+    status = runProgram(words, around.io);
+    return around.out.take();
+  }
+
+  std::string script(const std::string& text) {
+    const auto path = std::filesystem::temp_directory_path() / ("program-" + std::to_string(::getpid()));
+    std::ofstream(path) << text;
+    return path.string();
+  }
+
+  test::Surroundings around;
+  int status = -1;
+};
+
+TEST_F(Program, OptionsRunFromLeftToRightEachInAShellOfItsOwn) {
+  const auto file = script("pwd; cd Midi/Sink; pwd\npwd");
+  EXPECT_EQ(run({"-c", "cd Midi; pwd", "-f", file.c_str(), "word", "-c", "pwd"}),
+            "/Midi\n/\n/Midi/Sink\n/Midi/Sink\n/\n");
+  EXPECT_EQ(status, 0);
+  ASSERT_NE(StatBase::current(), nullptr);
+  EXPECT_TRUE(StatBase::current()->isQuiet());
+}
+
+TEST_F(Program, AFailingCommandEndsItsLineAndNotTheProgram) {
+  EXPECT_EQ(run({"-c", "pwd; ls a b; pwd", "-c", "pwd"}), "/\nERROR: OptionError\n/\n");
+  EXPECT_EQ(status, 0);
+}
+
+TEST_F(Program, AMissingValueIsABadArgument) {
+  EXPECT_EQ(run({"-c", "pwd", "-c"}), "/\nERROR: Bad Argument\n");
+  EXPECT_EQ(status, 0);
+  EXPECT_EQ(run({"-f"}), "ERROR: Bad Argument\n");
+  EXPECT_EQ(status, 0);
+}
+
+TEST_F(Program, TheValueOfAnOptionMayLookLikeAnOption) {
+  EXPECT_EQ(run({"-c", "-f", "-c", "pwd"}), "ERROR: OptionError\n/\n");
+}
+
+TEST_F(Program, AScriptThatCannotBeReadPrintsNothing) {
+  EXPECT_EQ(run({"-f", "/nowhere/at/all"}), "");
+  EXPECT_EQ(status, 0);
+}
+
+TEST_F(Program, OtherWordsAreSkippedAndOptionsMatchWhole) {
+  EXPECT_EQ(run({"one", "-cc", "--f", "-c", ";", "-c", "pwd"}), "/\n");
+  EXPECT_EQ(status, 0);
+}
+
+TEST_F(Program, OptionsNeverTouchTheKeyboard) {
+  around.keys.keys = {'p', 'w', 'd', '\n'};
+  EXPECT_EQ(run({"-c", "cd Midi"}), "");
+  EXPECT_EQ(around.keys.keys.size(), 4U);
+}
+
+TEST_F(Program, WithoutOptionsTheShellRunsUntilQuit) {
+  for (const char key : std::string("cd Midi\nquit\npwd\n")) around.keys.keys.push_back(key);
+  const auto printed = run({"plain", "words", "only"});
+  EXPECT_EQ(status, 0);
+  EXPECT_TRUE(printed.starts_with("\033[0G[ /]$ \033[7G\033[0K\033[7G")) << printed;
+  EXPECT_NE(printed.find("[ Midi]$ "), std::string::npos) << printed;
+  EXPECT_EQ(printed.find("/Midi\n"), std::string::npos) << printed;
+  EXPECT_EQ(around.keys.keys.size(), 4U);
+}
+
+TEST_F(Program, EndOfInputEndsTheShell) {
+  for (const char key : std::string("pwd\n")) around.keys.keys.push_back(key);
+  const auto printed = run({});
+  EXPECT_EQ(status, 0);
+  EXPECT_NE(printed.find("\033[39m\033[1G/\n"), std::string::npos) << printed;
+}
+
+}  // namespace
+}  // namespace flowscope

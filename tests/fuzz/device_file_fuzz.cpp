@@ -1,0 +1,43 @@
+// Any text is either a device whose ports can be found by their names, or one problem in one printable line.
+#include <cstdint>
+#include <cstdlib>
+#include <string_view>
+
+#include "platform/drivers/device_parser.h"
+
+namespace {
+
+void require(bool held) {
+  if (!held) std::abort();
+}
+
+void checkPort(const service::Topology& topology, service::PortId port) {
+  const std::string name = topology.name(port);
+  require(name.size() <= 63 && topology.port(name) == port);
+}
+
+void checkGroup(const service::Topology& topology, const service::Group& group) {
+  for (const service::Side side : {service::Side::Source, service::Side::Sink}) {
+    const auto& ports = group.side(side);
+    if (!ports || ports->count == 0) continue;
+    checkPort(topology, {group.id, 0, side});
+    checkPort(topology, {group.id, static_cast<std::uint16_t>(ports->count - 1), side});
+  }
+}
+
+}  // namespace
+
+extern "C" int LLVMFuzzerTestOneInput(const char* data, std::size_t size) {
+  auto result = service::parseDevice(std::string_view(data, size));
+  if (const auto* problem = std::get_if<service::DeviceFileProblem>(&result)) {
+    require(problem->line > 0 && !problem->cause.empty());
+    for (const char byte : problem->cause) require(byte >= ' ' && byte <= '~');
+    return 0;
+  }
+  const auto driver = service::makeDeviceDriver(std::get<service::ParsedDevice>(std::move(result)).device);
+  for (const service::Group& group : driver->topology().groups()) checkGroup(driver->topology(), group);
+  for (const service::Link& link : driver->initialLinks()) {
+    require(driver->topology().exists(link.source()) && driver->topology().exists(link.sink()));
+  }
+  return 0;
+}

@@ -1,0 +1,44 @@
+// Arbitrary bytes as a message and as the entries of an Events message: what is understood is written back the same.
+#include <cstdint>
+#include <cstdlib>
+#include <span>
+#include <vector>
+
+#include "platform/wire/events.h"
+#include "platform/wire/messages.h"
+
+namespace {
+
+void require(bool met) {
+  if (!met) std::abort();
+}
+
+void checkMessage(std::span<const std::uint8_t> bytes) {
+  auto error = wire::DecodeError::None;
+  const auto envelope = wire::decode(bytes, &error);
+  require(envelope.has_value() == (error == wire::DecodeError::None));
+  if (!envelope) return;
+  const auto again = wire::encode(envelope->tag, envelope->body);
+  require(std::vector<std::uint8_t>(bytes.begin(), bytes.end()) == again);
+}
+
+void checkEntries(std::span<const std::uint8_t> bytes) {
+  std::vector<std::uint8_t> again;
+  wire::EventReader reader(bytes);
+  while (const auto entry = reader.next()) {
+    if (const auto header = wire::readEventHeader(entry->event)) require(header->size == entry->event.size());
+    wire::appendEventEntry(*entry, again);
+  }
+  const auto read = bytes.first(again.size());
+  require(std::vector<std::uint8_t>(read.begin(), read.end()) == again);
+  require(!reader.ok() || again.size() == bytes.size());
+}
+
+}  // namespace
+
+extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
+  const std::span bytes(data, size);
+  checkMessage(bytes);
+  checkEntries(bytes);
+  return 0;
+}

@@ -1,0 +1,168 @@
+// Managers, ports and services that come and go.
+
+#include <gtest/gtest.h>
+
+#include <cstdlib>
+#include <memory>
+#include <string>
+#include <thread>
+#include <vector>
+
+#include "platform/client/session.h"
+#include "tests/platform/client/fixture.h"
+#include "tests/platform/host/raw_client.h"
+
+namespace client {
+namespace {
+
+using EvtSrv::EventPortManager;
+using Texts = std::vector<std::string>;
+
+constexpr std::uint32_t Behaviour = EvtSrv::ConBehave_Default;
+
+TEST(Lifetime, DestroyingTheManagerDeliversWhatIsPending) {
+  constexpr std::uint16_t Count = 1'000;
+  TestService service;
+  EventPortManager witness(Behaviour, true);
+  RecordingPort heard(witness);
+  heard.tap("G0Out1");
+  {
+    EventPortManager manager(Behaviour, true);
+    RecordingPort port(manager);
+    port.tap("G0Out1");
+    for (std::uint16_t i = 0; i < Count; ++i) port.sendNoteOn(1, 1, i);
+  }
+  ASSERT_TRUE(receiveUntil(witness, [&] { return heard.texts.size() >= Count; }));
+  EXPECT_EQ(heard.texts.back(), "G0Out1: 1 1 999");
+}
+
+TEST(Lifetime, PortsOutliveTheirManager) {
+  TestService service;
+  auto manager = std::make_unique<EventPortManager>(Behaviour, true);
+  auto port = std::make_unique<RecordingPort>(*manager);
+  port->tap("G0Out1");
+  port->sendNoteOn(1, 1, 0);
+  manager.reset();
+  EXPECT_EQ(port->tap("G0Out1"), EvtSrv::EvtRes_NoService);
+  EXPECT_EQ(port->disconnect(nullptr, nullptr), EvtSrv::EvtRes_NoService);
+  EXPECT_EQ(port->disconnect("G0Out1", nullptr), EvtSrv::EvtRes_NoService);
+  EXPECT_EQ(port->sendNoteOn(1, 1, 0), StrmSrv::StrmRes_NoService);
+  port.reset();
+}
+
+TEST(Lifetime, ServiceEndsWithItsLastManager) {
+  std::weak_ptr<host::EmbeddedService> watched;
+  auto service = std::make_unique<TestService>();
+  watched = service->service();
+  auto one = std::make_unique<EventPortManager>(Behaviour, true);
+  auto two = std::make_unique<EventPortManager>(Behaviour, true);
+  RecordingPort leftBehind(*one);
+  service.reset();
+  EXPECT_FALSE(watched.expired());
+  one.reset();
+  EXPECT_FALSE(watched.expired());
+  two.reset();
+  EXPECT_TRUE(watched.expired()) << "a port that is left behind holds up nothing";
+}
+
+TEST(Lifetime, ManagersOfOneEndpointShareTheDevice) {
+  const EndpointVariable endpoint("embedded:");
+  EventPortManager one(Behaviour, true);
+  EventPortManager two(Behaviour, true);
+  RecordingPort heard(one);
+  RecordingPort port(two);
+  ASSERT_EQ(heard.tap("KeyboardOut1"), EvtSrv::EvtRes_Success);
+  ASSERT_EQ(port.tap("KeyboardOut1"), EvtSrv::EvtRes_Success);
+  ASSERT_EQ(port.sendNoteOn(11, 22, 33), StrmSrv::StrmRes_Success);
+  ASSERT_TRUE(receiveUntil(one, [&] { return !heard.texts.empty(); }));
+  EXPECT_EQ(heard.texts, Texts{"KeyboardOut1: 11 22 33"});
+}
+
+TEST(Lifetime, ServiceStartsAnewAfterItsLastManager) {
+  const EndpointVariable endpoint("embedded:");
+  {
+    EventPortManager manager(Behaviour, true);
+    StrmSrv::Patcher patcher(manager, 0);
+    ASSERT_EQ(patcher.disconnect(0, 0, 4, 0), StrmSrv::StrmRes_Success);
+  }
+  EventPortManager manager(Behaviour, true);
+  StrmSrv::Patcher patcher(manager, 0);
+  EXPECT_EQ(patcher.disconnect(0, 0, 4, 0), StrmSrv::StrmRes_Success) << "the connection stands again";
+}
+
+TEST(Lifetime, ManagersComeAndGoOnManyThreads) {
+  const EndpointVariable endpoint("embedded:");
+  std::vector<std::thread> threads;
+  std::vector<int> results(4);
+  for (int& result : results) {
+    threads.emplace_back([&result] {
+      for (int i = 0; i < 10; ++i) {
+        EventPortManager manager(Behaviour, true);
+        RecordingPort port(manager);
+        if (port.tap("SequencerOut1") == EvtSrv::EvtRes_Success) ++result;
+        manager.receiveEvent(0);
+      }
+    });
+  }
+  for (std::thread& thread : threads) thread.join();
+  EXPECT_EQ(results, std::vector<int>(4, 10));
+}
+
+TEST(Lifetime, DeviceFileBecomesTheDevice) {
+  const std::string file = testing::TempDir() + "client_lifetime_device.toml";
+  std::FILE* out = std::fopen(file.c_str(), "w");
+  ASSERT_NE(out, nullptr);
+  std::fputs("[[group]]\nid = 4\nname = \"Box\"\nsources = 2\n", out);
+  std::fclose(out);
+  const EndpointVariable endpoint("embedded:" + file);
+  EventPortManager manager(Behaviour, true);
+  std::remove(file.c_str());
+  StrmSrv::Patcher patcher(manager, 0);
+  EXPECT_EQ(patcher.sourceGroups(), (std::vector<StrmSrv::GroupRecord>{{4, 2}}));
+  EXPECT_EQ(patcher.makeStreamPortName(0, 4, 0, 0), "BoxOut1");
+}
+
+TEST(Lifetime, ServiceThatDoesNotAnswerIsNoService) {
+  // A client's socket arrives at a device's service that never runs: nobody reads.
+  TestService service;
+  zmq::context_t& context = service.service()->context();
+  zmq::socket_t deaf(context, zmq::socket_type::router);
+  deaf.set(zmq::sockopt::linger, 0);
+  deaf.bind("inproc://deaf");
+  ControlChannel control(context, "inproc://deaf");
+  EXPECT_FALSE(control.greet("test", Deadline(std::chrono::milliseconds(50))));
+  EXPECT_EQ(control.session(), 0U);
+}
+
+TEST(Lifetime, GarbageOfOthersIsNotNoticed) {
+  TestService service;
+  EventPortManager manager(Behaviour, true);
+  RecordingPort port(manager);
+  port.tap("G0Out1");
+  host::RawClient raw(service.service()->context(), service.service()->address());
+  for (std::uint32_t i = 0; i < 100; ++i) {
+    ASSERT_TRUE(raw.send(service::Bytes(i, 0xE5)));
+    ASSERT_TRUE(raw.send(0, wire::UntapAll{i, 1}));
+    ASSERT_EQ(port.sendNoteOn(1, 1, 0), StrmSrv::StrmRes_Success);
+  }
+  ASSERT_TRUE(receiveUntil(manager, [&] { return port.texts.size() >= 100; }));
+  EXPECT_EQ(port.texts, Texts(100, "G0Out1: 1 1 0"));
+}
+
+// A process that ends without taking anything down.
+[[noreturn]] void endWithEverythingLeftBehind() {
+  const EndpointVariable endpoint("embedded:");
+  static auto* manager = new EventPortManager(Behaviour, true);
+  static auto* port = new RecordingPort(*manager);
+  port->tap("SequencerOut1");
+  manager->receiveEvent(10);
+  std::exit(7);
+}
+
+TEST(LifetimeDeathTest, LeakedManagerDoesNotHoldUpTheEnd) {
+  GTEST_FLAG_SET(death_test_style, "threadsafe");
+  EXPECT_EXIT(endWithEverythingLeftBehind(), testing::ExitedWithCode(7), "");
+}
+
+}  // namespace
+}  // namespace client

@@ -1,0 +1,56 @@
+#include "platform/client/link_mirror.h"
+
+#include <gtest/gtest.h>
+
+namespace client {
+namespace {
+
+using StrmSrv::PortRecord;
+using Ports = std::vector<PortRecord>;
+
+Ports copy(std::span<const PortRecord> ports) { return {ports.begin(), ports.end()}; }
+
+TEST(LinkMirror, HoldsTheGraphBothWays) {
+  LinkMirror mirror;
+  mirror.reset({7, {{0, 0, 1, 0}, {0, 1, 1, 0}, {0, 0, 2, 5}}});
+  EXPECT_EQ(mirror.version(), 7U);
+  EXPECT_EQ(copy(mirror.sinksOf({0, 0})), (Ports{{1, 0}, {2, 5}}));
+  EXPECT_EQ(copy(mirror.sinksOf({0, 1})), (Ports{{1, 0}}));
+  EXPECT_EQ(copy(mirror.sourcesOf({1, 0})), (Ports{{0, 0}, {0, 1}}));
+  EXPECT_EQ(copy(mirror.sourcesOf({0, 0})), Ports{});
+  mirror.reset({1, {}});
+  EXPECT_EQ(copy(mirror.sinksOf({0, 0})), Ports{});
+  EXPECT_EQ(mirror.version(), 1U);
+}
+
+TEST(LinkMirror, FollowsChanges) {
+  LinkMirror mirror;
+  EXPECT_TRUE(mirror.apply({1, true, {0, 0, 1, 0}}));
+  EXPECT_TRUE(mirror.apply({2, true, {0, 0, 1, 1}}));
+  EXPECT_TRUE(mirror.apply({3, false, {0, 0, 1, 0}}));
+  EXPECT_TRUE(mirror.apply({4, true, {0, 0, 1, 0}}));
+  EXPECT_EQ(copy(mirror.sinksOf({0, 0})), (Ports{{1, 1}, {1, 0}}));
+  EXPECT_EQ(copy(mirror.sourcesOf({1, 0})), (Ports{{0, 0}}));
+  EXPECT_TRUE(mirror.apply({5, false, {9, 9, 9, 9}}));
+  EXPECT_EQ(mirror.version(), 5U);
+}
+
+TEST(LinkMirror, IgnoresWhatItHasSeen) {
+  LinkMirror mirror;
+  mirror.reset({5, {{0, 0, 1, 0}}});
+  EXPECT_TRUE(mirror.apply({5, true, {0, 0, 1, 0}}));
+  EXPECT_TRUE(mirror.apply({4, false, {0, 0, 1, 0}}));
+  EXPECT_EQ(copy(mirror.sinksOf({0, 0})), (Ports{{1, 0}}));
+  EXPECT_EQ(mirror.version(), 5U);
+}
+
+TEST(LinkMirror, NoticesWhatIsMissing) {
+  LinkMirror mirror;
+  mirror.reset({5, {}});
+  EXPECT_FALSE(mirror.apply({7, true, {0, 0, 1, 0}}));
+  EXPECT_EQ(copy(mirror.sinksOf({0, 0})), Ports{});
+  EXPECT_EQ(mirror.version(), 5U);
+}
+
+}  // namespace
+}  // namespace client

@@ -1,0 +1,109 @@
+// Managers without a service.
+
+#include <gtest/gtest.h>
+#include <sys/resource.h>
+
+#include <ctime>
+#include <string>
+#include <vector>
+
+#include "tests/platform/client/fixture.h"
+
+namespace client {
+namespace {
+
+using EvtSrv::EventPortManager;
+
+struct Row {
+  std::string endpoint;
+  std::uint32_t behaviour;
+  std::string line;
+};
+
+const std::vector<Row>& endpoints() {
+  static const std::vector<Row> rows = {
+      {"ipc:///run/nowhere", EvtSrv::ConBehave_Default,
+       "evtsrv: ipc:///run/nowhere: services in other processes are not supported\n"},
+      {"tcp://host:1", EvtSrv::ConBehave_Void, "evtsrv: tcp://host:1: services over the network are not supported\n"},
+      {"tcp://host:1", EvtSrv::ConBehave_DisableOverNetwork,
+       "evtsrv: tcp://host:1: refused: this program uses no service over the network\n"},
+      {"embedded:jack", EvtSrv::ConBehave_Default, "evtsrv: embedded:jack: devices of this system are not supported\n"},
+      {"embedded:alsa", EvtSrv::ConBehave_Default, "evtsrv: embedded:alsa: devices of this system are not supported\n"},
+      {"nonsense", EvtSrv::ConBehave_Default,
+       "evtsrv: nonsense: not an endpoint (ipc://PATH, tcp://HOST:PORT, embedded:FILE)\n"},
+  };
+  return rows;
+}
+
+std::string errorsOf(std::uint32_t behaviour) {
+  testing::internal::CaptureStderr();
+  { EventPortManager manager(behaviour, true); }
+  return testing::internal::GetCapturedStderr();
+}
+
+TEST(NoService, OneLineNamesEndpointAndCause) {
+  for (const Row& row : endpoints()) {
+    const EndpointVariable endpoint(row.endpoint);
+    EXPECT_EQ(errorsOf(row.behaviour), row.line);
+  }
+}
+
+TEST(NoService, BadDeviceFileIsNamed) {
+  const EndpointVariable endpoint("embedded:/nowhere/device.toml");
+  const std::string line = errorsOf(EvtSrv::ConBehave_Default);
+  EXPECT_NE(line.find("/nowhere/device.toml: "), std::string::npos) << line;
+  EXPECT_EQ(std::count(line.begin(), line.end(), '\n'), 1) << line;
+}
+
+TEST(NoService, EmbeddedServiceSaysNothing) {
+  for (const char* text : {"", "embedded:"}) {
+    const EndpointVariable endpoint(text);
+    EXPECT_EQ(errorsOf(EvtSrv::ConBehave_Default), "");
+  }
+  unsetenv("EVTSRV_ENDPOINT");
+  EXPECT_EQ(errorsOf(EvtSrv::ConBehave_Default), "");
+}
+
+TEST(NoService, StandsForDeviceWithoutGroups) {
+  const EndpointVariable endpoint("nonsense");
+  testing::internal::CaptureStderr();
+  EventPortManager manager(EvtSrv::ConBehave_Default, true);
+  testing::internal::GetCapturedStderr();
+  EXPECT_EQ(manager.session(), nullptr);
+  EXPECT_EQ(manager.receiveEvent(0), EvtSrv::EvtRes_DoNothing);
+  EXPECT_EQ(manager.finishActiveTerm(100), EvtSrv::EvtRes_DoNothing);
+
+  RecordingPort port(manager);
+  EXPECT_EQ(port.tap("KeyboardOut1"), EvtSrv::EvtRes_NoService);
+  EXPECT_EQ(port.disconnect(nullptr, nullptr), EvtSrv::EvtRes_NoService);
+  EXPECT_EQ(port.sendNoteOn(1, 2, 3), StrmSrv::StrmRes_NoService);
+
+  StrmSrv::Patcher patcher(manager, 0);
+  std::vector<StrmSrv::PortRecord> ports{{9, 9}};
+  EXPECT_TRUE(patcher.sourceGroups().empty());
+  EXPECT_TRUE(patcher.sinkGroups().empty());
+  EXPECT_EQ(patcher.connect(0, 0, 4, 0), StrmSrv::StrmRes_NoService);
+  EXPECT_EQ(patcher.disconnect(0, 0, 4, 0), StrmSrv::StrmRes_NoService);
+  EXPECT_EQ(patcher.getConnectSinkPorts(0, 0, ports), StrmSrv::StrmRes_NoService);
+  EXPECT_TRUE(ports.empty());
+  EXPECT_EQ(patcher.getConnectSourcePorts(0, 0, ports), StrmSrv::StrmRes_NoService);
+  EXPECT_EQ(patcher.makeStreamPortName(0, 2, 0, 1), "Group2In1");
+}
+
+std::clock_t processorTime() { return std::clock(); }
+
+TEST(NoService, WaitingDoesNotSpin) {
+  const EndpointVariable endpoint("nonsense");
+  testing::internal::CaptureStderr();
+  EventPortManager manager(EvtSrv::ConBehave_Default, true);
+  testing::internal::GetCapturedStderr();
+  const std::clock_t before = processorTime();
+  const auto start = std::chrono::steady_clock::now();
+  manager.receiveEvent(300);
+  const auto waited = std::chrono::steady_clock::now() - start;
+  EXPECT_GE(waited, std::chrono::milliseconds(290));
+  EXPECT_LT(processorTime() - before, CLOCKS_PER_SEC / 10);
+}
+
+}  // namespace
+}  // namespace client

@@ -1,0 +1,48 @@
+#include "platform/client/port_names.h"
+
+#include <gtest/gtest.h>
+
+#include <vector>
+
+#include "platform/drivers/topology.h"
+#include "platform/host/topology_message.h"
+
+namespace client {
+namespace {
+
+using service::SideOfGroup;
+
+// The service's own view of a device, and the client's.
+TEST(PortNames, AreThoseOfTheService) {
+  const std::string longName(55, 'L');
+  const service::Topology topology({
+      service::numberedGroup(0, "Keys", 3, std::nullopt),
+      service::numberedGroup(1, "Box", 0, 2),
+      // Ports with the names that ports which do not exist would have.
+      {2, "Odd", SideOfGroup{3, "", {"KeysOut4", "Group9In1", "KeysOut4_2"}}, SideOfGroup{2, "", {"BoxOut1", "x"}}},
+      service::numberedGroup(41, longName, 2, 65'535),
+      service::numberedGroup(65'535, "Last", 1, 1),
+  });
+  const PortNames names(host::topologyMessage(topology));
+  const std::vector<std::uint16_t> groups{0, 1, 2, 9, 41, 65'534, 65'535};
+  const std::vector<std::uint16_t> indexes{0, 1, 2, 3, 4, 9, 99, 65'533, 65'534, 65'535};
+  for (const std::uint16_t group : groups) {
+    for (const std::uint16_t index : indexes) {
+      EXPECT_EQ(names.name(group, index, Side::Source), topology.name({group, index, service::Side::Source}));
+      EXPECT_EQ(names.name(group, index, Side::Sink), topology.name({group, index, service::Side::Sink}));
+    }
+  }
+  EXPECT_EQ(names.name(0, 3, Side::Source), "KeysOut4_3");
+  EXPECT_EQ(names.name(9, 0, Side::Sink), "Group9In1_2");
+  EXPECT_EQ(names.name(1, 0, Side::Source), "BoxOut1_2");
+  EXPECT_EQ(names.name(41, 65'534, Side::Sink), longName + "In65535");
+}
+
+TEST(PortNames, DeviceWithoutGroups) {
+  const PortNames names(wire::Topology{});
+  EXPECT_EQ(names.name(3, 4, Side::Source), "Group3Out5");
+  EXPECT_EQ(names.name(65'535, 65'535, Side::Sink), "Group65535In65536");
+}
+
+}  // namespace
+}  // namespace client

@@ -1,0 +1,148 @@
+#include <gtest/gtest.h>
+
+#include <atomic>
+#include <memory>
+#include <string>
+#include <vector>
+
+#include "kstd.h"
+#include "platform/client/fair_mutex.h"
+#include "tests/platform/client/fixture.h"
+#include "utilsrv.h"
+
+namespace UtilSrv {
+namespace {
+
+struct Shared {
+  std::atomic<int> steps{0};
+  std::atomic<bool> unwound{false};
+  std::string name;
+};
+
+TEST(Thread, RunsItsEntryUntilTheDestructorHasWaited) {
+  Shared shared;
+  {
+    const Thread thread([](void* argument) { static_cast<Shared*>(argument)->steps = 1; }, &shared, nullptr);
+  }
+  EXPECT_EQ(shared.steps, 1);
+}
+
+struct MarkUnwound {
+  explicit MarkUnwound(Shared& shared) : shared_(shared) {}
+  MarkUnwound(const MarkUnwound&) = delete;
+  MarkUnwound& operator=(const MarkUnwound&) = delete;
+  ~MarkUnwound() { shared_.unwound = true; }
+  Shared& shared_;
+};
+
+TEST(Thread, ExitUnwindsAndEndsIt) {
+  Shared shared;
+  {
+    const Thread thread(
+        [](void* argument) {
+          auto& state = *static_cast<Shared*>(argument);
+          const MarkUnwound mark(state);
+          state.steps = 1;
+          Thread::exit(3);
+          state.steps = 2;
+        },
+        &shared, nullptr);
+  }
+  EXPECT_EQ(shared.steps, 1);
+  EXPECT_TRUE(shared.unwound);
+}
+
+TEST(Thread, LongNamesAreCut) {
+  Shared shared;
+  {
+    const Thread thread(
+        [](void* argument) {
+          auto& state = *static_cast<Shared*>(argument);
+          const testsupport::Deadline deadline(client::Patience);
+          // The name is given by who started it, perhaps a little later.
+          while (state.name != "a-name-that-is-" && !deadline.passed()) {
+            std::vector<char> name(64);
+            pthread_getname_np(pthread_self(), name.data(), name.size());
+            state.name = name.data();
+          }
+        },
+        &shared, "a-name-that-is-too-long");
+  }
+  EXPECT_EQ(shared.name, "a-name-that-is-");
+}
+
+struct Owned {
+  std::atomic<Thread*> thread{nullptr};
+  std::atomic<bool> released{false};
+};
+
+TEST(Thread, MayReleaseItself) {
+  Owned owned;
+  owned.thread = new Thread(
+      [](void* argument) {
+        auto& state = *static_cast<Owned*>(argument);
+        Thread* self = nullptr;
+        while (self == nullptr) self = state.thread.exchange(nullptr);
+        delete self;
+        state.released = true;
+      },
+      &owned, nullptr);
+  const testsupport::Deadline deadline(client::Patience);
+  while (!owned.released && !deadline.passed()) sched_yield();
+  EXPECT_TRUE(owned.released);
+}
+
+template <class Mutex>
+int countedUnder(Mutex& mutex) {
+  struct Work {
+    Mutex& mutex;
+    int count = 0;
+  } work{mutex};
+  {
+    const auto body = [](void* argument) {
+      auto& shared = *static_cast<Work*>(argument);
+      for (int i = 0; i < 5000; ++i) {
+        const std::lock_guard guard(shared.mutex);
+        ++shared.count;
+      }
+    };
+    const Thread one(body, &work, nullptr);
+    const Thread two(body, &work, nullptr);
+    const Thread three(body, &work, nullptr);
+  }
+  return work.count;
+}
+
+TEST(Mutexes, LetOneThreadInAtATime) {
+  KSTD::KThreadMutex plain;
+  EXPECT_EQ(countedUnder(plain), 15'000);
+  client::FairMutex fair;
+  EXPECT_EQ(countedUnder(fair), 15'000);
+}
+
+TEST(Mutexes, FairOneLetsInWhoeverWaits) {
+  struct Work {
+    client::FairMutex mutex;
+    std::atomic<bool> busy{false};
+    std::atomic<bool> stop{false};
+  } work;
+  const Thread greedy(
+      [](void* argument) {
+        auto& shared = *static_cast<Work*>(argument);
+        while (!shared.stop) {
+          const std::lock_guard guard(shared.mutex);
+          shared.busy = true;
+        }
+      },
+      &work, nullptr);
+  while (!work.busy) sched_yield();
+  // Would not come back if the greedy one could keep it.
+  for (int i = 0; i < 100; ++i) {
+    const std::lock_guard guard(work.mutex);
+  }
+  work.stop = true;
+  SUCCEED();
+}
+
+}  // namespace
+}  // namespace UtilSrv

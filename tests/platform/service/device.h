@@ -1,0 +1,95 @@
+// A device for the tests of the service: what it does, a test says; what it is told, it remembers.
+#pragma once
+
+#include <cstdint>
+#include <functional>
+#include <optional>
+#include <span>
+#include <string>
+#include <utility>
+#include <vector>
+
+#include "platform/drivers/driver.h"
+#include "platform/drivers/topology.h"
+
+namespace service {
+
+using Bytes = std::vector<std::uint8_t>;
+
+inline constexpr PortId out(std::uint16_t group, std::uint16_t index) { return {group, index, Side::Source}; }
+inline constexpr PortId in(std::uint16_t group, std::uint16_t index) { return {group, index, Side::Sink}; }
+inline constexpr Link link(PortId source, PortId sink) { return {source.group, source.index, sink.group, sink.index}; }
+
+// Groups 0, 1, ..., each with so many sources and sinks. Group 1's ports are "G1Out1", ... and "G1In1", ....
+inline Topology evenTopology(std::uint16_t groups, std::uint16_t portsPerSide) {
+  std::vector<Group> list;
+  for (std::uint16_t id = 0; id < groups; ++id) {
+    const std::string name = "G" + std::to_string(id);
+    list.push_back({id, name, SideOfGroup{portsPerSide, name + "Out", {}}, SideOfGroup{portsPerSide, name + "In", {}}});
+  }
+  return Topology(std::move(list));
+}
+
+// What a TestDevice was told, in order: "use G0Out1", "unuse G0Out1", "deliver G0In1 90 40".
+using Told = std::vector<std::string>;
+
+inline std::string hexOf(std::span<const std::uint8_t> bytes) {
+  constexpr std::string_view Digits = "0123456789ABCDEF";
+  std::string text;
+  for (const std::uint8_t byte : bytes) {
+    text += ' ';
+    text += Digits[byte >> 4U];
+    text += Digits[byte & 0xFU];
+  }
+  return text;
+}
+
+class TestDevice : public Driver {
+ public:
+  using Answer = std::function<void(DriverEvents&, PortId sink, const Message&, Time)>;
+
+  TestDevice(Topology topology, std::vector<Link> links, Told& told)
+      : topology_(std::move(topology)), links_(std::move(links)), told_(told) {}
+
+  // What it does when a message arrives at a sink, and when it advances.
+  Answer onDeliver;
+  std::function<std::optional<Time>(DriverEvents&, Time)> onAdvance;
+  std::function<void(DriverEvents&, PortId source, bool used, Time)> onUsed;
+
+  // Sends what enters the sink with an index out of the source with that index, in every group.
+  void beThru() {
+    onDeliver = [](DriverEvents& events, PortId sink, const Message& message, Time now) {
+      events.emitted(out(sink.group, sink.index), message, now);
+    };
+  }
+
+  const Topology& topology() const override { return topology_; }
+  const std::vector<Link>& initialLinks() const override { return links_; }
+
+  void start(DriverEvents& events, Time /*now*/) override {
+    events_ = &events;
+    told_.emplace_back("start");
+  }
+
+  void deliver(PortId sink, const Message& message, Time now) override {
+    if (remembersDeliveries) told_.push_back("deliver " + topology_.name(sink) + hexOf(message.bytes));
+    if (onDeliver) onDeliver(*events_, sink, message, now);
+  }
+
+  void setUsed(PortId source, bool used, Time now) override {
+    told_.push_back((used ? "use " : "unuse ") + topology_.name(source));
+    if (onUsed) onUsed(*events_, source, used, now);
+  }
+
+  std::optional<Time> advance(Time now) override { return onAdvance ? onAdvance(*events_, now) : std::nullopt; }
+
+  bool remembersDeliveries = true;
+
+ private:
+  Topology topology_;
+  std::vector<Link> links_;
+  Told& told_;
+  DriverEvents* events_ = nullptr;
+};
+
+}  // namespace service

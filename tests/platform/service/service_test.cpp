@@ -1,0 +1,420 @@
+#include "platform/service/service.h"
+
+#include <gtest/gtest.h>
+
+#include <algorithm>
+#include <limits>
+#include <memory>
+#include <utility>
+
+#include "tests/platform/service/received.h"
+
+namespace service {
+namespace {
+
+using wire::Status;
+
+constexpr std::size_t Everything = std::numeric_limits<std::size_t>::max();
+constexpr EventPortId One{1};
+constexpr EventPortId Two{2};
+constexpr std::uint32_t Holder = 1004;
+
+// A service on a device of four groups with two ports a side, and its clients' view of it.
+struct House {
+  explicit House(std::vector<Link> links = {}, Limits limits = {},
+                 const std::function<void(TestDevice&)>& prepare = nullptr, Topology topology = evenTopology(4, 2)) {
+    auto owned = std::make_unique<TestDevice>(std::move(topology), std::move(links), told);
+    device = owned.get();
+    if (prepare) prepare(*owned);
+    service = std::make_unique<Service>(std::move(owned), limits, Time{});
+  }
+
+  Status tap(ClientId client, const char* name, EventPortId port = One) {
+    return service->tap(client, port, name, Holder, {});
+  }
+  Status send(ClientId client, const Bytes& bytes, EventPortId port = One) {
+    return service->send(client, port, {0, bytes}, {});
+  }
+  Status inject(const char* name, const Bytes& bytes) { return service->inject(name, {0, bytes}, {}); }
+
+  std::vector<Received> take(ClientId client, std::size_t maxBytes = Everything) {
+    Bytes entries;
+    const std::size_t count = service->takeEvents(client, maxBytes, entries);
+    EXPECT_EQ(count, entries.size());
+    return readEntries(entries);
+  }
+  Texts texts(ClientId client) { return textsOf(take(client)); }
+
+  // What the device was told since the last time.
+  Told news() { return std::exchange(told, {}); }
+
+  Told told;
+  TestDevice* device = nullptr;
+  std::unique_ptr<Service> service;
+};
+
+const Link Keys = link(out(0, 0), in(1, 0));
+constexpr ClientId Nobody{77};
+
+TEST(Service, StartsTheDeviceThenNamesTheSourcesInUse) {
+  House house({link(out(2, 1), in(0, 0)), Keys, link(out(2, 1), in(0, 1)), link(out(0, 0), in(0, 0))});
+  EXPECT_EQ(house.news(), (Told{"start", "use G2Out2", "use G0Out1"}));
+  EXPECT_EQ(house.service->graphVersion(), 0U);
+  EXPECT_EQ(house.service->links().size(), 4U);
+  EXPECT_TRUE(house.service->takeGraphChanges().empty());
+}
+
+TEST(Service, TapGetsCopiesInOrderFromThenOn) {
+  House house({Keys});
+  const ClientId client = house.service->addClient();
+  house.inject("G0Out1", {0x90, 1, 1});
+  EXPECT_EQ(house.tap(client, "G0Out1"), Status::Ok);
+  EXPECT_FALSE(house.service->hasEvents(client));
+  house.inject("G0Out1", {0x90, 2, 1});
+  house.inject("G0Out2", {0x90, 3, 1});
+  house.inject("G0Out1", {0xF0, 4, 0xF7});
+  EXPECT_TRUE(house.service->hasEvents(client));
+  EXPECT_EQ(house.texts(client), (Texts{"1 G0Out1: 90 02 01", "1 G0Out1: F0 04 F7"}));
+  EXPECT_FALSE(house.service->hasEvents(client));
+}
+
+TEST(Service, TapIsRefusedWithoutClientOrPort) {
+  House house;
+  const ClientId client = house.service->addClient();
+  house.news();
+  EXPECT_EQ(house.tap(client, "G9Out1"), Status::NotFound);
+  EXPECT_EQ(house.tap(client, ""), Status::NotFound);
+  EXPECT_EQ(house.tap(Nobody, "G0Out1"), Status::NoSession);
+  house.inject("G0Out1", {0xF8});
+  EXPECT_FALSE(house.service->hasEvents(client));
+  EXPECT_EQ(house.news(), Told());
+}
+
+TEST(Service, SameTapTwiceGetsOneCopy) {
+  House house;
+  const ClientId client = house.service->addClient();
+  EXPECT_EQ(house.service->tap(client, One, "G0Out1", 0, {}), Status::Ok);
+  EXPECT_EQ(house.service->tap(client, One, "G0Out1", Holder, {}), Status::Ok);
+  house.inject("G0Out1", {0xF8});
+  house.inject("G0Out1", {0xFA});
+  const auto received = house.take(client);
+  EXPECT_EQ(textsOf(received), (Texts{"1 G0Out1: F8", "1 G0Out1: FA"}));
+  EXPECT_EQ(received[1].sequence, 2U) << "the first holder, with room for nothing, stays";
+  EXPECT_EQ(house.service->untap(client, One, "G0Out1", {}), Status::Ok);
+  house.inject("G0Out1", {0xF8});
+  EXPECT_FALSE(house.service->hasEvents(client));
+}
+
+TEST(Service, TwoEventPortsOnOnePortGetACopyEach) {
+  House house;
+  const ClientId client = house.service->addClient();
+  house.tap(client, "G0Out1", Two);
+  house.tap(client, "G0Out1", One);
+  house.inject("G0Out1", {0xF8});
+  EXPECT_EQ(house.texts(client), (Texts{"2 G0Out1: F8", "1 G0Out1: F8"}));
+  house.service->untapAll(client, Two, {});
+  house.inject("G0Out1", {0xFA});
+  EXPECT_EQ(house.texts(client), Texts{"1 G0Out1: FA"});
+}
+
+TEST(Service, UntapEndsOneTap) {
+  House house;
+  const ClientId client = house.service->addClient();
+  house.tap(client, "G0Out1");
+  house.tap(client, "G0In1");
+  EXPECT_EQ(house.service->untap(client, One, "G0Out1", {}), Status::Ok);
+  EXPECT_EQ(house.service->untap(client, One, "G0Out1", {}), Status::Nothing);
+  EXPECT_EQ(house.service->untap(client, Two, "G0In1", {}), Status::Nothing);
+  EXPECT_EQ(house.service->untap(client, One, "nothing", {}), Status::Nothing);
+  EXPECT_EQ(house.service->untap(Nobody, One, "G0In1", {}), Status::NoSession);
+  house.inject("G0Out1", {0xF8});
+  house.inject("G0In1", {0xFA});
+  EXPECT_EQ(house.texts(client), Texts{"1 G0In1: FA"});
+}
+
+TEST(Service, WhatWaitsSurvivesTheEndOfItsTap) {
+  House house;
+  const ClientId client = house.service->addClient();
+  house.tap(client, "G0Out1");
+  house.inject("G0Out1", {0xF8});
+  house.service->untapAll(client, One, {});
+  EXPECT_EQ(house.texts(client), Texts{"1 G0Out1: F8"});
+}
+
+TEST(Service, SourceIsInUseFromItsFirstTapOrConnectionToItsLast) {
+  House house;
+  const ClientId ann = house.service->addClient();
+  const ClientId ben = house.service->addClient();
+  house.news();
+  house.tap(ann, "G0Out1");
+  EXPECT_EQ(house.news(), Told{"use G0Out1"});
+  house.tap(ann, "G0Out1", Two);
+  house.tap(ben, "G0Out1");
+  house.service->connect(Keys, {});
+  house.service->connect(Keys, {});
+  house.tap(ben, "G0In1");
+  EXPECT_EQ(house.news(), Told());
+  house.service->untap(ann, One, "G0Out1", {});
+  house.service->untapAll(ann, Two, {});
+  house.service->disconnect(Keys, {});
+  house.service->disconnect(Keys, {});
+  EXPECT_EQ(house.news(), Told());
+  house.service->removeClient(ben, {});
+  EXPECT_EQ(house.news(), Told{"unuse G0Out1"});
+
+  house.service->connect(Keys, {});
+  EXPECT_EQ(house.news(), Told{"use G0Out1"});
+  house.service->disconnect(Keys, {});
+  EXPECT_EQ(house.news(), Told{"unuse G0Out1"});
+  house.tap(ann, "G0Out1");
+  house.tap(ann, "G0Out1", Two);
+  house.tap(ann, "G0Out2");
+  house.tap(ann, "G1In1");
+  house.news();
+  house.service->removeClient(ann, {});
+  Told freed = house.news();
+  std::ranges::sort(freed);
+  EXPECT_EQ(freed, (Told{"unuse G0Out1", "unuse G0Out2"}));
+}
+
+TEST(Service, WhatASourceEmitsOnItsFirstUseIsSeen) {
+  House house({}, {}, [](TestDevice& device) {
+    device.onUsed = [](DriverEvents& events, PortId source, bool used, Time now) {
+      const Bytes start = {0xFA};
+      if (used) events.emitted(source, {0, start}, now);
+    };
+  });
+  const ClientId client = house.service->addClient();
+  house.tap(client, "G0Out1");
+  EXPECT_EQ(house.texts(client), Texts{"1 G0Out1: FA"});
+}
+
+TEST(Service, SendPassesAllThatIsTappedInTheOrderOfTapping) {
+  House house({Keys});
+  const ClientId client = house.service->addClient();
+  house.tap(client, "G2In1");
+  house.tap(client, "G0Out1");
+  house.tap(client, "G1In2", Two);
+  house.news();
+  EXPECT_EQ(house.send(client, {0x90, 1, 1}), Status::Ok);
+  EXPECT_EQ(house.news(), (Told{"deliver G2In1 90 01 01", "deliver G1In1 90 01 01"}));
+  EXPECT_EQ(house.texts(client), (Texts{"1 G2In1: 90 01 01", "1 G0Out1: 90 01 01"}));
+}
+
+TEST(Service, SenderOnBothEndsOfAConnectionSeesItOnceInEach) {
+  for (const bool sourceFirst : {true, false}) {
+    House house({Keys});
+    const ClientId client = house.service->addClient();
+    const ClientId other = house.service->addClient();
+    house.tap(client, sourceFirst ? "G0Out1" : "G1In1");
+    house.tap(client, sourceFirst ? "G1In1" : "G0Out1");
+    house.tap(other, "G1In1");
+    house.tap(other, "G0Out1");
+    house.news();
+    house.send(client, {0xF8});
+    auto seen = house.texts(client);
+    std::ranges::sort(seen);
+    EXPECT_EQ(seen, (Texts{"1 G0Out1: F8", "1 G1In1: F8"}));
+    EXPECT_EQ(house.texts(other).size(), 2U);
+    EXPECT_EQ(house.news(), Told{"deliver G1In1 F8"});
+  }
+}
+
+TEST(Service, SendWithoutTapsReachesNothing) {
+  House house({Keys});
+  const ClientId client = house.service->addClient();
+  const ClientId other = house.service->addClient();
+  house.tap(client, "G0Out1", Two);
+  house.tap(other, "G0Out1", One);
+  house.news();
+  EXPECT_EQ(house.send(client, {0xF8}, One), Status::Ok);
+  EXPECT_EQ(house.news(), Told());
+  EXPECT_FALSE(house.service->hasEvents(client));
+  EXPECT_FALSE(house.service->hasEvents(other));
+}
+
+TEST(Service, SendAndInjectRefuseWhatMakesNoSense) {
+  House house;
+  const ClientId client = house.service->addClient();
+  house.tap(client, "G0Out1");
+  EXPECT_EQ(house.send(client, {}), Status::BadRequest);
+  EXPECT_EQ(house.send(Nobody, {0xF8}), Status::NoSession);
+  EXPECT_EQ(house.inject("G0Out1", {}), Status::BadRequest);
+  EXPECT_EQ(house.inject("G9Out1", {0xF8}), Status::NotFound);
+  EXPECT_FALSE(house.service->hasEvents(client));
+}
+
+TEST(Service, TapsAlongTheWayAreInTheOrderOfTheRoad) {
+  House house({Keys, link(out(0, 0), in(2, 0)), link(out(1, 0), in(3, 0))}, {},
+              [](TestDevice& device) { device.beThru(); });
+  const ClientId client = house.service->addClient();
+  for (const char* name : {"G2In1", "G3In1", "G1Out1", "G1In1", "G0Out1", "G3Out1"}) house.tap(client, name);
+  house.inject("G0Out1", {0xF8});
+  EXPECT_EQ(house.texts(client),
+            (Texts{"1 G0Out1: F8", "1 G1In1: F8", "1 G1Out1: F8", "1 G3In1: F8", "1 G3Out1: F8", "1 G2In1: F8"}));
+}
+
+TEST(Service, LoopOfAThruEnds) {
+  House house({link(out(0, 0), in(0, 0)), link(out(1, 0), in(1, 0))}, {}, [](TestDevice& device) { device.beThru(); });
+  const ClientId client = house.service->addClient();
+  house.tap(client, "G0Out1");
+  house.tap(client, "G0In1");
+  house.send(client, {0xF8});
+  EXPECT_EQ(house.texts(client), (Texts{"1 G0Out1: F8", "1 G0In1: F8"}));
+}
+
+TEST(Service, ConnectionsChangeForEverybodyAndAreTold) {
+  House house;
+  const ClientId client = house.service->addClient();
+  house.tap(client, "G1In1");
+  EXPECT_EQ(house.service->connect(Keys, {}), Status::Ok);
+  EXPECT_EQ(house.service->connect(Keys, {}), Status::Ok);
+  EXPECT_EQ(house.service->graphVersion(), 1U);
+  house.inject("G0Out1", {0xF8});
+  EXPECT_EQ(house.service->disconnect(Keys, {}), Status::Ok);
+  EXPECT_EQ(house.service->disconnect(Keys, {}), Status::NotFound);
+  EXPECT_EQ(house.service->connect(link(out(0, 9), in(1, 0)), {}), Status::NotFound);
+  house.inject("G0Out1", {0xFA});
+  EXPECT_EQ(house.texts(client), Texts{"1 G1In1: F8"});
+
+  const auto changes = house.service->takeGraphChanges();
+  ASSERT_EQ(changes.size(), 2U);
+  EXPECT_EQ(changes[0].version, 1U);
+  EXPECT_TRUE(changes[0].added);
+  EXPECT_EQ(changes[0].link, Keys);
+  EXPECT_EQ(changes[1].version, 2U);
+  EXPECT_FALSE(changes[1].added);
+  EXPECT_EQ(changes[1].link, Keys);
+  EXPECT_TRUE(house.service->takeGraphChanges().empty());
+  EXPECT_TRUE(house.service->links().empty());
+}
+
+TEST(Service, DeviceEmitsWhileItAdvances) {
+  House house({Keys}, {}, [](TestDevice& device) {
+    device.onAdvance = [](DriverEvents& events, Time now) -> std::optional<Time> {
+      const Bytes clock = {0xF8};
+      const Bytes none;
+      events.emitted(out(0, 0), {0, clock}, now);
+      events.emitted(out(0, 0), {0, none}, now);
+      events.emitted(in(1, 0), {0, clock}, now);
+      events.emitted(out(0, 0), {3, clock}, now);
+      return now + Time(10);
+    };
+  });
+  const ClientId client = house.service->addClient();
+  house.tap(client, "G1In1");
+  EXPECT_EQ(house.service->advance(Time(100)), Time(110));
+  const auto received = house.take(client);
+  EXPECT_EQ(textsOf(received), (Texts{"1 G1In1: F8", "1 G1In1: F8"})) << "two trips, and no message without bytes";
+  EXPECT_EQ(received[0].time, 100U);
+  EXPECT_EQ(received[1].group, 3);
+}
+
+TEST(Service, DeviceThatWaitsForNothingSaysSo) {
+  House house;
+  EXPECT_EQ(house.service->advance(Time(100)), std::nullopt);
+}
+
+TEST(Service, NobodyHasNoEffect) {
+  House house({Keys});
+  house.news();
+  house.service->removeClient(Nobody, {});
+  house.service->untapAll(Nobody, One, {});
+  EXPECT_FALSE(house.service->hasEvents(Nobody));
+  EXPECT_TRUE(house.take(Nobody).empty());
+  EXPECT_EQ(house.news(), Told());
+}
+
+TEST(Service, ClientThatLeavesIsForgotten) {
+  House house;
+  const ClientId ann = house.service->addClient();
+  const ClientId ben = house.service->addClient();
+  house.tap(ann, "G0Out1");
+  house.tap(ben, "G0Out1");
+  house.inject("G0Out1", {0xF8});
+  house.service->removeClient(ann, {});
+  house.inject("G0Out1", {0xFA});
+  EXPECT_FALSE(house.service->hasEvents(ann));
+  EXPECT_TRUE(house.take(ann).empty());
+  EXPECT_EQ(house.tap(ann, "G0Out1"), Status::NoSession);
+  EXPECT_EQ(house.send(ann, {0xF8}), Status::NoSession);
+  EXPECT_EQ(house.texts(ben), (Texts{"1 G0Out1: F8", "1 G0Out1: FA"}));
+  const ClientId next = house.service->addClient();
+  EXPECT_NE(next, ann);
+  EXPECT_FALSE(house.service->hasEvents(next));
+}
+
+TEST(Service, SlowReaderLosesExactlyWhatIsTooMuchAndOthersNothing) {
+  House house({}, {.queueBytes = 10'000});
+  const ClientId slow = house.service->addClient();
+  const ClientId quick = house.service->addClient();
+  house.tap(slow, "G0Out1");
+  house.tap(quick, "G0Out1");
+  std::size_t quickGot = 0;
+  const auto inject = [&](std::uint32_t from, std::uint32_t to) {
+    for (std::uint32_t i = from; i < to; ++i) {
+      house.inject("G0Out1", {0x90, static_cast<std::uint8_t>(i >> 8U), static_cast<std::uint8_t>(i)});
+      quickGot += house.take(quick).size();
+    }
+  };
+  inject(0, 5000);
+  std::uint64_t received = 0;
+  std::uint64_t lost = 0;
+  std::uint32_t next = 0;
+  const auto read = [&](const std::vector<Received>& all) {
+    for (const Received& one : all) {
+      if (one.lost > 0) {
+        lost += one.lost;
+        next += static_cast<std::uint32_t>(one.lost);
+        continue;
+      }
+      EXPECT_EQ(one.message[1] << 8U | one.message[2], next) << "every gap is told where it is";
+      ++next;
+      ++received;
+    }
+  };
+  read(house.take(slow, 3000));
+  inject(5000, 6000);
+  read(house.take(slow));
+  EXPECT_EQ(quickGot, 6000U);
+  EXPECT_EQ(received + lost, 6000U);
+  EXPECT_GT(lost, 4000U);
+  EXPECT_GT(received, 1000U);
+  EXPECT_FALSE(house.service->hasEvents(slow));
+}
+
+TEST(Service, TwentyThousandMessagesNoneLostNoneOutOfOrder) {
+  constexpr std::uint32_t Count = 20'000;
+  House house({Keys}, {}, [](TestDevice& device) {
+    device.remembersDeliveries = false;
+    device.onAdvance = [sent = std::uint32_t{0}](DriverEvents& events, Time now) mutable -> std::optional<Time> {
+      for (int i = 0; i < 100; ++i, ++sent) {
+        const Bytes message = {0xF0, static_cast<std::uint8_t>(sent >> 8U), static_cast<std::uint8_t>(sent), 0xF7};
+        events.emitted(out(0, 0), {0, message}, now);
+      }
+      return sent < Count ? std::optional(now) : std::nullopt;
+    };
+  });
+  const ClientId ann = house.service->addClient();
+  const ClientId ben = house.service->addClient();
+  house.tap(ann, "G1In1");
+  house.tap(ben, "G0Out1");
+  Bytes annBytes;
+  Time now{};
+  while (house.service->advance(now)) {
+    now += std::chrono::microseconds(50);
+    house.service->takeEvents(ann, 700, annBytes);
+  }
+  while (house.service->takeEvents(ann, 700, annBytes) > 0) {
+  }
+  for (const auto& received : {readEntries(annBytes), house.take(ben)}) {
+    ASSERT_EQ(received.size(), Count);
+    for (std::uint32_t i = 0; i < Count; ++i) {
+      ASSERT_EQ(received[i].message[1] << 8U | received[i].message[2], i);
+      ASSERT_EQ(received[i].lost, 0U);
+    }
+  }
+}
+
+}  // namespace
+}  // namespace service

@@ -1,0 +1,271 @@
+#include "platform/service/tap_queue.h"
+
+#include <gtest/gtest.h>
+
+#include <limits>
+
+#include "tests/platform/service/received.h"
+
+namespace service {
+namespace {
+
+using std::chrono::microseconds;
+using std::chrono::milliseconds;
+
+constexpr std::size_t Everything = std::numeric_limits<std::size_t>::max();
+constexpr EventPortId One{1};
+constexpr EventPortId Two{2};
+constexpr std::uint32_t Holder = 1004;
+constexpr std::size_t EventCost = 24;            // bookkeeping of an event or a loss
+constexpr std::size_t NoteCost = EventCost + 9;  // of an event with one message of three bytes
+
+const Bytes Note = {0x90, 0x3C, 0x40};
+
+// A queue with what a test says most often.
+struct Queue {
+  explicit Queue(std::size_t limit = 1U << 20U) : queue(limit) {}
+
+  void add(const Bytes& bytes, Time now = {}, PortId port = out(0, 0), EventPortId eventPort = One,
+           std::uint32_t holder = Holder) {
+    queue.add(eventPort, port, holder, {0, bytes}, now);
+  }
+
+  std::vector<Received> take(std::size_t maxBytes = Everything) {
+    Bytes entries;
+    const std::size_t appended = queue.take(maxBytes, names, entries);
+    EXPECT_EQ(appended, entries.size());
+    return readEntries(entries);
+  }
+
+  Topology names = evenTopology(2, 4);
+  TapQueue queue;
+};
+
+TEST(TapQueue, GivesRecordsInOrderWithAllThatBelongsToThem) {
+  Queue q;
+  q.queue.add(One, out(1, 2), Holder, {7, Note}, Time(1'000'000'000));
+  q.queue.add(Two, in(0, 0), Holder, {0, Bytes{0xF8}}, Time(1'000'000'001));
+  const auto received = q.take();
+  EXPECT_EQ(textsOf(received), (Texts{"1 G1Out3: 90 3C 40", "2 G0In1: F8"}));
+  EXPECT_EQ(received[0].group, 7);
+  EXPECT_EQ(received[0].time, 1'000'000'000U);
+  EXPECT_EQ(received[1].time, 1'000'000'001U);
+  EXPECT_TRUE(q.queue.empty());
+  EXPECT_EQ(q.take().size(), 0U);
+}
+
+TEST(TapQueue, SequenceCountsEvents) {
+  Queue q;
+  for (std::uint8_t i = 0; i < 3; ++i) q.add({0x90, i, 1}, milliseconds(10 * i));
+  const auto first = q.take();
+  q.add(Note, milliseconds(100));
+  const auto second = q.take();
+  ASSERT_EQ(first.size(), 3U);
+  EXPECT_EQ(first[0].sequence, 1U);
+  EXPECT_EQ(first[2].sequence, 3U);
+  EXPECT_EQ(second.at(0).sequence, 4U);
+}
+
+// Sizes in messages of one event after another, when messages of these lengths come at these times.
+struct Sharing {
+  const char* what;
+  std::uint32_t holder;
+  std::vector<std::pair<std::size_t, Time>> messages;
+  std::vector<std::size_t> events;
+};
+
+TEST(TapQueue, RecordsShareAnEventWithinHolderAndTime) {
+  const Time now = std::chrono::hours(24 * 365);
+  const std::size_t tooLong = Holder - 20 - 6 + 1;
+  const Sharing cases[] = {
+      {"at once", Holder, {{3, now}, {3, now}, {1, now}}, {3}},
+      {"up to five milliseconds from the first", Holder, {{3, now}, {3, now + milliseconds(5)}}, {2}},
+      {"and no later", Holder, {{3, now}, {3, now + milliseconds(5) + Time(1)}}, {1, 1}},
+      {"from the first, not the one before",
+       Holder,
+       {{3, now}, {3, now + milliseconds(4)}, {3, now + milliseconds(8)}, {3, now + milliseconds(12)}},
+       {2, 2}},
+      {"up to the holder, header included", 20 + 2 * 9, {{3, now}, {3, now}, {3, now}}, {2, 1}},
+      {"one byte short", 20 + 2 * 9 - 1, {{3, now}, {3, now}, {3, now}}, {1, 1, 1}},
+      {"no holder", 0, {{3, now}, {3, now}}, {1, 1}},
+      {"as long as the holder", Holder, {{tooLong - 1, now}, {1, now}}, {1, 1}},
+      {"longer than the holder, alone", Holder, {{1, now}, {tooLong, now}, {1, now}, {1, now}}, {1, 1, 2}},
+      {"much longer than the holder", Holder, {{1, now}, {70'000, now}, {1, now}}, {1, 1, 1}},
+  };
+  for (const Sharing& c : cases) {
+    Queue q;
+    for (const auto& [size, time] : c.messages) q.add(Bytes(size, 0xF8), time, out(0, 0), One, c.holder);
+    const auto received = q.take();
+    ASSERT_EQ(received.size(), c.messages.size()) << c.what;
+    std::vector<std::size_t> events;
+    for (std::size_t i = 0; i < received.size(); ++i) {
+      if (i == 0 || received[i].sequence != received[i - 1].sequence) events.push_back(0);
+      ++events.back();
+      EXPECT_EQ(received[i].message.size(), c.messages[i].first) << c.what;
+    }
+    EXPECT_EQ(events, c.events) << c.what;
+  }
+}
+
+TEST(TapQueue, AnotherTapInBetweenEndsAnEvent) {
+  Queue q;
+  q.add({0x90, 1, 1});
+  q.add({0x90, 2, 1}, {}, out(0, 1));
+  q.add({0x90, 3, 1});
+  q.add({0x90, 4, 1}, {}, out(0, 0), Two);
+  q.add({0x90, 5, 1}, {}, in(0, 0), Two);
+  const auto received = q.take();
+  EXPECT_EQ(textsOf(received), (Texts{"1 G0Out1: 90 01 01", "1 G0Out2: 90 02 01", "1 G0Out1: 90 03 01",
+                                      "2 G0Out1: 90 04 01", "2 G0In1: 90 05 01"}));
+  EXPECT_EQ(received[4].sequence, 5U);
+}
+
+TEST(TapQueue, AnEventThatWasTakenGrowsNoMore) {
+  Queue q;
+  q.add({0x90, 1, 1});
+  EXPECT_EQ(q.take().size(), 1U);
+  q.add({0x90, 2, 1});
+  const auto received = q.take();
+  EXPECT_EQ(textsOf(received), Texts{"1 G0Out1: 90 02 01"});
+  EXPECT_EQ(received[0].sequence, 2U);
+}
+
+TEST(TapQueue, TakesWhatFitsButAtLeastOneEvent) {
+  Queue q;
+  for (int i = 0; i < 5; ++i) q.add(Note, milliseconds(10 * i));
+  const std::size_t entry = wire::eventEntryBytes("G0Out1", 9);
+  EXPECT_EQ(q.take(0).size(), 1U);
+  EXPECT_EQ(q.take(2 * entry).size(), 2U);
+  EXPECT_EQ(q.take(2 * entry - 1).size(), 1U);
+  EXPECT_EQ(q.take(entry).size(), 1U);
+  EXPECT_TRUE(q.queue.empty());
+}
+
+TEST(TapQueue, AppendsToWhatIsThere) {
+  Queue q;
+  q.add(Note);
+  Bytes entries = {0xAA};
+  const std::size_t appended = q.queue.take(Everything, q.names, entries);
+  EXPECT_EQ(appended, entries.size() - 1);
+  EXPECT_EQ(appended, wire::eventEntryBytes("G0Out1", 9));
+  EXPECT_EQ(entries[0], 0xAA);
+}
+
+TEST(TapQueue, CountsWhatIsStored) {
+  Queue q;
+  EXPECT_EQ(q.queue.bytes(), 0U);
+  q.add(Note);
+  EXPECT_EQ(q.queue.bytes(), NoteCost);
+  q.add(Note);
+  EXPECT_EQ(q.queue.bytes(), NoteCost + 9);
+  q.take();
+  EXPECT_EQ(q.queue.bytes(), 0U);
+}
+
+TEST(TapQueue, LossIsExactAndStandsWhereItHappened) {
+  Queue q(3 * NoteCost);
+  const auto note = [&](std::uint8_t number) { q.add({0x90, number, 1}, milliseconds(10 * number)); };
+  for (std::uint8_t i = 1; i <= 10; ++i) note(i);
+  EXPECT_EQ(q.queue.bytes(), 3 * NoteCost);
+  EXPECT_EQ(q.queue.lost(), 7U);
+  // Room for one event, but not for the loss in front of it.
+  EXPECT_EQ(textsOf(q.take(0)), Texts{"1 G0Out1: 90 01 01"});
+  note(11);
+  EXPECT_EQ(textsOf(q.take(0)), Texts{"1 G0Out1: 90 02 01"});
+  note(12);
+  note(13);
+  EXPECT_EQ(textsOf(q.take()), (Texts{"1 G0Out1: 90 03 01", "lost 8", "1 G0Out1: 90 0C 01", "lost 1"}));
+  EXPECT_TRUE(q.queue.empty());
+  note(14);
+  EXPECT_EQ(textsOf(q.take()), Texts{"1 G0Out1: 90 0E 01"});
+  EXPECT_EQ(q.queue.lost(), 9U);
+}
+
+TEST(TapQueue, LossIsToldWhenAllIsReadAndNothingComes) {
+  Queue q(NoteCost);
+  q.add({0x90, 1, 1});
+  q.add({0x90, 2, 1});
+  EXPECT_EQ(textsOf(q.take(1)), Texts{"1 G0Out1: 90 01 01"});
+  EXPECT_FALSE(q.queue.empty());
+  EXPECT_EQ(textsOf(q.take(1)), Texts{"lost 1"});
+  EXPECT_TRUE(q.queue.empty());
+}
+
+TEST(TapQueue, RecordAfterALossDoesNotJoinTheEventBeforeIt) {
+  Queue q(2 * EventCost + 30);
+  q.add({0x90, 1, 1});
+  q.add(Bytes(60, 0xF8));
+  q.add({0x90, 3, 1});
+  EXPECT_EQ(textsOf(q.take()), (Texts{"1 G0Out1: 90 01 01", "lost 2"}));
+
+  Queue roomy(3 * EventCost + 30);
+  roomy.add({0x90, 1, 1});
+  roomy.add(Bytes(200, 0xF8));
+  roomy.add({0x90, 3, 1});
+  roomy.add({0x90, 4, 1});
+  EXPECT_EQ(textsOf(roomy.take()), (Texts{"1 G0Out1: 90 01 01", "lost 1", "1 G0Out1: 90 03 01", "1 G0Out1: 90 04 01"}));
+}
+
+TEST(TapQueue, WhatIsLargerThanTheQueueIsLost) {
+  Queue q(1000);
+  q.add(Bytes(1000 - EventCost - 6, 0xF0));
+  EXPECT_EQ(q.take().at(0).message.size(), 970U);
+  q.add(Bytes(1000 - EventCost - 6 + 1, 0xF0));
+  EXPECT_EQ(textsOf(q.take()), Texts{"lost 1"});
+}
+
+TEST(TapQueue, QueueOfNoSizeLosesEverything) {
+  Queue q(0);
+  q.add(Note);
+  q.add(Note);
+  EXPECT_EQ(textsOf(q.take()), Texts{"lost 2"});
+}
+
+TEST(TapQueue, LongMessageIsWhole) {
+  Queue q(4U << 20U);
+  Bytes message(1U << 20U);
+  for (std::size_t i = 0; i < message.size(); ++i) message[i] = static_cast<std::uint8_t>(i * 31 + (i >> 12U));
+  q.add(Note);
+  q.add(message);
+  q.add(Note);
+  const auto received = q.take();
+  ASSERT_EQ(received.size(), 3U);
+  EXPECT_EQ(received[1].message, message);
+}
+
+// A DIN port carries a message of three bytes in 0.96 milliseconds.
+TEST(TapQueue, DefaultSizeHoldsEightMinutesOfAFullPort) {
+  TapQueue queue(8U << 20U);
+  Time now{};
+  while (queue.lost() == 0) {
+    queue.add(One, out(0, 0), Holder, {0, Note}, now);
+    now += microseconds(960);
+  }
+  EXPECT_GT(now, std::chrono::minutes(8));
+}
+
+TEST(TapQueue, FloodStaysWithinTheLimit) {
+  constexpr std::size_t Limit = 100'000;
+  Queue q(Limit);
+  std::uint64_t received = 0;
+  std::uint64_t lost = 0;
+  const auto count = [&](const std::vector<Received>& all) {
+    for (const Received& one : all) {
+      lost += one.lost;
+      if (one.lost == 0) ++received;
+    }
+  };
+  for (std::uint32_t i = 0; i < 200'000; ++i) {
+    q.add(Bytes(1 + i % 50, 0xF8), Time(i * 1000), out(0, i % 3 == 0 ? 1 : 0));
+    ASSERT_LE(q.queue.bytes(), Limit);
+    if (i % 100 == 0) count(q.take(500));
+  }
+  count(q.take());
+  EXPECT_EQ(received + lost, 200'000U);
+  EXPECT_EQ(lost, q.queue.lost());
+  EXPECT_GT(lost, 0U);
+  EXPECT_EQ(q.queue.bytes(), 0U);
+}
+
+}  // namespace
+}  // namespace service

@@ -1,0 +1,87 @@
+#include "platform/service/tap_table.h"
+
+#include <gtest/gtest.h>
+
+#include "tests/platform/service/device.h"
+
+namespace service {
+namespace {
+
+constexpr ClientId Ann{1};
+constexpr ClientId Ben{2};
+constexpr EventPortId First{1};
+constexpr EventPortId Second{2};
+
+using Ports = std::vector<PortId>;
+
+TEST(TapTable, SameTapTwiceIsOneWithTheFirstHolder) {
+  TapTable taps;
+  EXPECT_TRUE(taps.add(Ann, First, out(0, 0), 100));
+  EXPECT_FALSE(taps.add(Ann, First, out(0, 0), 200));
+  ASSERT_EQ(taps.of(out(0, 0)).size(), 1U);
+  EXPECT_EQ(taps.of(out(0, 0))[0].holderBytes, 100U);
+  EXPECT_EQ(taps.tappedBy(Ann, First), Ports{out(0, 0)});
+}
+
+TEST(TapTable, TapsOfAPortAreInTheOrderOfTapping) {
+  TapTable taps;
+  taps.add(Ben, Second, in(0, 0), 1);
+  taps.add(Ann, First, in(0, 0), 2);
+  taps.add(Ann, Second, in(0, 0), 3);
+  taps.add(Ben, First, in(0, 0), 4);
+  std::vector<std::uint32_t> holders;
+  for (const Tap& tap : taps.of(in(0, 0))) holders.push_back(tap.holderBytes);
+  EXPECT_EQ(holders, (std::vector<std::uint32_t>{1, 2, 3, 4}));
+}
+
+TEST(TapTable, TappedPortsAreInTheOrderOfTapping) {
+  TapTable taps;
+  for (const PortId port : {in(1, 0), out(0, 0), in(0, 7)}) taps.add(Ann, First, port, 0);
+  taps.remove(Ann, First, in(1, 0));
+  taps.add(Ann, First, in(1, 0), 0);
+  EXPECT_EQ(taps.tappedBy(Ann, First), (Ports{out(0, 0), in(0, 7), in(1, 0)}));
+}
+
+TEST(TapTable, RemovingWhatIsNotThereChangesNothing) {
+  TapTable taps;
+  taps.add(Ann, First, out(0, 0), 0);
+  EXPECT_FALSE(taps.remove(Ann, First, in(0, 0)));
+  EXPECT_FALSE(taps.remove(Ann, Second, out(0, 0)));
+  EXPECT_FALSE(taps.remove(Ben, First, out(0, 0)));
+  EXPECT_EQ(taps.removeAll(Ann, Second), Ports());
+  EXPECT_EQ(taps.removeClient(Ben), Ports());
+  EXPECT_EQ(taps.of(out(0, 0)).size(), 1U);
+  EXPECT_TRUE(taps.remove(Ann, First, out(0, 0)));
+  EXPECT_FALSE(taps.remove(Ann, First, out(0, 0)));
+  EXPECT_TRUE(taps.of(out(0, 0)).empty());
+}
+
+TEST(TapTable, EndingAnEventPortsTapsLeavesTheOthers) {
+  TapTable taps;
+  taps.add(Ann, First, out(0, 0), 0);
+  taps.add(Ann, First, out(0, 1), 0);
+  taps.add(Ann, Second, out(0, 1), 0);
+  taps.add(Ben, First, out(0, 0), 0);
+  taps.add(Ann, First, out(0, 2), 0);
+  EXPECT_EQ(taps.removeAll(Ann, First), Ports{out(0, 2)});
+  EXPECT_EQ(taps.tappedBy(Ann, First), Ports());
+  EXPECT_EQ(taps.tappedBy(Ann, Second), Ports{out(0, 1)});
+  EXPECT_EQ(taps.tappedBy(Ben, First), Ports{out(0, 0)});
+}
+
+TEST(TapTable, EndingAClientsTapsNamesEachFreedPortOnce) {
+  TapTable taps;
+  taps.add(Ann, First, out(0, 0), 0);
+  taps.add(Ann, Second, out(0, 0), 0);
+  taps.add(Ann, EventPortId{0xFFFFFFFF}, out(0, 1), 0);
+  taps.add(Ann, First, out(0, 2), 0);
+  taps.add(Ben, First, out(0, 2), 0);
+  taps.add(ClientId{0}, First, out(0, 3), 0);
+  EXPECT_EQ(taps.removeClient(Ann), (Ports{out(0, 0), out(0, 1)}));
+  EXPECT_EQ(taps.of(out(0, 2)).size(), 1U);
+  EXPECT_EQ(taps.tappedBy(Ann, First), Ports());
+  EXPECT_EQ(taps.tappedBy(ClientId{0}, First), Ports{out(0, 3)});
+}
+
+}  // namespace
+}  // namespace service

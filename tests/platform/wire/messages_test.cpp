@@ -1,0 +1,205 @@
+#include "platform/wire/messages.h"
+
+#include <gtest/gtest.h>
+
+#include <optional>
+#include <string>
+
+#include "tests/platform/wire/bytes_of.h"
+
+namespace wire {
+namespace {
+
+const std::vector<std::uint8_t> EntryBytes = bytesOf("02 07 00 00 00 00 00 00 00");
+
+// One message of each kind, with every field different, and all its bytes. The tag is 0x0A0B0C0D.
+struct Sample {
+  const char* name;
+  Body body;
+  const char* bytes;
+  bool openEnd = false;  // its last field takes whatever follows
+};
+
+std::vector<Sample> samples() {
+  constexpr std::uint64_t Session = 0x1122334455667788;
+  const TopologySide numbered{3, "KeysOut", {}};
+  const TopologySide listed{2, "", {"a", "bc"}};
+  return {
+      {"Hello", Hello{"top", 0x01020304}, "E5 01 01 01 0D 0C 0B 0A 03 00 'top' 04 03 02 01"},
+      {"Goodbye", Goodbye{Session}, "E5 01 02 01 0D 0C 0B 0A 88 77 66 55 44 33 22 11"},
+      {"Tap", Tap{Session, 5, 1004, "In1"},
+       "E5 01 03 01 0D 0C 0B 0A 88 77 66 55 44 33 22 11 05 00 00 00 EC 03 00 00 03 00 'In1'"},
+      {"Untap", Untap{Session, 5, "In1"}, "E5 01 04 01 0D 0C 0B 0A 88 77 66 55 44 33 22 11 05 00 00 00 03 00 'In1'"},
+      {"UntapAll", UntapAll{Session, 5}, "E5 01 05 01 0D 0C 0B 0A 88 77 66 55 44 33 22 11 05 00 00 00"},
+      {"Patch", Patch{Session, true, 0x0102, 0x0304, 0x0506, 0x0708},
+       "E5 01 06 01 0D 0C 0B 0A 88 77 66 55 44 33 22 11 01 02 01 04 03 06 05 08 07"},
+      {"Unpatch", Patch{Session, false, 1, 2, 3, 4},
+       "E5 01 06 01 0D 0C 0B 0A 88 77 66 55 44 33 22 11 00 01 00 02 00 03 00 04 00"},
+      {"AskTopology", AskTopology{Session}, "E5 01 07 01 0D 0C 0B 0A 88 77 66 55 44 33 22 11"},
+      {"AskLinks", AskLinks{Session}, "E5 01 08 01 0D 0C 0B 0A 88 77 66 55 44 33 22 11"},
+      {"Send", Send{Session, 5, 0x0203, {0x90, 0x3C, 0x40}},
+       "E5 01 09 01 0D 0C 0B 0A 88 77 66 55 44 33 22 11 05 00 00 00 03 02 03 00 00 00 90 3C 40"},
+      {"Welcome", Welcome{Session, 1024}, "E5 01 01 02 0D 0C 0B 0A 88 77 66 55 44 33 22 11 00 04 00 00"},
+      {"Result", Result{Status::Refused, 0x0102030405060708},
+       "E5 01 02 02 0D 0C 0B 0A 05 00 00 00 08 07 06 05 04 03 02 01"},
+      {"Topology", Topology{{{7, "Keys", numbered, std::nullopt}, {8, "X", std::nullopt, listed}}},
+       "E5 01 03 02 0D 0C 0B 0A 02 00 00 00"
+       "07 00 04 00 'Keys' 01 03 00 07 00 'KeysOut' 00 00 00 00 00"
+       "08 00 01 00 'X' 00 01 02 00 00 00 02 00 00 00 01 00 'a' 02 00 'bc'"},
+      {"Links", Links{9, {{1, 2, 3, 4}, {0x0102, 0x0304, 0x0506, 0x0708}}},
+       "E5 01 04 02 0D 0C 0B 0A 09 00 00 00 00 00 00 00 02 00 00 00"
+       "01 00 02 00 03 00 04 00 02 01 04 03 06 05 08 07"},
+      {"Taken", Taken{0x0102030405060708}, "E5 01 05 02 0D 0C 0B 0A 08 07 06 05 04 03 02 01"},
+      {"OpenEvents", OpenEvents{Session}, "E5 01 01 03 0D 0C 0B 0A 88 77 66 55 44 33 22 11"},
+      {"Consumed", Consumed{Session, 0x0102030405060708},
+       "E5 01 02 03 0D 0C 0B 0A 88 77 66 55 44 33 22 11 08 07 06 05 04 03 02 01"},
+      {"Events", Events{EntryBytes}, "E5 01 03 03 0D 0C 0B 0A 02 07 00 00 00 00 00 00 00", true},
+      {"OpenGraph", OpenGraph{Session}, "E5 01 01 04 0D 0C 0B 0A 88 77 66 55 44 33 22 11"},
+      {"GraphSeen", GraphSeen{Session, 6}, "E5 01 02 04 0D 0C 0B 0A 88 77 66 55 44 33 22 11 06 00 00 00 00 00 00 00"},
+      {"GraphChanged", GraphChanged{6, true, {1, 2, 3, 4}},
+       "E5 01 03 04 0D 0C 0B 0A 06 00 00 00 00 00 00 00 01 01 00 02 00 03 00 04 00"},
+      {"GraphStale", GraphStale{}, "E5 01 04 04 0D 0C 0B 0A"},
+  };
+}
+
+constexpr std::uint32_t Tag = 0x0A0B0C0D;
+
+DecodeError errorOf(std::span<const std::uint8_t> bytes) {
+  DecodeError error = DecodeError::None;
+  return decode(bytes, &error) ? DecodeError::None : error;
+}
+
+TEST(Messages, EveryKindHasItsBytes) {
+  for (const Sample& sample : samples()) EXPECT_EQ(encode(Tag, sample.body), bytesOf(sample.bytes)) << sample.name;
+}
+
+TEST(Messages, SamplesCoverEveryKind) {
+  std::vector<bool> seen(std::variant_size_v<Body>);
+  for (const Sample& sample : samples()) seen[sample.body.index()] = true;
+  EXPECT_EQ(seen, std::vector<bool>(seen.size(), true));
+}
+
+TEST(Messages, EveryKindComesBackWhole) {
+  for (const Sample& sample : samples()) {
+    const auto bytes = bytesOf(sample.bytes);
+    DecodeError error = DecodeError::Malformed;
+    const auto envelope = decode(bytes, &error);
+    ASSERT_TRUE(envelope) << sample.name;
+    EXPECT_EQ(error, DecodeError::None) << sample.name;
+    EXPECT_EQ(envelope->tag, Tag) << sample.name;
+    EXPECT_EQ(envelope->body.index(), sample.body.index()) << sample.name;
+    EXPECT_EQ(encode(envelope->tag, envelope->body), bytes) << sample.name;
+  }
+}
+
+TEST(Messages, EventsAreAViewOfWhatWasDecoded) {
+  const auto bytes = encode(0, Events{EntryBytes});
+  const auto envelope = decode(bytes);
+  ASSERT_TRUE(envelope);
+  EXPECT_EQ(std::get<Events>(envelope->body).entries.data(), bytes.data() + 8);
+}
+
+TEST(Messages, CutAnywhereIsRefused) {
+  for (const Sample& sample : samples()) {
+    const auto bytes = bytesOf(sample.bytes);
+    const std::size_t shortest = sample.openEnd ? 8 : bytes.size();
+    for (std::size_t size = 0; size < shortest; ++size) {
+      // On its own on the heap, so that reading past the end is seen.
+      const std::vector<std::uint8_t> cut(bytes.begin(), bytes.begin() + static_cast<std::ptrdiff_t>(size));
+      EXPECT_EQ(errorOf(cut), DecodeError::Malformed) << sample.name << " cut to " << size;
+    }
+  }
+}
+
+TEST(Messages, TrailingBytesAreRefused) {
+  for (const Sample& sample : samples()) {
+    if (sample.openEnd) continue;
+    auto bytes = bytesOf(sample.bytes);
+    bytes.push_back(0);
+    EXPECT_EQ(errorOf(bytes), DecodeError::Malformed) << sample.name;
+  }
+}
+
+TEST(Messages, WhatIsNoMessageIsRefused) {
+  struct Case {
+    const char* what;
+    const char* bytes;
+    DecodeError error;
+  };
+  const Case cases[] = {
+      {"nothing", "", DecodeError::Malformed},
+      {"other magic", "E4 01 04 04 00 00 00 00", DecodeError::Malformed},
+      {"other magic and version", "E4 02 04 04 00 00 00 00", DecodeError::Malformed},
+      {"next version", "E5 02 04 04 00 00 00 00", DecodeError::WrongVersion},
+      {"version 0", "E5 00 04 04 00 00 00 00", DecodeError::WrongVersion},
+      {"next version, in a form unknown here", "E5 02 'anything at all'", DecodeError::WrongVersion},
+      {"kind 0", "E5 01 00 00 00 00 00 00", DecodeError::Malformed},
+      {"a kind after the last", "E5 01 05 04 00 00 00 00", DecodeError::Malformed},
+      {"name that reaches past the end", "E5 01 01 01 00 00 00 00 08 00 'top' 04 03 02 01", DecodeError::Malformed},
+      {"name of 65535 bytes", "E5 01 01 01 00 00 00 00 FF FF 'top' 04 03 02 01", DecodeError::Malformed},
+      {"truth value 2", "E5 01 06 01 00 00 00 00 01 00 00 00 00 00 00 00 02 00 00 00 00 00 00 00 00",
+       DecodeError::Malformed},
+      {"unknown status", "E5 01 02 02 00 00 00 00 06 00 00 00 00 00 00 00 00 00 00 00", DecodeError::Malformed},
+      {"message of 4 GiB", "E5 01 09 01 00 00 00 00 01 00 00 00 00 00 00 00 05 00 00 00 00 00 FF FF FF FF 90",
+       DecodeError::Malformed},
+      {"4294967295 groups", "E5 01 03 02 00 00 00 00 FF FF FF FF 00 00 00 00 00 00", DecodeError::Malformed},
+      {"two groups where one has room", "E5 01 03 02 00 00 00 00 02 00 00 00 00 00 00 00 00 00",
+       DecodeError::Malformed},
+      {"4294967295 links", "E5 01 04 02 00 00 00 00 00 00 00 00 00 00 00 00 FF FF FF FF 01 00 02 00 03 00 04 00",
+       DecodeError::Malformed},
+      {"4294967295 names", "E5 01 03 02 00 00 00 00 01 00 00 00 00 00 00 00 01 FF FF 00 00 FF FF FF FF 00",
+       DecodeError::Malformed},
+      {"two names for three ports",
+       "E5 01 03 02 00 00 00 00 01 00 00 00 08 00 00 00 00 01 03 00 00 00 02 00 00 00 01 00 'a' 01 00 'b'",
+       DecodeError::Malformed},
+      {"a side that is neither there nor not", "E5 01 03 02 00 00 00 00 01 00 00 00 00 00 00 00 02 00",
+       DecodeError::Malformed},
+  };
+  for (const Case& c : cases) EXPECT_EQ(errorOf(bytesOf(c.bytes)), c.error) << c.what;
+}
+
+TEST(Messages, LongestNameTravelsAndNoLonger) {
+  const auto bytes = encode(1, Hello{std::string(MaxNameBytes, 'n'), 2});
+  const auto envelope = decode(bytes);
+  ASSERT_TRUE(envelope);
+  EXPECT_EQ(std::get<Hello>(envelope->body).program, std::string(MaxNameBytes, 'n'));
+
+  auto longer = bytes;
+  ++longer[8];
+  longer.insert(longer.begin() + 10, 'n');
+  EXPECT_EQ(errorOf(longer), DecodeError::Malformed);
+}
+
+TEST(Messages, LongestMidiMessageTravelsAndNoLonger) {
+  const auto bytes = encode(1, Send{1, 2, 3, std::vector<std::uint8_t>(MaxMessageBytes, 0x41)});
+  const auto envelope = decode(bytes);
+  ASSERT_TRUE(envelope);
+  EXPECT_EQ(std::get<Send>(envelope->body).bytes.size(), MaxMessageBytes);
+
+  auto longer = bytes;
+  ++longer[22];
+  longer.push_back(0x41);
+  EXPECT_EQ(errorOf(longer), DecodeError::Malformed);
+}
+
+TEST(Messages, TagIsReadFromWhatCannotBeDecoded) {
+  struct Case {
+    const char* bytes;
+    std::optional<std::uint32_t> tag;
+  };
+  const Case cases[] = {
+      {"E5 01 04 04 0D 0C 0B 0A", Tag},
+      {"E5 01 99 99 0D 0C 0B 0A", Tag},
+      {"E5 07 04 04 0D 0C 0B 0A 'anything at all'", Tag},
+      {"E4 01 04 04 0D 0C 0B 0A", std::nullopt},
+      {"E5 01 04 04 0D 0C 0B", std::nullopt},
+      {"E5", std::nullopt},
+      {"", std::nullopt},
+  };
+  for (const Case& c : cases) EXPECT_EQ(tagOf(bytesOf(c.bytes)), c.tag) << c.bytes;
+}
+
+TEST(Messages, ErrorMayBeIgnored) { EXPECT_FALSE(decode({})); }
+
+}  // namespace
+}  // namespace wire

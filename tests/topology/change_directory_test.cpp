@@ -1,0 +1,121 @@
+#include "topology/change_directory.h"
+
+#include <gtest/gtest.h>
+
+#include <cstdio>
+#include <stdexcept>
+
+#include "tests/topology/sample_tree.h"
+
+namespace flowscope {
+namespace {
+
+class FewRows : public TerminalSize {
+ public:
+  int rows() override { return 4; }
+  int columns() override { return 80; }
+};
+
+// Says "q" at the first prompt: pages are told apart by what stops.
+class QuittingKeys : public KeySource {
+ public:
+  int readByte() override {
+    ++asked;
+    return 'q';
+  }
+  int asked = 0;
+};
+
+class Shell : public TopologyShell {
+ public:
+  ConsoleOutput& output() override { return output_; }
+  TopologyNode& tree() override { return *tree_; }
+  PathComponents& currentPath() override { return path_; }
+  void pathChanged() override { shown.push_back(absolutePath(path_)); }
+
+  ~Shell() override { std::fclose(out_); }
+  Shell() = default;
+  Shell(const Shell&) = delete;
+  Shell& operator=(const Shell&) = delete;
+
+  std::vector<std::string> shown;  // what the prompt was told
+
+ private:
+  std::FILE* out_ = std::fopen("/dev/null", "w");
+  FewRows size_;
+  QuittingKeys keys_;
+  ConsoleOutput output_{out_, size_, keys_, false};
+  std::unique_ptr<TopologyNode> tree_ = treeOf("a\n  b\n    c\n  d\nb\n  x");
+  PathComponents path_;
+};
+
+struct Step {
+  PathComponents from;
+  const char* argument;
+  ResultCode result;
+  PathComponents to;
+};
+
+TEST(ChangeDirectory, GoesWhereThePathLeads) {
+  const Step steps[] = {
+      {{"a", "b"}, nullptr, ResultOk, {}},
+      {{}, nullptr, ResultOk, {}},
+      {{}, "..", ResultOk, {}},
+      {{"a", "b"}, "..", ResultOk, {"a"}},
+      {{}, "a", ResultOk, {"a"}},
+      {{}, "a/b/", ResultOk, {"a", "b"}},
+      {{"a"}, "b", ResultOk, {"a", "b"}},
+      {{"a"}, "/b", ResultOk, {"b"}},
+      {{"a"}, "/", ResultOk, {}},
+      {{}, "/a/zz/b", ResultOk, {"a", "b"}},
+      {{}, "/a/zz", ResultSilent, {}},
+      {{"b"}, "a//b", ResultOk, {"b"}},
+      {{"a"}, "d//x", ResultSilent, {"a"}},
+      {{"a", "b"}, "~", ResultOk, {"a"}},
+      {{"a", "b"}, "~/d", ResultOk, {"a", "d"}},
+      {{}, "./a", ResultSilent, {}},
+      {{"a"}, "./b", ResultSilent, {"a"}},
+      {{}, ".", ResultSilent, {}},
+      {{"a"}, "./zz", ResultSilent, {"a"}},
+      {{"a"}, "B", ResultSilent, {"a"}},
+      {{"a"}, "zz", ResultSilent, {"a"}},
+  };
+  for (const Step& step : steps) {
+    Shell shell;
+    shell.currentPath() = step.from;
+    const char* shown = step.argument == nullptr ? "no argument" : step.argument;
+    EXPECT_EQ(changeDirectory(shell, step.argument), step.result) << shown;
+    EXPECT_EQ(shell.currentPath(), step.to) << shown;
+    const std::vector<std::string> told =
+        step.result == ResultOk ? std::vector{absolutePath(step.to)} : std::vector<std::string>{};
+    EXPECT_EQ(shell.shown, told) << shown;
+  }
+}
+
+TEST(ChangeDirectory, HasNoEffectWhenThePathIsNone) {
+  for (const char* argument : {"", "~", "~/a"}) {
+    Shell shell;
+    EXPECT_THROW(changeDirectory(shell, argument), std::out_of_range) << argument;
+    EXPECT_TRUE(shell.currentPath().empty());
+    EXPECT_TRUE(shell.shown.empty());
+  }
+}
+
+// Lines that pass before the prompt of the pager stops them.
+int pagedLines(Shell& shell) {
+  int lines = 0;
+  while (lines < 100 && shell.output().writeLine({0, 0, "line"}, true)) ++lines;
+  return lines;
+}
+
+TEST(ChangeDirectory, StartsAFreshPage) {
+  Shell shell;
+  EXPECT_EQ(pagedLines(shell), 2);
+  EXPECT_EQ(changeDirectory(shell, "zz"), ResultSilent);
+  EXPECT_EQ(pagedLines(shell), 0);
+  EXPECT_EQ(changeDirectory(shell, "a"), ResultOk);
+  EXPECT_EQ(pagedLines(shell), 2);
+}
+
+}  // namespace
+}  // namespace flowscope

@@ -1,0 +1,115 @@
+#include "topology/pattern.h"
+
+#include <regex.h>
+
+#include <algorithm>
+#include <utility>
+
+namespace flowscope {
+
+namespace {
+
+class Expression {
+ public:
+  explicit Expression(const std::string& text) : valid_(regcomp(&compiled_, text.c_str(), REG_NEWLINE) == 0) {}
+  Expression(const Expression&) = delete;
+  Expression& operator=(const Expression&) = delete;
+  ~Expression() {
+    if (valid_) regfree(&compiled_);  // a failed regcomp leaves nothing that may be freed
+  }
+
+  bool valid() const { return valid_; }
+
+  bool matchesWhole(const std::string& text) const {
+    regmatch_t match{};
+    if (regexec(&compiled_, text.c_str(), 1, &match, 0) != 0) return false;
+    return match.rm_so == 0 && std::cmp_equal(match.rm_eo, text.size());
+  }
+
+ private:
+  regex_t compiled_{};
+  bool valid_;
+};
+
+// The text that everything the pattern matches begins with. Only a necessary condition, to keep the engine away from
+// what cannot match. A backslash may bring alternatives or make what stands before it optional.
+std::string_view literalStart(std::string_view pattern) {
+  if (pattern.find('\\') != std::string_view::npos) return {};
+  return pattern.substr(0, pattern.find_first_of(".[*^$"));
+}
+
+bool sameAsFarAsBothReach(std::string_view a, std::string_view b) {
+  const std::size_t length = std::min(a.size(), b.size());
+  return a.substr(0, length) == b.substr(0, length);
+}
+
+// Walks the tree depth first and calls visit(path) for each node down to maxDepth. What is below a node is walked
+// when visit answers true. All paths stand in one buffer, one after another.
+template <class Visit>
+void walkPaths(std::size_t maxDepth, const TopologyNode::Children& children, Visit visit) {
+  struct Level {
+    const TopologyNode::Children& nodes;
+    std::size_t next;
+    std::size_t parentLength;
+  };
+  std::string path;
+  std::vector<Level> levels;
+  levels.push_back({children, 0, 0});
+  while (!levels.empty()) {
+    Level& level = levels.back();
+    if (level.next == level.nodes.size()) {
+      levels.pop_back();
+      continue;
+    }
+    const TopologyNode& node = *level.nodes[level.next++];
+    path.resize(level.parentLength);
+    path += '/';
+    path += node.name;
+    if (visit(std::as_const(path)) && levels.size() < maxDepth && !node.children.empty()) {
+      levels.push_back({node.children, 0, path.size()});
+    }
+  }
+}
+
+}  // namespace
+
+void splitAtChar(std::string_view text, std::vector<std::string>& result, char separator) {
+  for (;;) {
+    const std::size_t end = text.find(separator);
+    if (end == std::string_view::npos) break;
+    if (end > 0) result.emplace_back(text.substr(0, end));
+    text.remove_prefix(end + 1);
+  }
+  result.emplace_back(text);
+}
+
+void collectNodePaths(std::size_t maxDepth, const TopologyNode::Children& children, std::vector<std::string>& result) {
+  walkPaths(maxDepth, children, [&result](const std::string& path) {
+    result.push_back(path);
+    return true;
+  });
+}
+
+std::vector<std::string> expandPattern(const std::string& pattern, const TopologyNode& root) {
+  std::vector<std::string> result;
+
+  std::string text;
+  for (const char c : pattern) {
+    if (c == '*') text += '.';
+    text += c;
+  }
+  const Expression expression(text);
+  if (!expression.valid()) return result;
+
+  std::vector<std::string> pieces;
+  splitAtChar(pattern, pieces, '/');
+  const std::string_view start = literalStart(pattern);
+  walkPaths(pieces.size(), root.children, [&](const std::string& path) {
+    if (!sameAsFarAsBothReach(path, start)) return false;
+    if (path.size() >= start.size() && expression.matchesWhole(path)) result.push_back(path);
+    return true;
+  });
+  return result;
+}
+
+}  // namespace flowscope

@@ -1,0 +1,59 @@
+// The texts of messages: one line each, or pieces of one. Every function replaces what the line buffer holds and
+// answers a view of it, good until the buffer changes again.
+#pragma once
+
+#include <cstddef>
+#include <cstdint>
+#include <span>
+#include <string>
+#include <string_view>
+
+#include "traffic/text_piece.h"
+
+namespace flowscope {
+
+// Labelled names the port, the kind and the fields. Raw is the message in hexadecimal with the group as one more
+// number.
+enum class TextForm { Raw, Labelled };
+
+// In the order of their status bytes: 0x80, 0x90 and so on.
+enum class ChannelKind : std::uint8_t {
+  NoteOff,
+  NoteOn,
+  PolyAfter,
+  ControlChange,
+  ProgramChange,
+  AfterTouch,
+  PitchBend
+};
+
+// A message of a fixed length. Program change and after touch have no second value.
+struct ChannelMessage {
+  ChannelKind kind;
+  std::uint8_t first;
+  std::uint8_t second;
+  std::uint16_t group;
+};
+
+std::string_view formatChannelMessage(TextPiece& line, const ChannelMessage& message, std::string_view port,
+                                      TextForm form);
+
+std::string_view formatRealTime(TextPiece& line, std::uint8_t status, std::uint16_t group, std::string_view port,
+                                TextForm form);
+
+// Labelled only: error data have no raw form.
+std::string_view formatErrorData(TextPiece& line, std::span<const std::uint8_t> bytes, std::string_view port);
+
+// Messages of any length. The labelled form is a header, pieces for the bytes, and a trailer that ends the line. A
+// meta event is announced as system exclusive, and no pieces belong to its bytes.
+enum class LongKind { SystemExclusive, SystemCommon, Meta };
+
+std::string_view formatHeader(TextPiece& line, LongKind kind, std::string_view port, std::size_t length);
+std::string_view formatByte(TextPiece& line, std::uint8_t byte);
+std::string_view formatTrailer(TextPiece& line, LongKind kind, std::uint16_t group);
+
+// The raw form of such a message. One that has bytes ends the process, with the C library's report of a buffer
+// overflow and SIGABRT.
+std::string formatRawLong(std::span<const std::uint8_t> bytes, std::uint16_t group);
+
+}  // namespace flowscope

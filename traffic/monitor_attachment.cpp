@@ -1,0 +1,133 @@
+#include "traffic/monitor_attachment.h"
+
+#include <algorithm>
+#include <cstdint>
+#include <mutex>
+#include <optional>
+#include <string>
+#include <utility>
+#include <vector>
+
+#include "topology/path.h"
+#include "topology/pattern.h"
+#include "traffic/flowscope_port_midi.h"
+#include "traffic/port_position.h"
+#include "traffic/traffic_output.h"
+
+namespace flowscope {
+
+namespace {
+
+constexpr std::size_t PortDepth = 4;
+
+// The name of the port that a path leads to, or, for a null path, of the one that the current directory lies in.
+std::optional<std::string> portNameAt(TrafficShell& shell, const char* path) {
+  PathComponents place = shell.currentPath();
+  if (place.size() > PortDepth) place.resize(PortDepth);
+  if (path != nullptr) {
+    auto found = lookupPath(resolvePath(path, place), shell.tree());
+    if (!found) return std::nullopt;
+    place = std::move(*found);
+  }
+  if (place.size() < PortDepth) return std::nullopt;
+  return std::move(place.back());
+}
+
+EvtSrv::EventResult attachName(TrafficShell& shell, const std::string& name, const char* target,
+                               EvtSrv::MemoryHolder& holder) {
+  std::vector<std::string>& attached = shell.attached();
+  if (std::find(attached.begin(), attached.end(), name) != attached.end()) return EvtSrv::EvtRes_Success;
+  const std::lock_guard<KSTD::KThreadMutex> lock(shell.attachMutex());
+  const EvtSrv::EventResult result =
+      shell.monitor().connect(name.c_str(), target, nullptr, &holder, EvtSrv::ConBehave_Void);
+  if (result == EvtSrv::EvtRes_Success) attached.push_back(name);
+  return result;
+}
+
+void attachGroup(TrafficShell& shell, const StrmSrv::GroupRecord& group, PortSide side) {
+  EvtSrv::MemoryHolder holder(MonitorEventBytes);
+  for (std::uint16_t port = 0; port < group.portCount; ++port) {
+    attachName(shell, portName(*shell.patcher(), group.groupId, port, side), trafficOutput().monitorTarget, holder);
+  }
+}
+
+ResultCode toResultCode(EvtSrv::EventResult result) {
+  return result == EvtSrv::EvtRes_Success ? ResultOk : ResultConnectError;
+}
+
+}  // namespace
+
+EvtSrv::EventResult attachPort(TrafficShell& shell, const char* path, const char* target,
+                               EvtSrv::MemoryHolder& holder) {
+  const auto name = portNameAt(shell, path);
+  return name ? attachName(shell, *name, target, holder) : EvtSrv::EvtRes_DoNothing;
+}
+
+ResultCode attachBelowCurrent(TrafficShell& shell) {
+  if (!shell.attached().empty()) return ResultOk;
+  const StrmSrv::Patcher* patcher = shell.patcher();
+  if (patcher == nullptr) return ResultSilent;
+
+  const PathComponents& place = shell.currentPath();
+  const PortPosition position = parsePortPosition(place, *patcher);
+  if (!position.inStreamDirectory()) return ResultBadArgument;
+
+  const auto& groups = groupsOf(*patcher, *position.side);
+  if (!position.group) {
+    const bool atSide = place.size() == 2;
+    if (!atSide) return ResultBadArgument;
+    for (const StrmSrv::GroupRecord& group : groups) attachGroup(shell, group, *position.side);
+    return ResultOk;
+  }
+
+  const std::uint16_t count = portCountOf(groups, *position.group);
+  if (position.port && *position.port <= count) {  // equal to the count as well: the attaching itself decides
+    EvtSrv::MemoryHolder holder(MonitorEventBytes);
+    return toResultCode(attachPort(shell, nullptr, trafficOutput().monitorTarget, holder));
+  }
+  attachGroup(shell, {*position.group, count}, *position.side);
+  return ResultOk;
+}
+
+void detachAll(TrafficShell& shell) {
+  const std::lock_guard<KSTD::KThreadMutex> lock(shell.attachMutex());
+  shell.monitor().disconnect(nullptr, nullptr);
+  shell.attached().clear();
+}
+
+EvtSrv::EventResult detachPort(TrafficShell& shell, const char* path) {
+  const auto name = portNameAt(shell, path);
+  if (!name) return EvtSrv::EvtRes_DoNothing;
+  std::vector<std::string>& attached = shell.attached();
+  const auto found = std::find(attached.begin(), attached.end(), *name);
+  if (found == attached.end()) return EvtSrv::EvtRes_DoNothing;
+  const std::lock_guard<KSTD::KThreadMutex> lock(shell.attachMutex());
+  const EvtSrv::EventResult result = shell.monitor().disconnect(name->c_str(), nullptr);
+  attached.erase(found);
+  return result;
+}
+
+ResultCode catCommand(TrafficShell& shell, unsigned options, const char* pattern) {
+  std::string resolved;
+  if (pattern != nullptr) resolved = resolvePath(pattern, shell.currentPath());
+
+  shell.monitor().setLabelled((options & LabelledOption) != 0);
+  trafficOutput().trafficMode = TrafficScreen;
+  if (pattern == nullptr) return attachBelowCurrent(shell);
+
+  ResultCode result = ResultSilent;
+  for (const std::string& match : expandPattern(resolved, shell.tree())) {
+    EvtSrv::MemoryHolder holder(MonitorEventBytes);
+    result = toResultCode(attachPort(shell, match.c_str(), trafficOutput().monitorTarget, holder));
+  }
+  return result;
+}
+
+ResultCode endCommand(TrafficShell& shell) {
+  detachAll(shell);
+  trafficOutput().trafficFile.close();
+  trafficOutput().trafficMode = TrafficOff;
+  return ResultOk;
+}
+
+}  // namespace flowscope

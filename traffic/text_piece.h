@@ -1,0 +1,46 @@
+// A piece of text under construction, of bounded length.
+#pragma once
+
+#include <array>
+#include <cstddef>
+#include <cstdint>
+#include <string_view>
+
+namespace flowscope {
+
+// Appends texts and numbers up to a fixed length; what would not fit is cut. Allocates nothing.
+class TextPiece {
+ public:
+  // The longest text is one character shorter: the limit counts a terminator.
+  static constexpr std::size_t Limit = 1024;
+
+  // Starts a new text. The first call sees an empty one already.
+  TextPiece& clear() {
+    length_ = 0;
+    return *this;
+  }
+
+  TextPiece& append(std::string_view text);
+
+  // "0x" and at least two upper-case digits ("0x%02X").
+  TextPiece& appendHex(std::uint16_t value) { return appendNumber(value, "0123456789ABCDEF"); }
+
+  // "0x" and at least two lower-case digits ("0x%02x").
+  TextPiece& appendLowerHex(std::uint16_t value) { return appendNumber(value, "0123456789abcdef"); }
+
+  TextPiece& appendDecimal(std::size_t value);
+
+  // Appends a newline; in place of the last character when the text is full, so that a line stays a line.
+  TextPiece& endLine();
+
+  // The text so far, up to the next call that changes it.
+  std::string_view view() const { return {characters_.data(), length_}; }
+
+ private:
+  TextPiece& appendNumber(std::uint16_t value, const char* digits);
+
+  std::array<char, Limit> characters_;
+  std::size_t length_ = 0;
+};
+
+}  // namespace flowscope
