@@ -15,12 +15,12 @@
 
 namespace {
 
-constexpr std::size_t RecordsAnEvent = 100;
+constexpr std::int64_t RecordsAnEvent = 100;
 constexpr const char* PortName = "SequencerOut1";
 
 std::vector<std::uint8_t> eventOfNotes() {
   std::vector<std::uint8_t> event(wire::EventHeaderBytes);
-  for (std::size_t index = 0; index < RecordsAnEvent; ++index) {
+  for (std::int64_t index = 0; index < RecordsAnEvent; ++index) {
     const std::array<std::uint8_t, 3> message{0x90, static_cast<std::uint8_t>(index), 0x40};
     wire::appendRecord(0, message, event);
   }
@@ -61,7 +61,7 @@ void console(benchmark::State& state) {
     shell.monitor().receiveMain(PortName, EvtSrv::EvtTyp_Debug_Receive, &data, nullptr);
     std::fflush(out.get());
   }
-  state.SetItemsProcessed(static_cast<std::int64_t>(state.iterations() * RecordsAnEvent));
+  state.SetItemsProcessed(state.iterations() * RecordsAnEvent);
 }
 BENCHMARK(console)->Name("event_printing/console");
 
@@ -77,7 +77,7 @@ void bareLoop(benchmark::State& state) {
     }
     std::fflush(out.get());
   }
-  state.SetItemsProcessed(static_cast<std::int64_t>(state.iterations() * RecordsAnEvent));
+  state.SetItemsProcessed(state.iterations() * RecordsAnEvent);
 }
 BENCHMARK(bareLoop)->Name("event_printing/snprintf_and_fwrite");
 

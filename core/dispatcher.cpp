@@ -38,6 +38,11 @@ bool refusesArguments(Command& command) {
   return true;
 }
 
+// Checks the words against the command's limits; what is wrong is reported here.
+ResultCode takeOptions(Command& command, const CommandRow& row, Options& options) {
+  return report(command.shell, checkArguments(command.arguments, options, row.maximumArguments, row.allowedOptions));
+}
+
 std::optional<std::string> takeArgument(Command& command) {
   std::string text;
   if (!nextArgument(command.arguments, text)) return std::nullopt;
@@ -75,8 +80,7 @@ ResultCode printWorkingDirectory(Command& command) {
 
 ResultCode runOperation(Command& command, const CommandRow& row) {
   Options options = NoOptions;
-  const auto checked = checkArguments(command.arguments, options, row.maximumArguments, row.allowedOptions);
-  if (checked != ResultOk) return report(command.shell, checked);
+  if (const auto code = takeOptions(command, row, options); code != ResultOk) return code;
   const auto first = takeArgument(command);
   const auto second = takeArgument(command);
   return report(command.shell, row.operation(command.shell, options, textOrNull(first), textOrNull(second)));
@@ -84,8 +88,7 @@ ResultCode runOperation(Command& command, const CommandRow& row) {
 
 ResultCode setPorts(Command& command, const CommandRow& row) {
   Options options = NoOptions;
-  const auto checked = checkArguments(command.arguments, options, row.maximumArguments, row.allowedOptions);
-  if (checked != ResultOk) return report(command.shell, checked);
+  if (const auto code = takeOptions(command, row, options); code != ResultOk) return code;
   std::array<std::string, 3> settings;
   for (auto& setting : settings) {
     if (!nextArgument(command.arguments, setting)) return report(command.shell, ResultOptionError);
@@ -96,22 +99,19 @@ ResultCode setPorts(Command& command, const CommandRow& row) {
 
 ResultCode runNamedScript(Command& command, const CommandRow& row) {
   Options options = NoOptions;
-  const auto checked = checkArguments(command.arguments, options, row.maximumArguments, row.allowedOptions);
-  if (checked != ResultOk) return report(command.shell, checked);
+  if (const auto code = takeOptions(command, row, options); code != ResultOk) return code;
   const auto name = takeArgument(command);
   return report(command.shell, name ? runScript(command.shell, *name) : ResultOpenFileError);
 }
 
 ResultCode listHistory(Command& command, const CommandRow& row) {
   Options options = NoOptions;
-  const auto checked = checkArguments(command.arguments, options, row.maximumArguments, row.allowedOptions);
-  if (checked != ResultOk) return report(command.shell, checked);
-  const bool paged = (options & OptionM) != 0;
+  if (const auto code = takeOptions(command, row, options); code != ResultOk) return code;
+  // Unpaged and counted on from what was printed before: the command takes no option that asks for anything else.
   int number = 0;
   for (const auto& entry : command.shell.lineEditor().history().entries()) {
     const std::string line = std::to_string(number) + ' ' + entry;
-    const bool fresh = paged && number == 0;
-    if (!command.shell.output().writeLineFresh({0, ColourDefault, line.c_str()}, fresh, paged)) break;
+    if (!command.shell.output().writeLineFresh({0, ColourDefault, line.c_str()}, false, false)) break;
     ++number;
   }
   return ResultOk;

@@ -1,15 +1,33 @@
+#include <fcntl.h>
+
 #include <cstdio>
 #include <exception>
 #include <span>
 
 #include "core/program.h"
 #include "core/shell_io.h"
+#include "terminal/terminal_mode.h"
+
+namespace {
+
+// A descriptor that the parent has closed would go to the next thing that is opened, and be read or written as the
+// terminal.
+void openStandardDescriptors() {
+  for (int descriptor = 0; descriptor <= 2; ++descriptor) {
+    if (fcntl(descriptor, F_GETFD) < 0) open("/dev/null", O_RDWR);
+  }
+}
+
+}  // namespace
 
 int main(int count, char** words) {
+  openStandardDescriptors();
   try {
     const std::span<const char* const> all(words, static_cast<std::size_t>(count));
     return flowscope::runProgram(all.subspan(all.empty() ? 0 : 1), flowscope::standardIo());
   } catch (const std::exception& error) {
+    // A shell that was only half built has not given the terminal back.
+    flowscope::setTerminalMode(flowscope::TerminalMode::Saved);
     std::fprintf(stderr, "flowscope: %s\n", error.what());
     return 0;
   }

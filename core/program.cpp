@@ -63,8 +63,8 @@ void runInteractively(EvtSrv::EventPortManager& manager, ShellIo& io) {
   shell->init(manager);
   shell->openInput();
   while (shell->isRunning()) {
-    manager.receiveEvent(TurnMilliseconds);
-    manager.finishActiveTerm(TurnMilliseconds);
+    shell->manager().receiveEvent(TurnMilliseconds);
+    shell->manager().finishActiveTerm(TurnMilliseconds);
     std::fflush(io.out);
   }
   shell->waitForInput();

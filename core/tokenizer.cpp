@@ -14,9 +14,7 @@ std::string_view withoutLeadingBlanks(std::string_view text) {
   return text;
 }
 
-std::string_view withoutTrailingBlanks(std::string_view text) {
-  return text.substr(0, text.find_last_not_of(' ') + 1);
-}
+std::string_view withoutTrailingBlanks(std::string_view text) { return text.substr(0, text.find_last_not_of(' ') + 1); }
 
 ArgumentWords splitWords(std::string_view command) {
   ArgumentWords words;

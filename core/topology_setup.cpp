@@ -3,26 +3,26 @@
 #include <cstdint>
 #include <vector>
 
+#include "topology/group_name.h"
+#include "traffic/port_position.h"
+
 namespace flowscope {
 
 namespace {
-
-constexpr int SourceSide = 0;
-constexpr int SinkSide = 1;
 
 TopologyNode& childOf(TopologyNode& node, const char* name) {
   TopologyNode* const found = node.findChild(name);
   return found != nullptr ? *found : node.addChild(name);
 }
 
-void buildSide(TopologyNode& node, const StrmSrv::Patcher& patcher, const std::vector<StrmSrv::GroupRecord>& groups,
-               int side) {
+void buildSide(TopologyNode& node, const StrmSrv::Patcher& patcher, PortSide side) {
+  const auto& groups = groupsOf(patcher, side);
   for (std::size_t position = 0; position < groups.size(); ++position) {
     const auto& record = groups.at(position);
     TopologyNode& group = node.addChild(groupName(record.groupId));
     group.children.reserve(record.portCount);
     for (std::uint16_t index = 0; index < record.portCount; ++index) {
-      group.addChild(patcher.makeStreamPortName(0, record.groupId, index, side));
+      group.addChild(portName(patcher, record.groupId, index, side));
     }
   }
 }
@@ -39,12 +39,8 @@ void buildStreamTypes(TopologyNode& root) {
 
 void buildGroups(TopologyNode& root, const StrmSrv::Patcher& patcher) {
   TopologyNode& streams = childOf(root, StrmSrv::StreamTypeNameTable[0]);
-  buildSide(childOf(streams, "Source"), patcher, patcher.sourceGroups(), SourceSide);
-  buildSide(childOf(streams, "Sink"), patcher, patcher.sinkGroups(), SinkSide);
-}
-
-const char* groupName(std::uint16_t groupId) {
-  return groupId < StrmSrv::GroupNames::Count ? StrmSrv::GroupNameTable[groupId] : "[]";
+  buildSide(childOf(streams, "Source"), patcher, PortSide::Source);
+  buildSide(childOf(streams, "Sink"), patcher, PortSide::Sink);
 }
 
 }  // namespace flowscope

@@ -14,7 +14,4 @@ void buildStreamTypes(TopologyNode& root);
 // ports. A group whose id has no place in the table of names stands as "[]".
 void buildGroups(TopologyNode& root, const StrmSrv::Patcher& patcher);
 
-// The name of a group by its id, "[]" for an id above those that have names.
-const char* groupName(std::uint16_t groupId);
-
 }  // namespace flowscope

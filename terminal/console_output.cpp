@@ -76,6 +76,8 @@ PageAnswer ConsoleOutput::askForPage() {
     clearStyle(AttrReverse | AttrBlink, ColourDefault);
     key = keys_.readByte();
     write(EraseLine);
+    // Drawn again, the prompt starts where it stood.
+    if (key == InputResumed) write(toColumn(1));
   }
   return paging_.answer(key);
 }

@@ -21,7 +21,7 @@ StdinKeySource::~StdinKeySource() { close(wakeDescriptor_); }
 
 int StdinKeySource::readByte() {
   for (;;) {
-    // The C library does this by itself when it reads an unbuffered stream, but here poll does the waiting.
+    // Before it waits itself, the C library would do this for a stream that is flushed by lines; here poll waits.
     std::fflush(stdout);
     if (!awaitByte()) continue;
     if (stopped_) return EndOfInput;

@@ -18,6 +18,7 @@ struct TerminalState {
   termios saved{};
   bool isSaved = false;
   bool rawWanted = false;  // what was asked for last; a terminal that is lent keeps it
+  bool isRaw = false;      // what this process has made of it
   int lenders = 0;
 };
 
@@ -49,13 +50,17 @@ class TerminalGuard {
   sigset_t signals_{};
 };
 
-bool restoreSettings() noexcept { return state.isSaved && tcsetattr(Terminal, TCSANOW, &state.saved) == 0; }
+bool restoreSettings() noexcept {
+  state.isRaw = false;
+  return state.isSaved && tcsetattr(Terminal, TCSANOW, &state.saved) == 0;
+}
 
 bool applyRawSettings(termios settings) noexcept {
   settings.c_iflag &= ~static_cast<tcflag_t>(BRKINT | ISTRIP | IXON);
   settings.c_lflag &= ~static_cast<tcflag_t>(ICANON | ECHO | ECHOE | ECHOK | ECHONL | IEXTEN);
   settings.c_cc[VMIN] = 1;
   settings.c_cc[VTIME] = 0;
+  state.isRaw = true;
   return tcsetattr(Terminal, TCSANOW, &settings) == 0;
 }
 
@@ -78,13 +83,15 @@ bool setTerminalMode(TerminalMode mode) {
   if (!state.isSaved) state.saved = current;
   state.isSaved = true;
   state.rawWanted = true;
-  return applyRawSettings(current);
+  // A signal handler on another thread has the terminal, to stop or to die with it.
+  return state.lenders == 0 && applyRawSettings(current);
 }
 
 void lendTerminal() noexcept {
   const TerminalGuard guard;
   ++state.lenders;
-  restoreSettings();
+  // What was given back before may belong to another program by now.
+  if (state.isRaw) restoreSettings();
 }
 
 bool reclaimTerminal() noexcept {

@@ -76,6 +76,9 @@ constexpr std::array<Handling, 8> Handlings{{
     {SIGCONT, onContinueSignal},
 }};
 
+// A program that faults ends, whoever wants the signal ignored.
+bool isOwnFault(int signal) { return signal == SIGSEGV || signal == SIGABRT; }
+
 }  // namespace
 
 TerminalSignals::TerminalSignals(KeySource& keys) {
@@ -83,7 +86,7 @@ TerminalSignals::TerminalSignals(KeySource& keys) {
   resumedReader = &keys;
   for (std::size_t i = 0; i < Handlings.size(); ++i) {
     sigaction(Handlings.at(i).signal, nullptr, &before_.at(i));
-    if (before_.at(i).sa_handler != SIG_IGN) setDisposition(Handlings.at(i).signal, Handlings.at(i).handler);
+    if (before_.at(i).sa_handler != SIG_IGN || isOwnFault(Handlings.at(i).signal)) setDisposition(Handlings.at(i).signal, Handlings.at(i).handler);
   }
 }
 

@@ -24,8 +24,8 @@ std::string absolutePath(const PathComponents& components);
 std::string resolvePath(std::string text, const PathComponents& base);
 
 // Checks an absolute path against the tree and answers the names it leads through, or nothing when its last name is
-// not there. A missing name in the middle is skipped: "/a/zz/b" leads to "/a/b" when "a" has no "zz". Only a "." that is
-// no node's name leads nowhere.
+// not there. A missing name in the middle is skipped: "/a/zz/b" leads to "/a/b" when "a" has no "zz". Only a "." that
+// is no node's name leads nowhere.
 std::optional<PathComponents> lookupPath(std::string_view path, const TopologyNode& root);
 
 // The node that a list of names leads to. A name that is not there is skipped and the walk stays where it is, so

@@ -110,7 +110,11 @@ void FlowScopePortMIDI::printChannelMessage(const char* name, const ChannelMessa
 }
 
 void FlowScopePortMIDI::printLong(LongKind kind, const char* name, const Record& record) {
-  if (!labelled_) return print(formatRawLong(record.message, record.group));
+  if (!labelled_) {
+    // It may end the process: what was printed before must be out by then.
+    std::fflush(shell_.output().stream());
+    return print(formatRawLong(record.message, record.group));
+  }
   print(formatHeader(line_, kind, name, record.message.size()));
   if (kind != LongKind::Meta) {
     for (const std::uint8_t byte : record.message) print(formatByte(line_, byte));

@@ -60,7 +60,7 @@ class FlowScopePortMIDI : public StrmSrv::StreamPortMIDI {
   TrafficShell& shell_;
   std::atomic<bool> labelled_ = false;
   TextPiece line_;
-  std::string piece_;  // kept, so that a message costs no allocation
+  std::string piece_;  // kept, which saves an allocation a message
 
   static_assert(std::atomic<bool>::is_always_lock_free);
 };

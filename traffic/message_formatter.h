@@ -1,5 +1,5 @@
-// The texts of messages: one line each, or pieces of one. Every function replaces what the line buffer holds and
-// answers a view of it, good until the buffer changes again.
+// The texts of messages: one line each, or pieces of one. A function that takes the line buffer replaces what it holds
+// and answers a view of it, good until the buffer changes again.
 #pragma once
 
 #include <cstddef>

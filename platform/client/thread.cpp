@@ -47,7 +47,7 @@ Thread::~Thread() {
 
 void Thread::exit(int code) {
   // A thread answers a pointer; this is the number in one.
-  pthread_exit(reinterpret_cast<void*>(static_cast<std::intptr_t>(code)));
+  pthread_exit(reinterpret_cast<void*>(static_cast<std::intptr_t>(code)));  // NOLINT(performance-no-int-to-ptr)
 }
 
 }  // namespace UtilSrv

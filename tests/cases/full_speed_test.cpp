@@ -85,6 +85,11 @@ TEST(FullSpeed, LosesNothingAndKeepsTheOrder) {
     position += expected.size();
   }
 
+  // Only in line mode is this key the end of the command's input.
+  const testsupport::Deadline deadline(Patience);
+  while ((terminal.settings().c_lflag & ICANON) == 0 && !deadline.passed()) {
+    terminal.read(deadline.atMost(10ms));
+  }
   ASSERT_TRUE(terminal.type("\x04", testsupport::Deadline(Patience)));
   // Directly behind the last message comes the prompt: nothing came twice.
   EXPECT_EQ(readUntil(terminal, "\x1b[7G", position), position) << terminal.output().substr(position);

@@ -17,11 +17,11 @@ TEST(CommandTable, HoldsTheVocabularyInOrder) {
     Options options;
   };
   const Row rows[] = {
-      {"exit", 0, 0},    {"tab", 2, 0},     {"pwd", 0, 0},     {"ls", 1, 0xf},   {"cd", 1, 0},       {"set", 2, 0xc},
-      {"setport", 3, 0}, {"str", 2, 0},     {"get", 1, 0},     {"eu", 1, 0x7},   {"du", 1, 0x1},     {"from", 2, 0},
-      {"to", 2, 0},      {"cat", 1, 0x4},   {"con", 2, 0},     {"dis", 2, 0},    {"load", 1, 0},     {"save", 1, 0},
-      {"rn", 2, 0},      {"rm", 1, 0},      {"mkdir", 1, 0},   {"cmdfrom", 1, 0}, {"convert", 2, 0}, {"quit", 0, 0},
-      {"q", 0, 0},       {"end", 0, 0},     {"terminate", 0, 0}, {"bt", 0, 0xf}, {"history", 1, 0},  {"help", 0, 0},
+      {"exit", 0, 0},    {"tab", 2, 0},   {"pwd", 0, 0},       {"ls", 1, 0xf},    {"cd", 1, 0},      {"set", 2, 0xc},
+      {"setport", 3, 0}, {"str", 2, 0},   {"get", 1, 0},       {"eu", 1, 0x7},    {"du", 1, 0x1},    {"from", 2, 0},
+      {"to", 2, 0},      {"cat", 1, 0x4}, {"con", 2, 0},       {"dis", 2, 0},     {"load", 1, 0},    {"save", 1, 0},
+      {"rn", 2, 0},      {"rm", 1, 0},    {"mkdir", 1, 0},     {"cmdfrom", 1, 0}, {"convert", 2, 0}, {"quit", 0, 0},
+      {"q", 0, 0},       {"end", 0, 0},   {"terminate", 0, 0}, {"bt", 0, 0xf},    {"history", 1, 0}, {"help", 0, 0},
       {"", 2, 0},
   };
   ASSERT_EQ(std::size(rows), CommandTable.size());

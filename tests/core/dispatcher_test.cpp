@@ -85,13 +85,27 @@ TEST_F(Dispatcher, ErrorsOfUseAreReportedOnceAndRunNothing) {
     ResultCode answer;
   };
   const Row rows[] = {
-      {"ls a b", ResultOptionError},     {"set -r", ResultOptionError},    {"set a b c", ResultOptionError},
-      {"cat -r", ResultOptionError},     {"cd a b", ResultOptionError},    {"cd -l", ResultOptionError},
-      {"bt a", ResultOptionError},       {"du -m", ResultOptionError},     {"history a b", ResultOptionError},
-      {"history -m", ResultOptionError}, {"cmdfrom a b", ResultOptionError}, {"setport a b", ResultOptionError},
-      {"setport", ResultOptionError},    {"setport a b c d", ResultOptionError}, {"setport -l a b c", ResultOptionError},
-      {"nonsense", ResultOptionError},   {"quit now", ResultSilent},       {"exit -l", ResultSilent},
-      {"q \"\"", ResultSilent},          {"pwd x", ResultSilent},          {"end x", ResultSilent},
+      {"ls a b", ResultOptionError},
+      {"set -r", ResultOptionError},
+      {"set a b c", ResultOptionError},
+      {"cat -r", ResultOptionError},
+      {"cd a b", ResultOptionError},
+      {"cd -l", ResultOptionError},
+      {"bt a", ResultOptionError},
+      {"du -m", ResultOptionError},
+      {"history a b", ResultOptionError},
+      {"history -m", ResultOptionError},
+      {"cmdfrom a b", ResultOptionError},
+      {"setport a b", ResultOptionError},
+      {"setport", ResultOptionError},
+      {"setport a b c d", ResultOptionError},
+      {"setport -l a b c", ResultOptionError},
+      {"nonsense", ResultOptionError},
+      {"quit now", ResultSilent},
+      {"exit -l", ResultSilent},
+      {"q \"\"", ResultSilent},
+      {"pwd x", ResultSilent},
+      {"end x", ResultSilent},
       {"terminate -l", ResultSilent},
   };
   for (const auto& row : rows) {
@@ -209,9 +223,9 @@ TEST_F(Dispatcher, SlotsOfTheGenericShellAreSilent) {
     using StatBase::StatBase;
   };
   Generic generic(manager, true, around.io);
-  for (const auto& row : {"ls", "cd a", "set a", "str a", "get a", "eu a", "du a", "convert a b", "from a", "to a",
-                          "cat a", "con a", "dis a", "load a", "save a", "rn a", "rm a", "mkdir a", "tab", "end",
-                          "terminate", "bt", "help", "nonsense a"}) {
+  for (const auto& row : {"ls",     "cd a",    "set a", "str a", "get a",     "eu a",   "du a",   "convert a b",
+                          "from a", "to a",    "cat a", "con a", "dis a",     "load a", "save a", "rn a",
+                          "rm a",   "mkdir a", "tab",   "end",   "terminate", "bt",     "help",   "nonsense a"}) {
     EXPECT_EQ(dispatch(generic, row), ResultSilent) << row;
     EXPECT_EQ(printed(), "") << row;
   }

@@ -160,6 +160,38 @@ TEST(FlowScopeShell, PromptShowsTheLastPartOfThePath) {
   EXPECT_EQ(device.shell->promptText(), "deck /");
 }
 
+TEST(FlowScopeShell, ANewLabelIsDrawnAtOnceAndTabDrawsTheLineAgain) {
+  test::Surroundings around;
+  EvtSrv::EventPortManager manager(EvtSrv::ConBehave_Void, true);
+  FlowScope shell(manager, false, around.io);
+  shell.init(manager);
+  EXPECT_EQ(around.out.take(), "\033[0G[ /]$ \033[7G\033[0K\033[7G");
+  shell.setPromptLabel("deck");
+  EXPECT_EQ(around.out.take(), "\033[0G[deck /]$ \033[11G\033[0K\033[11G");
+  EXPECT_EQ(dispatch(shell, "tab cd"), ResultOk);
+  EXPECT_EQ(around.out.take(), "\033[0G[deck /]$ \033[11G\033[0K\033[11G");
+}
+
+TEST(FlowScopeShell, TheRunningFlagReachesEditorAndInputThread) {
+  Device device;
+  device.shell->setRunning(false);
+  EXPECT_FALSE(device.shell->isRunning());
+  EXPECT_FALSE(device.shell->lineEditor().running());
+  EXPECT_FALSE(inputRunning);
+  device.shell->setRunning(true);
+  EXPECT_TRUE(device.shell->lineEditor().running());
+  EXPECT_TRUE(inputRunning);
+}
+
+TEST(FlowScopeShell, AFinishedLineRunsOnTheCurrentShell) {
+  Device device;
+  FlowScope second(*device.manager, true, device.around.io);
+  second.init(*device.manager);
+  EXPECT_EQ(device.shell->runEditedLine("cd Midi"), ResultOk);
+  EXPECT_EQ(second.currentPath(), Names{"Midi"});
+  EXPECT_EQ(device.shell->currentPath(), Names{});
+}
+
 TEST(FlowScopeShell, CommandsWithoutAnOverrideDoNothing) {
   Device device;
   for (const char* line : {"ls", "ls -r Midi", "con a b", "dis a", "to a", "from a", "set a", "str a", "get a", "eu a",

@@ -20,10 +20,13 @@ class Program : public testing::Test {
   }
 
   std::string script(const std::string& text) {
-    const auto path = std::filesystem::temp_directory_path() / ("program-" + std::to_string(::getpid()));
-    std::ofstream(path) << text;
-    return path.string();
+    std::ofstream(scriptFile) << text;
+    return scriptFile.string();
   }
+
+  void TearDown() override { std::filesystem::remove(scriptFile); }
+
+  std::filesystem::path scriptFile = std::filesystem::temp_directory_path() / ("program-" + std::to_string(::getpid()));
 
   test::Surroundings around;
   int status = -1;
@@ -56,6 +59,8 @@ TEST_F(Program, TheValueOfAnOptionMayLookLikeAnOption) {
 
 TEST_F(Program, AScriptThatCannotBeReadPrintsNothing) {
   EXPECT_EQ(run({"-f", "/nowhere/at/all"}), "");
+  EXPECT_EQ(status, 0);
+  EXPECT_EQ(run({"-f", "/"}), "");
   EXPECT_EQ(status, 0);
 }
 

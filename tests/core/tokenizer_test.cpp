@@ -46,11 +46,7 @@ TEST(Tokenizer, PiecesBetweenSemicolonsKeepTheirBlanks) {
     Texts pieces;
   };
   const Row rows[] = {
-      {"", {""}},
-      {";", {"", ""}},
-      {"a", {"a"}},
-      {" a ; b ", {" a ", " b "}},
-      {"a;;b;", {"a", "", "b", ""}},
+      {"", {""}}, {";", {"", ""}}, {"a", {"a"}}, {" a ; b ", {" a ", " b "}}, {"a;;b;", {"a", "", "b", ""}},
   };
   for (const auto& row : rows) EXPECT_EQ(splitAtSemicolons(row.text), row.pieces) << row.text;
 }
@@ -61,11 +57,16 @@ TEST(Tokenizer, LinePieces) {
     Texts pieces;
   };
   const Row rows[] = {
-      {"", {}},           {"   ", {}},
-      {";", {""}},        {"; ;", {"", ""}},
-      {"a", {"a"}},       {"  a b  ", {"a b"}},
-      {"a; b", {"a", "b"}}, {"a ;b;", {"a ", "b"}},
-      {"a;   ", {"a"}},   {"a;;b", {"a", "", "b"}},
+      {"", {}},
+      {"   ", {}},
+      {";", {""}},
+      {"; ;", {"", ""}},
+      {"a", {"a"}},
+      {"  a b  ", {"a b"}},
+      {"a; b", {"a", "b"}},
+      {"a ;b;", {"a ", "b"}},
+      {"a;   ", {"a"}},
+      {"a;;b", {"a", "", "b"}},
   };
   for (const auto& row : rows) EXPECT_EQ(splitLine(row.text), row.pieces) << row.text;
 }
@@ -76,9 +77,8 @@ TEST(Tokenizer, OpeningQuoteOfAScriptLineIsDropped) {
     const char* stripped;
   };
   const Row rows[] = {
-      {"pwd", "pwd"},       {"  pwd ", "pwd "},      {"  \"pwd", "pwd"},     {"\"pwd\"", "pwd\""},
-      {"\"a b\" c", "a b\" c"}, {"\"\"pwd", ""},     {"\"\"", ""},           {"\"", ""},
-      {"a \"b\"", "a \"b\""},
+      {"pwd", "pwd"},  {"  pwd ", "pwd "}, {"  \"pwd", "pwd"}, {"\"pwd\"", "pwd\""},   {"\"a b\" c", "a b\" c"},
+      {"\"\"pwd", ""}, {"\"\"", ""},       {"\"", ""},         {"a \"b\"", "a \"b\""},
   };
   for (const auto& row : rows) EXPECT_EQ(stripScriptQuote(row.line), row.stripped) << row.line;
 }

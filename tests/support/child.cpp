@@ -120,7 +120,7 @@ Child::Child(const Command& command, ChildDescriptors& descriptors) {
   words.insert(words.end(), command.arguments.begin(), command.arguments.end());
   std::vector<std::string> settings;
   for (const auto& [name, value] : command.environment) {
-    settings.push_back(name + "=" + value);
+    settings.emplace_back(name).append("=").append(value);
   }
   if (!command.folder.empty()) {
     descriptors.changeFolder(command.folder);

@@ -157,7 +157,7 @@ TEST(ConsoleOutput, PagesOfTwentyFourRows) {
       {"enter", {'\n', 'q'}, lines(22) + more + lines(1) + more, 23},
       {"capital q", {'Q', 'q'}, lines(22) + more + lines(22) + more, 44},
       {"end of input", {}, lines(22) + more + lines(22) + more + lines(22) + more + lines(22) + more + lines(12), 100},
-      {"resumed at the prompt, which is drawn again", {InputResumed, 'q'}, lines(22) + more + more, 22},
+      {"resumed at the prompt, which is drawn again", {InputResumed, 'q'}, lines(22) + more + "\033[1G" + more, 22},
   };
   for (const Page& page : pages) {
     Fixture fixture(false, 24, page.answers);

@@ -62,6 +62,15 @@ TEST(History, EditedLinesStayOnTheWay) {
   EXPECT_EQ(history.entries(), (Lines{"one", "two"}));
 }
 
+TEST(History, RecordingForgetsTheEditedLines) {
+  History history = recorded({"one", "two", "three"});
+  EXPECT_EQ(history.back("typed", 3), "one");
+  EXPECT_EQ(history.forward("one edited", 1), "two");
+  history.record("four");
+  EXPECT_EQ(history.back("", 1), "four");
+  EXPECT_EQ(history.back("four", 3), "one");
+}
+
 TEST(History, RecordingEndsTheWalk) {
   History history = recorded({"one", "two"});
   EXPECT_EQ(history.back("typed", 2), "one");

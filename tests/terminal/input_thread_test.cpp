@@ -4,6 +4,7 @@
 #include <unistd.h>
 
 #include <array>
+#include <atomic>
 #include <chrono>
 #include <future>
 #include <memory>
@@ -106,11 +107,48 @@ TEST(InputThread, AResumptionInsideASequenceDoesNotBreakIt) {
   EXPECT_EQ(sink.codes, (std::vector<int>{InputResumed, InputResumed, KeyPageUp}));
 }
 
+// Nobody types; says when somebody waits for a key.
+class SilentKeys : public KeySource {
+ public:
+  int readByte() override {
+    waitedFor_ = true;
+    waitedFor_.notify_all();
+    stopped_.wait(false);
+    return EndOfInput;
+  }
+  void stop() override {
+    stopped_ = true;
+    stopped_.notify_all();
+  }
+
+  bool isWaitedFor() const { return waitedFor_; }
+  void awaitReader() const { waitedFor_.wait(false); }
+
+ private:
+  std::atomic<bool> waitedFor_{false};
+  std::atomic<bool> stopped_{false};
+};
+
 TEST(InputThread, ReadsNothingBeforeTheGateOpens) {
-  ScriptedKeys keys({'a'});
+  SilentKeys keys;
   RecordingSink sink;
-  { const InputThread thread(keys, sink); }
-  EXPECT_EQ(keys.reads, 0);
+  {
+    const InputThread thread(keys, sink);
+    // Room for a thread that does not wait to show itself.
+    for (int i = 0; i < 10000 && !keys.isWaitedFor(); ++i) std::this_thread::yield();
+  }
+  EXPECT_FALSE(keys.isWaitedFor());
+  EXPECT_EQ(sink.ends, 0);
+}
+
+TEST(InputThread, BeingToldToStopIsNotTheEndOfTheInput) {
+  SilentKeys keys;
+  RecordingSink sink;
+  {
+    InputThread thread(keys, sink);
+    thread.openGate();
+    keys.awaitReader();
+  }
   EXPECT_TRUE(sink.codes.empty());
   EXPECT_EQ(sink.ends, 0);
 }

@@ -7,6 +7,7 @@
 
 #include <array>
 #include <atomic>
+#include <cerrno>
 #include <csignal>
 #include <string_view>
 #include <thread>
@@ -79,6 +80,38 @@ TEST(StdinKeySource, ADescriptorThatDoesNotBlockIsWaitedFor) {
   pipe.type("k");
   reader.join();
   EXPECT_EQ(answer, 'k');
+}
+
+std::atomic<int> stolenFrom{-1};
+std::atomic<int> stolen{0};
+
+TEST(StdinKeySource, AByteThatSomebodyElseTookIsNotTheEnd) {
+  constexpr int Typed = 3000;
+  // The handler runs on the reader's thread, mostly after its waiting and before its reading.
+  struct sigaction action {};
+  struct sigaction before {};
+  action.sa_handler = [](int) {
+    const int savedErrno = errno;
+    char byte = 0;
+    if (read(stolenFrom, &byte, 1) == 1) ++stolen;
+    errno = savedErrno;
+  };
+  sigaction(SIGUSR1, &action, &before);
+  Pipe pipe;
+  stolenFrom = fileno(pipe.in());
+  fcntl(stolenFrom, F_SETFL, O_NONBLOCK);
+  StdinKeySource keys(pipe.in());
+  std::vector<int> answers;
+  std::thread reader([&] { answers = readAll(keys); });
+  for (int i = 0; i < Typed; ++i) {
+    pipe.type("x");
+    pthread_kill(reader.native_handle(), SIGUSR1);
+    std::this_thread::yield();
+  }
+  pipe.close();
+  reader.join();
+  sigaction(SIGUSR1, &before, nullptr);
+  EXPECT_EQ(static_cast<int>(answers.size()) - 1 + stolen, Typed);
 }
 
 TEST(StdinKeySource, AResumptionComesBeforeWaitingKeysAndOnce) {

@@ -98,6 +98,10 @@ TEST(ExpandPattern, MatchesWholePaths) {
       {"/a/b*", {"/a/b", "/a/bb"}},
       {"/a*/b", {"/a/b", "/ab/b"}},
       {"/a*b", {"/ab"}},
+      // Matches of a part, at the end and at the beginning.
+      {".b", {}},
+      {"[/]ab*", {"/ab", "/ab/b"}},  // the slash counts as the start of a name
+      {"[/]x", {}},
       {"/*/c", {}},
       {"/*/*/c", {"/a/b/c"}},
       {"/a/*/*", {"/a/b/c"}},
