@@ -1,22 +1,56 @@
 #include "core/flowscope_shell.h"
 
+#include <array>
+#include <stdexcept>
+
+#include "core/command_table.h"
 #include "core/topology_setup.h"
+#include "terminal/completion.h"
 #include "topology/change_directory.h"
+#include "topology/listing.h"
+#include "topology/path_completion.h"
 #include "traffic/monitor_attachment.h"
 
 namespace flowscope {
+
+namespace {
+
+// The commands that completion offers, in this order, by their positions in the command table.
+constexpr std::array<std::size_t, 12> CompletedCommands{13, 4, 14, 15, 25, 0, 11, 3, 26, 12, 29, 23};
+
+std::vector<std::string_view> completedNames() {
+  std::vector<std::string_view> names;
+  for (const std::size_t index : CompletedCommands) names.push_back(CommandTable.at(index).name);
+  return names;
+}
+
+}  // namespace
 
 FlowScope::FlowScope(EvtSrv::EventPortManager& manager, bool quiet, ShellIo& io)
     : StatBase(manager, quiet, io), monitor_(manager, *this) {}
 
 FlowScope::~FlowScope() { waitForInput(); }
 
+ResultCode FlowScope::onLs(Options options, const char* path) { return listCommand(*this, options, path); }
+
 ResultCode FlowScope::onCd(const char* path) { return changeDirectory(*this, path); }
 
 ResultCode FlowScope::onCat(Options options, const char* pattern) { return catCommand(*this, options, pattern); }
 
-ResultCode FlowScope::onTab(const char*, const char*) {
-  lineEditor().drawPrompt(promptText());
+ResultCode FlowScope::onTab(const char* word, const char* argument) {
+  if (argument == nullptr) {
+    if (const auto commands = matchCommandSet(completedNames(), word)) {
+      offerCommands(lineEditor(), output(), promptText(), *commands);
+      return ResultOk;
+    }
+  }
+  std::vector<std::string> paths;
+  try {
+    paths = collectPathCandidates(argument, currentPath_, tree());
+  } catch (const std::out_of_range&) {
+    // A path that means nothing here has no continuation either.
+  }
+  offerPaths(lineEditor(), output(), promptText(), paths);
   return ResultOk;
 }
 

@@ -22,9 +22,11 @@ class FlowScope : public StatBase, public TrafficShell {
   // Waits until the input thread has left its last command.
   ~FlowScope() override;
 
+  ResultCode onLs(Options options, const char* path) override;
   ResultCode onCd(const char* path) override;
   ResultCode onCat(Options options, const char* pattern) override;
-  // Draws the prompt and the line again.
+  // Completes what stands in the line editor: the command, or the path argument. word: the first word of the line, with
+  // its trailing blank when it is finished. argument: the word that is being typed behind it, or null. Always ResultOk.
   ResultCode onTab(const char* word, const char* argument) override;
   ResultCode onExit() override;
   ResultCode onEnd() override;

@@ -1,6 +1,7 @@
 #include "terminal/line_editor.h"
 
 #include "terminal/escape_text.h"
+#include "terminal/history_expansion.h"
 #include "terminal/key_codes.h"
 
 namespace flowscope {
@@ -195,11 +196,11 @@ void LineEditor::acceptLine() {
     drawPrompt(host_.promptText());
     return;
   }
-  // A copy: the command may change the editor's line while it runs.
-  const std::string line = buffer();
-  history_.record(line);
+  const ExpandedLine expanded = expandHistory(buffer(), history_.entries());
+  line_.assign(expanded.executed);
+  history_.record(expanded.recorded);
   // The prompt of a shell that has ended would be drawn for nobody.
-  if (host_.runEditedLine(line) == ResultQuit) return;
+  if (host_.runEditedLine(expanded.executed) == ResultQuit) return;
   clearLine();
   drawPrompt(host_.promptText());
 }

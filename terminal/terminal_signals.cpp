@@ -86,7 +86,8 @@ TerminalSignals::TerminalSignals(KeySource& keys) {
   resumedReader = &keys;
   for (std::size_t i = 0; i < Handlings.size(); ++i) {
     sigaction(Handlings.at(i).signal, nullptr, &before_.at(i));
-    if (before_.at(i).sa_handler != SIG_IGN || isOwnFault(Handlings.at(i).signal)) setDisposition(Handlings.at(i).signal, Handlings.at(i).handler);
+    if (before_.at(i).sa_handler != SIG_IGN || isOwnFault(Handlings.at(i).signal))
+      setDisposition(Handlings.at(i).signal, Handlings.at(i).handler);
   }
 }
 

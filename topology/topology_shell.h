@@ -1,6 +1,10 @@
 // What the commands of this room need of the shell that runs them.
 #pragma once
 
+#include <string>
+#include <vector>
+
+#include "strmsrv.h"
 #include "terminal/console_output.h"
 #include "topology/path.h"
 #include "topology/topology_node.h"
@@ -22,6 +26,13 @@ class TopologyShell {
 
   // Takes the current directory over into the prompt and into what "pwd" prints.
   virtual void pathChanged() = 0;
+
+  // Null until the shell is set up.
+  virtual StrmSrv::Patcher* patcher() = 0;
+
+  // Names of the ports that the monitor is attached to, in the order of attaching, none twice. Changed on the thread
+  // that runs commands, under the attach mutex of TrafficShell.
+  virtual std::vector<std::string>& attached() = 0;
 };
 
 }  // namespace flowscope

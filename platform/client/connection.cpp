@@ -17,24 +17,26 @@ struct Running {
 };
 
 Running& running() {
-  static Running instance;
-  return instance;
+  // Never destroyed, because managers may still come and go while the process ends.
+  static auto* const instance = new Running;
+  return *instance;
 }
 
-std::variant<Connection, std::string> openEmbedded(const std::string& endpoint, const std::string& file) {
-  // Held while a service starts, so that two who come at once share one.
-  const std::lock_guard guard(running().mutex);
-  auto& known = running().services[file];
-  if (auto service = known.lock()) return Connection(std::move(service));
-  auto device = host::openDevice(file);
-  if (auto* problem = std::get_if<std::string>(&device)) return std::move(*problem);
+// The service on the device of this file, or the cause why there is none.
+std::variant<Connection, std::string> openEmbedded(const std::string& file) {
   try {
-    auto service =
+    // Held while a service starts, so that two who come at once share one.
+    const std::lock_guard guard(running().mutex);
+    auto& known = running().services[file];
+    if (const auto service = known.lock()) return Connection(service);
+    auto device = host::openDevice(file);
+    if (auto* problem = std::get_if<std::string>(&device)) return std::move(*problem);
+    const auto service =
         std::make_shared<host::EmbeddedService>(std::get<std::unique_ptr<service::Driver>>(std::move(device)));
     known = service;
-    return Connection(std::move(service));
+    return Connection(service);
   } catch (const std::exception& failure) {
-    return "evtsrv: " + endpoint + ": " + failure.what();
+    return failure.what();
   }
 }
 
@@ -42,8 +44,10 @@ std::variant<Connection, std::string> openEmbedded(const std::string& endpoint, 
 
 std::variant<Connection, std::string> openConnection(const std::string& endpoint, std::uint32_t behaviour) {
   const Endpoint parsed = parseEndpoint(endpoint, behaviour);
-  if (const auto* none = std::get_if<NoEndpoint>(&parsed)) return "evtsrv: " + endpoint + ": " + none->cause;
-  return openEmbedded(endpoint.empty() ? "embedded:" : endpoint, std::get<EmbeddedEndpoint>(parsed).file);
+  if (const auto* none = std::get_if<NoEndpoint>(&parsed)) return problemLine(endpoint, none->cause);
+  auto opened = openEmbedded(std::get<EmbeddedEndpoint>(parsed).file);
+  if (const auto* cause = std::get_if<std::string>(&opened)) return problemLine(endpoint, *cause);
+  return opened;
 }
 
 void shareService(const std::string& endpoint, const std::shared_ptr<host::EmbeddedService>& service) {

@@ -19,11 +19,13 @@ bool ControlChannel::greet(const std::string& program, const Deadline& deadline)
 bool ControlChannel::send(std::uint32_t eventPort, std::uint16_t group, std::span<const std::uint8_t> bytes) {
   // Looking for news costs as much as sending, so it is done when half of the window is used up.
   if (sent_ - taken_ >= (window_ + 1) / 2) takeIn(0);
+  if (forgotten_) return false;
   for (std::uint64_t before = taken_; sent_ - taken_ >= window_; before = taken_) {
     const Deadline deadline(AnswerTime);
     while (taken_ == before) {
       if (!dealer_.waitThroughSignals(deadline)) return false;
       takeIn(0);
+      if (forgotten_) return false;
     }
   }
   if (!dealer_.send(0, wire::Send{session_, eventPort, group, {bytes.begin(), bytes.end()}})) return false;
@@ -32,11 +34,14 @@ bool ControlChannel::send(std::uint32_t eventPort, std::uint16_t group, std::spa
 }
 
 std::optional<wire::Body> ControlChannel::askAnything(const wire::Body& request, const Deadline& deadline) {
+  takeIn(0);
+  if (forgotten_) return std::nullopt;
   if (++lastTag_ == 0) ++lastTag_;
   if (!dealer_.send(lastTag_, request)) return std::nullopt;
   do {
     if (!dealer_.waitThroughSignals(deadline)) return std::nullopt;
     if (auto answer = takeIn(lastTag_)) return answer;
+    if (forgotten_) return std::nullopt;
   } while (!deadline.passed());
   return std::nullopt;
 }
@@ -46,6 +51,8 @@ std::optional<wire::Body> ControlChannel::takeIn(std::uint32_t tag) {
   while (const auto message = dealer_.receive()) {
     auto envelope = wire::decode(*message);
     if (!envelope) continue;
+    const auto* result = std::get_if<wire::Result>(&envelope->body);
+    if (result != nullptr && result->status == wire::Status::NoSession) forgotten_ = true;
     if (const auto* taken = std::get_if<wire::Taken>(&envelope->body)) {
       if (taken->count <= sent_) taken_ = std::max(taken_, taken->count);
     } else if (tag != 0 && envelope->tag == tag) {

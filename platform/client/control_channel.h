@@ -26,7 +26,8 @@ class ControlChannel {
   // Number of the session, 0 before a greeting was answered.
   std::uint64_t session() const { return session_; }
 
-  // Asks, and waits for the answer: nothing when none came in time, or another than expected.
+  // Asks, and waits for the answer: nothing when none came in time, or another than expected, and at once when the
+  // service is known to have forgotten this client.
   template <class Answer>
   std::optional<Answer> ask(const wire::Body& request, const Deadline& deadline = Deadline(AnswerTime)) {
     auto answer = askAnything(request, deadline);
@@ -35,7 +36,8 @@ class ControlChannel {
   }
 
   // Hands over a message; not empty, and of wire::MaxMessageBytes at most. Waits only while the service is behind by
-  // the whole window. False when the service is gone, or takes nothing for two seconds.
+  // the whole window. False when the service takes nothing for two seconds, and at once when it is known to have
+  // forgotten this client; what was handed over just before that is known is lost.
   bool send(std::uint32_t eventPort, std::uint16_t group, std::span<const std::uint8_t> bytes);
 
  private:
@@ -49,6 +51,7 @@ class ControlChannel {
   std::uint32_t window_ = 0;
   std::uint64_t sent_ = 0;
   std::uint64_t taken_ = 0;
+  bool forgotten_ = false;  // by the service
 };
 
 }  // namespace client

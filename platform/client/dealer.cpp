@@ -2,6 +2,8 @@
 
 #include <cerrno>
 
+#include "platform/host/through_signals.h"
+
 namespace client {
 namespace {
 
@@ -15,16 +17,19 @@ Dealer::Dealer(zmq::context_t& context, const std::string& address) : socket_(co
   socket_.set(zmq::sockopt::rcvhwm, HighWaterMark);
   // Who has something to deliver says goodbye and waits for the answer.
   socket_.set(zmq::sockopt::linger, 0);
-  socket_.connect(address);
+  // Not zmq::socket_t::connect: a signal is no exception here.
+  if (host::throughSignals([&] { return zmq_connect(socket_.handle(), address.c_str()); }) < 0) throw zmq::error_t();
 }
 
 bool Dealer::send(std::span<const std::uint8_t> message) {
-  return zmq_send(socket_.handle(), message.data(), message.size(), ZMQ_DONTWAIT) >= 0;
+  return host::throughSignals(
+             [&] { return zmq_send(socket_.handle(), message.data(), message.size(), ZMQ_DONTWAIT); }) >= 0;
 }
 
 std::optional<std::span<const std::uint8_t>> Dealer::receive() {
-  // Not zmq::socket_t::recv: a signal is no exception here.
-  if (zmq_msg_recv(message_.handle(), socket_.handle(), ZMQ_DONTWAIT) < 0) return std::nullopt;
+  const int size =
+      host::throughSignals([this] { return zmq_msg_recv(message_.handle(), socket_.handle(), ZMQ_DONTWAIT); });
+  if (size < 0) return std::nullopt;
   return std::span(message_.data<const std::uint8_t>(), message_.size());
 }
 

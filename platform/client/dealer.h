@@ -13,7 +13,7 @@
 namespace client {
 
 // A DEALER socket connected to a service. One thread at a time; who hands it from thread to thread does so under a
-// lock.
+// lock. Signals are not noticed, but where wait says so.
 class Dealer {
  public:
   enum class Wait : std::uint8_t { Ready, Over, Interrupted };

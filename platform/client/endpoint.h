@@ -25,4 +25,8 @@ using Endpoint = std::variant<EmbeddedEndpoint, NoEndpoint>;
 // text: as in EVTSRV_ENDPOINT; empty stands for the built-in device. behaviour: EvtSrv::ConBehave bits.
 Endpoint parseEndpoint(std::string_view text, std::uint32_t behaviour);
 
+// What is said on standard error when endpoint has no service: one printable line without its line end, naming the
+// endpoint ("embedded:" for the empty one) and the cause.
+std::string problemLine(std::string_view endpoint, std::string_view cause);
+
 }  // namespace client

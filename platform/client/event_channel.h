@@ -24,8 +24,8 @@ class EventChannel {
   bool open(const Deadline& deadline);
 
   // Waits up to the deadline, or to a signal, for events, and gives them to their ports. Goes on without waiting while
-  // more stand ready and the deadline has not passed. True when a port was given something. Inside a port's
-  // receiveMain it does nothing.
+  // more stand ready and the deadline has not passed; of what stands ready at least one port is given something,
+  // however short the time. True when a port was given something. Inside a port's receiveMain it does nothing.
   bool receive(const PortRegistry& ports, const Deadline& deadline);
 
  private:

@@ -9,6 +9,7 @@
 
 #include "evtsrv.h"
 #include "platform/client/connection.h"
+#include "platform/client/endpoint.h"
 #include "platform/client/session.h"
 
 namespace EvtSrv {
@@ -32,7 +33,7 @@ EventPortManager::EventPortManager(std::uint32_t behaviour, bool /*dispatchOnRec
   }
   auto session = Session::open(std::get<client::Connection>(std::move(connection)));
   if (const auto* cause = std::get_if<std::string>(&session)) {
-    report("evtsrv: " + endpoint + ": " + *cause);
+    report(client::problemLine(endpoint, *cause));
     return;
   }
   session_ = std::get<std::shared_ptr<Session>>(std::move(session));

@@ -1,7 +1,6 @@
 #include "platform/client/port_names.h"
 
 #include <algorithm>
-#include <charconv>
 #include <optional>
 #include <utility>
 
@@ -18,11 +17,8 @@ bool isOneOf(std::string_view name, const std::optional<wire::TopologySide>& sid
   if (!side) return false;
   if (!side->names.empty()) return std::ranges::find(side->names, name) != side->names.end();
   if (!name.starts_with(side->prefix)) return false;
-  const std::string_view digits = name.substr(side->prefix.size());
-  if (digits.empty() || digits.front() == '0') return false;
-  std::uint32_t number = 0;
-  const auto [end, error] = std::from_chars(digits.data(), digits.data() + digits.size(), number);
-  return error == std::errc{} && end == digits.data() + digits.size() && number <= side->count;
+  const auto index = wire::indexOfNumber(name.substr(side->prefix.size()));
+  return index && *index < side->count;
 }
 
 }  // namespace

@@ -1,35 +1,36 @@
 #include "platform/client/record_reader.h"
 
+#include "platform/wire/bytes.h"
+
 namespace client {
 namespace {
 
 constexpr std::uint8_t BigEndianFlag = 1;
-constexpr std::size_t GroupBytes = 2;
+constexpr std::size_t GroupBytes = sizeof(Record::group);
 
 }  // namespace
 
 RecordReader::RecordReader(EvtSrv::MemoryHolder& event)
     : event_(event), bigEndian_(event.size() > 0 && event.buffer()[0] == BigEndianFlag) {}
 
+template <class Number>
+std::optional<Number> RecordReader::number() {
+  const std::uint8_t* at = event_.getCurrentOffset(sizeof(Number));
+  if (at == nullptr) return std::nullopt;
+  return wire::ByteReader({at, sizeof(Number)}).number<Number>(bigEndian_);
+}
+
 std::optional<Record> RecordReader::next() {
   if (!ok_ || event_.atEnd()) return std::nullopt;
   ok_ = false;
-  const auto length = number(4);
-  const auto group = number(GroupBytes);
+  const auto length = number<std::uint32_t>();
+  const auto group = number<std::uint16_t>();
   if (!length || !group || *length <= GroupBytes) return std::nullopt;
   const std::size_t size = *length - GroupBytes;
   const std::uint8_t* bytes = event_.getCurrentOffset(size);
   if (bytes == nullptr) return std::nullopt;
   ok_ = true;
-  return Record{static_cast<std::uint16_t>(*group), {bytes, size}};
-}
-
-std::optional<std::uint32_t> RecordReader::number(std::size_t bytes) {
-  const std::uint8_t* at = event_.getCurrentOffset(bytes);
-  if (at == nullptr) return std::nullopt;
-  std::uint32_t value = 0;
-  for (std::size_t i = 0; i < bytes; ++i) value = value << 8U | at[bigEndian_ ? i : bytes - 1 - i];
-  return value;
+  return Record{*group, {bytes, size}};
 }
 
 }  // namespace client

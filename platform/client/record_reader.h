@@ -26,7 +26,8 @@ class RecordReader {
   bool ok() const { return ok_; }
 
  private:
-  std::optional<std::uint32_t> number(std::size_t bytes);
+  template <class Number>
+  std::optional<Number> number();
 
   EvtSrv::MemoryHolder& event_;
   bool bigEndian_;

@@ -13,6 +13,7 @@
 #include "evtsrv.h"
 #include "platform/client/connection.h"
 #include "platform/client/control_channel.h"
+#include "platform/client/deadline.h"
 #include "platform/client/event_channel.h"
 #include "platform/client/fair_mutex.h"
 #include "platform/client/graph_channel.h"
@@ -25,7 +26,7 @@ namespace EvtSrv {
 
 // One client of a service: its three channels, its ports and its mirror of the patch graph. Any thread, but for receive
 // and close. Everything that has no answer (nothing, or false) means that the service has not answered within two
-// seconds, or that the session is closed.
+// seconds of the call, that the system gives no socket, or that the session is closed.
 class EventPortManager::Session {
  public:
   // Attaches. Without a service that answers: the cause in words. Blocks two seconds at most.
@@ -36,8 +37,8 @@ class EventPortManager::Session {
   ~Session();
 
   // Hands over what is pending, takes leave and closes all sockets. Nothing has an answer afterwards. Not while receive
-  // runs. Blocks two seconds at most, once the requests of other threads are over.
-  void close();
+  // runs. Blocks until the deadline, once the requests of other threads are over.
+  void close(const client::Deadline& deadline = client::Deadline(client::AnswerTime));
 
   std::uint32_t addPort(EventPort& port) { return ports_.add(port); }
   void removePort(std::uint32_t number) { ports_.remove(number); }
@@ -74,9 +75,9 @@ class EventPortManager::Session {
   std::optional<wire::Status> request(const std::function<wire::Body(std::uint64_t session)>& message);
 
   // With mutex_ locked, and channels_ there.
-  bool openGraph();
-  bool bringMirrorUp();
-  bool waitForVersion(std::uint64_t version);
+  bool openGraph(const client::Deadline& deadline);
+  bool bringMirrorUp(const client::Deadline& deadline);
+  bool waitForVersion(std::uint64_t version, const client::Deadline& deadline);
 
   client::Connection connection_;  // the last to go
   client::PortRegistry ports_;

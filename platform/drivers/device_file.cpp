@@ -5,6 +5,7 @@
 
 #include "platform/drivers/read_file.h"
 #include "platform/drivers/smf_file.h"
+#include "platform/wire/printable.h"
 
 namespace service {
 namespace {
@@ -12,7 +13,7 @@ namespace {
 constexpr std::size_t MaxFileBytes = 16U << 20U;
 
 std::string located(const std::string& path, const DeviceFileProblem& problem) {
-  return path + ":" + std::to_string(problem.line) + ": " + problem.cause;
+  return wire::printable(path) + ":" + std::to_string(problem.line) + ": " + problem.cause;
 }
 
 }  // namespace
@@ -32,7 +33,7 @@ std::variant<DeviceDescription, DeviceFileProblem> loadPlayers(ParsedDevice pars
 
 std::variant<std::unique_ptr<Driver>, std::string> loadDeviceFile(const std::string& path) {
   const auto read = readFile(path, MaxFileBytes);
-  if (const auto* cause = std::get_if<std::string>(&read)) return path + ": " + *cause;
+  if (const auto* cause = std::get_if<std::string>(&read)) return wire::printable(path) + ": " + *cause;
   const auto& bytes = std::get<std::vector<std::uint8_t>>(read);
 
   auto parsed = parseDevice(std::string(bytes.begin(), bytes.end()));

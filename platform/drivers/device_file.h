@@ -15,8 +15,8 @@ namespace service {
 std::variant<DeviceDescription, DeviceFileProblem> loadPlayers(ParsedDevice parsed,
                                                                const std::filesystem::path& folder);
 
-// The driver of the device that the file at path describes; or what is wrong, in one line of "FILE:LINE: cause", or
-// "FILE: cause" when the file cannot be read. Blocks for the disk.
+// The driver of the device that the file at path describes; or what is wrong, in one printable line of "FILE:LINE:
+// cause", or "FILE: cause" when the file cannot be read. Blocks for the disk.
 std::variant<std::unique_ptr<Driver>, std::string> loadDeviceFile(const std::string& path);
 
 }  // namespace service

@@ -4,6 +4,7 @@
 #include <set>
 #include <utility>
 
+#include "platform/drivers/key_depth.h"
 #include "platform/drivers/names.h"
 #include "platform/drivers/toml_table.h"
 
@@ -107,6 +108,9 @@ class DeviceParser {
 }  // namespace
 
 std::variant<ParsedDevice, DeviceFileProblem> parseDevice(std::string_view text) {
+  if (const auto line = lineOfDeepKey(text)) {
+    return DeviceFileProblem{*line, "a key of more than " + std::to_string(MaxKeyParts) + " parts"};
+  }
   try {
     return DeviceParser(toml::parse(text)).parse();
   } catch (const toml::parse_error& error) {

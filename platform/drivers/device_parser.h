@@ -1,12 +1,13 @@
 // The text of a device file, as a description.
 //
-//   [[group]]        id = 3 (0 to 65535, each once), name = "Synth", sources and sinks: how many ports (0 to 65535; a
-//   side
-//                    that is not given is not there), thru = true: what enters sink N leaves source N
-//   [[connection]]   source = "SynthOut1", sink = "MixerIn1": port names, which are those of the built-in device's
-//   style
-//   [[player]]       source, and either file = "song.mid" with loop = true and speed = 1 (0: without pauses), or
-//                    clock = 120 (beats per minute)
+// [[group]]: id = 3 (0 to 65535, each once), name = "Synth"; sources and sinks say how many ports there are (0 to
+// 65535; a side that is not given is not there); with thru = true, what enters sink N leaves source N.
+//
+// [[connection]]: source = "SynthOut1", sink = "MixerIn1". Ports are called after their group, as in the built-in
+// device.
+//
+// [[player]]: source, and either file = "song.mid" with loop = true and speed = 1 (0: without pauses), or clock = 120
+// (beats per minute).
 #pragma once
 
 #include <string>

@@ -12,8 +12,8 @@ struct DeviceFileProblem {
   std::string cause;
 };
 
-// text with "?" for every byte that is not printable ASCII, cut to a length that fits a line: what stands in a file
-// must not reach a terminal as it is.
+// What stands in a file, as a cause may quote it: printable (see wire::printable), and cut to a length that fits a
+// line.
 std::string printable(std::string_view text);
 
 }  // namespace service

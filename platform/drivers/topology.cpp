@@ -1,7 +1,6 @@
 #include "platform/drivers/topology.h"
 
 #include <cassert>
-#include <charconv>
 #include <utility>
 
 #include "platform/wire/port_name.h"
@@ -12,15 +11,6 @@ namespace {
 constexpr std::size_t MaxPortDigits = 5;
 
 const char* sideWord(Side side) { return side == Side::Source ? "Out" : "In"; }
-
-// The index that the digits of a port's name stand for; nothing for a 0 or a number with zeros before it.
-std::optional<std::uint32_t> indexOf(std::string_view digits) {
-  if (digits.front() < '1' || digits.front() > '9') return std::nullopt;
-  std::uint32_t number = 0;
-  const auto [end, error] = std::from_chars(digits.data(), digits.data() + digits.size(), number);
-  if (error != std::errc{} || end != digits.data() + digits.size()) return std::nullopt;
-  return number - 1;
-}
 
 }  // namespace
 
@@ -73,10 +63,10 @@ std::optional<PortId> Topology::port(std::string_view name) const {
     const std::size_t prefixSize = name.size() - digits;
     const auto numbered = byPrefix_.find(name.substr(0, prefixSize));
     if (numbered == byPrefix_.end()) continue;
-    const auto index = indexOf(name.substr(prefixSize));
-    if (!index || *index > UINT16_MAX) continue;
+    const auto index = wire::indexOfNumber(name.substr(prefixSize));
+    if (!index) continue;
     PortId port = numbered->second;
-    port.index = static_cast<std::uint16_t>(*index);
+    port.index = *index;
     if (exists(port)) return port;
   }
   return std::nullopt;

@@ -6,6 +6,7 @@
 #include <variant>
 
 #include "platform/host/topology_message.h"
+#include "platform/wire/printable.h"
 
 namespace host {
 namespace {
@@ -22,12 +23,6 @@ wire::LinkRecord toRecord(const service::Link& link) {
 }
 
 service::EventPortId toPort(std::uint32_t number) { return service::EventPortId{number}; }
-
-std::string printable(std::string text) {
-  std::replace_if(
-      text.begin(), text.end(), [](char c) { return c < ' ' || c > '~'; }, '?');
-  return text;
-}
 
 }  // namespace
 
@@ -77,7 +72,7 @@ void Dispatcher::handle(const Request& request, wire::Hello& message) {
     return;
   }
   Session& session = *sessions_.add(request.peer, service_.addClient());
-  session.name = printable(message.program) + " (process " + std::to_string(message.process) + ")";
+  session.name = wire::printable(message.program) + " (process " + std::to_string(message.process) + ")";
   log(session, "has come");
   answer(request, wire::Welcome{session.number, limits_.sendWindow});
 }
@@ -137,8 +132,12 @@ void Dispatcher::handle(const Request& request, wire::AskLinks& message) {
 }
 
 void Dispatcher::handle(const Request& request, wire::Send& message) {
-  Session* session = sessionFor(request, message.session, &Session::controlPeer);
-  if (session == nullptr) return;
+  Session* session = sessions_.find(message.session);
+  if (session == nullptr || session->controlPeer != request.peer) {
+    // Told even without a tag: nothing else says that the message went nowhere.
+    sendTo(request.peer, wire::encode(request.tag, wire::Result{wire::Status::NoSession, service_.graphVersion()}));
+    return;
+  }
   service_.send(session->client, toPort(message.eventPort), {message.group, message.bytes}, request.now);
   ++session->taken;
   takenOwed_ = true;

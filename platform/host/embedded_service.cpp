@@ -3,6 +3,8 @@
 #include <pthread.h>
 
 #include <csignal>
+#include <cstdio>
+#include <exception>
 #include <stdexcept>
 #include <utility>
 
@@ -40,7 +42,12 @@ EmbeddedService::EmbeddedService(std::unique_ptr<service::Driver> driver, const 
   const WithoutSignals quiet;
   thread_ = std::thread([this] {
     pthread_setname_np(pthread_self(), "evtsrv");
-    host_.run();
+    try {
+      host_.run();
+    } catch (const std::exception& failure) {
+      // The program lives on; clients get no more answers.
+      std::fprintf(stderr, "evtsrv: the service has ended: %s\n", failure.what());
+    }
   });
 }
 

@@ -15,7 +15,8 @@
 namespace host {
 
 // A host on a thread of its own, which takes no signals but those of its own faults. The destructor ends it; all
-// sockets of the context must be closed by then.
+// sockets of the context must be closed by then. A service that cannot go on, for want of memory say, costs one line on
+// standard error and answers nobody any more.
 class EmbeddedService {
  public:
   // Throws what derives from std::exception when the system gives no thread or no socket.

@@ -11,8 +11,8 @@ namespace host {
 struct Limits {
   service::Limits service;
 
-  // Bytes of Events entries that may be on their way to a client, unacknowledged. A message that is larger travels
-  // when nothing else is on its way. At least wire::MinEventWindow.
+  // Bytes of Events entries that may be on their way to a client, unacknowledged. Events are sent whole while any room
+  // is left, so up to one event more may be on its way. At least wire::MinEventWindow.
   std::size_t eventWindow = 256U << 10U;
 
   // Send messages that a client may have on their way.

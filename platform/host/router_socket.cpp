@@ -1,5 +1,8 @@
 #include "platform/host/router_socket.h"
 
+#include <cerrno>
+
+#include "platform/host/through_signals.h"
 #include "platform/wire/messages.h"
 
 namespace host {
@@ -22,20 +25,16 @@ RouterSocket::RouterSocket(zmq::context_t& context) : socket_(context, zmq::sock
 }
 
 std::optional<std::string> RouterSocket::bind(const std::string& endpoint) {
-  try {
-    socket_.bind(endpoint);
-  } catch (const zmq::error_t& error) {
-    return error.what();
-  }
-  return std::nullopt;
+  const int bound = throughSignals([&] { return zmq_bind(socket_.handle(), endpoint.c_str()); });
+  return bound < 0 ? std::optional<std::string>(zmq_strerror(errno)) : std::nullopt;
 }
 
 std::optional<RouterSocket::Incoming> RouterSocket::receive() {
-  while (socket_.recv(peer_, zmq::recv_flags::dontwait)) {
+  while (receiveFrame(peer_, ZMQ_DONTWAIT)) {
     int parts = 1;
     for (bool more = peer_.more(); more; more = message_.more()) {
       // The parts of a message arrive together.
-      (void)socket_.recv(message_);
+      if (!receiveFrame(message_, 0)) return std::nullopt;
       ++parts;
     }
     if (parts != 2) continue;
@@ -45,9 +44,16 @@ std::optional<RouterSocket::Incoming> RouterSocket::receive() {
 }
 
 bool RouterSocket::send(std::string_view peer, std::span<const std::uint8_t> message) {
-  // Not zmq::socket_t::send: a peer that has gone is no exception here.
-  if (zmq_send(socket_.handle(), peer.data(), peer.size(), ZMQ_SNDMORE | ZMQ_DONTWAIT) < 0) return false;
-  return zmq_send(socket_.handle(), message.data(), message.size(), ZMQ_DONTWAIT) >= 0;
+  return sendFrame(peer.data(), peer.size(), ZMQ_SNDMORE) && sendFrame(message.data(), message.size(), 0);
+}
+
+// Not zmq::socket_t::recv and send: neither a signal nor a peer that has gone is an exception here.
+bool RouterSocket::receiveFrame(zmq::message_t& frame, int flags) {
+  return throughSignals([&] { return zmq_msg_recv(frame.handle(), socket_.handle(), flags); }) >= 0;
+}
+
+bool RouterSocket::sendFrame(const void* bytes, std::size_t size, int flags) {
+  return throughSignals([&] { return zmq_send(socket_.handle(), bytes, size, flags | ZMQ_DONTWAIT); }) >= 0;
 }
 
 }  // namespace host

@@ -1,6 +1,7 @@
 // The socket at which all clients arrive.
 #pragma once
 
+#include <cstddef>
 #include <cstdint>
 #include <optional>
 #include <span>
@@ -12,7 +13,7 @@
 
 namespace host {
 
-// A ROUTER socket. One thread at a time.
+// A ROUTER socket. One thread at a time; signals on it are not noticed.
 class RouterSocket : public Peers {
  public:
   // A message and who sent it. Views of the socket's, valid until the next receive.
@@ -36,6 +37,9 @@ class RouterSocket : public Peers {
   void* handle() { return socket_.handle(); }
 
  private:
+  bool receiveFrame(zmq::message_t& frame, int flags);
+  bool sendFrame(const void* bytes, std::size_t size, int flags);
+
   zmq::socket_t socket_;
   zmq::message_t peer_;
   zmq::message_t message_;

@@ -70,8 +70,8 @@ class MemoryHolder {
 class EventPort;
 
 // The connection of this process to its service. Which service, the environment variable EVTSRV_ENDPOINT says (see
-// docs/architecture.md). A service that cannot be reached costs one line on standard error; the manager then
-// stands for a device without groups, and every operation on its ports answers EvtRes_NoService.
+// flowscope(1)). A service that cannot be reached costs one line on standard error; the manager then stands for a
+// device without groups, and every operation on its ports answers EvtRes_NoService.
 class EventPortManager {
  public:
   // behaviour: ConBehave bits. dispatchOnReceive: true delivers events to the ports inside receiveEvent, on its
@@ -82,13 +82,14 @@ class EventPortManager {
   EventPortManager(const EventPortManager&) = delete;
   EventPortManager& operator=(const EventPortManager&) = delete;
 
-  // Hands the service what is still to be sent, then takes leave of it. Ports may outlive their manager: they stay
-  // usable as objects and answer EvtRes_NoService.
+  // Hands the service what is still to be sent, then takes leave of it; blocks two seconds at most. Ports may outlive
+  // their manager: they stay usable as objects and answer EvtRes_NoService.
   ~EventPortManager();
 
   // Waits up to milliseconds for events and calls receiveMain of the ports that they are for, in the order of the
   // events. Answers EvtRes_Success when something was delivered, EvtRes_DoNothing otherwise. It goes on without
-  // waiting while more events stand ready, but never past the given time. One thread at a time.
+  // waiting while more events stand ready, and hands out none after the given time has passed, but for the first: what
+  // stands ready for a port is delivered however short the time. One thread at a time.
   EventResult receiveEvent(int milliseconds);
 
   // Ends what has run its course. Never waits; the argument is the longest time that it may take, in milliseconds.

@@ -54,7 +54,7 @@ class StreamPort : public EvtSrv::EventPort {
 //
 // The send operations pass a message through every device port that this port has tapped: at a source as if that
 // source had emitted it, at a sink as if it had arrived there. They wait only while the service is behind in taking
-// messages, and fail at once when the service has gone. Any thread may send.
+// messages, and fail at once when the service is known to have gone. Any thread may send.
 class StreamPortMIDI : public StreamPort {
  public:
   explicit StreamPortMIDI(EvtSrv::EventPortManager& manager) : StreamPort(manager) {}
@@ -140,14 +140,17 @@ class Patcher {
 
   // Connects a source port to a sink port, or takes the connection away, for everybody. A pair that is already
   // connected is a success and stays one connection; taking away a pair that is not connected is StrmRes_NotFound.
+  // Blocks until the service has answered, two seconds at most.
   StreamResult connect(std::uint16_t sourceGroup, std::uint16_t sourcePort, std::uint16_t sinkGroup,
                        std::uint16_t sinkPort);
   StreamResult disconnect(std::uint16_t sourceGroup, std::uint16_t sourcePort, std::uint16_t sinkGroup,
                           std::uint16_t sinkPort);
 
   // Replaces result by the sources connected to a sink port, or the sinks connected to a source port, in the order
-  // of making. Empty for a port that has none or has gone. Does not ask the service: it reads a mirror that every
-  // call brings up to date with what has arrived, and that holds this client's own changes at once.
+  // of making. Empty for a port that has none or has gone. They read a mirror that every call brings up to
+  // date with what has arrived, and that holds this client's own changes at once. Only the first call on a manager, and
+  // the first after more changes than the service keeps for one client, ask the service and block until it has
+  // answered, two seconds at most.
   StreamResult getConnectSourcePorts(std::uint16_t sinkGroup, std::uint16_t sinkPort, std::vector<PortRecord>& result);
   StreamResult getConnectSinkPorts(std::uint16_t sourceGroup, std::uint16_t sourcePort,
                                    std::vector<PortRecord>& result);
@@ -156,8 +159,8 @@ class Patcher {
   // the same style that no port has. streamType is not looked at: only one type has streams.
   std::string makeStreamPortName(unsigned streamType, std::uint16_t group, std::uint16_t port, int sink) const;
 
-  // Called when the service tells of a change of the device, on the thread that calls into the patcher. The bodies
-  // here do nothing.
+  // For devices whose groups and ports come and go. This library's do not change while they run: it calls none of
+  // these, and the bodies here do nothing.
   virtual void notifyAddGroup(std::uint16_t group);
   virtual void notifyAddPort(std::uint16_t group, std::uint16_t port, int sink);
   virtual void notifyRemoveGroup(std::uint16_t group);

@@ -27,9 +27,8 @@ wire::Status PatchGraph::disconnect(const Link& link) {
 }
 
 const PatchGraph::Peers& PatchGraph::peers(PortId port) const {
-  static const Peers none;
   const auto found = peers_.find(port);
-  return found == peers_.end() ? none : found->second;
+  return found == peers_.end() ? none_ : found->second;
 }
 
 std::vector<Link> PatchGraph::links() const {

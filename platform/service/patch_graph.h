@@ -51,6 +51,7 @@ class PatchGraph {
   std::map<std::uint64_t, Link> links_;
   std::unordered_map<Link, std::uint64_t, LinkHash> orders_;
   std::unordered_map<PortId, Peers, PortHash> peers_;
+  Peers none_;  // of a port that has none
   std::uint64_t nextOrder_ = 0;
   std::uint64_t version_ = 0;
 };

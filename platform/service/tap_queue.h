@@ -19,10 +19,11 @@ namespace service {
 // next record that is taken in, or when all that waited has been taken.
 //
 // Records of one tap that come one after another share an event, while it fits the tap's holder and for
-// SharingTime from its first record on, so that the event's time stamp stays true for all of them.
+// SharingTime from its first record on, so that the event's time stamp stays true for all of them. The time is long
+// enough that bookkeeping weighs little beside the records of a full DIN port, also with running status.
 class TapQueue {
  public:
-  static constexpr Time SharingTime = std::chrono::milliseconds(5);
+  static constexpr Time SharingTime = std::chrono::milliseconds(10);
 
   // limit: in bytes of what is stored, records and bookkeeping.
   explicit TapQueue(std::size_t limit);

@@ -1,4 +1,5 @@
-// Little-endian numbers, texts and runs of bytes, written one after another and read back.
+// Numbers, texts and runs of bytes, written one after another and read back. Numbers are little-endian, but where a
+// reader is told otherwise.
 #pragma once
 
 #include <array>
@@ -38,13 +39,15 @@ class ByteReader {
  public:
   explicit ByteReader(std::span<const std::uint8_t> bytes) : rest_(bytes) {}
 
+  // bigEndian: the most significant byte stands first.
   template <std::unsigned_integral T>
-  T number() {
+  T number(bool bigEndian = false) {
     T value = 0;
-    std::size_t shift = 0;
+    std::size_t shift = bigEndian ? 8 * sizeof(T) : 0;
     for (const std::uint8_t byte : bytes(sizeof(T))) {
+      if (bigEndian) shift -= 8;
       value = static_cast<T>(value | static_cast<T>(static_cast<T>(byte) << shift));
-      shift += 8;
+      if (!bigEndian) shift += 8;
     }
     return value;
   }

@@ -13,19 +13,6 @@ constexpr std::uint8_t EventKind = 1;
 constexpr std::uint8_t LossKind = 2;
 constexpr std::uint8_t BigEndianFlag = 1;
 
-// A number whose bytes stand in either order.
-template <std::unsigned_integral T>
-T orderedNumber(ByteReader& from, bool bigEndian) {
-  auto value = from.number<T>();
-  if (!bigEndian) return value;
-  T turned = 0;
-  for (std::size_t i = 0; i < sizeof(T); ++i) {
-    turned = static_cast<T>(static_cast<T>(turned << 8U) | static_cast<T>(value & 0xFFU));
-    value = static_cast<T>(value >> 8U);
-  }
-  return turned;
-}
-
 void appendHeader(const EventHeader& header, ByteWriter& to) {
   to.number<std::uint8_t>(0);  // little-endian
   to.number<std::uint8_t>(0);  // reserved
@@ -62,10 +49,10 @@ std::optional<EventHeader> readEventHeader(std::span<const std::uint8_t> event) 
   EventHeader header;
   header.bigEndian = from.number<std::uint8_t>() == BigEndianFlag;
   from.number<std::uint8_t>();
-  header.type = orderedNumber<std::uint16_t>(from, header.bigEndian);
-  header.size = orderedNumber<std::uint32_t>(from, header.bigEndian);
-  header.sequence = orderedNumber<std::uint32_t>(from, header.bigEndian);
-  header.time = orderedNumber<std::uint64_t>(from, header.bigEndian);
+  header.type = from.number<std::uint16_t>(header.bigEndian);
+  header.size = from.number<std::uint32_t>(header.bigEndian);
+  header.sequence = from.number<std::uint32_t>(header.bigEndian);
+  header.time = from.number<std::uint64_t>(header.bigEndian);
   if (header.size != event.size()) return std::nullopt;
   return header;
 }

@@ -79,7 +79,8 @@ struct AskLinks {
   std::uint64_t session = 0;
 };
 
-// A message to pass through what the event port has tapped. Not answered, but counted in Taken.
+// A message to pass through what the event port has tapped. Not answered, but counted in Taken; only one for a session
+// that the service does not know is answered, by a Result of NoSession, with tag 0 like its own.
 struct Send {
   std::uint64_t session = 0;
   std::uint32_t eventPort = 0;

@@ -1,5 +1,7 @@
 #include "platform/wire/port_name.h"
 
+#include <charconv>
+
 #include "platform/wire/messages.h"
 
 namespace wire {
@@ -10,6 +12,14 @@ std::string joined(std::string_view stem, const std::string& tail) {
 }
 
 }  // namespace
+
+std::optional<std::uint16_t> indexOfNumber(std::string_view digits) {
+  if (digits.empty() || digits.front() < '1' || digits.front() > '9') return std::nullopt;
+  std::uint32_t number = 0;
+  const auto [end, error] = std::from_chars(digits.data(), digits.data() + digits.size(), number);
+  if (error != std::errc{} || end != digits.data() + digits.size() || number > UINT16_MAX + 1U) return std::nullopt;
+  return static_cast<std::uint16_t>(number - 1);
+}
 
 std::string missingPortName(std::string_view groupName, std::uint16_t groupId, bool sink, std::uint16_t index,
                             const std::function<bool(const std::string&)>& taken) {

@@ -17,7 +17,7 @@ namespace {
 using namespace std::chrono_literals;
 
 constexpr std::size_t MessageCount = 20'000;
-constexpr auto Patience = 90s;
+constexpr auto Patience = 60s;
 
 // Every message differs from its neighbours, and a repetition or a gap of any length below 127 * 127 shows.
 std::uint8_t note(std::size_t index) { return static_cast<std::uint8_t>(index % 127); }

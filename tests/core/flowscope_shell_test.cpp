@@ -160,7 +160,7 @@ TEST(FlowScopeShell, PromptShowsTheLastPartOfThePath) {
   EXPECT_EQ(device.shell->promptText(), "deck /");
 }
 
-TEST(FlowScopeShell, ANewLabelIsDrawnAtOnceAndTabDrawsTheLineAgain) {
+TEST(FlowScopeShell, ANewLabelIsDrawnAtOnce) {
   test::Surroundings around;
   EvtSrv::EventPortManager manager(EvtSrv::ConBehave_Void, true);
   FlowScope shell(manager, false, around.io);
@@ -168,8 +168,80 @@ TEST(FlowScopeShell, ANewLabelIsDrawnAtOnceAndTabDrawsTheLineAgain) {
   EXPECT_EQ(around.out.take(), "\033[0G[ /]$ \033[7G\033[0K\033[7G");
   shell.setPromptLabel("deck");
   EXPECT_EQ(around.out.take(), "\033[0G[deck /]$ \033[11G\033[0K\033[11G");
-  EXPECT_EQ(dispatch(shell, "tab cd"), ResultOk);
-  EXPECT_EQ(around.out.take(), "\033[0G[deck /]$ \033[11G\033[0K\033[11G");
+}
+
+// What completion makes of a line, and how often the prompt is drawn.
+TEST(FlowScopeShell, Completion) {
+  test::Surroundings around;
+  EvtSrv::EventPortManager manager(EvtSrv::ConBehave_Void, true);
+  FlowScope shell(manager, false, around.io);
+  shell.init(manager);
+  struct Row {
+    const char* directory;
+    const char* line;
+    const char* completed;
+    const char* listed;
+  };
+  const Row rows[] = {
+      {"cd", "", "", "cat"},
+      {"cd", "c", "c", "con "},
+      {"cd", "co", "con ", nullptr},
+      {"cd", "x", "x", nullptr},
+      {"cd", "ls ", "ls ", "Midi/"},
+      {"cd", "ls M", "ls Midi/", nullptr},
+      {"cd", "ls m", "ls m", nullptr},
+      {"cd", "cat Midi/S", "cat Midi/S", "Source/"},
+      {"cd", "con a Midi/So", "con a Midi/Source/", nullptr},
+      {"cd", "con a ", "con a ", "Control"},
+      {"cd", "ls ~/", "ls ~/", nullptr},
+      {"cd", "ls nowhere/S", "ls nowhere/S", nullptr},
+      {"cd /Midi/Source/Sequencer", "cat S", "cat SequencerOut", "SequencerOut4"},
+      {"cd /Midi/Source/Sequencer", "cat ../../Si", "cat ../../Sink/", nullptr},
+      {"cd /Midi/Source/Sequencer", "cat ~/Sink/Thru/T", "cat ~/Sink/Thru/ThruIn1", nullptr},
+  };
+  for (const auto& row : rows) {
+    runCommands(shell, row.directory);
+    shell.lineEditor().drawPrompt(shell.promptText(), row.line);
+    around.out.take();
+    shell.lineEditor().handleKey('\t');
+    EXPECT_EQ(shell.lineEditor().buffer(), row.completed) << row.line;
+    EXPECT_EQ(shell.lineEditor().cursor(), shell.lineEditor().buffer().size()) << row.line;
+    const auto printed = around.out.take();
+    EXPECT_NE(printed.find("]$ "), std::string::npos) << row.line;
+    if (row.listed != nullptr) {
+      EXPECT_NE(printed.find(row.listed), std::string::npos) << printed;
+    }
+  }
+}
+
+TEST(FlowScopeShell, TheTwelveCommandsInTheirOrder) {
+  test::Surroundings around;
+  EvtSrv::EventPortManager manager(EvtSrv::ConBehave_Void, true);
+  FlowScope shell(manager, false, around.io);
+  shell.init(manager);
+  around.out.take();
+  EXPECT_EQ(dispatch(shell, "tab"), ResultOk);
+  const auto printed = around.out.take();
+  std::size_t at = 0;
+  for (const char* name : {"cat", "cd", "con", "dis", "end", "exit", "from", "ls", "terminate", "to", "help", "quit"}) {
+    at = printed.find(std::string("G") + name + " ", at);
+    ASSERT_NE(at, std::string::npos) << name;
+  }
+}
+
+TEST(FlowScopeShell, ListingMarksAttachedAndConnectedPorts) {
+  test::Surroundings around;
+  trafficOutput().monitorTarget = EvtSrv::DebugPortName;
+  EvtSrv::EventPortManager manager(EvtSrv::ConBehave_Void, true);
+  FlowScope shell(manager, false, around.io);
+  shell.init(manager);
+  runCommands(shell, "cat /Midi/Source/Sequencer/SequencerOut1");
+  around.out.take();
+  EXPECT_EQ(runCommands(shell, "ls -r /Midi/Source/Sequencer"), ResultOk);
+  const auto printed = around.out.take();
+  EXPECT_NE(printed.find("\033[7m\033[39m\033[1G+-- SequencerOut1/\n\033[27m"), std::string::npos) << printed;
+  EXPECT_NE(printed.find("\033[1m\033[39m\033[1G+-- SequencerOut2/\n\033[22m"), std::string::npos) << printed;
+  EXPECT_NE(printed.find("\033[39m\033[1G+-- SequencerOut3\n"), std::string::npos) << printed;
 }
 
 TEST(FlowScopeShell, TheRunningFlagReachesEditorAndInputThread) {
@@ -194,8 +266,8 @@ TEST(FlowScopeShell, AFinishedLineRunsOnTheCurrentShell) {
 
 TEST(FlowScopeShell, CommandsWithoutAnOverrideDoNothing) {
   Device device;
-  for (const char* line : {"ls", "ls -r Midi", "con a b", "dis a", "to a", "from a", "set a", "str a", "get a", "eu a",
-                           "du a", "load a", "save a", "rn a b", "rm a", "mkdir a", "convert a b", "bt", "unknown a"}) {
+  for (const char* line : {"con a b", "dis a", "to a", "from a", "set a", "str a", "get a", "eu a", "du a", "load a",
+                           "save a", "rn a b", "rm a", "mkdir a", "convert a b", "bt", "unknown a"}) {
     EXPECT_EQ(device.run(line), "") << line;
     EXPECT_EQ(device.code, ResultOk) << line;
     EXPECT_TRUE(device.shell->isRunning());

@@ -33,6 +33,9 @@ class Shell : public TopologyShell {
   PathComponents& currentPath() override { return path_; }
   void pathChanged() override { shown.push_back(absolutePath(path_)); }
 
+  StrmSrv::Patcher* patcher() override { return nullptr; }
+  std::vector<std::string>& attached() override { return attached_; }
+
   ~Shell() override { std::fclose(out_); }
   Shell() = default;
   Shell(const Shell&) = delete;
@@ -47,6 +50,7 @@ class Shell : public TopologyShell {
   ConsoleOutput output_{out_, size_, keys_, false};
   std::unique_ptr<TopologyNode> tree_ = treeOf("a\n  b\n    c\n  d\nb\n  x");
   PathComponents path_;
+  std::vector<std::string> attached_;
 };
 
 struct Step {

@@ -1,12 +1,12 @@
 // A shell for tests of this room: its output goes to a memory stream.
 #pragma once
 
-#include <cstdio>
-#include <cstdlib>
 #include <memory>
 #include <string>
+#include <utility>
 #include <vector>
 
+#include "tests/support/memory_stream.h"
 #include "tests/topology/sample_tree.h"
 #include "traffic/flowscope_port_midi.h"
 #include "traffic/traffic_output.h"
@@ -17,7 +17,7 @@ namespace flowscope {
 class TestShell : public TrafficShell {
  public:
   explicit TestShell(EvtSrv::EventPortManager& manager, bool quiet = true)
-      : output_(out_, size_, keys_, quiet), monitor_(manager, *this) {}
+      : output_(out_.stream(), size_, keys_, quiet), monitor_(manager, *this) {}
   TestShell(const TestShell&) = delete;
   TestShell& operator=(const TestShell&) = delete;
 
@@ -25,8 +25,6 @@ class TestShell : public TrafficShell {
   ~TestShell() override {
     trafficOutput().trafficMode = TrafficOff;
     trafficOutput().trafficFile.close();
-    std::fclose(out_);
-    std::free(text_);  // NOLINT(*no-malloc): open_memstream's
   }
 
   ConsoleOutput& output() override { return output_; }
@@ -39,13 +37,7 @@ class TestShell : public TrafficShell {
   StrmSrv::Patcher* patcher() override { return patcher_.get(); }
 
   // What was printed since the last call.
-  std::string printed() {
-    std::fflush(out_);
-    std::string text = text_ == nullptr ? std::string() : std::string(text_, length_);
-    std::rewind(out_);
-    std::fflush(out_);
-    return text;
-  }
+  std::string printed() { return out_.take(); }
 
   void setTree(std::unique_ptr<TopologyNode> tree) { tree_ = std::move(tree); }
   void setPatcher(std::unique_ptr<StrmSrv::Patcher> patcher) { patcher_ = std::move(patcher); }
@@ -61,9 +53,7 @@ class TestShell : public TrafficShell {
     int readByte() override { return EndOfInput; }
   };
 
-  char* text_ = nullptr;
-  std::size_t length_ = 0;
-  std::FILE* out_ = open_memstream(&text_, &length_);
+  test::MemoryStream out_;
   Size size_;
   NoKeys keys_;
   ConsoleOutput output_;

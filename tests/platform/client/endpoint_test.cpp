@@ -33,6 +33,12 @@ TEST(Endpoint, AllOthersHaveCause) {
   }
 }
 
+TEST(Endpoint, ProblemIsOnePrintableLine) {
+  EXPECT_EQ(problemLine("nonsense", "no such thing"), "evtsrv: nonsense: no such thing");
+  EXPECT_EQ(problemLine("", "no such thing"), "evtsrv: embedded:: no such thing");
+  EXPECT_EQ(problemLine("embedded:a\x1b[31m\nb\x7f\xc3\xa4", "c\td"), "evtsrv: embedded:a?[31m?b???: c?d");
+}
+
 TEST(Endpoint, NetworkIsRefusedByBehaviour) {
   EXPECT_NE(parseEndpoint("tcp://host:5", EvtSrv::ConBehave_Default),
             parseEndpoint("tcp://host:5", EvtSrv::ConBehave_Void));

@@ -46,6 +46,12 @@ class TestService {
 
   const std::shared_ptr<host::EmbeddedService>& service() { return service_; }
 
+  // What the device was told. Ends the service; no manager may be left.
+  const service::Told& end() {
+    service_.reset();
+    return told_;
+  }
+
  private:
   service::Told told_;
   std::shared_ptr<host::EmbeddedService> service_;

@@ -1,14 +1,15 @@
 // Managers, ports and services that come and go.
 
 #include <gtest/gtest.h>
+#include <sys/resource.h>
 
+#include <cstdio>
 #include <cstdlib>
 #include <memory>
 #include <string>
 #include <thread>
 #include <vector>
 
-#include "platform/client/session.h"
 #include "tests/platform/client/fixture.h"
 #include "tests/platform/host/raw_client.h"
 
@@ -34,6 +35,15 @@ TEST(Lifetime, DestroyingTheManagerDeliversWhatIsPending) {
   }
   ASSERT_TRUE(receiveUntil(witness, [&] { return heard.texts.size() >= Count; }));
   EXPECT_EQ(heard.texts.back(), "G0Out1: 1 1 999");
+}
+
+TEST(Lifetime, DestroyingTheManagerEndsItsTaps) {
+  TestService service;
+  auto manager = std::make_unique<EventPortManager>(Behaviour, true);
+  RecordingPort leftBehind(*manager);
+  leftBehind.tap("G0Out1");
+  manager.reset();
+  EXPECT_EQ(service.end(), (service::Told{"start", "use G0Out1", "unuse G0Out1"}));
 }
 
 TEST(Lifetime, PortsOutliveTheirManager) {
@@ -122,16 +132,37 @@ TEST(Lifetime, DeviceFileBecomesTheDevice) {
   EXPECT_EQ(patcher.makeStreamPortName(0, 4, 0, 0), "BoxOut1");
 }
 
-TEST(Lifetime, ServiceThatDoesNotAnswerIsNoService) {
-  // A client's socket arrives at a device's service that never runs: nobody reads.
+// Takes all descriptors of this process while it lives.
+class NoDescriptors {
+ public:
+  NoDescriptors() {
+    getrlimit(RLIMIT_NOFILE, &before_);
+    rlimit few = before_;
+    few.rlim_cur = 0;
+    setrlimit(RLIMIT_NOFILE, &few);
+  }
+  NoDescriptors(const NoDescriptors&) = delete;
+  NoDescriptors& operator=(const NoDescriptors&) = delete;
+  ~NoDescriptors() { setrlimit(RLIMIT_NOFILE, &before_); }
+
+ private:
+  rlimit before_{};
+};
+
+TEST(Lifetime, WithoutDescriptorsThereIsNoServiceForNow) {
   TestService service;
-  zmq::context_t& context = service.service()->context();
-  zmq::socket_t deaf(context, zmq::socket_type::router);
-  deaf.set(zmq::sockopt::linger, 0);
-  deaf.bind("inproc://deaf");
-  ControlChannel control(context, "inproc://deaf");
-  EXPECT_FALSE(control.greet("test", Deadline(std::chrono::milliseconds(50))));
-  EXPECT_EQ(control.session(), 0U);
+  EventPortManager manager(Behaviour, true);
+  StrmSrv::Patcher patcher(manager, 0);
+  std::vector<StrmSrv::PortRecord> ports;
+  testing::internal::CaptureStderr();
+  {
+    const NoDescriptors limit;
+    EXPECT_EQ(patcher.connect(0, 0, 1, 0), StrmSrv::StrmRes_NoService);
+    EXPECT_EQ(patcher.getConnectSinkPorts(0, 0, ports), StrmSrv::StrmRes_NoService);
+    const EventPortManager none(Behaviour, true);
+  }
+  EXPECT_EQ(testing::internal::GetCapturedStderr(), "evtsrv: embedded:test: Too many open files\n");
+  EXPECT_EQ(patcher.connect(0, 0, 1, 0), StrmSrv::StrmRes_Success);
 }
 
 TEST(Lifetime, GarbageOfOthersIsNotNoticed) {

@@ -137,7 +137,8 @@ TEST(StreamPortMidi, MalformedRecordEndsTheReading) {
   }
   for (const char* length : {"00 00 00 00", "01 00 00 00", "02 00 00 00", "FF FF FF FF"}) {
     service::Bytes bytes = wire::bytesOf(length);
-    bytes.insert(bytes.end(), good.begin() + 4, good.end());
+    bytes.insert(bytes.end(), 2, 0);
+    bytes.insert(bytes.end(), good.begin(), good.end());
     const Outcome got = outcome(0, bytes);
     EXPECT_EQ(got.texts, Texts{}) << length;
     EXPECT_EQ(got.result, EvtSrv::EvtRes_UnknownError) << length;

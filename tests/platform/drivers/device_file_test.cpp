@@ -93,6 +93,13 @@ TEST_F(DeviceFile, AFileThatCannotBeReadSaysSo) {
   EXPECT_EQ(causeOf(folder_ + "/huge.toml"), folder_ + "/huge.toml: larger than 16777216 bytes");
 }
 
+TEST_F(DeviceFile, ErrorsArePrintableWhateverTheFileIsCalled) {
+  const std::string path = folder_ + "/a\x1b[31m\nb.toml";
+  EXPECT_EQ(causeOf(path), folder_ + "/a?[31m?b.toml: No such file or directory");
+  writeFile(path, "port = 1\n");
+  EXPECT_EQ(causeOf(path), folder_ + "/a?[31m?b.toml:1: a device file has no key 'port'");
+}
+
 TEST_F(DeviceFile, AFileInTheCurrentFolderNeedsNoFolder) {
   EXPECT_EQ(causeOf("none-of-this-name.toml"), "none-of-this-name.toml: No such file or directory");
 }

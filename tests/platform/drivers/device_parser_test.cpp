@@ -104,6 +104,22 @@ TEST(DeviceParser, ALongGroupNameLeavesRoomForItsPorts) {
   EXPECT_EQ(group.sources->nameOf(65534).size(), 63U);
 }
 
+// Keys so deep that building or taking down their tables would exhaust the stack.
+TEST(DeviceParser, DeepKeysAreRefused) {
+  constexpr int Parts = 100'000;
+  std::string deep = "a";
+  for (int part = 1; part < Parts; ++part) deep += ".a";
+  const std::string opening = "# three\n# lines\n\n";
+  for (const std::string& text : {deep + " = 1\n", "[" + deep + "]\n", "[[" + deep + "]]\n", "x = {" + deep + " = 1}\n",
+                                  "x = [{y = 'a', " + deep + " = 1}]\n"}) {
+    const auto result = parseDevice(opening + text);
+    const auto* problem = std::get_if<DeviceFileProblem>(&result);
+    ASSERT_NE(problem, nullptr) << text.substr(0, 20);
+    EXPECT_EQ(problem->line, 4U) << text.substr(0, 20);
+    EXPECT_EQ(problem->cause, "a key of more than 16 parts") << text.substr(0, 20);
+  }
+}
+
 // What stands above the lines in question: group A with two ports on each side, in lines 1 to 5.
 constexpr std::string_view GroupA = "[[group]]\nid = 1\nname = 'A'\nsources = 2\nsinks = 2\n";
 

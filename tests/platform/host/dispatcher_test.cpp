@@ -28,6 +28,7 @@ class RecordingPeers : public Peers {
   bool send(std::string_view peer, std::span<const std::uint8_t> message) override {
     if (unreachable.contains(peer)) return false;
     sent_[std::string(peer)].emplace_back(message.begin(), message.end());
+    order.emplace_back(peer);
     return true;
   }
 
@@ -41,6 +42,7 @@ class RecordingPeers : public Peers {
   }
 
   std::set<std::string, std::less<>> unreachable;
+  Texts order;  // who was sent something, message by message
 
  private:
   std::map<std::string, std::vector<Bytes>> sent_;
@@ -339,6 +341,17 @@ TEST_F(DispatcherTest, TakenIsToldWhenNothingStandsReady) {
   EXPECT_EQ(peers_.texts("a control"), Texts{});
 }
 
+TEST_F(DispatcherTest, SendWithoutSessionIsAnsweredWithoutBeingAsked) {
+  const std::uint64_t session = attach("a");
+  say("a control", 0, note(session + 1, 1));
+  EXPECT_EQ(peers_.texts("a control"), Texts{"no session at 0"});
+  say("stranger", 0, note(session, 1));
+  EXPECT_EQ(peers_.texts("stranger"), Texts{"no session at 0"});
+  say("a control", 3, wire::Goodbye{session});
+  say("a control", 0, note(session, 1));
+  EXPECT_EQ(peers_.texts("a control"), (Texts{"3: ok at 0", "no session at 0"}));
+}
+
 TEST_F(DispatcherTest, SendThatTheServiceRefusesIsTakenToo) {
   const std::uint64_t session = attach("a");
   say("a control", 0, wire::Send{session, EventPort, 0, {}});
@@ -350,7 +363,10 @@ TEST_F(DispatcherTest, ChangesOfTheGraphGoToEverybodyBeforeTheAnswer) {
   const std::uint64_t one = attach("a");
   attach("b");
   hello("without graph");
+  peers_.order.clear();
   say("a control", 5, wire::Patch{one, true, 0, 0, 1, 1});
+  EXPECT_EQ(peers_.order.size(), 3U);
+  EXPECT_EQ(peers_.order.back(), "a control");
   say("a control", 6, wire::Patch{one, false, 0, 0, 1, 1});
   const Texts changes{"made 0.0>1.1 at 1", "gone 0.0>1.1 at 2"};
   EXPECT_EQ(peers_.texts("a graph"), changes);

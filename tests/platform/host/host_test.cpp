@@ -4,8 +4,10 @@
 #include <unistd.h>
 
 #include <atomic>
+#include <future>
 #include <memory>
 #include <random>
+#include <stdexcept>
 #include <string>
 #include <thread>
 #include <vector>
@@ -14,6 +16,7 @@
 #include "tests/platform/host/message_text.h"
 #include "tests/platform/host/raw_client.h"
 #include "tests/platform/service/device.h"
+#include "tests/support/signal_storm.h"
 
 namespace host {
 namespace {
@@ -120,7 +123,7 @@ TEST_F(HostTest, EverybodyIsServedWhileOneFloods) {
   EXPECT_EQ(answers, Texts(20, "2: links at 0"));
 }
 
-TEST(Host, ServesSeveralEndpointsOfEveryTransport) {
+TEST(Host, ServesSeveralEndpointsAtOnce) {
   service::Told told;
   zmq::context_t context;
   Host host(context, smallDevice(told), {}, {});
@@ -133,6 +136,45 @@ TEST(Host, ServesSeveralEndpointsOfEveryTransport) {
   EXPECT_NE(far.hello(), 0U);
   host.stop();
   runner.join();
+}
+
+TEST(Host, SignalsAreNotNoticed) {
+  service::Told told;
+  zmq::context_t context(0);
+  Host host(context, smallDevice(told), {}, {});
+  ASSERT_EQ(host.bind("inproc://here"), std::nullopt);
+  std::thread runner([&] { host.run(); });
+  Texts wrong;
+  {
+    const testsupport::SignalStorm storm(runner.native_handle());
+    RawClient client(context, "inproc://here");
+    const std::uint64_t session = client.hello();
+    for (std::uint32_t tag = 2; tag < 10'000 && wrong.empty(); ++tag) {
+      client.send(tag, wire::UntapAll{session, 1});
+      const auto answer = client.receive();
+      const std::string text = answer ? messageText(*answer) : "silence";
+      if (text != std::to_string(tag) + ": ok at 0") wrong.push_back(text);
+    }
+  }
+  host.stop();
+  runner.join();
+  EXPECT_EQ(wrong, Texts{});
+}
+
+TEST(Host, DeviceThatThrowsEndsTheServiceAndNotTheProgram) {
+  service::Told told;
+  auto device = std::make_unique<service::TestDevice>(service::evenTopology(1, 1), std::vector<service::Link>{}, told);
+  std::promise<void> reached;
+  device->onAdvance = [&reached](service::DriverEvents&, service::Time) -> std::optional<service::Time> {
+    reached.set_value();
+    throw std::runtime_error("no memory");
+  };
+  testing::internal::CaptureStderr();
+  {
+    const EmbeddedService service(std::move(device));
+    reached.get_future().wait();
+  }
+  EXPECT_EQ(testing::internal::GetCapturedStderr(), "evtsrv: the service has ended: no memory\n");
 }
 
 TEST(Host, SaysWhyItCannotBind) {

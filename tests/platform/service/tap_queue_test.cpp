@@ -4,6 +4,7 @@
 
 #include <limits>
 
+#include "platform/service/service.h"
 #include "tests/platform/service/received.h"
 
 namespace service {
@@ -56,7 +57,7 @@ TEST(TapQueue, GivesRecordsInOrderWithAllThatBelongsToThem) {
 
 TEST(TapQueue, SequenceCountsEvents) {
   Queue q;
-  for (std::uint8_t i = 0; i < 3; ++i) q.add({0x90, i, 1}, milliseconds(10 * i));
+  for (std::uint8_t i = 0; i < 3; ++i) q.add({0x90, i, 1}, milliseconds(20 * i));
   const auto first = q.take();
   q.add(Note, milliseconds(100));
   const auto second = q.take();
@@ -79,11 +80,11 @@ TEST(TapQueue, RecordsShareAnEventWithinHolderAndTime) {
   const std::size_t tooLong = Holder - 20 - 6 + 1;
   const Sharing cases[] = {
       {"at once", Holder, {{3, now}, {3, now}, {1, now}}, {3}},
-      {"up to five milliseconds from the first", Holder, {{3, now}, {3, now + milliseconds(5)}}, {2}},
-      {"and no later", Holder, {{3, now}, {3, now + milliseconds(5) + Time(1)}}, {1, 1}},
+      {"up to ten milliseconds from the first", Holder, {{3, now}, {3, now + milliseconds(10)}}, {2}},
+      {"and no later", Holder, {{3, now}, {3, now + milliseconds(10) + Time(1)}}, {1, 1}},
       {"from the first, not the one before",
        Holder,
-       {{3, now}, {3, now + milliseconds(4)}, {3, now + milliseconds(8)}, {3, now + milliseconds(12)}},
+       {{3, now}, {3, now + milliseconds(8)}, {3, now + milliseconds(16)}, {3, now + milliseconds(24)}},
        {2, 2}},
       {"up to the holder, header included", 20 + 2 * 9, {{3, now}, {3, now}, {3, now}}, {2, 1}},
       {"one byte short", 20 + 2 * 9 - 1, {{3, now}, {3, now}, {3, now}}, {1, 1, 1}},
@@ -132,7 +133,7 @@ TEST(TapQueue, AnEventThatWasTakenGrowsNoMore) {
 
 TEST(TapQueue, TakesWhatFitsButAtLeastOneEvent) {
   Queue q;
-  for (int i = 0; i < 5; ++i) q.add(Note, milliseconds(10 * i));
+  for (int i = 0; i < 5; ++i) q.add(Note, milliseconds(20 * i));
   const std::size_t entry = wire::eventEntryBytes("G0Out1", 9);
   EXPECT_EQ(q.take(0).size(), 1U);
   EXPECT_EQ(q.take(2 * entry).size(), 2U);
@@ -164,7 +165,7 @@ TEST(TapQueue, CountsWhatIsStored) {
 
 TEST(TapQueue, LossIsExactAndStandsWhereItHappened) {
   Queue q(3 * NoteCost);
-  const auto note = [&](std::uint8_t number) { q.add({0x90, number, 1}, milliseconds(10 * number)); };
+  const auto note = [&](std::uint8_t number) { q.add({0x90, number, 1}, milliseconds(20 * number)); };
   for (std::uint8_t i = 1; i <= 10; ++i) note(i);
   EXPECT_EQ(q.queue.bytes(), 3 * NoteCost);
   EXPECT_EQ(q.queue.lost(), 7U);
@@ -233,15 +234,27 @@ TEST(TapQueue, LongMessageIsWhole) {
   EXPECT_EQ(received[1].message, message);
 }
 
-// A DIN port carries a message of three bytes in 0.96 milliseconds.
-TEST(TapQueue, DefaultSizeHoldsEightMinutesOfAFullPort) {
-  TapQueue queue(8U << 20U);
-  Time now{};
-  while (queue.lost() == 0) {
-    queue.add(One, out(0, 0), Holder, {0, Note}, now);
-    now += microseconds(960);
+TEST(TapQueue, DefaultSizeHoldsMinutesOfAFullPort) {
+  const struct {
+    const char* what;
+    Bytes message;
+    microseconds onTheWire;
+    std::chrono::minutes held;
+  } table[] = {
+      {"three bytes", Note, microseconds(960), std::chrono::minutes(8)},
+      {"three bytes with running status", Note, microseconds(640), std::chrono::minutes(8)},
+      // Too fast for eight minutes.
+      {"one byte", {0xF8}, microseconds(320), std::chrono::minutes(5)},
+  };
+  for (const auto& row : table) {
+    TapQueue queue(Limits{}.queueBytes);
+    Time now{};
+    while (queue.lost() == 0) {
+      queue.add(One, out(0, 0), Holder, {0, row.message}, now);
+      now += row.onTheWire;
+    }
+    EXPECT_GT(now, row.held) << row.what;
   }
-  EXPECT_GT(now, std::chrono::minutes(8));
 }
 
 TEST(TapQueue, FloodStaysWithinTheLimit) {

@@ -3,6 +3,8 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
+#include <cstdlib>
+#include <mutex>
 #include <stdexcept>
 
 #include "tests/traffic/event_bytes.h"

@@ -1,0 +1,85 @@
+#include "platform/client/control_channel.h"
+
+#include <gtest/gtest.h>
+
+#include <future>
+#include <variant>
+
+#include "tests/platform/client/fake_service.h"
+#include "tests/platform/client/fixture.h"
+
+namespace client {
+namespace {
+
+class ControlChannelTest : public testing::Test {
+ protected:
+  // The client says hello and is welcomed.
+  void SetUp() override {
+    ASSERT_TRUE(service_.stands());
+    auto greeted = std::async(std::launch::async, [this] { return channel_.greet("test", Deadline(Patience)); });
+    const testsupport::Deadline deadline(Patience);
+    std::optional<wire::Envelope> hello;
+    while (!(hello = service_.receive())) ASSERT_FALSE(deadline.passed());
+    ASSERT_TRUE(service_.send(hello->tag, wire::Welcome{7, Window}));
+    ASSERT_TRUE(greeted.get());
+  }
+
+  bool sendNote() { return channel_.send(1, 0, service::Bytes{0x90, 1, 1}); }
+
+  static constexpr std::uint32_t Window = 100;
+
+  FakeService service_;
+  ControlChannel channel_{service_.context(), FakeService::address()};
+};
+
+TEST_F(ControlChannelTest, GivesUpAtOnceWhenTheServiceHasForgottenTheClient) {
+  ASSERT_TRUE(sendNote());
+  ASSERT_TRUE(service_.receive());
+  ASSERT_TRUE(service_.send(0, wire::Result{wire::Status::NoSession, 0}));
+  EXPECT_FALSE(channel_.ask<wire::Result>(wire::UntapAll{7, 1}));
+  EXPECT_FALSE(sendNote());
+  EXPECT_FALSE(service_.receive()) << "nothing more was sent";
+}
+
+TEST_F(ControlChannelTest, SenderNoticesInTheMiddleOfItsWindow) {
+  ASSERT_TRUE(sendNote());
+  ASSERT_TRUE(service_.receive());
+  ASSERT_TRUE(service_.send(0, wire::Result{wire::Status::NoSession, 0}));
+  std::uint32_t sent = 1;
+  while (sent < Window && sendNote()) ++sent;
+  EXPECT_EQ(sent, Window / 2);
+}
+
+TEST_F(ControlChannelTest, AnswerThatThereIsNoSessionIsHandedOut) {
+  auto asked = std::async(std::launch::async, [this] { return channel_.ask<wire::Result>(wire::UntapAll{7, 1}); });
+  const testsupport::Deadline deadline(Patience);
+  std::optional<wire::Envelope> request;
+  while (!(request = service_.receive())) ASSERT_FALSE(deadline.passed());
+  ASSERT_TRUE(service_.send(request->tag, wire::Result{wire::Status::NoSession, 0}));
+  const auto answer = asked.get();
+  ASSERT_TRUE(answer);
+  EXPECT_EQ(answer->status, wire::Status::NoSession);
+  EXPECT_FALSE(sendNote());
+}
+
+TEST_F(ControlChannelTest, OtherResultsWithoutARequestMeanNothing) {
+  ASSERT_TRUE(sendNote());
+  ASSERT_TRUE(service_.receive());
+  ASSERT_TRUE(service_.send(0, wire::Result{wire::Status::BadRequest, 0}));
+  for (std::uint32_t sent = 1; sent < Window; ++sent) ASSERT_TRUE(sendNote()) << sent;
+}
+
+// The service, not a stand-in.
+TEST(ControlChannel, SendAfterLeavingFails) {
+  TestService service;
+  ControlChannel channel(service.service()->context(), service.service()->address());
+  ASSERT_TRUE(channel.greet("test", Deadline(AnswerTime)));
+  ASSERT_TRUE(channel.ask<wire::Result>(wire::Goodbye{channel.session()}));
+  bool sent = true;
+  const testsupport::Deadline deadline(Patience);
+  while (sent && !deadline.passed()) sent = channel.send(1, 0, service::Bytes{0x90, 1, 1});
+  EXPECT_FALSE(sent);
+}
+
+}  // namespace
+}  // namespace client
