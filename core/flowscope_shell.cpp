@@ -20,6 +20,7 @@ constexpr std::array<std::size_t, 12> CompletedCommands{13, 4, 14, 15, 25, 0, 11
 
 std::vector<std::string_view> completedNames() {
   std::vector<std::string_view> names;
+  names.reserve(CompletedCommands.size());
   for (const std::size_t index : CompletedCommands) names.push_back(CommandTable.at(index).name);
   return names;
 }

@@ -57,7 +57,7 @@ ExpandedLine expandHistory(std::string_view line, Entries history) {
   const std::string_view reference = line.substr(1);
   if (reference.starts_with('-')) return expandBackReference(line, reference.substr(1), history);
   if (reference == "!") return both(history.empty() ? line : history.back());
-  const ExpandedLine notFound{std::string(reference), std::string(line)};
+  ExpandedLine notFound{std::string(reference), std::string(line)};
   if (beginsWithDigit(reference)) {
     const auto number = leadingNumber(reference);
     return number && *number < history.size() ? both(history[*number]) : notFound;
