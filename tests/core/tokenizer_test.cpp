@@ -77,8 +77,8 @@ TEST(Tokenizer, OpeningQuoteOfAScriptLineIsDropped) {
     const char* stripped;
   };
   const Row rows[] = {
-      {"pwd", "pwd"},  {"  pwd ", "pwd "}, {"  \"pwd", "pwd"}, {"\"pwd\"", "pwd\""},   {"\"a b\" c", "a b\" c"},
-      {"\"\"pwd", ""}, {"\"\"", ""},       {"\"", ""},         {"a \"b\"", "a \"b\""},
+      {"pwd", "pwd"},  {"  pwd ", "pwd "}, {"  \"pwd", "pwd"}, {"\"pwd\"", "pwd\""}, {"\"a b\" c", "a b\" c"},
+      {"\"\"pwd", ""}, {"\"\"", ""},       {"\"\"pwd\"", ""},  {"\"", ""},           {"a \"b\"", "a \"b\""},
   };
   for (const auto& row : rows) EXPECT_EQ(stripScriptQuote(row.line), row.stripped) << row.line;
 }
