@@ -322,25 +322,6 @@ TEST(LineEditor, ResumingDrawsThePromptAndKeepsTheCursor) {
   EXPECT_EQ(typist.line(), "a|bc");
 }
 
-TEST(LineEditor, CutAnywhereTheInputGivesTheSame) {
-  const std::string bytes = testsupport::keyBytes(
-                                "ab<left>c<up><c-j>x<home><del>yz<end><bs><pgup><pgdn><esc>[1;5A"
-                                "<esc>Oq<tab><c-j>")
-                                .value();
-  Typist whole;
-  whole.typeBytes(bytes);
-  const std::string drawn = whole.stream.take();
-  for (std::size_t cut = 0; cut <= bytes.size(); ++cut) {
-    Typist parts;
-    parts.typeBytes(std::string_view(bytes).substr(0, cut));
-    const std::string first = parts.stream.take();
-    parts.typeBytes(std::string_view(bytes).substr(cut));
-    EXPECT_EQ(first + parts.stream.take(), drawn) << cut;
-    EXPECT_EQ(parts.line(), whole.line()) << cut;
-    EXPECT_EQ(parts.host.lines, whole.host.lines) << cut;
-  }
-}
-
 TEST(LineEditor, FlushesAfterEachKey) {
   char* bytes = nullptr;
   std::size_t size = 0;
