@@ -1,11 +1,13 @@
 #include "platform/client/connection.h"
 
+#include <cerrno>
+#include <cstring>
 #include <exception>
 #include <map>
 #include <mutex>
 #include <utility>
 
-#include "platform/client/endpoint.h"
+#include "platform/host/local_socket.h"
 
 namespace client {
 namespace {
@@ -23,31 +25,50 @@ Running& running() {
 }
 
 // The service on the device of this file, or the cause why there is none.
-std::variant<Connection, std::string> openEmbedded(const std::string& file) {
+std::variant<Connection, ConnectionProblem> openEmbedded(const std::string& file) {
   try {
     // Held while a service starts, so that two who come at once share one.
     const std::lock_guard guard(running().mutex);
     auto& known = running().services[file];
     if (const auto service = known.lock()) return Connection(service);
     auto device = host::openDevice(file);
-    if (auto* problem = std::get_if<std::string>(&device)) return std::move(*problem);
+    if (auto* problem = std::get_if<std::string>(&device)) return ConnectionProblem{std::move(*problem)};
     const auto service =
         std::make_shared<host::EmbeddedService>(std::get<std::unique_ptr<service::Driver>>(std::move(device)));
     known = service;
     return Connection(service);
   } catch (const std::exception& failure) {
-    return failure.what();
+    return ConnectionProblem{failure.what()};
+  }
+}
+
+std::variant<Connection, ConnectionProblem> openLocal(const LocalEndpoint& endpoint) {
+  try {
+    Connection connection(endpoint);
+    const int cause = connection.whyUnreachable();
+    if (cause == 0) return connection;
+    const bool nobodyThere = cause == ENOENT || cause == ECONNREFUSED || cause == ENOTDIR;
+    return ConnectionProblem{std::strerror(cause), nobodyThere};
+  } catch (const std::exception& failure) {
+    return ConnectionProblem{failure.what()};
   }
 }
 
 }  // namespace
 
-std::variant<Connection, std::string> openConnection(const std::string& endpoint, std::uint32_t behaviour) {
+Connection::Connection(const std::shared_ptr<host::EmbeddedService>& service)
+    : context_(service, &service->context()), address_(service->address()) {}
+
+Connection::Connection(const LocalEndpoint& endpoint)
+    : context_(std::make_shared<zmq::context_t>()), address_("ipc://" + endpoint.path), socketPath_(endpoint.path) {}
+
+int Connection::whyUnreachable() const { return mayReturn() ? host::whyNobodyListens(socketPath_) : 0; }
+
+std::variant<Connection, ConnectionProblem> openConnection(const std::string& endpoint, std::uint32_t behaviour) {
   const Endpoint parsed = parseEndpoint(endpoint, behaviour);
-  if (const auto* none = std::get_if<NoEndpoint>(&parsed)) return problemLine(endpoint, none->cause);
-  auto opened = openEmbedded(std::get<EmbeddedEndpoint>(parsed).file);
-  if (const auto* cause = std::get_if<std::string>(&opened)) return problemLine(endpoint, *cause);
-  return opened;
+  if (const auto* none = std::get_if<NoEndpoint>(&parsed)) return ConnectionProblem{none->cause};
+  if (const auto* local = std::get_if<LocalEndpoint>(&parsed)) return openLocal(*local);
+  return openEmbedded(std::get<EmbeddedEndpoint>(parsed).file);
 }
 
 void shareService(const std::string& endpoint, const std::shared_ptr<host::EmbeddedService>& service) {

@@ -17,10 +17,25 @@ bool ControlChannel::greet(const std::string& program, const Deadline& deadline)
 }
 
 bool ControlChannel::send(std::uint32_t eventPort, std::uint16_t group, std::span<const std::uint8_t> bytes) {
+  return handOver(wire::Send{session_, eventPort, group, {bytes.begin(), bytes.end()}});
+}
+
+bool ControlChannel::inject(const std::string& port, std::vector<wire::InjectItem> messages) {
+  return handOver(wire::Inject{session_, port, std::move(messages)});
+}
+
+bool ControlChannel::finish() { return waitForRoom(0) && !refusal_; }
+
+bool ControlChannel::handOver(const wire::Body& message) {
   // Looking for news costs as much as sending, so it is done when half of the window is used up.
   if (sent_ - taken_ >= (window_ + 1) / 2) takeIn(0);
-  if (forgotten_) return false;
-  for (std::uint64_t before = taken_; sent_ - taken_ >= window_; before = taken_) {
+  if (forgotten_ || window_ == 0 || !waitForRoom(window_ - 1) || !dealer_.send(0, message)) return false;
+  ++sent_;
+  return true;
+}
+
+bool ControlChannel::waitForRoom(std::uint64_t onTheWay) {
+  for (std::uint64_t before = taken_; sent_ - taken_ > onTheWay; before = taken_) {
     const Deadline deadline(AnswerTime);
     while (taken_ == before) {
       if (!dealer_.waitThroughSignals(deadline)) return false;
@@ -28,8 +43,6 @@ bool ControlChannel::send(std::uint32_t eventPort, std::uint16_t group, std::spa
       if (forgotten_) return false;
     }
   }
-  if (!dealer_.send(0, wire::Send{session_, eventPort, group, {bytes.begin(), bytes.end()}})) return false;
-  ++sent_;
   return true;
 }
 
@@ -53,6 +66,7 @@ std::optional<wire::Body> ControlChannel::takeIn(std::uint32_t tag) {
     if (!envelope) continue;
     const auto* result = std::get_if<wire::Result>(&envelope->body);
     if (result != nullptr && result->status == wire::Status::NoSession) forgotten_ = true;
+    if (result != nullptr && envelope->tag == 0) refusal_ = result->status;
     if (const auto* taken = std::get_if<wire::Taken>(&envelope->body)) {
       if (taken->count <= sent_) taken_ = std::max(taken_, taken->count);
     } else if (tag != 0 && envelope->tag == tag) {

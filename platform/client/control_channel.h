@@ -6,6 +6,7 @@
 #include <span>
 #include <string>
 #include <variant>
+#include <vector>
 #include <zmq.hpp>
 
 #include "platform/client/deadline.h"
@@ -35,12 +36,29 @@ class ControlChannel {
     return std::get<Answer>(std::move(*answer));
   }
 
+  // True when the service has gone or has forgotten this client: nothing is answered any more.
+  bool lost() { return forgotten_ || dealer_.closed(); }
+
   // Hands over a message; not empty, and of wire::MaxMessageBytes at most. Waits only while the service is behind by
   // the whole window. False when the service takes nothing for two seconds, and at once when it is known to have
   // forgotten this client; what was handed over just before that is known is lost.
   bool send(std::uint32_t eventPort, std::uint16_t group, std::span<const std::uint8_t> bytes);
 
+  // Hands over messages to pass through the device port of this name; each not empty, and all together in a frame of
+  // at most 1 MiB. Waits and fails like send.
+  bool inject(const std::string& port, std::vector<wire::InjectItem> messages);
+
+  // Waits until the service has taken everything that was handed over. False when it takes nothing for two seconds, has
+  // gone, or has refused something.
+  bool finish();
+
+  // What the service has refused to inject, if anything: the status of the last refusal.
+  std::optional<wire::Status> refusal() const { return refusal_; }
+
  private:
+  // Waits until at most so many frames are on their way.
+  bool waitForRoom(std::uint64_t onTheWay);
+  bool handOver(const wire::Body& message);
   std::optional<wire::Body> askAnything(const wire::Body& request, const Deadline& deadline);
   // Takes in what stands ready; the answer with this tag when it is among it.
   std::optional<wire::Body> takeIn(std::uint32_t tag);
@@ -52,6 +70,7 @@ class ControlChannel {
   std::uint64_t sent_ = 0;
   std::uint64_t taken_ = 0;
   bool forgotten_ = false;  // by the service
+  std::optional<wire::Status> refusal_;
 };
 
 }  // namespace client

@@ -1,5 +1,6 @@
 #include "platform/client/dealer.h"
 
+#include <array>
 #include <cerrno>
 
 #include "platform/host/through_signals.h"
@@ -12,11 +13,15 @@ constexpr int HighWaterMark = 32'768;
 
 }  // namespace
 
-Dealer::Dealer(zmq::context_t& context, const std::string& address) : socket_(context, zmq::socket_type::dealer) {
+Dealer::Dealer(zmq::context_t& context, const std::string& address)
+    : socket_(context, zmq::socket_type::dealer),
+      monitor_(context, socket_, ZMQ_EVENT_DISCONNECTED | ZMQ_EVENT_CLOSED) {
   socket_.set(zmq::sockopt::sndhwm, HighWaterMark);
   socket_.set(zmq::sockopt::rcvhwm, HighWaterMark);
   // Who has something to deliver says goodbye and waits for the answer.
   socket_.set(zmq::sockopt::linger, 0);
+  // A service that comes back does not know this client; who uses the socket then begins anew, with another one.
+  socket_.set(zmq::sockopt::reconnect_ivl, -1);
   // Not zmq::socket_t::connect: a signal is no exception here.
   if (host::throughSignals([&] { return zmq_connect(socket_.handle(), address.c_str()); }) < 0) throw zmq::error_t();
 }
@@ -34,18 +39,25 @@ std::optional<std::span<const std::uint8_t>> Dealer::receive() {
 }
 
 Dealer::Wait Dealer::wait(const Deadline& deadline) {
-  zmq_pollitem_t item{socket_.handle(), 0, ZMQ_POLLIN, 0};
-  const int ready = zmq_poll(&item, 1, deadline.left().count());
-  if (ready > 0) return Wait::Ready;
-  return ready < 0 && errno == EINTR ? Wait::Interrupted : Wait::Over;
+  std::array<zmq_pollitem_t, 2> items{{{socket_.handle(), 0, ZMQ_POLLIN, 0}, {monitor_.handle(), 0, ZMQ_POLLIN, 0}}};
+  const int ready = zmq_poll(items.data(), static_cast<int>(items.size()), closed_ ? 0 : deadline.left().count());
+  if (ready < 0 && errno == EINTR) return Wait::Interrupted;
+  // What arrived before the end comes first.
+  if (items[0].revents != 0) return Wait::Ready;
+  return closed() ? Wait::Closed : Wait::Over;
 }
 
 bool Dealer::waitThroughSignals(const Deadline& deadline) {
   for (;;) {
     const Wait result = wait(deadline);
     if (result == Wait::Ready) return true;
-    if (result == Wait::Over || deadline.passed()) return false;
+    if (result != Wait::Interrupted || deadline.passed()) return false;
   }
+}
+
+bool Dealer::closed() {
+  while (monitor_.next()) closed_ = true;
+  return closed_;
 }
 
 }  // namespace client

@@ -5,6 +5,7 @@
 #include <string>
 #include <string_view>
 #include <variant>
+#include <vector>
 
 namespace client {
 
@@ -14,19 +15,28 @@ struct EmbeddedEndpoint {
   friend bool operator==(const EmbeddedEndpoint&, const EmbeddedEndpoint&) = default;
 };
 
+// A service of another process, which listens at this path.
+struct LocalEndpoint {
+  std::string path;
+  friend bool operator==(const LocalEndpoint&, const LocalEndpoint&) = default;
+};
+
 // No service, and why.
 struct NoEndpoint {
   std::string cause;
   friend bool operator==(const NoEndpoint&, const NoEndpoint&) = default;
 };
 
-using Endpoint = std::variant<EmbeddedEndpoint, NoEndpoint>;
+using Endpoint = std::variant<EmbeddedEndpoint, LocalEndpoint, NoEndpoint>;
 
-// text: as in EVTSRV_ENDPOINT; empty stands for the built-in device. behaviour: EvtSrv::ConBehave bits.
+// What to try in turn when EVTSRV_ENDPOINT is unset: the well-known local socket, then the built-in device.
+std::vector<std::string> endpointsWhenUnset();
+
+// text: an endpoint as in EVTSRV_ENDPOINT, set and not empty. behaviour: EvtSrv::ConBehave bits.
 Endpoint parseEndpoint(std::string_view text, std::uint32_t behaviour);
 
-// What is said on standard error when endpoint has no service: one printable line without its line end, naming the
-// endpoint ("embedded:" for the empty one) and the cause.
-std::string problemLine(std::string_view endpoint, std::string_view cause);
+// What is said on standard error of an endpoint: one printable line without its line end, naming the endpoint and what
+// has happened.
+std::string endpointLine(std::string_view endpoint, std::string_view what);
 
 }  // namespace client

@@ -20,6 +20,11 @@ class EventChannel {
   EventChannel(zmq::context_t& context, const std::string& address, std::uint64_t session)
       : dealer_(context, address), session_(session) {}
 
+  std::uint64_t session() const { return session_; }
+
+  // True when the service has gone. What had arrived before can still be received.
+  bool lost() { return dealer_.closed(); }
+
   // Asks for events. False when the service has not answered in time.
   bool open(const Deadline& deadline);
 

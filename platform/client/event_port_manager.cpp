@@ -6,6 +6,7 @@
 #include <string>
 #include <utility>
 #include <variant>
+#include <vector>
 
 #include "evtsrv.h"
 #include "platform/client/connection.h"
@@ -15,28 +16,35 @@
 namespace EvtSrv {
 namespace {
 
-std::string endpointOfEnvironment() {
+// What to try in turn; all but the last only if somebody is there.
+std::vector<std::string> endpointsToTry() {
   const char* text = std::getenv("EVTSRV_ENDPOINT");
-  return text == nullptr ? "" : text;
+  if (text != nullptr && *text != '\0') return {text};
+  return client::endpointsWhenUnset();
 }
 
-void report(const std::string& line) { std::fprintf(stderr, "%s\n", line.c_str()); }
+void report(const std::string& endpoint, const std::string& cause) {
+  std::fprintf(stderr, "%s\n", client::endpointLine(endpoint, cause).c_str());
+}
 
 }  // namespace
 
 EventPortManager::EventPortManager(std::uint32_t behaviour, bool /*dispatchOnReceive*/) {
-  const std::string endpoint = endpointOfEnvironment();
-  auto connection = client::openConnection(endpoint, behaviour);
-  if (const auto* problem = std::get_if<std::string>(&connection)) {
-    report(*problem);
+  const std::vector<std::string> endpoints = endpointsToTry();
+  for (const std::string& endpoint : endpoints) {
+    auto connection = client::openConnection(endpoint, behaviour);
+    if (const auto* problem = std::get_if<client::ConnectionProblem>(&connection)) {
+      if (!problem->nobodyThere || &endpoint == &endpoints.back()) report(endpoint, problem->cause);
+      continue;
+    }
+    auto session = Session::open(std::get<client::Connection>(std::move(connection)), endpoint);
+    if (const auto* cause = std::get_if<std::string>(&session)) {
+      report(endpoint, *cause);
+      continue;
+    }
+    session_ = std::get<std::shared_ptr<Session>>(std::move(session));
     return;
   }
-  auto session = Session::open(std::get<client::Connection>(std::move(connection)));
-  if (const auto* cause = std::get_if<std::string>(&session)) {
-    report(client::problemLine(endpoint, *cause));
-    return;
-  }
-  session_ = std::get<std::shared_ptr<Session>>(std::move(session));
 }
 
 EventPortManager::~EventPortManager() {

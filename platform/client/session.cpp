@@ -1,24 +1,53 @@
 #include "platform/client/session.h"
 
+#include <poll.h>
+
+#include <algorithm>
 #include <cerrno>
+#include <cstdio>
 #include <exception>
 #include <mutex>
+#include <string>
+#include <string_view>
 #include <utility>
+
+#include "platform/client/endpoint.h"
 
 namespace EvtSrv {
 
 using client::Deadline;
 
+namespace {
+
+// How often a service that has gone is looked for.
+constexpr std::chrono::milliseconds LookInterval{200};
+
+// How long a service that seems to be back has for its answers, so that nobody is kept waiting by one that is not.
+constexpr std::chrono::milliseconds AttachTime{500};
+
+void report(const std::string& endpoint, std::string_view what) {
+  std::fprintf(stderr, "%s\n", client::endpointLine(endpoint, what).c_str());
+}
+
+std::string tapsText(std::size_t attached, std::size_t wanted) {
+  if (wanted == 0) return "the service is back";
+  const std::string count = attached == wanted ? "" : std::to_string(attached) + " of ";
+  return "the service is back, " + count + std::to_string(wanted) + (wanted == 1 ? " tap" : " taps") +
+         " attached again";
+}
+
+}  // namespace
+
 std::variant<std::shared_ptr<EventPortManager::Session>, std::string> EventPortManager::Session::open(
-    client::Connection connection) {
+    client::Connection connection, std::string endpoint) {
   const Deadline deadline(client::AnswerTime);
   try {
-    const std::shared_ptr<Session> session(new Session(std::move(connection)));
+    const std::shared_ptr<Session> session(new Session(std::move(connection), std::move(endpoint)));
     zmq::context_t& context = session->connection_.context();
     const std::string& address = session->connection_.address();
-    auto& control =
-        session->channels_.emplace(Channels{client::ControlChannel(context, address), std::nullopt}).control;
+    auto& control = session->channels_.emplace(context, address).control;
     if (!control.greet(program_invocation_short_name, deadline)) return "the service does not answer";
+    session->session_ = control.session();
     session->events_.emplace(context, address, control.session());
     if (session->events_->open(deadline)) return session;
     // Within the same deadline: the time for waiting is used up.
@@ -33,71 +62,106 @@ EventPortManager::Session::~Session() { close(); }
 
 void EventPortManager::Session::close(const Deadline& deadline) {
   const std::lock_guard guard(mutex_);
+  closed_ = true;
   if (channels_ && channels_->control.session() != 0) {
     channels_->control.ask<wire::Result>(wire::Goodbye{channels_->control.session()}, deadline);
   }
   channels_.reset();
   events_.reset();
+  session_ = 0;
 }
 
 EventResult EventPortManager::Session::receive(int milliseconds) {
-  if (!events_) return EvtRes_DoNothing;
   const Deadline deadline{std::chrono::milliseconds(milliseconds)};
-  return events_->receive(ports_, deadline) ? EvtRes_Success : EvtRes_DoNothing;
+  const std::uint64_t session = session_;
+  if (events_ && events_->session() != session) {
+    // What had arrived before the service went is still delivered.
+    if (events_->receive(ports_, Deadline(std::chrono::milliseconds(0)))) return EvtRes_Success;
+    events_.reset();
+  }
+  if (session == 0) {
+    waitForService(deadline);
+    return EvtRes_DoNothing;
+  }
+  if (!events_ && !openEvents(session)) return EvtRes_DoNothing;
+  if (events_->receive(ports_, deadline)) return EvtRes_Success;
+  if (events_->lost()) {
+    const std::lock_guard guard(mutex_);
+    if (session_ == session) lose();
+  }
+  return EvtRes_DoNothing;
 }
 
 std::optional<wire::Status> EventPortManager::Session::tap(std::uint32_t port, const std::string& name,
                                                            std::uint32_t holderBytes) {
-  return request([&](std::uint64_t session) { return wire::Tap{session, port, holderBytes, name}; });
+  const Deadline deadline(client::AnswerTime);
+  const std::lock_guard guard(mutex_);
+  const auto status = request(
+      [&](std::uint64_t session) {
+        return wire::Tap{session, port, holderBytes, name};
+      },
+      deadline);
+  if (status == wire::Status::Ok) taps_.add({port, name, holderBytes});
+  return status;
 }
 
 std::optional<wire::Status> EventPortManager::Session::untap(std::uint32_t port, const std::string& name) {
-  return request([&](std::uint64_t session) { return wire::Untap{session, port, name}; });
+  const Deadline deadline(client::AnswerTime);
+  const std::lock_guard guard(mutex_);
+  taps_.remove(port, name);
+  return request([&](std::uint64_t session) { return wire::Untap{session, port, name}; }, deadline);
 }
 
 std::optional<wire::Status> EventPortManager::Session::untapAll(std::uint32_t port) {
-  return request([&](std::uint64_t session) { return wire::UntapAll{session, port}; });
+  const Deadline deadline(client::AnswerTime);
+  const std::lock_guard guard(mutex_);
+  taps_.removeAll(port);
+  return request([&](std::uint64_t session) { return wire::UntapAll{session, port}; }, deadline);
 }
 
 std::optional<wire::Status> EventPortManager::Session::request(
-    const std::function<wire::Body(std::uint64_t session)>& message) {
-  // Begins in front of the lock, so that all who wait behind one request give up together.
-  const Deadline deadline(client::AnswerTime);
-  const std::lock_guard guard(mutex_);
-  if (!channels_) return std::nullopt;
+    const std::function<wire::Body(std::uint64_t session)>& message, const Deadline& deadline) {
+  if (!attached()) return std::nullopt;
   const auto result = channels_->control.ask<wire::Result>(message(channels_->control.session()), deadline);
+  if (!result) noticeLoss();
   return result ? std::optional(result->status) : std::nullopt;
 }
 
 bool EventPortManager::Session::send(std::uint32_t port, std::uint16_t group, std::span<const std::uint8_t> bytes) {
   const std::lock_guard guard(mutex_);
-  return channels_ && channels_->control.send(port, group, bytes);
+  if (!channels_) return false;
+  const bool sent = channels_->control.send(port, group, bytes);
+  if (!sent) noticeLoss();
+  return sent;
 }
 
 std::optional<wire::Topology> EventPortManager::Session::topology() {
   const Deadline deadline(client::AnswerTime);
   const std::lock_guard guard(mutex_);
-  if (!channels_) return std::nullopt;
-  return channels_->control.ask<wire::Topology>(wire::AskTopology{channels_->control.session()}, deadline);
+  if (!attached()) return std::nullopt;
+  auto topology = channels_->control.ask<wire::Topology>(wire::AskTopology{channels_->control.session()}, deadline);
+  if (!topology) noticeLoss();
+  return topology;
 }
 
 std::optional<wire::Status> EventPortManager::Session::patch(bool made, const wire::LinkRecord& link) {
   const Deadline deadline(client::AnswerTime);
   const std::lock_guard guard(mutex_);
   // Before the change, so that what follows it is only news.
-  if (!channels_ || !bringMirrorUp(deadline)) return std::nullopt;
+  if (!attached() || !bringMirrorUp(deadline)) return std::nullopt;
   const wire::Patch change{
       channels_->control.session(), made, link.sourceGroup, link.sourceIndex, link.sinkGroup, link.sinkIndex};
   const auto result = channels_->control.ask<wire::Result>(change, deadline);
-  if (!result || !waitForVersion(result->graphVersion, deadline)) return std::nullopt;
-  return result->status;
+  if (result && waitForVersion(result->graphVersion, deadline)) return result->status;
+  noticeLoss();
+  return std::nullopt;
 }
 
 bool EventPortManager::Session::sourcesOf(StrmSrv::PortRecord sink, std::vector<StrmSrv::PortRecord>& result) {
   result.clear();
   const Deadline deadline(client::AnswerTime);
   const std::lock_guard guard(mutex_);
-  if (!channels_ || !bringMirrorUp(deadline)) return false;
+  if (!attached() || !bringMirrorUp(deadline)) return false;
   const auto sources = mirror_.sourcesOf(sink);
   result.assign(sources.begin(), sources.end());
   return true;
@@ -107,10 +171,76 @@ bool EventPortManager::Session::sinksOf(StrmSrv::PortRecord source, std::vector<
   result.clear();
   const Deadline deadline(client::AnswerTime);
   const std::lock_guard guard(mutex_);
-  if (!channels_ || !bringMirrorUp(deadline)) return false;
+  if (!attached() || !bringMirrorUp(deadline)) return false;
   const auto sinks = mirror_.sinksOf(source);
   result.assign(sinks.begin(), sinks.end());
   return true;
+}
+
+bool EventPortManager::Session::attached() {
+  if (closed_ || channels_) return !closed_;
+  if (std::chrono::steady_clock::now() < nextLook_) return false;
+  const bool back = connection_.whyUnreachable() == 0 && attach(Deadline(AttachTime));
+  nextLook_ = std::chrono::steady_clock::now() + LookInterval;
+  return back;
+}
+
+void EventPortManager::Session::noticeLoss() {
+  if (channels_ && channels_->control.lost()) lose();
+}
+
+void EventPortManager::Session::lose() {
+  if (!connection_.mayReturn()) return;
+  channels_.reset();
+  mirrorValid_ = false;
+  session_ = 0;
+  nextLook_ = std::chrono::steady_clock::now();
+  report(endpoint_, "the service has gone");
+}
+
+bool EventPortManager::Session::attach(const Deadline& deadline) {
+  try {
+    auto& control = channels_.emplace(connection_.context(), connection_.address()).control;
+    bool answered = control.greet(program_invocation_short_name, deadline);
+    std::size_t tapped = 0;
+    for (const client::WantedTap& tap : taps_.all()) {
+      if (!answered) break;
+      const auto result =
+          control.ask<wire::Result>(wire::Tap{control.session(), tap.port, tap.holderBytes, tap.name}, deadline);
+      answered = result.has_value();
+      if (answered && result->status == wire::Status::Ok) ++tapped;
+    }
+    if (answered) {
+      session_ = control.session();
+      report(endpoint_, tapsText(tapped, taps_.all().size()));
+      return true;
+    }
+  } catch (const std::exception&) {
+    // The system gives no socket; perhaps next time.
+  }
+  channels_.reset();
+  return false;
+}
+
+bool EventPortManager::Session::openEvents(std::uint64_t session) {
+  try {
+    events_.emplace(connection_.context(), connection_.address(), session);
+    if (events_->open(Deadline(AttachTime))) return true;
+  } catch (const std::exception&) {
+    // As above.
+  }
+  events_.reset();
+  const std::lock_guard guard(mutex_);
+  if (session_ == session) lose();
+  return false;
+}
+
+void EventPortManager::Session::waitForService(const Deadline& deadline) {
+  {
+    const std::lock_guard guard(mutex_);
+    if (attached()) return;
+  }
+  poll(nullptr, 0, static_cast<int>(std::min(deadline.left(), LookInterval).count()));
 }
 
 bool EventPortManager::Session::openGraph(const Deadline& deadline) {

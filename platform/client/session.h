@@ -1,6 +1,8 @@
 // The library's side of a connection to a service.
 #pragma once
 
+#include <atomic>
+#include <chrono>
 #include <cstdint>
 #include <functional>
 #include <memory>
@@ -19,18 +21,24 @@
 #include "platform/client/graph_channel.h"
 #include "platform/client/link_mirror.h"
 #include "platform/client/port_registry.h"
+#include "platform/client/tap_list.h"
 #include "platform/wire/messages.h"
 #include "strmsrv.h"
 
 namespace EvtSrv {
 
-// One client of a service: its three channels, its ports and its mirror of the patch graph. Any thread, but for receive
-// and close. Everything that has no answer (nothing, or false) means that the service has not answered within two
-// seconds of the call, that the system gives no socket, or that the session is closed.
+// One client of a service: its three channels, its ports, its taps and its mirror of the patch graph. Any thread, but
+// for receive and close. Everything that has no answer (nothing, or false) means that the service has gone or has not
+// answered within two seconds of the call, that the system gives no socket, or that the session is closed.
+//
+// A service that goes, and may come back, costs one line on standard error. From then on every request and every
+// receive looks for it, some times in a second; when it is back, the session attaches with all its taps, and says so in
+// one line.
 class EventPortManager::Session {
  public:
-  // Attaches. Without a service that answers: the cause in words. Blocks two seconds at most.
-  static std::variant<std::shared_ptr<Session>, std::string> open(client::Connection connection);
+  // Attaches. endpoint: what the connection is called on standard error. Without a service that answers: the cause in
+  // words. Blocks two seconds at most.
+  static std::variant<std::shared_ptr<Session>, std::string> open(client::Connection connection, std::string endpoint);
 
   Session(const Session&) = delete;
   Session& operator=(const Session&) = delete;
@@ -50,7 +58,8 @@ class EventPortManager::Session {
   std::optional<wire::Status> untap(std::uint32_t port, const std::string& name);
   std::optional<wire::Status> untapAll(std::uint32_t port);
 
-  // Waits only while the service is behind. bytes: not empty, wire::MaxMessageBytes at most.
+  // Waits only while the service is behind, and fails at once while it has gone. bytes: not empty,
+  // wire::MaxMessageBytes at most.
   bool send(std::uint32_t port, std::uint16_t group, std::span<const std::uint8_t> bytes);
 
   std::optional<wire::Topology> topology();
@@ -66,13 +75,28 @@ class EventPortManager::Session {
  private:
   // What is closed together; guarded by mutex_.
   struct Channels {
+    Channels(zmq::context_t& context, const std::string& address) : control(context, address) {}
     client::ControlChannel control;
     std::optional<client::GraphChannel> graph;  // from the first question about the graph on
   };
 
-  explicit Session(client::Connection connection) : connection_(std::move(connection)) {}
+  Session(client::Connection connection, std::string endpoint)
+      : connection_(std::move(connection)), endpoint_(std::move(endpoint)) {}
 
-  std::optional<wire::Status> request(const std::function<wire::Body(std::uint64_t session)>& message);
+  // With mutex_ locked.
+  std::optional<wire::Status> request(const std::function<wire::Body(std::uint64_t session)>& message,
+                                      const client::Deadline& deadline);
+
+  // With mutex_ locked: whether the service is there, as far as is known; looks for it when it has gone.
+  bool attached();
+  // With mutex_ locked: what to do after something has had no answer.
+  void noticeLoss();
+  void lose();
+  bool attach(const client::Deadline& deadline);
+
+  // For the thread that receives.
+  bool openEvents(std::uint64_t session);
+  void waitForService(const client::Deadline& deadline);
 
   // With mutex_ locked, and channels_ there.
   bool openGraph(const client::Deadline& deadline);
@@ -80,12 +104,17 @@ class EventPortManager::Session {
   bool waitForVersion(std::uint64_t version, const client::Deadline& deadline);
 
   client::Connection connection_;  // the last to go
+  std::string endpoint_;
   client::PortRegistry ports_;
   client::FairMutex mutex_;
-  std::optional<Channels> channels_;
-  client::LinkMirror mirror_;  // guarded by mutex_
+  std::optional<Channels> channels_;  // none while the service has gone, and after close
+  client::LinkMirror mirror_;         // guarded by mutex_, as all down to events_
   bool mirrorValid_ = false;
-  std::optional<client::EventChannel> events_;  // of the thread that receives
+  client::TapList taps_;
+  bool closed_ = false;
+  std::chrono::steady_clock::time_point nextLook_;  // for a service that has gone
+  std::optional<client::EventChannel> events_;      // of the thread that receives
+  std::atomic<std::uint64_t> session_{0};           // the service's number of it; 0 while the service has gone
 };
 
 }  // namespace EvtSrv

@@ -1,25 +1,34 @@
 #include "platform/host/dispatcher.h"
 
 #include <algorithm>
+#include <chrono>
+#include <initializer_list>
 #include <string>
 #include <utility>
 #include <variant>
 
+#include "platform/host/link_record.h"
+#include "platform/host/stats_message.h"
 #include "platform/host/topology_message.h"
 #include "platform/wire/printable.h"
 
 namespace host {
 namespace {
 
-// Larger pieces would only make the others wait longer.
-constexpr std::size_t MaxEventsBytes = 64U << 10U;
-
 service::Link toLink(const wire::Patch& patch) {
   return {patch.sourceGroup, patch.sourceIndex, patch.sinkGroup, patch.sinkIndex};
 }
 
-wire::LinkRecord toRecord(const service::Link& link) {
-  return {link.sourceGroup, link.sourceIndex, link.sinkGroup, link.sinkIndex};
+// How long a client is probed. ZeroMQ tells of a closed connection a moment before it forgets the peer, and a number of
+// a connection may be a new client's already.
+constexpr service::Time SuspicionTime = std::chrono::seconds(1);
+
+std::optional<service::Time> earliest(std::initializer_list<std::optional<service::Time>> times) {
+  std::optional<service::Time> first;
+  for (const auto& time : times) {
+    if (time && (!first || *time < *first)) first = time;
+  }
+  return first;
 }
 
 service::EventPortId toPort(std::uint32_t number) { return service::EventPortId{number}; }
@@ -58,10 +67,18 @@ void Dispatcher::idle(service::Time now) {
 }
 
 std::optional<service::Time> Dispatcher::advance(service::Time now) {
-  const auto next = service_.advance(now);
+  const auto serviceNext = service_.advance(now);
   sendEvents();
+  const auto probeNext = probeSuspects(now);
   removeGone(now);
-  return next;
+  return earliest({serviceNext, probeNext, logLosses(now)});
+}
+
+void Dispatcher::connectionClosed(int connection, service::Time now) {
+  for (auto& [number, session] : sessions_.all()) {
+    if (std::ranges::find(session.connections, connection) == session.connections.end()) continue;
+    session.suspicion = Suspicion{.nextProbe = now, .end = now + SuspicionTime};
+  }
 }
 
 void Dispatcher::handle(const Request& request, wire::Hello& message) {
@@ -72,14 +89,17 @@ void Dispatcher::handle(const Request& request, wire::Hello& message) {
     return;
   }
   Session& session = *sessions_.add(request.peer, service_.addClient());
-  session.name = wire::printable(message.program) + " (process " + std::to_string(message.process) + ")";
+  session.program = std::move(message.program);
+  session.process = message.process;
+  session.connections[0] = peers_.connection();
   log(session, "has come");
   answer(request, wire::Welcome{session.number, limits_.sendWindow});
 }
 
 void Dispatcher::handle(const Request& request, wire::Goodbye& message) {
-  const Session* session = sessionFor(request, message.session, &Session::controlPeer);
+  Session* session = sessionFor(request, message.session, &Session::controlPeer);
   if (session == nullptr) return;
+  logLoss(*session, request.now);
   log(*session, "has left");
   service_.removeClient(session->client, request.now);
   sessions_.remove(message.session);
@@ -125,7 +145,7 @@ void Dispatcher::handle(const Request& request, wire::AskLinks& message) {
   Session* session = sessionFor(request, message.session, &Session::controlPeer);
   if (session == nullptr) return;
   wire::Links links{service_.graphVersion(), {}};
-  for (const service::Link& link : service_.links()) links.links.push_back(toRecord(link));
+  for (const service::Link& link : service_.links()) links.links.push_back(linkRecord(link));
   session->graph = Credit(links.version);
   session->graphStale = false;
   answer(request, links);
@@ -139,16 +159,36 @@ void Dispatcher::handle(const Request& request, wire::Send& message) {
     return;
   }
   service_.send(session->client, toPort(message.eventPort), {message.group, message.bytes}, request.now);
-  ++session->taken;
-  takenOwed_ = true;
-  const std::uint64_t often = std::max<std::uint64_t>(limits_.sendWindow / 4, 1);
-  if (session->taken - session->takenTold >= often) sendTaken(*session);
+  countTaken(*session);
+}
+
+void Dispatcher::handle(const Request& request, wire::Inject& message) {
+  Session* session = sessions_.find(message.session);
+  wire::Status status = wire::Status::NoSession;
+  if (session != nullptr && session->controlPeer == request.peer) {
+    status = wire::Status::Ok;
+    for (const wire::InjectItem& item : message.messages) {
+      status = service_.inject(session->client, message.name, {item.group, item.bytes}, request.now);
+      if (status != wire::Status::Ok) break;
+    }
+    countTaken(*session);
+  }
+  // Told even without a tag, as for Send.
+  if (status != wire::Status::Ok) {
+    sendTo(request.peer, wire::encode(request.tag, wire::Result{status, service_.graphVersion()}));
+  }
+}
+
+void Dispatcher::handle(const Request& request, wire::AskStats& message) {
+  if (sessionFor(request, message.session, &Session::controlPeer) == nullptr) return;
+  answer(request, statsMessage(service_, sessions_, limits_));
 }
 
 void Dispatcher::handle(const Request& request, wire::OpenEvents& message) {
   Session* session = sessions_.find(message.session);
   if (session == nullptr) return answer(request, wire::Status::NoSession);
   const bool opened = sessions_.openEvents(*session, request.peer);
+  if (opened) session->connections[1] = peers_.connection();
   answer(request, opened ? wire::Status::Ok : wire::Status::BadRequest);
 }
 
@@ -161,7 +201,10 @@ void Dispatcher::handle(const Request& request, wire::OpenGraph& message) {
   Session* session = sessions_.find(message.session);
   if (session == nullptr) return answer(request, wire::Status::NoSession);
   const bool opened = sessions_.openGraph(*session, request.peer);
-  if (opened) session->graph = Credit(service_.graphVersion());
+  if (opened) {
+    session->graph = Credit(service_.graphVersion());
+    session->connections[2] = peers_.connection();
+  }
   answer(request, opened ? wire::Status::Ok : wire::Status::BadRequest);
 }
 
@@ -188,69 +231,6 @@ void Dispatcher::answer(const Request& request, wire::Status status) {
 
 void Dispatcher::answer(const Request& request, const wire::Body& body) {
   if (request.tag != 0) sendTo(request.peer, wire::encode(request.tag, body));
-}
-
-void Dispatcher::sendTo(std::string_view peer, std::span<const std::uint8_t> message) {
-  if (peers_.send(peer, message)) return;
-  Session* session = sessions_.findByPeer(peer);
-  if (session == nullptr) return;
-  session->gone = true;
-  someGone_ = true;
-}
-
-void Dispatcher::sendTaken(Session& session) {
-  if (session.taken == session.takenTold) return;
-  session.takenTold = session.taken;
-  sendTo(session.controlPeer, wire::encode(0, wire::Taken{session.taken}));
-}
-
-void Dispatcher::sendEvents() {
-  for (auto& [number, session] : sessions_.all()) {
-    if (!session.eventPeer.empty()) sendEvents(session);
-  }
-}
-
-void Dispatcher::sendEvents(Session& session) {
-  while (!session.gone && session.events.onItsWay() < limits_.eventWindow && service_.hasEvents(session.client)) {
-    const std::uint64_t room = limits_.eventWindow - session.events.onItsWay();
-    events_.resize(eventsFront_);
-    session.events.sent(service_.takeEvents(session.client, std::min<std::uint64_t>(room, MaxEventsBytes), events_));
-    sendTo(session.eventPeer, events_);
-  }
-}
-
-void Dispatcher::sendGraphChanges() {
-  for (const service::GraphChange& change : service_.takeGraphChanges()) {
-    const auto message = wire::encode(0, wire::GraphChanged{change.version, change.added, toRecord(change.link)});
-    for (auto& [number, session] : sessions_.all()) {
-      if (session.graphPeer.empty() || session.graphStale) continue;
-      if (session.graph.onItsWay() < limits_.graphWindow) {
-        session.graph.sent(1);
-        sendTo(session.graphPeer, message);
-      } else {
-        session.graphStale = true;
-        sendTo(session.graphPeer, wire::encode(0, wire::GraphStale{}));
-      }
-    }
-  }
-}
-
-void Dispatcher::removeGone(service::Time now) {
-  if (!std::exchange(someGone_, false)) return;
-  std::vector<std::uint64_t> gone;
-  for (const auto& [number, session] : sessions_.all()) {
-    if (session.gone) gone.push_back(number);
-  }
-  for (const std::uint64_t number : gone) {
-    const Session& session = *sessions_.find(number);
-    log(session, "cannot be reached any more");
-    service_.removeClient(session.client, now);
-    sessions_.remove(number);
-  }
-}
-
-void Dispatcher::log(const Session& session, std::string_view what) const {
-  if (log_) log_(session.name + " " + std::string(what));
 }
 
 }  // namespace host

@@ -32,10 +32,14 @@ class Dispatcher {
   // A message has come from peer.
   void receive(std::string_view peer, std::span<const std::uint8_t> message, service::Time now);
 
+  // A connection (see Peers::connection) seems to have closed. Whether those who came by it are still there is found
+  // out by sending to them for a while.
+  void connectionClosed(int connection, service::Time now);
+
   // No message stands ready: tells waiting senders how far the service has come.
   void idle(service::Time now);
 
-  // Does what is due in the service. Answers when to call again (see service::Service::advance).
+  // Does what is due in the service, and here. Answers when to call again (see service::Service::advance).
   std::optional<service::Time> advance(service::Time now);
 
  private:
@@ -54,6 +58,8 @@ class Dispatcher {
   void handle(const Request& request, wire::AskTopology& message);
   void handle(const Request& request, wire::AskLinks& message);
   void handle(const Request& request, wire::Send& message);
+  void handle(const Request& request, wire::Inject& message);
+  void handle(const Request& request, wire::AskStats& message);
   void handle(const Request& request, wire::OpenEvents& message);
   void handle(const Request& request, wire::Consumed& message);
   void handle(const Request& request, wire::OpenGraph& message);
@@ -68,11 +74,16 @@ class Dispatcher {
   void answer(const Request& request, wire::Status status);
   void answer(const Request& request, const wire::Body& body);
   void sendTo(std::string_view peer, std::span<const std::uint8_t> message);
+  void countTaken(Session& session);
   void sendTaken(Session& session);
   void sendEvents();
   void sendEvents(Session& session);
   void sendGraphChanges();
   void removeGone(service::Time now);
+  // Both answer when to call them again.
+  std::optional<service::Time> probeSuspects(service::Time now);
+  std::optional<service::Time> logLosses(service::Time now);
+  void logLoss(Session& session, service::Time now);
   void log(const Session& session, std::string_view what) const;
 
   service::Service& service_;

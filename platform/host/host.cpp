@@ -46,13 +46,15 @@ void Host::stop() noexcept {
 }
 
 void Host::wait(std::optional<service::Time> until) {
-  std::array<zmq_pollitem_t, 2> items{
-      {{socket_.handle(), 0, ZMQ_POLLIN, 0}, {nullptr, wake_.descriptor(), ZMQ_POLLIN, 0}}};
+  std::array<zmq_pollitem_t, 3> items{{{socket_.handle(), 0, ZMQ_POLLIN, 0},
+                                       {socket_.monitorHandle(), 0, ZMQ_POLLIN, 0},
+                                       {nullptr, wake_.descriptor(), ZMQ_POLLIN, 0}}};
   // An interrupted wait is a short one.
   zmq_poll(items.data(), static_cast<int>(items.size()), pollTimeout(until));
 }
 
 bool Host::serve() {
+  while (const auto closed = socket_.closedConnection()) dispatcher_.connectionClosed(*closed, clockNow());
   for (int served = 0; served < MessagesAtOnce; ++served) {
     const auto incoming = socket_.receive();
     if (!incoming) return false;

@@ -12,14 +12,20 @@ namespace {
 // window holds fewer of them. What a peer does not take beyond it, it has not asked for.
 constexpr int HighWaterMark = 32'768;
 
+// What a client sends faster than it is taken waits in the client, but for so many messages; a client that minds no
+// window fills no more memory than these.
+constexpr int ReceiveHighWaterMark = 128;
+
 // What is larger is none of our messages; ZeroMQ then closes the connection that it came on.
 constexpr auto MaxMessage = static_cast<std::int64_t>(wire::MaxMessageBytes + 4096);
 
 }  // namespace
 
-RouterSocket::RouterSocket(zmq::context_t& context) : socket_(context, zmq::socket_type::router) {
+RouterSocket::RouterSocket(zmq::context_t& context)
+    : socket_(context, zmq::socket_type::router), monitor_(context, socket_, ZMQ_EVENT_DISCONNECTED) {
   socket_.set(zmq::sockopt::router_mandatory, true);
   socket_.set(zmq::sockopt::sndhwm, HighWaterMark);
+  socket_.set(zmq::sockopt::rcvhwm, ReceiveHighWaterMark);
   socket_.set(zmq::sockopt::maxmsgsize, MaxMessage);
   socket_.set(zmq::sockopt::linger, 0);
 }
@@ -45,6 +51,16 @@ std::optional<RouterSocket::Incoming> RouterSocket::receive() {
 
 bool RouterSocket::send(std::string_view peer, std::span<const std::uint8_t> message) {
   return sendFrame(peer.data(), peer.size(), ZMQ_SNDMORE) && sendFrame(message.data(), message.size(), 0);
+}
+
+std::optional<int> RouterSocket::connection() const {
+  const int descriptor = zmq_msg_get(message_.handle(), ZMQ_SRCFD);
+  return descriptor < 0 ? std::nullopt : std::optional(descriptor);
+}
+
+std::optional<int> RouterSocket::closedConnection() {
+  const auto event = monitor_.next();
+  return event ? std::optional(event->value) : std::nullopt;
 }
 
 // Not zmq::socket_t::recv and send: neither a signal nor a peer that has gone is an exception here.

@@ -10,6 +10,7 @@
 #include <zmq.hpp>
 
 #include "platform/host/peers.h"
+#include "platform/host/socket_monitor.h"
 
 namespace host {
 
@@ -33,14 +34,22 @@ class RouterSocket : public Peers {
 
   bool send(std::string_view peer, std::span<const std::uint8_t> message) override;
 
-  // For polling.
+  std::optional<int> connection() const override;
+
+  // A connection that has closed since the last time; nothing when there is none. Peers that came by it are forgotten
+  // some moments later.
+  std::optional<int> closedConnection();
+
+  // For polling: either readable when there is something to do.
   void* handle() { return socket_.handle(); }
+  void* monitorHandle() { return monitor_.handle(); }
 
  private:
   bool receiveFrame(zmq::message_t& frame, int flags);
   bool sendFrame(const void* bytes, std::size_t size, int flags);
 
   zmq::socket_t socket_;
+  SocketMonitor monitor_;
   zmq::message_t peer_;
   zmq::message_t message_;
 };

@@ -1,10 +1,13 @@
 // What a host knows of one client.
 #pragma once
 
+#include <array>
 #include <cstddef>
 #include <cstdint>
+#include <optional>
 #include <string>
 
+#include "platform/drivers/port.h"
 #include "platform/service/client_id.h"
 
 namespace host {
@@ -28,23 +31,35 @@ class Credit {
   std::uint64_t acknowledged_;
 };
 
+// The client's death is looked into: one of its connections seems to have closed.
+struct Suspicion {
+  service::Time nextProbe{};
+  service::Time end{};  // a client that can be reached until then is alive
+};
+
 // One client, from its Hello to its Goodbye. A peer is the routing id of one of its three sockets, empty until that
 // socket has opened its channel.
 struct Session {
   std::uint64_t number = 0;  // random, so that nobody speaks for another by guessing; never 0
   service::ClientId client{};
-  std::string name;  // for the log
+  std::string program;
+  std::uint32_t process = 0;
   std::string controlPeer;
   std::string eventPeer;
   std::string graphPeer;
+  std::array<std::optional<int>, 3> connections;  // of the three, see Peers::connection
 
   Credit events;  // in bytes of entries
   Credit graph;   // in versions of the patch graph
   bool graphStale = false;
 
-  std::uint64_t taken = 0;      // Send messages
+  std::uint64_t taken = 0;      // Send and Inject
   std::uint64_t takenTold = 0;  // as far as the client knows
 
+  std::uint64_t lossTold = 0;  // copies lost, as far as the log knows
+  service::Time lossToldAt{};
+
+  std::optional<Suspicion> suspicion;
   bool gone = false;  // could not be reached; to be removed
 };
 

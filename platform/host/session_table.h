@@ -33,6 +33,7 @@ class SessionTable {
   void remove(std::uint64_t number);
 
   Sessions& all() { return sessions_; }
+  const Sessions& all() const { return sessions_; }
 
  private:
   struct TextHash {

@@ -11,6 +11,11 @@
 namespace service {
 
 struct Service::State {
+  struct Client {
+    TapQueue queue;
+    std::uint64_t in = 0;
+  };
+
   State(std::unique_ptr<Driver> device, Limits sizes)
       : driver(std::move(device)),
         limits(sizes),
@@ -20,11 +25,11 @@ struct Service::State {
             [this](PortId sink, const Message& message, Time now) { driver->deliver(sink, message, now); }) {}
 
   const Topology& topology() const { return driver->topology(); }
-  bool knows(ClientId client) const { return queues.contains(client); }
+  bool knows(ClientId client) const { return clients.contains(client); }
 
   void copyToTaps(PortId port, const Message& message, Time now) {
     for (const Tap& tap : taps.of(port)) {
-      queues.at(tap.client).add(tap.eventPort, port, tap.holderBytes, message, now);
+      clients.at(tap.client).queue.add(tap.eventPort, port, tap.holderBytes, message, now);
     }
   }
 
@@ -39,9 +44,11 @@ struct Service::State {
   Limits limits;
   PatchGraph graph;
   TapTable taps;
-  std::unordered_map<ClientId, TapQueue> queues;
+  std::unordered_map<ClientId, Client> clients;
   Router router;
   std::vector<GraphChange> changes;
+  Counts past;           // of clients that have left
+  std::uint64_t in = 0;  // of everybody, and the device
   std::uint32_t lastClient = 0;
 };
 
@@ -58,13 +65,16 @@ Service::~Service() = default;
 
 ClientId Service::addClient() {
   const ClientId client{++state_->lastClient};
-  state_->queues.emplace(client, TapQueue(state_->limits.queueBytes));
+  state_->clients.emplace(client, State::Client{.queue = TapQueue(state_->limits.queueBytes)});
   return client;
 }
 
 void Service::removeClient(ClientId client, Time now) {
+  const ClientCounts counted = counts(client);
+  state_->past.out += counted.out;
+  state_->past.lost += counted.lost;
   const auto ended = state_->taps.removeClient(client);
-  state_->queues.erase(client);
+  state_->clients.erase(client);
   for (const PortId port : ended) state_->releaseIfUnused(port, now);
 }
 
@@ -92,16 +102,23 @@ void Service::untapAll(ClientId client, EventPortId port, Time now) {
 }
 
 wire::Status Service::send(ClientId client, EventPortId port, const Message& message, Time now) {
-  if (!state_->knows(client)) return wire::Status::NoSession;
+  const auto sender = state_->clients.find(client);
+  if (sender == state_->clients.end()) return wire::Status::NoSession;
   if (message.bytes.empty()) return wire::Status::BadRequest;
+  ++sender->second.in;
+  ++state_->in;
   state_->router.pass(state_->taps.tappedBy(client, port), message, now);
   return wire::Status::Ok;
 }
 
-wire::Status Service::inject(std::string_view name, const Message& message, Time now) {
+wire::Status Service::inject(ClientId client, std::string_view name, const Message& message, Time now) {
+  const auto sender = state_->clients.find(client);
+  if (sender == state_->clients.end()) return wire::Status::NoSession;
   const auto port = state_->topology().port(name);
   if (!port) return wire::Status::NotFound;
   if (message.bytes.empty()) return wire::Status::BadRequest;
+  ++sender->second.in;
+  ++state_->in;
   state_->router.pass({&*port, 1}, message, now);
   return wire::Status::Ok;
 }
@@ -133,13 +150,30 @@ std::vector<GraphChange> Service::takeGraphChanges() { return std::exchange(stat
 const Topology& Service::topology() const { return state_->topology(); }
 
 std::size_t Service::takeEvents(ClientId client, std::size_t maxBytes, std::vector<std::uint8_t>& out) {
-  const auto queue = state_->queues.find(client);
-  return queue == state_->queues.end() ? 0 : queue->second.take(maxBytes, state_->topology(), out);
+  const auto found = state_->clients.find(client);
+  return found == state_->clients.end() ? 0 : found->second.queue.take(maxBytes, state_->topology(), out);
 }
 
 bool Service::hasEvents(ClientId client) const {
-  const auto queue = state_->queues.find(client);
-  return queue != state_->queues.end() && !queue->second.empty();
+  const auto found = state_->clients.find(client);
+  return found != state_->clients.end() && !found->second.queue.empty();
+}
+
+ClientCounts Service::counts(ClientId client) const {
+  const auto found = state_->clients.find(client);
+  if (found == state_->clients.end()) return {};
+  const auto& [queue, in] = found->second;
+  return {state_->taps.count(client), in, queue.accepted(), queue.lost(), queue.bytes()};
+}
+
+Counts Service::counts() const {
+  Counts all = state_->past;
+  all.in = state_->in;
+  for (const auto& [id, client] : state_->clients) {
+    all.out += client.queue.accepted();
+    all.lost += client.queue.lost();
+  }
+  return all;
 }
 
 std::optional<Time> Service::advance(Time now) { return state_->driver->advance(now); }
@@ -147,6 +181,7 @@ std::optional<Time> Service::advance(Time now) { return state_->driver->advance(
 void Service::emitted(PortId source, const Message& message, Time now) {
   // A record without a message would be taken for the end of the data by who reads it.
   if (source.side != Side::Source || message.bytes.empty()) return;
+  ++state_->in;
   state_->router.emitted(source, message, now);
 }
 

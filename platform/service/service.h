@@ -12,6 +12,7 @@
 
 #include "platform/drivers/driver.h"
 #include "platform/service/client_id.h"
+#include "platform/service/counts.h"
 #include "platform/wire/status.h"
 
 namespace service {
@@ -49,8 +50,8 @@ class Service : private DriverEvents {
   // if it had emitted the message, at a sink as if it had arrived there. BadRequest: the message has no bytes.
   wire::Status send(ClientId client, EventPortId port, const Message& message, Time now);
 
-  // Passes a message through one device port in the same way.
-  wire::Status inject(std::string_view name, const Message& message, Time now);
+  // Passes a message through one device port in the same way, tapped or not. NotFound: no port has that name.
+  wire::Status inject(ClientId client, std::string_view name, const Message& message, Time now);
 
   // Patch graph. graphVersion counts changes; changes of everybody are collected until takeGraphChanges.
   wire::Status connect(const Link& link, Time now);
@@ -68,6 +69,10 @@ class Service : private DriverEvents {
 
   // True when events wait for the client.
   bool hasEvents(ClientId client) const;
+
+  // All zero for a client that is not there.
+  ClientCounts counts(ClientId client) const;
+  Counts counts() const;
 
   // Does what is due; answers when to call again (see Driver::advance). An answer holds until the next call of an
   // operation that takes a time.

@@ -28,6 +28,7 @@ void TapQueue::add(EventPortId eventPort, PortId port, std::uint32_t holderBytes
     const auto time = static_cast<std::uint64_t>(now.count());
     entries_.push_back({.lostOrTime = time, .eventPort = eventPort, .recordBytes = 0, .port = port});
   }
+  ++accepted_;
   entries_.back().recordBytes += static_cast<std::uint32_t>(recordBytes);
   records_.append(wire::recordFront(message.group, message.bytes.size()));
   records_.append(message.bytes);

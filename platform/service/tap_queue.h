@@ -40,7 +40,8 @@ class TapQueue {
   // What is stored, in bytes; never above the limit.
   std::size_t bytes() const { return records_.size() + entries_.size() * sizeof(Entry); }
 
-  // Records dropped in all.
+  // Records taken in, and dropped, in all.
+  std::uint64_t accepted() const { return accepted_; }
   std::uint64_t lost() const { return lost_; }
 
  private:
@@ -59,6 +60,7 @@ class TapQueue {
   std::deque<Entry> entries_;  // oldest first
   ByteFifo records_;
   std::uint64_t dropped_ = 0;  // since the last record that was taken in
+  std::uint64_t accepted_ = 0;
   std::uint64_t lost_ = 0;
   std::uint32_t sequence_ = 0;
 };

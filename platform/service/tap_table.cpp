@@ -52,6 +52,15 @@ std::span<const Tap> TapTable::of(PortId port) const {
   return found->second;
 }
 
+std::uint32_t TapTable::count(ClientId client) const {
+  std::uint32_t count = 0;
+  for (auto ports = tapped_.lower_bound({client, EventPortId{0}});
+       ports != tapped_.end() && ports->first.first == client; ++ports) {
+    count += static_cast<std::uint32_t>(ports->second.size());
+  }
+  return count;
+}
+
 std::vector<PortId> TapTable::tappedBy(ClientId client, EventPortId eventPort) const {
   std::vector<PortId> ports;
   const auto found = tapped_.find({client, eventPort});

@@ -38,6 +38,9 @@ class TapTable {
   // The taps of a port, in the order of tapping. Valid until the next change.
   std::span<const Tap> of(PortId port) const;
 
+  // How many taps a client has.
+  std::uint32_t count(ClientId client) const;
+
   // The ports that an event port taps, in the order of tapping.
   std::vector<PortId> tappedBy(ClientId client, EventPortId eventPort) const;
 

@@ -32,6 +32,10 @@ constexpr std::uint16_t KindOf<AskLinks> = 0x0108;
 template <>
 constexpr std::uint16_t KindOf<Send> = 0x0109;
 template <>
+constexpr std::uint16_t KindOf<Inject> = 0x010A;
+template <>
+constexpr std::uint16_t KindOf<AskStats> = 0x010B;
+template <>
 constexpr std::uint16_t KindOf<Welcome> = 0x0201;
 template <>
 constexpr std::uint16_t KindOf<Result> = 0x0202;
@@ -41,6 +45,10 @@ template <>
 constexpr std::uint16_t KindOf<Links> = 0x0204;
 template <>
 constexpr std::uint16_t KindOf<Taken> = 0x0205;
+template <>
+constexpr std::uint16_t KindOf<Probe> = 0x0206;
+template <>
+constexpr std::uint16_t KindOf<Stats> = 0x0207;
 template <>
 constexpr std::uint16_t KindOf<OpenEvents> = 0x0301;
 template <>
@@ -119,6 +127,24 @@ void fields(Io& io, Fields<Io, Send> m) {
 }
 
 template <class Io>
+void fields(Io& io, Fields<Io, InjectItem> m) {
+  io(m.group);
+  io(m.bytes);
+}
+
+template <class Io>
+void fields(Io& io, Fields<Io, Inject> m) {
+  io(m.session);
+  io(m.name);
+  io(m.messages);
+}
+
+template <class Io>
+void fields(Io& io, Fields<Io, AskStats> m) {
+  io(m.session);
+}
+
+template <class Io>
 void fields(Io& io, Fields<Io, Welcome> m) {
   io(m.session);
   io(m.sendWindow);
@@ -168,6 +194,29 @@ void fields(Io& io, Fields<Io, Links> m) {
 template <class Io>
 void fields(Io& io, Fields<Io, Taken> m) {
   io(m.count);
+}
+
+template <class Io>
+void fields(Io& /*io*/, Fields<Io, Probe> /*m*/) {}
+
+template <class Io>
+void fields(Io& io, Fields<Io, ClientStats> m) {
+  io(m.program);
+  io(m.process);
+  io(m.taps);
+  io(m.in);
+  io(m.out);
+  io(m.lost);
+  io(m.queueBytes);
+}
+
+template <class Io>
+void fields(Io& io, Fields<Io, Stats> m) {
+  io(m.in);
+  io(m.out);
+  io(m.lost);
+  io(m.queueLimit);
+  io(m.clients);
 }
 
 template <class Io>

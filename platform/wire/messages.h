@@ -88,11 +88,29 @@ struct Send {
   std::vector<std::uint8_t> bytes;
 };
 
+// Messages to pass through one device port, in this order: at a source as if it had emitted them, at a sink as if they
+// had arrived there. Not answered, but counted in Taken like a Send; only when the session or the port is not known, or
+// a message has no bytes, by a Result, also with tag 0 like its own.
+struct InjectItem {
+  std::uint16_t group = 0;
+  std::vector<std::uint8_t> bytes;
+};
+struct Inject {
+  std::uint64_t session = 0;
+  std::string name;
+  std::vector<InjectItem> messages;
+};
+
+// Answer: Stats.
+struct AskStats {
+  std::uint64_t session = 0;
+};
+
 // --- control channel, service to client ---
 
 struct Welcome {
   std::uint64_t session = 0;
-  std::uint32_t sendWindow = 0;  // Send messages that may be on their way before Taken must be waited for
+  std::uint32_t sendWindow = 0;  // Send and Inject that may be on their way before Taken must be waited for
 };
 
 struct Result {
@@ -127,9 +145,30 @@ struct Links {
   std::vector<LinkRecord> links;  // in the order of making
 };
 
-// How many Send messages of this client the service has taken in all.
+// How many Send and Inject of this client the service has taken in all.
 struct Taken {
   std::uint64_t count = 0;
+};
+
+// Sent to find out whether the client is still there; it does nothing with it.
+struct Probe {};
+
+// What one client has done and what waits for it. MIDI messages are counted, not the frames that carry them.
+struct ClientStats {
+  std::string program;
+  std::uint32_t process = 0;
+  std::uint32_t taps = 0;
+  std::uint64_t in = 0;    // sent or injected by it
+  std::uint64_t out = 0;   // copies handed to it
+  std::uint64_t lost = 0;  // copies dropped because its queue was full
+  std::uint64_t queueBytes = 0;
+};
+struct Stats {
+  std::uint64_t in = 0;  // messages that entered the device: its own, sent and injected ones; also of clients gone
+  std::uint64_t out = 0;
+  std::uint64_t lost = 0;
+  std::uint64_t queueLimit = 0;      // bytes that may wait for one client
+  std::vector<ClientStats> clients;  // in the order of their coming
 };
 
 // --- event channel ---
@@ -173,9 +212,9 @@ struct GraphChanged {
 // Service to client: too many changes were not dealt with, and no more are sent until AskLinks.
 struct GraphStale {};
 
-using Body =
-    std::variant<Hello, Goodbye, Tap, Untap, UntapAll, Patch, AskTopology, AskLinks, Send, Welcome, Result, Topology,
-                 Links, Taken, OpenEvents, Consumed, Events, OpenGraph, GraphSeen, GraphChanged, GraphStale>;
+using Body = std::variant<Hello, Goodbye, Tap, Untap, UntapAll, Patch, AskTopology, AskLinks, Send, Inject, AskStats,
+                          Welcome, Result, Topology, Links, Taken, Probe, Stats, OpenEvents, Consumed, Events,
+                          OpenGraph, GraphSeen, GraphChanged, GraphStale>;
 
 // One message. The tag of an answer is that of its request; 0 in what is no answer.
 struct Envelope {

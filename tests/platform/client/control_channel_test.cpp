@@ -69,6 +69,30 @@ TEST_F(ControlChannelTest, OtherResultsWithoutARequestMeanNothing) {
   for (std::uint32_t sent = 1; sent < Window; ++sent) ASSERT_TRUE(sendNote()) << sent;
 }
 
+class Injecting : public testing::Test {
+ protected:
+  void SetUp() override { ASSERT_TRUE(channel_.greet("test", Deadline(AnswerTime))); }
+
+  wire::Stats stats() { return channel_.ask<wire::Stats>(wire::AskStats{channel_.session()}).value_or(wire::Stats{}); }
+
+  TestService service_;  // not a stand-in
+  ControlChannel channel_{service_.service()->context(), service_.service()->address()};
+};
+
+TEST_F(Injecting, IsFinishedWhenTheServiceHasTakenEverything) {
+  constexpr int Frames = 5000;  // more than a window
+  for (int i = 0; i < Frames; ++i) ASSERT_TRUE(channel_.inject("G0In1", {{0, {0x90, 1, 1}}, {1, {0xFE}}}));
+  EXPECT_TRUE(channel_.finish());
+  EXPECT_EQ(stats().in, 2U * Frames);
+}
+
+TEST_F(Injecting, UnknownPortIsARefusalAtTheEnd) {
+  EXPECT_TRUE(channel_.inject("G9In1", {{0, {0xF8}}}));
+  EXPECT_FALSE(channel_.finish());
+  EXPECT_EQ(channel_.refusal(), wire::Status::NotFound);
+  EXPECT_FALSE(channel_.lost());
+}
+
 // The service, not a stand-in.
 TEST(ControlChannel, SendAfterLeavingFails) {
   TestService service;

@@ -2,6 +2,11 @@
 
 #include <gtest/gtest.h>
 
+#include <cstdlib>
+#include <string>
+#include <utility>
+#include <vector>
+
 #include "evtsrv.h"
 
 namespace client {
@@ -9,7 +14,6 @@ namespace {
 
 TEST(Endpoint, EmbeddedOnesNameTheirFile) {
   const std::vector<std::pair<std::string, std::string>> table = {
-      {"", ""},
       {"embedded:", ""},
       {"embedded:box.toml", "box.toml"},
       {"embedded:./jack", "./jack"},
@@ -21,8 +25,26 @@ TEST(Endpoint, EmbeddedOnesNameTheirFile) {
   }
 }
 
+TEST(Endpoint, LocalOnesNameTheirSocket) {
+  EXPECT_EQ(parseEndpoint("ipc:///run/a b", EvtSrv::ConBehave_Default), Endpoint(LocalEndpoint{"/run/a b"}));
+  EXPECT_EQ(parseEndpoint("ipc://here", EvtSrv::ConBehave_Void), Endpoint(LocalEndpoint{"here"}));
+}
+
+TEST(Endpoint, UnsetIsTheWellKnownSocketThenTheBuiltInDevice) {
+  const char* before = std::getenv("XDG_RUNTIME_DIR");
+  const std::string folder = before == nullptr ? "" : before;
+  setenv("XDG_RUNTIME_DIR", "/run/user/7", 1);
+  EXPECT_EQ(endpointsWhenUnset(), (std::vector<std::string>{"ipc:///run/user/7/streamd/socket", "embedded:"}));
+  const std::vector<std::string> ofTheSystem{"ipc:///run/streamd/socket", "embedded:"};
+  setenv("XDG_RUNTIME_DIR", "", 1);
+  EXPECT_EQ(endpointsWhenUnset(), ofTheSystem);
+  unsetenv("XDG_RUNTIME_DIR");
+  EXPECT_EQ(endpointsWhenUnset(), ofTheSystem);
+  if (before != nullptr) setenv("XDG_RUNTIME_DIR", folder.c_str(), 1);
+}
+
 TEST(Endpoint, AllOthersHaveCause) {
-  for (const char* text : {"ipc:///path", "tcp://host:5", "embedded:jack", "embedded:alsa", "embedded",
+  for (const char* text : {"", "ipc://", "ipc:/path", "tcp://host:5", "embedded:jack", "embedded:alsa", "embedded",
                            "EMBEDDED:", " embedded:", "inproc://service", "nonsense", "/path"}) {
     for (const std::uint32_t behaviour : {EvtSrv::ConBehave_Void, EvtSrv::ConBehave_Default}) {
       const Endpoint endpoint = parseEndpoint(text, behaviour);
@@ -34,9 +56,8 @@ TEST(Endpoint, AllOthersHaveCause) {
 }
 
 TEST(Endpoint, ProblemIsOnePrintableLine) {
-  EXPECT_EQ(problemLine("nonsense", "no such thing"), "evtsrv: nonsense: no such thing");
-  EXPECT_EQ(problemLine("", "no such thing"), "evtsrv: embedded:: no such thing");
-  EXPECT_EQ(problemLine("embedded:a\x1b[31m\nb\x7f\xc3\xa4", "c\td"), "evtsrv: embedded:a?[31m?b???: c?d");
+  EXPECT_EQ(endpointLine("nonsense", "no such thing"), "evtsrv: nonsense: no such thing");
+  EXPECT_EQ(endpointLine("embedded:a\x1b[31m\nb\x7f\xc3\xa4", "c\td"), "evtsrv: embedded:a?[31m?b???: c?d");
 }
 
 TEST(Endpoint, NetworkIsRefusedByBehaviour) {

@@ -22,8 +22,7 @@ struct Row {
 
 const std::vector<Row>& endpoints() {
   static const std::vector<Row> rows = {
-      {"ipc:///run/nowhere", EvtSrv::ConBehave_Default,
-       "evtsrv: ipc:///run/nowhere: services in other processes are not supported\n"},
+      {"ipc:///run/nowhere", EvtSrv::ConBehave_Default, "evtsrv: ipc:///run/nowhere: No such file or directory\n"},
       {"tcp://host:1", EvtSrv::ConBehave_Void, "evtsrv: tcp://host:1: services over the network are not supported\n"},
       {"tcp://host:1", EvtSrv::ConBehave_DisableOverNetwork,
        "evtsrv: tcp://host:1: refused: this program uses no service over the network\n"},
@@ -33,7 +32,7 @@ const std::vector<Row>& endpoints() {
        "evtsrv: nonsense: not an endpoint (ipc://PATH, tcp://HOST:PORT, embedded:FILE)\n"},
       {"embedded:/nowhere/a\x1b[31m\nb", EvtSrv::ConBehave_Default,
        "evtsrv: embedded:/nowhere/a?[31m?b: /nowhere/a?[31m?b: No such file or directory\n"},
-      {"ipc://\n", EvtSrv::ConBehave_Default, "evtsrv: ipc://?: services in other processes are not supported\n"},
+      {"ipc://\n", EvtSrv::ConBehave_Default, "evtsrv: ipc://?: No such file or directory\n"},
   };
   return rows;
 }

@@ -92,7 +92,7 @@ class SessionTest : public testing::Test {
   // The session with a service that answers like this, null when it gives none.
   std::shared_ptr<Session> openWith(PlayedService::Answer answer) {
     service_ = std::make_unique<PlayedService>(*context_, Address, std::move(answer));
-    auto opened = Session::open(Connection(context_, Address));
+    auto opened = Session::open(Connection(context_, Address), "test");
     if (auto* cause = std::get_if<std::string>(&opened)) {
       cause_ = *cause;
       return nullptr;
@@ -125,7 +125,7 @@ TEST_F(SessionTest, ServiceThatRefusesEventsIsNoService) {
 }
 
 TEST_F(SessionTest, AddressWithoutServiceIsNoService) {
-  const auto opened = Session::open(Connection(context_, "nonsense"));
+  const auto opened = Session::open(Connection(context_, "nonsense"), "test");
   EXPECT_TRUE(std::holds_alternative<std::string>(opened));
 }
 
@@ -269,7 +269,7 @@ TEST(SessionTransport, WorksOverSocketsOfTheSystem) {
   ASSERT_EQ(host.bind(address), std::nullopt);
   std::thread runner([&] { host.run(); });
   {
-    const auto opened = Session::open(Connection(std::make_shared<zmq::context_t>(), address));
+    const auto opened = Session::open(Connection(std::make_shared<zmq::context_t>(), address), "test");
     const auto* found = std::get_if<std::shared_ptr<Session>>(&opened);
     EXPECT_NE(found, nullptr);
     if (found != nullptr) {

@@ -1,8 +1,10 @@
 #include "platform/host/dispatcher.h"
 
+#include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
 #include <algorithm>
+#include <chrono>
 #include <map>
 #include <memory>
 #include <set>
@@ -32,6 +34,8 @@ class RecordingPeers : public Peers {
     return true;
   }
 
+  std::optional<int> connection() const override { return current; }
+
   // What was sent to a peer since the last time it was asked.
   std::vector<Bytes> take(const std::string& peer) { return std::exchange(sent_[peer], {}); }
 
@@ -43,6 +47,7 @@ class RecordingPeers : public Peers {
 
   std::set<std::string, std::less<>> unreachable;
   Texts order;  // who was sent something, message by message
+  std::optional<int> current;
 
  private:
   std::map<std::string, std::vector<Bytes>> sent_;
@@ -404,6 +409,160 @@ TEST_F(DispatcherTest, GraphChangesGoOnWhenTheyAreSeen) {
   }
 }
 
+TEST_F(DispatcherTest, InjectedMessagesPassThePortInOrder) {
+  const std::uint64_t watcher = attach("a");
+  const std::uint64_t injector = attach("b");
+  tap("a", watcher, "G0In1");
+  say("b control", 0, wire::Inject{injector, "G0In1", {{0, {0x90, 1, 1}}, {0, {0x01}}}});
+  EXPECT_EQ(peers_.texts("a events"), Texts{"events [1 G0In1: 90 01 01] [1 G0In1: 01]"});
+  EXPECT_EQ(peers_.texts("b control"), Texts{}) << "not answered";
+  dispatcher_->idle(Time(1));
+  EXPECT_EQ(peers_.texts("b control"), Texts{"taken 1"}) << "a frame, however many messages it carries";
+}
+
+TEST_F(DispatcherTest, InjectThatFailsIsAnsweredEvenWithoutATag) {
+  const std::uint64_t session = attach("a");
+  say("a control", 0, wire::Inject{session, "G9Out1", {{0, {0xF8}}}});
+  say("a control", 0, wire::Inject{session, "G0Out1", {{0, {}}}});
+  EXPECT_EQ(peers_.texts("a control"), (Texts{"not found at 0", "taken 2", "bad request at 0"}));
+  say("a control", 0, wire::Inject{session + 1, "G0Out1", {{0, {0xF8}}}});
+  say("b", 7, wire::Inject{session, "G0Out1", {{0, {0xF8}}}});
+  EXPECT_EQ(peers_.texts("a control"), Texts{"no session at 0"});
+  EXPECT_EQ(peers_.texts("b"), Texts{"7: no session at 0"}) << "nobody speaks for another";
+  EXPECT_EQ(service_->counts().in, 0U);
+}
+
+TEST_F(DispatcherTest, StatisticsNameClientsInTheOrderOfTheirComing) {
+  const std::uint64_t first = attach("a");
+  say("b", 1, wire::Hello{"other", 6});
+  tap("a", first, "G0Out1");
+  say("a control", 0, note(first, 1));
+  peers_.take("a control");
+  say("a control", 4, wire::AskStats{first});
+  const auto answers = peers_.take("a control");
+  ASSERT_EQ(answers.size(), 1U);
+  const auto envelope = wire::decode(answers[0]);
+  ASSERT_TRUE(envelope);
+  const auto& stats = std::get<wire::Stats>(envelope->body);
+  EXPECT_EQ(stats.in, 1U);
+  EXPECT_EQ(stats.out, 1U);
+  EXPECT_EQ(stats.lost, 0U);
+  EXPECT_EQ(stats.queueLimit, service::Limits{}.queueBytes);
+  ASSERT_EQ(stats.clients.size(), 2U);
+  EXPECT_EQ(stats.clients[0].program, "test");
+  EXPECT_EQ(stats.clients[0].process, 5U);
+  EXPECT_EQ(stats.clients[0].taps, 1U);
+  EXPECT_EQ(stats.clients[0].in, 1U);
+  EXPECT_EQ(stats.clients[0].out, 1U);
+  EXPECT_EQ(stats.clients[1].program, "other");
+  EXPECT_EQ(stats.clients[1].taps, 0U);
+}
+
+TEST_F(DispatcherTest, StatisticsAreForClientsOnly) {
+  say("nobody", 4, wire::AskStats{1});
+  EXPECT_EQ(peers_.texts("nobody"), Texts{"4: no session at 0"});
+}
+
+class ClosedConnection : public DispatcherTest {
+ protected:
+  void SetUp() override {
+    peers_.current = 11;
+    gone_ = attach("a");
+    peers_.current = 12;
+    here_ = attach("b");
+  }
+
+  std::uint64_t gone_ = 0;
+  std::uint64_t here_ = 0;
+};
+
+TEST_F(ClosedConnection, ClientThatCannotBeReachedIsRemoved) {
+  tap("a", gone_, "G0Out1");
+  peers_.unreachable.insert("a control");
+  dispatcher_->connectionClosed(11, Time(5));
+  dispatcher_->advance(Time(5));
+  EXPECT_EQ(log_.back(), "test (process 5) has gone");
+  EXPECT_EQ(told_.back(), "unuse G0Out1");
+  EXPECT_EQ(peers_.texts("b control"), Texts{}) << "who came by another connection is not asked";
+}
+
+TEST_F(ClosedConnection, ProbesUntilZeroMqHasForgottenThePeer) {
+  dispatcher_->connectionClosed(11, Time(0));
+  const auto next = dispatcher_->advance(Time(0));
+  EXPECT_EQ(peers_.texts("a graph"), Texts{"probe"}) << "still known";
+  ASSERT_EQ(next, Time(std::chrono::milliseconds(50)));
+  EXPECT_EQ(dispatcher_->advance(Time(1)), next);
+  EXPECT_EQ(peers_.texts("a graph"), Texts{}) << "not yet again";
+  peers_.unreachable.insert("a events");
+  dispatcher_->advance(*next);
+  EXPECT_EQ(log_.back(), "test (process 5) has gone");
+}
+
+TEST_F(ClosedConnection, ClientThatCanBeReachedStaysAndIsLeftInPeace) {
+  dispatcher_->connectionClosed(12, Time(0));
+  std::optional<Time> next = Time(0);
+  int probes = 0;
+  while (next && probes < 100) {
+    next = dispatcher_->advance(*next);
+    probes += static_cast<int>(peers_.texts("b control").size());
+  }
+  EXPECT_FALSE(next) << "it ends";
+  EXPECT_EQ(probes, 21) << "every 50 milliseconds for a second";
+  say("b control", 3, wire::AskLinks{here_});
+  EXPECT_EQ(peers_.texts("b control"), Texts{"3: links at 0"});
+}
+
+TEST_F(ClosedConnection, AnyOfTheThreeConnectionsCounts) {
+  peers_.current = 13;
+  say("c control", 1, wire::Hello{"test", 5});
+  const auto session = std::get<wire::Welcome>(wire::decode(peers_.take("c control").at(0))->body).session;
+  peers_.current = 14;
+  say("c events", 1, wire::OpenEvents{session});
+  peers_.unreachable.insert("c events");
+  log_.clear();
+  dispatcher_->connectionClosed(14, Time(0));
+  dispatcher_->advance(Time(0));
+  EXPECT_EQ(log_, Texts{"test (process 5) has gone"});
+}
+
+class SmallQueue : public DispatcherTest {
+ protected:
+  SmallQueue() : DispatcherTest({.service = {.queueBytes = 60}, .eventWindow = 0, .sendWindow = 8, .graphWindow = 0}) {}
+};
+
+TEST_F(SmallQueue, LossStandsInTheLogAtOnceThenOnceASecond) {
+  const std::uint64_t session = hello("a control");  // and its events wait, because it opens no channel for them
+  tap("a", session, "G0Out1");
+  const auto sendNotes = [&](int count) {
+    for (int i = 0; i < count; ++i) say("a control", 0, note(session, 1));
+  };
+  sendNotes(6);
+  log_.clear();
+  dispatcher_->advance(Time(0));
+  ASSERT_EQ(log_.size(), 1U);
+  const std::uint64_t lost = service_->counts().lost;
+  ASSERT_GT(lost, 1U);
+  EXPECT_EQ(log_[0], "test (process 5) has lost " + std::to_string(lost) + " messages: it reads too slowly");
+
+  sendNotes(1);
+  EXPECT_EQ(dispatcher_->advance(Time(10)), Time(std::chrono::seconds(1))) << "when the next line is due";
+  EXPECT_EQ(log_.size(), 1U);
+  dispatcher_->advance(Time(std::chrono::seconds(1)));
+  ASSERT_EQ(log_.size(), 2U);
+  EXPECT_EQ(log_[1], "test (process 5) has lost 1 message: it reads too slowly");
+}
+
+TEST_F(SmallQueue, LossStandsInTheLogBeforeItsClientLeaves) {
+  const std::uint64_t session = hello("a control");
+  tap("a", session, "G0Out1");
+  for (int i = 0; i < 6; ++i) say("a control", 0, note(session, 1));
+  log_.clear();
+  say("a control", 9, wire::Goodbye{session});
+  ASSERT_EQ(log_.size(), 2U);
+  EXPECT_THAT(log_[0], testing::HasSubstr("has lost"));
+  EXPECT_EQ(log_[1], "test (process 5) has left");
+}
+
 TEST_F(DispatcherTest, UnreachableClientIsRemovedAndTheOthersGoOn) {
   const std::uint64_t gone = attach("a");
   const std::uint64_t here = attach("b");
@@ -412,7 +571,7 @@ TEST_F(DispatcherTest, UnreachableClientIsRemovedAndTheOthersGoOn) {
   peers_.unreachable.insert("a events");
   say("b control", 0, note(here, 1));
   EXPECT_EQ(peers_.texts("b events"), Texts{"events [1 G0Out1: 90 01 40]"});
-  EXPECT_EQ(log_.back(), "test (process 5) cannot be reached any more");
+  EXPECT_EQ(log_.back(), "test (process 5) has gone");
   say("a control", 8, wire::AskLinks{gone});
   EXPECT_EQ(peers_.texts("a control"), Texts{"8: no session at 0"});
   say("b control", 9, wire::UntapAll{here, EventPort});

@@ -27,6 +27,7 @@ struct House {
     device = owned.get();
     if (prepare) prepare(*owned);
     service = std::make_unique<Service>(std::move(owned), limits, Time{});
+    injector = service->addClient();
   }
 
   Status tap(ClientId client, const char* name, EventPortId port = One) {
@@ -35,7 +36,7 @@ struct House {
   Status send(ClientId client, const Bytes& bytes, EventPortId port = One) {
     return service->send(client, port, {0, bytes}, {});
   }
-  Status inject(const char* name, const Bytes& bytes) { return service->inject(name, {0, bytes}, {}); }
+  Status inject(const char* name, const Bytes& bytes) { return service->inject(injector, name, {0, bytes}, {}); }
 
   std::vector<Received> take(ClientId client, std::size_t maxBytes = Everything) {
     Bytes entries;
@@ -51,6 +52,7 @@ struct House {
   Told told;
   TestDevice* device = nullptr;
   std::unique_ptr<Service> service;
+  ClientId injector{};
 };
 
 const Link Keys = link(out(0, 0), in(1, 0));
@@ -241,7 +243,45 @@ TEST(Service, SendAndInjectRefuseWhatMakesNoSense) {
   EXPECT_EQ(house.send(Nobody, {0xF8}), Status::NoSession);
   EXPECT_EQ(house.inject("G0Out1", {}), Status::BadRequest);
   EXPECT_EQ(house.inject("G9Out1", {0xF8}), Status::NotFound);
+  EXPECT_EQ(house.service->inject(Nobody, "G0Out1", {0, Bytes{0xF8}}, {}), Status::NoSession);
+  EXPECT_EQ(house.service->counts().in, 0U);
   EXPECT_FALSE(house.service->hasEvents(client));
+}
+
+std::string textOf(const ClientCounts& counts) {
+  return std::to_string(counts.taps) + " taps, in " + std::to_string(counts.in) + ", out " +
+         std::to_string(counts.out) + ", lost " + std::to_string(counts.lost);
+}
+
+TEST(Service, CountsWhatClientsDoAndWhatBecomesOfIt) {
+  House house({Keys}, Limits{.queueBytes = 64});
+  const ClientId watcher = house.service->addClient();
+  house.tap(watcher, "G0Out1");
+  house.tap(watcher, "G1In1", EventPortId{2});
+  const ClientId sender = house.service->addClient();
+  house.tap(sender, "G2Out1");
+  house.send(sender, {0x90, 1, 1});
+  EXPECT_EQ(textOf(house.service->counts(sender)), "1 taps, in 1, out 1, lost 0");
+  EXPECT_EQ(textOf(house.service->counts(watcher)), "2 taps, in 0, out 0, lost 0");
+  EXPECT_EQ(house.service->counts(watcher).queueBytes, 0U);
+
+  house.inject("G0Out1", {0x90, 1, 1});
+  EXPECT_EQ(textOf(house.service->counts(house.injector)), "0 taps, in 1, out 0, lost 0");
+  EXPECT_EQ(textOf(house.service->counts(watcher)), "2 taps, in 0, out 1, lost 1") << "the second tap found no room";
+  EXPECT_GT(house.service->counts(watcher).queueBytes, 0U);
+  EXPECT_EQ(textOf(house.service->counts(Nobody)), "0 taps, in 0, out 0, lost 0");
+
+  house.service->removeClient(watcher, {});
+  const Counts all = house.service->counts();
+  EXPECT_EQ(all.in, 2U);
+  EXPECT_EQ(all.out, 2U) << "that of the client that has left too";
+  EXPECT_EQ(all.lost, 1U);
+}
+
+TEST(Service, CountsWhatTheDeviceEmits) {
+  House house({Keys}, {}, [](TestDevice& device) { device.beThru(); });
+  house.inject("G1In1", {0xF8});
+  EXPECT_EQ(house.service->counts().in, 2U) << "what was injected, and the answer of the thru";
 }
 
 TEST(Service, TapsAlongTheWayAreInTheOrderOfTheRoad) {

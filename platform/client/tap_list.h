@@ -1,0 +1,42 @@
+// The taps that a client wants, whatever becomes of its service.
+#pragma once
+
+#include <algorithm>
+#include <cstdint>
+#include <span>
+#include <string>
+#include <string_view>
+#include <utility>
+#include <vector>
+
+namespace client {
+
+struct WantedTap {
+  std::uint32_t port = 0;  // of the client
+  std::string name;        // of the device's port
+  std::uint32_t holderBytes = 0;
+};
+
+// In the order of tapping, which is the order in which a message is sent through several ports.
+class TapList {
+ public:
+  // A tap that stands already stays as it is.
+  void add(WantedTap tap) {
+    const auto same = [&](const WantedTap& other) { return other.port == tap.port && other.name == tap.name; };
+    if (std::ranges::none_of(taps_, same)) taps_.push_back(std::move(tap));
+  }
+  void remove(std::uint32_t port, std::string_view name) {
+    std::erase_if(taps_, [&](const WantedTap& tap) { return tap.port == port && tap.name == name; });
+  }
+  void removeAll(std::uint32_t port) {
+    std::erase_if(taps_, [&](const WantedTap& tap) { return tap.port == port; });
+  }
+
+  // Valid until the next change.
+  std::span<const WantedTap> all() const { return taps_; }
+
+ private:
+  std::vector<WantedTap> taps_;
+};
+
+}  // namespace client

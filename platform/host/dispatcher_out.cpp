@@ -1,0 +1,140 @@
+// What goes out to clients, and to the log.
+#include <algorithm>
+#include <chrono>
+#include <string>
+#include <utility>
+
+#include "platform/host/dispatcher.h"
+#include "platform/host/link_record.h"
+#include "platform/wire/printable.h"
+
+namespace host {
+namespace {
+
+// Larger pieces would only make the others wait longer.
+constexpr std::size_t MaxEventsBytes = 64U << 10U;
+
+constexpr service::Time ProbeInterval = std::chrono::milliseconds(50);
+
+// A client under flood loses messages in a thousand places a second.
+constexpr service::Time LossLogInterval = std::chrono::seconds(1);
+
+std::string lossText(std::uint64_t count) {
+  return "has lost " + std::to_string(count) + (count == 1 ? " message" : " messages") + ": it reads too slowly";
+}
+
+}  // namespace
+
+void Dispatcher::countTaken(Session& session) {
+  ++session.taken;
+  takenOwed_ = true;
+  const std::uint64_t often = std::max<std::uint64_t>(limits_.sendWindow / 4, 1);
+  if (session.taken - session.takenTold >= often) sendTaken(session);
+}
+
+void Dispatcher::sendTo(std::string_view peer, std::span<const std::uint8_t> message) {
+  if (peers_.send(peer, message)) return;
+  Session* session = sessions_.findByPeer(peer);
+  if (session == nullptr) return;
+  session->gone = true;
+  someGone_ = true;
+}
+
+void Dispatcher::sendTaken(Session& session) {
+  if (session.taken == session.takenTold) return;
+  session.takenTold = session.taken;
+  sendTo(session.controlPeer, wire::encode(0, wire::Taken{session.taken}));
+}
+
+void Dispatcher::sendEvents() {
+  for (auto& [number, session] : sessions_.all()) {
+    if (!session.eventPeer.empty()) sendEvents(session);
+  }
+}
+
+void Dispatcher::sendEvents(Session& session) {
+  while (!session.gone && session.events.onItsWay() < limits_.eventWindow && service_.hasEvents(session.client)) {
+    const std::uint64_t room = limits_.eventWindow - session.events.onItsWay();
+    events_.resize(eventsFront_);
+    session.events.sent(service_.takeEvents(session.client, std::min<std::uint64_t>(room, MaxEventsBytes), events_));
+    sendTo(session.eventPeer, events_);
+  }
+}
+
+void Dispatcher::sendGraphChanges() {
+  for (const service::GraphChange& change : service_.takeGraphChanges()) {
+    const auto message = wire::encode(0, wire::GraphChanged{change.version, change.added, linkRecord(change.link)});
+    for (auto& [number, session] : sessions_.all()) {
+      if (session.graphPeer.empty() || session.graphStale) continue;
+      if (session.graph.onItsWay() < limits_.graphWindow) {
+        session.graph.sent(1);
+        sendTo(session.graphPeer, message);
+      } else {
+        session.graphStale = true;
+        sendTo(session.graphPeer, wire::encode(0, wire::GraphStale{}));
+      }
+    }
+  }
+}
+
+void Dispatcher::removeGone(service::Time now) {
+  if (!std::exchange(someGone_, false)) return;
+  std::vector<std::uint64_t> gone;
+  for (const auto& [number, session] : sessions_.all()) {
+    if (session.gone) gone.push_back(number);
+  }
+  for (const std::uint64_t number : gone) {
+    Session& session = *sessions_.find(number);
+    logLoss(session, now);
+    log(session, "has gone");
+    service_.removeClient(session.client, now);
+    sessions_.remove(number);
+  }
+}
+
+std::optional<service::Time> Dispatcher::probeSuspects(service::Time now) {
+  std::optional<service::Time> next;
+  for (auto& [number, session] : sessions_.all()) {
+    if (!session.suspicion) continue;
+    if (now >= session.suspicion->nextProbe) {
+      for (const std::string* peer : {&session.controlPeer, &session.eventPeer, &session.graphPeer}) {
+        if (!peer->empty()) sendTo(*peer, wire::encode(0, wire::Probe{}));
+      }
+      session.suspicion->nextProbe = now + ProbeInterval;
+    }
+    if (now >= session.suspicion->end) {
+      session.suspicion.reset();
+    } else if (!next || session.suspicion->nextProbe < *next) {
+      next = session.suspicion->nextProbe;
+    }
+  }
+  return next;
+}
+
+std::optional<service::Time> Dispatcher::logLosses(service::Time now) {
+  std::optional<service::Time> next;
+  for (auto& [number, session] : sessions_.all()) {
+    const service::Time due = session.lossToldAt + LossLogInterval;
+    if (session.lossTold == 0 || now >= due) {
+      logLoss(session, now);
+    } else if (service_.counts(session.client).lost != session.lossTold && (!next || due < *next)) {
+      next = due;
+    }
+  }
+  return next;
+}
+
+void Dispatcher::logLoss(Session& session, service::Time now) {
+  const std::uint64_t lost = service_.counts(session.client).lost;
+  if (lost == session.lossTold) return;
+  log(session, lossText(lost - session.lossTold));
+  session.lossTold = lost;
+  session.lossToldAt = now;
+}
+
+void Dispatcher::log(const Session& session, std::string_view what) const {
+  if (!log_) return;
+  log_(wire::printable(session.program) + " (process " + std::to_string(session.process) + ") " + std::string(what));
+}
+
+}  // namespace host

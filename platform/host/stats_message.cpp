@@ -1,0 +1,29 @@
+#include "platform/host/stats_message.h"
+
+#include <algorithm>
+#include <vector>
+
+namespace host {
+
+wire::Stats statsMessage(const service::Service& service, const SessionTable& sessions, const Limits& limits) {
+  std::vector<const Session*> inOrder;
+  for (const auto& [number, session] : sessions.all()) inOrder.push_back(&session);
+  std::ranges::sort(inOrder, {}, &Session::client);
+
+  const service::Counts all = service.counts();
+  wire::Stats message{
+      .in = all.in, .out = all.out, .lost = all.lost, .queueLimit = limits.service.queueBytes, .clients = {}};
+  for (const Session* session : inOrder) {
+    const service::ClientCounts counts = service.counts(session->client);
+    message.clients.push_back({.program = session->program,
+                               .process = session->process,
+                               .taps = counts.taps,
+                               .in = counts.in,
+                               .out = counts.out,
+                               .lost = counts.lost,
+                               .queueBytes = counts.queueBytes});
+  }
+  return message;
+}
+
+}  // namespace host
