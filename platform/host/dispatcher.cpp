@@ -75,10 +75,22 @@ std::optional<service::Time> Dispatcher::advance(service::Time now) {
 }
 
 void Dispatcher::connectionClosed(int connection, service::Time now) {
+  std::erase_if(closedAt_, [&](const auto& closed) { return closed.second + SuspicionTime < now; });
+  closedAt_[connection] = now;
   for (auto& [number, session] : sessions_.all()) {
     if (std::ranges::find(session.connections, connection) == session.connections.end()) continue;
     session.suspicion = Suspicion{.nextProbe = now, .end = now + SuspicionTime};
   }
+}
+
+void Dispatcher::noteConnection(Session& session, std::size_t socket, service::Time now) {
+  const auto connection = peers_.connection();
+  if (!connection) return;
+  session.connections.at(socket) = connection;
+  // The news that it has closed overtakes what came by it just before.
+  const auto closed = closedAt_.find(*connection);
+  if (closed == closedAt_.end() || closed->second + SuspicionTime < now) return;
+  session.suspicion = Suspicion{.nextProbe = now, .end = now + SuspicionTime};
 }
 
 void Dispatcher::handle(const Request& request, wire::Hello& message) {
@@ -91,7 +103,7 @@ void Dispatcher::handle(const Request& request, wire::Hello& message) {
   Session& session = *sessions_.add(request.peer, service_.addClient());
   session.program = std::move(message.program);
   session.process = message.process;
-  session.connections[0] = peers_.connection();
+  noteConnection(session, 0, request.now);
   log(session, "has come");
   answer(request, wire::Welcome{session.number, limits_.sendWindow});
 }
@@ -188,7 +200,7 @@ void Dispatcher::handle(const Request& request, wire::OpenEvents& message) {
   Session* session = sessions_.find(message.session);
   if (session == nullptr) return answer(request, wire::Status::NoSession);
   const bool opened = sessions_.openEvents(*session, request.peer);
-  if (opened) session->connections[1] = peers_.connection();
+  if (opened) noteConnection(*session, 1, request.now);
   answer(request, opened ? wire::Status::Ok : wire::Status::BadRequest);
 }
 
@@ -203,7 +215,7 @@ void Dispatcher::handle(const Request& request, wire::OpenGraph& message) {
   const bool opened = sessions_.openGraph(*session, request.peer);
   if (opened) {
     session->graph = Credit(service_.graphVersion());
-    session->connections[2] = peers_.connection();
+    noteConnection(*session, 2, request.now);
   }
   answer(request, opened ? wire::Status::Ok : wire::Status::BadRequest);
 }

@@ -5,6 +5,7 @@
 #include <optional>
 #include <span>
 #include <string_view>
+#include <unordered_map>
 #include <vector>
 
 #include "platform/host/limits.h"
@@ -80,6 +81,8 @@ class Dispatcher {
   void sendEvents(Session& session);
   void sendGraphChanges();
   void removeGone(service::Time now);
+  // Notes by which connection one of the session's sockets (0 control, 1 events, 2 graph) has just come.
+  void noteConnection(Session& session, std::size_t socket, service::Time now);
   // Both answer when to call them again.
   std::optional<service::Time> probeSuspects(service::Time now);
   std::optional<service::Time> logLosses(service::Time now);
@@ -91,6 +94,7 @@ class Dispatcher {
   Limits limits_;
   Log log_;
   SessionTable sessions_;
+  std::unordered_map<int, service::Time> closedAt_;  // connections that have closed lately
   bool someGone_ = false;
   bool takenOwed_ = false;
   std::vector<std::uint8_t> events_;  // an Events message under construction

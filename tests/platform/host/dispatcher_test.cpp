@@ -512,6 +512,24 @@ TEST_F(ClosedConnection, ClientThatCanBeReachedStaysAndIsLeftInPeace) {
   EXPECT_EQ(peers_.texts("b control"), Texts{"3: links at 0"});
 }
 
+TEST_F(ClosedConnection, NewsMayOvertakeTheFirstMessage) {
+  dispatcher_->connectionClosed(13, Time(0));
+  peers_.current = 13;
+  hello("c control");
+  peers_.unreachable.insert("c control");
+  log_.clear();
+  dispatcher_->advance(Time(1));
+  EXPECT_EQ(log_, Texts{"test (process 5) has gone"});
+}
+
+TEST_F(ClosedConnection, IsForgottenAfterASecond) {
+  dispatcher_->connectionClosed(13, Time(0) - std::chrono::seconds(2));
+  peers_.current = 13;
+  hello("c control");
+  EXPECT_FALSE(dispatcher_->advance(Time(1)));
+  EXPECT_EQ(peers_.texts("c control"), Texts{}) << "a new client, whose connection has an old number";
+}
+
 TEST_F(ClosedConnection, AnyOfTheThreeConnectionsCounts) {
   peers_.current = 13;
   say("c control", 1, wire::Hello{"test", 5});

@@ -1,0 +1,109 @@
+#include "platform/streamd/daemon.h"
+
+#include <atomic>
+#include <csignal>
+#include <cstdio>
+#include <memory>
+#include <string>
+#include <string_view>
+#include <utility>
+#include <variant>
+#include <vector>
+#include <zmq.hpp>
+
+#include "platform/host/embedded_service.h"
+#include "platform/host/host.h"
+#include "platform/streamd/socket_place.h"
+#include "platform/wire/printable.h"
+
+namespace streamd {
+namespace {
+
+constexpr int FailureStatus = 1;
+
+void logLine(std::string_view line) {
+  std::fprintf(stderr, "streamd: %.*s\n", static_cast<int>(line.size()), line.data());
+}
+
+void logOf(std::string_view subject, std::string_view what) {
+  logLine(wire::printable(subject) + ": " + wire::printable(what));
+}
+
+std::atomic<host::Host*> running{nullptr};
+
+// While it lives, the signals that end programs stop the host instead.
+class StoppedBySignals {
+ public:
+  explicit StoppedBySignals(host::Host& host) {
+    running = &host;
+    struct sigaction action {};
+    action.sa_handler = [](int /*number*/) {
+      if (host::Host* served = running) served->stop();
+    };
+    for (const int number : {SIGINT, SIGTERM, SIGHUP}) sigaction(number, &action, nullptr);
+  }
+  StoppedBySignals(const StoppedBySignals&) = delete;
+  StoppedBySignals& operator=(const StoppedBySignals&) = delete;
+  ~StoppedBySignals() { running = nullptr; }
+};
+
+std::string countText(std::size_t count, std::string_view noun) {
+  return std::to_string(count) + " " + std::string(noun) + (count == 1 ? "" : "s");
+}
+
+std::string describe(const service::Topology& topology) {
+  std::size_t sources = 0;
+  std::size_t sinks = 0;
+  for (const service::Group& group : topology.groups()) {
+    if (group.sources) sources += group.sources->count;
+    if (group.sinks) sinks += group.sinks->count;
+  }
+  return countText(topology.groups().size(), "group") + ", " + countText(sources, "source") + ", " +
+         countText(sinks, "sink");
+}
+
+// Where an endpoint's socket stands, or the cause why streamd cannot listen there.
+std::variant<std::unique_ptr<SocketPlace>, std::string> claim(std::string_view endpoint) {
+  constexpr std::string_view Local = "ipc://";
+  if (endpoint.starts_with("tcp://")) return "services over the network are not supported";
+  if (!endpoint.starts_with(Local) || endpoint.size() == Local.size()) return "not an endpoint (ipc://PATH)";
+  return SocketPlace::claim(std::string(endpoint.substr(Local.size())));
+}
+
+}  // namespace
+
+int serve(const Options& options) {
+  auto device = host::openDevice(options.device);
+  if (const auto* problem = std::get_if<std::string>(&device)) {
+    logLine(wire::printable(*problem));
+    return FailureStatus;
+  }
+  auto driver = std::get<std::unique_ptr<service::Driver>>(std::move(device));
+  const std::string deviceText = describe(driver->topology());
+
+  // Given back after the sockets have gone.
+  std::vector<std::unique_ptr<SocketPlace>> places;
+  zmq::context_t context;
+  host::Host host(context, std::move(driver), {.service = {.queueBytes = options.queueBytes}}, logLine);
+  const StoppedBySignals stopped(host);
+  logOf(options.device.empty() ? "built-in device" : options.device, deviceText);
+  for (const std::string& endpoint : options.endpoints) {
+    auto place = claim(endpoint);
+    if (const auto* problem = std::get_if<std::string>(&place)) {
+      logOf(endpoint, *problem);
+      return FailureStatus;
+    }
+    places.push_back(std::get<std::unique_ptr<SocketPlace>>(std::move(place)));
+    const SocketMode mode;
+    if (const auto problem = host.bind(endpoint)) {
+      logOf(endpoint, *problem);
+      return FailureStatus;
+    }
+    logOf(endpoint, "listening");
+  }
+  host.run();
+  logLine("ended by a signal");
+  return 0;
+}
+
+}  // namespace streamd

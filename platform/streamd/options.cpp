@@ -1,0 +1,42 @@
+#include "platform/streamd/options.h"
+
+#include <CLI/CLI.hpp>
+
+#include "platform/host/limits.h"
+#include "platform/host/local_socket.h"
+
+namespace streamd {
+namespace {
+
+constexpr int UsageStatus = 2;
+
+// Below, hardly a message finds room; above, sizes do not fit the 32 bits in which they travel.
+constexpr std::size_t SmallestQueue = 1024;
+constexpr std::size_t LargestQueue = 1U << 31U;
+
+}  // namespace
+
+std::variant<Options, EndWith> parseOptions(int count, const char* const* words) {
+  Options options{
+      .endpoints = {"ipc://" + host::wellKnownSocket()}, .device = {}, .queueBytes = service::Limits{}.queueBytes};
+  CLI::App app{"Serves the MIDI streams of a device to consoles and tools.", "streamd"};
+  app.set_version_flag("--version", FLOWSCOPE_VERSION);
+  app.add_option("--listen", options.endpoints, "Where clients come: ipc://PATH; may be given several times")
+      ->type_name("ENDPOINT")
+      ->allow_extra_args(false)
+      ->capture_default_str();
+  app.add_option("--device", options.device, "TOML file that describes the device; without it, the built-in one")
+      ->type_name("FILE");
+  app.add_option("--queue-bytes", options.queueBytes, "How much may wait for a client that reads slowly")
+      ->type_name("N")
+      ->check(CLI::Range(SmallestQueue, LargestQueue))
+      ->capture_default_str();
+  try {
+    app.parse(count, words);
+  } catch (const CLI::ParseError& problem) {
+    return EndWith{app.exit(problem) == 0 ? 0 : UsageStatus};
+  }
+  return options;
+}
+
+}  // namespace streamd

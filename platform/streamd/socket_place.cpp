@@ -1,0 +1,99 @@
+#include "platform/streamd/socket_place.h"
+
+#include <fcntl.h>
+#include <sys/file.h>
+#include <sys/stat.h>
+#include <sys/un.h>
+#include <unistd.h>
+
+#include <cerrno>
+#include <cstring>
+#include <filesystem>
+#include <optional>
+
+#include "platform/host/local_socket.h"
+#include "platform/host/through_signals.h"
+
+namespace streamd {
+namespace {
+
+constexpr mode_t FolderMode = 0750;
+constexpr mode_t LockMode = 0660;
+constexpr mode_t NothingForOthers = 0117;
+
+const std::string Taken = "a service is already listening there";
+
+std::string words(int cause) { return std::strerror(cause); }
+
+// The cause, when there is no folder for the path.
+std::optional<std::string> makeFolder(const std::string& path) {
+  const std::string folder = std::filesystem::path(path).parent_path();
+  if (folder.empty()) return std::nullopt;
+  if (mkdir(folder.c_str(), FolderMode) == 0) {
+    // Whatever the umask took away.
+    if (chmod(folder.c_str(), FolderMode) == 0) return std::nullopt;
+  } else if (errno == EEXIST) {
+    return std::nullopt;
+  }
+  return folder + ": " + words(errno);
+}
+
+bool isStillAt(const std::string& path, int descriptor) {
+  struct stat opened {};
+  struct stat there {};
+  return fstat(descriptor, &opened) == 0 && stat(path.c_str(), &there) == 0 && opened.st_dev == there.st_dev &&
+         opened.st_ino == there.st_ino;
+}
+
+// The descriptor of the locked file, or the cause.
+std::variant<int, std::string> lockFile(const std::string& path) {
+  for (;;) {
+    const int descriptor = open(path.c_str(), O_CREAT | O_RDWR | O_CLOEXEC | O_NOFOLLOW, LockMode);
+    if (descriptor < 0) return path + ": " + words(errno);
+    if (host::throughSignals([&] { return flock(descriptor, LOCK_EX | LOCK_NB); }) < 0) {
+      const int cause = errno;
+      close(descriptor);
+      return cause == EWOULDBLOCK ? Taken : path + ": " + words(cause);
+    }
+    // Its last owner may have removed it between the two calls: then others lock another file.
+    if (isStillAt(path, descriptor)) return descriptor;
+    close(descriptor);
+  }
+}
+
+// The cause, when something stands at the path that must stay there.
+std::optional<std::string> clearAway(const std::string& path) {
+  struct stat there {};
+  if (lstat(path.c_str(), &there) < 0) return errno == ENOENT ? std::nullopt : std::optional(words(errno));
+  if (!S_ISSOCK(there.st_mode)) return "there is something that is no socket";
+  const int cause = host::whyNobodyListens(path);
+  if (cause == 0) return Taken;
+  if (cause != ECONNREFUSED) return words(cause);
+  return unlink(path.c_str()) == 0 || errno == ENOENT ? std::nullopt : std::optional(words(errno));
+}
+
+}  // namespace
+
+std::variant<std::unique_ptr<SocketPlace>, std::string> SocketPlace::claim(const std::string& path) {
+  if (path.size() >= sizeof(sockaddr_un::sun_path)) return words(ENAMETOOLONG);
+  if (auto problem = makeFolder(path)) return *std::move(problem);
+  const std::string lockPath = path + ".lock";
+  auto lock = lockFile(lockPath);
+  if (auto* problem = std::get_if<std::string>(&lock)) return std::move(*problem);
+  std::unique_ptr<SocketPlace> place(new SocketPlace(path, lockPath, std::get<int>(lock)));
+  if (auto problem = clearAway(path)) return *std::move(problem);
+  place->cleared_ = true;
+  return place;
+}
+
+SocketPlace::~SocketPlace() {
+  if (cleared_) unlink(path_.c_str());
+  unlink(lockPath_.c_str());
+  close(lock_);
+}
+
+SocketMode::SocketMode() : before_(umask(NothingForOthers)) {}
+
+SocketMode::~SocketMode() { umask(before_); }
+
+}  // namespace streamd

@@ -1,0 +1,182 @@
+// streamd as a process: what it says, how it ends, and what it leaves behind.
+#include <fcntl.h>
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+#include <sys/stat.h>
+#include <unistd.h>
+
+#include <chrono>
+#include <csignal>
+#include <filesystem>
+#include <fstream>
+#include <iterator>
+#include <map>
+#include <string>
+#include <thread>
+#include <vector>
+
+#include "tests/support/process.h"
+#include "tests/support/stream_daemon.h"
+
+namespace {
+
+using namespace std::chrono_literals;
+using testing::HasSubstr;
+using testsupport::Deadline;
+using testsupport::ExitStatus;
+
+namespace fs = std::filesystem;
+
+const std::string Streamd = FLOWSCOPE_BINARY_DIR "/streamd";
+const std::string Flowscope = FLOWSCOPE_BINARY_DIR "/flowscope";
+constexpr auto Patience = 20s;
+
+std::string textOf(const std::string& file) {
+  std::ifstream in(file);
+  return {std::istreambuf_iterator<char>(in), {}};
+}
+
+testsupport::ProcessResult run(std::vector<std::string> arguments,
+                               std::map<std::string, std::string> environment = {}) {
+  return testsupport::runProcess({Streamd, std::move(arguments), std::move(environment), {}}, "", Deadline(Patience));
+}
+
+// What a console shows of the service at an endpoint.
+std::string rootListing(const std::string& endpoint) {
+  return testsupport::runProcess({Flowscope, {"-c", "ls /Midi"}, {{"EVTSRV_ENDPOINT", endpoint}}, {}}, "",
+                                 Deadline(Patience))
+      .standardOutput;
+}
+
+TEST(Streamd, EndsOnSignalsAndRemovesItsSocket) {
+  for (const int number : {SIGTERM, SIGINT, SIGHUP}) {
+    testsupport::StreamDaemon daemon(Streamd);
+    EXPECT_TRUE(fs::is_socket(daemon.socket()));
+    daemon.signal(number);
+    EXPECT_EQ(daemon.waitForExit(Deadline(Patience)), ExitStatus::exited(0)) << number;
+    EXPECT_FALSE(fs::exists(daemon.socket())) << number;
+    EXPECT_FALSE(fs::exists(daemon.socket() + ".lock")) << number;
+  }
+}
+
+TEST(Streamd, SocketIsForItsOwnerAndGroup) {
+  const testsupport::StreamDaemon daemon(Streamd);
+  struct stat found {};
+  ASSERT_EQ(stat(daemon.socket().c_str(), &found), 0);
+  EXPECT_EQ(found.st_mode & 0777U, 0660U);
+}
+
+TEST(Streamd, SecondOneRefusesAndTheFirstGoesOn) {
+  const testsupport::StreamDaemon daemon(Streamd);
+  const auto second = run({"--listen", daemon.endpoint()});
+  EXPECT_EQ(second.status, ExitStatus::exited(1));
+  EXPECT_THAT(second.standardError,
+              HasSubstr("streamd: " + daemon.endpoint() + ": a service is already listening there\n"));
+  EXPECT_THAT(rootListing(daemon.endpoint()), HasSubstr("Source"));
+}
+
+TEST(Streamd, ReplacesTheSocketOfOneThatWasKilled) {
+  testsupport::StreamDaemon daemon(Streamd);
+  daemon.signal(SIGKILL);
+  ASSERT_TRUE(daemon.waitForExit(Deadline(Patience)));
+  ASSERT_TRUE(fs::is_socket(daemon.socket()));
+  daemon.restart();
+  EXPECT_THAT(rootListing(daemon.endpoint()), HasSubstr("Source"));
+}
+
+TEST(Streamd, ListensAtSeveralPlaces) {
+  const testsupport::ScratchFolder folder;
+  const std::string other = "ipc://" + (folder.path() / "new" / "other").string();
+  const testsupport::StreamDaemon daemon(Streamd, {"--listen", other});
+  ASSERT_TRUE(daemon.logged(": listening\n", Deadline(Patience), 2));
+  EXPECT_THAT(rootListing(other), HasSubstr("Source"));
+  EXPECT_THAT(rootListing(daemon.endpoint()), HasSubstr("Source"));
+}
+
+TEST(Streamd, ListensWhereClientsLookFirst) {
+  const testsupport::ScratchFolder folder;
+  const std::map<std::string, std::string> environment{{"XDG_RUNTIME_DIR", folder.path()}};
+  const std::string log = folder.path() / "log";
+  testsupport::ChildDescriptors descriptors;
+  descriptors.open(STDERR_FILENO, log, O_WRONLY | O_CREAT);
+  testsupport::Child daemon({Streamd, {}, environment, {}}, descriptors);
+  const Deadline deadline(Patience);
+  while (!deadline.passed() && textOf(log).find("listening") == std::string::npos) std::this_thread::sleep_for(2ms);
+  const auto console = testsupport::runProcess({Flowscope, {"-c", "ls"}, environment, {}}, "", deadline);
+  EXPECT_EQ(console.standardError, "");
+  EXPECT_THAT(textOf(log), HasSubstr("streamd: flowscope (process "));
+  daemon.signal(SIGTERM);
+  EXPECT_EQ(daemon.wait(deadline), ExitStatus::exited(0));
+}
+
+TEST(Streamd, ConsoleWithoutAnEndpointDoesWithoutAService) {
+  const testsupport::ScratchFolder folder;
+  const auto console = testsupport::runProcess(
+      {Flowscope, {"-c", "ls /Midi/Source/Clock"}, {{"XDG_RUNTIME_DIR", folder.path()}}, {}}, "", Deadline(Patience));
+  EXPECT_THAT(console.standardOutput, HasSubstr("ClockOut1"));
+  EXPECT_EQ(console.standardError, "");
+}
+
+TEST(Streamd, ServesADeviceFile) {
+  const testsupport::ScratchFolder folder;
+  folder.write("box.toml", "[[group]]\nid = 3\nname = \"Box\"\nsources = 2\nsinks = 0\n");
+  const std::string file = folder.path() / "box.toml";
+  const testsupport::StreamDaemon daemon(Streamd, {"--device", file});
+  EXPECT_THAT(daemon.log(), HasSubstr("streamd: " + file + ": 1 group, 2 sources, 0 sinks\n"));
+}
+
+TEST(Streamd, LogsClientsThatComeAndLeave) {
+  const testsupport::StreamDaemon daemon(Streamd);
+  EXPECT_THAT(daemon.log(), HasSubstr("streamd: built-in device: 9 groups, 12 sources, 14 sinks\n"));
+  rootListing(daemon.endpoint());
+  EXPECT_TRUE(daemon.logged(") has left\n", Deadline(Patience)));
+  EXPECT_THAT(daemon.log(), testing::ContainsRegex("streamd: flowscope \\(process [0-9]+\\) has come\n"));
+}
+
+TEST(Streamd, WrongOptionsAreAUsageError) {
+  for (const auto& arguments : std::vector<std::vector<std::string>>{{"--nonsense"},
+                                                                     {"word"},
+                                                                     {"--listen"},
+                                                                     {"--queue-bytes", "1023"},
+                                                                     {"--queue-bytes", "2147483649"},
+                                                                     {"--queue-bytes", "much"}}) {
+    const auto result = run(arguments);
+    EXPECT_EQ(result.status, ExitStatus::exited(2)) << arguments[0];
+    EXPECT_NE(result.standardError, "") << arguments[0];
+  }
+}
+
+TEST(Streamd, HelpAndVersionAreNoErrors) {
+  const auto help = run({"--help"});
+  EXPECT_EQ(help.status, ExitStatus::exited(0));
+  for (const char* option : {"--listen", "--device", "--queue-bytes"}) {
+    EXPECT_THAT(help.standardOutput, HasSubstr(option));
+  }
+  EXPECT_EQ(run({"--version"}).status, ExitStatus::exited(0));
+}
+
+TEST(Streamd, SaysInOneLineWhyItCannotServe) {
+  const testsupport::ScratchFolder folder;
+  folder.write("bad.toml", "\nport = 1\n");
+  folder.write("file", "precious");
+  const std::string bad = folder.path() / "bad.toml";
+  const std::string file = folder.path() / "file";
+  struct Row {
+    std::vector<std::string> arguments;
+    std::string line;  // the last one
+  };
+  for (const Row& row : std::vector<Row>{
+           {{"--device", "/nowhere.toml"}, "/nowhere.toml: No such file or directory\n"},
+           {{"--device", bad}, bad + ":2: "},
+           {{"--listen", "tcp://127.0.0.1:5"}, "tcp://127.0.0.1:5: services over the network are not supported\n"},
+           {{"--listen", "here"}, "here: not an endpoint (ipc://PATH)\n"},
+           {{"--listen", "ipc://"}, "ipc://: not an endpoint (ipc://PATH)\n"},
+           {{"--listen", "ipc://" + file}, file + ": there is something that is no socket\n"}}) {
+    const auto result = run(row.arguments);
+    EXPECT_EQ(result.status, ExitStatus::exited(1)) << row.line;
+    EXPECT_THAT(result.standardError, HasSubstr(row.line));
+  }
+  EXPECT_EQ(fs::file_size(file), 8U);
+}
+
+}  // namespace
