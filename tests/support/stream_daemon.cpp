@@ -4,12 +4,15 @@
 #include <unistd.h>
 
 #include <chrono>
+#include <filesystem>
 #include <fstream>
 #include <iterator>
 #include <stdexcept>
 #include <string_view>
 #include <thread>
 #include <utility>
+
+#include "tests/support/case_runner.h"
 
 namespace testsupport {
 namespace {
@@ -28,6 +31,7 @@ int timesIn(const std::string& all, std::string_view text) {
 
 StreamDaemon::StreamDaemon(std::string program, std::vector<std::string> arguments)
     : socket_(folder_.path() / "socket"), command_{std::move(program), std::move(arguments), {}, {}} {
+  command_.environment = caseEnvironment(std::filesystem::path(command_.program).parent_path());
   command_.arguments.insert(command_.arguments.end(), {"--listen", endpoint()});
   start();
 }

@@ -1,0 +1,314 @@
+// What clients do to a service, and what becomes of the others.
+#include <fcntl.h>
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+#include <sys/socket.h>
+#include <sys/un.h>
+#include <unistd.h>
+
+#include <algorithm>
+#include <csignal>
+#include <random>
+#include <string>
+#include <thread>
+#include <vector>
+
+#include "tests/platform/client/fixture.h"
+#include "tests/platform/host/raw_client.h"
+#include "tests/platform/streamd/injector.h"
+#include "tests/platform/streamd/quiet_device.h"
+#include "tests/support/stream_daemon.h"
+
+namespace streamd {
+namespace {
+
+using client::EndpointVariable;
+using client::Patience;
+using client::receiveUntil;
+using client::RecordingPort;
+using EvtSrv::EventPortManager;
+using testsupport::Deadline;
+using Texts = std::vector<std::string>;
+
+constexpr std::uint32_t Behaviour = EvtSrv::ConBehave_Default;
+const std::string Streamd = FLOWSCOPE_BINARY_DIR "/streamd";
+const std::string Port = "MidiUsbOut2";  // nothing is connected to it, and it emits nothing
+
+std::string received(const std::string& port, std::uint32_t number) {
+  const wire::InjectItem note = numberedNote(number);
+  return port + ": " + std::to_string(note.bytes[1]) + ' ' + std::to_string(note.bytes[2]) + ' ' +
+         std::to_string(note.group);
+}
+
+Texts receivedFromTo(const std::string& port, std::uint32_t from, std::uint32_t to) {
+  Texts texts;
+  for (std::uint32_t number = from; number < to; ++number) texts.push_back(received(port, number));
+  return texts;
+}
+
+// A connection without ZeroMQ.
+class RawSocket {
+ public:
+  explicit RawSocket(const std::string& path) : descriptor_(socket(AF_UNIX, SOCK_STREAM | SOCK_CLOEXEC, 0)) {
+    sockaddr_un address{};
+    address.sun_family = AF_UNIX;
+    std::ranges::copy(path, std::begin(address.sun_path));
+    const auto* any = reinterpret_cast<const sockaddr*>(&address);
+    connected_ = connect(descriptor_, any, sizeof address) == 0;
+  }
+  RawSocket(const RawSocket&) = delete;
+  RawSocket& operator=(const RawSocket&) = delete;
+  ~RawSocket() { close(descriptor_); }
+
+  bool connected() const { return connected_; }
+  void write(std::string_view bytes) { send(descriptor_, bytes.data(), bytes.size(), MSG_NOSIGNAL | MSG_DONTWAIT); }
+
+ private:
+  int descriptor_;
+  bool connected_ = false;
+};
+
+// A queue that one step of a flood does not fill, but a hundred do.
+constexpr const char* QueueBytes = "262144";
+
+class Faults : public testing::Test {
+ protected:
+  // The service knows so many clients, the injector among them.
+  bool clientCountBecomes(std::size_t count) {
+    const Deadline deadline(Patience);
+    while (injector_.stats().clients.size() != count) {
+      if (deadline.passed()) return false;
+      std::this_thread::sleep_for(std::chrono::milliseconds(10));
+    }
+    return true;
+  }
+
+  // A console sees what passes a port.
+  void expectService() {
+    EventPortManager manager(Behaviour, true);
+    RecordingPort port(manager);
+    ASSERT_EQ(port.tap("MidiDinOut1"), EvtSrv::EvtRes_Success);
+    ASSERT_EQ(port.sendNoteOn(1, 2, 3), StrmSrv::StrmRes_Success);
+    ASSERT_TRUE(receiveUntil(manager, [&] { return !port.texts.empty(); }));
+    EXPECT_EQ(port.texts, Texts{"MidiDinOut1: 1 2 3"});
+  }
+
+  DeviceFile device_;
+  testsupport::StreamDaemon daemon_{Streamd, {"--device", device_.path(), "--queue-bytes", QueueBytes}};
+  EndpointVariable endpoint_{daemon_.endpoint()};
+  Injector injector_{daemon_.socket()};
+};
+
+TEST_F(Faults, SilentClientsCostNothing) {
+  const RawSocket silent(daemon_.socket());
+  ASSERT_TRUE(silent.connected());
+  zmq::context_t context;
+  const host::RawClient shaken(context, daemon_.endpoint());
+  host::RawClient greeted(context, daemon_.endpoint());
+  EXPECT_NE(greeted.hello(), 0U);
+  expectService();
+}
+
+TEST_F(Faults, ClientsThatDoNotWaitForTheirAnswerLeaveNothingBehind) {
+  for (int i = 0; i < 100; ++i) {
+    zmq::context_t context;
+    {
+      zmq::socket_t hasty(context, zmq::socket_type::dealer);
+      // The Hello is still sent.
+      hasty.set(zmq::sockopt::linger, 1000);
+      hasty.connect(daemon_.endpoint());
+      const auto hello = wire::encode(1, wire::Hello{"hasty", 1});
+      hasty.send(zmq::buffer(hello));
+    }
+  }
+  ASSERT_TRUE(daemon_.logged("hasty (process 1) has come\n", Deadline(Patience), 100));
+  EXPECT_TRUE(clientCountBecomes(1));
+  EXPECT_TRUE(daemon_.logged("hasty (process 1) has gone\n", Deadline(Patience), 100));
+}
+
+TEST_F(Faults, GarbageOnTheSocketHarmsNobody) {
+  std::mt19937 random(7);
+  const std::string greeting("\xFF\0\0\0\0\0\0\0\x01\x7F\x03\0NULL", 16);
+  for (std::size_t size = 1; size < 4000; size += 37) {
+    std::string bytes(size, '\0');
+    for (char& byte : bytes) byte = static_cast<char>(random());
+    RawSocket garbage(daemon_.socket());
+    garbage.write(bytes);
+    // What looks like the protocol of the sockets up to some point.
+    RawSocket shaken(daemon_.socket());
+    shaken.write(greeting + bytes);
+    // A frame of a huge size that never comes.
+    RawSocket half(daemon_.socket());
+    half.write(greeting + std::string(48, '\0') + std::string("\x04\x19\x05READY", 8) + "\x02\x7F\xFF\xFF");
+  }
+  expectService();
+}
+
+TEST_F(Faults, MessagesThatAreNoneHarmNobody) {
+  zmq::context_t context;
+  host::RawClient bad(context, daemon_.endpoint());
+  const std::uint64_t session = bad.hello();
+  const auto good = wire::encode(5, wire::Inject{session, Port, {{0, {0xF8}}, {0, {0xF8}}}});
+  for (std::size_t size = 0; size < good.size(); ++size) {
+    ASSERT_TRUE(bad.send(std::vector<std::uint8_t>(good.begin(), good.begin() + static_cast<std::ptrdiff_t>(size))));
+  }
+  auto oversized = good;
+  std::fill(oversized.end() - 18, oversized.end() - 14, std::uint8_t{0xFF});  // the number of messages
+  ASSERT_TRUE(bad.send(oversized));
+  auto otherVersion = good;
+  otherVersion[1] = 99;
+  ASSERT_TRUE(bad.send(otherVersion));
+  ASSERT_TRUE(bad.send(std::vector<std::vector<std::uint8_t>>{good, good, good}));
+  ASSERT_TRUE(bad.send(std::vector<std::uint8_t>(3U << 20U, 0xE5)));  // ends this connection
+  expectService();
+  EXPECT_EQ(injector_.stats().in, 1U) << "only the note of the honest client";
+  EXPECT_TRUE(clientCountBecomes(1)) << "whose connection was closed has gone";
+}
+
+TEST_F(Faults, TwoWhoPatchTheSamePortsAgreeInTheEnd) {
+  const auto patchAgainAndAgain = [](int& failures) {
+    EventPortManager manager(Behaviour, true);
+    StrmSrv::Patcher patcher(manager, 0);
+    for (int i = 0; i < 300; ++i) {
+      if (patcher.connect(6, 1, 5, 0) != StrmSrv::StrmRes_Success) ++failures;
+      const auto removed = patcher.disconnect(6, 1, 5, 0);
+      // The other may have been faster.
+      if (removed != StrmSrv::StrmRes_Success && removed != StrmSrv::StrmRes_NotFound) ++failures;
+      std::vector<StrmSrv::PortRecord> sinks;
+      if (patcher.getConnectSinkPorts(6, 1, sinks) != StrmSrv::StrmRes_Success || sinks.size() > 1) ++failures;
+    }
+  };
+  int failures = 0;
+  int otherFailures = 0;
+  std::thread other([&] { patchAgainAndAgain(otherFailures); });
+  patchAgainAndAgain(failures);
+  other.join();
+  EXPECT_EQ(failures + otherFailures, 0);
+
+  EventPortManager manager(Behaviour, true);
+  StrmSrv::Patcher patcher(manager, 0);
+  std::vector<StrmSrv::PortRecord> sinks;
+  EXPECT_EQ(patcher.getConnectSinkPorts(6, 1, sinks), StrmSrv::StrmRes_Success);
+  EXPECT_TRUE(sinks.empty()) << "each took away what it had made";
+}
+
+TEST_F(Faults, TapsComeBackWithTheService) {
+  EventPortManager manager(Behaviour, true);
+  RecordingPort one(manager);
+  RecordingPort two(manager);
+  ASSERT_EQ(one.tap(Port), EvtSrv::EvtRes_Success);
+  ASSERT_EQ(one.tap("MidiDinOut1"), EvtSrv::EvtRes_Success);
+  ASSERT_EQ(two.tap(Port), EvtSrv::EvtRes_Success);
+  ASSERT_EQ(one.disconnect("MidiDinOut1", nullptr), EvtSrv::EvtRes_Success);
+  StrmSrv::Patcher patcher(manager, 0);
+  ASSERT_EQ(patcher.connect(6, 1, 5, 0), StrmSrv::StrmRes_Success);
+
+  const std::string line = "evtsrv: " + daemon_.endpoint() + ": ";
+  testing::internal::CaptureStderr();
+  daemon_.signal(SIGKILL);
+  ASSERT_TRUE(daemon_.waitForExit(Deadline(Patience)));
+  EXPECT_TRUE(receiveUntil(manager, [&] { return one.sendNoteOn(1, 1, 1) == StrmSrv::StrmRes_NoService; }));
+  EXPECT_EQ(two.tap("MidiDinOut1"), EvtSrv::EvtRes_NoService);
+  EXPECT_EQ(patcher.connect(6, 1, 5, 0), StrmSrv::StrmRes_NoService);
+  EXPECT_EQ(testing::internal::GetCapturedStderr(), line + "the service has gone\n");
+
+  testing::internal::CaptureStderr();
+  daemon_.restart();
+  Injector injector(daemon_.socket());
+  EXPECT_TRUE(receiveUntil(manager, [&] { return injector.stats().clients.size() == 2; }));
+  one.texts.clear();
+  injector.inject(Port, 3);
+  EXPECT_TRUE(receiveUntil(manager, [&] { return one.texts.size() + two.texts.size() >= 6; }));
+  EXPECT_EQ(one.texts, receivedFromTo(Port, 0, 3));
+  EXPECT_EQ(two.texts, receivedFromTo(Port, 0, 3));
+  EXPECT_EQ(injector.stats().clients.at(1).taps + injector.stats().clients.at(0).taps, 2U)
+      << "the one that had ended did not come back";
+  std::vector<StrmSrv::PortRecord> sinks;
+  EXPECT_EQ(patcher.getConnectSinkPorts(6, 1, sinks), StrmSrv::StrmRes_Success);
+  EXPECT_TRUE(sinks.empty()) << "the new service's graph";
+  EXPECT_EQ(testing::internal::GetCapturedStderr(), line + "the service is back, 2 taps attached again\n");
+}
+
+TEST_F(Faults, RequestsFindTheServiceWithoutReceiving) {
+  EventPortManager manager(Behaviour, true);
+  RecordingPort port(manager);
+  ASSERT_EQ(port.tap(Port), EvtSrv::EvtRes_Success);
+  testing::internal::CaptureStderr();
+  daemon_.signal(SIGTERM);
+  ASSERT_TRUE(daemon_.waitForExit(Deadline(Patience)));
+  const Deadline deadline(Patience);
+  while (port.tap("MidiDinOut1") == EvtSrv::EvtRes_Success) ASSERT_FALSE(deadline.passed());
+  EXPECT_EQ(port.disconnect(Port.c_str(), nullptr), EvtSrv::EvtRes_NoService) << "but it shall not come back";
+  daemon_.restart();
+  while (port.tap("ThruIn1") != EvtSrv::EvtRes_Success) ASSERT_FALSE(deadline.passed());
+  const std::string text = testing::internal::GetCapturedStderr();
+  EXPECT_THAT(text, testing::HasSubstr("the service has gone\n"));
+  EXPECT_THAT(text, testing::HasSubstr("the service is back"));
+  Injector injector(daemon_.socket());
+  injector.inject("ThruIn1", 1);
+  injector.inject(Port, 1);
+  injector.inject("ThruIn1", 1);
+  ASSERT_TRUE(receiveUntil(manager, [&] { return port.texts.size() >= 2; }));
+  EXPECT_EQ(port.texts, (Texts{received("ThruIn1", 0), received("ThruIn1", 2)}));
+}
+
+TEST_F(Faults, PortsThatTheNewServiceDoesNotHaveAreCounted) {
+  EventPortManager manager(Behaviour, true);
+  RecordingPort port(manager);
+  ASSERT_EQ(port.tap(Port), EvtSrv::EvtRes_Success);
+  ASSERT_EQ(port.tap("ThruIn1"), EvtSrv::EvtRes_Success);
+  daemon_.signal(SIGTERM);
+  ASSERT_TRUE(daemon_.waitForExit(Deadline(Patience)));
+  // Another service at the same place.
+  const DeviceFile small("[[group]]\nid = 8\nname = \"Thru\"\nsinks = 1\n");
+  testsupport::ChildDescriptors descriptors;
+  descriptors.open(STDERR_FILENO, "/dev/null", O_WRONLY);
+  testsupport::Child other({Streamd, {"--listen", daemon_.endpoint(), "--device", small.path()}, {}, {}}, descriptors);
+  testing::internal::CaptureStderr();
+  EXPECT_TRUE(receiveUntil(manager, [&] { return port.tap("ThruIn1") == EvtSrv::EvtRes_Success; }));
+  EXPECT_THAT(testing::internal::GetCapturedStderr(),
+              testing::HasSubstr("the service is back, 1 of 2 taps attached again\n"));
+}
+
+TEST_F(Faults, LossOfAStalledReaderIsCountedExactlyAndOnlyItsOwn) {
+  constexpr std::uint32_t Count = 100'000;  // far more than a queue holds
+  EventPortManager slow(Behaviour, true);
+  RecordingPort stalled(slow);
+  ASSERT_EQ(stalled.tap(Port), EvtSrv::EvtRes_Success);
+  EventPortManager quick(Behaviour, true);
+  RecordingPort reader(quick);
+  ASSERT_EQ(reader.tap(Port), EvtSrv::EvtRes_Success);
+
+  std::thread flood([&] {
+    // In steps that the reader can follow.
+    for (std::uint32_t done = 0; done < Count; done += 1'000) {
+      injector_.inject(Port, 1'000);
+      const Deadline deadline(Patience);
+      while (injector_.stats().clients.at(2).queueBytes > 0 && !deadline.passed()) {
+        std::this_thread::yield();
+      }
+    }
+  });
+  const bool complete = receiveUntil(quick, [&] { return reader.texts.size() >= Count; });
+  flood.join();
+  ASSERT_TRUE(complete) << reader.texts.size();
+  EXPECT_EQ(reader.texts, receivedFromTo(Port, 0, Count));
+
+  const wire::Stats stats = injector_.stats();
+  const auto& counts = stats.clients.at(1);
+  EXPECT_EQ(counts.out + counts.lost, Count);
+  EXPECT_GT(counts.lost, 0U);
+  EXPECT_EQ(stats.clients.at(2).lost, 0U);
+
+  testing::internal::CaptureStderr();
+  while (slow.receiveEvent(500) == EvtSrv::EvtRes_Success) {
+  }
+  const std::string lines = testing::internal::GetCapturedStderr();
+  EXPECT_EQ(lines, "evtsrv: " + std::to_string(counts.lost) + " messages lost: this program reads too slowly\n");
+  ASSERT_EQ(stalled.texts.size(), counts.out);
+  // The loss is at the end: what came before is complete and in order.
+  EXPECT_EQ(stalled.texts, receivedFromTo(Port, 0, static_cast<std::uint32_t>(counts.out)));
+}
+
+}  // namespace
+}  // namespace streamd
