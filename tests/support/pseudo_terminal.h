@@ -40,6 +40,7 @@ class PseudoTerminal {
   // The line goes dead: the program gets SIGHUP, and can neither read nor write from then on.
   void hangUp() { master_.reset(); }
 
+  pid_t id() const { return child_->id(); }
   void resize(WindowSize size);
   void signal(int number) { child_->signal(number); }
 

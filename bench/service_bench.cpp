@@ -1,0 +1,250 @@
+// A console on streamd, beside bare programs on the same hops. Each benchmark measures both in turn; the counters are
+// what is measured and "ratio", of ours to the bare one (latency and start: smaller is better; throughput: larger).
+#include <benchmark/benchmark.h>
+
+#include <algorithm>
+#include <chrono>
+#include <cstdint>
+#include <string>
+#include <thread>
+#include <vector>
+#include <zmq.hpp>
+
+#include "bench/peers.h"
+#include "platform/client/connection.h"
+#include "platform/client/control_channel.h"
+#include "tests/support/scratch_folder.h"
+#include "tests/support/stream_daemon.h"
+
+namespace {
+
+using namespace std::chrono_literals;
+using Clock = std::chrono::steady_clock;
+
+constexpr const char* Device = "[[group]]\nid = 0\nname = \"Keys\"\nsources = 1\n";
+constexpr const char* Port = "KeysOut1";
+
+double secondsSince(Clock::time_point start) { return std::chrono::duration<double>(Clock::now() - start).count(); }
+
+double percentile(std::vector<double> values, double part) {
+  std::ranges::sort(values);
+  return values.at(static_cast<std::size_t>(part * static_cast<double>(values.size() - 1)));
+}
+
+// The service with a device that is silent, and somebody who injects.
+class Service {
+ public:
+  Service() { control_.greet("bench", client::Deadline(client::AnswerTime)); }
+
+  std::string endpoint() const { return daemon_.endpoint(); }
+  pid_t process() const { return daemon_.id(); }
+
+  void inject(std::vector<wire::InjectItem> items) { control_.inject(Port, std::move(items)); }
+
+  void waitForTaps(std::uint32_t count) {
+    for (;;) {
+      const auto stats = control_.ask<wire::Stats>(wire::AskStats{control_.session()});
+      std::uint32_t taps = 0;
+      for (const auto& client : stats.value().clients) taps += client.taps;
+      if (taps >= count) return;
+      std::this_thread::sleep_for(1ms);
+    }
+  }
+
+ private:
+  static std::string written(const testsupport::ScratchFolder& folder) {
+    folder.write("device.toml", Device);
+    return folder.path() / "device.toml";
+  }
+
+  testsupport::ScratchFolder folder_;
+  testsupport::StreamDaemon daemon_{FLOWSCOPE_BINARY_DIR "/streamd",
+                                    {"--device", written(folder_), "--queue-bytes", "1073741824"}};
+  client::Connection connection_{client::LocalEndpoint{daemon_.socket()}};
+  client::ControlChannel control_{connection_.context(), connection_.address()};
+};
+
+// A relay, and somebody who sends through it.
+class BareRelay {
+ public:
+  BareRelay() { sender_.connect(in()); }
+
+  std::string in() const { return "ipc://" + (folder_.path() / "in").string(); }
+  std::string out() const { return "ipc://" + (folder_.path() / "out").string(); }
+
+  void send(const std::vector<std::uint8_t>& bytes) { sender_.send(zmq::buffer(bytes), zmq::send_flags::none); }
+
+ private:
+  testsupport::ScratchFolder folder_;
+  testsupport::ChildDescriptors descriptors_;
+  testsupport::Child relay_{bench::commandOf("bare_peer", {"relay", in(), out()}), descriptors_};
+  zmq::context_t context_;
+  zmq::socket_t sender_{context_, zmq::socket_type::push};
+};
+
+const std::vector<std::uint8_t> Note{0x90, 0x3C, 0x40};
+
+// From the call that sends to the line on the terminal.
+template <class Send>
+double latency(testsupport::PseudoTerminal& terminal, Send send) {
+  const std::size_t before = terminal.output().size();
+  const auto start = Clock::now();
+  send();
+  bench::readUntil(terminal, "0x40 0x00", before);
+  return secondsSince(start);
+}
+
+void injectToLine(benchmark::State& state) {
+  constexpr int Samples = 3000;
+  Service service;
+  testsupport::PseudoTerminal console(bench::commandOf("flowscope", {}, service.endpoint()), {});
+  const std::size_t prompt = bench::readUntil(console, "$ ");
+  console.type("cat /Midi/Source/Keys/KeysOut1\r", testsupport::Deadline(bench::Patience));
+  service.waitForTaps(1);
+  bench::readUntil(console, "$ ", prompt);
+  BareRelay relay;
+  testsupport::PseudoTerminal printer(bench::commandOf("bare_peer", {"print", relay.out()}), {});
+  const auto ours = [&] { service.inject({{0, Note}}); };
+  const auto bare = [&] { relay.send(Note); };
+  for (int warm = 0; warm < 100; ++warm) {
+    latency(console, ours);
+    latency(printer, bare);
+  }
+  std::vector<double> oursTook;
+  std::vector<double> bareTook;
+  for (auto _ : state) {
+    for (int sample = 0; sample < Samples; ++sample) {
+      oursTook.push_back(latency(console, ours));
+      bareTook.push_back(latency(printer, bare));
+      std::this_thread::sleep_for(200us);
+    }
+  }
+  state.counters["median_us"] = percentile(oursTook, 0.5) * 1e6;
+  state.counters["bare_median_us"] = percentile(bareTook, 0.5) * 1e6;
+  state.counters["p99_us"] = percentile(oursTook, 0.99) * 1e6;
+  state.counters["bare_p99_us"] = percentile(bareTook, 0.99) * 1e6;
+  state.counters["ratio_median"] = percentile(oursTook, 0.5) / percentile(bareTook, 0.5);
+  state.counters["ratio_p99"] = percentile(oursTook, 0.99) / percentile(bareTook, 0.99);
+}
+BENCHMARK(injectToLine)->Name("service/inject to line on terminal")->Iterations(1)->Unit(benchmark::kMillisecond);
+
+void injectToWatch(benchmark::State& state) {
+  constexpr std::size_t Messages = 1'000'000;
+  constexpr std::size_t AtOnce = 200;
+  Service service;
+  bench::PipedChild watch(bench::commandOf("streamctl", {"--endpoint", service.endpoint(), "watch", Port}));
+  service.waitForTaps(1);
+  BareRelay relay;
+  bench::PipedChild printer(bench::commandOf("bare_peer", {"print", relay.out()}));
+  relay.send(Note);
+  printer.readLines(1);
+
+  double ours = 0;
+  double bare = 0;
+  for (auto _ : state) {
+    auto start = Clock::now();
+    std::thread injector([&] {
+      for (std::size_t sent = 0; sent < Messages; sent += AtOnce) {
+        service.inject(std::vector<wire::InjectItem>(AtOnce, {0, Note}));
+      }
+    });
+    watch.readLines(Messages);
+    ours = Messages / secondsSince(start);
+    injector.join();
+
+    start = Clock::now();
+    std::thread sender([&] {
+      for (std::size_t sent = 0; sent < Messages; ++sent) relay.send(Note);
+    });
+    printer.readLines(Messages);
+    bare = Messages / secondsSince(start);
+    sender.join();
+  }
+  state.counters["messages_per_second"] = ours;
+  state.counters["bare_per_second"] = bare;
+  state.counters["ratio"] = ours / bare;
+}
+BENCHMARK(injectToWatch)->Name("service/inject to watch")->Iterations(1)->Unit(benchmark::kMillisecond);
+
+// From the start of a program on a terminal to its prompt.
+double timeToPrompt(const testsupport::Command& command, std::string_view prompt) {
+  const auto start = Clock::now();
+  testsupport::PseudoTerminal terminal(command, {});
+  bench::readUntil(terminal, prompt);
+  return secondsSince(start);
+}
+
+double timeToEnd(const testsupport::Command& command) {
+  const auto start = Clock::now();
+  testsupport::PseudoTerminal terminal(command, {}, testsupport::PseudoTerminal::Input::Pipe);
+  terminal.closeInput();
+  terminal.waitForExit(testsupport::Deadline(bench::Patience));
+  return secondsSince(start);
+}
+
+void showStart(benchmark::State& state, const std::vector<double>& ours, const std::vector<double>& bare) {
+  state.counters["median_ms"] = percentile(ours, 0.5) * 1e3;
+  state.counters["bare_median_ms"] = percentile(bare, 0.5) * 1e3;
+  state.counters["ratio"] = percentile(ours, 0.5) / percentile(bare, 0.5);
+}
+
+// The argument: 1 with a streamd, 0 with the service embedded.
+std::string endpointFor(const benchmark::State& state, const Service& service) {
+  return state.range(0) == 1 ? service.endpoint() : "embedded:";
+}
+
+void startToPrompt(benchmark::State& state) {
+  const Service service;
+  const auto console = bench::commandOf("flowscope", {}, endpointFor(state, service));
+  std::vector<double> ours;
+  std::vector<double> bare;
+  for (auto _ : state) {
+    ours.push_back(timeToPrompt(console, "$ "));
+    bare.push_back(timeToPrompt(bench::commandOf("bare_peer", {"start"}), "> "));
+  }
+  showStart(state, ours, bare);
+}
+BENCHMARK(startToPrompt)
+    ->Name("service/start to first prompt")
+    ->ArgName("streamd")
+    ->Arg(0)
+    ->Arg(1)
+    ->Iterations(50)
+    ->Unit(benchmark::kMillisecond);
+
+void oneCommand(benchmark::State& state) {
+  const Service service;
+  const auto console = bench::commandOf("flowscope", {"-c", "pwd"}, endpointFor(state, service));
+  std::vector<double> ours;
+  std::vector<double> bare;
+  for (auto _ : state) {
+    ours.push_back(timeToEnd(console));
+    bare.push_back(timeToEnd(bench::commandOf("bare_peer", {"start"})));
+  }
+  showStart(state, ours, bare);
+}
+BENCHMARK(oneCommand)
+    ->Name("service/-c pwd")
+    ->ArgName("streamd")
+    ->Arg(0)
+    ->Arg(1)
+    ->Iterations(50)
+    ->Unit(benchmark::kMillisecond);
+
+void idle(benchmark::State& state) {
+  constexpr auto Quiet = 5s;
+  const Service service;
+  testsupport::PseudoTerminal console(bench::commandOf("flowscope", {}, service.endpoint()), {});
+  bench::readUntil(console, "$ ");
+  for (auto _ : state) {
+    const double before = bench::cpuSeconds(console.id());
+    std::this_thread::sleep_for(Quiet);
+    state.counters["console_cpu_percent"] =
+        100 * (bench::cpuSeconds(console.id()) - before) / std::chrono::duration<double>(Quiet).count();
+  }
+  state.counters["console_MiB"] = bench::residentMiB(console.id());
+  state.counters["streamd_MiB"] = bench::residentMiB(service.process());
+}
+BENCHMARK(idle)->Name("service/idle console")->Iterations(1)->Unit(benchmark::kMillisecond);
+
+}  // namespace
