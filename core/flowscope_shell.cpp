@@ -10,6 +10,7 @@
 #include "topology/listing.h"
 #include "topology/path_completion.h"
 #include "traffic/monitor_attachment.h"
+#include "traffic/port_connections.h"
 
 namespace flowscope {
 
@@ -37,6 +38,14 @@ ResultCode FlowScope::onLs(Options options, const char* path) { return listComma
 ResultCode FlowScope::onCd(const char* path) { return changeDirectory(*this, path); }
 
 ResultCode FlowScope::onCat(Options options, const char* pattern) { return catCommand(*this, options, pattern); }
+
+ResultCode FlowScope::onCon(const char* source, const char* destination) {
+  return conCommand(*this, source, destination);
+}
+
+ResultCode FlowScope::onDis(const char* source, const char* destination) {
+  return disCommand(*this, source, destination);
+}
 
 ResultCode FlowScope::onTab(const char* word, const char* argument) {
   if (argument == nullptr) {

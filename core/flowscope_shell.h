@@ -25,6 +25,8 @@ class FlowScope : public StatBase, public TrafficShell {
   ResultCode onLs(Options options, const char* path) override;
   ResultCode onCd(const char* path) override;
   ResultCode onCat(Options options, const char* pattern) override;
+  ResultCode onCon(const char* source, const char* destination) override;
+  ResultCode onDis(const char* source, const char* destination) override;
   // Completes what stands in the line editor: the command, or the path argument. word: the first word of the line, with
   // its trailing blank when it is finished. argument: the word that is being typed behind it, or null. Always ResultOk.
   ResultCode onTab(const char* word, const char* argument) override;

@@ -22,7 +22,7 @@ void buildSide(TopologyNode& node, const StrmSrv::Patcher& patcher, PortSide sid
     TopologyNode& group = node.addChild(groupName(record.groupId));
     group.children.reserve(record.portCount);
     for (std::uint16_t index = 0; index < record.portCount; ++index) {
-      group.addChild(portName(patcher, record.groupId, index, side));
+      group.addChild(portName(patcher, 0, record.groupId, index, side));
     }
   }
 }

@@ -44,10 +44,12 @@ EvtSrv::EventResult attachName(TrafficShell& shell, const std::string& name, con
   return result;
 }
 
-void attachGroup(TrafficShell& shell, const StrmSrv::GroupRecord& group, PortSide side) {
+// Of the position, the stream type and the side.
+void attachGroup(TrafficShell& shell, const StrmSrv::GroupRecord& group, const PortPosition& position) {
   EvtSrv::MemoryHolder holder(MonitorEventBytes);
   for (std::uint16_t port = 0; port < group.portCount; ++port) {
-    attachName(shell, portName(*shell.patcher(), group.groupId, port, side), trafficOutput().monitorTarget, holder);
+    const std::string name = portName(*shell.patcher(), *position.streamType, group.groupId, port, *position.side);
+    attachName(shell, name, trafficOutput().monitorTarget, holder);
   }
 }
 
@@ -76,7 +78,7 @@ ResultCode attachBelowCurrent(TrafficShell& shell) {
   if (!position.group) {
     const bool atSide = place.size() == 2;
     if (!atSide) return ResultBadArgument;
-    for (const StrmSrv::GroupRecord& group : groups) attachGroup(shell, group, *position.side);
+    for (const StrmSrv::GroupRecord& group : groups) attachGroup(shell, group, position);
     return ResultOk;
   }
 
@@ -85,7 +87,7 @@ ResultCode attachBelowCurrent(TrafficShell& shell) {
     EvtSrv::MemoryHolder holder(MonitorEventBytes);
     return toResultCode(attachPort(shell, nullptr, trafficOutput().monitorTarget, holder));
   }
-  attachGroup(shell, {*position.group, count}, *position.side);
+  attachGroup(shell, {*position.group, count}, position);
   return ResultOk;
 }
 

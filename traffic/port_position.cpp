@@ -43,8 +43,9 @@ std::uint16_t portCountOf(const GroupList& groups, std::uint16_t group) {
   return groups.at(static_cast<std::size_t>(findGroup(groups, group) - groups.begin())).portCount;
 }
 
-std::string portName(const StrmSrv::Patcher& patcher, std::uint16_t group, std::uint16_t port, PortSide side) {
-  return patcher.makeStreamPortName(0, group, port, static_cast<int>(side));
+std::string portName(const StrmSrv::Patcher& patcher, unsigned streamType, std::uint16_t group, std::uint16_t port,
+                     PortSide side) {
+  return patcher.makeStreamPortName(streamType, group, port, static_cast<int>(side));
 }
 
 PortPosition parsePortPosition(const PathComponents& components, const StrmSrv::Patcher& patcher) {
@@ -65,7 +66,7 @@ PortPosition parsePortPosition(const PathComponents& components, const StrmSrv::
   if (*position.side == PortSide::Sink && findGroup(groups, *position.group) == groups.end()) return position;
   const std::uint16_t count = portCountOf(groups, *position.group);
   for (std::uint16_t port = 0; port < count; ++port) {
-    if (portName(patcher, *position.group, port, *position.side) == components[3]) {
+    if (portName(patcher, position.streamType.value_or(0), *position.group, port, *position.side) == components[3]) {
       position.port = port;
       break;
     }
@@ -73,6 +74,8 @@ PortPosition parsePortPosition(const PathComponents& components, const StrmSrv::
 
   if (components.size() < 5) return position;
   position.connectedGroup = groupNamed(components[4]);
+
+  if (components.size() > 5) position.connectedName = components[5];
   return position;
 }
 

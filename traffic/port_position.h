@@ -21,6 +21,7 @@ struct PortPosition {
   std::optional<std::uint16_t> group;
   std::optional<std::uint16_t> port;
   std::optional<std::uint16_t> connectedGroup;
+  std::string connectedName;  // of a connected port, as it stands in the path; empty when the path ends before
 
   friend bool operator==(const PortPosition&, const PortPosition&) = default;
 
@@ -34,12 +35,14 @@ const std::vector<StrmSrv::GroupRecord>& groupsOf(const StrmSrv::Patcher& patche
 // The port count of a group. Throws std::out_of_range for a group that does not stand in the list.
 std::uint16_t portCountOf(const std::vector<StrmSrv::GroupRecord>& groups, std::uint16_t group);
 
-// The name of a port of the first stream type.
-std::string portName(const StrmSrv::Patcher& patcher, std::uint16_t group, std::uint16_t port, PortSide side);
+// The name of a port. streamType: an index into StreamTypeNameTable.
+std::string portName(const StrmSrv::Patcher& patcher, unsigned streamType, std::uint16_t group, std::uint16_t port,
+                     PortSide side);
 
 // Reads the components of an absolute path. A side or a group that is not known ends the reading, a stream type that
-// is not known does not. Of a group that does not stand in its side's list, the ports cannot be told: on the sink
-// side that ends the reading, on the source side it throws std::out_of_range.
+// is not known does not; its ports are then named as those of the first type. Of a group that does not stand in its
+// side's list, the ports cannot be told: on the sink side that ends the reading, on the source side it throws
+// std::out_of_range.
 PortPosition parsePortPosition(const PathComponents& components, const StrmSrv::Patcher& patcher);
 
 }  // namespace flowscope

@@ -39,23 +39,36 @@ class TestShell : public TrafficShell {
   // What was printed since the last call.
   std::string printed() { return out_.take(); }
 
+  // What is typed at "More"; then the input ends. In a window of so many rows.
+  void type(const std::string& keys, int rows) {
+    keys_.keys = keys;
+    size_.count = rows;
+  }
+
   void setTree(std::unique_ptr<TopologyNode> tree) { tree_ = std::move(tree); }
   void setPatcher(std::unique_ptr<StrmSrv::Patcher> patcher) { patcher_ = std::move(patcher); }
 
  private:
   class Size : public TerminalSize {
    public:
-    int rows() override { return 24; }
+    int rows() override { return count; }
     int columns() override { return 80; }
+    int count = 24;
   };
-  class NoKeys : public KeySource {
+  class Keys : public KeySource {
    public:
-    int readByte() override { return EndOfInput; }
+    int readByte() override {
+      if (keys.empty()) return EndOfInput;
+      const int key = keys.front();
+      keys.erase(keys.begin());
+      return key;
+    }
+    std::string keys;
   };
 
   test::MemoryStream out_;
   Size size_;
-  NoKeys keys_;
+  Keys keys_;
   ConsoleOutput output_;
   std::unique_ptr<TopologyNode> tree_ = std::make_unique<TopologyNode>("/");
   PathComponents path_;

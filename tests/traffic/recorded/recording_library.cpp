@@ -13,6 +13,26 @@ namespace {
 
 std::string shown(const char* name) { return name == nullptr ? "(null)" : name; }
 
+std::string shown(std::uint16_t group, std::uint16_t port) {
+  return std::to_string(group) + "." + std::to_string(port);
+}
+
+StrmSrv::StreamResult send(const std::string& kind, const std::vector<std::uint8_t>& values, std::uint16_t group) {
+  std::string call = "send " + kind;
+  for (const std::uint8_t value : values) call += " " + std::to_string(value);
+  library().calls.push_back(call + " to " + std::to_string(group));
+  return library().sendResult;
+}
+
+StrmSrv::StreamResult connected(const std::string& question,
+                                const std::map<std::string, std::vector<StrmSrv::PortRecord>>& answers,
+                                const std::string& port, std::vector<StrmSrv::PortRecord>& result) {
+  library().calls.push_back(question + " " + port);
+  const auto found = answers.find(port);
+  result = found == answers.end() ? std::vector<StrmSrv::PortRecord>{} : found->second;
+  return StrmSrv::StrmRes_Success;
+}
+
 }  // namespace
 
 }  // namespace recording
@@ -74,17 +94,30 @@ const char* GroupNames::operator[](std::size_t id) const noexcept {
   return id < Names.size() ? Names.at(id) : "";
 }
 
-StreamResult StreamPortMIDI::sendNoteOff(std::uint8_t, std::uint8_t, std::uint16_t) { return StrmRes_NoService; }
-StreamResult StreamPortMIDI::sendNoteOn(std::uint8_t, std::uint8_t, std::uint16_t) { return StrmRes_NoService; }
-StreamResult StreamPortMIDI::sendPolyAfter(std::uint8_t, std::uint8_t, std::uint16_t) { return StrmRes_NoService; }
-StreamResult StreamPortMIDI::sendControlChange(std::uint8_t, std::uint8_t, std::uint16_t) { return StrmRes_NoService; }
-StreamResult StreamPortMIDI::sendProgramChange(std::uint8_t, std::uint8_t, std::uint8_t, std::uint16_t) {
-  return StrmRes_NoService;
+StreamResult StreamPortMIDI::sendNoteOff(std::uint8_t note, std::uint8_t velocity, std::uint16_t group) {
+  return recording::send("note off", {note, velocity}, group);
 }
-StreamResult StreamPortMIDI::sendAfterTouch(std::uint8_t, std::uint16_t) { return StrmRes_NoService; }
-StreamResult StreamPortMIDI::sendPitchBend(std::uint8_t, std::uint8_t, std::uint16_t) { return StrmRes_NoService; }
-StreamResult StreamPortMIDI::sendSystemExclusive(const std::uint8_t*, std::size_t, std::uint16_t) {
-  return StrmRes_NoService;
+StreamResult StreamPortMIDI::sendNoteOn(std::uint8_t note, std::uint8_t velocity, std::uint16_t group) {
+  return recording::send("note on", {note, velocity}, group);
+}
+StreamResult StreamPortMIDI::sendPolyAfter(std::uint8_t note, std::uint8_t value, std::uint16_t group) {
+  return recording::send("poly after", {note, value}, group);
+}
+StreamResult StreamPortMIDI::sendControlChange(std::uint8_t number, std::uint8_t value, std::uint16_t group) {
+  return recording::send("control change", {number, value}, group);
+}
+StreamResult StreamPortMIDI::sendProgramChange(std::uint8_t number, std::uint8_t second, std::uint8_t third,
+                                               std::uint16_t group) {
+  return recording::send("program change", {number, second, third}, group);
+}
+StreamResult StreamPortMIDI::sendAfterTouch(std::uint8_t value, std::uint16_t group) {
+  return recording::send("after touch", {value}, group);
+}
+StreamResult StreamPortMIDI::sendPitchBend(std::uint8_t lsb, std::uint8_t msb, std::uint16_t group) {
+  return recording::send("pitch bend", {lsb, msb}, group);
+}
+StreamResult StreamPortMIDI::sendSystemExclusive(const std::uint8_t* bytes, std::size_t length, std::uint16_t group) {
+  return recording::send("system exclusive", {bytes, bytes + length}, group);
 }
 
 // The console's port decodes events itself; that this one never does shows when it is called in its place.
@@ -126,17 +159,28 @@ Patcher::Patcher(EvtSrv::EventPortManager&, unsigned) : state_(std::make_unique<
 Patcher::~Patcher() = default;
 const std::vector<GroupRecord>& Patcher::sourceGroups() const noexcept { return state_->sources; }
 const std::vector<GroupRecord>& Patcher::sinkGroups() const noexcept { return state_->sinks; }
-StreamResult Patcher::connect(std::uint16_t, std::uint16_t, std::uint16_t, std::uint16_t) { return StrmRes_NoService; }
-StreamResult Patcher::disconnect(std::uint16_t, std::uint16_t, std::uint16_t, std::uint16_t) {
-  return StrmRes_NoService;
+StreamResult Patcher::connect(std::uint16_t sourceGroup, std::uint16_t sourcePort, std::uint16_t sinkGroup,
+                              std::uint16_t sinkPort) {
+  const std::string pair = recording::shown(sourceGroup, sourcePort) + " " + recording::shown(sinkGroup, sinkPort);
+  recording::library().calls.push_back("patch " + pair);
+  const auto result = recording::library().patchResults.find(pair);
+  return result == recording::library().patchResults.end() ? StrmRes_Success : result->second;
 }
-StreamResult Patcher::getConnectSourcePorts(std::uint16_t, std::uint16_t, std::vector<PortRecord>& result) {
-  result.clear();
-  return StrmRes_Success;
+StreamResult Patcher::disconnect(std::uint16_t sourceGroup, std::uint16_t sourcePort, std::uint16_t sinkGroup,
+                                 std::uint16_t sinkPort) {
+  recording::library().calls.push_back("unpatch " + recording::shown(sourceGroup, sourcePort) + " " +
+                                       recording::shown(sinkGroup, sinkPort));
+  return StrmRes_NotFound;
 }
-StreamResult Patcher::getConnectSinkPorts(std::uint16_t, std::uint16_t, std::vector<PortRecord>& result) {
-  result.clear();
-  return StrmRes_Success;
+StreamResult Patcher::getConnectSourcePorts(std::uint16_t sinkGroup, std::uint16_t sinkPort,
+                                            std::vector<PortRecord>& result) {
+  return recording::connected("sources of", recording::library().sourcesOf, recording::shown(sinkGroup, sinkPort),
+                              result);
+}
+StreamResult Patcher::getConnectSinkPorts(std::uint16_t sourceGroup, std::uint16_t sourcePort,
+                                          std::vector<PortRecord>& result) {
+  return recording::connected("sinks of", recording::library().sinksOf, recording::shown(sourceGroup, sourcePort),
+                              result);
 }
 
 // Every argument shows in the name: Out2.0 is port 0 of the sources of group 2, and "type1:" stands in front of it

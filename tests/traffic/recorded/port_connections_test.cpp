@@ -1,0 +1,344 @@
+#include "traffic/port_connections.h"
+
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+
+#include <stdexcept>
+#include <string>
+#include <vector>
+
+#include "tests/traffic/recorded/recording_library.h"
+#include "tests/traffic/test_shell.h"
+
+namespace flowscope {
+namespace {
+
+using testing::ElementsAre;
+using testing::HasSubstr;
+using testing::IsEmpty;
+using Names = std::vector<std::string>;
+
+constexpr const char* Device =
+    "Midi\n"
+    "  Source\n"
+    "    Seq\n"
+    "      Out2.0\n"
+    "        Tone\n"
+    "          In3.0\n"
+    "          In3.1\n"
+    "        Keys\n"
+    "          In0.0\n"
+    "        []\n"
+    "          In50.0\n"
+    "      Out2.1\n"
+    "      Out2.2\n"
+    "    Keys\n"
+    "      Out0.0\n"
+    "    Silent\n"
+    "    []\n"
+    "      Out50.0\n"
+    "    Panel\n"
+    "      Out1.0\n"
+    "  Sink\n"
+    "    Tone\n"
+    "      In3.0\n"
+    "        Seq\n"
+    "          Out2.0\n"
+    "          Out2.1\n"
+    "      In3.1\n"
+    "    Keys\n"
+    "      In0.0\n"
+    "      Gone\n"
+    "    []\n"
+    "    Seq\n"
+    "      In2.0\n"
+    "Audio\n"
+    "  Source\n"
+    "    Seq\n"
+    "      type1:Out2.1\n";
+
+class PortConnections : public testing::Test {
+ protected:
+  PortConnections() {
+    recording::reset();
+    recording::library().sources = {{2, 3}, {0, 1}, {4, 0}, {50, 1}};
+    recording::library().sinks = {{3, 2}, {0, 1}, {50, 1}};
+    setUpShell(shell);
+  }
+
+  void setUpShell(TestShell& each) {
+    each.setPatcher(std::make_unique<StrmSrv::Patcher>(manager, 0));
+    each.setTree(treeOf(Device));
+  }
+
+  ResultCode con(const char* source, const char* destination = nullptr) {
+    calls().clear();
+    return conCommand(shell, source, destination);
+  }
+
+  ResultCode dis(const char* source, const char* destination = nullptr) {
+    calls().clear();
+    return disCommand(shell, source, destination);
+  }
+
+  Names& calls() { return recording::library().calls; }
+
+  EvtSrv::EventPortManager manager{EvtSrv::ConBehave_Default, true};
+  TestShell shell{manager};
+};
+
+TEST_F(PortConnections, ConnectsAPortToAPort) {
+  EXPECT_EQ(con("/Midi/Source/Seq/Out2.1", "/Midi/Sink/Tone/In3.1"), ResultOk);
+  EXPECT_EQ(shell.printed(), "connect /Midi/Source/Seq/Out2.1:/Midi/Sink/Tone/In3.1\n");
+  EXPECT_THAT(calls(), ElementsAre("patch 2.1 3.1"));
+}
+
+TEST_F(PortConnections, PairsPlacesOfEveryLevel) {
+  const struct {
+    PathComponents from;
+    const char* source;
+    const char* destination;
+    Names pairs;
+  } rows[] = {
+      // Groups of different sizes: only as many pairs as the smaller one has ports.
+      {{}, "/Midi/Source/Seq", "/Midi/Sink/Tone", {"patch 2.0 3.0", "patch 2.1 3.1"}},
+      {{}, "/Midi/Source/Keys", "/Midi/Sink/Tone", {"patch 0.0 3.0"}},
+      {{}, "/Midi/Source/Silent", "/Midi/Sink/Tone", {}},
+      // A side stands for all ports of all groups, those without a name too.
+      {{}, "/Midi/Source", "/Midi/Sink", {"patch 2.0 3.0", "patch 2.1 3.1", "patch 2.2 0.0", "patch 0.0 50.0"}},
+      {{}, "/Midi/Source/Seq/Out2.2", "/Midi/Sink", {"patch 2.2 3.0"}},
+      {{}, "/Midi/Source", "/Midi/Sink/Tone/In3.1", {"patch 2.0 3.1"}},
+      // Below a port the port counts.
+      {{}, "/Midi/Source/Seq/Out2.0/Tone/In3.1", "/Midi/Sink/Keys", {"patch 2.0 0.0"}},
+      {{}, "/Midi/Source/Seq/Out2.0/\\[]", "/Midi/Sink/Keys", {"patch 2.0 0.0"}},
+      {{}, "/Midi/Source/Keys", "/Midi/Sink/Tone/In3.0/Seq", {"patch 0.0 3.0"}},
+      // Relative paths.
+      {{"Midi", "Source", "Seq"}, "Out2.1", "~/Sink/Keys/In0.0", {"patch 2.1 0.0"}},
+      // Names of another stream type.
+      {{}, "/Audio/Source/Seq/type1:Out2.1", "/Midi/Sink/Keys", {"patch 2.1 0.0"}},
+      // Without a destination, the current directory.
+      {{"Midi", "Sink", "Tone"}, "/Midi/Source/Seq/Out2.2", nullptr, {"patch 2.2 3.0"}},
+      {{"Midi", "Sink", "Tone", "In3.1"}, "/Midi/Source/Seq", nullptr, {"patch 2.0 3.1"}},
+  };
+  for (const auto& row : rows) {
+    shell.currentPath() = row.from;
+    EXPECT_EQ(con(row.source, row.destination), ResultOk) << row.source;
+    EXPECT_EQ(calls(), row.pairs) << row.source;
+  }
+}
+
+TEST_F(PortConnections, TellsEachPairOfPlaces) {
+  EXPECT_EQ(con("/Midi/Source/Seq/Out2.[01]", "/Midi/Sink/Tone/*"), ResultOk);
+  EXPECT_EQ(shell.printed(),
+            "connect /Midi/Source/Seq/Out2.0:/Midi/Sink/Tone/In3.0\n"
+            "connect /Midi/Source/Seq/Out2.0:/Midi/Sink/Tone/In3.1\n"
+            "connect /Midi/Source/Seq/Out2.1:/Midi/Sink/Tone/In3.0\n"
+            "connect /Midi/Source/Seq/Out2.1:/Midi/Sink/Tone/In3.1\n");
+  EXPECT_THAT(calls(), ElementsAre("patch 2.0 3.0", "patch 2.0 3.1", "patch 2.1 3.0", "patch 2.1 3.1"));
+}
+
+TEST_F(PortConnections, ADestinationThatMatchesNothingIsTheCurrentDirectory) {
+  shell.currentPath() = {"Midi", "Sink", "Tone"};
+  EXPECT_EQ(con("/Midi/Source/Seq/Out2.[12]", "zz*"), ResultOk);
+  EXPECT_EQ(shell.printed(), "connect /Midi/Source/Seq/Out2.1\nconnect /Midi/Source/Seq/Out2.2\n");
+  EXPECT_THAT(calls(), ElementsAre("patch 2.1 3.0", "patch 2.2 3.0"));
+}
+
+TEST_F(PortConnections, ConWithoutWordsDoesNothing) {
+  shell.currentPath() = {"Midi", "Sink"};
+  EXPECT_EQ(con(nullptr), ResultSilent);
+  EXPECT_EQ(con(nullptr, "/Midi/Sink"), ResultSilent);
+  EXPECT_EQ(con("zz", "/Midi/Sink"), ResultSilent);
+  EXPECT_EQ(con("/", "/Midi/Sink"), ResultSilent);
+  EXPECT_EQ(con("[", "/Midi/Sink"), ResultSilent);
+  EXPECT_EQ(shell.printed(), "");
+  EXPECT_THAT(calls(), IsEmpty());
+}
+
+TEST_F(PortConnections, WithoutAPatcherNothingHappens) {
+  shell.setPatcher(nullptr);
+  EXPECT_EQ(con("/Midi/Source/Seq", "/Midi/Sink/Tone"), ResultSilent);
+  EXPECT_EQ(dis("/Midi/Source/Seq"), ResultSilent);
+  EXPECT_EQ(shell.printed(), "");
+}
+
+TEST_F(PortConnections, PlacesThatNameNoPortsAreSilentAndNeverMeanMore) {
+  const struct {
+    const char* source;
+    const char* destination;
+  } rows[] = {
+      {"/Midi", "/Midi/Sink"},                      // no side
+      {"/Audio", "/Midi/Sink"},                     //
+      {"/Midi/Source/\\[]", "/Midi/Sink"},          // a group without a name
+      {"/Midi/Source/\\[]/Out50.0", "/Midi/Sink"},  //
+      {"/Midi/Source", "/Midi"},                    //
+      {"/Midi/Source", "/Midi/Sink/\\[]"},          //
+      {"/Midi/Source", "/Midi/Sink/Keys/Gone"},     // a port that has gone
+      {"/Midi/Source", "/Midi/Sink/Seq/In2.0"},     // a port of a group that has gone, on the sink side
+      {"/Midi/Sink/\\[]", "/Midi/Sink"},            // before the sides are looked at
+      {"/Midi/Sink/Tone", "/Midi/Sink/Keys/Gone"},  //
+      {"/Midi/Source/Seq", "/Midi/Source/\\[]"},    //
+  };
+  for (const auto& row : rows) {
+    EXPECT_EQ(con(row.source, row.destination), ResultSilent) << row.source << " " << row.destination;
+    EXPECT_THAT(calls(), IsEmpty()) << row.source << " " << row.destination;
+  }
+  // The current directory as well.
+  for (const PathComponents& from :
+       {PathComponents{}, {"Midi"}, {"Midi", "Sink", "[]"}, {"Midi", "Sink", "Tone", "zz"}}) {
+    shell.currentPath() = from;
+    EXPECT_EQ(con("/Midi/Source/Seq"), ResultSilent) << absolutePath(from);
+    EXPECT_THAT(calls(), IsEmpty());
+  }
+}
+
+TEST_F(PortConnections, TheSidesMustBeTheRightOnes) {
+  EXPECT_EQ(con("/Midi/Sink/Tone", "/Midi/Sink/Keys"), ResultBadArgument);
+  EXPECT_EQ(con("/Midi/Source/Seq", "/Midi/Source/Keys"), ResultBadArgument);
+  EXPECT_EQ(con("/Midi/Sink/Tone", "/Midi/Source/Seq"), ResultBadArgument);
+  EXPECT_THAT(calls(), IsEmpty());
+  // Another pair of places is connected all the same, and the last one decides.
+  EXPECT_EQ(con("/Midi/Source/Keys", "/Midi/*/Tone"), ResultOk);
+  EXPECT_THAT(calls(), ElementsAre("patch 0.0 3.0"));
+}
+
+TEST_F(PortConnections, TheLastPairDecides) {
+  EXPECT_EQ(con("/Midi/*/Tone/*3.0", "/Midi/Sink/Keys"), ResultBadArgument);
+  EXPECT_EQ(con("/Midi/*/Keys", "/Midi/Sink/Tone"), ResultBadArgument);
+  EXPECT_THAT(calls(), ElementsAre("patch 0.0 3.0"));
+  EXPECT_EQ(con("/Midi/Source/Seq/Out2.0", "/Midi/Sink/Keys/*"), ResultSilent);
+  EXPECT_THAT(calls(), ElementsAre("patch 2.0 0.0"));
+}
+
+TEST_F(PortConnections, ARefusedPairEndsTheCommand) {
+  recording::library().patchResults["2.1 3.1"] = StrmSrv::StrmRes_Refused;
+  EXPECT_EQ(con("/Midi/Source/Seq", "/Midi/Sink"), ResultConnectError);
+  EXPECT_THAT(calls(), ElementsAre("patch 2.0 3.0", "patch 2.1 3.1"));
+  shell.printed();
+  EXPECT_EQ(con("/Midi/Source/Seq/*", "/Midi/Sink/Tone/*"), ResultConnectError);
+  EXPECT_THAT(calls(), ElementsAre("patch 2.0 3.0", "patch 2.0 3.1", "patch 2.1 3.0", "patch 2.1 3.1"));
+  EXPECT_THAT(shell.printed(), testing::EndsWith("connect /Midi/Source/Seq/Out2.1:/Midi/Sink/Tone/In3.1\n"));
+}
+
+TEST_F(PortConnections, GroupsThatTheDeviceDoesNotList) {
+  EXPECT_THROW(con("/Midi/Source/Panel/Out1.0", "/Midi/Sink"), std::out_of_range);
+  EXPECT_THROW(con("/Midi/Source/Panel", "/Midi/Sink"), std::out_of_range);
+  EXPECT_THROW(con("/Midi/Source", "/Midi/Sink/Seq"), std::out_of_range);
+  EXPECT_THROW(dis("/Midi/Source/Panel/Out1.0"), std::out_of_range);
+  EXPECT_THROW(dis("/Midi/Sink/Seq"), std::out_of_range);
+  EXPECT_THAT(calls(), IsEmpty());
+  EXPECT_EQ(dis("/Midi/Sink/Seq/In2.0"), ResultSilent);
+}
+
+TEST_F(PortConnections, PathsThatCannotBeResolvedChangeNothing) {
+  for (const char* path : {"", "~", "~/Source"}) {
+    EXPECT_THROW(con(path), std::out_of_range) << path;
+    EXPECT_THROW(con("/Midi/Source/Seq", path), std::out_of_range) << path;
+    EXPECT_THROW(dis(path), std::out_of_range) << path;
+    EXPECT_THROW(dis("/Midi/Source/Seq", path), std::out_of_range) << path;
+  }
+  EXPECT_EQ(shell.printed(), "");
+  EXPECT_THAT(calls(), IsEmpty());
+}
+
+TEST_F(PortConnections, EnoughAtMoreStopsBeforeThatConnection) {
+  TestShell interactive(manager, false);
+  setUpShell(interactive);
+  interactive.type("q", 4);
+  // Counted from anew: what was printed before does not bring the prompt nearer.
+  interactive.output().writeLine({AttrNone, ColourDefault, "before"}, true);
+  EXPECT_EQ(conCommand(interactive, "/Midi/Source/Seq/*", "/Midi/Sink/Tone/In3.0"), ResultOk);
+  EXPECT_THAT(calls(), ElementsAre("patch 2.0 3.0", "patch 2.1 3.0"));
+  const std::string printed = interactive.printed();
+  EXPECT_THAT(printed, HasSubstr("\x1b[39m\x1b[1Gconnect /Midi/Source/Seq/Out2.1:/Midi/Sink/Tone/In3.0\n"));
+  EXPECT_THAT(printed, HasSubstr("More"));
+  EXPECT_THAT(printed, testing::Not(HasSubstr("Out2.2")));
+
+  // The answer is that of the pair before.
+  calls().clear();
+  interactive.type("q", 4);
+  EXPECT_EQ(conCommand(interactive, "/Midi/Source/Seq/*", "/Midi/Sink/Keys/Gone"), ResultSilent);
+  interactive.type("  ", 4);
+  EXPECT_EQ(conCommand(interactive, "/Midi/Source/Seq/*", "/Midi/Sink/Tone/In3.0"), ResultOk);
+  EXPECT_THAT(calls(), ElementsAre("patch 2.0 3.0", "patch 2.1 3.0", "patch 2.2 3.0"));
+}
+
+class PortDisconnections : public PortConnections {
+ protected:
+  PortDisconnections() {
+    recording::library().sinksOf["2.0"] = {{3, 0}, {3, 1}, {0, 0}, {50, 0}};
+    recording::library().sinksOf["2.2"] = {{3, 1}};
+    recording::library().sourcesOf["3.0"] = {{2, 0}, {0, 0}, {2, 1}};
+    recording::library().sourcesOf["50.0"] = {{2, 0}};
+  }
+};
+
+TEST_F(PortDisconnections, EachLevelOnEachSide) {
+  const struct {
+    PathComponents from;
+    const char* source;
+    Names calls;
+  } rows[] = {
+      {{},
+       "/Midi/Source/Seq/Out2.0",
+       {"sinks of 2.0", "unpatch 2.0 3.0", "unpatch 2.0 3.1", "unpatch 2.0 0.0", "unpatch 2.0 50.0"}},
+      {{"Midi", "Source", "Seq"}, "Out2.2", {"sinks of 2.2", "unpatch 2.2 3.1"}},
+      {{}, "/Midi/Source/Seq/Out2.1", {"sinks of 2.1"}},
+      {{},
+       "/Midi/Source/Seq",
+       {"sinks of 2.0", "unpatch 2.0 3.0", "unpatch 2.0 3.1", "unpatch 2.0 0.0", "unpatch 2.0 50.0", "sinks of 2.1",
+        "sinks of 2.2", "unpatch 2.2 3.1"}},
+      {{}, "/Midi/Source/Silent", {}},
+      // From the sink side the source stands first all the same.
+      {{}, "/Midi/Sink/Tone/In3.0", {"sources of 3.0", "unpatch 2.0 3.0", "unpatch 0.0 3.0", "unpatch 2.1 3.0"}},
+      {{},
+       "/Midi/Sink",
+       {"sources of 3.0", "unpatch 2.0 3.0", "unpatch 0.0 3.0", "unpatch 2.1 3.0", "sources of 3.1", "sources of 0.0",
+        "sources of 50.0", "unpatch 2.0 50.0"}},
+      // Below a port, only what the place names.
+      {{}, "/Midi/Source/Seq/Out2.0/Tone", {"sinks of 2.0", "unpatch 2.0 3.0", "unpatch 2.0 3.1"}},
+      {{}, "/Midi/Source/Seq/Out2.0/Tone/In3.1", {"sinks of 2.0", "unpatch 2.0 3.1"}},
+      {{}, "/Midi/Source/Seq/Out2.0/Keys", {"sinks of 2.0", "unpatch 2.0 0.0"}},
+      {{}, "/Midi/Sink/Tone/In3.0/Seq", {"sources of 3.0", "unpatch 2.0 3.0", "unpatch 2.1 3.0"}},
+      {{}, "/Midi/Sink/Tone/In3.0/Seq/Out2.1", {"sources of 3.0", "unpatch 2.1 3.0"}},
+  };
+  for (const auto& row : rows) {
+    shell.currentPath() = row.from;
+    EXPECT_EQ(dis(row.source), ResultOk) << row.source;
+    EXPECT_EQ(calls(), row.calls) << row.source;
+    EXPECT_EQ(shell.printed(), "");
+  }
+}
+
+TEST_F(PortDisconnections, PlacesThatNameNoPortsAreSilentAndNeverMeanMore) {
+  for (const char* source :
+       {"/Midi", "/Audio", "/Midi/Source/\\[]", "/Midi/Source/\\[]/Out50.0", "/Midi/Sink/\\[]", "/Midi/Sink/Keys/Gone",
+        "/Midi/Source/Seq/Out2.0/\\[]", "/Midi/Source/Seq/Out2.0/\\[]/In50.0", "zz", "/", "["}) {
+    EXPECT_EQ(dis(source), ResultSilent) << source;
+    EXPECT_THAT(calls(), IsEmpty()) << source;
+  }
+  EXPECT_EQ(dis(nullptr), ResultSilent);
+  EXPECT_EQ(dis(nullptr, "/Midi/Sink/Tone"), ResultSilent);
+  EXPECT_THAT(calls(), IsEmpty());
+}
+
+TEST_F(PortDisconnections, ADestinationNarrowsNothing) {
+  EXPECT_EQ(dis("/Midi/Source/Seq/Out2.0", "/Midi/Sink/Keys"), ResultOk);
+  const Names once = {"sinks of 2.0", "unpatch 2.0 3.0", "unpatch 2.0 3.1", "unpatch 2.0 0.0", "unpatch 2.0 50.0"};
+  EXPECT_EQ(calls(), once);
+  EXPECT_EQ(dis("/Midi/Source/Seq/Out2.0", "zz"), ResultOk);
+  EXPECT_EQ(calls(), once);
+  // It says how often each source is gone through.
+  EXPECT_EQ(dis("/Midi/Source/Seq/Out2.[12]", "/Midi/Sink/Tone/*"), ResultOk);
+  EXPECT_THAT(calls(), ElementsAre("sinks of 2.1", "sinks of 2.1", "sinks of 2.2", "unpatch 2.2 3.1", "sinks of 2.2",
+                                   "unpatch 2.2 3.1"));
+}
+
+TEST_F(PortDisconnections, TheLastPlaceDecides) {
+  EXPECT_EQ(dis("/Midi/Sink/Keys/*"), ResultSilent);
+  EXPECT_THAT(calls(), ElementsAre("sources of 0.0"));
+  EXPECT_EQ(dis("/Midi/Source/[SK]e*"), ResultOk);
+}
+
+}  // namespace
+}  // namespace flowscope

@@ -1,0 +1,164 @@
+#include "traffic/port_connections.h"
+
+#include <algorithm>
+#include <cstddef>
+#include <optional>
+#include <string>
+#include <unordered_map>
+#include <utility>
+#include <vector>
+
+#include "topology/path.h"
+#include "topology/pattern.h"
+#include "traffic/port_list.h"
+#include "traffic/port_position.h"
+
+namespace flowscope {
+
+namespace {
+
+using Ports = std::vector<StrmSrv::PortRecord>;
+
+// Below a port: a group connected to it, and a port of that group.
+constexpr std::size_t ConnectedGroupDepth = 5;
+
+struct Place {
+  PortPosition position;
+  std::size_t depth;
+  Ports ports;
+};
+
+// Nothing for a place that names no ports.
+std::optional<Place> placeAt(const PathComponents& components, const StrmSrv::Patcher& patcher) {
+  PortPosition position = parsePortPosition(components, patcher);
+  if (!namesPorts(position, components.size())) return std::nullopt;
+  Ports ports = portsOf(position, patcher);
+  return Place{std::move(position), components.size(), std::move(ports)};
+}
+
+// The places of one command. Each is read when it is first asked for, and only then: to find the index of a port, all
+// names of its group are made, and a command may pair every port of a group with every port of another.
+class Places {
+ public:
+  Places(TopologyShell& shell, const StrmSrv::Patcher& patcher) : shell_(shell), patcher_(patcher) {}
+
+  // The place that path leads to, or, for null, the current directory. Valid as long as this object.
+  const std::optional<Place>& at(const std::string* path) {
+    const std::string key = path == nullptr ? std::string() : *path;
+    const auto known = known_.find(key);
+    if (known != known_.end()) return known->second;
+    const auto components = path == nullptr ? std::optional(shell_.currentPath())
+                                            : lookupPath(resolvePath(*path, shell_.currentPath()), shell_.tree());
+    return known_.emplace(key, components ? placeAt(*components, patcher_) : std::nullopt).first->second;
+  }
+
+ private:
+  TopologyShell& shell_;
+  const StrmSrv::Patcher& patcher_;
+  std::unordered_map<std::string, std::optional<Place>> known_;  // no match is the empty path
+};
+
+std::vector<std::string> matchesOf(TopologyShell& shell, const char* pattern) {
+  if (pattern == nullptr) return {};
+  return expandPattern(resolvePath(pattern, shell.currentPath()), shell.tree());
+}
+
+ResultCode connectPorts(StrmSrv::Patcher& patcher, const Ports& sources, const Ports& sinks) {
+  const std::size_t pairs = std::min(sources.size(), sinks.size());
+  for (std::size_t pair = 0; pair < pairs; ++pair) {
+    const auto& source = sources[pair];
+    const auto& sink = sinks[pair];
+    if (patcher.connect(source.groupId, source.portIndex, sink.groupId, sink.portIndex) != StrmSrv::StrmRes_Success) {
+      return ResultConnectError;
+    }
+  }
+  return ResultOk;
+}
+
+ResultCode connectPlaces(StrmSrv::Patcher& patcher, const std::optional<Place>& source,
+                         const std::optional<Place>& destination) {
+  if (!source || !destination) return ResultSilent;
+  if (source->position.side != PortSide::Source || destination->position.side != PortSide::Sink) {
+    return ResultBadArgument;
+  }
+  return connectPorts(patcher, source->ports, destination->ports);
+}
+
+// Whether a place means the connections to a port at the other end.
+bool means(const PortPosition& place, const StrmSrv::PortRecord& other, const StrmSrv::Patcher& patcher) {
+  if (!place.connectedGroup) return true;
+  if (other.groupId != *place.connectedGroup) return false;
+  if (place.connectedName.empty()) return true;
+  const PortSide otherSide = place.side == PortSide::Source ? PortSide::Sink : PortSide::Source;
+  return portName(patcher, place.streamType.value_or(0), other.groupId, other.portIndex, otherSide) ==
+         place.connectedName;
+}
+
+void disconnectPort(StrmSrv::Patcher& patcher, const PortPosition& place, const StrmSrv::PortRecord& port) {
+  Ports others;
+  if (place.side == PortSide::Source) {
+    patcher.getConnectSinkPorts(port.groupId, port.portIndex, others);
+  } else {
+    patcher.getConnectSourcePorts(port.groupId, port.portIndex, others);
+  }
+  for (const StrmSrv::PortRecord& other : others) {
+    if (!means(place, other, patcher)) continue;
+    const auto& source = place.side == PortSide::Source ? port : other;
+    const auto& sink = place.side == PortSide::Source ? other : port;
+    patcher.disconnect(source.groupId, source.portIndex, sink.groupId, sink.portIndex);
+  }
+}
+
+ResultCode disconnectPlace(StrmSrv::Patcher& patcher, const std::optional<Place>& place) {
+  if (!place) return ResultSilent;
+  // A connected group without a name: to go on would end the connections to all the others, too.
+  if (place->depth >= ConnectedGroupDepth && !place->position.connectedGroup) return ResultSilent;
+  for (const StrmSrv::PortRecord& port : place->ports) disconnectPort(patcher, place->position, port);
+  return ResultOk;
+}
+
+}  // namespace
+
+ResultCode conCommand(TopologyShell& shell, const char* source, const char* destination) {
+  StrmSrv::Patcher* const patcher = shell.patcher();
+  if (patcher == nullptr || source == nullptr) return ResultSilent;
+  const auto sources = matchesOf(shell, source);
+  const auto destinations = matchesOf(shell, destination);
+
+  // What the lines name: a destination each, or once none.
+  std::vector<const std::string*> named;
+  named.reserve(destinations.size() + 1);
+  for (const std::string& each : destinations) named.push_back(&each);
+  if (named.empty()) named.push_back(nullptr);
+
+  Places places(shell, *patcher);
+  ResultCode result = ResultSilent;
+  bool first = true;
+  for (const std::string& from : sources) {
+    for (const std::string* to : named) {
+      const std::string line = "connect " + from + (to == nullptr ? "" : ":" + *to);
+      if (!shell.output().writeLineFresh({AttrNone, ColourDefault, line.c_str()}, first, true)) return result;
+      first = false;
+      const auto& fromPlace = places.at(&from);
+      result = connectPlaces(*patcher, fromPlace, places.at(to));
+      if (result == ResultConnectError) return result;
+    }
+  }
+  return result;
+}
+
+ResultCode disCommand(TopologyShell& shell, const char* source, const char* destination) {
+  StrmSrv::Patcher* const patcher = shell.patcher();
+  if (patcher == nullptr || source == nullptr) return ResultSilent;
+  const auto sources = matchesOf(shell, source);
+  const std::size_t passes = std::max<std::size_t>(1, matchesOf(shell, destination).size());
+
+  Places places(shell, *patcher);
+  ResultCode result = ResultSilent;
+  for (const std::string& from : sources) {
+    for (std::size_t pass = 0; pass < passes; ++pass) result = disconnectPlace(*patcher, places.at(&from));
+  }
+  return result;
+}
+
+}  // namespace flowscope
