@@ -9,6 +9,7 @@
 #include "topology/change_directory.h"
 #include "topology/listing.h"
 #include "topology/path_completion.h"
+#include "traffic/logging.h"
 #include "traffic/monitor_attachment.h"
 #include "traffic/port_connections.h"
 
@@ -36,6 +37,8 @@ FlowScope::~FlowScope() { waitForInput(); }
 ResultCode FlowScope::onLs(Options options, const char* path) { return listCommand(*this, options, path); }
 
 ResultCode FlowScope::onCd(const char* path) { return changeDirectory(*this, path); }
+
+ResultCode FlowScope::onTo(const char* file, const char* pattern) { return toCommand(*this, file, pattern); }
 
 ResultCode FlowScope::onCat(Options options, const char* pattern) { return catCommand(*this, options, pattern); }
 

@@ -53,7 +53,9 @@ void attachGroup(TrafficShell& shell, const StrmSrv::GroupRecord& group, const P
   }
 }
 
-ResultCode toResultCode(EvtSrv::EventResult result) {
+ResultCode attachWithTarget(TrafficShell& shell, const char* path) {
+  EvtSrv::MemoryHolder holder(MonitorEventBytes);
+  const EvtSrv::EventResult result = attachPort(shell, path, trafficOutput().monitorTarget, holder);
   return result == EvtSrv::EvtRes_Success ? ResultOk : ResultConnectError;
 }
 
@@ -84,11 +86,14 @@ ResultCode attachBelowCurrent(TrafficShell& shell) {
 
   const std::uint16_t count = portCountOf(groups, *position.group);
   if (position.port && *position.port <= count) {  // equal to the count as well: the attaching itself decides
-    EvtSrv::MemoryHolder holder(MonitorEventBytes);
-    return toResultCode(attachPort(shell, nullptr, trafficOutput().monitorTarget, holder));
+    return attachWithTarget(shell, nullptr);
   }
   attachGroup(shell, {*position.group, count}, position);
   return ResultOk;
+}
+
+ResultCode attachMonitor(TrafficShell& shell, const char* path) {
+  return path != nullptr ? attachWithTarget(shell, path) : attachBelowCurrent(shell);
 }
 
 void detachAll(TrafficShell& shell) {
@@ -119,8 +124,7 @@ ResultCode catCommand(TrafficShell& shell, unsigned options, const char* pattern
 
   ResultCode result = ResultSilent;
   for (const std::string& match : expandPattern(resolved, shell.tree())) {
-    EvtSrv::MemoryHolder holder(MonitorEventBytes);
-    result = toResultCode(attachPort(shell, match.c_str(), trafficOutput().monitorTarget, holder));
+    result = attachMonitor(shell, match.c_str());
   }
   return result;
 }

@@ -30,6 +30,10 @@ EvtSrv::EventResult attachPort(TrafficShell& shell, const char* path, const char
 // name; ResultSilent without a patcher. Throws std::out_of_range in a group that the device does not list.
 ResultCode attachBelowCurrent(TrafficShell& shell);
 
+// What commands attach the monitor with: the port that path names, or, for a null path, what lies below the current
+// directory (see attachBelowCurrent). ResultConnectError when path is no port that can be attached.
+ResultCode attachMonitor(TrafficShell& shell, const char* path);
+
 // Ends all attachments.
 void detachAll(TrafficShell& shell);
 

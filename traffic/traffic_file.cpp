@@ -1,11 +1,32 @@
 #include "traffic/traffic_file.h"
 
-#include <utility>
+#include <fcntl.h>
+
+#include <cerrno>
+#include <system_error>
 
 namespace flowscope {
 
-void TrafficFile::open(std::FILE* stream) {
-  std::atomic_store(&stream_, stream == nullptr ? nullptr : std::make_shared<Stream>(stream));
+namespace {
+
+std::FILE* openToWrite(const char* name) {
+  std::FILE* const stream = std::fopen(name, "w");
+  if (stream == nullptr) return nullptr;
+  // With a buffer, an abandoned stream would write its rest over the file at the end of the process, and a signal
+  // would cost the messages seen last.
+  std::setvbuf(stream, nullptr, _IONBF, 0);
+  // A write that is under way when the same file is opened anew would leave a hole in front of itself.
+  const int descriptor = fileno(stream);
+  fcntl(descriptor, F_SETFL, fcntl(descriptor, F_GETFL) | O_APPEND);
+  return stream;
+}
+
+}  // namespace
+
+bool TrafficFile::open(const char* name) {
+  std::FILE* const stream = openToWrite(name);
+  std::atomic_store(&stream_, stream == nullptr ? nullptr : std::make_shared<Stream>(stream, name));
+  return stream != nullptr;
 }
 
 void TrafficFile::close() {
@@ -13,7 +34,11 @@ void TrafficFile::close() {
 }
 
 void TrafficFile::write(std::string_view text) const {
-  if (const auto stream = std::atomic_load(&stream_)) std::fwrite(text.data(), 1, text.size(), stream->file);
+  const auto stream = std::atomic_load(&stream_);
+  if (!stream || std::fwrite(text.data(), 1, text.size(), stream->file) == text.size()) return;
+  if (stream->refused.exchange(true)) return;
+  const std::string cause = std::generic_category().message(errno);
+  std::fprintf(stderr, "flowscope: cannot write to %s: %s\n", stream->name.c_str(), cause.c_str());
 }
 
 bool TrafficFile::isOpen() const { return std::atomic_load(&stream_) != nullptr; }

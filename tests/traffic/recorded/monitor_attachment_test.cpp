@@ -3,12 +3,12 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
-#include <cstdlib>
 #include <mutex>
 #include <stdexcept>
 
 #include "tests/traffic/event_bytes.h"
 #include "tests/traffic/recorded/recording_library.h"
+#include "tests/traffic/temporary_file.h"
 #include "tests/traffic/test_shell.h"
 
 namespace flowscope {
@@ -288,9 +288,8 @@ TEST_F(MonitorAttachment, CatOfNoPathChangesNothing) {
 }
 
 TEST_F(MonitorAttachment, CatLeavesAnOpenFileOpenAndUnwritten) {
-  char* text = nullptr;
-  std::size_t length = 0;
-  trafficOutput().trafficFile.open(open_memstream(&text, &length));
+  const TemporaryFile file;
+  trafficOutput().trafficFile.open(file.name());
   trafficOutput().trafficMode = TrafficScreenAndFile;
   EXPECT_EQ(catCommand(shell, 0, "/Midi/Source/Seq/Out2.0"), ResultOk);
   const EventBytes event = EventBytes().record(1, {0xF8});
@@ -301,8 +300,7 @@ TEST_F(MonitorAttachment, CatLeavesAnOpenFileOpenAndUnwritten) {
   // "end" closes it although the mode is the screen's alone.
   EXPECT_EQ(endCommand(shell), ResultOk);
   EXPECT_FALSE(trafficOutput().trafficFile.isOpen());
-  EXPECT_EQ(std::string(text, length), "");
-  std::free(text);  // NOLINT(*no-malloc): open_memstream's
+  EXPECT_EQ(file.content(), "");
 }
 
 TEST_F(MonitorAttachment, EndDetachesAndSwitchesOff) {

@@ -2,37 +2,19 @@
 
 #include <gtest/gtest.h>
 
-#include <unistd.h>
-
 #include <atomic>
-#include <cstdlib>
+#include <filesystem>
 #include <fstream>
-#include <iterator>
+#include <string>
+#include <system_error>
 #include <thread>
 
+#include "tests/traffic/temporary_file.h"
 #include "tests/traffic/test_shell.h"
 #include "traffic/monitor_attachment.h"
 
 namespace flowscope {
 namespace {
-
-class TemporaryFile {
- public:
-  TemporaryFile() { ::close(::mkstemp(path_.data())); }
-  TemporaryFile(const TemporaryFile&) = delete;
-  TemporaryFile& operator=(const TemporaryFile&) = delete;
-  ~TemporaryFile() { ::unlink(path_.c_str()); }
-
-  std::FILE* open() const { return std::fopen(path_.c_str(), "w"); }
-
-  std::string content() const {
-    std::ifstream file(path_, std::ios::binary);
-    return {std::istreambuf_iterator<char>(file), {}};
-  }
-
- private:
-  std::string path_ = testing::TempDir() + "traffic_XXXXXX";
-};
 
 class PrintTraffic : public testing::Test {
  protected:
@@ -48,7 +30,7 @@ class PrintTraffic : public testing::Test {
 
 TEST_F(PrintTraffic, OffDoesNothing) {
   const TemporaryFile file;
-  trafficOutput().trafficFile.open(file.open());
+  trafficOutput().trafficFile.open(file.name());
   EXPECT_EQ(print("text\n"), "text\n");
   EXPECT_EQ(shell.printed(), "");
   trafficOutput().trafficFile.close();
@@ -57,7 +39,7 @@ TEST_F(PrintTraffic, OffDoesNothing) {
 
 TEST_F(PrintTraffic, ScreenLeavesAnOpenFileAlone) {
   const TemporaryFile file;
-  trafficOutput().trafficFile.open(file.open());
+  trafficOutput().trafficFile.open(file.name());
   trafficOutput().trafficMode = TrafficScreen;
   EXPECT_EQ(print("text\n"), "");
   EXPECT_EQ(shell.printed(), "\x1b[39m\x1b[1Gtext\n");
@@ -67,7 +49,7 @@ TEST_F(PrintTraffic, ScreenLeavesAnOpenFileAlone) {
 
 TEST_F(PrintTraffic, ScreenAndFileGetTheSamePieces) {
   const TemporaryFile file;
-  trafficOutput().trafficFile.open(file.open());
+  trafficOutput().trafficFile.open(file.name());
   trafficOutput().trafficMode = TrafficScreenAndFile;
   EXPECT_EQ(print("0xF0 "), "");
   EXPECT_EQ(print("%s 100% \n"), "");
@@ -79,7 +61,7 @@ TEST_F(PrintTraffic, ScreenAndFileGetTheSamePieces) {
 TEST_F(PrintTraffic, AFileThatIsNotThereIsNotUsed) {
   trafficOutput().trafficMode = TrafficScreenAndFile;
   EXPECT_EQ(print("text"), "");
-  trafficOutput().trafficFile.open(nullptr);
+  EXPECT_FALSE(trafficOutput().trafficFile.open("/nowhere/at/all"));
   EXPECT_EQ(print("more"), "");
   EXPECT_EQ(shell.printed(), "\x1b[39m\x1b[1Gtext\x1b[39m\x1b[1Gmore");
 }
@@ -104,7 +86,7 @@ TEST_F(PrintTraffic, EndMayCloseTheFileWhileAMessageIsPrinted) {
   std::size_t written = 0;
   for (int round = 0; round < Rounds; ++round) {
     const TemporaryFile file;
-    trafficOutput().trafficFile.open(file.open());
+    trafficOutput().trafficFile.open(file.name());
     trafficOutput().trafficMode = TrafficScreenAndFile;
     const std::size_t before = printedPieces;
     while (printedPieces < before + 2) std::this_thread::yield();
@@ -129,7 +111,7 @@ TEST(TrafficFile, CloseWritesOutAndEndsTheWriting) {
   const TemporaryFile file;
   TrafficFile traffic;
   EXPECT_FALSE(traffic.isOpen());
-  traffic.open(file.open());
+  traffic.open(file.name());
   EXPECT_TRUE(traffic.isOpen());
   traffic.write("one ");
   traffic.write("two");
@@ -140,21 +122,79 @@ TEST(TrafficFile, CloseWritesOutAndEndsTheWriting) {
   EXPECT_EQ(file.content(), "one two");
 }
 
+TEST(TrafficFile, WhatIsWrittenStandsInTheFileAtOnce) {
+  const TemporaryFile file;
+  TrafficFile traffic;
+  EXPECT_TRUE(traffic.open(file.name()));
+  traffic.write("one ");
+  EXPECT_EQ(file.content(), "one ");
+  traffic.write("two");
+  EXPECT_EQ(file.content(), "one two");
+  traffic.close();
+}
+
+int descriptorsOn(const char* name) {
+  int count = 0;
+  for (const auto& each : std::filesystem::directory_iterator("/proc/self/fd")) {
+    std::error_code gone;
+    count += std::filesystem::read_symlink(each, gone) == std::filesystem::canonical(name) ? 1 : 0;
+  }
+  return count;
+}
+
 TEST(TrafficFile, AStreamThatAnotherReplacesStaysOpen) {
   const TemporaryFile first;
   const TemporaryFile second;
-  std::FILE* abandoned = first.open();
   TrafficFile traffic;
-  traffic.open(abandoned);
-  traffic.write("lost ");
-  traffic.open(second.open());
-  traffic.write("kept");
+  traffic.open(first.name());
+  traffic.write("kept ");
+  traffic.open(second.name());
+  traffic.write("more");
+  EXPECT_EQ(descriptorsOn(first.name()), 1);
   traffic.close();
-  EXPECT_EQ(first.content(), "");
-  EXPECT_EQ(second.content(), "kept");
-  EXPECT_GE(std::fputs("still open", abandoned), 0);
-  EXPECT_EQ(std::fclose(abandoned), 0);
-  EXPECT_EQ(first.content(), "lost still open");
+  EXPECT_EQ(first.content(), "kept ");
+  EXPECT_EQ(second.content(), "more");
+  EXPECT_EQ(descriptorsOn(first.name()), 1);
+  EXPECT_EQ(descriptorsOn(second.name()), 0);
+}
+
+TEST(TrafficFile, OpenedAgainTheFileStartsEmpty) {
+  const TemporaryFile file;
+  TrafficFile traffic;
+  for (int i = 0; i < 3; ++i) {
+    EXPECT_TRUE(traffic.open(file.name()));
+    EXPECT_EQ(file.content(), "");
+    traffic.write("one " + std::to_string(i));
+  }
+  // Also what empties the file from outside leaves no hole in it.
+  std::ofstream(file.name(), std::ios::trunc).flush();
+  traffic.write("two");
+  EXPECT_EQ(file.content(), "two");
+  traffic.close();
+  EXPECT_EQ(descriptorsOn(file.name()), 2);
+}
+
+TEST(TrafficFile, ThatCannotBeOpenedTakesNothing) {
+  const TemporaryFile file;
+  TrafficFile traffic;
+  EXPECT_TRUE(traffic.open(file.name()));
+  EXPECT_FALSE(traffic.open("/nowhere/at/all"));
+  EXPECT_FALSE(traffic.isOpen());
+  traffic.write("text");
+  EXPECT_EQ(file.content(), "");
+}
+
+TEST(TrafficFile, TellsOnceThatTheDiskIsFull) {
+  TrafficFile traffic;
+  testing::internal::CaptureStderr();
+  for (int i = 0; i < 2; ++i) {
+    ASSERT_TRUE(traffic.open("/dev/full"));
+    traffic.write("one");
+    traffic.write("two");
+    traffic.close();
+  }
+  const std::string line = "flowscope: cannot write to /dev/full: No space left on device\n";
+  EXPECT_EQ(testing::internal::GetCapturedStderr(), line + line);
 }
 
 }  // namespace
