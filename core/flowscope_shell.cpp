@@ -11,6 +11,7 @@
 #include "topology/path_completion.h"
 #include "traffic/logging.h"
 #include "traffic/monitor_attachment.h"
+#include "traffic/playback.h"
 #include "traffic/port_connections.h"
 
 namespace flowscope {
@@ -37,6 +38,8 @@ FlowScope::~FlowScope() { waitForInput(); }
 ResultCode FlowScope::onLs(Options options, const char* path) { return listCommand(*this, options, path); }
 
 ResultCode FlowScope::onCd(const char* path) { return changeDirectory(*this, path); }
+
+ResultCode FlowScope::onFrom(const char* file, const char* pattern) { return fromCommand(*this, file, pattern); }
 
 ResultCode FlowScope::onTo(const char* file, const char* pattern) { return toCommand(*this, file, pattern); }
 

@@ -24,6 +24,7 @@ class FlowScope : public StatBase, public TrafficShell {
 
   ResultCode onLs(Options options, const char* path) override;
   ResultCode onCd(const char* path) override;
+  ResultCode onFrom(const char* file, const char* pattern) override;
   ResultCode onTo(const char* file, const char* pattern) override;
   ResultCode onCat(Options options, const char* pattern) override;
   ResultCode onCon(const char* source, const char* destination) override;

@@ -266,8 +266,8 @@ TEST(FlowScopeShell, AFinishedLineRunsOnTheCurrentShell) {
 
 TEST(FlowScopeShell, CommandsWithoutAnOverrideDoNothing) {
   Device device;
-  for (const char* line : {"from a", "set a", "str a", "get a", "eu a", "du a", "load a", "save a", "rn a b", "rm a",
-                           "mkdir a", "convert a b", "bt", "unknown a"}) {
+  for (const char* line : {"set a", "str a", "get a", "eu a", "du a", "load a", "save a", "rn a b", "rm a", "mkdir a",
+                           "convert a b", "bt", "unknown a"}) {
     EXPECT_EQ(device.run(line), "") << line;
     EXPECT_EQ(device.code, ResultOk) << line;
     EXPECT_TRUE(device.shell->isRunning());

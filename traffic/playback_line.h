@@ -1,0 +1,49 @@
+// A line of numbers, read as MIDI messages.
+#pragma once
+
+#include <cstdint>
+#include <optional>
+#include <span>
+#include <string>
+#include <string_view>
+#include <vector>
+
+namespace flowscope {
+
+// A message to send. The bytes are its status, as the stream carries it (no channel), and its values: two for notes,
+// poly after, control change and pitch bend, three for program change, one for after touch. A system exclusive is
+// whole, from 0xF0 to 0xF7.
+struct PlaybackMessage {
+  std::span<const std::uint8_t> bytes;
+  std::uint16_t group = 0;
+};
+
+// Reads messages from the words of a line, one after another: a status, values, a group. So the raw form of the
+// traffic is read back, but for program changes, which have more values here, and real-time messages, which begin a
+// system exclusive that no word ends. A word is a number in any form that the C library reads (decimal, hexadecimal,
+// fractional), and 0 when it begins with none; only its low bits count. A status below 0x80 is skipped, of any other
+// only the high four bits count. A message that the line does not hold whole is left out, but for the group of a system
+// exclusive, which is 0 then.
+class PlaybackLine {
+ public:
+  // The text must outlive the reader.
+  explicit PlaybackLine(std::string_view text) : rest_(text) {}
+
+  // The next message, valid until the next call; nothing at the end of the line.
+  std::optional<PlaybackMessage> next();
+
+ private:
+  std::optional<std::uint32_t> nextNumber();
+  bool takeValues(std::size_t count);
+  bool takeExclusive();
+
+  std::string_view rest_;
+  std::string word_;
+  std::vector<std::uint8_t> bytes_;
+};
+
+// The number that a word begins with, without its fraction and modulo 2 to the 32; 0 for infinity and for what is no
+// number.
+std::uint32_t playbackNumber(const std::string& word);
+
+}  // namespace flowscope
