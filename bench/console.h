@@ -1,0 +1,63 @@
+// Interactive shells for benchmarks.
+#pragma once
+
+#include <cstdio>
+#include <cstdlib>
+#include <memory>
+#include <string>
+
+#include "bench/device_of_ports.h"
+#include "core/flowscope_shell.h"
+#include "core/line_executor.h"
+#include "core/shell_io.h"
+
+namespace bench {
+
+class NoCommands : public flowscope::SystemCommands {
+ public:
+  void run(const std::string& /*line*/) override {}
+};
+
+class NoKeys : public flowscope::KeySource {
+ public:
+  int readByte() override { return flowscope::EndOfInput; }
+};
+
+// An interactive shell on a device of so many ports, writing to a file.
+class Console {
+ public:
+  Console(int ports, const char* output) : folder_("/tmp"), out_(std::fopen(output, "w")) {
+    const auto device = writeDevice(folder_.path(), ports);
+    ::setenv("EVTSRV_ENDPOINT", ("embedded:" + device.string()).c_str(), 1);
+    manager_ = std::make_unique<EvtSrv::EventPortManager>(EvtSrv::ConBehave_Void, true);
+    io_ = std::make_unique<flowscope::ShellIo>(flowscope::ShellIo{out_, size_, keys_, system_});
+    shell_ = std::make_unique<flowscope::FlowScope>(*manager_, false, *io_);
+    shell_->init(*manager_);
+  }
+  Console(const Console&) = delete;
+  Console& operator=(const Console&) = delete;
+  ~Console() {
+    shell_.reset();
+    manager_.reset();
+    std::fclose(out_);
+  }
+
+  flowscope::FlowScope& shell() { return *shell_; }
+
+  void run(const char* line) {
+    flowscope::runCommands(*shell_, line);
+    std::fflush(out_);
+  }
+
+ private:
+  TemporaryFolder folder_;
+  std::FILE* out_;
+  flowscope::DescriptorTerminalSize size_;
+  NoKeys keys_;
+  NoCommands system_;
+  std::unique_ptr<EvtSrv::EventPortManager> manager_;
+  std::unique_ptr<flowscope::ShellIo> io_;
+  std::unique_ptr<flowscope::FlowScope> shell_;
+};
+
+}  // namespace bench
