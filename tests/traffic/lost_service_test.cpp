@@ -1,0 +1,118 @@
+// A service that goes away while a file is played to it, or ports are patched.
+#include <gtest/gtest.h>
+#include <sys/stat.h>
+
+#include <cstdlib>
+#include <fstream>
+#include <memory>
+#include <optional>
+#include <string>
+#include <thread>
+#include <variant>
+#include <zmq.hpp>
+
+#include "platform/host/embedded_service.h"
+#include "platform/host/host.h"
+#include "tests/support/scratch_folder.h"
+#include "tests/traffic/test_shell.h"
+#include "traffic/playback.h"
+#include "traffic/port_connections.h"
+#include "traffic/traffic_output.h"
+
+namespace flowscope {
+namespace {
+
+// The built-in device behind a socket of the file system.
+class LocalService {
+ public:
+  explicit LocalService(const std::string& endpoint) {
+    auto device = host::openDevice("");
+    host_.emplace(context_, std::get<std::unique_ptr<service::Driver>>(std::move(device)), host::Limits{}, host::Log{});
+    EXPECT_EQ(host_->bind(endpoint), std::nullopt);
+    thread_ = std::thread([this] { host_->run(); });
+  }
+  LocalService(const LocalService&) = delete;
+  LocalService& operator=(const LocalService&) = delete;
+  ~LocalService() { end(); }
+
+  void end() {
+    if (!host_) return;
+    host_->stop();
+    thread_.join();
+    host_.reset();
+  }
+
+ private:
+  zmq::context_t context_;
+  std::optional<host::Host> host_;
+  std::thread thread_;
+};
+
+// A shell on a service of its own, which the test may end.
+class LostService : public testing::Test {
+ protected:
+  LostService() {
+    trafficOutput().monitorTarget = EvtSrv::DebugPortName;
+    shell.setTree(
+        treeOf("Midi\n"
+               "  Source\n"
+               "    Keyboard\n"
+               "      KeyboardOut1\n"
+               "  Sink\n"
+               "    Thru\n"
+               "      ThruIn1\n"));
+    shell.setPatcher(std::make_unique<StrmSrv::Patcher>(manager, 0));
+  }
+
+  std::string line() const { return "evtsrv: " + endpoint + ": the service has gone\n"; }
+
+ private:
+  // While the test runs: the other tests of the program have a service in the process.
+  class Endpoint {
+   public:
+    explicit Endpoint(const std::string& name) { setenv("EVTSRV_ENDPOINT", name.c_str(), 1); }
+    Endpoint(const Endpoint&) = delete;
+    Endpoint& operator=(const Endpoint&) = delete;
+    ~Endpoint() { setenv("EVTSRV_ENDPOINT", "embedded:", 1); }
+  };
+
+ protected:
+  testsupport::ScratchFolder scratch;
+  std::string endpoint = "ipc://" + (scratch.path() / "socket").string();
+  LocalService service{endpoint};
+  Endpoint variable{endpoint};
+  EvtSrv::EventPortManager manager{EvtSrv::ConBehave_Default, true};
+  TestShell shell{manager};
+};
+
+TEST_F(LostService, InTheMiddleOfAPlaybackIsToldOnceAndEndsNothing) {
+  // More than the pipe and the way to the service hold.
+  constexpr int Lines = 20'000;
+  const std::string song = (scratch.path() / "song").string();
+  ASSERT_EQ(mkfifo(song.c_str(), 0600), 0);
+  std::thread writer([&] {
+    std::ofstream pipe(song);
+    for (int i = 0; i < Lines; ++i) pipe << "0xD0 1 0\n";
+    pipe.flush();
+    service.end();
+    for (int i = 0; i < Lines; ++i) pipe << "0xD0 2 0\n";
+  });
+  testing::internal::CaptureStderr();
+  const ResultCode result = fromCommand(shell, song.c_str(), "/Midi/Source/Keyboard/*");
+  const std::string said = testing::internal::GetCapturedStderr();
+  writer.join();
+  EXPECT_EQ(result, ResultOk);
+  EXPECT_EQ(said, line());
+}
+
+TEST_F(LostService, ConAnswersItAndDisFindsNothing) {
+  EXPECT_EQ(conCommand(shell, "/Midi/Source/Keyboard", "/Midi/Sink/Thru"), ResultOk);
+  service.end();
+  testing::internal::CaptureStderr();
+  EXPECT_EQ(conCommand(shell, "/Midi/Source/Keyboard", "/Midi/Sink/Thru"), ResultConnectError);
+  EXPECT_EQ(disCommand(shell, "/Midi/Source", nullptr), ResultOk);
+  EXPECT_EQ(testing::internal::GetCapturedStderr(), line());
+}
+
+}  // namespace
+}  // namespace flowscope
