@@ -3,6 +3,8 @@
 #include <fcntl.h>
 
 #include <cerrno>
+#include <csignal>
+#include <ctime>
 #include <system_error>
 
 namespace flowscope {
@@ -21,6 +23,40 @@ std::FILE* openToWrite(const char* name) {
   return stream;
 }
 
+// A file may be a pipe that nobody reads any more. That is no reason to end the program, which is what the signal
+// would do; but other programs that it starts must not inherit that it is ignored.
+class WithoutPipeSignal {
+ public:
+  WithoutPipeSignal() {
+    sigemptyset(&pipe_);
+    sigaddset(&pipe_, SIGPIPE);
+    pthread_sigmask(SIG_BLOCK, &pipe_, &before_);
+  }
+  WithoutPipeSignal(const WithoutPipeSignal&) = delete;
+  WithoutPipeSignal& operator=(const WithoutPipeSignal&) = delete;
+  ~WithoutPipeSignal() { pthread_sigmask(SIG_SETMASK, &before_, nullptr); }
+
+  // Takes the signal that a write has raised for this thread.
+  void take() const {
+    const timespec now{};
+    while (sigtimedwait(&pipe_, nullptr, &now) < 0 && errno == EINTR) {
+    }
+  }
+
+ private:
+  sigset_t pipe_{};
+  sigset_t before_{};
+};
+
+// 0, or the error that kept the text or its rest from being written.
+int writeAll(std::FILE* stream, std::string_view text) {
+  const WithoutPipeSignal guard;
+  if (std::fwrite(text.data(), 1, text.size(), stream) == text.size()) return 0;
+  const int cause = errno;
+  if (cause == EPIPE) guard.take();
+  return cause;
+}
+
 }  // namespace
 
 bool TrafficFile::open(const char* name) {
@@ -35,10 +71,11 @@ void TrafficFile::close() {
 
 void TrafficFile::write(std::string_view text) const {
   const auto stream = std::atomic_load(&stream_);
-  if (!stream || std::fwrite(text.data(), 1, text.size(), stream->file) == text.size()) return;
-  if (stream->refused.exchange(true)) return;
-  const std::string cause = std::generic_category().message(errno);
-  std::fprintf(stderr, "flowscope: cannot write to %s: %s\n", stream->name.c_str(), cause.c_str());
+  if (!stream) return;
+  const int cause = writeAll(stream->file, text);
+  if (cause == 0 || stream->refused.exchange(true)) return;
+  const std::string said = std::generic_category().message(cause);
+  std::fprintf(stderr, "flowscope: cannot write to %s: %s\n", stream->name.c_str(), said.c_str());
 }
 
 bool TrafficFile::isOpen() const { return std::atomic_load(&stream_) != nullptr; }

@@ -1,8 +1,12 @@
 #include "traffic/traffic_output.h"
 
+#include <fcntl.h>
 #include <gtest/gtest.h>
+#include <sys/stat.h>
+#include <unistd.h>
 
 #include <atomic>
+#include <csignal>
 #include <filesystem>
 #include <fstream>
 #include <string>
@@ -195,6 +199,32 @@ TEST(TrafficFile, TellsOnceThatTheDiskIsFull) {
   }
   const std::string line = "flowscope: cannot write to /dev/full: No space left on device\n";
   EXPECT_EQ(testing::internal::GetCapturedStderr(), line + line);
+}
+
+TEST(TrafficFile, OutlivesTheReaderOfAPipe) {
+  const std::string name = testing::TempDir() + "pipe_" + std::to_string(::getpid());
+  ASSERT_EQ(::mkfifo(name.c_str(), 0600), 0);
+  const int reader = ::open(name.c_str(), O_RDONLY | O_NONBLOCK);
+  TrafficFile traffic;
+  EXPECT_TRUE(traffic.open(name.c_str()));
+  traffic.write("read");
+  std::string text(4, ' ');
+  EXPECT_EQ(::read(reader, text.data(), text.size()), 4);
+  EXPECT_EQ(text, "read");
+  ::close(reader);
+  testing::internal::CaptureStderr();
+  traffic.write("one");
+  traffic.write("two");
+  EXPECT_EQ(testing::internal::GetCapturedStderr(), "flowscope: cannot write to " + name + ": Broken pipe\n");
+  traffic.close();
+  ::unlink(name.c_str());
+  // The signal is neither blocked nor waiting.
+  sigset_t blocked;
+  sigset_t waiting;
+  pthread_sigmask(SIG_BLOCK, nullptr, &blocked);
+  sigpending(&waiting);
+  EXPECT_EQ(sigismember(&blocked, SIGPIPE), 0);
+  EXPECT_EQ(sigismember(&waiting, SIGPIPE), 0);
 }
 
 }  // namespace
