@@ -1,22 +1,26 @@
 // Playback files of many messages: what one console has logged another plays, complete and in order, and no file is
 // too long.
 #include <gtest/gtest.h>
+#include <sys/stat.h>
 
 #include <algorithm>
 #include <array>
 #include <chrono>
+#include <csignal>
 #include <cstddef>
 #include <cstdio>
 #include <filesystem>
 #include <fstream>
 #include <iterator>
 #include <string>
+#include <thread>
 
 #include "tests/support/case_runner.h"
 #include "tests/support/process.h"
 #include "tests/support/pseudo_terminal.h"
 #include "tests/support/sanitizer.h"
 #include "tests/support/scratch_folder.h"
+#include "tests/support/stream_daemon.h"
 
 namespace {
 
@@ -25,10 +29,17 @@ using testsupport::Deadline;
 
 constexpr auto Patience = 100s;
 
-testsupport::Command console(const testsupport::ScratchFolder& scratch) {
+testsupport::Command console(const testsupport::ScratchFolder& scratch, const std::string& endpoint = "embedded:") {
   testsupport::Command command{FLOWSCOPE_BINARY_DIR "/flowscope", {}, {}, scratch.path().string()};
   command.environment = testsupport::caseEnvironment(FLOWSCOPE_BINARY_DIR);
+  command.environment["EVTSRV_ENDPOINT"] = endpoint;
   return command;
+}
+
+// A console that runs one line, to its end.
+testsupport::ProcessResult runLine(testsupport::Command command, const std::string& line) {
+  command.arguments = {"-c", line};
+  return testsupport::runProcess(command, "", Deadline(Patience));
 }
 
 std::string contentOf(const std::filesystem::path& file) {
@@ -81,17 +92,73 @@ void playAndLog(const testsupport::ScratchFolder& scratch, const std::string& so
   EXPECT_EQ(terminal.waitForExit(Deadline(Patience)), testsupport::ExitStatus::exited(0));
 }
 
-TEST(PlaybackFile, WhatOneConsoleHasLoggedAnotherPlays) {
+std::string longSong() {
   constexpr std::size_t Count = testsupport::Sanitized ? 10'000 : 100'000;
-  const testsupport::ScratchFolder scratch;
   std::string song;
   for (std::size_t index = 1; index < Count; ++index) song += message(index);
-  song += LastLine;
+  return song + LastLine;
+}
+
+TEST(PlaybackFile, WhatOneConsoleHasLoggedAnotherPlays) {
+  const testsupport::ScratchFolder scratch;
+  const std::string song = longSong();
   scratch.write("song", song);
   playAndLog(scratch, "song", "first");
   EXPECT_TRUE(contentOf(scratch.path() / "first") == song);
   playAndLog(scratch, "first", "second");
   EXPECT_TRUE(contentOf(scratch.path() / "second") == song);
+}
+
+// One console watches the other on the same service. The player ends as soon as it has handed over its last message.
+TEST(PlaybackFile, AnotherConsoleLogsWhatIsPlayedAndPlaysTheLog) {
+  const testsupport::ScratchFolder scratch;
+  const testsupport::StreamDaemon daemon(FLOWSCOPE_BINARY_DIR "/streamd");
+  const testsupport::Command command = console(scratch, daemon.endpoint());
+  const std::string song = longSong();
+  scratch.write("song", song);
+
+  testsupport::PseudoTerminal watcher(command, {});
+  ASSERT_TRUE(showsBehind(watcher, "[ /]$ ", 0));
+  const std::array<std::array<std::string, 3>, 2> rounds{
+      {{"song", "Keyboard/KeyboardOut1", "first"}, {"first", "Panel/PanelOut1", "second"}}};
+  for (const auto& [played, port, log] : rounds) {
+    const std::size_t start = watcher.output().size();
+    ASSERT_TRUE(watcher.type("end;to " + log + " /Midi/Source/" + port + ";pwd\r", Deadline(Patience)));
+    ASSERT_TRUE(showsBehind(watcher, "\x1b[1G/\r\n", start));
+    testsupport::ProcessResult result;
+    const std::string line = "from " + played + " /Midi/Source/" + port;
+    std::thread player([&] { result = runLine(command, line); });
+    const bool arrived = showsBehind(watcher, "0xFFFF\r\n", start);
+    player.join();
+    ASSERT_TRUE(arrived);
+    EXPECT_EQ(result.status, testsupport::ExitStatus::exited(0));
+    EXPECT_EQ(result.standardOutput + result.standardError, "");
+    EXPECT_TRUE(contentOf(scratch.path() / log) == song) << log;
+  }
+  ASSERT_TRUE(watcher.type("quit\r", Deadline(Patience)));
+  EXPECT_EQ(watcher.waitForExit(Deadline(Patience)), testsupport::ExitStatus::exited(0));
+}
+
+TEST(PlaybackFile, OutlivesTheServiceThatItIsPlayedTo) {
+  // More than the pipe and the way to the service hold.
+  constexpr int Lines = 20'000;
+  const testsupport::ScratchFolder scratch;
+  testsupport::StreamDaemon daemon(FLOWSCOPE_BINARY_DIR "/streamd");
+  const std::string song = scratch.path() / "song";
+  ASSERT_EQ(mkfifo(song.c_str(), 0600), 0);
+  std::thread writer([&] {
+    std::ofstream pipe(song);
+    for (int i = 0; i < Lines; ++i) pipe << "0xD0 1 0\n";
+    pipe.flush();
+    daemon.signal(SIGKILL);
+    daemon.waitForExit(Deadline(Patience));
+    for (int i = 0; i < Lines; ++i) pipe << "0xD0 2 0\n";
+  });
+  const auto result = runLine(console(scratch, daemon.endpoint()), "from song /Midi/Source/Keyboard/*;pwd");
+  writer.join();
+  EXPECT_EQ(result.status, testsupport::ExitStatus::exited(0));
+  EXPECT_EQ(result.standardOutput, "/\n");
+  EXPECT_EQ(result.standardError, "evtsrv: " + daemon.endpoint() + ": the service has gone\n");
 }
 
 // The console tells its own peak, before and behind a file of a million lines and a hundred million bytes.
@@ -107,10 +174,9 @@ TEST(PlaybackFile, OfAMillionLinesNeedsNoMoreMemory) {
     ASSERT_TRUE(song.flush());
   }
   scratch.write("short", line);
-  testsupport::Command command = console(scratch);
   const std::string peak = "$sed -n 's/^VmHWM:[^0-9]*\\([0-9]*\\) kB/\\1/p' /proc/$PPID/status;";
-  command.arguments = {"-c", "from short /Midi/Source/Keyboard/*;" + peak + "from song;" + peak + "pwd"};
-  const auto result = testsupport::runProcess(command, "", Deadline(Patience));
+  const auto result =
+      runLine(console(scratch), "from short /Midi/Source/Keyboard/*;" + peak + "from song;" + peak + "pwd");
   EXPECT_EQ(result.status, testsupport::ExitStatus::exited(0));
   EXPECT_EQ(result.standardError, "");
   std::size_t before = 0;
