@@ -10,18 +10,9 @@
 #include "core/flowscope_shell.h"
 #include "core/line_executor.h"
 #include "core/shell_io.h"
+#include "tests/support/fakes.h"
 
 namespace bench {
-
-class NoCommands : public flowscope::SystemCommands {
- public:
-  void run(const std::string& /*line*/) override {}
-};
-
-class NoKeys : public flowscope::KeySource {
- public:
-  int readByte() override { return flowscope::EndOfInput; }
-};
 
 // An interactive shell on a device of so many ports, writing to a file.
 class Console {
@@ -53,8 +44,8 @@ class Console {
   TemporaryFolder folder_;
   std::FILE* out_;
   flowscope::DescriptorTerminalSize size_;
-  NoKeys keys_;
-  NoCommands system_;
+  flowscope::test::ScriptedKeys keys_;
+  flowscope::test::NoCommands system_;
   std::unique_ptr<EvtSrv::EventPortManager> manager_;
   std::unique_ptr<flowscope::ShellIo> io_;
   std::unique_ptr<flowscope::FlowScope> shell_;

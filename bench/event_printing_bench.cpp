@@ -11,6 +11,7 @@
 #include "core/flowscope_shell.h"
 #include "core/shell_io.h"
 #include "platform/wire/events.h"
+#include "tests/support/fakes.h"
 #include "traffic/traffic_output.h"
 
 namespace {
@@ -35,21 +36,11 @@ struct CloseFile {
 };
 using File = std::unique_ptr<std::FILE, CloseFile>;
 
-class NoCommands : public flowscope::SystemCommands {
- public:
-  void run(const std::string& /*line*/) override {}
-};
-
-class NoKeys : public flowscope::KeySource {
- public:
-  int readByte() override { return flowscope::EndOfInput; }
-};
-
 void console(benchmark::State& state) {
   const File out(std::fopen("/dev/null", "w"));
   flowscope::DescriptorTerminalSize size;
-  NoKeys keys;
-  NoCommands system;
+  flowscope::test::ScriptedKeys keys;
+  flowscope::test::NoCommands system;
   flowscope::ShellIo io{out.get(), size, keys, system};
   EvtSrv::EventPortManager manager(EvtSrv::ConBehave_Void, true);
   flowscope::FlowScope shell(manager, false, io);

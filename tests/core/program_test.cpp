@@ -70,23 +70,23 @@ TEST_F(Program, OtherWordsAreSkippedAndOptionsMatchWhole) {
 }
 
 TEST_F(Program, OptionsNeverTouchTheKeyboard) {
-  around.keys.keys = {'p', 'w', 'd', '\n'};
+  around.keys.type("pwd\n");
   EXPECT_EQ(run({"-c", "cd Midi"}), "");
-  EXPECT_EQ(around.keys.keys.size(), 4U);
+  EXPECT_EQ(around.keys.left(), 4U);
 }
 
 TEST_F(Program, WithoutOptionsTheShellRunsUntilQuit) {
-  for (const char key : std::string("cd Midi\nquit\npwd\n")) around.keys.keys.push_back(key);
+  around.keys.type("cd Midi\nquit\npwd\n");
   const auto printed = run({"plain", "words", "only"});
   EXPECT_EQ(status, 0);
   EXPECT_TRUE(printed.starts_with("\033[0G[ /]$ \033[7G\033[0K\033[7G")) << printed;
   EXPECT_NE(printed.find("[ Midi]$ "), std::string::npos) << printed;
   EXPECT_EQ(printed.find("/Midi\n"), std::string::npos) << printed;
-  EXPECT_EQ(around.keys.keys.size(), 4U);
+  EXPECT_EQ(around.keys.left(), 4U);
 }
 
 TEST_F(Program, EndOfInputEndsTheShell) {
-  for (const char key : std::string("pwd\n")) around.keys.keys.push_back(key);
+  around.keys.type("pwd\n");
   const auto printed = run({});
   EXPECT_EQ(status, 0);
   EXPECT_NE(printed.find("\033[39m\033[1G/\n"), std::string::npos) << printed;

@@ -2,7 +2,6 @@
 #pragma once
 
 #include <cstdlib>
-#include <deque>
 #include <functional>
 #include <string>
 #include <vector>
@@ -10,33 +9,10 @@
 #include "core/shell_io.h"
 #include "core/stat_base.h"
 #include "evtsrv.h"
+#include "tests/support/fakes.h"
 #include "tests/support/memory_stream.h"
 
 namespace flowscope::test {
-
-class FixedSize : public TerminalSize {
- public:
-  int rows() override { return 24; }
-  int columns() override { return 80; }
-};
-
-// Answers the keys it was given, then end of input.
-class ScriptedKeys : public KeySource {
- public:
-  int readByte() override {
-    if (keys.empty()) return -1;
-    const int key = keys.front();
-    keys.pop_front();
-    return key;
-  }
-  std::deque<int> keys;
-};
-
-class RecordedCommands : public SystemCommands {
- public:
-  void run(const std::string& line) override { lines.push_back(line); }
-  std::vector<std::string> lines;
-};
 
 // The embedded built-in device, and what a quiet shell needs.
 struct Surroundings {

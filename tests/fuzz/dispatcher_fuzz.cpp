@@ -8,6 +8,7 @@
 #include "core/stat_base.h"
 #include "core/tokenizer.h"
 #include "evtsrv.h"
+#include "tests/support/fakes.h"
 
 namespace {
 
@@ -17,16 +18,6 @@ using flowscope::ResultCode;
 void require(bool holds) {
   if (!holds) std::abort();
 }
-
-class NoCommands : public flowscope::SystemCommands {
- public:
-  void run(const std::string& /*line*/) override {}
-};
-
-class NoKeys : public flowscope::KeySource {
- public:
-  int readByte() override { return flowscope::EndOfInput; }
-};
 
 class Shell : public flowscope::StatBase {
  public:
@@ -54,9 +45,9 @@ class Shell : public flowscope::StatBase {
 Shell& shell() {
   ::setenv("EVTSRV_ENDPOINT", "none:", 1);
   static EvtSrv::EventPortManager manager(EvtSrv::ConBehave_Void, true);
-  static flowscope::DescriptorTerminalSize size;
-  static NoKeys keys;
-  static NoCommands system;
+  static flowscope::test::FixedSize size;
+  static flowscope::test::ScriptedKeys keys;
+  static flowscope::test::NoCommands system;
   static flowscope::ShellIo io{std::fopen("/dev/null", "w"), size, keys, system};
   static Shell made(manager, true, io);
   return made;

@@ -7,19 +7,14 @@
 #include <vector>
 
 #include "terminal/key_decoder.h"
-#include "terminal/key_source.h"
 #include "terminal/line_editor.h"
+#include "tests/support/fakes.h"
 
 namespace {
 
 void require(bool met) {
   if (!met) std::abort();
 }
-
-class NoKeys : public flowscope::KeySource {
- public:
-  int readByte() override { return flowscope::EndOfInput; }
-};
 
 class Host : public flowscope::EditorHost {
  public:
@@ -39,7 +34,7 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
   static std::FILE* const out = std::fopen("/dev/null", "w");
   require(out != nullptr);
   Host host;
-  NoKeys keys;
+  flowscope::test::ScriptedKeys keys;
   flowscope::LineEditor editor(host, keys, out, false);
   editor.drawPrompt(host.promptText());
   flowscope::KeyDecoder decoder;

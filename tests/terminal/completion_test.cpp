@@ -6,6 +6,7 @@
 #include <vector>
 
 #include "tests/support/memory_stream.h"
+#include "tests/terminal/fakes.h"
 
 namespace flowscope {
 namespace {
@@ -50,24 +51,6 @@ TEST(Completion, CommonPrefix) {
   for (const auto& row : rows) EXPECT_EQ(commonPrefix(row.candidates), row.prefix);
 }
 
-class Host : public EditorHost {
- public:
-  std::string promptText() override { return "p"; }
-  ResultCode runEditedLine(const std::string&) override { return ResultOk; }
-  void inputEnded() override {}
-};
-
-class Size : public TerminalSize {
- public:
-  int rows() override { return 24; }
-  int columns() override { return 80; }
-};
-
-class Keys : public KeySource {
- public:
-  int readByte() override { return EndOfInput; }
-};
-
 class Offer : public testing::Test {
  protected:
   void type(std::string_view text) {
@@ -76,9 +59,9 @@ class Offer : public testing::Test {
   }
 
   test::MemoryStream out;
-  Size size;
-  Keys keys;
-  Host host;
+  test::FixedSize size;
+  test::ScriptedKeys keys;
+  test::RecordingHost host;
   ConsoleOutput output{out.stream(), size, keys, false};
   LineEditor editor{host, keys, out.stream(), false};
 };

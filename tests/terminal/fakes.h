@@ -1,47 +1,14 @@
 // Stand-ins for what surrounds the terminal room.
 #pragma once
 
-#include <deque>
 #include <functional>
 #include <string>
 #include <vector>
 
 #include "terminal/editor_host.h"
-#include "terminal/key_source.h"
-#include "terminal/terminal_size.h"
+#include "tests/support/fakes.h"
 
 namespace flowscope::test {
-
-class FixedSize : public TerminalSize {
- public:
-  explicit FixedSize(int rowCount = 24, int columnCount = 80) : rows_(rowCount), columns_(columnCount) {}
-  int rows() override { return rows_; }
-  int columns() override { return columns_; }
-
- private:
-  int rows_;
-  int columns_;
-};
-
-// Answers what it was given, one by one, then the end of input.
-class ScriptedKeys : public KeySource {
- public:
-  ScriptedKeys() = default;
-  explicit ScriptedKeys(std::deque<int> answers) : answers_(std::move(answers)) {}
-
-  int readByte() override {
-    ++reads;
-    if (answers_.empty()) return EndOfInput;
-    const int answer = answers_.front();
-    answers_.pop_front();
-    return answer;
-  }
-
-  int reads = 0;
-
- private:
-  std::deque<int> answers_;
-};
 
 // Writes down the lines that it is asked to run, and answers what the test chose.
 class RecordingHost : public EditorHost {

@@ -6,6 +6,7 @@
 #include <optional>
 #include <vector>
 
+#include "tests/support/fakes.h"
 #include "tests/support/memory_stream.h"
 
 namespace flowscope {
@@ -33,30 +34,11 @@ class Node : public ListingNode {
   std::deque<Node> children;
 };
 
-class Size : public TerminalSize {
- public:
-  int rows() override { return rowCount; }
-  int columns() override { return columnCount; }
-  int rowCount = 24;
-  int columnCount = 80;
-};
-
-class Keys : public KeySource {
- public:
-  int readByte() override {
-    if (keys.empty()) return EndOfInput;
-    const int key = keys.front();
-    keys.erase(keys.begin());
-    return key;
-  }
-  std::string keys;
-};
-
 class ListingLayout : public testing::Test {
  protected:
   test::MemoryStream out;
-  Size size;
-  Keys keys;
+  test::FixedSize size;
+  test::ScriptedKeys keys;
   ConsoleOutput output{out.stream(), size, keys, false};
   ConsoleOutput quiet{out.stream(), size, keys, true};
 };
@@ -124,7 +106,7 @@ TEST_F(ListingLayout, QuietColumnsPutAnEmptyLineBehindEachName) {
 TEST_F(ListingLayout, ColumnsStopAtThePrompt) {
   size.rowCount = 4;
   size.columnCount = 1;
-  keys.keys = "q";
+  keys.type("q");
   EXPECT_FALSE(listColumns(output, Names{"a", "b", "c"}, true, true));
   EXPECT_EQ(out.take(),
             "\033[39m\033[1Ga  \n\033[39m\033[1Gb  \n"
@@ -137,7 +119,7 @@ TEST_F(ListingLayout, ResettingStartsAFreshPage) {
   EXPECT_TRUE(listColumns(output, Names{"a", "b"}, true, true));
   EXPECT_TRUE(listColumns(output, Names{"a", "b"}, true, true));
   out.take();
-  keys.keys = "q";
+  keys.type("q");
   EXPECT_FALSE(listColumns(output, Names{"a", "b"}, false, true));
 }
 
@@ -184,7 +166,7 @@ TEST_F(ListingLayout, TreeStopsAtThePrompt) {
   Node root("top");
   root.add("a").add("b");
   root.add("c");
-  keys.keys = "\nq";
+  keys.type("\nq");
   EXPECT_FALSE(drawTreeLevel(output, 0, root, false, true));
   const auto printed = out.take();
   EXPECT_NE(printed.find("+-- b"), std::string::npos);

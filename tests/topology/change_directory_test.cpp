@@ -5,26 +5,11 @@
 #include <cstdio>
 #include <stdexcept>
 
+#include "tests/support/fakes.h"
 #include "tests/topology/sample_tree.h"
 
 namespace flowscope {
 namespace {
-
-class FewRows : public TerminalSize {
- public:
-  int rows() override { return 4; }
-  int columns() override { return 80; }
-};
-
-// Says "q" at the first prompt: pages are told apart by what stops.
-class QuittingKeys : public KeySource {
- public:
-  int readByte() override {
-    ++asked;
-    return 'q';
-  }
-  int asked = 0;
-};
 
 class Shell : public TopologyShell {
  public:
@@ -45,8 +30,8 @@ class Shell : public TopologyShell {
 
  private:
   std::FILE* out_ = std::fopen("/dev/null", "w");
-  FewRows size_;
-  QuittingKeys keys_;
+  test::FixedSize size_{4};
+  test::ScriptedKeys keys_{{'q', 'q', 'q'}};  // at each prompt: pages are told apart by what stops
   ConsoleOutput output_{out_, size_, keys_, false};
   std::unique_ptr<TopologyNode> tree_ = treeOf("a\n  b\n    c\n  d\nb\n  x");
   PathComponents path_;

@@ -9,6 +9,7 @@
 
 #include "evtsrv.h"
 #include "strmsrv.h"
+#include "tests/support/fakes.h"
 #include "tests/support/memory_stream.h"
 #include "topology/group_name.h"
 #include "topology/refresh.h"
@@ -19,24 +20,6 @@ namespace {
 using Names = std::vector<std::string>;
 
 constexpr unsigned NoOption = 0;
-
-class Size : public TerminalSize {
- public:
-  int rows() override { return rowCount; }
-  int columns() override { return 80; }
-  int rowCount = 24;
-};
-
-class Keys : public KeySource {
- public:
-  int readByte() override {
-    if (keys.empty()) return EndOfInput;
-    const int key = keys.front();
-    keys.erase(keys.begin());
-    return key;
-  }
-  std::string keys;
-};
 
 // A shell on the built-in device, with the tree that a real one builds.
 class Shell : public TopologyShell {
@@ -59,8 +42,8 @@ class Shell : public TopologyShell {
   std::vector<std::string>& attached() override { return attachedNames; }
 
   test::MemoryStream out;
-  Size size;
-  Keys keys;
+  test::FixedSize size;
+  test::ScriptedKeys keys;
   ConsoleOutput console;
   TopologyNode root;
   PathComponents current;
@@ -207,7 +190,7 @@ class PagedListingOf : public testing::Test {
  protected:
   std::string list(unsigned options, const char* path, const std::string& typed, int rows) {
     shell.size.rowCount = rows;
-    shell.keys.keys = typed;
+    shell.keys.type(typed);
     code = listCommand(shell, options, path);
     return shell.out.take();
   }

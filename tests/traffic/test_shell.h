@@ -6,6 +6,7 @@
 #include <utility>
 #include <vector>
 
+#include "tests/support/fakes.h"
 #include "tests/support/memory_stream.h"
 #include "tests/topology/sample_tree.h"
 #include "traffic/flowscope_port_midi.h"
@@ -41,34 +42,17 @@ class TestShell : public TrafficShell {
 
   // What is typed at "More"; then the input ends. In a window of so many rows.
   void type(const std::string& keys, int rows) {
-    keys_.keys = keys;
-    size_.count = rows;
+    keys_.type(keys);
+    size_.rowCount = rows;
   }
 
   void setTree(std::unique_ptr<TopologyNode> tree) { tree_ = std::move(tree); }
   void setPatcher(std::unique_ptr<StrmSrv::Patcher> patcher) { patcher_ = std::move(patcher); }
 
  private:
-  class Size : public TerminalSize {
-   public:
-    int rows() override { return count; }
-    int columns() override { return 80; }
-    int count = 24;
-  };
-  class Keys : public KeySource {
-   public:
-    int readByte() override {
-      if (keys.empty()) return EndOfInput;
-      const int key = keys.front();
-      keys.erase(keys.begin());
-      return key;
-    }
-    std::string keys;
-  };
-
   test::MemoryStream out_;
-  Size size_;
-  Keys keys_;
+  test::FixedSize size_;
+  test::ScriptedKeys keys_;
   ConsoleOutput output_;
   std::unique_ptr<TopologyNode> tree_ = std::make_unique<TopologyNode>("/");
   PathComponents path_;
