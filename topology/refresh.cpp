@@ -58,20 +58,51 @@ class Refresh {
   }
 
   void refreshPort(TopologyNode& node, std::size_t side, std::uint16_t groupId, std::uint16_t port) {
-    node.children.clear();
     if (side == SinkPosition) {
       patcher_.getConnectSourcePorts(groupId, port, connected_);
     } else {
       patcher_.getConnectSinkPorts(groupId, port, connected_);
     }
     const int otherSide = side == SourcePosition ? 1 : 0;
+    if (!showsConnections(node, otherSide)) rebuild(node, otherSide);
+    if (!connected_.empty()) node.attributes = attached_.contains(node.name) ? AttrReverse : AttrBold;
+  }
+
+  // Whether rebuilding a port would change nothing. Most ports keep their connections from one listing to the next,
+  // and to compare costs a fraction of freeing and making the nodes.
+  bool showsConnections(const TopologyNode& port, int otherSide) {
+    const auto& groups = port.children;
+    compared_.assign(groups.size(), 0);
+    std::size_t seen = 0;
+    for (const auto& other : connected_) {
+      const std::string_view name = groupName(other.groupId);
+      std::size_t at = 0;
+      while (at < seen && groups[at]->name != name) ++at;
+      if (at == groups.size() || groups[at]->name != name) return false;
+      if (at == seen) ++seen;
+      const auto& ports = groups[at]->children;
+      if (compared_[at] == ports.size() || ports[compared_[at]]->name != nameOf(other, otherSide)) return false;
+      ++compared_[at];
+    }
+    if (seen < groups.size()) return false;
+    for (std::size_t at = 0; at < seen; ++at) {
+      if (compared_[at] < groups[at]->children.size()) return false;
+    }
+    return true;
+  }
+
+  void rebuild(TopologyNode& port, int otherSide) {
+    port.children.clear();
     for (const auto& other : connected_) {
       const char* const name = groupName(other.groupId);
-      TopologyNode* group = node.findChild(name);
-      if (group == nullptr) group = &node.addChild(name);
-      group->addChild(patcher_.makeStreamPortName(0, other.groupId, other.portIndex, otherSide));
+      TopologyNode* group = port.findChild(name);
+      if (group == nullptr) group = &port.addChild(name);
+      group->addChild(nameOf(other, otherSide));
     }
-    if (!connected_.empty()) node.attributes = attached_.contains(node.name) ? AttrReverse : AttrBold;
+  }
+
+  std::string nameOf(const StrmSrv::PortRecord& port, int side) const {
+    return patcher_.makeStreamPortName(0, port.groupId, port.portIndex, side);
   }
 
   StrmSrv::Patcher& patcher_;
@@ -79,6 +110,7 @@ class Refresh {
   std::size_t next_ = 0;
   std::unordered_set<std::string_view> attached_;
   std::vector<StrmSrv::PortRecord> connected_;
+  std::vector<std::size_t> compared_;  // of each child of a port, how many of its ports stood where they belong
 };
 
 }  // namespace
