@@ -21,7 +21,11 @@ void ConsoleOutput::applyStyle(std::uint32_t attributes, std::uint32_t colour) {
 
 void ConsoleOutput::clearStyle(std::uint32_t attributes, std::uint32_t colour) { write(styleOff(attributes, colour)); }
 
-void ConsoleOutput::writeAt(int column, const char* text) { write(textAt(column, text)); }
+void ConsoleOutput::writeAt(int column, const char* text) {
+  std::string written;
+  appendText(written, column, text);
+  write(written);
+}
 
 void ConsoleOutput::writeStyled(const StyledText& item) { write(itemAt(1, item, "")); }
 
@@ -52,9 +56,11 @@ void ConsoleOutput::reportResult(ResultCode code) {
   writeStyled({AttrNone, ColourDefault, line.c_str()});
 }
 
-std::string ConsoleOutput::textAt(int column, const char* text) const {
-  if (!quiet_) return toColumn(column) + (text != nullptr ? text : "");
-  return text != nullptr ? std::string(text) + '\n' : std::string();
+void ConsoleOutput::appendText(std::string& written, int column, const char* text) const {
+  if (!quiet_) written += toColumn(column);
+  if (text == nullptr) return;
+  written += text;
+  if (quiet_) written += '\n';
 }
 
 // One item as one text, so that one write puts it out and the lines of two threads do not mix.
@@ -62,7 +68,7 @@ std::string ConsoleOutput::itemAt(int column, const StyledText& item, std::strin
   std::string written;
   written.reserve(ReservedLength);
   if (!quiet_) written += styleOn(item.attributes, item.colour);
-  written += textAt(column, item.text);
+  appendText(written, column, item.text);
   if (!quiet_) written += lineEnd;
   written += styleOff(item.attributes, item.colour);
   return written;

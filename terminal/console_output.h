@@ -66,7 +66,7 @@ class ConsoleOutput {
   void reportResult(ResultCode code);
 
  private:
-  std::string textAt(int column, const char* text) const;
+  void appendText(std::string& written, int column, const char* text) const;
   std::string itemAt(int column, const StyledText& item, std::string_view lineEnd) const;
   PageAnswer askForPage();
   void write(std::string_view text);

@@ -14,6 +14,8 @@ constexpr const char* Indentation = "    ";
 constexpr const char* Branch = "+-- ";
 constexpr int CellGap = 2;
 
+const char* orNotFound(const char* name) { return name != nullptr ? name : "notfound"; }
+
 // A quiet output has no width: everything stands in one column.
 int widthOf(const ConsoleOutput& output) { return output.quiet() ? 0 : output.terminalColumns(); }
 
@@ -24,27 +26,58 @@ ColumnGeometry geometryFor(std::size_t longest, int terminalWidth) {
   return geometry;
 }
 
-std::string lineStart(int depth) {
-  std::string line;
-  for (int level = 0; level < depth; ++level) line += Indentation;
-  return line += Branch;
-}
+// Draws trees. All lines are made in one text, which grows once to the longest.
+class TreeDrawing {
+ public:
+  TreeDrawing(ConsoleOutput& output, bool showData, bool paged) : output_(output), showData_(showData), paged_(paged) {}
 
-bool writeNode(ConsoleOutput& output, const ListingNode& node, const std::string& line, bool paged) {
-  return output.writeLine({node.listedAttributes(), node.listedColour(), line.c_str()}, paged);
-}
+  // False as soon as the user stopped it.
+  bool drawLevel(int depth, const ListingNode& node) {
+    beginLine(depth, node.listedName());
+    const std::size_t count = node.listedChildCount();
+    if (count > 0) line_ += '/';
+    if (!writeLine(node)) return false;
+    // Nothing stands in columns here, so the terminal's width does not matter.
+    const int cellWidth = measureNodes(node, 0).cellWidth;
+    for (std::size_t index = 0; index < count; ++index) {
+      const ListingNode& child = node.listedChild(index);
+      const bool goOn =
+          child.listedChildCount() == 0 ? drawLeaf(depth + 1, child, cellWidth) : drawLevel(depth + 1, child);
+      if (!goOn) return false;
+    }
+    return true;
+  }
 
-bool drawLeaf(ConsoleOutput& output, int depth, const ListingNode& leaf, int cellWidth, bool showData, bool paged) {
-  const std::string name = nameOrNotFound(leaf.listedName());
-  std::string line = lineStart(depth);
-  line.append(name).append(blanks(cellWidth - static_cast<int>(name.size())));
-  if (showData) line += formatData(leaf.listedData());
-  return writeNode(output, leaf, line, paged);
-}
+ private:
+  bool drawLeaf(int depth, const ListingNode& leaf, int cellWidth) {
+    beginLine(depth, leaf.listedName());
+    line_.resize(nameBegin_ + static_cast<std::size_t>(cellWidth), ' ');
+    if (showData_) line_ += formatData(leaf.listedData());
+    return writeLine(leaf);
+  }
+
+  void beginLine(int depth, const char* name) {
+    line_.clear();
+    for (int level = 0; level < depth; ++level) line_ += Indentation;
+    line_ += Branch;
+    nameBegin_ = line_.size();
+    line_ += orNotFound(name);
+  }
+
+  bool writeLine(const ListingNode& node) {
+    return output_.writeLine({node.listedAttributes(), node.listedColour(), line_.c_str()}, paged_);
+  }
+
+  ConsoleOutput& output_;
+  bool showData_;
+  bool paged_;
+  std::string line_;
+  std::size_t nameBegin_ = 0;
+};
 
 }  // namespace
 
-std::string nameOrNotFound(const char* name) { return name != nullptr ? name : "notfound"; }
+std::string nameOrNotFound(const char* name) { return orNotFound(name); }
 
 std::string formatData(const char* text) {
   if (text == nullptr) return "[nodata]";
@@ -65,8 +98,7 @@ ColumnGeometry measureNodes(const ListingNode& parent, int terminalWidth) {
   std::size_t longest = 0;
   for (std::size_t index = 0; index < parent.listedChildCount(); ++index) {
     const ListingNode& child = parent.listedChild(index);
-    const char* const name = child.listedName();
-    const std::size_t length = name != nullptr ? std::strlen(name) : nameOrNotFound(nullptr).size();
+    const std::size_t length = std::strlen(orNotFound(child.listedName()));
     longest = std::max(longest, length + (child.listedChildCount() > 0 ? 1 : 0));
   }
   return geometryFor(longest, terminalWidth);
@@ -95,17 +127,7 @@ bool listColumns(ConsoleOutput& output, std::span<const std::string> names, bool
 }
 
 bool drawTreeLevel(ConsoleOutput& output, int depth, const ListingNode& node, bool showData, bool paged) {
-  std::string line = lineStart(depth) + nameOrNotFound(node.listedName());
-  if (node.listedChildCount() > 0) line += '/';
-  if (!writeNode(output, node, line, paged)) return false;
-  const int cellWidth = measureNodes(node, widthOf(output)).cellWidth;
-  for (std::size_t index = 0; index < node.listedChildCount(); ++index) {
-    const ListingNode& child = node.listedChild(index);
-    const bool goOn = child.listedChildCount() == 0 ? drawLeaf(output, depth + 1, child, cellWidth, showData, paged)
-                                                    : drawTreeLevel(output, depth + 1, child, showData, paged);
-    if (!goOn) return false;
-  }
-  return true;
+  return TreeDrawing(output, showData, paged).drawLevel(depth, node);
 }
 
 }  // namespace flowscope
