@@ -47,6 +47,10 @@ inline std::filesystem::path writeDevice(const std::filesystem::path& folder, in
   return file;
 }
 
+// How many nodes stand below the root when everything was listed: the three types, two sides, the groups on each side,
+// and for each port itself, the group and the port that it is connected to.
+inline int nodesOf(int ports) { return 3 + 2 + 2 * Groups + 3 * ports; }
+
 // The same tree as folders and files: sides, groups, ports, and below each port the group and the port it is connected
 // to.
 inline void makeFolders(const std::filesystem::path& root, int ports) {

@@ -1,8 +1,11 @@
 // Listing, patterns and completion on devices of 1,000 to 100,000 ports, beside GNU find over folders of the same names
-// and cat of the same output. The argument is the number of ports; "port" is the time for one of them.
+// and cat of the same output. The argument is the number of ports; "port" is the time for one of them, "node" the
+// resident memory for one node of the tree. docs/performance.md says what the figures mean.
 #include <benchmark/benchmark.h>
 
 #include <cstdlib>
+#include <fstream>
+#include <memory>
 #include <string>
 
 #include "bench/console.h"
@@ -17,9 +20,25 @@ void showPerPort(benchmark::State& state) {
                                               benchmark::Counter::kIsRate | benchmark::Counter::kInvert);
 }
 
+// A console that has listed the place before, as a user's usually has.
 void runLines(benchmark::State& state, const char* line) {
   Console console(static_cast<int>(state.range(0)), "/dev/null");
+  console.run(line);
   for (auto _ : state) console.run(line);
+  showPerPort(state);
+}
+
+// The first listing of a console fetches all connections and makes the nodes for them.
+void firstWholeTree(benchmark::State& state) {
+  for (auto _ : state) {
+    state.PauseTiming();
+    auto console = std::make_unique<Console>(static_cast<int>(state.range(0)), "/dev/null");
+    state.ResumeTiming();
+    console->run("ls -r /Midi");
+    state.PauseTiming();
+    console.reset();
+    state.ResumeTiming();
+  }
   showPerPort(state);
 }
 
@@ -64,10 +83,27 @@ void catOfTheOutput(benchmark::State& state) {
   runCommand(state, "cat " + listing + " | cat >/dev/null");
 }
 
+// The most that the program itself, with its service, had resident while it listed everything.
+void residentMemory(benchmark::State& state) {
+  const bench::TemporaryFolder folder("/tmp");
+  const int ports = static_cast<int>(state.range(0));
+  ::setenv("EVTSRV_ENDPOINT", ("embedded:" + bench::writeDevice(folder.path(), ports).string()).c_str(), 1);
+  const auto script = folder.path() / "script";
+  const auto peak = folder.path() / "peak";
+  std::ofstream(script) << "ls -r /Midi\n$ grep VmHWM /proc/$PPID/status >" << peak.string() << "\n";
+  runCommand(state, FLOWSCOPE_BINARY_DIR "/flowscope -f " + script.string() + " >/dev/null");
+  std::string label;
+  double kibibytes = 0;
+  if (!(std::ifstream(peak) >> label >> kibibytes)) state.SkipWithError("no memory was reported");
+  state.counters["node"] = benchmark::Counter(kibibytes * 1024 / bench::nodesOf(ports), benchmark::Counter::kDefaults,
+                                              benchmark::Counter::kIs1024);
+}
+
 void sizes(benchmark::internal::Benchmark* benchmark) {
   benchmark->Arg(1000)->Arg(10000)->Arg(100000)->Unit(benchmark::kMillisecond)->UseRealTime();
 }
 
+BENCHMARK(firstWholeTree)->Name("topology/first ls -r Midi")->Apply(sizes);
 BENCHMARK(wholeTree)->Name("topology/ls -r Midi")->Apply(sizes);
 BENCHMARK(allGroups)->Name("topology/ls of all groups")->Apply(sizes);
 BENCHMARK(oneGroup)->Name("topology/ls of one group")->Apply(sizes);
@@ -75,5 +111,6 @@ BENCHMARK(completion)->Name("topology/Tab at a port")->Apply(sizes);
 BENCHMARK(startToPrompt)->Name("topology/start to prompt")->Apply(sizes);
 BENCHMARK(gnuFind)->Name("topology/GNU find")->Apply(sizes);
 BENCHMARK(catOfTheOutput)->Name("topology/cat of the output")->Apply(sizes);
+BENCHMARK(residentMemory)->Name("topology/resident memory")->Apply(sizes)->Iterations(1);
 
 }  // namespace
