@@ -206,10 +206,23 @@ TEST_F(PagedListingOf, StoppingTheCurrentDirectoryIsSilent) {
 }
 
 TEST_F(PagedListingOf, StoppingTheSecondOfThreeMatchesIsASuccess) {
-  shell.current = {"Midi", "Source", "Sequencer"};
-  const auto printed = list(TreeListing | PagedListing, "../../S*/Sequencer", "  q", 8);
+  // An empty line, the header and one row for each match; the sixth line is the second match's row.
+  const auto printed = list(PagedListing, "/Midi/Sink/*r", "q", 7);
   EXPECT_EQ(code, ResultOk);
-  EXPECT_NE(printed.find("/Midi/Source/Sequencer:"), std::string::npos);
+  EXPECT_EQ(shell.keys.reads, 1);
+  EXPECT_NE(printed.find("SequencerIn1"), std::string::npos) << printed;
+  EXPECT_TRUE(
+      printed.ends_with("/Midi/Sink/Arpeggiator:\n"
+                        "\033[7m\033[5m\033[39mMore\033[27m\033[25m\033[2K"))
+      << printed;
+  const auto all = list(PagedListing, "/Midi/Sink/*r", "", 24);
+  EXPECT_NE(all.find("/Midi/Sink/ToneGenerator:\n"), std::string::npos) << all;
+}
+
+TEST_F(PagedListingOf, StoppingInFrontOfAHeaderIsASuccess) {
+  const auto printed = list(PagedListing, "/Midi/Sink/*r", "q", 6);
+  EXPECT_EQ(code, ResultOk);
+  EXPECT_EQ(printed.find("/Midi/Sink/Arpeggiator:"), std::string::npos) << printed;
 }
 
 TEST_F(PagedListingOf, StoppingInFrontOfAMatchIsASuccess) {
