@@ -13,9 +13,10 @@ constexpr int HighWaterMark = 32'768;
 
 }  // namespace
 
-Dealer::Dealer(zmq::context_t& context, const std::string& address)
-    : socket_(context, zmq::socket_type::dealer),
-      monitor_(context, socket_, ZMQ_EVENT_DISCONNECTED | ZMQ_EVENT_CLOSED) {
+Dealer::Dealer(zmq::context_t& context, const std::string& address) : socket_(context, zmq::socket_type::dealer) {
+  if (!address.starts_with("inproc://")) {
+    monitor_.emplace(context, socket_, ZMQ_EVENT_DISCONNECTED | ZMQ_EVENT_CLOSED);
+  }
   socket_.set(zmq::sockopt::sndhwm, HighWaterMark);
   socket_.set(zmq::sockopt::rcvhwm, HighWaterMark);
   // Who has something to deliver says goodbye and waits for the answer.
@@ -39,8 +40,9 @@ std::optional<std::span<const std::uint8_t>> Dealer::receive() {
 }
 
 Dealer::Wait Dealer::wait(const Deadline& deadline) {
-  std::array<zmq_pollitem_t, 2> items{{{socket_.handle(), 0, ZMQ_POLLIN, 0}, {monitor_.handle(), 0, ZMQ_POLLIN, 0}}};
-  const int ready = zmq_poll(items.data(), static_cast<int>(items.size()), closed_ ? 0 : deadline.left().count());
+  std::array<zmq_pollitem_t, 2> items{{{socket_.handle(), 0, ZMQ_POLLIN, 0}, {nullptr, 0, ZMQ_POLLIN, 0}}};
+  if (monitor_) items[1].socket = monitor_->handle();
+  const int ready = zmq_poll(items.data(), monitor_ ? 2 : 1, closed_ ? 0 : deadline.left().count());
   if (ready < 0 && errno == EINTR) return Wait::Interrupted;
   // What arrived before the end comes first.
   if (items[0].revents != 0) return Wait::Ready;
@@ -56,7 +58,7 @@ bool Dealer::waitThroughSignals(const Deadline& deadline) {
 }
 
 bool Dealer::closed() {
-  while (monitor_.next()) closed_ = true;
+  while (monitor_ && monitor_->next()) closed_ = true;
   return closed_;
 }
 

@@ -41,7 +41,7 @@ class Dealer {
 
  private:
   zmq::socket_t socket_;
-  host::SocketMonitor monitor_;
+  std::optional<host::SocketMonitor> monitor_;  // none within the process, where connections do not close
   bool closed_ = false;
   zmq::message_t message_;
 };

@@ -100,6 +100,8 @@ class EventPortManager::Session {
 
   // With mutex_ locked, and channels_ there.
   bool openGraph(const client::Deadline& deadline);
+  // For questions: the mirror shows what had arrived a moment ago, and all that this client has done.
+  bool lookAtGraph(const client::Deadline& deadline);
   bool bringMirrorUp(const client::Deadline& deadline);
   bool waitForVersion(std::uint64_t version, const client::Deadline& deadline);
 
@@ -110,6 +112,7 @@ class EventPortManager::Session {
   std::optional<Channels> channels_;  // none while the service has gone, and after close
   client::LinkMirror mirror_;         // guarded by mutex_, as all down to events_
   bool mirrorValid_ = false;
+  std::chrono::steady_clock::time_point nextGraphLook_;
   client::TapList taps_;
   bool closed_ = false;
   std::chrono::steady_clock::time_point nextLook_;  // for a service that has gone

@@ -147,10 +147,10 @@ class Patcher {
                           std::uint16_t sinkPort);
 
   // Replaces result by the sources connected to a sink port, or the sinks connected to a source port, in the order
-  // of making. Empty for a port that has none or has gone. They read a mirror that every call brings up to
-  // date with what has arrived, and that holds this client's own changes at once. Only the first call on a manager, and
-  // the first after more changes than the service keeps for one client, ask the service and block until it has
-  // answered, two seconds at most.
+  // of making. Empty for a port that has none or has gone. They read a mirror that is brought up
+  // to date with what has arrived, without waiting, when the last look at it is more than 50 microseconds old, and that
+  // holds this client's own changes at once. Only the first call on a manager, and the first after more changes than
+  // the service keeps for one client, ask the service and block until it has answered, two seconds at most.
   StreamResult getConnectSourcePorts(std::uint16_t sinkGroup, std::uint16_t sinkPort, std::vector<PortRecord>& result);
   StreamResult getConnectSinkPorts(std::uint16_t sourceGroup, std::uint16_t sourcePort,
                                    std::vector<PortRecord>& result);

@@ -2,7 +2,9 @@
 
 #include <gtest/gtest.h>
 #include <sys/resource.h>
+#include <unistd.h>
 
+#include <algorithm>
 #include <cstdio>
 #include <cstdlib>
 #include <memory>
@@ -135,18 +137,24 @@ TEST(Lifetime, DeviceFileBecomesTheDevice) {
 // Takes all descriptors of this process while it lives.
 class NoDescriptors {
  public:
+  // Not a limit of 0: the system then refuses to poll even one descriptor that is open already.
   NoDescriptors() {
     getrlimit(RLIMIT_NOFILE, &before_);
     rlimit few = before_;
-    few.rlim_cur = 0;
+    few.rlim_cur = std::min<rlim_t>(few.rlim_cur, 512);
     setrlimit(RLIMIT_NOFILE, &few);
+    for (int taken = dup(STDERR_FILENO); taken >= 0; taken = dup(STDERR_FILENO)) taken_.push_back(taken);
   }
   NoDescriptors(const NoDescriptors&) = delete;
   NoDescriptors& operator=(const NoDescriptors&) = delete;
-  ~NoDescriptors() { setrlimit(RLIMIT_NOFILE, &before_); }
+  ~NoDescriptors() {
+    for (const int taken : taken_) close(taken);
+    setrlimit(RLIMIT_NOFILE, &before_);
+  }
 
  private:
   rlimit before_{};
+  std::vector<int> taken_;
 };
 
 TEST(Lifetime, WithoutDescriptorsThereIsNoServiceForNow) {

@@ -14,6 +14,7 @@
 #include "tests/platform/streamd/console.h"
 #include "tests/platform/streamd/injector.h"
 #include "tests/platform/streamd/quiet_device.h"
+#include "tests/support/sanitizer.h"
 #include "tests/support/stream_daemon.h"
 
 namespace streamd {
@@ -142,12 +143,6 @@ TEST_F(Consoles, QuitsAtOnceWithoutItsService) {
   EXPECT_EQ(console->terminal().waitForExit(Deadline(Console::Patience)), testsupport::ExitStatus::exited(0));
 }
 
-#if defined(__SANITIZE_ADDRESS__) || defined(__SANITIZE_THREAD__)
-constexpr bool MemoryIsInflated = true;
-#else
-constexpr bool MemoryIsInflated = false;
-#endif
-
 // Resident memory of a process in bytes.
 std::size_t residentBytes(pid_t process) {
   std::ifstream in("/proc/" + std::to_string(process) + "/statm");
@@ -158,7 +153,7 @@ std::size_t residentBytes(pid_t process) {
 }
 
 TEST_F(Consoles, FloodDoesNotMakeTheServiceGrowBeyondItsQueues) {
-  if (MemoryIsInflated) GTEST_SKIP() << "the sanitizer keeps memory that was given back";
+  if (testsupport::Sanitized) GTEST_SKIP() << "the sanitizer keeps memory that was given back";
   constexpr std::size_t Readers = 4;
   std::vector<std::unique_ptr<Console>> consoles;
   for (std::size_t i = 0; i < Readers; ++i) {
