@@ -36,7 +36,7 @@ std::string PortNames::name(std::uint16_t group, std::uint16_t index, Side side)
     }
   }
   return wire::missingPortName(known == nullptr ? std::string_view{} : known->name, group, side == Side::Sink, index,
-                               [this](const std::string& name) { return taken(name); });
+                               [this](const std::string& name) { return has(name); });
 }
 
 const wire::TopologyGroup* PortNames::find(std::uint16_t group) const {
@@ -44,7 +44,7 @@ const wire::TopologyGroup* PortNames::find(std::uint16_t group) const {
   return found == byId_.end() ? nullptr : &topology_.groups[found->second];
 }
 
-bool PortNames::taken(std::string_view name) const {
+bool PortNames::has(std::string_view name) const {
   return std::ranges::any_of(topology_.groups, [name](const wire::TopologyGroup& group) {
     return isOneOf(name, group.sources) || isOneOf(name, group.sinks);
   });

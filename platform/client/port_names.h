@@ -21,9 +21,11 @@ class PortNames {
   // The name of a port; for one that does not exist, a name in the same style that no port has.
   std::string name(std::uint16_t group, std::uint16_t index, Side side) const;
 
+  // True when a port of either side has this name.
+  bool has(std::string_view name) const;
+
  private:
   const wire::TopologyGroup* find(std::uint16_t group) const;
-  bool taken(std::string_view name) const;
 
   wire::Topology topology_;
   std::unordered_map<std::uint16_t, std::size_t> byId_;
