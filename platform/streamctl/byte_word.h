@@ -1,0 +1,34 @@
+// Bytes and numbers as one types them.
+#pragma once
+
+#include <charconv>
+#include <concepts>
+#include <cstdint>
+#include <optional>
+#include <string_view>
+#include <system_error>
+
+namespace streamctl {
+
+// The whole word as a decimal number; nothing when it is none, has a sign in front of an unsigned one, or does not fit.
+template <class Number>
+std::optional<Number> parseNumber(std::string_view word, int base = 10) {
+  Number value{};
+  const char* const end = word.data() + word.size();
+  std::from_chars_result result{};
+  if constexpr (std::integral<Number>) {
+    result = std::from_chars(word.data(), end, value, base);
+  } else {
+    result = std::from_chars(word.data(), end, value);
+  }
+  if (result.ec != std::errc{} || result.ptr != end) return std::nullopt;
+  return value;
+}
+
+// A byte, decimal or hexadecimal behind "0x": "144", "0x90". Nothing for any other word.
+inline std::optional<std::uint8_t> parseByte(std::string_view word) {
+  const bool hexadecimal = word.starts_with("0x") || word.starts_with("0X");
+  return hexadecimal ? parseNumber<std::uint8_t>(word.substr(2), 16) : parseNumber<std::uint8_t>(word);
+}
+
+}  // namespace streamctl

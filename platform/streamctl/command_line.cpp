@@ -1,0 +1,139 @@
+#include "platform/streamctl/command_line.h"
+
+#include <CLI/CLI.hpp>
+#include <algorithm>
+#include <cmath>
+#include <utility>
+
+#include "platform/drivers/player.h"
+#include "platform/streamctl/byte_word.h"
+#include "platform/wire/messages.h"
+#include "platform/wire/printable.h"
+
+namespace streamctl {
+namespace {
+
+// An option with one number for which allowed is true; rule says in words which those are.
+template <class Number, class Allowed, class Target>
+CLI::Option* addNumber(CLI::App& app, const std::string& name, Target& target, Allowed allowed, const std::string& rule,
+                       const std::string& help) {
+  const auto take = [&target, allowed, rule, name](const CLI::results_t& words) {
+    const auto number = parseNumber<Number>(words.front());
+    if (!number || !allowed(*number)) throw CLI::ValidationError(name, "'" + words.front() + "' is not " + rule);
+    target = *number;
+    return true;
+  };
+  return app.add_option(name, take, help);
+}
+
+void addBytes(CLI::App& app, std::vector<std::uint8_t>& target) {
+  const auto take = [&target](const CLI::results_t& words) {
+    for (const std::string& word : words) {
+      const auto byte = parseByte(word);
+      if (!byte) throw CLI::ValidationError("BYTE", "'" + word + "' is not a byte (0 to 255, or 0x00 to 0xFF)");
+      target.push_back(*byte);
+    }
+    if (target.size() > wire::MaxMessageBytes) {
+      throw CLI::ValidationError("BYTE", "a message has at most " + std::to_string(wire::MaxMessageBytes) + " bytes");
+    }
+    return true;
+  };
+  app.add_option("BYTE", take, "The message: bytes of any kind, decimal or 0x and hexadecimal digits")
+      ->type_name("")
+      ->expected(1, -1)
+      ->allow_extra_args()
+      ->required();
+}
+
+// The commands while they are being read.
+struct Draft {
+  ListCommand list;
+  InjectCommand inject;
+  PlayCommand play;
+  WatchCommand watch;
+  StatsCommand stats;
+};
+
+void addInject(CLI::App& app, InjectCommand& inject) {
+  CLI::App& sub = *app.add_subcommand("inject", "Pass a message through a port");
+  sub.add_option("PORT", inject.port, "Name of the port")->type_name("")->required();
+  addBytes(sub, inject.message);
+  addNumber<std::uint16_t>(
+      sub, "--group", inject.group, [](std::uint16_t) { return true; }, "a group id (0 to 65535)",
+      "Group id of the message, in place of the channel (0)")
+      ->type_name("N");
+  addNumber<std::uint64_t>(
+      sub, "--count", inject.count, [](std::uint64_t count) { return count > 0; }, "a number from 1 on",
+      "How many times (1)")
+      ->type_name("K");
+  addNumber<double>(
+      sub, "--rate", inject.perSecond, [](double rate) { return std::isfinite(rate) && rate > 0; }, "a number above 0",
+      "How many in a second; else as fast as the service takes them")
+      ->type_name("PER_SECOND");
+}
+
+void addPlay(CLI::App& app, PlayCommand& play) {
+  CLI::App& sub = *app.add_subcommand("play", "Play a Standard MIDI File through a port");
+  sub.add_option("FILE", play.file, "The file")->type_name("")->required();
+  sub.add_option("PORT", play.port, "Name of the port")->type_name("")->required();
+  sub.add_flag("--loop", play.loop, "Again and again, until a signal");
+  addNumber<double>(
+      sub, "--speed", play.speed,
+      [](double speed) { return speed == 0 || (speed >= service::MinSpeed && speed <= service::MaxSpeed); },
+      "a speed (0.01 to 1000, or 0)", "Times as fast (1); 0: without any pause")
+      ->type_name("X");
+}
+
+// Whoever knows which command was given tells what it holds.
+void addCommands(CLI::App& app, Draft& draft) {
+  CLI::App& list = *app.add_subcommand("list", "Show groups, ports and connections");
+  list.add_flag("--json", draft.list.json, "As a JSON document");
+  addInject(app, draft.inject);
+  addPlay(app, draft.play);
+  CLI::App& watch = *app.add_subcommand("watch", "Print each message that passes these ports");
+  watch.add_option("PORT", draft.watch.ports, "Names of ports")->type_name("")->required();
+  watch.add_flag("--json", draft.watch.json, "A JSON object for each message");
+  CLI::App& stats = *app.add_subcommand("stats", "Show clients, counts of messages, and queues");
+  stats.add_flag("--json", draft.stats.json, "As a JSON document");
+}
+
+Command chosen(const CLI::App& app, Draft draft) {
+  if (app.got_subcommand("list")) return draft.list;
+  if (app.got_subcommand("inject")) return std::move(draft.inject);
+  if (app.got_subcommand("play")) return std::move(draft.play);
+  if (app.got_subcommand("watch")) return std::move(draft.watch);
+  return draft.stats;
+}
+
+}  // namespace
+
+std::variant<CommandLine, Saying> parseCommandLine(std::vector<std::string> words) {
+  CLI::App app("Controls the MIDI stream service: shows its ports, sends through them, and watches them.", "streamctl");
+  Draft draft;
+  std::string endpoint;
+  const auto* const given =
+      app.add_option("--endpoint", endpoint,
+                     "Where the service is, as in EVTSRV_ENDPOINT; with neither, the well-known local socket")
+          ->type_name("E");
+  app.set_version_flag("--version", FLOWSCOPE_VERSION);
+  app.require_subcommand(1);
+  app.fallthrough();
+  addCommands(app, draft);
+  for (CLI::App* sub : app.get_subcommands([](const CLI::App*) { return true; })) sub->fallthrough();
+  try {
+    std::ranges::reverse(words);  // so the library wants them
+    app.parse(std::move(words));
+    if (given->count() > 0 && endpoint.empty()) throw CLI::ValidationError("--endpoint", "is empty");
+  } catch (const CLI::CallForHelp&) {
+    return Saying{false, app.help()};
+  } catch (const CLI::CallForVersion& version) {
+    return Saying{false, std::string(version.what()) + '\n'};
+  } catch (const CLI::ParseError& wrong) {
+    return Saying{true, wire::printable(wrong.what()) + " (--help tells more)"};
+  }
+  CommandLine line{std::nullopt, chosen(app, std::move(draft))};
+  if (given->count() > 0) line.endpoint = std::move(endpoint);
+  return line;
+}
+
+}  // namespace streamctl

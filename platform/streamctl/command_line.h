@@ -1,0 +1,57 @@
+// What the words of the command line ask for.
+#pragma once
+
+#include <cstdint>
+#include <optional>
+#include <string>
+#include <variant>
+#include <vector>
+
+namespace streamctl {
+
+struct ListCommand {
+  bool json = false;
+};
+
+struct InjectCommand {
+  std::string port;
+  std::uint16_t group = 0;
+  std::uint64_t count = 1;            // at least 1
+  std::optional<double> perSecond;    // above 0; none: as fast as the service takes them
+  std::vector<std::uint8_t> message;  // 1 to wire::MaxMessageBytes bytes
+};
+
+struct PlayCommand {
+  std::string file;
+  std::string port;
+  bool loop = false;
+  double speed = 1;  // times as fast, service::MinSpeed to service::MaxSpeed; 0: without pauses
+};
+
+struct WatchCommand {
+  std::vector<std::string> ports;  // at least one
+  bool json = false;
+};
+
+struct StatsCommand {
+  bool json = false;
+};
+
+using Command = std::variant<ListCommand, InjectCommand, PlayCommand, WatchCommand, StatsCommand>;
+
+struct CommandLine {
+  std::optional<std::string> endpoint;  // not empty
+  Command command;
+};
+
+// There is nothing to do but to say this: help or the version, or in one line without its end what is wrong with the
+// words.
+struct Saying {
+  bool wrong = false;
+  std::string text;
+};
+
+// Understands the words of a command line, the program's own name not among them. Pure.
+std::variant<CommandLine, Saying> parseCommandLine(std::vector<std::string> words);
+
+}  // namespace streamctl

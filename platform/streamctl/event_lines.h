@@ -1,0 +1,39 @@
+// Events as lines of text.
+#pragma once
+
+#include <cstdint>
+#include <functional>
+#include <map>
+#include <string>
+#include <string_view>
+
+#include "evtsrv.h"
+
+namespace streamctl {
+
+enum class LineForm : std::uint8_t { Text, Json };
+
+// Writes a line for each message:
+//
+//   Text  1234.000000567 SequencerOut1 0 0x90 0x3C 0x64
+//   Json  {"time_ns":1234000000567,"port":"SequencerOut1","group":0,"bytes":[144,60,100]}
+//
+// The time is that of the event, which is the time of its first message; messages that come within some milliseconds
+// may share an event. Text has seconds with nine decimals, JSON nanoseconds.
+class EventLines {
+ public:
+  explicit EventLines(LineForm form) : form_(form) {}
+
+  // Appends the lines of an event of the port to out. data: the event, its cursor behind the header. False when the
+  // event is malformed; the messages before the mistake have their lines then.
+  bool append(std::string_view port, EvtSrv::MemoryHolder& data, std::string& out);
+
+ private:
+  const std::string& shown(std::string_view port);
+
+  LineForm form_;
+  std::map<std::string, std::string, std::less<>> shown_;  // names of ports as they are printed
+  std::string front_;                                      // of the lines of the event at hand
+};
+
+}  // namespace streamctl

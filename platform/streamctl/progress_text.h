@@ -1,0 +1,15 @@
+// How far a score has been played.
+#pragma once
+
+#include <cstddef>
+#include <string>
+
+#include "platform/drivers/port.h"
+
+namespace streamctl {
+
+// "[=======>      ]  45%  0:12 / 0:27" in columns cells at most; with less room without its bar, then without its
+// times, then nothing. position: 0 to length, which may be 0.
+std::string progressText(service::Time position, service::Time length, std::size_t columns);
+
+}  // namespace streamctl

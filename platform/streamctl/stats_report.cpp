@@ -1,0 +1,57 @@
+#include "platform/streamctl/stats_report.h"
+
+#include <algorithm>
+#include <cstdint>
+#include <utility>
+#include <vector>
+
+#include "platform/streamctl/json_text.h"
+#include "platform/streamctl/text_table.h"
+#include "platform/wire/printable.h"
+
+namespace streamctl {
+namespace {
+
+// In whole percent, rounded up: a queue that holds anything is not empty.
+std::string fill(std::uint64_t bytes, std::uint64_t limit) {
+  if (limit == 0) return {};
+  return std::to_string((100 * bytes + limit - 1) / limit) + '%';
+}
+
+}  // namespace
+
+std::string statsText(const wire::Stats& stats) {
+  std::string text = textTable({{"messages in", std::to_string(stats.in)},
+                                {"messages out", std::to_string(stats.out)},
+                                {"messages lost", std::to_string(stats.lost)},
+                                {"queue limit", std::to_string(stats.queueLimit) + " bytes"}});
+  std::vector<std::vector<std::string>> rows{{"PROGRAM", "PROCESS", "TAPS", "IN", "OUT", "LOST", "QUEUE", "FILL"}};
+  for (const wire::ClientStats& client : stats.clients) {
+    rows.push_back({wire::printable(client.program), std::to_string(client.process), std::to_string(client.taps),
+                    std::to_string(client.in), std::to_string(client.out), std::to_string(client.lost),
+                    std::to_string(client.queueBytes), fill(client.queueBytes, stats.queueLimit)});
+  }
+  return text + '\n' + textTable(rows);
+}
+
+std::string statsJson(const wire::Stats& stats) {
+  Json clients = Json::array();
+  for (const wire::ClientStats& client : stats.clients) {
+    clients.push_back({{"program", client.program},
+                       {"process", client.process},
+                       {"taps", client.taps},
+                       {"in", client.in},
+                       {"out", client.out},
+                       {"lost", client.lost},
+                       {"queue_bytes", client.queueBytes}});
+  }
+  return jsonText(Json{{"in", stats.in},
+                       {"out", stats.out},
+                       {"lost", stats.lost},
+                       {"queue_limit", stats.queueLimit},
+                       {"clients", std::move(clients)}},
+                  2) +
+         '\n';
+}
+
+}  // namespace streamctl

@@ -1,0 +1,22 @@
+// A device's groups, ports and connections, for people and for programs.
+#pragma once
+
+#include <string>
+
+#include "platform/wire/messages.h"
+
+namespace streamctl {
+
+// A line for each port under a line of headings: id and name of its group, its side, its name, and the ports that it is
+// connected to, in the order of making. A side without ports has one line, and so has a group without sides.
+std::string topologyText(const wire::Topology& topology, const wire::Links& links);
+
+// A JSON document:
+//
+//   {"groups": [{"id": 0, "name": "Keyboard", "sources": ["KeyboardOut1"], "sinks": null}],
+//    "connections": [{"source": "KeyboardOut1", "sink": "SequencerIn1"}]}
+//
+// A side that is not there is null. Connections are in the order of making.
+std::string topologyJson(const wire::Topology& topology, const wire::Links& links);
+
+}  // namespace streamctl

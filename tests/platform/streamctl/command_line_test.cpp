@@ -1,0 +1,144 @@
+#include "platform/streamctl/command_line.h"
+
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+
+namespace streamctl {
+namespace {
+
+using testing::ElementsAre;
+using testing::HasSubstr;
+
+// The command, or one of another type when the words were taken for something else.
+template <class Wanted>
+std::optional<Wanted> parsed(std::vector<std::string> words) {
+  const auto result = parseCommandLine(std::move(words));
+  const auto* line = std::get_if<CommandLine>(&result);
+  const auto* command = line == nullptr ? nullptr : std::get_if<Wanted>(&line->command);
+  return command == nullptr ? std::nullopt : std::optional(*command);
+}
+
+Saying said(std::vector<std::string> words) {
+  const auto result = parseCommandLine(std::move(words));
+  const auto* saying = std::get_if<Saying>(&result);
+  return saying == nullptr ? Saying{} : *saying;
+}
+
+TEST(CommandLine, Inject) {
+  const auto plain = parsed<InjectCommand>({"inject", "DeckOut1", "0x90", "60", "100"});
+  ASSERT_TRUE(plain);
+  EXPECT_EQ(plain->port, "DeckOut1");
+  EXPECT_THAT(plain->message, ElementsAre(0x90, 60, 100));
+  EXPECT_EQ(plain->group, 0);
+  EXPECT_EQ(plain->count, 1U);
+  EXPECT_FALSE(plain->perSecond);
+
+  const auto full = parsed<InjectCommand>(
+      {"inject", "--group", "65535", "DeckOut1", "1", "--count=18446744073709551615", "2", "--rate", "0.5", "3"});
+  ASSERT_TRUE(full);
+  EXPECT_THAT(full->message, ElementsAre(1, 2, 3));
+  EXPECT_EQ(full->group, 65535);
+  EXPECT_EQ(full->count, 18446744073709551615U);
+  EXPECT_EQ(full->perSecond, 0.5);
+}
+
+TEST(CommandLine, Play) {
+  const auto plain = parsed<PlayCommand>({"play", "song.mid", "DeckOut1"});
+  ASSERT_TRUE(plain);
+  EXPECT_EQ(plain->file, "song.mid");
+  EXPECT_EQ(plain->port, "DeckOut1");
+  EXPECT_FALSE(plain->loop);
+  EXPECT_EQ(plain->speed, 1);
+  const auto full = parsed<PlayCommand>({"play", "--loop", "song.mid", "--speed", "0", "DeckOut1"});
+  ASSERT_TRUE(full);
+  EXPECT_TRUE(full->loop);
+  EXPECT_EQ(full->speed, 0);
+}
+
+TEST(CommandLine, WhatOnlyShows) {
+  EXPECT_TRUE(parsed<ListCommand>({"list"}));
+  EXPECT_TRUE(parsed<ListCommand>({"list", "--json"})->json);
+  EXPECT_FALSE(parsed<StatsCommand>({"stats"})->json);
+  EXPECT_TRUE(parsed<StatsCommand>({"stats", "--json"})->json);
+  const auto watch = parsed<WatchCommand>({"watch", "A", "--json", "B"});
+  ASSERT_TRUE(watch);
+  EXPECT_THAT(watch->ports, ElementsAre("A", "B"));
+  EXPECT_TRUE(watch->json);
+}
+
+TEST(CommandLine, PortMayBeCalledLikeACommand) {
+  const auto watch = parsed<WatchCommand>({"watch", "list", "stats"});
+  ASSERT_TRUE(watch);
+  EXPECT_THAT(watch->ports, ElementsAre("list", "stats"));
+}
+
+TEST(CommandLine, EndpointStandsOnEitherSideOfTheCommand) {
+  for (const std::vector<std::string>& words : {std::vector<std::string>{"--endpoint", "ipc:///x", "list"},
+                                                {"list", "--endpoint", "ipc:///x"},
+                                                {"list", "--endpoint=ipc:///x"}}) {
+    const auto result = parseCommandLine(words);
+    ASSERT_TRUE(std::holds_alternative<CommandLine>(result)) << words[0];
+    EXPECT_EQ(std::get<CommandLine>(result).endpoint, "ipc:///x");
+  }
+  EXPECT_FALSE(std::get<CommandLine>(parseCommandLine({"list"})).endpoint);
+}
+
+TEST(CommandLine, HelpIsNothingWrong) {
+  EXPECT_FALSE(said({"--help"}).wrong);
+  EXPECT_THAT(said({"--help"}).text, HasSubstr("Show groups, ports and connections"));
+  for (const char* command : {"list", "inject", "play", "watch", "stats"}) {
+    EXPECT_FALSE(said({command, "--help"}).wrong) << command;
+    EXPECT_THAT(said({command, "--help"}).text, HasSubstr(std::string("Usage: streamctl ") + command)) << command;
+  }
+}
+
+TEST(CommandLine, WrongWordsAreSaidInOnePrintableLine) {
+  const std::vector<std::string> rows[] = {{},
+                                           {"list", "extra"},
+                                           {"lists"},
+                                           {"list", "stats"},
+                                           {"list", "--bogus"},
+                                           {"--endpoint", "", "list"},
+                                           {"--endpoint"},
+                                           {"inject"},
+                                           {"inject", "P"},
+                                           {"inject", "P", "256"},
+                                           {"inject", "P", "-1"},
+                                           {"inject", "P", "--", "-1"},
+                                           {"inject", "P", "one"},
+                                           {"inject", "P", "\x1b[2J\n"},
+                                           {"inject", "P", "1", "--group", "65536"},
+                                           {"inject", "P", "1", "--group", "-1"},
+                                           {"inject", "P", "1", "--count", "0"},
+                                           {"inject", "P", "1", "--count", "1.5"},
+                                           {"inject", "P", "1", "--count", "18446744073709551616"},
+                                           {"inject", "P", "1", "--count", "2", "--count", "3"},
+                                           {"inject", "P", "1", "--rate", "0"},
+                                           {"inject", "P", "1", "--rate", "nan"},
+                                           {"inject", "P", "1", "--rate", "inf"},
+                                           {"inject", "P", "1", "--json"},
+                                           {"play", "F"},
+                                           {"play", "F", "P", "Q"},
+                                           {"play", "F", "P", "--speed", "0.009"},
+                                           {"play", "F", "P", "--speed", "1001"},
+                                           {"play", "F", "P", "--speed", "nan"},
+                                           {"play", "F", "P", "--speed", "fast"},
+                                           {"watch"},
+                                           {"stats", "P"}};
+  for (const auto& words : rows) {
+    const Saying saying = said(words);
+    EXPECT_TRUE(saying.wrong) << testing::PrintToString(words);
+    EXPECT_THAT(saying.text, testing::MatchesRegex("[ -~]+")) << testing::PrintToString(words);
+  }
+}
+
+TEST(CommandLine, MessageHasABound) {
+  std::vector<std::string> words{"inject", "P"};
+  words.insert(words.end(), 1U << 20U, "0");
+  EXPECT_EQ(parsed<InjectCommand>(words)->message.size(), 1U << 20U);
+  words.emplace_back("0");
+  EXPECT_THAT(said(words).text, HasSubstr("1048576"));
+}
+
+}  // namespace
+}  // namespace streamctl

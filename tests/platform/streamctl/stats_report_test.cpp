@@ -1,0 +1,47 @@
+#include "platform/streamctl/stats_report.h"
+
+#include <gtest/gtest.h>
+
+#include <nlohmann/json.hpp>
+
+namespace streamctl {
+namespace {
+
+const wire::Stats Sample{
+    12, 3400, 5, 1000, {{"flowscope", 4294967295, 2, 7, 3395, 5, 1}, {"two words\n", 1, 0, 5, 5, 0, 1000}}};
+
+TEST(StatsText, HasTotalsAndALineForEachClient) {
+  EXPECT_EQ(statsText(Sample),
+            "messages in    12\n"
+            "messages out   3400\n"
+            "messages lost  5\n"
+            "queue limit    1000 bytes\n"
+            "\n"
+            "PROGRAM     PROCESS     TAPS  IN  OUT   LOST  QUEUE  FILL\n"
+            "flowscope   4294967295  2     7   3395  5     1      1%\n"
+            "two words?  1           0     5   5     0     1000   100%\n");
+}
+
+TEST(StatsText, NoClientsAndNoBound) {
+  EXPECT_EQ(statsText({}),
+            "messages in    0\n"
+            "messages out   0\n"
+            "messages lost  0\n"
+            "queue limit    0 bytes\n"
+            "\n"
+            "PROGRAM  PROCESS  TAPS  IN  OUT  LOST  QUEUE  FILL\n");
+  wire::Stats unbounded;
+  unbounded.clients.push_back({.program = "p", .process = 1});
+  EXPECT_TRUE(statsText(unbounded).ends_with("p        1        0     0   0    0     0      -\n"));
+}
+
+TEST(StatsJson, HasTheSameNumbers) {
+  EXPECT_EQ(nlohmann::json::parse(statsJson(Sample)), nlohmann::json::parse(R"({
+    "in": 12, "out": 3400, "lost": 5, "queue_limit": 1000,
+    "clients": [
+      {"program": "flowscope", "process": 4294967295, "taps": 2, "in": 7, "out": 3395, "lost": 5, "queue_bytes": 1},
+      {"program": "two words\n", "process": 1, "taps": 0, "in": 5, "out": 5, "lost": 0, "queue_bytes": 1000}]})"));
+}
+
+}  // namespace
+}  // namespace streamctl

@@ -1,0 +1,71 @@
+#include "platform/streamctl/topology_report.h"
+
+#include <gtest/gtest.h>
+
+#include <nlohmann/json.hpp>
+
+namespace streamctl {
+namespace {
+
+wire::Topology sample() {
+  return {{{0, "Deck", wire::TopologySide{2, "DeckOut", {}}, wire::TopologySide{0, "DeckIn", {}}},
+           {65535, "Rack", std::nullopt, wire::TopologySide{2, "", {"Left", "Right"}}},
+           {7, "Bare", std::nullopt, std::nullopt}}};
+}
+
+const wire::Links SampleLinks{3, {{0, 1, 65535, 1}, {0, 1, 65535, 0}, {0, 0, 65535, 1}}};
+
+TEST(TopologyText, HasALineForEachPort) {
+  EXPECT_EQ(topologyText(sample(), SampleLinks),
+            "GROUP  NAME  SIDE    PORT      CONNECTIONS\n"
+            "0      Deck  source  DeckOut1  Right\n"
+            "0      Deck  source  DeckOut2  Right Left\n"
+            "0      Deck  sink    -         -\n"
+            "65535  Rack  sink    Left      DeckOut2\n"
+            "65535  Rack  sink    Right     DeckOut2 DeckOut1\n"
+            "7      Bare  -       -         -\n");
+}
+
+TEST(TopologyText, DeviceWithoutGroupsHasHeadings) {
+  EXPECT_EQ(topologyText({}, {}), "GROUP  NAME  SIDE  PORT  CONNECTIONS\n");
+}
+
+TEST(TopologyText, NamesDoNotSteerTheTerminal) {
+  const wire::Topology odd{{{1, "a\x1b[2J", wire::TopologySide{1, "", {"b\nc"}}, std::nullopt}}};
+  const std::string text = topologyText(odd, {});
+  EXPECT_NE(text.find("a?[2J"), std::string::npos) << text;
+  EXPECT_NE(text.find("b?c"), std::string::npos) << text;
+}
+
+TEST(TopologyText, LargestSide) {
+  const wire::Topology large{{{1, "G", wire::TopologySide{65535, "P", {}}, std::nullopt}}};
+  const std::string text = topologyText(large, {});
+  EXPECT_EQ(std::ranges::count(text, '\n'), 65536);
+  EXPECT_NE(text.find(" P65535 "), std::string::npos);
+}
+
+TEST(TopologyJson, IsComplete) {
+  EXPECT_EQ(nlohmann::json::parse(topologyJson(sample(), SampleLinks)), nlohmann::json::parse(R"({
+    "groups": [
+      {"id": 0, "name": "Deck", "sources": ["DeckOut1", "DeckOut2"], "sinks": []},
+      {"id": 65535, "name": "Rack", "sources": null, "sinks": ["Left", "Right"]},
+      {"id": 7, "name": "Bare", "sources": null, "sinks": null}],
+    "connections": [
+      {"source": "DeckOut2", "sink": "Right"},
+      {"source": "DeckOut2", "sink": "Left"},
+      {"source": "DeckOut1", "sink": "Right"}]})"));
+}
+
+TEST(TopologyJson, DeviceWithoutGroups) {
+  EXPECT_EQ(nlohmann::json::parse(topologyJson({}, {})), nlohmann::json::parse(R"({"groups": [], "connections": []})"));
+}
+
+TEST(TopologyJson, AnyNameIsText) {
+  const wire::Topology odd{{{1, "\"\xff\\", wire::TopologySide{1, "", {"b\n"}}, std::nullopt}}};
+  const auto document = nlohmann::json::parse(topologyJson(odd, {}));
+  EXPECT_EQ(document["groups"][0]["name"], "\"\xEF\xBF\xBD\\");
+  EXPECT_EQ(document["groups"][0]["sources"][0], "b\n");
+}
+
+}  // namespace
+}  // namespace streamctl
