@@ -1,0 +1,21 @@
+#include "platform/streamctl/list.h"
+
+#include "platform/streamctl/output.h"
+#include "platform/streamctl/service_client.h"
+#include "platform/streamctl/topology_report.h"
+
+namespace streamctl {
+
+Outcome run(const ListCommand& command, const std::string& endpoint) {
+  const auto opened = ServiceClient::open(endpoint);
+  if (const auto* cause = std::get_if<std::string>(&opened)) return Failure{*cause};
+  ServiceClient& service = *std::get<std::unique_ptr<ServiceClient>>(opened);
+  const auto topology = service.ask<wire::Topology, wire::AskTopology>();
+  const auto links = topology ? service.ask<wire::Links, wire::AskLinks>() : std::nullopt;
+  if (!links) return Failure{service.whyNot()};
+  service.leave();
+  const int error = writeOutput(command.json ? topologyJson(*topology, *links) : topologyText(*topology, *links));
+  return error == 0 ? Outcome() : Failure{outputProblem(error)};
+}
+
+}  // namespace streamctl

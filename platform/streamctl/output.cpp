@@ -1,0 +1,36 @@
+#include "platform/streamctl/output.h"
+
+#include <poll.h>
+#include <unistd.h>
+
+#include <cerrno>
+#include <cstring>
+
+namespace streamctl {
+
+int writeOutput(std::string_view text, const std::function<bool()>& goOn) {
+  for (;;) {
+    const ssize_t written = write(STDOUT_FILENO, text.data(), text.size());
+    const int error = written < 0 ? errno : 0;
+    if (error == EAGAIN) {
+      // Who shares the pipe has made it one that does not wait.
+      pollfd ready{STDOUT_FILENO, POLLOUT, 0};
+      poll(&ready, 1, -1);
+    } else if (error != 0 && error != EINTR) {
+      return error;
+    }
+    if (written > 0) text.remove_prefix(static_cast<std::size_t>(written));
+    if (text.empty()) return 0;
+    // A signal also cuts short what has been written in part.
+    if (goOn && !goOn()) return EINTR;
+  }
+}
+
+bool outputHasReader() {
+  pollfd state{STDOUT_FILENO, 0, 0};
+  return poll(&state, 1, 0) <= 0 || (state.revents & (POLLERR | POLLHUP)) == 0;
+}
+
+std::string outputProblem(int error) { return std::string("standard output: ") + std::strerror(error); }
+
+}  // namespace streamctl

@@ -1,0 +1,22 @@
+// What a player plays, into the service.
+#pragma once
+
+#include <cstdint>
+#include <functional>
+#include <optional>
+#include <string>
+
+#include "platform/drivers/player.h"
+#include "platform/streamctl/service_client.h"
+#include "platform/streamctl/stop_signals.h"
+
+namespace streamctl {
+
+// Starts the player and passes what it plays through the port, in time, until it has ended or a signal has come; then
+// waits until the service has taken everything, and takes leave. Nothing on success, else why not, in one printable
+// line. progress is told, several times in a second and after each frame, how many messages have been handed over.
+std::optional<std::string> playInto(ServiceClient& service, const std::string& port, service::Player& player,
+                                    const StopSignals& signals,
+                                    const std::function<void(std::uint64_t messages)>& progress);
+
+}  // namespace streamctl

@@ -1,0 +1,34 @@
+// The user's wish to end.
+#pragma once
+
+#include <array>
+#include <chrono>
+#include <csignal>
+
+namespace streamctl {
+
+// While it lives, SIGINT and SIGTERM do not end the process but are remembered; the second of a kind ends it at once.
+// Signals that were ignored before stay ignored. One at a time, made and destroyed on the main thread.
+class StopSignals {
+ public:
+  StopSignals();
+  StopSignals(const StopSignals&) = delete;
+  StopSignals& operator=(const StopSignals&) = delete;
+  // What was done with the signals before is done again.
+  ~StopSignals();
+
+  // Number of the latest signal; 0 when none has come.
+  int caught() const;
+
+  // Waits until the time, by the steady clock, or until a signal that has not been handled comes. Returns at once when
+  // caught() is not 0, or the time has passed.
+  void waitUntil(std::chrono::nanoseconds time) const;
+
+  // Dies of the signal that has come, as whoever started the process expects; returns when none has.
+  void passOn();
+
+ private:
+  std::array<struct sigaction, 2> before_{};
+};
+
+}  // namespace streamctl

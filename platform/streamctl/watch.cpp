@@ -1,0 +1,88 @@
+#include "platform/streamctl/watch.h"
+
+#include <cerrno>
+#include <csignal>
+#include <cstdlib>
+#include <utility>
+
+#include "evtsrv.h"
+#include "platform/streamctl/event_lines.h"
+#include "platform/streamctl/output.h"
+#include "platform/streamctl/service_client.h"
+#include "platform/streamctl/stop_signals.h"
+#include "platform/wire/printable.h"
+
+namespace streamctl {
+namespace {
+
+constexpr std::size_t HolderBytes = 64U << 10U;
+
+// So much is written at once, while messages come without a pause.
+constexpr std::size_t WriteAfter = 64U << 10U;
+
+// How long to wait for messages without a look at the reader of the output.
+constexpr int LongestWait = 200;  // milliseconds
+
+class WatchPort : public EvtSrv::EventPort {
+ public:
+  WatchPort(EvtSrv::EventPortManager& manager, LineForm form, const StopSignals& signals)
+      : EventPort(manager), lines_(form), signals_(signals) {}
+
+  EvtSrv::EventResult receiveMain(const char* name, unsigned /*type*/, EvtSrv::MemoryHolder* data,
+                                  EvtSrv::MemoryHolder* /*reply*/) override {
+    if (!lines_.append(name, *data, text_)) malformed_ = true;
+    if (text_.size() >= WriteAfter) flush();
+    return EvtSrv::EvtRes_Success;
+  }
+
+  // Writes what has been received; once that has failed, nothing more.
+  void flush() {
+    if (error_ == 0) error_ = writeOutput(text_, [this] { return signals_.caught() == 0; });
+    text_.clear();
+  }
+
+  // The errno of writing; 0 while all is well.
+  int error() const { return error_; }
+
+  // True when an event of the service could not be understood.
+  bool malformed() const { return malformed_; }
+
+ private:
+  EventLines lines_;
+  const StopSignals& signals_;
+  std::string text_;
+  int error_ = 0;
+  bool malformed_ = false;
+};
+
+// Why there is no tap.
+std::string causeOf(EvtSrv::EventResult result, const std::string& port, const std::string& endpoint) {
+  const bool unknown = result == EvtSrv::EvtRes_NotFound || result == EvtSrv::EvtRes_BadArgument;
+  return unknown ? noSuchPort(port) : wire::printable(endpoint) + ": the service does not answer";
+}
+
+}  // namespace
+
+Outcome run(const WatchCommand& command, const std::string& endpoint) {
+  const StopSignals signals;
+  std::signal(SIGPIPE, SIG_IGN);
+  setenv("EVTSRV_ENDPOINT", endpoint.c_str(), 1);
+  EvtSrv::EventPortManager manager(EvtSrv::ConBehave_Void, true);
+  if (manager.session() == nullptr) return Failure{};  // the library has said why
+  WatchPort port(manager, command.json ? LineForm::Json : LineForm::Text, signals);
+  for (const std::string& name : command.ports) {
+    EvtSrv::MemoryHolder holder(HolderBytes);
+    const auto result = port.connect(name.c_str(), EvtSrv::DebugPortName, nullptr, &holder, EvtSrv::ConBehave_Void);
+    if (result != EvtSrv::EvtRes_Success) return Failure{causeOf(result, name, endpoint)};
+  }
+  while (signals.caught() == 0 && port.error() == 0 && !port.malformed()) {
+    const auto received = manager.receiveEvent(LongestWait);
+    port.flush();
+    if (received == EvtSrv::EvtRes_DoNothing && !outputHasReader()) break;
+  }
+  if (port.malformed()) return Failure{wire::printable(endpoint) + ": the service has sent a malformed event"};
+  const int error = port.error();
+  return error == 0 || error == EPIPE || error == EINTR ? Outcome() : Failure{outputProblem(error)};
+}
+
+}  // namespace streamctl
