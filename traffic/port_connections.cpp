@@ -25,15 +25,20 @@ constexpr std::size_t ConnectedGroupDepth = 5;
 struct Place {
   PortPosition position;
   std::size_t depth;
-  Ports ports;
+  std::optional<Ports> ports;  // not before they are asked for
 };
 
 // Nothing for a place that names no ports.
 std::optional<Place> placeAt(const PathComponents& components, const StrmSrv::Patcher& patcher) {
   PortPosition position = parsePortPosition(components, patcher);
   if (!namesPorts(position, components.size())) return std::nullopt;
-  Ports ports = portsOf(position, patcher);
-  return Place{std::move(position), components.size(), std::move(ports)};
+  return Place{std::move(position), components.size(), std::nullopt};
+}
+
+// Throws std::out_of_range for a group that the device does not list, so it is called only when nothing else is wrong.
+const Ports& portsAt(Place& place, const StrmSrv::Patcher& patcher) {
+  if (!place.ports) place.ports = portsOf(place.position, patcher);
+  return *place.ports;
 }
 
 // The places of one command. Each is read when it is first asked for, and only then: to find the index of a port, all
@@ -43,7 +48,7 @@ class Places {
   Places(TopologyShell& shell, const StrmSrv::Patcher& patcher) : shell_(shell), patcher_(patcher) {}
 
   // The place that path leads to, or, for null, the current directory. Valid as long as this object.
-  const std::optional<Place>& at(const std::string* path) {
+  std::optional<Place>& at(const std::string* path) {
     const std::string key = path == nullptr ? std::string() : *path;
     const auto known = known_.find(key);
     if (known != known_.end()) return known->second;
@@ -75,13 +80,13 @@ ResultCode connectPorts(StrmSrv::Patcher& patcher, const Ports& sources, const P
   return ResultOk;
 }
 
-ResultCode connectPlaces(StrmSrv::Patcher& patcher, const std::optional<Place>& source,
-                         const std::optional<Place>& destination) {
+ResultCode connectPlaces(StrmSrv::Patcher& patcher, std::optional<Place>& source, std::optional<Place>& destination) {
   if (!source || !destination) return ResultSilent;
   if (source->position.side != PortSide::Source || destination->position.side != PortSide::Sink) {
     return ResultBadArgument;
   }
-  return connectPorts(patcher, source->ports, destination->ports);
+  const Ports& sources = portsAt(*source, patcher);
+  return connectPorts(patcher, sources, portsAt(*destination, patcher));
 }
 
 // Whether a place means the connections to a port at the other end.
@@ -109,11 +114,11 @@ void disconnectPort(StrmSrv::Patcher& patcher, const PortPosition& place, const 
   }
 }
 
-ResultCode disconnectPlace(StrmSrv::Patcher& patcher, const std::optional<Place>& place) {
+ResultCode disconnectPlace(StrmSrv::Patcher& patcher, std::optional<Place>& place) {
   if (!place) return ResultSilent;
   // A connected group without a name: to go on would end the connections to all the others, too.
   if (place->depth >= ConnectedGroupDepth && !place->position.connectedGroup) return ResultSilent;
-  for (const StrmSrv::PortRecord& port : place->ports) disconnectPort(patcher, place->position, port);
+  for (const StrmSrv::PortRecord& port : portsAt(*place, patcher)) disconnectPort(patcher, place->position, port);
   return ResultOk;
 }
 
@@ -139,7 +144,7 @@ ResultCode conCommand(TopologyShell& shell, const char* source, const char* dest
       const std::string line = "connect " + from + (to == nullptr ? "" : ":" + *to);
       if (!shell.output().writeLineFresh({AttrNone, ColourDefault, line.c_str()}, first, true)) return result;
       first = false;
-      const auto& fromPlace = places.at(&from);
+      auto& fromPlace = places.at(&from);
       result = connectPlaces(*patcher, fromPlace, places.at(to));
       if (result == ResultConnectError) return result;
     }

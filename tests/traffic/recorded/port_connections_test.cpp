@@ -7,8 +7,7 @@
 #include <string>
 #include <vector>
 
-#include "tests/traffic/recorded/recording_library.h"
-#include "tests/traffic/test_shell.h"
+#include "tests/traffic/recorded/patching_fixture.h"
 
 namespace flowscope {
 namespace {
@@ -18,74 +17,7 @@ using testing::HasSubstr;
 using testing::IsEmpty;
 using Names = std::vector<std::string>;
 
-constexpr const char* Device =
-    "Midi\n"
-    "  Source\n"
-    "    Seq\n"
-    "      Out2.0\n"
-    "        Tone\n"
-    "          In3.0\n"
-    "          In3.1\n"
-    "        Keys\n"
-    "          In0.0\n"
-    "        []\n"
-    "          In50.0\n"
-    "      Out2.1\n"
-    "      Out2.2\n"
-    "    Keys\n"
-    "      Out0.0\n"
-    "    Silent\n"
-    "    []\n"
-    "      Out50.0\n"
-    "    Panel\n"
-    "      Out1.0\n"
-    "  Sink\n"
-    "    Tone\n"
-    "      In3.0\n"
-    "        Seq\n"
-    "          Out2.0\n"
-    "          Out2.1\n"
-    "      In3.1\n"
-    "    Keys\n"
-    "      In0.0\n"
-    "      Gone\n"
-    "    []\n"
-    "    Seq\n"
-    "      In2.0\n"
-    "Audio\n"
-    "  Source\n"
-    "    Seq\n"
-    "      type1:Out2.1\n";
-
-class PortConnections : public testing::Test {
- protected:
-  PortConnections() {
-    recording::reset();
-    recording::library().sources = {{2, 3}, {0, 1}, {4, 0}, {50, 1}};
-    recording::library().sinks = {{3, 2}, {0, 1}, {50, 1}};
-    setUpShell(shell);
-  }
-
-  void setUpShell(TestShell& each) {
-    each.setPatcher(std::make_unique<StrmSrv::Patcher>(manager, 0));
-    each.setTree(treeOf(Device));
-  }
-
-  ResultCode con(const char* source, const char* destination = nullptr) {
-    calls().clear();
-    return conCommand(shell, source, destination);
-  }
-
-  ResultCode dis(const char* source, const char* destination = nullptr) {
-    calls().clear();
-    return disCommand(shell, source, destination);
-  }
-
-  Names& calls() { return recording::library().calls; }
-
-  EvtSrv::EventPortManager manager{EvtSrv::ConBehave_Default, true};
-  TestShell shell{manager};
-};
+class PortConnections : public Patching {};
 
 TEST_F(PortConnections, ConnectsAPortToAPort) {
   EXPECT_EQ(con("/Midi/Source/Seq/Out2.1", "/Midi/Sink/Tone/In3.1"), ResultOk);
@@ -158,7 +90,6 @@ TEST_F(PortConnections, ConWithoutWordsDoesNothing) {
 TEST_F(PortConnections, WithoutAPatcherNothingHappens) {
   shell.setPatcher(nullptr);
   EXPECT_EQ(con("/Midi/Source/Seq", "/Midi/Sink/Tone"), ResultSilent);
-  EXPECT_EQ(dis("/Midi/Source/Seq"), ResultSilent);
   EXPECT_EQ(shell.printed(), "");
 }
 
@@ -224,18 +155,21 @@ TEST_F(PortConnections, GroupsThatTheDeviceDoesNotList) {
   EXPECT_THROW(con("/Midi/Source/Panel/Out1.0", "/Midi/Sink"), std::out_of_range);
   EXPECT_THROW(con("/Midi/Source/Panel", "/Midi/Sink"), std::out_of_range);
   EXPECT_THROW(con("/Midi/Source", "/Midi/Sink/Seq"), std::out_of_range);
-  EXPECT_THROW(dis("/Midi/Source/Panel/Out1.0"), std::out_of_range);
-  EXPECT_THROW(dis("/Midi/Sink/Seq"), std::out_of_range);
   EXPECT_THAT(calls(), IsEmpty());
-  EXPECT_EQ(dis("/Midi/Sink/Seq/In2.0"), ResultSilent);
+}
+
+TEST_F(PortConnections, TheSidesAreLookedAtBeforeThePorts) {
+  EXPECT_EQ(con("/Midi/Source/Panel", "/Midi/Source/Seq"), ResultBadArgument);
+  EXPECT_EQ(con("/Midi/Sink/Seq", "/Midi/Sink/Tone"), ResultBadArgument);
+  EXPECT_EQ(con("/Midi/Source/Panel", "/Midi/Sink/\\[]"), ResultSilent);
+  EXPECT_EQ(con("/Midi/Source/Panel"), ResultSilent);
+  EXPECT_THAT(calls(), IsEmpty());
 }
 
 TEST_F(PortConnections, PathsThatCannotBeResolvedChangeNothing) {
   for (const char* path : {"", "~", "~/Source"}) {
     EXPECT_THROW(con(path), std::out_of_range) << path;
     EXPECT_THROW(con("/Midi/Source/Seq", path), std::out_of_range) << path;
-    EXPECT_THROW(dis(path), std::out_of_range) << path;
-    EXPECT_THROW(dis("/Midi/Source/Seq", path), std::out_of_range) << path;
   }
   EXPECT_EQ(shell.printed(), "");
   EXPECT_THAT(calls(), IsEmpty());
@@ -261,83 +195,6 @@ TEST_F(PortConnections, EnoughAtMoreStopsBeforeThatConnection) {
   interactive.type("  ", 4);
   EXPECT_EQ(conCommand(interactive, "/Midi/Source/Seq/*", "/Midi/Sink/Tone/In3.0"), ResultOk);
   EXPECT_THAT(calls(), ElementsAre("patch 2.0 3.0", "patch 2.1 3.0", "patch 2.2 3.0"));
-}
-
-class PortDisconnections : public PortConnections {
- protected:
-  PortDisconnections() {
-    recording::library().sinksOf["2.0"] = {{3, 0}, {3, 1}, {0, 0}, {50, 0}};
-    recording::library().sinksOf["2.2"] = {{3, 1}};
-    recording::library().sourcesOf["3.0"] = {{2, 0}, {0, 0}, {2, 1}};
-    recording::library().sourcesOf["50.0"] = {{2, 0}};
-  }
-};
-
-TEST_F(PortDisconnections, EachLevelOnEachSide) {
-  const struct {
-    PathComponents from;
-    const char* source;
-    Names calls;
-  } rows[] = {
-      {{},
-       "/Midi/Source/Seq/Out2.0",
-       {"sinks of 2.0", "unpatch 2.0 3.0", "unpatch 2.0 3.1", "unpatch 2.0 0.0", "unpatch 2.0 50.0"}},
-      {{"Midi", "Source", "Seq"}, "Out2.2", {"sinks of 2.2", "unpatch 2.2 3.1"}},
-      {{}, "/Midi/Source/Seq/Out2.1", {"sinks of 2.1"}},
-      {{},
-       "/Midi/Source/Seq",
-       {"sinks of 2.0", "unpatch 2.0 3.0", "unpatch 2.0 3.1", "unpatch 2.0 0.0", "unpatch 2.0 50.0", "sinks of 2.1",
-        "sinks of 2.2", "unpatch 2.2 3.1"}},
-      {{}, "/Midi/Source/Silent", {}},
-      // From the sink side the source stands first all the same.
-      {{}, "/Midi/Sink/Tone/In3.0", {"sources of 3.0", "unpatch 2.0 3.0", "unpatch 0.0 3.0", "unpatch 2.1 3.0"}},
-      {{},
-       "/Midi/Sink",
-       {"sources of 3.0", "unpatch 2.0 3.0", "unpatch 0.0 3.0", "unpatch 2.1 3.0", "sources of 3.1", "sources of 0.0",
-        "sources of 50.0", "unpatch 2.0 50.0"}},
-      // Below a port, only what the place names.
-      {{}, "/Midi/Source/Seq/Out2.0/Tone", {"sinks of 2.0", "unpatch 2.0 3.0", "unpatch 2.0 3.1"}},
-      {{}, "/Midi/Source/Seq/Out2.0/Tone/In3.1", {"sinks of 2.0", "unpatch 2.0 3.1"}},
-      {{}, "/Midi/Source/Seq/Out2.0/Keys", {"sinks of 2.0", "unpatch 2.0 0.0"}},
-      {{}, "/Midi/Sink/Tone/In3.0/Seq", {"sources of 3.0", "unpatch 2.0 3.0", "unpatch 2.1 3.0"}},
-      {{}, "/Midi/Sink/Tone/In3.0/Seq/Out2.1", {"sources of 3.0", "unpatch 2.1 3.0"}},
-  };
-  for (const auto& row : rows) {
-    shell.currentPath() = row.from;
-    EXPECT_EQ(dis(row.source), ResultOk) << row.source;
-    EXPECT_EQ(calls(), row.calls) << row.source;
-    EXPECT_EQ(shell.printed(), "");
-  }
-}
-
-TEST_F(PortDisconnections, PlacesThatNameNoPortsAreSilentAndNeverMeanMore) {
-  for (const char* source :
-       {"/Midi", "/Audio", "/Midi/Source/\\[]", "/Midi/Source/\\[]/Out50.0", "/Midi/Sink/\\[]", "/Midi/Sink/Keys/Gone",
-        "/Midi/Source/Seq/Out2.0/\\[]", "/Midi/Source/Seq/Out2.0/\\[]/In50.0", "zz", "/", "["}) {
-    EXPECT_EQ(dis(source), ResultSilent) << source;
-    EXPECT_THAT(calls(), IsEmpty()) << source;
-  }
-  EXPECT_EQ(dis(nullptr), ResultSilent);
-  EXPECT_EQ(dis(nullptr, "/Midi/Sink/Tone"), ResultSilent);
-  EXPECT_THAT(calls(), IsEmpty());
-}
-
-TEST_F(PortDisconnections, ADestinationNarrowsNothing) {
-  EXPECT_EQ(dis("/Midi/Source/Seq/Out2.0", "/Midi/Sink/Keys"), ResultOk);
-  const Names once = {"sinks of 2.0", "unpatch 2.0 3.0", "unpatch 2.0 3.1", "unpatch 2.0 0.0", "unpatch 2.0 50.0"};
-  EXPECT_EQ(calls(), once);
-  EXPECT_EQ(dis("/Midi/Source/Seq/Out2.0", "zz"), ResultOk);
-  EXPECT_EQ(calls(), once);
-  // It says how often each source is gone through.
-  EXPECT_EQ(dis("/Midi/Source/Seq/Out2.[12]", "/Midi/Sink/Tone/*"), ResultOk);
-  EXPECT_THAT(calls(), ElementsAre("sinks of 2.1", "sinks of 2.1", "sinks of 2.2", "unpatch 2.2 3.1", "sinks of 2.2",
-                                   "unpatch 2.2 3.1"));
-}
-
-TEST_F(PortDisconnections, TheLastPlaceDecides) {
-  EXPECT_EQ(dis("/Midi/Sink/Keys/*"), ResultSilent);
-  EXPECT_THAT(calls(), ElementsAre("sources of 0.0"));
-  EXPECT_EQ(dis("/Midi/Source/[SK]e*"), ResultOk);
 }
 
 }  // namespace
