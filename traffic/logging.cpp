@@ -1,6 +1,5 @@
 #include "traffic/logging.h"
 
-#include <cstddef>
 #include <string>
 
 #include "topology/path.h"
@@ -11,8 +10,6 @@
 namespace flowscope {
 
 namespace {
-
-constexpr std::size_t PortDepth = 4;
 
 ResultCode logPlace(TrafficShell& shell, const char* name, const char* path) {
   if (const ResultCode attached = attachMonitor(shell, path); attached != ResultOk) return attached;
@@ -30,10 +27,8 @@ ResultCode toCommand(TrafficShell& shell, const char* name, const char* pattern)
   if (pattern == nullptr) return logPlace(shell, name, nullptr);
 
   // Below a port the current directory counts as the port, as it does for the attaching.
-  PathComponents base = shell.currentPath();
-  if (base.size() > PortDepth) base.resize(PortDepth);
   ResultCode result = ResultSilent;
-  for (const std::string& match : expandPattern(resolvePath(pattern, base), shell.tree())) {
+  for (const std::string& match : expandPattern(resolvePath(pattern, currentPlace(shell)), shell.tree())) {
     result = logPlace(shell, name, match.c_str());
   }
   return result;

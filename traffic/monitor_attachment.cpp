@@ -8,7 +8,6 @@
 #include <utility>
 #include <vector>
 
-#include "topology/path.h"
 #include "topology/pattern.h"
 #include "traffic/flowscope_port_midi.h"
 #include "traffic/port_position.h"
@@ -22,8 +21,7 @@ constexpr std::size_t PortDepth = 4;
 
 // The name of the port that a path leads to, or, for a null path, of the one that the current directory lies in.
 std::optional<std::string> portNameAt(TrafficShell& shell, const char* path) {
-  PathComponents place = shell.currentPath();
-  if (place.size() > PortDepth) place.resize(PortDepth);
+  PathComponents place = currentPlace(shell);
   if (path != nullptr) {
     auto found = lookupPath(resolvePath(path, place), shell.tree());
     if (!found) return std::nullopt;
@@ -60,6 +58,12 @@ ResultCode attachWithTarget(TrafficShell& shell, const char* path) {
 }
 
 }  // namespace
+
+PathComponents currentPlace(TrafficShell& shell) {
+  PathComponents place = shell.currentPath();
+  if (place.size() > PortDepth) place.resize(PortDepth);
+  return place;
+}
 
 EvtSrv::EventResult attachPort(TrafficShell& shell, const char* path, const char* target,
                                EvtSrv::MemoryHolder& holder) {

@@ -7,6 +7,7 @@
 
 #include "evtsrv.h"
 #include "terminal/result_code.h"
+#include "topology/path.h"
 #include "traffic/traffic_shell.h"
 
 namespace flowscope {
@@ -17,8 +18,11 @@ inline constexpr std::size_t MonitorEventBytes = 1004;
 // The option bit of "cat" that asks for the labelled form.
 inline constexpr unsigned LabelledOption = 0x4;
 
+// The current directory, or the port that it lies in: its path cut to four components.
+PathComponents currentPlace(TrafficShell& shell);
+
 // Attaches the monitor to the port that path names, or, for a null path, to the one that the current directory lies
-// in (its path cut to four components). target is the name to connect to. holder says how large events may become.
+// in (see currentPlace). target is the name to connect to. holder says how large events may become.
 // EvtRes_DoNothing for a place that does not exist or has fewer than four components; EvtRes_Success when the monitor
 // is attached now or was before; otherwise what the connect answered, with nothing changed.
 EvtSrv::EventResult attachPort(TrafficShell& shell, const char* path, const char* target, EvtSrv::MemoryHolder& holder);
