@@ -4,10 +4,14 @@
 #include <gtest/gtest.h>
 #include <unistd.h>
 
+#include <cstddef>
 #include <cstdlib>
+#include <filesystem>
 #include <fstream>
 #include <iterator>
 #include <string>
+#include <system_error>
+#include <vector>
 
 namespace flowscope {
 
@@ -27,6 +31,19 @@ class TemporaryFile {
   std::string content() const {
     std::ifstream file(path_, std::ios::binary);
     return {std::istreambuf_iterator<char>(file), {}};
+  }
+
+  // Of each descriptor of this process that leads here: its position in the file.
+  std::vector<std::size_t> positions() const {
+    std::vector<std::size_t> found;
+    for (const auto& each : std::filesystem::directory_iterator("/proc/self/fd")) {
+      std::error_code gone;
+      if (std::filesystem::read_symlink(each, gone) != std::filesystem::canonical(path_)) continue;
+      std::ifstream info("/proc/self/fdinfo/" + each.path().filename().string());
+      std::string label;
+      info >> label >> found.emplace_back();
+    }
+    return found;
   }
 
  private:

@@ -17,6 +17,7 @@ namespace {
 
 using testing::ElementsAre;
 using testing::IsEmpty;
+using testing::UnorderedElementsAre;
 
 class Logging : public testing::Test {
  protected:
@@ -120,11 +121,16 @@ TEST_F(Logging, AfterOneThatCouldBeOpenedTheScreenGoesOn) {
   EXPECT_EQ(endCommand(shell), ResultOk);
 }
 
-TEST_F(Logging, SeveralMatchesAttachAllAndWriteOnce) {
+TEST_F(Logging, SeveralMatchesAttachAllAndOpenTheFileForEach) {
   EXPECT_EQ(toCommand(shell, file.name(), "/Midi/Source/Seq/*"), ResultOk);
   EXPECT_THAT(shell.attached(), ElementsAre("Out2.0", "Out2.1", "Out2.2"));
   arrive(1);
-  EXPECT_EQ(file.content(), "0xD0 0x01 0x01\n");
+  const std::string line = "0xD0 0x01 0x01\n";
+  EXPECT_EQ(file.content(), line);
+  // Only the last stream is written to, and closed in the end.
+  EXPECT_THAT(file.positions(), UnorderedElementsAre(0U, 0U, line.size()));
+  EXPECT_EQ(endCommand(shell), ResultOk);
+  EXPECT_THAT(file.positions(), ElementsAre(0U, 0U));
 }
 
 TEST_F(Logging, TheLastMatchDecides) {
