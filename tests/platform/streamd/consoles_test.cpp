@@ -9,11 +9,13 @@
 #include <numeric>
 #include <string>
 #include <thread>
+#include <utility>
 #include <vector>
 
 #include "tests/platform/streamd/console.h"
 #include "tests/platform/streamd/injector.h"
 #include "tests/platform/streamd/quiet_device.h"
+#include "tests/support/process.h"
 #include "tests/support/sanitizer.h"
 #include "tests/support/stream_daemon.h"
 
@@ -83,6 +85,34 @@ TEST_F(Consoles, OneThatIsKilledIsForgottenAndTheOtherGoesOn) {
   EXPECT_TRUE(daemon_.logged(") has gone\n", Deadline(Console::Patience)));
   injector_.inject(Port, 10);
   EXPECT_EQ(other->notesUntil(9), numbersBelow(10));
+}
+
+TEST_F(Consoles, TwoThatPatchTheSamePortsAgreeInTheEnd) {
+  const testsupport::ScratchFolder folder;
+  std::string script;
+  for (int i = 0; i < 200; ++i) {
+    script += "con /Midi/Source/MidiUsb/MidiUsbOut2 /Midi/Sink/MidiDin/MidiDinIn1\n";
+    script += "dis /Midi/Source/MidiUsb/MidiUsbOut2\n";
+  }
+  folder.write("script", script);
+  const auto run = [&](std::vector<std::string> arguments) {
+    testsupport::Command command{FLOWSCOPE_BINARY_DIR "/flowscope", std::move(arguments), {}, {}};
+    command.environment = testsupport::caseEnvironment(FLOWSCOPE_BINARY_DIR);
+    command.environment["EVTSRV_ENDPOINT"] = daemon_.endpoint();
+    return testsupport::runProcess(command, "", Deadline(Console::Patience));
+  };
+  const std::string file = folder.path() / "script";
+  std::thread other([&] { run({"-f", file}); });
+  const auto one = run({"-f", file});
+  other.join();
+  EXPECT_EQ(one.status, testsupport::ExitStatus::exited(0));
+  EXPECT_EQ(one.standardError, "");
+  // Who comes late finds the graph as both have left it: each took away what there was.
+  EXPECT_EQ(run({"-c", "ls -r /Midi/Source/MidiUsb"}).standardOutput, "\n+-- MidiUsbOut1\n+-- MidiUsbOut2\n");
+  const auto links =
+      injector_.control().ask<wire::Links>(wire::AskLinks{injector_.control().session()}).value_or(wire::Links{});
+  EXPECT_TRUE(links.links.empty());
+  EXPECT_GE(links.version, 400U) << "both have patched";
 }
 
 TEST_F(Consoles, StoppedOneKeepsItsTapAndGetsItsQueue) {
