@@ -15,6 +15,7 @@
 #include <thread>
 #include <vector>
 
+#include "tests/support/case_runner.h"
 #include "tests/support/process.h"
 #include "tests/support/stream_daemon.h"
 
@@ -36,15 +37,21 @@ std::string textOf(const std::string& file) {
   return {std::istreambuf_iterator<char>(in), {}};
 }
 
-testsupport::ProcessResult run(std::vector<std::string> arguments,
-                               std::map<std::string, std::string> environment = {}) {
-  return testsupport::runProcess({Streamd, std::move(arguments), std::move(environment), {}}, "", Deadline(Patience));
+// What a program needs besides, also to be watched by a sanitizer as this one is.
+std::map<std::string, std::string> environmentWith(std::map<std::string, std::string> more) {
+  more.merge(testsupport::caseEnvironment(FLOWSCOPE_BINARY_DIR));
+  return more;
+}
+
+testsupport::ProcessResult run(std::vector<std::string> arguments, std::map<std::string, std::string> more = {}) {
+  return testsupport::runProcess({Streamd, std::move(arguments), environmentWith(std::move(more)), {}}, "",
+                                 Deadline(Patience));
 }
 
 // What a console shows of the service at an endpoint.
 std::string rootListing(const std::string& endpoint) {
-  return testsupport::runProcess({Flowscope, {"-c", "ls /Midi"}, {{"EVTSRV_ENDPOINT", endpoint}}, {}}, "",
-                                 Deadline(Patience))
+  return testsupport::runProcess({Flowscope, {"-c", "ls /Midi"}, environmentWith({{"EVTSRV_ENDPOINT", endpoint}}), {}},
+                                 "", Deadline(Patience))
       .standardOutput;
 }
 
@@ -95,7 +102,7 @@ TEST(Streamd, ListensAtSeveralPlaces) {
 
 TEST(Streamd, ListensWhereClientsLookFirst) {
   const testsupport::ScratchFolder folder;
-  const std::map<std::string, std::string> environment{{"XDG_RUNTIME_DIR", folder.path()}};
+  const auto environment = environmentWith({{"XDG_RUNTIME_DIR", folder.path()}, {"EVTSRV_ENDPOINT", ""}});
   const std::string log = folder.path() / "log";
   testsupport::ChildDescriptors descriptors;
   descriptors.open(STDERR_FILENO, log, O_WRONLY | O_CREAT);
@@ -111,8 +118,12 @@ TEST(Streamd, ListensWhereClientsLookFirst) {
 
 TEST(Streamd, ConsoleWithoutAnEndpointDoesWithoutAService) {
   const testsupport::ScratchFolder folder;
-  const auto console = testsupport::runProcess(
-      {Flowscope, {"-c", "ls /Midi/Source/Clock"}, {{"XDG_RUNTIME_DIR", folder.path()}}, {}}, "", Deadline(Patience));
+  const auto console =
+      testsupport::runProcess({Flowscope,
+                               {"-c", "ls /Midi/Source/Clock"},
+                               environmentWith({{"XDG_RUNTIME_DIR", folder.path()}, {"EVTSRV_ENDPOINT", ""}}),
+                               {}},
+                              "", Deadline(Patience));
   EXPECT_THAT(console.standardOutput, HasSubstr("ClockOut1"));
   EXPECT_EQ(console.standardError, "");
 }
