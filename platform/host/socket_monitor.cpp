@@ -21,6 +21,8 @@ SocketMonitor::SocketMonitor(zmq::context_t& context, zmq::socket_t& socket, int
   const auto monitor = [&] { return zmq_socket_monitor(socket_.handle(), address.c_str(), kinds); };
   if (throughSignals(monitor) < 0) throw zmq::error_t();
   events_.set(zmq::sockopt::linger, 0);
+  // Else ZeroMQ's own thread, which serves all sockets, would wait for a reader that is busy, or has just ended.
+  events_.set(zmq::sockopt::rcvhwm, 0);
   if (throughSignals([&] { return zmq_connect(events_.handle(), address.c_str()); }) < 0) throw zmq::error_t();
 }
 
