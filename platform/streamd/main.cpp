@@ -4,9 +4,12 @@
 #include <variant>
 
 #include "platform/streamd/daemon.h"
+#include "platform/streamd/descriptors.h"
 #include "platform/streamd/options.h"
 
 int main(int count, char** words) {
+  streamd::openStandardDescriptors();
+  streamd::raiseDescriptorLimit();
   // A log that nobody reads any more ends no service.
   std::signal(SIGPIPE, SIG_IGN);
   try {

@@ -11,10 +11,12 @@
 #include <fstream>
 #include <iterator>
 #include <map>
+#include <memory>
 #include <string>
 #include <thread>
 #include <vector>
 
+#include "tests/platform/streamd/raw_socket.h"
 #include "tests/support/case_runner.h"
 #include "tests/support/process.h"
 #include "tests/support/stream_daemon.h"
@@ -48,10 +50,11 @@ testsupport::ProcessResult run(std::vector<std::string> arguments, std::map<std:
                                  Deadline(Patience));
 }
 
-// What a console shows of the service at an endpoint.
-std::string rootListing(const std::string& endpoint) {
-  return testsupport::runProcess({Flowscope, {"-c", "ls /Midi"}, environmentWith({{"EVTSRV_ENDPOINT", endpoint}}), {}},
-                                 "", Deadline(Patience))
+// The source groups that a console shows of the service at an endpoint; without a service, none.
+std::string groupsAt(const std::string& endpoint) {
+  return testsupport::runProcess(
+             {Flowscope, {"-c", "ls /Midi/Source"}, environmentWith({{"EVTSRV_ENDPOINT", endpoint}}), {}}, "",
+             Deadline(Patience))
       .standardOutput;
 }
 
@@ -79,7 +82,7 @@ TEST(Streamd, SecondOneRefusesAndTheFirstGoesOn) {
   EXPECT_EQ(second.status, ExitStatus::exited(1));
   EXPECT_THAT(second.standardError,
               HasSubstr("streamd: " + daemon.endpoint() + ": a service is already listening there\n"));
-  EXPECT_THAT(rootListing(daemon.endpoint()), HasSubstr("Source"));
+  EXPECT_THAT(groupsAt(daemon.endpoint()), HasSubstr("Keyboard"));
 }
 
 TEST(Streamd, ReplacesTheSocketOfOneThatWasKilled) {
@@ -88,7 +91,7 @@ TEST(Streamd, ReplacesTheSocketOfOneThatWasKilled) {
   ASSERT_TRUE(daemon.waitForExit(Deadline(Patience)));
   ASSERT_TRUE(fs::is_socket(daemon.socket()));
   daemon.restart();
-  EXPECT_THAT(rootListing(daemon.endpoint()), HasSubstr("Source"));
+  EXPECT_THAT(groupsAt(daemon.endpoint()), HasSubstr("Keyboard"));
 }
 
 TEST(Streamd, ListensAtSeveralPlaces) {
@@ -96,8 +99,8 @@ TEST(Streamd, ListensAtSeveralPlaces) {
   const std::string other = "ipc://" + (folder.path() / "new" / "other").string();
   const testsupport::StreamDaemon daemon(Streamd, {"--listen", other});
   ASSERT_TRUE(daemon.logged(": listening\n", Deadline(Patience), 2));
-  EXPECT_THAT(rootListing(other), HasSubstr("Source"));
-  EXPECT_THAT(rootListing(daemon.endpoint()), HasSubstr("Source"));
+  EXPECT_THAT(groupsAt(other), HasSubstr("Keyboard"));
+  EXPECT_THAT(groupsAt(daemon.endpoint()), HasSubstr("Keyboard"));
 }
 
 TEST(Streamd, ListensWhereClientsLookFirst) {
@@ -139,7 +142,7 @@ TEST(Streamd, ServesADeviceFile) {
 TEST(Streamd, LogsClientsThatComeAndLeave) {
   const testsupport::StreamDaemon daemon(Streamd);
   EXPECT_THAT(daemon.log(), HasSubstr("streamd: built-in device: 9 groups, 12 sources, 14 sinks\n"));
-  rootListing(daemon.endpoint());
+  groupsAt(daemon.endpoint());
   EXPECT_TRUE(daemon.logged(") has left\n", Deadline(Patience)));
   EXPECT_THAT(daemon.log(), testing::ContainsRegex("streamd: flowscope \\(process [0-9]+\\) has come\n"));
 }
@@ -155,6 +158,39 @@ TEST(Streamd, WrongOptionsAreAUsageError) {
     EXPECT_EQ(result.status, ExitStatus::exited(2)) << arguments[0];
     EXPECT_NE(result.standardError, "") << arguments[0];
   }
+}
+
+TEST(Streamd, ClientWithTooManyConnectionsHarmsNobody) {
+  testsupport::StreamDaemon daemon("/bin/sh", {"-c", "ulimit -n 64; exec \"$0\" \"$@\"", Streamd});
+  std::vector<std::unique_ptr<streamd::RawSocket>> many;
+  while (many.size() < 100) many.push_back(std::make_unique<streamd::RawSocket>(daemon.socket()));
+  EXPECT_TRUE(many.back()->closes());
+  many.clear();
+  const Deadline deadline(Patience);
+  std::string groups;
+  while (groups.find("Keyboard") == std::string::npos && !deadline.passed()) groups = groupsAt(daemon.endpoint());
+  EXPECT_THAT(groups, HasSubstr("Keyboard")) << daemon.log();
+}
+
+TEST(Streamd, TakesAsManyDescriptorsAsItMay) {
+  testsupport::StreamDaemon daemon("/bin/sh", {"-c", "ulimit -S -n 64; exec \"$0\" \"$@\"", Streamd});
+  std::vector<std::unique_ptr<streamd::RawSocket>> many;
+  while (many.size() < 100) many.push_back(std::make_unique<streamd::RawSocket>(daemon.socket()));
+  EXPECT_THAT(groupsAt(daemon.endpoint()), HasSubstr("Keyboard"));
+}
+
+TEST(Streamd, ClosedStandardErrorIsNothingElse) {
+  const testsupport::ScratchFolder folder;
+  const std::string socket = folder.path() / "socket";
+  testsupport::ChildDescriptors descriptors;
+  testsupport::Child daemon({"/bin/sh", {"-c", "exec \"$0\" --listen \"$1\" 2>&-", Streamd, "ipc://" + socket}, {}, {}},
+                            descriptors);
+  const Deadline deadline(Patience);
+  while (!deadline.passed() && groupsAt("ipc://" + socket).find("Keyboard") == std::string::npos) {
+  }
+  EXPECT_EQ(fs::read_symlink("/proc/" + std::to_string(daemon.id()) + "/fd/2"), "/dev/null");
+  daemon.signal(SIGTERM);
+  EXPECT_EQ(daemon.wait(deadline), ExitStatus::exited(0));
 }
 
 TEST(Streamd, HelpAndVersionAreNoErrors) {

@@ -2,9 +2,6 @@
 #include <fcntl.h>
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
-#include <sys/socket.h>
-#include <sys/un.h>
-#include <unistd.h>
 
 #include <algorithm>
 #include <csignal>
@@ -17,6 +14,7 @@
 #include "tests/platform/host/raw_client.h"
 #include "tests/platform/streamd/injector.h"
 #include "tests/platform/streamd/quiet_device.h"
+#include "tests/platform/streamd/raw_socket.h"
 #include "tests/support/stream_daemon.h"
 
 namespace streamd {
@@ -45,28 +43,6 @@ Texts receivedFromTo(const std::string& port, std::uint32_t from, std::uint32_t 
   for (std::uint32_t number = from; number < to; ++number) texts.push_back(received(port, number));
   return texts;
 }
-
-// A connection without ZeroMQ.
-class RawSocket {
- public:
-  explicit RawSocket(const std::string& path) : descriptor_(socket(AF_UNIX, SOCK_STREAM | SOCK_CLOEXEC, 0)) {
-    sockaddr_un address{};
-    address.sun_family = AF_UNIX;
-    std::ranges::copy(path, std::begin(address.sun_path));
-    const auto* any = reinterpret_cast<const sockaddr*>(&address);
-    connected_ = connect(descriptor_, any, sizeof address) == 0;
-  }
-  RawSocket(const RawSocket&) = delete;
-  RawSocket& operator=(const RawSocket&) = delete;
-  ~RawSocket() { close(descriptor_); }
-
-  bool connected() const { return connected_; }
-  void write(std::string_view bytes) { send(descriptor_, bytes.data(), bytes.size(), MSG_NOSIGNAL | MSG_DONTWAIT); }
-
- private:
-  int descriptor_;
-  bool connected_ = false;
-};
 
 // A queue that one step of a flood does not fill, but a hundred do.
 constexpr const char* QueueBytes = "262144";

@@ -1,0 +1,52 @@
+#include "platform/streamd/descriptors.h"
+
+#include <fcntl.h>
+#include <sys/resource.h>
+#include <sys/socket.h>
+#include <sys/syscall.h>
+#include <unistd.h>
+
+#include <cerrno>
+
+namespace streamd {
+namespace {
+
+// Never given to connections, so that all else can still be opened.
+constexpr rlim_t Spare = 16;
+
+bool isSpare(int descriptor) {
+  rlimit limit{};
+  return getrlimit(RLIMIT_NOFILE, &limit) == 0 && static_cast<rlim_t>(descriptor) + Spare >= limit.rlim_cur;
+}
+
+}  // namespace
+
+void openStandardDescriptors() {
+  for (int descriptor = STDIN_FILENO; descriptor <= STDERR_FILENO; ++descriptor) {
+    if (fcntl(descriptor, F_GETFD) < 0) open("/dev/null", O_RDWR);
+  }
+}
+
+void raiseDescriptorLimit() {
+  rlimit limit{};
+  if (getrlimit(RLIMIT_NOFILE, &limit) < 0) return;
+  limit.rlim_cur = limit.rlim_max;
+  setrlimit(RLIMIT_NOFILE, &limit);
+}
+
+}  // namespace streamd
+
+// Stands in front of the system's call of this name, for ZeroMQ: it ends the process when a connection cannot be
+// accepted for want of a descriptor or of memory, but goes on after one that has closed meanwhile. A connection too
+// many is accepted and closed, because one that is left waiting would be reported again and again.
+extern "C" int accept4(int listener, sockaddr* __restrict address, socklen_t* __restrict size, int flags) {
+  const auto descriptor = static_cast<int>(syscall(SYS_accept4, listener, address, size, flags));
+  if (descriptor < 0) {
+    if (errno == EMFILE || errno == ENOBUFS || errno == ENOMEM) errno = ECONNABORTED;
+    return -1;
+  }
+  if (!streamd::isSpare(descriptor)) return descriptor;
+  close(descriptor);
+  errno = ECONNABORTED;
+  return -1;
+}
