@@ -67,7 +67,10 @@ std::variant<std::unique_ptr<SocketPlace>, std::string> claim(std::string_view e
   constexpr std::string_view Local = "ipc://";
   if (endpoint.starts_with("tcp://")) return "services over the network are not supported";
   if (!endpoint.starts_with(Local) || endpoint.size() == Local.size()) return "not an endpoint (ipc://PATH)";
-  return SocketPlace::claim(std::string(endpoint.substr(Local.size())));
+  const std::string_view path = endpoint.substr(Local.size());
+  // To ZeroMQ, a socket without a file, which has no mode that keeps others out, and one at a place of its own choice.
+  if (path.front() == '@' || path.front() == '*') return "the path must not begin with @ or *";
+  return SocketPlace::claim(std::string(path));
 }
 
 }  // namespace

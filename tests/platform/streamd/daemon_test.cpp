@@ -218,6 +218,8 @@ TEST(Streamd, SaysInOneLineWhyItCannotServe) {
            {{"--listen", "tcp://127.0.0.1:5"}, "tcp://127.0.0.1:5: services over the network are not supported\n"},
            {{"--listen", "here"}, "here: not an endpoint (ipc://PATH)\n"},
            {{"--listen", "ipc://"}, "ipc://: not an endpoint (ipc://PATH)\n"},
+           {{"--listen", "ipc://@name"}, "ipc://@name: the path must not begin with @ or *\n"},
+           {{"--listen", "ipc://*"}, "ipc://*: the path must not begin with @ or *\n"},
            {{"--listen", "ipc://" + file}, file + ": there is something that is no socket\n"}}) {
     const auto result = run(row.arguments);
     EXPECT_EQ(result.status, ExitStatus::exited(1)) << row.line;
