@@ -1,8 +1,9 @@
 #include "platform/streamd/daemon.h"
 
+#include <unistd.h>
+
 #include <atomic>
 #include <csignal>
-#include <cstdio>
 #include <memory>
 #include <string>
 #include <string_view>
@@ -13,6 +14,7 @@
 
 #include "platform/host/embedded_service.h"
 #include "platform/host/host.h"
+#include "platform/streamd/line_log.h"
 #include "platform/streamd/socket_place.h"
 #include "platform/wire/printable.h"
 
@@ -22,7 +24,8 @@ namespace {
 constexpr int FailureStatus = 1;
 
 void logLine(std::string_view line) {
-  std::fprintf(stderr, "streamd: %.*s\n", static_cast<int>(line.size()), line.data());
+  static LineLog log(STDERR_FILENO);
+  log.write(line);
 }
 
 void logOf(std::string_view subject, std::string_view what) {

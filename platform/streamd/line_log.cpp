@@ -1,0 +1,36 @@
+#include "platform/streamd/line_log.h"
+
+#include <poll.h>
+#include <unistd.h>
+
+#include <string>
+
+#include "platform/host/through_signals.h"
+
+namespace streamd {
+namespace {
+
+std::string withPrefix(std::string_view line) { return "streamd: " + std::string(line) + '\n'; }
+
+}  // namespace
+
+void LineLog::write(std::string_view line) {
+  pollfd ready{descriptor_, POLLOUT, 0};
+  // A pipe, or a terminal that was halted, may be full for as long as its reader likes.
+  if (host::throughSignals([&] { return poll(&ready, 1, 0); }) != 1) {
+    ++leftOut_;
+    return;
+  }
+  std::string text;
+  if (leftOut_ > 0) {
+    text =
+        withPrefix(std::to_string(leftOut_) + (leftOut_ == 1 ? " line" : " lines") + " left out: nobody read the log");
+  }
+  text += withPrefix(line);
+  leftOut_ = 0;
+  // What cannot be written, on a full disk say, is lost: the service is worth more than its log.
+  [[maybe_unused]] const auto written =
+      host::throughSignals([&] { return ::write(descriptor_, text.data(), text.size()); });
+}
+
+}  // namespace streamd
