@@ -46,7 +46,9 @@ Dealer::Wait Dealer::wait(const Deadline& deadline) {
   if (ready < 0 && errno == EINTR) return Wait::Interrupted;
   // What arrived before the end comes first.
   if (items[0].revents != 0) return Wait::Ready;
-  return closed() ? Wait::Closed : Wait::Over;
+  if (!closed()) return Wait::Over;
+  // It may have come between the looks at the two sockets.
+  return zmq_poll(items.data(), 1, 0) > 0 ? Wait::Ready : Wait::Closed;
 }
 
 bool Dealer::waitThroughSignals(const Deadline& deadline) {

@@ -25,6 +25,9 @@ class EventChannel {
   // True when the service has gone. What had arrived before can still be received.
   bool lost() { return dealer_.closed(); }
 
+  // True inside a port's receiveMain: the channel must not go then.
+  bool dispatching() const { return dispatching_; }
+
   // Asks for events. False when the service has not answered in time.
   bool open(const Deadline& deadline);
 

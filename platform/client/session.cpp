@@ -25,6 +25,9 @@ constexpr std::chrono::milliseconds LookInterval{200};
 // How long a service that seems to be back has for its answers, so that nobody is kept waiting by one that is not.
 constexpr std::chrono::milliseconds AttachTime{500};
 
+// How long a channel of a service that has gone has to hand out what had arrived. It ends at once when it has closed.
+constexpr std::chrono::milliseconds RestTime{100};
+
 // A listing asks a hundred thousand times; looking each time would cost it four fifths of its time, in calls of the
 // system that find nothing. Nobody can tell this age of an answer from a change that was made a moment later.
 constexpr std::chrono::microseconds GraphLookInterval{50};
@@ -76,11 +79,12 @@ void EventPortManager::Session::close(const Deadline& deadline) {
 }
 
 EventResult EventPortManager::Session::receive(int milliseconds) {
+  if (events_ && events_->dispatching()) return EvtRes_DoNothing;
   const Deadline deadline{std::chrono::milliseconds(milliseconds)};
   const std::uint64_t session = session_;
   if (events_ && events_->session() != session) {
     // What had arrived before the service went is still delivered.
-    if (events_->receive(ports_, Deadline(std::chrono::milliseconds(0)))) return EvtRes_Success;
+    if (events_->receive(ports_, Deadline(RestTime))) return EvtRes_Success;
     events_.reset();
   }
   if (session == 0) {

@@ -1,0 +1,61 @@
+// What the library does when its service goes, comes back or is late.
+#include <gtest/gtest.h>
+
+#include <csignal>
+#include <string>
+#include <vector>
+
+#include "tests/platform/client/fixture.h"
+#include "tests/platform/streamd/injector.h"
+#include "tests/platform/streamd/quiet_device.h"
+#include "tests/support/stream_daemon.h"
+
+namespace streamd {
+namespace {
+
+using client::EndpointVariable;
+using client::Patience;
+using client::receiveUntil;
+using client::RecordingPort;
+using EvtSrv::EventPortManager;
+using testsupport::Deadline;
+
+constexpr std::uint32_t Behaviour = EvtSrv::ConBehave_Default;
+const std::string Port = "MidiUsbOut2";  // nothing is connected to it, and it emits nothing
+
+class Attaching : public testing::Test {
+ protected:
+  void kill() {
+    daemon_.signal(SIGKILL);
+    ASSERT_TRUE(daemon_.waitForExit(Deadline(Patience)));
+  }
+
+  DeviceFile device_;
+  testsupport::StreamDaemon daemon_{FLOWSCOPE_BINARY_DIR "/streamd", {"--device", device_.path()}};
+  EndpointVariable endpoint_{daemon_.endpoint()};
+};
+
+TEST_F(Attaching, ReceivingInsideAPortDoesNothingWhenTheServiceHasGone) {
+  EventPortManager manager(Behaviour, true);
+  RecordingPort port(manager);
+  ASSERT_EQ(port.tap(Port), EvtSrv::EvtRes_Success);
+  std::vector<EvtSrv::EventResult> nested;
+  port.onFirstEvent = [&] {
+    kill();
+    const Deadline deadline(Patience);
+    while (port.sendNoteOn(1, 1, 1) == StrmSrv::StrmRes_Success) ASSERT_FALSE(deadline.passed());
+    nested.push_back(manager.receiveEvent(0));
+  };
+  {
+    Injector injector(daemon_.socket());
+    injector.inject(Port, 100);
+    // Too long to share an event with the others, so there are at least two.
+    ASSERT_TRUE(injector.control().inject(Port, {{0, std::vector<std::uint8_t>(2'000, 0xF0)}}));
+    ASSERT_TRUE(injector.control().finish());
+  }
+  EXPECT_TRUE(receiveUntil(manager, [&] { return port.texts.size() == 101; })) << port.texts.size();
+  EXPECT_EQ(nested, std::vector{EvtSrv::EvtRes_DoNothing});
+}
+
+}  // namespace
+}  // namespace streamd
