@@ -28,10 +28,6 @@ constexpr std::chrono::milliseconds AttachTime{500};
 // How long a channel of a service that has gone has to hand out what had arrived. It ends at once when it has closed.
 constexpr std::chrono::milliseconds RestTime{100};
 
-// A listing asks a hundred thousand times; looking each time would cost it four fifths of its time, in calls of the
-// system that find nothing. Nobody can tell this age of an answer from a change that was made a moment later.
-constexpr std::chrono::microseconds GraphLookInterval{50};
-
 void report(const std::string& endpoint, std::string_view what) {
   std::fprintf(stderr, "%s\n", client::endpointLine(endpoint, what).c_str());
 }
@@ -152,45 +148,12 @@ std::optional<wire::Topology> EventPortManager::Session::topology() {
   return topology;
 }
 
-std::optional<wire::Status> EventPortManager::Session::patch(bool made, const wire::LinkRecord& link) {
-  const Deadline deadline(client::AnswerTime);
-  const std::lock_guard guard(mutex_);
-  // Before the change, so that what follows it is only news.
-  if (!attached() || !bringMirrorUp(deadline)) return std::nullopt;
-  const wire::Patch change{
-      channels_->control.session(), made, link.sourceGroup, link.sourceIndex, link.sinkGroup, link.sinkIndex};
-  const auto result = channels_->control.ask<wire::Result>(change, deadline);
-  if (result && waitForVersion(result->graphVersion, deadline)) return result->status;
-  noticeLoss();
-  return std::nullopt;
-}
-
-bool EventPortManager::Session::sourcesOf(StrmSrv::PortRecord sink, std::vector<StrmSrv::PortRecord>& result) {
-  result.clear();
-  const Deadline deadline(client::AnswerTime);
-  const std::lock_guard guard(mutex_);
-  if (!attached() || !lookAtGraph(deadline)) return false;
-  const auto sources = mirror_.sourcesOf(sink);
-  result.assign(sources.begin(), sources.end());
-  return true;
-}
-
-bool EventPortManager::Session::sinksOf(StrmSrv::PortRecord source, std::vector<StrmSrv::PortRecord>& result) {
-  result.clear();
-  const Deadline deadline(client::AnswerTime);
-  const std::lock_guard guard(mutex_);
-  if (!attached() || !lookAtGraph(deadline)) return false;
-  const auto sinks = mirror_.sinksOf(source);
-  result.assign(sinks.begin(), sinks.end());
-  return true;
-}
-
 bool EventPortManager::Session::attached() {
   if (closed_ || channels_) return !closed_;
   if (std::chrono::steady_clock::now() < nextLook_) return false;
-  const bool back = connection_.whyUnreachable() == 0 && attach(Deadline(AttachTime));
+  if (connection_.whyUnreachable() == 0 && attach(Deadline(AttachTime))) return true;
   nextLook_ = std::chrono::steady_clock::now() + LookInterval;
-  return back;
+  return false;
 }
 
 void EventPortManager::Session::noticeLoss() {
@@ -249,45 +212,6 @@ void EventPortManager::Session::waitForService(const Deadline& deadline) {
     if (attached()) return;
   }
   poll(nullptr, 0, static_cast<int>(std::min(deadline.left(), LookInterval).count()));
-}
-
-bool EventPortManager::Session::openGraph(const Deadline& deadline) {
-  auto& graph = channels_->graph;
-  if (graph) return true;
-  try {
-    graph.emplace(connection_.context(), connection_.address(), channels_->control.session());
-  } catch (const std::exception&) {
-    return false;
-  }
-  if (graph->open(deadline)) return true;
-  graph.reset();
-  return false;
-}
-
-bool EventPortManager::Session::lookAtGraph(const Deadline& deadline) {
-  const auto now = std::chrono::steady_clock::now();
-  if (mirrorValid_ && now < nextGraphLook_) return true;
-  nextGraphLook_ = now + GraphLookInterval;
-  return bringMirrorUp(deadline);
-}
-
-bool EventPortManager::Session::bringMirrorUp(const Deadline& deadline) {
-  if (!openGraph(deadline)) return false;
-  if (!channels_->graph->drain(mirror_)) mirrorValid_ = false;
-  if (mirrorValid_) return true;
-  const auto links = channels_->control.ask<wire::Links>(wire::AskLinks{channels_->control.session()}, deadline);
-  if (!links) return false;
-  mirror_.reset(*links);
-  mirrorValid_ = true;
-  return true;
-}
-
-bool EventPortManager::Session::waitForVersion(std::uint64_t version, const Deadline& deadline) {
-  while (bringMirrorUp(deadline)) {
-    if (mirror_.version() >= version) return true;
-    if (!channels_->graph->wait(deadline)) return false;
-  }
-  return false;
 }
 
 }  // namespace EvtSrv

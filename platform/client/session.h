@@ -69,8 +69,12 @@ class EventPortManager::Session {
 
   // Copies what the up-to-date mirror says; does not wait, but when the mirror has to be fetched anew. False without a
   // mirror: result is then empty.
-  bool sourcesOf(StrmSrv::PortRecord sink, std::vector<StrmSrv::PortRecord>& result);
-  bool sinksOf(StrmSrv::PortRecord source, std::vector<StrmSrv::PortRecord>& result);
+  bool sourcesOf(StrmSrv::PortRecord sink, std::vector<StrmSrv::PortRecord>& result) {
+    return peersOf(&client::LinkMirror::sourcesOf, sink, result);
+  }
+  bool sinksOf(StrmSrv::PortRecord source, std::vector<StrmSrv::PortRecord>& result) {
+    return peersOf(&client::LinkMirror::sinksOf, source, result);
+  }
 
  private:
   // What is closed together; guarded by mutex_.
@@ -100,7 +104,10 @@ class EventPortManager::Session {
 
   // With mutex_ locked, and channels_ there.
   bool openGraph(const client::Deadline& deadline);
-  // For questions: the mirror shows what had arrived a moment ago, and all that this client has done.
+  using PeersOf = std::span<const StrmSrv::PortRecord> (client::LinkMirror::*)(StrmSrv::PortRecord) const;
+  bool peersOf(PeersOf peers, StrmSrv::PortRecord port, std::vector<StrmSrv::PortRecord>& result);
+  // For questions: the mirror shows what had arrived a moment ago, and all that this client has done. False when it
+  // cannot, and then channels_ may have gone.
   bool lookAtGraph(const client::Deadline& deadline);
   bool bringMirrorUp(const client::Deadline& deadline);
   bool waitForVersion(std::uint64_t version, const client::Deadline& deadline);

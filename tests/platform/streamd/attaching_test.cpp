@@ -35,6 +35,35 @@ class Attaching : public testing::Test {
   EndpointVariable endpoint_{daemon_.endpoint()};
 };
 
+TEST_F(Attaching, QuestionsAboutTheGraphNoticeThatTheServiceHasGone) {
+  EventPortManager manager(Behaviour, true);
+  StrmSrv::Patcher patcher(manager, 0);
+  std::vector<StrmSrv::PortRecord> sinks;
+  ASSERT_EQ(patcher.connect(6, 1, 5, 0), StrmSrv::StrmRes_Success);
+  ASSERT_EQ(patcher.getConnectSinkPorts(6, 1, sinks), StrmSrv::StrmRes_Success);
+  ASSERT_EQ(sinks.size(), 1U);
+  testing::internal::CaptureStderr();
+  kill();
+  const Deadline deadline(Patience);
+  while (patcher.getConnectSinkPorts(6, 1, sinks) == StrmSrv::StrmRes_Success) ASSERT_FALSE(deadline.passed());
+  EXPECT_TRUE(sinks.empty());
+  daemon_.restart();
+  while (patcher.getConnectSinkPorts(6, 1, sinks) != StrmSrv::StrmRes_Success) ASSERT_FALSE(deadline.passed());
+  EXPECT_TRUE(sinks.empty()) << "the new service's graph";
+  const std::string line = "evtsrv: " + daemon_.endpoint() + ": ";
+  EXPECT_EQ(testing::internal::GetCapturedStderr(), line + "the service has gone\n" + line + "the service is back\n");
+}
+
+TEST_F(Attaching, QuestionsAboutTheGraphFindANewServiceWithoutTheirChannel) {
+  EventPortManager manager(Behaviour, true);
+  StrmSrv::Patcher patcher(manager, 0);
+  kill();
+  daemon_.restart();
+  std::vector<StrmSrv::PortRecord> sinks;
+  const Deadline deadline(Patience);
+  while (patcher.getConnectSinkPorts(6, 1, sinks) != StrmSrv::StrmRes_Success) ASSERT_FALSE(deadline.passed());
+}
+
 TEST_F(Attaching, ReceivingInsideAPortDoesNothingWhenTheServiceHasGone) {
   EventPortManager manager(Behaviour, true);
   RecordingPort port(manager);

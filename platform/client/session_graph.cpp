@@ -1,0 +1,86 @@
+// The patch graph as a session sees and changes it.
+#include <exception>
+#include <mutex>
+#include <span>
+
+#include "platform/client/session.h"
+
+namespace EvtSrv {
+
+using client::Deadline;
+
+namespace {
+
+// A listing asks a hundred thousand times; looking each time would cost it four fifths of its time, in calls of the
+// system that find nothing. Nobody can tell this age of an answer from a change that was made a moment later.
+constexpr std::chrono::microseconds GraphLookInterval{50};
+
+}  // namespace
+
+std::optional<wire::Status> EventPortManager::Session::patch(bool made, const wire::LinkRecord& link) {
+  const Deadline deadline(client::AnswerTime);
+  const std::lock_guard guard(mutex_);
+  // Before the change, so that what follows it is only news.
+  if (!attached() || !bringMirrorUp(deadline)) return std::nullopt;
+  const wire::Patch change{
+      channels_->control.session(), made, link.sourceGroup, link.sourceIndex, link.sinkGroup, link.sinkIndex};
+  const auto result = channels_->control.ask<wire::Result>(change, deadline);
+  if (result && waitForVersion(result->graphVersion, deadline)) return result->status;
+  noticeLoss();
+  return std::nullopt;
+}
+
+bool EventPortManager::Session::peersOf(PeersOf peers, StrmSrv::PortRecord port,
+                                        std::vector<StrmSrv::PortRecord>& result) {
+  result.clear();
+  const Deadline deadline(client::AnswerTime);
+  const std::lock_guard guard(mutex_);
+  if (!attached() || !lookAtGraph(deadline)) return false;
+  const auto found = (mirror_.*peers)(port);
+  result.assign(found.begin(), found.end());
+  return true;
+}
+
+bool EventPortManager::Session::openGraph(const Deadline& deadline) {
+  auto& graph = channels_->graph;
+  if (graph) return true;
+  try {
+    graph.emplace(connection_.context(), connection_.address(), channels_->control.session());
+  } catch (const std::exception&) {
+    return false;
+  }
+  if (graph->open(deadline)) return true;
+  graph.reset();
+  return false;
+}
+
+bool EventPortManager::Session::lookAtGraph(const Deadline& deadline) {
+  const auto now = std::chrono::steady_clock::now();
+  if (mirrorValid_ && now < nextGraphLook_) return true;
+  nextGraphLook_ = now + GraphLookInterval;
+  // The mirror of a service that has gone would otherwise stay as it is for ever.
+  if (!channels_->control.lost() && bringMirrorUp(deadline)) return true;
+  noticeLoss();
+  return false;
+}
+
+bool EventPortManager::Session::bringMirrorUp(const Deadline& deadline) {
+  if (!openGraph(deadline)) return false;
+  if (!channels_->graph->drain(mirror_)) mirrorValid_ = false;
+  if (mirrorValid_) return true;
+  const auto links = channels_->control.ask<wire::Links>(wire::AskLinks{channels_->control.session()}, deadline);
+  if (!links) return false;
+  mirror_.reset(*links);
+  mirrorValid_ = true;
+  return true;
+}
+
+bool EventPortManager::Session::waitForVersion(std::uint64_t version, const Deadline& deadline) {
+  while (bringMirrorUp(deadline)) {
+    if (mirror_.version() >= version) return true;
+    if (!channels_->graph->wait(deadline)) return false;
+  }
+  return false;
+}
+
+}  // namespace EvtSrv
