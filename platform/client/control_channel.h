@@ -36,6 +36,9 @@ class ControlChannel {
     return std::get<Answer>(std::move(*answer));
   }
 
+  // Hands over a request whose answer nobody waits for. Does not wait itself.
+  void tell(const wire::Body& request) { dealer_.send(0, request); }
+
   // True when the service has gone or has forgotten this client: nothing is answered any more.
   bool lost() { return forgotten_ || dealer_.closed(); }
 

@@ -25,6 +25,13 @@ constexpr std::chrono::milliseconds LookInterval{200};
 // How long a service that seems to be back has for its answers, so that nobody is kept waiting by one that is not.
 constexpr std::chrono::milliseconds AttachTime{500};
 
+// How long a service that has not answered is not asked again: a command that asks a thousand times would else wait a
+// thousand times.
+constexpr std::chrono::milliseconds SilenceTime{1000};
+
+// So much too early may a wait of ZeroMQ end.
+constexpr std::chrono::milliseconds ClockStep{5};
+
 // How long a channel of a service that has gone has to hand out what had arrived. It ends at once when it has closed.
 constexpr std::chrono::milliseconds RestTime{100};
 
@@ -106,6 +113,10 @@ std::optional<wire::Status> EventPortManager::Session::tap(std::uint32_t port, c
       },
       deadline);
   if (status == wire::Status::Ok) taps_.add({port, name, holderBytes});
+  // A service that is only late would tap all the same.
+  if (!status && channels_ && !taps_.contains(port, name)) {
+    channels_->control.tell(wire::Untap{channels_->control.session(), port, name});
+  }
   return status;
 }
 
@@ -113,38 +124,43 @@ std::optional<wire::Status> EventPortManager::Session::untap(std::uint32_t port,
   const Deadline deadline(client::AnswerTime);
   const std::lock_guard guard(mutex_);
   taps_.remove(port, name);
-  return request([&](std::uint64_t session) { return wire::Untap{session, port, name}; }, deadline);
+  const auto status = request([&](std::uint64_t session) { return wire::Untap{session, port, name}; }, deadline);
+  if (!status && channels_) channels_->control.tell(wire::Untap{channels_->control.session(), port, name});
+  return status;
 }
 
 std::optional<wire::Status> EventPortManager::Session::untapAll(std::uint32_t port) {
   const Deadline deadline(client::AnswerTime);
   const std::lock_guard guard(mutex_);
   taps_.removeAll(port);
-  return request([&](std::uint64_t session) { return wire::UntapAll{session, port}; }, deadline);
+  const auto status = request([&](std::uint64_t session) { return wire::UntapAll{session, port}; }, deadline);
+  if (!status && channels_) channels_->control.tell(wire::UntapAll{channels_->control.session(), port});
+  return status;
 }
 
 std::optional<wire::Status> EventPortManager::Session::request(
     const std::function<wire::Body(std::uint64_t session)>& message, const Deadline& deadline) {
-  if (!attached()) return std::nullopt;
+  if (!attached() || silent()) return std::nullopt;
   const auto result = channels_->control.ask<wire::Result>(message(channels_->control.session()), deadline);
-  if (!result) noticeLoss();
+  if (!result) noticeLoss(deadline);
   return result ? std::optional(result->status) : std::nullopt;
 }
 
 bool EventPortManager::Session::send(std::uint32_t port, std::uint16_t group, std::span<const std::uint8_t> bytes) {
+  const Deadline deadline(client::AnswerTime);
   const std::lock_guard guard(mutex_);
   if (!channels_) return false;
   const bool sent = channels_->control.send(port, group, bytes);
-  if (!sent) noticeLoss();
+  if (!sent) noticeLoss(deadline);
   return sent;
 }
 
 std::optional<wire::Topology> EventPortManager::Session::topology() {
   const Deadline deadline(client::AnswerTime);
   const std::lock_guard guard(mutex_);
-  if (!attached()) return std::nullopt;
+  if (!attached() || silent()) return std::nullopt;
   auto topology = channels_->control.ask<wire::Topology>(wire::AskTopology{channels_->control.session()}, deadline);
-  if (!topology) noticeLoss();
+  if (!topology) noticeLoss(deadline);
   return topology;
 }
 
@@ -156,8 +172,12 @@ bool EventPortManager::Session::attached() {
   return false;
 }
 
-void EventPortManager::Session::noticeLoss() {
-  if (channels_ && channels_->control.lost()) lose();
+bool EventPortManager::Session::silent() const { return std::chrono::steady_clock::now() < nextLook_; }
+
+void EventPortManager::Session::noticeLoss(const Deadline& deadline) {
+  if (!channels_) return;
+  if (channels_->control.lost()) return lose();
+  if (deadline.left() <= ClockStep) nextLook_ = std::chrono::steady_clock::now() + SilenceTime;
 }
 
 void EventPortManager::Session::lose() {

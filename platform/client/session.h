@@ -29,7 +29,8 @@ namespace EvtSrv {
 
 // One client of a service: its three channels, its ports, its taps and its mirror of the patch graph. Any thread, but
 // for receive and close. Everything that has no answer (nothing, or false) means that the service has gone or has not
-// answered within two seconds of the call, that the system gives no socket, or that the session is closed.
+// answered within two seconds of the call, that the system gives no socket, or that the session is closed. A service
+// that has let these two seconds pass is not asked for a second; whoever wants to know has no answer at once.
 //
 // A service that goes, and may come back, costs one line on standard error. From then on every request and every
 // receive looks for it, some times in a second; when it is back, the session attaches with all its taps, and says so in
@@ -93,8 +94,10 @@ class EventPortManager::Session {
 
   // With mutex_ locked: whether the service is there, as far as is known; looks for it when it has gone.
   bool attached();
-  // With mutex_ locked: what to do after something has had no answer.
-  void noticeLoss();
+  // With mutex_ locked: what to do after something has had no answer, in a call with this deadline.
+  void noticeLoss(const client::Deadline& deadline);
+  // With mutex_ locked, and channels_ there: the service has let a deadline pass a moment ago, and is left in peace.
+  bool silent() const;
   void lose();
   bool attach(const client::Deadline& deadline);
 
@@ -122,7 +125,7 @@ class EventPortManager::Session {
   std::chrono::steady_clock::time_point nextGraphLook_;
   client::TapList taps_;
   bool closed_ = false;
-  std::chrono::steady_clock::time_point nextLook_;  // for a service that has gone
+  std::chrono::steady_clock::time_point nextLook_;  // for a service that has gone, or question to a silent one
   std::optional<client::EventChannel> events_;      // of the thread that receives
   std::atomic<std::uint64_t> session_{0};           // the service's number of it; 0 while the service has gone
 };

@@ -21,12 +21,16 @@ std::optional<wire::Status> EventPortManager::Session::patch(bool made, const wi
   const Deadline deadline(client::AnswerTime);
   const std::lock_guard guard(mutex_);
   // Before the change, so that what follows it is only news.
-  if (!attached() || !bringMirrorUp(deadline)) return std::nullopt;
+  if (!attached() || silent()) return std::nullopt;
+  if (!bringMirrorUp(deadline)) {
+    noticeLoss(deadline);
+    return std::nullopt;
+  }
   const wire::Patch change{
       channels_->control.session(), made, link.sourceGroup, link.sourceIndex, link.sinkGroup, link.sinkIndex};
   const auto result = channels_->control.ask<wire::Result>(change, deadline);
   if (result && waitForVersion(result->graphVersion, deadline)) return result->status;
-  noticeLoss();
+  noticeLoss(deadline);
   return std::nullopt;
 }
 
@@ -44,6 +48,7 @@ bool EventPortManager::Session::peersOf(PeersOf peers, StrmSrv::PortRecord port,
 bool EventPortManager::Session::openGraph(const Deadline& deadline) {
   auto& graph = channels_->graph;
   if (graph) return true;
+  if (silent()) return false;
   try {
     graph.emplace(connection_.context(), connection_.address(), channels_->control.session());
   } catch (const std::exception&) {
@@ -60,14 +65,14 @@ bool EventPortManager::Session::lookAtGraph(const Deadline& deadline) {
   nextGraphLook_ = now + GraphLookInterval;
   // The mirror of a service that has gone would otherwise stay as it is for ever.
   if (!channels_->control.lost() && bringMirrorUp(deadline)) return true;
-  noticeLoss();
+  noticeLoss(deadline);
   return false;
 }
 
 bool EventPortManager::Session::bringMirrorUp(const Deadline& deadline) {
   if (!openGraph(deadline)) return false;
   if (!channels_->graph->drain(mirror_)) mirrorValid_ = false;
-  if (mirrorValid_) return true;
+  if (mirrorValid_ || silent()) return mirrorValid_;
   const auto links = channels_->control.ask<wire::Links>(wire::AskLinks{channels_->control.session()}, deadline);
   if (!links) return false;
   mirror_.reset(*links);

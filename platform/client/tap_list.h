@@ -22,8 +22,10 @@ class TapList {
  public:
   // A tap that stands already stays as it is.
   void add(WantedTap tap) {
-    const auto same = [&](const WantedTap& other) { return other.port == tap.port && other.name == tap.name; };
-    if (std::ranges::none_of(taps_, same)) taps_.push_back(std::move(tap));
+    if (!contains(tap.port, tap.name)) taps_.push_back(std::move(tap));
+  }
+  bool contains(std::uint32_t port, std::string_view name) const {
+    return std::ranges::any_of(taps_, [&](const WantedTap& tap) { return tap.port == port && tap.name == name; });
   }
   void remove(std::uint32_t port, std::string_view name) {
     std::erase_if(taps_, [&](const WantedTap& tap) { return tap.port == port && tap.name == name; });

@@ -86,5 +86,42 @@ TEST_F(Attaching, ReceivingInsideAPortDoesNothingWhenTheServiceHasGone) {
   EXPECT_EQ(nested, std::vector{EvtSrv::EvtRes_DoNothing});
 }
 
+TEST_F(Attaching, TapThatHadNoAnswerIsNotMadeLater) {
+  EventPortManager manager(Behaviour, true);
+  RecordingPort port(manager);
+  ASSERT_EQ(port.tap(Port), EvtSrv::EvtRes_Success);
+  ASSERT_EQ(port.tap("ThruIn1"), EvtSrv::EvtRes_Success);
+  daemon_.signal(SIGSTOP);
+  EXPECT_EQ(port.tap("MidiUsbOut1"), EvtSrv::EvtRes_NoService);
+  EXPECT_EQ(port.tap(Port), EvtSrv::EvtRes_NoService) << "but it stands already";
+  EXPECT_EQ(port.disconnect("ThruIn1", nullptr), EvtSrv::EvtRes_NoService) << "but it is to end";
+  daemon_.signal(SIGCONT);
+  // What was asked before is done before.
+  const Deadline deadline(Patience);
+  while (port.disconnect("MidiDinOut1", nullptr) != EvtSrv::EvtRes_DoNothing) ASSERT_FALSE(deadline.passed());
+  Injector injector(daemon_.socket());
+  EXPECT_EQ(injector.stats().clients.at(0).taps, 1U);
+  EXPECT_EQ(port.disconnect(Port.c_str(), nullptr), EvtSrv::EvtRes_Success);
+}
+
+TEST_F(Attaching, SilentServiceIsNotAskedAThousandTimes) {
+  EventPortManager manager(Behaviour, true);
+  StrmSrv::Patcher patcher(manager, 0);
+  RecordingPort port(manager);
+  daemon_.signal(SIGSTOP);
+  const Deadline deadline(Patience);
+  std::vector<StrmSrv::PortRecord> sinks;
+  int answered = 0;
+  for (int asked = 0; asked < 1'000 && !deadline.passed(); ++asked) {
+    answered += patcher.getConnectSinkPorts(6, 1, sinks) == StrmSrv::StrmRes_Success ? 1 : 0;
+    answered += patcher.connect(6, 1, 5, 0) == StrmSrv::StrmRes_Success ? 1 : 0;
+    answered += port.tap(Port) == EvtSrv::EvtRes_Success ? 1 : 0;
+  }
+  EXPECT_FALSE(deadline.passed()) << "two seconds each would be more than an hour";
+  EXPECT_EQ(answered, 0);
+  daemon_.signal(SIGCONT);
+  while (patcher.getConnectSinkPorts(6, 1, sinks) != StrmSrv::StrmRes_Success) ASSERT_FALSE(deadline.passed());
+}
+
 }  // namespace
 }  // namespace streamd
