@@ -22,7 +22,8 @@ namespace {
 // How often a service that has gone is looked for.
 constexpr std::chrono::milliseconds LookInterval{200};
 
-// How long a service that seems to be back has for its answers, so that nobody is kept waiting by one that is not.
+// How long a service that seems to be back has for each of its answers, so that nobody is kept waiting by one that is
+// not. Not for all of them: whoever has tapped a whole large device would never be attached again.
 constexpr std::chrono::milliseconds AttachTime{500};
 
 // How long a service that has not answered is not asked again: a command that asks a thousand times would else wait a
@@ -167,7 +168,7 @@ std::optional<wire::Topology> EventPortManager::Session::topology() {
 bool EventPortManager::Session::attached() {
   if (closed_ || channels_) return !closed_;
   if (std::chrono::steady_clock::now() < nextLook_) return false;
-  if (connection_.whyUnreachable() == 0 && attach(Deadline(AttachTime))) return true;
+  if (connection_.whyUnreachable() == 0 && attach()) return true;
   nextLook_ = std::chrono::steady_clock::now() + LookInterval;
   return false;
 }
@@ -189,15 +190,15 @@ void EventPortManager::Session::lose() {
   report(endpoint_, "the service has gone");
 }
 
-bool EventPortManager::Session::attach(const Deadline& deadline) {
+bool EventPortManager::Session::attach() {
   try {
     auto& control = channels_.emplace(connection_.context(), connection_.address()).control;
-    bool answered = control.greet(program_invocation_short_name, deadline);
+    bool answered = control.greet(program_invocation_short_name, Deadline(AttachTime));
     std::size_t tapped = 0;
     for (const client::WantedTap& tap : taps_.all()) {
       if (!answered) break;
-      const auto result =
-          control.ask<wire::Result>(wire::Tap{control.session(), tap.port, tap.holderBytes, tap.name}, deadline);
+      const auto result = control.ask<wire::Result>(wire::Tap{control.session(), tap.port, tap.holderBytes, tap.name},
+                                                    Deadline(AttachTime));
       answered = result.has_value();
       if (answered && result->status == wire::Status::Ok) ++tapped;
     }

@@ -34,7 +34,7 @@ namespace EvtSrv {
 //
 // A service that goes, and may come back, costs one line on standard error. From then on every request and every
 // receive looks for it, some times in a second; when it is back, the session attaches with all its taps, and says so in
-// one line.
+// one line; this takes as long as the taps are many, some ten thousand in a second.
 class EventPortManager::Session {
  public:
   // Attaches. endpoint: what the connection is called on standard error. Without a service that answers: the cause in
@@ -99,7 +99,7 @@ class EventPortManager::Session {
   // With mutex_ locked, and channels_ there: the service has let a deadline pass a moment ago, and is left in peace.
   bool silent() const;
   void lose();
-  bool attach(const client::Deadline& deadline);
+  bool attach();
 
   // For the thread that receives.
   bool openEvents(std::uint64_t session);

@@ -104,6 +104,24 @@ TEST_F(Attaching, TapThatHadNoAnswerIsNotMadeLater) {
   EXPECT_EQ(port.disconnect(Port.c_str(), nullptr), EvtSrv::EvtRes_Success);
 }
 
+TEST(AttachingMany, TapsComeBackHoweverManyTheyAre) {
+  constexpr int Many = 30'000;  // more than are made in the time that a single answer has
+  const DeviceFile device("[[group]]\nid = 0\nname = \"Big\"\nsources = " + std::to_string(Many) + "\n");
+  testsupport::StreamDaemon daemon{FLOWSCOPE_BINARY_DIR "/streamd", {"--device", device.path()}};
+  const EndpointVariable endpoint{daemon.endpoint()};
+  EventPortManager manager(Behaviour, true);
+  RecordingPort port(manager);
+  for (int i = 1; i <= Many; ++i) ASSERT_EQ(port.tap("BigOut" + std::to_string(i)), EvtSrv::EvtRes_Success);
+  daemon.signal(SIGTERM);
+  ASSERT_TRUE(daemon.waitForExit(Deadline(Patience)));
+  daemon.restart();
+  EXPECT_TRUE(receiveUntil(manager, [&] {
+    return daemon.log().find("has gone") == std::string::npos && port.tap("BigOut1") == EvtSrv::EvtRes_Success;
+  }));
+  Injector injector(daemon.socket());
+  EXPECT_EQ(injector.stats().clients.at(0).taps, static_cast<std::uint32_t>(Many));
+}
+
 TEST_F(Attaching, SilentServiceIsNotAskedAThousandTimes) {
   EventPortManager manager(Behaviour, true);
   StrmSrv::Patcher patcher(manager, 0);
