@@ -17,28 +17,31 @@ bool ControlChannel::greet(const std::string& program, const Deadline& deadline)
 }
 
 bool ControlChannel::send(std::uint32_t eventPort, std::uint16_t group, std::span<const std::uint8_t> bytes) {
-  return handOver(wire::Send{session_, eventPort, group, {bytes.begin(), bytes.end()}});
+  return handOver(wire::Send{session_, eventPort, group, {bytes.begin(), bytes.end()}}, Patience::UntilItGoes);
 }
 
 bool ControlChannel::inject(const std::string& port, std::vector<wire::InjectItem> messages) {
-  return handOver(wire::Inject{session_, port, std::move(messages)});
+  return handOver(wire::Inject{session_, port, std::move(messages)}, Patience::TwoSeconds);
 }
 
-bool ControlChannel::finish() { return waitForRoom(0) && !refusal_; }
+bool ControlChannel::finish() { return waitForRoom(0, Patience::TwoSeconds) && !refusal_; }
 
-bool ControlChannel::handOver(const wire::Body& message) {
+bool ControlChannel::handOver(const wire::Body& message, Patience patience) {
   // Looking for news costs as much as sending, so it is done when half of the window is used up.
   if (sent_ - taken_ >= (window_ + 1) / 2) takeIn(0);
-  if (forgotten_ || window_ == 0 || !waitForRoom(window_ - 1) || !dealer_.send(0, message)) return false;
+  if (forgotten_ || window_ == 0 || !waitForRoom(window_ - 1, patience) || !dealer_.send(0, message)) return false;
   ++sent_;
   return true;
 }
 
-bool ControlChannel::waitForRoom(std::uint64_t onTheWay) {
+bool ControlChannel::waitForRoom(std::uint64_t onTheWay, Patience patience) {
+  const bool tillItGoes = patience == Patience::UntilItGoes && dealer_.noticesClosing();
   for (std::uint64_t before = taken_; sent_ - taken_ > onTheWay; before = taken_) {
     const Deadline deadline(AnswerTime);
     while (taken_ == before) {
-      if (!dealer_.waitThroughSignals(deadline)) return false;
+      if (!dealer_.waitThroughSignals(tillItGoes ? Deadline(AnswerTime) : deadline)) {
+        if (!tillItGoes || dealer_.closed()) return false;
+      }
       takeIn(0);
       if (forgotten_) return false;
     }

@@ -43,12 +43,13 @@ class ControlChannel {
   bool lost() { return forgotten_ || dealer_.closed(); }
 
   // Hands over a message; not empty, and of wire::MaxMessageBytes at most. Waits only while the service is behind by
-  // the whole window. False when the service takes nothing for two seconds, and at once when it is known to have
-  // forgotten this client; what was handed over just before that is known is lost.
+  // the whole window, for as long as that lasts: a service of another process that is stopped takes it when it goes on.
+  // False at once when the service has gone or is known to have forgotten this client; what was handed over just before
+  // that is known is lost. Within the process, where no connection closes, false when it takes nothing for two seconds.
   bool send(std::uint32_t eventPort, std::uint16_t group, std::span<const std::uint8_t> bytes);
 
   // Hands over messages to pass through the device port of this name; each not empty, and all together in a frame of
-  // at most 1 MiB. Waits and fails like send.
+  // at most 1 MiB. Waits and fails like send, but for two seconds at most in every case.
   bool inject(const std::string& port, std::vector<wire::InjectItem> messages);
 
   // Waits until the service has taken everything that was handed over. False when it takes nothing for two seconds, has
@@ -59,9 +60,11 @@ class ControlChannel {
   std::optional<wire::Status> refusal() const { return refusal_; }
 
  private:
+  enum class Patience : std::uint8_t { TwoSeconds, UntilItGoes };
+
   // Waits until at most so many frames are on their way.
-  bool waitForRoom(std::uint64_t onTheWay);
-  bool handOver(const wire::Body& message);
+  bool waitForRoom(std::uint64_t onTheWay, Patience patience);
+  bool handOver(const wire::Body& message, Patience patience);
   std::optional<wire::Body> askAnything(const wire::Body& request, const Deadline& deadline);
   // Takes in what stands ready; the answer with this tag when it is among it.
   std::optional<wire::Body> takeIn(std::uint32_t tag);

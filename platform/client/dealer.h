@@ -35,6 +35,9 @@ class Dealer {
   // The same, going on after signals. False: none has come in time, or will come.
   bool waitThroughSignals(const Deadline& deadline);
 
+  // False for a service in this process, whose connections do not close.
+  bool noticesClosing() const { return monitor_.has_value(); }
+
   // True once the connection has closed. What had arrived before can still be received. Never true for a service in
   // this process.
   bool closed();

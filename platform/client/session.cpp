@@ -30,9 +30,6 @@ constexpr std::chrono::milliseconds AttachTime{500};
 // thousand times.
 constexpr std::chrono::milliseconds SilenceTime{1000};
 
-// So much too early may a wait of ZeroMQ end.
-constexpr std::chrono::milliseconds ClockStep{5};
-
 // How long a channel of a service that has gone has to hand out what had arrived. It ends at once when it has closed.
 constexpr std::chrono::milliseconds RestTime{100};
 
@@ -178,7 +175,7 @@ bool EventPortManager::Session::silent() const { return std::chrono::steady_cloc
 void EventPortManager::Session::noticeLoss(const Deadline& deadline) {
   if (!channels_) return;
   if (channels_->control.lost()) return lose();
-  if (deadline.left() <= ClockStep) nextLook_ = std::chrono::steady_clock::now() + SilenceTime;
+  if (deadline.passed()) nextLook_ = std::chrono::steady_clock::now() + SilenceTime;
 }
 
 void EventPortManager::Session::lose() {

@@ -59,8 +59,8 @@ class EventPortManager::Session {
   std::optional<wire::Status> untap(std::uint32_t port, const std::string& name);
   std::optional<wire::Status> untapAll(std::uint32_t port);
 
-  // Waits only while the service is behind, and fails at once while it has gone. bytes: not empty,
-  // wire::MaxMessageBytes at most.
+  // Waits only while the service is behind, also when it is stopped, and fails at once while it has gone. bytes: not
+  // empty, wire::MaxMessageBytes at most.
   bool send(std::uint32_t port, std::uint16_t group, std::span<const std::uint8_t> bytes);
 
   std::optional<wire::Topology> topology();

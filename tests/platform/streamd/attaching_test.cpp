@@ -105,7 +105,7 @@ TEST_F(Attaching, TapThatHadNoAnswerIsNotMadeLater) {
 }
 
 TEST(AttachingMany, TapsComeBackHoweverManyTheyAre) {
-  constexpr int Many = 30'000;  // more than are made in the time that a single answer has
+  constexpr int Many = 10'000;  // more than are made in the time that a single answer has
   const DeviceFile device("[[group]]\nid = 0\nname = \"Big\"\nsources = " + std::to_string(Many) + "\n");
   testsupport::StreamDaemon daemon{FLOWSCOPE_BINARY_DIR "/streamd", {"--device", device.path()}};
   const EndpointVariable endpoint{daemon.endpoint()};
@@ -122,7 +122,7 @@ TEST(AttachingMany, TapsComeBackHoweverManyTheyAre) {
   EXPECT_EQ(injector.stats().clients.at(0).taps, static_cast<std::uint32_t>(Many));
 }
 
-TEST_F(Attaching, SilentServiceIsNotAskedAThousandTimes) {
+TEST_F(Attaching, SilentServiceIsNotAskedAgainAndAgain) {
   EventPortManager manager(Behaviour, true);
   StrmSrv::Patcher patcher(manager, 0);
   RecordingPort port(manager);
@@ -130,12 +130,12 @@ TEST_F(Attaching, SilentServiceIsNotAskedAThousandTimes) {
   const Deadline deadline(Patience);
   std::vector<StrmSrv::PortRecord> sinks;
   int answered = 0;
-  for (int asked = 0; asked < 1'000 && !deadline.passed(); ++asked) {
+  for (int asked = 0; asked < 30 && !deadline.passed(); ++asked) {
     answered += patcher.getConnectSinkPorts(6, 1, sinks) == StrmSrv::StrmRes_Success ? 1 : 0;
     answered += patcher.connect(6, 1, 5, 0) == StrmSrv::StrmRes_Success ? 1 : 0;
     answered += port.tap(Port) == EvtSrv::EvtRes_Success ? 1 : 0;
   }
-  EXPECT_FALSE(deadline.passed()) << "two seconds each would be more than an hour";
+  EXPECT_FALSE(deadline.passed()) << "two seconds each would be three minutes";
   EXPECT_EQ(answered, 0);
   daemon_.signal(SIGCONT);
   while (patcher.getConnectSinkPorts(6, 1, sinks) != StrmSrv::StrmRes_Success) ASSERT_FALSE(deadline.passed());
