@@ -34,7 +34,9 @@ class WhileTrue {
 
 }  // namespace
 
-bool EventChannel::open(const Deadline& deadline) { return openChannel(dealer_, wire::OpenEvents{session_}, deadline); }
+bool EventChannel::open(const Deadline& deadline) {
+  return askToOpen(dealer_, wire::OpenEvents{session_}) && waitForOpening(dealer_, deadline) == Opening::Opened;
+}
 
 bool EventChannel::receive(const PortRegistry& ports, const Deadline& deadline) {
   // The entries at hand belong to the call that is under way.

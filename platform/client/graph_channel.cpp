@@ -2,8 +2,6 @@
 
 #include <variant>
 
-#include "platform/client/opening.h"
-
 namespace client {
 namespace {
 
@@ -12,7 +10,12 @@ constexpr std::uint64_t TellAfter = wire::MinGraphWindow / 4;
 
 }  // namespace
 
-bool GraphChannel::open(const Deadline& deadline) { return openChannel(dealer_, wire::OpenGraph{session_}, deadline); }
+Opening GraphChannel::open(const Deadline& deadline) {
+  if (opening_ != Opening::NotYet) return opening_;
+  if (!asked_) asked_ = askToOpen(dealer_, wire::OpenGraph{session_});
+  if (asked_) opening_ = waitForOpening(dealer_, deadline);
+  return opening_;
+}
 
 bool GraphChannel::drain(LinkMirror& mirror) {
   bool complete = true;

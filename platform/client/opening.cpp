@@ -1,22 +1,26 @@
 #include "platform/client/opening.h"
 
-#include <cstdint>
 #include <optional>
 #include <variant>
 
 namespace client {
+namespace {
 
-bool openChannel(Dealer& dealer, const wire::Body& message, const Deadline& deadline) {
-  constexpr std::uint32_t Tag = 1;
-  if (!dealer.send(Tag, message)) return false;
+constexpr std::uint32_t Tag = 1;
+
+}  // namespace
+
+bool askToOpen(Dealer& dealer, const wire::Body& message) { return dealer.send(Tag, message); }
+
+Opening waitForOpening(Dealer& dealer, const Deadline& deadline) {
   while (dealer.waitThroughSignals(deadline)) {
     const auto answer = dealer.receive();
     const auto envelope = answer ? wire::decode(*answer) : std::nullopt;
     if (!envelope || envelope->tag != Tag) continue;
     const auto* result = std::get_if<wire::Result>(&envelope->body);
-    return result != nullptr && result->status == wire::Status::Ok;
+    return result != nullptr && result->status == wire::Status::Ok ? Opening::Opened : Opening::Refused;
   }
-  return false;
+  return Opening::NotYet;
 }
 
 }  // namespace client

@@ -105,7 +105,7 @@ class EventPortManager::Session {
   bool openEvents(std::uint64_t session);
   void waitForService(const client::Deadline& deadline);
 
-  // With mutex_ locked, and channels_ there.
+  // With mutex_ locked, and channels_ there; they may be gone afterwards, when the answer is false.
   bool openGraph(const client::Deadline& deadline);
   using PeersOf = std::span<const StrmSrv::PortRecord> (client::LinkMirror::*)(StrmSrv::PortRecord) const;
   bool peersOf(PeersOf peers, StrmSrv::PortRecord port, std::vector<StrmSrv::PortRecord>& result);

@@ -47,16 +47,17 @@ bool EventPortManager::Session::peersOf(PeersOf peers, StrmSrv::PortRecord port,
 
 bool EventPortManager::Session::openGraph(const Deadline& deadline) {
   auto& graph = channels_->graph;
-  if (graph) return true;
+  if (graph && graph->isOpen()) return true;
   if (silent()) return false;
   try {
-    graph.emplace(connection_.context(), connection_.address(), channels_->control.session());
+    if (!graph) graph.emplace(connection_.context(), connection_.address(), channels_->control.session());
   } catch (const std::exception&) {
     return false;
   }
-  if (graph->open(deadline)) return true;
-  graph.reset();
-  return false;
+  const client::Opening opening = graph->open(deadline);
+  // The service does not know this client any more.
+  if (opening == client::Opening::Refused) lose();
+  return opening == client::Opening::Opened;
 }
 
 bool EventPortManager::Session::lookAtGraph(const Deadline& deadline) {

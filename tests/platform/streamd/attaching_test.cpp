@@ -126,6 +126,7 @@ TEST_F(Attaching, SilentServiceIsNotAskedAgainAndAgain) {
   EventPortManager manager(Behaviour, true);
   StrmSrv::Patcher patcher(manager, 0);
   RecordingPort port(manager);
+  ASSERT_EQ(port.tap("ThruIn1"), EvtSrv::EvtRes_Success);
   daemon_.signal(SIGSTOP);
   const Deadline deadline(Patience);
   std::vector<StrmSrv::PortRecord> sinks;
@@ -139,6 +140,9 @@ TEST_F(Attaching, SilentServiceIsNotAskedAgainAndAgain) {
   EXPECT_EQ(answered, 0);
   daemon_.signal(SIGCONT);
   while (patcher.getConnectSinkPorts(6, 1, sinks) != StrmSrv::StrmRes_Success) ASSERT_FALSE(deadline.passed());
+  // What was asked of it while it was stopped has cost the client nothing.
+  EXPECT_EQ(port.disconnect("ThruIn1", nullptr), EvtSrv::EvtRes_Success);
+  EXPECT_EQ(daemon_.log().find("has gone"), std::string::npos) << daemon_.log();
 }
 
 }  // namespace
