@@ -42,7 +42,8 @@ std::optional<std::span<const std::uint8_t>> Dealer::receive() {
 Dealer::Wait Dealer::wait(const Deadline& deadline) {
   std::array<zmq_pollitem_t, 2> items{{{socket_.handle(), 0, ZMQ_POLLIN, 0}, {nullptr, 0, ZMQ_POLLIN, 0}}};
   if (monitor_) items[1].socket = monitor_->handle();
-  const int ready = zmq_poll(items.data(), monitor_ ? 2 : 1, closed_ ? 0 : deadline.left().count());
+  const auto time = closed_ ? 0 : static_cast<long>(deadline.left().count());
+  const int ready = zmq_poll(items.data(), monitor_ ? 2 : 1, time);
   if (ready < 0 && errno == EINTR) return Wait::Interrupted;
   // What arrived before the end comes first.
   if (items[0].revents != 0) return Wait::Ready;

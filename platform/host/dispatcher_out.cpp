@@ -56,7 +56,8 @@ void Dispatcher::sendEvents(Session& session) {
   while (!session.gone && session.events.onItsWay() < limits_.eventWindow && service_.hasEvents(session.client)) {
     const std::uint64_t room = limits_.eventWindow - session.events.onItsWay();
     events_.resize(eventsFront_);
-    session.events.sent(service_.takeEvents(session.client, std::min<std::uint64_t>(room, MaxEventsBytes), events_));
+    const auto most = static_cast<std::size_t>(std::min<std::uint64_t>(room, MaxEventsBytes));
+    session.events.sent(service_.takeEvents(session.client, most, events_));
     sendTo(session.eventPeer, events_);
   }
 }

@@ -36,7 +36,8 @@ Outcome play(service::Score score, const PlayCommand& command, const std::string
   const auto player = service::makePlayer(service::ScorePlayback{std::move(score), command.loop, command.speed});
   ProgressLine line;
   const auto show = [&](std::uint64_t messages) {
-    line.show(messages == 0 ? service::Time{} : times[(messages - 1) % times.size()], length);
+    // Without messages there may be no times either.
+    line.show(messages == 0 ? service::Time{} : times[static_cast<std::size_t>((messages - 1) % times.size())], length);
   };
   if (const auto cause = playInto(service, command.port, *player, signals, show)) return Failure{*cause};
   return std::nullopt;

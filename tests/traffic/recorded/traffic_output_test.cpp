@@ -190,6 +190,17 @@ TEST(TrafficFile, TellsOnceThatTheDiskIsFull) {
   EXPECT_EQ(testing::internal::GetCapturedStderr(), line + line);
 }
 
+TEST(TrafficFile, GrowsPastWhatThirtyTwoBitsCount) {
+  constexpr std::uintmax_t Before = std::uintmax_t{3} << 30U;
+  const TemporaryFile file;
+  TrafficFile traffic;
+  ASSERT_TRUE(traffic.open(file.name()));
+  std::filesystem::resize_file(file.name(), Before);
+  traffic.write("text\n");
+  traffic.close();
+  EXPECT_EQ(std::filesystem::file_size(file.name()), Before + 5);
+}
+
 TEST(TrafficFile, OutlivesTheReaderOfAPipe) {
   const std::string name = testing::TempDir() + "pipe_" + std::to_string(::getpid());
   ASSERT_EQ(::mkfifo(name.c_str(), 0600), 0);
