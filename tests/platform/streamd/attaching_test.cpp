@@ -1,8 +1,10 @@
 // What the library does when its service goes, comes back or is late.
 #include <gtest/gtest.h>
 
+#include <chrono>
 #include <csignal>
 #include <string>
+#include <thread>
 #include <vector>
 
 #include "tests/platform/client/fixture.h"
@@ -102,6 +104,43 @@ TEST_F(Attaching, TapThatHadNoAnswerIsNotMadeLater) {
   Injector injector(daemon_.socket());
   EXPECT_EQ(injector.stats().clients.at(0).taps, 1U);
   EXPECT_EQ(port.disconnect(Port.c_str(), nullptr), EvtSrv::EvtRes_Success);
+}
+
+TEST_F(Attaching, SenderWaitsForAServiceThatIsStoppedAndLosesNothing) {
+  constexpr int Count = 3'000;  // more than the window
+  EventPortManager manager(Behaviour, true);
+  RecordingPort port(manager);
+  ASSERT_EQ(port.tap(Port), EvtSrv::EvtRes_Success);
+  daemon_.signal(SIGSTOP);
+  int failed = 0;
+  std::thread sender([&] {
+    for (int i = 0; i < Count; ++i) {
+      if (port.sendNoteOn(1, 1, 0) != StrmSrv::StrmRes_Success) ++failed;
+    }
+  });
+  // Longer than a service has for an answer.
+  std::this_thread::sleep_for(client::AnswerTime + std::chrono::milliseconds(500));
+  daemon_.signal(SIGCONT);
+  sender.join();
+  EXPECT_EQ(failed, 0);
+  EXPECT_TRUE(receiveUntil(manager, [&] { return port.texts.size() >= Count; }));
+}
+
+TEST_F(Attaching, SenderOfAServiceThatIsKilledFailsAtOnce) {
+  EventPortManager manager(Behaviour, true);
+  RecordingPort port(manager);
+  ASSERT_EQ(port.tap(Port), EvtSrv::EvtRes_Success);
+  daemon_.signal(SIGSTOP);
+  StrmSrv::StreamResult last = StrmSrv::StrmRes_Success;
+  testing::internal::CaptureStderr();
+  std::thread sender([&] {
+    while (last == StrmSrv::StrmRes_Success) last = port.sendNoteOn(1, 1, 0);
+  });
+  std::this_thread::sleep_for(std::chrono::milliseconds(200));
+  daemon_.signal(SIGKILL);
+  sender.join();
+  EXPECT_EQ(last, StrmSrv::StrmRes_NoService);
+  EXPECT_EQ(testing::internal::GetCapturedStderr(), "evtsrv: " + daemon_.endpoint() + ": the service has gone\n");
 }
 
 TEST(AttachingMany, TapsComeBackHoweverManyTheyAre) {

@@ -246,43 +246,6 @@ TEST_F(Faults, PortsThatTheNewServiceDoesNotHaveAreCounted) {
               testing::HasSubstr("the service is back, 1 of 2 taps attached again\n"));
 }
 
-TEST_F(Faults, SenderWaitsForAServiceThatIsStoppedAndLosesNothing) {
-  constexpr int Count = 3'000;  // more than the window
-  EventPortManager manager(Behaviour, true);
-  RecordingPort port(manager);
-  ASSERT_EQ(port.tap(Port), EvtSrv::EvtRes_Success);
-  daemon_.signal(SIGSTOP);
-  int failed = 0;
-  std::thread sender([&] {
-    for (int i = 0; i < Count; ++i) {
-      if (port.sendNoteOn(1, 1, 0) != StrmSrv::StrmRes_Success) ++failed;
-    }
-  });
-  // Longer than a service has for an answer.
-  std::this_thread::sleep_for(client::AnswerTime + std::chrono::milliseconds(500));
-  daemon_.signal(SIGCONT);
-  sender.join();
-  EXPECT_EQ(failed, 0);
-  EXPECT_TRUE(receiveUntil(manager, [&] { return port.texts.size() >= Count; }));
-}
-
-TEST_F(Faults, SenderOfAServiceThatIsKilledFailsAtOnce) {
-  EventPortManager manager(Behaviour, true);
-  RecordingPort port(manager);
-  ASSERT_EQ(port.tap(Port), EvtSrv::EvtRes_Success);
-  daemon_.signal(SIGSTOP);
-  StrmSrv::StreamResult last = StrmSrv::StrmRes_Success;
-  testing::internal::CaptureStderr();
-  std::thread sender([&] {
-    while (last == StrmSrv::StrmRes_Success) last = port.sendNoteOn(1, 1, 0);
-  });
-  std::this_thread::sleep_for(std::chrono::milliseconds(200));
-  daemon_.signal(SIGKILL);
-  sender.join();
-  EXPECT_EQ(last, StrmSrv::StrmRes_NoService);
-  EXPECT_EQ(testing::internal::GetCapturedStderr(), "evtsrv: " + daemon_.endpoint() + ": the service has gone\n");
-}
-
 TEST_F(Faults, LossOfAStalledReaderIsCountedExactlyAndOnlyItsOwn) {
   constexpr std::uint32_t Count = 100'000;  // far more than a queue holds
   EventPortManager slow(Behaviour, true);
