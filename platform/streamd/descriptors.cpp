@@ -39,6 +39,8 @@ void raiseDescriptorLimit() {
 // Stands in front of the system's call of this name, for ZeroMQ: it ends the process when a connection cannot be
 // accepted for want of a descriptor or of memory, but goes on after one that has closed meanwhile. A connection too
 // many is accepted and closed, because one that is left waiting would be reported again and again.
+//
+// NOLINTNEXTLINE(readability-inconsistent-declaration-parameter-name): the C library's own names are reserved.
 extern "C" int accept4(int listener, sockaddr* __restrict address, socklen_t* __restrict size, int flags) {
   const auto descriptor = static_cast<int>(syscall(SYS_accept4, listener, address, size, flags));
   if (descriptor < 0) {
