@@ -71,7 +71,9 @@ class EventPort;
 
 // The connection of this process to its service. Which service, the environment variable EVTSRV_ENDPOINT says (see
 // flowscope(1)). A service that cannot be reached costs one line on standard error; the manager then stands for a
-// device without groups, and every operation on its ports answers EvtRes_NoService.
+// device without groups, and every operation on its ports answers EvtRes_NoService. So do the operations while a
+// service of another process has gone, which costs one line too; when it is back, all taps are made again, with one
+// more line.
 class EventPortManager {
  public:
   // behaviour: ConBehave bits. dispatchOnReceive: true delivers events to the ports inside receiveEvent, on its
