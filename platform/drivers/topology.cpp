@@ -54,10 +54,15 @@ bool Topology::exists(PortId port) const {
   const Group* group = find(port.group);
   if (group == nullptr) return false;
   const auto& ports = group->side(port.side);
-  return ports && port.index < ports->count;
+  return ports && port.index < ports->count && !ports->hasGone(port.index);
 }
 
 std::optional<PortId> Topology::port(std::string_view name) const {
+  const auto found = place(name);
+  return found && exists(*found) ? found : std::nullopt;
+}
+
+std::optional<PortId> Topology::place(std::string_view name) const {
   if (const auto named = byName_.find(name); named != byName_.end()) return named->second;
   for (std::size_t digits = 1; digits <= MaxPortDigits && digits < name.size(); ++digits) {
     const std::size_t prefixSize = name.size() - digits;
@@ -67,16 +72,17 @@ std::optional<PortId> Topology::port(std::string_view name) const {
     if (!index) continue;
     PortId port = numbered->second;
     port.index = *index;
-    if (exists(port)) return port;
+    if (port.index < find(port.group)->side(port.side)->count) return port;
   }
   return std::nullopt;
 }
 
 std::string Topology::name(PortId port) const {
   const Group* group = find(port.group);
-  if (exists(port)) return group->side(port.side)->nameOf(port.index);
+  const SideOfGroup* ports = group != nullptr && group->side(port.side) ? &*group->side(port.side) : nullptr;
+  if (ports != nullptr && port.index < ports->count) return ports->nameOf(port.index);
   return wire::missingPortName(group == nullptr ? std::string_view{} : group->name, port.group, port.side == Side::Sink,
-                               port.index, [this](const std::string& taken) { return this->port(taken).has_value(); });
+                               port.index, [this](const std::string& taken) { return place(taken).has_value(); });
 }
 
 }  // namespace service

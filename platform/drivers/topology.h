@@ -15,10 +15,16 @@ namespace service {
 
 // The ports of one group on one side. Their names are the prefix and a number from 1 on, or, where names is not
 // empty, those of the list (its size is then the count). So thousands of numbered ports cost no memory each.
+//
+// Ports of another system can go; they then keep their places and names, and exist no more until they return.
 struct SideOfGroup {
-  std::uint16_t count = 0;
+  std::uint16_t count = 0;  // with those that have gone
   std::string prefix;
   std::vector<std::string> names;
+  std::vector<std::string> originals{};  // what the other system calls the ports; empty, or as many as names
+  std::vector<bool> gone{};              // empty when none has gone, else one for each port
+
+  bool hasGone(std::uint16_t index) const { return !gone.empty() && gone[index]; }
 
   // The name of the port with this index, which must be below count.
   std::string nameOf(std::uint16_t index) const;
@@ -30,6 +36,7 @@ struct Group {
   std::string name;
   std::optional<SideOfGroup> sources;
   std::optional<SideOfGroup> sinks;
+  std::string original{};  // what another system calls the group; empty when there is none
 
   const std::optional<SideOfGroup>& side(Side which) const { return which == Side::Source ? sources : sinks; }
 };
@@ -58,7 +65,10 @@ class Topology {
   // The port of this name on either side; nothing when no port has it.
   std::optional<PortId> port(std::string_view name) const;
 
-  // The name of a port; for one that does not exist, a name in the same style that no port has.
+  // The same, also for a port that has gone.
+  std::optional<PortId> place(std::string_view name) const;
+
+  // The name of a port, also when it has gone; for one that never was, a name in the same style that no port has.
   std::string name(PortId port) const;
 
  private:
