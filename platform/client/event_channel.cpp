@@ -20,6 +20,15 @@ void reportLoss(std::uint64_t count) {
                static_cast<unsigned long long>(count), count == 1 ? "" : "s");
 }
 
+void reportLossBefore(std::uint64_t count) {
+  if (count == 0) {
+    std::fprintf(stderr, "evtsrv: messages lost on their way to the service, nobody knows how many\n");
+    return;
+  }
+  std::fprintf(stderr, "evtsrv: %llu message%s lost on the way to the service\n",
+               static_cast<unsigned long long>(count), count == 1 ? "" : "s");
+}
+
 // True while it lives, also when a port throws.
 class WhileTrue {
  public:
@@ -73,6 +82,10 @@ bool EventChannel::nextEntries() {
 bool EventChannel::dispatch(const PortRegistry& ports, const wire::EventEntry& entry) {
   if (entry.lost > 0) {
     reportLoss(entry.lost);
+    return false;
+  }
+  if (entry.lostBefore) {
+    reportLossBefore(*entry.lostBefore);
     return false;
   }
   // A port that has gone meanwhile wants nothing more.

@@ -61,17 +61,19 @@ void Dispatcher::receive(std::string_view peer, std::span<const std::uint8_t> me
 }
 
 void Dispatcher::idle(service::Time now) {
-  if (!std::exchange(takenOwed_, false)) return;
+  if (service_.behind() || !std::exchange(takenOwed_, false)) return;
   for (auto& [number, session] : sessions_.all()) sendTaken(session);
   removeGone(now);
 }
 
 std::optional<service::Time> Dispatcher::advance(service::Time now) {
   const auto serviceNext = service_.advance(now);
+  sendGraphChanges();
   sendEvents();
+  sendNotes();
   const auto probeNext = probeSuspects(now);
   removeGone(now);
-  return earliest({serviceNext, probeNext, logLosses(now)});
+  return earliest({serviceNext, probeNext, logLosses(now), logLossesBefore(now)});
 }
 
 void Dispatcher::connectionClosed(int connection, service::Time now) {
@@ -151,6 +153,11 @@ void Dispatcher::handle(const Request& request, wire::Patch& message) {
 void Dispatcher::handle(const Request& request, wire::AskTopology& message) {
   if (sessionFor(request, message.session, &Session::controlPeer) == nullptr) return;
   answer(request, topologyMessage(service_.topology()));
+}
+
+void Dispatcher::handle(const Request& request, wire::AskOriginals& message) {
+  if (sessionFor(request, message.session, &Session::controlPeer) == nullptr) return;
+  answer(request, originalsMessage(service_.topology()));
 }
 
 void Dispatcher::handle(const Request& request, wire::AskLinks& message) {

@@ -57,6 +57,7 @@ class Dispatcher {
   void handle(const Request& request, wire::UntapAll& message);
   void handle(const Request& request, wire::Patch& message);
   void handle(const Request& request, wire::AskTopology& message);
+  void handle(const Request& request, wire::AskOriginals& message);
   void handle(const Request& request, wire::AskLinks& message);
   void handle(const Request& request, wire::Send& message);
   void handle(const Request& request, wire::Inject& message);
@@ -75,6 +76,7 @@ class Dispatcher {
   void answer(const Request& request, wire::Status status);
   void answer(const Request& request, const wire::Body& body);
   void sendTo(std::string_view peer, std::span<const std::uint8_t> message);
+  void sendNotes();
   void countTaken(Session& session);
   void sendTaken(Session& session);
   void sendEvents();
@@ -86,6 +88,7 @@ class Dispatcher {
   // Both answer when to call them again.
   std::optional<service::Time> probeSuspects(service::Time now);
   std::optional<service::Time> logLosses(service::Time now);
+  std::optional<service::Time> logLossesBefore(service::Time now);
   void logLoss(Session& session, service::Time now);
   void log(const Session& session, std::string_view what) const;
 
@@ -97,6 +100,8 @@ class Dispatcher {
   std::unordered_map<int, service::Time> closedAt_;  // connections that have closed lately
   bool someGone_ = false;
   bool takenOwed_ = false;
+  std::uint64_t lostBeforeTold_ = 0;
+  service::Time lostBeforeToldAt_{};
   std::vector<std::uint8_t> events_;  // an Events message under construction
   std::size_t eventsFront_;           // bytes of it in front of the entries
 };

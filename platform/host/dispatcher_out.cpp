@@ -29,7 +29,7 @@ void Dispatcher::countTaken(Session& session) {
   ++session.taken;
   takenOwed_ = true;
   const std::uint64_t often = std::max<std::uint64_t>(limits_.sendWindow / 4, 1);
-  if (session.taken - session.takenTold >= often) sendTaken(session);
+  if (session.taken - session.takenTold >= often && !service_.behind()) sendTaken(session);
 }
 
 void Dispatcher::sendTo(std::string_view peer, std::span<const std::uint8_t> message) {
@@ -123,6 +123,25 @@ std::optional<service::Time> Dispatcher::logLosses(service::Time now) {
     }
   }
   return next;
+}
+
+std::optional<service::Time> Dispatcher::logLossesBefore(service::Time now) {
+  const std::uint64_t lost = service_.counts().lostBefore;
+  if (lost == lostBeforeTold_) return std::nullopt;
+  const service::Time due = lostBeforeToldAt_ + LossLogInterval;
+  if (lostBeforeTold_ != 0 && now < due) return due;
+  const std::uint64_t count = lost - lostBeforeTold_;
+  if (log_)
+    log_("at least " + std::to_string(count) + (count == 1 ? " message" : " messages") + " lost on the way here");
+  lostBeforeTold_ = lost;
+  lostBeforeToldAt_ = now;
+  return std::nullopt;
+}
+
+void Dispatcher::sendNotes() {
+  for (const std::string& note : service_.takeNotes()) {
+    if (log_) log_(wire::printable(note));
+  }
 }
 
 void Dispatcher::logLoss(Session& session, service::Time now) {

@@ -46,11 +46,13 @@ void Host::stop() noexcept {
 }
 
 void Host::wait(std::optional<service::Time> until) {
-  std::array<zmq_pollitem_t, 3> items{{{socket_.handle(), 0, ZMQ_POLLIN, 0},
+  std::array<zmq_pollitem_t, 4> items{{{socket_.handle(), 0, ZMQ_POLLIN, 0},
                                        {socket_.monitorHandle(), 0, ZMQ_POLLIN, 0},
-                                       {nullptr, wake_.descriptor(), ZMQ_POLLIN, 0}}};
+                                       {nullptr, wake_.descriptor(), ZMQ_POLLIN, 0},
+                                       {nullptr, service_.descriptor(), ZMQ_POLLIN, 0}}};
+  const std::size_t count = service_.descriptor() < 0 ? items.size() - 1 : items.size();
   // An interrupted wait is a short one.
-  zmq_poll(items.data(), static_cast<int>(items.size()), pollTimeout(until));
+  zmq_poll(items.data(), static_cast<int>(count), pollTimeout(until));
 }
 
 bool Host::serve() {

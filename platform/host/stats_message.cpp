@@ -11,8 +11,11 @@ wire::Stats statsMessage(const service::Service& service, const SessionTable& se
   std::ranges::sort(inOrder, {}, &Session::client);
 
   const service::Counts all = service.counts();
-  wire::Stats message{
-      .in = all.in, .out = all.out, .lost = all.lost, .queueLimit = limits.service.queueBytes, .clients = {}};
+  wire::Stats message{.in = all.in,
+                      .out = all.out,
+                      .lost = all.lost + all.lostBefore,
+                      .queueLimit = limits.service.queueBytes,
+                      .clients = {}};
   for (const Session* session : inOrder) {
     const service::ClientCounts counts = service.counts(session->client);
     message.clients.push_back({.program = session->program,

@@ -1,13 +1,33 @@
 #include "platform/host/topology_message.h"
 
+#include <algorithm>
 #include <optional>
+#include <string>
+#include <utility>
+#include <vector>
 
 namespace host {
 namespace {
 
+// Nothing for a side all of whose ports have gone: who comes now is not to see it.
 std::optional<wire::TopologySide> sideMessage(const std::optional<service::SideOfGroup>& side) {
   if (!side) return std::nullopt;
-  return wire::TopologySide{side->count, side->prefix, side->names};
+  wire::TopologySide message{side->count, side->prefix, side->names};
+  if (side->gone.empty()) return message;
+  if (std::ranges::find(side->gone, false) == side->gone.end()) return std::nullopt;
+  for (std::uint16_t index = 0; index < side->count; ++index) {
+    if (side->hasGone(index)) message.names[index].clear();
+  }
+  return message;
+}
+
+wire::Original bytesOf(const std::string& text) { return {text.begin(), text.end()}; }
+
+std::vector<wire::Original> sideOriginals(const std::optional<service::SideOfGroup>& side) {
+  std::vector<wire::Original> names;
+  if (!side) return names;
+  for (const std::string& name : side->originals) names.push_back(bytesOf(name));
+  return names;
 }
 
 }  // namespace
@@ -16,7 +36,20 @@ wire::Topology topologyMessage(const service::Topology& topology) {
   wire::Topology message;
   message.groups.reserve(topology.groups().size());
   for (const service::Group& group : topology.groups()) {
-    message.groups.push_back({group.id, group.name, sideMessage(group.sources), sideMessage(group.sinks)});
+    auto sources = sideMessage(group.sources);
+    auto sinks = sideMessage(group.sinks);
+    const bool hasGone = !sources && !sinks && (group.sources || group.sinks);
+    if (!hasGone) message.groups.push_back({group.id, group.name, std::move(sources), std::move(sinks)});
+  }
+  return message;
+}
+
+wire::Originals originalsMessage(const service::Topology& topology) {
+  wire::Originals message;
+  for (const service::Group& group : topology.groups()) {
+    if (group.original.empty()) continue;
+    message.groups.push_back(
+        {group.id, bytesOf(group.original), sideOriginals(group.sources), sideOriginals(group.sinks)});
   }
   return message;
 }

@@ -1,4 +1,4 @@
-// A device's topology in the form in which it travels.
+// A device's topology, and its names elsewhere, in the form in which they travel.
 #pragma once
 
 #include "platform/drivers/topology.h"
@@ -6,6 +6,9 @@
 
 namespace host {
 
+// Without the groups and sides all of whose ports have gone.
 wire::Topology topologyMessage(const service::Topology& topology);
+
+wire::Originals originalsMessage(const service::Topology& topology);
 
 }  // namespace host

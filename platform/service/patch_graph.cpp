@@ -4,13 +4,13 @@ namespace service {
 
 PatchGraph::PatchGraph(const Topology& topology, const std::vector<Link>& initial) : topology_(topology) {
   for (const Link& link : initial) {
-    if (topology_.exists(link.source()) && topology_.exists(link.sink())) insert(link);
+    if (topology_.exists(link.source()) && topology_.exists(link.sink())) insert(link, Carrier::Service);
   }
 }
 
-wire::Status PatchGraph::connect(const Link& link) {
+wire::Status PatchGraph::connect(const Link& link, Carrier carrier) {
   if (!topology_.exists(link.source()) || !topology_.exists(link.sink())) return wire::Status::NotFound;
-  if (insert(link)) ++version_;
+  if (insert(link, carrier)) ++version_;
   return wire::Status::Ok;
 }
 
@@ -26,6 +26,14 @@ wire::Status PatchGraph::disconnect(const Link& link) {
   return wire::Status::Ok;
 }
 
+std::vector<Link> PatchGraph::orphans() const {
+  std::vector<Link> orphans;
+  for (const auto& [order, link] : links_) {
+    if (!topology_.exists(link.source()) || !topology_.exists(link.sink())) orphans.push_back(link);
+  }
+  return orphans;
+}
+
 const PatchGraph::Peers& PatchGraph::peers(PortId port) const {
   const auto found = peers_.find(port);
   return found == peers_.end() ? none_ : found->second;
@@ -39,11 +47,11 @@ std::vector<Link> PatchGraph::links() const {
 }
 
 // Answers false when the connection stands already.
-bool PatchGraph::insert(const Link& link) {
+bool PatchGraph::insert(const Link& link, Carrier carrier) {
   if (!orders_.emplace(link, nextOrder_).second) return false;
   links_.emplace_hint(links_.end(), nextOrder_, link);
-  peers_[link.source()].emplace(nextOrder_, link.sink());
-  peers_[link.sink()].emplace(nextOrder_, link.source());
+  peers_[link.source()].emplace(nextOrder_, Peer{link.sink(), carrier});
+  peers_[link.sink()].emplace(nextOrder_, Peer{link.source(), carrier});
   ++nextOrder_;
   return true;
 }

@@ -18,18 +18,30 @@ namespace service {
 // most, and looking up a port no more than its own connections.
 class PatchGraph {
  public:
-  // The ports at the other ends of a port's connections, by a number that grows with each connection made.
-  using Peers = std::map<std::uint64_t, PortId>;
+  // Who brings messages along a connection: the service, or the device itself.
+  enum class Carrier : std::uint8_t { Service, Device };
+
+  // The port at the other end of a connection.
+  struct Peer {
+    PortId port;
+    Carrier carrier = Carrier::Service;
+  };
+
+  // Those of a port, by a number that grows with each connection made.
+  using Peers = std::map<std::uint64_t, Peer>;
 
   // topology says which ports exist, and must outlive the graph. initial stand from the start, at version 0; those
   // between ports that do not exist are left out.
   PatchGraph(const Topology& topology, const std::vector<Link>& initial);
 
   // Ok, and nothing changed, when the connection stands already; NotFound when one of its ports does not exist.
-  wire::Status connect(const Link& link);
+  wire::Status connect(const Link& link, Carrier carrier = Carrier::Service);
 
   // NotFound when there is no such connection.
   wire::Status disconnect(const Link& link);
+
+  // The connections of ports that do not exist any more, in the order of making.
+  std::vector<Link> orphans() const;
 
   // The sinks of a source or the sources of a sink, in the order of making; empty for a port that has none or does
   // not exist. Valid until the next change.
@@ -44,7 +56,7 @@ class PatchGraph {
   std::uint64_t version() const { return version_; }
 
  private:
-  bool insert(const Link& link);
+  bool insert(const Link& link, Carrier carrier);
   void forget(PortId port, std::uint64_t order);
 
   const Topology& topology_;

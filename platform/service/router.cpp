@@ -11,24 +11,30 @@ Router::Router(const PatchGraph& graph, Look passed, Look arrived)
     : graph_(graph), passed_(std::move(passed)), arrived_(std::move(arrived)) {}
 
 void Router::pass(std::span<const PortId> ports, const Message& message, Time now) {
-  assert(atDevice_ == nullptr && ahead_.empty());
-  std::for_each(ports.rbegin(), ports.rend(), [&](PortId port) { ahead_.push_back({port, message, now, nullptr}); });
-  travel();
+  begin(ports, message, now, false);
 }
 
 void Router::emitted(PortId source, const Message& message, Time now) {
   if (atDevice_ == nullptr) {
-    pass({&source, 1}, message, now);
+    begin({&source, 1}, message, now, true);
     return;
   }
   // A thru answers with the bytes it was given; only other bytes need a copy to outlive the device's call.
   if (std::ranges::equal(message.bytes, atDevice_->message.bytes)) {
-    answers_.push_back({source, {message.group, atDevice_->message.bytes}, now, atDevice_->owned});
+    answers_.push_back({source, {message.group, atDevice_->message.bytes}, now, true, atDevice_->owned});
     return;
   }
   auto bytes = std::make_shared<const std::vector<std::uint8_t>>(message.bytes.begin(), message.bytes.end());
   const Message copy{message.group, *bytes};
-  answers_.push_back({source, copy, now, std::move(bytes)});
+  answers_.push_back({source, copy, now, true, std::move(bytes)});
+}
+
+void Router::begin(std::span<const PortId> ports, const Message& message, Time now, bool byDevice) {
+  assert(atDevice_ == nullptr && ahead_.empty());
+  std::for_each(ports.rbegin(), ports.rend(), [&](PortId port) {
+    ahead_.push_back({port, message, now, byDevice, nullptr});
+  });
+  travel();
 }
 
 void Router::travel() {
@@ -41,10 +47,12 @@ void Router::travel() {
     if (step.port.side == Side::Source) {
       const auto& sinks = graph_.peers(step.port);
       std::for_each(sinks.rbegin(), sinks.rend(), [&](const PatchGraph::Peers::value_type& sink) {
-        ahead_.push_back({sink.second, step.message, step.now, step.owned});
+        const bool brought = step.byDevice && sink.second.carrier == PatchGraph::Carrier::Device;
+        ahead_.push_back({sink.second.port, step.message, step.now, brought, step.owned});
       });
       continue;
     }
+    if (step.byDevice) continue;
     atDevice_ = &step;
     arrived_(step.port, step.message, step.now);
     atDevice_ = nullptr;

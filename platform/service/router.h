@@ -16,7 +16,8 @@ namespace service {
 
 // Passes messages along the connections. A message that passes a source goes on to each sink connected to it, in the
 // order of making; one that passes a sink is handed to the device, and what the device emits in answer goes on at
-// once, before the sinks that still wait.
+// once, before the sinks that still wait. What the device has emitted it brings along its own connections itself: the
+// message then passes the sink, and is not handed over.
 //
 // One trip is all that follows from one call from outside. A message passes each port at most once on one trip: so a
 // circle ends where it began, and whoever looks on in several places sees it once in each. The device therefore
@@ -28,7 +29,7 @@ class Router {
   using Look = std::function<void(PortId port, const Message& message, Time now)>;
 
   // graph must outlive the router. passed: called once for each port passed. arrived: called after it when the port
-  // is a sink; the device may call emitted in it. Neither may change the graph.
+  // is a sink that the message must be handed to; the device may call emitted in it. Neither may change the graph.
   Router(const PatchGraph& graph, Look passed, Look arrived);
 
   // Passes a message through ports, in this order, on one trip. Not from inside passed or arrived.
@@ -43,9 +44,12 @@ class Router {
     PortId port;
     Message message;
     Time now;
+    // At a source: the device has emitted it. At a sink: the device has brought it there already.
+    bool byDevice;
     std::shared_ptr<const std::vector<std::uint8_t>> owned;  // the bytes, unless the caller of the trip lends them
   };
 
+  void begin(std::span<const PortId> ports, const Message& message, Time now, bool byDevice);
   void travel();
   bool firstVisit(PortId port);
 

@@ -1,6 +1,9 @@
 #include "platform/service/service.h"
 
+#include <algorithm>
+#include <set>
 #include <unordered_map>
+#include <unordered_set>
 #include <utility>
 
 #include "platform/service/patch_graph.h"
@@ -33,15 +36,56 @@ struct Service::State {
     }
   }
 
-  bool used(PortId port) const { return !taps.of(port).empty() || !graph.peers(port).empty(); }
+  bool bothExist(const Link& link) const { return topology().exists(link.source()) && topology().exists(link.sink()); }
 
-  // For a port that has just lost a tap or a connection.
-  void releaseIfUnused(PortId port, Time now) {
-    if (port.side == Side::Source && !used(port)) driver->setUsed(port, false, now);
+  bool tapped(PortId port) const { return !taps.of(port).empty(); }
+
+  // Whether anybody here sees what a source emits: in a tap of its own, or of a sink, or because the service has to
+  // carry it on.
+  bool wanted(PortId source) const {
+    return tapped(source) || std::ranges::any_of(graph.peers(source), [this](const auto& sink) {
+             return sink.second.carrier == PatchGraph::Carrier::Service || tapped(sink.second.port);
+           });
+  }
+
+  void refreshUse(PortId source, Time now) {
+    const bool isUsed = wanted(source);
+    if (isUsed == used.contains(source)) return;
+    if (isUsed) {
+      used.insert(source);
+    } else {
+      used.erase(source);
+    }
+    driver->setUsed(source, isUsed, now);
+  }
+
+  // After a change of the port's taps.
+  void refreshUseAround(PortId port, Time now) {
+    if (port.side == Side::Source) return refreshUse(port, now);
+    std::vector<PortId> sources;
+    for (const auto& [order, peer] : graph.peers(port)) sources.push_back(peer.port);
+    for (const PortId source : sources) refreshUse(source, now);
+  }
+
+  // Who wants what is settled when the driver is not under way any more.
+  void graphChanged(bool added, const Link& link) {
+    changes.push_back({graph.version(), added, link});
+    unsettled.push_back(link.source());
+  }
+
+  // Answers whether there was anything to settle.
+  bool settle(Time now) {
+    const bool any = !unsettled.empty();
+    while (!unsettled.empty()) {
+      for (const PortId source : std::exchange(unsettled, {})) refreshUse(source, now);
+    }
+    return any;
   }
 
   std::unique_ptr<Driver> driver;
   Limits limits;
+  std::unordered_set<PortId, PortHash> used;  // as the driver knows
+  std::vector<PortId> unsettled;              // sources with other connections than before
   PatchGraph graph;
   TapTable taps;
   std::unordered_map<ClientId, Client> clients;
@@ -49,16 +93,16 @@ struct Service::State {
   std::vector<GraphChange> changes;
   Counts past;           // of clients that have left
   std::uint64_t in = 0;  // of everybody, and the device
+  std::uint64_t lostBefore = 0;
+  std::vector<std::string> notes;
   std::uint32_t lastClient = 0;
 };
 
 Service::Service(std::unique_ptr<Driver> driver, Limits limits, Time now)
     : state_(std::make_unique<State>(std::move(driver), limits)) {
   state_->driver->start(*this, now);
-  for (const Link& link : state_->graph.links()) {
-    const bool firstOfSource = state_->graph.peers(link.source()).begin()->second == link.sink();
-    if (firstOfSource) state_->driver->setUsed(link.source(), true, now);
-  }
+  for (const Link& link : state_->graph.links()) state_->refreshUse(link.source(), now);
+  state_->settle(now);
 }
 
 Service::~Service() = default;
@@ -75,7 +119,7 @@ void Service::removeClient(ClientId client, Time now) {
   state_->past.lost += counted.lost;
   const auto ended = state_->taps.removeClient(client);
   state_->clients.erase(client);
-  for (const PortId port : ended) state_->releaseIfUnused(port, now);
+  for (const PortId port : ended) state_->refreshUseAround(port, now);
 }
 
 wire::Status Service::tap(ClientId client, EventPortId port, std::string_view name, std::uint32_t holderBytes,
@@ -83,22 +127,22 @@ wire::Status Service::tap(ClientId client, EventPortId port, std::string_view na
   if (!state_->knows(client)) return wire::Status::NoSession;
   const auto devicePort = state_->topology().port(name);
   if (!devicePort) return wire::Status::NotFound;
-  const bool wasUsed = state_->used(*devicePort);
   state_->taps.add(client, port, *devicePort, holderBytes);
-  if (!wasUsed && devicePort->side == Side::Source) state_->driver->setUsed(*devicePort, true, now);
+  state_->refreshUseAround(*devicePort, now);
   return wire::Status::Ok;
 }
 
 wire::Status Service::untap(ClientId client, EventPortId port, std::string_view name, Time now) {
   if (!state_->knows(client)) return wire::Status::NoSession;
-  const auto devicePort = state_->topology().port(name);
+  // Also of a port that has gone, whose tap would come back with it.
+  const auto devicePort = state_->topology().place(name);
   if (!devicePort || !state_->taps.remove(client, port, *devicePort)) return wire::Status::Nothing;
-  state_->releaseIfUnused(*devicePort, now);
+  state_->refreshUseAround(*devicePort, now);
   return wire::Status::Ok;
 }
 
 void Service::untapAll(ClientId client, EventPortId port, Time now) {
-  for (const PortId ended : state_->taps.removeAll(client, port)) state_->releaseIfUnused(ended, now);
+  for (const PortId ended : state_->taps.removeAll(client, port)) state_->refreshUseAround(ended, now);
 }
 
 wire::Status Service::send(ClientId client, EventPortId port, const Message& message, Time now) {
@@ -107,7 +151,9 @@ wire::Status Service::send(ClientId client, EventPortId port, const Message& mes
   if (message.bytes.empty()) return wire::Status::BadRequest;
   ++sender->second.in;
   ++state_->in;
-  state_->router.pass(state_->taps.tappedBy(client, port), message, now);
+  auto ports = state_->taps.tappedBy(client, port);
+  std::erase_if(ports, [this](PortId gone) { return !state_->topology().exists(gone); });
+  state_->router.pass(ports, message, now);
   return wire::Status::Ok;
 }
 
@@ -124,21 +170,26 @@ wire::Status Service::inject(ClientId client, std::string_view name, const Messa
 }
 
 wire::Status Service::connect(const Link& link, Time now) {
-  const std::uint64_t before = state_->graph.version();
-  const bool wasUsed = state_->used(link.source());
-  const wire::Status status = state_->graph.connect(link);
-  if (state_->graph.version() == before) return status;
-  state_->changes.push_back({state_->graph.version(), true, link});
-  if (!wasUsed) state_->driver->setUsed(link.source(), true, now);
-  return status;
+  if (!state_->bothExist(link)) return wire::Status::NotFound;
+  auto status = state_->driver->patch(true, link, now);
+  if (!status) {
+    const std::uint64_t before = state_->graph.version();
+    status = state_->graph.connect(link);
+    if (state_->graph.version() != before) state_->graphChanged(true, link);
+  }
+  state_->settle(now);
+  return *status;
 }
 
 wire::Status Service::disconnect(const Link& link, Time now) {
-  const wire::Status status = state_->graph.disconnect(link);
-  if (status != wire::Status::Ok) return status;
-  state_->changes.push_back({state_->graph.version(), false, link});
-  state_->releaseIfUnused(link.source(), now);
-  return status;
+  if (!state_->bothExist(link)) return wire::Status::NotFound;
+  auto status = state_->driver->patch(false, link, now);
+  if (!status) {
+    status = state_->graph.disconnect(link);
+    if (status == wire::Status::Ok) state_->graphChanged(false, link);
+  }
+  state_->settle(now);
+  return *status;
 }
 
 std::vector<Link> Service::links() const { return state_->graph.links(); }
@@ -169,6 +220,7 @@ ClientCounts Service::counts(ClientId client) const {
 Counts Service::counts() const {
   Counts all = state_->past;
   all.in = state_->in;
+  all.lostBefore = state_->lostBefore;
   for (const auto& [id, client] : state_->clients) {
     all.out += client.queue.accepted();
     all.lost += client.queue.lost();
@@ -176,7 +228,16 @@ Counts Service::counts() const {
   return all;
 }
 
-std::optional<Time> Service::advance(Time now) { return state_->driver->advance(now); }
+bool Service::behind() const { return state_->driver->behind(); }
+
+std::vector<std::string> Service::takeNotes() { return std::exchange(state_->notes, {}); }
+
+int Service::descriptor() const { return state_->driver->descriptor(); }
+
+std::optional<Time> Service::advance(Time now) {
+  const auto next = state_->driver->advance(now);
+  return state_->settle(now) ? now : next;
+}
 
 void Service::emitted(PortId source, const Message& message, Time now) {
   // A record without a message would be taken for the end of the data by who reads it.
@@ -184,5 +245,33 @@ void Service::emitted(PortId source, const Message& message, Time now) {
   ++state_->in;
   state_->router.emitted(source, message, now);
 }
+
+void Service::linked(const Link& link, Time /*now*/) {
+  const std::uint64_t before = state_->graph.version();
+  state_->graph.connect(link, PatchGraph::Carrier::Device);
+  if (state_->graph.version() != before) state_->graphChanged(true, link);
+}
+
+void Service::unlinked(const Link& link, Time /*now*/) {
+  if (state_->graph.disconnect(link) == wire::Status::Ok) state_->graphChanged(false, link);
+}
+
+void Service::topologyChanged(Time now) {
+  for (const Link& link : state_->graph.orphans()) unlinked(link, now);
+}
+
+void Service::lost(PortId source, std::uint64_t count, Time /*now*/) {
+  state_->lostBefore += std::max<std::uint64_t>(count, 1);
+  // Who looks on in several places misses the same messages.
+  std::set<ClientId> clients;
+  const auto enter = [&](PortId port) {
+    for (const Tap& tap : state_->taps.of(port)) clients.insert(tap.client);
+  };
+  enter(source);
+  for (const auto& [order, sink] : state_->graph.peers(source)) enter(sink.port);
+  for (const ClientId client : clients) state_->clients.at(client).queue.addLossBefore(count);
+}
+
+void Service::noted(std::string_view line) { state_->notes.emplace_back(line); }
 
 }  // namespace service

@@ -46,8 +46,9 @@ class Service : private DriverEvents {
   wire::Status untap(ClientId client, EventPortId port, std::string_view name, Time now);
   void untapAll(ClientId client, EventPortId port, Time now);
 
-  // Passes a message through every device port that the event port has tapped, in the order of tapping: at a source as
-  // if it had emitted the message, at a sink as if it had arrived there. BadRequest: the message has no bytes.
+  // Passes a message through every device port that the event port has tapped and that is there, in the order of
+  // tapping: at a source as if it had emitted the message, at a sink as if it had arrived there. BadRequest: the
+  // message has no bytes.
   wire::Status send(ClientId client, EventPortId port, const Message& message, Time now);
 
   // Passes a message through one device port in the same way, tapped or not. NotFound: no port has that name.
@@ -74,12 +75,26 @@ class Service : private DriverEvents {
   ClientCounts counts(ClientId client) const;
   Counts counts() const;
 
+  // True while senders are to be held back (see Driver::behind).
+  bool behind() const;
+
+  // What the driver has noted since this was last asked.
+  std::vector<std::string> takeNotes();
+
+  // See Driver::descriptor.
+  int descriptor() const;
+
   // Does what is due; answers when to call again (see Driver::advance). An answer holds until the next call of an
   // operation that takes a time.
   std::optional<Time> advance(Time now);
 
  private:
   void emitted(PortId source, const Message& message, Time now) override;
+  void linked(const Link& link, Time now) override;
+  void unlinked(const Link& link, Time now) override;
+  void topologyChanged(Time now) override;
+  void lost(PortId source, std::uint64_t count, Time now) override;
+  void noted(std::string_view line) override;
 
   struct State;
   std::unique_ptr<State> state_;

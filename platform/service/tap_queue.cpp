@@ -14,24 +14,39 @@ TapQueue::TapQueue(std::size_t limit)
 
 void TapQueue::add(EventPortId eventPort, PortId port, std::uint32_t holderBytes, const Message& message, Time now) {
   const std::size_t recordBytes = wire::RecordOverheadBytes + message.bytes.size();
-  const bool joins =
-      dropped_ == 0 && !entries_.empty() && mayJoin(entries_.back(), eventPort, port, holderBytes, recordBytes, now);
-  const std::size_t newEntries = joins ? 0 : (dropped_ > 0 ? 2 : 1);
-  if (recordBytes + newEntries * sizeof(Entry) > limit_ - bytes()) {
+  const bool joins = waitingLosses() == 0 && !entries_.empty() &&
+                     mayJoin(entries_.back(), eventPort, port, holderBytes, recordBytes, now);
+  const std::size_t newEntries = joins ? 0 : 1 + waitingLosses();
+  if (bytes() + recordBytes + newEntries * sizeof(Entry) > limit_) {
     ++dropped_;
     ++lost_;
     return;
   }
-  if (dropped_ > 0) entries_.push_back({.lostOrTime = dropped_, .eventPort = {}, .recordBytes = 0, .port = {}});
-  dropped_ = 0;
+  enterLosses();
   if (!joins) {
     const auto time = static_cast<std::uint64_t>(now.count());
-    entries_.push_back({.lostOrTime = time, .eventPort = eventPort, .recordBytes = 0, .port = port});
+    entries_.push_back(
+        {.lostOrTime = time, .eventPort = eventPort, .recordBytes = 0, .port = port, .kind = Kind::Event});
   }
   ++accepted_;
   entries_.back().recordBytes += static_cast<std::uint32_t>(recordBytes);
   records_.append(wire::recordFront(message.group, message.bytes.size()));
   records_.append(message.bytes);
+}
+
+void TapQueue::addLossBefore(std::uint64_t count) {
+  const bool unknown = count == 0 || lostBefore_ == 0;
+  lostBefore_ = unknown ? 0 : lostBefore_.value_or(0) + count;
+}
+
+void TapQueue::enterLosses() {
+  const auto enter = [this](Kind kind, std::uint64_t count) {
+    entries_.push_back({.lostOrTime = count, .eventPort = {}, .recordBytes = 0, .port = {}, .kind = kind});
+  };
+  if (dropped_ > 0) enter(Kind::Loss, dropped_);
+  if (lostBefore_) enter(Kind::LossBefore, *lostBefore_);
+  dropped_ = 0;
+  lostBefore_.reset();
 }
 
 std::size_t TapQueue::take(std::size_t maxBytes, const Topology& names, std::vector<std::uint8_t>& out) {
@@ -40,11 +55,19 @@ std::size_t TapQueue::take(std::size_t maxBytes, const Topology& names, std::vec
   std::string name;
   bool named = false;
   PortId nameOf;
-  while (!entries_.empty()) {
+  for (;;) {
+    if (entries_.empty()) enterLosses();
+    if (entries_.empty()) break;
     const Entry entry = entries_.front();
-    if (entry.recordBytes == 0) {
+    if (entry.kind != Kind::Event) {
       if (appended() > 0 && appended() + wire::LossEntryBytes > maxBytes) break;
-      wire::appendEventEntry({.lost = entry.lostOrTime}, out);
+      wire::EventEntry loss;
+      if (entry.kind == Kind::Loss) {
+        loss.lost = entry.lostOrTime;
+      } else {
+        loss.lostBefore = entry.lostOrTime;
+      }
+      wire::appendEventEntry(loss, out);
       entries_.pop_front();
       continue;
     }
@@ -62,16 +85,12 @@ std::size_t TapQueue::take(std::size_t maxBytes, const Topology& names, std::vec
                           out);
     records_.moveTo(entry.recordBytes, out);
   }
-  if (entries_.empty() && dropped_ > 0 && (appended() == 0 || appended() + wire::LossEntryBytes <= maxBytes)) {
-    wire::appendEventEntry({.lost = dropped_}, out);
-    dropped_ = 0;
-  }
   return appended();
 }
 
 bool TapQueue::mayJoin(const Entry& entry, EventPortId eventPort, PortId port, std::uint32_t holderBytes,
                        std::size_t recordBytes, Time now) {
-  if (entry.eventPort != eventPort || entry.port != port) return false;
+  if (entry.kind != Kind::Event || entry.eventPort != eventPort || entry.port != port) return false;
   const Time age = now - Time(static_cast<Time::rep>(entry.lostOrTime));
   return age <= SharingTime && wire::EventHeaderBytes + entry.recordBytes + recordBytes <= holderBytes;
 }

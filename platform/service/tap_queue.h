@@ -5,6 +5,7 @@
 #include <cstddef>
 #include <cstdint>
 #include <deque>
+#include <optional>
 #include <vector>
 
 #include "platform/drivers/port.h"
@@ -16,7 +17,7 @@ namespace service {
 
 // The events that wait for one client, in order, bounded in bytes. A record that would exceed the bound is dropped
 // and counted; the count is given out as an entry of its own exactly where the records are missing: in front of the
-// next record that is taken in, or when all that waited has been taken.
+// next record that is taken in, or when all that waited has been taken. So is what was lost before it came here.
 //
 // Records of one tap that come one after another share an event, while it fits the tap's holder and for
 // SharingTime from its first record on, so that the event's time stamp stays true for all of them. The time is long
@@ -31,11 +32,14 @@ class TapQueue {
   // A message has passed port, which eventPort taps. holderBytes: the largest event that several records may share.
   void add(EventPortId eventPort, PortId port, std::uint32_t holderBytes, const Message& message, Time now);
 
+  // Messages that would have come next have been lost on their way here; 0: nobody knows how many.
+  void addLossBefore(std::uint64_t count);
+
   // Moves events to the end of out, oldest first, as entries of a wire::Events message: as many as fit maxBytes, but
   // at least one when any waits. names: of the ports. Answers the number of bytes appended.
   std::size_t take(std::size_t maxBytes, const Topology& names, std::vector<std::uint8_t>& out);
 
-  bool empty() const { return entries_.empty() && dropped_ == 0; }
+  bool empty() const { return entries_.empty() && dropped_ == 0 && !lostBefore_; }
 
   // What is stored, in bytes; never above the limit.
   std::size_t bytes() const { return records_.size() + entries_.size() * sizeof(Entry); }
@@ -45,21 +49,28 @@ class TapQueue {
   std::uint64_t lost() const { return lost_; }
 
  private:
-  // An event, whose records stand in records_ in the order of the entries; or a loss, which is never the newest.
+  enum class Kind : std::uint8_t { Event, Loss, LossBefore };
+
+  // An event, whose records stand in records_ in the order of the entries; or a loss.
   struct Entry {
-    std::uint64_t lostOrTime = 0;  // of a loss: how many records; of an event: when its first record came
+    std::uint64_t lostOrTime = 0;  // of a loss: how many; of an event: when its first record came
     EventPortId eventPort{};
     std::uint32_t recordBytes = 0;  // 0 for a loss
     PortId port;
+    Kind kind = Kind::Event;
   };
 
   static bool mayJoin(const Entry& entry, EventPortId eventPort, PortId port, std::uint32_t holderBytes,
                       std::size_t recordBytes, Time now);
 
+  std::size_t waitingLosses() const { return (dropped_ > 0 ? 1U : 0U) + (lostBefore_ ? 1U : 0U); }
+  void enterLosses();
+
   std::size_t limit_;
   std::deque<Entry> entries_;  // oldest first
   ByteFifo records_;
-  std::uint64_t dropped_ = 0;  // since the last record that was taken in
+  std::uint64_t dropped_ = 0;                // since the last record that was taken in
+  std::optional<std::uint64_t> lostBefore_;  // likewise
   std::uint64_t accepted_ = 0;
   std::uint64_t lost_ = 0;
   std::uint32_t sequence_ = 0;

@@ -11,6 +11,7 @@ namespace {
 
 constexpr std::uint8_t EventKind = 1;
 constexpr std::uint8_t LossKind = 2;
+constexpr std::uint8_t LossBeforeKind = 3;
 constexpr std::uint8_t BigEndianFlag = 1;
 
 void appendHeader(const EventHeader& header, ByteWriter& to) {
@@ -77,6 +78,11 @@ void appendEventEntry(const EventEntry& entry, std::vector<std::uint8_t>& out) {
     to.number(entry.lost);
     return;
   }
+  if (entry.lostBefore) {
+    to.number(LossBeforeKind);
+    to.number(*entry.lostBefore);
+    return;
+  }
   appendEntryFront(entry.eventPort, entry.port, entry.event.size(), to);
   to.bytes(entry.event);
 }
@@ -104,6 +110,8 @@ std::optional<EventEntry> EventReader::next() {
   } else if (kind == LossKind) {
     entry.lost = from.number<std::uint64_t>();
     if (entry.lost == 0) from.fail();
+  } else if (kind == LossBeforeKind) {
+    entry.lostBefore = from.number<std::uint64_t>();
   } else {
     from.fail();
   }

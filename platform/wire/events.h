@@ -38,12 +38,14 @@ std::array<std::uint8_t, RecordOverheadBytes> recordFront(std::uint16_t group, s
 // Appends one record: length, group id, message bytes.
 void appendRecord(std::uint16_t group, std::span<const std::uint8_t> message, std::vector<std::uint8_t>& out);
 
-// An entry of an Events message: an event for an event port, or the news that records were dropped.
+// An entry of an Events message: an event for an event port, or the news that something is missing at this place.
 struct EventEntry {
   std::uint32_t eventPort = 0;
   std::string_view port{};                // name of the tapped device port
   std::span<const std::uint8_t> event{};  // header and records
-  std::uint64_t lost = 0;                 // above 0: no event; so many records were dropped at this place
+  std::uint64_t lost = 0;                 // above 0: no event; so many records were dropped
+  // There: no event; so many messages were lost before they came to the service, 0 when nobody knows how many.
+  std::optional<std::uint64_t> lostBefore{};
 };
 
 // What entries take up in an Events message: an event with so many bytes of records, and a loss.

@@ -34,6 +34,8 @@ inline constexpr std::uint16_t KindOf<Inject> = 0x010A;
 template <>
 inline constexpr std::uint16_t KindOf<AskStats> = 0x010B;
 template <>
+inline constexpr std::uint16_t KindOf<AskOriginals> = 0x010C;
+template <>
 inline constexpr std::uint16_t KindOf<Welcome> = 0x0201;
 template <>
 inline constexpr std::uint16_t KindOf<Result> = 0x0202;
@@ -47,6 +49,8 @@ template <>
 inline constexpr std::uint16_t KindOf<Probe> = 0x0206;
 template <>
 inline constexpr std::uint16_t KindOf<Stats> = 0x0207;
+template <>
+inline constexpr std::uint16_t KindOf<Originals> = 0x0208;
 template <>
 inline constexpr std::uint16_t KindOf<OpenEvents> = 0x0301;
 template <>

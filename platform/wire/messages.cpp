@@ -91,6 +91,24 @@ void fields(Io& io, Fields<Io, AskStats> m) {
 }
 
 template <class Io>
+void fields(Io& io, Fields<Io, AskOriginals> m) {
+  io(m.session);
+}
+
+template <class Io>
+void fields(Io& io, Fields<Io, OriginalGroup> m) {
+  io(m.id);
+  io(m.name);
+  io(m.sources);
+  io(m.sinks);
+}
+
+template <class Io>
+void fields(Io& io, Fields<Io, Originals> m) {
+  io(m.groups);
+}
+
+template <class Io>
 void fields(Io& io, Fields<Io, Welcome> m) {
   io(m.session);
   io(m.sendWindow);

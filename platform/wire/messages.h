@@ -101,6 +101,11 @@ struct Inject {
   std::vector<InjectItem> messages;
 };
 
+// Answer: Originals.
+struct AskOriginals {
+  std::uint64_t session = 0;
+};
+
 // Answer: Stats.
 struct AskStats {
   std::uint64_t session = 0;
@@ -121,7 +126,7 @@ struct Result {
 struct TopologySide {
   std::uint16_t count = 0;
   std::string prefix;              // names are prefix and number from 1 on
-  std::vector<std::string> names;  // or these, when not empty: count of them
+  std::vector<std::string> names;  // or these, when not empty: count of them; an empty one for a port that has gone
 };
 struct TopologyGroup {
   std::uint16_t id = 0;
@@ -131,6 +136,19 @@ struct TopologyGroup {
 };
 struct Topology {
   std::vector<TopologyGroup> groups;
+};
+
+// What groups and ports are called in the system that they come from, any bytes. Groups that come from none are left
+// out. A side has as many names as ports, those that have gone included.
+using Original = std::vector<std::uint8_t>;
+struct OriginalGroup {
+  std::uint16_t id = 0;
+  Original name;
+  std::vector<Original> sources;
+  std::vector<Original> sinks;
+};
+struct Originals {
+  std::vector<OriginalGroup> groups;
 };
 
 struct LinkRecord {
@@ -213,8 +231,8 @@ struct GraphChanged {
 struct GraphStale {};
 
 using Body = std::variant<Hello, Goodbye, Tap, Untap, UntapAll, Patch, AskTopology, AskLinks, Send, Inject, AskStats,
-                          Welcome, Result, Topology, Links, Taken, Probe, Stats, OpenEvents, Consumed, Events,
-                          OpenGraph, GraphSeen, GraphChanged, GraphStale>;
+                          AskOriginals, Welcome, Result, Topology, Originals, Links, Taken, Probe, Stats, OpenEvents,
+                          Consumed, Events, OpenGraph, GraphSeen, GraphChanged, GraphStale>;
 
 // One message. The tag of an answer is that of its request; 0 in what is no answer.
 struct Envelope {

@@ -1,7 +1,10 @@
 // What a driver emits, collected.
 #pragma once
 
+#include <gtest/gtest.h>
+
 #include <string>
+#include <string_view>
 #include <vector>
 
 #include "platform/drivers/driver.h"
@@ -22,6 +25,13 @@ class DeviceRecorder : public DriverEvents {
   void emitted(PortId source, const Message& message, Time now) override {
     all.push_back({source, now, message.group, toHex({message.bytes.begin(), message.bytes.end()})});
   }
+
+  // A described device has no other system behind it.
+  void linked(const Link& /*link*/, Time /*now*/) override { ADD_FAILURE() << "linked"; }
+  void unlinked(const Link& /*link*/, Time /*now*/) override { ADD_FAILURE() << "unlinked"; }
+  void topologyChanged(Time /*now*/) override { ADD_FAILURE() << "topologyChanged"; }
+  void lost(PortId /*source*/, std::uint64_t count, Time /*now*/) override { ADD_FAILURE() << "lost " << count; }
+  void noted(std::string_view line) override { ADD_FAILURE() << "noted " << line; }
 
   std::vector<Emitted> all;
 };

@@ -11,7 +11,7 @@ using wire::Status;
 
 std::vector<PortId> peersOf(const PatchGraph& graph, PortId port) {
   std::vector<PortId> ports;
-  for (const auto& [order, peer] : graph.peers(port)) ports.push_back(peer);
+  for (const auto& [order, peer] : graph.peers(port)) ports.push_back(peer.port);
   return ports;
 }
 
