@@ -1,18 +1,21 @@
 #include "platform/client/connection.h"
 
 #include <cerrno>
+#include <cstdio>
 #include <cstring>
 #include <exception>
 #include <map>
 #include <mutex>
+#include <string_view>
 #include <utility>
 
+#include "platform/host/devices.h"
 #include "platform/host/local_socket.h"
 
 namespace client {
 namespace {
 
-// The running services of this process, by the file of their device.
+// The running services of this process, by the word for their device.
 struct Running {
   std::mutex mutex;
   std::map<std::string, std::weak_ptr<host::EmbeddedService>, std::less<>> services;
@@ -24,17 +27,24 @@ Running& running() {
   return *instance;
 }
 
-// The service on the device of this file, or the cause why there is none.
-std::variant<Connection, ConnectionProblem> openEmbedded(const std::string& file) {
+bool isSystem(std::string_view device) { return device == host::AlsaDriver || device == host::JackDriver; }
+
+// The service on this device (see host::openDevice), or the cause why there is none.
+std::variant<Connection, ConnectionProblem> openEmbedded(const std::string& device) {
   try {
     // Held while a service starts, so that two who come at once share one.
     const std::lock_guard guard(running().mutex);
-    auto& known = running().services[file];
+    auto& known = running().services[device];
     if (const auto service = known.lock()) return Connection(service);
-    auto device = host::openDevice(file);
-    if (auto* problem = std::get_if<std::string>(&device)) return ConnectionProblem{std::move(*problem)};
-    const auto service =
-        std::make_shared<host::EmbeddedService>(std::get<std::unique_ptr<service::Driver>>(std::move(device)));
+    auto driver = host::openDevice(device);
+    if (auto* problem = std::get_if<std::string>(&driver)) {
+      return ConnectionProblem{std::move(*problem), isSystem(device)};
+    }
+    const auto warn = [device](std::string_view line) {
+      std::fprintf(stderr, "%s\n", endpointLine(embeddedEndpoint(device), line).c_str());
+    };
+    const auto service = std::make_shared<host::EmbeddedService>(
+        std::get<std::unique_ptr<service::Driver>>(std::move(driver)), host::Limits{}, warn);
     known = service;
     return Connection(service);
   } catch (const std::exception& failure) {
@@ -68,7 +78,7 @@ std::variant<Connection, ConnectionProblem> openConnection(const std::string& en
   const Endpoint parsed = parseEndpoint(endpoint, behaviour);
   if (const auto* none = std::get_if<NoEndpoint>(&parsed)) return ConnectionProblem{none->cause};
   if (const auto* local = std::get_if<LocalEndpoint>(&parsed)) return openLocal(*local);
-  return openEmbedded(std::get<EmbeddedEndpoint>(parsed).file);
+  return openEmbedded(std::get<EmbeddedEndpoint>(parsed).device);
 }
 
 void shareService(const std::string& endpoint, const std::shared_ptr<host::EmbeddedService>& service) {
@@ -76,7 +86,7 @@ void shareService(const std::string& endpoint, const std::shared_ptr<host::Embed
   const auto* embedded = std::get_if<EmbeddedEndpoint>(&parsed);
   if (embedded == nullptr) return;
   const std::lock_guard guard(running().mutex);
-  running().services[embedded->file] = service;
+  running().services[embedded->device] = service;
 }
 
 }  // namespace client

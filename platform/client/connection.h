@@ -47,7 +47,7 @@ class Connection {
 // Why there is no connection.
 struct ConnectionProblem {
   std::string cause;
-  bool nobodyThere = false;  // a local socket at which nobody listens
+  bool nobodyThere = false;  // a local socket at which nobody listens, a system that is not there
 };
 
 // Finds or starts the service that endpoint names (see parseEndpoint). Services of this process are shared by all who

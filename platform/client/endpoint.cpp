@@ -1,6 +1,7 @@
 #include "platform/client/endpoint.h"
 
 #include "evtsrv.h"
+#include "platform/host/devices.h"
 #include "platform/host/local_socket.h"
 #include "platform/wire/printable.h"
 
@@ -13,7 +14,8 @@ constexpr std::string_view Local = "ipc://";
 }  // namespace
 
 std::vector<std::string> endpointsWhenUnset() {
-  return {std::string(Local) + host::wellKnownSocket(), std::string(Embedded)};
+  return {std::string(Local) + host::wellKnownSocket(), embeddedEndpoint(host::AlsaDriver),
+          embeddedEndpoint(host::JackDriver), embeddedEndpoint({})};
 }
 
 Endpoint parseEndpoint(std::string_view text, std::uint32_t behaviour) {
@@ -29,10 +31,10 @@ Endpoint parseEndpoint(std::string_view text, std::uint32_t behaviour) {
     return LocalEndpoint{std::string(path)};
   }
   if (!text.starts_with(Embedded)) return NoEndpoint{"not an endpoint (ipc://PATH, tcp://HOST:PORT, embedded:FILE)"};
-  const std::string_view device = text.substr(Embedded.size());
-  if (device == "jack" || device == "alsa") return NoEndpoint{"devices of this system are not supported"};
-  return EmbeddedEndpoint{std::string(device)};
+  return EmbeddedEndpoint{std::string(text.substr(Embedded.size()))};
 }
+
+std::string embeddedEndpoint(std::string_view device) { return std::string(Embedded).append(device); }
 
 std::string endpointLine(std::string_view endpoint, std::string_view what) {
   return "evtsrv: " + wire::printable(endpoint) + ": " + wire::printable(what);

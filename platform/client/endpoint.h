@@ -9,9 +9,9 @@
 
 namespace client {
 
-// A service in this process: on the device that a file describes, or on the built-in device when file is empty.
+// A service in this process, on a device (see host::openDevice).
 struct EmbeddedEndpoint {
-  std::string file;
+  std::string device;
   friend bool operator==(const EmbeddedEndpoint&, const EmbeddedEndpoint&) = default;
 };
 
@@ -29,11 +29,15 @@ struct NoEndpoint {
 
 using Endpoint = std::variant<EmbeddedEndpoint, LocalEndpoint, NoEndpoint>;
 
-// What to try in turn when EVTSRV_ENDPOINT is unset: the well-known local socket, then the built-in device.
+// What to try in turn when EVTSRV_ENDPOINT is unset: the well-known local socket, the ALSA sequencer, a JACK server,
+// then the built-in device.
 std::vector<std::string> endpointsWhenUnset();
 
 // text: an endpoint as in EVTSRV_ENDPOINT, set and not empty. behaviour: EvtSrv::ConBehave bits.
 Endpoint parseEndpoint(std::string_view text, std::uint32_t behaviour);
+
+// The text for a service in this process on this device.
+std::string embeddedEndpoint(std::string_view device);
 
 // What is said on standard error of an endpoint: one printable line without its line end, naming the endpoint and what
 // has happened.

@@ -31,7 +31,7 @@ std::string PortNames::name(std::uint16_t group, std::uint16_t index, Side side)
   const wire::TopologyGroup* known = find(group);
   if (known != nullptr) {
     const auto& ports = sideOf(*known, side);
-    if (ports && index < ports->count) {
+    if (ports && ports->has(index)) {
       return ports->names.empty() ? ports->prefix + std::to_string(index + 1) : ports->names[index];
     }
   }
@@ -42,6 +42,11 @@ std::string PortNames::name(std::uint16_t group, std::uint16_t index, Side side)
 const wire::TopologyGroup* PortNames::find(std::uint16_t group) const {
   const auto found = byId_.find(group);
   return found == byId_.end() ? nullptr : &topology_.groups[found->second];
+}
+
+bool PortNames::has(std::uint16_t group, std::uint16_t index, Side side) const {
+  const wire::TopologyGroup* known = find(group);
+  return known != nullptr && sideOf(*known, side) && sideOf(*known, side)->has(index);
 }
 
 bool PortNames::has(std::string_view name) const {

@@ -21,6 +21,9 @@ class PortNames {
   // The name of a port; for one that does not exist, a name in the same style that no port has.
   std::string name(std::uint16_t group, std::uint16_t index, Side side) const;
 
+  // True when there is such a port.
+  bool has(std::uint16_t group, std::uint16_t index, Side side) const;
+
   // True when a port of either side has this name.
   bool has(std::string_view name) const;
 

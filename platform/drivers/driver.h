@@ -36,6 +36,9 @@ class DriverEvents {
   // Something for the log has happened: one line, without a line end and any prefix.
   virtual void noted(std::string_view line) = 0;
 
+  // The same, and whoever uses the device is to be told even where there is no log: it works no more, or again.
+  virtual void warned(std::string_view line) = 0;
+
  protected:
   DriverEvents() = default;
   DriverEvents(const DriverEvents&) = default;
@@ -78,7 +81,8 @@ class Driver {
   // Nothing: such a connection is not the other system's, so the service carries it. Both ports exist.
   virtual std::optional<wire::Status> patch(bool made, const Link& link, Time now);
 
-  // Readable when advance is to be called, whatever it has answered. -1: there is none.
+  // Readable when advance is to be called, whatever it has answered; the same as long as the driver lives. -1: there is
+  // none.
   virtual int descriptor() const { return -1; }
 
   // True while so much waits to go out that senders are to be held back. advance is called when it may have changed.

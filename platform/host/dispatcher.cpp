@@ -35,11 +35,12 @@ service::EventPortId toPort(std::uint32_t number) { return service::EventPortId{
 
 }  // namespace
 
-Dispatcher::Dispatcher(service::Service& service, Peers& peers, const Limits& limits, Log log)
+Dispatcher::Dispatcher(service::Service& service, Peers& peers, const Limits& limits, Log log, Log warnings)
     : service_(service),
       peers_(peers),
       limits_(limits),
       log_(std::move(log)),
+      warnings_(std::move(warnings)),
       events_(wire::encode(0, wire::Events{})),
       eventsFront_(events_.size()) {
   limits_.eventWindow = std::max<std::size_t>(limits_.eventWindow, wire::MinEventWindow);

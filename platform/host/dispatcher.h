@@ -27,8 +27,8 @@ namespace host {
 // otherwise ignored.
 class Dispatcher {
  public:
-  // service and peers must outlive the dispatcher.
-  Dispatcher(service::Service& service, Peers& peers, const Limits& limits, Log log);
+  // service and peers must outlive the dispatcher. warnings: takes what the device warns of, which log takes too.
+  Dispatcher(service::Service& service, Peers& peers, const Limits& limits, Log log, Log warnings = {});
 
   // A message has come from peer.
   void receive(std::string_view peer, std::span<const std::uint8_t> message, service::Time now);
@@ -96,6 +96,7 @@ class Dispatcher {
   Peers& peers_;
   Limits limits_;
   Log log_;
+  Log warnings_;
   SessionTable sessions_;
   std::unordered_map<int, service::Time> closedAt_;  // connections that have closed lately
   bool someGone_ = false;

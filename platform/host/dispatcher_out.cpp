@@ -139,8 +139,9 @@ std::optional<service::Time> Dispatcher::logLossesBefore(service::Time now) {
 }
 
 void Dispatcher::sendNotes() {
-  for (const std::string& note : service_.takeNotes()) {
-    if (log_) log_(wire::printable(note));
+  for (const auto& [line, isWarning] : service_.takeNotes()) {
+    if (log_) log_(wire::printable(line));
+    if (isWarning && warnings_) warnings_(wire::printable(line));
   }
 }
 

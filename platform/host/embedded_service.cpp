@@ -8,9 +8,6 @@
 #include <stdexcept>
 #include <utility>
 
-#include "platform/drivers/builtin.h"
-#include "platform/drivers/device_file.h"
-
 namespace host {
 namespace {
 
@@ -36,8 +33,8 @@ class WithoutSignals {
 
 }  // namespace
 
-EmbeddedService::EmbeddedService(std::unique_ptr<service::Driver> driver, const Limits& limits)
-    : context_(IoThreads), host_(context_, std::move(driver), limits, Log{}) {
+EmbeddedService::EmbeddedService(std::unique_ptr<service::Driver> driver, const Limits& limits, Log warnings)
+    : context_(IoThreads), host_(context_, std::move(driver), limits, Log{}, std::move(warnings)) {
   if (const auto problem = host_.bind(address_)) throw std::runtime_error(*problem);
   const WithoutSignals quiet;
   thread_ = std::thread([this] {
@@ -54,11 +51,6 @@ EmbeddedService::EmbeddedService(std::unique_ptr<service::Driver> driver, const 
 EmbeddedService::~EmbeddedService() {
   host_.stop();
   thread_.join();
-}
-
-std::variant<std::unique_ptr<service::Driver>, std::string> openDevice(std::string_view file) {
-  if (file.empty()) return service::makeBuiltinDriver();
-  return service::loadDeviceFile(std::string(file));
 }
 
 }  // namespace host

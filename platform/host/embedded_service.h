@@ -3,14 +3,13 @@
 
 #include <memory>
 #include <string>
-#include <string_view>
 #include <thread>
-#include <variant>
 #include <zmq.hpp>
 
 #include "platform/drivers/driver.h"
 #include "platform/host/host.h"
 #include "platform/host/limits.h"
+#include "platform/host/log.h"
 
 namespace host {
 
@@ -20,7 +19,8 @@ namespace host {
 class EmbeddedService {
  public:
   // Throws what derives from std::exception when the system gives no thread or no socket.
-  explicit EmbeddedService(std::unique_ptr<service::Driver> driver, const Limits& limits = {});
+  // warnings: see Dispatcher.
+  explicit EmbeddedService(std::unique_ptr<service::Driver> driver, const Limits& limits = {}, Log warnings = {});
   EmbeddedService(const EmbeddedService&) = delete;
   EmbeddedService& operator=(const EmbeddedService&) = delete;
   ~EmbeddedService();
@@ -35,9 +35,5 @@ class EmbeddedService {
   Host host_;
   std::thread thread_;
 };
-
-// The driver of the device that file describes, of the built-in device when it is empty; or what is wrong, in one
-// line without a line end that names the file. Blocks for the disk.
-std::variant<std::unique_ptr<service::Driver>, std::string> openDevice(std::string_view file);
 
 }  // namespace host

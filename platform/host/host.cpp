@@ -23,10 +23,11 @@ long pollTimeout(std::optional<service::Time> until) {
 
 }  // namespace
 
-Host::Host(zmq::context_t& context, std::unique_ptr<service::Driver> driver, const Limits& limits, Log log)
+Host::Host(zmq::context_t& context, std::unique_ptr<service::Driver> driver, const Limits& limits, Log log,
+           Log warnings)
     : socket_(context),
       service_(std::move(driver), limits.service, clockNow()),
-      dispatcher_(service_, socket_, limits, std::move(log)) {}
+      dispatcher_(service_, socket_, limits, std::move(log), std::move(warnings)) {}
 
 void Host::run() {
   bool drained = true;

@@ -20,9 +20,10 @@ namespace host {
 // Runs the service of one device, for clients that arrive at its endpoints. Used by one thread, but for stop.
 class Host {
  public:
-  // The device starts at once. context must outlive the host. Throws zmq::error_t or std::system_error when the system
-  // gives no socket.
-  Host(zmq::context_t& context, std::unique_ptr<service::Driver> driver, const Limits& limits, Log log);
+  // The device starts at once. context must outlive the host. warnings: see Dispatcher. Throws zmq::error_t or
+  // std::system_error when the system gives no socket.
+  Host(zmq::context_t& context, std::unique_ptr<service::Driver> driver, const Limits& limits, Log log,
+       Log warnings = {});
 
   // Clients may come to this ZeroMQ endpoint from now on. Nothing on success, else the cause in words.
   std::optional<std::string> bind(const std::string& endpoint) { return socket_.bind(endpoint); }

@@ -6,8 +6,8 @@
 
 namespace host {
 
-// Takes one line without a line end, printable whatever clients call themselves. Called on the host's thread; may be
-// empty.
+// Takes one line without a line end, printable whatever clients and devices call themselves. Called on the host's
+// thread; may be empty.
 using Log = std::function<void(std::string_view line)>;
 
 }  // namespace host

@@ -94,7 +94,7 @@ struct Service::State {
   Counts past;           // of clients that have left
   std::uint64_t in = 0;  // of everybody, and the device
   std::uint64_t lostBefore = 0;
-  std::vector<std::string> notes;
+  std::vector<Note> notes;
   std::uint32_t lastClient = 0;
 };
 
@@ -230,7 +230,7 @@ Counts Service::counts() const {
 
 bool Service::behind() const { return state_->driver->behind(); }
 
-std::vector<std::string> Service::takeNotes() { return std::exchange(state_->notes, {}); }
+std::vector<Service::Note> Service::takeNotes() { return std::exchange(state_->notes, {}); }
 
 int Service::descriptor() const { return state_->driver->descriptor(); }
 
@@ -272,6 +272,8 @@ void Service::lost(PortId source, std::uint64_t count, Time /*now*/) {
   for (const ClientId client : clients) state_->clients.at(client).queue.addLossBefore(count);
 }
 
-void Service::noted(std::string_view line) { state_->notes.emplace_back(line); }
+void Service::noted(std::string_view line) { state_->notes.push_back({std::string(line), false}); }
+
+void Service::warned(std::string_view line) { state_->notes.push_back({std::string(line), true}); }
 
 }  // namespace service

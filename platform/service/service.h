@@ -78,8 +78,12 @@ class Service : private DriverEvents {
   // True while senders are to be held back (see Driver::behind).
   bool behind() const;
 
-  // What the driver has noted since this was last asked.
-  std::vector<std::string> takeNotes();
+  // What the driver has told since this was last asked: see DriverEvents::noted, and warned.
+  struct Note {
+    std::string line;
+    bool isWarning = false;
+  };
+  std::vector<Note> takeNotes();
 
   // See Driver::descriptor.
   int descriptor() const;
@@ -95,6 +99,7 @@ class Service : private DriverEvents {
   void topologyChanged(Time now) override;
   void lost(PortId source, std::uint64_t count, Time now) override;
   void noted(std::string_view line) override;
+  void warned(std::string_view line) override;
 
   struct State;
   std::unique_ptr<State> state_;

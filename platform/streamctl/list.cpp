@@ -12,9 +12,11 @@ Outcome run(const ListCommand& command, const std::string& endpoint) {
   ServiceClient& service = *std::get<std::unique_ptr<ServiceClient>>(opened);
   const auto topology = service.ask<wire::Topology, wire::AskTopology>();
   const auto links = topology ? service.ask<wire::Links, wire::AskLinks>() : std::nullopt;
-  if (!links) return Failure{service.whyNot()};
+  const auto originals = links ? service.ask<wire::Originals, wire::AskOriginals>() : std::nullopt;
+  if (!originals) return Failure{service.whyNot()};
   service.leave();
-  const int error = writeOutput(command.json ? topologyJson(*topology, *links) : topologyText(*topology, *links));
+  const int error = writeOutput(command.json ? topologyJson(*topology, *links, *originals)
+                                             : topologyText(*topology, *links, *originals));
   return error == 0 ? Outcome() : Failure{outputProblem(error)};
 }
 

@@ -1,7 +1,9 @@
 #include "platform/streamctl/topology_report.h"
 
 #include <cstdint>
+#include <functional>
 #include <optional>
+#include <string>
 #include <unordered_map>
 #include <utility>
 #include <vector>
@@ -28,59 +30,132 @@ void enter(Peers& peers, std::uint32_t port, const std::string& peer) {
   names += wire::printable(peer);
 }
 
-using Rows = std::vector<std::vector<std::string>>;
-
-void addSide(const wire::TopologyGroup& group, Side side, const PortNames& names, const Peers& peers, Rows& rows) {
-  const auto& ports = side == Side::Source ? group.sources : group.sinks;
-  if (!ports) return;
-  const std::string id = std::to_string(group.id);
-  const std::string name = wire::printable(group.name);
-  const std::string word = side == Side::Source ? "source" : "sink";
-  if (ports->count == 0) rows.push_back({id, name, word, "", ""});
-  for (std::uint16_t index = 0; index < ports->count; ++index) {
-    const auto found = peers.find(key(group.id, index));
-    rows.push_back({id, name, word, wire::printable(names.name(group.id, index, side)),
-                    found == peers.end() ? std::string() : found->second});
+// What groups and ports are called in the systems that they come from.
+class OriginalNames {
+ public:
+  explicit OriginalNames(const wire::Originals& originals) {
+    for (const wire::OriginalGroup& group : originals.groups) byId_.emplace(group.id, &group);
   }
-}
 
-Json sideJson(const std::optional<wire::TopologySide>& ports, std::uint16_t group, Side side, const PortNames& names) {
+  bool any() const { return !byId_.empty(); }
+
+  const wire::OriginalGroup* group(std::uint16_t id) const {
+    const auto found = byId_.find(id);
+    return found == byId_.end() ? nullptr : found->second;
+  }
+
+  // Empty for a port that comes from no other system.
+  std::string port(std::uint16_t group, std::uint16_t index, Side side) const {
+    const wire::OriginalGroup* known = this->group(group);
+    if (known == nullptr) return {};
+    const auto& names = side == Side::Source ? known->sources : known->sinks;
+    return index < names.size() ? text(names[index]) : std::string();
+  }
+
+  static std::string text(const wire::Original& name) { return {name.begin(), name.end()}; }
+
+ private:
+  std::unordered_map<std::uint16_t, const wire::OriginalGroup*> byId_;
+};
+
+using Row = std::vector<std::string>;
+
+// The rows of a table, whose column of original names is left out when there are none.
+class Rows {
+ public:
+  Rows(const PortNames& names, const OriginalNames& originals) : names_(names), originals_(originals) {
+    add({"GROUP", "NAME", "SIDE", "PORT"}, "ORIGINAL", "CONNECTIONS");
+  }
+
+  void addSide(const wire::TopologyGroup& group, Side side, const Peers& peers) {
+    const auto& ports = side == Side::Source ? group.sources : group.sinks;
+    if (!ports) return;
+    const Row front{std::to_string(group.id), wire::printable(group.name), side == Side::Source ? "source" : "sink"};
+    const auto addPort = [&](const std::string& name, const std::string& original, const std::string& connections) {
+      Row row = front;
+      row.push_back(name);
+      add(std::move(row), original, connections);
+    };
+    if (ports->count == 0) addPort({}, {}, {});
+    for (std::uint16_t index = 0; index < ports->count; ++index) {
+      if (!ports->has(index)) continue;
+      const auto found = peers.find(key(group.id, index));
+      addPort(wire::printable(names_.name(group.id, index, side)),
+              wire::printable(originals_.port(group.id, index, side)),
+              found == peers.end() ? std::string() : found->second);
+    }
+  }
+
+  void addBare(const wire::TopologyGroup& group) {
+    add({std::to_string(group.id), wire::printable(group.name), {}, {}}, {}, {});
+  }
+
+  std::string text() const { return textTable(rows_); }
+
+ private:
+  void add(Row front, const std::string& original, const std::string& connections) {
+    if (originals_.any()) front.push_back(original);
+    front.push_back(connections);
+    rows_.push_back(std::move(front));
+  }
+
+  const PortNames& names_;
+  const OriginalNames& originals_;
+  std::vector<Row> rows_;
+};
+
+Json sideJson(const std::optional<wire::TopologySide>& ports,
+              const std::function<std::string(std::uint16_t index)>& name) {
   if (!ports) return nullptr;
   Json list = Json::array();
-  for (std::uint16_t index = 0; index < ports->count; ++index) list.push_back(names.name(group, index, side));
+  for (std::uint16_t index = 0; index < ports->count; ++index) {
+    if (ports->has(index)) list.push_back(name(index));
+  }
   return list;
+}
+
+Json groupJson(const wire::TopologyGroup& group, const PortNames& names, const OriginalNames& originals) {
+  const auto nameOn = [&](Side side) { return [&, side](std::uint16_t at) { return names.name(group.id, at, side); }; };
+  const auto originalOn = [&](Side side) {
+    return [&, side](std::uint16_t at) { return originals.port(group.id, at, side); };
+  };
+  Json json{{"id", group.id},
+            {"name", group.name},
+            {"sources", sideJson(group.sources, nameOn(Side::Source))},
+            {"sinks", sideJson(group.sinks, nameOn(Side::Sink))}};
+  if (const wire::OriginalGroup* original = originals.group(group.id)) {
+    json["original"] = OriginalNames::text(original->name);
+    json["original_sources"] = sideJson(group.sources, originalOn(Side::Source));
+    json["original_sinks"] = sideJson(group.sinks, originalOn(Side::Sink));
+  }
+  return json;
 }
 
 }  // namespace
 
-std::string topologyText(const wire::Topology& topology, const wire::Links& links) {
+std::string topologyText(const wire::Topology& topology, const wire::Links& links, const wire::Originals& originals) {
   const PortNames names(topology);
+  const OriginalNames originalNames(originals);
   Peers sinksOf;
   Peers sourcesOf;
   for (const wire::LinkRecord& link : links.links) {
     enter(sinksOf, key(link.sourceGroup, link.sourceIndex), names.name(link.sinkGroup, link.sinkIndex, Side::Sink));
     enter(sourcesOf, key(link.sinkGroup, link.sinkIndex), names.name(link.sourceGroup, link.sourceIndex, Side::Source));
   }
-  Rows rows{{"GROUP", "NAME", "SIDE", "PORT", "CONNECTIONS"}};
+  Rows rows(names, originalNames);
   for (const wire::TopologyGroup& group : topology.groups) {
-    addSide(group, Side::Source, names, sinksOf, rows);
-    addSide(group, Side::Sink, names, sourcesOf, rows);
-    if (!group.sources && !group.sinks) {
-      rows.push_back({std::to_string(group.id), wire::printable(group.name), "", "", ""});
-    }
+    rows.addSide(group, Side::Source, sinksOf);
+    rows.addSide(group, Side::Sink, sourcesOf);
+    if (!group.sources && !group.sinks) rows.addBare(group);
   }
-  return textTable(rows);
+  return rows.text();
 }
 
-std::string topologyJson(const wire::Topology& topology, const wire::Links& links) {
+std::string topologyJson(const wire::Topology& topology, const wire::Links& links, const wire::Originals& originals) {
   const PortNames names(topology);
+  const OriginalNames originalNames(originals);
   Json groups = Json::array();
-  for (const wire::TopologyGroup& group : topology.groups) {
-    groups.push_back({{"id", group.id},
-                      {"name", group.name},
-                      {"sources", sideJson(group.sources, group.id, Side::Source, names)},
-                      {"sinks", sideJson(group.sinks, group.id, Side::Sink, names)}});
-  }
+  for (const wire::TopologyGroup& group : topology.groups) groups.push_back(groupJson(group, names, originalNames));
   Json connections = Json::array();
   for (const wire::LinkRecord& link : links.links) {
     connections.push_back({{"source", names.name(link.sourceGroup, link.sourceIndex, Side::Source)},

@@ -12,7 +12,7 @@
 #include <vector>
 #include <zmq.hpp>
 
-#include "platform/host/embedded_service.h"
+#include "platform/host/devices.h"
 #include "platform/host/host.h"
 #include "platform/streamd/line_log.h"
 #include "platform/streamd/socket_place.h"
@@ -50,6 +50,12 @@ class StoppedBySignals {
   ~StoppedBySignals() { running = nullptr; }
 };
 
+std::string_view driverText(std::string_view name) {
+  if (name == host::AlsaDriver) return "ALSA sequencer";
+  if (name == host::JackDriver) return "JACK";
+  return "built-in device";
+}
+
 std::string countText(std::size_t count, std::string_view noun) {
   return std::to_string(count) + " " + std::string(noun) + (count == 1 ? "" : "s");
 }
@@ -63,6 +69,14 @@ std::string describe(const service::Topology& topology) {
   }
   return countText(topology.groups().size(), "group") + ", " + countText(sources, "source") + ", " +
          countText(sinks, "sink");
+}
+
+// What is served, in words.
+std::string devicesText(const Options& options) {
+  std::string text;
+  for (const std::string& name : options.drivers) text += (text.empty() ? "" : ", ") + std::string(driverText(name));
+  if (!options.device.empty()) text += (text.empty() ? "" : ", ") + options.device;
+  return text;
 }
 
 // Where an endpoint's socket stands, or the cause why streamd cannot listen there.
@@ -79,7 +93,7 @@ std::variant<std::unique_ptr<SocketPlace>, std::string> claim(std::string_view e
 }  // namespace
 
 int serve(const Options& options) {
-  auto device = host::openDevice(options.device);
+  auto device = host::openDrivers(options.drivers, options.device);
   if (const auto* problem = std::get_if<std::string>(&device)) {
     logLine(wire::printable(*problem));
     return FailureStatus;
@@ -92,7 +106,7 @@ int serve(const Options& options) {
   zmq::context_t context;
   host::Host host(context, std::move(driver), {.service = {.queueBytes = options.queueBytes}}, logLine);
   const StoppedBySignals stopped(host);
-  logOf(options.device.empty() ? "built-in device" : options.device, deviceText);
+  logOf(devicesText(options), deviceText);
   for (const std::string& endpoint : options.endpoints) {
     auto place = claim(endpoint);
     if (const auto* problem = std::get_if<std::string>(&place)) {

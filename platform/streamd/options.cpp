@@ -2,6 +2,7 @@
 
 #include <CLI/CLI.hpp>
 
+#include "platform/host/devices.h"
 #include "platform/host/limits.h"
 #include "platform/host/local_socket.h"
 
@@ -17,15 +18,24 @@ constexpr std::size_t LargestQueue = 1U << 31U;
 }  // namespace
 
 std::variant<Options, EndWith> parseOptions(int count, const char* const* words) {
-  Options options{
-      .endpoints = {"ipc://" + host::wellKnownSocket()}, .device = {}, .queueBytes = service::Limits{}.queueBytes};
+  Options options{.endpoints = {"ipc://" + host::wellKnownSocket()},
+                  .drivers = {},
+                  .device = {},
+                  .queueBytes = service::Limits{}.queueBytes};
   CLI::App app{"Serves the MIDI streams of a device to consoles and tools.", "streamd"};
   app.set_version_flag("--version", FLOWSCOPE_VERSION);
   app.add_option("--listen", options.endpoints, "Where clients come: ipc://PATH; may be given several times")
       ->type_name("ENDPOINT")
       ->allow_extra_args(false)
       ->capture_default_str();
-  app.add_option("--device", options.device, "TOML file that describes the device; without it, the built-in one")
+  app.add_option(
+         "--driver", options.drivers,
+         "Where ports come from: builtin, alsa, jack; may be given several times, their groups then stand side by "
+         "side; builtin unless --device is given")
+      ->type_name("NAME")
+      ->allow_extra_args(false)
+      ->check(CLI::IsMember({host::BuiltinDriver, host::AlsaDriver, host::JackDriver}));
+  app.add_option("--device", options.device, "TOML file that describes a device, whose groups come last")
       ->type_name("FILE");
   app.add_option("--queue-bytes", options.queueBytes, "How much may wait for a client that reads slowly")
       ->type_name("N")
@@ -36,6 +46,7 @@ std::variant<Options, EndWith> parseOptions(int count, const char* const* words)
   } catch (const CLI::ParseError& problem) {
     return EndWith{app.exit(problem) == 0 ? 0 : UsageStatus};
   }
+  if (options.drivers.empty() && options.device.empty()) options.drivers.emplace_back(host::BuiltinDriver);
   return options;
 }
 

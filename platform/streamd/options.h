@@ -10,7 +10,8 @@ namespace streamd {
 
 struct Options {
   std::vector<std::string> endpoints;  // at least one
-  std::string device;                  // a device file; empty: the built-in device
+  std::vector<std::string> drivers;    // host::BuiltinDriver, ...; at least one, unless there is a device file
+  std::string device;                  // a device file, or empty
   std::size_t queueBytes = 0;
 };
 

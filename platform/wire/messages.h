@@ -127,6 +127,8 @@ struct TopologySide {
   std::uint16_t count = 0;
   std::string prefix;              // names are prefix and number from 1 on
   std::vector<std::string> names;  // or these, when not empty: count of them; an empty one for a port that has gone
+
+  bool has(std::uint16_t index) const { return index < count && (names.empty() || !names[index].empty()); }
 };
 struct TopologyGroup {
   std::uint16_t id = 0;

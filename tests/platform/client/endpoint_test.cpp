@@ -14,10 +14,8 @@ namespace {
 
 TEST(Endpoint, EmbeddedOnesNameTheirFile) {
   const std::vector<std::pair<std::string, std::string>> table = {
-      {"embedded:", ""},
-      {"embedded:box.toml", "box.toml"},
-      {"embedded:./jack", "./jack"},
-      {"embedded:/a b/c", "/a b/c"},
+      {"embedded:", ""},           {"embedded:box.toml", "box.toml"}, {"embedded:./jack", "./jack"},
+      {"embedded:jack", "jack"},   {"embedded:alsa", "alsa"},         {"embedded:/a b/c", "/a b/c"},
       {"embedded:jack2", "jack2"},
   };
   for (const auto& [text, file] : table) {
@@ -30,12 +28,14 @@ TEST(Endpoint, LocalOnesNameTheirSocket) {
   EXPECT_EQ(parseEndpoint("ipc://here", EvtSrv::ConBehave_Void), Endpoint(LocalEndpoint{"here"}));
 }
 
-TEST(Endpoint, UnsetIsTheWellKnownSocketThenTheBuiltInDevice) {
+TEST(Endpoint, UnsetIsTheWellKnownSocketThenWhatThisMachineHas) {
   const char* before = std::getenv("XDG_RUNTIME_DIR");
   const std::string folder = before == nullptr ? "" : before;
   setenv("XDG_RUNTIME_DIR", "/run/user/7", 1);
-  EXPECT_EQ(endpointsWhenUnset(), (std::vector<std::string>{"ipc:///run/user/7/streamd/socket", "embedded:"}));
-  const std::vector<std::string> ofTheSystem{"ipc:///run/streamd/socket", "embedded:"};
+  EXPECT_EQ(endpointsWhenUnset(), (std::vector<std::string>{"ipc:///run/user/7/streamd/socket", "embedded:alsa",
+                                                            "embedded:jack", "embedded:"}));
+  const std::vector<std::string> ofTheSystem{"ipc:///run/streamd/socket", "embedded:alsa", "embedded:jack",
+                                             "embedded:"};
   setenv("XDG_RUNTIME_DIR", "", 1);
   EXPECT_EQ(endpointsWhenUnset(), ofTheSystem);
   unsetenv("XDG_RUNTIME_DIR");
@@ -44,7 +44,7 @@ TEST(Endpoint, UnsetIsTheWellKnownSocketThenTheBuiltInDevice) {
 }
 
 TEST(Endpoint, AllOthersHaveCause) {
-  for (const char* text : {"", "ipc://", "ipc:/path", "tcp://host:5", "embedded:jack", "embedded:alsa", "embedded",
+  for (const char* text : {"", "ipc://", "ipc:/path", "tcp://host:5", "embedded",
                            "EMBEDDED:", " embedded:", "inproc://service", "nonsense", "/path"}) {
     for (const std::uint32_t behaviour : {EvtSrv::ConBehave_Void, EvtSrv::ConBehave_Default}) {
       const Endpoint endpoint = parseEndpoint(text, behaviour);

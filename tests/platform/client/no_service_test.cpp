@@ -26,8 +26,6 @@ const std::vector<Row>& endpoints() {
       {"tcp://host:1", EvtSrv::ConBehave_Void, "evtsrv: tcp://host:1: services over the network are not supported\n"},
       {"tcp://host:1", EvtSrv::ConBehave_DisableOverNetwork,
        "evtsrv: tcp://host:1: refused: this program uses no service over the network\n"},
-      {"embedded:jack", EvtSrv::ConBehave_Default, "evtsrv: embedded:jack: devices of this system are not supported\n"},
-      {"embedded:alsa", EvtSrv::ConBehave_Default, "evtsrv: embedded:alsa: devices of this system are not supported\n"},
       {"nonsense", EvtSrv::ConBehave_Default,
        "evtsrv: nonsense: not an endpoint (ipc://PATH, tcp://HOST:PORT, embedded:FILE)\n"},
       {"embedded:/nowhere/a\x1b[31m\nb", EvtSrv::ConBehave_Default,

@@ -31,6 +31,7 @@ class DeviceRecorder : public DriverEvents {
   void unlinked(const Link& /*link*/, Time /*now*/) override { ADD_FAILURE() << "unlinked"; }
   void topologyChanged(Time /*now*/) override { ADD_FAILURE() << "topologyChanged"; }
   void lost(PortId /*source*/, std::uint64_t count, Time /*now*/) override { ADD_FAILURE() << "lost " << count; }
+  void warned(std::string_view line) override { ADD_FAILURE() << "warned " << line; }
   void noted(std::string_view line) override { ADD_FAILURE() << "noted " << line; }
 
   std::vector<Emitted> all;

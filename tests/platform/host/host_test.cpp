@@ -12,6 +12,7 @@
 #include <thread>
 #include <vector>
 
+#include "platform/host/devices.h"
 #include "platform/host/embedded_service.h"
 #include "tests/platform/host/message_text.h"
 #include "tests/platform/host/raw_client.h"

@@ -16,7 +16,7 @@ wire::Topology sample() {
 const wire::Links SampleLinks{3, {{0, 1, 65535, 1}, {0, 1, 65535, 0}, {0, 0, 65535, 1}}};
 
 TEST(TopologyText, HasALineForEachPort) {
-  EXPECT_EQ(topologyText(sample(), SampleLinks),
+  EXPECT_EQ(topologyText(sample(), SampleLinks, {}),
             "GROUP  NAME  SIDE    PORT      CONNECTIONS\n"
             "0      Deck  source  DeckOut1  Right\n"
             "0      Deck  source  DeckOut2  Right Left\n"
@@ -27,25 +27,25 @@ TEST(TopologyText, HasALineForEachPort) {
 }
 
 TEST(TopologyText, DeviceWithoutGroupsHasHeadings) {
-  EXPECT_EQ(topologyText({}, {}), "GROUP  NAME  SIDE  PORT  CONNECTIONS\n");
+  EXPECT_EQ(topologyText({}, {}, {}), "GROUP  NAME  SIDE  PORT  CONNECTIONS\n");
 }
 
 TEST(TopologyText, NamesDoNotSteerTheTerminal) {
   const wire::Topology odd{{{1, "a\x1b[2J", wire::TopologySide{1, "", {"b\nc"}}, std::nullopt}}};
-  const std::string text = topologyText(odd, {});
+  const std::string text = topologyText(odd, {}, {});
   EXPECT_NE(text.find("a?[2J"), std::string::npos) << text;
   EXPECT_NE(text.find("b?c"), std::string::npos) << text;
 }
 
 TEST(TopologyText, LargestSide) {
   const wire::Topology large{{{1, "G", wire::TopologySide{65535, "P", {}}, std::nullopt}}};
-  const std::string text = topologyText(large, {});
+  const std::string text = topologyText(large, {}, {});
   EXPECT_EQ(std::ranges::count(text, '\n'), 65536);
   EXPECT_NE(text.find(" P65535 "), std::string::npos);
 }
 
 TEST(TopologyJson, IsComplete) {
-  EXPECT_EQ(nlohmann::json::parse(topologyJson(sample(), SampleLinks)), nlohmann::json::parse(R"({
+  EXPECT_EQ(nlohmann::json::parse(topologyJson(sample(), SampleLinks, {})), nlohmann::json::parse(R"({
     "groups": [
       {"id": 0, "name": "Deck", "sources": ["DeckOut1", "DeckOut2"], "sinks": []},
       {"id": 65535, "name": "Rack", "sources": null, "sinks": ["Left", "Right"]},
@@ -57,12 +57,12 @@ TEST(TopologyJson, IsComplete) {
 }
 
 TEST(TopologyJson, DeviceWithoutGroups) {
-  EXPECT_EQ(nlohmann::json::parse(topologyJson({}, {})), nlohmann::json::parse(R"({"groups": [], "connections": []})"));
+  EXPECT_EQ(nlohmann::json::parse(topologyJson({}, {}, {})), nlohmann::json::parse(R"({"groups": [], "connections": []})"));
 }
 
 TEST(TopologyJson, AnyNameIsText) {
   const wire::Topology odd{{{1, "\"\xff\\", wire::TopologySide{1, "", {"b\n"}}, std::nullopt}}};
-  const auto document = nlohmann::json::parse(topologyJson(odd, {}));
+  const auto document = nlohmann::json::parse(topologyJson(odd, {}, {}));
   EXPECT_EQ(document["groups"][0]["name"], "\"\xEF\xBF\xBD\\");
   EXPECT_EQ(document["groups"][0]["sources"][0], "b\n");
 }

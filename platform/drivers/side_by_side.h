@@ -1,0 +1,22 @@
+// Several devices as one.
+#pragma once
+
+#include <memory>
+#include <string>
+#include <vector>
+
+#include "platform/drivers/driver.h"
+
+namespace service {
+
+struct NamedDriver {
+  std::string name;  // in front of what it has for the log
+  std::unique_ptr<Driver> driver;
+};
+
+// A device with the groups of all the others: first those of the first. Groups have ids in the order of appearance, and
+// names that differ, also their ports; both are kept as long as the device lives. Connections between ports of two of
+// them are the service's to carry. Throws std::system_error when the system has no descriptor left.
+std::unique_ptr<Driver> makeSideBySide(std::vector<NamedDriver> drivers);
+
+}  // namespace service
