@@ -56,6 +56,11 @@ class TestDevice : public Driver {
   std::function<std::optional<Time>(DriverEvents&, Time)> onAdvance;
   std::function<void(DriverEvents&, PortId source, bool used, Time)> onUsed;
 
+  // Whether a connection is the other system's, and what it makes of it.
+  std::function<std::optional<wire::Status>(DriverEvents&, bool made, const Link&)> onPatch;
+
+  bool isBehind = false;
+
   // Sends what enters the sink with an index out of the source with that index, in every group.
   void beThru() {
     onDeliver = [](DriverEvents& events, PortId sink, const Message& message, Time now) {
@@ -82,6 +87,21 @@ class TestDevice : public Driver {
   }
 
   std::optional<Time> advance(Time now) override { return onAdvance ? onAdvance(*events_, now) : std::nullopt; }
+
+  std::optional<wire::Status> patch(bool made, const Link& wanted, Time /*now*/) override {
+    return onPatch ? onPatch(*events_, made, wanted) : std::nullopt;
+  }
+
+  bool behind() const override { return isBehind; }
+
+  // Ports have come or gone. Not inside an operation.
+  void change(Topology topology, Time now = {}) {
+    topology_ = std::move(topology);
+    events_->topologyChanged(now);
+  }
+
+  // To speak as the device outside of its operations, which only a test does.
+  DriverEvents& events() { return *events_; }
 
   bool remembersDeliveries = true;
 

@@ -95,5 +95,15 @@ TEST(PatchGraph, HundredThousandConnectionsOfOnePort) {
   EXPECT_TRUE(graph.links().empty());
 }
 
+TEST(PatchGraph, OrphansAreThoseOfPortsThatHaveGone) {
+  Topology topology = evenTopology(2, 2);
+  PatchGraph graph(topology, {link(out(0, 0), in(1, 0)), link(out(1, 1), in(0, 1)), link(out(0, 0), in(0, 0))});
+  EXPECT_TRUE(graph.orphans().empty());
+  topology = evenTopology(2, 1);
+  EXPECT_EQ(graph.orphans(), std::vector{link(out(1, 1), in(0, 1))});
+  topology = evenTopology(1, 1);
+  EXPECT_EQ(graph.orphans(), (std::vector{link(out(0, 0), in(1, 0)), link(out(1, 1), in(0, 1))}));
+}
+
 }  // namespace
 }  // namespace service

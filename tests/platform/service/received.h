@@ -2,6 +2,7 @@
 #pragma once
 
 #include <cstdint>
+#include <optional>
 #include <span>
 #include <string>
 #include <vector>
@@ -20,9 +21,11 @@ struct Received {
   std::uint16_t group = 0;
   Bytes message{};
   std::uint64_t lost = 0;
+  std::optional<std::uint64_t> lostBefore{};
 
-  // "1 G0Out1: 90 40", or "lost 3".
+  // "1 G0Out1: 90 40", "lost 3", or "lost before 3".
   std::string text() const {
+    if (lostBefore) return "lost before " + std::to_string(*lostBefore);
     if (lost > 0) return "lost " + std::to_string(lost);
     return std::to_string(eventPort) + ' ' + port + ':' + hexOf(message);
   }
@@ -39,8 +42,11 @@ inline std::vector<Received> readEntries(std::span<const std::uint8_t> entries) 
   std::vector<Received> all;
   wire::EventReader reader(entries);
   while (const auto entry = reader.next()) {
-    Received received{.eventPort = entry->eventPort, .port = std::string(entry->port), .lost = entry->lost};
-    if (entry->lost > 0) {
+    Received received{.eventPort = entry->eventPort,
+                      .port = std::string(entry->port),
+                      .lost = entry->lost,
+                      .lostBefore = entry->lostBefore};
+    if (entry->lost > 0 || entry->lostBefore) {
       all.push_back(received);
       continue;
     }

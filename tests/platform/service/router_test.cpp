@@ -186,5 +186,28 @@ TEST(Router, ShortRoadsCostLittleOnceALongOneWasPassed) {
   EXPECT_EQ(passed, Sinks + 1'000'001U);
 }
 
+TEST(Router, DeviceBringsMessagesAlongItsOwnConnections) {
+  Road road({link(out(0, 0), in(1, 0))});
+  road.graph.connect(link(out(0, 0), in(2, 0)), PatchGraph::Carrier::Device);
+  road.emit(out(0, 0), {0xF8});
+  EXPECT_EQ(road.trace, (Trace{"G0Out1 F8", "G1In1 F8", "deliver G1In1 F8", "G2In1 F8"}));
+}
+
+TEST(Router, WhatTheDeviceHasNotEmittedGoesAlongItsConnectionsToo) {
+  Road road({});
+  road.graph.connect(link(out(0, 0), in(2, 0)), PatchGraph::Carrier::Device);
+  const PortId source = out(0, 0);
+  road.router.pass({&source, 1}, {0, Bytes{0xF8}}, {});
+  EXPECT_EQ(road.trace, (Trace{"G0Out1 F8", "G2In1 F8", "deliver G2In1 F8"}));
+}
+
+TEST(Router, DeviceAnswersAlongItsOwnConnections) {
+  Road road({link(out(0, 0), in(1, 0))});
+  road.graph.connect(link(out(1, 0), in(2, 0)), PatchGraph::Carrier::Device);
+  road.beThru();
+  road.emit(out(0, 0), {0xF8});
+  EXPECT_EQ(road.trace, (Trace{"G0Out1 F8", "G1In1 F8", "deliver G1In1 F8", "G1Out1 F8", "G2In1 F8"}));
+}
+
 }  // namespace
 }  // namespace service

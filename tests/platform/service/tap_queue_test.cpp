@@ -163,6 +163,34 @@ TEST(TapQueue, CountsWhatIsStored) {
   EXPECT_EQ(q.queue.bytes(), 0U);
 }
 
+TEST(TapQueue, LossBeforeStandsWhereItHappened) {
+  Queue q;
+  q.add({0x90, 1, 1});
+  q.queue.addLossBefore(3);
+  q.queue.addLossBefore(4);
+  q.add({0x90, 2, 1});
+  q.queue.addLossBefore(5);
+  q.queue.addLossBefore(0);
+  q.queue.addLossBefore(6);
+  EXPECT_FALSE(q.queue.empty());
+  EXPECT_EQ(textsOf(q.take()), (Texts{"1 G0Out1: 90 01 01", "lost before 7", "1 G0Out1: 90 02 01", "lost before 0"}));
+  EXPECT_TRUE(q.queue.empty());
+  EXPECT_EQ(q.queue.lost(), 0U) << "not for want of room";
+}
+
+TEST(TapQueue, FullQueueKeepsBothKindsOfLoss) {
+  Queue q(NoteCost);
+  q.add({0x90, 1, 1});
+  q.add({0x90, 2, 1}, milliseconds(40));
+  q.queue.addLossBefore(2);
+  q.add({0x90, 3, 1}, milliseconds(80));
+  EXPECT_EQ(q.queue.bytes(), NoteCost);
+  EXPECT_EQ(textsOf(q.take(1)), Texts{"1 G0Out1: 90 01 01"});
+  EXPECT_EQ(textsOf(q.take(1)), Texts{"lost 2"});
+  EXPECT_EQ(textsOf(q.take(1)), Texts{"lost before 2"});
+  EXPECT_TRUE(q.queue.empty());
+}
+
 TEST(TapQueue, LossIsExactAndStandsWhereItHappened) {
   Queue q(3 * NoteCost);
   const auto note = [&](std::uint8_t number) { q.add({0x90, number, 1}, milliseconds(20 * number)); };

@@ -57,7 +57,8 @@ TEST(TopologyJson, IsComplete) {
 }
 
 TEST(TopologyJson, DeviceWithoutGroups) {
-  EXPECT_EQ(nlohmann::json::parse(topologyJson({}, {}, {})), nlohmann::json::parse(R"({"groups": [], "connections": []})"));
+  EXPECT_EQ(nlohmann::json::parse(topologyJson({}, {}, {})),
+            nlohmann::json::parse(R"({"groups": [], "connections": []})"));
 }
 
 TEST(TopologyJson, AnyNameIsText) {

@@ -103,6 +103,23 @@ TEST(EventEntry, LossHasItsBytes) {
   EXPECT_EQ(out.size(), LossEntryBytes);
 }
 
+TEST(EventEntry, LossBeforeHasItsBytesAndComesBack) {
+  std::vector<std::uint8_t> out;
+  appendEventEntry({.lostBefore = 0x0102030405060708}, out);
+  EXPECT_EQ(out, bytesOf("03 08 07 06 05 04 03 02 01"));
+  EXPECT_EQ(out.size(), LossEntryBytes);
+  appendEventEntry({.lostBefore = 0}, out);
+  EventReader reader(out);
+  const auto counted = reader.next();
+  const auto uncounted = reader.next();
+  ASSERT_TRUE(counted && uncounted);
+  EXPECT_EQ(counted->lostBefore, 0x0102030405060708U);
+  EXPECT_EQ(counted->lost, 0U);
+  EXPECT_EQ(uncounted->lostBefore, 0U);
+  EXPECT_FALSE(reader.next());
+  EXPECT_TRUE(reader.ok());
+}
+
 TEST(EventReader, ReadsEntriesInOrder) {
   const auto bytes = bytesOf(std::string(EntrySample) + LossSample + EntrySample);
   EventReader reader(bytes);
@@ -147,7 +164,7 @@ TEST(EventReader, MalformedEntriesAreRefusedButNotThoseBefore) {
   };
   const Case cases[] = {
       {"unknown kind", "00"},
-      {"another unknown kind", "03 01 00 00 00 00 00 00 00"},
+      {"another unknown kind", "04 01 00 00 00 00 00 00 00"},
       {"loss of nothing", "02 00 00 00 00 00 00 00 00"},
       {"event shorter than its header", "01 00 00 00 00 00 00 13 00 00 00 '1234567890123456789'"},
       {"event of 4 GiB", "01 00 00 00 00 00 00 FF FF FF FF '12345678901234567890'"},

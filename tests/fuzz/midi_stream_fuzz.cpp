@@ -1,0 +1,25 @@
+// Whatever bytes real MIDI brings, in whatever pieces: what comes out is whole messages that can be sent again.
+#include <cstddef>
+#include <cstdint>
+#include <cstdlib>
+#include <span>
+#include <vector>
+
+#include "platform/drivers/midi_stream.h"
+
+extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
+  const std::span bytes(data, size);
+  std::vector<std::uint8_t> whole;
+  std::vector<std::uint8_t> inPieces;
+  const auto collect = [](std::vector<std::uint8_t>& out) {
+    return [&out](const service::Message& message) {
+      if (service::appendMidi(message, out) != service::Sendable::Yes) std::abort();
+    };
+  };
+  service::MidiReader one;
+  one.read(bytes, collect(whole));
+  service::MidiReader other;
+  for (std::size_t at = 0; at < size; ++at) other.read(bytes.subspan(at, 1), collect(inPieces));
+  if (whole != inPieces || one.takeBroken() != other.takeBroken()) std::abort();
+  return 0;
+}

@@ -1,0 +1,89 @@
+// What a dispatcher makes of what its device tells.
+
+#include <gtest/gtest.h>
+
+#include <chrono>
+#include <string>
+#include <vector>
+
+#include "tests/platform/host/dispatcher_fixture.h"
+
+namespace host {
+namespace {
+
+TEST_F(DispatcherTest, NotesOfTheDeviceAreLogged) {
+  device_->onAdvance = [](service::DriverEvents& events, Time) -> std::optional<Time> {
+    events.noted("client \"a\x1b\" has gone");
+    events.warned("no server");
+    return std::nullopt;
+  };
+  dispatcher_->advance(Time(0));
+  EXPECT_EQ(log_, (Texts{"client \"a?\" has gone", "no server"}));
+}
+
+TEST_F(DispatcherTest, WarningsAreToldWhereThereIsNoLog) {
+  Texts warnings;
+  Dispatcher quiet(*service_, peers_, Limits{}, Log{}, [&](std::string_view line) { warnings.emplace_back(line); });
+  device_->onAdvance = [](service::DriverEvents& events, Time) -> std::optional<Time> {
+    events.noted("only noted");
+    events.warned("no\tserver");
+    return std::nullopt;
+  };
+  quiet.advance(Time(0));
+  EXPECT_EQ(warnings, Texts{"no?server"});
+}
+
+TEST_F(DispatcherTest, LossOnTheWayHereIsLoggedOnceASecondAtMost) {
+  device_->onAdvance = [](service::DriverEvents& events, Time now) -> std::optional<Time> {
+    events.lost(service::out(0, 0), 2, now);
+    return std::nullopt;
+  };
+  EXPECT_EQ(dispatcher_->advance(Time(0)), std::nullopt);
+  EXPECT_EQ(dispatcher_->advance(Time(1)), Time(std::chrono::seconds(1)));
+  EXPECT_EQ(log_, Texts{"at least 2 messages lost on the way here"});
+  dispatcher_->advance(std::chrono::seconds(1));
+  EXPECT_EQ(log_.back(), "at least 4 messages lost on the way here");
+}
+
+TEST_F(DispatcherTest, ChangesThatTheDeviceTellsOfGoOut) {
+  attach("a");
+  device_->onAdvance = [](service::DriverEvents& events, Time now) -> std::optional<Time> {
+    events.linked(service::link(service::out(0, 0), service::in(1, 0)), now);
+    return std::nullopt;
+  };
+  dispatcher_->advance(Time(0));
+  EXPECT_EQ(peers_.texts("a graph").size(), 1U);
+}
+
+TEST_F(DispatcherTest, SendersAreHeldBackWhileTheDeviceIsBehind) {
+  const std::uint64_t session = attach("a");
+  tap("a", session, "G0In1");
+  device_->isBehind = true;
+  for (std::uint8_t i = 0; i < 8; ++i) say("a control", 0, note(session, i));
+  dispatcher_->idle(Time(0));
+  EXPECT_EQ(peers_.texts("a control"), Texts{});
+  device_->isBehind = false;
+  dispatcher_->idle(Time(0));
+  EXPECT_EQ(peers_.texts("a control"), Texts{"taken 8"});
+}
+
+TEST_F(DispatcherTest, OriginalNamesAreAnswered) {
+  const std::uint64_t session = attach("a");
+  std::vector<service::Group> groups = service::evenTopology(2, 1).groups();
+  groups[1].original = "G 1";
+  groups[1].sources->originals = {"1:0 Out"};
+  device_->change(service::Topology(groups));
+  say("a control", 7, wire::AskOriginals{session});
+  const auto answers = peers_.take("a control");
+  ASSERT_EQ(answers.size(), 1U);
+  const auto envelope = wire::decode(answers[0]);
+  const auto& originals = std::get<wire::Originals>(envelope->body);
+  ASSERT_EQ(originals.groups.size(), 1U);
+  EXPECT_EQ(originals.groups[0].id, 1U);
+  EXPECT_EQ(std::string(originals.groups[0].name.begin(), originals.groups[0].name.end()), "G 1");
+  ASSERT_EQ(originals.groups[0].sources.size(), 1U);
+  EXPECT_TRUE(originals.groups[0].sinks.empty());
+}
+
+}  // namespace
+}  // namespace host

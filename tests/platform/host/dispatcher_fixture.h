@@ -1,0 +1,105 @@
+// A dispatcher whose peers are written down.
+#pragma once
+
+#include <gtest/gtest.h>
+
+#include <map>
+#include <memory>
+#include <optional>
+#include <set>
+#include <span>
+#include <string>
+#include <string_view>
+#include <utility>
+#include <vector>
+
+#include "platform/host/dispatcher.h"
+#include "tests/platform/host/message_text.h"
+#include "tests/platform/service/device.h"
+
+namespace host {
+
+using service::Bytes;
+using service::Time;
+using Texts = std::vector<std::string>;
+
+inline constexpr std::uint32_t EventPort = 1;
+inline constexpr std::uint32_t HolderBytes = 1004;
+
+class RecordingPeers : public Peers {
+ public:
+  bool send(std::string_view peer, std::span<const std::uint8_t> message) override {
+    if (unreachable.contains(peer)) return false;
+    sent_[std::string(peer)].emplace_back(message.begin(), message.end());
+    order.emplace_back(peer);
+    return true;
+  }
+
+  std::optional<int> connection() const override { return current; }
+
+  // What was sent to a peer since the last time it was asked.
+  std::vector<Bytes> take(const std::string& peer) { return std::exchange(sent_[peer], {}); }
+
+  Texts texts(const std::string& peer) {
+    Texts texts;
+    for (const Bytes& message : take(peer)) texts.push_back(messageText(message));
+    return texts;
+  }
+
+  std::set<std::string, std::less<>> unreachable;
+  Texts order;  // who was sent something, message by message
+  std::optional<int> current;
+
+ private:
+  std::map<std::string, std::vector<Bytes>> sent_;
+};
+
+class DispatcherTest : public testing::Test {
+ protected:
+  // Two groups with two sources and two sinks each; the smallest windows.
+  explicit DispatcherTest(Limits limits = {.service = {}, .eventWindow = 0, .sendWindow = 8, .graphWindow = 0}) {
+    auto device =
+        std::make_unique<service::TestDevice>(service::evenTopology(2, 2), std::vector<service::Link>{}, told_);
+    device_ = device.get();
+    service_ = std::make_unique<service::Service>(std::move(device), limits.service, Time(0));
+    dispatcher_ = std::make_unique<Dispatcher>(*service_, peers_, limits,
+                                               [this](std::string_view line) { log_.emplace_back(line); });
+  }
+
+  void say(const std::string& peer, std::uint32_t tag, const wire::Body& body) { say(peer, wire::encode(tag, body)); }
+  void say(const std::string& peer, const Bytes& bytes) { dispatcher_->receive(peer, bytes, Time(1)); }
+
+  std::uint64_t hello(const std::string& peer) {
+    say(peer, 1, wire::Hello{"test", 5});
+    const auto answers = peers_.take(peer);
+    if (answers.size() != 1) return 0;
+    const auto envelope = wire::decode(answers[0]);
+    return std::get<wire::Welcome>(envelope->body).session;
+  }
+
+  // A client with all channels, called after its peers: "a control", "a events", "a graph".
+  std::uint64_t attach(const std::string& name) {
+    const std::uint64_t session = hello(name + " control");
+    say(name + " events", 1, wire::OpenEvents{session});
+    say(name + " graph", 1, wire::OpenGraph{session});
+    peers_.take(name + " events");
+    peers_.take(name + " graph");
+    return session;
+  }
+
+  void tap(const std::string& client, std::uint64_t session, const std::string& port) {
+    say(client + " control", 2, wire::Tap{session, EventPort, HolderBytes, port});
+    EXPECT_EQ(peers_.texts(client + " control"), Texts{"2: ok at 0"});
+  }
+
+  wire::Send note(std::uint64_t session, std::uint8_t number) { return {session, EventPort, 0, {0x90, number, 0x40}}; }
+
+  service::Told told_;
+  service::TestDevice* device_ = nullptr;
+  std::unique_ptr<service::Service> service_;
+  RecordingPeers peers_;
+  Texts log_;
+  std::unique_ptr<Dispatcher> dispatcher_;
+};
+
+}  // namespace host

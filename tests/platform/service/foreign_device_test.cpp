@@ -1,0 +1,242 @@
+// The service on a device whose ports and connections are another system's.
+
+#include <gtest/gtest.h>
+
+#include <limits>
+#include <memory>
+#include <utility>
+
+#include "platform/service/service.h"
+#include "tests/platform/service/received.h"
+
+namespace service {
+namespace {
+
+using wire::Status;
+
+constexpr EventPortId One{1};
+const Bytes Note{0x90, 0x40, 0x7F};
+
+// Two groups with one port a side, whose connections within a group the service carries; those between groups are the
+// other system's.
+class ForeignDevice : public testing::Test {
+ protected:
+  ForeignDevice() {
+    auto owned = std::make_unique<TestDevice>(evenTopology(2, 1), std::vector<Link>{}, told_);
+    device_ = owned.get();
+    device_->onPatch = [](DriverEvents& events, bool made, const Link& wanted) -> std::optional<Status> {
+      if (wanted.sourceGroup == wanted.sinkGroup) return std::nullopt;
+      if (made) {
+        events.linked(wanted, {});
+      } else {
+        events.unlinked(wanted, {});
+      }
+      return Status::Ok;
+    };
+    service_ = std::make_unique<Service>(std::move(owned), Limits{}, Time{});
+    client_ = service_->addClient();
+    told_.clear();
+  }
+
+  Status tap(const char* name) { return service_->tap(client_, One, name, 1004, {}); }
+
+  Texts texts() {
+    Bytes entries;
+    service_->takeEvents(client_, std::numeric_limits<std::size_t>::max(), entries);
+    return textsOf(readEntries(entries));
+  }
+
+  Told news() { return std::exchange(told_, {}); }
+
+  // Lets the device do something, as from inside advance.
+  void act(const std::function<void(DriverEvents&)>& action) {
+    device_->onAdvance = [&](DriverEvents& events, Time) -> std::optional<Time> {
+      action(events);
+      return std::nullopt;
+    };
+    service_->advance({});
+    device_->onAdvance = nullptr;
+  }
+
+  Told told_;
+  TestDevice* device_ = nullptr;
+  std::unique_ptr<Service> service_;
+  ClientId client_{};
+};
+
+const Link Across = link(out(0, 0), in(1, 0));
+const Link Within = link(out(0, 0), in(0, 0));
+
+TEST_F(ForeignDevice, ConnectionIsTheirsAndShowsAtOnce) {
+  EXPECT_EQ(service_->connect(Across, {}), Status::Ok);
+  EXPECT_EQ(service_->links(), std::vector{Across});
+  EXPECT_EQ(service_->takeGraphChanges().size(), 1U);
+  EXPECT_EQ(news(), Told{}) << "nobody here looks on";
+  EXPECT_EQ(service_->connect(Across, {}), Status::Ok) << "stands already";
+  EXPECT_TRUE(service_->takeGraphChanges().empty());
+  EXPECT_EQ(service_->disconnect(Across, {}), Status::Ok);
+  EXPECT_TRUE(service_->links().empty());
+}
+
+TEST_F(ForeignDevice, ConnectionsOfOthersShow) {
+  act([](DriverEvents& events) {
+    events.linked(Across, {});
+    events.linked(Across, {});
+  });
+  EXPECT_EQ(service_->links(), std::vector{Across});
+  const auto changes = service_->takeGraphChanges();
+  ASSERT_EQ(changes.size(), 1U);
+  EXPECT_TRUE(changes[0].added);
+  EXPECT_EQ(changes[0].version, service_->graphVersion());
+  act([](DriverEvents& events) {
+    events.unlinked(Across, {});
+    events.unlinked(Across, {});
+  });
+  EXPECT_TRUE(service_->links().empty());
+  EXPECT_EQ(service_->takeGraphChanges().size(), 1U);
+}
+
+TEST_F(ForeignDevice, PortsThatDoNotExistAreNotAskedFor) {
+  device_->onPatch = [](DriverEvents&, bool, const Link&) -> std::optional<Status> {
+    ADD_FAILURE();
+    return Status::Ok;
+  };
+  EXPECT_EQ(service_->connect(link(out(0, 1), in(1, 0)), {}), Status::NotFound);
+  EXPECT_EQ(service_->disconnect(link(out(0, 0), in(2, 0)), {}), Status::NotFound);
+}
+
+TEST_F(ForeignDevice, RefusalOfTheOtherSystemIsTheAnswer) {
+  device_->onPatch = [](DriverEvents&, bool, const Link&) { return Status::Refused; };
+  EXPECT_EQ(service_->connect(Across, {}), Status::Refused);
+  EXPECT_TRUE(service_->links().empty());
+}
+
+TEST_F(ForeignDevice, TapOfASinkFollowsWhatIsConnectedToIt) {
+  service_->connect(Across, {});
+  EXPECT_EQ(tap("G1In1"), Status::Ok);
+  EXPECT_EQ(news(), Told{"use G0Out1"});
+  act([](DriverEvents& events) { events.emitted(out(0, 0), {3, Note}, {}); });
+  EXPECT_EQ(texts(), Texts{"1 G1In1: 90 40 7F"});
+  EXPECT_EQ(news(), Told{}) << "the other system has brought it there";
+  service_->disconnect(Across, {});
+  EXPECT_EQ(news(), Told{"unuse G0Out1"});
+  act([](DriverEvents& events) { events.linked(link(out(1, 0), in(1, 0)), {}); });
+  EXPECT_EQ(news(), Told{"use G1Out1"}) << "also what is connected later";
+  service_->untap(client_, One, "G1In1", {});
+  EXPECT_EQ(news(), Told{"unuse G1Out1"});
+}
+
+TEST_F(ForeignDevice, TapsOnBothEndsEachSeeAMessageOnce) {
+  tap("G0Out1");
+  tap("G1In1");
+  service_->connect(Across, {});
+  EXPECT_EQ(news(), Told{"use G0Out1"});
+  act([](DriverEvents& events) { events.emitted(out(0, 0), {0, Note}, {}); });
+  EXPECT_EQ(texts(), (Texts{"1 G0Out1: 90 40 7F", "1 G1In1: 90 40 7F"}));
+}
+
+TEST_F(ForeignDevice, InjectedMessageReachesTheirSinks) {
+  service_->connect(Across, {});
+  service_->inject(client_, "G0Out1", {0, Note}, {});
+  EXPECT_EQ(news(), Told{"deliver G1In1 90 40 7F"});
+}
+
+TEST_F(ForeignDevice, CarriedConnectionKeepsItsSourceInUse) {
+  service_->connect(Within, {});
+  EXPECT_EQ(news(), Told{"use G0Out1"});
+  act([](DriverEvents& events) { events.emitted(out(0, 0), {0, Note}, {}); });
+  EXPECT_EQ(news(), Told{"deliver G0In1 90 40 7F"});
+  service_->disconnect(Within, {});
+  EXPECT_EQ(news(), Told{"unuse G0Out1"});
+}
+
+TEST_F(ForeignDevice, PortThatGoesTakesItsConnectionsAndLeavesItsTaps) {
+  tap("G1Out1");
+  tap("G1In1");
+  service_->connect(Across, {});
+  service_->connect(Within, {});
+  service_->takeGraphChanges();
+  news();
+  Topology without = evenTopology(2, 1);
+  std::vector<Group> groups = without.groups();
+  groups[1].sources->names = {"G1Out1"};
+  groups[1].sources->gone = {true};
+  groups[1].sinks->names = {"G1In1"};
+  groups[1].sinks->gone = {true};
+  act([&](DriverEvents&) { device_->change(Topology(groups)); });
+  EXPECT_EQ(service_->links(), std::vector{Within});
+  const auto changes = service_->takeGraphChanges();
+  ASSERT_EQ(changes.size(), 1U);
+  EXPECT_EQ(changes[0].link, Across);
+  EXPECT_EQ(changes[0].version, service_->graphVersion());
+
+  EXPECT_EQ(tap("G1Out1"), Status::NotFound) << "who comes now finds no such port";
+  EXPECT_EQ(service_->connect(Across, {}), Status::NotFound);
+  EXPECT_EQ(service_->send(client_, One, {0, Note}, {}), Status::Ok);
+  EXPECT_EQ(texts(), Texts{}) << "nothing passes a port that has gone";
+
+  act([&](DriverEvents&) { device_->change(without); });
+  act([](DriverEvents& events) {
+    events.linked(Across, {});
+    events.emitted(out(1, 0), {0, Note}, {});
+    events.emitted(out(0, 0), {0, Note}, {});
+  });
+  EXPECT_EQ(texts(), (Texts{"1 G1Out1: 90 40 7F", "1 G1In1: 90 40 7F"})) << "taps are there again";
+}
+
+TEST_F(ForeignDevice, TapOfAPortThatHasGoneCanBeEnded) {
+  tap("G1Out1");
+  std::vector<Group> groups = evenTopology(2, 1).groups();
+  groups[1].sources->names = {"G1Out1"};
+  groups[1].sources->gone = {true};
+  act([&](DriverEvents&) { device_->change(Topology(groups)); });
+  news();
+  EXPECT_EQ(service_->untap(client_, One, "G1Out1", {}), Status::Ok);
+  EXPECT_EQ(news(), Told{"unuse G1Out1"});
+}
+
+TEST_F(ForeignDevice, LossIsToldOnceToEachWhoLooksOn) {
+  const ClientId other = service_->addClient();
+  service_->tap(other, One, "G1Out1", 1004, {});
+  tap("G0Out1");
+  tap("G1In1");
+  service_->connect(Across, {});
+  act([](DriverEvents& events) {
+    events.emitted(out(0, 0), {0, Note}, {});
+    events.lost(out(0, 0), 7, {});
+    events.emitted(out(0, 0), {0, Note}, {});
+    events.lost(out(0, 0), 0, {});
+  });
+  EXPECT_EQ(texts(), (Texts{"1 G0Out1: 90 40 7F", "1 G1In1: 90 40 7F", "lost before 7", "1 G0Out1: 90 40 7F",
+                            "1 G1In1: 90 40 7F", "lost before 0"}));
+  EXPECT_FALSE(service_->hasEvents(other));
+  EXPECT_EQ(service_->counts().lostBefore, 8U);
+  EXPECT_EQ(service_->counts().lost, 0U);
+}
+
+TEST_F(ForeignDevice, NotesWaitToBeTaken) {
+  act([](DriverEvents& events) {
+    events.noted("one");
+    events.warned("two");
+  });
+  const auto notes = service_->takeNotes();
+  ASSERT_EQ(notes.size(), 2U);
+  EXPECT_EQ(notes[0].line, "one");
+  EXPECT_FALSE(notes[0].isWarning);
+  EXPECT_EQ(notes[1].line, "two");
+  EXPECT_TRUE(notes[1].isWarning);
+  EXPECT_TRUE(service_->takeNotes().empty());
+}
+
+TEST_F(ForeignDevice, ChangeThatBeginsUseAsksToBeCalledAgain) {
+  tap("G1In1");
+  device_->onAdvance = [](DriverEvents& events, Time) -> std::optional<Time> {
+    events.linked(Across, {});
+    return std::nullopt;
+  };
+  EXPECT_EQ(service_->advance(Time(9)), Time(9));
+  EXPECT_EQ(service_->advance(Time(10)), std::nullopt);
+}
+
+}  // namespace
+}  // namespace service
