@@ -68,5 +68,39 @@ TEST(TopologyJson, AnyNameIsText) {
   EXPECT_EQ(document["groups"][0]["sources"][0], "b\n");
 }
 
+wire::Original bytes(std::string_view text) { return {text.begin(), text.end()}; }
+
+const wire::Originals SampleOriginals{{{65535, bytes("Rack 19"), {}, {bytes("20:0 L\xff"), bytes("20:1 R")}}}};
+
+TEST(TopologyText, OriginalNamesStandBesideOurs) {
+  EXPECT_EQ(topologyText(sample(), SampleLinks, SampleOriginals),
+            "GROUP  NAME  SIDE    PORT      ORIGINAL  CONNECTIONS\n"
+            "0      Deck  source  DeckOut1  -         Right\n"
+            "0      Deck  source  DeckOut2  -         Right Left\n"
+            "0      Deck  sink    -         -         -\n"
+            "65535  Rack  sink    Left      20:0 L?   DeckOut2\n"
+            "65535  Rack  sink    Right     20:1 R    DeckOut2 DeckOut1\n"
+            "7      Bare  -       -         -         -\n");
+}
+
+TEST(TopologyText, PortsThatHaveGoneAreLeftOut) {
+  wire::Topology topology = sample();
+  topology.groups[1].sinks->names[0].clear();
+  EXPECT_EQ(topologyText({{topology.groups[1]}}, {}, SampleOriginals),
+            "GROUP  NAME  SIDE  PORT   ORIGINAL  CONNECTIONS\n"
+            "65535  Rack  sink  Right  20:1 R    -\n");
+}
+
+TEST(TopologyJson, OriginalNames) {
+  wire::Topology topology{{sample().groups[1], sample().groups[2]}};
+  topology.groups[0].sinks->names[1].clear();
+  EXPECT_EQ(nlohmann::json::parse(topologyJson(topology, {}, SampleOriginals)), nlohmann::json::parse(R"({
+    "groups": [
+      {"id": 65535, "name": "Rack", "original": "Rack 19", "sources": null, "original_sources": null,
+       "sinks": ["Left"], "original_sinks": ["20:0 L\uFFFD"]},
+      {"id": 7, "name": "Bare", "sources": null, "sinks": null}],
+    "connections": []})"));
+}
+
 }  // namespace
 }  // namespace streamctl

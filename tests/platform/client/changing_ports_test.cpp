@@ -1,0 +1,187 @@
+// Patchers and taps on a device whose ports come and go.
+
+#include <gtest/gtest.h>
+#include <sys/eventfd.h>
+#include <unistd.h>
+
+#include <atomic>
+#include <functional>
+#include <memory>
+#include <string>
+#include <utility>
+#include <vector>
+
+#include "tests/platform/client/fixture.h"
+
+namespace client {
+namespace {
+
+using service::in;
+using service::link;
+using service::out;
+using StrmSrv::GroupRecord;
+using StrmSrv::Patcher;
+using StrmSrv::PortRecord;
+using Ports = std::vector<PortRecord>;
+
+// A device that does what a test hands it, on the service's thread.
+class ObeyingDevice : public service::TestDevice {
+ public:
+  explicit ObeyingDevice(service::Told& told) : TestDevice(service::evenTopology(0, 0), {}, told) {}
+  ~ObeyingDevice() override { close(wake_); }
+
+  // Returns when it is done and the service has dealt with it.
+  void act(const std::function<void(ObeyingDevice&)>& action) {
+    action_ = &action;
+    eventfd_write(wake_, 1);
+    const testsupport::Deadline deadline(Patience);
+    while (action_ != nullptr && !deadline.passed()) usleep(100);
+    EXPECT_EQ(action_, nullptr);
+  }
+
+  int descriptor() const override { return wake_; }
+
+  std::optional<service::Time> advance(service::Time now) override {
+    // The turn after it, so that the news are on their way.
+    if (std::exchange(acted_, false)) action_ = nullptr;
+    eventfd_t wakes = 0;
+    if (eventfd_read(wake_, &wakes) != 0) return std::nullopt;
+    (*action_.load())(*this);
+    acted_ = true;
+    return now;
+  }
+
+ private:
+  int wake_ = eventfd(0, EFD_CLOEXEC | EFD_NONBLOCK);
+  std::atomic<const std::function<void(ObeyingDevice&)>*> action_{nullptr};
+  bool acted_ = false;
+};
+
+using Names = std::vector<std::string>;
+
+// A group whose sources are called so; an empty name stands for one that has gone.
+service::Group group(std::uint16_t id, const std::string& name, const Names& sources, const Names& sinks) {
+  const auto side = [](const Names& names, const std::string& front) {
+    service::SideOfGroup made{static_cast<std::uint16_t>(names.size()), "", names};
+    for (std::size_t at = 0; at < names.size(); ++at) {
+      made.gone.push_back(names[at].empty());
+      if (names[at].empty()) made.names[at] = front + std::to_string(at);
+    }
+    return made;
+  };
+  service::Group made{id, name, std::nullopt, std::nullopt};
+  if (!sources.empty()) made.sources = side(sources, name + "GoneOut");
+  if (!sinks.empty()) made.sinks = side(sinks, name + "GoneIn");
+  return made;
+}
+
+class ChangingPorts : public testing::Test {
+ protected:
+  ChangingPorts() {
+    auto device = std::make_unique<ObeyingDevice>(told_);
+    device_ = device.get();
+    service_ = std::make_shared<host::EmbeddedService>(std::move(device));
+    shareService("embedded:test", service_);
+  }
+
+  void setPorts(const std::vector<service::Group>& groups) {
+    device_->act([&](ObeyingDevice& device) { device.change(service::Topology(groups)); });
+  }
+
+  void connectPorts(const service::Link& made) {
+    device_->act([&](ObeyingDevice& device) { device.events().linked(made, {}); });
+  }
+
+  service::Told told_;
+  ObeyingDevice* device_ = nullptr;
+  std::shared_ptr<host::EmbeddedService> service_;
+  EndpointVariable endpoint_{"embedded:test"};
+};
+
+TEST_F(ChangingPorts, ListsHaveNoGaps) {
+  setPorts({group(0, "A", {"a", "", "c"}, {""}), group(1, "B", {""}, {"x"}), group(2, "C", {""}, {""})});
+  EvtSrv::EventPortManager manager(EvtSrv::ConBehave_Default, true);
+  Patcher patcher(manager, 0);
+  EXPECT_EQ(patcher.sourceGroups(), (std::vector<GroupRecord>{{0, 2}}));
+  EXPECT_EQ(patcher.sinkGroups(), (std::vector<GroupRecord>{{1, 1}}));
+  EXPECT_EQ(patcher.makeStreamPortName(0, 0, 0, 0), "a");
+  EXPECT_EQ(patcher.makeStreamPortName(0, 0, 1, 0), "c");
+  EXPECT_NE(patcher.makeStreamPortName(0, 0, 2, 0), "AGoneOut1");
+
+  EXPECT_EQ(patcher.connect(0, 1, 1, 0), StrmSrv::StrmRes_Success) << "c to x";
+  Ports ports;
+  patcher.getConnectSourcePorts(1, 0, ports);
+  EXPECT_EQ(ports, (Ports{{0, 1}}));
+  patcher.getConnectSinkPorts(0, 1, ports);
+  EXPECT_EQ(ports, (Ports{{1, 0}}));
+  EXPECT_EQ(patcher.connect(0, 2, 1, 0), StrmSrv::StrmRes_NotFound);
+  EXPECT_EQ(patcher.disconnect(0, 1, 1, 0), StrmSrv::StrmRes_Success);
+  patcher.getConnectSinkPorts(0, 1, ports);
+  EXPECT_EQ(ports, Ports{});
+}
+
+TEST_F(ChangingPorts, PortsThatComeLaterAreNamedWhereTheyAreConnected) {
+  setPorts({group(0, "A", {"a"}, {})});
+  EvtSrv::EventPortManager manager(EvtSrv::ConBehave_Default, true);
+  Patcher patcher(manager, 0);
+  setPorts({group(0, "A", {"a"}, {}), group(3, "Later", {}, {"l0", "l1"})});
+  connectPorts(link(out(0, 0), in(3, 1)));
+  Ports ports;
+  patcher.getConnectSinkPorts(0, 0, ports);
+  ASSERT_EQ(ports, (Ports{{3, 1}}));
+  EXPECT_EQ(patcher.makeStreamPortName(0, 3, 1, 1), "l1");
+  EXPECT_STREQ(StrmSrv::GroupNameTable[3], "Later");
+  EXPECT_EQ(patcher.sinkGroups(), std::vector<GroupRecord>{}) << "the lists are those of the beginning";
+  EXPECT_EQ(patcher.disconnect(0, 0, 3, 1), StrmSrv::StrmRes_Success);
+}
+
+TEST_F(ChangingPorts, PortThatHasGoneKeepsItsNameAndHasNoConnections) {
+  setPorts({group(0, "A", {"a", "b"}, {"x"})});
+  connectPorts(link(out(0, 0), in(0, 0)));
+  EvtSrv::EventPortManager manager(EvtSrv::ConBehave_Default, true);
+  Patcher patcher(manager, 0);
+  Ports ports;
+  patcher.getConnectSinkPorts(0, 0, ports);
+  EXPECT_EQ(ports, (Ports{{0, 0}}));
+  setPorts({group(0, "A", {"", "b"}, {"x"})});
+  patcher.getConnectSinkPorts(0, 0, ports);
+  EXPECT_EQ(ports, Ports{});
+  EXPECT_EQ(patcher.makeStreamPortName(0, 0, 0, 0), "a");
+  EXPECT_EQ(patcher.connect(0, 0, 0, 0), StrmSrv::StrmRes_NotFound);
+  EXPECT_EQ(patcher.connect(0, 1, 0, 0), StrmSrv::StrmRes_Success);
+}
+
+TEST_F(ChangingPorts, TapComesBackWithItsPort) {
+  setPorts({group(0, "A", {"a"}, {})});
+  EvtSrv::EventPortManager manager(EvtSrv::ConBehave_Default, true);
+  RecordingPort port(manager);
+  ASSERT_EQ(port.tap("a"), EvtSrv::EvtRes_Success);
+  setPorts({group(0, "A", {""}, {})});
+  setPorts({group(0, "A", {"a"}, {})});
+  const std::vector<std::uint8_t> note{0x90, 1, 2};
+  device_->act([&](ObeyingDevice& device) { device.events().emitted(out(0, 0), {3, note}, {}); });
+  EXPECT_TRUE(receiveUntil(manager, [&] { return !port.texts.empty(); }));
+  EXPECT_EQ(port.texts, Names{"a: 1 2 3"});
+}
+
+TEST_F(ChangingPorts, LossOnTheWayToTheServiceIsTold) {
+  setPorts({group(0, "A", {"a"}, {})});
+  EvtSrv::EventPortManager manager(EvtSrv::ConBehave_Default, true);
+  RecordingPort port(manager);
+  ASSERT_EQ(port.tap("a"), EvtSrv::EvtRes_Success);
+  testing::internal::CaptureStderr();
+  const std::vector<std::uint8_t> note{0x90, 1, 2};
+  device_->act([&](ObeyingDevice& device) {
+    device.events().lost(out(0, 0), 5, {});
+    device.events().emitted(out(0, 0), {3, note}, {});
+    device.events().lost(out(0, 0), 0, {});
+    device.events().emitted(out(0, 0), {3, note}, {});
+  });
+  EXPECT_TRUE(receiveUntil(manager, [&] { return port.texts.size() == 2; }));
+  EXPECT_EQ(testing::internal::GetCapturedStderr(),
+            "evtsrv: 5 messages lost on the way to the service\n"
+            "evtsrv: messages lost on their way to the service, nobody knows how many\n");
+}
+
+}  // namespace
+}  // namespace client

@@ -1,0 +1,173 @@
+#include "platform/drivers/side_by_side.h"
+
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+#include <poll.h>
+#include <sys/eventfd.h>
+#include <unistd.h>
+
+#include <string>
+#include <utility>
+
+#include "tests/platform/service/device.h"
+
+namespace service {
+namespace {
+
+using testing::ElementsAre;
+using testing::IsEmpty;
+
+// Everything a driver tells, as text.
+class Teller : public DriverEvents {
+ public:
+  void emitted(PortId source, const Message& message, Time /*now*/) override {
+    told.push_back("emitted " + text(source) + " " + std::to_string(message.group) + hexOf(message.bytes));
+  }
+  void linked(const Link& link, Time /*now*/) override { told.push_back("linked " + text(link)); }
+  void unlinked(const Link& link, Time /*now*/) override { told.push_back("unlinked " + text(link)); }
+  void topologyChanged(Time /*now*/) override { told.emplace_back("changed"); }
+  void lost(PortId source, std::uint64_t count, Time /*now*/) override {
+    told.push_back("lost " + text(source) + " " + std::to_string(count));
+  }
+  void noted(std::string_view line) override { told.push_back("noted " + std::string(line)); }
+  void warned(std::string_view line) override { told.push_back("warned " + std::string(line)); }
+
+  static std::string text(PortId port) {
+    return std::to_string(port.group) + (port.side == Side::Source ? ">" : "<") + std::to_string(port.index);
+  }
+  static std::string text(const Link& link) { return text(link.source()) + " " + text(link.sink()); }
+
+  Told told;
+};
+
+class PolledDevice : public TestDevice {
+ public:
+  using TestDevice::TestDevice;
+  int descriptor() const override { return polled; }
+  int polled = -1;
+};
+
+// Two devices of two groups, which call their groups and ports alike.
+class SideBySideTest : public testing::Test {
+ protected:
+  SideBySideTest() {
+    auto one = std::make_unique<PolledDevice>(evenTopology(2, 1), std::vector{link(out(0, 0), in(1, 0))}, toldOne_);
+    auto two = std::make_unique<PolledDevice>(evenTopology(2, 1), std::vector{link(out(1, 0), in(0, 0))}, toldTwo_);
+    one_ = one.get();
+    two_ = two.get();
+    two_->polled = eventfd(0, EFD_CLOEXEC);
+    std::vector<NamedDriver> drivers;
+    drivers.push_back({"one", std::move(one)});
+    drivers.push_back({"two", std::move(two)});
+    joint_ = makeSideBySide(std::move(drivers));
+    joint_->start(teller_, {});
+    toldOne_.clear();
+    toldTwo_.clear();
+  }
+  ~SideBySideTest() override { close(two_->polled); }
+
+  bool isReadable() const {
+    pollfd readable{joint_->descriptor(), POLLIN, 0};
+    return poll(&readable, 1, 0) == 1;
+  }
+
+  Told toldOne_;
+  Told toldTwo_;
+  PolledDevice* one_ = nullptr;
+  PolledDevice* two_ = nullptr;
+  Teller teller_;
+  std::unique_ptr<Driver> joint_;
+};
+
+TEST_F(SideBySideTest, GroupsStandSideBySideUnderNamesThatDiffer) {
+  const Topology& topology = joint_->topology();
+  ASSERT_EQ(topology.groups().size(), 4U);
+  EXPECT_EQ(topology.groups()[1].name, "G1");
+  EXPECT_EQ(topology.groups()[2].name, "G0_2");
+  EXPECT_EQ(topology.groups()[3].id, 3U);
+  EXPECT_EQ(topology.name(out(0, 0)), "G0Out1");
+  EXPECT_EQ(topology.name(out(2, 0)), "G0Out1_2");
+  EXPECT_EQ(topology.port("G1In1_2"), in(3, 0));
+  EXPECT_THAT(joint_->initialLinks(), ElementsAre(link(out(0, 0), in(1, 0)), link(out(3, 0), in(2, 0))));
+}
+
+TEST_F(SideBySideTest, EachIsToldOfItsOwnPortsInItsOwnWords) {
+  const Bytes note{0x90, 1, 2};
+  joint_->deliver(in(3, 0), {5, note}, {});
+  joint_->setUsed(out(0, 0), true, {});
+  joint_->setUsed(out(2, 0), false, {});
+  EXPECT_EQ(toldOne_, Told{"use G0Out1"});
+  EXPECT_EQ(toldTwo_, (Told{"deliver G1In1 90 01 02", "unuse G0Out1"}));
+}
+
+TEST_F(SideBySideTest, WhatTheyTellComesInTheWordsOfAll) {
+  const Bytes note{0x90, 1, 2};
+  one_->events().emitted(out(1, 0), {5, note}, {});
+  two_->events().emitted(out(1, 0), {5, note}, {});
+  two_->events().linked(link(out(0, 0), in(1, 0)), {});
+  two_->events().unlinked(link(out(0, 0), in(1, 0)), {});
+  two_->events().lost(out(0, 0), 9, {});
+  two_->events().noted("a line");
+  one_->events().warned("another");
+  EXPECT_EQ(teller_.told, (Told{"emitted 1>0 5 90 01 02", "emitted 3>0 5 90 01 02", "linked 2>0 3<0",
+                                "unlinked 2>0 3<0", "lost 2>0 9", "noted two: a line", "warned one: another"}));
+}
+
+TEST_F(SideBySideTest, ConnectionsAreTheirsOnlyWithinOne) {
+  const auto patched = [](Told& told) {
+    return [&told](DriverEvents&, bool made, const Link& wanted) {
+      told.push_back((made ? "make " : "end ") + Teller::text(wanted));
+      return wire::Status::Ok;
+    };
+  };
+  one_->onPatch = patched(toldOne_);
+  two_->onPatch = patched(toldTwo_);
+  EXPECT_EQ(joint_->patch(true, link(out(3, 0), in(2, 0)), {}), wire::Status::Ok);
+  EXPECT_EQ(joint_->patch(false, link(out(0, 0), in(1, 0)), {}), wire::Status::Ok);
+  EXPECT_EQ(joint_->patch(true, link(out(0, 0), in(2, 0)), {}), std::nullopt);
+  EXPECT_EQ(toldOne_, Told{"end 0>0 1<0"});
+  EXPECT_EQ(toldTwo_, Told{"make 1>0 0<0"});
+}
+
+TEST_F(SideBySideTest, GroupsThatComeLaterStandBehindAllOthers) {
+  std::vector<Group> groups = evenTopology(3, 1).groups();
+  groups[0].sinks->names = {"G0In1"};
+  groups[0].sinks->gone = {true};
+  one_->change(Topology(groups));
+  EXPECT_EQ(teller_.told, Told{"changed"});
+  const Topology& topology = joint_->topology();
+  ASSERT_EQ(topology.groups().size(), 5U);
+  EXPECT_EQ(topology.groups()[4].name, "G2");
+  EXPECT_EQ(topology.name(out(2, 0)), "G0Out1_2") << "as before";
+  EXPECT_FALSE(topology.exists(in(0, 0)));
+  EXPECT_EQ(topology.place("G0In1"), in(0, 0));
+  joint_->setUsed(out(4, 0), true, {});
+  EXPECT_EQ(toldOne_, Told{"use G2Out1"});
+  EXPECT_THAT(toldTwo_, IsEmpty());
+}
+
+TEST_F(SideBySideTest, IsReadableAndBehindWhenAnyIs) {
+  EXPECT_FALSE(isReadable());
+  eventfd_write(two_->polled, 1);
+  EXPECT_TRUE(isReadable());
+  EXPECT_FALSE(joint_->behind());
+  two_->isBehind = true;
+  EXPECT_TRUE(joint_->behind());
+}
+
+TEST_F(SideBySideTest, AdvancesAllAndWantsTheEarliest) {
+  one_->onAdvance = [](DriverEvents&, Time) { return Time(30); };
+  EXPECT_EQ(joint_->advance({}), Time(30));
+  two_->onAdvance = [](DriverEvents&, Time) { return Time(20); };
+  EXPECT_EQ(joint_->advance({}), Time(20));
+}
+
+TEST(SideBySide, WithoutDescriptorsThereIsNone) {
+  Told told;
+  std::vector<NamedDriver> drivers;
+  drivers.push_back({"one", std::make_unique<TestDevice>(evenTopology(1, 1), std::vector<Link>{}, told)});
+  EXPECT_EQ(makeSideBySide(std::move(drivers))->descriptor(), -1);
+}
+
+}  // namespace
+}  // namespace service
