@@ -11,6 +11,7 @@
 #include <variant>
 #include <zmq.hpp>
 
+#include "platform/host/devices.h"
 #include "platform/host/embedded_service.h"
 #include "platform/host/host.h"
 #include "tests/support/scratch_folder.h"
