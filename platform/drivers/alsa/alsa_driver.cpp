@@ -1,0 +1,188 @@
+#include "platform/drivers/alsa/alsa_driver.h"
+
+#include <algorithm>
+#include <exception>
+#include <iterator>
+#include <set>
+#include <utility>
+
+#include "platform/drivers/alsa/alsa_output.h"
+#include "platform/drivers/alsa/announcements.h"
+#include "platform/drivers/alsa/descriptor_set.h"
+#include "platform/drivers/alsa/event_drain.h"
+#include "platform/drivers/alsa/presence.h"
+#include "platform/drivers/alsa/sequencer_view.h"
+#include "platform/drivers/alsa/tap_set.h"
+#include "platform/drivers/port_book.h"
+
+namespace service {
+namespace alsa {
+namespace {
+
+// More than a second of what a fast machine can flood us with.
+constexpr std::size_t MostBytesOfQueue = 32U << 20U;
+
+constexpr int MostEventsInOnePiece = 1'000;
+
+class AlsaDriver : public Driver {
+ public:
+  AlsaDriver()
+      : control_("flowscope"),
+        drain_(MostBytesOfQueue),
+        output_(control_),
+        taps_(drain_, book_),
+        ready_{control_.descriptor(), drain_.descriptor()} {
+    // Before the first reading, so that no change falls between the two.
+    listenToAnnouncements(control_);
+    const SequencerView view = readSequencer(control_);
+    book_.update(view.clients);
+    presence_.update(view.clients);
+  }
+
+  const Topology& topology() const override { return book_.topology(); }
+  const std::vector<Link>& initialLinks() const override { return noLinks_; }
+
+  void start(DriverEvents& events, Time now) override {
+    events_ = &events;
+    readAll(now);
+  }
+
+  void deliver(PortId sink, const Message& message, Time now) override {
+    if (const auto key = book_.key(sink)) output_.send(addressOf(*key), message, now);
+  }
+
+  void setUsed(PortId source, bool used, Time /*now*/) override { taps_.setUsed(source, used, *events_); }
+
+  std::optional<Time> advance(Time now) override;
+  std::optional<wire::Status> patch(bool made, const Link& link, Time now) override;
+  int descriptor() const override { return ready_.descriptor(); }
+  bool behind() const override { return output_.behind(); }
+
+ private:
+  std::optional<Link> linkOf(const Subscription& subscription) const;
+  void readAll(Time now);
+  void readOne(const Subscription& subscription, Time now);
+  bool takeEvents(Time now);
+
+  Sequencer control_;  // asks, connects, sends, and hears announcements
+  EventDrain drain_;
+  PortBook book_;
+  Presence presence_;
+  AlsaOutput output_;
+  TapSet taps_;
+  DescriptorSet ready_;
+  const std::vector<Link> noLinks_;
+  DriverEvents* events_ = nullptr;
+  std::set<Link> links_;  // as told
+  Changes changes_;       // announced since
+  Changes due_;           // that are looked at when batch_ has been taken
+  std::vector<QueuedEvent> batch_;
+  std::size_t taken_ = 0;  // of batch_
+};
+
+std::optional<Link> AlsaDriver::linkOf(const Subscription& subscription) const {
+  const auto source = book_.place(keyOf(subscription.sender), Side::Source);
+  const auto sink = book_.place(keyOf(subscription.receiver), Side::Sink);
+  if (!source || !sink) return std::nullopt;
+  return Link{source->group, source->index, sink->group, sink->index};
+}
+
+// Tells the difference between what stands now and what has been told.
+void AlsaDriver::readAll(Time now) {
+  const SequencerView view = readSequencer(control_);
+  if (book_.update(view.clients)) events_->topologyChanged(now);
+  for (const std::string& line : presence_.update(view.clients)) events_->noted(line);
+  output_.setReceivers(view.receivers, now);
+  std::set<Link> standing;
+  for (const Subscription& subscription : view.subscriptions) {
+    if (const auto link = linkOf(subscription)) standing.insert(*link);
+  }
+  const std::set<Link> told = std::exchange(links_, standing);
+  for (const Link& link : told) {
+    // Those of ports that have gone have ended with them.
+    const bool exist = topology().exists(link.source()) && topology().exists(link.sink());
+    if (!standing.contains(link) && exist) events_->unlinked(link, now);
+  }
+  for (const Link& link : standing) {
+    if (!told.contains(link)) events_->linked(link, now);
+  }
+  taps_.refresh(*events_);
+}
+
+void AlsaDriver::readOne(const Subscription& subscription, Time now) {
+  const auto link = linkOf(subscription);
+  if (!link) return;
+  if (control_.stands(subscription)) {
+    if (links_.insert(*link).second) events_->linked(*link, now);
+  } else if (links_.erase(*link) != 0) {
+    events_->unlinked(*link, now);
+  }
+}
+
+std::optional<Time> AlsaDriver::advance(Time now) {
+  readAnnouncements(control_, changes_);
+  const bool begun = taken_ < batch_.size();
+  // What a source has emitted before it left comes before its leaving.
+  if (!begun && changes_.any()) drain_.catchUp();
+  const bool changed = !begun && changes_.any();
+  if (!begun) {
+    batch_ = drain_.take();
+    taken_ = 0;
+    due_ = changed ? std::exchange(changes_, {}) : Changes{};
+  }
+  const bool more = takeEvents(now);
+  if (!more && due_.any()) {
+    const Changes due = std::exchange(due_, {});
+    if (due.ports) {
+      readAll(now);
+    } else {
+      for (const Subscription& subscription : due.subscriptions) readOne(subscription, now);
+      taps_.refresh(*events_);
+    }
+  }
+  const auto next = output_.advance(*events_, now);
+  return more || changes_.any() ? std::optional(now) : next;
+}
+
+// Answers whether some of the batch is left.
+bool AlsaDriver::takeEvents(Time now) {
+  const std::size_t end = std::min(batch_.size(), taken_ + MostEventsInOnePiece);
+  for (; taken_ < end; ++taken_) taps_.take(batch_[taken_], *events_, now);
+  return taken_ < batch_.size();
+}
+
+std::optional<wire::Status> AlsaDriver::patch(bool made, const Link& link, Time now) {
+  const auto source = book_.key(link.source());
+  const auto sink = book_.key(link.sink());
+  if (!source || !sink) return wire::Status::NotFound;
+  const Subscription subscription{addressOf(*source), addressOf(*sink)};
+  const int code = made ? control_.subscribe(subscription) : control_.unsubscribe(subscription);
+  const bool stood = links_.contains(link);
+  readOne(subscription, now);
+  if (made) {
+    if (links_.contains(link)) return wire::Status::Ok;
+    events_->noted("cannot connect \"" + topology().name(link.source()) + "\" to \"" + topology().name(link.sink()) +
+                   "\": " + errorText(code));
+    return wire::Status::Refused;
+  }
+  if (links_.contains(link)) return wire::Status::Refused;
+  return code >= 0 || stood ? wire::Status::Ok : wire::Status::NotFound;
+}
+
+// The library writes to standard error, which belongs to the program.
+void sayNothing(const char* /*file*/, int /*line*/, const char* /*function*/, int /*code*/, const char* /*format*/,
+                ...) {}
+
+}  // namespace
+}  // namespace alsa
+
+std::variant<std::unique_ptr<Driver>, std::string> openAlsa() {
+  snd_lib_error_set_handler(alsa::sayNothing);
+  try {
+    return std::make_unique<alsa::AlsaDriver>();
+  } catch (const std::exception& problem) {
+    return std::string(problem.what());
+  }
+}
+
+}  // namespace service

@@ -1,0 +1,115 @@
+#include "platform/drivers/alsa/alsa_output.h"
+
+#include <algorithm>
+#include <chrono>
+#include <string>
+#include <utility>
+#include <vector>
+
+#include "platform/drivers/midi_stream.h"
+
+namespace service::alsa {
+namespace {
+
+// A receiver that reads at all makes room within this time; one that is slow is asked more seldom.
+constexpr Time ShortestPause = std::chrono::milliseconds(1);
+constexpr Time LongestPause = std::chrono::milliseconds(16);
+
+constexpr std::size_t BehindBytes = 64U << 10U;
+
+// Senders are held back long before; what other devices emit cannot be.
+constexpr std::size_t MostBytesOfSink = 8U << 20U;
+
+std::string toPort(const Receiver& receiver, const char* rest) { return "for \"" + receiver.text + "\" " + rest; }
+
+}  // namespace
+
+AlsaOutput::AlsaOutput(Sequencer& sequencer)
+    : sequencer_(sequencer), port_(sequencer.createPort("out", SND_SEQ_PORT_CAP_READ)) {}
+
+void AlsaOutput::send(Address to, const Message& message, Time now) {
+  const auto receiver = receivers_.find(to);
+  if (receiver == receivers_.end()) return;
+  std::vector<std::uint8_t> bytes;
+  const Sendable sendable = appendMidi(message, bytes);
+  if (sendable != Sendable::Yes) {
+    log_.add(toPort(receiver->second, sendable == Sendable::NoSuchChannel
+                                          ? "not sent: there are no more than 16 channels"
+                                          : "not sent: what was to go is not one MIDI message"),
+             1, now);
+    return;
+  }
+  Sink& sink = sinks_.try_emplace(to, Sink{SinkQueue(port_, to, receiver->second)}).first->second;
+  if (sink.queue.bytes() + bytes.size() > MostBytesOfSink) {
+    log_.add(toPort(receiver->second, "not sent: too much waits for it"), 1, now);
+    return;
+  }
+  sink.queue.add(std::move(bytes));
+  if (sink.queue.messages() == 1) go(sink, now);
+}
+
+void AlsaOutput::setReceivers(const std::map<Address, Receiver>& receivers, Time now) {
+  receivers_ = receivers;
+  for (auto sink = sinks_.begin(); sink != sinks_.end();) {
+    auto& queue = sink->second.queue;
+    const auto found = receivers_.find(sink->first);
+    if (found != receivers_.end() && found->second == queue.receiver()) {
+      queue.reopen();
+      ++sink;
+      continue;
+    }
+    drop(queue, now);
+    sink = sinks_.erase(sink);
+  }
+}
+
+std::optional<Time> AlsaOutput::advance(DriverEvents& events, Time now) {
+  std::optional<Time> next;
+  const auto wants = [&](Time time) { next = next ? std::min(*next, time) : time; };
+  for (auto& [address, sink] : sinks_) {
+    if (sink.queue.messages() == 0) continue;
+    if (sink.retry <= now) go(sink, now);
+    if (sink.queue.messages() != 0) wants(sink.retry);
+  }
+  if (const auto line = log_.advance(now, [&](std::string_view text) { events.noted(text); })) wants(*line);
+  return next;
+}
+
+bool AlsaOutput::behind() const {
+  std::size_t bytes = 0;
+  for (const auto& [address, sink] : sinks_) bytes += sink.queue.bytes();
+  return bytes > BehindBytes;
+}
+
+void AlsaOutput::drop(SinkQueue& queue, Time now) {
+  if (queue.messages() != 0) log_.add(toPort(queue.receiver(), "not sent: it has gone"), queue.messages(), now);
+}
+
+void AlsaOutput::go(Sink& sink, Time now) {
+  for (;;) {
+    const std::size_t before = sink.queue.bytes();
+    const SinkQueue::Progress progress = sink.queue.send(sequencer_, encoder_);
+    switch (progress) {
+      case SinkQueue::Progress::Refused:
+        log_.add(toPort(sink.queue.receiver(), ("not sent: " + errorText(sink.queue.code())).c_str()), 1, now);
+        continue;
+      case SinkQueue::Progress::Gone:
+        drop(sink.queue, now);
+        sink.queue.clear();
+        return;
+      case SinkQueue::Progress::Done:
+        sink.pause = {};
+        return;
+      case SinkQueue::Progress::More:
+        sink.retry = now;
+        return;
+      case SinkQueue::Progress::Full:
+        sink.pause =
+            sink.queue.bytes() != before ? ShortestPause : std::clamp(2 * sink.pause, ShortestPause, LongestPause);
+        sink.retry = now + sink.pause;
+        return;
+    }
+  }
+}
+
+}  // namespace service::alsa

@@ -1,0 +1,52 @@
+// The way out to the sequencer.
+#pragma once
+
+#include <map>
+#include <optional>
+
+#include "platform/drivers/alsa/burst_log.h"
+#include "platform/drivers/alsa/sequencer.h"
+#include "platform/drivers/alsa/sequencer_view.h"
+#include "platform/drivers/alsa/sink_queue.h"
+#include "platform/drivers/driver.h"
+
+namespace service::alsa {
+
+// Sends messages to ports, each to that port only. What a port has no room for waits, in order, and holds up no other
+// port. What is not sent is counted and noted.
+class AlsaOutput {
+ public:
+  // sequencer: sends, and lives longer. Throws SequencerError.
+  explicit AlsaOutput(Sequencer& sequencer);
+
+  // Sends, or keeps until advance.
+  void send(Address to, const Message& message, Time now);
+
+  // Who is there now. What waits for others is dropped.
+  void setReceivers(const std::map<Address, Receiver>& receivers, Time now);
+
+  // Sends what waits; answers when to call again.
+  std::optional<Time> advance(DriverEvents& events, Time now);
+
+  // True while so much waits that senders are to be held back.
+  bool behind() const;
+
+ private:
+  struct Sink {
+    SinkQueue queue;
+    Time retry{};  // not before
+    Time pause{};  // how long it will be given then
+  };
+
+  void drop(SinkQueue& queue, Time now);
+  void go(Sink& sink, Time now);
+
+  Sequencer& sequencer_;
+  const Address port_;
+  EventEncoder encoder_;
+  std::map<Address, Receiver> receivers_;
+  std::map<Address, Sink> sinks_;  // those to which something waits to go, or has gone
+  BurstLog log_;
+};
+
+}  // namespace service::alsa

@@ -1,0 +1,103 @@
+#include "platform/drivers/alsa/event_drain.h"
+
+#include <poll.h>
+#include <pthread.h>
+
+#include <array>
+#include <cerrno>
+#include <csignal>
+
+namespace service::alsa {
+namespace {
+
+// SNDRV_SEQ_MAX_CLIENT_EVENTS of the kernel. Asked for more it keeps its 200 without a word.
+constexpr std::size_t PoolCells = 2'000;
+
+constexpr int MostInOnePiece = 4'000;
+
+// Handlers belong to the program's own threads.
+void takeNoSignals() {
+  sigset_t most;
+  sigfillset(&most);
+  for (const int fault : {SIGSEGV, SIGBUS, SIGFPE, SIGILL, SIGABRT, SIGTRAP, SIGSYS}) sigdelset(&most, fault);
+  pthread_sigmask(SIG_SETMASK, &most, nullptr);
+}
+
+}  // namespace
+
+EventDrain::EventDrain(std::size_t mostBytes)
+    : sequencer_("flowscope taps"),
+      // Others may see who listens, but not subscribe to it.
+      port_(sequencer_.createPort("taps", SND_SEQ_PORT_CAP_WRITE)),
+      queue_(mostBytes) {
+  if (const int code = snd_seq_set_client_pool_input(sequencer_.handle(), PoolCells); code < 0) {
+    throw SequencerError("cannot get room for events from the ALSA sequencer", code);
+  }
+  snd_seq_set_input_buffer_size(sequencer_.handle(), PoolCells * sizeof(snd_seq_event_t));
+  sigset_t before;
+  sigset_t all;
+  sigfillset(&all);
+  pthread_sigmask(SIG_SETMASK, &all, &before);
+  try {
+    thread_ = std::thread([this] { run(); });
+  } catch (...) {
+    pthread_sigmask(SIG_SETMASK, &before, nullptr);
+    throw;
+  }
+  pthread_sigmask(SIG_SETMASK, &before, nullptr);
+}
+
+EventDrain::~EventDrain() {
+  stop_.raise();
+  thread_.join();
+}
+
+std::vector<QueuedEvent> EventDrain::take() {
+  // Before taking: what comes in between raises it again.
+  wakeup_.clear();
+  return queue_.take();
+}
+
+void EventDrain::catchUp() {
+  wanted_ = true;
+  const std::lock_guard lock(reading_);
+  wanted_ = false;
+  readSome();
+}
+
+// Answers false when there is no more to come, ever.
+bool EventDrain::readSome() {
+  bool any = false;
+  int code = 0;
+  for (int read = 0; read < MostInOnePiece; ++read) {
+    snd_seq_event_t* event = nullptr;
+    code = snd_seq_event_input(sequencer_.handle(), &event);
+    if (code == -ENOSPC) {
+      queue_.addOverflow();
+    } else if (code == -EINTR) {
+      continue;
+    } else if (code < 0) {
+      break;
+    } else {
+      queue_.add(*event);
+    }
+    any = true;
+  }
+  if (any) wakeup_.raise();
+  return code >= 0 || code == -EAGAIN || code == -EINTR || code == -ENOSPC;
+}
+
+void EventDrain::run() {
+  takeNoSignals();
+  pthread_setname_np(pthread_self(), "alsa-drain");
+  std::array<pollfd, 2> polled{pollfd{sequencer_.descriptor(), POLLIN, 0}, pollfd{stop_.descriptor(), POLLIN, 0}};
+  for (bool goesOn = true; goesOn;) {
+    if (poll(polled.data(), polled.size(), -1) < 0 && errno != EINTR) return;
+    if (polled[1].revents != 0) return;
+    while (wanted_) std::this_thread::yield();
+    const std::lock_guard lock(reading_);
+    goesOn = readSome();
+  }
+}
+
+}  // namespace service::alsa

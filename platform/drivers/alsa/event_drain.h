@@ -1,0 +1,52 @@
+// Empties what arrives from the sequencer before the kernel has to drop it.
+#pragma once
+
+#include <atomic>
+#include <mutex>
+#include <thread>
+#include <vector>
+
+#include "platform/drivers/alsa/event_queue.h"
+#include "platform/drivers/alsa/sequencer.h"
+#include "platform/drivers/alsa/wakeup.h"
+
+namespace service::alsa {
+
+// A client with one port to which sources are subscribed, and a thread that does nothing but read its events into a
+// queue. A full pool of the kernel is lost whole, so it is as large as the kernel allows, and is not kept waiting by
+// whatever the service is doing.
+class EventDrain {
+ public:
+  // The bytes that may wait in the queue. Throws SequencerError or std::system_error.
+  explicit EventDrain(std::size_t mostBytes);
+  EventDrain(const EventDrain&) = delete;
+  EventDrain& operator=(const EventDrain&) = delete;
+  ~EventDrain();
+
+  const Sequencer& sequencer() const { return sequencer_; }
+  Address port() const { return port_; }
+
+  // Readable when there is something to take.
+  int descriptor() const { return wakeup_.descriptor(); }
+
+  // What is in the queue.
+  std::vector<QueuedEvent> take();
+
+  // Reads what the kernel holds now into the queue. Waits for the thread's own reading, a few thousand events at most.
+  void catchUp();
+
+ private:
+  bool readSome();
+  void run();
+
+  Sequencer sequencer_;
+  Address port_;
+  EventQueue queue_;
+  Wakeup wakeup_;
+  Wakeup stop_;
+  std::mutex reading_;
+  std::atomic<bool> wanted_ = false;  // the service waits for the mutex
+  std::thread thread_;
+};
+
+}  // namespace service::alsa

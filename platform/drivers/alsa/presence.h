@@ -1,0 +1,25 @@
+// Which clients have left and come back.
+#pragma once
+
+#include <map>
+#include <set>
+#include <span>
+#include <string>
+#include <vector>
+
+#include "platform/drivers/port_book.h"
+
+namespace service::alsa {
+
+// Makes a line for the log of each client that leaves, and of each that returns under a name that was there before.
+class Presence {
+ public:
+  // Who is there now. Answers the lines; none the first time.
+  std::vector<std::string> update(std::span<const ForeignClient> clients);
+
+ private:
+  std::map<std::uint64_t, std::string> here_;  // names by key
+  std::multiset<std::string> left_;
+};
+
+}  // namespace service::alsa

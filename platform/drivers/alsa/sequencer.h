@@ -1,0 +1,56 @@
+// A client of the ALSA sequencer that belongs to this driver.
+#pragma once
+
+#include <alsa/asoundlib.h>
+
+#include <optional>
+#include <stdexcept>
+#include <string>
+
+#include "platform/drivers/alsa/address.h"
+
+namespace service::alsa {
+
+// What ALSA has refused; code is its negative error number.
+class SequencerError : public std::runtime_error {
+ public:
+  SequencerError(const std::string& what, int code);
+};
+
+// The text for a negative error number.
+std::string errorText(int code);
+
+// Requests may be made on any thread; events are read by one thread at a time. Reading and writing never block.
+class Sequencer {
+ public:
+  // Throws SequencerError.
+  explicit Sequencer(const char* name);
+  Sequencer(const Sequencer&) = delete;
+  Sequencer& operator=(const Sequencer&) = delete;
+  ~Sequencer();
+
+  snd_seq_t* handle() const { return handle_; }
+  std::uint8_t client() const { return client_; }
+
+  // Readable when events have arrived.
+  int descriptor() const;
+
+  // A port with these capabilities. Throws SequencerError.
+  Address createPort(const char* name, unsigned capabilities);
+
+  // Makes or ends a subscription. Answers 0 or a negative error number; -EBUSY for one that stands, and for one that a
+  // port with other plans refuses.
+  int subscribe(const Subscription& subscription) const;
+  int unsubscribe(const Subscription& subscription) const;
+
+  bool stands(const Subscription& subscription) const;
+
+ private:
+  snd_seq_t* handle_ = nullptr;
+  std::uint8_t client_ = 0;
+};
+
+// True for a client that some driver in this process has opened as a Sequencer.
+bool isOwn(const snd_seq_client_info_t& client);
+
+}  // namespace service::alsa

@@ -1,0 +1,88 @@
+// What waits to go out to one port of the sequencer.
+#pragma once
+
+#include <alsa/asoundlib.h>
+
+#include <cstdint>
+#include <deque>
+#include <memory>
+#include <span>
+#include <vector>
+
+#include "platform/drivers/alsa/sequencer.h"
+#include "platform/drivers/alsa/sequencer_view.h"
+
+namespace service::alsa {
+
+// Turns the bytes of one message, other than system exclusive, into an event of the sequencer.
+class EventEncoder {
+ public:
+  // Throws std::bad_alloc.
+  EventEncoder();
+
+  // False when there is no such event.
+  bool encode(std::span<const std::uint8_t> message, snd_seq_event_t& event);
+
+ private:
+  struct Free {
+    void operator()(snd_midi_event_t* encoder) const { snd_midi_event_free(encoder); }
+  };
+  std::unique_ptr<snd_midi_event_t, Free> encoder_;
+};
+
+// Messages in their order, and how far the first of them has been sent. System exclusive goes out in pieces, each when
+// the receiver has room for it.
+class SinkQueue {
+ public:
+  enum class Progress : std::uint8_t {
+    Done,     // nothing waits any more
+    More,     // it may go on at once
+    Full,     // the receiver has no room
+    Gone,     // there is no such port; what waits still does
+    Refused,  // the sequencer has refused the first message, which is dropped: see code()
+  };
+
+  // from: the port of ours that sends.
+  SinkQueue(Address from, Address to, Receiver receiver);
+
+  void add(std::vector<std::uint8_t> message);
+
+  // Sends until something stands in the way, a bounded number of events.
+  Progress send(const Sequencer& sequencer, EventEncoder& encoder);
+
+  // Drops what waits.
+  void clear();
+
+  // The port may have gone and come back since.
+  void reopen() { opened_ = false; }
+
+  const Receiver& receiver() const { return receiver_; }
+  std::size_t messages() const { return waiting_.size(); }
+
+  // What is still to be sent.
+  std::size_t bytes() const { return bytes_ - sent_; }
+
+  int code() const { return code_; }
+
+ private:
+  struct Room {
+    int cells = 0;          // that are free
+    std::size_t bytes = 0;  // of data that one event may have, or that a device's buffer has room for
+  };
+
+  Room room(const Sequencer& sequencer) const;
+  Progress sendPiece(const Sequencer& sequencer, EventEncoder& encoder);
+  Progress refuse(int code);
+  void dropFirst();
+
+  Address from_;
+  Address to_;
+  Receiver receiver_;
+  bool opened_ = false;  // a raw MIDI device, which takes nothing until somebody has subscribed to it
+  std::deque<std::vector<std::uint8_t>> waiting_;
+  std::size_t sent_ = 0;  // bytes of the first message
+  std::size_t bytes_ = 0;
+  int code_ = 0;
+};
+
+}  // namespace service::alsa
