@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <chrono>
 #include <string>
+#include <thread>
 #include <utility>
 #include <vector>
 
@@ -15,7 +16,10 @@ namespace {
 constexpr Time ShortestPause = std::chrono::milliseconds(1);
 constexpr Time LongestPause = std::chrono::milliseconds(16);
 
-constexpr std::size_t BehindBytes = 64U << 10U;
+// A program that has sent its last message waits until it has been taken, so little may be left when it ends.
+constexpr std::size_t BehindBytes = 4U << 10U;
+
+constexpr Time LastPatience = std::chrono::seconds(1);
 
 // Senders are held back long before; what other devices emit cannot be.
 constexpr std::size_t MostBytesOfSink = 8U << 20U;
@@ -26,6 +30,16 @@ std::string toPort(const Receiver& receiver, const char* rest) { return "for \""
 
 AlsaOutput::AlsaOutput(Sequencer& sequencer)
     : sequencer_(sequencer), port_(sequencer.createPort("out", SND_SEQ_PORT_CAP_READ)) {}
+
+AlsaOutput::~AlsaOutput() {
+  const auto clockNow = [] { return Time(std::chrono::steady_clock::now().time_since_epoch()); };
+  std::size_t left = bytes();
+  for (Time last = clockNow(); left != 0 && clockNow() - last < LastPatience;) {
+    std::this_thread::sleep_for(ShortestPause);
+    for (auto& [address, sink] : sinks_) go(sink, clockNow());
+    if (std::exchange(left, bytes()) != left) last = clockNow();
+  }
+}
 
 void AlsaOutput::send(Address to, const Message& message, Time now) {
   const auto receiver = receivers_.find(to);
@@ -75,10 +89,12 @@ std::optional<Time> AlsaOutput::advance(DriverEvents& events, Time now) {
   return next;
 }
 
-bool AlsaOutput::behind() const {
-  std::size_t bytes = 0;
-  for (const auto& [address, sink] : sinks_) bytes += sink.queue.bytes();
-  return bytes > BehindBytes;
+bool AlsaOutput::behind() const { return bytes() > BehindBytes; }
+
+std::size_t AlsaOutput::bytes() const {
+  std::size_t sum = 0;
+  for (const auto& [address, sink] : sinks_) sum += sink.queue.bytes();
+  return sum;
 }
 
 void AlsaOutput::drop(SinkQueue& queue, Time now) {

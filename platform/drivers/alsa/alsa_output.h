@@ -19,6 +19,11 @@ class AlsaOutput {
   // sequencer: sends, and lives longer. Throws SequencerError.
   explicit AlsaOutput(Sequencer& sequencer);
 
+  // Sends what waits, as long as receivers make room for it; gives up when none does for a second.
+  ~AlsaOutput();
+  AlsaOutput(const AlsaOutput&) = delete;
+  AlsaOutput& operator=(const AlsaOutput&) = delete;
+
   // Sends, or keeps until advance.
   void send(Address to, const Message& message, Time now);
 
@@ -38,6 +43,7 @@ class AlsaOutput {
     Time pause{};  // how long it will be given then
   };
 
+  std::size_t bytes() const;
   void drop(SinkQueue& queue, Time now);
   void go(Sink& sink, Time now);
 

@@ -72,6 +72,7 @@ class DriverRun : public DriverEvents {
     if (count == 0) ++unknown;
   }
   void noted(std::string_view line) override { notes.emplace_back(line); }
+  void warned(std::string_view line) override { notes.emplace_back(line); }
 
   struct Told {
     PortId source;
