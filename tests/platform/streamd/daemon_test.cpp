@@ -139,6 +139,27 @@ TEST(Streamd, ServesADeviceFile) {
   EXPECT_THAT(daemon.log(), HasSubstr("streamd: " + file + ": 1 group, 2 sources, 0 sinks\n"));
 }
 
+TEST(Streamd, DriversStandSideBySide) {
+  const testsupport::ScratchFolder folder;
+  folder.write("box.toml", "[[group]]\nid = 3\nname = \"Thru\"\nsources = 1\nsinks = 1\n");
+  const std::string file = folder.path() / "box.toml";
+  const testsupport::StreamDaemon daemon(Streamd, {"--device", file, "--driver", "builtin", "--driver", "builtin"});
+  EXPECT_THAT(daemon.log(),
+              HasSubstr("streamd: built-in device, built-in device, " + file + ": 19 groups, 25 sources, 29 sinks\n"));
+  const std::string streamctl = FLOWSCOPE_BINARY_DIR "/streamctl";
+  const auto answer = [&](const std::string& program, const std::vector<std::string>& words) {
+    return testsupport::runProcess({program, words, environmentWith({{"EVTSRV_ENDPOINT", daemon.endpoint()}}), {}}, "",
+                                   Deadline(Patience));
+  };
+  const auto connected = answer(Flowscope, {"-c",
+                                            "con /Midi/Source/Keyboard_2 /Midi/Sink/Thru_3; "
+                                            "ls -r /Midi/Source/Keyboard_2"});
+  EXPECT_THAT(connected.standardOutput, HasSubstr("ThruIn1_3")) << "from one device to another";
+  EXPECT_THAT(
+      answer(streamctl, {"list"}).standardOutput,
+      testing::ContainsRegex("9 +Keyboard_2 +source +KeyboardOut1_2 +ToneGeneratorIn1_2 SequencerIn1_2 ThruIn1_3"));
+}
+
 TEST(Streamd, LogsClientsThatComeAndLeave) {
   const testsupport::StreamDaemon daemon(Streamd);
   EXPECT_THAT(daemon.log(), HasSubstr("streamd: built-in device: 9 groups, 12 sources, 14 sinks\n"));
@@ -151,6 +172,9 @@ TEST(Streamd, WrongOptionsAreAUsageError) {
   for (const auto& arguments : std::vector<std::vector<std::string>>{{"--nonsense"},
                                                                      {"word"},
                                                                      {"--listen"},
+                                                                     {"--driver", "nonsense"},
+                                                                     {"--driver", "/dev/null"},
+                                                                     {"--driver"},
                                                                      {"--queue-bytes", "1023"},
                                                                      {"--queue-bytes", "2147483649"},
                                                                      {"--queue-bytes", "much"}}) {
@@ -196,7 +220,7 @@ TEST(Streamd, ClosedStandardErrorIsNothingElse) {
 TEST(Streamd, HelpAndVersionAreNoErrors) {
   const auto help = run({"--help"});
   EXPECT_EQ(help.status, ExitStatus::exited(0));
-  for (const char* option : {"--listen", "--device", "--queue-bytes"}) {
+  for (const char* option : {"--listen", "--driver", "--device", "--queue-bytes"}) {
     EXPECT_THAT(help.standardOutput, HasSubstr(option));
   }
   EXPECT_EQ(run({"--version"}).status, ExitStatus::exited(0));
@@ -215,6 +239,7 @@ TEST(Streamd, SaysInOneLineWhyItCannotServe) {
   for (const Row& row : std::vector<Row>{
            {{"--device", "/nowhere.toml"}, "/nowhere.toml: No such file or directory\n"},
            {{"--device", bad}, bad + ":2: "},
+           {{"--driver", "builtin", "--device", bad}, bad + ":2: "},
            {{"--listen", "tcp://127.0.0.1:5"}, "tcp://127.0.0.1:5: services over the network are not supported\n"},
            {{"--listen", "here"}, "here: not an endpoint (ipc://PATH)\n"},
            {{"--listen", "ipc://"}, "ipc://: not an endpoint (ipc://PATH)\n"},
