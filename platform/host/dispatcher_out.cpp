@@ -126,7 +126,7 @@ std::optional<service::Time> Dispatcher::logLosses(service::Time now) {
 }
 
 std::optional<service::Time> Dispatcher::logLossesBefore(service::Time now) {
-  const std::uint64_t lost = service_.counts().lostBefore;
+  const std::uint64_t lost = service_.lostBefore();
   if (lost == lostBeforeTold_) return std::nullopt;
   const service::Time due = lostBeforeToldAt_ + LossLogInterval;
   if (lostBeforeTold_ != 0 && now < due) return due;

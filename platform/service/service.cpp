@@ -234,6 +234,8 @@ std::vector<Service::Note> Service::takeNotes() { return std::exchange(state_->n
 
 int Service::descriptor() const { return state_->driver->descriptor(); }
 
+std::uint64_t Service::lostBefore() const { return state_->lostBefore; }
+
 std::optional<Time> Service::advance(Time now) {
   const auto next = state_->driver->advance(now);
   return state_->settle(now) ? now : next;

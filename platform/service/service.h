@@ -74,6 +74,7 @@ class Service : private DriverEvents {
   // All zero for a client that is not there.
   ClientCounts counts(ClientId client) const;
   Counts counts() const;
+  std::uint64_t lostBefore() const;  // as in counts, but asked for at no cost
 
   // True while senders are to be held back (see Driver::behind).
   bool behind() const;
