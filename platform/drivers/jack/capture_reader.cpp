@@ -1,0 +1,29 @@
+#include "platform/drivers/jack/capture_reader.h"
+
+#include <utility>
+
+#include "platform/drivers/midi_bytes.h"
+
+namespace service::jack {
+
+void CaptureReader::read(std::span<const std::uint8_t> event, const MidiReader::Take& take) {
+  if (event.empty()) return;
+  if (skipping_ && !begins(event)) return;
+  // A real-time message may stand between the pieces of another.
+  if (event.front() < TimingClock) skipping_ = false;
+  reader_.read(event, take);
+}
+
+void CaptureReader::gap(std::uint64_t lost) {
+  reader_.restart();
+  lost_ += lost;
+  skipping_ = true;
+}
+
+std::uint64_t CaptureReader::takeLost() { return std::exchange(lost_, 0) + reader_.takeBroken(); }
+
+bool CaptureReader::begins(std::span<const std::uint8_t> event) {
+  return !event.empty() && isStatusByte(event.front()) && event.front() != EndOfExclusive;
+}
+
+}  // namespace service::jack

@@ -1,0 +1,289 @@
+#include "platform/drivers/jack/jack_driver.h"
+
+#include <jack/jack.h>
+
+#include <cerrno>
+#include <chrono>
+#include <csignal>
+#include <optional>
+#include <utility>
+
+#include "platform/drivers/jack/bursts.h"
+#include "platform/drivers/jack/caretaker.h"
+#include "platform/drivers/jack/client_log.h"
+#include "platform/drivers/jack/echoes.h"
+#include "platform/drivers/jack/jack_client.h"
+#include "platform/drivers/jack/jack_graph.h"
+#include "platform/drivers/jack/port_directory.h"
+#include "platform/drivers/jack/sink_feeds.h"
+#include "platform/drivers/jack/source_taps.h"
+#include "platform/drivers/midi_stream.h"
+
+namespace service::jack {
+namespace {
+
+using namespace std::chrono_literals;
+
+constexpr auto PatienceAtTheStart = 5s;
+constexpr Time BetweenTries = 1s;
+// Of events in one call; about four thousand short ones.
+constexpr std::size_t PieceBytes = std::size_t{64} * 1024;
+constexpr std::size_t ManyWaitingBytes = std::size_t{256} * 1024;
+
+void soonest(std::optional<Time>& first, std::optional<Time> other) {
+  if (other) first = std::min(first.value_or(*other), *other);
+}
+
+class JackDriver : public Driver {
+ public:
+  JackDriver(std::shared_ptr<Wakeup> wakeup, std::unique_ptr<Caretaker> caretaker)
+      : wakeup_(std::move(wakeup)), caretaker_(std::move(caretaker)) {}
+
+  ~JackDriver() override {
+    if (client_) caretaker_->close(std::move(client_));
+  }
+
+  // Before start: takes a client that is open.
+  void adopt(std::unique_ptr<JackClient> client) {
+    client_ = std::move(client);
+    ports_.update(readPorts(client_->handle(), client_->portPrefix()));
+    clientLog_.update(ports_.clients(), [](const std::string&) { return true; });
+  }
+
+  const Topology& topology() const override { return ports_.topology(); }
+  const std::vector<Link>& initialLinks() const override { return none_; }
+  int descriptor() const override { return wakeup_->descriptor(); }
+  bool behind() const override { return feeds_.waitingBytes() > ManyWaitingBytes; }
+
+  void start(DriverEvents& events, Time now) override;
+  void deliver(PortId sink, const Message& message, Time now) override;
+  void setUsed(PortId source, bool used, Time now) override;
+  std::optional<Time> advance(Time now) override;
+  std::optional<wire::Status> patch(bool made, const Link& link, Time now) override;
+
+ private:
+  void lookForClient(Time now);
+  void readNotices(Time now);
+  void readNotice(const Notice& notice, Time now);
+  void refresh(Time now);
+  void tellLinks(Time now);
+  void clientGone(Time now);
+
+  const std::vector<Link> none_;
+  std::shared_ptr<Wakeup> wakeup_;
+  std::unique_ptr<Caretaker> caretaker_;
+  std::unique_ptr<JackClient> client_;  // null while there is no server
+  DriverEvents* events_ = nullptr;
+  PortDirectory ports_;
+  ClientLog clientLog_;
+  Echoes echoes_;
+  SourceTaps taps_;
+  Bursts bursts_;
+  SinkFeeds feeds_{bursts_};
+  bool stale_ = false;           // ports have come or gone that ports_ does not know of
+  bool wasThere_ = false;        // there has been a server
+  std::optional<Time> restore_;  // when taps_ is to be restored
+};
+
+void JackDriver::start(DriverEvents& events, Time now) {
+  // Who asks a server that is just dying must not die with it.
+  sigset_t pipe;
+  sigemptyset(&pipe);
+  sigaddset(&pipe, SIGPIPE);
+  pthread_sigmask(SIG_BLOCK, &pipe, nullptr);
+  events_ = &events;
+  if (!client_) {
+    events_->warned("no JACK server runs: waiting for one");
+    return;
+  }
+  wasThere_ = true;
+  tellLinks(now);
+}
+
+void JackDriver::deliver(PortId sink, const Message& message, Time now) {
+  std::vector<std::uint8_t> bytes;
+  switch (appendMidi(message, bytes)) {
+    case Sendable::NoSuchChannel:
+      bursts_.add(Burst::NoSuchChannel, 1, now);
+      break;
+    case Sendable::NotOneMessage:
+      bursts_.add(Burst::NotOneMessage, 1, now);
+      break;
+    case Sendable::Yes:
+      if (!client_) {
+        bursts_.add(Burst::SinkGone, 1, now);
+      } else if (!feeds_.send(*client_, ports_, sink, bytes, now)) {
+        return;
+      }
+      break;
+  }
+  // What waits now, or is to be noted, wants another time than advance has answered.
+  wakeup_->wake();
+}
+
+void JackDriver::setUsed(PortId source, bool used, Time /*now*/) { taps_.setUsed(client_.get(), ports_, source, used); }
+
+std::optional<Time> JackDriver::advance(Time now) {
+  wakeup_->clear();
+  lookForClient(now);
+  std::optional<Time> next;
+  if (client_) {
+    // What a client has sent before it went comes before the news that it has gone.
+    const bool more = taps_.take(*client_, *events_, now, PieceBytes);
+    if (const auto skipped = client_->takeSkipped(); skipped > 0) bursts_.add(Burst::Skipped, skipped, now);
+    readNotices(now);
+    if (client_ && more) {
+      next = now;
+    } else if (client_ && restore_ && *restore_ <= now) {
+      restore_.reset();
+      if (const auto line = taps_.restore(*client_, ports_)) events_->noted(*line);
+    }
+  }
+  if (client_) soonest(next, feeds_.pump(*client_, ports_, now));
+  for (const std::string& line : bursts_.take(now)) events_->noted(line);
+  soonest(next, bursts_.next());
+  soonest(next, restore_);
+  return next;
+}
+
+std::optional<wire::Status> JackDriver::patch(bool made, const Link& link, Time now) {
+  const auto source = ports_.name(link.source());
+  const auto sink = ports_.name(link.sink());
+  if (!client_ || !source || !sink) return wire::Status::NotFound;
+  if (made) {
+    const int result = jack_connect(client_->handle(), source->c_str(), sink->c_str());
+    if (result != 0 && result != EEXIST) return wire::Status::Refused;
+    if (result == 0) echoes_.expect(*source, *sink, true);
+    events_->linked(link, now);
+  } else {
+    if (jack_disconnect(client_->handle(), source->c_str(), sink->c_str()) != 0) return wire::Status::NotFound;
+    echoes_.expect(*source, *sink, false);
+    events_->unlinked(link, now);
+  }
+  return wire::Status::Ok;
+}
+
+void JackDriver::lookForClient(Time now) {
+  auto opened = caretaker_->result();
+  if (!opened) return;
+  if (auto* client = std::get_if<std::unique_ptr<JackClient>>(&*opened)) {
+    client_ = std::move(*client);
+    events_->warned(wasThere_ ? "the JACK server is back" : "the JACK server is there");
+    wasThere_ = true;
+    refresh(now);
+    tellLinks(now);
+  } else {
+    // The first try has taken longer than anybody waited for it.
+    caretaker_->open(true);
+  }
+}
+
+void JackDriver::readNotices(Time now) {
+  for (const Notice& notice : client_->notices().take()) {
+    readNotice(notice, now);
+    if (!client_) return;
+  }
+  if (stale_) refresh(now);
+}
+
+void JackDriver::readNotice(const Notice& notice, Time now) {
+  switch (notice.kind) {
+    case Notice::Kind::Ports:
+      stale_ = true;
+      return;
+    case Notice::Kind::Renamed:
+      refresh(now);
+      tellLinks(now);
+      return;
+    case Notice::Kind::Ended:
+      clientGone(now);
+      return;
+    case Notice::Kind::Connected:
+    case Notice::Kind::Disconnected:
+      break;
+  }
+  const std::string& prefix = client_->portPrefix();
+  const bool made = notice.kind == Notice::Kind::Connected;
+  if (notice.sink.starts_with(prefix)) {
+    // Somebody else has cut a tap, unless its source has gone.
+    if (!made) soonest(restore_, now + BetweenTries);
+    return;
+  }
+  if (notice.source.starts_with(prefix)) return;
+  if (stale_) refresh(now);
+  if (!echoes_.isNews(notice.source, notice.sink, made)) return;
+  const auto source = ports_.place(notice.source, Side::Source);
+  const auto sink = ports_.place(notice.sink, Side::Sink);
+  if (!source || !sink) return;
+  const Link link{source->group, source->index, sink->group, sink->index};
+  if (made) {
+    events_->linked(link, now);
+  } else {
+    events_->unlinked(link, now);
+  }
+}
+
+void JackDriver::refresh(Time now) {
+  stale_ = false;
+  jack_client_t* handle = client_->handle();
+  const bool changed = ports_.update(readPorts(handle, client_->portPrefix()));
+  for (const std::string& line : clientLog_.update(
+           ports_.clients(), [handle](const std::string& client) { return clientRuns(handle, client); })) {
+    events_->noted(line);
+  }
+  if (changed) events_->topologyChanged(now);
+  // Also a port that has returned unnoticed wants its tap again.
+  restore_ = now;
+}
+
+void JackDriver::tellLinks(Time now) {
+  for (const Group& group : ports_.topology().groups()) {
+    const std::uint16_t count = group.sources ? group.sources->count : std::uint16_t{0};
+    for (std::uint16_t index = 0; index < count; ++index) {
+      const PortId source{group.id, index, Side::Source};
+      const auto name = ports_.name(source);
+      if (!name) continue;
+      for (const std::string& other : connectionsOf(client_->handle(), *name)) {
+        if (const auto sink = ports_.place(other, Side::Sink)) {
+          events_->linked({source.group, source.index, sink->group, sink->index}, now);
+        }
+      }
+    }
+  }
+}
+
+void JackDriver::clientGone(Time now) {
+  while (taps_.take(*client_, *events_, now, PieceBytes)) {
+  }
+  taps_.clientGone(*events_, now);
+  feeds_.clientGone(*client_, now);
+  echoes_.clear();
+  clientLog_.serverGone();
+  stale_ = false;
+  restore_.reset();
+  caretaker_->close(std::move(client_));
+  caretaker_->open(true);
+  events_->warned("the JACK server has gone");
+  if (ports_.update({})) events_->topologyChanged(now);
+}
+
+}  // namespace
+}  // namespace service::jack
+
+namespace service {
+
+std::variant<std::unique_ptr<Driver>, std::string> openJack(Absent absent) {
+  auto wakeup = std::make_shared<jack::Wakeup>();
+  auto caretaker = std::make_unique<jack::Caretaker>(wakeup);
+  caretaker->open(false);
+  auto opened = caretaker->result(jack::PatienceAtTheStart);
+  const std::string* problem = opened ? std::get_if<std::string>(&*opened) : nullptr;
+  if (absent == Absent::Fails && !opened) return std::string("the JACK server does not answer");
+  if (absent == Absent::Fails && problem != nullptr) return *problem;
+  if (problem != nullptr) caretaker->open(true);
+  auto driver = std::make_unique<jack::JackDriver>(std::move(wakeup), std::move(caretaker));
+  if (opened && problem == nullptr) driver->adopt(std::get<0>(std::move(*opened)));
+  return driver;
+}
+
+}  // namespace service

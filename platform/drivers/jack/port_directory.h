@@ -1,0 +1,44 @@
+// JACK's names of ports, and their places.
+#pragma once
+
+#include <cstdint>
+#include <optional>
+#include <string>
+#include <unordered_map>
+#include <utility>
+#include <vector>
+
+#include "platform/drivers/port_book.h"
+
+namespace service::jack {
+
+// A MIDI port of JACK's: its full name, CLIENT:PORT, and whether it emits.
+using JackPort = std::pair<std::string, bool>;
+
+// Clients are groups, in the order of their ports; a port is known by its full name.
+class PortDirectory {
+ public:
+  // What is there now. Answers whether the topology has changed.
+  bool update(const std::vector<JackPort>& ports);
+
+  const Topology& topology() const { return book_.topology(); }
+
+  // The name of a port that is there; nothing when none is at this place.
+  std::optional<std::string> name(PortId port) const;
+
+  // Nothing for a name that no port has now.
+  std::optional<PortId> place(const std::string& name, Side side) const;
+
+  // The names of all clients that have ports now, in order.
+  const std::vector<std::string>& clients() const { return clients_; }
+
+ private:
+  std::uint64_t keyOf(const std::string& name);
+
+  PortBook book_;
+  std::unordered_map<std::string, std::uint64_t> keys_;
+  std::vector<std::string> names_;  // by key
+  std::vector<std::string> clients_;
+};
+
+}  // namespace service::jack

@@ -1,0 +1,97 @@
+#include "platform/drivers/jack/sink_feeds.h"
+
+#include <jack/jack.h>
+
+#include <algorithm>
+#include <cerrno>
+
+namespace service::jack {
+namespace {
+
+using namespace std::chrono_literals;
+
+constexpr Time IdleFor = 10s;
+constexpr Time BetweenTries = 1s;
+
+// Senders are held back long before; what comes from other systems cannot be.
+constexpr std::size_t MaxWaiting = std::size_t{16} * 1024 * 1024;
+
+void soonest(std::optional<Time>& first, Time other) { first = std::min(first.value_or(other), other); }
+
+}  // namespace
+
+bool SinkFeeds::send(JackClient& client, const PortDirectory& ports, PortId sink, std::span<const std::uint8_t> bytes,
+                     Time now) {
+  const auto found = feeds_.find(sink);
+  Feed* feed = found != feeds_.end() ? &found->second : open(client, ports, sink, now);
+  if (feed == nullptr) {
+    bursts_.add(Burst::SinkGone, 1, now);
+    return true;
+  }
+  if (waiting_ + bytes.size() > MaxWaiting) {
+    bursts_.add(Burst::TooMuch, 1, now);
+    return true;
+  }
+  waiting_ -= feed->outlet.waitingBytes();
+  feed->outlet.put(bytes);
+  waiting_ += feed->outlet.waitingBytes();
+  feed->lastUse = now;
+  return found == feeds_.end() || feed->outlet.waitingBytes() > 0;
+}
+
+std::optional<Time> SinkFeeds::pump(JackClient& client, const PortDirectory& ports, Time now) {
+  std::optional<Time> next;
+  for (auto at = feeds_.begin(); at != feeds_.end();) {
+    const auto name = ports.name(at->first);
+    Feed& feed = at->second;
+    waiting_ -= feed.outlet.waitingBytes();
+    feed.outlet.pump();
+    waiting_ += feed.outlet.waitingBytes();
+    const bool waits = client.playback().waits(feed.number);
+    const bool retries = waits && !client.playback().settled(feed.number) && now >= feed.lastTry + BetweenTries;
+    if (!name || (!waits && now >= feed.lastUse + IdleFor) || (retries && !connect(client, *name, feed, now))) {
+      at = close(client, at, Burst::SinkGone, now);
+      continue;
+    }
+    if (feed.outlet.waitingBytes() > 0) {
+      soonest(next, now + std::max<Time>(client.period(), 1ms));
+    } else {
+      soonest(next, waits ? now + BetweenTries : feed.lastUse + IdleFor);
+    }
+    ++at;
+  }
+  return next;
+}
+
+void SinkFeeds::clientGone(JackClient& client, Time now) {
+  for (auto at = feeds_.begin(); at != feeds_.end();) at = close(client, at, Burst::SinkGone, now);
+}
+
+SinkFeeds::Feed* SinkFeeds::open(JackClient& client, const PortDirectory& ports, PortId sink, Time now) {
+  const auto name = ports.name(sink);
+  const auto number = name ? client.playback().open(client.handle()) : std::nullopt;
+  if (!number) return nullptr;
+  Feed feed(*number, client.playback().ring(*number));
+  if (!connect(client, *name, feed, now)) {
+    client.playback().close(client.handle(), *number);
+    return nullptr;
+  }
+  return &feeds_.emplace(sink, feed).first->second;
+}
+
+bool SinkFeeds::connect(JackClient& client, const std::string& sink, Feed& feed, Time now) {
+  feed.lastTry = now;
+  const char* own = jack_port_name(client.playback().port(feed.number));
+  const int result = jack_connect(client.handle(), own, sink.c_str());
+  return result == 0 || result == EEXIST;
+}
+
+SinkFeeds::Feeds::iterator SinkFeeds::close(JackClient& client, Feeds::iterator feed, Burst why, Time now) {
+  waiting_ -= feed->second.outlet.waitingBytes();
+  std::uint64_t unsent = feed->second.outlet.waitingMessages();
+  unsent += client.playback().close(client.handle(), feed->second.number);
+  if (unsent > 0) bursts_.add(why, unsent, now);
+  return feeds_.erase(feed);
+}
+
+}  // namespace service::jack

@@ -1,0 +1,54 @@
+// What goes out to sinks, and our connections to them.
+#pragma once
+
+#include <cstdint>
+#include <map>
+#include <optional>
+#include <span>
+
+#include "platform/drivers/jack/bursts.h"
+#include "platform/drivers/jack/jack_client.h"
+#include "platform/drivers/jack/outlet.h"
+#include "platform/drivers/jack/port_directory.h"
+
+namespace service::jack {
+
+// A sink that something goes to has an output port of ours before it, which is given back after ten idle seconds.
+class SinkFeeds {
+ public:
+  // bursts: what cannot be sent is counted there; lives longer.
+  explicit SinkFeeds(Bursts& bursts) : bursts_(bursts) {}
+
+  // Sends the bytes of a message to a sink. What has no room now waits here. Answers whether pump is to be called.
+  bool send(JackClient& client, const PortDirectory& ports, PortId sink, std::span<const std::uint8_t> bytes, Time now);
+
+  // Moves on what waits, and gives back what is idle, or whose sink has gone. Answers when it wants to be called again.
+  std::optional<Time> pump(JackClient& client, const PortDirectory& ports, Time now);
+
+  // The client is about to go, and all that waits with it.
+  void clientGone(JackClient& client, Time now);
+
+  // Bytes that wait here, beyond those that wait in the rings.
+  std::size_t waitingBytes() const { return waiting_; }
+
+ private:
+  struct Feed {
+    Feed(std::size_t portNumber, SpscRing& ring) : number(portNumber), outlet(ring) {}
+
+    std::size_t number;
+    Outlet outlet;
+    Time lastUse{0};
+    Time lastTry{0};  // to connect it
+  };
+  using Feeds = std::map<PortId, Feed>;
+
+  Feed* open(JackClient& client, const PortDirectory& ports, PortId sink, Time now);
+  static bool connect(JackClient& client, const std::string& sink, Feed& feed, Time now);
+  Feeds::iterator close(JackClient& client, Feeds::iterator feed, Burst why, Time now);
+
+  Bursts& bursts_;
+  Feeds feeds_;
+  std::size_t waiting_ = 0;
+};
+
+}  // namespace service::jack

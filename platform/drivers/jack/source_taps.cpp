@@ -1,0 +1,90 @@
+#include "platform/drivers/jack/source_taps.h"
+
+#include <jack/jack.h>
+
+#include <vector>
+
+namespace service::jack {
+
+void SourceTaps::setUsed(JackClient* client, const PortDirectory& ports, PortId source, bool used) {
+  if (!used) {
+    used_.erase(source);
+    if (client != nullptr) untap(*client, source);
+    return;
+  }
+  used_.insert(source);
+  const auto name = ports.name(source);
+  if (client == nullptr || !name || !tap(*client, *name, source)) return;
+  client->awaitConnection(client->capture().port(taps_.at(source).number));
+}
+
+std::optional<std::string> SourceTaps::restore(JackClient& client, const PortDirectory& ports) {
+  std::size_t without = 0;
+  for (const PortId source : used_) {
+    if (const auto name = ports.name(source)) {
+      if (!tap(client, *name, source)) ++without;
+    } else {
+      untap(client, source);
+    }
+  }
+  if (without == 0) return std::nullopt;
+  return "JACK has no port left to see " + std::to_string(without) + " used sources";
+}
+
+void SourceTaps::clientGone(DriverEvents& events, Time now) {
+  for (auto& [source, tap] : taps_) {
+    tap.reader.gap(0);
+    if (const auto lost = tap.reader.takeLost(); lost > 0) events.lost(source, lost, now);
+  }
+  taps_.clear();
+  sources_.clear();
+}
+
+bool SourceTaps::take(JackClient& client, DriverEvents& events, Time now, std::size_t bytes) {
+  const auto event = [&](std::uint32_t number, std::span<const std::uint8_t> arrived) {
+    const auto found = sources_.find(number);
+    if (found == sources_.end()) return;
+    const PortId source = found->second;
+    CaptureReader& reader = taps_.at(source).reader;
+    // A message that is broken ends where another begins, so before that.
+    const auto tellLost = [&] {
+      if (const auto lost = reader.takeLost(); lost > 0) events.lost(source, lost, now);
+    };
+    reader.read(arrived, [&](const Message& message) {
+      tellLost();
+      events.emitted(source, message, now);
+    });
+    tellLost();
+  };
+  const auto gap = [&](std::uint32_t number, std::uint64_t lost) {
+    const auto found = sources_.find(number);
+    if (found == sources_.end()) return;
+    CaptureReader& reader = taps_.at(found->second).reader;
+    reader.gap(lost);
+    if (const auto all = reader.takeLost(); all > 0) events.lost(found->second, all, now);
+  };
+  return client.capture().take(bytes, event, gap);
+}
+
+bool SourceTaps::tap(JackClient& client, const std::string& name, PortId source) {
+  auto found = taps_.find(source);
+  if (found == taps_.end()) {
+    const auto number = client.capture().open(client.handle());
+    if (!number) return false;
+    found = taps_.emplace(source, Tap{*number}).first;
+    sources_.emplace(*number, source);
+  }
+  // A connection that stands already stays.
+  jack_connect(client.handle(), name.c_str(), jack_port_name(client.capture().port(found->second.number)));
+  return true;
+}
+
+void SourceTaps::untap(JackClient& client, PortId source) {
+  const auto found = taps_.find(source);
+  if (found == taps_.end()) return;
+  client.capture().close(client.handle(), found->second.number);
+  sources_.erase(found->second.number);
+  taps_.erase(found);
+}
+
+}  // namespace service::jack

@@ -1,0 +1,51 @@
+// The sources that somebody wants to see, and our connections to them.
+#pragma once
+
+#include <cstdint>
+#include <map>
+#include <optional>
+#include <set>
+#include <string>
+#include <unordered_map>
+
+#include "platform/drivers/driver.h"
+#include "platform/drivers/jack/capture_reader.h"
+#include "platform/drivers/jack/jack_client.h"
+#include "platform/drivers/jack/port_directory.h"
+
+namespace service::jack {
+
+// Each source that is used and there has an input port of ours behind it.
+class SourceTaps {
+ public:
+  // A source is used from now on, until the opposite is said; client is null while no server runs. When this returns,
+  // what the source emits from then on will arrive.
+  void setUsed(JackClient* client, const PortDirectory& ports, PortId source, bool used);
+
+  // Makes the connections that are missing, and gives back the ports whose source has gone. Answers a line for the log
+  // when there were too few ports.
+  std::optional<std::string> restore(JackClient& client, const PortDirectory& ports);
+
+  // The client is about to go, and all connections with it.
+  void clientGone(DriverEvents& events, Time now);
+
+  // Tells what has arrived, of about so many bytes of events. Answers whether more is there.
+  bool take(JackClient& client, DriverEvents& events, Time now, std::size_t bytes);
+
+ private:
+  struct Tap {
+    std::uint32_t number = 0;
+    CaptureReader reader{};
+  };
+
+  // Answers false when there is no port left. JACK may refuse the connection, as it does while the source's client is
+  // not active; restore tries again.
+  bool tap(JackClient& client, const std::string& name, PortId source);
+  void untap(JackClient& client, PortId source);
+
+  std::set<PortId> used_;
+  std::map<PortId, Tap> taps_;
+  std::unordered_map<std::uint32_t, PortId> sources_;  // by number of the port
+};
+
+}  // namespace service::jack

@@ -1,0 +1,38 @@
+#include "platform/drivers/jack/port_directory.h"
+
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+
+namespace service::jack {
+namespace {
+
+using testing::ElementsAre;
+
+TEST(PortDirectory, ClientsAreGroupsAndFullNamesArePorts) {
+  PortDirectory ports;
+  EXPECT_TRUE(ports.update({{"synth:in", false}, {"keys:out 1", true}, {"synth:thru", true}, {"keys:a:b", true}}));
+  EXPECT_THAT(ports.clients(), ElementsAre("synth", "keys"));
+  ASSERT_EQ(ports.topology().groups().size(), 2U);
+  EXPECT_EQ(ports.topology().groups()[0].name, "synth");
+  EXPECT_EQ(ports.topology().groups()[0].sinks->names, std::vector<std::string>{"synth:in"});
+  EXPECT_EQ(ports.topology().groups()[1].sources->names, (std::vector<std::string>{"keys:out_1", "keys:a:b"}));
+  EXPECT_EQ(ports.topology().groups()[1].sources->originals, (std::vector<std::string>{"keys:out 1", "keys:a:b"}));
+  EXPECT_EQ(ports.place("keys:a:b", Side::Source), (PortId{1, 1, Side::Source}));
+  EXPECT_EQ(ports.place("keys:a:b", Side::Sink), std::nullopt);
+  EXPECT_EQ(ports.name({1, 0, Side::Source}), "keys:out 1");
+}
+
+TEST(PortDirectory, WhatReturnsHasItsPlaceAgain) {
+  PortDirectory ports;
+  ports.update({{"a:out", true}, {"b:out", true}});
+  EXPECT_FALSE(ports.update({{"a:out", true}, {"b:out", true}}));
+  EXPECT_TRUE(ports.update({{"b:out", true}}));
+  EXPECT_EQ(ports.name({0, 0, Side::Source}), std::nullopt);
+  EXPECT_EQ(ports.place("a:out", Side::Source), std::nullopt);
+  EXPECT_TRUE(ports.update({{"b:out", true}, {"c:out", true}, {"a:out", true}}));
+  EXPECT_EQ(ports.place("a:out", Side::Source), (PortId{0, 0, Side::Source}));
+  EXPECT_EQ(ports.place("c:out", Side::Source), (PortId{2, 0, Side::Source}));
+}
+
+}  // namespace
+}  // namespace service::jack

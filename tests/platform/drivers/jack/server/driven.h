@@ -1,0 +1,148 @@
+// A JACK driver that a test drives as the service does.
+#pragma once
+
+#include <poll.h>
+
+#include <chrono>
+#include <functional>
+#include <memory>
+#include <set>
+#include <stdexcept>
+#include <string>
+#include <utility>
+#include <variant>
+#include <vector>
+
+#include "platform/drivers/jack/jack_driver.h"
+#include "tests/platform/drivers/smf_maker.h"
+#include "tests/support/deadline.h"
+
+namespace service::jack {
+
+// What it tells, collected; ports by their names.
+class Driven : private DriverEvents {
+ public:
+  // Throws std::runtime_error when there is no driver.
+  explicit Driven(Absent absent = Absent::Fails) {
+    auto opened = openJack(absent);
+    if (const auto* problem = std::get_if<std::string>(&opened)) throw std::runtime_error(*problem);
+    driver_ = std::get<0>(std::move(opened));
+    driver_->start(*this, now());
+  }
+
+  // Runs it until something holds, for some seconds at most. Answers whether it does.
+  bool runUntil(const std::function<bool()>& holds, std::chrono::milliseconds patience = std::chrono::seconds(10)) {
+    const testsupport::Deadline deadline(patience);
+    while (!deadline.passed()) {
+      step(deadline);
+      if (holds()) return true;
+    }
+    return holds();
+  }
+
+  void runFor(std::chrono::milliseconds time) {
+    const testsupport::Deadline deadline(time);
+    while (!deadline.passed()) step(deadline);
+  }
+
+  bool runUntilThere(const std::string& port) {
+    return runUntil([&] { return isThere(port); });
+  }
+
+  bool isThere(const std::string& port) const { return topology().port(port).has_value(); }
+
+  // Throws std::runtime_error for a port that never was.
+  PortId place(const std::string& port) const {
+    if (const auto found = topology().place(port)) return *found;
+    throw std::runtime_error("no port " + port);
+  }
+
+  void use(const std::string& source, bool used = true) { driver_->setUsed(place(source), used, now()); }
+
+  void deliver(const std::string& sink, const std::vector<std::uint8_t>& bytes, std::uint16_t group = 0) {
+    driver_->deliver(place(sink), {group, bytes}, now());
+  }
+
+  // Nothing, which is no answer of this driver's, becomes Refused.
+  wire::Status patch(bool made, const std::string& source, const std::string& sink) {
+    const PortId from = place(source);
+    const PortId to = place(sink);
+    return driver_->patch(made, {from.group, from.index, to.group, to.index}, now()).value_or(wire::Status::Refused);
+  }
+
+  // Forgets what it has told of messages.
+  void forget() {
+    emittedTexts.clear();
+    emittedBytes.clear();
+    lossNews.clear();
+    emittedCount = 0;
+    lostCount = 0;
+    late = 0;
+  }
+
+  const Topology& topology() const { return driver_->topology(); }
+  Driver& driver() { return *driver_; }
+
+  static Time now() { return std::chrono::steady_clock::now().time_since_epoch(); }
+
+  std::vector<std::string> emittedTexts;  // SOURCE GROUP: BYTES, when keepTexts
+  std::vector<std::string> lines;         // for the log
+  std::vector<std::string> linkNews;      // +SOURCE SINK, -SOURCE SINK
+  std::set<std::string> links;            // SOURCE SINK
+  std::vector<std::string> lossNews;      // SOURCE COUNT
+  std::uint64_t emittedCount = 0;
+  std::uint64_t lostCount = 0;
+  std::vector<std::uint8_t> emittedBytes;  // of all, one after the other
+  unsigned late = 0;                       // lines of periods that were skipped; what is lost with them, JACK loses
+  bool keepTexts = true;
+
+ private:
+  void step(const testsupport::Deadline& deadline) {
+    const auto wanted = driver_->advance(now());
+    auto wait = std::chrono::milliseconds(deadline.atMost(std::chrono::milliseconds(20)).pollTimeout());
+    if (wanted) wait = std::min(wait, std::max(std::chrono::ceil<std::chrono::milliseconds>(*wanted - now()), {}));
+    pollfd ready{driver_->descriptor(), POLLIN, 0};
+    poll(&ready, 1, static_cast<int>(wait.count()));
+  }
+
+  std::string name(PortId port) const { return topology().name(port); }
+  std::string name(const Link& link) const { return name(link.source()) + " " + name(link.sink()); }
+
+  void emitted(PortId source, const Message& message, Time /*now*/) override {
+    ++emittedCount;
+    emittedBytes.insert(emittedBytes.end(), message.bytes.begin(), message.bytes.end());
+    if (!keepTexts) return;
+    emittedTexts.push_back(name(source) + " " + std::to_string(message.group) + ": " +
+                           toHex({message.bytes.begin(), message.bytes.end()}));
+  }
+  void linked(const Link& link, Time /*now*/) override {
+    linkNews.push_back("+" + name(link));
+    links.insert(name(link));
+  }
+  void unlinked(const Link& link, Time /*now*/) override {
+    linkNews.push_back("-" + name(link));
+    links.erase(name(link));
+  }
+  void topologyChanged(Time /*now*/) override {
+    std::erase_if(links, [&](const std::string& link) {
+      const auto blank = link.find(' ');
+      return !isThere(link.substr(0, blank)) || !isThere(link.substr(blank + 1));
+    });
+  }
+  void lost(PortId source, std::uint64_t count, Time /*now*/) override {
+    lostCount += count;
+    lossNews.push_back(name(source) + " " + std::to_string(count));
+  }
+  void noted(std::string_view line) override {
+    if (line.find(" skipped, too late") != line.npos) {
+      ++late;
+    } else {
+      lines.emplace_back(line);
+    }
+  }
+  void warned(std::string_view line) override { lines.push_back("warning: " + std::string(line)); }
+
+  std::unique_ptr<Driver> driver_;
+};
+
+}  // namespace service::jack

@@ -1,0 +1,94 @@
+// A JACK server that is not there, or goes and comes.
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+
+#include "tests/platform/drivers/jack/server/driven.h"
+#include "tests/platform/drivers/jack/server/jack_peer.h"
+#include "tests/platform/drivers/jack/server/jack_server.h"
+#include "tests/platform/drivers/jack/server/peer_process.h"
+
+namespace service::jack {
+namespace {
+
+using testing::ElementsAre;
+using testing::IsEmpty;
+
+class JackFaults : public testing::Test {
+ protected:
+  void SetUp() override {
+    if (const std::string why = JackServer::whyNot(); !why.empty()) GTEST_SKIP() << why;
+    JackServer::choose();
+  }
+};
+
+TEST_F(JackFaults, WithoutAServerThereIsAReasonAndNoDriver) {
+  testing::internal::CaptureStdout();
+  testing::internal::CaptureStderr();
+  const auto opened = openJack(Absent::Fails);
+  EXPECT_EQ(testing::internal::GetCapturedStdout(), "");
+  EXPECT_EQ(testing::internal::GetCapturedStderr(), "");
+  ASSERT_TRUE(std::holds_alternative<std::string>(opened));
+  EXPECT_EQ(std::get<std::string>(opened), "no JACK server runs");
+}
+
+TEST_F(JackFaults, AServerIsWaitedFor) {
+  Driven driven(Absent::IsWaitedFor);
+  EXPECT_THAT(driven.topology().groups(), IsEmpty());
+  JackServer server;
+  ASSERT_TRUE(driven.runUntil([&] { return driven.lines.size() == 2; }));
+  EXPECT_THAT(driven.lines,
+              ElementsAre("warning: no JACK server runs: waiting for one", "warning: the JACK server is there"));
+  JackPeer keys("keys", {"out"}, {});
+  EXPECT_TRUE(driven.runUntilThere("keys:out"));
+}
+
+TEST_F(JackFaults, ADriverThatStillWaitsEndsAtOnce) {
+  { Driven driven(Absent::IsWaitedFor); }
+  SUCCEED();
+}
+
+// What must be there again after a server has ended and come back.
+void endAndReturn(void (JackServer::*end)()) {
+  JackServer server;
+  std::optional<PeerProcess> peer;
+  peer.emplace("peer", "out", "in");
+  Driven driven;
+  driven.use("peer:out");
+  ASSERT_EQ(driven.patch(true, "peer:out", "peer:in"), wire::Status::Ok);
+  driven.deliver("peer:in", {0x90, 1, 1});
+  EXPECT_EQ(peer->arrived(), "90 01 01");
+  const PortId source = driven.place("peer:out");
+  for (int turn = 0; turn < 2; ++turn) {
+    driven.lines.clear();
+    (server.*end)();
+    ASSERT_TRUE(driven.runUntil([&] { return !driven.lines.empty(); }));
+    EXPECT_THAT(driven.lines, ElementsAre("warning: the JACK server has gone"));
+    EXPECT_FALSE(driven.isThere("peer:out"));
+    EXPECT_THAT(driven.links, IsEmpty());
+    EXPECT_EQ(driven.patch(true, "peer:out", "peer:in"), wire::Status::NotFound);
+    server.start();
+    peer.emplace("peer", "out", "in");
+    ASSERT_TRUE(driven.runUntilThere("peer:out"));
+    EXPECT_THAT(driven.lines, ElementsAre("warning: the JACK server has gone", "warning: the JACK server is back"));
+    EXPECT_EQ(driven.place("peer:out"), source);
+    server.tool("jack_connect", {"peer:out", "peer:in"});
+    ASSERT_TRUE(driven.runUntil([&] { return driven.links.contains("peer:out peer:in"); }));
+    // The tap was restored when the port came; its connection is in effect a few periods later.
+    driven.runFor(std::chrono::milliseconds(100));
+    driven.forget();
+    peer->emit("95 01 02");
+    EXPECT_TRUE(driven.runUntil([&] { return driven.emittedCount == 1; }));
+    EXPECT_THAT(driven.emittedTexts, ElementsAre("peer:out 5: 90 01 02"));
+    EXPECT_EQ(peer->arrived(), "95 01 02");
+    driven.deliver("peer:in", {0x90, 3, 4});
+    EXPECT_EQ(peer->arrived(), "90 03 04");
+    EXPECT_EQ(driven.lines.size(), 2U);
+  }
+}
+
+TEST_F(JackFaults, AServerThatEndsAndReturnsIsTakenUpAgain) { endAndReturn(&JackServer::stop); }
+
+TEST_F(JackFaults, SoIsOneThatIsKilled) { endAndReturn(&JackServer::kill); }
+
+}  // namespace
+}  // namespace service::jack

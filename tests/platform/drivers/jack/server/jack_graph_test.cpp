@@ -1,0 +1,170 @@
+// Ports and connections of a JACK server, as the driver tells of them.
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+
+#include "tests/platform/drivers/jack/server/driven.h"
+#include "tests/platform/drivers/jack/server/jack_peer.h"
+#include "tests/platform/drivers/jack/server/jack_server.h"
+
+namespace service::jack {
+namespace {
+
+using testing::ContainsRegex;
+using testing::ElementsAre;
+using testing::HasSubstr;
+using testing::IsEmpty;
+using testing::Not;
+
+class JackGraph : public testing::Test {
+ protected:
+  void SetUp() override {
+    if (const std::string why = JackServer::whyNot(); !why.empty()) GTEST_SKIP() << why;
+    server.emplace();
+  }
+
+  std::optional<JackServer> server;
+};
+
+TEST_F(JackGraph, ListsMidiPortsOnTheirSidesUnderJacksNames) {
+  JackPeer keys("keys", {"out 1", "out 2"}, {});
+  JackPeer synth("synth", {"thru"}, {"in"});
+  const Driven driven;
+  const auto& groups = driven.topology().groups();
+  ASSERT_EQ(groups.size(), 2U);  // not JACK's audio ports
+  EXPECT_EQ(groups[0].name, "keys");
+  EXPECT_EQ(groups[0].original, "keys");
+  EXPECT_EQ(groups[0].sources->names, (std::vector<std::string>{"keys:out_1", "keys:out_2"}));
+  EXPECT_EQ(groups[0].sources->originals, (std::vector<std::string>{"keys:out 1", "keys:out 2"}));
+  EXPECT_FALSE(groups[0].sinks);
+  EXPECT_EQ(groups[1].sources->names, std::vector<std::string>{"synth:thru"});
+  EXPECT_EQ(groups[1].sinks->names, std::vector<std::string>{"synth:in"});
+}
+
+TEST_F(JackGraph, PortsComeGoAndReturnToTheirPlaces) {
+  JackPeer keys("keys", {"a", "b"}, {});
+  Driven driven;
+  const PortId a = driven.place("keys:a");
+  keys.removeSource("a");
+  ASSERT_TRUE(driven.runUntil([&] { return !driven.isThere("keys:a"); }));
+  EXPECT_TRUE(driven.isThere("keys:b"));
+  keys.addSource("c");
+  ASSERT_TRUE(driven.runUntilThere("keys:c"));
+  keys.addSource("a");
+  ASSERT_TRUE(driven.runUntilThere("keys:a"));
+  EXPECT_EQ(driven.place("keys:a"), a);
+  EXPECT_THAT(driven.lines, IsEmpty());  // the client has been there all the time
+}
+
+TEST_F(JackGraph, AClientThatReturnsHasItsIdAgainAndALineInTheLog) {
+  auto keys = std::make_unique<JackPeer>("keys", std::vector<std::string>{"out"}, std::vector<std::string>{});
+  Driven driven;
+  const PortId place = driven.place("keys:out");
+  keys.reset();
+  ASSERT_TRUE(driven.runUntil([&] { return driven.lines.size() == 1; }));
+  EXPECT_FALSE(driven.isThere("keys:out"));
+  JackPeer other("other", {"out"}, {});
+  ASSERT_TRUE(driven.runUntilThere("other:out"));
+  JackPeer again("keys", {"out"}, {});
+  ASSERT_TRUE(driven.runUntilThere("keys:out"));
+  EXPECT_EQ(driven.place("keys:out"), place);
+  EXPECT_THAT(driven.lines, ElementsAre("client \"keys\" has gone", "client \"keys\" is back"));
+}
+
+TEST_F(JackGraph, OwnConnectionsStandInJackAndAreToldAtOnce) {
+  JackPeer keys("keys", {"out"}, {});
+  JackPeer synth("synth", {}, {"in"});
+  Driven driven;
+  EXPECT_EQ(driven.patch(true, "keys:out", "synth:in"), wire::Status::Ok);
+  EXPECT_THAT(driven.links, ElementsAre("keys:out synth:in"));
+  EXPECT_THAT(server->tool("jack_lsp", {"-c"}), HasSubstr("keys:out\n   synth:in\n"));
+  EXPECT_EQ(driven.patch(true, "keys:out", "synth:in"), wire::Status::Ok);
+  EXPECT_EQ(driven.patch(false, "keys:out", "synth:in"), wire::Status::Ok);
+  EXPECT_THAT(driven.links, IsEmpty());
+  EXPECT_THAT(server->tool("jack_lsp", {"-c"}), Not(HasSubstr("   synth:in")));
+  EXPECT_EQ(driven.patch(false, "keys:out", "synth:in"), wire::Status::NotFound);
+}
+
+TEST_F(JackGraph, OthersConnectionsAreToldAsTheyHappen) {
+  JackPeer keys("keys", {"out"}, {});
+  JackPeer synth("synth", {}, {"in", "in2"});
+  server->tool("jack_connect", {"keys:out", "synth:in2"});
+  Driven driven;
+  EXPECT_THAT(driven.links, ElementsAre("keys:out synth:in2"));
+  driven.linkNews.clear();
+  server->tool("jack_connect", {"keys:out", "synth:in"});
+  ASSERT_TRUE(driven.runUntil([&] { return driven.linkNews.size() == 1; }));
+  server->tool("jack_disconnect", {"keys:out", "synth:in"});
+  server->tool("jack_disconnect", {"keys:out", "synth:in2"});
+  ASSERT_TRUE(driven.runUntil([&] { return driven.linkNews.size() == 3; }));
+  EXPECT_THAT(driven.linkNews, ElementsAre("+keys:out synth:in", "-keys:out synth:in", "-keys:out synth:in2"));
+}
+
+TEST_F(JackGraph, NoEchoOfAnOwnChangeUndoesALaterOne) {
+  JackPeer keys("keys", {"out"}, {});
+  JackPeer synth("synth", {}, {"in"});
+  Driven driven;
+  std::vector<std::string> expected;
+  for (int turn = 0; turn < 20; ++turn) {
+    ASSERT_EQ(driven.patch(true, "keys:out", "synth:in"), wire::Status::Ok);
+    ASSERT_EQ(driven.patch(false, "keys:out", "synth:in"), wire::Status::Ok);
+    expected.insert(expected.end(), {"+keys:out synth:in", "-keys:out synth:in"});
+  }
+  ASSERT_EQ(driven.patch(true, "keys:out", "synth:in"), wire::Status::Ok);
+  expected.emplace_back("+keys:out synth:in");
+  // What another does comes behind all echoes.
+  server->tool("jack_disconnect", {"keys:out", "synth:in"});
+  expected.emplace_back("-keys:out synth:in");
+  ASSERT_TRUE(driven.runUntil([&] { return driven.links.empty(); }));
+  driven.runFor(std::chrono::milliseconds(50));
+  EXPECT_EQ(driven.linkNews, expected);
+}
+
+TEST_F(JackGraph, OwnPortsAndTheirConnectionsAreNeverTold) {
+  JackPeer keys("keys", {"out"}, {});
+  JackPeer synth("synth", {}, {"in"});
+  Driven driven;
+  driven.use("keys:out");
+  driven.deliver("synth:in", {0xF8});
+  const std::string listed = server->tool("jack_lsp");
+  EXPECT_THAT(listed, ContainsRegex("flowscope-[0-9]+:capture_1\n"));
+  EXPECT_THAT(listed, ContainsRegex("flowscope-[0-9]+:playback_1\n"));
+  driven.runFor(std::chrono::milliseconds(100));
+  JackPeer last("last", {"out"}, {});
+  ASSERT_TRUE(driven.runUntilThere("last:out"));
+  EXPECT_EQ(driven.topology().groups().size(), 3U);
+  EXPECT_THAT(driven.linkNews, IsEmpty());
+  driven.use("keys:out", false);
+  EXPECT_THAT(server->tool("jack_lsp"), Not(ContainsRegex("flowscope-[0-9]+:capture_1\n")));
+}
+
+TEST_F(JackGraph, ARenamedPortKeepsItsConnectionsAndItsTap) {
+  JackPeer keys("keys", {"out"}, {});
+  JackPeer synth("synth", {}, {"in"});
+  Driven driven;
+  ASSERT_EQ(driven.patch(true, "keys:out", "synth:in"), wire::Status::Ok);
+  keys.renameSource("out", "loud");
+  ASSERT_TRUE(driven.runUntil([&] { return driven.links.contains("keys:loud synth:in"); }));
+  EXPECT_FALSE(driven.isThere("keys:out"));
+  EXPECT_THAT(driven.links, ElementsAre("keys:loud synth:in"));
+}
+
+TEST_F(JackGraph, TwoDriversSeeOneServer) {
+  JackPeer keys("keys", {"out"}, {});
+  JackPeer synth("synth", {}, {"in"});
+  Driven one;
+  Driven other;
+  ASSERT_EQ(one.patch(true, "keys:out", "synth:in"), wire::Status::Ok);
+  ASSERT_TRUE(other.runUntil([&] { return other.links.contains("keys:out synth:in"); }));
+  ASSERT_EQ(other.patch(false, "keys:out", "synth:in"), wire::Status::Ok);
+  ASSERT_TRUE(one.runUntil([&] { return one.links.empty(); }));
+  one.use("keys:out");
+  other.use("keys:out");
+  keys.emit("out", {{0x90, 1, 2}});
+  for (Driven* driven : {&one, &other}) {
+    ASSERT_TRUE(driven->runUntil([&] { return driven->emittedCount == 1; }));
+    EXPECT_THAT(driven->emittedTexts, ElementsAre("keys:out 0: 90 01 02"));
+  }
+}
+
+}  // namespace
+}  // namespace service::jack

@@ -1,0 +1,52 @@
+// A JACK server of a test's own.
+#pragma once
+
+#include <map>
+#include <optional>
+#include <string>
+#include <string_view>
+#include <vector>
+
+#include "tests/support/child.h"
+#include "tests/support/process.h"
+#include "tests/support/scratch_folder.h"
+
+namespace service::jack {
+
+// jackd with the dummy driver, under one of four names that only this process uses while it lives; JACK_DEFAULT_SERVER
+// and its kin are set in this process's environment, so that clients find it. A machine has room for eight names, also
+// of servers that were killed, until one of the same name is started: so there are no more.
+class JackServer {
+ public:
+  // Starts it. Throws std::runtime_error, with what it has printed, when it does not run within ten seconds.
+  JackServer();
+  JackServer(const JackServer&) = delete;
+  JackServer& operator=(const JackServer&) = delete;
+  ~JackServer();
+
+  // Only sets the environment, so that clients look for a server that does not run.
+  static void choose();
+
+  // Why no server can be started here; empty when one can.
+  static std::string whyNot();
+
+  // Ends it, at its leisure or at once (kill -9), and waits for its end.
+  void stop();
+  void kill();
+
+  void start();
+
+  // What one of JACK's tools, which must succeed, prints: jack_lsp -c ...
+  std::string tool(const std::string& program, const std::vector<std::string>& arguments = {}) const;
+
+  // The environment in which a client finds the server.
+  static std::map<std::string, std::string> environment();
+
+ private:
+  void end(int signal);
+
+  testsupport::ScratchFolder folder_;
+  std::optional<testsupport::Child> child_;
+};
+
+}  // namespace service::jack

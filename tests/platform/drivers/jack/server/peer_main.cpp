@@ -1,0 +1,38 @@
+// A client of JACK's in a process of its own: peer_process.h.
+//
+// jack_peer NAME SOURCE SINK: emits from its one source what it reads, an event in hex a line, and writes in the same
+// way what arrives at its one sink; first an empty line, when it is there. Ends with its input.
+#include <poll.h>
+#include <unistd.h>
+
+#include <cstdio>
+#include <exception>
+#include <iostream>
+#include <string>
+
+#include "tests/platform/drivers/jack/server/jack_peer.h"
+#include "tests/platform/drivers/smf_maker.h"
+
+int main(int argc, char** argv) {
+  if (argc != 4) return 2;
+  try {
+    const std::string source = argv[2];
+    const std::string sink = argv[3];
+    service::jack::JackPeer peer(argv[1], {source}, {sink});
+    std::puts("");
+    std::fflush(stdout);
+    pollfd input{STDIN_FILENO, POLLIN, 0};
+    while (true) {
+      std::string line;
+      if (poll(&input, 1, 1) > 0) {
+        if (!std::getline(std::cin, line)) return 0;
+        peer.emit(source, {service::fromHex(line)});
+      }
+      for (const auto& event : peer.arrived(sink)) std::printf("%s\n", service::toHex(event).c_str());
+      std::fflush(stdout);
+    }
+  } catch (const std::exception& failure) {
+    std::fprintf(stderr, "jack_peer: %s\n", failure.what());
+    return 1;
+  }
+}
