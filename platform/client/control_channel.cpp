@@ -37,8 +37,9 @@ bool ControlChannel::handOver(const wire::Body& message, Patience patience) {
 bool ControlChannel::waitForRoom(std::uint64_t onTheWay, Patience patience) {
   const bool tillItGoes = patience == Patience::UntilItGoes && dealer_.noticesClosing();
   for (std::uint64_t before = taken_; sent_ - taken_ > onTheWay; before = taken_) {
-    const Deadline deadline(AnswerTime);
+    Deadline deadline(AnswerTime);
     while (taken_ == before) {
+      if (std::exchange(heard_, false)) deadline = Deadline(AnswerTime);
       if (!dealer_.waitThroughSignals(tillItGoes ? Deadline(AnswerTime) : deadline)) {
         if (!tillItGoes || dealer_.closed()) return false;
       }
@@ -72,6 +73,7 @@ std::optional<wire::Body> ControlChannel::takeIn(std::uint32_t tag) {
     if (result != nullptr && envelope->tag == 0) refusal_ = result->status;
     if (const auto* taken = std::get_if<wire::Taken>(&envelope->body)) {
       if (taken->count <= sent_) taken_ = std::max(taken_, taken->count);
+      heard_ = true;
     } else if (tag != 0 && envelope->tag == tag) {
       // Answers to questions that nobody waits for any more have older tags.
       answer = std::move(envelope->body);

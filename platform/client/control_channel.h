@@ -45,15 +45,16 @@ class ControlChannel {
   // Hands over a message; not empty, and of wire::MaxMessageBytes at most. Waits only while the service is behind by
   // the whole window, for as long as that lasts: a service of another process that is stopped takes it when it goes on.
   // False at once when the service has gone or is known to have forgotten this client; what was handed over just before
-  // that is known is lost. Within the process, where no connection closes, false when it takes nothing for two seconds.
+  // that is known is lost. Within the process, where no connection closes, false when it takes nothing for two seconds,
+  // nor says that it is held back by its device.
   bool send(std::uint32_t eventPort, std::uint16_t group, std::span<const std::uint8_t> bytes);
 
   // Hands over messages to pass through the device port of this name; each not empty, and all together in a frame of
-  // at most 1 MiB. Waits and fails like send, but for two seconds at most in every case.
+  // at most 1 MiB. Waits and fails like send within the process does.
   bool inject(const std::string& port, std::vector<wire::InjectItem> messages);
 
-  // Waits until the service has taken everything that was handed over. False when it takes nothing for two seconds, has
-  // gone, or has refused something.
+  // Waits until the service has taken everything that was handed over. False when it takes nothing for two seconds, nor
+  // says that it is held back, has gone, or has refused something.
   bool finish();
 
   // What the service has refused to inject, if anything: the status of the last refusal.
@@ -75,6 +76,7 @@ class ControlChannel {
   std::uint32_t window_ = 0;
   std::uint64_t sent_ = 0;
   std::uint64_t taken_ = 0;
+  bool heard_ = false;      // of taken_ again, also when it has not grown
   bool forgotten_ = false;  // by the service
   std::optional<wire::Status> refusal_;
 };

@@ -74,7 +74,7 @@ std::optional<service::Time> Dispatcher::advance(service::Time now) {
   sendNotes();
   const auto probeNext = probeSuspects(now);
   removeGone(now);
-  return earliest({serviceNext, probeNext, logLosses(now), logLossesBefore(now)});
+  return earliest({serviceNext, probeNext, tellHeldBack(now), logLosses(now), logLossesBefore(now)});
 }
 
 void Dispatcher::connectionClosed(int connection, service::Time now) {

@@ -79,6 +79,7 @@ class Dispatcher {
   void sendNotes();
   void countTaken(Session& session);
   void sendTaken(Session& session);
+  std::optional<service::Time> tellHeldBack(service::Time now);
   void sendEvents();
   void sendEvents(Session& session);
   void sendGraphChanges();
@@ -101,6 +102,7 @@ class Dispatcher {
   std::unordered_map<int, service::Time> closedAt_;  // connections that have closed lately
   bool someGone_ = false;
   bool takenOwed_ = false;
+  service::Time heldBackToldAt_{};
   std::uint64_t lostBeforeTold_ = 0;
   service::Time lostBeforeToldAt_{};
   std::vector<std::uint8_t> events_;  // an Events message under construction

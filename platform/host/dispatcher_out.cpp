@@ -14,6 +14,9 @@ namespace {
 // Larger pieces would only make the others wait longer.
 constexpr std::size_t MaxEventsBytes = 64U << 10U;
 
+// Well within the two seconds for which a client waits.
+constexpr service::Time HeldBackInterval = std::chrono::milliseconds(500);
+
 constexpr service::Time ProbeInterval = std::chrono::milliseconds(50);
 
 // A client under flood loses messages in a thousand places a second.
@@ -44,6 +47,18 @@ void Dispatcher::sendTaken(Session& session) {
   if (session.taken == session.takenTold) return;
   session.takenTold = session.taken;
   sendTo(session.controlPeer, wire::encode(0, wire::Taken{session.taken}));
+}
+
+std::optional<service::Time> Dispatcher::tellHeldBack(service::Time now) {
+  if (!takenOwed_ || !service_.behind()) return std::nullopt;
+  if (now >= heldBackToldAt_ + HeldBackInterval) {
+    for (auto& [number, session] : sessions_.all()) {
+      if (session.taken != session.takenTold)
+        sendTo(session.controlPeer, wire::encode(0, wire::Taken{session.takenTold}));
+    }
+    heldBackToldAt_ = now;
+  }
+  return heldBackToldAt_ + HeldBackInterval;
 }
 
 void Dispatcher::sendEvents() {

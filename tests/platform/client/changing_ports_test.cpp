@@ -1,4 +1,4 @@
-// Patchers and taps on a device whose ports come and go.
+// A client of a device whose ports come and go, and which takes no more for a while.
 
 #include <gtest/gtest.h>
 #include <sys/eventfd.h>
@@ -8,6 +8,7 @@
 #include <functional>
 #include <memory>
 #include <string>
+#include <thread>
 #include <utility>
 #include <vector>
 
@@ -181,6 +182,26 @@ TEST_F(ChangingPorts, LossOnTheWayToTheServiceIsTold) {
   EXPECT_EQ(testing::internal::GetCapturedStderr(),
             "evtsrv: 5 messages lost on the way to the service\n"
             "evtsrv: messages lost on their way to the service, nobody knows how many\n");
+}
+
+// Longer than a service may be silent, and more messages than may be on their way.
+TEST_F(ChangingPorts, SenderOutwaitsADeviceThatIsBehind) {
+  setPorts({group(0, "A", {}, {"x"})});
+  EvtSrv::EventPortManager manager(EvtSrv::ConBehave_Default, true);
+  RecordingPort port(manager);
+  ASSERT_EQ(port.tap("x"), EvtSrv::EvtRes_Success);
+  device_->act([](ObeyingDevice& device) { device.isBehind = true; });
+  constexpr int Messages = 3000;
+  std::atomic<int> sent{0};
+  std::thread sender([&] {
+    while (sent < Messages && port.sendNoteOn(1, 2, 3) == StrmSrv::StrmRes_Success) ++sent;
+  });
+  std::this_thread::sleep_for(std::chrono::milliseconds(2500));
+  const int before = sent;
+  device_->act([](ObeyingDevice& device) { device.isBehind = false; });
+  sender.join();
+  EXPECT_LT(before, Messages);
+  EXPECT_EQ(sent, Messages);
 }
 
 }  // namespace

@@ -67,6 +67,27 @@ TEST_F(DispatcherTest, SendersAreHeldBackWhileTheDeviceIsBehind) {
   EXPECT_EQ(peers_.texts("a control"), Texts{"taken 8"});
 }
 
+TEST_F(DispatcherTest, WhoIsHeldBackIsToldThatNothingHasDied) {
+  const std::uint64_t session = attach("a");
+  attach("b");
+  tap("a", session, "G0In1");
+  peers_.take("b control");
+  device_->isBehind = true;
+  const auto begin = std::chrono::hours(1);
+  EXPECT_EQ(dispatcher_->advance(begin), std::nullopt) << "nobody waits";
+  say("a control", 0, note(session, 1));
+  const auto next = dispatcher_->advance(begin);
+  ASSERT_TRUE(next);
+  EXPECT_GT(*next, begin);
+  EXPECT_LT(*next, begin + std::chrono::seconds(2));
+  EXPECT_EQ(peers_.texts("a control"), Texts{"taken 0"});
+  dispatcher_->advance(*next - Time(1));
+  EXPECT_EQ(peers_.texts("a control"), Texts{});
+  dispatcher_->advance(*next);
+  EXPECT_EQ(peers_.texts("a control"), Texts{"taken 0"});
+  EXPECT_EQ(peers_.texts("b control"), Texts{});
+}
+
 TEST_F(DispatcherTest, OriginalNamesAreAnswered) {
   const std::uint64_t session = attach("a");
   std::vector<service::Group> groups = service::evenTopology(2, 1).groups();
