@@ -15,6 +15,7 @@
 #include <system_error>
 #include <thread>
 
+#include "tests/support/case_runner.h"
 #include "tests/support/unique_fd.h"
 
 namespace service::jack {
@@ -81,19 +82,21 @@ const Name& serverName() {
   return name;
 }
 
+std::map<std::string, std::string> variables() {
+  return {
+      {"JACK_DEFAULT_SERVER", serverName().text()}, {"JACK_NO_AUDIO_RESERVATION", "1"}, {"JACK_NO_START_SERVER", "1"}};
+}
+
 }  // namespace
 
 std::map<std::string, std::string> JackServer::environment() {
-  const char* path = std::getenv("PATH");
-  return {{"PATH", path == nullptr ? "" : path},
-          {"LC_ALL", "C"},
-          {"JACK_DEFAULT_SERVER", serverName().text()},
-          {"JACK_NO_AUDIO_RESERVATION", "1"},
-          {"JACK_NO_START_SERVER", "1"}};
+  auto environment = testsupport::caseEnvironment(FLOWSCOPE_BINARY_DIR);
+  environment.merge(variables());
+  return environment;
 }
 
 void JackServer::choose() {
-  for (const auto& [name, value] : environment()) setenv(name.c_str(), value.c_str(), 1);
+  for (const auto& [name, value] : variables()) setenv(name.c_str(), value.c_str(), 1);
 }
 
 std::string JackServer::whyNot() {

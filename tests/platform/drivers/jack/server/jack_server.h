@@ -39,7 +39,7 @@ class JackServer {
   // What one of JACK's tools, which must succeed, prints: jack_lsp -c ...
   std::string tool(const std::string& program, const std::vector<std::string>& arguments = {}) const;
 
-  // The environment in which a client finds the server.
+  // The environment in which our programs run, and clients find the server.
   static std::map<std::string, std::string> environment();
 
  private:

@@ -1,0 +1,149 @@
+// The programs on a JACK server.
+#include <fcntl.h>
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+#include <unistd.h>
+
+#include <chrono>
+#include <csignal>
+#include <fstream>
+#include <memory>
+#include <optional>
+#include <string>
+#include <thread>
+#include <vector>
+
+#include "tests/platform/drivers/jack/server/jack_server.h"
+#include "tests/platform/drivers/jack/server/peer_process.h"
+#include "tests/support/process.h"
+#include "tests/support/scratch_folder.h"
+#include "tests/support/stream_daemon.h"
+
+namespace service::jack {
+namespace {
+
+using namespace std::chrono_literals;
+using testing::HasSubstr;
+using testing::Not;
+using testsupport::Deadline;
+using testsupport::ExitStatus;
+using testsupport::StreamDaemon;
+
+constexpr auto Patience = 20s;
+
+// What a program prints that is run at an endpoint to its end.
+std::string printed(const std::string& endpoint, const std::string& program, std::vector<std::string> arguments) {
+  auto environment = JackServer::environment();
+  environment["EVTSRV_ENDPOINT"] = endpoint;
+  const auto result =
+      runProcess({FLOWSCOPE_BINARY_DIR "/" + program, std::move(arguments), environment, {}}, {}, Deadline(Patience));
+  EXPECT_EQ(result.status, ExitStatus::exited(0)) << result.standardError;
+  EXPECT_EQ(result.standardError, "");
+  return result.standardOutput;
+}
+
+// streamd with JACK, whose environment says which server.
+std::unique_ptr<StreamDaemon> daemonOnJack() {
+  std::vector<std::string> arguments;
+  for (const auto& [name, value] : JackServer::environment()) {
+    if (name.starts_with("JACK_")) arguments.push_back(name + "=" + value);
+  }
+  arguments.insert(arguments.end(), {FLOWSCOPE_BINARY_DIR "/streamd", "--driver", "jack"});
+  return std::make_unique<StreamDaemon>("/usr/bin/env", std::move(arguments));
+}
+
+int linesWith(const std::string& file, const std::string& text) {
+  int count = 0;
+  std::ifstream in(file);
+  for (std::string line; std::getline(in, line);) count += line.find(text) != std::string::npos ? 1 : 0;
+  return count;
+}
+
+class JackPrograms : public testing::Test {
+ protected:
+  void SetUp() override {
+    if (const std::string why = JackServer::whyNot(); !why.empty()) GTEST_SKIP() << why;
+    server.emplace();
+    keys.emplace("keys", "out", "in");
+    synth.emplace("synth", "out", "in");
+  }
+
+  std::optional<JackServer> server;
+  std::optional<PeerProcess> keys;
+  std::optional<PeerProcess> synth;
+};
+
+TEST_F(JackPrograms, AConsoleInOneProcessConnectsAndLists) {
+  printed("embedded:jack", "flowscope", {"-c", "con /Midi/Source/keys/keys:out /Midi/Sink/synth/synth:in"});
+  EXPECT_THAT(server->tool("jack_lsp", {"-c"}), HasSubstr("keys:out\n   synth:in\n"));
+  EXPECT_THAT(printed("embedded:jack", "flowscope", {"-c", "ls /Midi/Source/keys/keys:out"}), HasSubstr("synth"));
+  server->tool("jack_disconnect", {"keys:out", "synth:in"});
+  EXPECT_THAT(printed("embedded:jack", "flowscope", {"-c", "ls /Midi/Source/keys/keys:out"}), Not(HasSubstr("synth")));
+}
+
+TEST_F(JackPrograms, ADaemonSeesWhatOthersConnect) {
+  const auto daemon = daemonOnJack();
+  server->tool("jack_connect", {"keys:out", "synth:in"});
+  std::string listed;
+  for (const Deadline deadline(Patience); !deadline.passed() && listed.find("synth") == std::string::npos;) {
+    listed = printed(daemon->endpoint(), "flowscope", {"-c", "ls /Midi/Source/keys/keys:out"});
+  }
+  EXPECT_THAT(listed, HasSubstr("synth"));
+  printed(daemon->endpoint(), "flowscope", {"-c", "dis /Midi/Source/keys/keys:out"});
+  EXPECT_THAT(server->tool("jack_lsp", {"-c"}), Not(HasSubstr("   synth:in")));
+}
+
+TEST_F(JackPrograms, WhatIsInjectedIntoASinkArrivesThereOnly) {
+  const auto daemon = daemonOnJack();
+  printed(daemon->endpoint(), "streamctl", {"inject", "--group", "3", "synth:in", "0x90", "60", "100"});
+  EXPECT_EQ(synth->arrived(), "93 3C 64");
+  printed(daemon->endpoint(), "streamctl", {"inject", "--group", "16", "synth:in", "0x90", "60", "100"});
+  EXPECT_TRUE(daemon->logged("jack: 1 message not sent: a group id above 15 is no MIDI channel\n", Deadline(Patience)))
+      << daemon->log();
+  printed(daemon->endpoint(), "streamctl", {"inject", "keys:in", "0x90", "61", "100"});
+  EXPECT_EQ(keys->arrived(), "90 3D 64");
+}
+
+TEST_F(JackPrograms, WhatPassesAConnectionIsSeenOnceAtEitherEnd) {
+  const auto daemon = daemonOnJack();
+  server->tool("jack_connect", {"keys:out", "synth:in"});
+  const testsupport::ScratchFolder folder;
+  const std::string seen = folder.path() / "seen";
+  testsupport::ChildDescriptors descriptors;
+  descriptors.open(STDIN_FILENO, "/dev/null", O_RDONLY);
+  descriptors.open(STDOUT_FILENO, seen, O_WRONLY | O_CREAT);
+  descriptors.open(STDERR_FILENO, "/dev/null", O_WRONLY);
+  auto environment = JackServer::environment();
+  environment["EVTSRV_ENDPOINT"] = daemon->endpoint();
+  const testsupport::Child watch(
+      {FLOWSCOPE_BINARY_DIR "/streamctl", {"watch", "keys:out", "synth:in"}, environment, {}}, descriptors);
+  // Ticks until both taps stand.
+  const Deadline deadline(Patience);
+  while (!deadline.passed() && (linesWith(seen, "keys:out") == 0 || linesWith(seen, "synth:in") == 0)) {
+    keys->emit("F8");
+    std::this_thread::sleep_for(20ms);
+  }
+  keys->emit("94 01 02");
+  keys->emit("84 01 02");
+  while (!deadline.passed() && linesWith(seen, "0x80") < 2) std::this_thread::sleep_for(5ms);
+  for (const char* text : {"keys:out 4 0x90 0x01 0x02", "synth:in 4 0x90 0x01 0x02", "keys:out 4 0x80 0x01 0x02",
+                           "synth:in 4 0x80 0x01 0x02"}) {
+    EXPECT_EQ(linesWith(seen, text), 1) << text;
+  }
+}
+
+TEST_F(JackPrograms, ADaemonOutlivesTheServer) {
+  const auto daemon = daemonOnJack();
+  server->kill();
+  EXPECT_TRUE(daemon->logged("the JACK server has gone\n", Deadline(Patience))) << daemon->log();
+  server->start();
+  keys.emplace("keys", "out", "in");
+  EXPECT_TRUE(daemon->logged("the JACK server is back\n", Deadline(Patience))) << daemon->log();
+  printed(daemon->endpoint(), "streamctl", {"inject", "keys:in", "0x90", "61", "100"});
+  EXPECT_EQ(keys->arrived(), "90 3D 64");
+  daemon->signal(SIGTERM);
+  EXPECT_EQ(daemon->waitForExit(Deadline(Patience)), ExitStatus::exited(0));
+}
+
+}  // namespace
+}  // namespace service::jack
