@@ -9,8 +9,10 @@
 namespace service::jack {
 namespace {
 
+using testing::ContainsRegex;
 using testing::ElementsAre;
 using testing::IsEmpty;
+using testing::Not;
 
 // Three bytes that tell the number, below 2 to the power of 18.
 JackEvent numbered(unsigned number) {
@@ -142,6 +144,18 @@ TEST_F(JackMessages, AnOwnSourceDoesNotHearWhatIsDelivered) {
   peer->awaitBytes("in", 3);
   driven->runFor(std::chrono::milliseconds(50));
   EXPECT_EQ(driven->emittedCount, 0U);
+}
+
+TEST_F(JackMessages, APortThatWasIdleForTenSecondsIsGivenBack) {
+  driven->deliver("peer:in", {0xF8});
+  peer->awaitBytes("in", 1);
+  driven->driver().advance(Driven::now() + std::chrono::seconds(9));
+  EXPECT_THAT(server->tool("jack_lsp"), ContainsRegex("flowscope-[0-9]+:playback_1\n"));
+  driven->driver().advance(Driven::now() + std::chrono::seconds(11));
+  EXPECT_THAT(server->tool("jack_lsp"), Not(ContainsRegex("flowscope-[0-9]+:playback_1\n")));
+  driven->deliver("peer:in", {0xFA});
+  peer->awaitBytes("in", 2);
+  EXPECT_THAT(peer->arrived("in"), ElementsAre(JackEvent{0xF8}, JackEvent{0xFA}));
 }
 
 TEST_F(JackMessages, AFloodOutWaitsForRoomAndArrivesWhole) {
