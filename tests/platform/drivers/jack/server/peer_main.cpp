@@ -5,9 +5,9 @@
 #include <poll.h>
 #include <unistd.h>
 
+#include <array>
 #include <cstdio>
 #include <exception>
-#include <iostream>
 #include <string>
 
 #include "tests/platform/drivers/jack/server/jack_peer.h"
@@ -22,11 +22,17 @@ int main(int argc, char** argv) {
     std::puts("");
     std::fflush(stdout);
     pollfd input{STDIN_FILENO, POLLIN, 0};
+    std::string read;
     while (true) {
-      std::string line;
       if (poll(&input, 1, 1) > 0) {
-        if (!std::getline(std::cin, line)) return 0;
-        peer.emit(source, {service::fromHex(line)});
+        std::array<char, 4096> buffer{};
+        const auto size = ::read(STDIN_FILENO, buffer.data(), buffer.size());
+        if (size <= 0) return 0;
+        read.append(buffer.data(), static_cast<std::size_t>(size));
+      }
+      if (const auto end = read.find('\n'); end != std::string::npos) {
+        peer.emit(source, {service::fromHex(read.substr(0, end))});
+        read.erase(0, end + 1);
       }
       for (const auto& event : peer.arrived(sink)) std::printf("%s\n", service::toHex(event).c_str());
       std::fflush(stdout);
