@@ -119,14 +119,16 @@ TEST(Streamd, ListensWhereClientsLookFirst) {
   EXPECT_EQ(daemon.wait(deadline), ExitStatus::exited(0));
 }
 
-TEST(Streamd, ConsoleWithoutAnEndpointDoesWithoutAService) {
+TEST(Streamd, ConsoleOnABareMachineHasTheBuiltInDevice) {
+  if (fs::exists("/dev/snd/seq")) GTEST_SKIP() << "this machine has an ALSA sequencer, which comes first";
   const testsupport::ScratchFolder folder;
-  const auto console =
-      testsupport::runProcess({Flowscope,
-                               {"-c", "ls /Midi/Source/Clock"},
-                               environmentWith({{"XDG_RUNTIME_DIR", folder.path()}, {"EVTSRV_ENDPOINT", ""}}),
-                               {}},
-                              "", Deadline(Patience));
+  const auto console = testsupport::runProcess(
+      {Flowscope,
+       {"-c", "ls /Midi/Source/Clock"},
+       environmentWith(
+           {{"XDG_RUNTIME_DIR", folder.path()}, {"EVTSRV_ENDPOINT", ""}, {"JACK_DEFAULT_SERVER", "flowscope-nobody"}}),
+       {}},
+      "", Deadline(Patience));
   EXPECT_THAT(console.standardOutput, HasSubstr("ClockOut1"));
   EXPECT_EQ(console.standardError, "");
 }
