@@ -40,7 +40,9 @@ class JackDriver : public Driver {
       : wakeup_(std::move(wakeup)), caretaker_(std::move(caretaker)) {}
 
   ~JackDriver() override {
-    if (client_) caretaker_->close(std::move(client_));
+    if (!client_) return;
+    feeds_.finish(*client_);
+    caretaker_->close(std::move(client_));
   }
 
   // Before start: takes a client that is open.

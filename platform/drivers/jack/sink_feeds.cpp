@@ -4,6 +4,9 @@
 
 #include <algorithm>
 #include <cerrno>
+#include <chrono>
+#include <thread>
+#include <utility>
 
 namespace service::jack {
 namespace {
@@ -12,6 +15,7 @@ using namespace std::chrono_literals;
 
 constexpr Time IdleFor = 10s;
 constexpr Time BetweenTries = 1s;
+constexpr auto LastPatience = 1s;
 
 // Senders are held back long before; what comes from other systems cannot be.
 constexpr std::size_t MaxWaiting = std::size_t{16} * 1024 * 1024;
@@ -61,6 +65,30 @@ std::optional<Time> SinkFeeds::pump(JackClient& client, const PortDirectory& por
     ++at;
   }
   return next;
+}
+
+void SinkFeeds::finish(JackClient& client) {
+  using Clock = std::chrono::steady_clock;
+  const auto pause = std::max<std::chrono::nanoseconds>(client.period(), 1ms);
+  std::size_t left = unsentBytes(client);
+  if (left == 0) return;
+  for (auto moved = Clock::now(); left != 0 && Clock::now() - moved < LastPatience;) {
+    std::this_thread::sleep_for(pause);
+    for (auto& [sink, feed] : feeds_) {
+      waiting_ -= feed.outlet.waitingBytes();
+      feed.outlet.pump();
+      waiting_ += feed.outlet.waitingBytes();
+    }
+    if (std::exchange(left, unsentBytes(client)) != left) moved = Clock::now();
+  }
+  // What the process callback has put into a period is read in that period, which may not be over.
+  std::this_thread::sleep_for(2 * pause);
+}
+
+std::size_t SinkFeeds::unsentBytes(JackClient& client) const {
+  std::size_t bytes = waiting_;
+  for (const auto& [sink, feed] : feeds_) bytes += client.playback().ring(feed.number).size();
+  return bytes;
 }
 
 void SinkFeeds::clientGone(JackClient& client, Time now) {

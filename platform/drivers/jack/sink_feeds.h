@@ -25,6 +25,9 @@ class SinkFeeds {
   // Moves on what waits, and gives back what is idle, or whose sink has gone. Answers when it wants to be called again.
   std::optional<Time> pump(JackClient& client, const PortDirectory& ports, Time now);
 
+  // Sends what waits, here and in the rings, as long as it moves; gives up when nothing has moved for a second. Blocks.
+  void finish(JackClient& client);
+
   // The client is about to go, and all that waits with it.
   void clientGone(JackClient& client, Time now);
 
@@ -41,6 +44,8 @@ class SinkFeeds {
     Time lastTry{0};  // to connect it
   };
   using Feeds = std::map<PortId, Feed>;
+
+  std::size_t unsentBytes(JackClient& client) const;
 
   Feed* open(JackClient& client, const PortDirectory& ports, PortId sink, Time now);
   static bool connect(JackClient& client, const std::string& sink, Feed& feed, Time now);

@@ -104,6 +104,18 @@ TEST_F(JackPrograms, WhatIsInjectedIntoASinkArrivesThereOnly) {
   EXPECT_EQ(keys->arrived(), "90 3D 64");
 }
 
+TEST_F(JackPrograms, WhatAProgramSendsBeforeItEndsArrives) {
+  const testsupport::ScratchFolder folder;
+  std::string song;
+  for (int note = 30; note < 46; ++note) song += "0x90 0x" + std::to_string(note) + " 0x64 2\n";
+  folder.write("song", song);
+  const std::string file = folder.path() / "song";
+  printed("embedded:jack", "streamctl", {"inject", "--count", "3", "synth:in", "0x90", "60", "100"});
+  for (int count = 0; count < 3; ++count) EXPECT_EQ(synth->arrived(), "90 3C 64");
+  printed("embedded:jack", "flowscope", {"-c", "from " + file + " /Midi/Sink/synth/synth:in"});
+  for (int note = 30; note < 46; ++note) EXPECT_EQ(synth->arrived(), "92 " + std::to_string(note) + " 64");
+}
+
 TEST_F(JackPrograms, WhatPassesAConnectionIsSeenOnceAtEitherEnd) {
   const auto daemon = daemonOnJack();
   server->tool("jack_connect", {"keys:out", "synth:in"});
