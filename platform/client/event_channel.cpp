@@ -22,7 +22,7 @@ void reportLoss(std::uint64_t count) {
 
 void reportLossBefore(std::uint64_t count) {
   if (count == 0) {
-    std::fprintf(stderr, "evtsrv: messages lost on their way to the service, nobody knows how many\n");
+    std::fprintf(stderr, "evtsrv: an unknown number of messages, perhaps none, lost on the way to the service\n");
     return;
   }
   std::fprintf(stderr, "evtsrv: %llu message%s lost on the way to the service\n",

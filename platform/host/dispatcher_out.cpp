@@ -146,8 +146,7 @@ std::optional<service::Time> Dispatcher::logLossesBefore(service::Time now) {
   const service::Time due = lostBeforeToldAt_ + LossLogInterval;
   if (lostBeforeTold_ != 0 && now < due) return due;
   const std::uint64_t count = lost - lostBeforeTold_;
-  if (log_)
-    log_("at least " + std::to_string(count) + (count == 1 ? " message" : " messages") + " lost on the way here");
+  if (log_) log_(std::to_string(count) + (count == 1 ? " message" : " messages") + " lost on the way here");
   lostBeforeTold_ = lost;
   lostBeforeToldAt_ = now;
   return std::nullopt;

@@ -181,7 +181,7 @@ TEST_F(ChangingPorts, LossOnTheWayToTheServiceIsTold) {
   EXPECT_TRUE(receiveUntil(manager, [&] { return port.texts.size() == 2; }));
   EXPECT_EQ(testing::internal::GetCapturedStderr(),
             "evtsrv: 5 messages lost on the way to the service\n"
-            "evtsrv: messages lost on their way to the service, nobody knows how many\n");
+            "evtsrv: an unknown number of messages, perhaps none, lost on the way to the service\n");
 }
 
 // Longer than a service may be silent, and more messages than may be on their way.
