@@ -20,7 +20,7 @@ bool PortDirectory::update(const std::vector<JackPort>& ports) {
 
 std::optional<std::string> PortDirectory::name(PortId port) const {
   const auto key = book_.key(port);
-  return key ? std::optional(names_[*key]) : std::nullopt;
+  return key ? std::optional(names_[static_cast<std::size_t>(*key)]) : std::nullopt;
 }
 
 std::optional<PortId> PortDirectory::place(const std::string& name, Side side) const {
