@@ -45,11 +45,7 @@ void Router::travel() {
     if (!firstVisit(step.port)) continue;
     passed_(step.port, step.message, step.now);
     if (step.port.side == Side::Source) {
-      const auto& sinks = graph_.peers(step.port);
-      std::for_each(sinks.rbegin(), sinks.rend(), [&](const PatchGraph::Peers::value_type& sink) {
-        const bool brought = step.byDevice && sink.second.carrier == PatchGraph::Carrier::Device;
-        ahead_.push_back({sink.second.port, step.message, step.now, brought, step.owned});
-      });
+      pushSinks(step);
       continue;
     }
     if (step.byDevice) continue;
@@ -58,6 +54,18 @@ void Router::travel() {
     atDevice_ = nullptr;
     std::move(answers_.rbegin(), answers_.rend(), std::back_inserter(ahead_));
     answers_.clear();
+  }
+}
+
+// What the device has brought already comes first: else a road through the service could lead to the same sink before
+// it, and hand the message over once more.
+void Router::pushSinks(const Step& step) {
+  const auto& sinks = graph_.peers(step.port);
+  for (const bool brought : {false, true}) {
+    std::for_each(sinks.rbegin(), sinks.rend(), [&](const PatchGraph::Peers::value_type& sink) {
+      if ((step.byDevice && sink.second.carrier == PatchGraph::Carrier::Device) != brought) return;
+      ahead_.push_back({sink.second.port, step.message, step.now, brought, step.owned});
+    });
   }
 }
 

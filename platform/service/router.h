@@ -17,7 +17,7 @@ namespace service {
 // Passes messages along the connections. A message that passes a source goes on to each sink connected to it, in the
 // order of making; one that passes a sink is handed to the device, and what the device emits in answer goes on at
 // once, before the sinks that still wait. What the device has emitted it brings along its own connections itself: the
-// message then passes the sink, and is not handed over.
+// message then passes these sinks before all others, and is not handed over.
 //
 // One trip is all that follows from one call from outside. A message passes each port at most once on one trip: so a
 // circle ends where it began, and whoever looks on in several places sees it once in each. The device therefore
@@ -51,6 +51,7 @@ class Router {
 
   void begin(std::span<const PortId> ports, const Message& message, Time now, bool byDevice);
   void travel();
+  void pushSinks(const Step& step);
   bool firstVisit(PortId port);
 
   const PatchGraph& graph_;

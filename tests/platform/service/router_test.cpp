@@ -190,7 +190,17 @@ TEST(Router, DeviceBringsMessagesAlongItsOwnConnections) {
   Road road({link(out(0, 0), in(1, 0))});
   road.graph.connect(link(out(0, 0), in(2, 0)), PatchGraph::Carrier::Device);
   road.emit(out(0, 0), {0xF8});
-  EXPECT_EQ(road.trace, (Trace{"G0Out1 F8", "G1In1 F8", "deliver G1In1 F8", "G2In1 F8"}));
+  EXPECT_EQ(road.trace, (Trace{"G0Out1 F8", "G2In1 F8", "G1In1 F8", "deliver G1In1 F8"}));
+}
+
+// The sink has the message already: the road through the thru must not hand it over again.
+TEST(Router, WhatTheDeviceHasBroughtIsNotBroughtAgainOnAnotherRoad) {
+  Road road({link(out(0, 0), in(1, 0)), link(out(1, 0), in(2, 0))});
+  road.graph.connect(link(out(0, 0), in(2, 0)), PatchGraph::Carrier::Device);
+  road.graph.connect(link(out(0, 0), in(3, 0)), PatchGraph::Carrier::Device);
+  road.beThru();
+  road.emit(out(0, 0), {0xF8});
+  EXPECT_EQ(road.trace, (Trace{"G0Out1 F8", "G2In1 F8", "G3In1 F8", "G1In1 F8", "deliver G1In1 F8", "G1Out1 F8"}));
 }
 
 TEST(Router, WhatTheDeviceHasNotEmittedGoesAlongItsConnectionsToo) {
