@@ -73,8 +73,9 @@ std::optional<service::Time> Dispatcher::advance(service::Time now) {
   sendEvents();
   sendNotes();
   const auto probeNext = probeSuspects(now);
+  const auto heldBackNext = tellHeldBack(now);
   removeGone(now);
-  return earliest({serviceNext, probeNext, tellHeldBack(now), logLosses(now), logLossesBefore(now)});
+  return earliest({serviceNext, probeNext, heldBackNext, logLosses(now), logLossesBefore(now)});
 }
 
 void Dispatcher::connectionClosed(int connection, service::Time now) {

@@ -88,6 +88,16 @@ TEST_F(DispatcherTest, WhoIsHeldBackIsToldThatNothingHasDied) {
   EXPECT_EQ(peers_.texts("b control"), Texts{});
 }
 
+TEST_F(DispatcherTest, WhoIsHeldBackAndHasGoneIsForgottenAtOnce) {
+  const std::uint64_t session = attach("a");
+  tap("a", session, "G0In1");
+  device_->isBehind = true;
+  say("a control", 0, note(session, 1));
+  peers_.unreachable.insert("a control");
+  dispatcher_->advance(std::chrono::hours(1));
+  EXPECT_EQ(log_.back(), "test (process 5) has gone");
+}
+
 TEST_F(DispatcherTest, OriginalNamesAreAnswered) {
   const std::uint64_t session = attach("a");
   std::vector<service::Group> groups = service::evenTopology(2, 1).groups();
