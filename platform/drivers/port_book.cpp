@@ -15,7 +15,7 @@ bool isOn(const ForeignPort& port, Side side) { return side == Side::Source ? po
 
 // The two places of one port must not share a name; what is on one side only keeps the name that people know.
 std::string nameOn(const ForeignPort& port, Side side) {
-  const std::string clean = cleanName(port.name);
+  std::string clean = cleanName(port.name);
   if (!port.source || !port.sink) return clean;
   return joinName(clean, side == Side::Source ? "_out" : "_in");
 }
@@ -47,9 +47,9 @@ bool PortBook::update(std::span<const ForeignClient> clients) {
 PortBook::GroupSlot* PortBook::groupFor(const ForeignClient& client) {
   const auto named = [&](const GroupSlot& group) { return group.foreignName == client.name; };
   auto found =
-      std::ranges::find_if(groups_, [&](const GroupSlot& group) { return named(group) && group.key == client.key; });
+      std::ranges::find_if(groups_, [&](const GroupSlot& group) { return group.key == client.key && named(group); });
   if (found == groups_.end() && !client.ports.empty()) {
-    found = std::ranges::find_if(groups_, [&](const GroupSlot& group) { return named(group) && !group.key; });
+    found = std::ranges::find_if(groups_, [&](const GroupSlot& group) { return !group.key && named(group); });
     if (found == groups_.end() && groups_.size() < MaxPlaces) {
       groups_.push_back({client.name, groupNames_.add(client.name), {}, {}});
       found = std::prev(groups_.end());
@@ -74,9 +74,9 @@ void PortBook::fill(GroupSlot& group, const ForeignClient& client, Side side) {
   for (const ForeignPort& port : client.ports) {
     if (!isOn(port, side)) continue;
     const auto named = [&](const PortSlot& slot) { return slot.foreignName == port.name; };
-    auto slot = std::ranges::find_if(slots, [&](const PortSlot& one) { return named(one) && one.key == port.key; });
+    auto slot = std::ranges::find_if(slots, [&](const PortSlot& one) { return one.key == port.key && named(one); });
     if (slot == slots.end()) {
-      slot = std::ranges::find_if(slots, [&](const PortSlot& one) { return named(one) && !one.key; });
+      slot = std::ranges::find_if(slots, [&](const PortSlot& one) { return !one.key && named(one); });
       // The count of a side has 16 bits, like an index.
       if (slot == slots.end() && slots.size() + 1 < MaxPlaces) {
         slots.push_back({port.name, portNames_.add(nameOn(port, side)), {}, {}});
