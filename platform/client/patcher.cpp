@@ -4,8 +4,8 @@
 #include <optional>
 #include <utility>
 
-#include "platform/client/port_names.h"
 #include "platform/client/port_numbers.h"
+#include "platform/client/port_places.h"
 #include "platform/client/session.h"
 #include "strmsrv.h"
 
@@ -19,40 +19,69 @@ constexpr std::chrono::milliseconds RefreshInterval{100};
 }  // namespace
 
 struct Patcher::State {
-  std::weak_ptr<EvtSrv::EventPortManager::Session> session;
+  using Session = EvtSrv::EventPortManager::Session;
+  using AskPeers = bool (Session::*)(PortRecord port, std::uint64_t number, std::vector<PortRecord>& result);
+
+  std::weak_ptr<Session> session;
   std::vector<GroupRecord> sources;
   std::vector<GroupRecord> sinks;
 
   std::mutex mutex;  // for all below
   client::PortNumbers numbers;
-  client::PortNames names{wire::Topology{}};  // of the ports there were at first
-  client::PortNames later{wire::Topology{}};  // and of those there are now, as far as known
+  client::PortPlaces places;
+  std::uint64_t followed = 0;  // the number of the session that places tells of
   std::chrono::steady_clock::time_point nextRefresh;
 
-  bool knows(PortRecord port, client::Side side) const {
-    return names.has(port.groupId, port.portIndex, side) || later.has(port.groupId, port.portIndex, side);
-  }
-  StreamResult patch(bool made, wire::LinkRecord link);
-  PortRecord toService(std::uint16_t group, std::uint16_t port, client::Side side);
-  void toConsole(EvtSrv::EventPortManager::Session& service, client::Side side, std::vector<PortRecord>& ports);
+  StreamResult patch(bool made, const wire::LinkRecord& link);
+  StreamResult peers(PortRecord port, client::Side side, AskPeers ask, std::vector<PortRecord>& result);
+  std::uint64_t follow(Session& service);
+  void learn(const Session::Device& device);
+  PortRecord toService(PortRecord port, client::Side side);
+  void toConsole(Session& service, client::Side side, std::vector<PortRecord>& ports);
 };
 
-// Turns the service's ports into the console's. Ports that have come since the beginning have names from then on.
-void Patcher::State::toConsole(EvtSrv::EventPortManager::Session& service, client::Side side,
-                               std::vector<PortRecord>& ports) {
+// Answers the number of the session that places tells of, which is the service's as far as it has answered.
+std::uint64_t Patcher::State::follow(Session& service) {
   const std::lock_guard guard(mutex);
-  const auto isUnknown = [&](PortRecord port) { return !knows(port, side); };
-  if (std::ranges::any_of(ports, isUnknown) && std::chrono::steady_clock::now() >= nextRefresh) {
-    if (auto topology = service.topology()) {
-      for (const wire::TopologyGroup& group : topology->groups) GroupNameTable.publish(group.id, group.name);
-      later = client::PortNames(std::move(*topology));
-    }
-    nextRefresh = std::chrono::steady_clock::now() + RefreshInterval;
+  const std::uint64_t number = service.number();
+  if (number != followed && number != 0) {
+    if (const auto device = service.device()) learn(*device);
   }
-  for (PortRecord& port : ports) port.portIndex = numbers.toConsole(port.groupId, port.portIndex, side);
+  return followed;
+}
+
+void Patcher::State::learn(const Session::Device& device) {
+  places.follow(device.topology, device.session != followed);
+  for (const auto& [id, name] : places.laterGroups()) GroupNameTable.publish(id, name);
+  followed = device.session;
+}
+
+PortRecord Patcher::State::toService(PortRecord port, client::Side side) {
+  const std::lock_guard guard(mutex);
+  return places.toService({port.groupId, numbers.toService(port.groupId, port.portIndex, side)}, side);
+}
+
+// Turns the service's ports into the console's. Ports that have come since the beginning are known from then on; one
+// that the service does not know has just gone.
+void Patcher::State::toConsole(Session& service, client::Side side, std::vector<PortRecord>& ports) {
+  const std::lock_guard guard(mutex);
+  const auto isUnknown = [&](PortRecord port) { return !places.fromService(port, side); };
+  if (std::ranges::any_of(ports, isUnknown) && std::chrono::steady_clock::now() >= nextRefresh) {
+    const auto device = service.device();
+    if (device && device->session == followed) learn(*device);
+    if (std::ranges::any_of(ports, isUnknown)) nextRefresh = std::chrono::steady_clock::now() + RefreshInterval;
+  }
+  std::erase_if(ports, isUnknown);
+  for (PortRecord& port : ports) {
+    const PortRecord place = *places.fromService(port, side);
+    port = {place.groupId, numbers.toConsole(place.groupId, place.portIndex, side)};
+  }
 }
 
 namespace {
+
+// A service that has come in place of the one that was thought of is asked once more, by its own places.
+constexpr int Attempts = 2;
 
 std::vector<GroupRecord> groupsOf(const wire::Topology& topology, const client::PortNumbers& numbers,
                                   client::Side side) {
@@ -87,29 +116,45 @@ Patcher::Patcher(EvtSrv::EventPortManager& manager, unsigned streamType) : state
   const auto& session = manager.session();
   if (!session) return;
   state_->session = session;
-  auto topology = session->topology();
-  if (!topology) return;
-  for (const wire::TopologyGroup& group : topology->groups) GroupNameTable.publish(group.id, group.name);
-  state_->numbers = client::PortNumbers(*topology);
+  auto device = session->device();
+  if (!device) return;
+  const wire::Topology& topology = device->topology;
+  for (const wire::TopologyGroup& group : topology.groups) GroupNameTable.publish(group.id, group.name);
+  state_->numbers = client::PortNumbers(topology);
   // The other types have no streams.
   if (streamType == 0) {
-    state_->sources = groupsOf(*topology, state_->numbers, client::Side::Source);
-    state_->sinks = groupsOf(*topology, state_->numbers, client::Side::Sink);
+    state_->sources = groupsOf(topology, state_->numbers, client::Side::Source);
+    state_->sinks = groupsOf(topology, state_->numbers, client::Side::Sink);
   }
-  state_->names = client::PortNames(std::move(*topology));
+  state_->places = client::PortPlaces(std::move(device->topology));
+  state_->followed = device->session;
 }
 
-StreamResult Patcher::State::patch(bool made, wire::LinkRecord link) {
-  const auto connected = session.lock();
-  if (!connected) return StrmRes_NoService;
-  link.sourceIndex = toService(link.sourceGroup, link.sourceIndex, client::Side::Source).portIndex;
-  link.sinkIndex = toService(link.sinkGroup, link.sinkIndex, client::Side::Sink).portIndex;
-  return toResult(connected->patch(made, link));
+StreamResult Patcher::State::patch(bool made, const wire::LinkRecord& link) {
+  const auto service = session.lock();
+  if (!service) return StrmRes_NoService;
+  std::optional<wire::Status> status;
+  for (int attempt = 0; attempt < Attempts; ++attempt) {
+    const std::uint64_t number = follow(*service);
+    const PortRecord source = toService({link.sourceGroup, link.sourceIndex}, client::Side::Source);
+    const PortRecord sink = toService({link.sinkGroup, link.sinkIndex}, client::Side::Sink);
+    status = service->patch(made, {source.groupId, source.portIndex, sink.groupId, sink.portIndex}, number);
+    if (status != wire::Status::NoSession) break;
+  }
+  return toResult(status);
 }
 
-PortRecord Patcher::State::toService(std::uint16_t group, std::uint16_t port, client::Side side) {
-  const std::lock_guard guard(mutex);
-  return {group, numbers.toService(group, port, side)};
+StreamResult Patcher::State::peers(PortRecord port, client::Side side, AskPeers ask, std::vector<PortRecord>& result) {
+  result.clear();
+  const auto service = session.lock();
+  if (!service) return StrmRes_NoService;
+  for (int attempt = 0; attempt < Attempts; ++attempt) {
+    const std::uint64_t number = follow(*service);
+    if (!((*service).*ask)(toService(port, side), number, result)) continue;
+    toConsole(*service, side == client::Side::Source ? client::Side::Sink : client::Side::Source, result);
+    return StrmRes_Success;
+  }
+  return StrmRes_NoService;
 }
 
 Patcher::~Patcher() = default;
@@ -130,33 +175,19 @@ StreamResult Patcher::disconnect(std::uint16_t sourceGroup, std::uint16_t source
 
 StreamResult Patcher::getConnectSourcePorts(std::uint16_t sinkGroup, std::uint16_t sinkPort,
                                             std::vector<PortRecord>& result) {
-  result.clear();
-  const auto session = state_->session.lock();
-  if (!session || !session->sourcesOf(state_->toService(sinkGroup, sinkPort, client::Side::Sink), result)) {
-    return StrmRes_NoService;
-  }
-  state_->toConsole(*session, client::Side::Source, result);
-  return StrmRes_Success;
+  return state_->peers({sinkGroup, sinkPort}, client::Side::Sink, &State::Session::sourcesOf, result);
 }
 
 StreamResult Patcher::getConnectSinkPorts(std::uint16_t sourceGroup, std::uint16_t sourcePort,
                                           std::vector<PortRecord>& result) {
-  result.clear();
-  const auto session = state_->session.lock();
-  if (!session || !session->sinksOf(state_->toService(sourceGroup, sourcePort, client::Side::Source), result)) {
-    return StrmRes_NoService;
-  }
-  state_->toConsole(*session, client::Side::Sink, result);
-  return StrmRes_Success;
+  return state_->peers({sourceGroup, sourcePort}, client::Side::Source, &State::Session::sinksOf, result);
 }
 
 std::string Patcher::makeStreamPortName(unsigned /*streamType*/, std::uint16_t group, std::uint16_t port,
                                         int sink) const {
   const client::Side side = sink == 0 ? client::Side::Source : client::Side::Sink;
   const std::lock_guard guard(state_->mutex);
-  const std::uint16_t index = state_->numbers.toService(group, port, side);
-  const bool cameLater = !state_->names.has(group, index, side) && state_->later.has(group, index, side);
-  return (cameLater ? state_->later : state_->names).name(group, index, side);
+  return state_->places.name({group, state_->numbers.toService(group, port, side)}, side);
 }
 
 void Patcher::notifyAddGroup(std::uint16_t /*group*/) {}

@@ -27,9 +27,12 @@ class PortNames {
   // True when a port of either side has this name.
   bool has(std::string_view name) const;
 
- private:
+  // The group with this id, or null. Lives as long as the names.
   const wire::TopologyGroup* find(std::uint16_t group) const;
 
+  const wire::Topology& topology() const { return topology_; }
+
+ private:
   wire::Topology topology_;
   std::unordered_map<std::uint16_t, std::size_t> byId_;
 };

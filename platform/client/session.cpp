@@ -153,13 +153,15 @@ bool EventPortManager::Session::send(std::uint32_t port, std::uint16_t group, st
   return sent;
 }
 
-std::optional<wire::Topology> EventPortManager::Session::topology() {
+std::optional<EventPortManager::Session::Device> EventPortManager::Session::device() {
   const Deadline deadline(client::AnswerTime);
   const std::lock_guard guard(mutex_);
   if (!attached() || silent()) return std::nullopt;
-  auto topology = channels_->control.ask<wire::Topology>(wire::AskTopology{channels_->control.session()}, deadline);
-  if (!topology) noticeLoss(deadline);
-  return topology;
+  const std::uint64_t number = channels_->control.session();
+  auto topology = channels_->control.ask<wire::Topology>(wire::AskTopology{number}, deadline);
+  if (topology) return Device{number, std::move(*topology)};
+  noticeLoss(deadline);
+  return std::nullopt;
 }
 
 bool EventPortManager::Session::attached() {

@@ -63,18 +63,27 @@ class EventPortManager::Session {
   // empty, wire::MaxMessageBytes at most.
   bool send(std::uint32_t port, std::uint16_t group, std::span<const std::uint8_t> bytes);
 
-  std::optional<wire::Topology> topology();
+  // The service's number of this session; 0 while it has gone. Another service has another number, and may have other
+  // ports at the same places.
+  std::uint64_t number() const { return session_; }
 
-  // The status, when the mirror shows what the service has done.
-  std::optional<wire::Status> patch(bool made, const wire::LinkRecord& link);
+  struct Device {
+    std::uint64_t session = 0;  // whose it is
+    wire::Topology topology;
+  };
+  std::optional<Device> device();
+
+  // The status, when the mirror shows what the service has done; NoSession, and nothing done, when the session has
+  // another number than the caller thinks.
+  std::optional<wire::Status> patch(bool made, const wire::LinkRecord& link, std::uint64_t number);
 
   // Copies what the up-to-date mirror says; does not wait, but when the mirror has to be fetched anew. False without a
-  // mirror: result is then empty.
-  bool sourcesOf(StrmSrv::PortRecord sink, std::vector<StrmSrv::PortRecord>& result) {
-    return peersOf(&client::LinkMirror::sourcesOf, sink, result);
+  // mirror, and when the session has another number: result is then empty.
+  bool sourcesOf(StrmSrv::PortRecord sink, std::uint64_t number, std::vector<StrmSrv::PortRecord>& result) {
+    return peersOf(&client::LinkMirror::sourcesOf, sink, number, result);
   }
-  bool sinksOf(StrmSrv::PortRecord source, std::vector<StrmSrv::PortRecord>& result) {
-    return peersOf(&client::LinkMirror::sinksOf, source, result);
+  bool sinksOf(StrmSrv::PortRecord source, std::uint64_t number, std::vector<StrmSrv::PortRecord>& result) {
+    return peersOf(&client::LinkMirror::sinksOf, source, number, result);
   }
 
  private:
@@ -108,7 +117,7 @@ class EventPortManager::Session {
   // With mutex_ locked, and channels_ there; they may be gone afterwards, when the answer is false.
   bool openGraph(const client::Deadline& deadline);
   using PeersOf = std::span<const StrmSrv::PortRecord> (client::LinkMirror::*)(StrmSrv::PortRecord) const;
-  bool peersOf(PeersOf peers, StrmSrv::PortRecord port, std::vector<StrmSrv::PortRecord>& result);
+  bool peersOf(PeersOf peers, StrmSrv::PortRecord port, std::uint64_t number, std::vector<StrmSrv::PortRecord>& result);
   // For questions: the mirror shows what had arrived a moment ago, and all that this client has done. False when it
   // cannot, and then channels_ may have gone.
   bool lookAtGraph(const client::Deadline& deadline);

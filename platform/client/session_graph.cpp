@@ -17,11 +17,13 @@ constexpr std::chrono::microseconds GraphLookInterval{50};
 
 }  // namespace
 
-std::optional<wire::Status> EventPortManager::Session::patch(bool made, const wire::LinkRecord& link) {
+std::optional<wire::Status> EventPortManager::Session::patch(bool made, const wire::LinkRecord& link,
+                                                             std::uint64_t number) {
   const Deadline deadline(client::AnswerTime);
   const std::lock_guard guard(mutex_);
   // Before the change, so that what follows it is only news.
   if (!attached() || silent()) return std::nullopt;
+  if (channels_->control.session() != number) return wire::Status::NoSession;
   if (!bringMirrorUp(deadline)) {
     noticeLoss(deadline);
     return std::nullopt;
@@ -34,12 +36,12 @@ std::optional<wire::Status> EventPortManager::Session::patch(bool made, const wi
   return std::nullopt;
 }
 
-bool EventPortManager::Session::peersOf(PeersOf peers, StrmSrv::PortRecord port,
+bool EventPortManager::Session::peersOf(PeersOf peers, StrmSrv::PortRecord port, std::uint64_t number,
                                         std::vector<StrmSrv::PortRecord>& result) {
   result.clear();
   const Deadline deadline(client::AnswerTime);
   const std::lock_guard guard(mutex_);
-  if (!attached() || !lookAtGraph(deadline)) return false;
+  if (!attached() || channels_->control.session() != number || !lookAtGraph(deadline)) return false;
   const auto found = (mirror_.*peers)(port);
   result.assign(found.begin(), found.end());
   return true;

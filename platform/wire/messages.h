@@ -129,15 +129,18 @@ struct TopologySide {
   std::vector<std::string> names;  // or these, when not empty: count of them; an empty one for a port that has gone
 
   bool has(std::uint16_t index) const { return index < count && (names.empty() || !names[index].empty()); }
+  friend bool operator==(const TopologySide&, const TopologySide&) = default;
 };
 struct TopologyGroup {
   std::uint16_t id = 0;
   std::string name;
   std::optional<TopologySide> sources;
   std::optional<TopologySide> sinks;
+  friend bool operator==(const TopologyGroup&, const TopologyGroup&) = default;
 };
 struct Topology {
   std::vector<TopologyGroup> groups;
+  friend bool operator==(const Topology&, const Topology&) = default;
 };
 
 // What groups and ports are called in the system that they come from, any bytes. Groups that come from none are left

@@ -136,6 +136,31 @@ TEST_F(ChangingPorts, PortsThatComeLaterAreNamedWhereTheyAreConnected) {
   EXPECT_EQ(patcher.disconnect(0, 0, 3, 1), StrmSrv::StrmRes_Success);
 }
 
+// However soon after each other.
+TEST_F(ChangingPorts, EachPortThatComesLaterIsNamedAtOnce) {
+  setPorts({group(0, "A", {"a"}, {})});
+  EvtSrv::EventPortManager manager(EvtSrv::ConBehave_Default, true);
+  Patcher patcher(manager, 0);
+  Names names{"l0"};
+  Names listed;
+  for (std::uint16_t index = 0; index < 5; ++index, names.push_back("l" + std::to_string(index))) {
+    setPorts({group(0, "A", {"a"}, {}), group(3, "Later", {}, names)});
+    connectPorts(link(out(0, 0), in(3, index)));
+    // A question that comes 50 microseconds after another one has the same answer.
+    std::this_thread::sleep_for(std::chrono::milliseconds(1));
+    Ports ports;
+    patcher.getConnectSinkPorts(0, 0, ports);
+    for (const PortRecord port : ports)
+      listed.push_back(patcher.makeStreamPortName(0, port.groupId, port.portIndex, 1));
+  }
+  names.pop_back();
+  Names expected;
+  for (std::size_t count = 1; count <= names.size(); ++count) {
+    expected.insert(expected.end(), names.begin(), names.begin() + static_cast<std::ptrdiff_t>(count));
+  }
+  EXPECT_EQ(listed, expected);
+}
+
 TEST_F(ChangingPorts, PortThatHasGoneKeepsItsNameAndHasNoConnections) {
   setPorts({group(0, "A", {"a", "b"}, {"x"})});
   connectPorts(link(out(0, 0), in(0, 0)));

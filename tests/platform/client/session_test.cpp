@@ -142,9 +142,9 @@ TEST_F(SessionTest, OwnChangeIsWaitedForWhenItsNewsComeLate) {
     }
   });
   ASSERT_NE(session, nullptr);
-  EXPECT_EQ(session->patch(true, {0, 0, 1, 1}), wire::Status::Ok);
+  EXPECT_EQ(session->patch(true, {0, 0, 1, 1}, session->number()), wire::Status::Ok);
   Ports ports;
-  EXPECT_TRUE(session->sinksOf({0, 0}, ports));
+  EXPECT_TRUE(session->sinksOf({0, 0}, session->number(), ports));
   EXPECT_EQ(ports, (Ports{{1, 1}}));
 }
 
@@ -162,9 +162,9 @@ TEST_F(SessionTest, MissingNewsMakeTheMirrorBeFetchedAnew) {
     }
   });
   ASSERT_NE(session, nullptr);
-  EXPECT_EQ(session->patch(true, {5, 5, 5, 5}), wire::Status::Ok);
+  EXPECT_EQ(session->patch(true, {5, 5, 5, 5}, session->number()), wire::Status::Ok);
   Ports ports;
-  EXPECT_TRUE(session->sinksOf({0, 0}, ports));
+  EXPECT_TRUE(session->sinksOf({0, 0}, session->number(), ports));
   EXPECT_EQ(ports, (Ports{{9, 0}}));
   EXPECT_EQ(asked, 2);
 }
@@ -183,7 +183,7 @@ TEST_F(SessionTest, TellsHowFarTheMirrorHasCome) {
   });
   ASSERT_NE(session, nullptr);
   for (std::uint64_t i = 0; i < wire::MinGraphWindow; ++i) {
-    ASSERT_EQ(session->patch(i % 2 == 0, {0, 0, 1, 1}), wire::Status::Ok);
+    ASSERT_EQ(session->patch(i % 2 == 0, {0, 0, 1, 1}, session->number()), wire::Status::Ok);
     ASSERT_LE(version - seen, wire::MinGraphWindow / 2);
   }
 }
@@ -200,7 +200,7 @@ TEST_F(SessionTest, CallOfSeveralRequestsHasOneDeadline) {
   ASSERT_NE(session, nullptr);
   slow = true;
   // Three requests: for news, for all connections, and for the change.
-  EXPECT_EQ(session->patch(true, {0, 0, 1, 1}), std::nullopt);
+  EXPECT_EQ(session->patch(true, {0, 0, 1, 1}, session->number()), std::nullopt);
   slow = false;
 }
 
@@ -214,10 +214,10 @@ TEST_F(SessionTest, NothingHasAnAnswerAfterClose) {
   EXPECT_EQ(session->tap(1, "x", 1004), std::nullopt);
   EXPECT_EQ(session->untapAll(1), std::nullopt);
   EXPECT_FALSE(session->send(1, 0, service::Bytes{0xF8}));
-  EXPECT_EQ(session->topology(), std::nullopt);
-  EXPECT_EQ(session->patch(true, {}), std::nullopt);
-  EXPECT_FALSE(session->sinksOf({0, 0}, ports));
-  EXPECT_FALSE(session->sourcesOf({0, 0}, ports));
+  EXPECT_FALSE(session->device());
+  EXPECT_EQ(session->patch(true, {}, session->number()), std::nullopt);
+  EXPECT_FALSE(session->sinksOf({0, 0}, session->number(), ports));
+  EXPECT_FALSE(session->sourcesOf({0, 0}, session->number(), ports));
   EXPECT_EQ(ports, Ports{});
   EXPECT_EQ(session->receive(0), EvtSrv::EvtRes_DoNothing);
 }
@@ -276,11 +276,11 @@ TEST(SessionTransport, WorksOverSocketsOfTheSystem) {
       const auto& session = *found;
       EXPECT_EQ(session->tap(1, "G0Out1", 1004), wire::Status::Ok);
       for (int i = 0; i < 5000; ++i) ASSERT_TRUE(session->send(1, 0, service::Bytes{0xF8}));
-      EXPECT_EQ(session->patch(true, {0, 1, 1, 1}), wire::Status::Ok);
+      EXPECT_EQ(session->patch(true, {0, 1, 1, 1}, session->number()), wire::Status::Ok);
       Ports ports;
-      EXPECT_TRUE(session->sourcesOf({1, 1}, ports));
+      EXPECT_TRUE(session->sourcesOf({1, 1}, session->number(), ports));
       EXPECT_EQ(ports, (Ports{{0, 1}}));
-      EXPECT_EQ(session->topology()->groups.size(), 2U);
+      EXPECT_EQ(session->device()->topology.groups.size(), 2U);
     }
   }
   host.stop();

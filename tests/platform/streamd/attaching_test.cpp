@@ -66,6 +66,51 @@ TEST_F(Attaching, QuestionsAboutTheGraphFindANewServiceWithoutTheirChannel) {
   while (patcher.getConnectSinkPorts(6, 1, sinks) != StrmSrv::StrmRes_Success) ASSERT_FALSE(deadline.passed());
 }
 
+// As one does that is started again on a system whose clients have come in another order.
+TEST_F(Attaching, PortsAreTheSameOnesWhenTheServiceHasNumberedThemAnew) {
+  EventPortManager manager(Behaviour, true);
+  StrmSrv::Patcher patcher(manager, 0);
+  kill();
+  device_.describe(R"(
+[[group]]
+id = 5
+name = "Thru"
+sinks = 1
+[[group]]
+id = 6
+name = "MidiDin"
+sources = 1
+sinks = 1
+[[group]]
+id = 8
+name = "MidiUsb"
+sources = 3
+[[connection]]
+source = "MidiDinOut1"
+sink = "ThruIn1"
+[[connection]]
+source = "MidiUsbOut3"
+sink = "ThruIn1"
+)");
+  daemon_.restart();
+  const Deadline deadline(Patience);
+  // The very first change may be the one that finds the new service.
+  auto result = patcher.connect(6, 1, 8, 0);
+  while (result == StrmSrv::StrmRes_NoService && !deadline.passed()) result = patcher.connect(6, 1, 8, 0);
+  EXPECT_EQ(result, StrmSrv::StrmRes_Success) << "MidiUsbOut2 to ThruIn1";
+  std::vector<StrmSrv::PortRecord> sources;
+  ASSERT_EQ(patcher.getConnectSourcePorts(8, 0, sources), StrmSrv::StrmRes_Success);
+  std::vector<std::string> names;
+  for (const auto& port : sources) names.push_back(patcher.makeStreamPortName(0, port.groupId, port.portIndex, 0));
+  EXPECT_EQ(names, (std::vector<std::string>{"MidiDinOut1", "MidiUsbOut3", "MidiUsbOut2"}));
+  EXPECT_STREQ(StrmSrv::GroupNameTable[5], "MidiDin");
+  Injector injector(daemon_.socket());
+  const auto links = injector.control().ask<wire::Links>(wire::AskLinks{injector.control().session()});
+  ASSERT_TRUE(links);
+  ASSERT_EQ(links->links.size(), 3U);
+  EXPECT_EQ(links->links[2], (wire::LinkRecord{8, 1, 5, 0}));
+}
+
 TEST_F(Attaching, ReceivingInsideAPortDoesNothingWhenTheServiceHasGone) {
   EventPortManager manager(Behaviour, true);
   RecordingPort port(manager);

@@ -27,7 +27,8 @@ sinks = 1
 // A device file, as long as this lives.
 class DeviceFile {
  public:
-  explicit DeviceFile(std::string_view device = QuietDevice) { folder_.write("device.toml", device); }
+  explicit DeviceFile(std::string_view device = QuietDevice) { describe(device); }
+  void describe(std::string_view device) { folder_.write("device.toml", device); }
   std::string path() const { return folder_.path() / "device.toml"; }
 
  private:
