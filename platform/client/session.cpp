@@ -30,6 +30,10 @@ constexpr std::chrono::milliseconds AttachTime{500};
 // thousand times.
 constexpr std::chrono::milliseconds SilenceTime{1000};
 
+// How often missing taps are tried again, and how many of them: nobody else is to wait long meanwhile.
+constexpr std::chrono::milliseconds TapLookInterval{1000};
+constexpr std::size_t TapsAtOnce = 100;
+
 // How long a channel of a service that has gone has to hand out what had arrived. It ends at once when it has closed.
 constexpr std::chrono::milliseconds RestTime{100};
 
@@ -37,11 +41,14 @@ void report(const std::string& endpoint, std::string_view what) {
   std::fprintf(stderr, "%s\n", client::endpointLine(endpoint, what).c_str());
 }
 
-std::string tapsText(std::size_t attached, std::size_t wanted) {
+std::string tapsText(std::size_t taps) {
+  return std::to_string(taps) + (taps == 1 ? " tap" : " taps") + " attached again";
+}
+
+std::string returnText(std::size_t attached, std::size_t wanted) {
   if (wanted == 0) return "the service is back";
   const std::string count = attached == wanted ? "" : std::to_string(attached) + " of ";
-  return "the service is back, " + count + std::to_string(wanted) + (wanted == 1 ? " tap" : " taps") +
-         " attached again";
+  return "the service is back, " + count + tapsText(wanted);
 }
 
 }  // namespace
@@ -92,6 +99,7 @@ EventResult EventPortManager::Session::receive(int milliseconds) {
     waitForService(deadline);
     return EvtRes_DoNothing;
   }
+  if (tapsAreMissing_) tapMissing();
   if (!events_ && !openEvents(session)) return EvtRes_DoNothing;
   if (events_->receive(ports_, deadline)) return EvtRes_Success;
   if (events_->lost()) {
@@ -194,16 +202,18 @@ bool EventPortManager::Session::attach() {
     auto& control = channels_.emplace(connection_.context(), connection_.address()).control;
     bool answered = control.greet(program_invocation_short_name, Deadline(AttachTime));
     std::size_t tapped = 0;
-    for (const client::WantedTap& tap : taps_.all()) {
+    for (client::WantedTap& tap : taps_.all()) {
       if (!answered) break;
       const auto result = control.ask<wire::Result>(wire::Tap{control.session(), tap.port, tap.holderBytes, tap.name},
                                                     Deadline(AttachTime));
       answered = result.has_value();
-      if (answered && result->status == wire::Status::Ok) ++tapped;
+      tap.isMissing = !answered || result->status != wire::Status::Ok;
+      if (!tap.isMissing) ++tapped;
     }
     if (answered) {
       session_ = control.session();
-      report(endpoint_, tapsText(tapped, taps_.all().size()));
+      tapsAreMissing_ = tapped < taps_.all().size();
+      report(endpoint_, returnText(tapped, taps_.all().size()));
       return true;
     }
   } catch (const std::exception&) {
@@ -232,6 +242,34 @@ void EventPortManager::Session::waitForService(const Deadline& deadline) {
     if (attached()) return;
   }
   poll(nullptr, 0, static_cast<int>(std::min(deadline.left(), LookInterval).count()));
+}
+
+void EventPortManager::Session::tapMissing() {
+  const std::lock_guard guard(mutex_);
+  const auto now = std::chrono::steady_clock::now();
+  if (!channels_ || silent() || now < nextTapLook_) return;
+  nextTapLook_ = now + TapLookInterval;
+  const Deadline deadline(AttachTime);
+  const auto taps = taps_.all();
+  const std::size_t first = nextMissing_;
+  std::size_t tried = 0;
+  std::size_t tapped = 0;
+  for (std::size_t i = 0; i < taps.size() && tried < TapsAtOnce; ++i) {
+    client::WantedTap& tap = taps[(first + i) % taps.size()];
+    nextMissing_ = first + i + 1;
+    if (!tap.isMissing) continue;
+    ++tried;
+    const wire::Tap wanted{channels_->control.session(), tap.port, tap.holderBytes, tap.name};
+    const auto result = channels_->control.ask<wire::Result>(wanted, deadline);
+    if (!result) {
+      noticeLoss(deadline);
+      break;
+    }
+    tap.isMissing = result->status != wire::Status::Ok;
+    if (!tap.isMissing) ++tapped;
+  }
+  tapsAreMissing_ = std::ranges::any_of(taps, &client::WantedTap::isMissing);
+  if (tapped > 0) report(endpoint_, tapsText(tapped));
 }
 
 }  // namespace EvtSrv

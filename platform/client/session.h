@@ -34,7 +34,8 @@ namespace EvtSrv {
 //
 // A service that goes, and may come back, costs one line on standard error. From then on every request and every
 // receive looks for it, some times in a second; when it is back, the session attaches with all its taps, and says so in
-// one line; this takes as long as the taps are many, some ten thousand in a second.
+// one line; this takes as long as the taps are many, some ten thousand in a second. Taps of ports that are not there
+// then are tried again by who receives, once a second, until they are.
 class EventPortManager::Session {
  public:
   // Attaches. endpoint: what the connection is called on standard error. Without a service that answers: the cause in
@@ -113,6 +114,7 @@ class EventPortManager::Session {
   // For the thread that receives.
   bool openEvents(std::uint64_t session);
   void waitForService(const client::Deadline& deadline);
+  void tapMissing();
 
   // With mutex_ locked, and channels_ there; they may be gone afterwards, when the answer is false.
   bool openGraph(const client::Deadline& deadline);
@@ -133,10 +135,13 @@ class EventPortManager::Session {
   bool mirrorValid_ = false;
   std::chrono::steady_clock::time_point nextGraphLook_;
   client::TapList taps_;
+  std::size_t nextMissing_ = 0;  // the tap to try next, if it is missing
+  std::chrono::steady_clock::time_point nextTapLook_;
   bool closed_ = false;
   std::chrono::steady_clock::time_point nextLook_;  // for a service that has gone, or question to a silent one
   std::optional<client::EventChannel> events_;      // of the thread that receives
-  std::atomic<std::uint64_t> session_{0};           // the service's number of it; 0 while the service has gone
+  std::atomic<bool> tapsAreMissing_{false};
+  std::atomic<std::uint64_t> session_{0};  // the service's number of it; 0 while the service has gone
 };
 
 }  // namespace EvtSrv

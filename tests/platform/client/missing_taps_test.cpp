@@ -1,0 +1,83 @@
+// Taps of ports that are not there when a service comes back.
+
+#include <gtest/gtest.h>
+
+#include <atomic>
+#include <memory>
+#include <string>
+#include <thread>
+#include <utility>
+#include <vector>
+#include <zmq.hpp>
+
+#include "platform/host/host.h"
+#include "tests/platform/client/fixture.h"
+#include "tests/support/scratch_folder.h"
+
+namespace client {
+namespace {
+
+using service::out;
+
+// A service at a socket of the system, on a device that has ports as soon as it is told so. Each of its sources emits
+// one message when somebody wants it.
+class LocalService {
+ public:
+  LocalService(const std::string& endpoint, const std::atomic<bool>& hasPorts) {
+    auto device = std::make_unique<service::TestDevice>(service::Topology(), std::vector<service::Link>{}, told_);
+    device->onAdvance = [&hasPorts, changing = device.get()](service::DriverEvents&, service::Time now) {
+      if (hasPorts && changing->topology().groups().empty()) changing->change(service::evenTopology(1, 2), now);
+      return std::optional<service::Time>(now + std::chrono::milliseconds(1));
+    };
+    device->onUsed = [](service::DriverEvents& events, service::PortId source, bool used, service::Time now) {
+      const std::vector<std::uint8_t> note{0x90, 1, 2};
+      if (used) events.emitted(source, {3, note}, now);
+    };
+    host_ = std::make_unique<host::Host>(context_, std::move(device), host::Limits{}, host::Log{});
+    EXPECT_EQ(host_->bind(endpoint), std::nullopt);
+    thread_ = std::thread([this] { host_->run(); });
+  }
+  LocalService(const LocalService&) = delete;
+  LocalService& operator=(const LocalService&) = delete;
+  ~LocalService() {
+    host_->stop();
+    thread_.join();
+  }
+
+ private:
+  service::Told told_;
+  zmq::context_t context_;
+  std::unique_ptr<host::Host> host_;
+  std::thread thread_;
+};
+
+TEST(MissingTaps, AreMadeWhenTheirPortsCome) {
+  const testsupport::ScratchFolder folder;
+  const std::string endpoint = "ipc://" + (folder.path() / "socket").string();
+  const EndpointVariable variable(endpoint);
+  std::atomic<bool> hasPorts{true};
+  auto service = std::make_unique<LocalService>(endpoint, hasPorts);
+  EvtSrv::EventPortManager manager(EvtSrv::ConBehave_Default, true);
+  RecordingPort port(manager);
+  const testsupport::Deadline deadline(Patience);
+  while (port.tap("G0Out2") != EvtSrv::EvtRes_Success) ASSERT_FALSE(deadline.passed());
+  ASSERT_TRUE(receiveUntil(manager, [&] { return port.texts.size() == 1; }));
+
+  testing::internal::CaptureStderr();
+  service.reset();
+  hasPorts = false;
+  service = std::make_unique<LocalService>(endpoint, hasPorts);
+  // An answer that only the new service gives.
+  while (port.tap("G0Out1") != EvtSrv::EvtRes_NotFound) ASSERT_FALSE(deadline.passed());
+  manager.receiveEvent(0);
+  hasPorts = true;
+  EXPECT_TRUE(receiveUntil(manager, [&] { return port.texts.size() == 2; }));
+  EXPECT_EQ(port.texts.back(), "G0Out2: 1 2 3");
+  const std::string line = "evtsrv: " + endpoint + ": ";
+  EXPECT_EQ(testing::internal::GetCapturedStderr(), line + "the service has gone\n" + line +
+                                                        "the service is back, 0 of 1 tap attached again\n" + line +
+                                                        "1 tap attached again\n");
+}
+
+}  // namespace
+}  // namespace client
