@@ -1,5 +1,6 @@
 #include "platform/host/devices.h"
 
+#include <algorithm>
 #include <utility>
 
 #include "platform/drivers/builtin.h"
@@ -48,6 +49,10 @@ DeviceOrProblem openDevice(std::string_view device) {
 }
 
 DeviceOrProblem openDrivers(const std::vector<std::string>& names, const std::string& file) {
+  // All ports of another system would be there twice, and hear each other.
+  for (const std::string_view name : {AlsaDriver, JackDriver}) {
+    if (std::ranges::count(names, name) > 1) return std::string(name) + ": asked for twice";
+  }
   std::vector<service::NamedDriver> opened;
   for (const std::string& name : names) {
     auto driver = openDriver(name);

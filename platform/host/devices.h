@@ -25,7 +25,7 @@ DeviceOrProblem openDevice(std::string_view device);
 
 // For a service that lives for long: the devices of these drivers and, behind them, the one that file describes, unless
 // it is empty; side by side when they are several. A JACK server that does not run yet is waited for. Names that are
-// none of the above are a problem.
+// none of the above are a problem, and so is another system that is named twice.
 DeviceOrProblem openDrivers(const std::vector<std::string>& names, const std::string& file);
 
 }  // namespace host

@@ -242,6 +242,7 @@ TEST(Streamd, SaysInOneLineWhyItCannotServe) {
            {{"--device", "/nowhere.toml"}, "/nowhere.toml: No such file or directory\n"},
            {{"--device", bad}, bad + ":2: "},
            {{"--driver", "builtin", "--device", bad}, bad + ":2: "},
+           {{"--driver", "jack", "--driver", "builtin", "--driver", "jack"}, "jack: asked for twice\n"},
            {{"--listen", "tcp://127.0.0.1:5"}, "tcp://127.0.0.1:5: services over the network are not supported\n"},
            {{"--listen", "here"}, "here: not an endpoint (ipc://PATH)\n"},
            {{"--listen", "ipc://"}, "ipc://: not an endpoint (ipc://PATH)\n"},
