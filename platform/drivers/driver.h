@@ -59,8 +59,9 @@ class Driver {
   // The connections that the service is to carry from the start, in the order of making.
   virtual const std::vector<Link>& initialLinks() const = 0;
 
-  // Says where messages go; called once, before any operation below. Tells of the connections that stand in the other
-  // system by linked.
+  // Says where messages go; called once, before any operation below, by the thread that makes the service: it may be
+  // another one than the service's, which has not begun. Tells of the connections that stand in the other system by
+  // linked.
   virtual void start(DriverEvents& events, Time now) = 0;
 
   // A message has arrived at a sink port of the device and must reach it, once. The driver may answer with

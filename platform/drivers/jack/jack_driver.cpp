@@ -64,6 +64,7 @@ class JackDriver : public Driver {
   std::optional<wire::Status> patch(bool made, const Link& link, Time now) override;
 
  private:
+  void outliveServers();
   void lookForClient(Time now);
   void readNotices(Time now);
   void readNotice(const Notice& notice, Time now);
@@ -82,17 +83,13 @@ class JackDriver : public Driver {
   SourceTaps taps_;
   Bursts bursts_;
   SinkFeeds feeds_{bursts_};
-  bool stale_ = false;           // ports have come or gone that ports_ does not know of
-  bool wasThere_ = false;        // there has been a server
+  bool stale_ = false;     // ports have come or gone that ports_ does not know of
+  bool wasThere_ = false;  // there has been a server
+  bool outlives_ = false;
   std::optional<Time> restore_;  // when taps_ is to be restored
 };
 
 void JackDriver::start(DriverEvents& events, Time now) {
-  // Who asks a server that is just dying must not die with it.
-  sigset_t pipe;
-  sigemptyset(&pipe);
-  sigaddset(&pipe, SIGPIPE);
-  pthread_sigmask(SIG_BLOCK, &pipe, nullptr);
   events_ = &events;
   if (!client_) {
     events_->warned("no JACK server runs: waiting for one");
@@ -125,7 +122,18 @@ void JackDriver::deliver(PortId sink, const Message& message, Time now) {
 
 void JackDriver::setUsed(PortId source, bool used, Time /*now*/) { taps_.setUsed(client_.get(), ports_, source, used); }
 
+// Who asks a server that is just dying must not die with it. Done by the service's thread: the one that starts the
+// driver is the program's own.
+void JackDriver::outliveServers() {
+  if (std::exchange(outlives_, true)) return;
+  sigset_t pipe;
+  sigemptyset(&pipe);
+  sigaddset(&pipe, SIGPIPE);
+  pthread_sigmask(SIG_BLOCK, &pipe, nullptr);
+}
+
 std::optional<Time> JackDriver::advance(Time now) {
+  outliveServers();
   wakeup_->clear();
   lookForClient(now);
   std::optional<Time> next;

@@ -2,6 +2,8 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
+#include <csignal>
+
 #include "tests/platform/drivers/jack/server/driven.h"
 #include "tests/platform/drivers/jack/server/jack_peer.h"
 #include "tests/platform/drivers/jack/server/jack_server.h"
@@ -40,6 +42,20 @@ TEST_F(JackFaults, AServerIsWaitedFor) {
               ElementsAre("warning: no JACK server runs: waiting for one", "warning: the JACK server is there"));
   JackPeer keys("keys", {"out"}, {});
   EXPECT_TRUE(driven.runUntilThere("keys:out"));
+}
+
+// It is the program's own thread, which must still die of a pipe that nobody reads.
+TEST_F(JackFaults, WhoStartsADriverKeepsItsSignals) {
+  JackServer server;
+  sigset_t pipe;
+  sigemptyset(&pipe);
+  sigaddset(&pipe, SIGPIPE);
+  sigset_t before;
+  sigset_t after;
+  pthread_sigmask(SIG_UNBLOCK, &pipe, &before);
+  const Driven driven;
+  pthread_sigmask(SIG_SETMASK, &before, &after);
+  EXPECT_EQ(sigismember(&after, SIGPIPE), 0);
 }
 
 TEST_F(JackFaults, ADriverThatStillWaitsEndsAtOnce) {
