@@ -10,6 +10,7 @@ using StrmSrv::PortRecord;
 namespace {
 
 constexpr std::uint16_t Last = std::numeric_limits<std::uint16_t>::max();
+constexpr std::uint64_t PortsOfGroup = Last + 1U;
 
 // No service has a port with the last index: a count has 16 bits.
 constexpr PortRecord Nowhere{Last, Last};
@@ -29,7 +30,7 @@ std::string nameOf(const wire::TopologySide& ports, std::uint16_t index) {
 PortPlaces::PortPlaces(wire::Topology first) : first_(std::move(first)) {}
 
 PortPlaces::Key PortPlaces::key(PortRecord port, Side side) {
-  return (Key{port.groupId} << 16U | port.portIndex) << 1U | (side == Side::Sink ? 1U : 0U);
+  return (Key{port.groupId} * PortsOfGroup + port.portIndex) * 2 + (side == Side::Sink ? 1 : 0);
 }
 
 bool PortPlaces::knows(PortRecord port, Side side) const {
@@ -106,8 +107,9 @@ void PortPlaces::enterNames() {
     });
   }
   for (const auto& [place, name] : later_) {
-    const PortRecord port{static_cast<std::uint16_t>(place >> 17U), static_cast<std::uint16_t>(place >> 1U)};
-    byName_.try_emplace(name, port, (place & 1U) != 0 ? Side::Sink : Side::Source);
+    const PortRecord port{static_cast<std::uint16_t>(place / 2 / PortsOfGroup),
+                          static_cast<std::uint16_t>(place / 2 % PortsOfGroup)};
+    byName_.try_emplace(name, port, place % 2 != 0 ? Side::Sink : Side::Source);
   }
 }
 
