@@ -6,7 +6,8 @@
 
 #include <array>
 #include <cerrno>
-#include <csignal>
+
+#include "platform/drivers/without_signals.h"
 
 namespace service::alsa {
 namespace {
@@ -23,14 +24,6 @@ void comeFirst() {
   pthread_setschedparam(pthread_self(), SCHED_RR, &wanted);
 }
 
-// Handlers belong to the program's own threads.
-void takeNoSignals() {
-  sigset_t most;
-  sigfillset(&most);
-  for (const int fault : {SIGSEGV, SIGBUS, SIGFPE, SIGILL, SIGABRT, SIGTRAP, SIGSYS}) sigdelset(&most, fault);
-  pthread_sigmask(SIG_SETMASK, &most, nullptr);
-}
-
 }  // namespace
 
 EventDrain::EventDrain(std::size_t mostBytes)
@@ -42,21 +35,12 @@ EventDrain::EventDrain(std::size_t mostBytes)
     throw SequencerError("cannot get room for events from the ALSA sequencer", code);
   }
   snd_seq_set_input_buffer_size(sequencer_.handle(), PoolCells * sizeof(snd_seq_event_t));
-  sigset_t before;
-  sigset_t all;
-  sigfillset(&all);
-  pthread_sigmask(SIG_SETMASK, &all, &before);
-  try {
-    thread_ = std::thread([this] { run(); });
-  } catch (...) {
-    pthread_sigmask(SIG_SETMASK, &before, nullptr);
-    throw;
-  }
-  pthread_sigmask(SIG_SETMASK, &before, nullptr);
+  const WithoutSignals quiet;
+  thread_ = std::thread([this] { run(); });
 }
 
 EventDrain::~EventDrain() {
-  stop_.raise();
+  stop_.wake();
   thread_.join();
 }
 
@@ -92,12 +76,11 @@ bool EventDrain::readSome() {
     }
     any = true;
   }
-  if (any) wakeup_.raise();
+  if (any) wakeup_.wake();
   return code >= 0 || code == -EAGAIN || code == -EINTR || code == -ENOSPC;
 }
 
 void EventDrain::run() {
-  takeNoSignals();
   comeFirst();
   pthread_setname_np(pthread_self(), "alsa-drain");
   std::array<pollfd, 2> polled{pollfd{sequencer_.descriptor(), POLLIN, 0}, pollfd{stop_.descriptor(), POLLIN, 0}};

@@ -8,7 +8,7 @@
 
 #include "platform/drivers/alsa/event_queue.h"
 #include "platform/drivers/alsa/sequencer.h"
-#include "platform/drivers/alsa/wakeup.h"
+#include "platform/drivers/wakeup.h"
 
 namespace service::alsa {
 

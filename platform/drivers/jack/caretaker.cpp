@@ -3,10 +3,11 @@
 #include <pthread.h>
 
 #include <condition_variable>
-#include <csignal>
 #include <mutex>
 #include <utility>
 #include <vector>
+
+#include "platform/drivers/without_signals.h"
 
 namespace service::jack {
 namespace {
@@ -16,23 +17,6 @@ using Clock = std::chrono::steady_clock;
 
 constexpr auto BetweenTries = 1s;
 constexpr auto PatienceAtTheEnd = 2s;
-
-// While it lives, threads that are started take no signals.
-class WithoutSignals {
- public:
-  WithoutSignals() {
-    sigset_t most;
-    sigfillset(&most);
-    for (const int fault : {SIGSEGV, SIGBUS, SIGFPE, SIGILL, SIGABRT, SIGTRAP, SIGSYS}) sigdelset(&most, fault);
-    pthread_sigmask(SIG_SETMASK, &most, &before_);
-  }
-  WithoutSignals(const WithoutSignals&) = delete;
-  WithoutSignals& operator=(const WithoutSignals&) = delete;
-  ~WithoutSignals() { pthread_sigmask(SIG_SETMASK, &before_, nullptr); }
-
- private:
-  sigset_t before_{};
-};
 
 }  // namespace
 

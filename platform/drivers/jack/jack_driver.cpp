@@ -283,7 +283,7 @@ void JackDriver::clientGone(Time now) {
 namespace service {
 
 std::variant<std::unique_ptr<Driver>, std::string> openJack(Absent absent) {
-  auto wakeup = std::make_shared<jack::Wakeup>();
+  auto wakeup = std::make_shared<Wakeup>();
   auto caretaker = std::make_unique<jack::Caretaker>(wakeup);
   caretaker->open(false);
   auto opened = caretaker->result(jack::PatienceAtTheStart);

@@ -1,4 +1,4 @@
-#include "platform/drivers/jack/wakeup.h"
+#include "platform/drivers/wakeup.h"
 
 #include <sys/eventfd.h>
 #include <unistd.h>
@@ -7,7 +7,7 @@
 #include <cstdint>
 #include <system_error>
 
-namespace service::jack {
+namespace service {
 
 Wakeup::Wakeup() : descriptor_(eventfd(0, EFD_CLOEXEC | EFD_NONBLOCK)) {
   if (descriptor_ < 0) throw std::system_error(errno, std::generic_category(), "eventfd");
@@ -26,4 +26,4 @@ void Wakeup::clear() {
   [[maybe_unused]] const auto got = read(descriptor_, &count, sizeof count);
 }
 
-}  // namespace service::jack
+}  // namespace service

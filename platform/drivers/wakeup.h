@@ -1,7 +1,7 @@
 // Tells the service's thread that another thread has put something somewhere.
 #pragma once
 
-namespace service::jack {
+namespace service {
 
 // A descriptor that is readable from wake() until clear().
 class Wakeup {
@@ -24,4 +24,4 @@ class Wakeup {
   int descriptor_;
 };
 
-}  // namespace service::jack
+}  // namespace service
