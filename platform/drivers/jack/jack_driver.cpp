@@ -140,7 +140,10 @@ std::optional<Time> JackDriver::advance(Time now) {
   if (client_) {
     // What a client has sent before it went comes before the news that it has gone.
     const bool more = taps_.take(*client_, *events_, now, PieceBytes);
-    if (const auto skipped = client_->takeSkipped(); skipped > 0) bursts_.add(Burst::Skipped, skipped, now);
+    if (const auto skipped = client_->takeSkipped(); skipped > 0) {
+      bursts_.add(Burst::Skipped, skipped, now);
+      taps_.skipped();
+    }
     readNotices(now);
     if (client_ && more) {
       next = now;
@@ -149,6 +152,7 @@ std::optional<Time> JackDriver::advance(Time now) {
       if (const auto line = taps_.restore(*client_, ports_)) events_->noted(*line);
     }
   }
+  soonest(next, taps_.tellSkipped(*events_, now));
   if (client_) soonest(next, feeds_.pump(*client_, ports_, now));
   for (const std::string& line : bursts_.take(now)) events_->noted(line);
   soonest(next, bursts_.next());

@@ -9,6 +9,7 @@ namespace service::jack {
 void SourceTaps::setUsed(JackClient* client, const PortDirectory& ports, PortId source, bool used) {
   if (!used) {
     used_.erase(source);
+    skips_.forget(source);
     if (client != nullptr) untap(*client, source);
     return;
   }
@@ -38,6 +39,15 @@ void SourceTaps::clientGone(DriverEvents& events, Time now) {
   }
   taps_.clear();
   sources_.clear();
+}
+
+void SourceTaps::skipped() {
+  for (const auto& [source, tap] : taps_) skips_.add(source);
+}
+
+std::optional<Time> SourceTaps::tellSkipped(DriverEvents& events, Time now) {
+  for (const PortId source : skips_.take(now)) events.lost(source, 0, now);
+  return skips_.next();
 }
 
 bool SourceTaps::take(JackClient& client, DriverEvents& events, Time now, std::size_t bytes) {

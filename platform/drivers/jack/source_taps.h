@@ -12,6 +12,7 @@
 #include "platform/drivers/jack/capture_reader.h"
 #include "platform/drivers/jack/jack_client.h"
 #include "platform/drivers/jack/port_directory.h"
+#include "platform/drivers/jack/skip_news.h"
 
 namespace service::jack {
 
@@ -29,6 +30,12 @@ class SourceTaps {
   // The client is about to go, and all connections with it.
   void clientGone(DriverEvents& events, Time now);
 
+  // JACK has gone on without the client: what the sources emitted meanwhile may be lost.
+  void skipped();
+
+  // Tells of it, each source once a second at most. Answers when it wants to be called again.
+  std::optional<Time> tellSkipped(DriverEvents& events, Time now);
+
   // Tells what has arrived, of about so many bytes of events. Answers whether more is there.
   bool take(JackClient& client, DriverEvents& events, Time now, std::size_t bytes);
 
@@ -44,6 +51,7 @@ class SourceTaps {
   void untap(JackClient& client, PortId source);
 
   std::set<PortId> used_;
+  SkipNews skips_;
   std::map<PortId, Tap> taps_;
   std::unordered_map<std::uint32_t, PortId> sources_;  // by number of the port
 };

@@ -9,9 +9,11 @@
 namespace service::jack {
 namespace {
 
+using testing::Contains;
 using testing::ContainsRegex;
 using testing::ElementsAre;
 using testing::IsEmpty;
+using testing::IsSupersetOf;
 using testing::Not;
 
 // Three bytes that tell the number, below 2 to the power of 18.
@@ -258,6 +260,19 @@ TEST_F(JackMessages, WhatJackItselfHasDroppedIsCounted) {
     driven->runFor(std::chrono::milliseconds(20));
     return driven->lostCount > 0 && driven->emittedCount + driven->lostCount == events.size();
   });
+}
+
+TEST_F(JackMessages, PeriodsThatWereSkippedAreALossOfEachUsedSource) {
+  driven->use("peer:out");
+  driven->use("peer:out2");
+  // What was skipped on a busy machine before has been told by then.
+  driven->runFor(std::chrono::milliseconds(1100));
+  driven->forget();
+  server->halt(std::chrono::milliseconds(100));
+  ASSERT_TRUE(driven->runUntil([&] { return driven->lossNews.size() >= 2; }));
+  EXPECT_THAT(driven->lossNews, IsSupersetOf({"peer:out 0", "peer:out2 0"}));
+  EXPECT_THAT(driven->lossNews, Not(Contains("peer:out3 0")));
+  EXPECT_TRUE(driven->runUntil([&] { return driven->late > 0; }));
 }
 
 TEST_F(JackMessages, WhatRealMidiHasNoFormForIsRefusedAndNoted) {

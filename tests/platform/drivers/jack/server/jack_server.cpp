@@ -26,6 +26,7 @@ using testsupport::ChildDescriptors;
 using testsupport::Deadline;
 
 constexpr auto Patience = 10s;
+constexpr auto LeavingPatience = 1s;
 
 constexpr int Names = 4;
 
@@ -111,7 +112,12 @@ JackServer::JackServer() {
   start();
 }
 
-JackServer::~JackServer() { stop(); }
+// A server that has not noticed yet that a client was killed or late takes five seconds or eleven to end.
+JackServer::~JackServer() {
+  if (!child_) return;
+  child_->signal(SIGTERM);
+  child_->wait(Deadline(LeavingPatience));
+}
 
 void JackServer::start() {
   const std::string log = folder_.path() / "log";
@@ -134,6 +140,12 @@ void JackServer::start() {
 void JackServer::stop() { end(SIGTERM); }
 
 void JackServer::kill() { end(SIGKILL); }
+
+void JackServer::halt(std::chrono::milliseconds time) {
+  child_->signal(SIGSTOP);
+  std::this_thread::sleep_for(time);
+  child_->signal(SIGCONT);
+}
 
 void JackServer::end(int signal) {
   if (!child_) return;

@@ -1,6 +1,7 @@
 // A JACK server of a test's own.
 #pragma once
 
+#include <chrono>
 #include <map>
 #include <optional>
 #include <string>
@@ -35,6 +36,9 @@ class JackServer {
   void kill();
 
   void start();
+
+  // Keeps it from going on for a while, so that all its clients skip periods.
+  void halt(std::chrono::milliseconds time);
 
   // What one of JACK's tools, which must succeed, prints: jack_lsp -c ...
   std::string tool(const std::string& program, const std::vector<std::string>& arguments = {}) const;
