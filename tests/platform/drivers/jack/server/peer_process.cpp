@@ -19,6 +19,7 @@ using namespace std::chrono_literals;
 using testsupport::UniqueFd;
 
 constexpr auto Patience = 5s;
+constexpr auto LeavingPatience = 1s;
 
 struct Pipe {
   Pipe() {
@@ -48,6 +49,12 @@ PeerProcess::PeerProcess(const std::string& name, const std::string& source, con
       descriptors);
   output.writing.reset();
   if (arrived() != "") throw std::runtime_error("the peer " + name + " does not come");
+}
+
+// A server whose client was killed takes five seconds or eleven to end.
+PeerProcess::~PeerProcess() {
+  input_.reset();
+  child_->wait(testsupport::Deadline(LeavingPatience));
 }
 
 void PeerProcess::emit(const std::string& event) {

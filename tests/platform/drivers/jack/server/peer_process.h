@@ -9,13 +9,14 @@
 
 namespace service::jack {
 
-// Has one source and one sink. Killed at the end.
+// Has one source and one sink. Leaves its server at the end; killed when that takes long.
 class PeerProcess {
  public:
   // Comes back when its ports are there. Throws std::runtime_error when they are not within some seconds.
   PeerProcess(const std::string& name, const std::string& source, const std::string& sink);
   PeerProcess(const PeerProcess&) = delete;
   PeerProcess& operator=(const PeerProcess&) = delete;
+  ~PeerProcess();
 
   // Emits an event, given in hex. Does not wait.
   void emit(const std::string& event);
