@@ -144,6 +144,25 @@ TEST_F(JackPrograms, WhatPassesAConnectionIsSeenOnceAtEitherEnd) {
   }
 }
 
+TEST_F(JackPrograms, JacksOwnDumpSeesWhatIsInjected) {
+  const testsupport::ScratchFolder folder;
+  const std::string heard = folder.path() / "heard";
+  testsupport::ChildDescriptors descriptors;
+  descriptors.open(STDIN_FILENO, "/dev/null", O_RDONLY);
+  descriptors.open(STDOUT_FILENO, heard, O_WRONLY | O_CREAT);
+  descriptors.open(STDERR_FILENO, "/dev/null", O_WRONLY);
+  const testsupport::Child dump({"stdbuf", {"-oL", "jack_midi_dump", "dump"}, JackServer::environment(), {}},
+                                descriptors);
+  const Deadline deadline(Patience);
+  while (!deadline.passed() && server->tool("jack_lsp").find("dump:input") == std::string::npos) {
+    std::this_thread::sleep_for(20ms);
+  }
+  const auto daemon = daemonOnJack();
+  printed(daemon->endpoint(), "streamctl", {"inject", "--group", "3", "dump:input", "0x90", "60", "100"});
+  while (!deadline.passed() && linesWith(heard, "93 3c 64") == 0) std::this_thread::sleep_for(20ms);
+  EXPECT_EQ(linesWith(heard, "93 3c 64"), 1);
+}
+
 TEST_F(JackPrograms, ADaemonOutlivesTheServer) {
   const auto daemon = daemonOnJack();
   server->kill();

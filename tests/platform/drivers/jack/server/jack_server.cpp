@@ -101,7 +101,7 @@ void JackServer::choose() {
 }
 
 std::string JackServer::whyNot() {
-  for (const char* program : {"jackd", "jack_lsp", "jack_connect", "jack_disconnect", "jack_wait"}) {
+  for (const char* program : {"jackd", "jack_lsp", "jack_connect", "jack_disconnect", "jack_midi_dump", "jack_wait"}) {
     if (access(("/usr/bin/" + std::string(program)).c_str(), X_OK) != 0) return std::string("no program ") + program;
   }
   return {};
