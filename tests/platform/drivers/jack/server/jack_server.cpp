@@ -37,6 +37,18 @@ bool isServer(pid_t process, const std::string& name) {
   return line.starts_with("jackd") && line.find('\0' + name + '\0') != std::string::npos;
 }
 
+// Removes what a server of this name that was killed has left of its clients: the next ones of the same names would be
+// out of step with their server.
+void removeSemaphores(const std::string& name) {
+  std::error_code problem;
+  for (const auto& entry : std::filesystem::directory_iterator("/dev/shm", problem)) {
+    const std::string file = entry.path().filename();
+    if (file.starts_with("jack_sem.") && file.find("_" + name + "_") != std::string::npos) {
+      std::filesystem::remove(entry.path(), problem);
+    }
+  }
+}
+
 // A name that no other process uses, for as long as this one lives: a file is locked for it. In the file stands the
 // server that was started last, which runs on when its test was killed.
 class Name {
@@ -120,6 +132,7 @@ JackServer::~JackServer() {
 }
 
 void JackServer::start() {
+  removeSemaphores(serverName().text());
   const std::string log = folder_.path() / "log";
   ChildDescriptors descriptors;
   descriptors.open(STDIN_FILENO, "/dev/null", O_RDONLY);
