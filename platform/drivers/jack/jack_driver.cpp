@@ -16,6 +16,7 @@
 #include "platform/drivers/jack/jack_graph.h"
 #include "platform/drivers/jack/port_directory.h"
 #include "platform/drivers/jack/sink_feeds.h"
+#include "platform/drivers/jack/soonest.h"
 #include "platform/drivers/jack/source_taps.h"
 #include "platform/drivers/midi_stream.h"
 
@@ -29,10 +30,6 @@ constexpr Time BetweenTries = 1s;
 // Of events in one call; about four thousand short ones.
 constexpr std::size_t PieceBytes = std::size_t{64} * 1024;
 constexpr std::size_t ManyWaitingBytes = std::size_t{256} * 1024;
-
-void soonest(std::optional<Time>& first, std::optional<Time> other) {
-  if (other) first = std::min(first.value_or(*other), *other);
-}
 
 class JackDriver : public Driver {
  public:

@@ -8,6 +8,8 @@
 #include <thread>
 #include <utility>
 
+#include "platform/drivers/jack/soonest.h"
+
 namespace service::jack {
 namespace {
 
@@ -19,8 +21,6 @@ constexpr auto LastPatience = 1s;
 
 // Senders are held back long before; what comes from other systems cannot be.
 constexpr std::size_t MaxWaiting = std::size_t{16} * 1024 * 1024;
-
-void soonest(std::optional<Time>& first, Time other) { first = std::min(first.value_or(other), other); }
 
 }  // namespace
 
