@@ -9,7 +9,8 @@
 namespace streamctl {
 
 int writeOutput(std::string_view text, const std::function<bool()>& goOn) {
-  for (;;) {
+  // Nothing to write is no reason to try: a full device refuses that too.
+  while (!text.empty()) {
     const ssize_t written = write(STDOUT_FILENO, text.data(), text.size());
     const int error = written < 0 ? errno : 0;
     if (error == EAGAIN) {
@@ -20,10 +21,10 @@ int writeOutput(std::string_view text, const std::function<bool()>& goOn) {
       return error;
     }
     if (written > 0) text.remove_prefix(static_cast<std::size_t>(written));
-    if (text.empty()) return 0;
     // A signal also cuts short what has been written in part.
-    if (goOn && !goOn()) return EINTR;
+    if (!text.empty() && goOn && !goOn()) return EINTR;
   }
+  return 0;
 }
 
 bool outputHasReader() {

@@ -1,4 +1,7 @@
 // watch, as a process, on a real service.
+#include <chrono>
+#include <thread>
+
 #include "tests/platform/streamctl/service_fixture.h"
 
 namespace streamctl {
@@ -79,6 +82,9 @@ TEST_F(WatchCommandLine, EndsBySignalWhileItsReaderSleeps) {
 TEST_F(WatchCommandLine, OutputThatCannotBeWrittenIsAFailure) {
   Background watch(shell("exec streamctl watch DeckOut2 >/dev/full"), path("full"));
   ASSERT_TRUE(hasTaps(1));
+  // Longer than it waits for messages without a look at its output.
+  std::this_thread::sleep_for(std::chrono::milliseconds(500));
+  ASSERT_TRUE(hasTaps(1)) << "nothing was to be written";
   ASSERT_THAT(control({"inject", "DeckOut2", "1"}), Succeeds());
   EXPECT_EQ(watch.end(), ExitStatus::exited(1));
   EXPECT_EQ(watch.errors(), "streamctl: standard output: No space left on device\n");
