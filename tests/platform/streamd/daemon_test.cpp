@@ -209,8 +209,9 @@ TEST(Streamd, ClosedStandardErrorIsNothingElse) {
   const testsupport::ScratchFolder folder;
   const std::string socket = folder.path() / "socket";
   testsupport::ChildDescriptors descriptors;
-  testsupport::Child daemon({"/bin/sh", {"-c", "exec \"$0\" --listen \"$1\" 2>&-", Streamd, "ipc://" + socket}, {}, {}},
-                            descriptors);
+  testsupport::Child daemon(
+      {"/bin/sh", {"-c", "exec \"$0\" --listen \"$1\" 2>&-", Streamd, "ipc://" + socket}, environmentWith({}), {}},
+      descriptors);
   const Deadline deadline(Patience);
   while (!deadline.passed() && groupsAt("ipc://" + socket).find("Keyboard") == std::string::npos) {
   }

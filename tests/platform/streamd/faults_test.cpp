@@ -239,7 +239,11 @@ TEST_F(Faults, PortsThatTheNewServiceDoesNotHaveAreCounted) {
   const DeviceFile small("[[group]]\nid = 8\nname = \"Thru\"\nsinks = 1\n");
   testsupport::ChildDescriptors descriptors;
   descriptors.open(STDERR_FILENO, "/dev/null", O_WRONLY);
-  testsupport::Child other({Streamd, {"--listen", daemon_.endpoint(), "--device", small.path()}, {}, {}}, descriptors);
+  testsupport::Child other({Streamd,
+                            {"--listen", daemon_.endpoint(), "--device", small.path()},
+                            testsupport::caseEnvironment(FLOWSCOPE_BINARY_DIR),
+                            {}},
+                           descriptors);
   testing::internal::CaptureStderr();
   EXPECT_TRUE(receiveUntil(manager, [&] { return port.tap("ThruIn1") == EvtSrv::EvtRes_Success; }));
   EXPECT_THAT(testing::internal::GetCapturedStderr(),
