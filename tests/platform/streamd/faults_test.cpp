@@ -15,6 +15,7 @@
 #include "tests/platform/streamd/injector.h"
 #include "tests/platform/streamd/quiet_device.h"
 #include "tests/platform/streamd/raw_socket.h"
+#include "tests/support/case_runner.h"
 #include "tests/support/stream_daemon.h"
 
 namespace streamd {
