@@ -23,9 +23,8 @@ std::string nameOf(jack_client_t* client, jack_port_id_t id) {
   return name == nullptr ? std::string() : std::string(name);
 }
 
-// A semaphore that a killed server has left behind is used again, with its old count, by the next client of the same
-// name: that one then runs a period ahead of everybody else and hears nothing, or everything twice. So each of ours has
-// another name.
+// A killed server leaves its clients' semaphores behind, and the next client of the same name takes one up as it is,
+// with whatever count is left in it. So each of ours has another name.
 std::string freshName() {
   static std::atomic<unsigned> opened{0};
   const unsigned number = ++opened;

@@ -280,8 +280,11 @@ TEST_F(JackMessages, PeriodsThatWereSkippedAreALossOfEachUsedSource) {
   // What was skipped on a busy machine before has been told by then.
   driven->runFor(std::chrono::milliseconds(1100));
   driven->forget();
-  server->halt(std::chrono::milliseconds(100));
-  ASSERT_TRUE(driven->runUntil([&] { return driven->lossNews.size() >= 2; }));
+  // A server that goes on in time for its next period skips none.
+  for (int turn = 0; turn < Turns && driven->lossNews.size() < 2; ++turn) {
+    server->halt(std::chrono::milliseconds(100));
+    driven->runUntil([&] { return driven->lossNews.size() >= 2; }, std::chrono::seconds(2));
+  }
   EXPECT_THAT(driven->lossNews, IsSupersetOf({"peer:out 0", "peer:out2 0"}));
   EXPECT_THAT(driven->lossNews, Not(Contains("peer:out3 0")));
   EXPECT_TRUE(driven->runUntil([&] { return driven->late > 0; }));
