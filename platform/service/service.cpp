@@ -73,6 +73,15 @@ struct Service::State {
     unsettled.push_back(link.source());
   }
 
+  // For a port that something is to pass. The first message that does not is told of.
+  bool hasGone(PortId port) {
+    if (topology().exists(port)) return false;
+    if (goneTold.insert(port).second) {
+      notes.push_back({"\"" + topology().name(port) + "\" has gone: what is sent to it is lost", true});
+    }
+    return true;
+  }
+
   // Answers whether there was anything to settle.
   bool settle(Time now) {
     const bool any = !unsettled.empty();
@@ -95,6 +104,7 @@ struct Service::State {
   std::uint64_t in = 0;  // of everybody, and the device
   std::uint64_t lostBefore = 0;
   std::vector<Note> notes;
+  std::set<PortId> goneTold;  // ports that notes have called gone, until they are back
   std::uint32_t lastClient = 0;
 };
 
@@ -152,7 +162,7 @@ wire::Status Service::send(ClientId client, EventPortId port, const Message& mes
   ++sender->second.in;
   ++state_->in;
   auto ports = state_->taps.tappedBy(client, port);
-  std::erase_if(ports, [this](PortId gone) { return !state_->topology().exists(gone); });
+  std::erase_if(ports, [this](PortId tapped) { return state_->hasGone(tapped); });
   state_->router.pass(ports, message, now);
   return wire::Status::Ok;
 }
@@ -260,6 +270,7 @@ void Service::unlinked(const Link& link, Time /*now*/) {
 
 void Service::topologyChanged(Time now) {
   for (const Link& link : state_->graph.orphans()) unlinked(link, now);
+  std::erase_if(state_->goneTold, [this](PortId port) { return state_->topology().exists(port); });
 }
 
 void Service::lost(PortId source, std::uint64_t count, Time /*now*/) {

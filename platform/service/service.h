@@ -47,8 +47,8 @@ class Service : private DriverEvents {
   void untapAll(ClientId client, EventPortId port, Time now);
 
   // Passes a message through every device port that the event port has tapped and that is there, in the order of
-  // tapping: at a source as if it had emitted the message, at a sink as if it had arrived there. BadRequest: the
-  // message has no bytes.
+  // tapping: at a source as if it had emitted the message, at a sink as if it had arrived there. A port that has gone
+  // is warned of at the first message that it misses. BadRequest: the message has no bytes.
   wire::Status send(ClientId client, EventPortId port, const Message& message, Time now);
 
   // Passes a message through one device port in the same way, tapped or not. NotFound: no port has that name.
@@ -79,7 +79,8 @@ class Service : private DriverEvents {
   // True while senders are to be held back (see Driver::behind).
   bool behind() const;
 
-  // What the driver has told since this was last asked: see DriverEvents::noted, and warned.
+  // What there is for the log since this was last asked, of the driver and the service itself: see
+  // DriverEvents::noted, and warned.
   struct Note {
     std::string line;
     bool isWarning = false;

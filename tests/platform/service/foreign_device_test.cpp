@@ -184,6 +184,29 @@ TEST_F(ForeignDevice, PortThatGoesTakesItsConnectionsAndLeavesItsTaps) {
   EXPECT_EQ(texts(), (Texts{"1 G1Out1: 90 40 7F", "1 G1In1: 90 40 7F"})) << "taps are there again";
 }
 
+TEST_F(ForeignDevice, WhatIsSentToAPortThatHasGoneIsToldOnceEachTime) {
+  const Topology with = evenTopology(2, 1);
+  std::vector<Group> groups = with.groups();
+  groups[1].sinks->names = {"G1In1"};
+  groups[1].sinks->gone = {true};
+  const Topology without(groups);
+  tap("G1In1");
+  tap("G0In1");
+  for (int turn = 0; turn < 2; ++turn) {
+    act([&](DriverEvents&) { device_->change(without); });
+    EXPECT_TRUE(service_->takeNotes().empty()) << "nobody misses anything yet";
+    service_->send(client_, One, {0, Note}, {});
+    service_->send(client_, One, {0, Note}, {});
+    const auto notes = service_->takeNotes();
+    ASSERT_EQ(notes.size(), 1U);
+    EXPECT_EQ(notes[0].line, "\"G1In1\" has gone: what is sent to it is lost");
+    EXPECT_TRUE(notes[0].isWarning);
+    act([&](DriverEvents&) { device_->change(with); });
+    service_->send(client_, One, {0, Note}, {});
+    EXPECT_TRUE(service_->takeNotes().empty());
+  }
+}
+
 TEST_F(ForeignDevice, TapOfAPortThatHasGoneCanBeEnded) {
   tap("G1Out1");
   std::vector<Group> groups = evenTopology(2, 1).groups();
