@@ -8,6 +8,7 @@
 #include <vector>
 
 #include "platform/drivers/midi_stream.h"
+#include "platform/drivers/soonest.h"
 
 namespace service::alsa {
 namespace {
@@ -23,8 +24,6 @@ constexpr Time LastPatience = std::chrono::seconds(1);
 
 // Senders are held back long before; what other devices emit cannot be.
 constexpr std::size_t MostBytesOfSink = 8U << 20U;
-
-std::string toPort(const Receiver& receiver, const char* rest) { return "for \"" + receiver.text + "\" " + rest; }
 
 }  // namespace
 
@@ -47,15 +46,13 @@ void AlsaOutput::send(Address to, const Message& message, Time now) {
   std::vector<std::uint8_t> bytes;
   const Sendable sendable = appendMidi(message, bytes);
   if (sendable != Sendable::Yes) {
-    log_.add(toPort(receiver->second, sendable == Sendable::NoSuchChannel
-                                          ? "not sent: there are no more than 16 channels"
-                                          : "not sent: what was to go is not one MIDI message"),
-             1, now);
+    log_.addUnsent(1, receiver->second.text,
+                   sendable == Sendable::NoSuchChannel ? unsent::NoSuchChannel : unsent::NotOneMessage, now);
     return;
   }
   Sink& sink = sinks_.try_emplace(to, Sink{SinkQueue(port_, to, receiver->second)}).first->second;
   if (sink.queue.bytes() + bytes.size() > MostBytesOfSink) {
-    log_.add(toPort(receiver->second, "not sent: too much waits for it"), 1, now);
+    log_.addUnsent(1, receiver->second.text, unsent::TooMuchWaits, now);
     return;
   }
   sink.queue.add(std::move(bytes));
@@ -79,13 +76,12 @@ void AlsaOutput::setReceivers(const std::map<Address, Receiver>& receivers, Time
 
 std::optional<Time> AlsaOutput::advance(DriverEvents& events, Time now) {
   std::optional<Time> next;
-  const auto wants = [&](Time time) { next = next ? std::min(*next, time) : time; };
   for (auto& [address, sink] : sinks_) {
     if (sink.queue.messages() == 0) continue;
     if (sink.retry <= now) go(sink, now);
-    if (sink.queue.messages() != 0) wants(sink.retry);
+    if (sink.queue.messages() != 0) soonest(next, sink.retry);
   }
-  if (const auto line = log_.advance(now, [&](std::string_view text) { events.noted(text); })) wants(*line);
+  soonest(next, log_.advance(now, [&](std::string_view text) { events.noted(text); }));
   return next;
 }
 
@@ -98,7 +94,7 @@ std::size_t AlsaOutput::bytes() const {
 }
 
 void AlsaOutput::drop(SinkQueue& queue, Time now) {
-  if (queue.messages() != 0) log_.add(toPort(queue.receiver(), "not sent: it has gone"), queue.messages(), now);
+  if (queue.messages() != 0) log_.addUnsent(queue.messages(), queue.receiver().text, unsent::PortHasGone, now);
 }
 
 void AlsaOutput::go(Sink& sink, Time now) {
@@ -107,7 +103,7 @@ void AlsaOutput::go(Sink& sink, Time now) {
     const SinkQueue::Progress progress = sink.queue.send(sequencer_, encoder_);
     switch (progress) {
       case SinkQueue::Progress::Refused:
-        log_.add(toPort(sink.queue.receiver(), ("not sent: " + errorText(sink.queue.code())).c_str()), 1, now);
+        log_.addUnsent(1, sink.queue.receiver().text, errorText(sink.queue.code()), now);
         continue;
       case SinkQueue::Progress::Gone:
         drop(sink.queue, now);

@@ -4,10 +4,10 @@
 #include <map>
 #include <optional>
 
-#include "platform/drivers/alsa/burst_log.h"
 #include "platform/drivers/alsa/sequencer.h"
 #include "platform/drivers/alsa/sequencer_view.h"
 #include "platform/drivers/alsa/sink_queue.h"
+#include "platform/drivers/burst_log.h"
 #include "platform/drivers/driver.h"
 
 namespace service::alsa {

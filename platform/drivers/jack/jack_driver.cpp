@@ -8,7 +8,7 @@
 #include <optional>
 #include <utility>
 
-#include "platform/drivers/jack/bursts.h"
+#include "platform/drivers/burst_log.h"
 #include "platform/drivers/jack/caretaker.h"
 #include "platform/drivers/jack/client_log.h"
 #include "platform/drivers/jack/echoes.h"
@@ -16,9 +16,9 @@
 #include "platform/drivers/jack/jack_graph.h"
 #include "platform/drivers/jack/port_directory.h"
 #include "platform/drivers/jack/sink_feeds.h"
-#include "platform/drivers/jack/soonest.h"
 #include "platform/drivers/jack/source_taps.h"
 #include "platform/drivers/midi_stream.h"
+#include "platform/drivers/soonest.h"
 
 namespace service::jack {
 namespace {
@@ -78,7 +78,7 @@ class JackDriver : public Driver {
   ClientLog clientLog_;
   Echoes echoes_;
   SourceTaps taps_;
-  Bursts bursts_;
+  BurstLog bursts_;
   SinkFeeds feeds_{bursts_};
   bool stale_ = false;     // ports have come or gone that ports_ does not know of
   bool wasThere_ = false;  // there has been a server
@@ -100,14 +100,14 @@ void JackDriver::deliver(PortId sink, const Message& message, Time now) {
   std::vector<std::uint8_t> bytes;
   switch (appendMidi(message, bytes)) {
     case Sendable::NoSuchChannel:
-      bursts_.add(Burst::NoSuchChannel, 1, now);
+      bursts_.addUnsent(1, ports_.text(sink), unsent::NoSuchChannel, now);
       break;
     case Sendable::NotOneMessage:
-      bursts_.add(Burst::NotOneMessage, 1, now);
+      bursts_.addUnsent(1, ports_.text(sink), unsent::NotOneMessage, now);
       break;
     case Sendable::Yes:
       if (!client_) {
-        bursts_.add(Burst::SinkGone, 1, now);
+        bursts_.addUnsent(1, ports_.text(sink), unsent::PortHasGone, now);
       } else if (!feeds_.send(*client_, ports_, sink, bytes, now)) {
         return;
       }
@@ -138,7 +138,7 @@ std::optional<Time> JackDriver::advance(Time now) {
     // What a client has sent before it went comes before the news that it has gone.
     const bool more = taps_.take(*client_, *events_, now, PieceBytes);
     if (const auto skipped = client_->takeSkipped(); skipped > 0) {
-      bursts_.add(Burst::Skipped, skipped, now);
+      bursts_.add(skipped, "period", "skipped, too late: messages may be lost", now);
       taps_.skipped();
     }
     readNotices(now);
@@ -151,8 +151,7 @@ std::optional<Time> JackDriver::advance(Time now) {
   }
   soonest(next, taps_.tellSkipped(*events_, now));
   if (client_) soonest(next, feeds_.pump(*client_, ports_, now));
-  for (const std::string& line : bursts_.take(now)) events_->noted(line);
-  soonest(next, bursts_.next());
+  soonest(next, bursts_.advance(now, [&](std::string_view line) { events_->noted(line); }));
   soonest(next, restore_);
   return next;
 }

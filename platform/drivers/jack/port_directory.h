@@ -26,6 +26,9 @@ class PortDirectory {
   // The name of a port that is there; nothing when none is at this place.
   std::optional<std::string> name(PortId port) const;
 
+  // What a port is called for people: as above, and a port that has gone by the name that it has here.
+  std::string text(PortId port) const { return name(port).value_or(topology().name(port)); }
+
   // Nothing for a name that no port has now.
   std::optional<PortId> place(const std::string& name, Side side) const;
 

@@ -8,7 +8,7 @@
 #include <thread>
 #include <utility>
 
-#include "platform/drivers/jack/soonest.h"
+#include "platform/drivers/soonest.h"
 
 namespace service::jack {
 namespace {
@@ -29,11 +29,11 @@ bool SinkFeeds::send(JackClient& client, const PortDirectory& ports, PortId sink
   const auto found = feeds_.find(sink);
   Feed* feed = found != feeds_.end() ? &found->second : open(client, ports, sink, now);
   if (feed == nullptr) {
-    bursts_.add(Burst::SinkGone, 1, now);
+    bursts_.addUnsent(1, ports.text(sink), unsent::PortHasGone, now);
     return true;
   }
   if (waiting_ + bytes.size() > MaxWaiting) {
-    bursts_.add(Burst::TooMuch, 1, now);
+    bursts_.addUnsent(1, feed->sinkName, unsent::TooMuchWaits, now);
     return true;
   }
   waiting_ -= feed->outlet.waitingBytes();
@@ -54,7 +54,7 @@ std::optional<Time> SinkFeeds::pump(JackClient& client, const PortDirectory& por
     const bool waits = client.playback().waits(feed.number);
     const bool retries = waits && !client.playback().settled(feed.number) && now >= feed.lastTry + BetweenTries;
     if (!name || (!waits && now >= feed.lastUse + IdleFor) || (retries && !connect(client, *name, feed, now))) {
-      at = close(client, at, Burst::SinkGone, now);
+      at = close(client, at, now);
       continue;
     }
     if (feed.outlet.waitingBytes() > 0) {
@@ -92,14 +92,14 @@ std::size_t SinkFeeds::unsentBytes(JackClient& client) const {
 }
 
 void SinkFeeds::clientGone(JackClient& client, Time now) {
-  for (auto at = feeds_.begin(); at != feeds_.end();) at = close(client, at, Burst::SinkGone, now);
+  for (auto at = feeds_.begin(); at != feeds_.end();) at = close(client, at, now);
 }
 
 SinkFeeds::Feed* SinkFeeds::open(JackClient& client, const PortDirectory& ports, PortId sink, Time now) {
   const auto name = ports.name(sink);
   const auto number = name ? client.playback().open(client.handle()) : std::nullopt;
   if (!number) return nullptr;
-  Feed feed(*number, client.playback().ring(*number));
+  Feed feed(*name, *number, client.playback().ring(*number));
   if (!connect(client, *name, feed, now)) {
     client.playback().close(client.handle(), *number);
     return nullptr;
@@ -114,11 +114,11 @@ bool SinkFeeds::connect(JackClient& client, const std::string& sink, Feed& feed,
   return result == 0 || result == EEXIST;
 }
 
-SinkFeeds::Feeds::iterator SinkFeeds::close(JackClient& client, Feeds::iterator feed, Burst why, Time now) {
+SinkFeeds::Feeds::iterator SinkFeeds::close(JackClient& client, Feeds::iterator feed, Time now) {
   waiting_ -= feed->second.outlet.waitingBytes();
-  std::uint64_t unsent = feed->second.outlet.waitingMessages();
-  unsent += client.playback().close(client.handle(), feed->second.number);
-  if (unsent > 0) bursts_.add(why, unsent, now);
+  std::uint64_t left = feed->second.outlet.waitingMessages();
+  left += client.playback().close(client.handle(), feed->second.number);
+  if (left > 0) bursts_.addUnsent(left, feed->second.sinkName, unsent::PortHasGone, now);
   return feeds_.erase(feed);
 }
 

@@ -5,8 +5,10 @@
 #include <map>
 #include <optional>
 #include <span>
+#include <string>
+#include <utility>
 
-#include "platform/drivers/jack/bursts.h"
+#include "platform/drivers/burst_log.h"
 #include "platform/drivers/jack/jack_client.h"
 #include "platform/drivers/jack/outlet.h"
 #include "platform/drivers/jack/port_directory.h"
@@ -17,7 +19,7 @@ namespace service::jack {
 class SinkFeeds {
  public:
   // bursts: what cannot be sent is counted there; lives longer.
-  explicit SinkFeeds(Bursts& bursts) : bursts_(bursts) {}
+  explicit SinkFeeds(BurstLog& bursts) : bursts_(bursts) {}
 
   // Sends the bytes of a message to a sink. What has no room now waits here. Answers whether pump is to be called.
   bool send(JackClient& client, const PortDirectory& ports, PortId sink, std::span<const std::uint8_t> bytes, Time now);
@@ -36,8 +38,10 @@ class SinkFeeds {
 
  private:
   struct Feed {
-    Feed(std::size_t portNumber, SpscRing& ring) : number(portNumber), outlet(ring) {}
+    Feed(std::string sink, std::size_t portNumber, SpscRing& ring)
+        : sinkName(std::move(sink)), number(portNumber), outlet(ring) {}
 
+    std::string sinkName;
     std::size_t number;
     Outlet outlet;
     Time lastUse{0};
@@ -49,9 +53,9 @@ class SinkFeeds {
 
   Feed* open(JackClient& client, const PortDirectory& ports, PortId sink, Time now);
   static bool connect(JackClient& client, const std::string& sink, Feed& feed, Time now);
-  Feeds::iterator close(JackClient& client, Feeds::iterator feed, Burst why, Time now);
+  Feeds::iterator close(JackClient& client, Feeds::iterator feed, Time now);
 
-  Bursts& bursts_;
+  BurstLog& bursts_;
   Feeds feeds_;
   std::size_t waiting_ = 0;
 };

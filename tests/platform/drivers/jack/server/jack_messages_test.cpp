@@ -299,8 +299,9 @@ TEST_F(JackMessages, WhatRealMidiHasNoFormForIsRefusedAndNoted) {
     driven->deliver("peer:in", {0x90, 1});
     driven->deliver("peer:in", {0x90, 2, 2}, 15);
     driven->runUntil([&] { return driven->lines.size() == 2; });
-    EXPECT_THAT(driven->lines, ElementsAre("2 messages not sent: a group id above 15 is no MIDI channel",
-                                           "1 message not sent: not one complete MIDI message"));
+    EXPECT_THAT(driven->lines,
+                ElementsAre("2 messages for \"peer:in\" not sent: there are no more than 16 channels",
+                            "1 message for \"peer:in\" not sent: what was to go is not one MIDI message"));
     return peer->arrived("in") == expected;
   });
 }
@@ -312,7 +313,8 @@ TEST_F(JackMessages, WhatWaitsForASinkThatGoesIsNoted) {
   // The driver has not looked since.
   driven->deliver("brief:in", {0x90, 1, 1});
   ASSERT_TRUE(driven->runUntil([&] { return driven->lines.size() == 2; }));
-  EXPECT_THAT(driven->lines, ElementsAre("client \"brief\" has gone", "1 message not sent: the port has gone"));
+  EXPECT_THAT(driven->lines,
+              ElementsAre("client \"brief\" has gone", "1 message for \"brief:in\" not sent: it has gone"));
 }
 
 }  // namespace

@@ -6,11 +6,11 @@
 
 #include "platform/drivers/port.h"
 
-namespace service::jack {
+namespace service {
 
 // Makes first the earlier of the two, where nothing is never.
 inline void soonest(std::optional<Time>& first, std::optional<Time> other) {
   if (other) first = std::min(first.value_or(*other), *other);
 }
 
-}  // namespace service::jack
+}  // namespace service

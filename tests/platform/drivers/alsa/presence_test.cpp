@@ -1,9 +1,6 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
-#include <chrono>
-
-#include "platform/drivers/alsa/burst_log.h"
 #include "platform/drivers/alsa/presence.h"
 #include "platform/drivers/alsa/sequencer_view.h"
 
@@ -12,25 +9,6 @@ namespace {
 
 using ::testing::ElementsAre;
 using ::testing::IsEmpty;
-using namespace std::chrono_literals;
-
-TEST(BurstLog, MakesOneLineOfWhatHappensWithinASecond) {
-  BurstLog log;
-  std::vector<std::string> lines;
-  const auto take = [&](std::string_view line) { lines.emplace_back(line); };
-  EXPECT_EQ(log.advance(0s, take), std::nullopt);
-  log.add("a", 1, 10s);
-  log.add("a", 2, 10500ms);
-  log.add("b", 1, 10600ms);
-  EXPECT_EQ(log.advance(10900ms, take), Time(11s));
-  EXPECT_THAT(lines, IsEmpty());
-  EXPECT_EQ(log.advance(11s, take), Time(11600ms));
-  EXPECT_EQ(log.advance(12s, take), std::nullopt);
-  EXPECT_THAT(lines, ElementsAre("3 messages a", "1 message b"));
-  log.add("a", 1, 20s);
-  log.advance(30s, take);
-  EXPECT_THAT(lines, ElementsAre("3 messages a", "1 message b", "1 message a"));
-}
 
 TEST(Presence, TellsWhoLeavesAndReturns) {
   Presence presence;
