@@ -1,130 +1,23 @@
 #include "core/flowscope_shell.h"
 
 #include <gtest/gtest.h>
-#include <unistd.h>
 
-#include <filesystem>
-#include <fstream>
+#include <string>
+#include <vector>
 
 #include "core/dispatcher.h"
 #include "core/line_executor.h"
-#include "tests/core/shell_fixture.h"
+#include "tests/core/device_shell.h"
 #include "traffic/traffic_output.h"
 
 namespace flowscope {
 namespace {
 
+using test::DeviceShell;
 using Names = std::vector<std::string>;
 
-Names namesOf(const TopologyNode& node) {
-  Names names;
-  for (const auto& child : node.children) names.push_back(child->name);
-  return names;
-}
-
-const TopologyNode& nodeAt(TopologyNode& root, const Names& path) {
-  const TopologyNode* node = &root;
-  for (const auto& name : path) {
-    node = node->findChild(name);
-    if (node == nullptr) throw std::runtime_error("no node " + name);
-  }
-  return *node;
-}
-
-// A shell on a device that a file describes, or on the built-in one.
-class Device {
- public:
-  explicit Device(const std::string& toml = "") {
-    if (!toml.empty()) {
-      std::ofstream(file_) << toml;
-      ::setenv("EVTSRV_ENDPOINT", ("embedded:" + file_.string()).c_str(), 1);
-    }
-    trafficOutput().trafficMode = TrafficOff;
-    trafficOutput().monitorTarget = EvtSrv::DebugPortName;
-    manager = std::make_unique<EvtSrv::EventPortManager>(EvtSrv::ConBehave_Void, true);
-    shell = std::make_unique<FlowScope>(*manager, true, around.io);
-    shell->init(*manager);
-  }
-  Device(const Device&) = delete;
-  Device& operator=(const Device&) = delete;
-  ~Device() { std::filesystem::remove(file_); }
-
-  std::string run(const std::string& line) {
-    code = runCommands(*shell, line);
-    return around.out.take();
-  }
-
-  test::Surroundings around;
-  std::unique_ptr<EvtSrv::EventPortManager> manager;
-  std::unique_ptr<FlowScope> shell;
-  ResultCode code = 0;
-
- private:
-  std::filesystem::path file_ =
-      std::filesystem::temp_directory_path() / ("device-" + std::to_string(::getpid()) + ".toml");
-};
-
-TEST(FlowScopeShell, TreeOfTheBuiltInDevice) {
-  Device device;
-  TopologyNode& root = device.shell->tree();
-  EXPECT_EQ(root.name, "/");
-  EXPECT_EQ(namesOf(root), (Names{"Midi", "Audio", "Control"}));
-  EXPECT_EQ(namesOf(nodeAt(root, {"Midi"})), (Names{"Source", "Sink"}));
-  EXPECT_EQ(namesOf(nodeAt(root, {"Audio"})), Names{});
-  EXPECT_EQ(namesOf(nodeAt(root, {"Midi", "Source"})),
-            (Names{"Keyboard", "Panel", "Sequencer", "Arpeggiator", "MidiDin", "MidiUsb", "Clock", "Thru"}));
-  EXPECT_EQ(namesOf(nodeAt(root, {"Midi", "Sink"})),
-            (Names{"Panel", "Sequencer", "Arpeggiator", "ToneGenerator", "MidiDin", "MidiUsb", "Thru"}));
-  EXPECT_EQ(namesOf(nodeAt(root, {"Midi", "Source", "Sequencer"})),
-            (Names{"SequencerOut1", "SequencerOut2", "SequencerOut3", "SequencerOut4"}));
-  EXPECT_EQ(namesOf(nodeAt(root, {"Midi", "Sink", "MidiUsb"})), (Names{"MidiUsbIn1", "MidiUsbIn2"}));
-  EXPECT_EQ(nodeAt(root, {"Midi", "Sink", "MidiUsb", "MidiUsbIn2"}).children.size(), 0U);
-}
-
-TEST(FlowScopeShell, GroupsStandInTheDevicesOrderAndWithoutANameAsBrackets) {
-  Device device(R"(
-[[group]]
-id = 42
-name = "Late"
-sources = 1
-
-[[group]]
-id = 7
-name = "Zebra"
-sources = 2
-sinks = 0
-
-[[group]]
-id = 3
-name = "Ant"
-sources = 1
-
-[[group]]
-id = 65535
-name = "Last"
-sources = 1
-)");
-  TopologyNode& root = device.shell->tree();
-  EXPECT_EQ(namesOf(nodeAt(root, {"Midi", "Source"})), (Names{"[]", "Zebra", "Ant", "[]"}));
-  EXPECT_EQ(namesOf(nodeAt(root, {"Midi", "Source", "[]"})), Names{"LateOut1"});
-  EXPECT_EQ(namesOf(nodeAt(root, {"Midi", "Sink"})), Names{"Zebra"});
-  EXPECT_EQ(namesOf(nodeAt(root, {"Midi", "Sink", "Zebra"})), Names{});
-}
-
-TEST(FlowScopeShell, TreeWithoutAService) {
-  ::setenv("EVTSRV_ENDPOINT", "nonsense://", 1);
-  testing::internal::CaptureStderr();
-  EvtSrv::EventPortManager manager(EvtSrv::ConBehave_Void, true);
-  EXPECT_NE(testing::internal::GetCapturedStderr().find("nonsense://"), std::string::npos);
-  test::Surroundings around;
-  FlowScope shell(manager, true, around.io);
-  shell.init(manager);
-  EXPECT_EQ(namesOf(nodeAt(shell.tree(), {"Midi", "Source"})), Names{});
-  EXPECT_EQ(namesOf(nodeAt(shell.tree(), {"Midi", "Sink"})), Names{});
-}
-
 TEST(FlowScopeShell, WalkingTheTree) {
-  Device device;
+  DeviceShell device;
   struct Row {
     const char* line;
     const char* printed;
@@ -150,7 +43,7 @@ TEST(FlowScopeShell, WalkingTheTree) {
 }
 
 TEST(FlowScopeShell, PromptShowsTheLastPartOfThePath) {
-  Device device;
+  DeviceShell device;
   EXPECT_EQ(device.shell->promptText(), " /");
   device.run("cd Midi/Source");
   EXPECT_EQ(device.shell->promptText(), " Source");
@@ -245,7 +138,7 @@ TEST(FlowScopeShell, ListingMarksAttachedAndConnectedPorts) {
 }
 
 TEST(FlowScopeShell, TheRunningFlagReachesEditorAndInputThread) {
-  Device device;
+  DeviceShell device;
   device.shell->setRunning(false);
   EXPECT_FALSE(device.shell->isRunning());
   EXPECT_FALSE(device.shell->lineEditor().running());
@@ -256,7 +149,7 @@ TEST(FlowScopeShell, TheRunningFlagReachesEditorAndInputThread) {
 }
 
 TEST(FlowScopeShell, AFinishedLineRunsOnTheCurrentShell) {
-  Device device;
+  DeviceShell device;
   FlowScope second(*device.manager, true, device.around.io);
   second.init(*device.manager);
   EXPECT_EQ(device.shell->runEditedLine("cd Midi"), ResultOk);
@@ -265,7 +158,7 @@ TEST(FlowScopeShell, AFinishedLineRunsOnTheCurrentShell) {
 }
 
 TEST(FlowScopeShell, CommandsWithoutAnOverrideDoNothing) {
-  Device device;
+  DeviceShell device;
   for (const char* line : {"set a", "str a", "get a", "eu a", "du a", "load a", "save a", "rn a b", "rm a", "mkdir a",
                            "convert a b", "bt", "unknown a"}) {
     EXPECT_EQ(device.run(line), "") << line;
@@ -277,14 +170,14 @@ TEST(FlowScopeShell, CommandsWithoutAnOverrideDoNothing) {
 }
 
 TEST(FlowScopeShell, HelpShowsTheManualPage) {
-  Device device;
+  DeviceShell device;
   EXPECT_EQ(device.run("help"), "");
   EXPECT_EQ(device.around.system.lines, std::vector<std::string>{"man flowscope"});
 }
 
 TEST(FlowScopeShell, EndAndTerminateStopTheMonitorAndExitQuitsToo) {
   for (const char* line : {"end", "terminate", "quit", "exit", "q"}) {
-    Device device;
+    DeviceShell device;
     device.run("cat /Midi/Source/Sequencer/SequencerOut1");
     ASSERT_EQ(device.shell->attached(), Names{"SequencerOut1"});
     ASSERT_EQ(trafficOutput().trafficMode, TrafficScreen);
@@ -297,7 +190,7 @@ TEST(FlowScopeShell, EndAndTerminateStopTheMonitorAndExitQuitsToo) {
 }
 
 TEST(FlowScopeShell, LiveTrafficOfTheBuiltInSequencer) {
-  Device device;
+  DeviceShell device;
   device.run("cd Midi/Source/Sequencer; cat -l *");
   EXPECT_EQ(device.shell->attached(), (Names{"SequencerOut1", "SequencerOut2", "SequencerOut3", "SequencerOut4"}));
   std::string printed;
@@ -313,7 +206,7 @@ TEST(FlowScopeShell, LiveTrafficOfTheBuiltInSequencer) {
 }
 
 TEST(FlowScopeShell, TheNewestShellIsTheCurrentOne) {
-  Device device;
+  DeviceShell device;
   EXPECT_EQ(StatBase::current(), device.shell.get());
   FlowScope second(*device.manager, true, device.around.io);
   EXPECT_EQ(StatBase::current(), &second);

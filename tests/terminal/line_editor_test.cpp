@@ -2,16 +2,14 @@
 
 #include <gtest/gtest.h>
 
-#include <functional>
 #include <string>
 #include <string_view>
 #include <vector>
 
 #include "terminal/key_codes.h"
-#include "terminal/key_decoder.h"
-#include "tests/support/keys.h"
 #include "tests/support/memory_stream.h"
 #include "tests/terminal/fakes.h"
+#include "tests/terminal/typist.h"
 
 namespace flowscope {
 namespace {
@@ -19,43 +17,9 @@ namespace {
 using test::MemoryStream;
 using test::RecordingHost;
 using test::ScriptedKeys;
+using test::Typed;
+using test::Typist;
 using Lines = std::vector<std::string>;
-
-// An editor behind its first prompt. Its input thread waits at the gate; keys are handed over here.
-class Typist {
- public:
-  explicit Typist(bool quiet = false) : editor(host, keys, stream.stream(), quiet) {
-    editor.drawPrompt(host.promptText());
-    stream.take();
-  }
-
-  void type(std::string_view keyNames) { typeBytes(testsupport::keyBytes(keyNames).value()); }
-
-  void typeBytes(std::string_view bytes) {
-    for (const char byte : bytes) {
-      if (const auto code = decoder.feed(static_cast<unsigned char>(byte))) editor.handleKey(*code);
-    }
-  }
-
-  // What is written for these keys.
-  std::string drawn(std::string_view keyNames) {
-    stream.take();
-    type(keyNames);
-    return stream.take();
-  }
-
-  // The line with a bar at the cursor.
-  std::string line() const {
-    std::string text = editor.buffer();
-    return text.insert(editor.cursor(), "|");
-  }
-
-  RecordingHost host;
-  MemoryStream stream;
-  ScriptedKeys keys;
-  KeyDecoder decoder;
-  LineEditor editor;
-};
 
 TEST(LineEditor, APromptOfThreeCharactersPutsTheLineAtColumnEight) {
   RecordingHost host;
@@ -78,14 +42,8 @@ TEST(LineEditor, ThePromptMayBringANewLine) {
   EXPECT_EQ(typist.line(), "|");
 }
 
-struct Row {
-  std::string_view name;
-  std::string_view keys;
-  std::string_view line;
-};
-
 TEST(LineEditor, KeysEditTheLine) {
-  const std::vector<Row> rows{
+  const std::vector<Typed> rows{
       {"letters", "ab", "ab|"},
       {"insert inside", "ab<left>c", "ac|b"},
       {"kill to the start", "ab<left>c<c-w>", "|b"},
@@ -117,7 +75,7 @@ TEST(LineEditor, KeysEditTheLine) {
       {"a zero byte is not", "a<x00>b", "ab|"},
       {"a percent sign", "%s%n", "%s%n|"},
   };
-  for (const Row& row : rows) {
+  for (const Typed& row : rows) {
     Typist typist;
     typist.type(row.keys);
     EXPECT_EQ(typist.line(), row.line) << row.name;
@@ -177,140 +135,6 @@ TEST(LineEditor, ExactBytesOfEachKey) {
     typist.type(drawing.before);
     EXPECT_EQ(typist.drawn(drawing.keys), drawing.drawn) << drawing.name;
   }
-}
-
-TEST(LineEditor, EnterRunsRecordsAndClears) {
-  Typist typist;
-  typist.type("cd Midi<c-j> ls <left><c-j>");
-  EXPECT_EQ(typist.host.lines, (Lines{"cd Midi", " ls "}));
-  EXPECT_EQ(typist.editor.history().entries(), (Lines{"cd Midi", " ls "}));
-  EXPECT_EQ(typist.line(), "|");
-}
-
-TEST(LineEditor, EnterOnAnEmptyLineRecordsAndRunsNothing) {
-  Typist typist;
-  typist.type("<c-j><c-j>");
-  EXPECT_TRUE(typist.host.lines.empty());
-  EXPECT_TRUE(typist.editor.history().entries().empty());
-}
-
-TEST(LineEditor, ABlankLineIsNotEmpty) {
-  Typist typist;
-  typist.type("  <c-j>");
-  EXPECT_EQ(typist.host.lines, (Lines{"  "}));
-  EXPECT_EQ(typist.editor.history().entries(), (Lines{"  "}));
-}
-
-TEST(LineEditor, QuittingDrawsNoPromptAndKeepsTheLine) {
-  Typist typist;
-  typist.host.answer = ResultQuit;
-  EXPECT_EQ(typist.drawn("quit"),
-            "\x1b[8Gq\x1b[0K\x1b[9G\x1b[8Gqu\x1b[0K\x1b[10G\x1b[8Gqui\x1b[0K\x1b[11G"
-            "\x1b[8Gquit\x1b[0K\x1b[12G");
-  EXPECT_EQ(typist.drawn("<c-j>"), "\n");
-  EXPECT_EQ(typist.line(), "quit|");
-  EXPECT_EQ(typist.editor.history().entries(), (Lines{"quit"}));
-}
-
-TEST(LineEditor, OtherResultsDrawThePromptOfTheNewPath) {
-  for (const ResultCode answer : {ResultOk, ResultSilent, ResultNotFound, ResultUnknownError}) {
-    Typist typist;
-    typist.host.answer = answer;
-    typist.host.during = [&] { typist.host.prompt = "p Sequencer"; };
-    typist.type("cd x");
-    EXPECT_EQ(typist.drawn("<c-j>"), "\n\x1b[8G\x1b[0K\x1b[8G\x1b[0G[p Sequencer]$ \x1b[16G\x1b[0K\x1b[16G") << answer;
-    EXPECT_EQ(typist.editor.promptColumn(), 16);
-  }
-}
-
-TEST(LineEditor, ACommandThatChangesTheLineDoesNotChangeWhatRuns) {
-  Typist typist;
-  // Long enough to stand outside of the string object.
-  const std::string line = "tab cat Midi/Source/Sequencer/SequencerOut1";
-  typist.host.during = [&] { typist.editor.drawPrompt("p /", std::string(300, 'x')); };
-  typist.type(line + "<c-j>");
-  EXPECT_EQ(typist.host.lines, (Lines{line}));
-  EXPECT_EQ(typist.editor.history().entries(), (Lines{line}));
-  EXPECT_EQ(typist.line(), "|");
-}
-
-TEST(LineEditor, TabRunsTheTabCommandOnTheLine) {
-  struct Completion {
-    std::string_view keys;
-    std::string line;
-  };
-  const std::vector<Completion> completions{{"", "tab "},         {"   ", "tab "},
-                                            {"  ls", "tab ls"},   {"cat Mi", "tab cat Mi"},
-                                            {"a;q ", "tab a;q "}, {"cat ab<left>", "tab cat ab"}};
-  for (const Completion& completion : completions) {
-    Typist typist;
-    typist.type(completion.keys);
-    const std::string before = typist.line();
-    EXPECT_EQ(typist.drawn("<tab>"), "\n") << completion.keys;
-    EXPECT_EQ(typist.host.lines, (Lines{completion.line})) << completion.keys;
-    EXPECT_EQ(typist.line(), before) << completion.keys;
-    EXPECT_TRUE(typist.editor.history().entries().empty()) << completion.keys;
-  }
-}
-
-TEST(LineEditor, TheTabCommandMayCompleteTheLine) {
-  Typist typist;
-  typist.host.during = [&] {
-    typist.editor.drawPrompt("p /");
-    typist.editor.replaceLastWord("Midi/");
-  };
-  typist.type("cd Mi");
-  EXPECT_EQ(typist.drawn("<tab>"),
-            "\n\x1b[0G[p /]$ \x1b[8Gcd Mi\x1b[0K\x1b[13G\x1b[8G"
-            "cd Midi/\x1b[0K\x1b[16G");
-  EXPECT_EQ(typist.line(), "cd Midi/|");
-}
-
-TEST(LineEditor, ALineWithoutSeparatorHasNoLastWordToReplace) {
-  Typist typist;
-  typist.type("c");
-  typist.stream.take();
-  typist.editor.replaceLastWord("cat");
-  EXPECT_EQ(typist.stream.take(), "");
-  EXPECT_EQ(typist.line(), "c|");
-}
-
-TEST(LineEditor, WalksThroughTheHistory) {
-  const std::string twelve = "0<c-j>1<c-j>2<c-j>3<c-j>4<c-j>5<c-j>6<c-j>7<c-j>8<c-j>9<c-j>a<c-j>b<c-j>";
-  const std::vector<Row> rows{
-      {"up", "<up>", "b|"},
-      {"ctrl-p", "<c-p>", "b|"},
-      {"up and down", "typed<up><up><down><down>", "typed|"},
-      {"ctrl-n", "typed<c-p><c-p><c-n>", "b|"},
-      {"page up", "<pgup>", "2|"},
-      {"page up stops at the oldest", "<pgup><pgup>", "0|"},
-      {"page down", "typed<pgup><pgup><pgdn>", "a|"},
-      {"page down stops at the typed line", "typed<pgup><pgup><pgdn><pgdn>", "typed|"},
-      {"down with nothing newer", "typed<home><down>", "typed|"},
-      {"a recalled line can be edited", "<up>x<left>y", "by|x"},
-  };
-  for (const Row& row : rows) {
-    Typist typist;
-    typist.type(twelve);
-    typist.type(row.keys);
-    EXPECT_EQ(typist.line(), row.line) << row.name;
-  }
-}
-
-TEST(LineEditor, WalkingNoStepsDrawsNothing) {
-  Typist typist;
-  typist.type("one<c-j>");
-  typist.stream.take();
-  typist.editor.historyBack(0);
-  typist.editor.historyForward(0);
-  EXPECT_EQ(typist.stream.take(), "");
-}
-
-TEST(LineEditor, AReplayedLineIsRecordedAgain) {
-  Typist typist;
-  typist.type("one<c-j>two<c-j><up><up><c-j>");
-  EXPECT_EQ(typist.host.lines, (Lines{"one", "two", "one"}));
-  EXPECT_EQ(typist.editor.history().entries(), (Lines{"one", "two", "one"}));
 }
 
 TEST(LineEditor, ResumingDrawsThePromptAndKeepsTheCursor) {

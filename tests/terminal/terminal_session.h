@@ -33,6 +33,8 @@ std::string readUntil(int descriptor, std::string_view text);
 // "exited 0", "killed by 15", "stopped by 20".
 std::string describeStatus(int status);
 
+inline std::string killedBy(int signal) { return "killed by " + std::to_string(signal); }
+
 // Ends processes that a failed test left behind, and writes no core files.
 inline void limitChild() {
   alarm(60);
@@ -115,7 +117,7 @@ inline std::string readUntil(int descriptor, std::string_view text) {
 
 inline std::string describeStatus(int status) {
   if (WIFEXITED(status)) return "exited " + std::to_string(WEXITSTATUS(status));
-  if (WIFSIGNALED(status)) return "killed by " + std::to_string(WTERMSIG(status));
+  if (WIFSIGNALED(status)) return killedBy(WTERMSIG(status));
   if (WIFSTOPPED(status)) return "stopped by " + std::to_string(WSTOPSIG(status));
   return "continued";
 }

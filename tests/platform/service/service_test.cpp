@@ -3,60 +3,13 @@
 #include <gtest/gtest.h>
 
 #include <algorithm>
-#include <limits>
-#include <memory>
-#include <utility>
 
-#include "tests/platform/service/received.h"
+#include "tests/platform/service/house.h"
 
 namespace service {
 namespace {
 
 using wire::Status;
-
-constexpr std::size_t Everything = std::numeric_limits<std::size_t>::max();
-constexpr EventPortId One{1};
-constexpr EventPortId Two{2};
-constexpr std::uint32_t Holder = 1004;
-
-// A service on a device of four groups with two ports a side, and its clients' view of it.
-struct House {
-  explicit House(std::vector<Link> links = {}, Limits limits = {},
-                 const std::function<void(TestDevice&)>& prepare = nullptr, Topology topology = evenTopology(4, 2)) {
-    auto owned = std::make_unique<TestDevice>(std::move(topology), std::move(links), told);
-    device = owned.get();
-    if (prepare) prepare(*owned);
-    service = std::make_unique<Service>(std::move(owned), limits, Time{});
-    injector = service->addClient();
-  }
-
-  Status tap(ClientId client, const char* name, EventPortId port = One) {
-    return service->tap(client, port, name, Holder, {});
-  }
-  Status send(ClientId client, const Bytes& bytes, EventPortId port = One) {
-    return service->send(client, port, {0, bytes}, {});
-  }
-  Status inject(const char* name, const Bytes& bytes) { return service->inject(injector, name, {0, bytes}, {}); }
-
-  std::vector<Received> take(ClientId client, std::size_t maxBytes = Everything) {
-    Bytes entries;
-    const std::size_t count = service->takeEvents(client, maxBytes, entries);
-    EXPECT_EQ(count, entries.size());
-    return readEntries(entries);
-  }
-  Texts texts(ClientId client) { return textsOf(take(client)); }
-
-  // What the device was told since the last time.
-  Told news() { return std::exchange(told, {}); }
-
-  Told told;
-  TestDevice* device = nullptr;
-  std::unique_ptr<Service> service;
-  ClientId injector{};
-};
-
-const Link Keys = link(out(0, 0), in(1, 0));
-constexpr ClientId Nobody{77};
 
 TEST(Service, StartsTheDeviceThenNamesTheSourcesInUse) {
   House house({link(out(2, 1), in(0, 0)), Keys, link(out(2, 1), in(0, 1)), link(out(0, 0), in(0, 0))});
@@ -64,131 +17,6 @@ TEST(Service, StartsTheDeviceThenNamesTheSourcesInUse) {
   EXPECT_EQ(house.service->graphVersion(), 0U);
   EXPECT_EQ(house.service->links().size(), 4U);
   EXPECT_TRUE(house.service->takeGraphChanges().empty());
-}
-
-TEST(Service, TapGetsCopiesInOrderFromThenOn) {
-  House house({Keys});
-  const ClientId client = house.service->addClient();
-  house.inject("G0Out1", {0x90, 1, 1});
-  EXPECT_EQ(house.tap(client, "G0Out1"), Status::Ok);
-  EXPECT_FALSE(house.service->hasEvents(client));
-  house.inject("G0Out1", {0x90, 2, 1});
-  house.inject("G0Out2", {0x90, 3, 1});
-  house.inject("G0Out1", {0xF0, 4, 0xF7});
-  EXPECT_TRUE(house.service->hasEvents(client));
-  EXPECT_EQ(house.texts(client), (Texts{"1 G0Out1: 90 02 01", "1 G0Out1: F0 04 F7"}));
-  EXPECT_FALSE(house.service->hasEvents(client));
-}
-
-TEST(Service, TapIsRefusedWithoutClientOrPort) {
-  House house;
-  const ClientId client = house.service->addClient();
-  house.news();
-  EXPECT_EQ(house.tap(client, "G9Out1"), Status::NotFound);
-  EXPECT_EQ(house.tap(client, ""), Status::NotFound);
-  EXPECT_EQ(house.tap(Nobody, "G0Out1"), Status::NoSession);
-  house.inject("G0Out1", {0xF8});
-  EXPECT_FALSE(house.service->hasEvents(client));
-  EXPECT_EQ(house.news(), Told());
-}
-
-TEST(Service, SameTapTwiceGetsOneCopy) {
-  House house;
-  const ClientId client = house.service->addClient();
-  EXPECT_EQ(house.service->tap(client, One, "G0Out1", 0, {}), Status::Ok);
-  EXPECT_EQ(house.service->tap(client, One, "G0Out1", Holder, {}), Status::Ok);
-  house.inject("G0Out1", {0xF8});
-  house.inject("G0Out1", {0xFA});
-  const auto received = house.take(client);
-  EXPECT_EQ(textsOf(received), (Texts{"1 G0Out1: F8", "1 G0Out1: FA"}));
-  EXPECT_EQ(received[1].sequence, 2U) << "the first holder, with room for nothing, stays";
-  EXPECT_EQ(house.service->untap(client, One, "G0Out1", {}), Status::Ok);
-  house.inject("G0Out1", {0xF8});
-  EXPECT_FALSE(house.service->hasEvents(client));
-}
-
-TEST(Service, TwoEventPortsOnOnePortGetACopyEach) {
-  House house;
-  const ClientId client = house.service->addClient();
-  house.tap(client, "G0Out1", Two);
-  house.tap(client, "G0Out1", One);
-  house.inject("G0Out1", {0xF8});
-  EXPECT_EQ(house.texts(client), (Texts{"2 G0Out1: F8", "1 G0Out1: F8"}));
-  house.service->untapAll(client, Two, {});
-  house.inject("G0Out1", {0xFA});
-  EXPECT_EQ(house.texts(client), Texts{"1 G0Out1: FA"});
-}
-
-TEST(Service, UntapEndsOneTap) {
-  House house;
-  const ClientId client = house.service->addClient();
-  house.tap(client, "G0Out1");
-  house.tap(client, "G0In1");
-  EXPECT_EQ(house.service->untap(client, One, "G0Out1", {}), Status::Ok);
-  EXPECT_EQ(house.service->untap(client, One, "G0Out1", {}), Status::Nothing);
-  EXPECT_EQ(house.service->untap(client, Two, "G0In1", {}), Status::Nothing);
-  EXPECT_EQ(house.service->untap(client, One, "nothing", {}), Status::Nothing);
-  EXPECT_EQ(house.service->untap(Nobody, One, "G0In1", {}), Status::NoSession);
-  house.inject("G0Out1", {0xF8});
-  house.inject("G0In1", {0xFA});
-  EXPECT_EQ(house.texts(client), Texts{"1 G0In1: FA"});
-}
-
-TEST(Service, WhatWaitsSurvivesTheEndOfItsTap) {
-  House house;
-  const ClientId client = house.service->addClient();
-  house.tap(client, "G0Out1");
-  house.inject("G0Out1", {0xF8});
-  house.service->untapAll(client, One, {});
-  EXPECT_EQ(house.texts(client), Texts{"1 G0Out1: F8"});
-}
-
-TEST(Service, SourceIsInUseFromItsFirstTapOrConnectionToItsLast) {
-  House house;
-  const ClientId ann = house.service->addClient();
-  const ClientId ben = house.service->addClient();
-  house.news();
-  house.tap(ann, "G0Out1");
-  EXPECT_EQ(house.news(), Told{"use G0Out1"});
-  house.tap(ann, "G0Out1", Two);
-  house.tap(ben, "G0Out1");
-  house.service->connect(Keys, {});
-  house.service->connect(Keys, {});
-  house.tap(ben, "G0In1");
-  EXPECT_EQ(house.news(), Told());
-  house.service->untap(ann, One, "G0Out1", {});
-  house.service->untapAll(ann, Two, {});
-  house.service->disconnect(Keys, {});
-  house.service->disconnect(Keys, {});
-  EXPECT_EQ(house.news(), Told());
-  house.service->removeClient(ben, {});
-  EXPECT_EQ(house.news(), Told{"unuse G0Out1"});
-
-  house.service->connect(Keys, {});
-  EXPECT_EQ(house.news(), Told{"use G0Out1"});
-  house.service->disconnect(Keys, {});
-  EXPECT_EQ(house.news(), Told{"unuse G0Out1"});
-  house.tap(ann, "G0Out1");
-  house.tap(ann, "G0Out1", Two);
-  house.tap(ann, "G0Out2");
-  house.tap(ann, "G1In1");
-  house.news();
-  house.service->removeClient(ann, {});
-  Told freed = house.news();
-  std::ranges::sort(freed);
-  EXPECT_EQ(freed, (Told{"unuse G0Out1", "unuse G0Out2"}));
-}
-
-TEST(Service, WhatASourceEmitsOnItsFirstUseIsSeen) {
-  House house({}, {}, [](TestDevice& device) {
-    device.onUsed = [](DriverEvents& events, PortId source, bool used, Time now) {
-      const Bytes start = {0xFA};
-      if (used) events.emitted(source, {0, start}, now);
-    };
-  });
-  const ClientId client = house.service->addClient();
-  house.tap(client, "G0Out1");
-  EXPECT_EQ(house.texts(client), Texts{"1 G0Out1: FA"});
 }
 
 TEST(Service, SendPassesAllThatIsTappedInTheOrderOfTapping) {

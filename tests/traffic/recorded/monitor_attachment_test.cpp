@@ -3,13 +3,10 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
-#include <mutex>
-#include <stdexcept>
+#include <string>
+#include <vector>
 
-#include "tests/traffic/event_bytes.h"
-#include "tests/traffic/recorded/recording_library.h"
-#include "tests/traffic/temporary_file.h"
-#include "tests/traffic/test_shell.h"
+#include "tests/traffic/recorded/attachment_fixture.h"
 
 namespace flowscope {
 namespace {
@@ -17,59 +14,6 @@ namespace {
 using testing::ElementsAre;
 using testing::IsEmpty;
 using Names = std::vector<std::string>;
-
-class MonitorAttachment : public testing::Test {
- protected:
-  MonitorAttachment() {
-    recording::reset();
-    recording::library().sources = {{2, 3}, {0, 1}, {4, 0}, {50, 1}};
-    recording::library().sinks = {{3, 2}};
-    trafficOutput().monitorTarget = EvtSrv::DebugPortName;
-    shell.setPatcher(std::make_unique<StrmSrv::Patcher>(manager, 0));
-    shell.setTree(
-        treeOf("Midi\n"
-               "  Source\n"
-               "    Seq\n"
-               "      Out2.0\n"
-               "        Tone\n"
-               "          In3.1\n"
-               "      Out2.1\n"
-               "      Out2.2\n"
-               "    Keys\n"
-               "      Out0.0\n"
-               "    Silent\n"
-               "    []\n"
-               "      Out50.0\n"
-               "    Panel\n"
-               "      Gone\n"
-               "  Sink\n"
-               "    Tone\n"
-               "      In3.0\n"
-               "      In3.1\n"
-               "    Keys\n"
-               "Audio\n"
-               "Control"));
-  }
-
-  void go(const PathComponents& path) { shell.currentPath() = path; }
-
-  EvtSrv::EventResult attach(const char* path) {
-    EvtSrv::MemoryHolder holder(MonitorEventBytes);
-    return attachPort(shell, path, trafficOutput().monitorTarget, holder);
-  }
-
-  static std::string connectOf(const std::string& name) { return "connect " + name + " DebugPort 1004"; }
-  static Names connectsOf(const Names& names) {
-    Names calls;
-    for (const std::string& name : names) calls.push_back(connectOf(name));
-    return calls;
-  }
-
-  Names& calls() { return recording::library().calls; }
-
-  EvtSrv::EventPortManager manager{EvtSrv::ConBehave_Default, true};
-  TestShell shell{manager};
-};
 
 TEST_F(MonitorAttachment, AttachesOnePort) {
   const struct {
@@ -211,96 +155,6 @@ TEST_F(MonitorAttachment, WithoutAPatcherNothingIsAttached) {
   shell.setPatcher(nullptr);
   go({"Midi", "Source"});
   EXPECT_EQ(attachBelowCurrent(shell), ResultSilent);
-}
-
-TEST_F(MonitorAttachment, CatWithoutAnArgument) {
-  go({"Midi", "Source", "Keys"});
-  EXPECT_EQ(catCommand(shell, LabelledOption, nullptr), ResultOk);
-  EXPECT_THAT(shell.attached(), ElementsAre("Out0.0"));
-  EXPECT_TRUE(shell.monitor().labelled());
-  EXPECT_EQ(trafficOutput().trafficMode, TrafficScreen);
-
-  // Attached already: only the form and the mode change.
-  trafficOutput().trafficMode = TrafficScreenAndFile;
-  go({"Midi", "Source", "Seq"});
-  calls().clear();
-  EXPECT_EQ(catCommand(shell, 0, nullptr), ResultOk);
-  EXPECT_THAT(calls(), IsEmpty());
-  EXPECT_THAT(shell.attached(), ElementsAre("Out0.0"));
-  EXPECT_FALSE(shell.monitor().labelled());
-  EXPECT_EQ(trafficOutput().trafficMode, TrafficScreen);
-  EXPECT_EQ(shell.printed(), "");
-}
-
-TEST_F(MonitorAttachment, CatOutsideOfStreamsChangesTheModesAllTheSame) {
-  EXPECT_EQ(catCommand(shell, LabelledOption, nullptr), ResultBadArgument);
-  EXPECT_TRUE(shell.monitor().labelled());
-  EXPECT_EQ(trafficOutput().trafficMode, TrafficScreen);
-}
-
-TEST_F(MonitorAttachment, CatWithAPattern) {
-  go({"Midi", "Source", "Seq"});
-  EXPECT_EQ(catCommand(shell, 0, "*"), ResultOk);
-  EXPECT_EQ(catCommand(shell, 0, "Out2.1"), ResultOk);
-  EXPECT_EQ(calls(), connectsOf({"Out2.0", "Out2.1", "Out2.2"}));
-  EXPECT_EQ(catCommand(shell, 0, "~/Sink/*/In3.[0]"), ResultOk);
-  EXPECT_THAT(shell.attached(), ElementsAre("Out2.0", "Out2.1", "Out2.2", "In3.0"));
-}
-
-TEST_F(MonitorAttachment, CatTwiceConnectsOnce) {
-  EXPECT_EQ(catCommand(shell, 0, "/Midi/Source/Seq/Out2.0"), ResultOk);
-  EXPECT_EQ(catCommand(shell, 0, "/Midi/Source/Seq/Out2.0"), ResultOk);
-  EXPECT_EQ(calls(), connectsOf({"Out2.0"}));
-}
-
-TEST_F(MonitorAttachment, CatAnswersTheResultOfTheLastMatch) {
-  recording::library().connectResults["Out2.0"] = EvtSrv::EvtRes_NotFound;
-  EXPECT_EQ(catCommand(shell, 0, "/Midi/Source/Seq/*"), ResultOk);
-  EXPECT_THAT(shell.attached(), ElementsAre("Out2.1", "Out2.2"));
-  detachAll(shell);
-  recording::library().connectResults["Out2.2"] = EvtSrv::EvtRes_NoService;
-  EXPECT_EQ(catCommand(shell, 0, "/Midi/Source/Seq/*"), ResultConnectError);
-  EXPECT_THAT(shell.attached(), ElementsAre("Out2.1"));
-}
-
-TEST_F(MonitorAttachment, CatOfAPlaceThatIsNoPortIsNoConnection) {
-  EXPECT_EQ(catCommand(shell, 0, "/Midi/Source/Seq"), ResultConnectError);
-  EXPECT_THAT(calls(), IsEmpty());
-}
-
-TEST_F(MonitorAttachment, CatThatMatchesNothingSaysNothing) {
-  EXPECT_EQ(catCommand(shell, LabelledOption, "zz*"), ResultSilent);
-  EXPECT_EQ(catCommand(shell, LabelledOption, "/"), ResultSilent);
-  EXPECT_EQ(catCommand(shell, LabelledOption, "["), ResultSilent);
-  EXPECT_EQ(shell.printed(), "");
-  EXPECT_THAT(calls(), IsEmpty());
-  EXPECT_TRUE(shell.monitor().labelled());
-  EXPECT_EQ(trafficOutput().trafficMode, TrafficScreen);
-}
-
-TEST_F(MonitorAttachment, CatOfNoPathChangesNothing) {
-  for (const char* pattern : {"", "~", "~/x"}) {
-    EXPECT_THROW(catCommand(shell, LabelledOption, pattern), std::out_of_range) << pattern;
-  }
-  EXPECT_FALSE(shell.monitor().labelled());
-  EXPECT_EQ(trafficOutput().trafficMode, TrafficOff);
-  EXPECT_THAT(calls(), IsEmpty());
-}
-
-TEST_F(MonitorAttachment, CatLeavesAnOpenFileOpenAndUnwritten) {
-  const TemporaryFile file;
-  trafficOutput().trafficFile.open(file.name());
-  trafficOutput().trafficMode = TrafficScreenAndFile;
-  EXPECT_EQ(catCommand(shell, 0, "/Midi/Source/Seq/Out2.0"), ResultOk);
-  const EventBytes event = EventBytes().record(1, {0xF8});
-  EvtSrv::MemoryHolder holder = event.holder();
-  shell.monitor().receiveMain("Out2.0", EvtSrv::EvtTyp_Debug_Receive, &holder, nullptr);
-  EXPECT_TRUE(trafficOutput().trafficFile.isOpen());
-  EXPECT_EQ(shell.printed(), "0xF8 0x01\n\n");
-  // "end" closes it although the mode is the screen's alone.
-  EXPECT_EQ(endCommand(shell), ResultOk);
-  EXPECT_FALSE(trafficOutput().trafficFile.isOpen());
-  EXPECT_EQ(file.content(), "");
 }
 
 TEST_F(MonitorAttachment, EndDetachesAndSwitchesOff) {
