@@ -137,6 +137,9 @@ inline TerminalSession::TerminalSession(const Body& body, const std::function<vo
   }
   settingsAtStart_ = this->settings();
   std::fflush(nullptr);
+  // With ThreadSanitizer a thread can lose a signal that comes while it begins to wait for the first time; the child
+  // then begins for the second.
+  poll(nullptr, 0, 0);
   child_ = fork();
   if (child_ == 0) {
     limitChild();
