@@ -7,9 +7,11 @@
 namespace service::jack {
 namespace {
 
+using testing::Contains;
 using testing::ContainsRegex;
 using testing::ElementsAre;
 using testing::IsEmpty;
+using testing::Matches;
 using testing::Not;
 
 TEST_F(JackMessages, WhatIsDeliveredReachesItsSinkOnceAndInOrder) {
@@ -117,6 +119,14 @@ TEST_F(JackMessages, WhatWaitsForASinkThatGoesIsNoted) {
   ASSERT_TRUE(driven->runUntil([&] { return driven->lines.size() == 2; }));
   EXPECT_THAT(driven->lines,
               ElementsAre("client \"brief\" has gone", "1 message for \"brief:in\" not sent: it has gone"));
+}
+
+TEST_F(JackMessages, WhatStillWaitsWhenASinkGoesIsCounted) {
+  // JACK takes a second for so much.
+  for (int message = 0; message < 200; ++message) driven->deliver("peer:in", longExclusive(60'000));
+  peer.reset();
+  const auto line = ContainsRegex("^[1-9][0-9]* messages for \"peer:in\" not sent: it has gone$");
+  EXPECT_TRUE(driven->runUntil([&] { return Matches(Contains(line))(driven->lines); }));
 }
 
 }  // namespace
