@@ -7,6 +7,8 @@
 #include <thread>
 #include <utility>
 
+#include "platform/drivers/jack/uncancelled.h"
+
 namespace service::jack {
 namespace {
 
@@ -61,25 +63,29 @@ JackClient::~JackClient() {
 bool JackClient::activate() {
   jack_on_info_shutdown(
       client_,
-      [](jack_status_t, const char*, void* self) { static_cast<JackClient*>(self)->tell({Notice::Kind::Ended}); },
+      [](jack_status_t, const char*, void* self) {
+        uncancelled([=] { static_cast<JackClient*>(self)->tell({Notice::Kind::Ended}); });
+      },
       this);
   const auto portsChanged = [](jack_port_id_t, int, void* self) {
-    static_cast<JackClient*>(self)->tell({Notice::Kind::Ports});
+    uncancelled([=] { static_cast<JackClient*>(self)->tell({Notice::Kind::Ports}); });
   };
   const auto clientsChanged = [](const char*, int, void* self) {
-    static_cast<JackClient*>(self)->tell({Notice::Kind::Ports});
+    uncancelled([=] { static_cast<JackClient*>(self)->tell({Notice::Kind::Ports}); });
   };
   const auto renamed = [](jack_port_id_t, const char*, const char*, void* self) {
-    static_cast<JackClient*>(self)->tell({Notice::Kind::Renamed});
+    uncancelled([=] { static_cast<JackClient*>(self)->tell({Notice::Kind::Renamed}); });
   };
   // The names are read here, because a number may soon be another port's.
   const auto connected = [](jack_port_id_t from, jack_port_id_t to, int made, void* self) {
-    auto* client = static_cast<JackClient*>(self);
-    client->tell({made != 0 ? Notice::Kind::Connected : Notice::Kind::Disconnected, nameOf(client->client_, from),
-                  nameOf(client->client_, to)});
+    uncancelled([=] {
+      auto* client = static_cast<JackClient*>(self);
+      client->tell({made != 0 ? Notice::Kind::Connected : Notice::Kind::Disconnected, nameOf(client->client_, from),
+                    nameOf(client->client_, to)});
+    });
   };
   const auto process = [](jack_nframes_t frames, void* self) {
-    static_cast<JackClient*>(self)->process(frames);
+    uncancelled([=] { static_cast<JackClient*>(self)->process(frames); });
     return 0;
   };
   return jack_set_port_registration_callback(client_, portsChanged, this) == 0 &&

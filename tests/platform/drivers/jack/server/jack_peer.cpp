@@ -9,6 +9,7 @@
 #include <thread>
 #include <utility>
 
+#include "platform/drivers/jack/uncancelled.h"
 #include "tests/support/deadline.h"
 
 namespace service::jack {
@@ -30,13 +31,18 @@ JackPeer::JackPeer(const std::string& name, const std::vector<std::string>& sour
     sinks_[sink].port = jack_port_register(client_, sink.c_str(), JACK_DEFAULT_MIDI_TYPE, JackPortIsInput, 0);
   }
   jack_set_process_callback(
-      client_, [](jack_nframes_t frames, void* self) { return static_cast<JackPeer*>(self)->process(frames); }, this);
+      client_,
+      [](jack_nframes_t frames, void* self) {
+        uncancelled([=] { static_cast<JackPeer*>(self)->process(frames); });
+        return 0;
+      },
+      this);
   if (jack_activate(client_) != 0) throw std::runtime_error("JACK does not let " + name + " become active");
 }
 
 JackPeer::~JackPeer() { jack_client_close(client_); }
 
-int JackPeer::process(jack_nframes_t frames) {
+void JackPeer::process(jack_nframes_t frames) {
   const std::lock_guard lock(mutex_);
   const jack_nframes_t begin = jack_last_frame_time(client_);
   if (begin != next_.value_or(begin)) ++late_;
@@ -61,7 +67,6 @@ int JackPeer::process(jack_nframes_t frames) {
     }
   }
   if (jack_last_frame_time(client_) != begin) ++late_;
-  return 0;
 }
 
 void JackPeer::emit(const std::vector<std::string>& sources, const std::vector<JackEvent>& events) {

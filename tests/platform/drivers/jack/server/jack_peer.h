@@ -60,7 +60,7 @@ class JackPeer {
     std::size_t bytes = 0;
   };
 
-  int process(jack_nframes_t frames);
+  void process(jack_nframes_t frames);
   void emit(const std::vector<std::string>& sources, const std::vector<JackEvent>& events, bool heedsRoom);
 
   jack_client_t* client_ = nullptr;
