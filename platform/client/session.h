@@ -46,6 +46,9 @@ class EventPortManager::Session {
   Session& operator=(const Session&) = delete;
   ~Session();
 
+  // What was given to open.
+  const std::string& endpoint() const { return endpoint_; }
+
   // Hands over what is pending, takes leave and closes all sockets. Nothing has an answer afterwards. Not while receive
   // runs. Blocks until the deadline, once the requests of other threads are over.
   void close(const client::Deadline& deadline = client::Deadline(client::AnswerTime));

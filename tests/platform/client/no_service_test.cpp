@@ -28,7 +28,7 @@ const std::vector<Row>& endpoints() {
       {"tcp://host:1", EvtSrv::ConBehave_DisableOverNetwork,
        "tcp://host:1: refused: this program uses no service over the network\n"},
       {"nonsense", EvtSrv::ConBehave_Default,
-       "nonsense: not an endpoint (ipc://PATH, tcp://HOST:PORT, embedded:FILE)\n"},
+       "nonsense: not an endpoint (ipc://PATH, embedded:FILE)\n"},
       {"embedded:/nowhere/a\x1b[31m\nb", EvtSrv::ConBehave_Default,
        "embedded:/nowhere/a?[31m?b: /nowhere/a?[31m?b: No such file or directory\n"},
       {"ipc://\n", EvtSrv::ConBehave_Default, "ipc://?: No such file or directory\n"},
