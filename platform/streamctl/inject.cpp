@@ -13,7 +13,7 @@ Outcome run(const InjectCommand& command, const ServicePlace& place) {
     const auto service = ServiceClient::open(place);
     if (!service) return Failure{};
     const auto player = makeRepeatingPlayer({command.group, command.message, command.count, command.perSecond});
-    if (const auto cause = playInto(*service, command.port, *player, signals, [](std::uint64_t) {})) {
+    if (const auto cause = playInto(*service, command.port, *player, 0, signals, [](std::uint64_t) {})) {
       return Failure{*cause};
     }
   }

@@ -37,7 +37,7 @@ Outcome play(service::Score score, const PlayCommand& command, const ServicePlac
     // Without messages there may be no times either.
     line.show(messages == 0 ? service::Time{} : times[static_cast<std::size_t>((messages - 1) % times.size())], length);
   };
-  if (const auto cause = playInto(*service, command.port, *player, signals, show)) return Failure{*cause};
+  if (const auto cause = playInto(*service, command.port, *player, times.size(), signals, show)) return Failure{*cause};
   return std::nullopt;
 }
 
@@ -51,7 +51,7 @@ Outcome run(const PlayCommand& command, const ServicePlace& place) {
   if (!std::ranges::all_of(score.events, travels)) {
     return Failure{file + "a message is longer than " + std::to_string(wire::MaxMessageBytes) + " bytes"};
   }
-  StopSignals signals;
+  StopSignals signals(StopSignals::Ending);
   Outcome outcome = play(std::move(score), command, place, signals);
   if (!outcome) signals.passOn();
   return outcome;
