@@ -2,12 +2,13 @@
 
 #include <algorithm>
 #include <array>
-#include <cstdio>
+#include <string>
 #include <variant>
 
 #include "evtsrv.h"
 #include "platform/client/opening.h"
 #include "platform/wire/messages.h"
+#include "platform/wire/program_line.h"
 
 namespace client {
 namespace {
@@ -15,18 +16,15 @@ namespace {
 // The service waits for word only much later (wire::MinEventWindow).
 constexpr std::uint64_t TellAfter = wire::MinEventWindow / 4;
 
-void reportLoss(std::uint64_t count) {
-  std::fprintf(stderr, "evtsrv: %llu message%s lost: this program reads too slowly\n",
-               static_cast<unsigned long long>(count), count == 1 ? "" : "s");
+std::string messagesText(std::uint64_t count) {
+  return std::to_string(count) + (count == 1 ? " message" : " messages");
 }
 
+void reportLoss(std::uint64_t count) { wire::sayLine(messagesText(count) + " lost: this program reads too slowly"); }
+
 void reportLossBefore(std::uint64_t count) {
-  if (count == 0) {
-    std::fprintf(stderr, "evtsrv: an unknown number of messages, perhaps none, lost on the way to the service\n");
-    return;
-  }
-  std::fprintf(stderr, "evtsrv: %llu message%s lost on the way to the service\n",
-               static_cast<unsigned long long>(count), count == 1 ? "" : "s");
+  const std::string what = count == 0 ? "an unknown number of messages, perhaps none," : messagesText(count);
+  wire::sayLine(what + " lost on the way to the service");
 }
 
 // True while it lives, also when a port throws.

@@ -12,6 +12,7 @@
 #include <utility>
 #include <vector>
 
+#include "platform/wire/program_line.h"
 #include "tests/platform/client/fixture.h"
 
 namespace client {
@@ -212,8 +213,8 @@ TEST_F(ChangingPorts, LossOnTheWayToTheServiceIsTold) {
   });
   EXPECT_TRUE(receiveUntil(manager, [&] { return port.texts.size() == 2; }));
   EXPECT_EQ(testing::internal::GetCapturedStderr(),
-            "evtsrv: 5 messages lost on the way to the service\n"
-            "evtsrv: an unknown number of messages, perhaps none, lost on the way to the service\n");
+            wire::programLine("5 messages lost on the way to the service\n") +
+                wire::programLine("an unknown number of messages, perhaps none, lost on the way to the service\n"));
 }
 
 // Longer than a service may be silent, and more messages than may be on their way.
