@@ -2,11 +2,13 @@
 
 #include <algorithm>
 #include <array>
+#include <chrono>
 #include <cstdio>
 #include <variant>
 
 #include "evtsrv.h"
 #include "platform/client/opening.h"
+#include "platform/host/loss_text.h"
 #include "platform/wire/messages.h"
 
 namespace client {
@@ -21,13 +23,15 @@ void reportLoss(std::uint64_t count) {
 }
 
 void reportLossBefore(std::uint64_t count) {
-  if (count == 0) {
-    std::fprintf(stderr, "evtsrv: an unknown number of messages, perhaps none, lost on the way to the service\n");
-    return;
-  }
   std::fprintf(stderr, "evtsrv: %llu message%s lost on the way to the service\n",
                static_cast<unsigned long long>(count), count == 1 ? "" : "s");
 }
+
+void reportUncountedLosses(std::uint64_t times) {
+  std::fprintf(stderr, "evtsrv: %s\n", host::uncountedLossText(times, "to the service").c_str());
+}
+
+service::Time clockNow() { return std::chrono::steady_clock::now().time_since_epoch(); }
 
 // True while it lives, also when a port throws.
 class WhileTrue {
@@ -43,6 +47,9 @@ class WhileTrue {
 
 }  // namespace
 
+EventChannel::EventChannel(zmq::context_t& context, const std::string& address, std::uint64_t session)
+    : dealer_(context, address), session_(session), uncounted_(reportUncountedLosses) {}
+
 bool EventChannel::open(const Deadline& deadline) {
   return askToOpen(dealer_, wire::OpenEvents{session_}) && waitForOpening(dealer_, deadline) == Opening::Opened;
 }
@@ -50,6 +57,7 @@ bool EventChannel::open(const Deadline& deadline) {
 bool EventChannel::receive(const PortRegistry& ports, const Deadline& deadline) {
   // The entries at hand belong to the call that is under way.
   if (dispatching_) return false;
+  uncounted_.advance(clockNow());
   if (!nextEntries() && dealer_.wait(deadline) != Dealer::Wait::Ready) return false;
   bool delivered = false;
   while (nextEntries()) {
@@ -82,6 +90,11 @@ bool EventChannel::nextEntries() {
 bool EventChannel::dispatch(const PortRegistry& ports, const wire::EventEntry& entry) {
   if (entry.lost > 0) {
     reportLoss(entry.lost);
+    return false;
+  }
+  if (entry.lostBefore == 0) {
+    uncounted_.add();
+    uncounted_.advance(clockNow());
     return false;
   }
   if (entry.lostBefore) {
