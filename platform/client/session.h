@@ -87,6 +87,9 @@ class EventPortManager::Session {
     return peersOf(&client::LinkMirror::sinksOf, source, number, result);
   }
 
+  // The version of the graph that the up-to-date mirror shows; nothing where the two above answer false.
+  std::optional<std::uint64_t> graphVersion(std::uint64_t number);
+
  private:
   // What is closed together; guarded by mutex_.
   struct Channels {
