@@ -15,6 +15,7 @@
 #include "platform/host/devices.h"
 #include "platform/host/embedded_service.h"
 #include "platform/host/host.h"
+#include "platform/wire/program_line.h"
 #include "tests/support/deadline.h"
 #include "tests/support/scratch_folder.h"
 #include "tests/traffic/test_shell.h"
@@ -68,7 +69,7 @@ class LostService : public testing::Test {
     shell.setPatcher(std::make_unique<StrmSrv::Patcher>(manager, 0));
   }
 
-  std::string line() const { return "evtsrv: " + endpoint + ": the service has gone\n"; }
+  std::string line() const { return wire::programLine(endpoint + ": the service has gone\n"); }
 
  private:
   // While the test runs: the other tests of the program have a service in the process.
@@ -135,7 +136,7 @@ TEST_F(LostService, IsListedWithoutConnectionsUntilItIsBack) {
   const LocalService another(endpoint);
   while (listed() != before && !deadline.passed()) std::this_thread::sleep_for(std::chrono::milliseconds(1));
   EXPECT_EQ(listed(), before);
-  EXPECT_EQ(testing::internal::GetCapturedStderr(), line() + "evtsrv: " + endpoint + ": the service is back\n");
+  EXPECT_EQ(testing::internal::GetCapturedStderr(), line() + wire::programLine(endpoint + ": the service is back\n"));
 }
 
 }  // namespace
