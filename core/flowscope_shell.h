@@ -47,12 +47,14 @@ class FlowScope : public StatBase, public TrafficShell {
   PathComponents& currentPath() override { return currentPath_; }
   void pathChanged() override { setPath(currentPath_); }
   FlowScopePortMIDI& monitor() override { return monitor_; }
-  std::vector<std::string>& attached() override { return attached_; }
+  AttachedList& attached() override { return attached_; }
+  RefreshRound& refreshRound() override { return refreshRound_; }
   KSTD::KThreadMutex& attachMutex() override { return attachMutex_; }
   StrmSrv::Patcher* patcher() override { return patcher_.get(); }
 
  private:
-  std::vector<std::string> attached_;
+  AttachedList attached_;
+  RefreshRound refreshRound_;
   KSTD::KThreadMutex attachMutex_;
   std::unique_ptr<FlowScopePatcher> patcher_;
   FlowScopePortMIDI monitor_;
