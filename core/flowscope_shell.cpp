@@ -13,6 +13,7 @@
 #include "traffic/monitor_attachment.h"
 #include "traffic/playback.h"
 #include "traffic/port_connections.h"
+#include "traffic/traffic_output.h"
 
 namespace flowscope {
 
@@ -79,6 +80,11 @@ ResultCode FlowScope::onTerminate() { return onEnd(); }
 ResultCode FlowScope::onHelp() {
   system().run("man flowscope");
   return ResultOk;
+}
+
+void FlowScope::inputEnded() {
+  trafficOutput().trafficFile.stopWaiting();
+  StatBase::inputEnded();
 }
 
 void FlowScope::init(EvtSrv::EventPortManager& manager) {
