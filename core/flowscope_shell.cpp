@@ -4,6 +4,7 @@
 #include <stdexcept>
 
 #include "core/command_table.h"
+#include "core/manual_path.h"
 #include "core/topology_setup.h"
 #include "terminal/completion.h"
 #include "topology/change_directory.h"
@@ -78,6 +79,7 @@ ResultCode FlowScope::onEnd() { return endCommand(*this); }
 ResultCode FlowScope::onTerminate() { return onEnd(); }
 
 ResultCode FlowScope::onHelp() {
+  const ManualPathScope pages;
   system().run("man flowscope");
   return ResultOk;
 }

@@ -103,6 +103,7 @@ struct Service::State {
   Counts past;           // of clients that have left
   std::uint64_t in = 0;  // of everybody, and the device
   std::uint64_t lostBefore = 0;
+  std::uint64_t uncountedLosses = 0;
   std::vector<Note> notes;
   std::set<PortId> goneTold;  // ports that notes have called gone, until they are back
   std::uint32_t lastClient = 0;
@@ -231,6 +232,7 @@ Counts Service::counts() const {
   Counts all = state_->past;
   all.in = state_->in;
   all.lostBefore = state_->lostBefore;
+  all.uncountedLosses = state_->uncountedLosses;
   for (const auto& [id, client] : state_->clients) {
     all.out += client.queue.accepted();
     all.lost += client.queue.lost();
@@ -245,6 +247,10 @@ std::vector<Service::Note> Service::takeNotes() { return std::exchange(state_->n
 int Service::descriptor() const { return state_->driver->descriptor(); }
 
 std::uint64_t Service::lostBefore() const { return state_->lostBefore; }
+
+std::uint64_t Service::uncountedLosses() const { return state_->uncountedLosses; }
+
+void Service::finish(Time now) { state_->driver->finish(now); }
 
 std::optional<Time> Service::advance(Time now) {
   const auto next = state_->driver->advance(now);
@@ -274,7 +280,8 @@ void Service::topologyChanged(Time now) {
 }
 
 void Service::lost(PortId source, std::uint64_t count, Time /*now*/) {
-  state_->lostBefore += std::max<std::uint64_t>(count, 1);
+  state_->lostBefore += count;
+  if (count == 0) ++state_->uncountedLosses;
   // Who looks on in several places misses the same messages.
   std::set<ClientId> clients;
   const auto enter = [&](PortId port) {

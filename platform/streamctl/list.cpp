@@ -3,6 +3,7 @@
 #include "platform/streamctl/output.h"
 #include "platform/streamctl/service_client.h"
 #include "platform/streamctl/topology_report.h"
+#include "platform/wire/text_encoding.h"
 
 namespace streamctl {
 
@@ -15,8 +16,9 @@ Outcome run(const ListCommand& command, const std::string& endpoint) {
   const auto originals = links ? service.ask<wire::Originals, wire::AskOriginals>() : std::nullopt;
   if (!originals) return Failure{service.whyNot()};
   service.leave();
-  const int error = writeOutput(command.json ? topologyJson(*topology, *links, *originals)
-                                             : topologyText(*topology, *links, *originals));
+  const int error =
+      writeOutput(command.json ? topologyJson(*topology, *links, *originals)
+                               : topologyText(*topology, *links, *originals, wire::environmentEncoding()));
   return error == 0 ? Outcome() : Failure{outputProblem(error)};
 }
 

@@ -32,9 +32,11 @@ using testsupport::StreamDaemon;
 constexpr auto Patience = 20s;
 
 // What a program prints that is run at an endpoint to its end.
-std::string printed(const std::string& endpoint, const std::string& program, std::vector<std::string> arguments) {
+std::string printed(const std::string& endpoint, const std::string& program, std::vector<std::string> arguments,
+                    const std::string& locale = "C") {
   auto environment = JackServer::environment();
   environment["EVTSRV_ENDPOINT"] = endpoint;
+  environment["LC_ALL"] = locale;
   const auto result =
       runProcess({FLOWSCOPE_BINARY_DIR "/" + program, std::move(arguments), environment, {}}, {}, Deadline(Patience));
   EXPECT_EQ(result.status, ExitStatus::exited(0)) << result.standardError;
@@ -43,8 +45,8 @@ std::string printed(const std::string& endpoint, const std::string& program, std
 }
 
 // streamd with JACK, whose environment says which server.
-std::unique_ptr<StreamDaemon> daemonOnJack() {
-  std::vector<std::string> arguments;
+std::unique_ptr<StreamDaemon> daemonOnJack(const std::string& locale = "C") {
+  std::vector<std::string> arguments{"LC_ALL=" + locale};
   for (const auto& [name, value] : JackServer::environment()) {
     if (name.starts_with("JACK_")) arguments.push_back(name + "=" + value);
   }
@@ -79,6 +81,22 @@ TEST_F(JackPrograms, AConsoleInOneProcessConnectsAndLists) {
   EXPECT_THAT(printed("embedded:jack", "flowscope", {"-c", "ls /Midi/Source/keys/keys:out"}), HasSubstr("synth"));
   server->tool("jack_disconnect", {"keys:out", "synth:in"});
   EXPECT_THAT(printed("embedded:jack", "flowscope", {"-c", "ls /Midi/Source/keys/keys:out"}), Not(HasSubstr("synth")));
+}
+
+TEST_F(JackPrograms, NamesBeyondAsciiAreShownWhereTheLocaleHasThem) {
+  std::optional<PeerProcess> peer;
+  peer.emplace("K\xC3\xB6ln\xE2\x80\xAE", "out", "in");
+  EXPECT_THAT(printed("embedded:jack", "streamctl", {"list"}, "C.UTF-8"), HasSubstr(" K\xC3\xB6ln?:out "));
+  EXPECT_THAT(printed("embedded:jack", "streamctl", {"list"}), HasSubstr(" K??ln???:out "));
+  const auto logged = [&](const std::string& locale, const std::string& line) {
+    const auto daemon = daemonOnJack(locale);
+    if (!peer) peer.emplace("K\xC3\xB6ln\xE2\x80\xAE", "out", "in");
+    printed(daemon->endpoint(), "streamctl", {"list"});
+    peer.reset();
+    return daemon->logged(line, Deadline(Patience));
+  };
+  EXPECT_TRUE(logged("C.UTF-8", "client \"K\xC3\xB6ln?\" has gone"));
+  EXPECT_TRUE(logged("C", "client \"K??ln???\" has gone"));
 }
 
 TEST_F(JackPrograms, ADaemonSeesWhatOthersConnect) {
