@@ -38,6 +38,9 @@ class FlowScope : public StatBase, public TrafficShell {
   // Shows the manual page with the system's viewer, and answers ResultOk whatever that did.
   ResultCode onHelp() override;
 
+  // Nothing waits for the reader of a traffic file any more, and the shell stops.
+  void inputEnded() override;
+
   // Makes the patcher and builds the topology tree from it. To be called once, before the first command. Blocks until
   // the service has answered.
   virtual void init(EvtSrv::EventPortManager& manager);

@@ -119,6 +119,7 @@ ResultCode catCommand(TrafficShell& shell, unsigned options, const char* pattern
 
   shell.monitor().setLabelled((options & LabelledOption) != 0);
   trafficOutput().trafficMode = TrafficScreen;
+  trafficOutput().trafficFile.stopWaiting();
   if (pattern == nullptr) return attachBelowCurrent(shell);
 
   ResultCode result = ResultSilent;
@@ -129,6 +130,8 @@ ResultCode catCommand(TrafficShell& shell, unsigned options, const char* pattern
 }
 
 ResultCode endCommand(TrafficShell& shell) {
+  // The thread that prints may hold what the detaching needs while it waits for a reader.
+  trafficOutput().trafficFile.stopWaiting();
   detachAll(shell);
   trafficOutput().trafficFile.close();
   trafficOutput().trafficMode = TrafficOff;
