@@ -237,5 +237,12 @@ TEST_F(JackPrograms, ADaemonOutlivesTheServer) {
   EXPECT_EQ(daemon->waitForExit(Deadline(Patience)), ExitStatus::exited(0));
 }
 
+TEST_F(JackPrograms, WhatTheConsoleStartsInheritsNoSocketOfTheServer) {
+  const auto plain =
+      runProcess({"/bin/sh", {"-c", "ls /proc/self/fd"}, JackServer::environment(), {}}, {}, Deadline(Patience));
+  EXPECT_EQ(printed("embedded:jack", "flowscope", {"-c", "cat /Midi/Source/*/*;$ls /proc/self/fd"}),
+            plain.standardOutput);
+}
+
 }  // namespace
 }  // namespace service::jack
