@@ -29,7 +29,7 @@ TEST(TopologyText, HasALineForEachPort) {
 }
 
 TEST(TopologyText, DeviceWithoutGroupsHasHeadings) {
-  EXPECT_EQ(topologyText({}, {}, {}), "GROUP  NAME  SIDE  PORT  CONNECTIONS\n", Ascii);
+  EXPECT_EQ(topologyText({}, {}, {}, Ascii), "GROUP  NAME  SIDE  PORT  CONNECTIONS\n");
 }
 
 TEST(TopologyText, NamesDoNotSteerTheTerminal) {
