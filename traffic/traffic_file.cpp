@@ -3,9 +3,9 @@
 #include <fcntl.h>
 
 #include <cerrno>
-#include <csignal>
-#include <ctime>
 #include <system_error>
+
+#include "traffic/write_signals.h"
 
 namespace flowscope {
 
@@ -23,37 +23,12 @@ std::FILE* openToWrite(const char* name) {
   return stream;
 }
 
-// A file may be a pipe that nobody reads any more. That is no reason to end the program, which is what the signal
-// would do; but other programs that it starts must not inherit that it is ignored.
-class WithoutPipeSignal {
- public:
-  WithoutPipeSignal() {
-    sigemptyset(&pipe_);
-    sigaddset(&pipe_, SIGPIPE);
-    pthread_sigmask(SIG_BLOCK, &pipe_, &before_);
-  }
-  WithoutPipeSignal(const WithoutPipeSignal&) = delete;
-  WithoutPipeSignal& operator=(const WithoutPipeSignal&) = delete;
-  ~WithoutPipeSignal() { pthread_sigmask(SIG_SETMASK, &before_, nullptr); }
-
-  // Takes the signal that a write has raised for this thread.
-  void take() const {
-    const timespec now{};
-    while (sigtimedwait(&pipe_, nullptr, &now) < 0 && errno == EINTR) {
-    }
-  }
-
- private:
-  sigset_t pipe_{};
-  sigset_t before_{};
-};
-
 // 0, or the error that kept the text or its rest from being written.
 int writeAll(std::FILE* stream, std::string_view text) {
-  const WithoutPipeSignal guard;
+  const WriteSignals signals;
   if (std::fwrite(text.data(), 1, text.size(), stream) == text.size()) return 0;
   const int cause = errno;
-  if (cause == EPIPE) guard.take();
+  signals.take(cause);
   return cause;
 }
 

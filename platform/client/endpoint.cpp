@@ -37,7 +37,7 @@ Endpoint parseEndpoint(std::string_view text, std::uint32_t behaviour) {
 std::string embeddedEndpoint(std::string_view device) { return std::string(Embedded).append(device); }
 
 std::string endpointLine(std::string_view endpoint, std::string_view what) {
-  return "evtsrv: " + wire::printable(endpoint) + ": " + wire::printable(what);
+  return wire::printable(endpoint) + ": " + wire::printable(what);
 }
 
 }  // namespace client

@@ -3,13 +3,14 @@
 #include <algorithm>
 #include <array>
 #include <chrono>
-#include <cstdio>
+#include <string>
 #include <variant>
 
 #include "evtsrv.h"
 #include "platform/client/opening.h"
 #include "platform/host/loss_text.h"
 #include "platform/wire/messages.h"
+#include "platform/wire/program_line.h"
 
 namespace client {
 namespace {
@@ -17,19 +18,15 @@ namespace {
 // The service waits for word only much later (wire::MinEventWindow).
 constexpr std::uint64_t TellAfter = wire::MinEventWindow / 4;
 
-void reportLoss(std::uint64_t count) {
-  std::fprintf(stderr, "evtsrv: %llu message%s lost: this program reads too slowly\n",
-               static_cast<unsigned long long>(count), count == 1 ? "" : "s");
+std::string messagesText(std::uint64_t count) {
+  return std::to_string(count) + (count == 1 ? " message" : " messages");
 }
 
-void reportLossBefore(std::uint64_t count) {
-  std::fprintf(stderr, "evtsrv: %llu message%s lost on the way to the service\n",
-               static_cast<unsigned long long>(count), count == 1 ? "" : "s");
-}
+void reportLoss(std::uint64_t count) { wire::sayLine(messagesText(count) + " lost: this program reads too slowly"); }
 
-void reportUncountedLosses(std::uint64_t times) {
-  std::fprintf(stderr, "evtsrv: %s\n", host::uncountedLossText(times, "to the service").c_str());
-}
+void reportLossBefore(std::uint64_t count) { wire::sayLine(messagesText(count) + " lost on the way to the service"); }
+
+void reportUncountedLosses(std::uint64_t times) { wire::sayLine(host::uncountedLossText(times, "to the service")); }
 
 service::Time clockNow() { return std::chrono::steady_clock::now().time_since_epoch(); }
 

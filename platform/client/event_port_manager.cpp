@@ -1,7 +1,6 @@
 #include <poll.h>
 
 #include <algorithm>
-#include <cstdio>
 #include <cstdlib>
 #include <string>
 #include <utility>
@@ -12,6 +11,7 @@
 #include "platform/client/connection.h"
 #include "platform/client/endpoint.h"
 #include "platform/client/session.h"
+#include "platform/wire/program_line.h"
 
 namespace EvtSrv {
 namespace {
@@ -24,7 +24,7 @@ std::vector<std::string> endpointsToTry() {
 }
 
 void report(const std::string& endpoint, const std::string& cause) {
-  std::fprintf(stderr, "%s\n", client::endpointLine(endpoint, cause).c_str());
+  wire::sayLine(client::endpointLine(endpoint, cause));
 }
 
 }  // namespace

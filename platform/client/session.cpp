@@ -4,7 +4,6 @@
 
 #include <algorithm>
 #include <cerrno>
-#include <cstdio>
 #include <exception>
 #include <mutex>
 #include <string>
@@ -12,6 +11,7 @@
 #include <utility>
 
 #include "platform/client/endpoint.h"
+#include "platform/wire/program_line.h"
 
 namespace EvtSrv {
 
@@ -37,9 +37,7 @@ constexpr std::size_t TapsAtOnce = 100;
 // How long a channel of a service that has gone has to hand out what had arrived. It ends at once when it has closed.
 constexpr std::chrono::milliseconds RestTime{100};
 
-void report(const std::string& endpoint, std::string_view what) {
-  std::fprintf(stderr, "%s\n", client::endpointLine(endpoint, what).c_str());
-}
+void report(const std::string& endpoint, std::string_view what) { wire::sayLine(client::endpointLine(endpoint, what)); }
 
 std::string tapsText(std::size_t taps) {
   return std::to_string(taps) + (taps == 1 ? " tap" : " taps") + " attached again";

@@ -14,6 +14,7 @@
 #include "platform/host/devices.h"
 #include "platform/host/embedded_service.h"
 #include "platform/host/host.h"
+#include "platform/wire/program_line.h"
 #include "tests/support/scratch_folder.h"
 #include "tests/traffic/test_shell.h"
 #include "traffic/playback.h"
@@ -65,7 +66,7 @@ class LostService : public testing::Test {
     shell.setPatcher(std::make_unique<StrmSrv::Patcher>(manager, 0));
   }
 
-  std::string line() const { return "evtsrv: " + endpoint + ": the service has gone\n"; }
+  std::string line() const { return wire::programLine(endpoint + ": the service has gone\n"); }
 
  private:
   // While the test runs: the other tests of the program have a service in the process.

@@ -180,6 +180,9 @@ TEST(Patcher, PatcherThatSleptThroughTooManyChangesCatchesUp) {
   EXPECT_EQ(sinksOf(sleeping, 0, 0), (Ports{{2, 0}}));
   EXPECT_EQ(sleeping.connect(0, 0, 2, 1), StrmSrv::StrmRes_Success);
   EXPECT_EQ(sinksOf(sleeping, 0, 0), (Ports{{2, 0}, {2, 1}}));
+  // It may have looked for news just before.
+  const testsupport::Deadline deadline(Patience);
+  while (sinksOf(working, 0, 0).size() < 2 && !deadline.passed()) worker.receiveEvent(1);
   EXPECT_EQ(sinksOf(working, 0, 0), (Ports{{2, 0}, {2, 1}}));
 }
 

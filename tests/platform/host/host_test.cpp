@@ -14,6 +14,7 @@
 
 #include "platform/host/devices.h"
 #include "platform/host/embedded_service.h"
+#include "platform/wire/program_line.h"
 #include "tests/platform/host/message_text.h"
 #include "tests/platform/host/raw_client.h"
 #include "tests/platform/service/device.h"
@@ -187,7 +188,7 @@ TEST(Host, DeviceThatThrowsEndsTheServiceAndNotTheProgram) {
     const EmbeddedService service(std::move(device));
     reached.get_future().wait();
   }
-  EXPECT_EQ(testing::internal::GetCapturedStderr(), "evtsrv: the service has ended: no memory\n");
+  EXPECT_EQ(testing::internal::GetCapturedStderr(), wire::programLine("the service has ended: no memory\n"));
 }
 
 TEST(Host, SaysWhyItCannotBind) {

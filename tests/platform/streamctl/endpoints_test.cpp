@@ -30,8 +30,7 @@ TEST_F(Endpoints, WithoutAnyItIsTheWellKnownSocketOnly) {
   const std::string wellKnown = "ipc://" + path("streamd/socket");
   for (const std::optional<std::string>& variable : {std::optional<std::string>(), std::optional<std::string>("")}) {
     for (const auto& words : AllCommands) {
-      const std::string program = words[0] == "watch" ? "evtsrv: " : "streamctl: ";
-      EXPECT_THAT(controlAt(variable, words), FailsSaying(program + wellKnown + ": No such file or directory"));
+      EXPECT_THAT(controlAt(variable, words), FailsSaying("streamctl: " + wellKnown + ": No such file or directory"));
     }
   }
   scratch_.write("streamd/there", "");
@@ -65,8 +64,7 @@ TEST_F(Endpoints, ServiceThatSaysNothing) {
   for (const auto& words : AllCommands) all.push_back(start(words[0], words));
   for (std::size_t i = 0; i < all.size(); ++i) {
     EXPECT_EQ(all[i]->end(), ExitStatus::exited(1)) << AllCommands[i][0];
-    const std::string program = AllCommands[i][0] == "watch" ? "evtsrv: " : "streamctl: ";
-    EXPECT_EQ(all[i]->errors(), program + endpoint() + ": the service does not answer\n");
+    EXPECT_EQ(all[i]->errors(), "streamctl: " + endpoint() + ": the service does not answer\n");
   }
   daemon_->signal(SIGCONT);
 }
