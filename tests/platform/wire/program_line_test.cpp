@@ -59,7 +59,7 @@ class ProgramLineDeathTest : public testing::Test {
 };
 
 TEST_F(ProgramLineDeathTest, NameIsPrintableAndStaysWhenArgumentsAreOverwritten) {
-  EXPECT_EXIT(sayAs("a\x1b[31m\nb\xc3\xa4"), testing::ExitedWithCode(0),
+  EXPECT_EXIT(sayAs("a\x1b[31m\nb\xc3\xc3"), testing::ExitedWithCode(0),
               "^a\\?\\[31m\\?b\\?\\?: line\na\\?\\[31m\\?b\\?\\?: line\n$");
 }
 
