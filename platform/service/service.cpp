@@ -60,10 +60,22 @@ struct Service::State {
   }
 
   // After a change of the port's taps.
-  void refreshUseAround(PortId port, Time now) {
-    if (port.side == Side::Source) return refreshUse(port, now);
+  void refreshUseAround(PortId port, Time now) { refreshUseAround(std::vector{port}, now); }
+
+  // The same of many ports: a source that several of them are connected to is looked at once.
+  void refreshUseAround(const std::vector<PortId>& ports, Time now) {
+    std::unordered_set<PortId, PortHash> seen;
     std::vector<PortId> sources;
-    for (const auto& [order, peer] : graph.peers(port)) sources.push_back(peer.port);
+    const auto enter = [&](PortId source) {
+      if (seen.insert(source).second) sources.push_back(source);
+    };
+    for (const PortId port : ports) {
+      if (port.side == Side::Source) {
+        enter(port);
+      } else {
+        for (const auto& [order, peer] : graph.peers(port)) enter(peer.port);
+      }
+    }
     for (const PortId source : sources) refreshUse(source, now);
   }
 
@@ -130,7 +142,7 @@ void Service::removeClient(ClientId client, Time now) {
   state_->past.lost += counted.lost;
   const auto ended = state_->taps.removeClient(client);
   state_->clients.erase(client);
-  for (const PortId port : ended) state_->refreshUseAround(port, now);
+  state_->refreshUseAround(ended, now);
 }
 
 wire::Status Service::tap(ClientId client, EventPortId port, std::string_view name, std::uint32_t holderBytes,
@@ -153,7 +165,7 @@ wire::Status Service::untap(ClientId client, EventPortId port, std::string_view 
 }
 
 void Service::untapAll(ClientId client, EventPortId port, Time now) {
-  for (const PortId ended : state_->taps.removeAll(client, port)) state_->refreshUseAround(ended, now);
+  state_->refreshUseAround(state_->taps.removeAll(client, port), now);
 }
 
 wire::Status Service::send(ClientId client, EventPortId port, const Message& message, Time now) {
