@@ -162,7 +162,7 @@ void measureStream(const JackServer& server, Source& source, const char* name, s
   std::printf("%-10s %8u %10ld %7.2f %14ld %7.2f %7.2f\n", name, count, linesWith(seen, "0x90"), consoleTime,
               linesWith(heard, "note on"), dumpTime, dumpTime > 0 ? consoleTime / dumpTime : 0.0);
   const auto& text = shell.output();
-  for (auto at = text.find("evtsrv:"); at != std::string::npos; at = text.find("evtsrv:", at + 1)) {
+  for (auto at = text.find("flowscope: "); at != std::string::npos; at = text.find("flowscope: ", at + 1)) {
     std::printf("    %s\n", text.substr(at, text.find_first_of("\r\n", at) - at).c_str());
   }
   std::fflush(stdout);

@@ -1,7 +1,6 @@
 #include "platform/client/connection.h"
 
 #include <cerrno>
-#include <cstdio>
 #include <cstring>
 #include <exception>
 #include <map>
@@ -11,6 +10,7 @@
 
 #include "platform/host/devices.h"
 #include "platform/host/local_socket.h"
+#include "platform/wire/program_line.h"
 
 namespace client {
 namespace {
@@ -40,9 +40,7 @@ std::variant<Connection, ConnectionProblem> openEmbedded(const std::string& devi
     if (auto* problem = std::get_if<std::string>(&driver)) {
       return ConnectionProblem{std::move(*problem), isSystem(device)};
     }
-    const auto warn = [device](std::string_view line) {
-      std::fprintf(stderr, "%s\n", endpointLine(embeddedEndpoint(device), line).c_str());
-    };
+    const auto warn = [device](std::string_view line) { wire::sayLine(endpointLine(embeddedEndpoint(device), line)); };
     const auto service = std::make_shared<host::EmbeddedService>(
         std::get<std::unique_ptr<service::Driver>>(std::move(driver)), host::Limits{}, warn);
     known = service;

@@ -2,6 +2,7 @@
 #pragma once
 
 #include <cstdint>
+#include <optional>
 #include <string>
 #include <string_view>
 #include <variant>
@@ -29,6 +30,9 @@ struct NoEndpoint {
 
 using Endpoint = std::variant<EmbeddedEndpoint, LocalEndpoint, NoEndpoint>;
 
+// The endpoint of EVTSRV_ENDPOINT; nothing when that is unset or empty.
+std::optional<std::string> endpointOfVariable();
+
 // What to try in turn when EVTSRV_ENDPOINT is unset: the well-known local socket, the ALSA sequencer, a JACK server,
 // then the built-in device.
 std::vector<std::string> endpointsWhenUnset();
@@ -39,8 +43,8 @@ Endpoint parseEndpoint(std::string_view text, std::uint32_t behaviour);
 // The text for a service in this process on this device.
 std::string embeddedEndpoint(std::string_view device);
 
-// What is said on standard error of an endpoint: one printable line without its line end, naming the endpoint and what
-// has happened.
+// What is said of an endpoint (see wire::sayLine): one printable line without its line end, naming the endpoint and
+// what has happened.
 std::string endpointLine(std::string_view endpoint, std::string_view what);
 
 }  // namespace client

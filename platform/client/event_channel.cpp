@@ -2,12 +2,15 @@
 
 #include <algorithm>
 #include <array>
-#include <cstdio>
+#include <chrono>
+#include <string>
 #include <variant>
 
 #include "evtsrv.h"
 #include "platform/client/opening.h"
+#include "platform/host/loss_text.h"
 #include "platform/wire/messages.h"
+#include "platform/wire/program_line.h"
 
 namespace client {
 namespace {
@@ -15,19 +18,17 @@ namespace {
 // The service waits for word only much later (wire::MinEventWindow).
 constexpr std::uint64_t TellAfter = wire::MinEventWindow / 4;
 
-void reportLoss(std::uint64_t count) {
-  std::fprintf(stderr, "evtsrv: %llu message%s lost: this program reads too slowly\n",
-               static_cast<unsigned long long>(count), count == 1 ? "" : "s");
+std::string messagesText(std::uint64_t count) {
+  return std::to_string(count) + (count == 1 ? " message" : " messages");
 }
 
-void reportLossBefore(std::uint64_t count) {
-  if (count == 0) {
-    std::fprintf(stderr, "evtsrv: an unknown number of messages, perhaps none, lost on the way to the service\n");
-    return;
-  }
-  std::fprintf(stderr, "evtsrv: %llu message%s lost on the way to the service\n",
-               static_cast<unsigned long long>(count), count == 1 ? "" : "s");
-}
+void reportLoss(std::uint64_t count) { wire::sayLine(messagesText(count) + " lost: this program reads too slowly"); }
+
+void reportLossBefore(std::uint64_t count) { wire::sayLine(messagesText(count) + " lost on the way to the service"); }
+
+void reportUncountedLosses(std::uint64_t times) { wire::sayLine(host::uncountedLossText(times, "to the service")); }
+
+service::Time clockNow() { return std::chrono::steady_clock::now().time_since_epoch(); }
 
 // True while it lives, also when a port throws.
 class WhileTrue {
@@ -43,6 +44,9 @@ class WhileTrue {
 
 }  // namespace
 
+EventChannel::EventChannel(zmq::context_t& context, const std::string& address, std::uint64_t session)
+    : dealer_(context, address), session_(session), uncounted_(reportUncountedLosses) {}
+
 bool EventChannel::open(const Deadline& deadline) {
   return askToOpen(dealer_, wire::OpenEvents{session_}) && waitForOpening(dealer_, deadline) == Opening::Opened;
 }
@@ -50,6 +54,7 @@ bool EventChannel::open(const Deadline& deadline) {
 bool EventChannel::receive(const PortRegistry& ports, const Deadline& deadline) {
   // The entries at hand belong to the call that is under way.
   if (dispatching_) return false;
+  uncounted_.advance(clockNow());
   if (!nextEntries() && dealer_.wait(deadline) != Dealer::Wait::Ready) return false;
   bool delivered = false;
   while (nextEntries()) {
@@ -82,6 +87,11 @@ bool EventChannel::nextEntries() {
 bool EventChannel::dispatch(const PortRegistry& ports, const wire::EventEntry& entry) {
   if (entry.lost > 0) {
     reportLoss(entry.lost);
+    return false;
+  }
+  if (entry.lostBefore == 0) {
+    uncounted_.add();
+    uncounted_.advance(clockNow());
     return false;
   }
   if (entry.lostBefore) {

@@ -2,12 +2,13 @@
 
 #include <pthread.h>
 
-#include <cstdio>
 #include <exception>
 #include <stdexcept>
 #include <utility>
 
 #include "platform/drivers/without_signals.h"
+#include "platform/wire/printable.h"
+#include "platform/wire/program_line.h"
 
 namespace host {
 namespace {
@@ -27,7 +28,7 @@ EmbeddedService::EmbeddedService(std::unique_ptr<service::Driver> driver, const 
       host_.run();
     } catch (const std::exception& failure) {
       // The program lives on; clients get no more answers.
-      std::fprintf(stderr, "evtsrv: the service has ended: %s\n", failure.what());
+      wire::sayLine(std::string("the service has ended: ") + wire::printable(failure.what()));
     }
   });
 }

@@ -12,6 +12,7 @@
 #include <thread>
 #include <vector>
 
+#include "platform/wire/program_line.h"
 #include "tests/platform/client/fixture.h"
 #include "tests/platform/host/raw_client.h"
 
@@ -172,7 +173,7 @@ TEST(Lifetime, WithoutDescriptorsThereIsNoServiceForNow) {
     EXPECT_EQ(patcher.getConnectSinkPorts(0, 0, ports), StrmSrv::StrmRes_NoService);
     const EventPortManager none(Behaviour, true);
   }
-  EXPECT_EQ(testing::internal::GetCapturedStderr(), "evtsrv: embedded:test: Too many open files\n");
+  EXPECT_EQ(testing::internal::GetCapturedStderr(), wire::programLine("embedded:test: Too many open files\n"));
   EXPECT_EQ(patcher.connect(0, 0, 1, 0), StrmSrv::StrmRes_Success);
 }
 

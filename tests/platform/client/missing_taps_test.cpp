@@ -11,6 +11,7 @@
 #include <zmq.hpp>
 
 #include "platform/host/host.h"
+#include "platform/wire/program_line.h"
 #include "tests/platform/client/fixture.h"
 #include "tests/support/scratch_folder.h"
 
@@ -73,7 +74,7 @@ TEST(MissingTaps, AreMadeWhenTheirPortsCome) {
   hasPorts = true;
   EXPECT_TRUE(receiveUntil(manager, [&] { return port.texts.size() == 2; }));
   EXPECT_EQ(port.texts.back(), "G0Out2: 1 2 3");
-  const std::string line = "evtsrv: " + endpoint + ": ";
+  const std::string line = wire::programLine(endpoint + ": ");
   EXPECT_EQ(testing::internal::GetCapturedStderr(), line + "the service has gone\n" + line +
                                                         "the service is back, 0 of 1 tap attached again\n" + line +
                                                         "1 tap attached again\n");

@@ -7,6 +7,7 @@
 #include <string>
 #include <vector>
 
+#include "platform/wire/program_line.h"
 #include "tests/platform/client/fixture.h"
 
 namespace client {
@@ -22,15 +23,14 @@ struct Row {
 
 const std::vector<Row>& endpoints() {
   static const std::vector<Row> rows = {
-      {"ipc:///run/nowhere", EvtSrv::ConBehave_Default, "evtsrv: ipc:///run/nowhere: No such file or directory\n"},
-      {"tcp://host:1", EvtSrv::ConBehave_Void, "evtsrv: tcp://host:1: services over the network are not supported\n"},
+      {"ipc:///run/nowhere", EvtSrv::ConBehave_Default, "ipc:///run/nowhere: No such file or directory\n"},
+      {"tcp://host:1", EvtSrv::ConBehave_Void, "tcp://host:1: services over the network are not supported\n"},
       {"tcp://host:1", EvtSrv::ConBehave_DisableOverNetwork,
-       "evtsrv: tcp://host:1: refused: this program uses no service over the network\n"},
-      {"nonsense", EvtSrv::ConBehave_Default,
-       "evtsrv: nonsense: not an endpoint (ipc://PATH, tcp://HOST:PORT, embedded:FILE)\n"},
+       "tcp://host:1: refused: this program uses no service over the network\n"},
+      {"nonsense", EvtSrv::ConBehave_Default, "nonsense: not an endpoint (ipc://PATH, embedded:FILE)\n"},
       {"embedded:/nowhere/a\x1b[31m\nb", EvtSrv::ConBehave_Default,
-       "evtsrv: embedded:/nowhere/a?[31m?b: /nowhere/a?[31m?b: No such file or directory\n"},
-      {"ipc://\n", EvtSrv::ConBehave_Default, "evtsrv: ipc://?: No such file or directory\n"},
+       "embedded:/nowhere/a?[31m?b: /nowhere/a?[31m?b: No such file or directory\n"},
+      {"ipc://\n", EvtSrv::ConBehave_Default, "ipc://?: No such file or directory\n"},
   };
   return rows;
 }
@@ -44,7 +44,7 @@ std::string errorsOf(std::uint32_t behaviour) {
 TEST(NoService, OneLineNamesEndpointAndCause) {
   for (const Row& row : endpoints()) {
     const EndpointVariable endpoint(row.endpoint);
-    EXPECT_EQ(errorsOf(row.behaviour), row.line);
+    EXPECT_EQ(errorsOf(row.behaviour), wire::programLine(row.line));
   }
 }
 
@@ -56,7 +56,7 @@ TEST(NoService, BadDeviceFileIsNamed) {
   std::fclose(out);
   const EndpointVariable endpoint("embedded:" + file);
   EXPECT_EQ(errorsOf(EvtSrv::ConBehave_Default),
-            "evtsrv: embedded:" + file + ": " + file + ":3: a device file has no key 'port'\n");
+            wire::programLine("embedded:" + file + ": " + file + ":3: a device file has no key 'port'\n"));
   std::remove(file.c_str());
 }
 

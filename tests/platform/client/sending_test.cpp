@@ -11,6 +11,7 @@
 #include <vector>
 
 #include "platform/wire/messages.h"
+#include "platform/wire/program_line.h"
 #include "tests/platform/client/fixture.h"
 
 namespace client {
@@ -157,7 +158,8 @@ std::uint64_t reportedLoss(const std::string& text) {
   std::istringstream lines(text);
   for (std::string line; std::getline(lines, line);) {
     std::smatch match;
-    const std::regex form("evtsrv: (?:(1) message|([0-9]+) messages) lost: this program reads too slowly");
+    const std::regex form(wire::programName() +
+                          ": (?:(1) message|([0-9]+) messages) lost: this program reads too slowly");
     if (!std::regex_match(line, match, form)) return 0;
     sum += std::stoull(match[match[1].matched ? 1 : 2]);
   }

@@ -14,6 +14,7 @@
 
 #include "platform/host/devices.h"
 #include "platform/host/embedded_service.h"
+#include "platform/wire/program_line.h"
 #include "tests/platform/host/message_text.h"
 #include "tests/platform/host/raw_client.h"
 #include "tests/platform/service/device.h"
@@ -49,6 +50,18 @@ class HostTest : public testing::Test {
 };
 
 TEST_F(HostTest, AnswersRequests) { EXPECT_EQ(answerToHonestClient(), "2: links at 0"); }
+
+TEST(Host, AtItsEndLogsWhatIsLeft) {
+  service::Told told;
+  auto device = std::make_unique<service::TestDevice>(service::evenTopology(1, 1), std::vector<service::Link>{}, told);
+  device->onFinish = [](service::DriverEvents& events) { events.noted("4 periods skipped"); };
+  zmq::context_t context;
+  Texts log;
+  Host host(context, std::move(device), {}, [&](std::string_view line) { log.emplace_back(line); });
+  host.stop();
+  host.run();
+  EXPECT_EQ(log, Texts{"4 periods skipped"});
+}
 
 TEST_F(HostTest, GarbageHarmsOnlyWhoSendsIt) {
   RawClient bad = connect();
@@ -175,7 +188,7 @@ TEST(Host, DeviceThatThrowsEndsTheServiceAndNotTheProgram) {
     const EmbeddedService service(std::move(device));
     reached.get_future().wait();
   }
-  EXPECT_EQ(testing::internal::GetCapturedStderr(), "evtsrv: the service has ended: no memory\n");
+  EXPECT_EQ(testing::internal::GetCapturedStderr(), wire::programLine("the service has ended: no memory\n"));
 }
 
 TEST(Host, SaysWhyItCannotBind) {

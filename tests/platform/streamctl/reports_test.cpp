@@ -70,7 +70,7 @@ TEST_F(Reports, StatsTellOfQueuesAndLosses) {
   watch->signal(SIGTERM);
   EXPECT_EQ(watch->end(), ExitStatus::exited(0));
   EXPECT_EQ(linesOf(watch->output()).size(), received);
-  EXPECT_EQ(watch->errors(), "evtsrv: " + now["lost"].dump() + " messages lost: this program reads too slowly\n");
+  EXPECT_EQ(watch->errors(), "streamctl: " + now["lost"].dump() + " messages lost: this program reads too slowly\n");
 }
 
 TEST_F(Reports, OutputThatCannotBeWrittenIsAFailure) {

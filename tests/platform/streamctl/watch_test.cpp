@@ -102,7 +102,7 @@ TEST_F(WatchCommandLine, GoesOnWhenTheServiceIsBack) {
   ASSERT_THAT(control({"inject", "DeckOut1", "1"}), Succeeds());
   ASSERT_TRUE(watch->hasLines(1));
   killService();
-  ASSERT_TRUE(comesTrue([&] { return watch->errors() == "evtsrv: " + endpoint() + ": the service has gone\n"; }));
+  ASSERT_TRUE(comesTrue([&] { return watch->errors() == "streamctl: " + endpoint() + ": the service has gone\n"; }));
   startServiceAgain();
   ASSERT_TRUE(hasTaps(1));
   ASSERT_THAT(control({"inject", "DeckOut1", "2"}), Succeeds());
@@ -111,8 +111,8 @@ TEST_F(WatchCommandLine, GoesOnWhenTheServiceIsBack) {
   EXPECT_EQ(watch->end(), ExitStatus::exited(0));
   EXPECT_THAT(withoutTimes(watch->output()), ElementsAre("DeckOut1 0 0x01", "DeckOut1 0 0x02"));
   EXPECT_THAT(linesOf(watch->errors()),
-              ElementsAre("evtsrv: " + endpoint() + ": the service has gone",
-                          "evtsrv: " + endpoint() + ": the service is back, 1 tap attached again"));
+              ElementsAre("streamctl: " + endpoint() + ": the service has gone",
+                          "streamctl: " + endpoint() + ": the service is back, 1 tap attached again"));
 }
 
 TEST_F(WatchCommandLine, FullSpeedIsSeenComplete) {

@@ -7,6 +7,7 @@
 #include <thread>
 #include <vector>
 
+#include "platform/wire/program_line.h"
 #include "tests/platform/client/fixture.h"
 #include "tests/platform/streamd/injector.h"
 #include "tests/platform/streamd/quiet_device.h"
@@ -52,7 +53,7 @@ TEST_F(Attaching, QuestionsAboutTheGraphNoticeThatTheServiceHasGone) {
   daemon_.restart();
   while (patcher.getConnectSinkPorts(6, 1, sinks) != StrmSrv::StrmRes_Success) ASSERT_FALSE(deadline.passed());
   EXPECT_TRUE(sinks.empty()) << "the new service's graph";
-  const std::string line = "evtsrv: " + daemon_.endpoint() + ": ";
+  const std::string line = wire::programLine(daemon_.endpoint() + ": ");
   EXPECT_EQ(testing::internal::GetCapturedStderr(), line + "the service has gone\n" + line + "the service is back\n");
 }
 
@@ -185,7 +186,7 @@ TEST_F(Attaching, SenderOfAServiceThatIsKilledFailsAtOnce) {
   daemon_.signal(SIGKILL);
   sender.join();
   EXPECT_EQ(last, StrmSrv::StrmRes_NoService);
-  EXPECT_EQ(testing::internal::GetCapturedStderr(), "evtsrv: " + daemon_.endpoint() + ": the service has gone\n");
+  EXPECT_EQ(testing::internal::GetCapturedStderr(), wire::programLine(daemon_.endpoint() + ": the service has gone\n"));
 }
 
 TEST(AttachingMany, TapsComeBackHoweverManyTheyAre) {

@@ -143,7 +143,7 @@ TEST_F(Consoles, StoppedOneIsToldItsExactLoss) {
   }
   const std::uint64_t lost = injector_.stats().lost;
   stopped->terminal().signal(SIGCONT);
-  ASSERT_TRUE(stopped->shows("evtsrv: " + std::to_string(lost) + " messages lost: this program reads too slowly"));
+  ASSERT_TRUE(stopped->shows("flowscope: " + std::to_string(lost) + " messages lost: this program reads too slowly"));
   injector_.inject(Port, 1);
   std::vector<std::uint32_t> expected = numbersBelow(static_cast<std::uint32_t>(sent - lost));
   expected.push_back(sent);
@@ -153,9 +153,9 @@ TEST_F(Consoles, StoppedOneIsToldItsExactLoss) {
 TEST_F(Consoles, TapComesBackWithAServiceThatWasKilled) {
   const auto console = watchingConsole();
   daemon_.signal(SIGKILL);
-  EXPECT_TRUE(console->shows("evtsrv: " + daemon_.endpoint() + ": the service has gone"));
+  EXPECT_TRUE(console->shows("flowscope: " + daemon_.endpoint() + ": the service has gone"));
   daemon_.restart();
-  EXPECT_TRUE(console->shows("evtsrv: " + daemon_.endpoint() + ": the service is back, 1 tap attached again"));
+  EXPECT_TRUE(console->shows("flowscope: " + daemon_.endpoint() + ": the service is back, 1 tap attached again"));
   Injector again(daemon_.socket());
   again.inject(Port, 20);
   EXPECT_EQ(console->notesUntil(19), numbersBelow(20));

@@ -5,11 +5,13 @@
 
 #include <algorithm>
 #include <csignal>
+#include <deque>
 #include <random>
 #include <string>
 #include <thread>
 #include <vector>
 
+#include "platform/wire/program_line.h"
 #include "tests/platform/client/fixture.h"
 #include "tests/platform/host/raw_client.h"
 #include "tests/platform/streamd/injector.h"
@@ -121,6 +123,18 @@ TEST_F(Faults, GarbageOnTheSocketHarmsNobody) {
   expectService();
 }
 
+// More than a service accepts at once.
+TEST_F(Faults, BurstOfConnectionsKeepsNobodyAway) {
+  constexpr int Many = 500;
+  std::deque<RawSocket> burst;
+  daemon_.signal(SIGSTOP);
+  int connected = 0;
+  for (int i = 0; i < Many; ++i) connected += burst.emplace_back(daemon_.socket(), SOCK_NONBLOCK).connected() ? 1 : 0;
+  daemon_.signal(SIGCONT);
+  EXPECT_EQ(connected, Many);
+  expectService();
+}
+
 TEST_F(Faults, MessagesThatAreNoneHarmNobody) {
   zmq::context_t context;
   host::RawClient bad(context, daemon_.endpoint());
@@ -180,7 +194,7 @@ TEST_F(Faults, TapsComeBackWithTheService) {
   StrmSrv::Patcher patcher(manager, 0);
   ASSERT_EQ(patcher.connect(6, 1, 5, 0), StrmSrv::StrmRes_Success);
 
-  const std::string line = "evtsrv: " + daemon_.endpoint() + ": ";
+  const std::string line = wire::programLine(daemon_.endpoint() + ": ");
   testing::internal::CaptureStderr();
   daemon_.signal(SIGKILL);
   ASSERT_TRUE(daemon_.waitForExit(Deadline(Patience)));
@@ -285,7 +299,7 @@ TEST_F(Faults, LossOfAStalledReaderIsCountedExactlyAndOnlyItsOwn) {
   while (slow.receiveEvent(500) == EvtSrv::EvtRes_Success) {
   }
   const std::string lines = testing::internal::GetCapturedStderr();
-  EXPECT_EQ(lines, "evtsrv: " + std::to_string(counts.lost) + " messages lost: this program reads too slowly\n");
+  EXPECT_EQ(lines, wire::programLine(std::to_string(counts.lost) + " messages lost: this program reads too slowly\n"));
   ASSERT_EQ(stalled.texts.size(), counts.out);
   // The loss is at the end: what came before is complete and in order.
   EXPECT_EQ(stalled.texts, receivedFromTo(Port, 0, static_cast<std::uint32_t>(counts.out)));

@@ -1,0 +1,19 @@
+// Lines for the user of the program.
+#pragma once
+
+#include <string>
+#include <string_view>
+
+namespace wire {
+
+// The name by which this program was started, without its folder: printable, never empty. Any thread.
+const std::string& programName();
+
+// The text with "NAME: " before it.
+std::string programLine(std::string_view text);
+
+// Writes programLine(line) and a line end to standard error. Any thread; lines of several threads do not mix.
+// line: printable, without a line end.
+void sayLine(std::string_view line);
+
+}  // namespace wire
