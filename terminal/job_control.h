@@ -8,4 +8,10 @@ namespace flowscope {
 // Async-signal-safe; may change errno.
 bool inBackgroundOf(int terminal) noexcept;
 
+// Stops this process group (SIGTTIN), as the system does with one that reads from this terminal in its background.
+// Returns when the process goes on, and at once when it cannot be stopped: where the signal is ignored or blocked,
+// where no shell is left that could continue the group, and where the process has come to the foreground meanwhile. One
+// thread at a time.
+void stopForInput(int terminal) noexcept;
+
 }  // namespace flowscope

@@ -62,16 +62,26 @@ bool StdinKeySource::awaitByte() {
   return stopped_ || resumed_;
 }
 
-// Reading in the background stops the process. A read that was stopped so would go on when the process has come to the
-// foreground, and wait there for a key that nobody has typed yet, while the prompt is due. A read of nothing stops the
-// process as well, but then returns.
+// Reading in the background stops the process. But a read that was stopped so goes on when the process does. In the
+// foreground it would wait for a key that nobody has typed yet, while the prompt is due; in the background it would
+// stop the process again, although a shell has taken what was typed. So the process is stopped before it reads, and
+// then looks again: what poll saw before may be what brought it to the foreground, and be gone.
 StdinKeySource::Turn StdinKeySource::askForTurn() {
   const int descriptor = fileno(in_);
-  if (!inBackgroundOf(descriptor)) return Turn::Ours;
+  if (!inBackgroundOf(descriptor)) return hasInput() ? Turn::Ours : Turn::Passed;
+  stopForInput(descriptor);
+  if (!inBackgroundOf(descriptor) || !hasInput()) return Turn::Passed;
+  // Nobody has stopped it, or it was sent back to where the input still is. A read of nothing tells, or stops it.
   char nothing = 0;
   if (read(descriptor, &nothing, 0) < 0) return errno == EINTR || errno == EAGAIN ? Turn::Passed : Turn::Never;
   // Where the terminal stops nobody, it lets everybody read.
   return inBackgroundOf(descriptor) ? Turn::Ours : Turn::Passed;
+}
+
+// A byte, the end, or an error.
+bool StdinKeySource::hasInput() const {
+  pollfd input{fileno(in_), POLLIN, 0};
+  return poll(&input, 1, 0) > 0;
 }
 
 void StdinKeySource::wake() noexcept {

@@ -31,6 +31,7 @@ class StdinKeySource final : public KeySource {
 
   bool awaitByte();
   Turn askForTurn();
+  bool hasInput() const;
   void wake() noexcept;
 
   std::FILE* in_;

@@ -12,6 +12,7 @@
 #include <string_view>
 #include <vector>
 
+#include "terminal/job_control.h"
 #include "terminal/line_editor.h"
 #include "terminal/stdin_key_source.h"
 #include "terminal/terminal_mode.h"
@@ -95,7 +96,7 @@ TEST(TerminalSignals, AfterAStopATerminalThatControlsNoSessionIsRawAgain) {
   EXPECT_EQ(session.allReports(), "resumed raw exited 0");
 }
 
-TEST(StdinKeySource, InputInTheBackgroundWhereNobodyCanStopItIsTheEnd) {
+TEST(StdinKeySource, InputInTheBackgroundWhereStopsAreIgnoredIsTheEnd) {
   TerminalSession session([](const TerminalSession::Inside& inside) {
     const pid_t child = fork();
     if (child == 0) {
@@ -113,6 +114,64 @@ TEST(StdinKeySource, InputInTheBackgroundWhereNobodyCanStopItIsTheEnd) {
     return 0;
   });
   EXPECT_EQ(session.allReports(), "end exited 0");
+}
+
+TEST(StdinKeySource, InputInTheBackgroundWhereNobodyCouldContinueItIsTheEnd) {
+  TerminalSession session([](const TerminalSession::Inside& inside) {
+    std::array<int, 2> life{};
+    if (pipe(life.data()) != 0) return 1;
+    // The shell that has started it is gone.
+    const pid_t shell = fork();
+    if (shell == 0) {
+      const pid_t self = getpid();
+      if (fork() > 0) _exit(0);
+      limitChild();
+      setpgid(0, 0);
+      while (getppid() == self) usleep(1000);
+      StdinKeySource keys;
+      inside.say(keys.readByte() == EndOfInput ? "end" : "a key");
+      _exit(0);
+    }
+    close(life[1]);
+    waitpid(shell, nullptr, 0);
+    [[maybe_unused]] const ssize_t typed = write(inside.keyboard, "\n", 1);
+    readUntil(life[0], {});
+    return 0;
+  });
+  EXPECT_EQ(session.allReports(), "end");
+}
+
+TEST(JobControl, AStopForInputStopsTheWholeGroup) {
+  TerminalSession session([](const TerminalSession::Inside& inside) {
+    const pid_t reader = fork();
+    if (reader == 0) {
+      limitChild();
+      setpgid(0, 0);
+      raise(SIGSTOP);
+      stopForInput(0);
+      _exit(0);
+    }
+    int status = 0;
+    waitpid(reader, &status, WUNTRACED);
+    const pid_t other = fork();
+    if (other == 0) {
+      limitChild();
+      setpgid(0, reader);
+      kill(reader, SIGCONT);
+      for (;;) pause();
+    }
+    for (const pid_t child : {reader, other}) {
+      waitpid(child, &status, WUNTRACED);
+      inside.say(describeStatus(status) + " ");
+    }
+    kill(-reader, SIGCONT);
+    waitpid(reader, &status, 0);
+    inside.say(describeStatus(status));
+    kill(other, SIGKILL);
+    return 0;
+  });
+  const std::string stopped = "stopped by " + std::to_string(SIGTTIN) + " ";
+  EXPECT_EQ(session.allReports(), stopped + stopped + "exited 0");
 }
 
 // The other side of a job: what the shell that started it sees and does.
@@ -248,6 +307,26 @@ TEST(TerminalSignals, StoppedByInputInTheBackgroundItDrawsItsPromptWithoutAKey) 
   const std::string stopped = "stopped by " + std::to_string(SIGTTIN) + " saved ";
   EXPECT_EQ(session.allReports(), "drawn drawn stopped by " + std::to_string(SIGTSTP) + " " + stopped + stopped +
                                       "drawn raw " + killedBy(SIGTERM) + " saved ");
+}
+
+TEST(TerminalSignals, StoppedByInputInTheBackgroundItEndsThere) {
+  TerminalSession session([](const TerminalSession::Inside& inside) {
+    const Job job;
+    inside.say(job.awaitDrawn(FirstPrompt));
+    [[maybe_unused]] ssize_t typed = write(inside.keyboard, "\x1a", 1);
+    inside.say(job.awaitStop());
+    job.signalAll(SIGCONT);
+    typed = write(inside.keyboard, "\n", 1);
+    inside.say(job.awaitStop());
+    tcflush(0, TCIFLUSH);  // in place of the shell, which reads it
+    job.signalAll(SIGTERM);
+    job.signalAll(SIGCONT);
+    inside.say(job.awaitStop());
+    inside.say(inside.mode());
+    return 0;
+  });
+  EXPECT_EQ(session.allReports(), "drawn stopped by " + std::to_string(SIGTSTP) + " stopped by " +
+                                      std::to_string(SIGTTIN) + " " + killedBy(SIGTERM) + " saved ");
 }
 
 // An editor that quits at any line, as a shell does.
