@@ -23,7 +23,7 @@ std::vector<std::string> endpointsToTry() {
   return client::endpointsWhenUnset();
 }
 
-void report(const std::string& endpoint, const std::string& cause) {
+void reportCause(const std::string& endpoint, const std::string& cause) {
   wire::sayLine(client::endpointLine(endpoint, cause));
 }
 
@@ -34,12 +34,12 @@ EventPortManager::EventPortManager(std::uint32_t behaviour, bool /*dispatchOnRec
   for (const std::string& endpoint : endpoints) {
     auto connection = client::openConnection(endpoint, behaviour);
     if (const auto* problem = std::get_if<client::ConnectionProblem>(&connection)) {
-      if (!problem->nobodyThere || &endpoint == &endpoints.back()) report(endpoint, problem->cause);
+      if (!problem->nobodyThere || &endpoint == &endpoints.back()) reportCause(endpoint, problem->cause);
       continue;
     }
     auto session = Session::open(std::get<client::Connection>(std::move(connection)), endpoint);
     if (const auto* cause = std::get_if<std::string>(&session)) {
-      report(endpoint, *cause);
+      reportCause(endpoint, *cause);
       continue;
     }
     session_ = std::get<std::shared_ptr<Session>>(std::move(session));
