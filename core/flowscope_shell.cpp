@@ -14,6 +14,7 @@
 #include "traffic/monitor_attachment.h"
 #include "traffic/playback.h"
 #include "traffic/port_connections.h"
+#include "traffic/traffic_output.h"
 
 namespace flowscope {
 
@@ -81,6 +82,11 @@ ResultCode FlowScope::onHelp() {
   const ManualPathScope pages;
   system().run("man flowscope");
   return ResultOk;
+}
+
+void FlowScope::inputEnded() {
+  trafficOutput().trafficFile.stopWaiting();
+  StatBase::inputEnded();
 }
 
 void FlowScope::init(EvtSrv::EventPortManager& manager) {

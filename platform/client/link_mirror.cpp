@@ -14,8 +14,8 @@ void LinkMirror::reset(const wire::Links& links) {
   sources_.clear();
   sinks_.clear();
   for (const wire::LinkRecord& link : links.links) {
-    sources_[sinkOf(link)].push_back(sourceOf(link));
-    sinks_[sourceOf(link)].push_back(sinkOf(link));
+    sources_[sinkOf(link)].add(sourceOf(link));
+    sinks_[sourceOf(link)].add(sinkOf(link));
   }
   version_ = links.version;
 }
@@ -26,8 +26,8 @@ bool LinkMirror::apply(const wire::GraphChanged& change) {
   const PortRecord source = sourceOf(change.link);
   const PortRecord sink = sinkOf(change.link);
   if (change.added) {
-    sources_[sink].push_back(source);
-    sinks_[source].push_back(sink);
+    sources_[sink].add(source);
+    sinks_[source].add(sink);
   } else {
     drop(sources_, sink, source);
     drop(sinks_, source, sink);
@@ -36,15 +36,15 @@ bool LinkMirror::apply(const wire::GraphChanged& change) {
   return true;
 }
 
-std::span<const PortRecord> LinkMirror::peers(const Peers& of, PortRecord port) {
+std::span<const PortRecord> LinkMirror::peers(Peers& of, PortRecord port) {
   const auto found = of.find(port);
-  return found == of.end() ? std::span<const PortRecord>{} : found->second;
+  return found == of.end() ? std::span<const PortRecord>{} : found->second.all();
 }
 
 void LinkMirror::drop(Peers& of, PortRecord port, PortRecord peer) {
   const auto found = of.find(port);
   if (found == of.end()) return;
-  std::erase(found->second, peer);
+  found->second.remove(peer);
   if (found->second.empty()) of.erase(found);
 }
 

@@ -4,15 +4,15 @@
 #include <cstdint>
 #include <span>
 #include <unordered_map>
-#include <vector>
 
+#include "platform/client/peer_list.h"
 #include "platform/wire/messages.h"
 #include "strmsrv.h"
 
 namespace client {
 
 // Connections by both of their ports, each port's in the order of making. A lookup costs no more than the port has
-// connections.
+// connections, and a change the same however many they are.
 class LinkMirror {
  public:
   // Becomes the whole graph.
@@ -26,18 +26,13 @@ class LinkMirror {
   std::uint64_t version() const { return version_; }
 
   // Valid until the next change.
-  std::span<const StrmSrv::PortRecord> sourcesOf(StrmSrv::PortRecord sink) const { return peers(sources_, sink); }
-  std::span<const StrmSrv::PortRecord> sinksOf(StrmSrv::PortRecord source) const { return peers(sinks_, source); }
+  std::span<const StrmSrv::PortRecord> sourcesOf(StrmSrv::PortRecord sink) { return peers(sources_, sink); }
+  std::span<const StrmSrv::PortRecord> sinksOf(StrmSrv::PortRecord source) { return peers(sinks_, source); }
 
  private:
-  struct PortHash {
-    std::size_t operator()(StrmSrv::PortRecord port) const noexcept {
-      return std::hash<std::uint32_t>{}(std::uint32_t{port.groupId} << 16U | port.portIndex);
-    }
-  };
-  using Peers = std::unordered_map<StrmSrv::PortRecord, std::vector<StrmSrv::PortRecord>, PortHash>;
+  using Peers = std::unordered_map<StrmSrv::PortRecord, PeerList, PortHash>;
 
-  static std::span<const StrmSrv::PortRecord> peers(const Peers& of, StrmSrv::PortRecord port);
+  static std::span<const StrmSrv::PortRecord> peers(Peers& of, StrmSrv::PortRecord port);
   static void drop(Peers& of, StrmSrv::PortRecord port, StrmSrv::PortRecord peer);
 
   Peers sources_;

@@ -31,9 +31,13 @@ struct Patcher::State {
   client::PortPlaces places;
   std::uint64_t followed = 0;  // the number of the session that places tells of
   std::chrono::steady_clock::time_point nextRefresh;
+  // What the last answer to version() stands for: a session and a version of its graph, if there is one.
+  std::pair<std::uint64_t, std::optional<std::uint64_t>> seen;
+  std::uint64_t version = 1;
 
   StreamResult patch(bool made, const wire::LinkRecord& link);
   StreamResult peers(PortRecord port, client::Side side, AskPeers ask, std::vector<PortRecord>& result);
+  std::uint64_t currentVersion();
   std::uint64_t follow(Session& service);
   void learn(const Session::Device& device);
   PortRecord toService(PortRecord port, client::Side side);
@@ -54,6 +58,7 @@ void Patcher::State::learn(const Session::Device& device) {
   places.follow(device.topology, device.session != followed);
   for (const auto& [id, name] : places.laterGroups()) GroupNameTable.publish(id, name);
   followed = device.session;
+  ++version;
 }
 
 PortRecord Patcher::State::toService(PortRecord port, client::Side side) {
@@ -71,7 +76,8 @@ void Patcher::State::toConsole(Session& service, client::Side side, std::vector<
     if (device && device->session == followed) learn(*device);
     if (std::ranges::any_of(ports, isUnknown)) nextRefresh = std::chrono::steady_clock::now() + RefreshInterval;
   }
-  std::erase_if(ports, isUnknown);
+  // The next answer may be another one, though the graph is the same.
+  if (std::erase_if(ports, isUnknown) > 0) ++version;
   for (PortRecord& port : ports) {
     const PortRecord place = *places.fromService(port, side);
     port = {place.groupId, numbers.toConsole(place.groupId, place.portIndex, side)};
@@ -154,7 +160,23 @@ StreamResult Patcher::State::peers(PortRecord port, client::Side side, AskPeers 
     toConsole(*service, side == client::Side::Source ? client::Side::Sink : client::Side::Source, result);
     return StrmRes_Success;
   }
+  // The graph may be the same when it answers again, and then this answer was another one.
+  const std::lock_guard guard(mutex);
+  if (seen.second) ++version;
+  seen.second.reset();
   return StrmRes_NoService;
+}
+
+std::uint64_t Patcher::State::currentVersion() {
+  std::pair<std::uint64_t, std::optional<std::uint64_t>> now;
+  if (const auto service = session.lock()) {
+    now.first = follow(*service);
+    now.second = service->graphVersion(now.first);
+  }
+  const std::lock_guard guard(mutex);
+  if (now != seen) ++version;
+  seen = now;
+  return version;
 }
 
 Patcher::~Patcher() = default;
@@ -182,6 +204,8 @@ StreamResult Patcher::getConnectSinkPorts(std::uint16_t sourceGroup, std::uint16
                                           std::vector<PortRecord>& result) {
   return state_->peers({sourceGroup, sourcePort}, client::Side::Source, &State::Session::sinksOf, result);
 }
+
+std::uint64_t Patcher::version() { return state_->currentVersion(); }
 
 std::string Patcher::makeStreamPortName(unsigned /*streamType*/, std::uint16_t group, std::uint16_t port,
                                         int sink) const {

@@ -27,7 +27,7 @@ std::uint32_t key(std::uint16_t group, std::uint16_t index) { return std::uint32
 void enter(Peers& peers, std::uint32_t port, const std::string& peer) {
   std::string& names = peers[port];
   if (!names.empty()) names += ' ';
-  names += wire::printable(peer);
+  names += peer;
 }
 
 // What groups and ports are called in the systems that they come from.
@@ -63,14 +63,15 @@ using Row = std::vector<std::string>;
 // The rows of a table, whose column of original names is left out when there are none.
 class Rows {
  public:
-  Rows(const PortNames& names, const OriginalNames& originals) : names_(names), originals_(originals) {
+  Rows(const PortNames& names, const OriginalNames& originals, wire::TextEncoding encoding)
+      : names_(names), originals_(originals), encoding_(encoding) {
     add({"GROUP", "NAME", "SIDE", "PORT"}, "ORIGINAL", "CONNECTIONS");
   }
 
   void addSide(const wire::TopologyGroup& group, Side side, const Peers& peers) {
     const auto& ports = side == Side::Source ? group.sources : group.sinks;
     if (!ports) return;
-    const Row front{std::to_string(group.id), wire::printable(group.name), side == Side::Source ? "source" : "sink"};
+    const Row front{std::to_string(group.id), printable(group.name), side == Side::Source ? "source" : "sink"};
     const auto addPort = [&](const std::string& name, const std::string& original, const std::string& connections) {
       Row row = front;
       row.push_back(name);
@@ -80,19 +81,20 @@ class Rows {
     for (std::uint16_t index = 0; index < ports->count; ++index) {
       if (!ports->has(index)) continue;
       const auto found = peers.find(key(group.id, index));
-      addPort(wire::printable(names_.name(group.id, index, side)),
-              wire::printable(originals_.port(group.id, index, side)),
-              found == peers.end() ? std::string() : found->second);
+      addPort(printable(names_.name(group.id, index, side)), printable(originals_.port(group.id, index, side)),
+              found == peers.end() ? std::string() : printable(found->second));
     }
   }
 
   void addBare(const wire::TopologyGroup& group) {
-    add({std::to_string(group.id), wire::printable(group.name), {}, {}}, {}, {});
+    add({std::to_string(group.id), printable(group.name), {}, {}}, {}, {});
   }
 
   std::string text() const { return textTable(rows_); }
 
  private:
+  std::string printable(const std::string& name) const { return wire::printable(name, encoding_); }
+
   void add(Row front, const std::string& original, const std::string& connections) {
     if (originals_.any()) front.push_back(original);
     front.push_back(connections);
@@ -101,6 +103,7 @@ class Rows {
 
   const PortNames& names_;
   const OriginalNames& originals_;
+  wire::TextEncoding encoding_;
   std::vector<Row> rows_;
 };
 
@@ -133,7 +136,8 @@ Json groupJson(const wire::TopologyGroup& group, const PortNames& names, const O
 
 }  // namespace
 
-std::string topologyText(const wire::Topology& topology, const wire::Links& links, const wire::Originals& originals) {
+std::string topologyText(const wire::Topology& topology, const wire::Links& links, const wire::Originals& originals,
+                         wire::TextEncoding encoding) {
   const PortNames names(topology);
   const OriginalNames originalNames(originals);
   Peers sinksOf;
@@ -142,7 +146,7 @@ std::string topologyText(const wire::Topology& topology, const wire::Links& link
     enter(sinksOf, key(link.sourceGroup, link.sourceIndex), names.name(link.sinkGroup, link.sinkIndex, Side::Sink));
     enter(sourcesOf, key(link.sinkGroup, link.sinkIndex), names.name(link.sourceGroup, link.sourceIndex, Side::Source));
   }
-  Rows rows(names, originalNames);
+  Rows rows(names, originalNames, encoding);
   for (const wire::TopologyGroup& group : topology.groups) {
     rows.addSide(group, Side::Source, sinksOf);
     rows.addSide(group, Side::Sink, sourcesOf);

@@ -70,6 +70,51 @@ TEST(TerminalSignals, ContinuingInTheBackgroundLeavesTheTerminalAlone) {
   EXPECT_EQ(session.allReports(), "saved end exited 0");
 }
 
+TEST(TerminalSignals, AfterAStopATerminalThatControlsNoSessionIsRawAgain) {
+  TerminalSession session([](const TerminalSession::Inside& inside) {
+    const pid_t child = fork();
+    if (child == 0) {
+      limitChild();
+      setsid();
+      StdinKeySource keys;
+      const TerminalSignals signals(keys);
+      setTerminalMode(TerminalMode::Raw);
+      raise(SIGSTOP);
+      inside.say(keys.readByte() == InputResumed ? "resumed " : "a key ");
+      inside.say(inside.mode());
+      _exit(0);
+    }
+    int status = 0;
+    waitpid(child, &status, WUNTRACED);
+    tcsetattr(0, TCSANOW, &inside.settingsAtStart);
+    kill(child, SIGCONT);
+    waitpid(child, &status, 0);
+    inside.say(describeStatus(status));
+    return 0;
+  });
+  EXPECT_EQ(session.allReports(), "resumed raw exited 0");
+}
+
+TEST(StdinKeySource, InputInTheBackgroundWhereNobodyCanStopItIsTheEnd) {
+  TerminalSession session([](const TerminalSession::Inside& inside) {
+    const pid_t child = fork();
+    if (child == 0) {
+      limitChild();
+      setpgid(0, 0);
+      signal(SIGTTIN, SIG_IGN);
+      StdinKeySource keys;
+      inside.say(keys.readByte() == EndOfInput ? "end " : "a key ");
+      _exit(0);
+    }
+    [[maybe_unused]] const ssize_t typed = write(inside.keyboard, "\n", 1);
+    int status = 0;
+    waitpid(child, &status, WUNTRACED);
+    inside.say(describeStatus(status));
+    return 0;
+  });
+  EXPECT_EQ(session.allReports(), "end exited 0");
+}
+
 // The other side of a job: what the shell that started it sees and does.
 class Job {
  public:
@@ -174,6 +219,35 @@ TEST(TerminalSignals, AStopThatCannotBeHandledIsMadeGoodWhenItContinues) {
   });
   EXPECT_EQ(session.allReports(),
             "drawn stopped by " + std::to_string(SIGSTOP) + " saved drawn raw " + killedBy(SIGKILL) + " ");
+}
+
+TEST(TerminalSignals, StoppedByInputInTheBackgroundItDrawsItsPromptWithoutAKey) {
+  TerminalSession session([](const TerminalSession::Inside& inside) {
+    const Job job;
+    inside.say(job.awaitDrawn(FirstPrompt));
+    [[maybe_unused]] ssize_t typed = write(inside.keyboard, "ab\x1b[D", 5);
+    inside.say(job.awaitDrawn("\x1b[8Gab\x1b[0K\x1b[10G\x1b[9G"));
+    typed = write(inside.keyboard, "\x1a", 1);
+    inside.say(job.awaitStop());
+    // More than once, since it may be continued in the background again.
+    for (int round = 0; round < 2; ++round) {
+      job.signalAll(SIGCONT);
+      typed = write(inside.keyboard, "\n", 1);
+      inside.say(job.awaitStop());
+      inside.say(inside.mode());
+    }
+    tcflush(0, TCIFLUSH);  // in place of the shell, which reads it
+    job.continueInForeground();
+    inside.say(job.awaitDrawn(WithLine));
+    inside.say(inside.mode());
+    job.signalAll(SIGTERM);
+    inside.say(job.awaitStop());
+    inside.say(inside.mode());
+    return 0;
+  });
+  const std::string stopped = "stopped by " + std::to_string(SIGTTIN) + " saved ";
+  EXPECT_EQ(session.allReports(), "drawn drawn stopped by " + std::to_string(SIGTSTP) + " " + stopped + stopped +
+                                      "drawn raw " + killedBy(SIGTERM) + " saved ");
 }
 
 // An editor that quits at any line, as a shell does.

@@ -172,6 +172,31 @@ TEST_F(ChangingPorts, EachPortThatComesLaterIsNamedAtOnce) {
   EXPECT_EQ(listed, expected);
 }
 
+TEST_F(ChangingPorts, VersionChangesWithPortsThatComeAndGo) {
+  setPorts({group(0, "A", {"a", "b"}, {"x"})});
+  connectPorts(link(out(0, 0), in(0, 0)));
+  EvtSrv::EventPortManager manager(EvtSrv::ConBehave_Default, true);
+  Patcher patcher(manager, 0);
+  auto before = patcher.version();
+  // What has come is on its way, and a look that comes 50 microseconds after another one has the same answer.
+  const auto changesSoon = [&] {
+    const testsupport::Deadline deadline(Patience);
+    while (patcher.version() == before && !deadline.passed()) usleep(100);
+    return std::exchange(before, patcher.version()) != before;
+  };
+  setPorts({group(0, "A", {"a", "b"}, {"x"}), group(3, "Later", {}, {"l0", "l1"})});
+  connectPorts(link(out(0, 1), in(3, 1)));
+  EXPECT_TRUE(changesSoon());
+  Ports ports;
+  patcher.getConnectSinkPorts(0, 1, ports);
+  EXPECT_EQ(ports, (Ports{{3, 1}}));
+  EXPECT_TRUE(changesSoon()) << "the port has a name now that it had not before";
+  patcher.getConnectSinkPorts(0, 1, ports);
+  EXPECT_EQ(patcher.version(), before);
+  setPorts({group(0, "A", {"", "b"}, {"x"}), group(3, "Later", {}, {"l0", "l1"})});
+  EXPECT_TRUE(changesSoon());
+}
+
 TEST_F(ChangingPorts, PortThatHasGoneKeepsItsNameAndHasNoConnections) {
   setPorts({group(0, "A", {"a", "b"}, {"x"})});
   connectPorts(link(out(0, 0), in(0, 0)));
