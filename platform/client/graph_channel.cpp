@@ -6,7 +6,7 @@ namespace client {
 namespace {
 
 // The service waits for word only much later (wire::MinGraphWindow).
-constexpr std::uint64_t TellAfter = wire::MinGraphWindow / 4;
+constexpr std::uint64_t TellAfterChanges = wire::MinGraphWindow / 4;
 
 }  // namespace
 
@@ -27,7 +27,7 @@ bool GraphChannel::drain(LinkMirror& mirror) {
       if (!mirror.apply(*change)) complete = false;
     }
   }
-  if (mirror.version() - told_ >= TellAfter) {
+  if (mirror.version() - told_ >= TellAfterChanges) {
     told_ = mirror.version();
     dealer_.send(0, wire::GraphSeen{session_, told_});
   }

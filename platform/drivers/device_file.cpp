@@ -10,7 +10,7 @@
 namespace service {
 namespace {
 
-constexpr std::size_t MaxFileBytes = 16U << 20U;
+constexpr std::size_t MaxDeviceFileBytes = 16U << 20U;
 
 std::string located(const std::string& path, const DeviceFileProblem& problem) {
   return wire::printable(path) + ":" + std::to_string(problem.line) + ": " + problem.cause;
@@ -32,7 +32,7 @@ std::variant<DeviceDescription, DeviceFileProblem> loadPlayers(ParsedDevice pars
 }
 
 std::variant<std::unique_ptr<Driver>, std::string> loadDeviceFile(const std::string& path) {
-  const auto read = readFile(path, MaxFileBytes);
+  const auto read = readFile(path, MaxDeviceFileBytes);
   if (const auto* cause = std::get_if<std::string>(&read)) return wire::printable(path) + ": " + *cause;
   const auto& bytes = std::get<std::vector<std::uint8_t>>(read);
 

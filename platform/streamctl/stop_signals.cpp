@@ -15,7 +15,7 @@ static_assert(std::atomic<int>::is_always_lock_free, "signal handlers write it")
 
 void remember(int signal) { latest = signal; }
 
-std::chrono::nanoseconds clockNow() { return std::chrono::steady_clock::now().time_since_epoch(); }
+std::chrono::nanoseconds steadyNow() { return std::chrono::steady_clock::now().time_since_epoch(); }
 
 }  // namespace
 
@@ -45,7 +45,7 @@ void StopSignals::waitUntil(std::chrono::nanoseconds time) const {
   sigemptyset(&all);
   for (const int signal : signals_) sigaddset(&all, signal);
   pthread_sigmask(SIG_BLOCK, &all, &before);
-  const auto left = std::max(time - clockNow(), std::chrono::nanoseconds(0));
+  const auto left = std::max(time - steadyNow(), std::chrono::nanoseconds(0));
   const auto seconds = std::chrono::floor<std::chrono::seconds>(left);
   const timespec timeout{static_cast<std::time_t>(seconds.count()), static_cast<long>((left - seconds).count())};
   if (latest == 0) ppoll(nullptr, 0, &timeout, &before);

@@ -24,7 +24,7 @@ constexpr std::size_t HolderBytes = 64U << 10U;
 constexpr std::size_t WriteAfter = 64U << 10U;
 
 // How long to wait for messages without a look at the reader of the output.
-constexpr int LongestWait = 200;  // milliseconds
+constexpr int LongestReceive = 200;  // milliseconds
 
 class WatchPort : public EvtSrv::EventPort {
  public:
@@ -94,7 +94,7 @@ Outcome run(const WatchCommand& command, const ServicePlace& place) {
     if (result != EvtSrv::EvtRes_Success) return Failure{causeOf(result, name, endpoint)};
   }
   while (signals.caught() == 0 && port.error() == 0 && !port.malformed()) {
-    const auto received = manager.receiveEvent(LongestWait);
+    const auto received = manager.receiveEvent(LongestReceive);
     port.flush();
     if (received == EvtSrv::EvtRes_DoNothing && !outputHasReader()) break;
   }

@@ -15,7 +15,7 @@ namespace service::jack {
 namespace {
 
 // A third of a second of one port that is as full as can be, at 128 frames a period.
-constexpr std::size_t RingBytes = std::size_t{4} * 1024 * 1024;
+constexpr std::size_t CaptureRingBytes = std::size_t{4} * 1024 * 1024;
 
 struct Record {
   std::uint32_t number = 0;
@@ -30,7 +30,7 @@ std::span<const std::uint8_t> bytesOf(const Record& record) {
 }  // namespace
 
 CapturePorts::CapturePorts(const ProcessGate& gate)
-    : gate_(gate), ring_(RingBytes), slots_(std::make_unique<std::array<Slot, MaxPorts>>()) {}
+    : gate_(gate), ring_(CaptureRingBytes), slots_(std::make_unique<std::array<Slot, MaxPorts>>()) {}
 
 bool CapturePorts::process(jack_nframes_t frames) {
   bool pushed = false;

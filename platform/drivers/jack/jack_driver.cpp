@@ -26,7 +26,7 @@ namespace {
 using namespace std::chrono_literals;
 
 constexpr auto PatienceAtTheStart = 5s;
-constexpr Time BetweenTries = 1s;
+constexpr Time BetweenRestores = 1s;
 // On a busy machine periods are skipped all the time.
 constexpr Time BetweenSkipLines = 10s;
 // Of events in one call; about four thousand short ones.
@@ -229,7 +229,7 @@ void JackDriver::readNotice(const Notice& notice, Time now) {
   const bool made = notice.kind == Notice::Kind::Connected;
   if (notice.sink.starts_with(prefix)) {
     // Somebody else has cut a tap, unless its source has gone.
-    if (!made) soonest(restore_, now + BetweenTries);
+    if (!made) soonest(restore_, now + BetweenRestores);
     return;
   }
   if (notice.source.starts_with(prefix)) return;

@@ -12,7 +12,7 @@
 namespace service::jack {
 namespace {
 
-constexpr std::size_t RingBytes = 4 * Outlet::MaxPiece;
+constexpr std::size_t PlaybackRingBytes = 4 * Outlet::MaxPiece;
 
 // Whether a message ends with this piece of it.
 bool endsMessage(std::uint8_t first, std::uint8_t last) {
@@ -83,7 +83,7 @@ std::optional<std::size_t> PlaybackPorts::open(jack_client_t* client) {
   const std::string name = "playback_" + std::to_string(number + 1);
   jack_port_t* port = jack_port_register(client, name.c_str(), JACK_DEFAULT_MIDI_TYPE, JackPortIsOutput, 0);
   if (port == nullptr) return std::nullopt;
-  free->ring = std::make_unique<SpscRing>(RingBytes);
+  free->ring = std::make_unique<SpscRing>(PlaybackRingBytes);
   free->settled.store(false);
   free->offset = 0;
   free->port.store(port);

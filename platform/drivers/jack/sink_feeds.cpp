@@ -16,7 +16,7 @@ namespace {
 using namespace std::chrono_literals;
 
 constexpr Time IdleFor = 10s;
-constexpr Time BetweenTries = 1s;
+constexpr Time BetweenFeedTries = 1s;
 constexpr auto LastPatience = 1s;
 
 // Senders are held back long before; what comes from other systems cannot be.
@@ -52,7 +52,7 @@ std::optional<Time> SinkFeeds::pump(JackClient& client, const PortDirectory& por
     feed.outlet.pump();
     waiting_ += feed.outlet.waitingBytes();
     const bool waits = client.playback().waits(feed.number);
-    const bool retries = waits && !client.playback().settled(feed.number) && now >= feed.lastTry + BetweenTries;
+    const bool retries = waits && !client.playback().settled(feed.number) && now >= feed.lastTry + BetweenFeedTries;
     if (!name || (!waits && now >= feed.lastUse + IdleFor) || (retries && !connect(client, *name, feed, now))) {
       at = close(client, at, now);
       continue;
@@ -60,7 +60,7 @@ std::optional<Time> SinkFeeds::pump(JackClient& client, const PortDirectory& por
     if (feed.outlet.waitingBytes() > 0) {
       soonest(next, now + std::max<Time>(client.period(), 1ms));
     } else {
-      soonest(next, waits ? now + BetweenTries : feed.lastUse + IdleFor);
+      soonest(next, waits ? now + BetweenFeedTries : feed.lastUse + IdleFor);
     }
     ++at;
   }

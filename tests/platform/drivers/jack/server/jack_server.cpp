@@ -16,6 +16,7 @@
 #include <thread>
 
 #include "tests/support/case_runner.h"
+#include "tests/support/sanitizer.h"
 #include "tests/support/unique_fd.h"
 
 namespace service::jack {
@@ -29,6 +30,9 @@ constexpr auto Patience = 10s;
 constexpr auto LeavingPatience = 1s;
 
 constexpr int Names = 4;
+
+// Frames of 48,000 in a second. A client that a sanitizer slows down needs longer for each, or is late in most.
+constexpr const char* Period = testsupport::Sanitized ? "1024" : "128";
 
 // Whether a process is a server of this name.
 bool isServer(pid_t process, const std::string& name) {
@@ -56,7 +60,9 @@ class Name {
   Name() {
     for (int number = 1; number <= Names; ++number) {
       name_ = "flowscope-test-" + std::to_string(number);
-      const std::string path = std::filesystem::temp_directory_path() / (name_ + ".lock");
+      // Another user's file could not be opened, and servers of several users may have the same name.
+      const std::string file = name_ + "-" + std::to_string(getuid()) + ".lock";
+      const std::string path = std::filesystem::temp_directory_path() / file;
       file_ = testsupport::UniqueFd(::open(path.c_str(), O_RDWR | O_CREAT | O_CLOEXEC, 0600));
       if (!file_ || flock(file_.get(), LOCK_EX | LOCK_NB) != 0) continue;
       endLeftOver();
@@ -140,7 +146,7 @@ void JackServer::start() {
   descriptors.duplicate(STDERR_FILENO, STDOUT_FILENO);
   child_.emplace(
       testsupport::Command{
-          "jackd", {"-r", "-n", serverName().text(), "-d", "dummy", "-r", "48000", "-p", "128"}, environment(), {}},
+          "jackd", {"-r", "-n", serverName().text(), "-d", "dummy", "-r", "48000", "-p", Period}, environment(), {}},
       descriptors);
   serverName().write(child_->id());
   const auto ready =
