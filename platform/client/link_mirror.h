@@ -2,12 +2,14 @@
 #pragma once
 
 #include <cstdint>
+#include <set>
 #include <span>
 #include <unordered_map>
+#include <utility>
 #include <vector>
 
+#include "platform/client/service_port.h"
 #include "platform/wire/messages.h"
-#include "strmsrv.h"
 
 namespace client {
 
@@ -26,22 +28,26 @@ class LinkMirror {
   std::uint64_t version() const { return version_; }
 
   // Valid until the next change.
-  std::span<const StrmSrv::PortRecord> sourcesOf(StrmSrv::PortRecord sink) const { return peers(sources_, sink); }
-  std::span<const StrmSrv::PortRecord> sinksOf(StrmSrv::PortRecord source) const { return peers(sinks_, source); }
+  std::span<const ServicePort> sourcesOf(ServicePort sink) const { return peers(sources_, sink); }
+  std::span<const ServicePort> sinksOf(ServicePort source) const { return peers(sinks_, source); }
+
+  // A connection: its source and its sink.
+  using Ends = std::pair<ServicePort, ServicePort>;
+
+  // Those that the service carries from one system to another, in the order of their ports. Valid until the next
+  // change.
+  const std::set<Ends>& carried() const { return carried_; }
 
  private:
-  struct PortHash {
-    std::size_t operator()(StrmSrv::PortRecord port) const noexcept {
-      return std::hash<std::uint32_t>{}(std::uint32_t{port.groupId} << 16U | port.portIndex);
-    }
-  };
-  using Peers = std::unordered_map<StrmSrv::PortRecord, std::vector<StrmSrv::PortRecord>, PortHash>;
+  using Peers = std::unordered_map<ServicePort, std::vector<ServicePort>, ServicePortHash>;
 
-  static std::span<const StrmSrv::PortRecord> peers(const Peers& of, StrmSrv::PortRecord port);
-  static void drop(Peers& of, StrmSrv::PortRecord port, StrmSrv::PortRecord peer);
+  void add(const wire::LinkRecord& link);
+  static std::span<const ServicePort> peers(const Peers& of, ServicePort port);
+  static void drop(Peers& of, ServicePort port, ServicePort peer);
 
   Peers sources_;
   Peers sinks_;
+  std::set<Ends> carried_;
   std::uint64_t version_ = 0;
 };
 
