@@ -3,6 +3,7 @@
 
 #include <cstdio>
 #include <cstdlib>
+#include <filesystem>
 #include <memory>
 #include <string>
 
@@ -14,11 +15,14 @@
 
 namespace bench {
 
-// An interactive shell on a device of so many ports, writing to a file.
+// An interactive shell on a device of so many ports, writing to a file. write: makes the device file.
 class Console {
  public:
-  Console(int ports, const char* output) : folder_("/tmp"), out_(std::fopen(output, "w")) {
-    const auto device = writeDevice(folder_.path(), ports);
+  using WriteDevice = std::filesystem::path (*)(const std::filesystem::path& folder, int ports);
+
+  Console(int ports, const char* output, WriteDevice write = writeDevice)
+      : folder_("/tmp"), out_(std::fopen(output, "w")) {
+    const auto device = write(folder_.path(), ports);
     ::setenv("EVTSRV_ENDPOINT", ("embedded:" + device.string()).c_str(), 1);
     manager_ = std::make_unique<EvtSrv::EventPortManager>(EvtSrv::ConBehave_Void, true);
     io_ = std::make_unique<flowscope::ShellIo>(flowscope::ShellIo{out_, size_, keys_, system_});

@@ -47,6 +47,13 @@ inline std::filesystem::path writeDevice(const std::filesystem::path& folder, in
   return file;
 }
 
+// A device file with this many sources and as many sinks in one group called G, and no connections.
+inline std::filesystem::path writeOneGroup(const std::filesystem::path& folder, int ports) {
+  const auto file = folder / "device.toml";
+  std::ofstream(file) << "[[group]]\nid = 1\nname = \"G\"\nsources = " << ports << "\nsinks = " << ports << "\n";
+  return file;
+}
+
 // How many nodes stand below the root when everything was listed: the three types, two sides, the groups on each side,
 // and for each port itself, the group and the port that it is connected to.
 inline int nodesOf(int ports) { return 3 + 2 + 2 * Groups + 3 * ports; }

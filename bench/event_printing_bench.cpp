@@ -11,6 +11,7 @@
 #include "core/flowscope_shell.h"
 #include "core/shell_io.h"
 #include "platform/wire/events.h"
+#include "terminal/waiting_stream.h"
 #include "tests/support/fakes.h"
 #include "traffic/traffic_output.h"
 
@@ -37,7 +38,8 @@ struct CloseFile {
 using File = std::unique_ptr<std::FILE, CloseFile>;
 
 void console(benchmark::State& state) {
-  const File out(std::fopen("/dev/null", "w"));
+  const File nowhere(std::fopen("/dev/null", "w"));
+  const File out(flowscope::openWaitingStream(fileno(nowhere.get())));
   flowscope::DescriptorTerminalSize size;
   flowscope::test::ScriptedKeys keys;
   flowscope::test::NoCommands system;

@@ -4,6 +4,7 @@
 #include <stdexcept>
 
 #include "core/command_table.h"
+#include "core/manual_path.h"
 #include "core/topology_setup.h"
 #include "terminal/completion.h"
 #include "topology/change_directory.h"
@@ -13,6 +14,7 @@
 #include "traffic/monitor_attachment.h"
 #include "traffic/playback.h"
 #include "traffic/port_connections.h"
+#include "traffic/traffic_output.h"
 
 namespace flowscope {
 
@@ -77,8 +79,14 @@ ResultCode FlowScope::onEnd() { return endCommand(*this); }
 ResultCode FlowScope::onTerminate() { return onEnd(); }
 
 ResultCode FlowScope::onHelp() {
+  const ManualPathScope pages;
   system().run("man flowscope");
   return ResultOk;
+}
+
+void FlowScope::inputEnded() {
+  trafficOutput().trafficFile.stopWaiting();
+  StatBase::inputEnded();
 }
 
 void FlowScope::init(EvtSrv::EventPortManager& manager) {

@@ -38,6 +38,9 @@ class FlowScope : public StatBase, public TrafficShell {
   // Shows the manual page with the system's viewer, and answers ResultOk whatever that did.
   ResultCode onHelp() override;
 
+  // Nothing waits for the reader of a traffic file any more, and the shell stops.
+  void inputEnded() override;
+
   // Makes the patcher and builds the topology tree from it. To be called once, before the first command. Blocks until
   // the service has answered.
   virtual void init(EvtSrv::EventPortManager& manager);
@@ -47,12 +50,14 @@ class FlowScope : public StatBase, public TrafficShell {
   PathComponents& currentPath() override { return currentPath_; }
   void pathChanged() override { setPath(currentPath_); }
   FlowScopePortMIDI& monitor() override { return monitor_; }
-  std::vector<std::string>& attached() override { return attached_; }
+  AttachedList& attached() override { return attached_; }
+  RefreshRound& refreshRound() override { return refreshRound_; }
   KSTD::KThreadMutex& attachMutex() override { return attachMutex_; }
   StrmSrv::Patcher* patcher() override { return patcher_.get(); }
 
  private:
-  std::vector<std::string> attached_;
+  AttachedList attached_;
+  RefreshRound refreshRound_;
   KSTD::KThreadMutex attachMutex_;
   std::unique_ptr<FlowScopePatcher> patcher_;
   FlowScopePortMIDI monitor_;

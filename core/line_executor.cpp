@@ -1,18 +1,13 @@
 #include "core/line_executor.h"
 
-#include <array>
-#include <fstream>
-
 #include "core/dispatcher.h"
+#include "core/script_file.h"
 #include "core/stat_base.h"
 #include "core/tokenizer.h"
 
 namespace flowscope {
 
 namespace {
-
-// A line and its terminator.
-constexpr std::size_t ScriptLineSize = 1000;
 
 class NestingGuard {
  public:
@@ -48,15 +43,11 @@ ResultCode runCommands(StatBase& shell, std::string_view text) {
 ResultCode runScript(StatBase& shell, const std::string& fileName) {
   if (shell.scriptDepth() >= MaximumScriptDepth) return ResultOpenFileError;
   const NestingGuard nesting(shell.scriptDepth());
-  std::ifstream file(fileName);
-  // What opens but cannot be read (a folder) shows only at the first byte.
-  if (file) file.peek();
-  if (!file.is_open() || file.bad()) return ResultOpenFileError;
+  ScriptFile file(fileName);
+  if (!file.isOpen()) return ResultOpenFileError;
   ResultCode answer = ResultSilent;
-  while (!file.eof()) {
-    std::array<char, ScriptLineSize> line{};
-    file.getline(line.data(), line.size());
-    answer = runLine(shell, line.data(), true);
+  while (!file.atEnd()) {
+    answer = runLine(shell, file.nextLine(), true);
     if (answer != ResultOk) break;
   }
   return answer;

@@ -24,7 +24,7 @@ ResultCode runCommands(StatBase& shell, std::string_view text);
 
 // Reads a file and runs its lines, up to the first whose code is not ResultOk: an empty line ends a script. Of a
 // line, 999 characters are read; a longer one is the last. Answers the last line's code, ResultOpenFileError when
-// the file cannot be read or scripts are nested too deep.
+// the file cannot be read (see ScriptFile) or scripts are nested too deep.
 ResultCode runScript(StatBase& shell, const std::string& fileName);
 
 }  // namespace flowscope

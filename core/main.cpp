@@ -1,4 +1,5 @@
 #include <fcntl.h>
+#include <sys/resource.h>
 
 #include <cstdio>
 #include <exception>
@@ -18,10 +19,19 @@ void openStandardDescriptors() {
   }
 }
 
+// Each match of "to" takes a descriptor for good. Programs that this one starts keep the limit.
+void raiseDescriptorLimit() {
+  rlimit limit{};
+  if (getrlimit(RLIMIT_NOFILE, &limit) < 0) return;
+  limit.rlim_cur = limit.rlim_max;
+  setrlimit(RLIMIT_NOFILE, &limit);
+}
+
 }  // namespace
 
 int main(int count, char** words) {
   openStandardDescriptors();
+  raiseDescriptorLimit();
   try {
     const std::span<const char* const> all(words, static_cast<std::size_t>(count));
     return flowscope::runProgram(all.subspan(all.empty() ? 0 : 1), flowscope::standardIo());

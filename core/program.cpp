@@ -9,6 +9,7 @@
 #include "core/flowscope_shell.h"
 #include "core/line_executor.h"
 #include "evtsrv.h"
+#include "terminal/terminal_mode.h"
 #include "terminal/terminal_signals.h"
 #include "traffic/traffic_output.h"
 
@@ -66,6 +67,7 @@ void runInteractively(EvtSrv::EventPortManager& manager, ShellIo& io) {
     shell->manager().receiveEvent(TurnMilliseconds);
     shell->manager().finishActiveTerm(TurnMilliseconds);
     std::fflush(io.out);
+    if (catchUpRawMode()) io.keys.notifyResumed();
   }
   shell->waitForInput();
 }

@@ -19,11 +19,17 @@ class SystemCommands {
   virtual void run(const std::string& line) = 0;
 };
 
-// Runs lines with the C library's system(). Standard output is flushed before; while the command runs, a terminal in
-// raw mode has the settings that it had before the shell.
+// Runs lines with the C library's system(). The output is flushed before; while the command runs, a terminal in raw
+// mode has the settings that it had before the shell.
 class RealSystemCommands : public SystemCommands {
  public:
+  // The stream is borrowed and must outlive this object.
+  explicit RealSystemCommands(std::FILE* out);
+
   void run(const std::string& line) override;
+
+ private:
+  std::FILE* out_;
 };
 
 // The members outlive every shell that is built with them.
@@ -34,7 +40,8 @@ struct ShellIo {
   SystemCommands& system;
 };
 
-// Standard output, the window and the keys of the terminal, and the real command interpreter. One for the process.
+// Standard output, the window and the keys of the terminal, and the real command interpreter. One for the process. Its
+// output waits where standard output does not (see openWaitingStream), so nothing else may write to stdout.
 ShellIo& standardIo();
 
 }  // namespace flowscope

@@ -9,9 +9,12 @@
 #include <cstdint>
 #include <system_error>
 
+#include "terminal/job_control.h"
+
 namespace flowscope {
 
-StdinKeySource::StdinKeySource(std::FILE* in) : in_(in), wakeDescriptor_(eventfd(0, EFD_CLOEXEC | EFD_NONBLOCK)) {
+StdinKeySource::StdinKeySource(std::FILE* in, std::FILE* out)
+    : in_(in), out_(out), wakeDescriptor_(eventfd(0, EFD_CLOEXEC | EFD_NONBLOCK)) {
   if (wakeDescriptor_ < 0) throw std::system_error(errno, std::generic_category(), "eventfd");
   // A byte that waits in the stream's own buffer would be invisible to poll.
   std::setvbuf(in_, nullptr, _IONBF, 0);
@@ -22,10 +25,13 @@ StdinKeySource::~StdinKeySource() { close(wakeDescriptor_); }
 int StdinKeySource::readByte() {
   for (;;) {
     // Before it waits itself, the C library would do this for a stream that is flushed by lines; here poll waits.
-    std::fflush(stdout);
+    std::fflush(out_);
     if (!awaitByte()) continue;
     if (stopped_) return EndOfInput;
     if (resumed_.exchange(false)) return InputResumed;
+    const Turn turn = askForTurn();
+    if (turn == Turn::Never) return EndOfInput;
+    if (turn == Turn::Passed) continue;
     errno = 0;
     const int byte = std::getc(in_);
     if (byte != EOF) return byte;
@@ -54,6 +60,28 @@ bool StdinKeySource::awaitByte() {
   std::uint64_t count = 0;
   [[maybe_unused]] const ssize_t drained = read(wakeDescriptor_, &count, sizeof count);
   return stopped_ || resumed_;
+}
+
+// Reading in the background stops the process. But a read that was stopped so goes on when the process does. In the
+// foreground it would wait for a key that nobody has typed yet, while the prompt is due; in the background it would
+// stop the process again, although a shell has taken what was typed. So the process is stopped before it reads, and
+// then looks again: what poll saw before may be what brought it to the foreground, and be gone.
+StdinKeySource::Turn StdinKeySource::askForTurn() {
+  const int descriptor = fileno(in_);
+  if (!inBackgroundOf(descriptor)) return hasInput() ? Turn::Ours : Turn::Passed;
+  stopForInput(descriptor);
+  if (!inBackgroundOf(descriptor) || !hasInput()) return Turn::Passed;
+  // Nobody has stopped it, or it was sent back to where the input still is. A read of nothing tells, or stops it.
+  char nothing = 0;
+  if (read(descriptor, &nothing, 0) < 0) return errno == EINTR || errno == EAGAIN ? Turn::Passed : Turn::Never;
+  // Where the terminal stops nobody, it lets everybody read.
+  return inBackgroundOf(descriptor) ? Turn::Ours : Turn::Passed;
+}
+
+// A byte, the end, or an error.
+bool StdinKeySource::hasInput() const {
+  pollfd input{fileno(in_), POLLIN, 0};
+  return poll(&input, 1, 0) > 0;
 }
 
 void StdinKeySource::wake() noexcept {

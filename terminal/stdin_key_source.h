@@ -8,16 +8,17 @@
 
 namespace flowscope {
 
-// Reads a stream on one thread at a time. The stream is made unbuffered, so nobody may have read from it before, and
-// must outlive this object.
+// Reads a stream on one thread at a time. The stream is made unbuffered, so nobody may have read from it before. Both
+// streams must outlive this object.
 class StdinKeySource final : public KeySource {
  public:
-  // Throws std::system_error when the system refuses a descriptor for waking.
-  explicit StdinKeySource(std::FILE* in = stdin);
+  // out: what is flushed before each wait. Throws std::system_error when the system refuses a descriptor for waking.
+  explicit StdinKeySource(std::FILE* in = stdin, std::FILE* out = stdout);
   ~StdinKeySource() override;
 
-  // Flushes standard output before it waits, so that what the reader is asked is on the screen. A read that a signal
-  // interrupted is taken up again. Keys that are waiting come after a notice of resumption.
+  // Flushes the output before it waits, so that what the reader is asked is on the screen. A read that a signal
+  // interrupted is taken up again. Keys that are waiting come after a notice of resumption. Input that arrives while
+  // the process is in the background of the terminal stops the process.
   int readByte() override;
 
   void stop() override;
@@ -25,10 +26,16 @@ class StdinKeySource final : public KeySource {
   void notifyResumed() noexcept override;
 
  private:
+  // Whether to read now, to look again for what there is to read, or never to read again.
+  enum class Turn { Ours, Passed, Never };
+
   bool awaitByte();
+  Turn askForTurn();
+  bool hasInput() const;
   void wake() noexcept;
 
   std::FILE* in_;
+  std::FILE* out_;
   int wakeDescriptor_;
   std::atomic<bool> stopped_{false};
   std::atomic<bool> resumed_{false};

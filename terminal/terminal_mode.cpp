@@ -8,6 +8,8 @@
 #include <cerrno>
 #include <csignal>
 
+#include "terminal/job_control.h"
+
 namespace flowscope {
 namespace {
 
@@ -25,10 +27,15 @@ struct TerminalState {
 TerminalState state;
 std::atomic_flag stateTaken = ATOMIC_FLAG_INIT;
 
+// What the state says at the end of every change, for who asks often.
+std::atomic<bool> rawIsDue{false};
+
+static_assert(std::atomic<bool>::is_always_lock_free, "signal handlers write it");
+
 // One change at a time: a signal handler that makes the terminal raw must not come between another one that restores
 // it and the stop of the process. Handlers cannot wait for a mutex. What is guarded is a few system calls, and with
 // every signal blocked no handler can interrupt it on its own thread and wait for itself. That SIGTTOU is among them
-// keeps a process in the background from being stopped by its change of settings.
+// keeps a process from being stopped by its change of settings when it comes into the background just then.
 class TerminalGuard {
  public:
   TerminalGuard() noexcept : errno_(errno) {
@@ -40,6 +47,7 @@ class TerminalGuard {
   TerminalGuard(const TerminalGuard&) = delete;
   TerminalGuard& operator=(const TerminalGuard&) = delete;
   ~TerminalGuard() {
+    rawIsDue.store(state.rawWanted && !state.isRaw && state.lenders == 0, std::memory_order_relaxed);
     stateTaken.clear(std::memory_order_release);
     pthread_sigmask(SIG_SETMASK, &signals_, nullptr);
     errno = errno_;
@@ -50,12 +58,19 @@ class TerminalGuard {
   sigset_t signals_{};
 };
 
+// The answer may become wrong before the change that follows it. Shells do not let that happen: they take the terminal
+// from a program that has stopped, and give it before they tell the program to go on.
+bool othersHaveTerminal() noexcept { return inBackgroundOf(Terminal); }
+
 bool restoreSettings() noexcept {
   state.isRaw = false;
-  return state.isSaved && tcsetattr(Terminal, TCSANOW, &state.saved) == 0;
+  return state.isSaved && !othersHaveTerminal() && tcsetattr(Terminal, TCSANOW, &state.saved) == 0;
 }
 
-bool applyRawSettings(termios settings) noexcept {
+bool applyRawSettings() noexcept {
+  if (!state.isSaved && tcgetattr(Terminal, &state.saved) != 0) return false;
+  state.isSaved = true;
+  termios settings = state.saved;
   settings.c_iflag &= ~static_cast<tcflag_t>(BRKINT | ISTRIP | IXON);
   settings.c_lflag &= ~static_cast<tcflag_t>(ICANON | ECHO | ECHOE | ECHOK | ECHONL | IEXTEN);
   settings.c_cc[VMIN] = 1;
@@ -65,26 +80,24 @@ bool applyRawSettings(termios settings) noexcept {
 }
 
 bool renewIfOurs() noexcept {
+  if (!state.rawWanted || state.lenders > 0) return false;
+  if (!othersHaveTerminal()) return applyRawSettings();
+  state.isRaw = false;
+  return false;
+}
+
+bool isTerminal() noexcept {
   termios current{};
-  return state.rawWanted && state.lenders == 0 && tcgetpgrp(Terminal) == getpgrp() &&
-         tcgetattr(Terminal, &current) == 0 && applyRawSettings(current);
+  return tcgetattr(Terminal, &current) == 0;
 }
 
 }  // namespace
 
 bool setTerminalMode(TerminalMode mode) {
   const TerminalGuard guard;
-  if (mode == TerminalMode::Saved) {
-    state.rawWanted = false;
-    return restoreSettings();
-  }
-  termios current{};
-  if (tcgetattr(Terminal, &current) != 0) return false;
-  if (!state.isSaved) state.saved = current;
-  state.isSaved = true;
-  state.rawWanted = true;
-  // A signal handler on another thread has the terminal, to stop or to die with it.
-  return state.lenders == 0 && applyRawSettings(current);
+  state.rawWanted = mode == TerminalMode::Raw && isTerminal();
+  // When a signal handler on another thread has the terminal, to stop or to die with it, it is not made raw.
+  return mode == TerminalMode::Raw ? renewIfOurs() : restoreSettings();
 }
 
 void lendTerminal() noexcept {
@@ -105,6 +118,12 @@ bool renewRawMode() noexcept {
   return renewIfOurs();
 }
 
+bool catchUpRawMode() noexcept {
+  if (!rawIsDue.load(std::memory_order_relaxed)) return false;
+  const TerminalGuard guard;
+  return !state.isRaw && renewIfOurs();
+}
+
 SavedModeScope::SavedModeScope() {
   const TerminalGuard guard;
   wasRaw_ = state.rawWanted;
@@ -116,7 +135,6 @@ SavedModeScope::~SavedModeScope() {
   if (!wasRaw_) return;
   const TerminalGuard guard;
   state.rawWanted = true;
-  // In the background the terminal belongs to somebody else; the signal that brings the process back sets raw.
   renewIfOurs();
 }
 

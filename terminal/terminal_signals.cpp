@@ -1,5 +1,7 @@
 #include "terminal/terminal_signals.h"
 
+#include <algorithm>
+#include <array>
 #include <atomic>
 #include <cerrno>
 
@@ -10,6 +12,9 @@ namespace {
 
 // Whom a handler tells that the program goes on.
 std::atomic<KeySource*> resumedReader{nullptr};
+
+// Behind the last signal that has a name of its own.
+constexpr int FirstReserved = 32;
 
 static_assert(std::atomic<KeySource*>::is_always_lock_free, "signal handlers read the pointer");
 
@@ -60,39 +65,45 @@ void onContinueSignal(int /*signal*/) {
   errno = savedErrno;
 }
 
-struct Handling {
-  int signal;
-  void (*handler)(int);
-};
-
-constexpr std::array<Handling, 8> Handlings{{
-    {SIGINT, onFatalSignal},
-    {SIGTERM, onFatalSignal},
-    {SIGHUP, onFatalSignal},
-    {SIGQUIT, onFatalSignal},
-    {SIGABRT, onFatalSignal},
-    {SIGSEGV, onFatalSignal},
-    {SIGTSTP, onStopSignal},
-    {SIGCONT, onContinueSignal},
-}};
-
 // A program that faults ends, whoever wants the signal ignored.
-bool isOwnFault(int signal) { return signal == SIGSEGV || signal == SIGABRT; }
+bool isOwnFault(int signal) {
+  constexpr std::array<int, 7> Faults{SIGSEGV, SIGABRT, SIGBUS, SIGFPE, SIGILL, SIGTRAP, SIGSYS};
+  return std::find(Faults.begin(), Faults.end(), signal) != Faults.end();
+}
+
+// What does not end a process by default, and what no process can handle.
+bool endsProcess(int signal) {
+  constexpr std::array<int, 9> Others{SIGCHLD, SIGCONT, SIGURG, SIGWINCH, SIGTSTP, SIGTTIN, SIGTTOU, SIGSTOP, SIGKILL};
+  return std::find(Others.begin(), Others.end(), signal) == Others.end();
+}
+
+// Null for a signal that keeps its disposition.
+void (*handlerOf(int signal))(int) {
+  if (signal == SIGTSTP) return onStopSignal;
+  if (signal == SIGCONT) return onContinueSignal;
+  return endsProcess(signal) ? onFatalSignal : nullptr;
+}
+
+// Between the numbered signals and the real-time signals lie those that the C library keeps for itself.
+bool isPublic(int signal) { return signal < FirstReserved || signal >= SIGRTMIN; }
 
 }  // namespace
 
 TerminalSignals::TerminalSignals(KeySource& keys) {
-  static_assert(Handlings.size() == SignalCount);
   resumedReader = &keys;
-  for (std::size_t i = 0; i < Handlings.size(); ++i) {
-    sigaction(Handlings.at(i).signal, nullptr, &before_.at(i));
-    if (before_.at(i).sa_handler != SIG_IGN || isOwnFault(Handlings.at(i).signal))
-      setDisposition(Handlings.at(i).signal, Handlings.at(i).handler);
+  for (int signal = 1; signal <= SIGRTMAX; ++signal) {
+    void (*const handler)(int) = handlerOf(signal);
+    if (handler == nullptr || !isPublic(signal)) continue;
+    struct sigaction before {};
+    if (sigaction(signal, nullptr, &before) != 0) continue;
+    if (before.sa_handler == SIG_IGN && !isOwnFault(signal)) continue;
+    before_.push_back({signal, before});
+    setDisposition(signal, handler);
   }
 }
 
 TerminalSignals::~TerminalSignals() {
-  for (std::size_t i = 0; i < Handlings.size(); ++i) sigaction(Handlings.at(i).signal, &before_.at(i), nullptr);
+  for (const auto& [signal, action] : before_) sigaction(signal, &action, nullptr);
   resumedReader = nullptr;
 }
 

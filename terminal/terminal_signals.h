@@ -1,20 +1,19 @@
 // The terminal is given back before a signal ends or stops the program.
 #pragma once
 
-#include <array>
 #include <csignal>
-#include <cstddef>
+#include <vector>
 
 #include "terminal/alternate_signal_stack.h"
 #include "terminal/key_source.h"
 
 namespace flowscope {
 
-// While it lives: SIGINT, SIGTERM, SIGHUP, SIGQUIT, SIGABRT and SIGSEGV restore the terminal's saved settings, and the
-// process then dies of that same signal. SIGTSTP restores them and stops the process. SIGCONT makes the terminal raw
-// again, when the process is in the foreground, and has the reader of the keys told, so that the prompt is drawn on
-// the thread that draws it always. Signals that were ignored before stay ignored, but for
-// the program's own faults, SIGABRT and SIGSEGV.
+// While it lives, every signal that ends a process by default, real-time signals among them, restores the terminal's
+// saved settings first; the process then dies of that same signal, as its parent sees. SIGTSTP restores them and stops
+// the process. SIGCONT makes the terminal raw again, when the process is not in the background, and has the reader of
+// the keys told, so that the prompt is drawn on the thread that draws it always. Signals that were ignored before stay
+// ignored, but for the program's own faults: SIGSEGV, SIGABRT, SIGBUS, SIGFPE, SIGILL, SIGTRAP and SIGSYS.
 //
 // For an interactive shell, one at a time; made and destroyed on the same thread. The handlers use an alternate stack
 // on that thread; other threads bring their own AlternateSignalStack.
@@ -28,10 +27,13 @@ class TerminalSignals {
   ~TerminalSignals();
 
  private:
-  static constexpr std::size_t SignalCount = 8;
+  struct Disposition {
+    int signal;
+    struct sigaction action;
+  };
 
   AlternateSignalStack stack_;
-  std::array<struct sigaction, SignalCount> before_{};
+  std::vector<Disposition> before_;
 };
 
 }  // namespace flowscope

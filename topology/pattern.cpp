@@ -5,30 +5,48 @@
 #include <algorithm>
 #include <utility>
 
+#include "topology/pattern_bounds.h"
+
 namespace flowscope {
 
 namespace {
 
+// The engine keeps a state for every new way in which a text can match as far as it was read, and looks for them ever
+// longer: a pattern that fits many ways would take gigabytes over the paths of a large device. So it begins anew.
+constexpr std::size_t TextPerCompilation = 8192;
+
 class Expression {
  public:
-  explicit Expression(const std::string& text) : valid_(regcomp(&compiled_, text.c_str(), REG_NEWLINE) == 0) {}
+  explicit Expression(std::string text) : text_(std::move(text)) { compile(); }
   Expression(const Expression&) = delete;
   Expression& operator=(const Expression&) = delete;
-  ~Expression() {
-    if (valid_) regfree(&compiled_);  // a failed regcomp leaves nothing that may be freed
-  }
+  ~Expression() { release(); }
 
   bool valid() const { return valid_; }
 
-  bool matchesWhole(const std::string& text) const {
+  // False as well when memory has run out.
+  bool matchesWhole(const std::string& text) {
+    read_ += text.size();
+    if (read_ > TextPerCompilation) {
+      release();
+      compile();
+      read_ = text.size();
+    }
     regmatch_t match{};
-    if (regexec(&compiled_, text.c_str(), 1, &match, 0) != 0) return false;
+    if (!valid_ || regexec(&compiled_, text.c_str(), 1, &match, 0) != 0) return false;
     return match.rm_so == 0 && std::cmp_equal(match.rm_eo, text.size());
   }
 
  private:
+  void compile() { valid_ = regcomp(&compiled_, text_.c_str(), REG_NEWLINE) == 0; }
+  void release() {
+    if (valid_) regfree(&compiled_);  // a failed regcomp leaves nothing that may be freed
+  }
+
+  std::string text_;
   regex_t compiled_{};
-  bool valid_;
+  bool valid_ = false;
+  std::size_t read_ = 0;  // since it was compiled
 };
 
 // The text that everything the pattern matches begins with. Only a necessary condition, to keep the engine away from
@@ -98,7 +116,8 @@ std::vector<std::string> expandPattern(const std::string& pattern, const Topolog
     if (c == '*') text += '.';
     text += c;
   }
-  const Expression expression(text);
+  if (!isWithinPatternBounds(text)) return result;
+  Expression expression(std::move(text));
   if (!expression.valid()) return result;
 
   std::vector<std::string> pieces;

@@ -18,10 +18,11 @@ void splitAtChar(std::string_view text, std::vector<std::string>& result, char s
 // directly before its subtree, in the order of the tree. Nodes are visited once.
 void collectNodePaths(std::size_t maxDepth, const TopologyNode::Children& children, std::vector<std::string>& result);
 
-// The absolute paths that a pattern matches, in the order of the tree; empty when there is none, and when the pattern
-// is no expression. The pattern is an absolute path (see resolvePath) and a POSIX basic regular expression in which
-// "*" stands for any text, "/" included; but the search goes no deeper than the pattern has names. A path counts only
-// when the whole of it matches. What the engine makes of odd expressions, and what they cost, is the engine's.
+// The absolute paths that a pattern matches, in the order of the tree; empty when there is none, when the pattern is no
+// expression, and when it goes beyond the bounds of pattern_bounds.h. The pattern is an absolute path (see resolvePath)
+// and a POSIX basic regular expression in which "*" stands for any text, "/" included (so it counts as two bytes of the
+// bounds); but the search goes no deeper than the pattern has names. A path counts only when the whole of it matches.
+// What the engine makes of odd expressions is the engine's.
 std::vector<std::string> expandPattern(const std::string& pattern, const TopologyNode& root);
 
 }  // namespace flowscope

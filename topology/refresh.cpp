@@ -1,9 +1,10 @@
 #include "topology/refresh.h"
 
+#include <algorithm>
+#include <cstddef>
 #include <cstdint>
 #include <string>
 #include <string_view>
-#include <unordered_set>
 #include <vector>
 
 #include "strmsrv.h"
@@ -17,44 +18,64 @@ namespace {
 constexpr std::size_t SourcePosition = 0;
 constexpr std::size_t SinkPosition = 1;
 
-// One refresh: where in the filter it is, and what it looks up for every port.
+// One refresh: where in the filter it is, and what it needs for every port.
 class Refresh {
  public:
   Refresh(TopologyShell& shell, StrmSrv::Patcher& patcher, const PathComponents& filter)
-      : patcher_(patcher), filter_(filter), attached_(shell.attached().begin(), shell.attached().end()) {}
+      : patcher_(patcher), filter_(filter), attached_(shell.attached()), round_(shell.refreshRound().number) {}
 
   void run(TopologyNode& root) {
-    for (const auto& type : root.children) {
-      if (enters(*type)) enterType(*type);
-    }
+    enterChildren(root, [this](TopologyNode& type, std::size_t) { enterType(type); });
   }
 
  private:
-  bool enters(const TopologyNode& node) {
-    if (next_ == filter_.size()) return true;
-    if (node.name != filter_[next_]) return false;
-    ++next_;
-    return true;
+  bool filterIsUsedUp() const { return next_ == filter_.size(); }
+
+  // Calls enter(child, position) for each child that is to be entered, in order, but for those that are up to date.
+  template <class Enter>
+  void enterChildren(TopologyNode& node, const Enter& enter) {
+    const std::size_t count = node.children.size();
+    std::size_t at = 0;
+    while (!filterIsUsedUp()) {
+      at = node.findChildFrom(at, filter_[next_]);
+      if (at == count) return;
+      ++next_;
+      enter(*node.children[at], at);
+      ++at;
+    }
+    if (at == count) return;
+    // All behind are entered, and everything below them.
+    const std::size_t end = upToDate(node).from;
+    for (std::size_t position = at; position < end; ++position) enter(*node.children[position], position);
+    upToDate(node).from = std::min(at, end);
+  }
+
+  // What is known of the children in this round.
+  RefreshedChildren& upToDate(TopologyNode& node) const {
+    RefreshedChildren& children = node.refreshedChildren();
+    if (children.round != round_) children = {round_, node.children.size(), {}};
+    return children;
   }
 
   void enterType(TopologyNode& type) {
-    for (std::size_t side = 0; side < type.children.size(); ++side) {
-      if (enters(*type.children[side])) enterSide(*type.children[side], side);
-    }
+    enterChildren(type, [this](TopologyNode& side, std::size_t position) { enterSide(side, position); });
   }
 
   void enterSide(TopologyNode& node, std::size_t side) {
     const auto& groups = side == SinkPosition ? patcher_.sinkGroups() : patcher_.sourceGroups();
-    for (std::size_t group = 0; group < node.children.size(); ++group) {
-      if (enters(*node.children[group])) enterGroup(*node.children[group], side, groups.at(group).groupId);
-    }
+    enterChildren(
+        node, [&](TopologyNode& group, std::size_t position) { enterGroup(group, side, groups.at(position).groupId); });
   }
 
   void enterGroup(TopologyNode& node, std::size_t side, std::uint16_t groupId) {
-    for (std::size_t port = 0; port < node.children.size(); ++port) {
-      if (enters(*node.children[port]))
-        refreshPort(*node.children[port], side, groupId, static_cast<std::uint16_t>(port));
-    }
+    // A port may be the only one that is entered, or one before all that are.
+    std::vector<bool>& single = upToDate(node).single;
+    single.resize(node.children.size());
+    enterChildren(node, [&](TopologyNode& port, std::size_t position) {
+      if (single[position]) return;
+      refreshPort(port, side, groupId, static_cast<std::uint16_t>(position));
+      single[position] = true;
+    });
   }
 
   void refreshPort(TopologyNode& node, std::size_t side, std::uint16_t groupId, std::uint16_t port) {
@@ -92,7 +113,7 @@ class Refresh {
   }
 
   void rebuild(TopologyNode& port, int otherSide) {
-    port.children.clear();
+    port.removeChildren();
     for (const auto& other : connected_) {
       const char* const name = groupName(other.groupId);
       TopologyNode* group = port.findChild(name);
@@ -108,15 +129,28 @@ class Refresh {
   StrmSrv::Patcher& patcher_;
   const PathComponents& filter_;
   std::size_t next_ = 0;
-  std::unordered_set<std::string_view> attached_;
+  const AttachedList& attached_;
+  const std::uint64_t round_;
   std::vector<StrmSrv::PortRecord> connected_;
   std::vector<std::size_t> compared_;  // of each child of a port, how many of its ports stood where they belong
 };
 
+// Goes on with the round, or begins another when something has changed. What changes during a refresh ends the round
+// with the next one, which finds another version.
+void beginRound(RefreshRound& round, StrmSrv::Patcher& patcher, const AttachedList& attached) {
+  const std::uint64_t patcherVersion = patcher.version();
+  const bool goesOn = round.number != 0 && round.patcher == &patcher && round.patcherVersion == patcherVersion &&
+                      round.attachedVersion == attached.version();
+  if (!goesOn) round = {round.number + 1, &patcher, patcherVersion, attached.version()};
+}
+
 }  // namespace
 
 void refreshTopology(TopologyShell& shell, const PathComponents& filter) {
-  if (shell.patcher() != nullptr) Refresh(shell, *shell.patcher(), filter).run(shell.tree());
+  StrmSrv::Patcher* const patcher = shell.patcher();
+  if (patcher == nullptr) return;
+  beginRound(shell.refreshRound(), *patcher, shell.attached());
+  Refresh(shell, *patcher, filter).run(shell.tree());
 }
 
 }  // namespace flowscope

@@ -1,12 +1,11 @@
 // What the commands of this room need of the shell that runs them.
 #pragma once
 
-#include <string>
-#include <vector>
-
 #include "strmsrv.h"
 #include "terminal/console_output.h"
+#include "topology/attached_list.h"
 #include "topology/path.h"
+#include "topology/refresh_round.h"
 #include "topology/topology_node.h"
 
 namespace flowscope {
@@ -30,9 +29,12 @@ class TopologyShell {
   // Null until the shell is set up.
   virtual StrmSrv::Patcher* patcher() = 0;
 
-  // Names of the ports that the monitor is attached to, in the order of attaching, none twice. Changed on the thread
-  // that runs commands, under the attach mutex of TrafficShell.
-  virtual std::vector<std::string>& attached() = 0;
+  // The ports that the monitor is attached to, in the order of attaching. Changed on the thread that runs commands,
+  // under the attach mutex of TrafficShell.
+  virtual AttachedList& attached() = 0;
+
+  // For refreshTopology.
+  virtual RefreshRound& refreshRound() = 0;
 };
 
 }  // namespace flowscope

@@ -1,35 +1,57 @@
 #include "traffic/logging.h"
 
+#include <cerrno>
+#include <cstdio>
 #include <string>
+#include <utility>
 
 #include "topology/path.h"
 #include "topology/pattern.h"
 #include "traffic/monitor_attachment.h"
+#include "traffic/open_file.h"
 #include "traffic/traffic_output.h"
 
 namespace flowscope {
 
 namespace {
 
-ResultCode logPlace(TrafficShell& shell, const char* name, const char* path) {
-  if (const ResultCode attached = attachMonitor(shell, path); attached != ResultOk) return attached;
+struct Logged {
+  ResultCode result = ResultSilent;
+  bool descriptorsKept = false;
+};
+
+Logged logPlace(TrafficShell& shell, const char* name, const char* path) {
+  if (const ResultCode attached = attachMonitor(shell, path); attached != ResultOk) return {attached};
   TrafficOutput& traffic = trafficOutput();
-  if (!traffic.trafficFile.open(name)) return ResultOpenFileError;
+  if (!traffic.trafficFile.open(name)) return {ResultOpenFileError, errno == EMFILE};
   shell.output().resetPaging();
   traffic.trafficMode = TrafficScreenAndFile;
-  return ResultOk;
+  return {ResultOk};
 }
 
 }  // namespace
 
 ResultCode toCommand(TrafficShell& shell, const char* name, const char* pattern) {
   if (name == nullptr) return ResultBadArgument;
-  if (pattern == nullptr) return logPlace(shell, name, nullptr);
+  if (pattern == nullptr) {
+    const Logged logged = logPlace(shell, name, nullptr);
+    if (logged.descriptorsKept) tellDescriptorsAreKept(name);
+    return logged.result;
+  }
 
   // Below a port the current directory counts as the port, as it does for the attaching.
+  const auto matches = expandPattern(resolvePath(pattern, currentPlace(shell)), shell.tree());
   ResultCode result = ResultSilent;
-  for (const std::string& match : expandPattern(resolvePath(pattern, currentPlace(shell)), shell.tree())) {
-    result = logPlace(shell, name, match.c_str());
+  bool told = false;
+  for (std::size_t at = 0; at < matches.size(); ++at) {
+    const Logged logged = logPlace(shell, name, matches[at].c_str());
+    result = logged.result;
+    if (!logged.descriptorsKept || std::exchange(told, true)) continue;
+    if (at == 0) {
+      tellDescriptorsAreKept(name);
+    } else {
+      std::fprintf(stderr, "flowscope: too many matches for %s: it cannot be opened more than %zu times\n", name, at);
+    }
   }
   return result;
 }

@@ -1,6 +1,5 @@
 #include "traffic/monitor_attachment.h"
 
-#include <algorithm>
 #include <cstdint>
 #include <mutex>
 #include <optional>
@@ -33,12 +32,11 @@ std::optional<std::string> portNameAt(TrafficShell& shell, const char* path) {
 
 EvtSrv::EventResult attachName(TrafficShell& shell, const std::string& name, const char* target,
                                EvtSrv::MemoryHolder& holder) {
-  std::vector<std::string>& attached = shell.attached();
-  if (std::find(attached.begin(), attached.end(), name) != attached.end()) return EvtSrv::EvtRes_Success;
+  if (shell.attached().contains(name)) return EvtSrv::EvtRes_Success;
   const std::lock_guard<KSTD::KThreadMutex> lock(shell.attachMutex());
   const EvtSrv::EventResult result =
       shell.monitor().connect(name.c_str(), target, nullptr, &holder, EvtSrv::ConBehave_Void);
-  if (result == EvtSrv::EvtRes_Success) attached.push_back(name);
+  if (result == EvtSrv::EvtRes_Success) shell.attached().add(name);
   return result;
 }
 
@@ -108,13 +106,10 @@ void detachAll(TrafficShell& shell) {
 
 EvtSrv::EventResult detachPort(TrafficShell& shell, const char* path) {
   const auto name = portNameAt(shell, path);
-  if (!name) return EvtSrv::EvtRes_DoNothing;
-  std::vector<std::string>& attached = shell.attached();
-  const auto found = std::find(attached.begin(), attached.end(), *name);
-  if (found == attached.end()) return EvtSrv::EvtRes_DoNothing;
+  if (!name || !shell.attached().contains(*name)) return EvtSrv::EvtRes_DoNothing;
   const std::lock_guard<KSTD::KThreadMutex> lock(shell.attachMutex());
   const EvtSrv::EventResult result = shell.monitor().disconnect(name->c_str(), nullptr);
-  attached.erase(found);
+  shell.attached().remove(*name);
   return result;
 }
 
@@ -124,6 +119,7 @@ ResultCode catCommand(TrafficShell& shell, unsigned options, const char* pattern
 
   shell.monitor().setLabelled((options & LabelledOption) != 0);
   trafficOutput().trafficMode = TrafficScreen;
+  trafficOutput().trafficFile.stopWaiting();
   if (pattern == nullptr) return attachBelowCurrent(shell);
 
   ResultCode result = ResultSilent;
@@ -134,6 +130,8 @@ ResultCode catCommand(TrafficShell& shell, unsigned options, const char* pattern
 }
 
 ResultCode endCommand(TrafficShell& shell) {
+  // The thread that prints may hold what the detaching needs while it waits for a reader.
+  trafficOutput().trafficFile.stopWaiting();
   detachAll(shell);
   trafficOutput().trafficFile.close();
   trafficOutput().trafficMode = TrafficOff;

@@ -1,6 +1,7 @@
 #include "traffic/playback.h"
 
 #include <array>
+#include <cerrno>
 #include <cstdio>
 #include <memory>
 #include <string>
@@ -9,6 +10,7 @@
 #include "topology/pattern.h"
 #include "traffic/flowscope_port_midi.h"
 #include "traffic/monitor_attachment.h"
+#include "traffic/open_file.h"
 #include "traffic/playback_line.h"
 
 namespace flowscope {
@@ -55,8 +57,11 @@ void send(StrmSrv::StreamPortMIDI& port, const PlaybackMessage& message) {
 
 ResultCode playAt(TrafficShell& shell, const char* name, const char* path) {
   if (const ResultCode attached = attachMonitor(shell, path); attached != ResultOk) return attached;
-  const InputFile file(std::fopen(name, "r"));
-  if (!file) return ResultOpenFileError;
+  const InputFile file(openFile(name, "r", KeptFromFilesThatAreClosed));
+  if (!file) {
+    if (errno == EMFILE) tellDescriptorsAreKept(name);
+    return ResultOpenFileError;
+  }
   std::array<char, PieceSize> piece{};
   while (std::fgets(piece.data(), static_cast<int>(piece.size()), file.get()) != nullptr) {
     PlaybackLine line(piece.data());

@@ -4,7 +4,6 @@
 #include <cstddef>
 #include <optional>
 #include <string>
-#include <unordered_map>
 #include <utility>
 #include <vector>
 
@@ -28,39 +27,50 @@ struct Place {
   std::optional<Ports> ports;  // not before they are asked for
 };
 
-// Nothing for a place that names no ports.
-std::optional<Place> placeAt(const PathComponents& components, const StrmSrv::Patcher& patcher) {
-  PortPosition position = parsePortPosition(components, patcher);
-  if (!namesPorts(position, components.size())) return std::nullopt;
-  return Place{std::move(position), components.size(), std::nullopt};
-}
-
 // Throws std::out_of_range for a group that the device does not list, so it is called only when nothing else is wrong.
 const Ports& portsAt(Place& place, const StrmSrv::Patcher& patcher) {
   if (!place.ports) place.ports = portsOf(place.position, patcher);
   return *place.ports;
 }
 
-// The places of one command. Each is read when it is first asked for, and only then: to find the index of a port, all
-// names of its group are made, and a command may pair every port of a group with every port of another.
+// Reads the places of one command.
 class Places {
  public:
-  Places(TopologyShell& shell, const StrmSrv::Patcher& patcher) : shell_(shell), patcher_(patcher) {}
+  Places(TopologyShell& shell, const StrmSrv::Patcher& patcher) : shell_(shell), indexes_(patcher) {}
 
-  // The place that path leads to, or, for null, the current directory. Valid as long as this object.
-  std::optional<Place>& at(const std::string* path) {
-    const std::string key = path == nullptr ? std::string() : *path;
-    const auto known = known_.find(key);
-    if (known != known_.end()) return known->second;
+  // The place that path leads to, or, for null, the current directory. Nothing for a place that names no ports.
+  std::optional<Place> at(const std::string* path) {
     const auto components = path == nullptr ? std::optional(shell_.currentPath())
                                             : lookupPath(resolvePath(*path, shell_.currentPath()), shell_.tree());
-    return known_.emplace(key, components ? placeAt(*components, patcher_) : std::nullopt).first->second;
+    if (!components) return std::nullopt;
+    PortPosition position = parsePortPosition(*components, indexes_);
+    if (!namesPorts(position, components->size())) return std::nullopt;
+    return Place{std::move(position), components->size(), std::nullopt};
   }
 
  private:
   TopologyShell& shell_;
-  const StrmSrv::Patcher& patcher_;
-  std::unordered_map<std::string, std::optional<Place>> known_;  // no match is the empty path
+  PortIndexes indexes_;
+};
+
+// A place that is read when it is first asked for, and only then: what is wrong with it ends the command there.
+class LatePlace {
+ public:
+  LatePlace(Places& places, const std::string* path) : places_(places), path_(path) {}
+
+  const std::string* path() const { return path_; }
+
+  std::optional<Place>& get() {
+    if (!isRead_) place_ = places_.at(path_);
+    isRead_ = true;
+    return place_;
+  }
+
+ private:
+  Places& places_;
+  const std::string* path_;
+  bool isRead_ = false;
+  std::optional<Place> place_;
 };
 
 std::vector<std::string> matchesOf(TopologyShell& shell, const char* pattern) {
@@ -130,22 +140,23 @@ ResultCode conCommand(TopologyShell& shell, const char* source, const char* dest
   const auto sources = matchesOf(shell, source);
   const auto destinations = matchesOf(shell, destination);
 
-  // What the lines name: a destination each, or once none.
-  std::vector<const std::string*> named;
-  named.reserve(destinations.size() + 1);
-  for (const std::string& each : destinations) named.push_back(&each);
-  if (named.empty()) named.push_back(nullptr);
-
   Places places(shell, *patcher);
+  // What the lines name: a destination each, or once none.
+  std::vector<LatePlace> named;
+  named.reserve(destinations.size() + 1);
+  for (const std::string& each : destinations) named.emplace_back(places, &each);
+  if (named.empty()) named.emplace_back(places, nullptr);
+
   ResultCode result = ResultSilent;
   bool first = true;
-  for (const std::string& from : sources) {
-    for (const std::string* to : named) {
-      const std::string line = "connect " + from + (to == nullptr ? "" : ":" + *to);
+  for (const std::string& each : sources) {
+    LatePlace from(places, &each);
+    for (LatePlace& to : named) {
+      const std::string line = "connect " + each + (to.path() == nullptr ? "" : ":" + *to.path());
       if (!shell.output().writeLineFresh({AttrNone, ColourDefault, line.c_str()}, first, true)) return result;
       first = false;
-      auto& fromPlace = places.at(&from);
-      result = connectPlaces(*patcher, fromPlace, places.at(to));
+      auto& fromPlace = from.get();
+      result = connectPlaces(*patcher, fromPlace, to.get());
       if (result == ResultConnectError) return result;
     }
   }
@@ -160,8 +171,9 @@ ResultCode disCommand(TopologyShell& shell, const char* source, const char* dest
 
   Places places(shell, *patcher);
   ResultCode result = ResultSilent;
-  for (const std::string& from : sources) {
-    for (std::size_t pass = 0; pass < passes; ++pass) result = disconnectPlace(*patcher, places.at(&from));
+  for (const std::string& each : sources) {
+    auto place = places.at(&each);
+    for (std::size_t pass = 0; pass < passes; ++pass) result = disconnectPlace(*patcher, place);
   }
   return result;
 }

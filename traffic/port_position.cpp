@@ -43,12 +43,12 @@ std::uint16_t portCountOf(const GroupList& groups, std::uint16_t group) {
   return groups.at(static_cast<std::size_t>(findGroup(groups, group) - groups.begin())).portCount;
 }
 
-std::string portName(const StrmSrv::Patcher& patcher, unsigned streamType, std::uint16_t group, std::uint16_t port,
-                     PortSide side) {
-  return patcher.makeStreamPortName(streamType, group, port, static_cast<int>(side));
+PortPosition parsePortPosition(const PathComponents& components, const StrmSrv::Patcher& patcher) {
+  PortIndexes indexes(patcher);
+  return parsePortPosition(components, indexes);
 }
 
-PortPosition parsePortPosition(const PathComponents& components, const StrmSrv::Patcher& patcher) {
+PortPosition parsePortPosition(const PathComponents& components, PortIndexes& indexes) {
   PortPosition position;
   if (components.empty()) return position;
   position.streamType = streamTypeNamed(components[0]);
@@ -62,15 +62,10 @@ PortPosition parsePortPosition(const PathComponents& components, const StrmSrv::
   if (!position.group) return position;
 
   if (components.size() < 4) return position;
-  const GroupList& groups = groupsOf(patcher, *position.side);
+  const GroupList& groups = groupsOf(indexes.patcher(), *position.side);
   if (*position.side == PortSide::Sink && findGroup(groups, *position.group) == groups.end()) return position;
   const std::uint16_t count = portCountOf(groups, *position.group);
-  for (std::uint16_t port = 0; port < count; ++port) {
-    if (portName(patcher, position.streamType.value_or(0), *position.group, port, *position.side) == components[3]) {
-      position.port = port;
-      break;
-    }
-  }
+  position.port = indexes.find(position.streamType.value_or(0), *position.side, *position.group, count, components[3]);
 
   if (components.size() < 5) return position;
   position.connectedGroup = groupNamed(components[4]);

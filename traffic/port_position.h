@@ -8,11 +8,10 @@
 
 #include "strmsrv.h"
 #include "topology/path.h"
+#include "traffic/port_indexes.h"
+#include "traffic/port_side.h"
 
 namespace flowscope {
-
-// The numbers are those of Patcher::makeStreamPortName.
-enum class PortSide : std::uint8_t { Source = 0, Sink = 1 };
 
 // Each field is there when the path goes so far and names something known.
 struct PortPosition {
@@ -35,14 +34,13 @@ const std::vector<StrmSrv::GroupRecord>& groupsOf(const StrmSrv::Patcher& patche
 // The port count of a group. Throws std::out_of_range for a group that does not stand in the list.
 std::uint16_t portCountOf(const std::vector<StrmSrv::GroupRecord>& groups, std::uint16_t group);
 
-// The name of a port. streamType: an index into StreamTypeNameTable.
-std::string portName(const StrmSrv::Patcher& patcher, unsigned streamType, std::uint16_t group, std::uint16_t port,
-                     PortSide side);
-
 // Reads the components of an absolute path. A side or a group that is not known ends the reading, a stream type that
 // is not known does not; its ports are then named as those of the first type. Of a group that does not stand in its
 // side's list, the ports cannot be told: on the sink side that ends the reading, on the source side it throws
 // std::out_of_range.
 PortPosition parsePortPosition(const PathComponents& components, const StrmSrv::Patcher& patcher);
+
+// The same, for a command that reads many paths: the names of a group are made once for all of them.
+PortPosition parsePortPosition(const PathComponents& components, PortIndexes& indexes);
 
 }  // namespace flowscope

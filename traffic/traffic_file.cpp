@@ -3,57 +3,33 @@
 #include <fcntl.h>
 
 #include <cerrno>
-#include <csignal>
-#include <ctime>
 #include <system_error>
+
+#include "traffic/open_file.h"
+#include "traffic/write_signals.h"
 
 namespace flowscope {
 
 namespace {
 
 std::FILE* openToWrite(const char* name) {
-  std::FILE* const stream = std::fopen(name, "w");
+  std::FILE* const stream = openFile(name, "w", KeptFromFilesThatStay);
   if (stream == nullptr) return nullptr;
   // With a buffer, an abandoned stream would write its rest over the file at the end of the process, and a signal
   // would cost the messages seen last.
   std::setvbuf(stream, nullptr, _IONBF, 0);
-  // A write that is under way when the same file is opened anew would leave a hole in front of itself.
+  // A write that is under way when the same file is opened anew would leave a hole in front of itself. And a reader
+  // that has stopped must not stop the thread that writes.
   const int descriptor = fileno(stream);
-  fcntl(descriptor, F_SETFL, fcntl(descriptor, F_GETFL) | O_APPEND);
+  fcntl(descriptor, F_SETFL, fcntl(descriptor, F_GETFL) | O_APPEND | O_NONBLOCK);
   return stream;
 }
 
-// A file may be a pipe that nobody reads any more. That is no reason to end the program, which is what the signal
-// would do; but other programs that it starts must not inherit that it is ignored.
-class WithoutPipeSignal {
- public:
-  WithoutPipeSignal() {
-    sigemptyset(&pipe_);
-    sigaddset(&pipe_, SIGPIPE);
-    pthread_sigmask(SIG_BLOCK, &pipe_, &before_);
-  }
-  WithoutPipeSignal(const WithoutPipeSignal&) = delete;
-  WithoutPipeSignal& operator=(const WithoutPipeSignal&) = delete;
-  ~WithoutPipeSignal() { pthread_sigmask(SIG_SETMASK, &before_, nullptr); }
-
-  // Takes the signal that a write has raised for this thread.
-  void take() const {
-    const timespec now{};
-    while (sigtimedwait(&pipe_, nullptr, &now) < 0 && errno == EINTR) {
-    }
-  }
-
- private:
-  sigset_t pipe_{};
-  sigset_t before_{};
-};
-
 // 0, or the error that kept the text or its rest from being written.
-int writeAll(std::FILE* stream, std::string_view text) {
-  const WithoutPipeSignal guard;
-  if (std::fwrite(text.data(), 1, text.size(), stream) == text.size()) return 0;
-  const int cause = errno;
-  if (cause == EPIPE) guard.take();
+int writeAll(std::FILE* stream, std::string_view text, const Patience& patience) {
+  const WriteSignals signals;
+  const int cause = writeWaiting(fileno(stream), text, patience);
+  signals.take(cause);
   return cause;
 }
 
@@ -61,20 +37,35 @@ int writeAll(std::FILE* stream, std::string_view text) {
 
 bool TrafficFile::open(const char* name) {
   std::FILE* const stream = openToWrite(name);
-  std::atomic_store(&stream_, stream == nullptr ? nullptr : std::make_shared<Stream>(stream, name));
+  const int cause = errno;
+  const auto before =
+      std::atomic_exchange(&stream_, stream == nullptr ? nullptr : std::make_shared<Stream>(stream, name));
+  if (before) before->patience.end();
+  errno = cause;
   return stream != nullptr;
 }
 
 void TrafficFile::close() {
-  if (const auto stream = std::atomic_exchange(&stream_, std::shared_ptr<Stream>())) stream->closing = true;
+  const auto stream = std::atomic_exchange(&stream_, std::shared_ptr<Stream>());
+  if (!stream) return;
+  stream->closing = true;
+  stream->patience.end();
+}
+
+void TrafficFile::stopWaiting() {
+  if (const auto stream = std::atomic_load(&stream_)) stream->patience.end();
 }
 
 void TrafficFile::write(std::string_view text) const {
   const auto stream = std::atomic_load(&stream_);
-  if (!stream) return;
-  const int cause = writeAll(stream->file, text);
-  if (cause == 0 || stream->refused.exchange(true)) return;
-  const std::string said = std::generic_category().message(cause);
+  if (!stream || stream->abandoned) return;
+  const int cause = writeAll(stream->file, text, stream->patience);
+  if (cause == 0) return;
+  // What comes later might fit, but would leave a gap in front of itself.
+  if (cause == EAGAIN) stream->abandoned = true;
+  if (stream->refused.exchange(true) && cause != EAGAIN) return;
+  const std::string said =
+      cause == EAGAIN ? "its reader has stopped, and the rest is lost" : std::generic_category().message(cause);
   std::fprintf(stderr, "flowscope: cannot write to %s: %s\n", stream->name.c_str(), said.c_str());
 }
 

@@ -7,24 +7,32 @@
 #include <string>
 #include <string_view>
 
+#include "traffic/waiting_write.h"
+
 namespace flowscope {
 
 // One thread may open and close while another writes: whoever writes shares the ownership of the stream, so a close
 // in the middle of a write takes effect when the write has ended. No lock is held while writing.
 class TrafficFile {
  public:
-  // Creates or empties the file called name; what is written goes there from now on. False when it cannot be opened:
-  // what is written then goes nowhere. Either way the stream that was open before is abandoned: only close() ever
-  // closes one, so it stays open until the process ends. It may lead to the same file, and holds nothing that could
-  // still get there.
+  // Creates or empties the file called name; what is written goes there from now on. False when it cannot be opened,
+  // with the reason in errno (see openFile): what is written then goes nowhere. Either way the stream that
+  // was open before is abandoned: only close() ever closes one, so it stays open until the process ends. It may lead to
+  // the same file, and holds nothing that could still get there. A write to it waits no longer (see stopWaiting).
   bool open(const char* name);
 
-  // Closes the stream, if there is one; nothing is written any more.
+  // Closes the stream, if there is one; nothing is written any more. A write that is under way waits no longer (see
+  // stopWaiting).
   void close();
 
   // Writes text as it stands, through to the system; nothing without a stream. What the system refuses is missing in
-  // the file, and the first time for each stream standard error tells the cause. Blocks as long as the disk.
+  // the file, and the first time for each stream standard error tells the cause. Blocks as long as the disk, and, where
+  // the file is a pipe or a terminal, until its reader has made room.
   void write(std::string_view text) const;
+
+  // Writes to the stream that is open now wait 100 milliseconds more for room at most, all of them together. What has
+  // no room by then is lost, with all that comes after it, and standard error tells it in one line.
+  void stopWaiting();
 
   bool isOpen() const;
 
@@ -42,6 +50,8 @@ class TrafficFile {
     std::string name;
     std::atomic<bool> closing = false;
     std::atomic<bool> refused = false;
+    std::atomic<bool> abandoned = false;
+    Patience patience;
   };
 
   std::shared_ptr<Stream> stream_;  // only touched through std::atomic_load and its like

@@ -1,5 +1,7 @@
 #include "platform/client/endpoint.h"
 
+#include <cstdlib>
+
 #include "evtsrv.h"
 #include "platform/host/devices.h"
 #include "platform/host/local_socket.h"
@@ -12,6 +14,11 @@ constexpr std::string_view Embedded = "embedded:";
 constexpr std::string_view Local = "ipc://";
 
 }  // namespace
+
+std::optional<std::string> endpointOfVariable() {
+  const char* text = std::getenv("EVTSRV_ENDPOINT");
+  return text == nullptr || *text == '\0' ? std::nullopt : std::optional<std::string>(text);
+}
 
 std::vector<std::string> endpointsWhenUnset() {
   return {std::string(Local) + host::wellKnownSocket(), embeddedEndpoint(host::AlsaDriver),
@@ -30,7 +37,7 @@ Endpoint parseEndpoint(std::string_view text, std::uint32_t behaviour) {
     if (path.empty()) return NoEndpoint{"no path (ipc://PATH)"};
     return LocalEndpoint{std::string(path)};
   }
-  if (!text.starts_with(Embedded)) return NoEndpoint{"not an endpoint (ipc://PATH, tcp://HOST:PORT, embedded:FILE)"};
+  if (!text.starts_with(Embedded)) return NoEndpoint{"not an endpoint (ipc://PATH, embedded:FILE)"};
   return EmbeddedEndpoint{std::string(text.substr(Embedded.size()))};
 }
 

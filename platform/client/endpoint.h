@@ -2,6 +2,7 @@
 #pragma once
 
 #include <cstdint>
+#include <optional>
 #include <string>
 #include <string_view>
 #include <variant>
@@ -28,6 +29,9 @@ struct NoEndpoint {
 };
 
 using Endpoint = std::variant<EmbeddedEndpoint, LocalEndpoint, NoEndpoint>;
+
+// The endpoint of EVTSRV_ENDPOINT; nothing when that is unset or empty.
+std::optional<std::string> endpointOfVariable();
 
 // What to try in turn when EVTSRV_ENDPOINT is unset: the well-known local socket, the ALSA sequencer, a JACK server,
 // then the built-in device.

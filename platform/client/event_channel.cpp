@@ -2,11 +2,13 @@
 
 #include <algorithm>
 #include <array>
+#include <chrono>
 #include <string>
 #include <variant>
 
 #include "evtsrv.h"
 #include "platform/client/opening.h"
+#include "platform/host/loss_text.h"
 #include "platform/wire/messages.h"
 #include "platform/wire/program_line.h"
 
@@ -22,10 +24,11 @@ std::string messagesText(std::uint64_t count) {
 
 void reportLoss(std::uint64_t count) { wire::sayLine(messagesText(count) + " lost: this program reads too slowly"); }
 
-void reportLossBefore(std::uint64_t count) {
-  const std::string what = count == 0 ? "an unknown number of messages, perhaps none," : messagesText(count);
-  wire::sayLine(what + " lost on the way to the service");
-}
+void reportLossBefore(std::uint64_t count) { wire::sayLine(messagesText(count) + " lost on the way to the service"); }
+
+void reportUncountedLosses(std::uint64_t times) { wire::sayLine(host::uncountedLossText(times, "to the service")); }
+
+service::Time clockNow() { return std::chrono::steady_clock::now().time_since_epoch(); }
 
 // True while it lives, also when a port throws.
 class WhileTrue {
@@ -41,6 +44,9 @@ class WhileTrue {
 
 }  // namespace
 
+EventChannel::EventChannel(zmq::context_t& context, const std::string& address, std::uint64_t session)
+    : dealer_(context, address), session_(session), uncounted_(reportUncountedLosses) {}
+
 bool EventChannel::open(const Deadline& deadline) {
   return askToOpen(dealer_, wire::OpenEvents{session_}) && waitForOpening(dealer_, deadline) == Opening::Opened;
 }
@@ -48,6 +54,7 @@ bool EventChannel::open(const Deadline& deadline) {
 bool EventChannel::receive(const PortRegistry& ports, const Deadline& deadline) {
   // The entries at hand belong to the call that is under way.
   if (dispatching_) return false;
+  uncounted_.advance(clockNow());
   if (!nextEntries() && dealer_.wait(deadline) != Dealer::Wait::Ready) return false;
   bool delivered = false;
   while (nextEntries()) {
@@ -81,6 +88,11 @@ bool EventChannel::nextEntries() {
 bool EventChannel::dispatch(const PortRegistry& ports, const wire::EventEntry& entry) {
   if (entry.lost > 0) {
     reportLoss(entry.lost);
+    return false;
+  }
+  if (entry.lostBefore == 0) {
+    uncounted_.add();
+    uncounted_.advance(clockNow());
     return false;
   }
   if (entry.lostBefore) {

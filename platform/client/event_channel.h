@@ -10,6 +10,7 @@
 #include "platform/client/deadline.h"
 #include "platform/client/dealer.h"
 #include "platform/client/port_registry.h"
+#include "platform/client/uncounted_losses.h"
 #include "platform/wire/events.h"
 
 namespace client {
@@ -18,8 +19,7 @@ namespace client {
 class EventChannel {
  public:
   // Throws zmq::error_t when there is no such address, or the context gives no socket.
-  EventChannel(zmq::context_t& context, const std::string& address, std::uint64_t session)
-      : dealer_(context, address), session_(session) {}
+  EventChannel(zmq::context_t& context, const std::string& address, std::uint64_t session);
 
   std::uint64_t session() const { return session_; }
 
@@ -54,6 +54,7 @@ class EventChannel {
   std::uint64_t consumedTold_ = 0;
   bool dispatching_ = false;
   bool topologyChanged_ = false;
+  UncountedLosses uncounted_;
 };
 
 }  // namespace client

@@ -1,7 +1,7 @@
 #include <poll.h>
 
 #include <algorithm>
-#include <cstdlib>
+#include <optional>
 #include <string>
 #include <utility>
 #include <variant>
@@ -10,6 +10,7 @@
 #include "evtsrv.h"
 #include "platform/client/connection.h"
 #include "platform/client/endpoint.h"
+#include "platform/client/service_search.h"
 #include "platform/client/session.h"
 #include "platform/wire/program_line.h"
 
@@ -18,33 +19,23 @@ namespace {
 
 // What to try in turn; all but the last only if somebody is there.
 std::vector<std::string> endpointsToTry() {
-  const char* text = std::getenv("EVTSRV_ENDPOINT");
-  if (text != nullptr && *text != '\0') return {text};
+  if (auto endpoint = client::endpointOfVariable()) return {std::move(*endpoint)};
   return client::endpointsWhenUnset();
-}
-
-void report(const std::string& endpoint, const std::string& cause) {
-  wire::sayLine(client::endpointLine(endpoint, cause));
 }
 
 }  // namespace
 
 EventPortManager::EventPortManager(std::uint32_t behaviour, bool /*dispatchOnReceive*/) {
-  const std::vector<std::string> endpoints = endpointsToTry();
-  for (const std::string& endpoint : endpoints) {
-    auto connection = client::openConnection(endpoint, behaviour);
-    if (const auto* problem = std::get_if<client::ConnectionProblem>(&connection)) {
-      if (!problem->nobodyThere || &endpoint == &endpoints.back()) report(endpoint, problem->cause);
-      continue;
-    }
-    auto session = Session::open(std::get<client::Connection>(std::move(connection)), endpoint);
-    if (const auto* cause = std::get_if<std::string>(&session)) {
-      report(endpoint, *cause);
-      continue;
-    }
+  const auto take = [this](client::Connection connection, const std::string& endpoint) -> std::optional<std::string> {
+    auto session = Session::open(std::move(connection), endpoint);
+    if (auto* cause = std::get_if<std::string>(&session)) return std::move(*cause);
     session_ = std::get<std::shared_ptr<Session>>(std::move(session));
-    return;
-  }
+    return std::nullopt;
+  };
+  const auto report = [](const std::string& endpoint, const client::ConnectionProblem& problem) {
+    wire::sayLine(client::endpointLine(endpoint, problem.cause));
+  };
+  client::findService(endpointsToTry(), behaviour, take, report);
 }
 
 EventPortManager::~EventPortManager() {

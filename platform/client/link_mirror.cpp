@@ -33,20 +33,20 @@ bool LinkMirror::apply(const wire::GraphChanged& change) {
 }
 
 void LinkMirror::add(const wire::LinkRecord& link) {
-  sources_[sinkOf(link)].push_back(sourceOf(link));
-  sinks_[sourceOf(link)].push_back(sinkOf(link));
+  sources_[sinkOf(link)].add(sourceOf(link));
+  sinks_[sourceOf(link)].add(sinkOf(link));
   if (link.carried) carried_.emplace(sourceOf(link), sinkOf(link));
 }
 
-std::span<const ServicePort> LinkMirror::peers(const Peers& of, ServicePort port) {
+std::span<const ServicePort> LinkMirror::peers(Peers& of, ServicePort port) {
   const auto found = of.find(port);
-  return found == of.end() ? std::span<const ServicePort>{} : found->second;
+  return found == of.end() ? std::span<const ServicePort>{} : found->second.all();
 }
 
 void LinkMirror::drop(Peers& of, ServicePort port, ServicePort peer) {
   const auto found = of.find(port);
   if (found == of.end()) return;
-  std::erase(found->second, peer);
+  found->second.remove(peer);
   if (found->second.empty()) of.erase(found);
 }
 

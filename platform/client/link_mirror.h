@@ -6,15 +6,15 @@
 #include <span>
 #include <unordered_map>
 #include <utility>
-#include <vector>
 
+#include "platform/client/peer_list.h"
 #include "platform/client/service_port.h"
 #include "platform/wire/messages.h"
 
 namespace client {
 
 // Connections by both of their ports, each port's in the order of making. A lookup costs no more than the port has
-// connections.
+// connections, and a change the same however many they are.
 class LinkMirror {
  public:
   // Becomes the whole graph.
@@ -28,8 +28,8 @@ class LinkMirror {
   std::uint64_t version() const { return version_; }
 
   // Valid until the next change.
-  std::span<const ServicePort> sourcesOf(ServicePort sink) const { return peers(sources_, sink); }
-  std::span<const ServicePort> sinksOf(ServicePort source) const { return peers(sinks_, source); }
+  std::span<const ServicePort> sourcesOf(ServicePort sink) { return peers(sources_, sink); }
+  std::span<const ServicePort> sinksOf(ServicePort source) { return peers(sinks_, source); }
 
   // A connection: its source and its sink.
   using Ends = std::pair<ServicePort, ServicePort>;
@@ -39,10 +39,10 @@ class LinkMirror {
   const std::set<Ends>& carried() const { return carried_; }
 
  private:
-  using Peers = std::unordered_map<ServicePort, std::vector<ServicePort>, ServicePortHash>;
+  using Peers = std::unordered_map<ServicePort, PeerList, ServicePortHash>;
 
   void add(const wire::LinkRecord& link);
-  static std::span<const ServicePort> peers(const Peers& of, ServicePort port);
+  static std::span<const ServicePort> peers(Peers& of, ServicePort port);
   static void drop(Peers& of, ServicePort port, ServicePort peer);
 
   Peers sources_;

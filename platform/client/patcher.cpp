@@ -35,9 +35,13 @@ struct Patcher::State {
   client::HeldGroupIds ids{client::groupIdsOfThisProcess()};
   std::uint64_t followed = 0;  // the number of the session that places tells of
   std::chrono::steady_clock::time_point nextRefresh;
+  // What the last answer to version() stands for: a session and a version of its graph, if there is one.
+  std::pair<std::uint64_t, std::optional<std::uint64_t>> seen;
+  std::uint64_t version = 1;
 
   StreamResult patch(bool made, PortRecord source, PortRecord sink);
   StreamResult peers(PortRecord port, client::Side side, AskPeers ask, std::vector<PortRecord>& result);
+  std::uint64_t currentVersion();
   std::uint64_t follow(Session& service);
   void learn(const Session::Device& device, std::span<const client::ServicePort> wanted = {});
   client::ServicePort toService(PortRecord port, client::Side side);
@@ -62,6 +66,7 @@ void Patcher::State::learn(const Session::Device& device, std::span<const client
                   return std::ranges::any_of(wanted, isOfIt) ? ids.enter(group) : std::nullopt;
                 });
   followed = device.session;
+  ++version;
 }
 
 client::ServicePort Patcher::State::toService(PortRecord port, client::Side side) {
@@ -79,9 +84,11 @@ void Patcher::State::toConsole(Session& service, client::Side side, Peers& peers
     if (device && device->session == followed) learn(*device, peers);
     if (std::ranges::any_of(peers, isUnknown)) nextRefresh = std::chrono::steady_clock::now() + RefreshInterval;
   }
+  // The next answer may be another one, though the graph is the same.
+  if (std::erase_if(peers, isUnknown) > 0) ++version;
   for (const client::ServicePort peer : peers) {
-    const auto place = places.fromService(peer, side);
-    if (place) ports.push_back({place->groupId, numbers.toConsole(place->groupId, place->portIndex, side)});
+    const PortRecord place = *places.fromService(peer, side);
+    ports.push_back({place.groupId, numbers.toConsole(place.groupId, place.portIndex, side)});
   }
 }
 
@@ -163,7 +170,23 @@ StreamResult Patcher::State::peers(PortRecord port, client::Side side, AskPeers 
     toConsole(*service, side == client::Side::Source ? client::Side::Sink : client::Side::Source, peers, result);
     return StrmRes_Success;
   }
+  // The graph may be the same when it answers again, and then this answer was another one.
+  const std::lock_guard guard(mutex);
+  if (seen.second) ++version;
+  seen.second.reset();
   return StrmRes_NoService;
+}
+
+std::uint64_t Patcher::State::currentVersion() {
+  std::pair<std::uint64_t, std::optional<std::uint64_t>> now;
+  if (const auto service = session.lock()) {
+    now.first = follow(*service);
+    now.second = service->graphVersion(now.first);
+  }
+  const std::lock_guard guard(mutex);
+  if (now != seen) ++version;
+  seen = now;
+  return version;
 }
 
 Patcher::~Patcher() = default;
@@ -191,6 +214,8 @@ StreamResult Patcher::getConnectSinkPorts(std::uint16_t sourceGroup, std::uint16
                                           std::vector<PortRecord>& result) {
   return state_->peers({sourceGroup, sourcePort}, client::Side::Source, &State::Session::sinksOf, result);
 }
+
+std::uint64_t Patcher::version() { return state_->currentVersion(); }
 
 std::string Patcher::makeStreamPortName(unsigned /*streamType*/, std::uint16_t group, std::uint16_t port,
                                         int sink) const {

@@ -39,6 +39,10 @@ constexpr std::chrono::milliseconds RestTime{100};
 
 void report(const std::string& endpoint, std::string_view what) { wire::sayLine(client::endpointLine(endpoint, what)); }
 
+wire::Tap toTap(std::uint64_t session, const client::TapList::Entry& tap) {
+  return {session, tap.first.first, tap.second.holderBytes, tap.first.second};
+}
+
 std::string tapsText(std::size_t taps) {
   return std::to_string(taps) + (taps == 1 ? " tap" : " taps") + " attached again";
 }
@@ -117,7 +121,7 @@ std::optional<wire::Status> EventPortManager::Session::tap(std::uint32_t port, c
         return wire::Tap{session, port, holderBytes, name};
       },
       deadline);
-  if (status == wire::Status::Ok) taps_.add({port, name, holderBytes});
+  if (status == wire::Status::Ok) taps_.add(port, name, holderBytes);
   // A service that is only late would tap all the same.
   if (!status && channels_ && !taps_.contains(port, name)) {
     channels_->control.tell(wire::Untap{channels_->control.session(), port, name});
@@ -204,18 +208,17 @@ bool EventPortManager::Session::attach() {
     auto& control = channels_.emplace(connection_.context(), connection_.address()).control;
     bool answered = control.greet(program_invocation_short_name, Deadline(AttachTime));
     std::size_t tapped = 0;
-    for (client::WantedTap& tap : taps_.all()) {
+    for (client::TapList::Entry* const tap : taps_.inOrder()) {
       if (!answered) break;
-      const auto result = control.ask<wire::Result>(wire::Tap{control.session(), tap.port, tap.holderBytes, tap.name},
-                                                    Deadline(AttachTime));
+      const auto result = control.ask<wire::Result>(toTap(control.session(), *tap), Deadline(AttachTime));
       answered = result.has_value();
-      tap.isMissing = !answered || result->status != wire::Status::Ok;
-      if (!tap.isMissing) ++tapped;
+      tap->second.isMissing = !answered || result->status != wire::Status::Ok;
+      if (!tap->second.isMissing) ++tapped;
     }
     if (answered) {
       session_ = control.session();
-      tapsAreMissing_ = tapped < taps_.all().size();
-      report(endpoint_, returnText(tapped, taps_.all().size()));
+      tapsAreMissing_ = tapped < taps_.size();
+      report(endpoint_, returnText(tapped, taps_.size()));
       reportLostLinks();
       isBack_ = true;
       return true;
@@ -254,25 +257,24 @@ void EventPortManager::Session::tapMissing() {
   if (!channels_ || silent() || now < nextTapLook_) return;
   nextTapLook_ = now + TapLookInterval;
   const Deadline deadline(AttachTime);
-  const auto taps = taps_.all();
+  const auto taps = taps_.inOrder();
   const std::size_t first = nextMissing_;
   std::size_t tried = 0;
   std::size_t tapped = 0;
   for (std::size_t i = 0; i < taps.size() && tried < TapsAtOnce; ++i) {
-    client::WantedTap& tap = taps[(first + i) % taps.size()];
+    client::TapList::Entry& tap = *taps[(first + i) % taps.size()];
     nextMissing_ = first + i + 1;
-    if (!tap.isMissing) continue;
+    if (!tap.second.isMissing) continue;
     ++tried;
-    const wire::Tap wanted{channels_->control.session(), tap.port, tap.holderBytes, tap.name};
-    const auto result = channels_->control.ask<wire::Result>(wanted, deadline);
+    const auto result = channels_->control.ask<wire::Result>(toTap(channels_->control.session(), tap), deadline);
     if (!result) {
       noticeLoss(deadline);
       break;
     }
-    tap.isMissing = result->status != wire::Status::Ok;
-    if (!tap.isMissing) ++tapped;
+    tap.second.isMissing = result->status != wire::Status::Ok;
+    if (!tap.second.isMissing) ++tapped;
   }
-  tapsAreMissing_ = std::ranges::any_of(taps, &client::WantedTap::isMissing);
+  tapsAreMissing_ = std::ranges::any_of(taps, [](const auto* tap) { return tap->second.isMissing; });
   if (tapped > 0) report(endpoint_, tapsText(tapped));
 }
 

@@ -49,6 +49,9 @@ class EventPortManager::Session {
   Session& operator=(const Session&) = delete;
   ~Session();
 
+  // What was given to open.
+  const std::string& endpoint() const { return endpoint_; }
+
   // Hands over what is pending, takes leave and closes all sockets. Nothing has an answer afterwards. Not while receive
   // runs. Blocks until the deadline, once the requests of other threads are over.
   void close(const client::Deadline& deadline = client::Deadline(client::AnswerTime));
@@ -94,6 +97,9 @@ class EventPortManager::Session {
     return peersOf(&client::LinkMirror::sinksOf, source, number, result);
   }
 
+  // The version of the graph that the up-to-date mirror shows; nothing where the two above answer false.
+  std::optional<std::uint64_t> graphVersion(std::uint64_t number);
+
  private:
   // What is closed together; guarded by mutex_.
   struct Channels {
@@ -129,7 +135,7 @@ class EventPortManager::Session {
 
   // With mutex_ locked, and channels_ there; they may be gone afterwards, when the answer is false.
   bool openGraph(const client::Deadline& deadline);
-  using PeersOf = std::span<const client::ServicePort> (client::LinkMirror::*)(client::ServicePort) const;
+  using PeersOf = std::span<const client::ServicePort> (client::LinkMirror::*)(client::ServicePort);
   bool peersOf(PeersOf peers, client::ServicePort port, std::uint64_t number, std::vector<client::ServicePort>& result);
   // For questions: the mirror shows what had arrived a moment ago, and all that this client has done. False when it
   // cannot, and then channels_ may have gone.

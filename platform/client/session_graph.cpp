@@ -47,6 +47,13 @@ bool EventPortManager::Session::peersOf(PeersOf peers, client::ServicePort port,
   return true;
 }
 
+std::optional<std::uint64_t> EventPortManager::Session::graphVersion(std::uint64_t number) {
+  const Deadline deadline(client::AnswerTime);
+  const std::lock_guard guard(mutex_);
+  if (!attached() || channels_->control.session() != number || !lookAtGraph(deadline)) return std::nullopt;
+  return mirror_.version();
+}
+
 bool EventPortManager::Session::openGraph(const Deadline& deadline) {
   auto& graph = channels_->graph;
   if (graph && graph->isOpen()) return true;

@@ -2,8 +2,9 @@
 #pragma once
 
 #include <algorithm>
+#include <cstddef>
 #include <cstdint>
-#include <span>
+#include <map>
 #include <string>
 #include <string_view>
 #include <utility>
@@ -12,40 +13,48 @@
 namespace client {
 
 struct WantedTap {
-  std::uint32_t port = 0;  // of the client
-  std::string name;        // of the device's port
+  std::uint64_t order = 0;  // grows with each tap made
   std::uint32_t holderBytes = 0;
   bool isMissing = false;  // the service has no such port yet since it came back
 };
 
-// In the order of tapping, which is the order in which a message is sent through several ports.
+// Finding, adding and taking away a tap cost the logarithm of their number at most.
 class TapList {
  public:
+  // A port of the client, and the name of the device's port.
+  using Key = std::pair<std::uint32_t, std::string>;
+  using Entry = std::pair<const Key, WantedTap>;
+
   // For one that has just been made. A tap that stands already stays as it is.
-  void add(WantedTap tap) {
-    const auto known =
-        std::ranges::find_if(taps_, [&](const WantedTap& one) { return one.port == tap.port && one.name == tap.name; });
-    if (known == taps_.end()) {
-      taps_.push_back(std::move(tap));
-    } else {
-      known->isMissing = false;
-    }
+  void add(std::uint32_t port, const std::string& name, std::uint32_t holderBytes) {
+    const auto [tap, isNew] = taps_.try_emplace({port, name}, WantedTap{nextOrder_, holderBytes});
+    if (isNew) ++nextOrder_;
+    tap->second.isMissing = false;
   }
-  bool contains(std::uint32_t port, std::string_view name) const {
-    return std::ranges::any_of(taps_, [&](const WantedTap& tap) { return tap.port == port && tap.name == name; });
-  }
-  void remove(std::uint32_t port, std::string_view name) {
-    std::erase_if(taps_, [&](const WantedTap& tap) { return tap.port == port && tap.name == name; });
-  }
+  bool contains(std::uint32_t port, const std::string& name) const { return taps_.contains({port, name}); }
+  void remove(std::uint32_t port, const std::string& name) { taps_.erase({port, name}); }
   void removeAll(std::uint32_t port) {
-    std::erase_if(taps_, [&](const WantedTap& tap) { return tap.port == port; });
+    const auto first = taps_.lower_bound({port, ""});
+    auto last = first;
+    while (last != taps_.end() && last->first.first == port) ++last;
+    taps_.erase(first, last);
   }
 
-  // Valid until the next change.
-  std::span<WantedTap> all() { return taps_; }
+  std::size_t size() const { return taps_.size(); }
+
+  // In the order of tapping, which is the order in which a message is sent through several ports. Sorts them all. Valid
+  // until the next change.
+  std::vector<Entry*> inOrder() {
+    std::vector<Entry*> all;
+    all.reserve(taps_.size());
+    for (Entry& tap : taps_) all.push_back(&tap);
+    std::ranges::sort(all, {}, [](const Entry* tap) { return tap->second.order; });
+    return all;
+  }
 
  private:
-  std::vector<WantedTap> taps_;
+  std::map<Key, WantedTap> taps_;
+  std::uint64_t nextOrder_ = 0;
 };
 
 }  // namespace client

@@ -77,6 +77,9 @@ class Driver {
   // for at once, nothing when it waits for nothing but its descriptor.
   virtual std::optional<Time> advance(Time now) = 0;
 
+  // The service ends, and nothing is called after this: what has been counted and not been told is noted.
+  virtual void finish(Time /*now*/) {}
+
   // Makes (or, made false, ends) a connection in the other system, and tells by linked or unlinked before it returns.
   // Ok also for what is so already when it is to be made; NotFound for one that is to be ended and does not stand.
   // Nothing: such a connection is not the other system's, so the service carries it. Both ports exist.

@@ -25,7 +25,7 @@ std::variant<std::vector<std::uint8_t>, std::string> readFile(const std::filesys
   if (error) return error.message();
   if (size > most) return "larger than " + std::to_string(most) + " bytes";
 
-  const std::unique_ptr<std::FILE, FileCloser> file(std::fopen(path.c_str(), "rb"));
+  const std::unique_ptr<std::FILE, FileCloser> file(std::fopen(path.c_str(), "rbe"));
   if (!file) return std::generic_category().message(errno);
   std::vector<std::uint8_t> bytes(static_cast<std::size_t>(size));
   if (std::fread(bytes.data(), 1, bytes.size(), file.get()) != bytes.size()) return "cannot be read to its end";

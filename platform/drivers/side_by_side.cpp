@@ -221,6 +221,10 @@ class SideBySide : public Driver {
     return earliest;
   }
 
+  void finish(Time now) override {
+    for (const auto& [name, driver] : drivers_) driver->finish(now);
+  }
+
   std::optional<wire::Status> patch(bool made, const Link& link, Time now) override {
     const Origin* source = joint_.origin(link.sourceGroup);
     const Origin* sink = joint_.origin(link.sinkGroup);

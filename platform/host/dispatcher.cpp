@@ -28,6 +28,11 @@ std::optional<service::Time> earliest(std::initializer_list<std::optional<servic
   return first;
 }
 
+constexpr service::Time LossBeforeInterval = std::chrono::seconds(1);
+
+// A system that is late loses something unknown time after time.
+constexpr service::Time UncountedLossInterval = std::chrono::seconds(10);
+
 service::EventPortId toPort(std::uint32_t number) { return service::EventPortId{number}; }
 
 }  // namespace
@@ -40,6 +45,8 @@ Dispatcher::Dispatcher(service::Service& service, Peers& peers, const Limits& li
       warnings_(std::move(warnings)),
       firstHandle_(limits.firstHandle ? *limits.firstHandle : randomNumber()),
       topologyVersion_(service.topologyVersion()),
+      lostBefore_(LossBeforeInterval),
+      uncountedLosses_(UncountedLossInterval),
       events_(wire::encode(0, wire::Events{})),
       eventsFront_(events_.size()) {
   limits_.eventWindow = std::max<std::size_t>(limits_.eventWindow, wire::MinEventWindow);

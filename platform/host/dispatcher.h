@@ -12,6 +12,7 @@
 #include "platform/host/log.h"
 #include "platform/host/peers.h"
 #include "platform/host/session_table.h"
+#include "platform/host/total_news.h"
 #include "platform/service/service.h"
 #include "platform/wire/messages.h"
 
@@ -42,6 +43,9 @@ class Dispatcher {
 
   // Does what is due in the service, and here. Answers when to call again (see service::Service::advance).
   std::optional<service::Time> advance(service::Time now);
+
+  // The service ends: logs what was still to be told.
+  void finish(service::Time now);
 
  private:
   struct Request {
@@ -91,6 +95,8 @@ class Dispatcher {
   std::optional<service::Time> probeSuspects(service::Time now);
   std::optional<service::Time> logLosses(service::Time now);
   std::optional<service::Time> logLossesBefore(service::Time now);
+  void logLossBefore(std::uint64_t count) const;
+  void logUncountedLoss(std::uint64_t times) const;
   void logLoss(Session& session, service::Time now);
   void log(const Session& session, std::string_view what) const;
 
@@ -106,8 +112,8 @@ class Dispatcher {
   bool someGone_ = false;
   bool takenOwed_ = false;
   service::Time heldBackToldAt_{};
-  std::uint64_t lostBeforeTold_ = 0;
-  service::Time lostBeforeToldAt_{};
+  TotalNews lostBefore_;
+  TotalNews uncountedLosses_;
   std::vector<std::uint8_t> events_;  // an Events message under construction
   std::size_t eventsFront_;           // bytes of it in front of the entries
 };

@@ -4,8 +4,10 @@
 #include <string>
 #include <utility>
 
+#include "platform/drivers/soonest.h"
 #include "platform/host/dispatcher.h"
 #include "platform/host/link_record.h"
+#include "platform/host/loss_text.h"
 #include "platform/wire/printable.h"
 
 namespace host {
@@ -151,15 +153,29 @@ std::optional<service::Time> Dispatcher::logLosses(service::Time now) {
 }
 
 std::optional<service::Time> Dispatcher::logLossesBefore(service::Time now) {
-  const std::uint64_t lost = service_.lostBefore();
-  if (lost == lostBeforeTold_) return std::nullopt;
-  const service::Time due = lostBeforeToldAt_ + LossLogInterval;
-  if (lostBeforeTold_ != 0 && now < due) return due;
-  const std::uint64_t count = lost - lostBeforeTold_;
-  if (log_) log_(std::to_string(count) + (count == 1 ? " message" : " messages") + " lost on the way here");
-  lostBeforeTold_ = lost;
-  lostBeforeToldAt_ = now;
-  return std::nullopt;
+  logLossBefore(lostBefore_.take(service_.lostBefore(), now));
+  logUncountedLoss(uncountedLosses_.take(service_.uncountedLosses(), now));
+  auto next = lostBefore_.next(service_.lostBefore());
+  if (const auto other = uncountedLosses_.next(service_.uncountedLosses())) service::soonest(next, *other);
+  return next;
+}
+
+void Dispatcher::logLossBefore(std::uint64_t count) const {
+  if (!log_ || count == 0) return;
+  log_(std::to_string(count) + (count == 1 ? " message" : " messages") + " lost on the way here");
+}
+
+void Dispatcher::logUncountedLoss(std::uint64_t times) const {
+  if (!log_ || times == 0) return;
+  log_(uncountedLossText(times, "here"));
+}
+
+void Dispatcher::finish(service::Time now) {
+  service_.finish(now);
+  sendNotes();
+  for (auto& [number, session] : sessions_.all()) logLoss(session, now);
+  logLossBefore(lostBefore_.takeAll(service_.lostBefore(), now));
+  logUncountedLoss(uncountedLosses_.takeAll(service_.uncountedLosses(), now));
 }
 
 void Dispatcher::sendNotes() {

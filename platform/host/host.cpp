@@ -39,6 +39,7 @@ void Host::run() {
     }
     drained = !serve();
   }
+  dispatcher_.finish(clockNow());
 }
 
 void Host::stop() noexcept {

@@ -16,6 +16,10 @@ constexpr int HighWaterMark = 32'768;
 // window fills no more memory than these.
 constexpr int ReceiveHighWaterMark = 128;
 
+// Connections that may come before the next one is accepted; the system's own limit is as high. Beyond it a client
+// finds no service.
+constexpr int WaitingConnections = 4096;
+
 // What is larger is none of our messages; ZeroMQ then closes the connection that it came on.
 constexpr auto MaxMessage = static_cast<std::int64_t>(wire::MaxMessageBytes + 4096);
 
@@ -27,6 +31,7 @@ RouterSocket::RouterSocket(zmq::context_t& context)
   socket_.set(zmq::sockopt::sndhwm, HighWaterMark);
   socket_.set(zmq::sockopt::rcvhwm, ReceiveHighWaterMark);
   socket_.set(zmq::sockopt::maxmsgsize, MaxMessage);
+  socket_.set(zmq::sockopt::backlog, WaitingConnections);
   socket_.set(zmq::sockopt::linger, 0);
 }
 

@@ -15,7 +15,8 @@ wire::Stats statsMessage(const service::Service& service, const SessionTable& se
                       .out = all.out,
                       .lost = all.lost + all.lostBefore,
                       .queueLimit = limits.service.queueBytes,
-                      .clients = {}};
+                      .clients = {},
+                      .uncountedLosses = all.uncountedLosses};
   for (const Session* session : inOrder) {
     const service::ClientCounts counts = service.counts(session->client);
     message.clients.push_back({.program = session->program,

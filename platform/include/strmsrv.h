@@ -155,6 +155,12 @@ class Patcher {
   StreamResult getConnectSinkPorts(std::uint16_t sourceGroup, std::uint16_t sourcePort,
                                    std::vector<PortRecord>& result);
 
+  // A number that stays the same only as long as the three operations around it answer the same: it is another one as
+  // soon as connections, or the names of connected ports, may have changed, or the service has gone or is back. It
+  // looks at the mirror as those above do, and blocks when they would. What changes after the call shows in the next
+  // one.
+  std::uint64_t version();
+
   // The name of a port: sink is 0 for a source port, 1 for a sink port. For a port that does not exist, a name in
   // the same style that no port has. streamType is not looked at: only one type has streams.
   std::string makeStreamPortName(unsigned streamType, std::uint16_t group, std::uint16_t port, int sink) const;

@@ -18,8 +18,9 @@ struct ClientCounts {
 struct Counts {
   std::uint64_t in = 0;  // emitted by the device's sources, sent, or injected
   std::uint64_t out = 0;
-  std::uint64_t lost = 0;        // copies dropped because a queue was full
-  std::uint64_t lostBefore = 0;  // messages lost before they came here; those that nobody could count count as one
+  std::uint64_t lost = 0;             // copies dropped because a queue was full
+  std::uint64_t lostBefore = 0;       // messages lost before they came here, as far as somebody counted them
+  std::uint64_t uncountedLosses = 0;  // how many times more of them were lost, perhaps none, and nobody knows how many
 };
 
 }  // namespace service

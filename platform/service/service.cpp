@@ -62,10 +62,22 @@ struct Service::State {
   }
 
   // After a change of the port's taps.
-  void refreshUseAround(PortId port, Time now) {
-    if (port.side == Side::Source) return refreshUse(port, now);
+  void refreshUseAround(PortId port, Time now) { refreshUseAround(std::vector{port}, now); }
+
+  // The same of many ports: a source that several of them are connected to is looked at once.
+  void refreshUseAround(const std::vector<PortId>& ports, Time now) {
+    std::unordered_set<PortId, PortHash> seen;
     std::vector<PortId> sources;
-    for (const auto& [order, peer] : graph.peers(port)) sources.push_back(peer.port);
+    const auto enter = [&](PortId source) {
+      if (seen.insert(source).second) sources.push_back(source);
+    };
+    for (const PortId port : ports) {
+      if (port.side == Side::Source) {
+        enter(port);
+      } else {
+        for (const auto& [order, peer] : graph.peers(port)) enter(peer.port);
+      }
+    }
     for (const PortId source : sources) refreshUse(source, now);
   }
 
@@ -138,6 +150,7 @@ struct Service::State {
   Counts past;           // of clients that have left
   std::uint64_t in = 0;  // of everybody, and the device
   std::uint64_t lostBefore = 0;
+  std::uint64_t uncountedLosses = 0;
   std::vector<Note> notes;
   std::set<PortId> goneTold;  // ports that notes have called gone, until they are back
   std::uint64_t topologyVersion = 0;
@@ -165,7 +178,7 @@ void Service::removeClient(ClientId client, Time now) {
   state_->past.lost += counted.lost;
   const auto ended = state_->taps.removeClient(client);
   state_->clients.erase(client);
-  for (const PortId port : ended) state_->refreshUseAround(port, now);
+  state_->refreshUseAround(ended, now);
 }
 
 wire::Status Service::tap(ClientId client, EventPortId port, std::string_view name, std::uint32_t holderBytes,
@@ -191,7 +204,7 @@ wire::Status Service::untap(ClientId client, EventPortId port, std::string_view 
 }
 
 void Service::untapAll(ClientId client, EventPortId port, Time now) {
-  for (const PortId ended : state_->taps.removeAll(client, port)) state_->refreshUseAround(ended, now);
+  state_->refreshUseAround(state_->taps.removeAll(client, port), now);
 }
 
 wire::Status Service::send(ClientId client, EventPortId port, const Message& message, Time now) {
@@ -278,6 +291,7 @@ Counts Service::counts() const {
   Counts all = state_->past;
   all.in = state_->in;
   all.lostBefore = state_->lostBefore;
+  all.uncountedLosses = state_->uncountedLosses;
   for (const auto& [id, client] : state_->clients) {
     all.out += client.queue.accepted();
     all.lost += client.queue.lost();
@@ -292,6 +306,10 @@ std::vector<Service::Note> Service::takeNotes() { return std::exchange(state_->n
 int Service::descriptor() const { return state_->driver->descriptor(); }
 
 std::uint64_t Service::lostBefore() const { return state_->lostBefore; }
+
+std::uint64_t Service::uncountedLosses() const { return state_->uncountedLosses; }
+
+void Service::finish(Time now) { state_->driver->finish(now); }
 
 std::optional<Time> Service::advance(Time now) {
   const auto next = state_->driver->advance(now);
@@ -325,7 +343,8 @@ void Service::topologyChanged(Time now) {
 }
 
 void Service::lost(PortId source, std::uint64_t count, Time /*now*/) {
-  state_->lostBefore += std::max<std::uint64_t>(count, 1);
+  state_->lostBefore += count;
+  if (count == 0) ++state_->uncountedLosses;
   // Who looks on in several places misses the same messages.
   std::set<ClientId> clients;
   const auto enter = [&](PortId port) {

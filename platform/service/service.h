@@ -86,7 +86,13 @@ class Service : private DriverEvents {
   // All zero for a client that is not there.
   ClientCounts counts(ClientId client) const;
   Counts counts() const;
-  std::uint64_t lostBefore() const;  // as in counts, but asked for at no cost
+  // The service ends: what the device has still to tell is among the notes then. Nothing but notes and counts is asked
+  // for after it.
+  void finish(Time now);
+
+  // As in counts, but asked for at no cost.
+  std::uint64_t lostBefore() const;
+  std::uint64_t uncountedLosses() const;
 
   // True while senders are to be held back (see Driver::behind).
   bool behind() const;

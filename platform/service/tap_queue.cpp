@@ -37,8 +37,8 @@ void TapQueue::add(EventPortId eventPort, PortId port, std::string_view name, st
 }
 
 void TapQueue::addLossBefore(std::uint64_t count) {
-  const bool unknown = count == 0 || lostBefore_ == 0;
-  lostBefore_ = unknown ? 0 : lostBefore_.value_or(0) + count;
+  lostBefore_ += count;
+  lostUncounted_ |= count == 0;
 }
 
 void TapQueue::enterLosses() {
@@ -46,9 +46,11 @@ void TapQueue::enterLosses() {
     entries_.push_back({.lostOrTime = count, .eventPort = {}, .recordBytes = 0, .origin = 0, .kind = kind});
   };
   if (dropped_ > 0) enter(Kind::Loss, dropped_);
-  if (lostBefore_) enter(Kind::LossBefore, *lostBefore_);
+  if (lostBefore_ > 0) enter(Kind::LossBefore, lostBefore_);
+  if (lostUncounted_) enter(Kind::LossBefore, 0);
   dropped_ = 0;
-  lostBefore_.reset();
+  lostBefore_ = 0;
+  lostUncounted_ = false;
 }
 
 std::size_t TapQueue::take(std::size_t maxBytes, std::vector<std::uint8_t>& out) {

@@ -5,7 +5,6 @@
 #include <cstddef>
 #include <cstdint>
 #include <deque>
-#include <optional>
 #include <string>
 #include <string_view>
 #include <unordered_map>
@@ -37,7 +36,8 @@ class TapQueue {
   void add(EventPortId eventPort, PortId port, std::string_view name, std::uint32_t holderBytes, const Message& message,
            Time now);
 
-  // Messages that would have come next have been lost on their way here; 0: nobody knows how many.
+  // Messages that would have come next have been lost on their way here; 0: nobody knows how many. What is known and
+  // what is not stand side by side, so that the count stays exact.
   void addLossBefore(std::uint64_t count);
 
   // Moves events to the end of out, oldest first, as entries of a wire::Events message: as many as fit maxBytes, but
@@ -45,7 +45,7 @@ class TapQueue {
   // number of bytes appended.
   std::size_t take(std::size_t maxBytes, std::vector<std::uint8_t>& out);
 
-  bool empty() const { return entries_.empty() && dropped_ == 0 && !lostBefore_; }
+  bool empty() const { return entries_.empty() && waitingLosses() == 0; }
 
   // What is stored, in bytes, but for the names of the ports, each once; never above the limit.
   std::size_t bytes() const { return records_.size() + entries_.size() * sizeof(Entry); }
@@ -78,7 +78,9 @@ class TapQueue {
   std::uint32_t enterOrigin(PortId port, std::string_view name);
   void leaveOrigin(std::uint32_t index);
 
-  std::size_t waitingLosses() const { return (dropped_ > 0 ? 1U : 0U) + (lostBefore_ ? 1U : 0U); }
+  std::size_t waitingLosses() const {
+    return (dropped_ > 0 ? 1U : 0U) + (lostBefore_ > 0 ? 1U : 0U) + (lostUncounted_ ? 1U : 0U);
+  }
   void enterLosses();
 
   std::size_t limit_;
@@ -87,8 +89,9 @@ class TapQueue {
   std::vector<Origin> origins_;
   std::vector<std::uint32_t> freeOrigins_;
   std::unordered_map<PortId, std::uint32_t, PortHash> originOf_;
-  std::uint64_t dropped_ = 0;                // since the last record that was taken in
-  std::optional<std::uint64_t> lostBefore_;  // likewise
+  std::uint64_t dropped_ = 0;     // since the last record that was taken in
+  std::uint64_t lostBefore_ = 0;  // likewise
+  bool lostUncounted_ = false;    // likewise: and a number that nobody knows
   std::uint64_t accepted_ = 0;
   std::uint64_t lost_ = 0;
   std::uint32_t sequence_ = 0;

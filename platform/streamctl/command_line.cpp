@@ -38,7 +38,7 @@ void addBytes(CLI::App& app, std::vector<std::uint8_t>& target) {
     }
     return true;
   };
-  app.add_option("BYTE", take, "The message: bytes of any kind, decimal or 0x and hexadecimal digits")
+  app.add_option("BYTE", take, "The message: bytes of any kind; bare numbers are decimal, 0x begins hexadecimal ones")
       ->type_name("")
       ->expected(1, -1)
       ->allow_extra_args()
@@ -97,6 +97,33 @@ void addCommands(CLI::App& app, Draft& draft) {
   stats.add_flag("--json", draft.stats.json, "As a JSON document");
 }
 
+std::vector<std::string> namesOfCommands(const CLI::App& app) {
+  std::vector<std::string> names;
+  for (const CLI::App* sub : app.get_subcommands([](const CLI::App*) { return true; })) {
+    names.push_back(sub->get_name());
+  }
+  return names;
+}
+
+// The word that stands where a command must; nothing when there is none.
+std::optional<std::string> wordForCommand(const std::vector<std::string>& words) {
+  for (auto at = words.begin(); at != words.end(); ++at) {
+    if (!at->starts_with('-')) return *at;
+    // Its value is the next word.
+    if (*at == "--endpoint" && ++at == words.end()) break;
+  }
+  return std::nullopt;
+}
+
+// What is wrong with words that cannot be understood.
+std::string problemOf(const CLI::App& app, const std::vector<std::string>& words, const CLI::ParseError& wrong) {
+  const auto word = wordForCommand(words);
+  const std::vector<std::string> names = namesOfCommands(app);
+  if (!word && wrong.get_name() == "RequiredError") return "a command is required: " + CLI::detail::join(names, ", ");
+  if (!word || std::ranges::find(names, *word) != names.end()) return wire::printable(wrong.what());
+  return "no such command: " + wire::printable(*word) + "; there are " + CLI::detail::join(names, ", ");
+}
+
 Command chosen(const CLI::App& app, Draft draft) {
   if (app.got_subcommand("list")) return draft.list;
   if (app.got_subcommand("inject")) return std::move(draft.inject);
@@ -107,13 +134,15 @@ Command chosen(const CLI::App& app, Draft draft) {
 
 }  // namespace
 
-std::variant<CommandLine, Saying> parseCommandLine(std::vector<std::string> words) {
+std::variant<CommandLine, Saying> parseCommandLine(const std::vector<std::string>& words) {
   CLI::App app("Controls the MIDI stream service: shows its ports, sends through them, and watches them.", "streamctl");
   Draft draft;
   std::string endpoint;
   const auto* const given =
-      app.add_option("--endpoint", endpoint,
-                     "Where the service is, as in EVTSRV_ENDPOINT; with neither, the well-known local socket")
+      app.add_option(
+             "--endpoint", endpoint,
+             "Where the service is, as in EVTSRV_ENDPOINT; with neither, what flowscope takes (stats: the well-known "
+             "local socket)")
           ->type_name("E");
   app.set_version_flag("--version", FLOWSCOPE_VERSION);
   app.require_subcommand(1);
@@ -121,15 +150,14 @@ std::variant<CommandLine, Saying> parseCommandLine(std::vector<std::string> word
   addCommands(app, draft);
   for (CLI::App* sub : app.get_subcommands([](const CLI::App*) { return true; })) sub->fallthrough();
   try {
-    std::ranges::reverse(words);  // so the library wants them
-    app.parse(std::move(words));
+    app.parse(std::vector<std::string>(words.rbegin(), words.rend()));  // so the library wants them
     if (given->count() > 0 && endpoint.empty()) throw CLI::ValidationError("--endpoint", "is empty");
   } catch (const CLI::CallForHelp&) {
     return Saying{false, app.help()};
   } catch (const CLI::CallForVersion& version) {
     return Saying{false, std::string(version.what()) + '\n'};
   } catch (const CLI::ParseError& wrong) {
-    return Saying{true, wire::printable(wrong.what()) + " (--help tells more)"};
+    return Saying{true, problemOf(app, words, wrong) + " (--help tells more)"};
   }
   CommandLine line{std::nullopt, chosen(app, std::move(draft))};
   if (given->count() > 0) line.endpoint = std::move(endpoint);

@@ -52,6 +52,6 @@ struct Saying {
 };
 
 // Understands the words of a command line, the program's own name not among them. Pure.
-std::variant<CommandLine, Saying> parseCommandLine(std::vector<std::string> words);
+std::variant<CommandLine, Saying> parseCommandLine(const std::vector<std::string>& words);
 
 }  // namespace streamctl

@@ -7,14 +7,13 @@
 
 namespace streamctl {
 
-Outcome run(const InjectCommand& command, const std::string& endpoint) {
+Outcome run(const InjectCommand& command, const ServicePlace& place) {
   StopSignals signals;
   {
-    const auto opened = ServiceClient::open(endpoint);
-    if (const auto* cause = std::get_if<std::string>(&opened)) return Failure{*cause};
-    ServiceClient& service = *std::get<std::unique_ptr<ServiceClient>>(opened);
+    const auto service = ServiceClient::open(place);
+    if (!service) return Failure{};
     const auto player = makeRepeatingPlayer({command.group, command.message, command.count, command.perSecond});
-    if (const auto cause = playInto(service, command.port, *player, signals, [](std::uint64_t) {})) {
+    if (const auto cause = playInto(*service, command.port, *player, 0, signals, [](std::uint64_t) {})) {
       return Failure{*cause};
     }
   }

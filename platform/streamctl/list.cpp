@@ -3,20 +3,21 @@
 #include "platform/streamctl/output.h"
 #include "platform/streamctl/service_client.h"
 #include "platform/streamctl/topology_report.h"
+#include "platform/wire/text_encoding.h"
 
 namespace streamctl {
 
-Outcome run(const ListCommand& command, const std::string& endpoint) {
-  const auto opened = ServiceClient::open(endpoint);
-  if (const auto* cause = std::get_if<std::string>(&opened)) return Failure{*cause};
-  ServiceClient& service = *std::get<std::unique_ptr<ServiceClient>>(opened);
-  const auto topology = service.ask<wire::Topology, wire::AskTopology>();
-  const auto links = topology ? service.ask<wire::Links, wire::AskLinks>() : std::nullopt;
-  const auto originals = links ? service.ask<wire::Originals, wire::AskOriginals>() : std::nullopt;
-  if (!originals) return Failure{service.whyNot()};
-  service.leave();
-  const int error = writeOutput(command.json ? topologyJson(*topology, *links, *originals)
-                                             : topologyText(*topology, *links, *originals));
+Outcome run(const ListCommand& command, const ServicePlace& place) {
+  const auto service = ServiceClient::open(place);
+  if (!service) return Failure{};
+  const auto topology = service->ask<wire::Topology, wire::AskTopology>();
+  const auto links = topology ? service->ask<wire::Links, wire::AskLinks>() : std::nullopt;
+  const auto originals = links ? service->ask<wire::Originals, wire::AskOriginals>() : std::nullopt;
+  if (!originals) return Failure{service->whyNot()};
+  service->leave();
+  const int error =
+      writeOutput(command.json ? topologyJson(*topology, *links, *originals)
+                               : topologyText(*topology, *links, *originals, wire::environmentEncoding()));
   return error == 0 ? Outcome() : Failure{outputProblem(error)};
 }
 

@@ -1,14 +1,13 @@
 // streamctl list.
 #pragma once
 
-#include <string>
-
 #include "platform/streamctl/command_line.h"
 #include "platform/streamctl/failure.h"
+#include "platform/streamctl/service_place.h"
 
 namespace streamctl {
 
 // Shows a device's groups, ports and connections on standard output.
-Outcome run(const ListCommand& command, const std::string& endpoint);
+Outcome run(const ListCommand& command, const ServicePlace& place);
 
 }  // namespace streamctl

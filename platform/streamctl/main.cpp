@@ -1,11 +1,11 @@
 #include <fcntl.h>
 
-#include <cstdio>
 #include <exception>
 #include <string>
 #include <vector>
 
 #include "platform/streamctl/program.h"
+#include "platform/wire/program_line.h"
 
 namespace {
 
@@ -24,7 +24,7 @@ int main(int count, char** words) {
   try {
     return streamctl::runProgram(std::vector<std::string>(words + (count > 0 ? 1 : 0), words + count));
   } catch (const std::exception& error) {
-    std::fprintf(stderr, "streamctl: %s\n", error.what());
+    wire::sayLine(error.what());
     return 1;
   }
 }

@@ -26,11 +26,9 @@ std::vector<service::Time> timesOf(const service::Score& score) {
 
 bool travels(const service::ScoreEvent& event) { return event.bytes.size() <= wire::MaxMessageBytes; }
 
-Outcome play(service::Score score, const PlayCommand& command, const std::string& endpoint,
-             const StopSignals& signals) {
-  const auto opened = ServiceClient::open(endpoint);
-  if (const auto* cause = std::get_if<std::string>(&opened)) return Failure{*cause};
-  ServiceClient& service = *std::get<std::unique_ptr<ServiceClient>>(opened);
+Outcome play(service::Score score, const PlayCommand& command, const ServicePlace& place, const StopSignals& signals) {
+  const auto service = ServiceClient::open(place);
+  if (!service) return Failure{};
   const std::vector<service::Time> times = timesOf(score);
   const service::Time length = score.length;
   const auto player = service::makePlayer(service::ScorePlayback{std::move(score), command.loop, command.speed});
@@ -39,13 +37,13 @@ Outcome play(service::Score score, const PlayCommand& command, const std::string
     // Without messages there may be no times either.
     line.show(messages == 0 ? service::Time{} : times[static_cast<std::size_t>((messages - 1) % times.size())], length);
   };
-  if (const auto cause = playInto(service, command.port, *player, signals, show)) return Failure{*cause};
+  if (const auto cause = playInto(*service, command.port, *player, times.size(), signals, show)) return Failure{*cause};
   return std::nullopt;
 }
 
 }  // namespace
 
-Outcome run(const PlayCommand& command, const std::string& endpoint) {
+Outcome run(const PlayCommand& command, const ServicePlace& place) {
   auto loaded = service::loadSmf(command.file);
   const std::string file = wire::printable(command.file) + ": ";
   if (const auto* cause = std::get_if<std::string>(&loaded)) return Failure{file + wire::printable(*cause)};
@@ -53,8 +51,8 @@ Outcome run(const PlayCommand& command, const std::string& endpoint) {
   if (!std::ranges::all_of(score.events, travels)) {
     return Failure{file + "a message is longer than " + std::to_string(wire::MaxMessageBytes) + " bytes"};
   }
-  StopSignals signals;
-  Outcome outcome = play(std::move(score), command, endpoint, signals);
+  StopSignals signals(StopSignals::Ending);
+  Outcome outcome = play(std::move(score), command, place, signals);
   if (!outcome) signals.passOn();
   return outcome;
 }

@@ -4,6 +4,7 @@
 #include <chrono>
 
 #include "platform/client/port_names.h"
+#include "platform/drivers/sounding_notes.h"
 #include "platform/streamctl/frame_batch.h"
 
 namespace streamctl {
@@ -18,16 +19,24 @@ constexpr std::size_t MaxBytesOnTheWay = 1U << 20U;
 
 service::Time clockNow() { return std::chrono::steady_clock::now().time_since_epoch(); }
 
-// Hands frames over.
+// Hands frames over, and knows what sounds by them.
 class Sender {
  public:
   Sender(client::ControlChannel& channel, const std::string& port) : channel_(channel), port_(port) {}
 
   // False when the service does not take the message, or one before it.
   bool add(const service::Message& message) {
+    sounding_.passed(message);
     if (!batch_.hasRoomFor(message) && !flush()) return false;
     batch_.add(message);
     return true;
+  }
+
+  // Ends what sounds. False as above.
+  bool silence() {
+    return std::ranges::all_of(sounding_.takeEnds(), [this](const service::ScoreEvent& end) {
+      return add({end.group, end.bytes});
+    });
   }
 
   bool flush() {
@@ -42,13 +51,14 @@ class Sender {
  private:
   client::ControlChannel& channel_;
   const std::string& port_;
+  service::SoundingNotes sounding_;
   FrameBatch batch_;
   std::size_t onTheWay_ = 0;
 };
 
-bool play(client::ControlChannel& channel, const std::string& port, service::Player& player, const StopSignals& signals,
-          const std::function<void(std::uint64_t messages)>& progress) {
-  Sender sender(channel, port);
+// False when the service does not take everything.
+bool play(Sender& sender, client::ControlChannel& channel, service::Player& player, std::uint64_t pass,
+          const StopSignals& signals, const std::function<void(std::uint64_t messages)>& progress) {
   std::uint64_t messages = 0;
   player.start(clockNow());
   while (const auto due = player.due()) {
@@ -58,26 +68,40 @@ bool play(client::ControlChannel& channel, const std::string& port, service::Pla
     for (std::size_t i = 0; i < FrameBatch::MaxMessages && signals.caught() == 0; ++i) {
       const auto message = player.next(now);
       if (!message) break;
-      if (!sender.add(*message)) return false;
+      const bool begins = pass != 0 && messages != 0 && messages % pass == 0;
+      if ((begins && !sender.silence()) || !sender.add(*message)) return false;
       ++messages;
     }
     if (!sender.flush() || channel.lost()) return false;
     progress(messages);
     if (signals.caught() != 0) break;
   }
-  return channel.finish();
+  return true;
+}
+
+// Plays, and leaves nothing that sounds when it does not come to the end.
+bool playAndSilence(client::ControlChannel& channel, const std::string& port, service::Player& player,
+                    std::uint64_t pass, const StopSignals& signals,
+                    const std::function<void(std::uint64_t messages)>& progress) {
+  Sender sender(channel, port);
+  const bool played = play(sender, channel, player, pass, signals, progress);
+  const bool early = !played || player.due();
+  const bool silenced = pass == 0 || !early || channel.lost() || (sender.silence() && sender.flush());
+  // Who has refused something may still take what ends the notes; who does not answer is not waited for again.
+  const bool taken = (played || channel.refusal()) && channel.finish();
+  return played && silenced && taken;
 }
 
 }  // namespace
 
 std::optional<std::string> playInto(ServiceClient& service, const std::string& port, service::Player& player,
-                                    const StopSignals& signals,
+                                    std::uint64_t pass, const StopSignals& signals,
                                     const std::function<void(std::uint64_t messages)>& progress) {
   // Asked first: a refusal would come only with the first message, which may have minutes to go.
   const auto topology = service.ask<wire::Topology, wire::AskTopology>();
   if (!topology) return service.whyNot();
   if (!client::PortNames(*topology).has(port)) return noSuchPort(port);
-  if (!play(service.channel(), port, player, signals, progress)) return service.whyNot(port);
+  if (!playAndSilence(service.channel(), port, player, pass, signals, progress)) return service.whyNot(port);
   service.leave();
   return std::nullopt;
 }

@@ -14,9 +14,13 @@ namespace streamctl {
 
 // Starts the player and passes what it plays through the port, in time, until it has ended or a signal has come; then
 // waits until the service has taken everything, and takes leave. Nothing on success, else why not, in one printable
-// line. progress is told, several times in a second and after each frame, how many messages have been handed over.
+// line. progress is told, several times in a second and after each frame, how many messages of the player have been
+// handed over.
+//
+// pass: of how many messages a pass of the player consists. What sounds when another pass begins is ended before, and
+// so is what sounds when playing ends early; 0: what sounds is nobody's concern.
 std::optional<std::string> playInto(ServiceClient& service, const std::string& port, service::Player& player,
-                                    const StopSignals& signals,
+                                    std::uint64_t pass, const StopSignals& signals,
                                     const std::function<void(std::uint64_t messages)>& progress);
 
 }  // namespace streamctl

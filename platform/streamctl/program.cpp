@@ -1,7 +1,5 @@
 #include "platform/streamctl/program.h"
 
-#include <cstdio>
-#include <utility>
 #include <variant>
 
 #include "platform/streamctl/command_line.h"
@@ -10,9 +8,10 @@
 #include "platform/streamctl/list.h"
 #include "platform/streamctl/output.h"
 #include "platform/streamctl/play.h"
-#include "platform/streamctl/service_client.h"
+#include "platform/streamctl/service_place.h"
 #include "platform/streamctl/stats.h"
 #include "platform/streamctl/watch.h"
+#include "platform/wire/program_line.h"
 
 namespace streamctl {
 namespace {
@@ -20,17 +19,15 @@ namespace {
 constexpr int Failed = 1;
 constexpr int WrongWords = 2;
 
-void complain(const std::string& line) { std::fprintf(stderr, "streamctl: %s\n", line.c_str()); }
-
 int statusOf(const Outcome& outcome) {
   if (!outcome) return 0;
-  if (!outcome->cause.empty()) complain(outcome->cause);
+  if (!outcome->cause.empty()) wire::sayLine(outcome->cause);
   return Failed;
 }
 
 int say(const Saying& saying) {
   if (saying.wrong) {
-    complain(saying.text);
+    wire::sayLine(saying.text);
     return WrongWords;
   }
   const int error = writeOutput(saying.text);
@@ -39,12 +36,12 @@ int say(const Saying& saying) {
 
 }  // namespace
 
-int runProgram(std::vector<std::string> words) {
-  const auto parsed = parseCommandLine(std::move(words));
+int runProgram(const std::vector<std::string>& words) {
+  const auto parsed = parseCommandLine(words);
   if (const auto* saying = std::get_if<Saying>(&parsed)) return say(*saying);
   const auto& line = std::get<CommandLine>(parsed);
-  const std::string endpoint = endpointToUse(line.endpoint);
-  return statusOf(std::visit([&](const auto& command) { return run(command, endpoint); }, line.command));
+  const ServicePlace place = placeToLook(line.endpoint);
+  return statusOf(std::visit([&](const auto& command) { return run(command, place); }, line.command));
 }
 
 }  // namespace streamctl

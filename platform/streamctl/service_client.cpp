@@ -1,52 +1,44 @@
 #include "platform/streamctl/service_client.h"
 
-#include <cstdlib>
 #include <exception>
 #include <utility>
 
 #include "evtsrv.h"
 #include "platform/client/deadline.h"
 #include "platform/client/endpoint.h"
+#include "platform/client/service_search.h"
 #include "platform/wire/printable.h"
 
 namespace streamctl {
-namespace {
-
-std::string located(const std::string& endpoint, const std::string& cause) {
-  return wire::printable(endpoint) + ": " + wire::printable(cause);
+std::unique_ptr<ServiceClient> ServiceClient::open(const ServicePlace& place) {
+  std::unique_ptr<ServiceClient> taken;
+  const auto take = [&taken](client::Connection connection, const std::string& endpoint) -> std::optional<std::string> {
+    try {
+      std::unique_ptr<ServiceClient> opened(new ServiceClient(std::move(connection), endpoint));
+      const client::Connection& to = opened->connection_;
+      opened->channel_.emplace(to.context(), to.address());
+      if (!opened->channel_->greet("streamctl", client::Deadline(client::AnswerTime))) return opened->whyNoAnswer();
+      taken = std::move(opened);
+      return std::nullopt;
+    } catch (const std::exception& failure) {
+      return failure.what();
+    }
+  };
+  const auto report = [&place](const std::string& endpoint, const client::ConnectionProblem& problem) {
+    sayProblem(place, endpoint, problem);
+  };
+  if (client::findService(place.endpoints, EvtSrv::ConBehave_Void, take, report)) sayTaken(place, taken->endpoint_);
+  return taken;
 }
 
-}  // namespace
-
-std::string endpointToUse(const std::optional<std::string>& given) {
-  if (given) return *given;
-  const char* text = std::getenv("EVTSRV_ENDPOINT");
-  if (text != nullptr && *text != '\0') return text;
-  return client::endpointsWhenUnset().front();
-}
-
-std::variant<std::unique_ptr<ServiceClient>, std::string> ServiceClient::open(const std::string& endpoint) {
-  auto connection = client::openConnection(endpoint, EvtSrv::ConBehave_Void);
-  if (const auto* problem = std::get_if<client::ConnectionProblem>(&connection)) {
-    return located(endpoint, problem->cause);
-  }
-  try {
-    std::unique_ptr<ServiceClient> opened(
-        new ServiceClient(std::get<client::Connection>(std::move(connection)), endpoint));
-    const client::Connection& to = opened->connection_;
-    opened->channel_.emplace(to.context(), to.address());
-    if (opened->channel_->greet("streamctl", client::Deadline(client::AnswerTime))) return opened;
-    return opened->whyNot();
-  } catch (const std::exception& failure) {
-    return located(endpoint, failure.what());
-  }
+std::string ServiceClient::whyNoAnswer() {
+  if (channel_->lost()) return "the service has gone";
+  return channel_->refusal() ? "the service has refused a message" : "the service does not answer";
 }
 
 std::string ServiceClient::whyNot(const std::string& port) {
-  const auto refusal = channel_->refusal();
-  if (refusal == wire::Status::NotFound) return noSuchPort(port);
-  if (channel_->lost()) return located(endpoint_, "the service has gone");
-  return located(endpoint_, refusal ? "the service has refused a message" : "the service does not answer");
+  if (channel_->refusal() == wire::Status::NotFound) return noSuchPort(port);
+  return client::endpointLine(endpoint_, whyNoAnswer());
 }
 
 void ServiceClient::leave() { channel_->ask<wire::Result>(wire::Goodbye{channel_->session()}); }

@@ -4,23 +4,20 @@
 #include <memory>
 #include <optional>
 #include <string>
-#include <variant>
 
 #include "platform/client/connection.h"
 #include "platform/client/control_channel.h"
+#include "platform/streamctl/service_place.h"
 #include "platform/wire/messages.h"
 
 namespace streamctl {
 
-// The endpoint to use: the given one, else that of EVTSRV_ENDPOINT, else the well-known local socket.
-std::string endpointToUse(const std::optional<std::string>& given);
-
 // A client of a service, with a control channel only. One thread.
 class ServiceClient {
  public:
-  // Attaches. Without a service that answers: the cause in one printable line. Blocks two seconds at most, and for
-  // the disk.
-  static std::variant<std::unique_ptr<ServiceClient>, std::string> open(const std::string& endpoint);
+  // Attaches to the first service of the place that answers. Null when none does. Says on standard error why one is not
+  // taken and, when nobody has said where to look, which one is. Blocks two seconds at most for each, and for the disk.
+  static std::unique_ptr<ServiceClient> open(const ServicePlace& place);
 
   client::ControlChannel& channel() { return *channel_; }
 
@@ -39,6 +36,8 @@ class ServiceClient {
  private:
   ServiceClient(client::Connection connection, std::string endpoint)
       : connection_(std::move(connection)), endpoint_(std::move(endpoint)) {}
+
+  std::string whyNoAnswer();
 
   client::Connection connection_;  // the last to go
   std::string endpoint_;

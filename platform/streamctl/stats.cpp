@@ -6,13 +6,12 @@
 
 namespace streamctl {
 
-Outcome run(const StatsCommand& command, const std::string& endpoint) {
-  const auto opened = ServiceClient::open(endpoint);
-  if (const auto* cause = std::get_if<std::string>(&opened)) return Failure{*cause};
-  ServiceClient& service = *std::get<std::unique_ptr<ServiceClient>>(opened);
-  const auto stats = service.ask<wire::Stats, wire::AskStats>();
-  if (!stats) return Failure{service.whyNot()};
-  service.leave();
+Outcome run(const StatsCommand& command, const ServicePlace& place) {
+  const auto service = ServiceClient::open(placeOfStreamd(place));
+  if (!service) return Failure{};
+  const auto stats = service->ask<wire::Stats, wire::AskStats>();
+  if (!stats) return Failure{service->whyNot()};
+  service->leave();
   const int error = writeOutput(command.json ? statsJson(*stats) : statsText(*stats));
   return error == 0 ? Outcome() : Failure{outputProblem(error)};
 }

@@ -1,14 +1,13 @@
 // streamctl stats.
 #pragma once
 
-#include <string>
-
 #include "platform/streamctl/command_line.h"
 #include "platform/streamctl/failure.h"
+#include "platform/streamctl/service_place.h"
 
 namespace streamctl {
 
 // Shows what the service has counted on standard output.
-Outcome run(const StatsCommand& command, const std::string& endpoint);
+Outcome run(const StatsCommand& command, const ServicePlace& place);
 
 }  // namespace streamctl

@@ -21,9 +21,13 @@ std::string fill(std::uint64_t bytes, std::uint64_t limit) {
 }  // namespace
 
 std::string statsText(const wire::Stats& stats) {
+  std::string lost = std::to_string(stats.lost);
+  if (const auto times = stats.uncountedLosses; times > 0) {
+    lost += ", and " + std::to_string(times) + (times == 1 ? " time" : " times") + " an unknown number";
+  }
   std::string text = textTable({{"messages in", std::to_string(stats.in)},
                                 {"messages out", std::to_string(stats.out)},
-                                {"messages lost", std::to_string(stats.lost)},
+                                {"messages lost", lost},
                                 {"queue limit", std::to_string(stats.queueLimit) + " bytes"}});
   std::vector<std::vector<std::string>> rows{{"PROGRAM", "PROCESS", "TAPS", "IN", "OUT", "LOST", "QUEUE", "FILL"}};
   for (const wire::ClientStats& client : stats.clients) {
@@ -48,6 +52,7 @@ std::string statsJson(const wire::Stats& stats) {
   return jsonText(Json{{"in", stats.in},
                        {"out", stats.out},
                        {"lost", stats.lost},
+                       {"uncounted_losses", stats.uncountedLosses},
                        {"queue_limit", stats.queueLimit},
                        {"clients", std::move(clients)}},
                   2) +

@@ -9,8 +9,6 @@
 namespace streamctl {
 namespace {
 
-constexpr std::array<int, 2> Signals{SIGINT, SIGTERM};
-
 std::atomic<int> latest{0};
 
 static_assert(std::atomic<int>::is_always_lock_free, "signal handlers write it");
@@ -21,32 +19,32 @@ std::chrono::nanoseconds clockNow() { return std::chrono::steady_clock::now().ti
 
 }  // namespace
 
-StopSignals::StopSignals() {
+StopSignals::StopSignals(std::span<const int> signals) : signals_(signals), before_(signals.size()) {
   latest = 0;
   // Calls that wait are interrupted, or the wish would only be seen when they are over.
   struct sigaction action {};
   action.sa_handler = remember;
   action.sa_flags = static_cast<int>(SA_RESETHAND);
   sigemptyset(&action.sa_mask);
-  for (std::size_t i = 0; i < Signals.size(); ++i) {
-    sigaction(Signals.at(i), nullptr, &before_.at(i));
-    if (before_.at(i).sa_handler != SIG_IGN) sigaction(Signals.at(i), &action, nullptr);
+  for (std::size_t i = 0; i < signals_.size(); ++i) {
+    sigaction(signals_[i], nullptr, &before_[i]);
+    if (before_[i].sa_handler != SIG_IGN) sigaction(signals_[i], &action, nullptr);
   }
 }
 
 StopSignals::~StopSignals() {
-  for (std::size_t i = 0; i < Signals.size(); ++i) sigaction(Signals.at(i), &before_.at(i), nullptr);
+  for (std::size_t i = 0; i < signals_.size(); ++i) sigaction(signals_[i], &before_[i], nullptr);
 }
 
 int StopSignals::caught() const { return latest; }
 
 void StopSignals::waitUntil(std::chrono::nanoseconds time) const {
   // Held back until the wait begins: a signal between the look and the wait would be slept through.
-  sigset_t both;
+  sigset_t all;
   sigset_t before;
-  sigemptyset(&both);
-  for (const int signal : Signals) sigaddset(&both, signal);
-  pthread_sigmask(SIG_BLOCK, &both, &before);
+  sigemptyset(&all);
+  for (const int signal : signals_) sigaddset(&all, signal);
+  pthread_sigmask(SIG_BLOCK, &all, &before);
   const auto left = std::max(time - clockNow(), std::chrono::nanoseconds(0));
   const auto seconds = std::chrono::floor<std::chrono::seconds>(left);
   const timespec timeout{static_cast<std::time_t>(seconds.count()), static_cast<long>((left - seconds).count())};

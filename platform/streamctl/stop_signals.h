@@ -4,14 +4,23 @@
 #include <array>
 #include <chrono>
 #include <csignal>
+#include <span>
+#include <vector>
 
 namespace streamctl {
 
-// While it lives, SIGINT and SIGTERM do not end the process but are remembered; the second of a kind ends it at once.
-// Signals that were ignored before stay ignored. One at a time, made and destroyed on the main thread.
+// While it lives, its signals do not end the process but are remembered; the second of a kind ends it at once. Signals
+// that were ignored before stay ignored. One at a time, made and destroyed on the main thread.
 class StopSignals {
  public:
-  StopSignals();
+  // How people and programs ask for the end.
+  static constexpr std::array Asking{SIGINT, SIGTERM};
+
+  // Those, and what else ends a program from outside, as a terminal that goes away does.
+  static constexpr std::array Ending{SIGINT, SIGTERM, SIGHUP, SIGQUIT, SIGPIPE, SIGALRM, SIGUSR1, SIGUSR2};
+
+  // signals: live as long as this object.
+  explicit StopSignals(std::span<const int> signals = Asking);
   StopSignals(const StopSignals&) = delete;
   StopSignals& operator=(const StopSignals&) = delete;
   // What was done with the signals before is done again.
@@ -28,7 +37,8 @@ class StopSignals {
   void passOn();
 
  private:
-  std::array<struct sigaction, 2> before_{};
+  std::span<const int> signals_;
+  std::vector<struct sigaction> before_;
 };
 
 }  // namespace streamctl

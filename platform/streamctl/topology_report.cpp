@@ -28,7 +28,7 @@ using Peers = std::unordered_map<ServicePort, std::string, ServicePortHash>;
 void enter(Peers& peers, ServicePort port, const std::string& peer) {
   std::string& names = peers[port];
   if (!names.empty()) names += ' ';
-  names += wire::printable(peer);
+  names += peer;
 }
 
 // What groups and ports are called in the systems that they come from.
@@ -64,14 +64,15 @@ using Row = std::vector<std::string>;
 // The rows of a table, whose column of original names is left out when there are none.
 class Rows {
  public:
-  Rows(const PortNames& names, const OriginalNames& originals) : names_(names), originals_(originals) {
+  Rows(const PortNames& names, const OriginalNames& originals, wire::TextEncoding encoding)
+      : names_(names), originals_(originals), encoding_(encoding) {
     add({"GROUP", "NAME", "SIDE", "PORT"}, "ORIGINAL", "CONNECTIONS");
   }
 
   void addSide(const wire::TopologyGroup& group, Side side, const Peers& peers) {
     const auto& ports = side == Side::Source ? group.sources : group.sinks;
     if (!ports) return;
-    const Row front{std::to_string(*group.id), wire::printable(group.name), side == Side::Source ? "source" : "sink"};
+    const Row front{std::to_string(*group.id), printable(group.name), side == Side::Source ? "source" : "sink"};
     const auto addPort = [&](const std::string& name, const std::string& original, const std::string& connections) {
       Row row = front;
       row.push_back(name);
@@ -81,19 +82,20 @@ class Rows {
     for (std::uint16_t index = 0; index < ports->count; ++index) {
       if (!ports->has(index)) continue;
       const auto found = peers.find({group.handle, index});
-      addPort(wire::printable(names_.name(*group.id, index, side)),
-              wire::printable(originals_.port(group.handle, index, side)),
-              found == peers.end() ? std::string() : found->second);
+      addPort(printable(names_.name(*group.id, index, side)), printable(originals_.port(group.handle, index, side)),
+              found == peers.end() ? std::string() : printable(found->second));
     }
   }
 
   void addBare(const wire::TopologyGroup& group) {
-    add({std::to_string(*group.id), wire::printable(group.name), {}, {}}, {}, {});
+    add({std::to_string(*group.id), printable(group.name), {}, {}}, {}, {});
   }
 
   std::string text() const { return textTable(rows_); }
 
  private:
+  std::string printable(const std::string& name) const { return wire::printable(name, encoding_); }
+
   void add(Row front, const std::string& original, const std::string& connections) {
     if (originals_.any()) front.push_back(original);
     front.push_back(connections);
@@ -102,6 +104,7 @@ class Rows {
 
   const PortNames& names_;
   const OriginalNames& originals_;
+  wire::TextEncoding encoding_;
   std::vector<Row> rows_;
 };
 
@@ -164,7 +167,8 @@ class Device {
 
 }  // namespace
 
-std::string topologyText(const wire::Topology& topology, const wire::Links& links, const wire::Originals& originals) {
+std::string topologyText(const wire::Topology& topology, const wire::Links& links, const wire::Originals& originals,
+                         wire::TextEncoding encoding) {
   const Device device(topology);
   const OriginalNames originalNames(originals);
   Peers sinksOf;
@@ -173,7 +177,7 @@ std::string topologyText(const wire::Topology& topology, const wire::Links& link
     enter(sinksOf, {link.sourceGroup, link.sourceIndex}, device.sink(link));
     enter(sourcesOf, {link.sinkGroup, link.sinkIndex}, device.source(link));
   }
-  Rows rows(device.names(), originalNames);
+  Rows rows(device.names(), originalNames, encoding);
   for (const wire::TopologyGroup& group : device.groups()) {
     rows.addSide(group, Side::Source, sinksOf);
     rows.addSide(group, Side::Sink, sourcesOf);

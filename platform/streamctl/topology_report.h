@@ -4,13 +4,15 @@
 #include <string>
 
 #include "platform/wire/messages.h"
+#include "platform/wire/text_encoding.h"
 
 namespace streamctl {
 
 // A line for each port under a line of headings: id and name of its group, its side, its name, what it is called in the
 // system that it comes from (when any comes from one), and the ports that it is connected to, in the order of making. A
-// side without ports has one line, and so has a group without sides.
-std::string topologyText(const wire::Topology& topology, const wire::Links& links, const wire::Originals& originals);
+// side without ports has one line, and so has a group without sides. encoding: of who reads it.
+std::string topologyText(const wire::Topology& topology, const wire::Links& links, const wire::Originals& originals,
+                         wire::TextEncoding encoding);
 
 // A JSON document:
 //

@@ -4,8 +4,11 @@
 #include <csignal>
 #include <cstdlib>
 #include <utility>
+#include <variant>
 
 #include "evtsrv.h"
+#include "platform/client/connection.h"
+#include "platform/client/session.h"
 #include "platform/streamctl/event_lines.h"
 #include "platform/streamctl/output.h"
 #include "platform/streamctl/service_client.h"
@@ -55,6 +58,19 @@ class WatchPort : public EvtSrv::EventPort {
   bool malformed_ = false;
 };
 
+// Makes the library use the one endpoint of the place. False, and it is said why, when no service is there: only we
+// know what to do next.
+bool makeKnown(const ServicePlace& place) {
+  const std::string& endpoint = place.endpoints.front();
+  const auto connection = client::openConnection(endpoint, EvtSrv::ConBehave_Void);
+  if (const auto* problem = std::get_if<client::ConnectionProblem>(&connection)) {
+    sayProblem(place, endpoint, *problem);
+    return false;
+  }
+  setenv("EVTSRV_ENDPOINT", endpoint.c_str(), 1);
+  return true;
+}
+
 // Why there is no tap.
 std::string causeOf(EvtSrv::EventResult result, const std::string& port, const std::string& endpoint) {
   const bool unknown = result == EvtSrv::EvtRes_NotFound || result == EvtSrv::EvtRes_BadArgument;
@@ -63,12 +79,14 @@ std::string causeOf(EvtSrv::EventResult result, const std::string& port, const s
 
 }  // namespace
 
-Outcome run(const WatchCommand& command, const std::string& endpoint) {
+Outcome run(const WatchCommand& command, const ServicePlace& place) {
   const StopSignals signals;
   std::signal(SIGPIPE, SIG_IGN);
-  setenv("EVTSRV_ENDPOINT", endpoint.c_str(), 1);
+  if (!place.isDefault && !makeKnown(place)) return Failure{};
   EvtSrv::EventPortManager manager(EvtSrv::ConBehave_Void, true);
   if (manager.session() == nullptr) return Failure{};  // the library has said why
+  const std::string& endpoint = manager.session()->endpoint();
+  sayTaken(place, endpoint);
   WatchPort port(manager, command.json ? LineForm::Json : LineForm::Text, signals);
   for (const std::string& name : command.ports) {
     EvtSrv::MemoryHolder holder(HolderBytes);

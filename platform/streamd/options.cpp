@@ -1,10 +1,12 @@
 #include "platform/streamd/options.h"
 
 #include <CLI/CLI.hpp>
+#include <cstdio>
 
 #include "platform/host/devices.h"
 #include "platform/host/limits.h"
 #include "platform/host/local_socket.h"
+#include "platform/wire/printable.h"
 
 namespace streamd {
 namespace {
@@ -44,7 +46,10 @@ std::variant<Options, EndWith> parseOptions(int count, const char* const* words)
   try {
     app.parse(count, words);
   } catch (const CLI::ParseError& problem) {
-    return EndWith{app.exit(problem) == 0 ? 0 : UsageStatus};
+    // Help and version are asked for so, too.
+    if (problem.get_exit_code() == 0) return EndWith{app.exit(problem)};
+    std::fprintf(stderr, "streamd: %s (--help tells more)\n", wire::printable(problem.what()).c_str());
+    return EndWith{UsageStatus};
   }
   if (options.drivers.empty() && options.device.empty()) options.drivers.emplace_back(host::BuiltinDriver);
   return options;

@@ -183,6 +183,7 @@ void fields(Io& io, Fields<Io, Stats> m) {
   io(m.lost);
   io(m.queueLimit);
   io(m.clients);
+  io(m.uncountedLosses);
 }
 
 template <class Io>

@@ -196,6 +196,8 @@ struct Stats {
   std::uint64_t lost = 0;
   std::uint64_t queueLimit = 0;      // bytes that may wait for one client
   std::vector<ClientStats> clients;  // in the order of their coming
+  // How many times messages were lost on the way to the service, perhaps none, that nobody could count: not in lost.
+  std::uint64_t uncountedLosses = 0;
 };
 
 // --- event channel ---

@@ -104,7 +104,7 @@ ChildDescriptors::ChildDescriptors() {
 ChildDescriptors::~ChildDescriptors() { posix_spawn_file_actions_destroy(&actions_); }
 
 void ChildDescriptors::open(int target, const std::string& path, int flags) {
-  check(posix_spawn_file_actions_addopen(&actions_, target, path.c_str(), flags, 0), path);
+  check(posix_spawn_file_actions_addopen(&actions_, target, path.c_str(), flags, 0600), path);
 }
 
 void ChildDescriptors::duplicate(int target, int source) {

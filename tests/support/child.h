@@ -49,7 +49,7 @@ class ChildDescriptors {
   ChildDescriptors& operator=(const ChildDescriptors&) = delete;
   ~ChildDescriptors();
 
-  // Opens a file as the descriptor target. flags as for open().
+  // Opens a file as the descriptor target. flags as for open(); its owner may read and write a file that is created.
   void open(int target, const std::string& path, int flags);
 
   // Gives the program our descriptor source as its descriptor target.

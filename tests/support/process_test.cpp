@@ -1,10 +1,15 @@
 #include "tests/support/process.h"
 
+#include <fcntl.h>
 #include <gtest/gtest.h>
+#include <unistd.h>
 
 #include <csignal>
 #include <cstddef>
+#include <filesystem>
 #include <system_error>
+
+#include "tests/support/scratch_folder.h"
 
 namespace testsupport {
 namespace {
@@ -49,6 +54,19 @@ TEST(Process, GivesUpAtTheDeadline) {
 
 TEST(Process, ThrowsWhenThereIsNoSuchProgram) {
   EXPECT_THROW(runProcess({"/no/such/program", {}, {}, ""}, "", generous()), std::system_error);
+}
+
+// Root reads every file; other users do not.
+TEST(Child, WhoStartsItMayReadAndWriteTheFilesThatItMakes) {
+  const ScratchFolder folder;
+  const std::filesystem::path log = folder.path() / "log";
+  ChildDescriptors descriptors;
+  descriptors.open(STDOUT_FILENO, log, O_WRONLY | O_CREAT);
+  Child child(shell("echo out"), descriptors);
+  EXPECT_EQ(child.wait(generous()), ExitStatus::exited(0));
+  const auto own = std::filesystem::perms::owner_read | std::filesystem::perms::owner_write;
+  EXPECT_EQ(std::filesystem::status(log).permissions() & own, own);
+  EXPECT_EQ(std::filesystem::file_size(log), 4U);
 }
 
 }  // namespace

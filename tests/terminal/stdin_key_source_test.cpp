@@ -87,6 +87,7 @@ std::atomic<int> stolen{0};
 
 TEST(StdinKeySource, AByteThatSomebodyElseTookIsNotTheEnd) {
   constexpr int Typed = 3000;
+  stolen = 0;
   // The handler runs on the reader's thread, mostly after its waiting and before its reading.
   struct sigaction action {};
   struct sigaction before {};

@@ -12,6 +12,7 @@
 #include <string_view>
 #include <vector>
 
+#include "terminal/job_control.h"
 #include "terminal/line_editor.h"
 #include "terminal/stdin_key_source.h"
 #include "terminal/terminal_mode.h"
@@ -68,6 +69,109 @@ TEST(TerminalSignals, ContinuingInTheBackgroundLeavesTheTerminalAlone) {
     return 0;
   });
   EXPECT_EQ(session.allReports(), "saved end exited 0");
+}
+
+TEST(TerminalSignals, AfterAStopATerminalThatControlsNoSessionIsRawAgain) {
+  TerminalSession session([](const TerminalSession::Inside& inside) {
+    const pid_t child = fork();
+    if (child == 0) {
+      limitChild();
+      setsid();
+      StdinKeySource keys;
+      const TerminalSignals signals(keys);
+      setTerminalMode(TerminalMode::Raw);
+      raise(SIGSTOP);
+      inside.say(keys.readByte() == InputResumed ? "resumed " : "a key ");
+      inside.say(inside.mode());
+      _exit(0);
+    }
+    int status = 0;
+    waitpid(child, &status, WUNTRACED);
+    tcsetattr(0, TCSANOW, &inside.settingsAtStart);
+    kill(child, SIGCONT);
+    waitpid(child, &status, 0);
+    inside.say(describeStatus(status));
+    return 0;
+  });
+  EXPECT_EQ(session.allReports(), "resumed raw exited 0");
+}
+
+TEST(StdinKeySource, InputInTheBackgroundWhereStopsAreIgnoredIsTheEnd) {
+  TerminalSession session([](const TerminalSession::Inside& inside) {
+    const pid_t child = fork();
+    if (child == 0) {
+      limitChild();
+      setpgid(0, 0);
+      signal(SIGTTIN, SIG_IGN);
+      StdinKeySource keys;
+      inside.say(keys.readByte() == EndOfInput ? "end " : "a key ");
+      _exit(0);
+    }
+    [[maybe_unused]] const ssize_t typed = write(inside.keyboard, "\n", 1);
+    int status = 0;
+    waitpid(child, &status, WUNTRACED);
+    inside.say(describeStatus(status));
+    return 0;
+  });
+  EXPECT_EQ(session.allReports(), "end exited 0");
+}
+
+TEST(StdinKeySource, InputInTheBackgroundWhereNobodyCouldContinueItIsTheEnd) {
+  TerminalSession session([](const TerminalSession::Inside& inside) {
+    std::array<int, 2> life{};
+    if (pipe(life.data()) != 0) return 1;
+    // The shell that has started it is gone.
+    const pid_t shell = fork();
+    if (shell == 0) {
+      const pid_t self = getpid();
+      if (fork() > 0) _exit(0);
+      limitChild();
+      setpgid(0, 0);
+      while (getppid() == self) usleep(1000);
+      StdinKeySource keys;
+      inside.say(keys.readByte() == EndOfInput ? "end" : "a key");
+      _exit(0);
+    }
+    close(life[1]);
+    waitpid(shell, nullptr, 0);
+    [[maybe_unused]] const ssize_t typed = write(inside.keyboard, "\n", 1);
+    readUntil(life[0], {});
+    return 0;
+  });
+  EXPECT_EQ(session.allReports(), "end");
+}
+
+TEST(JobControl, AStopForInputStopsTheWholeGroup) {
+  TerminalSession session([](const TerminalSession::Inside& inside) {
+    const pid_t reader = fork();
+    if (reader == 0) {
+      limitChild();
+      setpgid(0, 0);
+      raise(SIGSTOP);
+      stopForInput(0);
+      _exit(0);
+    }
+    int status = 0;
+    waitpid(reader, &status, WUNTRACED);
+    const pid_t other = fork();
+    if (other == 0) {
+      limitChild();
+      setpgid(0, reader);
+      kill(reader, SIGCONT);
+      for (;;) pause();
+    }
+    for (const pid_t child : {reader, other}) {
+      waitpid(child, &status, WUNTRACED);
+      inside.say(describeStatus(status) + " ");
+    }
+    kill(-reader, SIGCONT);
+    waitpid(reader, &status, 0);
+    inside.say(describeStatus(status));
+    kill(other, SIGKILL);
+    return 0;
+  });
+  const std::string stopped = "stopped by " + std::to_string(SIGTTIN) + " ";
+  EXPECT_EQ(session.allReports(), stopped + stopped + "exited 0");
 }
 
 // The other side of a job: what the shell that started it sees and does.
@@ -174,6 +278,55 @@ TEST(TerminalSignals, AStopThatCannotBeHandledIsMadeGoodWhenItContinues) {
   });
   EXPECT_EQ(session.allReports(),
             "drawn stopped by " + std::to_string(SIGSTOP) + " saved drawn raw " + killedBy(SIGKILL) + " ");
+}
+
+TEST(TerminalSignals, StoppedByInputInTheBackgroundItDrawsItsPromptWithoutAKey) {
+  TerminalSession session([](const TerminalSession::Inside& inside) {
+    const Job job;
+    inside.say(job.awaitDrawn(FirstPrompt));
+    [[maybe_unused]] ssize_t typed = write(inside.keyboard, "ab\x1b[D", 5);
+    inside.say(job.awaitDrawn("\x1b[8Gab\x1b[0K\x1b[10G\x1b[9G"));
+    typed = write(inside.keyboard, "\x1a", 1);
+    inside.say(job.awaitStop());
+    // More than once, since it may be continued in the background again.
+    for (int round = 0; round < 2; ++round) {
+      job.signalAll(SIGCONT);
+      typed = write(inside.keyboard, "\n", 1);
+      inside.say(job.awaitStop());
+      inside.say(inside.mode());
+    }
+    tcflush(0, TCIFLUSH);  // in place of the shell, which reads it
+    job.continueInForeground();
+    inside.say(job.awaitDrawn(WithLine));
+    inside.say(inside.mode());
+    job.signalAll(SIGTERM);
+    inside.say(job.awaitStop());
+    inside.say(inside.mode());
+    return 0;
+  });
+  const std::string stopped = "stopped by " + std::to_string(SIGTTIN) + " saved ";
+  EXPECT_EQ(session.allReports(), "drawn drawn stopped by " + std::to_string(SIGTSTP) + " " + stopped + stopped +
+                                      "drawn raw " + killedBy(SIGTERM) + " saved ");
+}
+
+TEST(TerminalSignals, StoppedByInputInTheBackgroundItEndsThere) {
+  TerminalSession session([](const TerminalSession::Inside& inside) {
+    const Job job;
+    inside.say(job.awaitDrawn(FirstPrompt));
+    [[maybe_unused]] ssize_t typed = write(inside.keyboard, "\x1a", 1);
+    inside.say(job.awaitStop());
+    job.signalAll(SIGCONT);
+    typed = write(inside.keyboard, "\n", 1);
+    inside.say(job.awaitStop());
+    tcflush(0, TCIFLUSH);  // in place of the shell, which reads it
+    job.signalAll(SIGTERM);
+    job.signalAll(SIGCONT);
+    inside.say(job.awaitStop());
+    inside.say(inside.mode());
+    return 0;
+  });
+  EXPECT_EQ(session.allReports(), "drawn stopped by " + std::to_string(SIGTSTP) + " stopped by " +
+                                      std::to_string(SIGTTIN) + " " + killedBy(SIGTERM) + " saved ");
 }
 
 // An editor that quits at any line, as a shell does.

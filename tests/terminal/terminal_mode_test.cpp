@@ -151,16 +151,13 @@ std::string inBackground(const std::function<int()>& code) {
   return describeStatus(status);
 }
 
-TEST(TerminalMode, ChangingItFromTheBackgroundDoesNotStopTheProcess) {
+TEST(TerminalMode, InTheBackgroundNothingChangesAndNothingStops) {
   TerminalSession session([](const TerminalSession::Inside& inside) {
     inside.say(inBackground([&] {
       if (tcgetpgrp(0) == getpgrp()) return 1;
-      setTerminalMode(TerminalMode::Raw);
+      inside.say(setTerminalMode(TerminalMode::Raw) ? "applied " : "refused ");
       inside.say(inside.mode());
-      setTerminalMode(TerminalMode::Saved);
-      inside.say(inside.mode());
-      setTerminalMode(TerminalMode::Raw);
-      lendTerminal();
+      inside.say(setTerminalMode(TerminalMode::Saved) ? "applied " : "refused ");
       inside.say(inside.mode());
       return 0;
     }));
@@ -168,7 +165,154 @@ TEST(TerminalMode, ChangingItFromTheBackgroundDoesNotStopTheProcess) {
     inside.say(inBackground([&] { return tcsetattr(0, TCSANOW, &inside.settingsAtStart); }));
     return 0;
   });
-  EXPECT_EQ(session.allReports(), "raw saved saved exited 0stopped by " + std::to_string(SIGTTOU));
+  EXPECT_EQ(session.allReports(), "refused saved refused saved exited 0stopped by " + std::to_string(SIGTTOU));
+}
+
+// What another program makes of the terminal.
+termios settingsOfAnother(const termios& settingsAtStart) {
+  termios other = settingsAtStart;
+  other.c_lflag &= ~static_cast<tcflag_t>(ECHO | ISIG);
+  other.c_iflag &= ~static_cast<tcflag_t>(ICRNL);
+  other.c_oflag &= ~static_cast<tcflag_t>(OPOST);
+  other.c_cc[VERASE] = 'e';
+  return other;
+}
+
+std::string_view isSame(const termios& expected) {
+  termios current{};
+  tcgetattr(0, &current);
+  return sameSettings(current, expected) ? "same " : "changed ";
+}
+
+TEST(TerminalMode, InTheBackgroundItStaysAsAnotherProgramHasMadeIt) {
+  TerminalSession session([](const TerminalSession::Inside& inside) {
+    const termios other = settingsOfAnother(inside.settingsAtStart);
+    // Raw before it came to the background, and not.
+    for (const bool before : {true, false}) {
+      if (before) setTerminalMode(TerminalMode::Raw);
+      inside.say(inBackground([&] {
+        const sighandler_t stop = signal(SIGTTOU, SIG_IGN);  // in place of the program in the foreground
+        tcsetattr(0, TCSANOW, &other);
+        signal(SIGTTOU, stop);
+        const auto say = [&] { inside.say(isSame(other)); };
+        lendTerminal();
+        say();
+        reclaimTerminal();
+        say();
+        setTerminalMode(TerminalMode::Raw);
+        say();
+        {
+          const SavedModeScope scope;
+          say();
+        }
+        say();
+        renewRawMode();
+        catchUpRawMode();
+        say();
+        lendTerminal();
+        say();
+        setTerminalMode(TerminalMode::Saved);
+        say();
+        return 0;
+      }));
+      if (before) setTerminalMode(TerminalMode::Saved);
+    }
+    return 0;
+  });
+  const std::string all = "same same same same same same same same exited 0";
+  EXPECT_EQ(session.allReports(), all + all);
+}
+
+TEST(TerminalMode, WhatIsFoundInTheForegroundFirstIsSaved) {
+  TerminalSession session([](const TerminalSession::Inside& inside) {
+    signal(SIGTTOU, SIG_IGN);
+    const termios other = settingsOfAnother(inside.settingsAtStart);
+    inside.say(inBackground([&] {
+      if (catchUpRawMode()) inside.say("nobody asked ");
+      setTerminalMode(TerminalMode::Raw);
+      inside.say(catchUpRawMode() ? "caught up " : "refused ");
+      tcsetattr(0, TCSANOW, &other);
+      tcsetpgrp(0, getpgrp());
+      inside.say(catchUpRawMode() ? "caught up " : "refused ");
+      inside.say(inside.mode());
+      inside.say(catchUpRawMode() ? "again " : "done ");
+      inside.say(setTerminalMode(TerminalMode::Saved) ? "applied " : "refused ");
+      inside.say(isSame(other));
+      if (catchUpRawMode()) inside.say("nobody asked ");
+      return 0;
+    }));
+    return 0;
+  });
+  EXPECT_EQ(session.allReports(), "refused caught up raw done applied same exited 0");
+}
+
+TEST(TerminalMode, RawIsMadeOfTheSavedSettings) {
+  TerminalSession session([](const TerminalSession::Inside& inside) {
+    const termios other = settingsOfAnother(inside.settingsAtStart);
+    setTerminalMode(TerminalMode::Raw);
+    termios raw{};
+    tcgetattr(0, &raw);
+    const auto leaveOther = [&] { tcsetattr(0, TCSANOW, &other); };
+    {
+      const SavedModeScope scope;
+      leaveOther();
+    }
+    inside.say(isSame(raw));
+    lendTerminal();
+    leaveOther();
+    reclaimTerminal();
+    inside.say(isSame(raw));
+    leaveOther();
+    renewRawMode();
+    inside.say(isSame(raw));
+    leaveOther();
+    setTerminalMode(TerminalMode::Raw);
+    inside.say(isSame(raw));
+    setTerminalMode(TerminalMode::Saved);
+    inside.say(inside.mode());
+    return 0;
+  });
+  EXPECT_EQ(session.allReports(), "same same same same saved ");
+}
+
+// Runs code in a session of its own, which the terminal does not control.
+std::string withoutControl(const std::function<int()>& code) {
+  const pid_t child = fork();
+  if (child == 0) {
+    limitChild();
+    setsid();
+    _exit(code());
+  }
+  int status = 0;
+  waitpid(child, &status, 0);
+  return describeStatus(status);
+}
+
+TEST(TerminalMode, ATerminalThatControlsNoSessionHasNoBackground) {
+  TerminalSession session([](const TerminalSession::Inside& inside) {
+    inside.say(withoutControl([&] {
+      if (tcgetpgrp(0) >= 0) return 1;
+      inside.say(setTerminalMode(TerminalMode::Raw) ? "applied " : "refused ");
+      inside.say(inside.mode());
+      {
+        const SavedModeScope scope;
+        inside.say(inside.mode());
+      }
+      inside.say(inside.mode());
+      lendTerminal();
+      inside.say(inside.mode());
+      inside.say(reclaimTerminal() ? "reclaimed " : "refused ");
+      inside.say(inside.mode());
+      tcsetattr(0, TCSANOW, &inside.settingsAtStart);
+      inside.say(renewRawMode() ? "renewed " : "refused ");
+      inside.say(inside.mode());
+      inside.say(setTerminalMode(TerminalMode::Saved) ? "applied " : "refused ");
+      inside.say(inside.mode());
+      return 0;
+    }));
+    return 0;
+  });
+  EXPECT_EQ(session.allReports(), "applied raw saved raw saved reclaimed raw renewed raw applied saved exited 0");
 }
 
 TEST(TerminalMode, ATerminalIsReclaimedInTheForegroundAlone) {
@@ -232,7 +376,7 @@ TEST(TerminalMode, ASystemCommandHasTheSavedSettings) {
     inside.say(inside.mode());
     return 0;
   });
-  EXPECT_EQ(session.allReports(), "saved raw saved exited 0saved ");
+  EXPECT_EQ(session.allReports(), "saved raw raw exited 0saved ");
 }
 
 TEST(TerminalMode, HandlersKeepErrno) {

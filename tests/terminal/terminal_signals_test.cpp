@@ -13,6 +13,7 @@
 #include "terminal/line_editor.h"
 #include "terminal/stdin_key_source.h"
 #include "terminal/terminal_mode.h"
+#include "tests/support/signals.h"
 #include "tests/terminal/fakes.h"
 #include "tests/terminal/terminal_session.h"
 
@@ -27,7 +28,7 @@ using test::RecordingHost;
 using test::TerminalSession;
 
 TEST(TerminalSignals, TheTerminalIsGivenBackBeforeASignalEndsTheProgram) {
-  for (const int signal : {SIGINT, SIGTERM, SIGHUP, SIGQUIT, SIGABRT, SIGSEGV}) {
+  for (const int signal : testsupport::endingSignals()) {
     TerminalSession session([](const TerminalSession::Inside& inside) {
       StdinKeySource keys;
       const TerminalSignals signals(keys);
@@ -64,6 +65,13 @@ void readWhatMayNotBeRead() {
   [[maybe_unused]] const char byte = *static_cast<volatile char*>(page);
 }
 
+// Behind the end of a file that has been shortened.
+void readWhatIsGone() {
+  const int file = memfd_create("gone", MFD_CLOEXEC);
+  void* page = mmap(nullptr, 4096, PROT_READ, MAP_PRIVATE, file, 0);
+  [[maybe_unused]] const char byte = *static_cast<volatile char*>(page);
+}
+
 // Frames that are large, so that no other limit comes first.
 int fillTheStack(int depth) {
   volatile char frame[16384];
@@ -84,6 +92,7 @@ std::vector<Failure> failures() {
       {"abort", [] { std::abort(); }, SIGABRT},
       {"buffer overflow report", [] { __chk_fail(); }, SIGABRT},
       {"fault", readWhatMayNotBeRead, SIGSEGV},
+      {"bus error", readWhatIsGone, SIGBUS},
       {"stack overflow", [] { fillTheStack(0); }, SIGSEGV},
   };
 }
@@ -129,16 +138,46 @@ TEST(TerminalSignals, AProgramThatFailsInACommandGivesTheTerminalBack) {
 
 TEST(TerminalSignals, WhatWasIgnoredBeforeStaysIgnored) {
   TerminalSession session([](const TerminalSession::Inside& inside) {
-    for (const int signal : {SIGHUP, SIGINT, SIGQUIT, SIGTERM, SIGTSTP}) std::signal(signal, SIG_IGN);
+    std::vector<int> ignored = testsupport::endingSignals();
+    ignored.push_back(SIGTSTP);
+    for (const int fault : testsupport::faultSignals()) std::erase(ignored, fault);
+    for (const int signal : ignored) std::signal(signal, SIG_IGN);
     StdinKeySource keys;
     const TerminalSignals signals(keys);
     setTerminalMode(TerminalMode::Raw);
-    for (const int signal : {SIGHUP, SIGINT, SIGQUIT, SIGTERM, SIGTSTP}) raise(signal);
+    for (const int signal : ignored) raise(signal);
     inside.say(inside.mode());
     return 0;
   });
   EXPECT_EQ(session.allReports(), "raw ");
   EXPECT_EQ(session.end(), "exited 0");
+}
+
+TEST(TerminalSignals, AProgramThatFaultsEndsAlsoWhereThatIsIgnored) {
+  for (const int signal : testsupport::faultSignals()) {
+    TerminalSession session([signal](const TerminalSession::Inside& inside) {
+      std::signal(signal, SIG_IGN);
+      StdinKeySource keys;
+      const TerminalSignals signals(keys);
+      setTerminalMode(TerminalMode::Raw);
+      inside.say(inside.mode());
+      raise(signal);
+      return 0;
+    });
+    EXPECT_EQ(session.allReports(), "raw ") << signal;
+    EXPECT_EQ(session.end(), killedBy(signal));
+    EXPECT_TRUE(session.hasSavedSettings()) << signal;
+  }
+}
+
+TEST(TerminalSignals, SignalsThatEndNothingAreLeftAlone) {
+  for (const int signal : {SIGCHLD, SIGURG, SIGWINCH, SIGTTIN, SIGTTOU}) {
+    test::ScriptedKeys keys;
+    const TerminalSignals signals(keys);
+    struct sigaction inside {};
+    sigaction(signal, nullptr, &inside);
+    EXPECT_EQ(inside.sa_handler, SIG_DFL) << signal;
+  }
 }
 
 void ownHandler(int /*signal*/) {}

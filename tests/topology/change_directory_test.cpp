@@ -19,7 +19,8 @@ class Shell : public TopologyShell {
   void pathChanged() override { shown.push_back(absolutePath(path_)); }
 
   StrmSrv::Patcher* patcher() override { return nullptr; }
-  std::vector<std::string>& attached() override { return attached_; }
+  AttachedList& attached() override { return attached_; }
+  RefreshRound& refreshRound() override { return round_; }
 
   ~Shell() override { std::fclose(out_); }
   Shell() = default;
@@ -35,7 +36,8 @@ class Shell : public TopologyShell {
   ConsoleOutput output_{out_, size_, keys_, false};
   std::unique_ptr<TopologyNode> tree_ = treeOf("a\n  b\n    c\n  d\nb\n  x");
   PathComponents path_;
-  std::vector<std::string> attached_;
+  AttachedList attached_;
+  RefreshRound round_;
 };
 
 struct Step {

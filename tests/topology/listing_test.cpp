@@ -39,7 +39,8 @@ class Shell : public TopologyShell {
   PathComponents& currentPath() override { return current; }
   void pathChanged() override {}
   StrmSrv::Patcher* patcher() override { return &patch; }
-  std::vector<std::string>& attached() override { return attachedNames; }
+  AttachedList& attached() override { return attachedNames; }
+  RefreshRound& refreshRound() override { return round_; }
 
   test::MemoryStream out;
   test::FixedSize size;
@@ -47,7 +48,8 @@ class Shell : public TopologyShell {
   ConsoleOutput console;
   TopologyNode root;
   PathComponents current;
-  std::vector<std::string> attachedNames;
+  AttachedList attachedNames;
+  RefreshRound round_;
 
  private:
   void addGroup(TopologyNode& side, const StrmSrv::GroupRecord& record, int sink) {
@@ -139,7 +141,7 @@ TEST_F(Listing, APortTwiceInOneGroupShowsTheGroupOnce) {
 }
 
 TEST_F(Listing, MarksOfPorts) {
-  shell.attachedNames = {"SequencerOut1"};
+  shell.attachedNames.add("SequencerOut1");
   refreshTopology(shell, {});
   EXPECT_EQ(nodeAt(shell, {"Midi", "Source", "Sequencer", "SequencerOut1"}).attributes, AttrReverse);
   EXPECT_EQ(nodeAt(shell, {"Midi", "Source", "Sequencer", "SequencerOut2"}).attributes, AttrBold);

@@ -36,7 +36,8 @@ class Shell : public TopologyShell {
   PathComponents& currentPath() override { return current_; }
   void pathChanged() override {}
   StrmSrv::Patcher* patcher() override { return &patch; }
-  std::vector<std::string>& attached() override { return attached_; }
+  AttachedList& attached() override { return attached_; }
+  RefreshRound& refreshRound() override { return round_; }
 
   // A tree that no refresh has seen.
   std::unique_ptr<TopologyNode> freshTree() const {
@@ -76,7 +77,8 @@ class Shell : public TopologyShell {
   test::ScriptedKeys keys_;
   ConsoleOutput console_{out_.stream(), size_, keys_, true};
   PathComponents current_;
-  std::vector<std::string> attached_;
+  AttachedList attached_;
+  RefreshRound round_;
   EvtSrv::EventPortManager manager_{EvtSrv::ConBehave_Void, true};
 
  public:

@@ -2,6 +2,7 @@
 #include <gtest/gtest.h>
 #include <sys/stat.h>
 
+#include <chrono>
 #include <cstdlib>
 #include <fstream>
 #include <memory>
@@ -15,8 +16,10 @@
 #include "platform/host/embedded_service.h"
 #include "platform/host/host.h"
 #include "platform/wire/program_line.h"
+#include "tests/support/deadline.h"
 #include "tests/support/scratch_folder.h"
 #include "tests/traffic/test_shell.h"
+#include "topology/listing.h"
 #include "traffic/playback.h"
 #include "traffic/port_connections.h"
 #include "traffic/traffic_output.h"
@@ -114,6 +117,26 @@ TEST_F(LostService, ConAnswersItAndDisFindsNothing) {
   EXPECT_EQ(conCommand(shell, "/Midi/Source/Keyboard", "/Midi/Sink/Thru"), ResultConnectError);
   EXPECT_EQ(disCommand(shell, "/Midi/Source", nullptr), ResultOk);
   EXPECT_EQ(testing::internal::GetCapturedStderr(), line());
+}
+
+// A listing shows what is known at its time, though the connections are the same before and after.
+TEST_F(LostService, IsListedWithoutConnectionsUntilItIsBack) {
+  const auto listed = [this] {
+    listCommand(shell, 0, "/Midi/Source/Keyboard/KeyboardOut1");
+    return shell.printed();
+  };
+  const std::string before = listed();
+  EXPECT_EQ(before, "\nToneGenerator  \n\nSequencer      \n\n");
+  testing::internal::CaptureStderr();
+  service.end();
+  const testsupport::Deadline deadline(std::chrono::seconds(20));
+  while (listed() != "\n" && !deadline.passed()) std::this_thread::sleep_for(std::chrono::milliseconds(1));
+  EXPECT_EQ(listed(), "\n");
+  EXPECT_EQ(listed(), "\n");
+  const LocalService another(endpoint);
+  while (listed() != before && !deadline.passed()) std::this_thread::sleep_for(std::chrono::milliseconds(1));
+  EXPECT_EQ(listed(), before);
+  EXPECT_EQ(testing::internal::GetCapturedStderr(), line() + wire::programLine(endpoint + ": the service is back\n"));
 }
 
 }  // namespace

@@ -33,7 +33,8 @@ class TestShell : public TrafficShell {
   PathComponents& currentPath() override { return path_; }
   void pathChanged() override {}
   FlowScopePortMIDI& monitor() override { return monitor_; }
-  std::vector<std::string>& attached() override { return attached_; }
+  AttachedList& attached() override { return attached_; }
+  RefreshRound& refreshRound() override { return round_; }
   KSTD::KThreadMutex& attachMutex() override { return mutex_; }
   StrmSrv::Patcher* patcher() override { return patcher_.get(); }
 
@@ -56,7 +57,8 @@ class TestShell : public TrafficShell {
   ConsoleOutput output_;
   std::unique_ptr<TopologyNode> tree_ = std::make_unique<TopologyNode>("/");
   PathComponents path_;
-  std::vector<std::string> attached_;
+  AttachedList attached_;
+  RefreshRound round_;
   KSTD::KThreadMutex mutex_;
   std::unique_ptr<StrmSrv::Patcher> patcher_;
   FlowScopePortMIDI monitor_;

@@ -55,6 +55,7 @@ class AlsaDriver : public Driver {
 
   std::optional<Time> advance(Time now) override;
   std::optional<wire::Status> patch(bool made, const Link& link, Time now) override;
+  void finish(Time /*now*/) override { output_.finish(*events_); }
   int descriptor() const override { return ready_.descriptor(); }
   bool behind() const override { return output_.behind(); }
 

@@ -85,6 +85,10 @@ std::optional<Time> AlsaOutput::advance(DriverEvents& events, Time now) {
   return next;
 }
 
+void AlsaOutput::finish(DriverEvents& events) {
+  log_.finish([&](std::string_view text) { events.noted(text); });
+}
+
 bool AlsaOutput::behind() const { return bytes() > BehindBytes; }
 
 std::size_t AlsaOutput::bytes() const {

@@ -33,6 +33,9 @@ class AlsaOutput {
   // Sends what waits; answers when to call again.
   std::optional<Time> advance(DriverEvents& events, Time now);
 
+  // Notes what has been counted and not yet been said.
+  void finish(DriverEvents& events);
+
   // True while so much waits that senders are to be held back.
   bool behind() const;
 

@@ -2,13 +2,18 @@
 
 #include <algorithm>
 #include <charconv>
-#include <fstream>
-#include <sstream>
+#include <cstdio>
+#include <memory>
+#include <string>
 
 namespace service::alsa {
 namespace {
 
 constexpr int PortsOfDevice = 32;
+
+struct FileCloser {
+  void operator()(std::FILE* file) const { std::fclose(file); }
+};
 
 template <class Number>
 std::optional<Number> numberIn(std::string_view text) {
@@ -63,11 +68,13 @@ std::optional<std::size_t> roomIn(std::string_view text, const RawMidiPlace& pla
 }
 
 std::optional<std::size_t> roomAt(const RawMidiPlace& place) {
-  std::ifstream file("/proc/asound/card" + std::to_string(place.card) + "/midi" + std::to_string(place.device));
+  const std::string name = "/proc/asound/card" + std::to_string(place.card) + "/midi" + std::to_string(place.device);
+  // Not inherited by programs that another thread starts meanwhile.
+  const std::unique_ptr<std::FILE, FileCloser> file(std::fopen(name.c_str(), "re"));
   if (!file) return std::nullopt;
-  std::ostringstream text;
-  text << file.rdbuf();
-  return roomIn(text.str(), place);
+  std::string text;
+  for (int byte = 0; (byte = std::getc(file.get())) != EOF;) text += static_cast<char>(byte);
+  return roomIn(text, place);
 }
 
 }  // namespace service::alsa

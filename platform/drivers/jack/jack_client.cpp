@@ -7,6 +7,7 @@
 #include <thread>
 #include <utility>
 
+#include "platform/drivers/jack/opened_descriptors.h"
 #include "platform/drivers/jack/uncancelled.h"
 
 namespace service::jack {
@@ -49,10 +50,13 @@ std::variant<std::unique_ptr<JackClient>, std::string> JackClient::open(std::sha
   std::unique_ptr<JackClient> opened(new JackClient(std::move(wakeup)));
   auto status = static_cast<jack_status_t>(0);
   const std::string name = freshName();
+  const OpenedDescriptors descriptors;
   opened->client_ = jack_client_open(name.c_str(), JackNoStartServer, &status);
   if (opened->client_ == nullptr) return problem(status);
   opened->prefix_ = std::string(jack_get_client_name(opened->client_)) + ":";
-  if (!opened->activate()) return std::string("the JACK server does not let a client become active");
+  const bool active = opened->activate();
+  descriptors.keepToOurselves();
+  if (!active) return std::string("the JACK server does not let a client become active");
   return opened;
 }
 

@@ -27,6 +27,8 @@ using namespace std::chrono_literals;
 
 constexpr auto PatienceAtTheStart = 5s;
 constexpr Time BetweenTries = 1s;
+// On a busy machine periods are skipped all the time.
+constexpr Time BetweenSkipLines = 10s;
 // Of events in one call; about four thousand short ones.
 constexpr std::size_t PieceBytes = std::size_t{64} * 1024;
 constexpr std::size_t ManyWaitingBytes = std::size_t{256} * 1024;
@@ -59,9 +61,11 @@ class JackDriver : public Driver {
   void setUsed(PortId source, bool used, Time now) override;
   std::optional<Time> advance(Time now) override;
   std::optional<wire::Status> patch(bool made, const Link& link, Time now) override;
+  void finish(Time now) override;
 
  private:
   void outliveServers();
+  bool countSkipped(Time now);
   void lookForClient(Time now);
   void readNotices(Time now);
   void readNotice(const Notice& notice, Time now);
@@ -137,10 +141,7 @@ std::optional<Time> JackDriver::advance(Time now) {
   if (client_) {
     // What a client has sent before it went comes before the news that it has gone.
     const bool more = taps_.take(*client_, *events_, now, PieceBytes);
-    if (const auto skipped = client_->takeSkipped(); skipped > 0) {
-      bursts_.add(skipped, "period", "skipped, too late: messages may be lost", now);
-      taps_.skipped();
-    }
+    if (countSkipped(now)) taps_.skipped();
     readNotices(now);
     if (client_ && more) {
       next = now;
@@ -171,6 +172,18 @@ std::optional<wire::Status> JackDriver::patch(bool made, const Link& link, Time 
     events_->unlinked(link, now);
   }
   return wire::Status::Ok;
+}
+
+void JackDriver::finish(Time now) {
+  countSkipped(now);
+  bursts_.finish([&](std::string_view line) { events_->noted(line); });
+}
+
+// Answers whether there were any.
+bool JackDriver::countSkipped(Time now) {
+  const auto skipped = client_ ? client_->takeSkipped() : 0;
+  if (skipped > 0) bursts_.add(skipped, "period", "skipped, too late: messages may be lost", now, BetweenSkipLines);
+  return skipped > 0;
 }
 
 void JackDriver::lookForClient(Time now) {

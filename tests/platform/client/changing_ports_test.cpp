@@ -80,6 +80,17 @@ service::Group group(std::uint64_t handle, const std::string& name, const Names&
   return made;
 }
 
+// What a port is connected to, once that is so many ports: a question soon after another one has the same answer, and
+// news take their time. What there is after a while otherwise.
+Ports sinksOf(Patcher& patcher, PortRecord source, std::size_t count) {
+  const testsupport::Deadline deadline(Patience);
+  Ports ports;
+  do {
+    patcher.getConnectSinkPorts(source.groupId, source.portIndex, ports);
+  } while (ports.size() != count && !deadline.passed());
+  return ports;
+}
+
 class ChangingPorts : public testing::Test {
  protected:
   ChangingPorts() {
@@ -131,38 +142,62 @@ TEST_F(ChangingPorts, PortsThatComeLaterAreNamedWhereTheyAreConnected) {
   Patcher patcher(manager, 0);
   setPorts({group(0, "A", {"a"}, {}), group(3, "Later", {}, {"l0", "l1"})});
   connectPorts(link(out(0, 0), in(3, 1)));
-  Ports ports;
-  patcher.getConnectSinkPorts(0, 0, ports);
-  ASSERT_EQ(ports, (Ports{{3, 1}}));
+  ASSERT_EQ(sinksOf(patcher, {0, 0}, 1), (Ports{{3, 1}}));
   EXPECT_EQ(patcher.makeStreamPortName(0, 3, 1, 1), "l1");
   EXPECT_STREQ(StrmSrv::GroupNameTable[3], "Later");
   EXPECT_EQ(patcher.sinkGroups(), std::vector<GroupRecord>{}) << "the lists are those of the beginning";
   EXPECT_EQ(patcher.disconnect(0, 0, 3, 1), StrmSrv::StrmRes_Success);
 }
 
-// However soon after each other.
+// However soon after each other: with the news that the port is connected, which the news of the next connection
+// follow.
 TEST_F(ChangingPorts, EachPortThatComesLaterIsNamedAtOnce) {
-  setPorts({group(0, "A", {"a"}, {})});
+  constexpr std::uint16_t Count = 5;
+  const service::Group beginning = group(0, "A", {"a", "next"}, {"x0", "x1", "x2", "x3", "x4"});
+  setPorts({beginning});
   EvtSrv::EventPortManager manager(EvtSrv::ConBehave_Default, true);
   Patcher patcher(manager, 0);
-  Names names{"l0"};
+  Names names;
+  Names expected;
   Names listed;
-  for (std::uint16_t index = 0; index < 5; ++index, names.push_back("l" + std::to_string(index))) {
-    setPorts({group(0, "A", {"a"}, {}), group(3, "Later", {}, names)});
+  for (std::uint16_t index = 0; index < Count; ++index) {
+    names.push_back("l" + std::to_string(index));
+    expected.insert(expected.end(), names.begin(), names.end());
+    setPorts({beginning, group(3, "Later", {}, names)});
     connectPorts(link(out(0, 0), in(3, index)));
-    // A question that comes 50 microseconds after another one has the same answer.
-    std::this_thread::sleep_for(std::chrono::milliseconds(1));
+    connectPorts(link(out(0, 1), in(0, index)));
+    ASSERT_EQ(sinksOf(patcher, {0, 1}, index + 1U).size(), index + 1U);
     Ports ports;
     patcher.getConnectSinkPorts(0, 0, ports);
     for (const PortRecord port : ports)
       listed.push_back(patcher.makeStreamPortName(0, port.groupId, port.portIndex, 1));
   }
-  names.pop_back();
-  Names expected;
-  for (std::size_t count = 1; count <= names.size(); ++count) {
-    expected.insert(expected.end(), names.begin(), names.begin() + static_cast<std::ptrdiff_t>(count));
-  }
   EXPECT_EQ(listed, expected);
+}
+
+TEST_F(ChangingPorts, VersionChangesWithPortsThatComeAndGo) {
+  setPorts({group(0, "A", {"a", "b"}, {"x"})});
+  connectPorts(link(out(0, 0), in(0, 0)));
+  EvtSrv::EventPortManager manager(EvtSrv::ConBehave_Default, true);
+  Patcher patcher(manager, 0);
+  auto before = patcher.version();
+  // What has come is on its way, and a look that comes 50 microseconds after another one has the same answer.
+  const auto changesSoon = [&] {
+    const testsupport::Deadline deadline(Patience);
+    while (patcher.version() == before && !deadline.passed()) usleep(100);
+    return std::exchange(before, patcher.version()) != before;
+  };
+  setPorts({group(0, "A", {"a", "b"}, {"x"}), group(3, "Later", {}, {"l0", "l1"})});
+  connectPorts(link(out(0, 1), in(3, 1)));
+  EXPECT_TRUE(changesSoon());
+  Ports ports;
+  patcher.getConnectSinkPorts(0, 1, ports);
+  EXPECT_EQ(ports, (Ports{{3, 1}}));
+  EXPECT_TRUE(changesSoon()) << "the port has a name now that it had not before";
+  patcher.getConnectSinkPorts(0, 1, ports);
+  EXPECT_EQ(patcher.version(), before);
+  setPorts({group(0, "A", {"", "b"}, {"x"}), group(3, "Later", {}, {"l0", "l1"})});
+  EXPECT_TRUE(changesSoon());
 }
 
 TEST_F(ChangingPorts, PortThatHasGoneKeepsItsNameAndHasNoConnections) {
@@ -170,12 +205,9 @@ TEST_F(ChangingPorts, PortThatHasGoneKeepsItsNameAndHasNoConnections) {
   connectPorts(link(out(0, 0), in(0, 0)));
   EvtSrv::EventPortManager manager(EvtSrv::ConBehave_Default, true);
   Patcher patcher(manager, 0);
-  Ports ports;
-  patcher.getConnectSinkPorts(0, 0, ports);
-  EXPECT_EQ(ports, (Ports{{0, 0}}));
+  EXPECT_EQ(sinksOf(patcher, {0, 0}, 1), (Ports{{0, 0}}));
   setPorts({group(0, "A", {"", "b"}, {"x"})});
-  patcher.getConnectSinkPorts(0, 0, ports);
-  EXPECT_EQ(ports, Ports{});
+  EXPECT_EQ(sinksOf(patcher, {0, 0}, 0), Ports{});
   EXPECT_EQ(patcher.makeStreamPortName(0, 0, 0, 0), "a");
   EXPECT_EQ(patcher.connect(0, 0, 0, 0), StrmSrv::StrmRes_NotFound);
   EXPECT_EQ(patcher.connect(0, 1, 0, 0), StrmSrv::StrmRes_Success);

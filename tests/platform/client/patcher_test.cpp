@@ -102,6 +102,55 @@ TEST(Patcher, ListsConnectionsInTheOrderOfMaking) {
   EXPECT_EQ(sinksOf(newcomer, 0, 0), order);
 }
 
+TEST(Patcher, VersionChangesWithTheGraph) {
+  TestService service;
+  EventPortManager manager(Behaviour, true);
+  Patcher patcher(manager, 0);
+  const auto first = patcher.version();
+  sinksOf(patcher, 0, 0);
+  EXPECT_EQ(patcher.version(), first);
+  patcher.connect(0, 0, 1, 1);
+  const auto connected = patcher.version();
+  EXPECT_NE(connected, first);
+  patcher.connect(0, 0, 1, 1);
+  sinksOf(patcher, 0, 0);
+  EXPECT_EQ(patcher.version(), connected) << "stands already";
+  patcher.disconnect(0, 0, 1, 1);
+  const auto disconnected = patcher.version();
+  EXPECT_NE(disconnected, connected);
+  EXPECT_NE(disconnected, first);
+}
+
+TEST(Patcher, VersionChangesWithTheChangeOfAnotherClient) {
+  TestService service;
+  EventPortManager mine(Behaviour, true);
+  Patcher patcher(mine, 0);
+  EventPortManager theirs(Behaviour, true);
+  Patcher theirPatcher(theirs, 0);
+  for (const bool made : {true, false}) {
+    const auto before = patcher.version();
+    EXPECT_EQ(made ? theirPatcher.connect(0, 0, 1, 0) : theirPatcher.disconnect(0, 0, 1, 0), StrmSrv::StrmRes_Success);
+    const testsupport::Deadline deadline(Patience);
+    while (patcher.version() == before && !deadline.passed()) std::this_thread::sleep_for(std::chrono::milliseconds(1));
+    EXPECT_NE(patcher.version(), before);
+    EXPECT_EQ(sinksOf(patcher, 0, 0), made ? (Ports{{1, 0}}) : Ports{});
+  }
+}
+
+TEST(Patcher, VersionChangesWhenTheServiceGoes) {
+  TestService service;
+  auto manager = std::make_unique<EventPortManager>(Behaviour, true);
+  Patcher patcher(*manager, 0);
+  patcher.connect(0, 0, 1, 0);
+  const auto before = patcher.version();
+  manager.reset();
+  const auto after = patcher.version();
+  EXPECT_NE(after, before);
+  Ports ports;
+  EXPECT_EQ(patcher.getConnectSinkPorts(0, 0, ports), StrmSrv::StrmRes_NoService);
+  EXPECT_EQ(patcher.version(), after) << "nobody answers anything else any more";
+}
+
 TEST(Patcher, MessagesFollowConnections) {
   TestService service;
   EventPortManager manager(Behaviour, true);
@@ -180,6 +229,9 @@ TEST(Patcher, PatcherThatSleptThroughTooManyChangesCatchesUp) {
   EXPECT_EQ(sinksOf(sleeping, 0, 0), (Ports{{2, 0}}));
   EXPECT_EQ(sleeping.connect(0, 0, 2, 1), StrmSrv::StrmRes_Success);
   EXPECT_EQ(sinksOf(sleeping, 0, 0), (Ports{{2, 0}, {2, 1}}));
+  // It may have looked for news just before.
+  const testsupport::Deadline deadline(Patience);
+  while (sinksOf(working, 0, 0).size() < 2 && !deadline.passed()) worker.receiveEvent(1);
   EXPECT_EQ(sinksOf(working, 0, 0), (Ports{{2, 0}, {2, 1}}));
 }
 

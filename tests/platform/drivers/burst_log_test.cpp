@@ -46,6 +46,37 @@ TEST_F(BurstLogTest, BeginsAnewAfterALine) {
   EXPECT_THAT(lines, ElementsAre("1 message a"));
 }
 
+TEST_F(BurstLogTest, KeepsItsDistanceAndLosesNothing) {
+  log.add(1, "period", "a", 10s, 10s);
+  EXPECT_EQ(advance(11s), std::nullopt);
+  EXPECT_THAT(lines, ElementsAre("1 period a"));
+  log.add(2, "period", "a", 12s, 10s);
+  log.add(3, "period", "a", 20900ms, 10s);
+  log.add(1, "period", "b", 20s);
+  EXPECT_EQ(advance(20999ms), Time(21s));
+  EXPECT_THAT(lines, IsEmpty());
+  advance(21s);
+  EXPECT_THAT(lines, ElementsAre("5 periods a", "1 period b"));
+  log.add(1, "period", "a", 30999ms, 10s);
+  EXPECT_EQ(advance(31s), Time(31999ms)) << "a burst is waited for all the same";
+  log.add(1, "period", "a", 60s, 10s);
+  EXPECT_EQ(advance(60s), std::nullopt) << "the line is due";
+  EXPECT_THAT(lines, ElementsAre("2 periods a"));
+}
+
+TEST_F(BurstLogTest, TellsAtTheEndWhatIsLeft) {
+  log.add(4, "period", "a", 10s, 10s);
+  advance(11s);
+  log.add(5, "period", "a", 12s, 10s);
+  log.add(1, "message", "b", 12s);
+  lines.clear();
+  const auto take = [this](std::string_view line) { lines.emplace_back(line); };
+  log.finish(take);
+  EXPECT_THAT(lines, ElementsAre("1 message b", "5 periods a"));
+  log.finish(take);
+  EXPECT_EQ(lines.size(), 2U);
+}
+
 TEST_F(BurstLogTest, NamesThePortThatMissesMessages) {
   log.addUnsent(1, "synth:in", unsent::PortHasGone, 0s);
   log.addUnsent(4, "drums:in", unsent::TooMuchWaits, 0s);

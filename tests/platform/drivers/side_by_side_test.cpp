@@ -113,6 +113,13 @@ TEST_F(SideBySideTest, WhatTheyTellComesInTheWordsOfAll) {
                                 "unlinked 2>0 3<0", "lost 2>0 9", "noted two: a line", "warned one: another"}));
 }
 
+TEST_F(SideBySideTest, AtTheEndEachTellsWhatIsLeft) {
+  one_->onFinish = [](DriverEvents& events) { events.noted("a sum"); };
+  two_->onFinish = [](DriverEvents& events) { events.noted("another"); };
+  joint_->finish({});
+  EXPECT_EQ(teller_.told, (Told{"noted one: a sum", "noted two: another"}));
+}
+
 TEST_F(SideBySideTest, ConnectionsAreTheirsOnlyWithinOne) {
   const auto patched = [](Told& told) {
     return [&told](DriverEvents&, bool made, const Link& wanted) {

@@ -45,6 +45,41 @@ TEST_F(DispatcherTest, LossOnTheWayHereIsLoggedOnceASecondAtMost) {
   EXPECT_EQ(log_.back(), "4 messages lost on the way here");
 }
 
+TEST_F(DispatcherTest, LossThatNobodyCountedIsLoggedEveryTenSecondsAtMost) {
+  bool counted = true;
+  device_->onAdvance = [&](service::DriverEvents& events, Time now) -> std::optional<Time> {
+    events.lost(service::out(0, 0), counted ? 3 : 0, now);
+    events.lost(service::out(0, 0), 0, now);
+    return std::nullopt;
+  };
+  EXPECT_EQ(dispatcher_->advance(Time(0)), std::nullopt);
+  EXPECT_EQ(log_, (Texts{"3 messages lost on the way here",
+                         "an unknown number of messages, perhaps none, lost on the way here"}));
+  log_.clear();
+  counted = false;
+  EXPECT_EQ(dispatcher_->advance(std::chrono::seconds(4)), Time(std::chrono::seconds(10)));
+  EXPECT_EQ(log_, Texts{});
+  dispatcher_->advance(std::chrono::seconds(10));
+  EXPECT_EQ(log_, Texts{"4 times an unknown number of messages, perhaps none, lost on the way here"});
+}
+
+TEST_F(DispatcherTest, AtTheEndWhatIsLeftIsLogged) {
+  device_->onAdvance = [](service::DriverEvents& events, Time now) -> std::optional<Time> {
+    events.lost(service::out(0, 0), 2, now);
+    events.lost(service::out(0, 0), 0, now);
+    return std::nullopt;
+  };
+  device_->onFinish = [](service::DriverEvents& events) { events.noted("4 periods skipped"); };
+  dispatcher_->advance(Time(0));
+  dispatcher_->advance(Time(1));
+  log_.clear();
+  dispatcher_->finish(Time(2));
+  EXPECT_EQ(log_, (Texts{"4 periods skipped", "2 messages lost on the way here",
+                         "an unknown number of messages, perhaps none, lost on the way here"}));
+  dispatcher_->finish(Time(3));
+  EXPECT_EQ(log_.size(), 4U) << "only the device has more to tell";
+}
+
 TEST_F(DispatcherTest, ChangesThatTheDeviceTellsOfGoOut) {
   attach("a");
   device_->onAdvance = [](service::DriverEvents& events, Time now) -> std::optional<Time> {

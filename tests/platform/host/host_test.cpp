@@ -51,6 +51,18 @@ class HostTest : public testing::Test {
 
 TEST_F(HostTest, AnswersRequests) { EXPECT_EQ(answerToHonestClient(), "2: links at 0"); }
 
+TEST(Host, AtItsEndLogsWhatIsLeft) {
+  service::Told told;
+  auto device = std::make_unique<service::TestDevice>(service::evenTopology(1, 1), std::vector<service::Link>{}, told);
+  device->onFinish = [](service::DriverEvents& events) { events.noted("4 periods skipped"); };
+  zmq::context_t context;
+  Texts log;
+  Host host(context, std::move(device), {}, [&](std::string_view line) { log.emplace_back(line); });
+  host.stop();
+  host.run();
+  EXPECT_EQ(log, Texts{"4 periods skipped"});
+}
+
 TEST_F(HostTest, GarbageHarmsOnlyWhoSendsIt) {
   RawClient bad = connect();
   std::mt19937 random(5);

@@ -56,6 +56,7 @@ class TestDevice : public Driver {
   Answer onDeliver;
   std::function<std::optional<Time>(DriverEvents&, Time)> onAdvance;
   std::function<void(DriverEvents&, PortId source, bool used, Time)> onUsed;
+  std::function<void(DriverEvents&)> onFinish;
 
   // Whether a connection is the other system's, and what it makes of it.
   std::function<std::optional<wire::Status>(DriverEvents&, bool made, const Link&)> onPatch;
@@ -88,6 +89,10 @@ class TestDevice : public Driver {
   }
 
   std::optional<Time> advance(Time now) override { return onAdvance ? onAdvance(*events_, now) : std::nullopt; }
+
+  void finish(Time /*now*/) override {
+    if (onFinish) onFinish(*events_);
+  }
 
   std::optional<wire::Status> patch(bool made, const Link& wanted, Time /*now*/) override {
     return onPatch ? onPatch(*events_, made, wanted) : std::nullopt;

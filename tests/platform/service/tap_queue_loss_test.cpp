@@ -19,7 +19,8 @@ TEST(TapQueue, LossBeforeStandsWhereItHappened) {
   q.queue.addLossBefore(0);
   q.queue.addLossBefore(6);
   EXPECT_FALSE(q.queue.empty());
-  EXPECT_EQ(textsOf(q.take()), (Texts{"1 G0Out1: 90 01 01", "lost before 7", "1 G0Out1: 90 02 01", "lost before 0"}));
+  EXPECT_EQ(textsOf(q.take()),
+            (Texts{"1 G0Out1: 90 01 01", "lost before 7", "1 G0Out1: 90 02 01", "lost before 11", "lost before 0"}));
   EXPECT_TRUE(q.queue.empty());
   EXPECT_EQ(q.queue.lost(), 0U) << "not for want of room";
 }

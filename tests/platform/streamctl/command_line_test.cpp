@@ -132,6 +132,32 @@ TEST(CommandLine, WrongWordsAreSaidInOnePrintableLine) {
   }
 }
 
+TEST(CommandLine, CommandsAreNamedWhereNoneIsGiven) {
+  constexpr const char* Unknown =
+      "no such command: con; there are list, inject, play, watch, stats (--help tells more)";
+  constexpr const char* Missing = "a command is required: list, inject, play, watch, stats (--help tells more)";
+  const struct {
+    std::vector<std::string> words;
+    std::string line;
+  } table[] = {{{"con"}, Unknown},
+               {{"con", "A", "B"}, Unknown},
+               {{"con", "list"}, Unknown},
+               {{"--endpoint", "list", "con"}, Unknown},
+               {{"--endpoint=list", "con"}, Unknown},
+               {{"--bogus", "con"}, Unknown},
+               {{"c\x1bn"}, "no such command: c?n; there are list, inject, play, watch, stats (--help tells more)"},
+               {{}, Missing},
+               {{"--endpoint", "list"}, Missing}};
+  for (const auto& row : table) EXPECT_EQ(said(row.words).text, row.line);
+  // A word too many is none of these.
+  EXPECT_THAT(said({"list", "con"}).text, testing::Not(HasSubstr("no such command")));
+  EXPECT_THAT(said({"--endpoint"}).text, HasSubstr("--endpoint: 1 required"));
+}
+
+TEST(CommandLine, HelpOfInjectTellsWhatBareNumbersAre) {
+  EXPECT_THAT(said({"inject", "--help"}).text, HasSubstr("bare numbers are decimal"));
+}
+
 TEST(CommandLine, MessageHasABound) {
   std::vector<std::string> words{"inject", "P"};
   words.insert(words.end(), 1U << 20U, "0");

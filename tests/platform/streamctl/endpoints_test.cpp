@@ -1,4 +1,6 @@
 // Which service streamctl speaks to, and what it says without one.
+#include <unistd.h>
+
 #include "tests/platform/streamctl/service_fixture.h"
 
 namespace streamctl {
@@ -11,6 +13,7 @@ class Endpoints : public WithService {
     auto run = command(std::move(words));
     run.environment.erase("EVTSRV_ENDPOINT");
     run.environment["XDG_RUNTIME_DIR"] = scratch_.path().string();
+    run.environment["JACK_DEFAULT_SERVER"] = "none-of-this-name";
     if (variable) run.environment["EVTSRV_ENDPOINT"] = *variable;
     return testsupport::runProcess(run, "", Deadline(Patience));
   }
@@ -23,29 +26,89 @@ TEST_F(Endpoints, OptionComesBeforeTheVariable) {
   EXPECT_THAT(controlAt("nonsense", {"--endpoint", endpoint(), "list"}), Succeeds());
   EXPECT_THAT(controlAt("nonsense", {"inject", "DeckOut1", "1", "--endpoint", endpoint()}), Succeeds());
   EXPECT_THAT(controlAt("nonsense", {"list"}),
-              FailsSaying("streamctl: nonsense: not an endpoint (ipc://PATH, tcp://HOST:PORT, embedded:FILE)"));
+              FailsSaying("streamctl: nonsense: not an endpoint (ipc://PATH, embedded:FILE)"));
 }
 
-TEST_F(Endpoints, WithoutAnyItIsTheWellKnownSocketOnly) {
-  const std::string wellKnown = "ipc://" + path("streamd/socket");
-  for (const std::optional<std::string>& variable : {std::optional<std::string>(), std::optional<std::string>("")}) {
-    for (const auto& words : AllCommands) {
-      EXPECT_THAT(controlAt(variable, words), FailsSaying("streamctl: " + wellKnown + ": No such file or directory"));
-    }
-  }
+#ifdef FLOWSCOPE_HAVE_JACK
+const std::string Advice = "start streamd, or give --endpoint embedded:jack while a JACK server runs";
+#else
+const std::string Advice = "start streamd";
+#endif
+
+// What is said of the service that is taken on this machine, where no streamd listens and no JACK server runs.
+std::string ownServiceTaken() {
+  const bool hasSequencer = access("/dev/snd/seq", R_OK | W_OK) == 0;
+  return "streamctl: using embedded:" +
+         (hasSequencer ? "alsa" : ", a built-in device that nobody else sees; " + Advice) + "\n";
+}
+
+TEST_F(Endpoints, WithoutAnyItIsTheWellKnownSocketWhereStreamdListens) {
   scratch_.write("streamd/there", "");
+  const std::string wellKnown = "ipc://" + path("streamd/socket");
   const testsupport::StreamDaemon there(Daemon, {"--device", path("device.toml"), "--listen", wellKnown});
-  EXPECT_THAT(controlAt({}, {"list"}), Succeeds());
+  const std::string taken = "streamctl: using " + wellKnown + '\n';
+  scratch_.write("song.mid", std::string("MThd\0\0\0\6\0\0\0\1\0\x60MTrk\0\0\0\4\0\xFF\x2F\0", 26));
+  const std::vector<std::vector<std::string>> rows{
+      {"list"}, {"inject", "DeckOut1", "1"}, {"play", path("song.mid"), "DeckOut1"}};
+  for (const std::optional<std::string>& variable : {std::optional<std::string>(), std::optional<std::string>("")}) {
+    for (const auto& words : rows) {
+      const auto result = controlAt(variable, words);
+      EXPECT_EQ(result.status, ExitStatus::exited(0)) << words[0];
+      EXPECT_EQ(result.standardError, taken) << words[0];
+    }
+    EXPECT_EQ(controlAt(variable, {"watch", "Nowhere"}).standardError, taken + "streamctl: no such port: Nowhere\n");
+  }
+  EXPECT_THAT(controlAt({}, {"list"}).standardOutput, testing::HasSubstr("DeckOut1"));
+  // Who looks at counts has nothing to choose.
+  EXPECT_THAT(controlAt({}, {"stats"}), Succeeds());
+  EXPECT_THAT(controlAt(wellKnown, {"list"}), Succeeds());
+}
+
+TEST_F(Endpoints, WithoutAnyAndWithoutStreamdItIsWhatTheConsoleTakes) {
+  const std::vector<std::vector<std::string>> rows{{"inject", "Nowhere", "1"}, {"watch", "Nowhere"}};
+  for (const auto& words : rows) {
+    const auto result = controlAt({}, words);
+    EXPECT_EQ(result.status, ExitStatus::exited(1)) << words[0];
+    EXPECT_EQ(result.standardError, ownServiceTaken() + "streamctl: no such port: Nowhere\n") << words[0];
+  }
+  const auto list = controlAt({}, {"list"});
+  EXPECT_EQ(list.status, ExitStatus::exited(0));
+  EXPECT_EQ(list.standardError, ownServiceTaken());
+  EXPECT_THAT(list.standardOutput, testing::StartsWith("GROUP "));
+}
+
+TEST_F(Endpoints, CountsNeedAStreamd) {
+  EXPECT_THAT(controlAt({}, {"stats"}),
+              FailsSaying("streamctl: ipc://" + path("streamd/socket") + ": No such file or directory; start streamd"));
+}
+
+// One that does not answer is no reason to give up.
+TEST_F(Endpoints, WithoutAnyASilentServiceIsNamedAndPassedOver) {
+  scratch_.write("streamd/there", "");
+  const std::string wellKnown = "ipc://" + path("streamd/socket");
+  testsupport::StreamDaemon there(Daemon, {"--device", path("device.toml"), "--listen", wellKnown});
+  there.signal(SIGSTOP);
+  const auto result = controlAt({}, {"list"});
+  there.signal(SIGCONT);
+  EXPECT_EQ(result.status, ExitStatus::exited(0));
+  EXPECT_EQ(result.standardError, "streamctl: " + wellKnown + ": the service does not answer\n" + ownServiceTaken());
 }
 
 TEST_F(Endpoints, NobodyListens) {
   killService();
   for (const auto& words : AllCommands) {
-    const auto result = control(words);
-    EXPECT_EQ(result.status, ExitStatus::exited(1)) << words[0];
-    EXPECT_EQ(linesOf(result.standardError).size(), 1U) << result.standardError;
-    EXPECT_THAT(result.standardError, testing::HasSubstr(endpoint())) << words[0];
+    const std::string next = words[0] == "stats" ? "start streamd" : Advice;
+    EXPECT_THAT(control(words), FailsSaying("streamctl: " + endpoint() + ": Connection refused; " + next)) << words[0];
   }
+}
+
+TEST_F(Endpoints, AdviceIsForThoseWhoWantAStreamd) {
+  const std::vector<std::pair<std::string, std::string>> rows{
+      {"embedded:/nowhere", "embedded:/nowhere: /nowhere: No such file or directory"},
+      {"tcp://host:1", "tcp://host:1: services over the network are not supported"},
+      {"ipc://" + path("device.toml/x"), "ipc://" + path("device.toml/x") + ": Not a directory; " + Advice},
+      {"ipc://", "ipc://: no path (ipc://PATH)"}};
+  for (const auto& [where, line] : rows) EXPECT_THAT(controlAt(where, {"list"}), FailsSaying("streamctl: " + line));
 }
 
 TEST_F(Endpoints, EveryCommandTakesLeave) {
@@ -79,6 +142,8 @@ TEST_F(Endpoints, WrongWordsHaveAStatusOfTheirOwn) {
     EXPECT_EQ(linesOf(result.standardError).size(), 1U) << result.standardError;
     EXPECT_TRUE(result.standardError.starts_with("streamctl: ")) << result.standardError;
   }
+  EXPECT_EQ(control({"con"}).standardError,
+            "streamctl: no such command: con; there are list, inject, play, watch, stats (--help tells more)\n");
 }
 
 TEST_F(Endpoints, HelpIsForStandardOutput) {

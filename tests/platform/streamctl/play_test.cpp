@@ -1,4 +1,6 @@
 // play, as a process, seen by watch as others.
+#include <set>
+
 #include "platform/drivers/smf_file.h"
 #include "tests/platform/streamctl/service_fixture.h"
 #include "tests/support/pseudo_terminal.h"
@@ -19,6 +21,29 @@ std::vector<std::string> linesOfSong(const std::string& port) {
     lines.push_back(std::move(line));
   }
   return lines;
+}
+
+// A line like "DeckOut1 3 0x80 0x3C 0x40".
+MATCHER(EndsSomething, "is a note-off or lifts the hold pedal") {
+  return arg.find(" 0x80 ") != std::string::npos || arg.ends_with(" 0xB0 0x40 0x00");
+}
+
+// The notes that sound after these lines, by port, group id and number.
+std::set<std::string> soundingAfter(const std::vector<std::string>& lines) {
+  std::set<std::string> notes;
+  for (const std::string& line : lines) {
+    const auto on = line.find(" 0x90 ");
+    const auto off = line.find(" 0x80 ");
+    if (on == std::string::npos && off == std::string::npos) continue;
+    const auto status = std::min(on, off);
+    const std::string note = line.substr(0, status) + line.substr(status + 5, 5);
+    if (on == std::string::npos || line.ends_with(" 0x00")) {
+      notes.erase(note);
+    } else {
+      notes.insert(note);
+    }
+  }
+  return notes;
 }
 
 class PlayCommandLine : public WithService {
@@ -80,6 +105,7 @@ TEST_F(PlayCommandLine, FileWithoutMessagesIsOverAtOnce) {
 
 TEST_F(PlayCommandLine, LoopEndsWithASignalOnly) {
   const auto song = linesOfSong("DeckOut1");
+  std::size_t before = 0;
   for (const int signal : {SIGINT, SIGTERM}) {
     const auto watch = start("watch", {"watch", "DeckOut1"});
     ASSERT_TRUE(hasTaps(1));
@@ -88,8 +114,16 @@ TEST_F(PlayCommandLine, LoopEndsWithASignalOnly) {
     play->signal(signal);
     EXPECT_EQ(play->end(), ExitStatus::signalled(signal));
     EXPECT_EQ(play->output() + play->errors(), "");
+    const auto in = stats()["in"].get<std::size_t>() - before;
+    before += in;
+    ASSERT_TRUE(watch->hasLines(in));
     const auto seen = withoutTimes(watch->output());
-    for (std::size_t i = 0; i < seen.size(); ++i) ASSERT_EQ(seen[i], song[i % song.size()]) << i;
+    std::size_t same = 0;
+    while (same < seen.size() && seen[same] == song[same % song.size()]) ++same;
+    EXPECT_GE(same, song.size() * 5 / 2);
+    // What sounded in the middle of the song has been ended.
+    for (std::size_t i = same; i < seen.size(); ++i) ASSERT_THAT(seen[i], EndsSomething()) << i;
+    EXPECT_EQ(soundingAfter(seen), std::set<std::string>());
     watch->signal(SIGTERM);
     ASSERT_EQ(watch->end(), ExitStatus::exited(0));
   }

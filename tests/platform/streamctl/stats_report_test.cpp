@@ -22,6 +22,16 @@ TEST(StatsText, HasTotalsAndALineForEachClient) {
             "two words?  1           0     5   5     0     1000   100%\n");
 }
 
+TEST(StatsText, LossesThatNobodyCountedStandBesideTheCount) {
+  wire::Stats stats = Sample;
+  stats.uncountedLosses = 1;
+  EXPECT_NE(statsText(stats).find("\nmessages lost  5, and 1 time an unknown number\nqueue limit    1000 bytes\n"),
+            std::string::npos);
+  stats.uncountedLosses = 2;
+  EXPECT_NE(statsText(stats).find("\nmessages lost  5, and 2 times an unknown number\n"), std::string::npos);
+  EXPECT_EQ(nlohmann::json::parse(statsJson(stats))["uncounted_losses"], 2);
+}
+
 TEST(StatsText, NoClientsAndNoBound) {
   EXPECT_EQ(statsText({}),
             "messages in    0\n"
@@ -37,7 +47,7 @@ TEST(StatsText, NoClientsAndNoBound) {
 
 TEST(StatsJson, HasTheSameNumbers) {
   EXPECT_EQ(nlohmann::json::parse(statsJson(Sample)), nlohmann::json::parse(R"({
-    "in": 12, "out": 3400, "lost": 5, "queue_limit": 1000,
+    "in": 12, "out": 3400, "lost": 5, "uncounted_losses": 0, "queue_limit": 1000,
     "clients": [
       {"program": "flowscope", "process": 4294967295, "taps": 2, "in": 7, "out": 3395, "lost": 5, "queue_bytes": 1},
       {"program": "two words\n", "process": 1, "taps": 0, "in": 5, "out": 5, "lost": 0, "queue_bytes": 1000}]})"));

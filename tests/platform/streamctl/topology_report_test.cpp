@@ -7,6 +7,8 @@
 namespace streamctl {
 namespace {
 
+using enum wire::TextEncoding;
+
 wire::Topology sample() {
   return {{{0, 0, "Deck", wire::TopologySide{2, "DeckOut", {}}, wire::TopologySide{0, "DeckIn", {}}},
            {65535, 65535, "Rack", std::nullopt, wire::TopologySide{2, "", {"Left", "Right"}}},
@@ -16,7 +18,7 @@ wire::Topology sample() {
 const wire::Links SampleLinks{3, {{0, 1, 65535, 1}, {0, 1, 65535, 0}, {0, 0, 65535, 1}}};
 
 TEST(TopologyText, HasALineForEachPort) {
-  EXPECT_EQ(topologyText(sample(), SampleLinks, {}),
+  EXPECT_EQ(topologyText(sample(), SampleLinks, {}, Ascii),
             "GROUP  NAME  SIDE    PORT      CONNECTIONS\n"
             "0      Deck  source  DeckOut1  Right\n"
             "0      Deck  source  DeckOut2  Right Left\n"
@@ -31,7 +33,7 @@ TEST(TopologyText, GroupsHaveTheIdsOfANewConsole) {
   const wire::Topology late{{{5'000'000'009, {}, "J", wire::TopologySide{1, "", {"j"}}, std::nullopt},
                              {7, 41, "Asks", std::nullopt, wire::TopologySide{1, "", {"s"}}},
                              {5'000'000'008, {}, "K", std::nullopt, wire::TopologySide{1, "", {"k"}}}}};
-  EXPECT_EQ(topologyText(late, {1, {{5'000'000'009, 0, 5'000'000'008, 0}}}, {}),
+  EXPECT_EQ(topologyText(late, {1, {{5'000'000'009, 0, 5'000'000'008, 0}}}, {}, Ascii),
             "GROUP  NAME  SIDE    PORT  CONNECTIONS\n"
             "0      J     source  j     k\n"
             "41     Asks  sink    s     -\n"
@@ -39,19 +41,19 @@ TEST(TopologyText, GroupsHaveTheIdsOfANewConsole) {
 }
 
 TEST(TopologyText, DeviceWithoutGroupsHasHeadings) {
-  EXPECT_EQ(topologyText({}, {}, {}), "GROUP  NAME  SIDE  PORT  CONNECTIONS\n");
+  EXPECT_EQ(topologyText({}, {}, {}, Ascii), "GROUP  NAME  SIDE  PORT  CONNECTIONS\n");
 }
 
 TEST(TopologyText, NamesDoNotSteerTheTerminal) {
   const wire::Topology odd{{{1, 1, "a\x1b[2J", wire::TopologySide{1, "", {"b\nc"}}, std::nullopt}}};
-  const std::string text = topologyText(odd, {}, {});
+  const std::string text = topologyText(odd, {}, {}, Ascii);
   EXPECT_NE(text.find("a?[2J"), std::string::npos) << text;
   EXPECT_NE(text.find("b?c"), std::string::npos) << text;
 }
 
 TEST(TopologyText, LargestSide) {
   const wire::Topology large{{{1, 1, "G", wire::TopologySide{65535, "P", {}}, std::nullopt}}};
-  const std::string text = topologyText(large, {}, {});
+  const std::string text = topologyText(large, {}, {}, Ascii);
   EXPECT_EQ(std::ranges::count(text, '\n'), 65536);
   EXPECT_NE(text.find(" P65535 "), std::string::npos);
 }
@@ -85,7 +87,7 @@ wire::Original bytes(std::string_view text) { return {text.begin(), text.end()};
 const wire::Originals SampleOriginals{{{65535, bytes("Rack 19"), {}, {bytes("20:0 L\xff"), bytes("20:1 R")}}}};
 
 TEST(TopologyText, OriginalNamesStandBesideOurs) {
-  EXPECT_EQ(topologyText(sample(), SampleLinks, SampleOriginals),
+  EXPECT_EQ(topologyText(sample(), SampleLinks, SampleOriginals, Ascii),
             "GROUP  NAME  SIDE    PORT      ORIGINAL  CONNECTIONS\n"
             "0      Deck  source  DeckOut1  -         Right\n"
             "0      Deck  source  DeckOut2  -         Right Left\n"
@@ -95,10 +97,24 @@ TEST(TopologyText, OriginalNamesStandBesideOurs) {
             "7      Bare  -       -         -         -\n");
 }
 
+TEST(TopologyText, NamesBeyondAsciiAreShownInUtf8AndKeepTheColumns) {
+  const wire::Topology topology{{{3, "Keys", wire::TopologySide{2, "", {"a_", "b"}}, std::nullopt}}};
+  const wire::Originals originals{{{3, bytes("Keys"), {bytes("K\xC3\xB6ln \xE2\x80\xAEx"), bytes("Z\xC3")}, {}}}};
+  const wire::Links links{1, {}};
+  EXPECT_EQ(topologyText(topology, links, originals, Utf8),
+            "GROUP  NAME  SIDE    PORT  ORIGINAL  CONNECTIONS\n"
+            "3      Keys  source  a_    K\xC3\xB6ln ?x   -\n"
+            "3      Keys  source  b     Z?        -\n");
+  EXPECT_EQ(topologyText(topology, links, originals, Ascii),
+            "GROUP  NAME  SIDE    PORT  ORIGINAL    CONNECTIONS\n"
+            "3      Keys  source  a_    K??ln ???x  -\n"
+            "3      Keys  source  b     Z?          -\n");
+}
+
 TEST(TopologyText, PortsThatHaveGoneAreLeftOut) {
   wire::Topology topology = sample();
   topology.groups[1].sinks->names[0].clear();
-  EXPECT_EQ(topologyText({{topology.groups[1]}}, {}, SampleOriginals),
+  EXPECT_EQ(topologyText({{topology.groups[1]}}, {}, SampleOriginals, Ascii),
             "GROUP  NAME  SIDE  PORT   ORIGINAL  CONNECTIONS\n"
             "65535  Rack  sink  Right  20:1 R    -\n");
 }

@@ -182,7 +182,8 @@ TEST(Streamd, WrongOptionsAreAUsageError) {
                                                                      {"--queue-bytes", "much"}}) {
     const auto result = run(arguments);
     EXPECT_EQ(result.status, ExitStatus::exited(2)) << arguments[0];
-    EXPECT_NE(result.standardError, "") << arguments[0];
+    EXPECT_THAT(result.standardError, testing::MatchesRegex("streamd: [ -~]+ \\(--help tells more\\)\n"));
+    EXPECT_EQ(result.standardOutput, "") << arguments[0];
   }
 }
 

@@ -5,6 +5,7 @@
 
 #include <algorithm>
 #include <csignal>
+#include <deque>
 #include <random>
 #include <string>
 #include <thread>
@@ -119,6 +120,18 @@ TEST_F(Faults, GarbageOnTheSocketHarmsNobody) {
     RawSocket half(daemon_.socket());
     half.write(greeting + std::string(48, '\0') + std::string("\x04\x19\x05READY", 8) + "\x02\x7F\xFF\xFF");
   }
+  expectService();
+}
+
+// More than a service accepts at once.
+TEST_F(Faults, BurstOfConnectionsKeepsNobodyAway) {
+  constexpr int Many = 500;
+  std::deque<RawSocket> burst;
+  daemon_.signal(SIGSTOP);
+  int connected = 0;
+  for (int i = 0; i < Many; ++i) connected += burst.emplace_back(daemon_.socket(), SOCK_NONBLOCK).connected() ? 1 : 0;
+  daemon_.signal(SIGCONT);
+  EXPECT_EQ(connected, Many);
   expectService();
 }
 

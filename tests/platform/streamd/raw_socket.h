@@ -17,7 +17,9 @@ namespace streamd {
 // To a local socket. Says what a test wants, or nothing.
 class RawSocket {
  public:
-  explicit RawSocket(const std::string& path) : descriptor_(socket(AF_UNIX, SOCK_STREAM | SOCK_CLOEXEC, 0)) {
+  // With SOCK_NONBLOCK it does not wait for room among the connections that the service has not accepted yet.
+  explicit RawSocket(const std::string& path, int flags = 0)
+      : descriptor_(socket(AF_UNIX, SOCK_STREAM | SOCK_CLOEXEC | flags, 0)) {
     sockaddr_un address{};
     address.sun_family = AF_UNIX;
     std::ranges::copy(path, std::begin(address.sun_path));

@@ -59,8 +59,8 @@ class ProgramLineDeathTest : public testing::Test {
 };
 
 TEST_F(ProgramLineDeathTest, NameIsPrintableAndStaysWhenArgumentsAreOverwritten) {
-  EXPECT_EXIT(sayAs("a\x1b[31m\nb\xc3\xa4"), testing::ExitedWithCode(0),
-              "^a\\?\\[31m\\?b\\?\\?: line\na\\?\\[31m\\?b\\?\\?: line\n$");
+  EXPECT_EXIT(sayAs("a\x1b[31m\nb\xff"), testing::ExitedWithCode(0),
+              "^a\\?\\[31m\\?b\\?: line\na\\?\\[31m\\?b\\?: line\n$");
 }
 
 TEST_F(ProgramLineDeathTest, ProgramWithoutANameHasThatOfTheLibrary) {

@@ -153,6 +153,10 @@ void StreamPortMIDI::handleMetaEvent(const char*, const std::uint8_t*, std::size
 struct Patcher::State {
   std::vector<GroupRecord> sources = recording::library().sources;
   std::vector<GroupRecord> sinks = recording::library().sinks;
+  // What the last call of version() has seen.
+  std::map<std::string, std::vector<PortRecord>> sinksOf;
+  std::map<std::string, std::vector<PortRecord>> sourcesOf;
+  std::uint64_t version = 1;
 };
 
 Patcher::Patcher(EvtSrv::EventPortManager&, unsigned) : state_(std::make_unique<State>()) {}
@@ -181,6 +185,14 @@ StreamResult Patcher::getConnectSinkPorts(std::uint16_t sourceGroup, std::uint16
                                           std::vector<PortRecord>& result) {
   return recording::connected("sinks of", recording::library().sinksOf, recording::shown(sourceGroup, sourcePort),
                               result);
+}
+
+std::uint64_t Patcher::version() {
+  const recording::Library& library = recording::library();
+  if (state_->sinksOf != library.sinksOf || state_->sourcesOf != library.sourcesOf) ++state_->version;
+  state_->sinksOf = library.sinksOf;
+  state_->sourcesOf = library.sourcesOf;
+  return state_->version;
 }
 
 // Every argument shows in the name: Out2.0 is port 0 of the sources of group 2, and "type1:" stands in front of it

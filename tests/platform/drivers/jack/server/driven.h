@@ -70,6 +70,12 @@ class Driven : private DriverEvents {
     return driver_->patch(made, {from.group, from.index, to.group, to.index}, now()).value_or(wire::Status::Refused);
   }
 
+  // Whether periods have been skipped. Otherwise the line about them takes its time.
+  bool wasLate() {
+    driver_->finish(now());
+    return late > 0;
+  }
+
   // Forgets what it has told of messages.
   void forget() {
     emittedTexts.clear();

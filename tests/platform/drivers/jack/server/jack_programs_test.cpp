@@ -16,6 +16,7 @@
 #include "tests/platform/drivers/jack/server/jack_peer.h"
 #include "tests/platform/drivers/jack/server/jack_server.h"
 #include "tests/platform/drivers/jack/server/peer_process.h"
+#include "tests/platform/drivers/smf_maker.h"
 #include "tests/platform/streamd/console.h"
 #include "tests/support/process.h"
 #include "tests/support/scratch_folder.h"
@@ -34,9 +35,11 @@ using testsupport::StreamDaemon;
 constexpr auto Patience = 20s;
 
 // What a program prints that is run at an endpoint to its end.
-std::string printed(const std::string& endpoint, const std::string& program, std::vector<std::string> arguments) {
+std::string printed(const std::string& endpoint, const std::string& program, std::vector<std::string> arguments,
+                    const std::string& locale = "C") {
   auto environment = JackServer::environment();
   environment["EVTSRV_ENDPOINT"] = endpoint;
+  environment["LC_ALL"] = locale;
   const auto result =
       runProcess({FLOWSCOPE_BINARY_DIR "/" + program, std::move(arguments), environment, {}}, {}, Deadline(Patience));
   EXPECT_EQ(result.status, ExitStatus::exited(0)) << result.standardError;
@@ -45,8 +48,8 @@ std::string printed(const std::string& endpoint, const std::string& program, std
 }
 
 // streamd with JACK, whose environment says which server.
-std::unique_ptr<StreamDaemon> daemonOnJack() {
-  std::vector<std::string> arguments;
+std::unique_ptr<StreamDaemon> daemonOnJack(const std::string& locale = "C") {
+  std::vector<std::string> arguments{"LC_ALL=" + locale};
   for (const auto& [name, value] : JackServer::environment()) {
     if (name.starts_with("JACK_")) arguments.push_back(name + "=" + value);
   }
@@ -83,6 +86,22 @@ TEST_F(JackPrograms, AConsoleInOneProcessConnectsAndLists) {
   EXPECT_THAT(printed("embedded:jack", "flowscope", {"-c", "ls /Midi/Source/keys/keys:out"}), Not(HasSubstr("synth")));
 }
 
+TEST_F(JackPrograms, NamesBeyondAsciiAreShownWhereTheLocaleHasThem) {
+  std::optional<PeerProcess> peer;
+  peer.emplace("K\xC3\xB6ln\xE2\x80\xAE", "out", "in");
+  EXPECT_THAT(printed("embedded:jack", "streamctl", {"list"}, "C.UTF-8"), HasSubstr(" K\xC3\xB6ln?:out "));
+  EXPECT_THAT(printed("embedded:jack", "streamctl", {"list"}), HasSubstr(" K??ln???:out "));
+  const auto logged = [&](const std::string& locale, const std::string& line) {
+    const auto daemon = daemonOnJack(locale);
+    if (!peer) peer.emplace("K\xC3\xB6ln\xE2\x80\xAE", "out", "in");
+    printed(daemon->endpoint(), "streamctl", {"list"});
+    peer.reset();
+    return daemon->logged(line, Deadline(Patience));
+  };
+  EXPECT_TRUE(logged("C.UTF-8", "client \"K\xC3\xB6ln?\" has gone"));
+  EXPECT_TRUE(logged("C", "client \"K??ln???\" has gone"));
+}
+
 TEST_F(JackPrograms, ADaemonSeesWhatOthersConnect) {
   const auto daemon = daemonOnJack();
   server->tool("jack_connect", {"keys:out", "synth:in"});
@@ -117,6 +136,39 @@ TEST_F(JackPrograms, WhatAProgramSendsBeforeItEndsArrives) {
   for (int count = 0; count < 3; ++count) EXPECT_EQ(synth->arrived(), "90 3C 64");
   printed("embedded:jack", "flowscope", {"-c", "from " + file + " /Midi/Sink/synth/synth:in"});
   for (int note = 30; note < 46; ++note) EXPECT_EQ(synth->arrived(), "92 " + std::to_string(note) + " 64");
+}
+
+TEST_F(JackPrograms, WhatSoundsIsEndedBeforeAPlayerDiesOfASignal) {
+  const testsupport::ScratchFolder folder;
+  const std::string song = folder.path() / "song.mid";
+  // The note-off would come in three hours.
+  writeFile(song, smf("00 00 00 01 00 60", {"00 93 3C 40 81 80 80 00 83 3C 40 00 FF 2F 00"}));
+  auto environment = JackServer::environment();
+  environment["EVTSRV_ENDPOINT"] = "embedded:jack";
+  testsupport::ChildDescriptors descriptors;
+  testsupport::Child play({FLOWSCOPE_BINARY_DIR "/streamctl", {"play", song, "synth:in"}, environment, {}},
+                          descriptors);
+  EXPECT_EQ(synth->arrived(), "93 3C 40");
+  play.signal(SIGINT);
+  EXPECT_EQ(play.wait(Deadline(Patience)), ExitStatus::signalled(SIGINT));
+  EXPECT_EQ(synth->arrived(), "83 3C 40");
+}
+
+TEST_F(JackPrograms, WithoutASettingStreamctlTakesTheServerAndSaysSo) {
+  if (access("/dev/snd/seq", R_OK | W_OK) == 0) GTEST_SKIP() << "the sequencer of this machine comes first";
+  const testsupport::ScratchFolder folder;
+  auto environment = JackServer::environment();
+  environment.erase("EVTSRV_ENDPOINT");
+  environment["XDG_RUNTIME_DIR"] = folder.path();  // where no streamd listens
+  const auto run = [&](std::vector<std::string> words) {
+    return runProcess({FLOWSCOPE_BINARY_DIR "/streamctl", std::move(words), environment, {}}, {}, Deadline(Patience));
+  };
+  const auto list = run({"list"});
+  EXPECT_EQ(list.status, ExitStatus::exited(0));
+  EXPECT_EQ(list.standardError, "streamctl: using embedded:jack\n");
+  EXPECT_THAT(list.standardOutput, HasSubstr("synth:in"));
+  EXPECT_EQ(run({"inject", "synth:in", "0x90", "60", "100"}).standardError, "streamctl: using embedded:jack\n");
+  EXPECT_EQ(synth->arrived(), "90 3C 64");
 }
 
 TEST_F(JackPrograms, WhatPassesAConnectionIsSeenOnceAtEitherEnd) {
@@ -216,6 +268,13 @@ TEST_F(JackPrograms, ADaemonOutlivesTheServer) {
   EXPECT_EQ(arrived, "90 3D 64") << daemon->log() << server->tool("jack_lsp", {"-c"});
   daemon->signal(SIGTERM);
   EXPECT_EQ(daemon->waitForExit(Deadline(Patience)), ExitStatus::exited(0));
+}
+
+TEST_F(JackPrograms, WhatTheConsoleStartsInheritsNoSocketOfTheServer) {
+  const auto plain =
+      runProcess({"/bin/sh", {"-c", "ls /proc/self/fd"}, JackServer::environment(), {}}, {}, Deadline(Patience));
+  EXPECT_EQ(printed("embedded:jack", "flowscope", {"-c", "cat /Midi/Source/*/*;$ls /proc/self/fd"}),
+            plain.standardOutput);
 }
 
 }  // namespace

@@ -70,9 +70,8 @@ class JackMessages : public testing::Test {
       driven->forget();
       peer->arrived("in");
       if (works()) return;
-      // The driver tells a second later.
-      driven->runFor(std::chrono::milliseconds(1200));
-      ASSERT_TRUE(driven->late > 0 || peer->late() > before) << "it does not work, though nobody was late";
+      driven->runFor(std::chrono::milliseconds(100));
+      ASSERT_TRUE(driven->wasLate() || peer->late() > before) << "it does not work, though nobody was late";
     }
     GTEST_SKIP() << "some client of JACK's was late each time";
   }

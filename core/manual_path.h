@@ -1,0 +1,32 @@
+// Where the viewer of manual pages finds those of this program.
+#pragma once
+
+#include <optional>
+#include <string>
+#include <string_view>
+#include <vector>
+
+namespace flowscope {
+
+// The folder of the manual pages that belong to the running program: share/man beside the folder in which it lies, in
+// a build tree as in an installation, with symbolic links resolved. Nothing when it is not there. Reads the disk.
+std::optional<std::string> manualFolder();
+
+// MANPATH with folder first, then what it had, and the system's own pages: an empty place in the list, mostly behind
+// the last colon, stands for them. before: MANPATH as it is, null when it is not set.
+std::string extendedManualPath(std::string_view folder, const char* before);
+
+// While it lives, programs that are started find the pages of this program: MANPATH is extended. Without a folder of
+// pages it changes nothing. One at a time, in one thread; other threads may read the environment, none may change it.
+class ManualPathScope {
+ public:
+  ManualPathScope();
+  ManualPathScope(const ManualPathScope&) = delete;
+  ManualPathScope& operator=(const ManualPathScope&) = delete;
+  ~ManualPathScope();
+
+ private:
+  char** before_ = nullptr;  // null when nothing was changed
+};
+
+}  // namespace flowscope

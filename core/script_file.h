@@ -1,0 +1,41 @@
+// The lines of a script.
+#pragma once
+
+#include <array>
+#include <cstdio>
+#include <memory>
+#include <string>
+
+namespace flowscope {
+
+// A file that is read line by line. Programs that its lines start do not inherit it.
+class ScriptFile {
+ public:
+  // Opens the file (see openFile) and looks at its first byte: what opens but cannot be read, a folder, shows only
+  // there.
+  explicit ScriptFile(const std::string& name);
+
+  // Whether it can be read. When it cannot for want of descriptors, one line on standard error has said so.
+  bool isOpen() const { return file_ != nullptr; }
+
+  // Whether the end of the file has been seen. Nothing but an empty line comes then.
+  bool atEnd() const { return std::feof(file_.get()) != 0; }
+
+  // The next line without its line end, up to 999 characters of it; ends where a zero byte stands. Empty behind a
+  // longer one, behind an error and at the end. Valid until the next call. Only while isOpen().
+  const char* nextLine();
+
+ private:
+  // A line and its terminator.
+  static constexpr std::size_t LineSize = 1000;
+
+  struct CloseFile {
+    void operator()(std::FILE* file) const { std::fclose(file); }
+  };
+
+  std::unique_ptr<std::FILE, CloseFile> file_;
+  std::array<char, LineSize> line_{};
+  bool failed_ = false;
+};
+
+}  // namespace flowscope

@@ -1,0 +1,16 @@
+// Losses in words.
+#pragma once
+
+#include <cstdint>
+#include <string>
+#include <string_view>
+
+namespace host {
+
+// So many times messages were lost whose number nobody knows. where: behind "lost on the way".
+inline std::string uncountedLossText(std::uint64_t times, std::string_view where) {
+  const std::string front = times == 1 ? std::string() : std::to_string(times) + " times ";
+  return (front + "an unknown number of messages, perhaps none, lost on the way ").append(where);
+}
+
+}  // namespace host

@@ -1,0 +1,56 @@
+#include "terminal/waiting_stream.h"
+
+#include <poll.h>
+#include <unistd.h>
+
+#include <cerrno>
+#include <cstdint>
+#include <system_error>
+
+namespace flowscope {
+namespace {
+
+constexpr int PauseMilliseconds = 1;
+
+// Room for some bytes may be too little for the next character, as a line feed takes two on a terminal: who finds the
+// descriptor ready in vain twice gives it some time.
+void awaitRoom(int descriptor, bool inVain) {
+  pollfd room{descriptor, POLLOUT, 0};
+  if (poll(&room, 1, -1) > 0 && inVain) poll(nullptr, 0, PauseMilliseconds);
+}
+
+// All of it, unless there is an error.
+ssize_t writeAll(void* cookie, const char* bytes, std::size_t size) {
+  const auto descriptor = static_cast<int>(reinterpret_cast<std::intptr_t>(cookie));
+  std::size_t written = 0;
+  bool inVain = false;
+  while (written < size) {
+    const ssize_t count = write(descriptor, bytes + written, size - written);
+    if (count >= 0) {
+      written += static_cast<std::size_t>(count);
+      inVain = false;
+    } else if (errno == EAGAIN) {
+      awaitRoom(descriptor, inVain);
+      inVain = true;
+    } else if (errno != EINTR) {
+      break;
+    }
+  }
+  return static_cast<ssize_t>(written);
+}
+
+}  // namespace
+
+std::FILE* openWaitingStream(int descriptor) {
+  // What the C library hands back to the function is a pointer; this is the number in one.
+  void* const cookie =
+      reinterpret_cast<void*>(static_cast<std::intptr_t>(descriptor));  // NOLINT(performance-no-int-to-ptr)
+  cookie_io_functions_t functions{};
+  functions.write = writeAll;
+  std::FILE* const stream = fopencookie(cookie, "w", functions);
+  if (stream == nullptr) throw std::system_error(errno, std::generic_category(), "fopencookie");
+  std::setvbuf(stream, nullptr, isatty(descriptor) == 1 ? _IOLBF : _IOFBF, BUFSIZ);
+  return stream;
+}
+
+}  // namespace flowscope

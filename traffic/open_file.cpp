@@ -1,0 +1,38 @@
+#include "traffic/open_file.h"
+
+#include <fcntl.h>
+#include <sys/resource.h>
+#include <unistd.h>
+
+#include <cerrno>
+#include <string>
+
+namespace flowscope {
+
+namespace {
+
+// The system hands out the lowest number that is free, so all below it are in use.
+bool wouldLeave(int kept) {
+  const int next = fcntl(STDIN_FILENO, F_DUPFD_CLOEXEC, 0);
+  if (next < 0) return errno != EMFILE;  // whatever else it is, the opening will tell
+  close(next);
+  rlimit limit{};
+  return getrlimit(RLIMIT_NOFILE, &limit) < 0 || limit.rlim_cur == RLIM_INFINITY ||
+         static_cast<rlim_t>(next) + static_cast<rlim_t>(kept) < limit.rlim_cur;
+}
+
+}  // namespace
+
+std::FILE* openFile(const char* name, const char* mode, int kept) {
+  if (!wouldLeave(kept)) {
+    errno = EMFILE;
+    return nullptr;
+  }
+  return std::fopen(name, (mode + std::string("e")).c_str());
+}
+
+void tellDescriptorsAreKept(const char* name) {
+  std::fprintf(stderr, "flowscope: cannot open %s: too many files are open\n", name);
+}
+
+}  // namespace flowscope

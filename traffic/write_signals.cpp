@@ -1,0 +1,50 @@
+#include "traffic/write_signals.h"
+
+#include <unistd.h>
+
+#include <cerrno>
+#include <ctime>
+
+namespace flowscope {
+namespace {
+
+// The signal that comes with an error of write, or 0.
+int signalOf(int error) {
+  if (error == EPIPE) return SIGPIPE;
+  return error == EFBIG ? SIGXFSZ : 0;
+}
+
+}  // namespace
+
+WriteSignals::WriteSignals() {
+  sigset_t both;
+  sigemptyset(&both);
+  sigaddset(&both, SIGPIPE);
+  sigaddset(&both, SIGXFSZ);
+  pthread_sigmask(SIG_BLOCK, &both, &before_);
+  sigemptyset(&waiting_);
+  // Only a signal that was blocked already can have been waiting.
+  if (sigismember(&before_, SIGPIPE) == 1 || sigismember(&before_, SIGXFSZ) == 1) sigpending(&waiting_);
+}
+
+WriteSignals::~WriteSignals() { pthread_sigmask(SIG_SETMASK, &before_, nullptr); }
+
+void WriteSignals::take(int error) const {
+  const int signal = signalOf(error);
+  // One that was waiting before is not the write's.
+  if (signal == 0 || sigismember(&waiting_, signal) == 1) return;
+  sigset_t only;
+  sigemptyset(&only);
+  sigaddset(&only, signal);
+  const timespec now{};
+  siginfo_t taken{};
+  int answer = 0;
+  do {
+    answer = sigtimedwait(&only, &taken, &now);
+  } while (answer < 0 && errno == EINTR);
+  // Those for the thread, as the write's is, come before those for the process. A file that has reached the end of what
+  // its system can hold raises none, and then this may be somebody else's.
+  if (answer == signal && taken.si_pid != getpid()) kill(getpid(), signal);
+}
+
+}  // namespace flowscope
