@@ -76,6 +76,7 @@ bool EventChannel::nextEntries() {
     if (!message) return false;
     const auto envelope = wire::decode(*message);
     if (!envelope) continue;
+    if (std::holds_alternative<wire::TopologyChanged>(envelope->body)) topologyChanged_ = true;
     const auto* events = std::get_if<wire::Events>(&envelope->body);
     if (events == nullptr) continue;
     entries_.emplace(events->entries);

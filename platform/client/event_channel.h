@@ -4,6 +4,7 @@
 #include <cstdint>
 #include <optional>
 #include <string>
+#include <utility>
 #include <zmq.hpp>
 
 #include "platform/client/deadline.h"
@@ -28,6 +29,9 @@ class EventChannel {
   // True inside a port's receiveMain: the channel must not go then.
   bool dispatching() const { return dispatching_; }
 
+  // True once after the service has said that groups or ports have come or gone.
+  bool takeTopologyNews() { return std::exchange(topologyChanged_, false); }
+
   // Asks for events. False when the service has not answered in time.
   bool open(const Deadline& deadline);
 
@@ -49,6 +53,7 @@ class EventChannel {
   std::uint64_t consumed_ = 0;
   std::uint64_t consumedTold_ = 0;
   bool dispatching_ = false;
+  bool topologyChanged_ = false;
   UncountedLosses uncounted_;
 };
 

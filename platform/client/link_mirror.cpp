@@ -3,32 +3,28 @@
 namespace client {
 namespace {
 
-using StrmSrv::PortRecord;
-
-PortRecord sourceOf(const wire::LinkRecord& link) { return {link.sourceGroup, link.sourceIndex}; }
-PortRecord sinkOf(const wire::LinkRecord& link) { return {link.sinkGroup, link.sinkIndex}; }
+ServicePort sourceOf(const wire::LinkRecord& link) { return {link.sourceGroup, link.sourceIndex}; }
+ServicePort sinkOf(const wire::LinkRecord& link) { return {link.sinkGroup, link.sinkIndex}; }
 
 }  // namespace
 
 void LinkMirror::reset(const wire::Links& links) {
   sources_.clear();
   sinks_.clear();
-  for (const wire::LinkRecord& link : links.links) {
-    sources_[sinkOf(link)].add(sourceOf(link));
-    sinks_[sourceOf(link)].add(sinkOf(link));
-  }
+  carried_.clear();
+  for (const wire::LinkRecord& link : links.links) add(link);
   version_ = links.version;
 }
 
 bool LinkMirror::apply(const wire::GraphChanged& change) {
   if (change.version <= version_) return true;
   if (change.version != version_ + 1) return false;
-  const PortRecord source = sourceOf(change.link);
-  const PortRecord sink = sinkOf(change.link);
+  const ServicePort source = sourceOf(change.link);
+  const ServicePort sink = sinkOf(change.link);
   if (change.added) {
-    sources_[sink].add(source);
-    sinks_[source].add(sink);
+    add(change.link);
   } else {
+    carried_.erase({source, sink});
     drop(sources_, sink, source);
     drop(sinks_, source, sink);
   }
@@ -36,12 +32,18 @@ bool LinkMirror::apply(const wire::GraphChanged& change) {
   return true;
 }
 
-std::span<const PortRecord> LinkMirror::peers(Peers& of, PortRecord port) {
-  const auto found = of.find(port);
-  return found == of.end() ? std::span<const PortRecord>{} : found->second.all();
+void LinkMirror::add(const wire::LinkRecord& link) {
+  sources_[sinkOf(link)].add(sourceOf(link));
+  sinks_[sourceOf(link)].add(sinkOf(link));
+  if (link.carried) carried_.emplace(sourceOf(link), sinkOf(link));
 }
 
-void LinkMirror::drop(Peers& of, PortRecord port, PortRecord peer) {
+std::span<const ServicePort> LinkMirror::peers(Peers& of, ServicePort port) {
+  const auto found = of.find(port);
+  return found == of.end() ? std::span<const ServicePort>{} : found->second.all();
+}
+
+void LinkMirror::drop(Peers& of, ServicePort port, ServicePort peer) {
   const auto found = of.find(port);
   if (found == of.end()) return;
   found->second.remove(peer);

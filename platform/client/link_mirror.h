@@ -2,12 +2,14 @@
 #pragma once
 
 #include <cstdint>
+#include <set>
 #include <span>
 #include <unordered_map>
+#include <utility>
 
 #include "platform/client/peer_list.h"
+#include "platform/client/service_port.h"
 #include "platform/wire/messages.h"
-#include "strmsrv.h"
 
 namespace client {
 
@@ -26,17 +28,26 @@ class LinkMirror {
   std::uint64_t version() const { return version_; }
 
   // Valid until the next change.
-  std::span<const StrmSrv::PortRecord> sourcesOf(StrmSrv::PortRecord sink) { return peers(sources_, sink); }
-  std::span<const StrmSrv::PortRecord> sinksOf(StrmSrv::PortRecord source) { return peers(sinks_, source); }
+  std::span<const ServicePort> sourcesOf(ServicePort sink) { return peers(sources_, sink); }
+  std::span<const ServicePort> sinksOf(ServicePort source) { return peers(sinks_, source); }
+
+  // A connection: its source and its sink.
+  using Ends = std::pair<ServicePort, ServicePort>;
+
+  // Those that the service carries from one system to another, in the order of their ports. Valid until the next
+  // change.
+  const std::set<Ends>& carried() const { return carried_; }
 
  private:
-  using Peers = std::unordered_map<StrmSrv::PortRecord, PeerList, PortHash>;
+  using Peers = std::unordered_map<ServicePort, PeerList, ServicePortHash>;
 
-  static std::span<const StrmSrv::PortRecord> peers(Peers& of, StrmSrv::PortRecord port);
-  static void drop(Peers& of, StrmSrv::PortRecord port, StrmSrv::PortRecord peer);
+  void add(const wire::LinkRecord& link);
+  static std::span<const ServicePort> peers(Peers& of, ServicePort port);
+  static void drop(Peers& of, ServicePort port, ServicePort peer);
 
   Peers sources_;
   Peers sinks_;
+  std::set<Ends> carried_;
   std::uint64_t version_ = 0;
 };
 

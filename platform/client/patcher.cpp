@@ -2,8 +2,10 @@
 #include <chrono>
 #include <mutex>
 #include <optional>
+#include <span>
 #include <utility>
 
+#include "platform/client/group_ids.h"
 #include "platform/client/port_numbers.h"
 #include "platform/client/port_places.h"
 #include "platform/client/session.h"
@@ -20,7 +22,8 @@ constexpr std::chrono::milliseconds RefreshInterval{100};
 
 struct Patcher::State {
   using Session = EvtSrv::EventPortManager::Session;
-  using AskPeers = bool (Session::*)(PortRecord port, std::uint64_t number, std::vector<PortRecord>& result);
+  using Peers = std::vector<client::ServicePort>;
+  using AskPeers = bool (Session::*)(client::ServicePort port, std::uint64_t number, Peers& result);
 
   std::weak_ptr<Session> session;
   std::vector<GroupRecord> sources;
@@ -29,19 +32,20 @@ struct Patcher::State {
   std::mutex mutex;  // for all below
   client::PortNumbers numbers;
   client::PortPlaces places;
+  client::HeldGroupIds ids{client::groupIdsOfThisProcess()};
   std::uint64_t followed = 0;  // the number of the session that places tells of
   std::chrono::steady_clock::time_point nextRefresh;
   // What the last answer to version() stands for: a session and a version of its graph, if there is one.
   std::pair<std::uint64_t, std::optional<std::uint64_t>> seen;
   std::uint64_t version = 1;
 
-  StreamResult patch(bool made, const wire::LinkRecord& link);
+  StreamResult patch(bool made, PortRecord source, PortRecord sink);
   StreamResult peers(PortRecord port, client::Side side, AskPeers ask, std::vector<PortRecord>& result);
   std::uint64_t currentVersion();
   std::uint64_t follow(Session& service);
-  void learn(const Session::Device& device);
-  PortRecord toService(PortRecord port, client::Side side);
-  void toConsole(Session& service, client::Side side, std::vector<PortRecord>& ports);
+  void learn(const Session::Device& device, std::span<const client::ServicePort> wanted = {});
+  client::ServicePort toService(PortRecord port, client::Side side);
+  void toConsole(Session& service, client::Side side, Peers& peers, std::vector<PortRecord>& ports);
 };
 
 // Answers the number of the session that places tells of, which is the service's as far as it has answered.
@@ -54,33 +58,37 @@ std::uint64_t Patcher::State::follow(Session& service) {
   return followed;
 }
 
-void Patcher::State::learn(const Session::Device& device) {
-  places.follow(device.topology, device.session != followed);
-  for (const auto& [id, name] : places.laterGroups()) GroupNameTable.publish(id, name);
+// Of the groups that are not known, those of the wanted ports become known: there are names for few.
+void Patcher::State::learn(const Session::Device& device, std::span<const client::ServicePort> wanted) {
+  places.follow(device.topology, device.session != followed,
+                [&](const wire::TopologyGroup& group) -> std::optional<std::uint16_t> {
+                  const auto isOfIt = [&](client::ServicePort port) { return port.group == group.handle; };
+                  return std::ranges::any_of(wanted, isOfIt) ? ids.enter(group) : std::nullopt;
+                });
   followed = device.session;
   ++version;
 }
 
-PortRecord Patcher::State::toService(PortRecord port, client::Side side) {
+client::ServicePort Patcher::State::toService(PortRecord port, client::Side side) {
   const std::lock_guard guard(mutex);
   return places.toService({port.groupId, numbers.toService(port.groupId, port.portIndex, side)}, side);
 }
 
 // Turns the service's ports into the console's. Ports that have come since the beginning are known from then on; one
 // that the service does not know has just gone.
-void Patcher::State::toConsole(Session& service, client::Side side, std::vector<PortRecord>& ports) {
+void Patcher::State::toConsole(Session& service, client::Side side, Peers& peers, std::vector<PortRecord>& ports) {
   const std::lock_guard guard(mutex);
-  const auto isUnknown = [&](PortRecord port) { return !places.fromService(port, side); };
-  if (std::ranges::any_of(ports, isUnknown) && std::chrono::steady_clock::now() >= nextRefresh) {
+  const auto isUnknown = [&](client::ServicePort port) { return !places.fromService(port, side); };
+  if (std::ranges::any_of(peers, isUnknown) && std::chrono::steady_clock::now() >= nextRefresh) {
     const auto device = service.device();
-    if (device && device->session == followed) learn(*device);
-    if (std::ranges::any_of(ports, isUnknown)) nextRefresh = std::chrono::steady_clock::now() + RefreshInterval;
+    if (device && device->session == followed) learn(*device, peers);
+    if (std::ranges::any_of(peers, isUnknown)) nextRefresh = std::chrono::steady_clock::now() + RefreshInterval;
   }
   // The next answer may be another one, though the graph is the same.
-  if (std::erase_if(ports, isUnknown) > 0) ++version;
-  for (PortRecord& port : ports) {
-    const PortRecord place = *places.fromService(port, side);
-    port = {place.groupId, numbers.toConsole(place.groupId, place.portIndex, side)};
+  if (std::erase_if(peers, isUnknown) > 0) ++version;
+  for (const client::ServicePort peer : peers) {
+    const PortRecord place = *places.fromService(peer, side);
+    ports.push_back({place.groupId, numbers.toConsole(place.groupId, place.portIndex, side)});
   }
 }
 
@@ -94,7 +102,7 @@ std::vector<GroupRecord> groupsOf(const wire::Topology& topology, const client::
   std::vector<GroupRecord> groups;
   for (const wire::TopologyGroup& group : topology.groups) {
     const auto& ports = side == client::Side::Source ? group.sources : group.sinks;
-    if (ports) groups.push_back({group.id, numbers.count(group.id, side, ports->count)});
+    if (ports) groups.push_back({*group.id, numbers.count(*group.id, side, ports->count)});
   }
   return groups;
 }
@@ -124,8 +132,9 @@ Patcher::Patcher(EvtSrv::EventPortManager& manager, unsigned streamType) : state
   state_->session = session;
   auto device = session->device();
   if (!device) return;
-  const wire::Topology& topology = device->topology;
-  for (const wire::TopologyGroup& group : topology.groups) GroupNameTable.publish(group.id, group.name);
+  wire::Topology& topology = device->topology;
+  session->list(topology);
+  state_->ids.enter(topology);
   state_->numbers = client::PortNumbers(topology);
   // The other types have no streams.
   if (streamType == 0) {
@@ -136,15 +145,15 @@ Patcher::Patcher(EvtSrv::EventPortManager& manager, unsigned streamType) : state
   state_->followed = device->session;
 }
 
-StreamResult Patcher::State::patch(bool made, const wire::LinkRecord& link) {
+StreamResult Patcher::State::patch(bool made, PortRecord source, PortRecord sink) {
   const auto service = session.lock();
   if (!service) return StrmRes_NoService;
   std::optional<wire::Status> status;
   for (int attempt = 0; attempt < Attempts; ++attempt) {
     const std::uint64_t number = follow(*service);
-    const PortRecord source = toService({link.sourceGroup, link.sourceIndex}, client::Side::Source);
-    const PortRecord sink = toService({link.sinkGroup, link.sinkIndex}, client::Side::Sink);
-    status = service->patch(made, {source.groupId, source.portIndex, sink.groupId, sink.portIndex}, number);
+    const client::ServicePort from = toService(source, client::Side::Source);
+    const client::ServicePort to = toService(sink, client::Side::Sink);
+    status = service->patch(made, {from.group, from.index, to.group, to.index}, number);
     if (status != wire::Status::NoSession) break;
   }
   return toResult(status);
@@ -156,8 +165,9 @@ StreamResult Patcher::State::peers(PortRecord port, client::Side side, AskPeers 
   if (!service) return StrmRes_NoService;
   for (int attempt = 0; attempt < Attempts; ++attempt) {
     const std::uint64_t number = follow(*service);
-    if (!((*service).*ask)(toService(port, side), number, result)) continue;
-    toConsole(*service, side == client::Side::Source ? client::Side::Sink : client::Side::Source, result);
+    Peers peers;
+    if (!((*service).*ask)(toService(port, side), number, peers)) continue;
+    toConsole(*service, side == client::Side::Source ? client::Side::Sink : client::Side::Source, peers, result);
     return StrmRes_Success;
   }
   // The graph may be the same when it answers again, and then this answer was another one.
@@ -187,12 +197,12 @@ const std::vector<GroupRecord>& Patcher::sinkGroups() const noexcept { return st
 
 StreamResult Patcher::connect(std::uint16_t sourceGroup, std::uint16_t sourcePort, std::uint16_t sinkGroup,
                               std::uint16_t sinkPort) {
-  return state_->patch(true, {sourceGroup, sourcePort, sinkGroup, sinkPort});
+  return state_->patch(true, {sourceGroup, sourcePort}, {sinkGroup, sinkPort});
 }
 
 StreamResult Patcher::disconnect(std::uint16_t sourceGroup, std::uint16_t sourcePort, std::uint16_t sinkGroup,
                                  std::uint16_t sinkPort) {
-  return state_->patch(false, {sourceGroup, sourcePort, sinkGroup, sinkPort});
+  return state_->patch(false, {sourceGroup, sourcePort}, {sinkGroup, sinkPort});
 }
 
 StreamResult Patcher::getConnectSourcePorts(std::uint16_t sinkGroup, std::uint16_t sinkPort,

@@ -4,23 +4,21 @@
 
 namespace client {
 
-using StrmSrv::PortRecord;
-
 namespace {
 
 // In a shorter list, looking at each costs less than knowing their places.
 constexpr std::size_t LongList = 64;
 
-constexpr PortRecord Gap{0, std::numeric_limits<std::uint16_t>::max()};
+constexpr ServicePort Gap{0, std::numeric_limits<std::uint16_t>::max()};
 
 }  // namespace
 
-void PeerList::add(PortRecord port) {
+void PeerList::add(ServicePort port) {
   if (places_) places_->of[port] = ports_.size();
   ports_.push_back(port);
 }
 
-void PeerList::remove(PortRecord port) {
+void PeerList::remove(ServicePort port) {
   if (!places_ && ports_.size() < LongList) {
     std::erase(ports_, port);
     return;
@@ -39,7 +37,7 @@ void PeerList::remove(PortRecord port) {
   if (places_->gaps > ports_.size() / 2) close();
 }
 
-std::span<const PortRecord> PeerList::all() {
+std::span<const ServicePort> PeerList::all() {
   if (gapCount() > 0) close();
   return ports_;
 }

@@ -9,41 +9,35 @@
 #include <unordered_map>
 #include <vector>
 
-#include "strmsrv.h"
+#include "platform/client/service_port.h"
 
 namespace client {
-
-struct PortHash {
-  std::size_t operator()(StrmSrv::PortRecord port) const noexcept {
-    return std::hash<std::uint32_t>{}(std::uint32_t{port.groupId} << 16U | port.portIndex);
-  }
-};
 
 // Ports in the order of adding, none twice. To take one away costs the same however many there are. No port has the
 // index 65535.
 class PeerList {
  public:
-  void add(StrmSrv::PortRecord port);
+  void add(ServicePort port);
 
   // Takes a port away, if it stands.
-  void remove(StrmSrv::PortRecord port);
+  void remove(ServicePort port);
 
   bool empty() const { return ports_.size() == gapCount(); }
 
   // All of them. Costs as much as copying them. Valid until the next change.
-  std::span<const StrmSrv::PortRecord> all();
+  std::span<const ServicePort> all();
 
  private:
   // Where the ports stand, once a list is long and loses some.
   struct Places {
-    std::unordered_map<StrmSrv::PortRecord, std::size_t, PortHash> of;
+    std::unordered_map<ServicePort, std::size_t, ServicePortHash> of;
     std::size_t gaps = 0;  // left by those that were taken away
   };
 
   std::size_t gapCount() const { return places_ ? places_->gaps : 0; }
   void close();
 
-  std::vector<StrmSrv::PortRecord> ports_;
+  std::vector<ServicePort> ports_;
   std::unique_ptr<Places> places_;
 };
 

@@ -24,7 +24,9 @@ bool isOneOf(std::string_view name, const std::optional<wire::TopologySide>& sid
 }  // namespace
 
 PortNames::PortNames(wire::Topology topology) : topology_(std::move(topology)) {
-  for (std::size_t at = 0; at < topology_.groups.size(); ++at) byId_.emplace(topology_.groups[at].id, at);
+  for (std::size_t at = 0; at < topology_.groups.size(); ++at) {
+    if (const auto id = topology_.groups[at].id) byId_.emplace(*id, at);
+  }
 }
 
 std::string PortNames::name(std::uint16_t group, std::uint16_t index, Side side) const {

@@ -7,13 +7,13 @@
 #include <string_view>
 #include <unordered_map>
 
+#include "platform/client/service_port.h"
 #include "platform/wire/messages.h"
 
 namespace client {
 
-enum class Side : std::uint8_t { Source, Sink };
-
-// Looks up names in a device's topology. Naming a port that exists costs the same whatever the size of the device.
+// Looks up names in a device's topology, by the group ids that its groups have; one without an id is not found. Naming
+// a port that exists costs the same whatever the size of the device.
 class PortNames {
  public:
   explicit PortNames(wire::Topology topology);

@@ -6,8 +6,8 @@ namespace client {
 
 PortNumbers::PortNumbers(const wire::Topology& topology) {
   for (const wire::TopologyGroup& group : topology.groups) {
-    if (group.sources) enter(group.id, Side::Source, *group.sources);
-    if (group.sinks) enter(group.id, Side::Sink, *group.sinks);
+    if (group.sources) enter(*group.id, Side::Source, *group.sources);
+    if (group.sinks) enter(*group.id, Side::Sink, *group.sinks);
   }
 }
 

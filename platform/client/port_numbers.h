@@ -17,6 +17,8 @@ namespace client {
 class PortNumbers {
  public:
   PortNumbers() = default;
+
+  // topology: its groups have ids.
   explicit PortNumbers(const wire::Topology& topology);
 
   // Of the ports there were at the beginning.

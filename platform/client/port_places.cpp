@@ -1,6 +1,5 @@
 #include "platform/client/port_places.h"
 
-#include <algorithm>
 #include <limits>
 
 namespace client {
@@ -13,7 +12,7 @@ constexpr std::uint16_t Last = std::numeric_limits<std::uint16_t>::max();
 constexpr std::uint64_t PortsOfGroup = Last + 1U;
 
 // No service has a port with the last index: a count has 16 bits.
-constexpr PortRecord Nowhere{Last, Last};
+constexpr ServicePort Nowhere{std::numeric_limits<std::uint64_t>::max(), Last};
 
 template <class Visit>
 void forEachSide(const wire::TopologyGroup& group, const Visit& visit) {
@@ -27,7 +26,13 @@ std::string nameOf(const wire::TopologySide& ports, std::uint16_t index) {
 
 }  // namespace
 
-PortPlaces::PortPlaces(wire::Topology first) : first_(std::move(first)) {}
+PortPlaces::PortPlaces(wire::Topology first) : first_(std::move(first)) {
+  for (const wire::TopologyGroup& group : first_.topology().groups) {
+    idByName_.emplace(group.name, *group.id);
+    ids_.emplace(group.handle, *group.id);
+    handles_.emplace(*group.id, group.handle);
+  }
+}
 
 PortPlaces::Key PortPlaces::key(PortRecord port, Side side) {
   return (Key{port.groupId} * PortsOfGroup + port.portIndex) * 2 + (side == Side::Sink ? 1 : 0);
@@ -37,72 +42,106 @@ bool PortPlaces::knows(PortRecord port, Side side) const {
   return first_.has(port.groupId, port.portIndex, side) || later_.contains(key(port, side));
 }
 
-void PortPlaces::follow(const wire::Topology& now, bool isAnother) {
+void PortPlaces::follow(const wire::Topology& now, bool isAnother, const NewGroup& newGroup) {
   if (isAnother) {
+    ids_.clear();
+    handles_.clear();
+    moved_.clear();
     toService_.clear();
     fromService_.clear();
-    byName_.clear();
-    haveMoved_ = now != first_.topology();
-    if (haveMoved_) enterNames();
   }
   for (const wire::TopologyGroup& group : now.groups) {
-    forEachSide(group, [&](const wire::TopologySide& ports, Side side) { follow(group, ports, side); });
+    if (!ids_.contains(group.handle) && !moved_.contains(group.handle)) meet(group, newGroup);
+    if (const auto inPlace = ids_.find(group.handle); inPlace != ids_.end()) {
+      forEachSide(group, [&](const wire::TopologySide& ports, Side side) {
+        followInPlace(group.handle, inPlace->second, ports, side);
+      });
+    } else if (const auto moved = moved_.find(group.handle); moved != moved_.end()) {
+      forEachSide(group, [&](const wire::TopologySide& ports, Side side) {
+        for (std::uint16_t index = 0; index < ports.count; ++index) {
+          if (ports.has(index)) followByName({group.handle, index}, moved->second, side, nameOf(ports, index));
+        }
+      });
+    }
   }
 }
 
-void PortPlaces::follow(const wire::TopologyGroup& group, const wire::TopologySide& ports, Side side) {
+// A handle that has not been seen yet.
+void PortPlaces::meet(const wire::TopologyGroup& group, const NewGroup& newGroup) {
+  const auto known = idByName_.find(group.name);
+  const auto id = known != idByName_.end() ? std::optional(known->second) : newGroup(group);
+  if (!id) return;
+  forgetHandleOf(*id);
+  if (known != idByName_.end() && !isAsAtFirst(*id, group)) {
+    moved_.emplace(group.handle, *id);
+    return;
+  }
+  idByName_.emplace(group.name, *id);
+  ids_.emplace(group.handle, *id);
+  handles_.emplace(*id, group.handle);
+}
+
+bool PortPlaces::isAsAtFirst(std::uint16_t id, const wire::TopologyGroup& group) const {
+  const wire::TopologyGroup* first = first_.find(id);
+  return first != nullptr && first->sources == group.sources && first->sinks == group.sinks;
+}
+
+void PortPlaces::forgetHandleOf(std::uint16_t id) {
+  if (const auto found = handles_.find(id); found != handles_.end()) {
+    ids_.erase(found->second);
+    handles_.erase(found);
+  }
+  const bool any = std::erase_if(moved_, [id](const auto& moved) { return moved.second == id; }) > 0;
+  if (!any && toService_.empty()) return;
+  std::erase_if(toService_, [id](const auto& port) { return port.first / 2 / PortsOfGroup == id; });
+  std::erase_if(fromService_, [id](const auto& port) { return port.second.groupId == id; });
+}
+
+void PortPlaces::followInPlace(std::uint64_t handle, std::uint16_t id, const wire::TopologySide& ports, Side side) {
   for (std::uint16_t index = 0; index < ports.count; ++index) {
-    const PortRecord there{group.id, index};
-    if (!ports.has(index) || fromService(there, side)) continue;
-    const std::string name = nameOf(ports, index);
-    if (!haveMoved_) {
-      learn(there, side, name, group);
+    const PortRecord place{id, index};
+    if (!ports.has(index)) continue;
+    if (!knows(place, side)) {
+      learn(place, side, nameOf(ports, index));
       continue;
     }
-    const auto known = placeOf(name, side);
-    const PortRecord place = known ? *known : newPlace(group, index, side);
-    if (!known) {
-      learn(place, side, name, group);
-      byName_.try_emplace(name, place, side);
-    }
-    toService_[key(place, side)] = there;
-    fromService_[key(there, side)] = place;
+    const auto later = later_.find(key(place, side));
+    if (later == later_.end() || later->second == nameOf(ports, index)) continue;
+    // A place that a port of an earlier service has got.
+    toService_.try_emplace(key(place, side), Nowhere);
+    followByName({handle, index}, id, side, nameOf(ports, index));
   }
 }
 
-void PortPlaces::learn(PortRecord place, Side side, const std::string& name, const wire::TopologyGroup& group) {
-  later_.emplace(key(place, side), name);
-  if (first_.find(place.groupId) == nullptr) laterGroups_.emplace(place.groupId, group.name);
+void PortPlaces::followByName(ServicePort there, std::uint16_t id, Side side, const std::string& name) {
+  if (fromService_.contains({there, side})) return;
+  const auto known = placeOf(name, side);
+  PortRecord place = known.value_or(PortRecord{id, there.index});
+  if (!known) {
+    while (place.portIndex < Last && knows(place, side)) ++place.portIndex;
+    learn(place, side, name);
+  }
+  toService_[key(place, side)] = there;
+  fromService_[{there, side}] = place;
 }
 
-std::optional<PortRecord> PortPlaces::placeOf(const std::string& name, Side side) const {
+void PortPlaces::learn(PortRecord place, Side side, const std::string& name) {
+  later_.emplace(key(place, side), name);
+  if (namesEntered_) byName_.try_emplace(name, place, side);
+}
+
+std::optional<PortRecord> PortPlaces::placeOf(const std::string& name, Side side) {
+  enterNames();
   const auto found = byName_.find(name);
   return found == byName_.end() || found->second.second != side ? std::nullopt : std::optional(found->second.first);
 }
 
-PortRecord PortPlaces::newPlace(const wire::TopologyGroup& group, std::uint16_t index, Side side) const {
-  PortRecord place{groupOf(group), index};
-  while (place.portIndex < Last && knows(place, side)) ++place.portIndex;
-  return place;
-}
-
-std::uint16_t PortPlaces::groupOf(const wire::TopologyGroup& group) const {
-  const auto& groups = first_.topology().groups;
-  const auto first = std::ranges::find(groups, group.name, &wire::TopologyGroup::name);
-  if (first != groups.end()) return first->id;
-  for (const auto& [id, name] : laterGroups_) {
-    if (name == group.name) return id;
-  }
-  std::uint16_t id = group.id;
-  while (id < Last && (first_.find(id) != nullptr || laterGroups_.contains(id))) ++id;
-  return id;
-}
-
 void PortPlaces::enterNames() {
+  if (std::exchange(namesEntered_, true)) return;
   for (const wire::TopologyGroup& group : first_.topology().groups) {
     forEachSide(group, [&](const wire::TopologySide& ports, Side side) {
       for (std::uint16_t index = 0; index < ports.count; ++index) {
-        if (ports.has(index)) byName_.try_emplace(nameOf(ports, index), PortRecord{group.id, index}, side);
+        if (ports.has(index)) byName_.try_emplace(nameOf(ports, index), PortRecord{*group.id, index}, side);
       }
     });
   }
@@ -113,16 +152,18 @@ void PortPlaces::enterNames() {
   }
 }
 
-PortRecord PortPlaces::toService(PortRecord port, Side side) const {
-  if (!haveMoved_) return port;
-  const auto found = toService_.find(key(port, side));
-  return found == toService_.end() ? Nowhere : found->second;
+ServicePort PortPlaces::toService(PortRecord port, Side side) const {
+  if (const auto moved = toService_.find(key(port, side)); moved != toService_.end()) return moved->second;
+  const auto handle = handles_.find(port.groupId);
+  return handle == handles_.end() ? Nowhere : ServicePort{handle->second, port.portIndex};
 }
 
-std::optional<PortRecord> PortPlaces::fromService(PortRecord port, Side side) const {
-  if (!haveMoved_) return knows(port, side) ? std::optional(port) : std::nullopt;
-  const auto found = fromService_.find(key(port, side));
-  return found == fromService_.end() ? std::nullopt : std::optional(found->second);
+std::optional<PortRecord> PortPlaces::fromService(ServicePort port, Side side) const {
+  if (const auto moved = fromService_.find({port, side}); moved != fromService_.end()) return moved->second;
+  const auto id = ids_.find(port.group);
+  if (id == ids_.end()) return std::nullopt;
+  const PortRecord place{id->second, port.index};
+  return knows(place, side) ? std::optional(place) : std::nullopt;
 }
 
 std::string PortPlaces::name(PortRecord port, Side side) const {

@@ -2,6 +2,7 @@
 #pragma once
 
 #include <cstdint>
+#include <functional>
 #include <map>
 #include <optional>
 #include <string>
@@ -9,54 +10,73 @@
 #include <utility>
 
 #include "platform/client/port_names.h"
+#include "platform/client/service_port.h"
 #include "platform/wire/messages.h"
 #include "strmsrv.h"
 
 namespace client {
 
-// The ports of a device by places, groups and indices, that stay when the service numbers them anew: as one does that
-// has been started again. Ports are found again by their names. A place is the service's own, until it is another's.
+// The ports of a device by places, group ids and indices, which stay whatever the service calls them: one that has been
+// started again has other handles, and so has a group that has come back after a long time. Ports are then found again
+// by their names. A place has the service's own index, until it is another's.
 class PortPlaces {
  public:
+  // Gives a group that is not known its id; nothing: it is to stay unknown.
+  using NewGroup = std::function<std::optional<std::uint16_t>(const wire::TopologyGroup& group)>;
+
   PortPlaces() : PortPlaces(wire::Topology{}) {}
+
+  // first: its groups have ids.
   explicit PortPlaces(wire::Topology first);
 
-  // The service has these ports now. Those not known yet are known from now on. isAnother: it may have numbered them
-  // anew.
-  void follow(const wire::Topology& now, bool isAnother);
+  // The service has these ports now. Those of known groups that are not known yet are known from now on. isAnother: the
+  // handles of the groups mean nothing any more.
+  void follow(const wire::Topology& now, bool isAnother, const NewGroup& newGroup);
 
   // The service's place of a port; for one that is not there, a place that no port has.
-  StrmSrv::PortRecord toService(StrmSrv::PortRecord port, Side side) const;
+  ServicePort toService(StrmSrv::PortRecord port, Side side) const;
 
   // The place of the service's port; nothing when it is not known.
-  std::optional<StrmSrv::PortRecord> fromService(StrmSrv::PortRecord port, Side side) const;
+  std::optional<StrmSrv::PortRecord> fromService(ServicePort port, Side side) const;
 
   // The name of a port; for one that is not known, a name in the same style that none of the first has.
   std::string name(StrmSrv::PortRecord port, Side side) const;
 
-  // The groups that have ports which were not there at first, and are none of the first groups.
-  const std::map<std::uint16_t, std::string>& laterGroups() const { return laterGroups_; }
-
  private:
   // A place on a side.
   using Key = std::uint64_t;
-  using Places = std::unordered_map<Key, StrmSrv::PortRecord>;
+  using OnSide = std::pair<ServicePort, Side>;
+  struct OnSideHash {
+    std::size_t operator()(const OnSide& port) const noexcept {
+      return ServicePortHash{}(port.first) * 2 + (port.second == Side::Sink ? 1 : 0);
+    }
+  };
 
   static Key key(StrmSrv::PortRecord port, Side side);
   bool knows(StrmSrv::PortRecord port, Side side) const;
-  void follow(const wire::TopologyGroup& group, const wire::TopologySide& ports, Side side);
-  void learn(StrmSrv::PortRecord place, Side side, const std::string& name, const wire::TopologyGroup& group);
-  std::optional<StrmSrv::PortRecord> placeOf(const std::string& name, Side side) const;
-  StrmSrv::PortRecord newPlace(const wire::TopologyGroup& group, std::uint16_t index, Side side) const;
-  std::uint16_t groupOf(const wire::TopologyGroup& group) const;
+  void meet(const wire::TopologyGroup& group, const NewGroup& newGroup);
+  bool isAsAtFirst(std::uint16_t id, const wire::TopologyGroup& group) const;
+  void forgetHandleOf(std::uint16_t id);
+  void followInPlace(std::uint64_t handle, std::uint16_t id, const wire::TopologySide& ports, Side side);
+  void followByName(ServicePort there, std::uint16_t id, Side side, const std::string& name);
+  void learn(StrmSrv::PortRecord place, Side side, const std::string& name);
+  std::optional<StrmSrv::PortRecord> placeOf(const std::string& name, Side side);
   void enterNames();
 
   PortNames first_;
-  std::unordered_map<Key, std::string> later_;  // the names of ports that came later
-  std::map<std::uint16_t, std::string> laterGroups_;
-  bool haveMoved_ = false;  // then the rest says what is where
-  Places toService_;
-  Places fromService_;
+  std::unordered_map<std::string, std::uint16_t> idByName_;  // of all known groups
+  std::unordered_map<Key, std::string> later_;               // the names of ports that came later
+
+  // The groups whose ports have the service's own indices, both ways.
+  std::unordered_map<std::uint64_t, std::uint16_t> ids_;
+  std::unordered_map<std::uint16_t, std::uint64_t> handles_;
+
+  // The other groups, and the ports whose places are not the service's own, both ways.
+  std::unordered_map<std::uint64_t, std::uint16_t> moved_;
+  std::unordered_map<Key, ServicePort> toService_;
+  std::unordered_map<OnSide, StrmSrv::PortRecord, OnSideHash> fromService_;
+
+  bool namesEntered_ = false;
   std::unordered_map<std::string, std::pair<StrmSrv::PortRecord, Side>> byName_;  // all that are known
 };
 

@@ -102,6 +102,7 @@ EventResult EventPortManager::Session::receive(int milliseconds) {
     return EvtRes_DoNothing;
   }
   if (tapsAreMissing_) tapMissing();
+  lookForArrivals();
   if (!events_ && !openEvents(session)) return EvtRes_DoNothing;
   if (events_->receive(ports_, deadline)) return EvtRes_Success;
   if (events_->lost()) {
@@ -169,7 +170,10 @@ std::optional<EventPortManager::Session::Device> EventPortManager::Session::devi
   if (!attached() || silent()) return std::nullopt;
   const std::uint64_t number = channels_->control.session();
   auto topology = channels_->control.ask<wire::Topology>(wire::AskTopology{number}, deadline);
-  if (topology) return Device{number, std::move(*topology)};
+  if (topology) {
+    topology_ = *topology;
+    return Device{number, std::move(*topology)};
+  }
   noticeLoss(deadline);
   return std::nullopt;
 }
@@ -193,7 +197,7 @@ void EventPortManager::Session::noticeLoss(const Deadline& deadline) {
 void EventPortManager::Session::lose() {
   if (!connection_.mayReturn()) return;
   channels_.reset();
-  mirrorValid_ = false;
+  if (std::exchange(mirrorValid_, false)) carried_.keep(mirror_, topology_);
   session_ = 0;
   nextLook_ = std::chrono::steady_clock::now();
   report(endpoint_, "the service has gone");
@@ -215,6 +219,8 @@ bool EventPortManager::Session::attach() {
       session_ = control.session();
       tapsAreMissing_ = tapped < taps_.size();
       report(endpoint_, returnText(tapped, taps_.size()));
+      reportLostLinks();
+      isBack_ = true;
       return true;
     }
   } catch (const std::exception&) {

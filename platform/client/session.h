@@ -13,6 +13,8 @@
 #include <vector>
 
 #include "evtsrv.h"
+#include "platform/client/arrivals.h"
+#include "platform/client/carried_links.h"
 #include "platform/client/connection.h"
 #include "platform/client/control_channel.h"
 #include "platform/client/deadline.h"
@@ -21,9 +23,9 @@
 #include "platform/client/graph_channel.h"
 #include "platform/client/link_mirror.h"
 #include "platform/client/port_registry.h"
+#include "platform/client/service_port.h"
 #include "platform/client/tap_list.h"
 #include "platform/wire/messages.h"
-#include "strmsrv.h"
 
 namespace EvtSrv {
 
@@ -34,8 +36,9 @@ namespace EvtSrv {
 //
 // A service that goes, and may come back, costs one line on standard error. From then on every request and every
 // receive looks for it, some times in a second; when it is back, the session attaches with all its taps, and says so in
-// one line; this takes as long as the taps are many, some ten thousand in a second. Taps of ports that are not there
-// then are tried again by who receives, once a second, until they are.
+// one line, and in another what connections between two systems that this client knew have ended with it; this takes as
+// long as the taps are many, some ten thousand in a second. Taps of ports that are not there then are tried again by
+// who receives, once a second, until they are.
 class EventPortManager::Session {
  public:
   // Attaches. endpoint: what the connection is called on standard error. Without a service that answers: the cause in
@@ -77,16 +80,20 @@ class EventPortManager::Session {
   };
   std::optional<Device> device();
 
+  // A console lists the groups and ports of this topology. From now on, what comes that none lists costs one line on
+  // standard error, at most one a second, when somebody receives.
+  void list(const wire::Topology& topology);
+
   // The status, when the mirror shows what the service has done; NoSession, and nothing done, when the session has
   // another number than the caller thinks.
   std::optional<wire::Status> patch(bool made, const wire::LinkRecord& link, std::uint64_t number);
 
   // Copies what the up-to-date mirror says; does not wait, but when the mirror has to be fetched anew. False without a
   // mirror, and when the session has another number: result is then empty.
-  bool sourcesOf(StrmSrv::PortRecord sink, std::uint64_t number, std::vector<StrmSrv::PortRecord>& result) {
+  bool sourcesOf(client::ServicePort sink, std::uint64_t number, std::vector<client::ServicePort>& result) {
     return peersOf(&client::LinkMirror::sourcesOf, sink, number, result);
   }
-  bool sinksOf(StrmSrv::PortRecord source, std::uint64_t number, std::vector<StrmSrv::PortRecord>& result) {
+  bool sinksOf(client::ServicePort source, std::uint64_t number, std::vector<client::ServicePort>& result) {
     return peersOf(&client::LinkMirror::sinksOf, source, number, result);
   }
 
@@ -121,11 +128,15 @@ class EventPortManager::Session {
   bool openEvents(std::uint64_t session);
   void waitForService(const client::Deadline& deadline);
   void tapMissing();
+  void lookForArrivals();
+
+  // With mutex_ locked: what a service that is back has lost.
+  void reportLostLinks();
 
   // With mutex_ locked, and channels_ there; they may be gone afterwards, when the answer is false.
   bool openGraph(const client::Deadline& deadline);
-  using PeersOf = std::span<const StrmSrv::PortRecord> (client::LinkMirror::*)(StrmSrv::PortRecord);
-  bool peersOf(PeersOf peers, StrmSrv::PortRecord port, std::uint64_t number, std::vector<StrmSrv::PortRecord>& result);
+  using PeersOf = std::span<const client::ServicePort> (client::LinkMirror::*)(client::ServicePort);
+  bool peersOf(PeersOf peers, client::ServicePort port, std::uint64_t number, std::vector<client::ServicePort>& result);
   // For questions: the mirror shows what had arrived a moment ago, and all that this client has done. False when it
   // cannot, and then channels_ may have gone.
   bool lookAtGraph(const client::Deadline& deadline);
@@ -140,6 +151,9 @@ class EventPortManager::Session {
   client::LinkMirror mirror_;         // guarded by mutex_, as all down to events_
   bool mirrorValid_ = false;
   std::chrono::steady_clock::time_point nextGraphLook_;
+  wire::Topology topology_;  // as last answered
+  client::CarriedLinks carried_;
+  client::Arrivals arrivals_;
   client::TapList taps_;
   std::size_t nextMissing_ = 0;  // the tap to try next, if it is missing
   std::chrono::steady_clock::time_point nextTapLook_;
@@ -147,6 +161,9 @@ class EventPortManager::Session {
   std::chrono::steady_clock::time_point nextLook_;  // for a service that has gone, or question to a silent one
   std::optional<client::EventChannel> events_;      // of the thread that receives
   std::atomic<bool> tapsAreMissing_{false};
+  std::atomic<bool> isBack_{false};  // the service, since who receives has last looked for arrivals
+  std::optional<std::chrono::steady_clock::time_point> arrivalLook_;  // of who receives: when to look
+  std::chrono::steady_clock::time_point nextArrivalLine_;             // likewise: not before
   std::atomic<std::uint64_t> session_{0};  // the service's number of it; 0 while the service has gone
 };
 

@@ -36,8 +36,8 @@ std::optional<wire::Status> EventPortManager::Session::patch(bool made, const wi
   return std::nullopt;
 }
 
-bool EventPortManager::Session::peersOf(PeersOf peers, StrmSrv::PortRecord port, std::uint64_t number,
-                                        std::vector<StrmSrv::PortRecord>& result) {
+bool EventPortManager::Session::peersOf(PeersOf peers, client::ServicePort port, std::uint64_t number,
+                                        std::vector<client::ServicePort>& result) {
   result.clear();
   const Deadline deadline(client::AnswerTime);
   const std::lock_guard guard(mutex_);

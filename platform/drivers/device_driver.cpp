@@ -53,7 +53,7 @@ class DeviceDriver : public Driver {
  private:
   Topology topology_;
   std::vector<Link> links_;
-  std::unordered_set<std::uint16_t> thrus_;
+  std::unordered_set<std::uint64_t> thrus_;
   std::multimap<PortId, std::unique_ptr<Player>> players_;
   DriverEvents* events_ = nullptr;
 };

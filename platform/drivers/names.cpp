@@ -28,13 +28,23 @@ std::string joinName(std::string_view stem, std::string_view tail, std::size_t m
 
 std::string UniqueNames::add(std::string_view raw) {
   std::string wanted = cleanName(raw, most_);
-  if (taken_.insert(wanted).second) return wanted;
+  if (taken_.try_emplace(wanted).second) return wanted;
   // Counting on from the last suffix keeps thousands of equal names from being tried again and again.
-  unsigned& suffix = lastSuffix_.try_emplace(wanted, 1U).first->second;
+  Suffixes& suffixes = suffixes_[wanted];
+  ++suffixes.inUse;
   for (;;) {
-    const auto [name, isNew] = taken_.insert(joinName(wanted, "_" + std::to_string(++suffix), most_));
-    if (isNew) return *name;
+    const auto [name, isNew] =
+        taken_.try_emplace(joinName(wanted, "_" + std::to_string(++suffixes.last), most_), wanted);
+    if (isNew) return name->first;
   }
+}
+
+void UniqueNames::remove(const std::string& name) {
+  const auto taken = taken_.find(name);
+  if (taken == taken_.end()) return;
+  const auto suffixes = suffixes_.find(taken->second);
+  if (suffixes != suffixes_.end() && --suffixes->second.inUse == 0) suffixes_.erase(suffixes);
+  taken_.erase(taken);
 }
 
 }  // namespace service

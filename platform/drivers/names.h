@@ -8,7 +8,6 @@
 #include <string>
 #include <string_view>
 #include <unordered_map>
-#include <unordered_set>
 
 #include "platform/wire/messages.h"
 
@@ -35,10 +34,18 @@ class UniqueNames {
   // The clean form of raw; when an earlier name has taken it, with "_2", "_3", ... at its end, the first that is free.
   std::string add(std::string_view raw);
 
+  // Gives a name back that add has answered. Another may have it from now on.
+  void remove(const std::string& name);
+
  private:
+  struct Suffixes {
+    unsigned last = 1;
+    std::size_t inUse = 0;
+  };
+
   std::size_t most_;
-  std::unordered_set<std::string> taken_;
-  std::unordered_map<std::string, unsigned> lastSuffix_;
+  std::unordered_map<std::string, std::string> taken_;  // and what they are without their suffix; empty: they have none
+  std::unordered_map<std::string, Suffixes> suffixes_;
 };
 
 }  // namespace service

@@ -10,9 +10,9 @@ namespace service {
 
 enum class Side : std::uint8_t { Source = 0, Sink = 1 };
 
-// One port of the device: a group id, an index within the group's ports of that side, and the side.
+// One port of the device: its group's handle, an index within the group's ports of that side, and the side.
 struct PortId {
-  std::uint16_t group = 0;
+  std::uint64_t group = 0;
   std::uint16_t index = 0;
   Side side = Side::Source;
   // clang-tidy 14 takes the comparisons that are made here for null pointers.
@@ -21,9 +21,9 @@ struct PortId {
 
 // One connection: from a source port to a sink port.
 struct Link {
-  std::uint16_t sourceGroup = 0;
+  std::uint64_t sourceGroup = 0;
   std::uint16_t sourceIndex = 0;
-  std::uint16_t sinkGroup = 0;
+  std::uint64_t sinkGroup = 0;
   std::uint16_t sinkIndex = 0;
 
   PortId source() const { return {sourceGroup, sourceIndex, Side::Source}; }
@@ -31,7 +31,8 @@ struct Link {
   friend auto operator<=>(const Link&, const Link&) = default;  // NOLINT(modernize-use-nullptr)
 };
 
-// One MIDI message without its channel: the group id takes the channel's place. The bytes are borrowed for a call.
+// One MIDI message without its channel: a group id takes the channel's place. It has nothing to do with the groups of
+// ports. The bytes are borrowed for a call.
 struct Message {
   std::uint16_t group = 0;
   std::span<const std::uint8_t> bytes;

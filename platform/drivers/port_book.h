@@ -4,6 +4,7 @@
 #include <array>
 #include <cstddef>
 #include <cstdint>
+#include <map>
 #include <optional>
 #include <span>
 #include <string>
@@ -36,13 +37,18 @@ struct ForeignClient {
   friend bool operator==(const ForeignClient&, const ForeignClient&) = default;
 };
 
-// Gives the clients of another system group ids, and their ports indices and names. Ids and indices are given in the
-// order of appearance, and are kept for good: a client that goes and comes back under the same name has its id again,
-// a port of it that comes back under the same name its index and its own name.
+// Makes groups of the clients of another system, and gives their ports indices and names. Handles and indices are given
+// in the order of appearance, and never to another group or port: a client that goes and comes back under the same name
+// has its handle again, a port of it that comes back under the same name its index and its own name.
+//
+// Of the clients that have gone, the last RememberedClients are remembered. One that went before them is forgotten with
+// its names: it comes back as another group. So a book is no larger for all the clients that it has ever seen.
 class PortBook {
  public:
-  // What is there now, in the order in which it is to appear. Answers whether the topology has changed. What finds no
-  // id or index any more (65,536 have been given) is left out.
+  static constexpr std::size_t RememberedClients = 256;
+
+  // What is there now, in the order in which it is to appear. Answers whether the topology has changed. A port that
+  // finds no index any more (65,535 have been given on its side of the group) is left out.
   bool update(std::span<const ForeignClient> clients);
 
   // The same object as long as the book lives.
@@ -67,12 +73,19 @@ class PortBook {
     std::optional<std::uint64_t> key;              // nothing: gone
     std::array<std::vector<PortSlot>, 2> sides{};  // by Side
   };
+  using Groups = std::map<std::uint64_t, GroupSlot>;  // by handle
 
+  void leave(Groups::value_type& entry);
   GroupSlot* groupFor(const ForeignClient& client);
   void fill(GroupSlot& group, const ForeignClient& client, Side side);
+  void forgetTheLongestGone();
   void rebuild();
 
-  std::vector<GroupSlot> groups_;  // by id
+  Groups groups_;
+  std::uint64_t nextHandle_ = 0;
+  std::unordered_map<std::uint64_t, std::uint64_t> here_;  // handles of those that are there, by key
+  std::map<std::uint64_t, std::uint64_t> gone_;            // handles of those that have gone, in the order of going
+  std::uint64_t departures_ = 0;
   UniqueNames groupNames_{MaxGroupNameBytes};
   UniqueNames portNames_;
   std::array<std::unordered_map<std::uint64_t, PortId>, 2> places_{};  // by Side

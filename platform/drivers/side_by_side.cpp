@@ -5,7 +5,6 @@
 
 #include <algorithm>
 #include <cerrno>
-#include <limits>
 #include <map>
 #include <system_error>
 #include <unordered_map>
@@ -16,71 +15,143 @@
 namespace service {
 namespace {
 
-constexpr std::size_t MaxGroups = std::numeric_limits<std::uint16_t>::max() + std::size_t{1};
+// So many ports stand in a line for the log.
+constexpr std::size_t MostPortsInALine = 8;
 
-// A port or a group of one of the devices.
+// A group of one of the devices.
 struct Origin {
   std::size_t device = 0;
-  std::uint16_t group = 0;
+  std::uint64_t group = 0;
 };
+
+bool isThere(const std::optional<SideOfGroup>& side, std::uint16_t index) {
+  return side && index < side->count && !side->hasGone(index);
+}
+
+// The ports of a group that are there, and were not there before.
+std::vector<std::string> newPorts(const Group& before, const Group& now) {
+  std::vector<std::string> names;
+  for (const Side which : {Side::Source, Side::Sink}) {
+    const auto& side = now.side(which);
+    for (std::uint16_t index = 0; side && index < side->count; ++index) {
+      if (isThere(side, index) && !isThere(before.side(which), index)) names.push_back(side->nameOf(index));
+    }
+  }
+  return names;
+}
+
+bool anyPortIsThere(const Group& group) { return !newPorts({}, group).empty(); }
+
+// What there is for the log when a group has come, or ports of it; nothing when none have.
+std::optional<std::string> arrivalLine(const Group& before, const Group& now) {
+  const auto names = newPorts(before, now);
+  if (names.empty()) return std::nullopt;
+  std::string line = "group \"" + now.name + (anyPortIsThere(before) ? "\" has more ports: " : "\" has come: ");
+  const std::size_t named = std::min(names.size(), MostPortsInALine);
+  for (std::size_t at = 0; at < named; ++at) line += (at == 0 ? "\"" : ", \"") + names[at] + '"';
+  if (named < names.size()) line += " and " + std::to_string(names.size() - named) + " more";
+  return line;
+}
 
 // The topologies of several devices as one.
 class JointTopology {
  public:
-  const Topology& topology() const { return topology_; }
-
-  void update(const std::vector<NamedDriver>& drivers) {
-    groupIds_.resize(drivers.size());
-    groups_.resize(origins_.size());
-    for (std::size_t device = 0; device < drivers.size(); ++device) {
-      for (const Group& group : drivers[device].driver->topology().groups()) enter(device, group);
-    }
-    topology_ = Topology(groups_);
+  explicit JointTopology(const std::vector<NamedDriver>& drivers) : handles_(drivers.size()) {
+    for (std::size_t device = 0; device < drivers.size(); ++device) enter(device, drivers[device].driver->topology());
+    rebuild();
   }
 
-  // The port of a device in the joint topology; nothing when it found no id there.
+  const Topology& topology() const { return topology_; }
+
+  // The topology of a device is another now. Answers lines for the log of what has come.
+  std::vector<std::string> update(std::size_t device, const Topology& now) {
+    forgetMissing(device, now);
+    std::vector<std::string> lines = enter(device, now);
+    rebuild();
+    return lines;
+  }
+
+  // The port of a device in the joint topology; nothing when its group is not there.
   std::optional<PortId> joint(std::size_t device, PortId port) const {
-    const auto found = groupIds_[device].find(port.group);
-    if (found == groupIds_[device].end()) return std::nullopt;
+    const auto found = handles_[device].find(port.group);
+    if (found == handles_[device].end()) return std::nullopt;
     return PortId{found->second, port.index, port.side};
   }
 
-  const Origin* origin(std::uint16_t group) const { return group < origins_.size() ? &origins_[group] : nullptr; }
-
- private:
-  void enter(std::size_t device, const Group& group) {
-    const auto known = groupIds_[device].find(group.id);
-    if (known == groupIds_[device].end()) {
-      if (origins_.size() == MaxGroups) return;
-      const auto id = static_cast<std::uint16_t>(origins_.size());
-      groupIds_[device].emplace(group.id, id);
-      origins_.push_back({device, group.id});
-      groups_.push_back({id, groupNames_.add(group.name), std::nullopt, std::nullopt});
-    }
-    Group& entered = groups_[groupIds_[device].at(group.id)];
-    entered.original = group.original;
-    entered.sources = named(group.sources, {entered.id, 0, Side::Source});
-    entered.sinks = named(group.sinks, {entered.id, 0, Side::Sink});
+  // Null for a group that is not there. Valid until the next update.
+  const Origin* origin(std::uint64_t group) const {
+    const auto found = entries_.find(group);
+    return found == entries_.end() ? nullptr : &found->second.origin;
   }
 
-  std::optional<SideOfGroup> named(const std::optional<SideOfGroup>& side, PortId port) {
+ private:
+  struct Entry {
+    Origin origin;
+    Group group;  // with the names that it has here
+  };
+
+  std::vector<std::string> enter(std::size_t device, const Topology& now) {
+    std::vector<std::string> lines;
+    for (const Group& group : now.groups()) {
+      if (const auto line = enter(device, group)) lines.push_back(*line);
+    }
+    return lines;
+  }
+
+  std::optional<std::string> enter(std::size_t device, const Group& group) {
+    const auto [handle, isNew] = handles_[device].try_emplace(group.handle, nextHandle_);
+    if (isNew) {
+      Entry& entry = entries_[nextHandle_];
+      entry.origin = {device, group.handle};
+      entry.group = {nextHandle_, groupNames_.add(group.name), std::nullopt, std::nullopt, {}, group.wantedId, device};
+      ++nextHandle_;
+    }
+    Group& entered = entries_.at(handle->second).group;
+    const Group before = entered;
+    entered.original = group.original;
+    entered.sources = named(group.sources, before.sources);
+    entered.sinks = named(group.sinks, before.sinks);
+    return arrivalLine(before, entered);
+  }
+
+  // A port that was there before keeps its name.
+  std::optional<SideOfGroup> named(const std::optional<SideOfGroup>& side, const std::optional<SideOfGroup>& before) {
     if (!side) return std::nullopt;
     SideOfGroup entered = *side;
-    entered.names.clear();
-    for (; port.index < side->count; ++port.index) {
-      const auto [known, isNew] = portNames_.try_emplace(port);
-      if (isNew) known->second = uniquePortNames_.add(side->nameOf(port.index));
-      entered.names.push_back(known->second);
+    entered.names = before ? before->names : std::vector<std::string>();
+    for (auto index = static_cast<std::uint16_t>(entered.names.size()); index < side->count; ++index) {
+      entered.names.push_back(portNames_.add(side->nameOf(index)));
     }
     return entered;
   }
 
-  std::vector<Origin> origins_;                                             // by joint group id
-  std::vector<std::unordered_map<std::uint16_t, std::uint16_t>> groupIds_;  // of each device
-  std::vector<Group> groups_;
-  std::map<PortId, std::string> portNames_;
+  void forgetMissing(std::size_t device, const Topology& now) {
+    std::erase_if(handles_[device], [&](const auto& handle) {
+      if (now.find(handle.first) != nullptr) return false;
+      const auto forgotten = entries_.find(handle.second);
+      const Group& group = forgotten->second.group;
+      for (const auto* side : {&group.sources, &group.sinks}) {
+        if (!*side) continue;
+        for (const std::string& name : (*side)->names) portNames_.remove(name);
+      }
+      groupNames_.remove(group.name);
+      entries_.erase(forgotten);
+      return true;
+    });
+  }
+
+  void rebuild() {
+    std::vector<Group> groups;
+    groups.reserve(entries_.size());
+    for (const auto& [handle, entry] : entries_) groups.push_back(entry.group);
+    topology_ = Topology(std::move(groups));
+  }
+
+  std::map<std::uint64_t, Entry> entries_;                                 // by joint handle
+  std::vector<std::unordered_map<std::uint64_t, std::uint64_t>> handles_;  // of each device, to the joint ones
+  std::uint64_t nextHandle_ = 0;
   UniqueNames groupNames_{MaxGroupNameBytes};
-  UniqueNames uniquePortNames_;
+  UniqueNames portNames_;
   Topology topology_;
 };
 
@@ -113,8 +184,8 @@ class AnyReadable {
 
 class SideBySide : public Driver {
  public:
-  explicit SideBySide(std::vector<NamedDriver> drivers) : drivers_(std::move(drivers)), readable_(drivers_) {
-    joint_.update(drivers_);
+  explicit SideBySide(std::vector<NamedDriver> drivers)
+      : drivers_(std::move(drivers)), readable_(drivers_), joint_(drivers_) {
     for (std::size_t device = 0; device < drivers_.size(); ++device) {
       for (const Link& link : drivers_[device].driver->initialLinks()) {
         if (const auto entered = jointLink(device, link)) links_.push_back(*entered);
@@ -183,7 +254,8 @@ class SideBySide : public Driver {
       if (const auto entered = all_.jointLink(device_, link)) events_.unlinked(*entered, now);
     }
     void topologyChanged(Time now) override {
-      all_.joint_.update(all_.drivers_);
+      const auto lines = all_.joint_.update(device_, all_.drivers_[device_].driver->topology());
+      for (const std::string& line : lines) noted(line);
       events_.topologyChanged(now);
     }
     void lost(PortId source, std::uint64_t count, Time now) override {

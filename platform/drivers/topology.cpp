@@ -21,7 +21,7 @@ std::string SideOfGroup::nameOf(std::uint16_t index) const {
 
 Group numberedGroup(std::uint16_t id, const std::string& name, std::optional<std::uint16_t> sources,
                     std::optional<std::uint16_t> sinks) {
-  Group group{id, name, std::nullopt, std::nullopt};
+  Group group{id, name, std::nullopt, std::nullopt, {}, id};
   if (sources) group.sources = SideOfGroup{*sources, name + sideWord(Side::Source), {}};
   if (sinks) group.sinks = SideOfGroup{*sinks, name + sideWord(Side::Sink), {}};
   return group;
@@ -29,7 +29,7 @@ Group numberedGroup(std::uint16_t id, const std::string& name, std::optional<std
 
 Topology::Topology(std::vector<Group> groups) : groups_(std::move(groups)) {
   for (std::size_t at = 0; at < groups_.size(); ++at) {
-    byId_.emplace(groups_[at].id, at);
+    byHandle_.emplace(groups_[at].handle, at);
     enter(groups_[at], Side::Source);
     enter(groups_[at], Side::Sink);
   }
@@ -38,23 +38,27 @@ Topology::Topology(std::vector<Group> groups) : groups_(std::move(groups)) {
 void Topology::enter(const Group& group, Side side) {
   const auto& ports = group.side(side);
   if (!ports || ports->count == 0) return;
-  if (ports->names.empty()) byPrefix_.emplace(ports->prefix, PortId{group.id, 0, side});
+  if (ports->names.empty()) byPrefix_.emplace(ports->prefix, PortId{group.handle, 0, side});
   assert(ports->names.empty() || ports->names.size() == ports->count);
   for (std::size_t index = 0; index < ports->names.size(); ++index) {
-    byName_.emplace(ports->names[index], PortId{group.id, static_cast<std::uint16_t>(index), side});
+    byName_.emplace(ports->names[index], PortId{group.handle, static_cast<std::uint16_t>(index), side});
   }
 }
 
-const Group* Topology::find(std::uint16_t id) const {
-  const auto found = byId_.find(id);
-  return found == byId_.end() ? nullptr : &groups_[found->second];
+const Group* Topology::find(std::uint64_t handle) const {
+  const auto found = byHandle_.find(handle);
+  return found == byHandle_.end() ? nullptr : &groups_[found->second];
 }
 
 bool Topology::exists(PortId port) const {
+  return knows(port) && !find(port.group)->side(port.side)->hasGone(port.index);
+}
+
+bool Topology::knows(PortId port) const {
   const Group* group = find(port.group);
   if (group == nullptr) return false;
   const auto& ports = group->side(port.side);
-  return ports && port.index < ports->count && !ports->hasGone(port.index);
+  return ports && port.index < ports->count;
 }
 
 std::optional<PortId> Topology::port(std::string_view name) const {

@@ -1,6 +1,7 @@
 // The groups and port names of a device.
 #pragma once
 
+#include <cstddef>
 #include <cstdint>
 #include <map>
 #include <optional>
@@ -16,7 +17,8 @@ namespace service {
 // The ports of one group on one side. Their names are the prefix and a number from 1 on, or, where names is not
 // empty, those of the list (its size is then the count). So thousands of numbered ports cost no memory each.
 //
-// Ports of another system can go; they then keep their places and names, and exist no more until they return.
+// Ports of another system can go; they then keep their places and names, and exist no more until they return. A group
+// all of whose ports have gone may be forgotten: it is then left out of the topology.
 struct SideOfGroup {
   std::uint16_t count = 0;  // with those that have gone
   std::string prefix;
@@ -32,18 +34,20 @@ struct SideOfGroup {
 
 // One group. A side that is not there is not in that side's list; a side with 0 ports is.
 struct Group {
-  std::uint16_t id = 0;
+  std::uint64_t handle = 0;  // never another group's, also when this one has been forgotten
   std::string name;
   std::optional<SideOfGroup> sources;
   std::optional<SideOfGroup> sinks;
-  std::string original{};  // what another system calls the group; empty when there is none
+  std::string original{};                   // what another system calls the group; empty when there is none
+  std::optional<std::uint16_t> wantedId{};  // the group id that it is to have in a console, if it matters
+  std::size_t system = 0;                   // which of several systems side by side it belongs to
 
   const std::optional<SideOfGroup>& side(Side which) const { return which == Side::Source ? sources : sinks; }
 };
 
-// A group whose ports are called after it: its name, "Out" (sources) or "In" (sinks), and a number from 1 on. name must
-// be clean and have at most MaxGroupNameBytes bytes; no count: the side is not there. Ports of groups with different
-// names then have different names.
+// A group whose ports are called after it: its name, "Out" (sources) or "In" (sinks), and a number from 1 on. id is its
+// handle, and what it wants to be in a console. name must be clean and have at most MaxGroupNameBytes bytes; no count:
+// the side is not there. Ports of groups with different names then have different names.
 Group numberedGroup(std::uint16_t id, const std::string& name, std::optional<std::uint16_t> sources,
                     std::optional<std::uint16_t> sinks);
 
@@ -52,15 +56,18 @@ class Topology {
  public:
   Topology() = default;
 
-  // groups: with ids that differ, and port names that differ.
+  // groups: with handles that differ, and port names that differ.
   explicit Topology(std::vector<Group> groups);
 
   const std::vector<Group>& groups() const { return groups_; }
 
-  // The group with this id, or null. Lives as long as the topology.
-  const Group* find(std::uint16_t id) const;
+  // The group with this handle, or null. Lives as long as the topology.
+  const Group* find(std::uint64_t handle) const;
 
   bool exists(PortId port) const;
+
+  // The same, also for a port that has gone and whose place is kept.
+  bool knows(PortId port) const;
 
   // The port of this name on either side; nothing when no port has it.
   std::optional<PortId> port(std::string_view name) const;
@@ -75,7 +82,7 @@ class Topology {
   void enter(const Group& group, Side side);
 
   std::vector<Group> groups_;
-  std::unordered_map<std::uint16_t, std::size_t> byId_;
+  std::unordered_map<std::uint64_t, std::size_t> byHandle_;
   std::map<std::string, PortId, std::less<>> byPrefix_;  // of sides with numbered ports: their first port
   std::map<std::string, PortId, std::less<>> byName_;    // ports with names of their own
 };

@@ -8,16 +8,13 @@
 #include <variant>
 
 #include "platform/host/link_record.h"
+#include "platform/host/random_number.h"
 #include "platform/host/stats_message.h"
 #include "platform/host/topology_message.h"
 #include "platform/wire/printable.h"
 
 namespace host {
 namespace {
-
-service::Link toLink(const wire::Patch& patch) {
-  return {patch.sourceGroup, patch.sourceIndex, patch.sinkGroup, patch.sinkIndex};
-}
 
 // How long a client is probed. ZeroMQ tells of a closed connection a moment before it forgets the peer, and a number of
 // a connection may be a new client's already.
@@ -46,6 +43,8 @@ Dispatcher::Dispatcher(service::Service& service, Peers& peers, const Limits& li
       limits_(limits),
       log_(std::move(log)),
       warnings_(std::move(warnings)),
+      firstHandle_(limits.firstHandle ? *limits.firstHandle : randomNumber()),
+      topologyVersion_(service.topologyVersion()),
       lostBefore_(LossBeforeInterval),
       uncountedLosses_(UncountedLossInterval),
       events_(wire::encode(0, wire::Events{})),
@@ -78,6 +77,7 @@ std::optional<service::Time> Dispatcher::advance(service::Time now) {
   const auto serviceNext = service_.advance(now);
   sendGraphChanges();
   sendEvents();
+  tellTopologyChanged();
   sendNotes();
   const auto probeNext = probeSuspects(now);
   const auto heldBackNext = tellHeldBack(now);
@@ -151,7 +151,7 @@ void Dispatcher::handle(const Request& request, wire::UntapAll& message) {
 
 void Dispatcher::handle(const Request& request, wire::Patch& message) {
   if (sessionFor(request, message.session, &Session::controlPeer) == nullptr) return;
-  const service::Link link = toLink(message);
+  const service::Link link = toLink(message, firstHandle_);
   const wire::Status status =
       message.made ? service_.connect(link, request.now) : service_.disconnect(link, request.now);
   // The change goes out before the answer, so that who made it usually finds it there already.
@@ -160,20 +160,24 @@ void Dispatcher::handle(const Request& request, wire::Patch& message) {
 }
 
 void Dispatcher::handle(const Request& request, wire::AskTopology& message) {
-  if (sessionFor(request, message.session, &Session::controlPeer) == nullptr) return;
-  answer(request, topologyMessage(service_.topology()));
+  Session* session = sessionFor(request, message.session, &Session::controlPeer);
+  if (session == nullptr) return;
+  session->topologyTold = false;
+  answer(request, topologyMessage(service_.topology(), firstHandle_));
 }
 
 void Dispatcher::handle(const Request& request, wire::AskOriginals& message) {
   if (sessionFor(request, message.session, &Session::controlPeer) == nullptr) return;
-  answer(request, originalsMessage(service_.topology()));
+  answer(request, originalsMessage(service_.topology(), firstHandle_));
 }
 
 void Dispatcher::handle(const Request& request, wire::AskLinks& message) {
   Session* session = sessionFor(request, message.session, &Session::controlPeer);
   if (session == nullptr) return;
   wire::Links links{service_.graphVersion(), {}};
-  for (const service::Link& link : service_.links()) links.links.push_back(linkRecord(link));
+  for (const auto& [link, carried] : service_.connections()) {
+    links.links.push_back(linkRecord(link, carried, firstHandle_));
+  }
   session->graph = Credit(links.version);
   session->graphStale = false;
   answer(request, links);

@@ -87,6 +87,7 @@ class Dispatcher {
   void sendEvents();
   void sendEvents(Session& session);
   void sendGraphChanges();
+  void tellTopologyChanged();
   void removeGone(service::Time now);
   // Notes by which connection one of the session's sockets (0 control, 1 events, 2 graph) has just come.
   void noteConnection(Session& session, std::size_t socket, service::Time now);
@@ -104,6 +105,8 @@ class Dispatcher {
   Limits limits_;
   Log log_;
   Log warnings_;
+  std::uint64_t firstHandle_;      // see Limits
+  std::uint64_t topologyVersion_;  // of which the sessions have been told
   SessionTable sessions_;
   std::unordered_map<int, service::Time> closedAt_;  // connections that have closed lately
   bool someGone_ = false;

@@ -81,7 +81,8 @@ void Dispatcher::sendEvents(Session& session) {
 
 void Dispatcher::sendGraphChanges() {
   for (const service::GraphChange& change : service_.takeGraphChanges()) {
-    const auto message = wire::encode(0, wire::GraphChanged{change.version, change.added, linkRecord(change.link)});
+    const auto message = wire::encode(
+        0, wire::GraphChanged{change.version, change.added, linkRecord(change.link, change.carried, firstHandle_)});
     for (auto& [number, session] : sessions_.all()) {
       if (session.graphPeer.empty() || session.graphStale) continue;
       if (session.graph.onItsWay() < limits_.graphWindow) {
@@ -92,6 +93,15 @@ void Dispatcher::sendGraphChanges() {
         sendTo(session.graphPeer, wire::encode(0, wire::GraphStale{}));
       }
     }
+  }
+}
+
+// Once, however much changes until the client looks: what is on its way to a client is bounded.
+void Dispatcher::tellTopologyChanged() {
+  if (std::exchange(topologyVersion_, service_.topologyVersion()) == topologyVersion_) return;
+  for (auto& [number, session] : sessions_.all()) {
+    if (session.eventPeer.empty() || std::exchange(session.topologyTold, true)) continue;
+    sendTo(session.eventPeer, wire::encode(0, wire::TopologyChanged{}));
   }
 }
 

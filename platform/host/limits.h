@@ -3,6 +3,7 @@
 
 #include <cstddef>
 #include <cstdint>
+#include <optional>
 
 #include "platform/service/service.h"
 
@@ -21,6 +22,10 @@ struct Limits {
   // Changes of the patch graph that may be on their way to a client, unacknowledged; beyond it the client is told to
   // ask for the whole graph. At least wire::MinGraphWindow.
   std::uint64_t graphWindow = 1024;
+
+  // What handles of groups are counted from where they travel: a random number, unless it is given, so that no two
+  // services give a handle to two groups, the same one started again included.
+  std::optional<std::uint64_t> firstHandle{};
 };
 
 }  // namespace host

@@ -1,13 +1,20 @@
 // A connection in the form in which it travels.
 #pragma once
 
+#include <cstdint>
+
 #include "platform/drivers/port.h"
 #include "platform/wire/messages.h"
 
 namespace host {
 
-inline wire::LinkRecord linkRecord(const service::Link& link) {
-  return {link.sourceGroup, link.sourceIndex, link.sinkGroup, link.sinkIndex};
+// Handles travel with the number of the first: see Limits::firstHandle.
+inline wire::LinkRecord linkRecord(const service::Link& link, bool carried, std::uint64_t firstHandle) {
+  return {link.sourceGroup + firstHandle, link.sourceIndex, link.sinkGroup + firstHandle, link.sinkIndex, carried};
+}
+
+inline service::Link toLink(const wire::Patch& patch, std::uint64_t firstHandle) {
+  return {patch.sourceGroup - firstHandle, patch.sourceIndex, patch.sinkGroup - firstHandle, patch.sinkIndex};
 }
 
 }  // namespace host

@@ -52,6 +52,7 @@ struct Session {
   Credit events;  // in bytes of entries
   Credit graph;   // in versions of the patch graph
   bool graphStale = false;
+  bool topologyTold = false;  // that it has changed; not asked for since
 
   std::uint64_t taken = 0;      // Send and Inject
   std::uint64_t takenTold = 0;  // as far as the client knows

@@ -1,18 +1,10 @@
 #include "platform/host/session_table.h"
 
-#include <random>
 #include <utility>
 
+#include "platform/host/random_number.h"
+
 namespace host {
-namespace {
-
-std::uint64_t randomNumber() {
-  std::random_device device;
-  return std::uint64_t{device()} << 32U | device();
-}
-
-}  // namespace
-
 Session* SessionTable::add(std::string_view controlPeer, service::ClientId client) {
   if (findByPeer(controlPeer) != nullptr) return nullptr;
   std::uint64_t number = randomNumber();

@@ -32,24 +32,26 @@ std::vector<wire::Original> sideOriginals(const std::optional<service::SideOfGro
 
 }  // namespace
 
-wire::Topology topologyMessage(const service::Topology& topology) {
+wire::Topology topologyMessage(const service::Topology& topology, std::uint64_t firstHandle) {
   wire::Topology message;
   message.groups.reserve(topology.groups().size());
   for (const service::Group& group : topology.groups()) {
     auto sources = sideMessage(group.sources);
     auto sinks = sideMessage(group.sinks);
     const bool hasGone = !sources && !sinks && (group.sources || group.sinks);
-    if (!hasGone) message.groups.push_back({group.id, group.name, std::move(sources), std::move(sinks)});
+    if (hasGone) continue;
+    message.groups.push_back(
+        {group.handle + firstHandle, group.wantedId, group.name, std::move(sources), std::move(sinks)});
   }
   return message;
 }
 
-wire::Originals originalsMessage(const service::Topology& topology) {
+wire::Originals originalsMessage(const service::Topology& topology, std::uint64_t firstHandle) {
   wire::Originals message;
   for (const service::Group& group : topology.groups()) {
     if (group.original.empty()) continue;
-    message.groups.push_back(
-        {group.id, bytesOf(group.original), sideOriginals(group.sources), sideOriginals(group.sinks)});
+    message.groups.push_back({group.handle + firstHandle, bytesOf(group.original), sideOriginals(group.sources),
+                              sideOriginals(group.sinks)});
   }
   return message;
 }

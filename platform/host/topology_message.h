@@ -1,5 +1,8 @@
-// A device's topology, and its names elsewhere, in the form in which they travel.
+// A device's topology, and its names elsewhere, in the form in which they travel: handles with the number of the first
+// (see Limits::firstHandle).
 #pragma once
+
+#include <cstdint>
 
 #include "platform/drivers/topology.h"
 #include "platform/wire/messages.h"
@@ -7,8 +10,8 @@
 namespace host {
 
 // Without the groups and sides all of whose ports have gone.
-wire::Topology topologyMessage(const service::Topology& topology);
+wire::Topology topologyMessage(const service::Topology& topology, std::uint64_t firstHandle);
 
-wire::Originals originalsMessage(const service::Topology& topology);
+wire::Originals originalsMessage(const service::Topology& topology, std::uint64_t firstHandle);
 
 }  // namespace host

@@ -9,19 +9,22 @@
 
 namespace service {
 
+// Handles are counted, and so are indices: the odd factor, of the golden ratio, keeps them apart.
+constexpr std::uint64_t mixed(std::uint64_t first, std::uint64_t second) {
+  return first * 0x9E3779B97F4A7C15U + second;
+}
+
 struct PortHash {
   std::size_t operator()(PortId port) const noexcept {
-    const auto packed =
-        std::uint64_t{port.group} << 17U | std::uint64_t{port.index} << 1U | static_cast<std::uint64_t>(port.side);
-    return std::hash<std::uint64_t>{}(packed);
+    return std::hash<std::uint64_t>{}(
+        mixed(port.group, std::uint64_t{port.index} << 1U | static_cast<std::uint64_t>(port.side)));
   }
 };
 
 struct LinkHash {
   std::size_t operator()(const Link& link) const noexcept {
-    const auto packed = std::uint64_t{link.sourceGroup} << 48U | std::uint64_t{link.sourceIndex} << 32U |
-                        std::uint64_t{link.sinkGroup} << 16U | std::uint64_t{link.sinkIndex};
-    return std::hash<std::uint64_t>{}(packed);
+    return std::hash<std::uint64_t>{}(
+        mixed(mixed(link.sourceGroup, link.sourceIndex), mixed(link.sinkGroup, link.sinkIndex)));
   }
 };
 

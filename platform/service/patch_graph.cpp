@@ -46,6 +46,12 @@ std::vector<Link> PatchGraph::links() const {
   return all;
 }
 
+std::optional<PatchGraph::Carrier> PatchGraph::carrier(const Link& link) const {
+  const auto found = orders_.find(link);
+  if (found == orders_.end()) return std::nullopt;
+  return peers(link.source()).at(found->second).carrier;
+}
+
 // Answers false when the connection stands already.
 bool PatchGraph::insert(const Link& link, Carrier carrier) {
   if (!orders_.emplace(link, nextOrder_).second) return false;

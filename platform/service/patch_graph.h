@@ -4,6 +4,7 @@
 #include <cstddef>
 #include <cstdint>
 #include <map>
+#include <optional>
 #include <unordered_map>
 #include <vector>
 
@@ -49,6 +50,9 @@ class PatchGraph {
 
   // All connections, in the order of making.
   std::vector<Link> links() const;
+
+  // Who carries a connection; nothing when it does not stand.
+  std::optional<Carrier> carrier(const Link& link) const;
 
   std::size_t size() const { return orders_.size(); }
 

@@ -14,6 +14,10 @@ void Router::pass(std::span<const PortId> ports, const Message& message, Time no
   begin(ports, message, now, false);
 }
 
+void Router::forgetMissing(const Topology& topology) {
+  std::erase_if(lastTrip_, [&](const auto& passed) { return !topology.exists(passed.first); });
+}
+
 void Router::emitted(PortId source, const Message& message, Time now) {
   if (atDevice_ == nullptr) {
     begin({&source, 1}, message, now, true);

@@ -9,6 +9,7 @@
 #include <vector>
 
 #include "platform/drivers/port.h"
+#include "platform/drivers/topology.h"
 #include "platform/service/hash.h"
 #include "platform/service/patch_graph.h"
 
@@ -34,6 +35,9 @@ class Router {
 
   // Passes a message through ports, in this order, on one trip. Not from inside passed or arrived.
   void pass(std::span<const PortId> ports, const Message& message, Time now);
+
+  // Ports have gone: forgets which trips they have seen.
+  void forgetMissing(const Topology& topology);
 
   // The device has emitted a message: on the trip that it answers when called inside arrived, else on one of its own.
   void emitted(PortId source, const Message& message, Time now);

@@ -31,8 +31,10 @@ struct Service::State {
   bool knows(ClientId client) const { return clients.contains(client); }
 
   void copyToTaps(PortId port, const Message& message, Time now) {
-    for (const Tap& tap : taps.of(port)) {
-      clients.at(tap.client).queue.add(tap.eventPort, port, tap.holderBytes, message, now);
+    const TapTable::TappedPort* tapped = taps.find(port);
+    if (tapped == nullptr) return;
+    for (const Tap& tap : tapped->taps) {
+      clients.at(tap.client).queue.add(tap.eventPort, port, tapped->name, tap.holderBytes, message, now);
     }
   }
 
@@ -81,15 +83,48 @@ struct Service::State {
 
   // Who wants what is settled when the driver is not under way any more.
   void graphChanged(bool added, const Link& link) {
-    changes.push_back({graph.version(), added, link});
+    changes.push_back({graph.version(), added, link, isCarried(link)});
     unsettled.push_back(link.source());
+  }
+
+  bool isCarried(const Link& link) const {
+    if (graph.carrier(link) != PatchGraph::Carrier::Service) return false;
+    return topology().find(link.sourceGroup)->system != topology().find(link.sinkGroup)->system;
+  }
+
+  // The port has other taps than before.
+  void tapsChanged(PortId port) {
+    if (port.side == Side::Source) unsettled.push_back(port);
+    for (const auto& [order, peer] : graph.peers(port)) {
+      if (port.side == Side::Sink) unsettled.push_back(peer.port);
+    }
+  }
+
+  // Taps of a port that the device has forgotten go on with the port that has its name now.
+  void moveTaps() {
+    for (const PortId port : taps.ports()) {
+      if (topology().knows(port)) continue;
+      const auto now = topology().port(taps.find(port)->name);
+      if (!now) continue;
+      taps.move(port, *now);
+      tapsChanged(port);
+      tapsChanged(*now);
+    }
+  }
+
+  // The taps of a port of this name, which may have gone or been forgotten.
+  std::optional<PortId> tappedPlace(ClientId client, EventPortId eventPort, std::string_view name) const {
+    for (const PortId port : taps.tappedBy(client, eventPort)) {
+      if (taps.find(port)->name == name) return port;
+    }
+    return std::nullopt;
   }
 
   // For a port that something is to pass. The first message that does not is told of.
   bool hasGone(PortId port) {
     if (topology().exists(port)) return false;
     if (goneTold.insert(port).second) {
-      notes.push_back({"\"" + topology().name(port) + "\" has gone: what is sent to it is lost", true});
+      notes.push_back({"\"" + taps.find(port)->name + "\" has gone: what is sent to it is lost", true});
     }
     return true;
   }
@@ -118,6 +153,7 @@ struct Service::State {
   std::uint64_t uncountedLosses = 0;
   std::vector<Note> notes;
   std::set<PortId> goneTold;  // ports that notes have called gone, until they are back
+  std::uint64_t topologyVersion = 0;
   std::uint32_t lastClient = 0;
 };
 
@@ -150,7 +186,7 @@ wire::Status Service::tap(ClientId client, EventPortId port, std::string_view na
   if (!state_->knows(client)) return wire::Status::NoSession;
   const auto devicePort = state_->topology().port(name);
   if (!devicePort) return wire::Status::NotFound;
-  state_->taps.add(client, port, *devicePort, holderBytes);
+  state_->taps.add(client, port, *devicePort, holderBytes, name);
   state_->refreshUseAround(*devicePort, now);
   return wire::Status::Ok;
 }
@@ -158,9 +194,12 @@ wire::Status Service::tap(ClientId client, EventPortId port, std::string_view na
 wire::Status Service::untap(ClientId client, EventPortId port, std::string_view name, Time now) {
   if (!state_->knows(client)) return wire::Status::NoSession;
   // Also of a port that has gone, whose tap would come back with it.
-  const auto devicePort = state_->topology().place(name);
-  if (!devicePort || !state_->taps.remove(client, port, *devicePort)) return wire::Status::Nothing;
-  state_->refreshUseAround(*devicePort, now);
+  auto place = state_->topology().place(name);
+  if (!place || !state_->taps.remove(client, port, *place)) {
+    place = state_->tappedPlace(client, port, name);
+    if (!place || !state_->taps.remove(client, port, *place)) return wire::Status::Nothing;
+  }
+  state_->refreshUseAround(*place, now);
   return wire::Status::Ok;
 }
 
@@ -217,15 +256,23 @@ wire::Status Service::disconnect(const Link& link, Time now) {
 
 std::vector<Link> Service::links() const { return state_->graph.links(); }
 
+std::vector<CarriedLink> Service::connections() const {
+  std::vector<CarriedLink> all;
+  for (const Link& link : state_->graph.links()) all.push_back({link, state_->isCarried(link)});
+  return all;
+}
+
 std::uint64_t Service::graphVersion() const { return state_->graph.version(); }
 
 std::vector<GraphChange> Service::takeGraphChanges() { return std::exchange(state_->changes, {}); }
 
 const Topology& Service::topology() const { return state_->topology(); }
 
+std::uint64_t Service::topologyVersion() const { return state_->topologyVersion; }
+
 std::size_t Service::takeEvents(ClientId client, std::size_t maxBytes, std::vector<std::uint8_t>& out) {
   const auto found = state_->clients.find(client);
-  return found == state_->clients.end() ? 0 : found->second.queue.take(maxBytes, state_->topology(), out);
+  return found == state_->clients.end() ? 0 : found->second.queue.take(maxBytes, out);
 }
 
 bool Service::hasEvents(ClientId client) const {
@@ -288,7 +335,11 @@ void Service::unlinked(const Link& link, Time /*now*/) {
 
 void Service::topologyChanged(Time now) {
   for (const Link& link : state_->graph.orphans()) unlinked(link, now);
-  std::erase_if(state_->goneTold, [this](PortId port) { return state_->topology().exists(port); });
+  state_->moveTaps();
+  state_->router.forgetMissing(state_->topology());
+  std::erase_if(state_->goneTold,
+                [this](PortId port) { return state_->topology().exists(port) || !state_->tapped(port); });
+  ++state_->topologyVersion;
 }
 
 void Service::lost(PortId source, std::uint64_t count, Time /*now*/) {

@@ -21,11 +21,19 @@ struct Limits {
   std::size_t queueBytes = 8U << 20U;  // what may wait for one client
 };
 
+// A connection of the device. carried: the service carries it from one of several systems to another, so that it ends
+// with the service.
+struct CarriedLink {
+  Link link;
+  bool carried = false;
+};
+
 // What a client is told of the patch graph. added false: taken away.
 struct GraphChange {
   std::uint64_t version = 0;  // of the graph with this change made; the first change makes version 1
   bool added = false;
   Link link;
+  bool carried = false;  // see CarriedLink; of one that is taken away: false
 };
 
 class Service : private DriverEvents {
@@ -58,10 +66,14 @@ class Service : private DriverEvents {
   wire::Status connect(const Link& link, Time now);
   wire::Status disconnect(const Link& link, Time now);
   std::vector<Link> links() const;
+  std::vector<CarriedLink> connections() const;  // the same
   std::uint64_t graphVersion() const;
   std::vector<GraphChange> takeGraphChanges();
 
   const Topology& topology() const;
+
+  // Grows with every change of the topology.
+  std::uint64_t topologyVersion() const;
 
   // Moves up to about maxBytes of waiting events for the client, oldest first, to the end of out, in the form of
   // the entries of a wire::Events message. At least one event is moved when any waits. Answers the number of bytes

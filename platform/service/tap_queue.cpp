@@ -12,7 +12,8 @@ namespace service {
 TapQueue::TapQueue(std::size_t limit)
     : limit_(std::min<std::size_t>(limit, std::numeric_limits<std::uint32_t>::max() - wire::EventHeaderBytes)) {}
 
-void TapQueue::add(EventPortId eventPort, PortId port, std::uint32_t holderBytes, const Message& message, Time now) {
+void TapQueue::add(EventPortId eventPort, PortId port, std::string_view name, std::uint32_t holderBytes,
+                   const Message& message, Time now) {
   const std::size_t recordBytes = wire::RecordOverheadBytes + message.bytes.size();
   const bool joins = waitingLosses() == 0 && !entries_.empty() &&
                      mayJoin(entries_.back(), eventPort, port, holderBytes, recordBytes, now);
@@ -25,8 +26,9 @@ void TapQueue::add(EventPortId eventPort, PortId port, std::uint32_t holderBytes
   enterLosses();
   if (!joins) {
     const auto time = static_cast<std::uint64_t>(now.count());
+    const std::uint32_t origin = enterOrigin(port, name);
     entries_.push_back(
-        {.lostOrTime = time, .eventPort = eventPort, .recordBytes = 0, .port = port, .kind = Kind::Event});
+        {.lostOrTime = time, .eventPort = eventPort, .recordBytes = 0, .origin = origin, .kind = Kind::Event});
   }
   ++accepted_;
   entries_.back().recordBytes += static_cast<std::uint32_t>(recordBytes);
@@ -41,7 +43,7 @@ void TapQueue::addLossBefore(std::uint64_t count) {
 
 void TapQueue::enterLosses() {
   const auto enter = [this](Kind kind, std::uint64_t count) {
-    entries_.push_back({.lostOrTime = count, .eventPort = {}, .recordBytes = 0, .port = {}, .kind = kind});
+    entries_.push_back({.lostOrTime = count, .eventPort = {}, .recordBytes = 0, .origin = 0, .kind = kind});
   };
   if (dropped_ > 0) enter(Kind::Loss, dropped_);
   if (lostBefore_ > 0) enter(Kind::LossBefore, lostBefore_);
@@ -51,12 +53,9 @@ void TapQueue::enterLosses() {
   lostUncounted_ = false;
 }
 
-std::size_t TapQueue::take(std::size_t maxBytes, const Topology& names, std::vector<std::uint8_t>& out) {
+std::size_t TapQueue::take(std::size_t maxBytes, std::vector<std::uint8_t>& out) {
   const std::size_t start = out.size();
   const auto appended = [&] { return out.size() - start; };
-  std::string name;
-  bool named = false;
-  PortId nameOf;
   for (;;) {
     if (entries_.empty()) enterLosses();
     if (entries_.empty()) break;
@@ -73,11 +72,7 @@ std::size_t TapQueue::take(std::size_t maxBytes, const Topology& names, std::vec
       entries_.pop_front();
       continue;
     }
-    if (!named || nameOf != entry.port) {
-      name = names.name(entry.port);
-      nameOf = entry.port;
-      named = true;
-    }
+    const std::string& name = origins_[entry.origin].name;
     if (appended() > 0 && appended() + wire::eventEntryBytes(name, entry.recordBytes) > maxBytes) break;
     entries_.pop_front();
     wire::beginEventEntry(static_cast<std::uint32_t>(entry.eventPort), name,
@@ -86,13 +81,36 @@ std::size_t TapQueue::take(std::size_t maxBytes, const Topology& names, std::vec
                            .time = entry.lostOrTime},
                           out);
     records_.moveTo(entry.recordBytes, out);
+    leaveOrigin(entry.origin);
   }
   return appended();
 }
 
+std::uint32_t TapQueue::enterOrigin(PortId port, std::string_view name) {
+  const auto next = static_cast<std::uint32_t>(freeOrigins_.empty() ? origins_.size() : freeOrigins_.back());
+  const auto [known, isNew] = originOf_.try_emplace(port, next);
+  if (isNew) {
+    if (freeOrigins_.empty()) {
+      origins_.emplace_back();
+    } else {
+      freeOrigins_.pop_back();
+    }
+    origins_[next] = {port, std::string(name), 0};
+  }
+  ++origins_[known->second].entries;
+  return known->second;
+}
+
+void TapQueue::leaveOrigin(std::uint32_t index) {
+  if (--origins_[index].entries > 0) return;
+  originOf_.erase(origins_[index].port);
+  freeOrigins_.push_back(index);
+}
+
 bool TapQueue::mayJoin(const Entry& entry, EventPortId eventPort, PortId port, std::uint32_t holderBytes,
-                       std::size_t recordBytes, Time now) {
-  if (entry.kind != Kind::Event || entry.eventPort != eventPort || entry.port != port) return false;
+                       std::size_t recordBytes, Time now) const {
+  if (entry.kind != Kind::Event || entry.eventPort != eventPort) return false;
+  if (origins_[entry.origin].port != port) return false;
   const Time age = now - Time(static_cast<Time::rep>(entry.lostOrTime));
   return age <= SharingTime && wire::EventHeaderBytes + entry.recordBytes + recordBytes <= holderBytes;
 }

@@ -5,12 +5,15 @@
 #include <cstddef>
 #include <cstdint>
 #include <deque>
+#include <string>
+#include <string_view>
+#include <unordered_map>
 #include <vector>
 
 #include "platform/drivers/port.h"
-#include "platform/drivers/topology.h"
 #include "platform/service/byte_fifo.h"
 #include "platform/service/client_id.h"
+#include "platform/service/hash.h"
 
 namespace service {
 
@@ -28,20 +31,23 @@ class TapQueue {
   // limit: in bytes of what is stored, records and bookkeeping.
   explicit TapQueue(std::size_t limit);
 
-  // A message has passed port, which eventPort taps. holderBytes: the largest event that several records may share.
-  void add(EventPortId eventPort, PortId port, std::uint32_t holderBytes, const Message& message, Time now);
+  // A message has passed port, which is called name, and which eventPort taps. holderBytes: the largest event that
+  // several records may share.
+  void add(EventPortId eventPort, PortId port, std::string_view name, std::uint32_t holderBytes, const Message& message,
+           Time now);
 
   // Messages that would have come next have been lost on their way here; 0: nobody knows how many. What is known and
   // what is not stand side by side, so that the count stays exact.
   void addLossBefore(std::uint64_t count);
 
   // Moves events to the end of out, oldest first, as entries of a wire::Events message: as many as fit maxBytes, but
-  // at least one when any waits. names: of the ports. Answers the number of bytes appended.
-  std::size_t take(std::size_t maxBytes, const Topology& names, std::vector<std::uint8_t>& out);
+  // at least one when any waits. A port is called as when its message came, whatever has become of it. Answers the
+  // number of bytes appended.
+  std::size_t take(std::size_t maxBytes, std::vector<std::uint8_t>& out);
 
   bool empty() const { return entries_.empty() && waitingLosses() == 0; }
 
-  // What is stored, in bytes; never above the limit.
+  // What is stored, in bytes, but for the names of the ports, each once; never above the limit.
   std::size_t bytes() const { return records_.size() + entries_.size() * sizeof(Entry); }
 
   // Records taken in, and dropped, in all.
@@ -56,12 +62,21 @@ class TapQueue {
     std::uint64_t lostOrTime = 0;  // of a loss: how many; of an event: when its first record came
     EventPortId eventPort{};
     std::uint32_t recordBytes = 0;  // 0 for a loss
-    PortId port;
+    std::uint32_t origin = 0;       // of an event: an index into origins_
     Kind kind = Kind::Event;
   };
 
-  static bool mayJoin(const Entry& entry, EventPortId eventPort, PortId port, std::uint32_t holderBytes,
-                      std::size_t recordBytes, Time now);
+  // A port that events wait of.
+  struct Origin {
+    PortId port;
+    std::string name;
+    std::size_t entries = 0;  // 0: its place is free
+  };
+
+  bool mayJoin(const Entry& entry, EventPortId eventPort, PortId port, std::uint32_t holderBytes,
+               std::size_t recordBytes, Time now) const;
+  std::uint32_t enterOrigin(PortId port, std::string_view name);
+  void leaveOrigin(std::uint32_t index);
 
   std::size_t waitingLosses() const {
     return (dropped_ > 0 ? 1U : 0U) + (lostBefore_ > 0 ? 1U : 0U) + (lostUncounted_ ? 1U : 0U);
@@ -71,6 +86,9 @@ class TapQueue {
   std::size_t limit_;
   std::deque<Entry> entries_;  // oldest first
   ByteFifo records_;
+  std::vector<Origin> origins_;
+  std::vector<std::uint32_t> freeOrigins_;
+  std::unordered_map<PortId, std::uint32_t, PortHash> originOf_;
   std::uint64_t dropped_ = 0;     // since the last record that was taken in
   std::uint64_t lostBefore_ = 0;  // likewise
   bool lostUncounted_ = false;    // likewise: and a number that nobody knows

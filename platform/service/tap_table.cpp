@@ -4,10 +4,12 @@
 
 namespace service {
 
-bool TapTable::add(ClientId client, EventPortId eventPort, PortId port, std::uint32_t holderBytes) {
-  std::vector<Tap>& taps = taps_[port];
+bool TapTable::add(ClientId client, EventPortId eventPort, PortId port, std::uint32_t holderBytes,
+                   std::string_view name) {
+  auto& [portName, taps] = taps_[port];
   const auto same = [&](const Tap& tap) { return tap.client == client && tap.eventPort == eventPort; };
   if (std::ranges::any_of(taps, same)) return false;
+  portName = name;
   taps.push_back({client, eventPort, holderBytes, nextOrder_});
   tapped_[{client, eventPort}].emplace(nextOrder_, port);
   ++nextOrder_;
@@ -49,7 +51,39 @@ std::vector<PortId> TapTable::removeClient(ClientId client) {
 std::span<const Tap> TapTable::of(PortId port) const {
   const auto found = taps_.find(port);
   if (found == taps_.end()) return {};
-  return found->second;
+  return found->second.taps;
+}
+
+const TapTable::TappedPort* TapTable::find(PortId port) const {
+  const auto found = taps_.find(port);
+  return found == taps_.end() ? nullptr : &found->second;
+}
+
+std::vector<PortId> TapTable::ports() const {
+  std::vector<PortId> all;
+  all.reserve(taps_.size());
+  for (const auto& [port, tapped] : taps_) all.push_back(port);
+  return all;
+}
+
+void TapTable::move(PortId from, PortId to) {
+  const auto found = taps_.find(from);
+  if (found == taps_.end() || from == to) return;
+  const TappedPort moved = std::move(found->second);
+  taps_.erase(found);
+  TappedPort& into = taps_[to];
+  into.name = moved.name;
+  for (const Tap& tap : moved.taps) {
+    TappedPorts& ports = tapped_.at({tap.client, tap.eventPort});
+    const auto same = [&](const Tap& one) { return one.client == tap.client && one.eventPort == tap.eventPort; };
+    if (std::ranges::any_of(into.taps, same)) {
+      ports.erase(tap.order);
+      continue;
+    }
+    into.taps.push_back(tap);
+    ports.at(tap.order) = to;
+  }
+  std::ranges::sort(into.taps, {}, &Tap::order);
 }
 
 std::uint32_t TapTable::count(ClientId client) const {
@@ -73,8 +107,8 @@ std::vector<PortId> TapTable::tappedBy(ClientId client, EventPortId eventPort) c
 // Appends the port to ended (if not null) when this was its last tap.
 void TapTable::dropFromPort(PortId port, std::uint64_t order, std::vector<PortId>* ended) {
   const auto found = taps_.find(port);
-  std::erase_if(found->second, [&](const Tap& tap) { return tap.order == order; });
-  if (!found->second.empty()) return;
+  std::erase_if(found->second.taps, [&](const Tap& tap) { return tap.order == order; });
+  if (!found->second.taps.empty()) return;
   taps_.erase(found);
   if (ended != nullptr) ended->push_back(port);
 }

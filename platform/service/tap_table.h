@@ -4,6 +4,8 @@
 #include <cstdint>
 #include <map>
 #include <span>
+#include <string>
+#include <string_view>
 #include <unordered_map>
 #include <utility>
 #include <vector>
@@ -22,11 +24,17 @@ struct Tap {
   std::uint64_t order = 0;        // grows with each tap made
 };
 
-// The taps of all clients. A tap is a client, one of its event ports, and a device port.
+// The taps of all clients. A tap is a client, one of its event ports, and a device port with its name.
 class TapTable {
  public:
+  // The taps of one port, and what it is called, also when it has gone and been forgotten.
+  struct TappedPort {
+    std::string name;
+    std::vector<Tap> taps;  // in the order of tapping
+  };
+
   // False, and nothing changed, when there is this tap already.
-  bool add(ClientId client, EventPortId eventPort, PortId port, std::uint32_t holderBytes);
+  bool add(ClientId client, EventPortId eventPort, PortId port, std::uint32_t holderBytes, std::string_view name);
 
   // False when there is no such tap.
   bool remove(ClientId client, EventPortId eventPort, PortId port);
@@ -37,6 +45,15 @@ class TapTable {
 
   // The taps of a port, in the order of tapping. Valid until the next change.
   std::span<const Tap> of(PortId port) const;
+
+  // The same with its name; null for a port without taps. Valid until the next change.
+  const TappedPort* find(PortId port) const;
+
+  // All ports that have taps, in no order.
+  std::vector<PortId> ports() const;
+
+  // The taps of one port are those of another from now on, in the order of tapping.
+  void move(PortId from, PortId to);
 
   // How many taps a client has.
   std::uint32_t count(ClientId client) const;
@@ -50,7 +67,7 @@ class TapTable {
 
   void dropFromPort(PortId port, std::uint64_t order, std::vector<PortId>* ended);
 
-  std::unordered_map<PortId, std::vector<Tap>, PortHash> taps_;
+  std::unordered_map<PortId, TappedPort, PortHash> taps_;
   std::map<EventPortKey, TappedPorts> tapped_;
   std::uint64_t nextOrder_ = 0;
 };

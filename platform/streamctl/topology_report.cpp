@@ -8,6 +8,7 @@
 #include <utility>
 #include <vector>
 
+#include "platform/client/group_ids.h"
 #include "platform/client/port_names.h"
 #include "platform/streamctl/json_text.h"
 #include "platform/streamctl/text_table.h"
@@ -17,14 +18,14 @@ namespace streamctl {
 namespace {
 
 using client::PortNames;
+using client::ServicePort;
+using client::ServicePortHash;
 using client::Side;
 
-// The names of the ports at the other ends, with a blank between, by group and index of one side's ports.
-using Peers = std::unordered_map<std::uint32_t, std::string>;
+// The names of the ports at the other ends, with a blank between, by one side's ports.
+using Peers = std::unordered_map<ServicePort, std::string, ServicePortHash>;
 
-std::uint32_t key(std::uint16_t group, std::uint16_t index) { return std::uint32_t{group} << 16U | index; }
-
-void enter(Peers& peers, std::uint32_t port, const std::string& peer) {
+void enter(Peers& peers, ServicePort port, const std::string& peer) {
   std::string& names = peers[port];
   if (!names.empty()) names += ' ';
   names += peer;
@@ -34,18 +35,18 @@ void enter(Peers& peers, std::uint32_t port, const std::string& peer) {
 class OriginalNames {
  public:
   explicit OriginalNames(const wire::Originals& originals) {
-    for (const wire::OriginalGroup& group : originals.groups) byId_.emplace(group.id, &group);
+    for (const wire::OriginalGroup& group : originals.groups) byHandle_.emplace(group.handle, &group);
   }
 
-  bool any() const { return !byId_.empty(); }
+  bool any() const { return !byHandle_.empty(); }
 
-  const wire::OriginalGroup* group(std::uint16_t id) const {
-    const auto found = byId_.find(id);
-    return found == byId_.end() ? nullptr : found->second;
+  const wire::OriginalGroup* group(std::uint64_t handle) const {
+    const auto found = byHandle_.find(handle);
+    return found == byHandle_.end() ? nullptr : found->second;
   }
 
   // Empty for a port that comes from no other system.
-  std::string port(std::uint16_t group, std::uint16_t index, Side side) const {
+  std::string port(std::uint64_t group, std::uint16_t index, Side side) const {
     const wire::OriginalGroup* known = this->group(group);
     if (known == nullptr) return {};
     const auto& names = side == Side::Source ? known->sources : known->sinks;
@@ -55,7 +56,7 @@ class OriginalNames {
   static std::string text(const wire::Original& name) { return {name.begin(), name.end()}; }
 
  private:
-  std::unordered_map<std::uint16_t, const wire::OriginalGroup*> byId_;
+  std::unordered_map<std::uint64_t, const wire::OriginalGroup*> byHandle_;
 };
 
 using Row = std::vector<std::string>;
@@ -71,7 +72,7 @@ class Rows {
   void addSide(const wire::TopologyGroup& group, Side side, const Peers& peers) {
     const auto& ports = side == Side::Source ? group.sources : group.sinks;
     if (!ports) return;
-    const Row front{std::to_string(group.id), printable(group.name), side == Side::Source ? "source" : "sink"};
+    const Row front{std::to_string(*group.id), printable(group.name), side == Side::Source ? "source" : "sink"};
     const auto addPort = [&](const std::string& name, const std::string& original, const std::string& connections) {
       Row row = front;
       row.push_back(name);
@@ -80,14 +81,14 @@ class Rows {
     if (ports->count == 0) addPort({}, {}, {});
     for (std::uint16_t index = 0; index < ports->count; ++index) {
       if (!ports->has(index)) continue;
-      const auto found = peers.find(key(group.id, index));
-      addPort(printable(names_.name(group.id, index, side)), printable(originals_.port(group.id, index, side)),
+      const auto found = peers.find({group.handle, index});
+      addPort(printable(names_.name(*group.id, index, side)), printable(originals_.port(group.handle, index, side)),
               found == peers.end() ? std::string() : printable(found->second));
     }
   }
 
   void addBare(const wire::TopologyGroup& group) {
-    add({std::to_string(group.id), printable(group.name), {}, {}}, {}, {});
+    add({std::to_string(*group.id), printable(group.name), {}, {}}, {}, {});
   }
 
   std::string text() const { return textTable(rows_); }
@@ -118,15 +119,17 @@ Json sideJson(const std::optional<wire::TopologySide>& ports,
 }
 
 Json groupJson(const wire::TopologyGroup& group, const PortNames& names, const OriginalNames& originals) {
-  const auto nameOn = [&](Side side) { return [&, side](std::uint16_t at) { return names.name(group.id, at, side); }; };
-  const auto originalOn = [&](Side side) {
-    return [&, side](std::uint16_t at) { return originals.port(group.id, at, side); };
+  const auto nameOn = [&](Side side) {
+    return [&, side](std::uint16_t at) { return names.name(*group.id, at, side); };
   };
-  Json json{{"id", group.id},
+  const auto originalOn = [&](Side side) {
+    return [&, side](std::uint16_t at) { return originals.port(group.handle, at, side); };
+  };
+  Json json{{"id", *group.id},
             {"name", group.name},
             {"sources", sideJson(group.sources, nameOn(Side::Source))},
             {"sinks", sideJson(group.sinks, nameOn(Side::Sink))}};
-  if (const wire::OriginalGroup* original = originals.group(group.id)) {
+  if (const wire::OriginalGroup* original = originals.group(group.handle)) {
     json["original"] = OriginalNames::text(original->name);
     json["original_sources"] = sideJson(group.sources, originalOn(Side::Source));
     json["original_sinks"] = sideJson(group.sinks, originalOn(Side::Sink));
@@ -134,20 +137,48 @@ Json groupJson(const wire::TopologyGroup& group, const PortNames& names, const O
   return json;
 }
 
+// A topology whose ports can be named by their handles.
+class Device {
+ public:
+  explicit Device(const wire::Topology& topology) : names_(client::withGroupIds(topology)) {
+    for (const wire::TopologyGroup& group : names_.topology().groups) ids_.emplace(group.handle, *group.id);
+  }
+
+  const PortNames& names() const { return names_; }
+  const std::vector<wire::TopologyGroup>& groups() const { return names_.topology().groups; }
+
+  // A port of a group that has just come or gone has the name of one that does not exist.
+  std::string source(const wire::LinkRecord& link) const {
+    return name(link.sourceGroup, link.sourceIndex, Side::Source);
+  }
+  std::string sink(const wire::LinkRecord& link) const { return name(link.sinkGroup, link.sinkIndex, Side::Sink); }
+
+ private:
+  std::string name(std::uint64_t group, std::uint16_t index, Side side) const {
+    const auto id = ids_.find(group);
+    return names_.name(id == ids_.end() ? NoGroup : id->second, index, side);
+  }
+
+  static constexpr std::uint16_t NoGroup = 65535;
+
+  PortNames names_;
+  std::unordered_map<std::uint64_t, std::uint16_t> ids_;
+};
+
 }  // namespace
 
 std::string topologyText(const wire::Topology& topology, const wire::Links& links, const wire::Originals& originals,
                          wire::TextEncoding encoding) {
-  const PortNames names(topology);
+  const Device device(topology);
   const OriginalNames originalNames(originals);
   Peers sinksOf;
   Peers sourcesOf;
   for (const wire::LinkRecord& link : links.links) {
-    enter(sinksOf, key(link.sourceGroup, link.sourceIndex), names.name(link.sinkGroup, link.sinkIndex, Side::Sink));
-    enter(sourcesOf, key(link.sinkGroup, link.sinkIndex), names.name(link.sourceGroup, link.sourceIndex, Side::Source));
+    enter(sinksOf, {link.sourceGroup, link.sourceIndex}, device.sink(link));
+    enter(sourcesOf, {link.sinkGroup, link.sinkIndex}, device.source(link));
   }
-  Rows rows(names, originalNames, encoding);
-  for (const wire::TopologyGroup& group : topology.groups) {
+  Rows rows(device.names(), originalNames, encoding);
+  for (const wire::TopologyGroup& group : device.groups()) {
     rows.addSide(group, Side::Source, sinksOf);
     rows.addSide(group, Side::Sink, sourcesOf);
     if (!group.sources && !group.sinks) rows.addBare(group);
@@ -156,14 +187,15 @@ std::string topologyText(const wire::Topology& topology, const wire::Links& link
 }
 
 std::string topologyJson(const wire::Topology& topology, const wire::Links& links, const wire::Originals& originals) {
-  const PortNames names(topology);
+  const Device device(topology);
   const OriginalNames originalNames(originals);
   Json groups = Json::array();
-  for (const wire::TopologyGroup& group : topology.groups) groups.push_back(groupJson(group, names, originalNames));
+  for (const wire::TopologyGroup& group : device.groups()) {
+    groups.push_back(groupJson(group, device.names(), originalNames));
+  }
   Json connections = Json::array();
   for (const wire::LinkRecord& link : links.links) {
-    connections.push_back({{"source", names.name(link.sourceGroup, link.sourceIndex, Side::Source)},
-                           {"sink", names.name(link.sinkGroup, link.sinkIndex, Side::Sink)}});
+    connections.push_back({{"source", device.source(link)}, {"sink", device.sink(link)}});
   }
   return jsonText(Json{{"groups", std::move(groups)}, {"connections", std::move(connections)}}, 2) + '\n';
 }

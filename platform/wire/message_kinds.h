@@ -58,6 +58,8 @@ inline constexpr std::uint16_t KindOf<Consumed> = 0x0302;
 template <>
 inline constexpr std::uint16_t KindOf<Events> = 0x0303;
 template <>
+inline constexpr std::uint16_t KindOf<TopologyChanged> = 0x0304;
+template <>
 inline constexpr std::uint16_t KindOf<OpenGraph> = 0x0401;
 template <>
 inline constexpr std::uint16_t KindOf<GraphSeen> = 0x0402;

@@ -97,7 +97,7 @@ void fields(Io& io, Fields<Io, AskOriginals> m) {
 
 template <class Io>
 void fields(Io& io, Fields<Io, OriginalGroup> m) {
-  io(m.id);
+  io(m.handle);
   io(m.name);
   io(m.sources);
   io(m.sinks);
@@ -130,6 +130,7 @@ void fields(Io& io, Fields<Io, TopologySide> m) {
 
 template <class Io>
 void fields(Io& io, Fields<Io, TopologyGroup> m) {
+  io(m.handle);
   io(m.id);
   io(m.name);
   io(m.sources);
@@ -147,6 +148,7 @@ void fields(Io& io, Fields<Io, LinkRecord> m) {
   io(m.sourceIndex);
   io(m.sinkGroup);
   io(m.sinkIndex);
+  io(m.carried);
 }
 
 template <class Io>
@@ -199,6 +201,9 @@ template <class Io>
 void fields(Io& io, Fields<Io, Events> m) {
   io.rest(m.entries);
 }
+
+template <class Io>
+void fields(Io& /*io*/, Fields<Io, TopologyChanged> /*m*/) {}
 
 template <class Io>
 void fields(Io& io, Fields<Io, OpenGraph> m) {

@@ -16,7 +16,7 @@
 
 namespace wire {
 
-inline constexpr std::uint8_t ProtocolVersion = 1;
+inline constexpr std::uint8_t ProtocolVersion = 2;
 
 // Longest name that travels: a port's name has at most 63 bytes.
 inline constexpr std::size_t MaxNameBytes = 63;
@@ -63,9 +63,9 @@ struct UntapAll {
 struct Patch {
   std::uint64_t session = 0;
   bool made = true;
-  std::uint16_t sourceGroup = 0;
+  std::uint64_t sourceGroup = 0;
   std::uint16_t sourceIndex = 0;
-  std::uint16_t sinkGroup = 0;
+  std::uint64_t sinkGroup = 0;
   std::uint16_t sinkIndex = 0;
 };
 
@@ -132,10 +132,13 @@ struct TopologySide {
   friend bool operator==(const TopologySide&, const TopologySide&) = default;
 };
 struct TopologyGroup {
-  std::uint16_t id = 0;
+  std::uint64_t handle = 0;         // which no other group has, now or later
+  std::optional<std::uint16_t> id;  // the group id that it is to have in a console; nothing: whichever is free
   std::string name;
   std::optional<TopologySide> sources;
   std::optional<TopologySide> sinks;
+
+  const std::optional<TopologySide>& side(bool sink) const { return sink ? sinks : sources; }
   friend bool operator==(const TopologyGroup&, const TopologyGroup&) = default;
 };
 struct Topology {
@@ -147,7 +150,7 @@ struct Topology {
 // out. A side has as many names as ports, those that have gone included.
 using Original = std::vector<std::uint8_t>;
 struct OriginalGroup {
-  std::uint16_t id = 0;
+  std::uint64_t handle = 0;
   Original name;
   std::vector<Original> sources;
   std::vector<Original> sinks;
@@ -157,10 +160,11 @@ struct Originals {
 };
 
 struct LinkRecord {
-  std::uint16_t sourceGroup = 0;
+  std::uint64_t sourceGroup = 0;
   std::uint16_t sourceIndex = 0;
-  std::uint16_t sinkGroup = 0;
+  std::uint64_t sinkGroup = 0;
   std::uint16_t sinkIndex = 0;
+  bool carried = false;  // by the service from one system to another: it ends with the service
   friend bool operator==(const LinkRecord&, const LinkRecord&) = default;
 };
 struct Links {
@@ -214,6 +218,10 @@ struct Events {
   std::span<const std::uint8_t> entries;
 };
 
+// Service to client: groups or ports have come or gone since the client last asked for the topology, or since it came.
+// Sent once, and not again before it has asked.
+struct TopologyChanged {};
+
 // --- graph channel ---
 
 // Client to service: graph changes go to the socket that this came from. Answer, there: Result.
@@ -239,7 +247,7 @@ struct GraphStale {};
 
 using Body = std::variant<Hello, Goodbye, Tap, Untap, UntapAll, Patch, AskTopology, AskLinks, Send, Inject, AskStats,
                           AskOriginals, Welcome, Result, Topology, Originals, Links, Taken, Probe, Stats, OpenEvents,
-                          Consumed, Events, OpenGraph, GraphSeen, GraphChanged, GraphStale>;
+                          Consumed, Events, TopologyChanged, OpenGraph, GraphSeen, GraphChanged, GraphStale>;
 
 // One message. The tag of an answer is that of its request; 0 in what is no answer.
 struct Envelope {

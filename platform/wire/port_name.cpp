@@ -21,9 +21,9 @@ std::optional<std::uint16_t> indexOfNumber(std::string_view digits) {
   return static_cast<std::uint16_t>(number - 1);
 }
 
-std::string missingPortName(std::string_view groupName, std::uint16_t groupId, bool sink, std::uint16_t index,
+std::string missingPortName(std::string_view groupName, std::uint64_t groupNumber, bool sink, std::uint16_t index,
                             const std::function<bool(const std::string&)>& taken) {
-  const std::string stem = groupName.empty() ? "Group" + std::to_string(groupId) : std::string(groupName);
+  const std::string stem = groupName.empty() ? "Group" + std::to_string(groupNumber) : std::string(groupName);
   const std::string wanted = joined(stem + (sink ? "In" : "Out"), std::to_string(index + 1));
   std::string name = wanted;
   for (unsigned suffix = 2; taken(name); ++suffix) name = joined(wanted, "_" + std::to_string(suffix));

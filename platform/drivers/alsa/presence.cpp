@@ -11,14 +11,11 @@ std::vector<std::string> Presence::update(std::span<const ForeignClient> clients
   for (const auto& [key, name] : here_) {
     if (const auto found = here.find(key); found != here.end() && found->second == name) continue;
     lines.push_back("client \"" + name + "\" has gone");
-    left_.insert(name);
+    left_.add(name);
   }
   for (const auto& [key, name] : here) {
     if (const auto found = here_.find(key); found != here_.end() && found->second == name) continue;
-    const auto left = left_.find(name);
-    if (left == left_.end()) continue;
-    lines.push_back("client \"" + name + "\" is back");
-    left_.erase(left);
+    if (left_.take(name)) lines.push_back("client \"" + name + "\" is back");
   }
   here_ = std::move(here);
   return lines;

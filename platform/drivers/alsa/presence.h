@@ -2,16 +2,17 @@
 #pragma once
 
 #include <map>
-#include <set>
 #include <span>
 #include <string>
 #include <vector>
 
 #include "platform/drivers/port_book.h"
+#include "platform/drivers/recent_names.h"
 
 namespace service::alsa {
 
-// Makes a line for the log of each client that leaves, and of each that returns under a name that was there before.
+// Makes a line for the log of each client that leaves, and of each that returns under a name that was there before, as
+// long as RecentNames remembers it.
 class Presence {
  public:
   // Who is there now. Answers the lines; none the first time.
@@ -19,7 +20,7 @@ class Presence {
 
  private:
   std::map<std::uint64_t, std::string> here_;  // names by key
-  std::multiset<std::string> left_;
+  RecentNames left_;
 };
 
 }  // namespace service::alsa

@@ -1,25 +1,29 @@
 #include "platform/drivers/jack/client_log.h"
 
-#include <algorithm>
-
 namespace service::jack {
 
 std::vector<std::string> ClientLog::update(const std::vector<std::string>& clients,
                                            const std::function<bool(const std::string& client)>& stillRuns) {
   std::vector<std::string> lines;
-  for (auto& [name, isThere] : isThere_) {
-    if (!isThere || std::ranges::find(clients, name) != clients.end() || stillRuns(name)) continue;
-    isThere = false;
-    lines.push_back("client \"" + name + "\" has gone");
+  const std::set<std::string> now(clients.begin(), clients.end());
+  for (auto at = here_.begin(); at != here_.end();) {
+    if (now.contains(*at) || stillRuns(*at)) {
+      ++at;
+      continue;
+    }
+    lines.push_back("client \"" + *at + "\" has gone");
+    gone_.add(*at);
+    at = here_.erase(at);
   }
   for (const std::string& name : clients) {
-    const auto [known, isNew] = isThere_.try_emplace(name, true);
-    if (!isNew && !known->second) lines.push_back("client \"" + name + "\" is back");
-    known->second = true;
+    if (here_.insert(name).second && gone_.take(name)) lines.push_back("client \"" + name + "\" is back");
   }
   return lines;
 }
 
-void ClientLog::serverGone() { isThere_.clear(); }
+void ClientLog::serverGone() {
+  here_.clear();
+  gone_.clear();
+}
 
 }  // namespace service::jack

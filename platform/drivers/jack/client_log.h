@@ -2,12 +2,15 @@
 #pragma once
 
 #include <functional>
-#include <map>
+#include <set>
 #include <string>
 #include <vector>
 
+#include "platform/drivers/recent_names.h"
+
 namespace service::jack {
 
+// Those that have gone are remembered as long as RecentNames does.
 class ClientLog {
  public:
   // clients: those that have ports now. stillRuns: asked about one that has none any more. Answers a line for each
@@ -19,7 +22,8 @@ class ClientLog {
   void serverGone();
 
  private:
-  std::map<std::string, bool> isThere_;
+  std::set<std::string> here_;
+  RecentNames gone_;
 };
 
 }  // namespace service::jack

@@ -263,7 +263,7 @@ void JackDriver::tellLinks(Time now) {
   for (const Group& group : ports_.topology().groups()) {
     const std::uint16_t count = group.sources ? group.sources->count : std::uint16_t{0};
     for (std::uint16_t index = 0; index < count; ++index) {
-      const PortId source{group.id, index, Side::Source};
+      const PortId source{group.handle, index, Side::Source};
       const auto name = ports_.name(source);
       if (!name) continue;
       for (const std::string& other : connectionsOf(client_->handle(), *name)) {

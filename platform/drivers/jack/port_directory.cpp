@@ -1,18 +1,22 @@
 #include "platform/drivers/jack/port_directory.h"
 
-#include <algorithm>
+#include <utility>
 
 namespace service::jack {
 
 bool PortDirectory::update(const std::vector<JackPort>& ports) {
   std::vector<ForeignClient> clients;
   std::unordered_map<std::string, std::size_t> places;
+  Keys now;
   for (const auto& [name, emits] : ports) {
     const std::string client = name.substr(0, name.find(':'));
     const auto [place, isNew] = places.try_emplace(client, clients.size());
-    if (isNew) clients.push_back({keyOf(client), client, {}});
-    clients[place->second].ports.push_back({keyOf(name), name, name, emits, !emits});
+    if (isNew) clients.push_back({keyOf(client, now), client, {}});
+    clients[place->second].ports.push_back({keyOf(name, now), name, name, emits, !emits});
   }
+  keys_ = std::move(now);
+  names_.clear();
+  for (const auto& [name, key] : keys_) names_.emplace(key, name);
   clients_.clear();
   for (const ForeignClient& client : clients) clients_.push_back(client.name);
   return book_.update(clients);
@@ -20,7 +24,8 @@ bool PortDirectory::update(const std::vector<JackPort>& ports) {
 
 std::optional<std::string> PortDirectory::name(PortId port) const {
   const auto key = book_.key(port);
-  return key ? std::optional(names_[static_cast<std::size_t>(*key)]) : std::nullopt;
+  const auto found = key ? names_.find(*key) : names_.end();
+  return found == names_.end() ? std::nullopt : std::optional(found->second);
 }
 
 std::optional<PortId> PortDirectory::place(const std::string& name, Side side) const {
@@ -28,10 +33,11 @@ std::optional<PortId> PortDirectory::place(const std::string& name, Side side) c
   return key == keys_.end() ? std::nullopt : book_.place(key->second, side);
 }
 
-std::uint64_t PortDirectory::keyOf(const std::string& name) {
-  const auto [key, isNew] = keys_.try_emplace(name, names_.size());
-  if (isNew) names_.push_back(name);
-  return key->second;
+// What is there already keeps its key.
+std::uint64_t PortDirectory::keyOf(const std::string& name, Keys& now) {
+  if (const auto known = now.find(name); known != now.end()) return known->second;
+  const auto before = keys_.find(name);
+  return now.emplace(name, before == keys_.end() ? nextKey_++ : before->second).first->second;
 }
 
 }  // namespace service::jack

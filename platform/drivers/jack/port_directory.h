@@ -36,11 +36,14 @@ class PortDirectory {
   const std::vector<std::string>& clients() const { return clients_; }
 
  private:
-  std::uint64_t keyOf(const std::string& name);
+  using Keys = std::unordered_map<std::string, std::uint64_t>;
+
+  std::uint64_t keyOf(const std::string& name, Keys& now);
 
   PortBook book_;
-  std::unordered_map<std::string, std::uint64_t> keys_;
-  std::vector<std::string> names_;  // by key
+  Keys keys_;                                             // of all that are there, clients and ports
+  std::unordered_map<std::uint64_t, std::string> names_;  // of all that are there, by key
+  std::uint64_t nextKey_ = 0;
   std::vector<std::string> clients_;
 };
 

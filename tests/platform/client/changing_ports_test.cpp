@@ -5,6 +5,7 @@
 #include <unistd.h>
 
 #include <atomic>
+#include <chrono>
 #include <functional>
 #include <memory>
 #include <string>
@@ -61,8 +62,9 @@ class ObeyingDevice : public service::TestDevice {
 
 using Names = std::vector<std::string>;
 
-// A group whose sources are called so; an empty name stands for one that has gone.
-service::Group group(std::uint16_t id, const std::string& name, const Names& sources, const Names& sinks) {
+// A group that wants its handle for its id, unless that is beyond all names; its sources are called so; an empty name
+// stands for one that has gone.
+service::Group group(std::uint64_t handle, const std::string& name, const Names& sources, const Names& sinks) {
   const auto side = [](const Names& names, const std::string& front) {
     service::SideOfGroup made{static_cast<std::uint16_t>(names.size()), "", names};
     for (std::size_t at = 0; at < names.size(); ++at) {
@@ -71,7 +73,8 @@ service::Group group(std::uint16_t id, const std::string& name, const Names& sou
     }
     return made;
   };
-  service::Group made{id, name, std::nullopt, std::nullopt};
+  service::Group made{handle, name, std::nullopt, std::nullopt};
+  if (handle < StrmSrv::GroupNames::Count) made.wantedId = static_cast<std::uint16_t>(handle);
   if (!sources.empty()) made.sources = side(sources, name + "GoneOut");
   if (!sinks.empty()) made.sinks = side(sinks, name + "GoneIn");
   return made;
@@ -208,6 +211,104 @@ TEST_F(ChangingPorts, PortThatHasGoneKeepsItsNameAndHasNoConnections) {
   EXPECT_EQ(patcher.makeStreamPortName(0, 0, 0, 0), "a");
   EXPECT_EQ(patcher.connect(0, 0, 0, 0), StrmSrv::StrmRes_NotFound);
   EXPECT_EQ(patcher.connect(0, 1, 0, 0), StrmSrv::StrmRes_Success);
+}
+
+// More than there are names for: those that are there now have them.
+TEST_F(ChangingPorts, GroupsAreNamedHoweverManyHaveComeAndGone) {
+  for (std::uint64_t handle = 1'000; handle < 1'100; ++handle) {
+    setPorts({group(0, "Stays", {}, {"in"}), group(handle, "Comes", {"out"}, {})});
+    EvtSrv::EventPortManager manager(EvtSrv::ConBehave_Default, true);
+    const Patcher patcher(manager, 0);
+    ASSERT_EQ(patcher.sourceGroups(), (std::vector<GroupRecord>{{1, 1}})) << handle;
+    ASSERT_STREQ(StrmSrv::GroupNameTable[1], "Comes");
+  }
+  EvtSrv::EventPortManager manager(EvtSrv::ConBehave_Default, true);
+  Patcher patcher(manager, 0);
+  EXPECT_EQ(patcher.connect(1, 0, 0, 0), StrmSrv::StrmRes_Success);
+  Ports ports;
+  patcher.getConnectSourcePorts(0, 0, ports);
+  EXPECT_EQ(ports, (Ports{{1, 0}}));
+}
+
+// The lists of a process agree about what an id is called.
+TEST_F(ChangingPorts, IdKeepsItsNameWhilePatchersComeAndGo) {
+  setPorts({group(1'000, "A", {"a"}, {}), group(1'001, "B", {}, {"b"})});
+  EvtSrv::EventPortManager manager(EvtSrv::ConBehave_Default, true);
+  Patcher first(manager, 0);
+  setPorts({group(1'002, "C", {"c"}, {}), group(1'001, "B", {}, {"b"})});
+  {
+    EvtSrv::EventPortManager other(EvtSrv::ConBehave_Default, true);
+    Patcher second(other, 0);
+    EXPECT_EQ(second.sourceGroups(), (std::vector<GroupRecord>{{2, 1}}));
+    EXPECT_EQ(second.sinkGroups(), (std::vector<GroupRecord>{{1, 1}}));
+    EXPECT_STREQ(StrmSrv::GroupNameTable[0], "A");
+    EXPECT_STREQ(StrmSrv::GroupNameTable[2], "C");
+    EXPECT_EQ(second.connect(2, 0, 1, 0), StrmSrv::StrmRes_Success);
+  }
+  EXPECT_EQ(first.connect(0, 0, 1, 0), StrmSrv::StrmRes_NotFound) << "its handle has gone";
+  Ports ports;
+  first.getConnectSourcePorts(1, 0, ports);
+  ASSERT_EQ(ports.size(), 1U);
+  EXPECT_EQ(first.makeStreamPortName(0, ports[0].groupId, ports[0].portIndex, 0), "c");
+  EXPECT_STREQ(StrmSrv::GroupNameTable[ports[0].groupId], "C");
+}
+
+// As a program that has been away for long.
+TEST_F(ChangingPorts, GroupThatComesBackUnderAnotherHandleIsFoundAgain) {
+  setPorts({group(1'000, "A", {"a0", "a"}, {}), group(1'001, "B", {}, {"b"})});
+  EvtSrv::EventPortManager manager(EvtSrv::ConBehave_Default, true);
+  Patcher patcher(manager, 0);
+  setPorts({group(1'001, "B", {}, {"b"}), group(1'007, "A", {"a"}, {})});
+  connectPorts(link(out(1'007, 0), in(1'001, 0)));
+  Ports ports;
+  patcher.getConnectSourcePorts(1, 0, ports);
+  EXPECT_EQ(ports, (Ports{{0, 1}}));
+  EXPECT_EQ(patcher.disconnect(0, 1, 1, 0), StrmSrv::StrmRes_Success);
+  EXPECT_EQ(patcher.connect(0, 0, 1, 0), StrmSrv::StrmRes_NotFound);
+}
+
+TEST_F(ChangingPorts, WhatComesIsToldInOneLineASecond) {
+  using Clock = std::chrono::steady_clock;
+  setPorts({group(1'000, "A", {"a"}, {})});
+  EvtSrv::EventPortManager manager(EvtSrv::ConBehave_Default, true);
+  setPorts({group(1'000, "A", {"a", "listed"}, {})});
+  const Patcher patcher(manager, 0);
+  testing::internal::CaptureStderr();
+  std::vector<std::pair<Clock::time_point, Clock::time_point>> times;  // between which each line was said
+  const auto nextLine = [&] {
+    const testsupport::Deadline deadline(Patience);
+    std::string line;
+    while (line.empty() && !deadline.passed()) {
+      const auto before = Clock::now();
+      manager.receiveEvent(20);
+      line = testing::internal::GetCapturedStderr();
+      testing::internal::CaptureStderr();
+      if (!line.empty()) times.emplace_back(before, Clock::now());
+    }
+    return line;
+  };
+  const std::string front = wire::programLine("embedded:test: ");
+  setPorts({group(1'000, "A", {"a", "listed"}, {}), group(1'001, "B", {"b"}, {})});
+  EXPECT_EQ(nextLine(), front + "group \"B\" has come: a new console shows it\n");
+  setPorts({group(1'000, "A", {"a", "listed", "c"}, {}), group(1'001, "B", {"b"}, {})});
+  setPorts({group(1'000, "A", {"a", "listed", "c"}, {}), group(1'001, "B", {"b"}, {}), group(1'002, "D", {"d"}, {})});
+  EXPECT_EQ(nextLine(), front + "group \"D\" and port \"c\" have come: a new console shows them\n");
+  ASSERT_EQ(times.size(), 2U);
+  EXPECT_GE(times[1].second - times[0].first, std::chrono::seconds(1));
+  setPorts({group(1'000, "A", {"a", "listed", "c"}, {}), group(1'001, "B", {"b"}, {})});
+  const testsupport::Deadline quiet(std::chrono::milliseconds(1500));
+  while (!quiet.passed()) manager.receiveEvent(20);
+  EXPECT_EQ(testing::internal::GetCapturedStderr(), "") << "nothing has come";
+}
+
+TEST_F(ChangingPorts, WhoListsNothingIsToldNothing) {
+  setPorts({});
+  EvtSrv::EventPortManager manager(EvtSrv::ConBehave_Default, true);
+  testing::internal::CaptureStderr();
+  setPorts({group(1'001, "B", {"b"}, {})});
+  const testsupport::Deadline quiet(std::chrono::milliseconds(700));
+  while (!quiet.passed()) manager.receiveEvent(20);
+  EXPECT_EQ(testing::internal::GetCapturedStderr(), "");
 }
 
 TEST_F(ChangingPorts, TapComesBackWithItsPort) {

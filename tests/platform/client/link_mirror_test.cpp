@@ -5,10 +5,9 @@
 namespace client {
 namespace {
 
-using StrmSrv::PortRecord;
-using Ports = std::vector<PortRecord>;
+using Ports = std::vector<ServicePort>;
 
-Ports copy(std::span<const PortRecord> ports) { return {ports.begin(), ports.end()}; }
+Ports copy(std::span<const ServicePort> ports) { return {ports.begin(), ports.end()}; }
 
 TEST(LinkMirror, HoldsTheGraphBothWays) {
   LinkMirror mirror;
@@ -50,6 +49,20 @@ TEST(LinkMirror, NoticesWhatIsMissing) {
   EXPECT_FALSE(mirror.apply({7, true, {0, 0, 1, 0}}));
   EXPECT_EQ(copy(mirror.sinksOf({0, 0})), Ports{});
   EXPECT_EQ(mirror.version(), 5U);
+}
+
+// Those end with the service; it is to be known which they were.
+TEST(LinkMirror, KnowsWhatTheServiceCarries) {
+  using Carried = std::set<LinkMirror::Ends>;
+  LinkMirror mirror;
+  mirror.reset({1, {{0, 0, 1, 0}, {5, 0, 6, 0, true}}});
+  EXPECT_EQ(mirror.carried(), (Carried{{{5, 0}, {6, 0}}}));
+  EXPECT_TRUE(mirror.apply({2, true, {5, 1, 6, 0, true}}));
+  EXPECT_TRUE(mirror.apply({3, true, {0, 1, 1, 0}}));
+  EXPECT_TRUE(mirror.apply({4, false, {5, 0, 6, 0}}));
+  EXPECT_EQ(mirror.carried(), (Carried{{{5, 1}, {6, 0}}}));
+  mirror.reset({5, {}});
+  EXPECT_EQ(mirror.carried(), Carried{});
 }
 
 }  // namespace

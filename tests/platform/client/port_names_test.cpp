@@ -19,11 +19,16 @@ TEST(PortNames, AreThoseOfTheService) {
       service::numberedGroup(0, "Keys", 3, std::nullopt),
       service::numberedGroup(1, "Box", 0, 2),
       // Ports with the names that ports which do not exist would have.
-      {2, "Odd", SideOfGroup{3, "", {"KeysOut4", "Group9In1", "KeysOut4_2"}}, SideOfGroup{2, "", {"BoxOut1", "x"}}},
+      {2,
+       "Odd",
+       SideOfGroup{3, "", {"KeysOut4", "Group9In1", "KeysOut4_2"}},
+       SideOfGroup{2, "", {"BoxOut1", "x"}},
+       {},
+       2},
       service::numberedGroup(41, longName, 2, 65'535),
       service::numberedGroup(65'535, "Last", 1, 1),
   });
-  const PortNames names(host::topologyMessage(topology));
+  const PortNames names(host::topologyMessage(topology, 0));
   const std::vector<std::uint16_t> groups{0, 1, 2, 9, 41, 65'534, 65'535};
   const std::vector<std::uint16_t> indexes{0, 1, 2, 3, 4, 9, 99, 65'533, 65'534, 65'535};
   for (const std::uint16_t group : groups) {

@@ -6,7 +6,7 @@ namespace client {
 namespace {
 
 wire::Topology withGaps() {
-  return {{{1, "G", wire::TopologySide{4, "", {"", "b", "", "d"}}, wire::TopologySide{2, "", {"x", "y"}}}}};
+  return {{{77, 1, "G", wire::TopologySide{4, "", {"", "b", "", "d"}}, wire::TopologySide{2, "", {"x", "y"}}}}};
 }
 
 TEST(PortNumbers, WithoutGapsBothCountAlike) {

@@ -22,8 +22,7 @@ namespace client {
 namespace {
 
 using Session = EvtSrv::EventPortManager::Session;
-using StrmSrv::PortRecord;
-using Ports = std::vector<PortRecord>;
+using Ports = std::vector<ServicePort>;
 
 constexpr std::uint64_t SessionNumber = 77;
 
@@ -265,7 +264,7 @@ TEST(SessionTransport, WorksOverSocketsOfTheSystem) {
   auto device = std::make_unique<service::TestDevice>(service::evenTopology(2, 2), std::vector<service::Link>{}, told);
   device->remembersDeliveries = false;
   zmq::context_t serviceContext;
-  host::Host host(serviceContext, std::move(device), {}, {});
+  host::Host host(serviceContext, std::move(device), {.service = {}, .firstHandle = 0}, {});
   ASSERT_EQ(host.bind(address), std::nullopt);
   std::thread runner([&] { host.run(); });
   {

@@ -37,7 +37,7 @@ TEST(BuiltinDevice, HasItsGroups) {
   const auto& groups = driver->topology().groups();
   ASSERT_EQ(groups.size(), std::size(table));
   for (std::size_t at = 0; at < groups.size(); ++at) {
-    EXPECT_EQ(groups[at].id, table[at].id);
+    EXPECT_EQ(groups[at].wantedId, table[at].id);
     EXPECT_EQ(groups[at].name, table[at].name);
     EXPECT_EQ(groups[at].sources ? groups[at].sources->count : -1, table[at].sources) << table[at].name;
     EXPECT_EQ(groups[at].sinks ? groups[at].sinks->count : -1, table[at].sinks) << table[at].name;

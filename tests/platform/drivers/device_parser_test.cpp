@@ -60,10 +60,10 @@ speed = 2.5
   const auto& [device, filePlayers] = std::get<ParsedDevice>(result);
 
   ASSERT_EQ(device.groups.size(), 3U);
-  EXPECT_EQ(device.groups[0].id, 3);
+  EXPECT_EQ(device.groups[0].wantedId, 3);
   EXPECT_EQ(device.groups[0].name, "My_Synth");
   EXPECT_EQ(device.groups[0].sources->count, 2);
-  EXPECT_EQ(device.groups[1].id, 65535);
+  EXPECT_EQ(device.groups[1].wantedId, 65535);
   EXPECT_EQ(device.groups[1].sources->count, 0);
   EXPECT_EQ(device.groups[1].sinks->count, 65535);
   EXPECT_EQ(device.groups[2].name, "Box_2");

@@ -83,5 +83,19 @@ TEST(UniqueNames, ManyEqualNamesAreNotTriedAgain) {
   EXPECT_EQ(last, "port_65536");
 }
 
+TEST(UniqueNames, NameThatIsGivenBackIsFree) {
+  UniqueNames names;
+  EXPECT_EQ(names.add("in"), "in");
+  EXPECT_EQ(names.add("in"), "in_2");
+  EXPECT_EQ(names.add("in"), "in_3");
+  names.remove("in");
+  EXPECT_EQ(names.add("in"), "in");
+  names.remove("in_2");
+  names.remove("in_3");
+  names.remove("never given");
+  EXPECT_EQ(names.add("in"), "in_2") << "counted anew when none is left";
+  EXPECT_EQ(names.add("in_2"), "in_2_2");
+}
+
 }  // namespace
 }  // namespace service

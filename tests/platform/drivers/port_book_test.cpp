@@ -15,8 +15,8 @@ ForeignPort source(std::uint64_t key, const std::string& name) { return {key, na
 ForeignPort sink(std::uint64_t key, const std::string& name) { return {key, name, name, false, true}; }
 ForeignPort both(std::uint64_t key, const std::string& name) { return {key, name, name, true, true}; }
 
-PortId out(std::uint16_t group, std::uint16_t index) { return {group, index, Side::Source}; }
-PortId in(std::uint16_t group, std::uint16_t index) { return {group, index, Side::Sink}; }
+PortId out(std::uint64_t group, std::uint16_t index) { return {group, index, Side::Source}; }
+PortId in(std::uint64_t group, std::uint16_t index) { return {group, index, Side::Sink}; }
 
 TEST(PortBook, ClientsAreGroupsInTheOrderOfAppearance) {
   PortBook book;
@@ -30,7 +30,7 @@ TEST(PortBook, ClientsAreGroupsInTheOrderOfAppearance) {
   EXPECT_EQ(groups[0].name, "Synth");
   EXPECT_EQ(groups[1].name, "Keys");
   EXPECT_EQ(groups[2].name, "First");
-  EXPECT_EQ(groups[2].id, 2U);
+  EXPECT_EQ(groups[2].handle, 2U);
   EXPECT_FALSE(groups[1].sinks) << "a side without ports is not there";
   EXPECT_EQ(book.place(2, Side::Sink), in(0, 0));
   EXPECT_EQ(book.place(2, Side::Source), std::nullopt);
@@ -143,6 +143,34 @@ TEST(PortBook, OriginalNamesFollow) {
   EXPECT_TRUE(book.update(Clients{{129, "a", {{1, "x", "129:0 x", true, false}}}}));
   EXPECT_THAT(book.topology().groups()[0].sources->originals, ElementsAre("129:0 x"));
   EXPECT_EQ(book.place(1, Side::Source), out(0, 0));
+}
+
+// What a thousand programs leave behind is no more than what a few hundred do.
+TEST(PortBook, TheLongestGoneAreForgotten) {
+  PortBook book;
+  const ForeignClient stays{1, "stays", {source(1, "stays:out")}};
+  const auto client = [](std::uint64_t number) {
+    const std::string name = "c" + std::to_string(number);
+    return ForeignClient{100 + number, name, {source(5'000 + number, name + ":out"), sink(9'000 + number, "in")}};
+  };
+  constexpr std::uint64_t Many = 2'000;
+  for (std::uint64_t number = 0; number < Many; ++number) {
+    book.update(Clients{stays, client(number)});
+    EXPECT_EQ(book.place(5'000 + number, Side::Source), out(number + 1, 0)) << "no handle is given twice";
+    book.update(Clients{stays});
+    EXPECT_LE(book.topology().groups().size(), PortBook::RememberedClients + 1);
+  }
+  EXPECT_EQ(book.topology().groups().size(), PortBook::RememberedClients + 1);
+  EXPECT_EQ(book.place(1, Side::Source), out(0, 0)) << "who stays is never forgotten";
+  EXPECT_FALSE(book.topology().knows(out(1, 0)));
+  EXPECT_EQ(book.key(out(1, 0)), std::nullopt);
+  EXPECT_EQ(book.topology().place("c0:out"), std::nullopt);
+  // The last that went is remembered, and has its place again; the first is another group under its name.
+  book.update(Clients{stays, client(Many - 1), client(0)});
+  EXPECT_EQ(book.place(5'000 + Many - 1, Side::Source), out(Many, 0));
+  EXPECT_EQ(book.place(5'000, Side::Source), out(Many + 1, 0));
+  EXPECT_EQ(book.topology().name(out(Many + 1, 0)), "c0:out");
+  EXPECT_EQ(book.topology().find(Many + 1)->name, "c0");
 }
 
 }  // namespace

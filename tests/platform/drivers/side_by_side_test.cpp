@@ -84,7 +84,7 @@ TEST_F(SideBySideTest, GroupsStandSideBySideUnderNamesThatDiffer) {
   ASSERT_EQ(topology.groups().size(), 4U);
   EXPECT_EQ(topology.groups()[1].name, "G1");
   EXPECT_EQ(topology.groups()[2].name, "G0_2");
-  EXPECT_EQ(topology.groups()[3].id, 3U);
+  EXPECT_EQ(topology.groups()[3].handle, 3U);
   EXPECT_EQ(topology.name(out(0, 0)), "G0Out1");
   EXPECT_EQ(topology.name(out(2, 0)), "G0Out1_2");
   EXPECT_EQ(topology.port("G1In1_2"), in(3, 0));
@@ -141,7 +141,7 @@ TEST_F(SideBySideTest, GroupsThatComeLaterStandBehindAllOthers) {
   groups[0].sinks->names = {"G0In1"};
   groups[0].sinks->gone = {true};
   one_->change(Topology(groups));
-  EXPECT_EQ(teller_.told, Told{"changed"});
+  EXPECT_EQ(teller_.told, (Told{"noted one: group \"G2\" has come: \"G2Out1\", \"G2In1\"", "changed"}));
   const Topology& topology = joint_->topology();
   ASSERT_EQ(topology.groups().size(), 5U);
   EXPECT_EQ(topology.groups()[4].name, "G2");
@@ -151,6 +151,53 @@ TEST_F(SideBySideTest, GroupsThatComeLaterStandBehindAllOthers) {
   joint_->setUsed(out(4, 0), true, {});
   EXPECT_EQ(toldOne_, Told{"use G2Out1"});
   EXPECT_THAT(toldTwo_, IsEmpty());
+}
+
+// What a group is called here, and no other group from then on.
+TEST_F(SideBySideTest, WhatHasComeHasALineUnderTheNamesThatItHasHere) {
+  const auto with = [](std::vector<Group> more) {
+    std::vector<Group> groups = evenTopology(2, 1).groups();
+    for (Group& group : more) groups.push_back(std::move(group));
+    return Topology(std::move(groups));
+  };
+  const auto ports = [](std::vector<std::string> names, std::vector<bool> gone = {}) {
+    const auto count = static_cast<std::uint16_t>(names.size());
+    return SideOfGroup{count, "", std::move(names), {}, std::move(gone)};
+  };
+  two_->change(with({{7, "Late", ports({"G0Out1"}), std::nullopt}}));
+  EXPECT_EQ(teller_.told, (Told{"noted two: group \"Late\" has come: \"G0Out1_3\"", "changed"}));
+  teller_.told.clear();
+  two_->change(with({{7, "Late", ports({"G0Out1", "x"}, {true, false}), ports({"y"})}}));
+  EXPECT_EQ(teller_.told, (Told{"noted two: group \"Late\" has more ports: \"x\", \"y\"", "changed"}));
+  teller_.told.clear();
+  two_->change(with({{7, "Late", ports({"G0Out1", "x"}, {true, true}), ports({"y"}, {true})}}));
+  EXPECT_EQ(teller_.told, Told{"changed"}) << "that it has gone is the driver's to say";
+  teller_.told.clear();
+  const std::vector<std::string> many{"1", "2", "3", "4", "5", "6", "7", "8", "9", "10"};
+  two_->change(with({{7, "Late", ports({"G0Out1", "x"}), ports({"y"}, {true})}, {8, "Late", ports(many), {}}}));
+  EXPECT_EQ(
+      teller_.told,
+      (Told{"noted two: group \"Late\" has come: \"G0Out1_3\", \"x\"",
+            "noted two: group \"Late_2\" has come: \"1\", \"2\", \"3\", \"4\", \"5\", \"6\", \"7\", \"8\" and 2 more",
+            "changed"}));
+}
+
+TEST_F(SideBySideTest, WhatADeviceForgetsIsForgottenWithItsNames) {
+  for (std::uint64_t handle = 100; handle < 2'100; ++handle) {
+    std::vector<Group> groups = evenTopology(2, 1).groups();
+    groups.push_back({handle, "Late", SideOfGroup{1, "", {"late:out"}}, std::nullopt});
+    one_->change(Topology(std::move(groups)));
+    ASSERT_EQ(joint_->topology().groups().size(), 5U);
+    const auto port = joint_->topology().port("late:out");
+    ASSERT_TRUE(port);
+    EXPECT_EQ(port->group, handle - 100 + 4) << "no handle is given twice";
+    EXPECT_EQ(joint_->topology().find(port->group)->name, "Late");
+  }
+}
+
+TEST_F(SideBySideTest, GroupsAskForTheirIdsHere) {
+  EXPECT_EQ(joint_->topology().groups()[3].wantedId, 1U);
+  EXPECT_EQ(joint_->topology().groups()[3].system, 1U);
 }
 
 TEST_F(SideBySideTest, IsReadableAndBehindWhenAnyIs) {

@@ -145,10 +145,56 @@ TEST_F(DispatcherTest, OriginalNamesAreAnswered) {
   const auto envelope = wire::decode(answers[0]);
   const auto& originals = std::get<wire::Originals>(envelope->body);
   ASSERT_EQ(originals.groups.size(), 1U);
-  EXPECT_EQ(originals.groups[0].id, 1U);
+  EXPECT_EQ(originals.groups[0].handle, 1U);
   EXPECT_EQ(std::string(originals.groups[0].name.begin(), originals.groups[0].name.end()), "G 1");
   ASSERT_EQ(originals.groups[0].sources.size(), 1U);
   EXPECT_TRUE(originals.groups[0].sinks.empty());
+}
+
+// However often it changes: what is on its way to a client that does not look is bounded.
+TEST_F(DispatcherTest, ChangedTopologyIsToldOnceUntilItIsAskedFor) {
+  const std::uint64_t session = attach("a");
+  dispatcher_->advance(Time(1));
+  EXPECT_EQ(peers_.texts("a events"), Texts{});
+  for (std::uint16_t groups = 3; groups < 6; ++groups) {
+    device_->change(service::evenTopology(groups, 1));
+    dispatcher_->advance(Time(1));
+  }
+  EXPECT_EQ(peers_.texts("a events"), Texts{"topology changed"});
+  say("a control", 1, wire::AskTopology{session});
+  EXPECT_EQ(peers_.texts("a control"), Texts{"1: topology G0 G1 G2 G3 G4"});
+  dispatcher_->advance(Time(1));
+  EXPECT_EQ(peers_.texts("a events"), Texts{});
+  device_->change(service::evenTopology(1, 1));
+  dispatcher_->advance(Time(1));
+  EXPECT_EQ(peers_.texts("a events"), Texts{"topology changed"});
+  attach("b");
+  dispatcher_->advance(Time(1));
+  EXPECT_EQ(peers_.texts("b events"), Texts{}) << "what it asks for first is as it is now";
+}
+
+// They mean nothing to another service, nor to this one when it is started again.
+TEST_F(DispatcherTest, HandlesAreCountedFromARandomNumberOn) {
+  const auto firstHandle = [&](Limits limits) {
+    Dispatcher dispatcher(*service_, peers_, limits, Log{});
+    dispatcher.receive("x", wire::encode(1, wire::Hello{"x", 1}), Time(1));
+    auto answers = peers_.take("x");
+    const auto session = std::get<wire::Welcome>(wire::decode(answers.at(0))->body).session;
+    dispatcher.receive("x", wire::encode(2, wire::AskTopology{session}), Time(1));
+    answers = peers_.take("x");
+    const auto topology = std::get<wire::Topology>(wire::decode(answers.at(0))->body);
+    EXPECT_EQ(topology.groups.at(1).handle, topology.groups.at(0).handle + 1);
+    EXPECT_EQ(topology.groups.at(1).id, 1U);
+    const std::uint64_t handle = topology.groups.at(0).handle;
+    dispatcher.receive("x", wire::encode(3, wire::Patch{session, true, handle, 0, handle + 1, 1}), Time(1));
+    dispatcher.receive("x", wire::encode(4, wire::AskLinks{session}), Time(1));
+    answers = peers_.take("x");
+    const auto links = std::get<wire::Links>(wire::decode(answers.at(1))->body);
+    EXPECT_EQ(links.links, (std::vector<wire::LinkRecord>{{handle, 0, handle + 1, 1}}));
+    return handle;
+  };
+  EXPECT_EQ(firstHandle({.service = {}, .firstHandle = 0xFFFFFFFFFFFFFFFF}), 0xFFFFFFFFFFFFFFFF) << "it goes on at 0";
+  EXPECT_NE(firstHandle({}), firstHandle({}));
 }
 
 }  // namespace

@@ -57,7 +57,8 @@ class RecordingPeers : public Peers {
 class DispatcherTest : public testing::Test {
  protected:
   // Two groups with two sources and two sinks each; the smallest windows.
-  explicit DispatcherTest(Limits limits = {.service = {}, .eventWindow = 0, .sendWindow = 8, .graphWindow = 0}) {
+  explicit DispatcherTest(Limits limits = {
+                              .service = {}, .eventWindow = 0, .sendWindow = 8, .graphWindow = 0, .firstHandle = 0}) {
     auto device =
         std::make_unique<service::TestDevice>(service::evenTopology(2, 2), std::vector<service::Link>{}, told_);
     device_ = device.get();

@@ -21,6 +21,7 @@ inline std::string textOf(const wire::LinkRecord& link) {
 inline std::string textOf(const wire::Welcome& m) { return "welcome, window " + std::to_string(m.sendWindow); }
 inline std::string textOf(const wire::Taken& m) { return "taken " + std::to_string(m.count); }
 inline std::string textOf(const wire::GraphStale& /*m*/) { return "stale"; }
+inline std::string textOf(const wire::TopologyChanged& /*m*/) { return "topology changed"; }
 inline std::string textOf(const wire::Probe& /*m*/) { return "probe"; }
 
 inline std::string textOf(const wire::Result& m) {

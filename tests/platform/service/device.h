@@ -16,8 +16,8 @@ namespace service {
 
 using Bytes = std::vector<std::uint8_t>;
 
-inline constexpr PortId out(std::uint16_t group, std::uint16_t index) { return {group, index, Side::Source}; }
-inline constexpr PortId in(std::uint16_t group, std::uint16_t index) { return {group, index, Side::Sink}; }
+inline constexpr PortId out(std::uint64_t group, std::uint16_t index) { return {group, index, Side::Source}; }
+inline constexpr PortId in(std::uint64_t group, std::uint16_t index) { return {group, index, Side::Sink}; }
 inline constexpr Link link(PortId source, PortId sink) { return {source.group, source.index, sink.group, sink.index}; }
 
 // Groups 0, 1, ..., each with so many sources and sinks. Group 1's ports are "G1Out1", ... and "G1In1", ....
@@ -25,7 +25,8 @@ inline Topology evenTopology(std::uint16_t groups, std::uint16_t portsPerSide) {
   std::vector<Group> list;
   for (std::uint16_t id = 0; id < groups; ++id) {
     const std::string name = "G" + std::to_string(id);
-    list.push_back({id, name, SideOfGroup{portsPerSide, name + "Out", {}}, SideOfGroup{portsPerSide, name + "In", {}}});
+    list.push_back(
+        {id, name, SideOfGroup{portsPerSide, name + "Out", {}}, SideOfGroup{portsPerSide, name + "In", {}}, {}, id});
   }
   return Topology(std::move(list));
 }

@@ -262,5 +262,85 @@ TEST_F(ForeignDevice, ChangeThatBeginsUseAsksToBeCalledAgain) {
   EXPECT_EQ(service_->advance(Time(10)), std::nullopt);
 }
 
+// A group that has been away for long is another group, with the names that it had.
+TEST_F(ForeignDevice, TapsGoOnWhereAForgottenPortsNameIs) {
+  tap("G1Out1");
+  tap("G1In1");
+  service_->connect(Across, {});
+  news();
+  std::vector<Group> groups = evenTopology(2, 1).groups();
+  const Group back{9, "G1", groups[1].sources, groups[1].sinks};
+  groups.pop_back();
+  act([&](DriverEvents&) { device_->change(Topology(groups)); });
+  EXPECT_TRUE(service_->links().empty());
+  EXPECT_EQ(service_->send(client_, One, {0, Note}, {}), Status::Ok);
+  const auto notes = service_->takeNotes();
+  ASSERT_EQ(notes.size(), 2U);
+  EXPECT_EQ(notes[0].line, "\"G1Out1\" has gone: what is sent to it is lost");
+  EXPECT_EQ(notes[1].line, "\"G1In1\" has gone: what is sent to it is lost");
+  news();
+  groups.push_back(back);
+  act([&](DriverEvents&) { device_->change(Topology(groups)); });
+  EXPECT_EQ(news(), (Told{"unuse Group1Out1", "use G1Out1"}))
+      << "the one that was forgotten, and the one that is there";
+  act([](DriverEvents& events) { events.emitted(out(9, 0), {0, Note}, {}); });
+  EXPECT_EQ(texts(), Texts{"1 G1Out1: 90 40 7F"});
+  act([](DriverEvents& events) { events.linked(link(out(0, 0), in(9, 0)), {}); });
+  EXPECT_EQ(news(), Told{"use G0Out1"}) << "of a sink that is tapped";
+  EXPECT_EQ(service_->send(client_, One, {0, Note}, {}), Status::Ok);
+  EXPECT_EQ(texts(), (Texts{"1 G1Out1: 90 40 7F", "1 G1In1: 90 40 7F"})) << "in the order of tapping";
+  EXPECT_EQ(news(), Told{"deliver G1In1 90 40 7F"});
+  EXPECT_EQ(service_->untap(client_, One, "G1Out1", {}), Status::Ok);
+  EXPECT_EQ(news(), Told{"unuse G1Out1"});
+}
+
+TEST_F(ForeignDevice, TapOfAForgottenPortCanBeEnded) {
+  tap("G1Out1");
+  act([&](DriverEvents&) { device_->change(evenTopology(1, 1)); });
+  news();
+  EXPECT_EQ(service_->untap(client_, One, "G1Out1", {}), Status::Ok);
+  EXPECT_EQ(service_->untap(client_, One, "G1Out1", {}), Status::Nothing);
+  EXPECT_EQ(news(), Told{"unuse Group1Out1"});
+  EXPECT_EQ(service_->counts(client_).taps, 0U);
+}
+
+TEST_F(ForeignDevice, WhatWaitsOfAForgottenPortKeepsItsName) {
+  tap("G1Out1");
+  act([](DriverEvents& events) { events.emitted(out(1, 0), {0, Note}, {}); });
+  act([&](DriverEvents&) { device_->change(evenTopology(1, 1)); });
+  EXPECT_EQ(texts(), Texts{"1 G1Out1: 90 40 7F"});
+}
+
+TEST_F(ForeignDevice, ChangesOfTheTopologyAreCounted) {
+  const std::uint64_t before = service_->topologyVersion();
+  act([](DriverEvents& events) { events.noted("nothing"); });
+  EXPECT_EQ(service_->topologyVersion(), before);
+  act([&](DriverEvents&) { device_->change(evenTopology(3, 1)); });
+  EXPECT_NE(service_->topologyVersion(), before);
+}
+
+// Those within one system stand again when the service does, or are the other system's.
+TEST_F(ForeignDevice, ConnectionsBetweenTwoSystemsAreTheServicesAlone) {
+  std::vector<Group> groups = evenTopology(3, 1).groups();
+  groups[2].system = 1;
+  act([&](DriverEvents&) { device_->change(Topology(groups)); });
+  device_->onPatch = nullptr;
+  const Link between = link(out(0, 0), in(2, 0));
+  service_->connect(Within, {});
+  service_->connect(between, {});
+  act([](DriverEvents& events) { events.linked(link(out(1, 0), in(2, 0)), {}); });
+  std::vector<Link> carried;
+  for (const GraphChange& change : service_->takeGraphChanges()) {
+    if (change.carried) carried.push_back(change.link);
+  }
+  EXPECT_EQ(carried, std::vector{between});
+  carried.clear();
+  for (const CarriedLink& one : service_->connections()) {
+    if (one.carried) carried.push_back(one.link);
+  }
+  EXPECT_EQ(carried, std::vector{between});
+  EXPECT_EQ(service_->connections().size(), 3U);
+}
+
 }  // namespace
 }  // namespace service

@@ -25,12 +25,12 @@ struct Queue {
 
   void add(const Bytes& bytes, Time now = {}, PortId port = out(0, 0), EventPortId eventPort = One,
            std::uint32_t holder = Holder) {
-    queue.add(eventPort, port, holder, {0, bytes}, now);
+    queue.add(eventPort, port, names.name(port), holder, {0, bytes}, now);
   }
 
   std::vector<Received> take(std::size_t maxBytes = Everything) {
     Bytes entries;
-    const std::size_t appended = queue.take(maxBytes, names, entries);
+    const std::size_t appended = queue.take(maxBytes, entries);
     EXPECT_EQ(appended, entries.size());
     return readEntries(entries);
   }

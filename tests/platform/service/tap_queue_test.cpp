@@ -13,8 +13,8 @@ using std::chrono::milliseconds;
 
 TEST(TapQueue, GivesRecordsInOrderWithAllThatBelongsToThem) {
   Queue q;
-  q.queue.add(One, out(1, 2), Holder, {7, Note}, Time(1'000'000'000));
-  q.queue.add(Two, in(0, 0), Holder, {0, Bytes{0xF8}}, Time(1'000'000'001));
+  q.queue.add(One, out(1, 2), "G1Out3", Holder, {7, Note}, Time(1'000'000'000));
+  q.queue.add(Two, in(0, 0), "G0In1", Holder, {0, Bytes{0xF8}}, Time(1'000'000'001));
   const auto received = q.take();
   EXPECT_EQ(textsOf(received), (Texts{"1 G1Out3: 90 3C 40", "2 G0In1: F8"}));
   EXPECT_EQ(received[0].group, 7);
@@ -115,7 +115,7 @@ TEST(TapQueue, AppendsToWhatIsThere) {
   Queue q;
   q.add(Note);
   Bytes entries = {0xAA};
-  const std::size_t appended = q.queue.take(Everything, q.names, entries);
+  const std::size_t appended = q.queue.take(Everything, entries);
   EXPECT_EQ(appended, entries.size() - 1);
   EXPECT_EQ(appended, wire::eventEntryBytes("G0Out1", 9));
   EXPECT_EQ(entries[0], 0xAA);
@@ -160,11 +160,22 @@ TEST(TapQueue, DefaultSizeHoldsMinutesOfAFullPort) {
     TapQueue queue(Limits{}.queueBytes);
     Time now{};
     while (queue.lost() == 0) {
-      queue.add(One, out(0, 0), Holder, {0, row.message}, now);
+      queue.add(One, out(0, 0), "p", Holder, {0, row.message}, now);
       now += row.onTheWire;
     }
     EXPECT_GT(now, row.held) << row.what;
   }
+}
+
+TEST(TapQueue, NamesAreThoseOfTheTimeOfTheMessage) {
+  Queue q;
+  const auto add = [&](PortId port, const char* name) { q.queue.add(One, port, name, Holder, {0, Note}, {}); };
+  add(out(0, 0), "early");
+  add(out(0, 1), "other");
+  EXPECT_EQ(textsOf(q.take()), (Texts{"1 early: 90 3C 40", "1 other: 90 3C 40"}));
+  add(out(0, 0), "late");
+  add(out(0, 0), "late");
+  EXPECT_EQ(textsOf(q.take()), (Texts{"1 late: 90 3C 40", "1 late: 90 3C 40"}));
 }
 
 }  // namespace

@@ -10,9 +10,9 @@ namespace {
 using enum wire::TextEncoding;
 
 wire::Topology sample() {
-  return {{{0, "Deck", wire::TopologySide{2, "DeckOut", {}}, wire::TopologySide{0, "DeckIn", {}}},
-           {65535, "Rack", std::nullopt, wire::TopologySide{2, "", {"Left", "Right"}}},
-           {7, "Bare", std::nullopt, std::nullopt}}};
+  return {{{0, 0, "Deck", wire::TopologySide{2, "DeckOut", {}}, wire::TopologySide{0, "DeckIn", {}}},
+           {65535, 65535, "Rack", std::nullopt, wire::TopologySide{2, "", {"Left", "Right"}}},
+           {7, 7, "Bare", std::nullopt, std::nullopt}}};
 }
 
 const wire::Links SampleLinks{3, {{0, 1, 65535, 1}, {0, 1, 65535, 0}, {0, 0, 65535, 1}}};
@@ -28,19 +28,31 @@ TEST(TopologyText, HasALineForEachPort) {
             "7      Bare  -       -         -\n");
 }
 
+// The ids that a new console gives, however high the handles have risen.
+TEST(TopologyText, GroupsHaveTheIdsOfANewConsole) {
+  const wire::Topology late{{{5'000'000'009, {}, "J", wire::TopologySide{1, "", {"j"}}, std::nullopt},
+                             {7, 41, "Asks", std::nullopt, wire::TopologySide{1, "", {"s"}}},
+                             {5'000'000'008, {}, "K", std::nullopt, wire::TopologySide{1, "", {"k"}}}}};
+  EXPECT_EQ(topologyText(late, {1, {{5'000'000'009, 0, 5'000'000'008, 0}}}, {}, Ascii),
+            "GROUP  NAME  SIDE    PORT  CONNECTIONS\n"
+            "0      J     source  j     k\n"
+            "41     Asks  sink    s     -\n"
+            "1      K     sink    k     j\n");
+}
+
 TEST(TopologyText, DeviceWithoutGroupsHasHeadings) {
   EXPECT_EQ(topologyText({}, {}, {}, Ascii), "GROUP  NAME  SIDE  PORT  CONNECTIONS\n");
 }
 
 TEST(TopologyText, NamesDoNotSteerTheTerminal) {
-  const wire::Topology odd{{{1, "a\x1b[2J", wire::TopologySide{1, "", {"b\nc"}}, std::nullopt}}};
+  const wire::Topology odd{{{1, 1, "a\x1b[2J", wire::TopologySide{1, "", {"b\nc"}}, std::nullopt}}};
   const std::string text = topologyText(odd, {}, {}, Ascii);
   EXPECT_NE(text.find("a?[2J"), std::string::npos) << text;
   EXPECT_NE(text.find("b?c"), std::string::npos) << text;
 }
 
 TEST(TopologyText, LargestSide) {
-  const wire::Topology large{{{1, "G", wire::TopologySide{65535, "P", {}}, std::nullopt}}};
+  const wire::Topology large{{{1, 1, "G", wire::TopologySide{65535, "P", {}}, std::nullopt}}};
   const std::string text = topologyText(large, {}, {}, Ascii);
   EXPECT_EQ(std::ranges::count(text, '\n'), 65536);
   EXPECT_NE(text.find(" P65535 "), std::string::npos);
@@ -64,7 +76,7 @@ TEST(TopologyJson, DeviceWithoutGroups) {
 }
 
 TEST(TopologyJson, AnyNameIsText) {
-  const wire::Topology odd{{{1, "\"\xff\\", wire::TopologySide{1, "", {"b\n"}}, std::nullopt}}};
+  const wire::Topology odd{{{1, 1, "\"\xff\\", wire::TopologySide{1, "", {"b\n"}}, std::nullopt}}};
   const auto document = nlohmann::json::parse(topologyJson(odd, {}, {}));
   EXPECT_EQ(document["groups"][0]["name"], "\"\xEF\xBF\xBD\\");
   EXPECT_EQ(document["groups"][0]["sources"][0], "b\n");

@@ -106,10 +106,13 @@ sink = "ThruIn1"
   EXPECT_EQ(names, (std::vector<std::string>{"MidiDinOut1", "MidiUsbOut3", "MidiUsbOut2"}));
   EXPECT_STREQ(StrmSrv::GroupNameTable[5], "MidiDin");
   Injector injector(daemon_.socket());
+  const auto topology = injector.control().ask<wire::Topology>(wire::AskTopology{injector.control().session()});
+  ASSERT_TRUE(topology);
+  ASSERT_EQ(topology->groups.size(), 3U);
   const auto links = injector.control().ask<wire::Links>(wire::AskLinks{injector.control().session()});
   ASSERT_TRUE(links);
   ASSERT_EQ(links->links.size(), 3U);
-  EXPECT_EQ(links->links[2], (wire::LinkRecord{8, 1, 5, 0}));
+  EXPECT_EQ(links->links[2], (wire::LinkRecord{topology->groups[2].handle, 1, topology->groups[0].handle, 0}));
 }
 
 TEST_F(Attaching, ReceivingInsideAPortDoesNothingWhenTheServiceHasGone) {
@@ -228,6 +231,42 @@ TEST_F(Attaching, SilentServiceIsNotAskedAgainAndAgain) {
   // What was asked of it while it was stopped has cost the client nothing.
   EXPECT_EQ(port.disconnect("ThruIn1", nullptr), EvtSrv::EvtRes_Success);
   EXPECT_EQ(daemon_.log().find("has gone"), std::string::npos) << daemon_.log();
+}
+
+// Those within a device stand as it says; those between two are the service's alone.
+TEST(AttachingToTwoDevices, ConnectionsThatTheServiceHasLostAreToldInOneLine) {
+  const DeviceFile device("[[group]]\nid = 41\nname = \"Rack\"\nsinks = 2\n");
+  testsupport::StreamDaemon daemon{FLOWSCOPE_BINARY_DIR "/streamd", {"--driver", "builtin", "--device", device.path()}};
+  const EndpointVariable endpoint(daemon.endpoint());
+  EventPortManager manager(Behaviour, true);
+  StrmSrv::Patcher patcher(manager, 0);
+  EXPECT_STREQ(StrmSrv::GroupNameTable[41], "Rack") << "as the file says";
+  ASSERT_EQ(patcher.connect(0, 0, 41, 0), StrmSrv::StrmRes_Success);
+  ASSERT_EQ(patcher.connect(6, 1, 41, 1), StrmSrv::StrmRes_Success);
+  ASSERT_EQ(patcher.connect(0, 0, 41, 1), StrmSrv::StrmRes_Success);
+  ASSERT_EQ(patcher.disconnect(0, 0, 41, 1), StrmSrv::StrmRes_Success);
+  ASSERT_EQ(patcher.connect(0, 0, 4, 3), StrmSrv::StrmRes_Success);
+  testing::internal::CaptureStderr();
+  const Deadline deadline(Patience);
+  std::vector<StrmSrv::PortRecord> sinks;
+  const auto restart = [&] {
+    daemon.signal(SIGKILL);
+    ASSERT_TRUE(daemon.waitForExit(deadline));
+    while (patcher.getConnectSinkPorts(0, 0, sinks) == StrmSrv::StrmRes_Success) ASSERT_FALSE(deadline.passed());
+    daemon.restart();
+    while (patcher.getConnectSinkPorts(0, 0, sinks) != StrmSrv::StrmRes_Success) ASSERT_FALSE(deadline.passed());
+  };
+  restart();
+  EXPECT_EQ(sinks, (std::vector<StrmSrv::PortRecord>{{4, 0}, {2, 0}})) << "as at the start";
+  restart();
+  const std::string line = wire::programLine(daemon.endpoint() + ": ");
+  const std::string back = line + "the service has gone\n" + line + "the service is back\n";
+  EXPECT_EQ(testing::internal::GetCapturedStderr(),
+            back + line +
+                "lost with the service that was here before: the connection of \"KeyboardOut1\" to \"RackIn1\" and 1 "
+                "more between two systems\n" +
+                back)
+      << "and once";
 }
 
 }  // namespace

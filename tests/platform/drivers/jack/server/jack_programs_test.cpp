@@ -13,9 +13,11 @@
 #include <thread>
 #include <vector>
 
+#include "tests/platform/drivers/jack/server/jack_peer.h"
 #include "tests/platform/drivers/jack/server/jack_server.h"
 #include "tests/platform/drivers/jack/server/peer_process.h"
 #include "tests/platform/drivers/smf_maker.h"
+#include "tests/platform/streamd/console.h"
 #include "tests/support/process.h"
 #include "tests/support/scratch_folder.h"
 #include "tests/support/stream_daemon.h"
@@ -195,6 +197,37 @@ TEST_F(JackPrograms, WhatPassesAConnectionIsSeenOnceAtEitherEnd) {
                            "synth:in 4 0x80 0x01 0x02"}) {
     EXPECT_EQ(linesWith(seen, text), 1) << text;
   }
+}
+
+// Groups have names for 42 at a time, not for the first 42 of a service's life.
+TEST_F(JackPrograms, ThoseThatAreThereHaveNamesHoweverManyHaveComeAndGone) {
+  const auto daemon = daemonOnJack();
+  for (int number = 0; number < 100; ++number) {
+    const std::string name = "p" + std::to_string(number);
+    {
+      const JackPeer passing(name, {"out"}, {});
+      ASSERT_TRUE(daemon->logged("jack: group \"" + name + "\" has come: \"" + name + ":out\"\n", Deadline(Patience)))
+          << daemon->log();
+    }
+    ASSERT_TRUE(daemon->logged("jack: client \"" + name + "\" has gone\n", Deadline(Patience))) << daemon->log();
+  }
+  streamd::Console early(daemon->endpoint());
+  PeerProcess last("last", "out", "in");
+  EXPECT_TRUE(early.shows("group \"last\" has come: a new console shows it")) << "but not this one";
+
+  const std::string listed = printed(daemon->endpoint(), "flowscope", {"-c", "ls -r /Midi/Source"});
+  EXPECT_THAT(listed, HasSubstr("last:out"));
+  EXPECT_THAT(listed, Not(HasSubstr("[]")));
+  printed(daemon->endpoint(), "flowscope", {"-c", "con /Midi/Source/last/last:out /Midi/Sink/synth/synth:in"});
+  EXPECT_THAT(server->tool("jack_lsp", {"-c"}), HasSubstr("last:out\n   synth:in\n"));
+  streamd::Console console(daemon->endpoint());
+  console.type("cat /Midi/Source/last/last:out");
+  // JACK loses what falls into a period for which somebody was late.
+  for (int turn = 0; turn < 30; ++turn) {
+    std::this_thread::sleep_for(20ms);
+    last.emit("94 01 02");
+  }
+  EXPECT_TRUE(console.shows("0x90 0x01 0x02 0x04"));
 }
 
 TEST_F(JackPrograms, JacksOwnDumpSeesWhatIsInjected) {

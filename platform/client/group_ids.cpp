@@ -1,0 +1,91 @@
+#include "platform/client/group_ids.h"
+
+#include <limits>
+#include <unordered_set>
+
+#include "strmsrv.h"
+
+namespace client {
+namespace {
+
+constexpr std::uint32_t MaxIds = std::numeric_limits<std::uint16_t>::max() + 1U;
+
+}  // namespace
+
+void GroupIds::enter(wire::Topology& topology) {
+  const std::lock_guard guard(mutex_);
+  // First those who ask for one: nobody else of this topology is to have it.
+  std::unordered_set<std::uint16_t> given;
+  for (wire::TopologyGroup& group : topology.groups) {
+    if (group.id && (!isFree(*group.id, group.name) || !given.insert(*group.id).second)) group.id.reset();
+  }
+  for (wire::TopologyGroup& group : topology.groups) {
+    if (group.id) continue;
+    const auto known = byName_.find(group.name);
+    if (known != byName_.end() && given.insert(known->second).second) group.id = known->second;
+  }
+  std::uint32_t from = 0;
+  for (wire::TopologyGroup& group : topology.groups) {
+    while (!group.id) {
+      const auto id = lowestFree(from);
+      if (!id) break;
+      if (given.insert(*id).second) group.id = id;
+    }
+  }
+  std::erase_if(topology.groups, [](const wire::TopologyGroup& group) { return !group.id; });
+  for (const wire::TopologyGroup& group : topology.groups) hold(*group.id, group.name);
+}
+
+std::optional<std::uint16_t> GroupIds::enter(const wire::TopologyGroup& group) {
+  wire::Topology one{{group}};
+  enter(one);
+  return one.groups.empty() ? std::nullopt : one.groups.front().id;
+}
+
+void GroupIds::leave(std::uint16_t id) {
+  const std::lock_guard guard(mutex_);
+  const auto found = entries_.find(id);
+  if (found == entries_.end() || --found->second.holders > 0) return;
+  const auto named = byName_.find(found->second.name);
+  if (named != byName_.end() && named->second == id) byName_.erase(named);
+  entries_.erase(found);
+  if (publish_) publish_(id, {});
+}
+
+bool GroupIds::isFree(std::uint16_t id, std::string_view name) const {
+  const auto found = entries_.find(id);
+  return found == entries_.end() || found->second.name == name;
+}
+
+void GroupIds::hold(std::uint16_t id, const std::string& name) {
+  Entry& entry = entries_[id];
+  if (entry.holders++ > 0) return;
+  entry.name = name;
+  byName_.try_emplace(name, id);
+  if (publish_) publish_(id, name);
+}
+
+// From the given one on, which moves on behind the answer.
+std::optional<std::uint16_t> GroupIds::lowestFree(std::uint32_t& from) const {
+  for (; from < MaxIds; ++from) {
+    const auto id = static_cast<std::uint16_t>(from);
+    if (entries_.contains(id)) continue;
+    ++from;
+    return id;
+  }
+  return std::nullopt;
+}
+
+GroupIds& groupIdsOfThisProcess() {
+  // Never destroyed: a patcher may outlive what is static.
+  static auto* const ids =
+      new GroupIds([](std::uint16_t id, const std::string& name) { StrmSrv::GroupNameTable.publish(id, name); });
+  return *ids;
+}
+
+wire::Topology withGroupIds(wire::Topology topology) {
+  GroupIds().enter(topology);
+  return topology;
+}
+
+}  // namespace client

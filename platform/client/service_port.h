@@ -1,0 +1,26 @@
+// A port as the service knows it.
+#pragma once
+
+#include <cstddef>
+#include <cstdint>
+#include <functional>
+
+namespace client {
+
+enum class Side : std::uint8_t { Source, Sink };
+
+// The handle of its group and its index there. A handle that no group has any more is a port that has gone.
+struct ServicePort {
+  std::uint64_t group = 0;
+  std::uint16_t index = 0;
+  friend auto operator<=>(const ServicePort&, const ServicePort&) = default;  // NOLINT(modernize-use-nullptr)
+};
+
+struct ServicePortHash {
+  std::size_t operator()(ServicePort port) const noexcept {
+    // Handles are counted from anywhere on, and so are indices: an odd factor keeps them apart.
+    return std::hash<std::uint64_t>{}(port.group * 0x9E3779B97F4A7C15U + port.index);
+  }
+};
+
+}  // namespace client

@@ -1,0 +1,63 @@
+// What a session tells of by itself: what has come, and what a service that is back has lost.
+#include <algorithm>
+#include <chrono>
+#include <mutex>
+
+#include "platform/client/endpoint.h"
+#include "platform/client/session.h"
+#include "platform/wire/program_line.h"
+
+namespace EvtSrv {
+
+using client::Deadline;
+
+namespace {
+
+using Clock = std::chrono::steady_clock;
+
+// A program that has come makes its ports one after the other.
+constexpr std::chrono::milliseconds GatherTime{200};
+
+constexpr std::chrono::milliseconds LineInterval{1000};
+
+// Nobody else is to wait long meanwhile.
+constexpr std::chrono::milliseconds LookTime{500};
+
+}  // namespace
+
+void EventPortManager::Session::list(const wire::Topology& topology) {
+  const std::lock_guard guard(mutex_);
+  arrivals_.list(topology);
+}
+
+void EventPortManager::Session::lookForArrivals() {
+  const auto now = Clock::now();
+  const bool news = isBack_.exchange(false) || (events_ && events_->takeTopologyNews());
+  if (news && !arrivalLook_) arrivalLook_ = std::max(now + GatherTime, nextArrivalLine_);
+  if (!arrivalLook_ || now < *arrivalLook_) return;
+  const std::lock_guard guard(mutex_);
+  if (!channels_ || silent()) return;
+  arrivalLook_.reset();
+  // Nobody lists anything: the service need not be asked, and then says nothing more.
+  if (!arrivals_.isListed()) return;
+  const Deadline deadline(LookTime);
+  auto topology = channels_->control.ask<wire::Topology>(wire::AskTopology{channels_->control.session()}, deadline);
+  if (!topology) return noticeLoss(deadline);
+  topology_ = std::move(*topology);
+  const auto line = arrivals_.look(topology_);
+  if (!line) return;
+  wire::sayLine(client::endpointLine(endpoint_, *line));
+  nextArrivalLine_ = now + LineInterval;
+}
+
+void EventPortManager::Session::reportLostLinks() {
+  if (carried_.empty()) return;
+  auto& control = channels_->control;
+  const auto topology = control.ask<wire::Topology>(wire::AskTopology{control.session()}, Deadline(LookTime));
+  const auto links =
+      topology ? control.ask<wire::Links>(wire::AskLinks{control.session()}, Deadline(LookTime)) : std::nullopt;
+  if (!links) return;
+  if (const auto line = carried_.compare(*links, *topology)) wire::sayLine(client::endpointLine(endpoint_, *line));
+}
+
+}  // namespace EvtSrv
