@@ -1,6 +1,7 @@
 // play that does not come to the end, seen by watch: what sounds is ended.
 #include <poll.h>
 
+#include <optional>
 #include <set>
 #include <zmq.hpp>
 
@@ -200,7 +201,7 @@ class RefusingService {
       // With this window every frame waits for the answer to the one before.
       send(envelope.tag, wire::Welcome{1, 1});
     } else if (std::holds_alternative<wire::AskTopology>(envelope.body)) {
-      const wire::TopologyGroup group{0, 0, "Deck", wire::TopologySide{1, "DeckOut", {}}, {}};
+      const wire::TopologyGroup group{0, std::nullopt, "Deck", wire::TopologySide{1, "DeckOut", {}}, {}};
       send(envelope.tag, wire::Topology{{group}});
     } else if (const auto* inject = std::get_if<wire::Inject>(&envelope.body)) {
       for (const wire::InjectItem& item : inject->messages) {

@@ -98,7 +98,7 @@ TEST(TopologyText, OriginalNamesStandBesideOurs) {
 }
 
 TEST(TopologyText, NamesBeyondAsciiAreShownInUtf8AndKeepTheColumns) {
-  const wire::Topology topology{{{3, "Keys", wire::TopologySide{2, "", {"a_", "b"}}, std::nullopt}}};
+  const wire::Topology topology{{{3, 3, "Keys", wire::TopologySide{2, "", {"a_", "b"}}, std::nullopt}}};
   const wire::Originals originals{{{3, bytes("Keys"), {bytes("K\xC3\xB6ln \xE2\x80\xAEx"), bytes("Z\xC3")}, {}}}};
   const wire::Links links{1, {}};
   EXPECT_EQ(topologyText(topology, links, originals, Utf8),
