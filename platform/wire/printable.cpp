@@ -51,6 +51,13 @@ Decoded decode(std::string_view text) {
   return {character, size};
 }
 
+void appendEscaped(std::string& shown, char byte) {
+  constexpr std::string_view Digits = "0123456789ABCDEF";
+  const auto value = static_cast<std::uint8_t>(byte);
+  shown.append("\\x") += Digits[value >> 4U];
+  shown += Digits[value & 0xFU];
+}
+
 bool isContinuation(char byte) { return (static_cast<std::uint8_t>(byte) & 0xC0U) == 0x80; }
 
 }  // namespace
@@ -61,7 +68,11 @@ std::string printable(std::string_view text, TextEncoding encoding) {
     const Decoded next = decode(text);
     const bool isKnown = next.size == 1 || (next.size > 1 && encoding == TextEncoding::Utf8);
     const std::size_t size = isKnown ? next.size : 1;
-    shown += isKnown && !isHidden(next.character) ? text.substr(0, size) : "?";
+    if (isKnown && !isHidden(next.character)) {
+      shown += text.substr(0, size);
+    } else {
+      for (const char byte : text.substr(0, size)) appendEscaped(shown, byte);
+    }
     text.remove_prefix(size);
   }
   return shown;

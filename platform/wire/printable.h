@@ -9,10 +9,10 @@
 
 namespace wire {
 
-// text with "?" for what is not to be shown: what came from elsewhere must neither steer a terminal, nor end a line,
-// nor look like what it is not. Printable ASCII stays. In UTF-8 other characters stay, too, but for controls, ends of
-// lines and paragraphs, what changes the direction of text, and what shows nothing; each of these is one "?". Each byte
-// that belongs to no character is one: UTF-8 is read strictly.
+// text with each byte that is not to be shown as "\xHH": what came from elsewhere must neither steer a terminal, nor
+// end a line, nor look like what it is not. Printable ASCII stays, a backslash too. In UTF-8 other characters stay as
+// well, but not controls, ends of lines and paragraphs, what changes the direction of text, what shows nothing, and
+// bytes that belong to no character: UTF-8 is read strictly. What is printable already is answered as it is.
 std::string printable(std::string_view text, TextEncoding encoding);
 
 // The same, for who reads what this process writes (see environmentEncoding).

@@ -57,7 +57,8 @@ TEST(Endpoint, AllOthersHaveCause) {
 
 TEST(Endpoint, ProblemIsOnePrintableLine) {
   EXPECT_EQ(endpointLine("nonsense", "no such thing"), "nonsense: no such thing");
-  EXPECT_EQ(endpointLine("embedded:a\x1b[31m\nb\x7f\xc3\xc3", "c\td"), "embedded:a?[31m?b???: c?d");
+  EXPECT_EQ(endpointLine("embedded:a\x1b[31m\nb\x7f\xc3\xc3", "c\td"),
+            "embedded:a\\x1B[31m\\x0Ab\\x7F\\xC3\\xC3: c\\x09d");
 }
 
 TEST(Endpoint, NetworkIsRefusedByBehaviour) {

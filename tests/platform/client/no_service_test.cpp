@@ -29,8 +29,8 @@ const std::vector<Row>& endpoints() {
        "tcp://host:1: refused: this program uses no service over the network\n"},
       {"nonsense", EvtSrv::ConBehave_Default, "nonsense: not an endpoint (ipc://PATH, embedded:FILE)\n"},
       {"embedded:/nowhere/a\x1b[31m\nb", EvtSrv::ConBehave_Default,
-       "embedded:/nowhere/a?[31m?b: /nowhere/a?[31m?b: No such file or directory\n"},
-      {"ipc://\n", EvtSrv::ConBehave_Default, "ipc://?: No such file or directory\n"},
+       "embedded:/nowhere/a\\x1B[31m\\x0Ab: /nowhere/a\\x1B[31m\\x0Ab: No such file or directory\n"},
+      {"ipc://\n", EvtSrv::ConBehave_Default, "ipc://\\x0A: No such file or directory\n"},
   };
   return rows;
 }

@@ -95,9 +95,9 @@ TEST_F(DeviceFile, AFileThatCannotBeReadSaysSo) {
 
 TEST_F(DeviceFile, ErrorsArePrintableWhateverTheFileIsCalled) {
   const std::string path = folder_ + "/a\x1b[31m\nb.toml";
-  EXPECT_EQ(causeOf(path), folder_ + "/a?[31m?b.toml: No such file or directory");
+  EXPECT_EQ(causeOf(path), folder_ + "/a\\x1B[31m\\x0Ab.toml: No such file or directory");
   writeFile(path, "port = 1\n");
-  EXPECT_EQ(causeOf(path), folder_ + "/a?[31m?b.toml:1: a device file has no key 'port'");
+  EXPECT_EQ(causeOf(path), folder_ + "/a\\x1B[31m\\x0Ab.toml:1: a device file has no key 'port'");
 }
 
 TEST_F(DeviceFile, AFileInTheCurrentFolderNeedsNoFolder) {

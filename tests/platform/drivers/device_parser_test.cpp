@@ -164,7 +164,7 @@ TEST(DeviceParser, EveryErrorHasItsLineAndCause) {
       {std::string(GroupA) + "[[connection]]\nsource = 'AOut1'\nsink = 'AIn1'\nfrom = 1\n",
        "9: a connection has no key 'from'"},
       {std::string(GroupA) + "[[connection]]\nsource = \"\\u001b[31m\\n\"\nsink = 'AIn1'\n",
-       "7: no port is called '?[31m?'"},
+       "7: no port is called '\\x1B[31m\\x0A'"},
 
       {std::string(GroupA) + "[[player]]\nclock = 120\n", "6: a player needs a source"},
       {std::string(GroupA) + "[[player]]\nsource = 'AIn1'\nclock = 120\n", "7: 'AIn1' is a sink, not a source"},

@@ -18,7 +18,7 @@ TEST_F(DispatcherTest, NotesOfTheDeviceAreLogged) {
     return std::nullopt;
   };
   dispatcher_->advance(Time(0));
-  EXPECT_EQ(log_, (Texts{"client \"a?\" has gone", "no server"}));
+  EXPECT_EQ(log_, (Texts{"client \"a\\x1B\" has gone", "no server"}));
 }
 
 TEST_F(DispatcherTest, WarningsAreToldWhereThereIsNoLog) {
@@ -30,7 +30,7 @@ TEST_F(DispatcherTest, WarningsAreToldWhereThereIsNoLog) {
     return std::nullopt;
   };
   quiet.advance(Time(0));
-  EXPECT_EQ(warnings, Texts{"no?server"});
+  EXPECT_EQ(warnings, Texts{"no\\x09server"});
 }
 
 TEST_F(DispatcherTest, LossOnTheWayHereIsLoggedOnceASecondAtMost) {

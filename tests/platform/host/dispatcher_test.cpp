@@ -35,7 +35,7 @@ TEST_F(DispatcherTest, SecondHelloOfOnePeerIsOutOfPlace) {
 
 TEST_F(DispatcherTest, NameOfProgramReachesLogPrintable) {
   say("a", 1, wire::Hello{"\x1b[2J\n", 5});
-  EXPECT_EQ(log_, Texts{"?[2J? (process 5) has come"});
+  EXPECT_EQ(log_, Texts{"\\x1B[2J\\x0A (process 5) has come"});
 }
 
 TEST_F(DispatcherTest, GoodbyeIsAnsweredAndEndsTheClient) {

@@ -145,7 +145,7 @@ TEST(CommandLine, CommandsAreNamedWhereNoneIsGiven) {
                {{"--endpoint", "list", "con"}, Unknown},
                {{"--endpoint=list", "con"}, Unknown},
                {{"--bogus", "con"}, Unknown},
-               {{"c\x1bn"}, "no such command: c?n; there are list, inject, play, watch, stats (--help tells more)"},
+               {{"c\x1bn"}, "no such command: c\\x1Bn; there are list, inject, play, watch, stats (--help tells more)"},
                {{}, Missing},
                {{"--endpoint", "list"}, Missing}};
   for (const auto& row : table) EXPECT_EQ(said(row.words).text, row.line);

@@ -67,7 +67,7 @@ TEST(EventLines, EveryByteInBothForms) {
 }
 
 TEST(EventLines, NamesAreSafeToShow) {
-  EXPECT_EQ(lines(LineForm::Text, event(0, {{0, {1}}}), "a\x1b\nb"), "0.000000000 a??b 0 0x01\n");
+  EXPECT_EQ(lines(LineForm::Text, event(0, {{0, {1}}}), "a\x1b\nb"), "0.000000000 a\\x1B\\x0Ab 0 0x01\n");
   const std::string odd = "a\"\\\n";
   EXPECT_EQ(nlohmann::json::parse(lines(LineForm::Json, event(0, {{0, {1}}}), odd))["port"], odd);
   EXPECT_TRUE(nlohmann::json::accept(lines(LineForm::Json, event(0, {{0, {1}}}), "\xff")));

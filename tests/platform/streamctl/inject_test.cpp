@@ -57,7 +57,7 @@ TEST_F(InjectCommandLine, LargeMessageArrivesWhole) {
 TEST_F(InjectCommandLine, UnknownPort) {
   EXPECT_THAT(control({"inject", "DeckOut3", "1"}), FailsSaying("streamctl: no such port: DeckOut3"));
   EXPECT_THAT(control({"inject", "Deck\x1b", "1", "--rate", "1", "--count", "9"}),
-              FailsSaying("streamctl: no such port: Deck?"));
+              FailsSaying("streamctl: no such port: Deck\\x1B"));
   EXPECT_THAT(control({"inject", std::string(64, 'x'), "1"}),
               FailsSaying("streamctl: no such port: " + std::string(64, 'x')));
   EXPECT_EQ(stats()["in"], 0);

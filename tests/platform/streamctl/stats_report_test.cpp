@@ -17,9 +17,9 @@ TEST(StatsText, HasTotalsAndALineForEachClient) {
             "messages lost  5\n"
             "queue limit    1000 bytes\n"
             "\n"
-            "PROGRAM     PROCESS     TAPS  IN  OUT   LOST  QUEUE  FILL\n"
-            "flowscope   4294967295  2     7   3395  5     1      1%\n"
-            "two words?  1           0     5   5     0     1000   100%\n");
+            "PROGRAM        PROCESS     TAPS  IN  OUT   LOST  QUEUE  FILL\n"
+            "flowscope      4294967295  2     7   3395  5     1      1%\n"
+            "two words\\x0A  1           0     5   5     0     1000   100%\n");
 }
 
 TEST(StatsText, LossesThatNobodyCountedStandBesideTheCount) {

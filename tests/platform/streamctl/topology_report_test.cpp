@@ -47,8 +47,8 @@ TEST(TopologyText, DeviceWithoutGroupsHasHeadings) {
 TEST(TopologyText, NamesDoNotSteerTheTerminal) {
   const wire::Topology odd{{{1, 1, "a\x1b[2J", wire::TopologySide{1, "", {"b\nc"}}, std::nullopt}}};
   const std::string text = topologyText(odd, {}, {}, Ascii);
-  EXPECT_NE(text.find("a?[2J"), std::string::npos) << text;
-  EXPECT_NE(text.find("b?c"), std::string::npos) << text;
+  EXPECT_NE(text.find("a\\x1B[2J"), std::string::npos) << text;
+  EXPECT_NE(text.find("b\\x0Ac"), std::string::npos) << text;
 }
 
 TEST(TopologyText, LargestSide) {
@@ -88,13 +88,13 @@ const wire::Originals SampleOriginals{{{65535, bytes("Rack 19"), {}, {bytes("20:
 
 TEST(TopologyText, OriginalNamesStandBesideOurs) {
   EXPECT_EQ(topologyText(sample(), SampleLinks, SampleOriginals, Ascii),
-            "GROUP  NAME  SIDE    PORT      ORIGINAL  CONNECTIONS\n"
-            "0      Deck  source  DeckOut1  -         Right\n"
-            "0      Deck  source  DeckOut2  -         Right Left\n"
-            "0      Deck  sink    -         -         -\n"
-            "65535  Rack  sink    Left      20:0 L?   DeckOut2\n"
-            "65535  Rack  sink    Right     20:1 R    DeckOut2 DeckOut1\n"
-            "7      Bare  -       -         -         -\n");
+            "GROUP  NAME  SIDE    PORT      ORIGINAL    CONNECTIONS\n"
+            "0      Deck  source  DeckOut1  -           Right\n"
+            "0      Deck  source  DeckOut2  -           Right Left\n"
+            "0      Deck  sink    -         -           -\n"
+            "65535  Rack  sink    Left      20:0 L\\xFF  DeckOut2\n"
+            "65535  Rack  sink    Right     20:1 R      DeckOut2 DeckOut1\n"
+            "7      Bare  -       -         -           -\n");
 }
 
 TEST(TopologyText, NamesBeyondAsciiAreShownInUtf8AndKeepTheColumns) {
@@ -102,13 +102,13 @@ TEST(TopologyText, NamesBeyondAsciiAreShownInUtf8AndKeepTheColumns) {
   const wire::Originals originals{{{3, bytes("Keys"), {bytes("K\xC3\xB6ln \xE2\x80\xAEx"), bytes("Z\xC3")}, {}}}};
   const wire::Links links{1, {}};
   EXPECT_EQ(topologyText(topology, links, originals, Utf8),
-            "GROUP  NAME  SIDE    PORT  ORIGINAL  CONNECTIONS\n"
-            "3      Keys  source  a_    K\xC3\xB6ln ?x   -\n"
-            "3      Keys  source  b     Z?        -\n");
+            "GROUP  NAME  SIDE    PORT  ORIGINAL            CONNECTIONS\n"
+            "3      Keys  source  a_    K\xC3\xB6ln \\xE2\\x80\\xAEx  -\n"
+            "3      Keys  source  b     Z\\xC3               -\n");
   EXPECT_EQ(topologyText(topology, links, originals, Ascii),
-            "GROUP  NAME  SIDE    PORT  ORIGINAL    CONNECTIONS\n"
-            "3      Keys  source  a_    K??ln ???x  -\n"
-            "3      Keys  source  b     Z?          -\n");
+            "GROUP  NAME  SIDE    PORT  ORIGINAL                   CONNECTIONS\n"
+            "3      Keys  source  a_    K\\xC3\\xB6ln \\xE2\\x80\\xAEx  -\n"
+            "3      Keys  source  b     Z\\xC3                      -\n");
 }
 
 TEST(TopologyText, PortsThatHaveGoneAreLeftOut) {

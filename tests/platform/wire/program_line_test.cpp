@@ -60,7 +60,7 @@ class ProgramLineDeathTest : public testing::Test {
 
 TEST_F(ProgramLineDeathTest, NameIsPrintableAndStaysWhenArgumentsAreOverwritten) {
   EXPECT_EXIT(sayAs("a\x1b[31m\nb\xff"), testing::ExitedWithCode(0),
-              "^a\\?\\[31m\\?b\\?: line\na\\?\\[31m\\?b\\?: line\n$");
+              "^a\\\\x1B\\[31m\\\\x0Ab\\\\xFF: line\na\\\\x1B\\[31m\\\\x0Ab\\\\xFF: line\n$");
 }
 
 TEST_F(ProgramLineDeathTest, ProgramWithoutANameHasThatOfTheLibrary) {

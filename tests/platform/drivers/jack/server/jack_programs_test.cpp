@@ -89,8 +89,9 @@ TEST_F(JackPrograms, AConsoleInOneProcessConnectsAndLists) {
 TEST_F(JackPrograms, NamesBeyondAsciiAreShownWhereTheLocaleHasThem) {
   std::optional<PeerProcess> peer;
   peer.emplace("K\xC3\xB6ln\xE2\x80\xAE", "out", "in");
-  EXPECT_THAT(printed("embedded:jack", "streamctl", {"list"}, "C.UTF-8"), HasSubstr(" K\xC3\xB6ln?:out "));
-  EXPECT_THAT(printed("embedded:jack", "streamctl", {"list"}), HasSubstr(" K??ln???:out "));
+  EXPECT_THAT(printed("embedded:jack", "streamctl", {"list"}, "C.UTF-8"),
+              HasSubstr(" K\xC3\xB6ln\\xE2\\x80\\xAE:out "));
+  EXPECT_THAT(printed("embedded:jack", "streamctl", {"list"}), HasSubstr(" K\\xC3\\xB6ln\\xE2\\x80\\xAE:out "));
   const auto logged = [&](const std::string& locale, const std::string& line) {
     const auto daemon = daemonOnJack(locale);
     if (!peer) peer.emplace("K\xC3\xB6ln\xE2\x80\xAE", "out", "in");
@@ -98,8 +99,8 @@ TEST_F(JackPrograms, NamesBeyondAsciiAreShownWhereTheLocaleHasThem) {
     peer.reset();
     return daemon->logged(line, Deadline(Patience));
   };
-  EXPECT_TRUE(logged("C.UTF-8", "client \"K\xC3\xB6ln?\" has gone"));
-  EXPECT_TRUE(logged("C", "client \"K??ln???\" has gone"));
+  EXPECT_TRUE(logged("C.UTF-8", "client \"K\xC3\xB6ln\\xE2\\x80\\xAE\" has gone"));
+  EXPECT_TRUE(logged("C", "client \"K\\xC3\\xB6ln\\xE2\\x80\\xAE\" has gone"));
 }
 
 TEST_F(JackPrograms, ADaemonSeesWhatOthersConnect) {
