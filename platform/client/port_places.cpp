@@ -1,7 +1,6 @@
 #include "platform/client/port_places.h"
 
 #include <limits>
-#include <ranges>
 
 namespace client {
 
@@ -41,8 +40,7 @@ PortPlaces::Key PortPlaces::key(PortRecord port, Side side) {
 
 template <class Value>
 auto PortPlaces::ofGroup(std::map<Key, Value>& byPlace, std::uint16_t id) {
-  return std::ranges::subrange(byPlace.lower_bound(key({id, 0}, Side::Source)),
-                               byPlace.upper_bound(key({id, Last}, Side::Sink)));
+  return std::pair(byPlace.lower_bound(key({id, 0}, Side::Source)), byPlace.upper_bound(key({id, Last}, Side::Sink)));
 }
 
 bool PortPlaces::knows(PortRecord port, Side side) const {
@@ -90,7 +88,8 @@ void PortPlaces::meet(const wire::TopologyGroup& group, const NewGroup& newGroup
   ids_.emplace(group.handle, *id);
   handles_.emplace(*id, group.handle);
   // Those that came later may be others here, until their names have been seen.
-  for (const auto& later : ofGroup(later_, *id)) toService_.try_emplace(later.first, Nowhere);
+  auto [later, end] = ofGroup(later_, *id);
+  for (; later != end; ++later) toService_.try_emplace(later->first, Nowhere);
 }
 
 bool PortPlaces::isAsAtFirst(std::uint16_t id, const wire::TopologyGroup& group) const {
@@ -104,8 +103,8 @@ void PortPlaces::forgetHandleOf(std::uint16_t id) {
     handles_.erase(found);
   }
   std::erase_if(moved_, [id](const auto& moved) { return moved.second == id; });
-  const auto ports = ofGroup(toService_, id);
-  for (auto port = ports.begin(); port != ports.end();) forgetMove((port++)->first);
+  auto [port, end] = ofGroup(toService_, id);
+  while (port != end) forgetMove((port++)->first);
 }
 
 // Its port has the service's own index.

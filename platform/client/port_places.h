@@ -53,7 +53,7 @@ class PortPlaces {
   };
 
   static Key key(StrmSrv::PortRecord port, Side side);
-  // The entries of a group in a map by places.
+  // The entries of a group in a map by places: the first one, and the one behind the last.
   template <class Value>
   static auto ofGroup(std::map<Key, Value>& byPlace, std::uint16_t id);
   bool knows(StrmSrv::PortRecord port, Side side) const;
