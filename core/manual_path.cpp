@@ -49,8 +49,7 @@ std::optional<std::string> manualFolder() {
 std::string extendedManualPath(std::string_view folder, const char* before) {
   const std::string_view rest = before == nullptr ? std::string_view() : before;
   std::string path = std::string(folder).append(":").append(rest);
-  const bool hasSystem = path.ends_with(':') || path.find("::") != std::string::npos;
-  return hasSystem ? path : path + ':';
+  return path.ends_with(':') ? path : path + ':';
 }
 
 // setenv would change the list that another thread is just reading. This puts a whole other list in its place; both

@@ -12,8 +12,8 @@ namespace flowscope {
 // a build tree as in an installation, with symbolic links resolved. Nothing when it is not there. Reads the disk.
 std::optional<std::string> manualFolder();
 
-// MANPATH with folder first, then what it had, and the system's own pages: an empty place in the list, mostly behind
-// the last colon, stands for them. before: MANPATH as it is, null when it is not set.
+// MANPATH with folder first, then what it had, and the system's own pages, for which the last colon stands. before:
+// MANPATH as it is, null when it is not set.
 std::string extendedManualPath(std::string_view folder, const char* before);
 
 // While it lives, programs that are started find the pages of this program: MANPATH is extended. Without a folder of

@@ -8,7 +8,7 @@
 
 #include "evtsrv.h"
 #include "platform/client/opening.h"
-#include "platform/host/loss_text.h"
+#include "platform/wire/loss_text.h"
 #include "platform/wire/messages.h"
 #include "platform/wire/program_line.h"
 
@@ -26,9 +26,9 @@ void reportLoss(std::uint64_t count) { wire::sayLine(messagesText(count) + " los
 
 void reportLossBefore(std::uint64_t count) { wire::sayLine(messagesText(count) + " lost on the way to the service"); }
 
-void reportUncountedLosses(std::uint64_t times) { wire::sayLine(host::uncountedLossText(times, "to the service")); }
+void reportUncountedLosses(std::uint64_t times) { wire::sayLine(wire::uncountedLossText(times, "to the service")); }
 
-service::Time clockNow() { return std::chrono::steady_clock::now().time_since_epoch(); }
+std::chrono::nanoseconds clockNow() { return std::chrono::steady_clock::now().time_since_epoch(); }
 
 // True while it lives, also when a port throws.
 class WhileTrue {

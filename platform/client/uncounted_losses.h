@@ -5,7 +5,7 @@
 #include <cstdint>
 #include <functional>
 
-#include "platform/host/total_news.h"
+#include "platform/wire/total_news.h"
 
 namespace client {
 
@@ -24,7 +24,7 @@ class UncountedLosses {
   void add() { ++times_; }
 
   // Tells what is due at now.
-  void advance(service::Time now) {
+  void advance(std::chrono::nanoseconds now) {
     if (times_ > 0) say(news_.take(times_, now));
   }
 
@@ -35,7 +35,7 @@ class UncountedLosses {
 
   std::function<void(std::uint64_t times)> tell_;
   std::uint64_t times_ = 0;
-  host::TotalNews news_{std::chrono::seconds(10)};
+  wire::TotalNews news_{std::chrono::seconds(10)};
 };
 
 }  // namespace client

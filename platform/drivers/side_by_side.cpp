@@ -209,7 +209,12 @@ class SideBySide : public Driver {
   }
 
   void setUsed(PortId source, bool used, Time now) override {
-    if (const Origin* origin = joint_.origin(source.group)) driverOf(*origin).setUsed(port(*origin, source), used, now);
+    const Origin* known = joint_.origin(source.group);
+    const auto before = used_.extract(source);
+    if (known == nullptr && !before) return;
+    const Origin origin = known != nullptr ? *known : before.mapped();
+    if (used) used_.emplace(source, origin);
+    driverOf(origin).setUsed(port(origin, source), used, now);
   }
 
   std::optional<Time> advance(Time now) override {
@@ -287,6 +292,7 @@ class SideBySide : public Driver {
   std::vector<NamedDriver> drivers_;
   AnyReadable readable_;
   JointTopology joint_;
+  std::map<PortId, Origin> used_;  // a device that has forgotten a source must still hear that nobody uses it
   std::vector<Link> links_;
 };
 

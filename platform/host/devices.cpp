@@ -64,7 +64,7 @@ DeviceOrProblem openDrivers(const std::vector<std::string>& names, const std::st
     if (auto* problem = std::get_if<std::string>(&driver)) return std::move(*problem);
     opened.push_back({file, std::get<std::unique_ptr<service::Driver>>(std::move(driver))});
   }
-  // A described device has nothing for the log, and keeps the ids of its groups.
+  // A described device has nothing for the log that its name would have to stand before.
   const bool isDescribed = names.empty() || names.front() == BuiltinDriver;
   if (opened.size() == 1 && isDescribed) return std::move(opened.front().driver);
   return service::makeSideBySide(std::move(opened));

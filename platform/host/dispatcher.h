@@ -12,9 +12,9 @@
 #include "platform/host/log.h"
 #include "platform/host/peers.h"
 #include "platform/host/session_table.h"
-#include "platform/host/total_news.h"
 #include "platform/service/service.h"
 #include "platform/wire/messages.h"
+#include "platform/wire/total_news.h"
 
 namespace host {
 
@@ -112,8 +112,8 @@ class Dispatcher {
   bool someGone_ = false;
   bool takenOwed_ = false;
   service::Time heldBackToldAt_{};
-  TotalNews lostBefore_;
-  TotalNews uncountedLosses_;
+  wire::TotalNews lostBefore_;
+  wire::TotalNews uncountedLosses_;
   std::vector<std::uint8_t> events_;  // an Events message under construction
   std::size_t eventsFront_;           // bytes of it in front of the entries
 };

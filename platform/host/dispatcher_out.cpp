@@ -7,7 +7,7 @@
 #include "platform/drivers/soonest.h"
 #include "platform/host/dispatcher.h"
 #include "platform/host/link_record.h"
-#include "platform/host/loss_text.h"
+#include "platform/wire/loss_text.h"
 #include "platform/wire/printable.h"
 
 namespace host {
@@ -167,7 +167,7 @@ void Dispatcher::logLossBefore(std::uint64_t count) const {
 
 void Dispatcher::logUncountedLoss(std::uint64_t times) const {
   if (!log_ || times == 0) return;
-  log_(uncountedLossText(times, "here"));
+  log_(wire::uncountedLossText(times, "here"));
 }
 
 void Dispatcher::finish(service::Time now) {

@@ -165,8 +165,8 @@ class Patcher {
   // the same style that no port has. streamType is not looked at: only one type has streams.
   std::string makeStreamPortName(unsigned streamType, std::uint16_t group, std::uint16_t port, int sink) const;
 
-  // For devices whose groups and ports come and go. This library's do not change while they run: it calls none of
-  // these, and the bodies here do nothing.
+  // For libraries that tell of groups and ports that come and go. This one says so in a line on standard error instead:
+  // it calls none of these, and the bodies here do nothing.
   virtual void notifyAddGroup(std::uint16_t group);
   virtual void notifyAddPort(std::uint16_t group, std::uint16_t port, int sink);
   virtual void notifyRemoveGroup(std::uint16_t group);

@@ -23,8 +23,9 @@ struct PortHash {
 
 struct LinkHash {
   std::size_t operator()(const Link& link) const noexcept {
+    // One after the other: of two pairs mixed apart, the second of one and the first of the other would weigh the same.
     return std::hash<std::uint64_t>{}(
-        mixed(mixed(link.sourceGroup, link.sourceIndex), mixed(link.sinkGroup, link.sinkIndex)));
+        mixed(mixed(mixed(link.sourceGroup, link.sourceIndex), link.sinkGroup), link.sinkIndex));
   }
 };
 

@@ -7,13 +7,15 @@
 
 namespace streamctl {
 
-using Json = nlohmann::ordered_json;
+using JsonValue = nlohmann::ordered_json;
 
 // The text of a value; indent: blanks a level, -1 for all on one line. What came from elsewhere and is no UTF-8 has
 // U+FFFD in its place.
-inline std::string jsonText(const Json& value, int indent) {
-  return value.dump(indent, ' ', false, Json::error_handler_t::replace);
+inline std::string jsonText(const JsonValue& value, int indent) {
+  return value.dump(indent, ' ', false, JsonValue::error_handler_t::replace);
 }
-inline std::string jsonText(std::string_view text, int indent) { return jsonText(Json(std::string(text)), indent); }
+inline std::string jsonText(std::string_view text, int indent) {
+  return jsonText(JsonValue(std::string(text)), indent);
+}
 
 }  // namespace streamctl

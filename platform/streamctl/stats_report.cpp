@@ -39,7 +39,7 @@ std::string statsText(const wire::Stats& stats) {
 }
 
 std::string statsJson(const wire::Stats& stats) {
-  Json clients = Json::array();
+  JsonValue clients = JsonValue::array();
   for (const wire::ClientStats& client : stats.clients) {
     clients.push_back({{"program", client.program},
                        {"process", client.process},
@@ -49,12 +49,12 @@ std::string statsJson(const wire::Stats& stats) {
                        {"lost", client.lost},
                        {"queue_bytes", client.queueBytes}});
   }
-  return jsonText(Json{{"in", stats.in},
-                       {"out", stats.out},
-                       {"lost", stats.lost},
-                       {"uncounted_losses", stats.uncountedLosses},
-                       {"queue_limit", stats.queueLimit},
-                       {"clients", std::move(clients)}},
+  return jsonText(JsonValue{{"in", stats.in},
+                            {"out", stats.out},
+                            {"lost", stats.lost},
+                            {"uncounted_losses", stats.uncountedLosses},
+                            {"queue_limit", stats.queueLimit},
+                            {"clients", std::move(clients)}},
                   2) +
          '\n';
 }

@@ -108,27 +108,27 @@ class Rows {
   std::vector<Row> rows_;
 };
 
-Json sideJson(const std::optional<wire::TopologySide>& ports,
-              const std::function<std::string(std::uint16_t index)>& name) {
+JsonValue sideJson(const std::optional<wire::TopologySide>& ports,
+                   const std::function<std::string(std::uint16_t index)>& name) {
   if (!ports) return nullptr;
-  Json list = Json::array();
+  JsonValue list = JsonValue::array();
   for (std::uint16_t index = 0; index < ports->count; ++index) {
     if (ports->has(index)) list.push_back(name(index));
   }
   return list;
 }
 
-Json groupJson(const wire::TopologyGroup& group, const PortNames& names, const OriginalNames& originals) {
+JsonValue groupJson(const wire::TopologyGroup& group, const PortNames& names, const OriginalNames& originals) {
   const auto nameOn = [&](Side side) {
     return [&, side](std::uint16_t at) { return names.name(*group.id, at, side); };
   };
   const auto originalOn = [&](Side side) {
     return [&, side](std::uint16_t at) { return originals.port(group.handle, at, side); };
   };
-  Json json{{"id", *group.id},
-            {"name", group.name},
-            {"sources", sideJson(group.sources, nameOn(Side::Source))},
-            {"sinks", sideJson(group.sinks, nameOn(Side::Sink))}};
+  JsonValue json{{"id", *group.id},
+                 {"name", group.name},
+                 {"sources", sideJson(group.sources, nameOn(Side::Source))},
+                 {"sinks", sideJson(group.sinks, nameOn(Side::Sink))}};
   if (const wire::OriginalGroup* original = originals.group(group.handle)) {
     json["original"] = OriginalNames::text(original->name);
     json["original_sources"] = sideJson(group.sources, originalOn(Side::Source));
@@ -189,15 +189,15 @@ std::string topologyText(const wire::Topology& topology, const wire::Links& link
 std::string topologyJson(const wire::Topology& topology, const wire::Links& links, const wire::Originals& originals) {
   const Device device(topology);
   const OriginalNames originalNames(originals);
-  Json groups = Json::array();
+  JsonValue groups = JsonValue::array();
   for (const wire::TopologyGroup& group : device.groups()) {
     groups.push_back(groupJson(group, device.names(), originalNames));
   }
-  Json connections = Json::array();
+  JsonValue connections = JsonValue::array();
   for (const wire::LinkRecord& link : links.links) {
     connections.push_back({{"source", device.source(link)}, {"sink", device.sink(link)}});
   }
-  return jsonText(Json{{"groups", std::move(groups)}, {"connections", std::move(connections)}}, 2) + '\n';
+  return jsonText(JsonValue{{"groups", std::move(groups)}, {"connections", std::move(connections)}}, 2) + '\n';
 }
 
 }  // namespace streamctl

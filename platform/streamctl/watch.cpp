@@ -3,6 +3,7 @@
 #include <cerrno>
 #include <csignal>
 #include <cstdlib>
+#include <optional>
 #include <utility>
 #include <variant>
 
@@ -58,17 +59,19 @@ class WatchPort : public EvtSrv::EventPort {
   bool malformed_ = false;
 };
 
-// Makes the library use the one endpoint of the place. False, and it is said why, when no service is there: only we
-// know what to do next.
-bool makeKnown(const ServicePlace& place) {
+using Opened = std::variant<client::Connection, client::ConnectionProblem>;
+
+// Makes the library use the one endpoint of the place. Says why when no service is there: only we know what to do next.
+// A service in this process goes on for the library as long as what is answered lives.
+Opened makeKnown(const ServicePlace& place) {
   const std::string& endpoint = place.endpoints.front();
-  const auto connection = client::openConnection(endpoint, EvtSrv::ConBehave_Void);
-  if (const auto* problem = std::get_if<client::ConnectionProblem>(&connection)) {
+  Opened opened = client::openConnection(endpoint, EvtSrv::ConBehave_Void);
+  if (const auto* problem = std::get_if<client::ConnectionProblem>(&opened)) {
     sayProblem(place, endpoint, *problem);
-    return false;
+  } else {
+    setenv("EVTSRV_ENDPOINT", endpoint.c_str(), 1);
   }
-  setenv("EVTSRV_ENDPOINT", endpoint.c_str(), 1);
-  return true;
+  return opened;
 }
 
 // Why there is no tap.
@@ -82,7 +85,9 @@ std::string causeOf(EvtSrv::EventResult result, const std::string& port, const s
 Outcome run(const WatchCommand& command, const ServicePlace& place) {
   const StopSignals signals;
   std::signal(SIGPIPE, SIG_IGN);
-  if (!place.isDefault && !makeKnown(place)) return Failure{};
+  std::optional<Opened> opened;
+  if (!place.isDefault) opened = makeKnown(place);
+  if (opened && std::holds_alternative<client::ConnectionProblem>(*opened)) return Failure{};
   EvtSrv::EventPortManager manager(EvtSrv::ConBehave_Void, true);
   if (manager.session() == nullptr) return Failure{};  // the library has said why
   const std::string& endpoint = manager.session()->endpoint();

@@ -15,7 +15,7 @@ TEST(ManualPath, HasTheFolderFirstAndKeepsTheSystemsPages) {
     const char* after;
   };
   for (const Row& row : {Row{nullptr, "/p:"}, Row{"", "/p:"}, Row{"/a", "/p:/a:"}, Row{"/a:/b", "/p:/a:/b:"},
-                         Row{"/a:", "/p:/a:"}, Row{":/a", "/p::/a"}, Row{"/a::/b", "/p:/a::/b"}, Row{":", "/p::"}}) {
+                         Row{"/a:", "/p:/a:"}, Row{":/a", "/p::/a:"}, Row{"/a::/b", "/p:/a::/b:"}, Row{":", "/p::"}}) {
     EXPECT_EQ(extendedManualPath("/p", row.before), row.after) << (row.before == nullptr ? "unset" : row.before);
   }
 }

@@ -6,6 +6,7 @@
 #include <sys/eventfd.h>
 #include <unistd.h>
 
+#include <set>
 #include <string>
 #include <utility>
 
@@ -192,6 +193,30 @@ TEST_F(SideBySideTest, WhatADeviceForgetsIsForgottenWithItsNames) {
     ASSERT_TRUE(port);
     EXPECT_EQ(port->group, handle - 100 + 4) << "no handle is given twice";
     EXPECT_EQ(joint_->topology().find(port->group)->name, "Late");
+  }
+}
+
+// A driver keeps a source until it hears that nobody uses it, and the service says so only when the source has gone.
+TEST_F(SideBySideTest, NoDeviceKeepsAUsedSourceThatItHasForgotten) {
+  std::set<PortId> kept;
+  one_->onUsed = [&](DriverEvents&, PortId source, bool used, Time) {
+    if (used) {
+      kept.insert(source);
+    } else {
+      EXPECT_EQ(kept.erase(source), 1U);
+    }
+  };
+  for (std::uint64_t handle = 100; handle < 1'100; ++handle) {
+    std::vector<Group> groups = evenTopology(2, 1).groups();
+    groups.push_back({handle, "Late", SideOfGroup{1, "", {"late:out"}}, std::nullopt});
+    one_->change(Topology(std::move(groups)));
+    const PortId source = joint_->topology().port("late:out").value();
+    joint_->setUsed(source, true, {});
+    ASSERT_EQ(kept, std::set{out(handle, 0)});
+    one_->change(evenTopology(2, 1));
+    ASSERT_FALSE(joint_->topology().knows(source));
+    joint_->setUsed(source, false, {});
+    ASSERT_THAT(kept, IsEmpty());
   }
 }
 

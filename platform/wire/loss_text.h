@@ -5,7 +5,7 @@
 #include <string>
 #include <string_view>
 
-namespace host {
+namespace wire {
 
 // So many times messages were lost whose number nobody knows. where: behind "lost on the way".
 inline std::string uncountedLossText(std::uint64_t times, std::string_view where) {
@@ -13,4 +13,4 @@ inline std::string uncountedLossText(std::uint64_t times, std::string_view where
   return (front + "an unknown number of messages, perhaps none, lost on the way ").append(where);
 }
 
-}  // namespace host
+}  // namespace wire
