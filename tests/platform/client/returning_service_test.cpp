@@ -36,6 +36,7 @@ class ReturningService : public testing::Test {
   }
 
   void stop() {
+    if (!host_) return;
     host_->stop();
     runner_.join();
     host_.reset();
@@ -82,10 +83,11 @@ TEST_F(ReturningService, PortThatComesLaterIsNotTakenForOneOfTheServiceBefore) {
   ASSERT_EQ(before.size(), 1U);
 
   stop();
-  start();
-  setPorts({group(0, "A", {"a"}, {"x"})});
   const testsupport::Deadline deadline(Patience);
   Ports ports;
+  while (patcher.getConnectSinkPorts(0, 0, ports) == StrmSrv::StrmRes_Success) ASSERT_FALSE(deadline.passed());
+  start();
+  setPorts({group(0, "A", {"a"}, {"x"})});
   while (patcher.getConnectSinkPorts(0, 0, ports) != StrmSrv::StrmRes_Success) ASSERT_FALSE(deadline.passed());
   EXPECT_TRUE(ports.empty());
   setPorts({group(0, "A", {"a"}, {"x", "c"})});
@@ -107,10 +109,11 @@ TEST_F(ReturningService, PortThatComesLaterHasItsPlaceAgainAtTheFirstRequest) {
   ASSERT_EQ(before.size(), 1U);
 
   stop();
-  start();
-  setPorts({group(0, "A", {"a"}, {"x"})});
   const testsupport::Deadline deadline(Patience);
   Ports ports;
+  while (patcher.getConnectSinkPorts(0, 0, ports) == StrmSrv::StrmRes_Success) ASSERT_FALSE(deadline.passed());
+  start();
+  setPorts({group(0, "A", {"a"}, {"x"})});
   while (patcher.getConnectSinkPorts(0, 0, ports) != StrmSrv::StrmRes_Success) ASSERT_FALSE(deadline.passed());
   setPorts({group(0, "A", {"a"}, {"x", "b"})});
   EXPECT_EQ(patcher.connect(0, 0, before[0].groupId, before[0].portIndex), StrmSrv::StrmRes_Success);
