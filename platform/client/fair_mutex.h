@@ -16,6 +16,14 @@ class FairMutex {
     turn_.wait(guard, [&] { return serving_ == ticket; });
   }
 
+  // False, at once, when another thread has it or waits for it.
+  bool try_lock() {
+    const std::lock_guard guard(mutex_);
+    if (serving_ != nextTicket_) return false;
+    ++nextTicket_;
+    return true;
+  }
+
   void unlock() {
     bool waited = false;
     {

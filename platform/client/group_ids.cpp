@@ -22,7 +22,7 @@ void GroupIds::enter(wire::Topology& topology) {
   for (wire::TopologyGroup& group : topology.groups) {
     if (group.id) continue;
     const auto known = byName_.find(group.name);
-    if (known != byName_.end() && given.insert(known->second).second) group.id = known->second;
+    if (known != byName_.end() && given.insert(known->second.front()).second) group.id = known->second.front();
   }
   std::uint32_t from = 0;
   for (wire::TopologyGroup& group : topology.groups) {
@@ -47,7 +47,8 @@ void GroupIds::leave(std::uint16_t id) {
   const auto found = entries_.find(id);
   if (found == entries_.end() || --found->second.holders > 0) return;
   const auto named = byName_.find(found->second.name);
-  if (named != byName_.end() && named->second == id) byName_.erase(named);
+  std::erase(named->second, id);
+  if (named->second.empty()) byName_.erase(named);
   entries_.erase(found);
   if (publish_) publish_(id, {});
 }
@@ -61,7 +62,7 @@ void GroupIds::hold(std::uint16_t id, const std::string& name) {
   Entry& entry = entries_[id];
   if (entry.holders++ > 0) return;
   entry.name = name;
-  byName_.try_emplace(name, id);
+  byName_[name].push_back(id);
   if (publish_) publish_(id, name);
 }
 

@@ -27,7 +27,8 @@ class GroupIds {
   explicit GroupIds(Publish publish = nullptr) : publish_(std::move(publish)) {}
 
   // Gives each group of a topology its id and holds it: the one that the group asks for, if no other name has it; else
-  // the one that its name has already; else the lowest that is free. Groups that find none are taken out.
+  // the one that its name has already, the first of several; else the lowest that is free. Groups that find none are
+  // taken out.
   void enter(wire::Topology& topology);
 
   // The same for a group that has come later. Nothing: no id is free.
@@ -48,8 +49,8 @@ class GroupIds {
 
   std::mutex mutex_;
   Publish publish_;
-  std::map<std::uint16_t, Entry> entries_;  // those that are held
-  std::unordered_map<std::string, std::uint16_t> byName_;
+  std::map<std::uint16_t, Entry> entries_;                              // those that are held
+  std::unordered_map<std::string, std::vector<std::uint16_t>> byName_;  // in the order of giving
 };
 
 // Those of this process, whose names stand in StrmSrv::GroupNameTable.

@@ -15,7 +15,7 @@ namespace StrmSrv {
 
 namespace {
 
-// An unknown port may stay unknown, and is not asked for again and again.
+// An unknown port may stay unknown, and one that has gone may stay away: they are not asked for again and again.
 constexpr std::chrono::milliseconds RefreshInterval{100};
 
 }  // namespace
@@ -33,8 +33,10 @@ struct Patcher::State {
   client::PortNumbers numbers;
   client::PortPlaces places;
   client::HeldGroupIds ids{client::groupIdsOfThisProcess()};
-  std::uint64_t followed = 0;  // the number of the session that places tells of
+  std::uint64_t followed = 0;       // the number of the session that places tells of
+  std::uint64_t deviceVersion = 0;  // and of its device
   std::chrono::steady_clock::time_point nextRefresh;
+  std::chrono::steady_clock::time_point nextRetry;
   // What the last answer to version() stands for: a session and a version of its graph, if there is one.
   std::pair<std::uint64_t, std::optional<std::uint64_t>> seen;
   std::uint64_t version = 1;
@@ -44,6 +46,7 @@ struct Patcher::State {
   std::uint64_t currentVersion();
   std::uint64_t follow(Session& service);
   void learn(const Session::Device& device, std::span<const client::ServicePort> wanted = {});
+  bool learnsMore(Session& service);
   client::ServicePort toService(PortRecord port, client::Side side);
   void toConsole(Session& service, client::Side side, Peers& peers, std::vector<PortRecord>& ports);
 };
@@ -54,6 +57,9 @@ std::uint64_t Patcher::State::follow(Session& service) {
   const std::uint64_t number = service.number();
   if (number != followed && number != 0) {
     if (const auto device = service.device()) learn(*device);
+  } else if (number != 0 && service.deviceVersion() != deviceVersion) {
+    // Somebody else has been told that groups have come back under other handles, or ports at other places.
+    if (const auto device = service.lastDevice(); device.session == followed) learn(device);
   }
   return followed;
 }
@@ -66,7 +72,19 @@ void Patcher::State::learn(const Session::Device& device, std::span<const client
                   return std::ranges::any_of(wanted, isOfIt) ? ids.enter(group) : std::nullopt;
                 });
   followed = device.session;
+  deviceVersion = device.version;
   ++version;
+}
+
+// The service does not find a port: true when it has told meanwhile of others than are known, and may find it now.
+bool Patcher::State::learnsMore(Session& service) {
+  const std::lock_guard guard(mutex);
+  if (std::chrono::steady_clock::now() < nextRetry) return false;
+  nextRetry = std::chrono::steady_clock::now() + RefreshInterval;
+  const auto device = service.device();
+  if (!device || device->session != followed || device->version == deviceVersion) return false;
+  learn(*device);
+  return true;
 }
 
 client::ServicePort Patcher::State::toService(PortRecord port, client::Side side) {
@@ -94,7 +112,8 @@ void Patcher::State::toConsole(Session& service, client::Side side, Peers& peers
 
 namespace {
 
-// A service that has come in place of the one that was thought of is asked once more, by its own places.
+// A service that has come in place of the one that was thought of is asked once more, by its own places, and so is one
+// whose ports are at other places than was thought.
 constexpr int Attempts = 2;
 
 std::vector<GroupRecord> groupsOf(const wire::Topology& topology, const client::PortNumbers& numbers,
@@ -143,6 +162,7 @@ Patcher::Patcher(EvtSrv::EventPortManager& manager, unsigned streamType) : state
   }
   state_->places = client::PortPlaces(std::move(device->topology));
   state_->followed = device->session;
+  state_->deviceVersion = device->version;
 }
 
 StreamResult Patcher::State::patch(bool made, PortRecord source, PortRecord sink) {
@@ -154,6 +174,7 @@ StreamResult Patcher::State::patch(bool made, PortRecord source, PortRecord sink
     const client::ServicePort from = toService(source, client::Side::Source);
     const client::ServicePort to = toService(sink, client::Side::Sink);
     status = service->patch(made, {from.group, from.index, to.group, to.index}, number);
+    if (status == wire::Status::NotFound && learnsMore(*service)) continue;
     if (status != wire::Status::NoSession) break;
   }
   return toResult(status);

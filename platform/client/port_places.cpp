@@ -38,6 +38,11 @@ PortPlaces::Key PortPlaces::key(PortRecord port, Side side) {
   return (Key{port.groupId} * PortsOfGroup + port.portIndex) * 2 + (side == Side::Sink ? 1 : 0);
 }
 
+template <class Value>
+auto PortPlaces::ofGroup(std::map<Key, Value>& byPlace, std::uint16_t id) {
+  return std::pair(byPlace.lower_bound(key({id, 0}, Side::Source)), byPlace.upper_bound(key({id, Last}, Side::Sink)));
+}
+
 bool PortPlaces::knows(PortRecord port, Side side) const {
   return first_.has(port.groupId, port.portIndex, side) || later_.contains(key(port, side));
 }
@@ -50,8 +55,11 @@ void PortPlaces::follow(const wire::Topology& now, bool isAnother, const NewGrou
     toService_.clear();
     fromService_.clear();
   }
+  // First all groups: what a new one makes void may be the place that another one's port has just got.
   for (const wire::TopologyGroup& group : now.groups) {
     if (!ids_.contains(group.handle) && !moved_.contains(group.handle)) meet(group, newGroup);
+  }
+  for (const wire::TopologyGroup& group : now.groups) {
     if (const auto inPlace = ids_.find(group.handle); inPlace != ids_.end()) {
       forEachSide(group, [&](const wire::TopologySide& ports, Side side) {
         followInPlace(group.handle, inPlace->second, ports, side);
@@ -79,6 +87,9 @@ void PortPlaces::meet(const wire::TopologyGroup& group, const NewGroup& newGroup
   idByName_.emplace(group.name, *id);
   ids_.emplace(group.handle, *id);
   handles_.emplace(*id, group.handle);
+  // Those that came later may be others here, until their names have been seen.
+  auto [later, end] = ofGroup(later_, *id);
+  for (; later != end; ++later) toService_.try_emplace(later->first, Nowhere);
 }
 
 bool PortPlaces::isAsAtFirst(std::uint16_t id, const wire::TopologyGroup& group) const {
@@ -91,10 +102,17 @@ void PortPlaces::forgetHandleOf(std::uint16_t id) {
     ids_.erase(found->second);
     handles_.erase(found);
   }
-  const bool any = std::erase_if(moved_, [id](const auto& moved) { return moved.second == id; }) > 0;
-  if (!any && toService_.empty()) return;
-  std::erase_if(toService_, [id](const auto& port) { return port.first / 2 / PortsOfGroup == id; });
-  std::erase_if(fromService_, [id](const auto& port) { return port.second.groupId == id; });
+  std::erase_if(moved_, [id](const auto& moved) { return moved.second == id; });
+  auto [port, end] = ofGroup(toService_, id);
+  while (port != end) forgetMove((port++)->first);
+}
+
+// Its port has the service's own index.
+void PortPlaces::forgetMove(Key place) {
+  const auto found = toService_.find(place);
+  if (found == toService_.end()) return;
+  fromService_.erase({found->second, place % 2 != 0 ? Side::Sink : Side::Source});
+  toService_.erase(found);
 }
 
 void PortPlaces::followInPlace(std::uint64_t handle, std::uint16_t id, const wire::TopologySide& ports, Side side) {
@@ -106,7 +124,10 @@ void PortPlaces::followInPlace(std::uint64_t handle, std::uint16_t id, const wir
       continue;
     }
     const auto later = later_.find(key(place, side));
-    if (later == later_.end() || later->second == nameOf(ports, index)) continue;
+    if (later == later_.end() || later->second == nameOf(ports, index)) {
+      forgetMove(key(place, side));
+      continue;
+    }
     // A place that a port of an earlier service has got.
     toService_.try_emplace(key(place, side), Nowhere);
     followByName({handle, index}, id, side, nameOf(ports, index));
@@ -121,6 +142,7 @@ void PortPlaces::followByName(ServicePort there, std::uint16_t id, Side side, co
     while (place.portIndex < Last && knows(place, side)) ++place.portIndex;
     learn(place, side, name);
   }
+  forgetMove(key(place, side));
   toService_[key(place, side)] = there;
   fromService_[{there, side}] = place;
 }
@@ -163,6 +185,8 @@ std::optional<PortRecord> PortPlaces::fromService(ServicePort port, Side side) c
   const auto id = ids_.find(port.group);
   if (id == ids_.end()) return std::nullopt;
   const PortRecord place{id->second, port.index};
+  // The place is that of a port that stands elsewhere, or nowhere.
+  if (toService_.contains(key(place, side))) return std::nullopt;
   return knows(place, side) ? std::optional(place) : std::nullopt;
 }
 

@@ -53,10 +53,14 @@ class PortPlaces {
   };
 
   static Key key(StrmSrv::PortRecord port, Side side);
+  // The entries of a group in a map by places: the first one, and the one behind the last.
+  template <class Value>
+  static auto ofGroup(std::map<Key, Value>& byPlace, std::uint16_t id);
   bool knows(StrmSrv::PortRecord port, Side side) const;
   void meet(const wire::TopologyGroup& group, const NewGroup& newGroup);
   bool isAsAtFirst(std::uint16_t id, const wire::TopologyGroup& group) const;
   void forgetHandleOf(std::uint16_t id);
+  void forgetMove(Key place);
   void followInPlace(std::uint64_t handle, std::uint16_t id, const wire::TopologySide& ports, Side side);
   void followByName(ServicePort there, std::uint16_t id, Side side, const std::string& name);
   void learn(StrmSrv::PortRecord place, Side side, const std::string& name);
@@ -65,15 +69,15 @@ class PortPlaces {
 
   PortNames first_;
   std::unordered_map<std::string, std::uint16_t> idByName_;  // of all known groups
-  std::unordered_map<Key, std::string> later_;               // the names of ports that came later
+  std::map<Key, std::string> later_;                         // the names of ports that came later
 
   // The groups whose ports have the service's own indices, both ways.
   std::unordered_map<std::uint64_t, std::uint16_t> ids_;
   std::unordered_map<std::uint16_t, std::uint64_t> handles_;
 
-  // The other groups, and the ports whose places are not the service's own, both ways.
+  // The other groups, and the ports whose places are not the service's own, both ways; Nowhere is that of no port.
   std::unordered_map<std::uint64_t, std::uint16_t> moved_;
-  std::unordered_map<Key, ServicePort> toService_;
+  std::map<Key, ServicePort> toService_;
   std::unordered_map<OnSide, StrmSrv::PortRecord, OnSideHash> fromService_;
 
   bool namesEntered_ = false;

@@ -102,7 +102,9 @@ EventResult EventPortManager::Session::receive(int milliseconds) {
     return EvtRes_DoNothing;
   }
   if (tapsAreMissing_) tapMissing();
+  if (lossIsUntold_) tellLostLinks();
   lookForArrivals();
+  followGraph();
   if (!events_ && !openEvents(session)) return EvtRes_DoNothing;
   if (events_->receive(ports_, deadline)) return EvtRes_Success;
   if (events_->lost()) {
@@ -171,11 +173,24 @@ std::optional<EventPortManager::Session::Device> EventPortManager::Session::devi
   const std::uint64_t number = channels_->control.session();
   auto topology = channels_->control.ask<wire::Topology>(wire::AskTopology{number}, deadline);
   if (topology) {
-    topology_ = *topology;
-    return Device{number, std::move(*topology)};
+    keepTopology(*topology);
+    return Device{number, deviceVersion_, std::move(*topology)};
   }
   noticeLoss(deadline);
   return std::nullopt;
+}
+
+EventPortManager::Session::Device EventPortManager::Session::lastDevice() {
+  const std::lock_guard guard(mutex_);
+  return {topologySession_, deviceVersion_, topology_};
+}
+
+void EventPortManager::Session::keepTopology(wire::Topology topology) {
+  const std::uint64_t number = channels_->control.session();
+  if (number == topologySession_ && topology == topology_) return;
+  topology_ = std::move(topology);
+  topologySession_ = number;
+  ++deviceVersion_;
 }
 
 bool EventPortManager::Session::attached() {

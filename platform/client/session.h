@@ -76,9 +76,17 @@ class EventPortManager::Session {
 
   struct Device {
     std::uint64_t session = 0;  // whose it is
+    std::uint64_t version = 0;  // see deviceVersion
     wire::Topology topology;
   };
   std::optional<Device> device();
+
+  // Another number after each answer of the service about its device that differs from the one before, whoever of this
+  // session has asked. Does not wait.
+  std::uint64_t deviceVersion() const { return deviceVersion_; }
+
+  // The last of these answers; the service is not asked.
+  Device lastDevice();
 
   // A console lists the groups and ports of this topology. From now on, what comes that none lists costs one line on
   // standard error, at most one a second, when somebody receives.
@@ -124,13 +132,18 @@ class EventPortManager::Session {
   void lose();
   bool attach();
 
+  // With mutex_ locked, and channels_ there: the service has answered this about its device.
+  void keepTopology(wire::Topology topology);
+
   // For the thread that receives.
   bool openEvents(std::uint64_t session);
   void waitForService(const client::Deadline& deadline);
   void tapMissing();
   void lookForArrivals();
+  void followGraph();
+  void tellLostLinks();
 
-  // With mutex_ locked: what a service that is back has lost.
+  // With mutex_ locked, and channels_ there: says what a service that is back has lost, or leaves it for later.
   void reportLostLinks();
 
   // With mutex_ locked, and channels_ there; they may be gone afterwards, when the answer is false.
@@ -151,7 +164,8 @@ class EventPortManager::Session {
   client::LinkMirror mirror_;         // guarded by mutex_, as all down to events_
   bool mirrorValid_ = false;
   std::chrono::steady_clock::time_point nextGraphLook_;
-  wire::Topology topology_;  // as last answered
+  wire::Topology topology_;            // as last answered
+  std::uint64_t topologySession_ = 0;  // by the service that has this number
   client::CarriedLinks carried_;
   client::Arrivals arrivals_;
   client::TapList taps_;
@@ -163,7 +177,11 @@ class EventPortManager::Session {
   std::atomic<bool> tapsAreMissing_{false};
   std::atomic<bool> isBack_{false};  // the service, since who receives has last looked for arrivals
   std::optional<std::chrono::steady_clock::time_point> arrivalLook_;  // of who receives: when to look
-  std::chrono::steady_clock::time_point nextArrivalLine_;             // likewise: not before
+  std::chrono::steady_clock::time_point nextArrivalLook_;             // likewise: not before
+  std::chrono::steady_clock::time_point nextFollow_;                  // likewise: when to take in news of the graph
+  std::atomic<bool> lossIsUntold_{false};               // a service that is back has not said what it has lost
+  std::chrono::steady_clock::time_point nextLossLook_;  // when to ask it again; guarded by mutex_
+  std::atomic<std::uint64_t> deviceVersion_{0};
   std::atomic<std::uint64_t> session_{0};  // the service's number of it; 0 while the service has gone
 };
 

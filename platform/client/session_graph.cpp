@@ -15,6 +15,9 @@ namespace {
 // system that find nothing. Nobody can tell this age of an answer from a change that was made a moment later.
 constexpr std::chrono::microseconds GraphLookInterval{50};
 
+// How often who receives takes in news: as old may be what is said of connections that have ended with the service.
+constexpr std::chrono::milliseconds FollowInterval{200};
+
 }  // namespace
 
 std::optional<wire::Status> EventPortManager::Session::patch(bool made, const wire::LinkRecord& link,
@@ -88,6 +91,16 @@ bool EventPortManager::Session::bringMirrorUp(const Deadline& deadline) {
   mirror_.reset(*links);
   mirrorValid_ = true;
   return true;
+}
+
+// The news do not outlive their channel, and so must be taken in before the service goes.
+void EventPortManager::Session::followGraph() {
+  const auto now = std::chrono::steady_clock::now();
+  if (now < nextFollow_) return;
+  const std::unique_lock guard(mutex_, std::try_to_lock);
+  if (!guard) return;
+  nextFollow_ = now + FollowInterval;
+  if (mirrorValid_ && channels_ && channels_->graph && !channels_->graph->drain(mirror_)) mirrorValid_ = false;
 }
 
 bool EventPortManager::Session::waitForVersion(std::uint64_t version, const Deadline& deadline) {

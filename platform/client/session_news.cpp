@@ -18,7 +18,8 @@ using Clock = std::chrono::steady_clock;
 // A program that has come makes its ports one after the other.
 constexpr std::chrono::milliseconds GatherTime{200};
 
-constexpr std::chrono::milliseconds LineInterval{1000};
+// How often the service is asked.
+constexpr std::chrono::milliseconds NewsInterval{1000};
 
 // Nobody else is to wait long meanwhile.
 constexpr std::chrono::milliseconds LookTime{500};
@@ -33,29 +34,43 @@ void EventPortManager::Session::list(const wire::Topology& topology) {
 void EventPortManager::Session::lookForArrivals() {
   const auto now = Clock::now();
   const bool news = isBack_.exchange(false) || (events_ && events_->takeTopologyNews());
-  if (news && !arrivalLook_) arrivalLook_ = std::max(now + GatherTime, nextArrivalLine_);
+  if (news && !arrivalLook_) arrivalLook_ = std::max(now + GatherTime, nextArrivalLook_);
   if (!arrivalLook_ || now < *arrivalLook_) return;
-  const std::lock_guard guard(mutex_);
-  if (!channels_ || silent()) return;
+  // What has arrived is not to wait for a request of another thread.
+  const std::unique_lock guard(mutex_, std::try_to_lock);
+  if (!guard || !channels_ || silent()) return;
   arrivalLook_.reset();
   // Nobody lists anything: the service need not be asked, and then says nothing more.
   if (!arrivals_.isListed()) return;
   const Deadline deadline(LookTime);
   auto topology = channels_->control.ask<wire::Topology>(wire::AskTopology{channels_->control.session()}, deadline);
-  if (!topology) return noticeLoss(deadline);
-  topology_ = std::move(*topology);
-  const auto line = arrivals_.look(topology_);
-  if (!line) return;
-  wire::sayLine(client::endpointLine(endpoint_, *line));
-  nextArrivalLine_ = now + LineInterval;
+  nextArrivalLook_ = Clock::now() + NewsInterval;
+  if (!topology) {
+    // Not silent yet: whoever asks has the time that this look has not.
+    arrivalLook_ = nextArrivalLook_;
+    if (channels_->control.lost()) lose();
+    return;
+  }
+  keepTopology(std::move(*topology));
+  if (const auto line = arrivals_.look(topology_)) wire::sayLine(client::endpointLine(endpoint_, *line));
+}
+
+void EventPortManager::Session::tellLostLinks() {
+  const std::unique_lock guard(mutex_, std::try_to_lock);
+  if (!guard || !channels_ || silent() || Clock::now() < nextLossLook_) return;
+  reportLostLinks();
+  if (lossIsUntold_ && channels_->control.lost()) lose();
 }
 
 void EventPortManager::Session::reportLostLinks() {
+  lossIsUntold_ = false;
   if (carried_.empty()) return;
   auto& control = channels_->control;
   const auto topology = control.ask<wire::Topology>(wire::AskTopology{control.session()}, Deadline(LookTime));
   const auto links =
       topology ? control.ask<wire::Links>(wire::AskLinks{control.session()}, Deadline(LookTime)) : std::nullopt;
+  lossIsUntold_ = !links;
+  nextLossLook_ = Clock::now() + NewsInterval;
   if (!links) return;
   if (const auto line = carried_.compare(*links, *topology)) wire::sayLine(client::endpointLine(endpoint_, *line));
 }

@@ -1,12 +1,10 @@
 // A client of a device whose ports come and go, and which takes no more for a while.
 
 #include <gtest/gtest.h>
-#include <sys/eventfd.h>
 #include <unistd.h>
 
 #include <atomic>
 #include <chrono>
-#include <functional>
 #include <memory>
 #include <string>
 #include <thread>
@@ -15,10 +13,12 @@
 
 #include "platform/wire/program_line.h"
 #include "tests/platform/client/fixture.h"
+#include "tests/platform/client/obeying_device.h"
 
 namespace client {
 namespace {
 
+using Names = std::vector<std::string>;
 using service::in;
 using service::link;
 using service::out;
@@ -26,59 +26,6 @@ using StrmSrv::GroupRecord;
 using StrmSrv::Patcher;
 using StrmSrv::PortRecord;
 using Ports = std::vector<PortRecord>;
-
-// A device that does what a test hands it, on the service's thread.
-class ObeyingDevice : public service::TestDevice {
- public:
-  explicit ObeyingDevice(service::Told& told) : TestDevice(service::evenTopology(0, 0), {}, told) {}
-  ~ObeyingDevice() override { close(wake_); }
-
-  // Returns when it is done and the service has dealt with it.
-  void act(const std::function<void(ObeyingDevice&)>& action) {
-    action_ = &action;
-    eventfd_write(wake_, 1);
-    const testsupport::Deadline deadline(Patience);
-    while (action_ != nullptr && !deadline.passed()) usleep(100);
-    EXPECT_EQ(action_, nullptr);
-  }
-
-  int descriptor() const override { return wake_; }
-
-  std::optional<service::Time> advance(service::Time now) override {
-    // The turn after it, so that the news are on their way.
-    if (std::exchange(acted_, false)) action_ = nullptr;
-    eventfd_t wakes = 0;
-    if (eventfd_read(wake_, &wakes) != 0) return std::nullopt;
-    (*action_.load())(*this);
-    acted_ = true;
-    return now;
-  }
-
- private:
-  int wake_ = eventfd(0, EFD_CLOEXEC | EFD_NONBLOCK);
-  std::atomic<const std::function<void(ObeyingDevice&)>*> action_{nullptr};
-  bool acted_ = false;
-};
-
-using Names = std::vector<std::string>;
-
-// A group that wants its handle for its id, unless that is beyond all names; its sources are called so; an empty name
-// stands for one that has gone.
-service::Group group(std::uint64_t handle, const std::string& name, const Names& sources, const Names& sinks) {
-  const auto side = [](const Names& names, const std::string& front) {
-    service::SideOfGroup made{static_cast<std::uint16_t>(names.size()), "", names};
-    for (std::size_t at = 0; at < names.size(); ++at) {
-      made.gone.push_back(names[at].empty());
-      if (names[at].empty()) made.names[at] = front + std::to_string(at);
-    }
-    return made;
-  };
-  service::Group made{handle, name, std::nullopt, std::nullopt};
-  if (handle < StrmSrv::GroupNames::Count) made.wantedId = static_cast<std::uint16_t>(handle);
-  if (!sources.empty()) made.sources = side(sources, name + "GoneOut");
-  if (!sinks.empty()) made.sinks = side(sinks, name + "GoneIn");
-  return made;
-}
 
 // What a port is connected to, once that is so many ports: a question soon after another one has the same answer, and
 // news take their time. What there is after a while otherwise.
@@ -265,6 +212,68 @@ TEST_F(ChangingPorts, GroupThatComesBackUnderAnotherHandleIsFoundAgain) {
   EXPECT_EQ(ports, (Ports{{0, 1}}));
   EXPECT_EQ(patcher.disconnect(0, 1, 1, 0), StrmSrv::StrmRes_Success);
   EXPECT_EQ(patcher.connect(0, 0, 1, 0), StrmSrv::StrmRes_NotFound);
+}
+
+// The very first request finds it, and both of its ports, though nothing else has asked for them.
+TEST_F(ChangingPorts, GroupsThatComeBackUnderOtherHandlesAreConnectedAtOnce) {
+  setPorts({group(1'000, "A", {"a"}, {}), group(1'001, "B", {}, {"b"})});
+  EvtSrv::EventPortManager manager(EvtSrv::ConBehave_Default, true);
+  Patcher patcher(manager, 0);
+  setPorts({group(1'007, "B", {}, {"b"}), group(1'008, "A", {"a"}, {})});
+  EXPECT_EQ(patcher.connect(0, 0, 1, 0), StrmSrv::StrmRes_Success);
+  EXPECT_EQ(sinksOf(patcher, {0, 0}, 1), (Ports{{1, 0}}));
+}
+
+// Their ports say so themselves: nobody who is known is connected to them.
+TEST_F(ChangingPorts, GroupsThatComeBackUnderOtherHandlesShowTheirConnections) {
+  setPorts({group(1'000, "A", {"a"}, {}), group(1'001, "B", {}, {"b"})});
+  EvtSrv::EventPortManager manager(EvtSrv::ConBehave_Default, true);
+  Patcher patcher(manager, 0);
+  Patcher other(manager, 0);
+  setPorts({group(1'007, "B", {}, {"b"}), group(1'008, "A", {"a"}, {})});
+  connectPorts(link(out(1'008, 0), in(1'007, 0)));
+  const auto before = patcher.version();
+  Ports ports;
+  EXPECT_TRUE(receiveUntil(manager, [&] {
+    patcher.getConnectSinkPorts(0, 0, ports);
+    return !ports.empty();
+  }));
+  EXPECT_EQ(ports, (Ports{{1, 0}}));
+  EXPECT_NE(patcher.version(), before);
+  EXPECT_EQ(sinksOf(other, {0, 0}, 1), (Ports{{1, 0}}));
+  const auto after = patcher.version();
+  EXPECT_EQ(patcher.version(), after) << "it has been seen";
+}
+
+// As one does that waits for a driver. What the library asks by itself is not to cost a command its answer.
+TEST_F(ChangingPorts, ServiceThatIsLateOverWhatHasComeStillAnswersCommands) {
+  setPorts({group(0, "A", {"a"}, {"x"})});
+  EvtSrv::EventPortManager manager(EvtSrv::ConBehave_Default, true);
+  Patcher patcher(manager, 0);
+  ASSERT_EQ(patcher.connect(0, 0, 0, 0), StrmSrv::StrmRes_Success);
+  testing::internal::CaptureStderr();
+  setPorts({group(0, "A", {"a"}, {"x"}), group(1, "B", {"b"}, {})});
+  std::atomic<bool> late{true};
+  std::thread blocker([&] {
+    device_->act([&](ObeyingDevice&) {
+      const testsupport::Deadline deadline(Patience);
+      while (late && !deadline.passed()) usleep(1000);
+    });
+  });
+  // The look begins after 200 milliseconds and gives up after 500 more.
+  const testsupport::Deadline given(std::chrono::milliseconds(900));
+  while (!given.passed()) manager.receiveEvent(20);
+  late = false;
+  EXPECT_EQ(patcher.disconnect(0, 0, 0, 0), StrmSrv::StrmRes_Success);
+  blocker.join();
+  std::string said;
+  EXPECT_TRUE(receiveUntil(manager, [&] {
+    said += testing::internal::GetCapturedStderr();
+    testing::internal::CaptureStderr();
+    return !said.empty();
+  }));
+  testing::internal::GetCapturedStderr();
+  EXPECT_EQ(said, wire::programLine("embedded:test: group \"B\" has come: a new console shows it\n"));
 }
 
 TEST_F(ChangingPorts, WhatComesIsToldInOneLineASecond) {

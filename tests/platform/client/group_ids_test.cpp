@@ -78,6 +78,27 @@ TEST(GroupIds, AreFreeWhenNobodyHoldsThem) {
   EXPECT_TRUE(table.names.empty());
 }
 
+// One list was made before the group asked for an id, another one after it.
+TEST(GroupIds, NameWithTwoIdsKeepsTheOneThatIsHeldStill) {
+  Table table;
+  HeldGroupIds later(table.ids);
+  {
+    HeldGroupIds earlier(table.ids);
+    EXPECT_EQ(earlier.enter(group(1, "a")), 0U);
+    EXPECT_EQ(later.enter(group(2, "a", 5)), 5U);
+    EXPECT_EQ(later.enter(group(3, "a")), 0U) << "the first one";
+  }
+  HeldGroupIds third(table.ids);
+  EXPECT_EQ(third.enter(group(4, "a")), 0U);
+  {
+    HeldGroupIds fourth(table.ids);
+    EXPECT_EQ(fourth.enter(group(5, "b", 7)), 7U);
+    EXPECT_EQ(third.enter(group(6, "b", 9)), 9U);
+  }
+  EXPECT_EQ(third.enter(group(7, "b")), 9U);
+  EXPECT_EQ(table.names, (std::map<std::uint16_t, std::string>{{0, "a"}, {5, "a"}, {9, "b"}}));
+}
+
 TEST(GroupIds, GroupsBeyondTheLastIdAreLeftOut) {
   wire::Topology many;
   for (std::uint64_t handle = 0; handle < 65'540; ++handle)

@@ -150,6 +150,48 @@ TEST(PortPlaces, LaterPortsPlaceIsNotTakenByItsIndex) {
   EXPECT_EQ(places.name({0, 2}, Side::Source), "c");
 }
 
+// Whoever asks for it before anybody has looked at its name does not get the place of the one that was there.
+TEST(PortPlaces, LaterPortsIndexIsUnknownInAnotherService) {
+  const wire::Topology first{{group(0, "A", {"a"}), group(1, "B", {"x"})}};
+  const wire::Topology withLater{{group(0, "A", {"a", "b"}), group(1, "B", {"x"})}};
+  PortPlaces places(first);
+  places.follow(withLater, false, nobody);
+  EXPECT_EQ(places.fromService({0, 1}, Side::Source), (PortRecord{0, 1}));
+  places.follow(first, true, nobody);
+  EXPECT_EQ(places.fromService({0, 1}, Side::Source), std::nullopt);
+  EXPECT_EQ(places.toService({0, 1}, Side::Source), Nowhere);
+  EXPECT_EQ(places.fromService({0, 0}, Side::Source), (PortRecord{0, 0}));
+  EXPECT_EQ(places.fromService({1, 0}, Side::Source), (PortRecord{1, 0}));
+  places.follow(withLater, false, nobody);
+  EXPECT_EQ(places.fromService({0, 1}, Side::Source), (PortRecord{0, 1})) << "it is b again";
+  EXPECT_EQ(places.toService({0, 1}, Side::Source), (ServicePort{0, 1}));
+}
+
+TEST(PortPlaces, PortsThatHaveMovedToAnotherGroupAreFoundWhicheverComesFirst) {
+  const wire::TopologyGroup a = group(7, "A", {"y"});
+  const wire::TopologyGroup b = group(8, "B", {"b", "x"});
+  for (const wire::Topology& now : {wire::Topology{{a, b}}, wire::Topology{{b, a}}}) {
+    PortPlaces places({{group(0, "A", {"x", "y"}), group(1, "B", {"b"})}});
+    places.follow(now, true, nobody);
+    EXPECT_EQ(places.toService({0, 0}, Side::Source), (ServicePort{8, 1})) << now.groups.front().name;
+    EXPECT_EQ(places.fromService({8, 1}, Side::Source), (PortRecord{0, 0})) << now.groups.front().name;
+    EXPECT_EQ(places.toService({0, 1}, Side::Source), (ServicePort{7, 0})) << now.groups.front().name;
+    EXPECT_EQ(places.toService({1, 0}, Side::Source), (ServicePort{8, 0})) << now.groups.front().name;
+  }
+}
+
+TEST(PortPlaces, PortThatMovesBackIsFoundAgain) {
+  PortPlaces places({{group(0, "A", {"x", "y"}), group(1, "B", {"b"})}});
+  places.follow({{group(7, "A", {"", "y"}), group(8, "B", {"b", "x"})}}, true, nobody);
+  EXPECT_EQ(places.toService({0, 0}, Side::Source), (ServicePort{8, 1}));
+  places.follow({{group(7, "A", {"x", "y"}), group(8, "B", {"b", ""})}}, false, nobody);
+  EXPECT_EQ(places.toService({0, 0}, Side::Source), (ServicePort{7, 0}));
+  EXPECT_EQ(places.fromService({8, 1}, Side::Source), std::nullopt);
+  places.follow({{group(7, "A", {"", "y"}), group(8, "B", {"b", "x"})}}, false, nobody);
+  EXPECT_EQ(places.toService({0, 0}, Side::Source), (ServicePort{8, 1}));
+  EXPECT_EQ(places.fromService({8, 1}, Side::Source), (PortRecord{0, 0}));
+}
+
 TEST(PortPlaces, NameOnTheOtherSideIsAnotherPort) {
   PortPlaces places({{group(0, "A", {"a"})}});
   places.follow({{group(0, "A", {}, {"a"})}}, true, nobody);

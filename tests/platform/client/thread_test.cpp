@@ -3,6 +3,7 @@
 #include <atomic>
 #include <memory>
 #include <string>
+#include <thread>
 #include <vector>
 
 #include "kstd.h"
@@ -147,6 +148,22 @@ TEST(Mutexes, FairOneLetsInWhoeverWaits) {
   }
   work.stop = true;
   SUCCEED();
+}
+
+TEST(Mutexes, FairOneIsTriedWithoutWaiting) {
+  client::FairMutex mutex;
+  ASSERT_TRUE(mutex.try_lock());
+  bool locked = true;
+  std::thread([&] { locked = mutex.try_lock(); }).join();
+  EXPECT_FALSE(locked);
+  mutex.unlock();
+  std::thread([&] {
+    locked = mutex.try_lock();
+    if (locked) mutex.unlock();
+  }).join();
+  EXPECT_TRUE(locked);
+  mutex.lock();
+  mutex.unlock();
 }
 
 }  // namespace

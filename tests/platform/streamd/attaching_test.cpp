@@ -269,5 +269,43 @@ TEST(AttachingToTwoDevices, ConnectionsThatTheServiceHasLostAreToldInOneLine) {
       << "and once";
 }
 
+// A console that only listens does not ask for the connections, and is told of what others do all the same.
+TEST(AttachingToTwoDevices, WhatOthersHaveDoneCountsForOneThatAsksNothing) {
+  const DeviceFile device("[[group]]\nid = 41\nname = \"Rack\"\nsinks = 2\n");
+  testsupport::StreamDaemon daemon{FLOWSCOPE_BINARY_DIR "/streamd", {"--driver", "builtin", "--device", device.path()}};
+  const EndpointVariable endpoint(daemon.endpoint());
+  EventPortManager idle(Behaviour, true);
+  {
+    StrmSrv::Patcher patcher(idle, 0);
+    ASSERT_EQ(patcher.connect(0, 0, 41, 0), StrmSrv::StrmRes_Success);
+  }
+  {
+    EventPortManager manager(Behaviour, true);
+    StrmSrv::Patcher patcher(manager, 0);
+    ASSERT_EQ(patcher.disconnect(0, 0, 41, 0), StrmSrv::StrmRes_Success);
+    ASSERT_EQ(patcher.connect(6, 1, 41, 1), StrmSrv::StrmRes_Success);
+    ASSERT_EQ(patcher.connect(0, 0, 4, 3), StrmSrv::StrmRes_Success);
+  }
+  const Deadline meanwhile(std::chrono::milliseconds(1000));
+  while (!meanwhile.passed()) idle.receiveEvent(20);
+  testing::internal::CaptureStderr();
+  daemon.signal(SIGKILL);
+  const Deadline deadline(Patience);
+  ASSERT_TRUE(daemon.waitForExit(deadline));
+  daemon.restart();
+  const std::string line = wire::programLine(daemon.endpoint() + ": ");
+  const std::string expected = line + "the service has gone\n" + line + "the service is back\n" + line +
+                               "lost with the service that was here before: the connection of \"MidiUsbOut2\" to "
+                               "\"RackIn2\"\n";
+  std::string said;
+  EXPECT_TRUE(receiveUntil(idle, [&] {
+    said += testing::internal::GetCapturedStderr();
+    testing::internal::CaptureStderr();
+    return said.size() >= expected.size();
+  }));
+  testing::internal::GetCapturedStderr();
+  EXPECT_EQ(said, expected);
+}
+
 }  // namespace
 }  // namespace streamd

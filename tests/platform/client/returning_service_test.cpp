@@ -1,0 +1,124 @@
+// A patcher whose service is started again with a device that changes.
+#include <gtest/gtest.h>
+
+#include <memory>
+#include <string>
+#include <thread>
+#include <vector>
+#include <zmq.hpp>
+
+#include "platform/host/host.h"
+#include "tests/platform/client/fixture.h"
+#include "tests/platform/client/obeying_device.h"
+#include "tests/support/scratch_folder.h"
+
+namespace client {
+namespace {
+
+using service::in;
+using service::link;
+using service::out;
+using StrmSrv::Patcher;
+using StrmSrv::PortRecord;
+using Ports = std::vector<PortRecord>;
+
+class ReturningService : public testing::Test {
+ protected:
+  ReturningService() { start(); }
+  ~ReturningService() override { stop(); }
+
+  void start() {
+    auto device = std::make_unique<ObeyingDevice>(told_);
+    device_ = device.get();
+    host_ = std::make_unique<host::Host>(context_, std::move(device), host::Limits{}, host::Log{});
+    ASSERT_EQ(host_->bind(address_), std::nullopt);
+    runner_ = std::thread([this] { host_->run(); });
+  }
+
+  void stop() {
+    if (!host_) return;
+    host_->stop();
+    runner_.join();
+    host_.reset();
+  }
+
+  void setPorts(const std::vector<service::Group>& groups) {
+    device_->act([&](ObeyingDevice& device) { device.change(service::Topology(groups)); });
+  }
+
+  // "a" to the place's port, which is what it is called.
+  static std::vector<std::string> sinksOfTheFirst(Patcher& patcher, std::size_t count) {
+    const testsupport::Deadline deadline(Patience);
+    Ports ports;
+    do {
+      patcher.getConnectSinkPorts(0, 0, ports);
+    } while (ports.size() != count && !deadline.passed());
+    std::vector<std::string> names;
+    for (const PortRecord port : ports) {
+      names.push_back(patcher.makeStreamPortName(0, port.groupId, port.portIndex, 1));
+    }
+    return names;
+  }
+
+  testsupport::ScratchFolder folder_;
+  std::string address_ = "ipc://" + (folder_.path() / "service").string();
+  EndpointVariable endpoint_{address_};
+  service::Told told_;
+  zmq::context_t context_;
+  ObeyingDevice* device_ = nullptr;
+  std::unique_ptr<host::Host> host_;
+  std::thread runner_;
+};
+
+// The first service's later port has gone with it; the second one's has its index, but is another.
+TEST_F(ReturningService, PortThatComesLaterIsNotTakenForOneOfTheServiceBefore) {
+  setPorts({group(0, "A", {"a"}, {"x"})});
+  EvtSrv::EventPortManager manager(EvtSrv::ConBehave_Default, true);
+  Patcher patcher(manager, 0);
+  setPorts({group(0, "A", {"a"}, {"x", "b"})});
+  device_->act([&](ObeyingDevice& device) { device.events().linked(link(out(0, 0), in(0, 1)), {}); });
+  ASSERT_EQ(sinksOfTheFirst(patcher, 1), std::vector<std::string>{"b"});
+  Ports before;
+  patcher.getConnectSinkPorts(0, 0, before);
+  ASSERT_EQ(before.size(), 1U);
+
+  stop();
+  const testsupport::Deadline deadline(Patience);
+  Ports ports;
+  while (patcher.getConnectSinkPorts(0, 0, ports) == StrmSrv::StrmRes_Success) ASSERT_FALSE(deadline.passed());
+  start();
+  setPorts({group(0, "A", {"a"}, {"x"})});
+  while (patcher.getConnectSinkPorts(0, 0, ports) != StrmSrv::StrmRes_Success) ASSERT_FALSE(deadline.passed());
+  EXPECT_TRUE(ports.empty());
+  setPorts({group(0, "A", {"a"}, {"x", "c"})});
+  device_->act([&](ObeyingDevice& device) { device.events().linked(link(out(0, 0), in(0, 1)), {}); });
+  EXPECT_EQ(sinksOfTheFirst(patcher, 1), std::vector<std::string>{"c"});
+  EXPECT_EQ(patcher.disconnect(0, 0, before[0].groupId, before[0].portIndex), StrmSrv::StrmRes_NotFound) << "b's place";
+  EXPECT_EQ(sinksOfTheFirst(patcher, 1), std::vector<std::string>{"c"});
+}
+
+TEST_F(ReturningService, PortThatComesLaterHasItsPlaceAgainAtTheFirstRequest) {
+  setPorts({group(0, "A", {"a"}, {"x"})});
+  EvtSrv::EventPortManager manager(EvtSrv::ConBehave_Default, true);
+  Patcher patcher(manager, 0);
+  setPorts({group(0, "A", {"a"}, {"x", "b"})});
+  device_->act([&](ObeyingDevice& device) { device.events().linked(link(out(0, 0), in(0, 1)), {}); });
+  ASSERT_EQ(sinksOfTheFirst(patcher, 1), std::vector<std::string>{"b"});
+  Ports before;
+  patcher.getConnectSinkPorts(0, 0, before);
+  ASSERT_EQ(before.size(), 1U);
+
+  stop();
+  const testsupport::Deadline deadline(Patience);
+  Ports ports;
+  while (patcher.getConnectSinkPorts(0, 0, ports) == StrmSrv::StrmRes_Success) ASSERT_FALSE(deadline.passed());
+  start();
+  setPorts({group(0, "A", {"a"}, {"x"})});
+  while (patcher.getConnectSinkPorts(0, 0, ports) != StrmSrv::StrmRes_Success) ASSERT_FALSE(deadline.passed());
+  setPorts({group(0, "A", {"a"}, {"x", "b"})});
+  EXPECT_EQ(patcher.connect(0, 0, before[0].groupId, before[0].portIndex), StrmSrv::StrmRes_Success);
+  EXPECT_EQ(sinksOfTheFirst(patcher, 1), std::vector<std::string>{"b"});
+}
+
+}  // namespace
+}  // namespace client

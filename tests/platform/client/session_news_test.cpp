@@ -1,0 +1,129 @@
+// What a session tells of by itself, of services that are late.
+#include <gtest/gtest.h>
+
+#include <atomic>
+#include <chrono>
+#include <memory>
+#include <string>
+#include <thread>
+#include <variant>
+#include <zmq.hpp>
+
+#include "platform/client/session.h"
+#include "platform/wire/program_line.h"
+#include "tests/platform/client/fixture.h"
+#include "tests/platform/client/played_service.h"
+#include "tests/support/scratch_folder.h"
+
+namespace client {
+namespace {
+
+using Clock = std::chrono::steady_clock;
+using Session = EvtSrv::EventPortManager::Session;
+
+wire::Topology twoGroups() {
+  return {{{1, {}, "A", wire::TopologySide{1, "", {"a"}}, std::nullopt},
+           {2, {}, "B", std::nullopt, wire::TopologySide{2, "", {"b", "c"}}}}};
+}
+
+TEST(SessionNews, ServiceIsAskedForWhatHasComeOnceASecond) {
+  std::atomic<int> asked{0};
+  const auto context = std::make_shared<zmq::context_t>(0);
+  PlayedService service(*context, "inproc://news", [&](PlayedService& self, std::uint32_t tag, const wire::Body& body) {
+    self.answerGreeting(tag, body);
+    if (!std::holds_alternative<wire::AskTopology>(body)) return;
+    ++asked;
+    self.reply(tag, twoGroups());
+    // Ports only go, so there is never a line.
+    self.toEventChannel(wire::TopologyChanged{});
+  });
+  const auto opened = Session::open(Connection(context, "inproc://news"), "test");
+  const auto* session = std::get_if<std::shared_ptr<Session>>(&opened);
+  ASSERT_NE(session, nullptr);
+  (*session)->list(twoGroups());
+  const auto start = Clock::now();
+  // Makes the service tell that something has changed.
+  ASSERT_TRUE((*session)->device());
+  const testsupport::Deadline given(std::chrono::milliseconds(2500));
+  while (!given.passed()) (*session)->receive(10);
+  const auto looks = asked - 1;
+  EXPECT_GE(looks, 1);
+  EXPECT_LE(looks, 1 + (Clock::now() - start) / std::chrono::seconds(1));
+}
+
+TEST(SessionNews, ReceivingDoesNotWaitForARequestOfAnotherThread) {
+  std::atomic<bool> patching{false};
+  std::atomic<bool> received{false};
+  const auto context = std::make_shared<zmq::context_t>(0);
+  PlayedService service(*context, "inproc://news", [&](PlayedService& self, std::uint32_t tag, const wire::Body& body) {
+    self.answerGreeting(tag, body);
+    if (std::holds_alternative<wire::AskLinks>(body)) self.reply(tag, wire::Links{});
+    if (!std::holds_alternative<wire::Patch>(body)) return;
+    self.toEventChannel(wire::TopologyChanged{});
+    patching = true;
+    const testsupport::Deadline deadline(Patience);
+    while (!received && !deadline.passed()) std::this_thread::yield();
+    self.reply(tag, wire::Result{});
+  });
+  const auto opened = Session::open(Connection(context, "inproc://news"), "test");
+  const auto* session = std::get_if<std::shared_ptr<Session>>(&opened);
+  ASSERT_NE(session, nullptr);
+  std::optional<wire::Status> status;
+  std::thread patcher([&] { status = (*session)->patch(true, {0, 0, 1, 1}, (*session)->number()); });
+  const testsupport::Deadline deadline(Patience);
+  while (!patching && !deadline.passed()) std::this_thread::yield();
+  // Until it is time to look for what has come.
+  const testsupport::Deadline given(std::chrono::milliseconds(400));
+  while (!given.passed()) (*session)->receive(10);
+  received = true;
+  patcher.join();
+  EXPECT_EQ(status, wire::Status::Ok) << "the request has waited for receiving, which has waited for the request";
+}
+
+TEST(SessionNews, LossIsToldWhenAServiceThatWasLateAnswers) {
+  const testsupport::ScratchFolder folder;
+  const std::string path = folder.path() / "service";
+  zmq::context_t serviceContext;
+  std::atomic<bool> late{false};
+  std::atomic<int> asked{0};
+  const auto answerWith = [&](const wire::Links& links) {
+    return [&, links](PlayedService& self, std::uint32_t tag, const wire::Body& body) {
+      self.answerGreeting(tag, body);
+      if (std::holds_alternative<wire::AskTopology>(body)) ++asked;
+      if (std::holds_alternative<wire::AskTopology>(body) && !late) self.reply(tag, twoGroups());
+      if (std::holds_alternative<wire::AskLinks>(body)) self.reply(tag, links);
+    };
+  };
+  auto service = std::make_unique<PlayedService>(serviceContext, "ipc://" + path,
+                                                 answerWith({3, {{1, 0, 2, 0, true}, {1, 0, 2, 1, true}}}));
+  const auto opened = Session::open(Connection(LocalEndpoint{path}), "test");
+  const auto* session = std::get_if<std::shared_ptr<Session>>(&opened);
+  ASSERT_NE(session, nullptr);
+  ASSERT_TRUE((*session)->device());
+  ASSERT_TRUE((*session)->graphVersion((*session)->number()));
+  testing::internal::CaptureStderr();
+  service.reset();
+  const testsupport::Deadline deadline(Patience);
+  while ((*session)->number() != 0 && !deadline.passed()) (*session)->receive(10);
+  late = true;
+  asked = 0;
+  service = std::make_unique<PlayedService>(serviceContext, "ipc://" + path, answerWith({1, {{1, 0, 2, 1, true}}}));
+  while (asked < 2 && !deadline.passed()) (*session)->receive(10);
+  EXPECT_NE((*session)->number(), 0U) << "a service that is late is not lost";
+  late = false;
+  const std::string front = wire::programLine("test: ");
+  const std::string expected = front + "the service has gone\n" + front + "the service is back\n" + front +
+                               "lost with the service that was here before: the connection of \"a\" to \"b\"\n";
+  std::string said;
+  while (said.size() < expected.size() && !deadline.passed()) {
+    (*session)->receive(10);
+    said += testing::internal::GetCapturedStderr();
+    testing::internal::CaptureStderr();
+  }
+  const testsupport::Deadline quiet(std::chrono::milliseconds(1500));
+  while (!quiet.passed()) (*session)->receive(10);
+  EXPECT_EQ(said + testing::internal::GetCapturedStderr(), expected) << "once";
+}
+
+}  // namespace
+}  // namespace client
