@@ -121,7 +121,8 @@ bool renewRawMode() noexcept {
 bool catchUpRawMode() noexcept {
   if (!rawIsDue.load(std::memory_order_relaxed)) return false;
   const TerminalGuard guard;
-  return !state.isRaw && renewIfOurs();
+  // A terminal that has lost this session belongs to whoever has it now.
+  return !state.isRaw && tcgetpgrp(Terminal) == getpgrp() && renewIfOurs();
 }
 
 SavedModeScope::SavedModeScope() {

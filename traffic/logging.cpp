@@ -42,15 +42,18 @@ ResultCode toCommand(TrafficShell& shell, const char* name, const char* pattern)
   // Below a port the current directory counts as the port, as it does for the attaching.
   const auto matches = expandPattern(resolvePath(pattern, currentPlace(shell)), shell.tree());
   ResultCode result = ResultSilent;
+  std::size_t opened = 0;
   bool told = false;
-  for (std::size_t at = 0; at < matches.size(); ++at) {
-    const Logged logged = logPlace(shell, name, matches[at].c_str());
+  for (const std::string& match : matches) {
+    const Logged logged = logPlace(shell, name, match.c_str());
     result = logged.result;
+    if (result == ResultOk) ++opened;
     if (!logged.descriptorsKept || std::exchange(told, true)) continue;
-    if (at == 0) {
+    if (opened == 0) {
       tellDescriptorsAreKept(name);
     } else {
-      std::fprintf(stderr, "flowscope: too many matches for %s: it cannot be opened more than %zu times\n", name, at);
+      std::fprintf(stderr, "flowscope: too many matches for %s: it cannot be opened more than %zu times\n", name,
+                   opened);
     }
   }
   return result;

@@ -3,6 +3,7 @@
 #include <fcntl.h>
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
+#include <sys/ioctl.h>
 #include <sys/stat.h>
 #include <unistd.h>
 
@@ -27,6 +28,8 @@ using testsupport::ExitStatus;
 using testsupport::PseudoTerminal;
 
 constexpr auto Patience = 60s;
+constexpr int Capacity = 4096;    // bytes of the pipe
+constexpr int LongestPiece = 64;  // more than the console writes at once
 constexpr std::string_view Prompt = "[ /]$ ";
 constexpr const char* Lost = "flowscope: cannot write to pipe: its reader has stopped, and the rest is lost\r\n";
 
@@ -40,7 +43,7 @@ class StoppedReader : public testing::Test {
     EXPECT_EQ(::mkfifo(pipe.c_str(), 0600), 0);
     reader = testsupport::UniqueFd(::open(pipe.c_str(), O_RDONLY | O_NONBLOCK | O_CLOEXEC));
     // The less fits, the sooner it is full.
-    EXPECT_GT(::fcntl(reader.get(), F_SETPIPE_SZ, 4096), 0);
+    EXPECT_GT(::fcntl(reader.get(), F_SETPIPE_SZ, Capacity), 0);
   }
 
   testsupport::Command console() const {
@@ -50,13 +53,17 @@ class StoppedReader : public testing::Test {
     return command;
   }
 
-  // Starts the writing, and waits until the console prints nothing any more, because nothing fits into the pipe.
+  // Starts the writing, and waits until nothing more fits into the pipe and the console prints nothing any more.
   void fillThePipe(PseudoTerminal& terminal) {
     ASSERT_TRUE(waitFor(terminal, Prompt, 0));
     ASSERT_TRUE(terminal.type("to pipe /Midi/Source/Clock/*\n", Deadline(Patience)));
     ASSERT_TRUE(waitFor(terminal, "0xF8 0x00", 0));
     const Deadline deadline(Patience);
-    while (terminal.read(Deadline(700ms)) && !deadline.passed()) {
+    for (int waiting = 0; waiting <= Capacity - LongestPiece && !deadline.passed();) {
+      terminal.read(Deadline(10ms));
+      ASSERT_EQ(::ioctl(reader.get(), FIONREAD, &waiting), 0);
+    }
+    while (terminal.read(Deadline(200ms)) && !deadline.passed()) {
     }
     ASSERT_FALSE(deadline.passed());
     ASSERT_FALSE(terminal.ended());

@@ -3,9 +3,13 @@
 #include <fcntl.h>
 #include <gtest/gtest.h>
 #include <poll.h>
+#include <unistd.h>
 
+#include <array>
+#include <chrono>
 #include <csignal>
 #include <string>
+#include <thread>
 
 #include "tests/terminal/terminal_session.h"
 
@@ -244,6 +248,29 @@ TEST(TerminalMode, WhatIsFoundInTheForegroundFirstIsSaved) {
     return 0;
   });
   EXPECT_EQ(session.allReports(), "refused caught up raw done applied same exited 0");
+}
+
+// The session's first process has ended, and somebody else holds the terminal.
+TEST(TerminalMode, ThatHasLostTheSessionIsLeftAlone) {
+  TerminalSession session([](const TerminalSession::Inside& inside) {
+    std::array<int, 2> asked{};
+    if (pipe(asked.data()) != 0) return 1;
+    const pid_t leader = getpid();
+    if (fork() == 0) {
+      setpgid(0, 0);
+      setTerminalMode(TerminalMode::Raw);
+      close(asked[0]);
+      close(asked[1]);
+      while (getppid() == leader) std::this_thread::sleep_for(std::chrono::milliseconds(1));
+      inside.say(catchUpRawMode() ? "caught up " : "refused ");
+      inside.say(inside.mode());
+      _exit(0);
+    }
+    close(asked[1]);
+    char none = 0;
+    return read(asked[0], &none, 1) == 0 ? 0 : 1;
+  });
+  EXPECT_EQ(session.allReports(), "refused saved ");
 }
 
 TEST(TerminalMode, RawIsMadeOfTheSavedSettings) {
