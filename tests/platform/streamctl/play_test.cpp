@@ -109,7 +109,7 @@ TEST_F(PlayCommandLine, LoopEndsWithASignalOnly) {
   for (const int signal : {SIGINT, SIGTERM}) {
     const auto watch = start("watch", {"watch", "DeckOut1"});
     ASSERT_TRUE(hasTaps(1));
-    const auto play = start("play", {"play", Song, "DeckOut1", "--loop", "--speed", "1000"});
+    const auto play = start("play", {"play", Song, "DeckOut1", "--loop", "--speed", "200"});
     ASSERT_TRUE(watch->hasLines(song.size() * 5 / 2));
     play->signal(signal);
     EXPECT_EQ(play->end(), ExitStatus::signalled(signal));
