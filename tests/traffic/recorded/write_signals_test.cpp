@@ -92,7 +92,7 @@ TEST_P(WriteFailure, DoesNotTakeWhatSomebodyElseSends) {
   const auto [signal, fail] = GetParam();
   const std::string killed = "killed by " + std::to_string(signal);
   for (const bool first : {true, false}) {
-    EXPECT_EQ(inProcess([=] {
+    EXPECT_EQ(inProcess([signal = signal, fail = fail, first] {
                 const WriteSignals signals;
                 if (first) kill(getpid(), signal);
                 const int error = fail();
