@@ -129,9 +129,10 @@ TEST_F(JackMessages, PeriodsThatWereSkippedAreALossOfEachUsedSource) {
   // What was skipped on a busy machine before has been told by then.
   driven->runFor(std::chrono::milliseconds(1100));
   driven->forget();
-  // A server that goes on in time for its next period skips none.
+  // The driver waits for the peer, from whose sources it reads. On a busy machine the peer may have no period
+  // meanwhile.
   for (int turn = 0; turn < Turns && driven->lossNews.size() < 2; ++turn) {
-    server->halt(std::chrono::milliseconds(100));
+    peer->holdUp(std::chrono::milliseconds(100));
     driven->runUntil([&] { return driven->lossNews.size() >= 2; }, std::chrono::seconds(2));
   }
   EXPECT_THAT(driven->lossNews, IsSupersetOf({"peer:out 0", "peer:out2 0"}));
@@ -140,19 +141,18 @@ TEST_F(JackMessages, PeriodsThatWereSkippedAreALossOfEachUsedSource) {
 }
 
 TEST_F(JackMessages, LineOfSkippedPeriodsComesSeldomAndLosesNoSum) {
-  const auto halt = [&] {
-    server->halt(std::chrono::milliseconds(100));
+  driven->use("peer:out");
+  const auto holdUp = [&] {
+    peer->holdUp(std::chrono::milliseconds(100));
     driven->runFor(std::chrono::milliseconds(200));
   };
-  for (int turn = 0; turn < 4 * Turns && driven->late == 0; ++turn) halt();
-  if (driven->late == 0) GTEST_SKIP() << "JACK has skipped no period";
+  for (int turn = 0; turn < Turns && driven->late == 0; ++turn) holdUp();
   ASSERT_EQ(driven->late, 1U);
   const auto told = Driven::now();
-  for (int turn = 0; turn < 10; ++turn) halt();
+  for (int turn = 0; turn < 10; ++turn) holdUp();
   if (Driven::now() - told > std::chrono::seconds(8)) GTEST_SKIP() << "the machine is too slow";
   EXPECT_EQ(driven->late, 1U) << "once in ten seconds at most";
   ASSERT_TRUE(driven->wasLate());
-  if (driven->late == 1) GTEST_SKIP() << "JACK has skipped no period after the first";
   EXPECT_EQ(driven->late, 2U) << "what is left is told at the end";
 }
 

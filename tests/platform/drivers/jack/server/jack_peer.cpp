@@ -116,6 +116,11 @@ void JackPeer::awaitBytes(const std::string& sink, std::size_t bytes) {
   }
 }
 
+void JackPeer::holdUp(std::chrono::milliseconds time) {
+  const std::lock_guard lock(mutex_);
+  std::this_thread::sleep_for(time);
+}
+
 void JackPeer::addSource(const std::string& name) {
   jack_port_t* port = jack_port_register(client_, name.c_str(), JACK_DEFAULT_MIDI_TYPE, JackPortIsOutput, 0);
   const std::lock_guard lock(mutex_);

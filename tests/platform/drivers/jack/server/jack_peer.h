@@ -4,6 +4,7 @@
 #include <jack/types.h>
 
 #include <atomic>
+#include <chrono>
 #include <cstdint>
 #include <map>
 #include <mutex>
@@ -42,6 +43,9 @@ class JackPeer {
   // How often JACK has gone on without this client, because it or the server was late: what it sends or gets then, JACK
   // loses or brings twice.
   std::uint32_t late() const { return late_.load(); }
+
+  // Is late for so long. JACK goes on without it, and without the clients that read from its sources.
+  void holdUp(std::chrono::milliseconds time);
 
   void addSource(const std::string& name);
   void removeSource(const std::string& name);

@@ -160,12 +160,6 @@ void JackServer::stop() { end(SIGTERM); }
 
 void JackServer::kill() { end(SIGKILL); }
 
-void JackServer::halt(std::chrono::milliseconds time) {
-  child_->signal(SIGSTOP);
-  std::this_thread::sleep_for(time);
-  child_->signal(SIGCONT);
-}
-
 void JackServer::end(int signal) {
   if (!child_) return;
   child_->signal(signal);

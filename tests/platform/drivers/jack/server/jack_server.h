@@ -37,9 +37,6 @@ class JackServer {
 
   void start();
 
-  // Keeps it from going on for a while, so that all its clients skip periods.
-  void halt(std::chrono::milliseconds time);
-
   // What one of JACK's tools, which must succeed, prints: jack_lsp -c ...
   std::string tool(const std::string& program, const std::vector<std::string>& arguments = {}) const;
 
