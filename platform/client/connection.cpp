@@ -9,8 +9,8 @@
 #include <utility>
 
 #include "platform/host/devices.h"
-#include "platform/host/local_socket.h"
-#include "platform/wire/program_line.h"
+#include "platform/system/local_socket.h"
+#include "platform/system/program_line.h"
 
 namespace client {
 namespace {

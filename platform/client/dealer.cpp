@@ -3,7 +3,7 @@
 #include <array>
 #include <cerrno>
 
-#include "platform/host/through_signals.h"
+#include "platform/system/through_signals.h"
 
 namespace client {
 namespace {

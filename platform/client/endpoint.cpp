@@ -4,8 +4,8 @@
 
 #include "evtsrv.h"
 #include "platform/host/devices.h"
-#include "platform/host/local_socket.h"
-#include "platform/wire/printable.h"
+#include "platform/system/local_socket.h"
+#include "platform/system/printable.h"
 
 namespace client {
 namespace {

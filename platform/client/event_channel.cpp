@@ -8,9 +8,9 @@
 
 #include "evtsrv.h"
 #include "platform/client/opening.h"
+#include "platform/system/program_line.h"
 #include "platform/wire/loss_text.h"
 #include "platform/wire/messages.h"
-#include "platform/wire/program_line.h"
 
 namespace client {
 namespace {

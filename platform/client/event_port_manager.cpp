@@ -12,7 +12,7 @@
 #include "platform/client/endpoint.h"
 #include "platform/client/service_search.h"
 #include "platform/client/session.h"
-#include "platform/wire/program_line.h"
+#include "platform/system/program_line.h"
 
 namespace EvtSrv {
 namespace {

@@ -4,7 +4,7 @@
 #include <optional>
 #include <utility>
 
-#include "platform/wire/port_name.h"
+#include "platform/device/port_name.h"
 
 namespace client {
 namespace {

@@ -11,7 +11,7 @@
 #include <utility>
 
 #include "platform/client/endpoint.h"
-#include "platform/wire/program_line.h"
+#include "platform/system/program_line.h"
 
 namespace EvtSrv {
 

@@ -5,7 +5,7 @@
 
 #include "platform/client/endpoint.h"
 #include "platform/client/session.h"
-#include "platform/wire/program_line.h"
+#include "platform/system/program_line.h"
 
 namespace EvtSrv {
 

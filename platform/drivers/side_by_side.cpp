@@ -10,7 +10,7 @@
 #include <unordered_map>
 #include <utility>
 
-#include "platform/drivers/names.h"
+#include "platform/device/names.h"
 
 namespace service {
 namespace {

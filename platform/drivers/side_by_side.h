@@ -5,7 +5,7 @@
 #include <string>
 #include <vector>
 
-#include "platform/drivers/driver.h"
+#include "platform/device/driver.h"
 
 namespace service {
 

@@ -3,8 +3,8 @@
 #include <algorithm>
 #include <utility>
 
-#include "platform/drivers/builtin.h"
-#include "platform/drivers/device_file.h"
+#include "platform/drivers/described/builtin.h"
+#include "platform/drivers/described/device_file.h"
 #include "platform/drivers/side_by_side.h"
 #ifdef FLOWSCOPE_HAVE_ALSA
 #include "platform/drivers/alsa/alsa_driver.h"

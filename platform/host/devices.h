@@ -7,7 +7,7 @@
 #include <variant>
 #include <vector>
 
-#include "platform/drivers/driver.h"
+#include "platform/device/driver.h"
 
 namespace host {
 

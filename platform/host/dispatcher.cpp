@@ -11,7 +11,7 @@
 #include "platform/host/random_number.h"
 #include "platform/host/stats_message.h"
 #include "platform/host/topology_message.h"
-#include "platform/wire/printable.h"
+#include "platform/system/printable.h"
 
 namespace host {
 namespace {

@@ -4,11 +4,11 @@
 #include <string>
 #include <utility>
 
-#include "platform/drivers/soonest.h"
 #include "platform/host/dispatcher.h"
 #include "platform/host/link_record.h"
+#include "platform/system/earliest.h"
+#include "platform/system/printable.h"
 #include "platform/wire/loss_text.h"
-#include "platform/wire/printable.h"
 
 namespace host {
 namespace {

@@ -6,9 +6,9 @@
 #include <stdexcept>
 #include <utility>
 
-#include "platform/drivers/without_signals.h"
-#include "platform/wire/printable.h"
-#include "platform/wire/program_line.h"
+#include "platform/system/printable.h"
+#include "platform/system/program_line.h"
+#include "platform/system/without_signals.h"
 
 namespace host {
 namespace {

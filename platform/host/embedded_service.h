@@ -6,7 +6,7 @@
 #include <thread>
 #include <zmq.hpp>
 
-#include "platform/drivers/driver.h"
+#include "platform/device/driver.h"
 #include "platform/host/host.h"
 #include "platform/host/limits.h"
 #include "platform/host/log.h"

@@ -7,7 +7,7 @@
 #include <string>
 #include <zmq.hpp>
 
-#include "platform/drivers/driver.h"
+#include "platform/device/driver.h"
 #include "platform/host/dispatcher.h"
 #include "platform/host/limits.h"
 #include "platform/host/log.h"

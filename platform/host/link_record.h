@@ -3,7 +3,7 @@
 
 #include <cstdint>
 
-#include "platform/drivers/port.h"
+#include "platform/device/port.h"
 #include "platform/wire/messages.h"
 
 namespace host {

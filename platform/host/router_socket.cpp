@@ -2,7 +2,7 @@
 
 #include <cerrno>
 
-#include "platform/host/through_signals.h"
+#include "platform/system/through_signals.h"
 #include "platform/wire/messages.h"
 
 namespace host {

@@ -7,7 +7,7 @@
 #include <optional>
 #include <string>
 
-#include "platform/drivers/port.h"
+#include "platform/device/port.h"
 #include "platform/service/client_id.h"
 
 namespace host {

@@ -3,7 +3,7 @@
 #include <atomic>
 #include <cstring>
 
-#include "platform/host/through_signals.h"
+#include "platform/system/through_signals.h"
 
 namespace host {
 namespace {

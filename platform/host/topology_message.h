@@ -4,7 +4,7 @@
 
 #include <cstdint>
 
-#include "platform/drivers/topology.h"
+#include "platform/device/topology.h"
 #include "platform/wire/messages.h"
 
 namespace host {

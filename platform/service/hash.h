@@ -5,7 +5,7 @@
 #include <cstdint>
 #include <functional>
 
-#include "platform/drivers/port.h"
+#include "platform/device/port.h"
 
 namespace service {
 

@@ -8,10 +8,10 @@
 #include <unordered_map>
 #include <vector>
 
-#include "platform/drivers/port.h"
-#include "platform/drivers/topology.h"
+#include "platform/device/port.h"
+#include "platform/device/status.h"
+#include "platform/device/topology.h"
 #include "platform/service/hash.h"
-#include "platform/wire/status.h"
 
 namespace service {
 

@@ -10,10 +10,10 @@
 #include <string_view>
 #include <vector>
 
-#include "platform/drivers/driver.h"
+#include "platform/device/driver.h"
+#include "platform/device/status.h"
 #include "platform/service/client_id.h"
 #include "platform/service/counts.h"
-#include "platform/wire/status.h"
 
 namespace service {
 

@@ -10,7 +10,7 @@
 #include <unordered_map>
 #include <vector>
 
-#include "platform/drivers/port.h"
+#include "platform/device/port.h"
 #include "platform/service/byte_fifo.h"
 #include "platform/service/client_id.h"
 #include "platform/service/hash.h"

@@ -5,10 +5,10 @@
 #include <cmath>
 #include <utility>
 
-#include "platform/drivers/player.h"
+#include "platform/midi/player.h"
 #include "platform/streamctl/byte_word.h"
+#include "platform/system/printable.h"
 #include "platform/wire/messages.h"
-#include "platform/wire/printable.h"
 
 namespace streamctl {
 namespace {

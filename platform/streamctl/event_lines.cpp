@@ -6,8 +6,8 @@
 
 #include "platform/client/record_reader.h"
 #include "platform/streamctl/json_text.h"
+#include "platform/system/printable.h"
 #include "platform/wire/events.h"
-#include "platform/wire/printable.h"
 
 namespace streamctl {
 namespace {

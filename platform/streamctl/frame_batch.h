@@ -5,7 +5,7 @@
 #include <utility>
 #include <vector>
 
-#include "platform/drivers/port.h"
+#include "platform/device/port.h"
 #include "platform/wire/messages.h"
 
 namespace streamctl {

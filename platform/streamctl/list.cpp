@@ -3,7 +3,7 @@
 #include "platform/streamctl/output.h"
 #include "platform/streamctl/service_client.h"
 #include "platform/streamctl/topology_report.h"
-#include "platform/wire/text_encoding.h"
+#include "platform/system/text_encoding.h"
 
 namespace streamctl {
 

@@ -5,7 +5,7 @@
 #include <vector>
 
 #include "platform/streamctl/program.h"
-#include "platform/wire/program_line.h"
+#include "platform/system/program_line.h"
 
 namespace {
 

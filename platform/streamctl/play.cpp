@@ -5,13 +5,13 @@
 #include <variant>
 #include <vector>
 
-#include "platform/drivers/player.h"
-#include "platform/drivers/smf_file.h"
+#include "platform/midi/player.h"
+#include "platform/midi/smf_file.h"
 #include "platform/streamctl/playback.h"
 #include "platform/streamctl/progress_line.h"
 #include "platform/streamctl/service_client.h"
 #include "platform/streamctl/stop_signals.h"
-#include "platform/wire/printable.h"
+#include "platform/system/printable.h"
 
 namespace streamctl {
 namespace {

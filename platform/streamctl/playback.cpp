@@ -4,7 +4,7 @@
 #include <chrono>
 
 #include "platform/client/port_names.h"
-#include "platform/drivers/sounding_notes.h"
+#include "platform/midi/sounding_notes.h"
 #include "platform/streamctl/frame_batch.h"
 
 namespace streamctl {

@@ -6,7 +6,7 @@
 #include <optional>
 #include <string>
 
-#include "platform/drivers/player.h"
+#include "platform/midi/player.h"
 #include "platform/streamctl/service_client.h"
 #include "platform/streamctl/stop_signals.h"
 

@@ -11,7 +11,7 @@
 #include "platform/streamctl/service_place.h"
 #include "platform/streamctl/stats.h"
 #include "platform/streamctl/watch.h"
-#include "platform/wire/program_line.h"
+#include "platform/system/program_line.h"
 
 namespace streamctl {
 namespace {

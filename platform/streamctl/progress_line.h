@@ -3,7 +3,7 @@
 
 #include <string>
 
-#include "platform/drivers/port.h"
+#include "platform/device/port.h"
 
 namespace streamctl {
 

@@ -4,7 +4,7 @@
 #include <cstddef>
 #include <string>
 
-#include "platform/drivers/port.h"
+#include "platform/device/port.h"
 
 namespace streamctl {
 

@@ -6,7 +6,7 @@
 #include <optional>
 #include <vector>
 
-#include "platform/drivers/player.h"
+#include "platform/midi/player.h"
 
 namespace streamctl {
 

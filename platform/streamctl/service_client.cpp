@@ -7,7 +7,7 @@
 #include "platform/client/deadline.h"
 #include "platform/client/endpoint.h"
 #include "platform/client/service_search.h"
-#include "platform/wire/printable.h"
+#include "platform/system/printable.h"
 
 namespace streamctl {
 std::unique_ptr<ServiceClient> ServiceClient::open(const ServicePlace& place) {

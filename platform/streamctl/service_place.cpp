@@ -5,8 +5,8 @@
 
 #include "evtsrv.h"
 #include "platform/client/endpoint.h"
-#include "platform/wire/printable.h"
-#include "platform/wire/program_line.h"
+#include "platform/system/printable.h"
+#include "platform/system/program_line.h"
 
 namespace streamctl {
 namespace {

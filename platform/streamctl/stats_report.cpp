@@ -7,7 +7,7 @@
 
 #include "platform/streamctl/json_text.h"
 #include "platform/streamctl/text_table.h"
-#include "platform/wire/printable.h"
+#include "platform/system/printable.h"
 
 namespace streamctl {
 namespace {

@@ -3,7 +3,7 @@
 #include <algorithm>
 #include <string_view>
 
-#include "platform/wire/printable.h"
+#include "platform/system/printable.h"
 
 namespace streamctl {
 namespace {

@@ -3,8 +3,8 @@
 
 #include <string>
 
+#include "platform/system/text_encoding.h"
 #include "platform/wire/messages.h"
-#include "platform/wire/text_encoding.h"
 
 namespace streamctl {
 

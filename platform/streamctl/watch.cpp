@@ -14,7 +14,7 @@
 #include "platform/streamctl/output.h"
 #include "platform/streamctl/service_client.h"
 #include "platform/streamctl/stop_signals.h"
-#include "platform/wire/printable.h"
+#include "platform/system/printable.h"
 
 namespace streamctl {
 namespace {

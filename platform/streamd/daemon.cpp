@@ -16,7 +16,7 @@
 #include "platform/host/host.h"
 #include "platform/streamd/line_log.h"
 #include "platform/streamd/socket_place.h"
-#include "platform/wire/printable.h"
+#include "platform/system/printable.h"
 
 namespace streamd {
 namespace {

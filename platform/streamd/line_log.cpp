@@ -5,7 +5,7 @@
 
 #include <string>
 
-#include "platform/host/through_signals.h"
+#include "platform/system/through_signals.h"
 
 namespace streamd {
 namespace {

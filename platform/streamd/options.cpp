@@ -5,8 +5,8 @@
 
 #include "platform/host/devices.h"
 #include "platform/host/limits.h"
-#include "platform/host/local_socket.h"
-#include "platform/wire/printable.h"
+#include "platform/system/local_socket.h"
+#include "platform/system/printable.h"
 
 namespace streamd {
 namespace {

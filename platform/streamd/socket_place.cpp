@@ -11,8 +11,8 @@
 #include <filesystem>
 #include <optional>
 
-#include "platform/host/local_socket.h"
-#include "platform/host/through_signals.h"
+#include "platform/system/local_socket.h"
+#include "platform/system/through_signals.h"
 
 namespace streamd {
 namespace {

@@ -12,7 +12,7 @@
 #include <variant>
 #include <vector>
 
-#include "platform/wire/status.h"
+#include "platform/device/status.h"
 
 namespace wire {
 

@@ -3,7 +3,7 @@
 #include <cstdlib>
 #include <string_view>
 
-#include "platform/drivers/device_parser.h"
+#include "platform/drivers/described/device_parser.h"
 
 namespace {
 

@@ -5,7 +5,7 @@
 #include <span>
 #include <vector>
 
-#include "platform/drivers/midi_stream.h"
+#include "platform/midi/midi_stream.h"
 
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
   const std::span bytes(data, size);

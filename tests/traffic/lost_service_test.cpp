@@ -15,7 +15,7 @@
 #include "platform/host/devices.h"
 #include "platform/host/embedded_service.h"
 #include "platform/host/host.h"
-#include "platform/wire/program_line.h"
+#include "platform/system/program_line.h"
 #include "tests/support/deadline.h"
 #include "tests/support/scratch_folder.h"
 #include "tests/traffic/test_shell.h"

@@ -13,7 +13,7 @@
 #include "platform/drivers/alsa/presence.h"
 #include "platform/drivers/alsa/sequencer_view.h"
 #include "platform/drivers/alsa/tap_set.h"
-#include "platform/drivers/port_book.h"
+#include "platform/drivers/foreign/port_book.h"
 
 namespace service {
 namespace alsa {

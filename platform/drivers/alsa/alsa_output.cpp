@@ -7,8 +7,8 @@
 #include <utility>
 #include <vector>
 
-#include "platform/drivers/midi_stream.h"
-#include "platform/drivers/soonest.h"
+#include "platform/midi/midi_stream.h"
+#include "platform/system/earliest.h"
 
 namespace service::alsa {
 namespace {

@@ -4,11 +4,11 @@
 #include <map>
 #include <optional>
 
+#include "platform/device/driver.h"
 #include "platform/drivers/alsa/sequencer.h"
 #include "platform/drivers/alsa/sequencer_view.h"
 #include "platform/drivers/alsa/sink_queue.h"
-#include "platform/drivers/burst_log.h"
-#include "platform/drivers/driver.h"
+#include "platform/drivers/foreign/burst_log.h"
 
 namespace service::alsa {
 

@@ -7,7 +7,7 @@
 #include <array>
 #include <cerrno>
 
-#include "platform/drivers/without_signals.h"
+#include "platform/system/without_signals.h"
 
 namespace service::alsa {
 namespace {

@@ -8,7 +8,7 @@
 
 #include "platform/drivers/alsa/event_queue.h"
 #include "platform/drivers/alsa/sequencer.h"
-#include "platform/drivers/wakeup.h"
+#include "platform/system/event_descriptor.h"
 
 namespace service::alsa {
 

@@ -6,8 +6,8 @@
 #include <string>
 #include <vector>
 
-#include "platform/drivers/port_book.h"
-#include "platform/drivers/recent_names.h"
+#include "platform/drivers/foreign/port_book.h"
+#include "platform/drivers/foreign/recent_names.h"
 
 namespace service::alsa {
 

@@ -11,7 +11,7 @@
 #include "platform/drivers/alsa/address.h"
 #include "platform/drivers/alsa/raw_midi_room.h"
 #include "platform/drivers/alsa/sequencer.h"
-#include "platform/drivers/port_book.h"
+#include "platform/drivers/foreign/port_book.h"
 
 namespace service::alsa {
 

@@ -7,7 +7,7 @@
 #include <utility>
 
 #include "platform/drivers/alsa/receiver_cells.h"
-#include "platform/drivers/midi_bytes.h"
+#include "platform/midi/midi_bytes.h"
 
 namespace service::alsa {
 namespace {

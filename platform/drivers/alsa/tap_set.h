@@ -4,10 +4,10 @@
 #include <map>
 #include <optional>
 
+#include "platform/device/driver.h"
 #include "platform/drivers/alsa/event_drain.h"
 #include "platform/drivers/alsa/tapped_source.h"
-#include "platform/drivers/driver.h"
-#include "platform/drivers/port_book.h"
+#include "platform/drivers/foreign/port_book.h"
 
 namespace service::alsa {
 

@@ -3,7 +3,7 @@
 #include <new>
 #include <utility>
 
-#include "platform/drivers/midi_bytes.h"
+#include "platform/midi/midi_bytes.h"
 
 namespace service::alsa {
 

@@ -9,7 +9,7 @@
 #include <span>
 
 #include "platform/drivers/alsa/event_queue.h"
-#include "platform/drivers/midi_stream.h"
+#include "platform/midi/midi_stream.h"
 
 namespace service::alsa {
 

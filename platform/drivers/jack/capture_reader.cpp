@@ -2,7 +2,7 @@
 
 #include <utility>
 
-#include "platform/drivers/midi_bytes.h"
+#include "platform/midi/midi_bytes.h"
 
 namespace service::jack {
 

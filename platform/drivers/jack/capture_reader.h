@@ -4,7 +4,7 @@
 #include <cstdint>
 #include <span>
 
-#include "platform/drivers/midi_stream.h"
+#include "platform/midi/midi_stream.h"
 
 namespace service::jack {
 

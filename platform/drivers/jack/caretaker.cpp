@@ -7,7 +7,7 @@
 #include <utility>
 #include <vector>
 
-#include "platform/drivers/without_signals.h"
+#include "platform/system/without_signals.h"
 
 namespace service::jack {
 namespace {

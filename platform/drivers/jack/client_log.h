@@ -6,7 +6,7 @@
 #include <string>
 #include <vector>
 
-#include "platform/drivers/recent_names.h"
+#include "platform/drivers/foreign/recent_names.h"
 
 namespace service::jack {
 

@@ -16,7 +16,7 @@
 #include "platform/drivers/jack/notices.h"
 #include "platform/drivers/jack/playback_ports.h"
 #include "platform/drivers/jack/process_gate.h"
-#include "platform/drivers/wakeup.h"
+#include "platform/system/event_descriptor.h"
 
 namespace service::jack {
 

@@ -8,7 +8,7 @@
 #include <optional>
 #include <utility>
 
-#include "platform/drivers/burst_log.h"
+#include "platform/drivers/foreign/burst_log.h"
 #include "platform/drivers/jack/caretaker.h"
 #include "platform/drivers/jack/client_log.h"
 #include "platform/drivers/jack/echoes.h"
@@ -17,8 +17,8 @@
 #include "platform/drivers/jack/port_directory.h"
 #include "platform/drivers/jack/sink_feeds.h"
 #include "platform/drivers/jack/source_taps.h"
-#include "platform/drivers/midi_stream.h"
-#include "platform/drivers/soonest.h"
+#include "platform/midi/midi_stream.h"
+#include "platform/system/earliest.h"
 
 namespace service::jack {
 namespace {

@@ -7,7 +7,7 @@
 #include <string>
 
 #include "platform/drivers/jack/outlet.h"
-#include "platform/drivers/midi_bytes.h"
+#include "platform/midi/midi_bytes.h"
 
 namespace service::jack {
 namespace {

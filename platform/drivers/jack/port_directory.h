@@ -8,7 +8,7 @@
 #include <utility>
 #include <vector>
 
-#include "platform/drivers/port_book.h"
+#include "platform/drivers/foreign/port_book.h"
 
 namespace service::jack {
 

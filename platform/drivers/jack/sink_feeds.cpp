@@ -8,7 +8,7 @@
 #include <thread>
 #include <utility>
 
-#include "platform/drivers/soonest.h"
+#include "platform/system/earliest.h"
 
 namespace service::jack {
 namespace {

@@ -8,7 +8,7 @@
 #include <string>
 #include <utility>
 
-#include "platform/drivers/burst_log.h"
+#include "platform/drivers/foreign/burst_log.h"
 #include "platform/drivers/jack/jack_client.h"
 #include "platform/drivers/jack/outlet.h"
 #include "platform/drivers/jack/port_directory.h"

@@ -5,7 +5,7 @@
 #include <optional>
 #include <vector>
 
-#include "platform/drivers/port.h"
+#include "platform/device/port.h"
 
 namespace service::jack {
 

@@ -8,7 +8,7 @@
 #include <string>
 #include <unordered_map>
 
-#include "platform/drivers/driver.h"
+#include "platform/device/driver.h"
 #include "platform/drivers/jack/capture_reader.h"
 #include "platform/drivers/jack/jack_client.h"
 #include "platform/drivers/jack/port_directory.h"

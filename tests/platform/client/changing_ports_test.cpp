@@ -11,7 +11,7 @@
 #include <utility>
 #include <vector>
 
-#include "platform/wire/program_line.h"
+#include "platform/system/program_line.h"
 #include "tests/platform/client/fixture.h"
 #include "tests/platform/client/obeying_device.h"
 

@@ -11,7 +11,7 @@
 #include <zmq.hpp>
 
 #include "platform/host/host.h"
-#include "platform/wire/program_line.h"
+#include "platform/system/program_line.h"
 #include "tests/platform/client/fixture.h"
 #include "tests/support/scratch_folder.h"
 

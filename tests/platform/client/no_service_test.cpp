@@ -7,7 +7,7 @@
 #include <string>
 #include <vector>
 
-#include "platform/wire/program_line.h"
+#include "platform/system/program_line.h"
 #include "tests/platform/client/fixture.h"
 
 namespace client {

@@ -4,7 +4,7 @@
 
 #include <vector>
 
-#include "platform/drivers/topology.h"
+#include "platform/device/topology.h"
 #include "platform/host/topology_message.h"
 
 namespace client {

@@ -10,8 +10,8 @@
 #include <thread>
 #include <vector>
 
+#include "platform/system/program_line.h"
 #include "platform/wire/messages.h"
-#include "platform/wire/program_line.h"
 #include "tests/platform/client/fixture.h"
 
 namespace client {

@@ -10,7 +10,7 @@
 #include <zmq.hpp>
 
 #include "platform/client/session.h"
-#include "platform/wire/program_line.h"
+#include "platform/system/program_line.h"
 #include "tests/platform/client/fixture.h"
 #include "tests/platform/client/played_service.h"
 #include "tests/support/scratch_folder.h"

@@ -14,7 +14,7 @@
 
 #include "platform/host/devices.h"
 #include "platform/host/embedded_service.h"
-#include "platform/wire/program_line.h"
+#include "platform/system/program_line.h"
 #include "tests/platform/host/message_text.h"
 #include "tests/platform/host/raw_client.h"
 #include "tests/platform/service/device.h"

@@ -9,8 +9,8 @@
 #include <utility>
 #include <vector>
 
-#include "platform/drivers/driver.h"
-#include "platform/drivers/topology.h"
+#include "platform/device/driver.h"
+#include "platform/device/topology.h"
 
 namespace service {
 

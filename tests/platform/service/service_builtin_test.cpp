@@ -5,7 +5,7 @@
 #include <limits>
 #include <map>
 
-#include "platform/drivers/builtin.h"
+#include "platform/drivers/described/builtin.h"
 #include "platform/service/service.h"
 #include "tests/platform/service/received.h"
 

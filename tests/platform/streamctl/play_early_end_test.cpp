@@ -8,7 +8,7 @@
 #include "platform/host/router_socket.h"
 #include "platform/streamctl/stop_signals.h"
 #include "platform/wire/messages.h"
-#include "tests/platform/drivers/smf_maker.h"
+#include "tests/platform/midi/smf_maker.h"
 #include "tests/platform/streamctl/service_fixture.h"
 
 namespace streamctl {

@@ -11,7 +11,7 @@
 #include <thread>
 #include <vector>
 
-#include "platform/wire/program_line.h"
+#include "platform/system/program_line.h"
 #include "tests/platform/client/fixture.h"
 #include "tests/platform/host/raw_client.h"
 #include "tests/platform/streamd/injector.h"

@@ -12,7 +12,7 @@
 #include <string>
 #include <utility>
 
-#include "platform/host/local_socket.h"
+#include "platform/system/local_socket.h"
 #include "tests/support/scratch_folder.h"
 
 namespace streamd {

@@ -11,8 +11,8 @@
 #include <variant>
 #include <vector>
 
+#include "platform/device/driver.h"
 #include "platform/drivers/alsa/alsa_driver.h"
-#include "platform/drivers/driver.h"
 
 namespace service::alsa {
 

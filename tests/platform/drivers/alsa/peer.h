@@ -11,7 +11,7 @@
 #include <vector>
 
 #include "platform/drivers/alsa/address.h"
-#include "platform/drivers/midi_bytes.h"
+#include "platform/midi/midi_bytes.h"
 
 namespace service::alsa {
 

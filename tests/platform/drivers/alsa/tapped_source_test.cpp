@@ -4,7 +4,7 @@
 
 #include <string>
 
-#include "tests/platform/drivers/smf_maker.h"
+#include "tests/platform/midi/smf_maker.h"
 
 namespace service::alsa {
 namespace {

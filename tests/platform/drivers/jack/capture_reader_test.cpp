@@ -6,7 +6,7 @@
 #include <string>
 #include <vector>
 
-#include "tests/platform/drivers/smf_maker.h"
+#include "tests/platform/midi/smf_maker.h"
 
 namespace service::jack {
 namespace {

@@ -14,7 +14,7 @@
 #include <vector>
 
 #include "platform/drivers/jack/jack_driver.h"
-#include "tests/platform/drivers/smf_maker.h"
+#include "tests/platform/midi/smf_maker.h"
 #include "tests/support/deadline.h"
 
 namespace service::jack {

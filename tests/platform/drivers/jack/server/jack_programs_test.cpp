@@ -16,7 +16,7 @@
 #include "tests/platform/drivers/jack/server/jack_peer.h"
 #include "tests/platform/drivers/jack/server/jack_server.h"
 #include "tests/platform/drivers/jack/server/peer_process.h"
-#include "tests/platform/drivers/smf_maker.h"
+#include "tests/platform/midi/smf_maker.h"
 #include "tests/platform/streamd/console.h"
 #include "tests/support/process.h"
 #include "tests/support/scratch_folder.h"

@@ -11,7 +11,7 @@
 #include <string>
 
 #include "tests/platform/drivers/jack/server/jack_peer.h"
-#include "tests/platform/drivers/smf_maker.h"
+#include "tests/platform/midi/smf_maker.h"
 
 int main(int argc, char** argv) {
   if (argc != 4) return 2;

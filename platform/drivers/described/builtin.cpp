@@ -1,0 +1,83 @@
+#include "platform/drivers/described/builtin.h"
+
+#include <array>
+#include <chrono>
+#include <cstdint>
+#include <optional>
+
+#include "platform/drivers/described/described_device.h"
+
+namespace service {
+namespace {
+
+enum GroupIds : std::uint16_t {
+  Keyboard,
+  Panel,
+  Sequencer,
+  Arpeggiator,
+  ToneGenerator,
+  MidiDin,
+  MidiUsb,
+  Clock,
+  Thru,
+};
+
+struct BuiltinGroup {
+  GroupIds id;
+  const char* name;
+  std::optional<std::uint16_t> sources;
+  std::optional<std::uint16_t> sinks;
+};
+
+constexpr std::array Groups{
+    BuiltinGroup{Keyboard, "Keyboard", 1, std::nullopt},  //
+    BuiltinGroup{Panel, "Panel", 1, 1},
+    BuiltinGroup{Sequencer, "Sequencer", 4, 4},
+    BuiltinGroup{Arpeggiator, "Arpeggiator", 1, 1},
+    BuiltinGroup{ToneGenerator, "ToneGenerator", std::nullopt, 4},
+    BuiltinGroup{MidiDin, "MidiDin", 1, 1},
+    BuiltinGroup{MidiUsb, "MidiUsb", 2, 2},
+    BuiltinGroup{Clock, "Clock", 1, std::nullopt},
+    BuiltinGroup{Thru, "Thru", 1, 1},
+};
+
+constexpr std::array Links{
+    Link{Keyboard, 0, ToneGenerator, 0},  //
+    Link{Keyboard, 0, Sequencer, 0},     Link{Sequencer, 0, ToneGenerator, 0}, Link{Sequencer, 1, ToneGenerator, 1},
+    Link{MidiUsb, 0, Sequencer, 0},      Link{Clock, 0, Arpeggiator, 0},
+};
+
+constexpr double BeatsPerMinute = 120;
+constexpr Time EighthNote = std::chrono::milliseconds(250);
+constexpr Time NoteLength = std::chrono::milliseconds(200);
+constexpr std::array<std::uint8_t, 8> PhraseNotes{0x3C, 0x40, 0x43, 0x48, 0x4C, 0x48, 0x43, 0x40};
+
+Score phrase() {
+  constexpr std::uint8_t NoteOn = 0x90;
+  constexpr std::uint8_t NoteOff = 0x80;
+  constexpr std::uint8_t Velocity = 0x64;
+  constexpr std::uint8_t ReleaseVelocity = 0x40;
+  Score score;
+  for (const std::uint8_t note : PhraseNotes) {
+    score.events.push_back({score.length, 0, {NoteOn, note, Velocity}});
+    score.events.push_back({score.length + NoteLength, 0, {NoteOff, note, ReleaseVelocity}});
+    score.length += EighthNote;
+  }
+  return score;
+}
+
+}  // namespace
+
+std::unique_ptr<Driver> makeBuiltinDriver() {
+  DeviceDescription device;
+  for (const BuiltinGroup& group : Groups) {
+    device.groups.push_back(numberedGroup(group.id, group.name, group.sources, group.sinks));
+  }
+  device.links.assign(Links.begin(), Links.end());
+  device.thrus = {Arpeggiator, Thru};
+  device.scores.push_back({{Sequencer, 0, Side::Source}, ScorePlayback{phrase(), true, 1}});
+  device.clocks.push_back({{Clock, 0, Side::Source}, ClockPlayback{BeatsPerMinute}});
+  return makeDeviceDriver(std::move(device));
+}
+
+}  // namespace service

@@ -1,0 +1,22 @@
+// Device files: a device described in TOML (see device_parser.h for its words).
+#pragma once
+
+#include <filesystem>
+#include <memory>
+#include <string>
+#include <variant>
+
+#include "platform/device/driver.h"
+#include "platform/drivers/described/device_parser.h"
+
+namespace service {
+
+// Loads the Standard MIDI Files of the players; names of files are relative to folder. Blocks for the disk.
+std::variant<DeviceDescription, DeviceFileProblem> loadPlayers(ParsedDevice parsed,
+                                                               const std::filesystem::path& folder);
+
+// The driver of the device that the file at path describes; or what is wrong, in one printable line of "FILE:LINE:
+// cause", or "FILE: cause" when the file cannot be read. Blocks for the disk.
+std::variant<std::unique_ptr<Driver>, std::string> loadDeviceFile(const std::string& path);
+
+}  // namespace service

@@ -1,0 +1,18 @@
+#include "platform/drivers/described/device_problem.h"
+
+#include <algorithm>
+#include <cstddef>
+
+#include "platform/system/printable.h"
+
+namespace service {
+
+std::string printable(std::string_view text) {
+  constexpr std::size_t MaxText = 160;
+  std::size_t size = std::min(text.size(), MaxText);
+  // No character is cut in two.
+  while (size < text.size() && size > MaxText - 4 && (static_cast<unsigned char>(text[size]) & 0xC0U) == 0x80) --size;
+  return wire::printable(text.substr(0, size));
+}
+
+}  // namespace service

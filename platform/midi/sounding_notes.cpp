@@ -1,0 +1,51 @@
+#include "platform/midi/sounding_notes.h"
+
+namespace service {
+namespace {
+
+constexpr std::uint8_t NoteOff = 0x80;
+constexpr std::uint8_t NoteOn = 0x90;
+constexpr std::uint8_t ControlChange = 0xB0;
+
+constexpr std::uint8_t HoldPedal = 64;
+constexpr std::uint8_t SostenutoPedal = 66;
+constexpr std::uint8_t PedalDown = 64;  // and above
+
+// What a note-off has that knows no better.
+constexpr std::uint8_t ReleaseVelocity = 64;
+
+constexpr std::size_t MessageBytes = 3;  // of each of these
+
+}  // namespace
+
+void SoundingNotes::passed(const Message& message) {
+  if (message.bytes.size() != MessageBytes) return;
+  const std::uint8_t status = message.bytes[0];
+  const std::size_t number = message.bytes[1];
+  const std::uint8_t value = message.bytes[2];
+  if (number >= Numbers) return;
+  if (status == NoteOn || status == NoteOff) {
+    channels_[message.group].notes.set(number, status == NoteOn && value > 0);
+  } else if (status == ControlChange && (number == HoldPedal || number == SostenutoPedal)) {
+    channels_[message.group].pedals.set(number, value >= PedalDown);
+  }
+}
+
+std::vector<ScoreEvent> SoundingNotes::takeEnds() {
+  std::vector<ScoreEvent> ends;
+  for (const auto& [group, channel] : channels_) {
+    for (std::size_t number = 0; number < Numbers; ++number) {
+      const auto data = static_cast<std::uint8_t>(number);
+      if (channel.notes[number]) ends.push_back({{}, group, {NoteOff, data, ReleaseVelocity}});
+    }
+  }
+  for (const auto& [group, channel] : channels_) {
+    for (const std::uint8_t pedal : {HoldPedal, SostenutoPedal}) {
+      if (channel.pedals[pedal]) ends.push_back({{}, group, {ControlChange, pedal, 0}});
+    }
+  }
+  channels_.clear();
+  return ends;
+}
+
+}  // namespace service

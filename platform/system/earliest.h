@@ -1,0 +1,15 @@
+// Which of several times comes first.
+#pragma once
+
+#include <algorithm>
+#include <chrono>
+#include <optional>
+
+namespace service {
+
+// Makes first the earlier of the two, where nullopt is never.
+inline void soonest(std::optional<std::chrono::nanoseconds>& first, std::optional<std::chrono::nanoseconds> other) {
+  if (other) first = std::min(first.value_or(*other), *other);
+}
+
+}  // namespace service

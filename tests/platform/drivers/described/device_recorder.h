@@ -1,0 +1,46 @@
+// What a driver emits, collected.
+#pragma once
+
+#include <gtest/gtest.h>
+
+#include <string>
+#include <string_view>
+#include <vector>
+
+#include "platform/device/driver.h"
+#include "tests/platform/midi/smf_maker.h"
+
+namespace service {
+
+struct Emitted {
+  PortId source;
+  Time time;
+  std::uint16_t group;
+  std::string bytes;
+  friend bool operator==(const Emitted&, const Emitted&) = default;
+};
+
+class DeviceRecorder : public DriverEvents {
+ public:
+  void emitted(PortId source, const Message& message, Time now) override {
+    all.push_back({source, now, message.group, toHex({message.bytes.begin(), message.bytes.end()})});
+  }
+
+  // A described device has no other system behind it.
+  void linked(const Link& /*link*/, Time /*now*/) override { ADD_FAILURE() << "linked"; }
+  void unlinked(const Link& /*link*/, Time /*now*/) override { ADD_FAILURE() << "unlinked"; }
+  void topologyChanged(Time /*now*/) override { ADD_FAILURE() << "topologyChanged"; }
+  void lost(PortId /*source*/, std::uint64_t count, Time /*now*/) override { ADD_FAILURE() << "lost " << count; }
+  void warned(std::string_view line) override { ADD_FAILURE() << "warned " << line; }
+  void noted(std::string_view line) override { ADD_FAILURE() << "noted " << line; }
+
+  std::vector<Emitted> all;
+};
+
+// Calls advance at each time that the driver asks for, until end.
+inline void run(Driver& driver, Time from, Time end) {
+  for (auto wanted = driver.advance(from); wanted && *wanted <= end; wanted = driver.advance(*wanted)) {
+  }
+}
+
+}  // namespace service
