@@ -30,7 +30,7 @@ namespace {
 
 using namespace std::chrono_literals;
 using Clock = std::chrono::steady_clock;
-using service::jack::JackServer;
+using drivers::jack::JackServer;
 
 constexpr int Samples = 200;
 

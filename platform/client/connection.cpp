@@ -8,7 +8,7 @@
 #include <string_view>
 #include <utility>
 
-#include "platform/host/devices.h"
+#include "platform/drivers/catalogue.h"
 #include "platform/system/local_socket.h"
 #include "platform/system/program_line.h"
 
@@ -27,22 +27,25 @@ Running& running() {
   return *instance;
 }
 
-bool isSystem(std::string_view device) { return device == host::AlsaDriver || device == host::JackDriver; }
+bool isSystem(std::string_view device) {
+  const drivers::Entry* entry = drivers::find(device);
+  return entry != nullptr && entry->isSystem;
+}
 
-// The service on this device (see host::openDevice), or the cause why there is none.
+// The service on this device (see drivers::openDevice), or the cause why there is none.
 std::variant<Connection, ConnectionProblem> openEmbedded(const std::string& device) {
   try {
     // Held while a service starts, so that two who come at once share one.
     const std::lock_guard guard(running().mutex);
     auto& known = running().services[device];
     if (const auto service = known.lock()) return Connection(service);
-    auto driver = host::openDevice(device);
+    auto driver = drivers::openDevice(device);
     if (auto* problem = std::get_if<std::string>(&driver)) {
       return ConnectionProblem{std::move(*problem), isSystem(device)};
     }
-    const auto warn = [device](std::string_view line) { wire::sayLine(endpointLine(embeddedEndpoint(device), line)); };
+    const auto warn = [device](std::string_view line) { sys::sayLine(endpointLine(embeddedEndpoint(device), line)); };
     const auto service = std::make_shared<host::EmbeddedService>(
-        std::get<std::unique_ptr<service::Driver>>(std::move(driver)), host::Limits{}, warn);
+        std::get<std::unique_ptr<device::Driver>>(std::move(driver)), host::Limits{}, warn);
     known = service;
     return Connection(service);
   } catch (const std::exception& failure) {
@@ -70,7 +73,7 @@ Connection::Connection(const std::shared_ptr<host::EmbeddedService>& service)
 Connection::Connection(const LocalEndpoint& endpoint)
     : context_(std::make_shared<zmq::context_t>()), address_("ipc://" + endpoint.path), socketPath_(endpoint.path) {}
 
-int Connection::whyUnreachable() const { return mayReturn() ? host::whyNobodyListens(socketPath_) : 0; }
+int Connection::whyUnreachable() const { return mayReturn() ? sys::whyNobodyListens(socketPath_) : 0; }
 
 std::variant<Connection, ConnectionProblem> openConnection(const std::string& endpoint, std::uint32_t behaviour) {
   const Endpoint parsed = parseEndpoint(endpoint, behaviour);

@@ -8,7 +8,7 @@
 namespace client {
 
 bool ControlChannel::greet(const std::string& program, const Deadline& deadline) {
-  const wire::Hello hello{program.substr(0, wire::MaxNameBytes), static_cast<std::uint32_t>(getpid())};
+  const wire::Hello hello{program.substr(0, device::MaxNameBytes), static_cast<std::uint32_t>(getpid())};
   const auto welcome = ask<wire::Welcome>(hello, deadline);
   if (!welcome) return false;
   session_ = welcome->session;
@@ -69,7 +69,7 @@ std::optional<wire::Body> ControlChannel::takeIn(std::uint32_t tag) {
     auto envelope = wire::decode(*message);
     if (!envelope) continue;
     const auto* result = std::get_if<wire::Result>(&envelope->body);
-    if (result != nullptr && result->status == wire::Status::NoSession) forgotten_ = true;
+    if (result != nullptr && result->status == device::Status::NoSession) forgotten_ = true;
     if (result != nullptr && envelope->tag == 0) refusal_ = result->status;
     if (const auto* taken = std::get_if<wire::Taken>(&envelope->body)) {
       if (taken->count <= sent_) taken_ = std::max(taken_, taken->count);

@@ -42,7 +42,7 @@ class ControlChannel {
   // True when the service has gone or has forgotten this client: nothing is answered any more.
   bool lost() { return forgotten_ || dealer_.closed(); }
 
-  // Hands over a message; not empty, and of wire::MaxMessageBytes at most. Waits only while the service is behind by
+  // Hands over a message; not empty, and of device::MaxMessageBytes at most. Waits only while the service is behind by
   // the whole window, for as long as that lasts: a service of another process that is stopped takes it when it goes on.
   // False at once when the service has gone or is known to have forgotten this client; what was handed over just before
   // that is known is lost. Within the process, where no connection closes, false when it takes nothing for two seconds,
@@ -58,7 +58,7 @@ class ControlChannel {
   bool finish();
 
   // What the service has refused to inject, if anything: the status of the last refusal.
-  std::optional<wire::Status> refusal() const { return refusal_; }
+  std::optional<device::Status> refusal() const { return refusal_; }
 
  private:
   enum class Patience : std::uint8_t { TwoSeconds, UntilItGoes };
@@ -78,7 +78,7 @@ class ControlChannel {
   std::uint64_t taken_ = 0;
   bool heard_ = false;      // of taken_ again, also when it has not grown
   bool forgotten_ = false;  // by the service
-  std::optional<wire::Status> refusal_;
+  std::optional<device::Status> refusal_;
 };
 
 }  // namespace client

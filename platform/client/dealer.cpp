@@ -24,17 +24,17 @@ Dealer::Dealer(zmq::context_t& context, const std::string& address) : socket_(co
   // A service that comes back does not know this client; who uses the socket then begins anew, with another one.
   socket_.set(zmq::sockopt::reconnect_ivl, -1);
   // Not zmq::socket_t::connect: a signal is no exception here.
-  if (host::throughSignals([&] { return zmq_connect(socket_.handle(), address.c_str()); }) < 0) throw zmq::error_t();
+  if (sys::throughSignals([&] { return zmq_connect(socket_.handle(), address.c_str()); }) < 0) throw zmq::error_t();
 }
 
 bool Dealer::send(std::span<const std::uint8_t> message) {
-  return host::throughSignals(
+  return sys::throughSignals(
              [&] { return zmq_send(socket_.handle(), message.data(), message.size(), ZMQ_DONTWAIT); }) >= 0;
 }
 
 std::optional<std::span<const std::uint8_t>> Dealer::receive() {
   const int size =
-      host::throughSignals([this] { return zmq_msg_recv(message_.handle(), socket_.handle(), ZMQ_DONTWAIT); });
+      sys::throughSignals([this] { return zmq_msg_recv(message_.handle(), socket_.handle(), ZMQ_DONTWAIT); });
   if (size < 0) return std::nullopt;
   return std::span(message_.data<const std::uint8_t>(), message_.size());
 }

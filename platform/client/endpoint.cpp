@@ -3,7 +3,7 @@
 #include <cstdlib>
 
 #include "evtsrv.h"
-#include "platform/host/devices.h"
+#include "platform/drivers/catalogue.h"
 #include "platform/system/local_socket.h"
 #include "platform/system/printable.h"
 
@@ -21,8 +21,12 @@ std::optional<std::string> endpointOfVariable() {
 }
 
 std::vector<std::string> endpointsWhenUnset() {
-  return {std::string(Local) + host::wellKnownSocket(), embeddedEndpoint(host::AlsaDriver),
-          embeddedEndpoint(host::JackDriver), embeddedEndpoint({})};
+  std::vector<std::string> endpoints{std::string(Local) + sys::wellKnownSocket()};
+  for (const drivers::Entry& entry : drivers::catalogue()) {
+    if (entry.isSystem) endpoints.push_back(embeddedEndpoint(entry.name));
+  }
+  endpoints.push_back(embeddedEndpoint({}));
+  return endpoints;
 }
 
 Endpoint parseEndpoint(std::string_view text, std::uint32_t behaviour) {
@@ -44,7 +48,7 @@ Endpoint parseEndpoint(std::string_view text, std::uint32_t behaviour) {
 std::string embeddedEndpoint(std::string_view device) { return std::string(Embedded).append(device); }
 
 std::string endpointLine(std::string_view endpoint, std::string_view what) {
-  return wire::printable(endpoint) + ": " + wire::printable(what);
+  return sys::printable(endpoint) + ": " + sys::printable(what);
 }
 
 }  // namespace client

@@ -10,7 +10,7 @@
 
 namespace client {
 
-// A service in this process, on a device (see host::openDevice).
+// A service in this process, on a device (see drivers::openDevice).
 struct EmbeddedEndpoint {
   std::string device;
   friend bool operator==(const EmbeddedEndpoint&, const EmbeddedEndpoint&) = default;

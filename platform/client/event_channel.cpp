@@ -22,11 +22,11 @@ std::string messagesText(std::uint64_t count) {
   return std::to_string(count) + (count == 1 ? " message" : " messages");
 }
 
-void reportLoss(std::uint64_t count) { wire::sayLine(messagesText(count) + " lost: this program reads too slowly"); }
+void reportLoss(std::uint64_t count) { sys::sayLine(messagesText(count) + " lost: this program reads too slowly"); }
 
-void reportLossBefore(std::uint64_t count) { wire::sayLine(messagesText(count) + " lost on the way to the service"); }
+void reportLossBefore(std::uint64_t count) { sys::sayLine(messagesText(count) + " lost on the way to the service"); }
 
-void reportUncountedLosses(std::uint64_t times) { wire::sayLine(wire::uncountedLossText(times, "to the service")); }
+void reportUncountedLosses(std::uint64_t times) { sys::sayLine(wire::uncountedLossText(times, "to the service")); }
 
 std::chrono::nanoseconds clockNow() { return std::chrono::steady_clock::now().time_since_epoch(); }
 
@@ -103,7 +103,7 @@ bool EventChannel::dispatch(const PortRegistry& ports, const wire::EventEntry& e
   EvtSrv::EventPort* port = ports.find(entry.eventPort);
   const auto header = wire::readEventHeader(entry.event);
   if (port == nullptr || !header) return false;
-  std::array<char, wire::MaxNameBytes + 1> name{};
+  std::array<char, device::MaxNameBytes + 1> name{};
   std::ranges::copy(entry.port, name.begin());
   EvtSrv::MemoryHolder data(entry.event);
   const WhileTrue dispatching(dispatching_);

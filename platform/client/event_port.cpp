@@ -13,25 +13,25 @@ namespace {
 
 constexpr std::size_t DefaultHolderBytes = 1004;
 
-EventResult toResult(const std::optional<wire::Status>& status) {
+EventResult toResult(const std::optional<device::Status>& status) {
   if (!status) return EvtRes_NoService;
   switch (*status) {
-    case wire::Status::Ok:
+    case device::Status::Ok:
       return EvtRes_Success;
-    case wire::Status::Nothing:
+    case device::Status::Nothing:
       return EvtRes_DoNothing;
-    case wire::Status::NotFound:
+    case device::Status::NotFound:
       return EvtRes_NotFound;
-    case wire::Status::NoSession:
+    case device::Status::NoSession:
       return EvtRes_NoService;
-    case wire::Status::BadRequest:
-    case wire::Status::Refused:
+    case device::Status::BadRequest:
+    case device::Status::Refused:
       break;
   }
   return EvtRes_UnknownError;
 }
 
-bool isName(const char* name) { return name != nullptr && std::strlen(name) <= wire::MaxNameBytes; }
+bool isName(const char* name) { return name != nullptr && std::strlen(name) <= device::MaxNameBytes; }
 
 }  // namespace
 

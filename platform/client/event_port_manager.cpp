@@ -33,7 +33,7 @@ EventPortManager::EventPortManager(std::uint32_t behaviour, bool /*dispatchOnRec
     return std::nullopt;
   };
   const auto report = [](const std::string& endpoint, const client::ConnectionProblem& problem) {
-    wire::sayLine(client::endpointLine(endpoint, problem.cause));
+    sys::sayLine(client::endpointLine(endpoint, problem.cause));
   };
   client::findService(endpointsToTry(), behaviour, take, report);
 }

@@ -18,7 +18,7 @@ Opening waitForOpening(Dealer& dealer, const Deadline& deadline) {
     const auto envelope = answer ? wire::decode(*answer) : std::nullopt;
     if (!envelope || envelope->tag != Tag) continue;
     const auto* result = std::get_if<wire::Result>(&envelope->body);
-    return result != nullptr && result->status == wire::Status::Ok ? Opening::Opened : Opening::Refused;
+    return result != nullptr && result->status == device::Status::Ok ? Opening::Opened : Opening::Refused;
   }
   return Opening::NotYet;
 }

@@ -126,18 +126,18 @@ std::vector<GroupRecord> groupsOf(const wire::Topology& topology, const client::
   return groups;
 }
 
-StreamResult toResult(const std::optional<wire::Status>& status) {
+StreamResult toResult(const std::optional<device::Status>& status) {
   if (!status) return StrmRes_NoService;
   switch (*status) {
-    case wire::Status::Ok:
-    case wire::Status::Nothing:
+    case device::Status::Ok:
+    case device::Status::Nothing:
       return StrmRes_Success;
-    case wire::Status::NotFound:
+    case device::Status::NotFound:
       return StrmRes_NotFound;
-    case wire::Status::NoSession:
+    case device::Status::NoSession:
       return StrmRes_NoService;
-    case wire::Status::BadRequest:
-    case wire::Status::Refused:
+    case device::Status::BadRequest:
+    case device::Status::Refused:
       break;
   }
   return StrmRes_Refused;
@@ -168,14 +168,14 @@ Patcher::Patcher(EvtSrv::EventPortManager& manager, unsigned streamType) : state
 StreamResult Patcher::State::patch(bool made, PortRecord source, PortRecord sink) {
   const auto service = session.lock();
   if (!service) return StrmRes_NoService;
-  std::optional<wire::Status> status;
+  std::optional<device::Status> status;
   for (int attempt = 0; attempt < Attempts; ++attempt) {
     const std::uint64_t number = follow(*service);
     const client::ServicePort from = toService(source, client::Side::Source);
     const client::ServicePort to = toService(sink, client::Side::Sink);
     status = service->patch(made, {from.group, from.index, to.group, to.index}, number);
-    if (status == wire::Status::NotFound && learnsMore(*service)) continue;
-    if (status != wire::Status::NoSession) break;
+    if (status == device::Status::NotFound && learnsMore(*service)) continue;
+    if (status != device::Status::NoSession) break;
   }
   return toResult(status);
 }

@@ -17,7 +17,7 @@ bool isOneOf(std::string_view name, const std::optional<wire::TopologySide>& sid
   if (!side) return false;
   if (!side->names.empty()) return std::ranges::find(side->names, name) != side->names.end();
   if (!name.starts_with(side->prefix)) return false;
-  const auto index = wire::indexOfNumber(name.substr(side->prefix.size()));
+  const auto index = device::indexOfNumber(name.substr(side->prefix.size()));
   return index && *index < side->count;
 }
 
@@ -37,8 +37,8 @@ std::string PortNames::name(std::uint16_t group, std::uint16_t index, Side side)
       return ports->names.empty() ? ports->prefix + std::to_string(index + 1) : ports->names[index];
     }
   }
-  return wire::missingPortName(known == nullptr ? std::string_view{} : known->name, group, side == Side::Sink, index,
-                               [this](const std::string& name) { return has(name); });
+  return device::missingPortName(known == nullptr ? std::string_view{} : known->name, group, side == Side::Sink, index,
+                                 [this](const std::string& name) { return has(name); });
 }
 
 const wire::TopologyGroup* PortNames::find(std::uint16_t group) const {

@@ -37,7 +37,7 @@ constexpr std::size_t TapsAtOnce = 100;
 // How long a channel of a service that has gone has to hand out what had arrived. It ends at once when it has closed.
 constexpr std::chrono::milliseconds RestTime{100};
 
-void report(const std::string& endpoint, std::string_view what) { wire::sayLine(client::endpointLine(endpoint, what)); }
+void report(const std::string& endpoint, std::string_view what) { sys::sayLine(client::endpointLine(endpoint, what)); }
 
 wire::Tap toTap(std::uint64_t session, const client::TapList::Entry& tap) {
   return {session, tap.first.first, tap.second.holderBytes, tap.first.second};
@@ -114,8 +114,8 @@ EventResult EventPortManager::Session::receive(int milliseconds) {
   return EvtRes_DoNothing;
 }
 
-std::optional<wire::Status> EventPortManager::Session::tap(std::uint32_t port, const std::string& name,
-                                                           std::uint32_t holderBytes) {
+std::optional<device::Status> EventPortManager::Session::tap(std::uint32_t port, const std::string& name,
+                                                             std::uint32_t holderBytes) {
   const Deadline deadline(client::AnswerTime);
   const std::lock_guard guard(mutex_);
   const auto status = request(
@@ -123,7 +123,7 @@ std::optional<wire::Status> EventPortManager::Session::tap(std::uint32_t port, c
         return wire::Tap{session, port, holderBytes, name};
       },
       deadline);
-  if (status == wire::Status::Ok) taps_.add(port, name, holderBytes);
+  if (status == device::Status::Ok) taps_.add(port, name, holderBytes);
   // A service that is only late would tap all the same.
   if (!status && channels_ && !taps_.contains(port, name)) {
     channels_->control.tell(wire::Untap{channels_->control.session(), port, name});
@@ -131,7 +131,7 @@ std::optional<wire::Status> EventPortManager::Session::tap(std::uint32_t port, c
   return status;
 }
 
-std::optional<wire::Status> EventPortManager::Session::untap(std::uint32_t port, const std::string& name) {
+std::optional<device::Status> EventPortManager::Session::untap(std::uint32_t port, const std::string& name) {
   const Deadline deadline(client::AnswerTime);
   const std::lock_guard guard(mutex_);
   taps_.remove(port, name);
@@ -140,7 +140,7 @@ std::optional<wire::Status> EventPortManager::Session::untap(std::uint32_t port,
   return status;
 }
 
-std::optional<wire::Status> EventPortManager::Session::untapAll(std::uint32_t port) {
+std::optional<device::Status> EventPortManager::Session::untapAll(std::uint32_t port) {
   const Deadline deadline(client::AnswerTime);
   const std::lock_guard guard(mutex_);
   taps_.removeAll(port);
@@ -149,7 +149,7 @@ std::optional<wire::Status> EventPortManager::Session::untapAll(std::uint32_t po
   return status;
 }
 
-std::optional<wire::Status> EventPortManager::Session::request(
+std::optional<device::Status> EventPortManager::Session::request(
     const std::function<wire::Body(std::uint64_t session)>& message, const Deadline& deadline) {
   if (!attached() || silent()) return std::nullopt;
   const auto result = channels_->control.ask<wire::Result>(message(channels_->control.session()), deadline);
@@ -227,7 +227,7 @@ bool EventPortManager::Session::attach() {
       if (!answered) break;
       const auto result = control.ask<wire::Result>(toTap(control.session(), *tap), Deadline(AttachTime));
       answered = result.has_value();
-      tap->second.isMissing = !answered || result->status != wire::Status::Ok;
+      tap->second.isMissing = !answered || result->status != device::Status::Ok;
       if (!tap->second.isMissing) ++tapped;
     }
     if (answered) {
@@ -286,7 +286,7 @@ void EventPortManager::Session::tapMissing() {
       noticeLoss(deadline);
       break;
     }
-    tap.second.isMissing = result->status != wire::Status::Ok;
+    tap.second.isMissing = result->status != device::Status::Ok;
     if (!tap.second.isMissing) ++tapped;
   }
   tapsAreMissing_ = std::ranges::any_of(taps, [](const auto* tap) { return tap->second.isMissing; });

@@ -62,12 +62,12 @@ class EventPortManager::Session {
   // See EventPortManager::receiveEvent. One thread at a time.
   EventResult receive(int milliseconds);
 
-  std::optional<wire::Status> tap(std::uint32_t port, const std::string& name, std::uint32_t holderBytes);
-  std::optional<wire::Status> untap(std::uint32_t port, const std::string& name);
-  std::optional<wire::Status> untapAll(std::uint32_t port);
+  std::optional<device::Status> tap(std::uint32_t port, const std::string& name, std::uint32_t holderBytes);
+  std::optional<device::Status> untap(std::uint32_t port, const std::string& name);
+  std::optional<device::Status> untapAll(std::uint32_t port);
 
   // Waits only while the service is behind, also when it is stopped, and fails at once while it has gone. bytes: not
-  // empty, wire::MaxMessageBytes at most.
+  // empty, device::MaxMessageBytes at most.
   bool send(std::uint32_t port, std::uint16_t group, std::span<const std::uint8_t> bytes);
 
   // The service's number of this session; 0 while it has gone. Another service has another number, and may have other
@@ -94,7 +94,7 @@ class EventPortManager::Session {
 
   // The status, when the mirror shows what the service has done; NoSession, and nothing done, when the session has
   // another number than the caller thinks.
-  std::optional<wire::Status> patch(bool made, const wire::LinkRecord& link, std::uint64_t number);
+  std::optional<device::Status> patch(bool made, const wire::LinkRecord& link, std::uint64_t number);
 
   // Copies what the up-to-date mirror says; does not wait, but when the mirror has to be fetched anew. False without a
   // mirror, and when the session has another number: result is then empty.
@@ -120,8 +120,8 @@ class EventPortManager::Session {
       : connection_(std::move(connection)), endpoint_(std::move(endpoint)) {}
 
   // With mutex_ locked.
-  std::optional<wire::Status> request(const std::function<wire::Body(std::uint64_t session)>& message,
-                                      const client::Deadline& deadline);
+  std::optional<device::Status> request(const std::function<wire::Body(std::uint64_t session)>& message,
+                                        const client::Deadline& deadline);
 
   // With mutex_ locked: whether the service is there, as far as is known; looks for it when it has gone.
   bool attached();

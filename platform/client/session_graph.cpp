@@ -20,13 +20,13 @@ constexpr std::chrono::milliseconds FollowInterval{200};
 
 }  // namespace
 
-std::optional<wire::Status> EventPortManager::Session::patch(bool made, const wire::LinkRecord& link,
-                                                             std::uint64_t number) {
+std::optional<device::Status> EventPortManager::Session::patch(bool made, const wire::LinkRecord& link,
+                                                               std::uint64_t number) {
   const Deadline deadline(client::AnswerTime);
   const std::lock_guard guard(mutex_);
   // Before the change, so that what follows it is only news.
   if (!attached() || silent()) return std::nullopt;
-  if (channels_->control.session() != number) return wire::Status::NoSession;
+  if (channels_->control.session() != number) return device::Status::NoSession;
   if (!bringMirrorUp(deadline)) {
     noticeLoss(deadline);
     return std::nullopt;

@@ -52,7 +52,7 @@ void EventPortManager::Session::lookForArrivals() {
     return;
   }
   keepTopology(std::move(*topology));
-  if (const auto line = arrivals_.look(topology_)) wire::sayLine(client::endpointLine(endpoint_, *line));
+  if (const auto line = arrivals_.look(topology_)) sys::sayLine(client::endpointLine(endpoint_, *line));
 }
 
 void EventPortManager::Session::tellLostLinks() {
@@ -72,7 +72,7 @@ void EventPortManager::Session::reportLostLinks() {
   lossIsUntold_ = !links;
   nextLossLook_ = Clock::now() + NewsInterval;
   if (!links) return;
-  if (const auto line = carried_.compare(*links, *topology)) wire::sayLine(client::endpointLine(endpoint_, *line));
+  if (const auto line = carried_.compare(*links, *topology)) sys::sayLine(client::endpointLine(endpoint_, *line));
 }
 
 }  // namespace EvtSrv

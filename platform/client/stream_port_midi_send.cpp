@@ -19,7 +19,7 @@ constexpr std::uint8_t PitchBend = 0xE0;
 }  // namespace
 
 StreamResult StreamPortMIDI::sendMessage(std::span<const std::uint8_t> bytes, std::uint16_t group) {
-  if (bytes.empty() || bytes.size() > wire::MaxMessageBytes) return StrmRes_BadArgument;
+  if (bytes.empty() || bytes.size() > device::MaxMessageBytes) return StrmRes_BadArgument;
   const auto connection = session();
   return connection && connection->send(portNumber(), group, bytes) ? StrmRes_Success : StrmRes_NoService;
 }

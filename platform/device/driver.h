@@ -10,7 +10,7 @@
 #include "platform/device/status.h"
 #include "platform/device/topology.h"
 
-namespace service {
+namespace device {
 
 // What a driver tells the service. Called only from inside Driver operations, on the service's thread.
 class DriverEvents {
@@ -83,7 +83,7 @@ class Driver {
   // Makes (or, made false, ends) a connection in the other system, and tells by linked or unlinked before it returns.
   // Ok also for what is so already when it is to be made; NotFound for one that is to be ended and does not stand.
   // Nothing: such a connection is not the other system's, so the service carries it. Both ports exist.
-  virtual std::optional<wire::Status> patch(bool made, const Link& link, Time now);
+  virtual std::optional<Status> patch(bool made, const Link& link, Time now);
 
   // Readable when advance is to be called, whatever it has answered; the same as long as the driver lives. -1: there is
   // none.
@@ -93,8 +93,6 @@ class Driver {
   virtual bool behind() const { return false; }
 };
 
-inline std::optional<wire::Status> Driver::patch(bool /*made*/, const Link& /*link*/, Time /*now*/) {
-  return std::nullopt;
-}
+inline std::optional<Status> Driver::patch(bool /*made*/, const Link& /*link*/, Time /*now*/) { return std::nullopt; }
 
-}  // namespace service
+}  // namespace device

@@ -2,7 +2,7 @@
 
 #include <algorithm>
 
-namespace service {
+namespace device {
 namespace {
 
 bool isForbidden(char byte) {
@@ -47,4 +47,4 @@ void UniqueNames::remove(const std::string& name) {
   taken_.erase(taken);
 }
 
-}  // namespace service
+}  // namespace device

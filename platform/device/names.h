@@ -9,14 +9,9 @@
 #include <string_view>
 #include <unordered_map>
 
-#include "platform/wire/messages.h"
+#include "platform/device/limits.h"
 
-namespace service {
-
-inline constexpr std::size_t MaxNameBytes = wire::MaxNameBytes;
-
-// A group's name leaves room for "Out" and the number of a port, five digits at most.
-inline constexpr std::size_t MaxGroupNameBytes = MaxNameBytes - 8;
+namespace device {
 
 // The name that a real system's name becomes: each byte that must not be becomes "_", the empty name and ".." become
 // "_", and what goes beyond most bytes (at least 1) is cut. A name that is clean already stays as it is.
@@ -48,4 +43,4 @@ class UniqueNames {
   std::unordered_map<std::string, Suffixes> suffixes_;
 };
 
-}  // namespace service
+}  // namespace device

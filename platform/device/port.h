@@ -6,7 +6,7 @@
 #include <cstdint>
 #include <span>
 
-namespace service {
+namespace device {
 
 enum class Side : std::uint8_t { Source = 0, Sink = 1 };
 
@@ -41,4 +41,4 @@ struct Message {
 // Time since an arbitrary start, monotonic.
 using Time = std::chrono::nanoseconds;
 
-}  // namespace service
+}  // namespace device

@@ -2,9 +2,9 @@
 
 #include <charconv>
 
-#include "platform/wire/messages.h"
+#include "platform/device/limits.h"
 
-namespace wire {
+namespace device {
 namespace {
 
 std::string joined(std::string_view stem, const std::string& tail) {
@@ -30,4 +30,4 @@ std::string missingPortName(std::string_view groupName, std::uint64_t groupNumbe
   return name;
 }
 
-}  // namespace wire
+}  // namespace device

@@ -7,7 +7,7 @@
 #include <string>
 #include <string_view>
 
-namespace wire {
+namespace device {
 
 // The index of the port whose number these digits are: "1" is 0. Nothing for what is not a number from 1 to 65536
 // written the shortest way.
@@ -19,4 +19,4 @@ std::optional<std::uint16_t> indexOfNumber(std::string_view digits);
 std::string missingPortName(std::string_view groupName, std::uint64_t groupNumber, bool sink, std::uint16_t index,
                             const std::function<bool(const std::string&)>& taken);
 
-}  // namespace wire
+}  // namespace device

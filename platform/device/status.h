@@ -3,7 +3,7 @@
 
 #include <cstdint>
 
-namespace wire {
+namespace device {
 
 enum class Status : std::uint32_t {
   Ok = 0,
@@ -14,4 +14,4 @@ enum class Status : std::uint32_t {
   Refused = 5,     // the device does not do this
 };
 
-}  // namespace wire
+}  // namespace device

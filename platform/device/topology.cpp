@@ -5,7 +5,7 @@
 
 #include "platform/device/port_name.h"
 
-namespace service {
+namespace device {
 namespace {
 
 constexpr std::size_t MaxPortDigits = 5;
@@ -72,7 +72,7 @@ std::optional<PortId> Topology::place(std::string_view name) const {
     const std::size_t prefixSize = name.size() - digits;
     const auto numbered = byPrefix_.find(name.substr(0, prefixSize));
     if (numbered == byPrefix_.end()) continue;
-    const auto index = wire::indexOfNumber(name.substr(prefixSize));
+    const auto index = indexOfNumber(name.substr(prefixSize));
     if (!index) continue;
     PortId port = numbered->second;
     port.index = *index;
@@ -85,8 +85,8 @@ std::string Topology::name(PortId port) const {
   const Group* group = find(port.group);
   const SideOfGroup* ports = group != nullptr && group->side(port.side) ? &*group->side(port.side) : nullptr;
   if (ports != nullptr && port.index < ports->count) return ports->nameOf(port.index);
-  return wire::missingPortName(group == nullptr ? std::string_view{} : group->name, port.group, port.side == Side::Sink,
-                               port.index, [this](const std::string& taken) { return place(taken).has_value(); });
+  return missingPortName(group == nullptr ? std::string_view{} : group->name, port.group, port.side == Side::Sink,
+                         port.index, [this](const std::string& taken) { return place(taken).has_value(); });
 }
 
-}  // namespace service
+}  // namespace device

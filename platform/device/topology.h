@@ -12,7 +12,7 @@
 
 #include "platform/device/port.h"
 
-namespace service {
+namespace device {
 
 // The ports of one group on one side. Their names are the prefix and a number from 1 on, or, where names is not
 // empty, those of the list (its size is then the count). So thousands of numbered ports cost no memory each.
@@ -87,4 +87,4 @@ class Topology {
   std::map<std::string, PortId, std::less<>> byName_;    // ports with names of their own
 };
 
-}  // namespace service
+}  // namespace device

@@ -12,7 +12,7 @@
 
 #include "platform/device/names.h"
 
-namespace service {
+namespace drivers {
 namespace {
 
 // So many ports stand in a line for the log.
@@ -24,14 +24,14 @@ struct Origin {
   std::uint64_t group = 0;
 };
 
-bool isThere(const std::optional<SideOfGroup>& side, std::uint16_t index) {
+bool isThere(const std::optional<device::SideOfGroup>& side, std::uint16_t index) {
   return side && index < side->count && !side->hasGone(index);
 }
 
 // The ports of a group that are there, and were not there before.
-std::vector<std::string> newPorts(const Group& before, const Group& now) {
+std::vector<std::string> newPorts(const device::Group& before, const device::Group& now) {
   std::vector<std::string> names;
-  for (const Side which : {Side::Source, Side::Sink}) {
+  for (const device::Side which : {device::Side::Source, device::Side::Sink}) {
     const auto& side = now.side(which);
     for (std::uint16_t index = 0; side && index < side->count; ++index) {
       if (isThere(side, index) && !isThere(before.side(which), index)) names.push_back(side->nameOf(index));
@@ -40,10 +40,10 @@ std::vector<std::string> newPorts(const Group& before, const Group& now) {
   return names;
 }
 
-bool anyPortIsThere(const Group& group) { return !newPorts({}, group).empty(); }
+bool anyPortIsThere(const device::Group& group) { return !newPorts({}, group).empty(); }
 
 // What there is for the log when a group has come, or ports of it; nothing when none have.
-std::optional<std::string> arrivalLine(const Group& before, const Group& now) {
+std::optional<std::string> arrivalLine(const device::Group& before, const device::Group& now) {
   const auto names = newPorts(before, now);
   if (names.empty()) return std::nullopt;
   std::string line = "group \"" + now.name + (anyPortIsThere(before) ? "\" has more ports: " : "\" has come: ");
@@ -61,10 +61,10 @@ class JointTopology {
     rebuild();
   }
 
-  const Topology& topology() const { return topology_; }
+  const device::Topology& topology() const { return topology_; }
 
   // The topology of a device is another now. Answers lines for the log of what has come.
-  std::vector<std::string> update(std::size_t device, const Topology& now) {
+  std::vector<std::string> update(std::size_t device, const device::Topology& now) {
     forgetMissing(device, now);
     std::vector<std::string> lines = enter(device, now);
     rebuild();
@@ -72,10 +72,10 @@ class JointTopology {
   }
 
   // The port of a device in the joint topology; nothing when its group is not there.
-  std::optional<PortId> joint(std::size_t device, PortId port) const {
+  std::optional<device::PortId> joint(std::size_t device, device::PortId port) const {
     const auto found = handles_[device].find(port.group);
     if (found == handles_[device].end()) return std::nullopt;
-    return PortId{found->second, port.index, port.side};
+    return device::PortId{found->second, port.index, port.side};
   }
 
   // Null for a group that is not there. Valid until the next update.
@@ -87,18 +87,18 @@ class JointTopology {
  private:
   struct Entry {
     Origin origin;
-    Group group;  // with the names that it has here
+    device::Group group;  // with the names that it has here
   };
 
-  std::vector<std::string> enter(std::size_t device, const Topology& now) {
+  std::vector<std::string> enter(std::size_t device, const device::Topology& now) {
     std::vector<std::string> lines;
-    for (const Group& group : now.groups()) {
+    for (const device::Group& group : now.groups()) {
       if (const auto line = enter(device, group)) lines.push_back(*line);
     }
     return lines;
   }
 
-  std::optional<std::string> enter(std::size_t device, const Group& group) {
+  std::optional<std::string> enter(std::size_t device, const device::Group& group) {
     const auto [handle, isNew] = handles_[device].try_emplace(group.handle, nextHandle_);
     if (isNew) {
       Entry& entry = entries_[nextHandle_];
@@ -106,8 +106,8 @@ class JointTopology {
       entry.group = {nextHandle_, groupNames_.add(group.name), std::nullopt, std::nullopt, {}, group.wantedId, device};
       ++nextHandle_;
     }
-    Group& entered = entries_.at(handle->second).group;
-    const Group before = entered;
+    device::Group& entered = entries_.at(handle->second).group;
+    const device::Group before = entered;
     entered.original = group.original;
     entered.sources = named(group.sources, before.sources);
     entered.sinks = named(group.sinks, before.sinks);
@@ -115,9 +115,10 @@ class JointTopology {
   }
 
   // A port that was there before keeps its name.
-  std::optional<SideOfGroup> named(const std::optional<SideOfGroup>& side, const std::optional<SideOfGroup>& before) {
+  std::optional<device::SideOfGroup> named(const std::optional<device::SideOfGroup>& side,
+                                           const std::optional<device::SideOfGroup>& before) {
     if (!side) return std::nullopt;
-    SideOfGroup entered = *side;
+    device::SideOfGroup entered = *side;
     entered.names = before ? before->names : std::vector<std::string>();
     for (auto index = static_cast<std::uint16_t>(entered.names.size()); index < side->count; ++index) {
       entered.names.push_back(portNames_.add(side->nameOf(index)));
@@ -125,11 +126,11 @@ class JointTopology {
     return entered;
   }
 
-  void forgetMissing(std::size_t device, const Topology& now) {
+  void forgetMissing(std::size_t device, const device::Topology& now) {
     std::erase_if(handles_[device], [&](const auto& handle) {
       if (now.find(handle.first) != nullptr) return false;
       const auto forgotten = entries_.find(handle.second);
-      const Group& group = forgotten->second.group;
+      const device::Group& group = forgotten->second.group;
       for (const auto* side : {&group.sources, &group.sinks}) {
         if (!*side) continue;
         for (const std::string& name : (*side)->names) portNames_.remove(name);
@@ -141,18 +142,18 @@ class JointTopology {
   }
 
   void rebuild() {
-    std::vector<Group> groups;
+    std::vector<device::Group> groups;
     groups.reserve(entries_.size());
     for (const auto& [handle, entry] : entries_) groups.push_back(entry.group);
-    topology_ = Topology(std::move(groups));
+    topology_ = device::Topology(std::move(groups));
   }
 
   std::map<std::uint64_t, Entry> entries_;                                 // by joint handle
   std::vector<std::unordered_map<std::uint64_t, std::uint64_t>> handles_;  // of each device, to the joint ones
   std::uint64_t nextHandle_ = 0;
-  UniqueNames groupNames_{MaxGroupNameBytes};
-  UniqueNames portNames_;
-  Topology topology_;
+  device::UniqueNames groupNames_{device::MaxGroupNameBytes};
+  device::UniqueNames portNames_;
+  device::Topology topology_;
 };
 
 // Readable when any of the drivers' descriptors is.
@@ -182,33 +183,33 @@ class AnyReadable {
   int descriptor_ = -1;
 };
 
-class SideBySide : public Driver {
+class SideBySide : public device::Driver {
  public:
   explicit SideBySide(std::vector<NamedDriver> drivers)
       : drivers_(std::move(drivers)), readable_(drivers_), joint_(drivers_) {
     for (std::size_t device = 0; device < drivers_.size(); ++device) {
-      for (const Link& link : drivers_[device].driver->initialLinks()) {
+      for (const device::Link& link : drivers_[device].driver->initialLinks()) {
         if (const auto entered = jointLink(device, link)) links_.push_back(*entered);
       }
     }
   }
 
-  const Topology& topology() const override { return joint_.topology(); }
+  const device::Topology& topology() const override { return joint_.topology(); }
 
-  const std::vector<Link>& initialLinks() const override { return links_; }
+  const std::vector<device::Link>& initialLinks() const override { return links_; }
 
-  void start(DriverEvents& events, Time now) override {
+  void start(device::DriverEvents& events, device::Time now) override {
     for (std::size_t device = 0; device < drivers_.size(); ++device) {
       members_.push_back(std::make_unique<Member>(*this, device, events));
       drivers_[device].driver->start(*members_.back(), now);
     }
   }
 
-  void deliver(PortId sink, const Message& message, Time now) override {
+  void deliver(device::PortId sink, const device::Message& message, device::Time now) override {
     if (const Origin* origin = joint_.origin(sink.group)) driverOf(*origin).deliver(port(*origin, sink), message, now);
   }
 
-  void setUsed(PortId source, bool used, Time now) override {
+  void setUsed(device::PortId source, bool used, device::Time now) override {
     const Origin* known = joint_.origin(source.group);
     const auto before = used_.extract(source);
     if (known == nullptr && !before) return;
@@ -217,8 +218,8 @@ class SideBySide : public Driver {
     driverOf(origin).setUsed(port(origin, source), used, now);
   }
 
-  std::optional<Time> advance(Time now) override {
-    std::optional<Time> earliest;
+  std::optional<device::Time> advance(device::Time now) override {
+    std::optional<device::Time> earliest;
     for (const auto& [name, driver] : drivers_) {
       const auto due = driver->advance(now);
       if (due && (!earliest || *due < *earliest)) earliest = due;
@@ -226,11 +227,11 @@ class SideBySide : public Driver {
     return earliest;
   }
 
-  void finish(Time now) override {
+  void finish(device::Time now) override {
     for (const auto& [name, driver] : drivers_) driver->finish(now);
   }
 
-  std::optional<wire::Status> patch(bool made, const Link& link, Time now) override {
+  std::optional<device::Status> patch(bool made, const device::Link& link, device::Time now) override {
     const Origin* source = joint_.origin(link.sourceGroup);
     const Origin* sink = joint_.origin(link.sinkGroup);
     if (source == nullptr || sink == nullptr || source->device != sink->device) return std::nullopt;
@@ -245,25 +246,26 @@ class SideBySide : public Driver {
 
  private:
   // What one of the devices tells, in the words of the joint one.
-  class Member : public DriverEvents {
+  class Member : public device::DriverEvents {
    public:
-    Member(SideBySide& all, std::size_t device, DriverEvents& events) : all_(all), device_(device), events_(events) {}
+    Member(SideBySide& all, std::size_t device, device::DriverEvents& events)
+        : all_(all), device_(device), events_(events) {}
 
-    void emitted(PortId source, const Message& message, Time now) override {
+    void emitted(device::PortId source, const device::Message& message, device::Time now) override {
       if (const auto port = all_.joint_.joint(device_, source)) events_.emitted(*port, message, now);
     }
-    void linked(const Link& link, Time now) override {
+    void linked(const device::Link& link, device::Time now) override {
       if (const auto entered = all_.jointLink(device_, link)) events_.linked(*entered, now);
     }
-    void unlinked(const Link& link, Time now) override {
+    void unlinked(const device::Link& link, device::Time now) override {
       if (const auto entered = all_.jointLink(device_, link)) events_.unlinked(*entered, now);
     }
-    void topologyChanged(Time now) override {
+    void topologyChanged(device::Time now) override {
       const auto lines = all_.joint_.update(device_, all_.drivers_[device_].driver->topology());
       for (const std::string& line : lines) noted(line);
       events_.topologyChanged(now);
     }
-    void lost(PortId source, std::uint64_t count, Time now) override {
+    void lost(device::PortId source, std::uint64_t count, device::Time now) override {
       if (const auto port = all_.joint_.joint(device_, source)) events_.lost(*port, count, now);
     }
     void noted(std::string_view line) override { events_.noted(named(line)); }
@@ -274,32 +276,34 @@ class SideBySide : public Driver {
 
     SideBySide& all_;
     std::size_t device_;
-    DriverEvents& events_;
+    device::DriverEvents& events_;
   };
 
-  static PortId port(const Origin& origin, PortId joint) { return {origin.group, joint.index, joint.side}; }
+  static device::PortId port(const Origin& origin, device::PortId joint) {
+    return {origin.group, joint.index, joint.side};
+  }
 
-  Driver& driverOf(const Origin& origin) const { return *drivers_[origin.device].driver; }
+  device::Driver& driverOf(const Origin& origin) const { return *drivers_[origin.device].driver; }
 
-  std::optional<Link> jointLink(std::size_t device, const Link& link) const {
+  std::optional<device::Link> jointLink(std::size_t device, const device::Link& link) const {
     const auto source = joint_.joint(device, link.source());
     const auto sink = joint_.joint(device, link.sink());
     if (!source || !sink) return std::nullopt;
-    return Link{source->group, source->index, sink->group, sink->index};
+    return device::Link{source->group, source->index, sink->group, sink->index};
   }
 
   std::vector<std::unique_ptr<Member>> members_;  // destroyed after the drivers, which speak to them
   std::vector<NamedDriver> drivers_;
   AnyReadable readable_;
   JointTopology joint_;
-  std::map<PortId, Origin> used_;  // a device that has forgotten a source must still hear that nobody uses it
-  std::vector<Link> links_;
+  std::map<device::PortId, Origin> used_;  // a device that has forgotten a source must still hear that nobody uses it
+  std::vector<device::Link> links_;
 };
 
 }  // namespace
 
-std::unique_ptr<Driver> makeSideBySide(std::vector<NamedDriver> drivers) {
+std::unique_ptr<device::Driver> makeSideBySide(std::vector<NamedDriver> drivers) {
   return std::make_unique<SideBySide>(std::move(drivers));
 }
 
-}  // namespace service
+}  // namespace drivers

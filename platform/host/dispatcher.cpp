@@ -18,20 +18,20 @@ namespace {
 
 // How long a client is probed. ZeroMQ tells of a closed connection a moment before it forgets the peer, and a number of
 // a connection may be a new client's already.
-constexpr service::Time SuspicionTime = std::chrono::seconds(1);
+constexpr device::Time SuspicionTime = std::chrono::seconds(1);
 
-std::optional<service::Time> earliest(std::initializer_list<std::optional<service::Time>> times) {
-  std::optional<service::Time> first;
+std::optional<device::Time> earliest(std::initializer_list<std::optional<device::Time>> times) {
+  std::optional<device::Time> first;
   for (const auto& time : times) {
     if (time && (!first || *time < *first)) first = time;
   }
   return first;
 }
 
-constexpr service::Time LossBeforeInterval = std::chrono::seconds(1);
+constexpr device::Time LossBeforeInterval = std::chrono::seconds(1);
 
 // A system that is late loses something unknown time after time.
-constexpr service::Time UncountedLossInterval = std::chrono::seconds(10);
+constexpr device::Time UncountedLossInterval = std::chrono::seconds(10);
 
 service::EventPortId toPort(std::uint32_t number) { return service::EventPortId{number}; }
 
@@ -54,26 +54,26 @@ Dispatcher::Dispatcher(service::Service& service, Peers& peers, const Limits& li
   limits_.sendWindow = std::max<std::uint32_t>(limits_.sendWindow, 1);
 }
 
-void Dispatcher::receive(std::string_view peer, std::span<const std::uint8_t> message, service::Time now) {
+void Dispatcher::receive(std::string_view peer, std::span<const std::uint8_t> message, device::Time now) {
   Request request{peer, 0, now};
   if (auto envelope = wire::decode(message)) {
     request.tag = envelope->tag;
     std::visit([&](auto& body) { handle(request, body); }, envelope->body);
   } else if (const auto tag = wire::tagOf(message)) {
     request.tag = *tag;
-    answer(request, wire::Status::BadRequest);
+    answer(request, device::Status::BadRequest);
   }
   sendEvents();
   removeGone(now);
 }
 
-void Dispatcher::idle(service::Time now) {
+void Dispatcher::idle(device::Time now) {
   if (service_.behind() || !std::exchange(takenOwed_, false)) return;
   for (auto& [number, session] : sessions_.all()) sendTaken(session);
   removeGone(now);
 }
 
-std::optional<service::Time> Dispatcher::advance(service::Time now) {
+std::optional<device::Time> Dispatcher::advance(device::Time now) {
   const auto serviceNext = service_.advance(now);
   sendGraphChanges();
   sendEvents();
@@ -85,7 +85,7 @@ std::optional<service::Time> Dispatcher::advance(service::Time now) {
   return earliest({serviceNext, probeNext, heldBackNext, logLosses(now), logLossesBefore(now)});
 }
 
-void Dispatcher::connectionClosed(int connection, service::Time now) {
+void Dispatcher::connectionClosed(int connection, device::Time now) {
   std::erase_if(closedAt_, [&](const auto& closed) { return closed.second + SuspicionTime < now; });
   closedAt_[connection] = now;
   for (auto& [number, session] : sessions_.all()) {
@@ -94,7 +94,7 @@ void Dispatcher::connectionClosed(int connection, service::Time now) {
   }
 }
 
-void Dispatcher::noteConnection(Session& session, std::size_t socket, service::Time now) {
+void Dispatcher::noteConnection(Session& session, std::size_t socket, device::Time now) {
   const auto connection = peers_.connection();
   if (!connection) return;
   session.connections.at(socket) = connection;
@@ -108,7 +108,7 @@ void Dispatcher::handle(const Request& request, wire::Hello& message) {
   // Nobody could learn of a session whose Hello asks for no answer.
   if (request.tag == 0) return;
   if (sessions_.findByPeer(request.peer) != nullptr) {
-    answer(request, wire::Status::BadRequest);
+    answer(request, device::Status::BadRequest);
     return;
   }
   Session& session = *sessions_.add(request.peer, service_.addClient());
@@ -126,7 +126,7 @@ void Dispatcher::handle(const Request& request, wire::Goodbye& message) {
   log(*session, "has left");
   service_.removeClient(session->client, request.now);
   sessions_.remove(message.session);
-  answer(request, wire::Status::Ok);
+  answer(request, device::Status::Ok);
 }
 
 void Dispatcher::handle(const Request& request, wire::Tap& message) {
@@ -146,13 +146,13 @@ void Dispatcher::handle(const Request& request, wire::UntapAll& message) {
   const Session* session = sessionFor(request, message.session, &Session::controlPeer);
   if (session == nullptr) return;
   service_.untapAll(session->client, toPort(message.eventPort), request.now);
-  answer(request, wire::Status::Ok);
+  answer(request, device::Status::Ok);
 }
 
 void Dispatcher::handle(const Request& request, wire::Patch& message) {
   if (sessionFor(request, message.session, &Session::controlPeer) == nullptr) return;
-  const service::Link link = toLink(message, firstHandle_);
-  const wire::Status status =
+  const device::Link link = toLink(message, firstHandle_);
+  const device::Status status =
       message.made ? service_.connect(link, request.now) : service_.disconnect(link, request.now);
   // The change goes out before the answer, so that who made it usually finds it there already.
   sendGraphChanges();
@@ -187,7 +187,7 @@ void Dispatcher::handle(const Request& request, wire::Send& message) {
   Session* session = sessions_.find(message.session);
   if (session == nullptr || session->controlPeer != request.peer) {
     // Told even without a tag: nothing else says that the message went nowhere.
-    sendTo(request.peer, wire::encode(request.tag, wire::Result{wire::Status::NoSession, service_.graphVersion()}));
+    sendTo(request.peer, wire::encode(request.tag, wire::Result{device::Status::NoSession, service_.graphVersion()}));
     return;
   }
   service_.send(session->client, toPort(message.eventPort), {message.group, message.bytes}, request.now);
@@ -196,17 +196,17 @@ void Dispatcher::handle(const Request& request, wire::Send& message) {
 
 void Dispatcher::handle(const Request& request, wire::Inject& message) {
   Session* session = sessions_.find(message.session);
-  wire::Status status = wire::Status::NoSession;
+  device::Status status = device::Status::NoSession;
   if (session != nullptr && session->controlPeer == request.peer) {
-    status = wire::Status::Ok;
+    status = device::Status::Ok;
     for (const wire::InjectItem& item : message.messages) {
       status = service_.inject(session->client, message.name, {item.group, item.bytes}, request.now);
-      if (status != wire::Status::Ok) break;
+      if (status != device::Status::Ok) break;
     }
     countTaken(*session);
   }
   // Told even without a tag, as for Send.
-  if (status != wire::Status::Ok) {
+  if (status != device::Status::Ok) {
     sendTo(request.peer, wire::encode(request.tag, wire::Result{status, service_.graphVersion()}));
   }
 }
@@ -218,10 +218,10 @@ void Dispatcher::handle(const Request& request, wire::AskStats& message) {
 
 void Dispatcher::handle(const Request& request, wire::OpenEvents& message) {
   Session* session = sessions_.find(message.session);
-  if (session == nullptr) return answer(request, wire::Status::NoSession);
+  if (session == nullptr) return answer(request, device::Status::NoSession);
   const bool opened = sessions_.openEvents(*session, request.peer);
   if (opened) noteConnection(*session, 1, request.now);
-  answer(request, opened ? wire::Status::Ok : wire::Status::BadRequest);
+  answer(request, opened ? device::Status::Ok : device::Status::BadRequest);
 }
 
 void Dispatcher::handle(const Request& request, wire::Consumed& message) {
@@ -231,13 +231,13 @@ void Dispatcher::handle(const Request& request, wire::Consumed& message) {
 
 void Dispatcher::handle(const Request& request, wire::OpenGraph& message) {
   Session* session = sessions_.find(message.session);
-  if (session == nullptr) return answer(request, wire::Status::NoSession);
+  if (session == nullptr) return answer(request, device::Status::NoSession);
   const bool opened = sessions_.openGraph(*session, request.peer);
   if (opened) {
     session->graph = Credit(service_.graphVersion());
     noteConnection(*session, 2, request.now);
   }
-  answer(request, opened ? wire::Status::Ok : wire::Status::BadRequest);
+  answer(request, opened ? device::Status::Ok : device::Status::BadRequest);
 }
 
 void Dispatcher::handle(const Request& request, wire::GraphSeen& message) {
@@ -247,17 +247,17 @@ void Dispatcher::handle(const Request& request, wire::GraphSeen& message) {
 
 template <class Message>
 void Dispatcher::handle(const Request& request, Message& /*message*/) {
-  answer(request, wire::Status::BadRequest);
+  answer(request, device::Status::BadRequest);
 }
 
 Session* Dispatcher::sessionFor(const Request& request, std::uint64_t number, std::string Session::*peer) {
   Session* session = sessions_.find(number);
   if (session != nullptr && session->*peer == request.peer) return session;
-  answer(request, wire::Status::NoSession);
+  answer(request, device::Status::NoSession);
   return nullptr;
 }
 
-void Dispatcher::answer(const Request& request, wire::Status status) {
+void Dispatcher::answer(const Request& request, device::Status status) {
   answer(request, wire::Result{status, service_.graphVersion()});
 }
 

@@ -32,26 +32,26 @@ class Dispatcher {
   Dispatcher(service::Service& service, Peers& peers, const Limits& limits, Log log, Log warnings = {});
 
   // A message has come from peer.
-  void receive(std::string_view peer, std::span<const std::uint8_t> message, service::Time now);
+  void receive(std::string_view peer, std::span<const std::uint8_t> message, device::Time now);
 
   // A connection (see Peers::connection) seems to have closed. Whether those who came by it are still there is found
   // out by sending to them for a while.
-  void connectionClosed(int connection, service::Time now);
+  void connectionClosed(int connection, device::Time now);
 
   // No message stands ready: tells waiting senders how far the service has come.
-  void idle(service::Time now);
+  void idle(device::Time now);
 
   // Does what is due in the service, and here. Answers when to call again (see service::Service::advance).
-  std::optional<service::Time> advance(service::Time now);
+  std::optional<device::Time> advance(device::Time now);
 
   // The service ends: logs what was still to be told.
-  void finish(service::Time now);
+  void finish(device::Time now);
 
  private:
   struct Request {
     std::string_view peer;
     std::uint32_t tag;
-    service::Time now;
+    device::Time now;
   };
 
   void handle(const Request& request, wire::Hello& message);
@@ -77,27 +77,27 @@ class Dispatcher {
   // The session of this number, when the request came from its socket for the purpose; else null, and answered.
   Session* sessionFor(const Request& request, std::uint64_t number, std::string Session::*peer);
 
-  void answer(const Request& request, wire::Status status);
+  void answer(const Request& request, device::Status status);
   void answer(const Request& request, const wire::Body& body);
   void sendTo(std::string_view peer, std::span<const std::uint8_t> message);
   void sendNotes();
   void countTaken(Session& session);
   void sendTaken(Session& session);
-  std::optional<service::Time> tellHeldBack(service::Time now);
+  std::optional<device::Time> tellHeldBack(device::Time now);
   void sendEvents();
   void sendEvents(Session& session);
   void sendGraphChanges();
   void tellTopologyChanged();
-  void removeGone(service::Time now);
+  void removeGone(device::Time now);
   // Notes by which connection one of the session's sockets (0 control, 1 events, 2 graph) has just come.
-  void noteConnection(Session& session, std::size_t socket, service::Time now);
+  void noteConnection(Session& session, std::size_t socket, device::Time now);
   // Both answer when to call them again.
-  std::optional<service::Time> probeSuspects(service::Time now);
-  std::optional<service::Time> logLosses(service::Time now);
-  std::optional<service::Time> logLossesBefore(service::Time now);
+  std::optional<device::Time> probeSuspects(device::Time now);
+  std::optional<device::Time> logLosses(device::Time now);
+  std::optional<device::Time> logLossesBefore(device::Time now);
   void logLossBefore(std::uint64_t count) const;
   void logUncountedLoss(std::uint64_t times) const;
-  void logLoss(Session& session, service::Time now);
+  void logLoss(Session& session, device::Time now);
   void log(const Session& session, std::string_view what) const;
 
   service::Service& service_;
@@ -108,10 +108,10 @@ class Dispatcher {
   std::uint64_t firstHandle_;      // see Limits
   std::uint64_t topologyVersion_;  // of which the sessions have been told
   SessionTable sessions_;
-  std::unordered_map<int, service::Time> closedAt_;  // connections that have closed lately
+  std::unordered_map<int, device::Time> closedAt_;  // connections that have closed lately
   bool someGone_ = false;
   bool takenOwed_ = false;
-  service::Time heldBackToldAt_{};
+  device::Time heldBackToldAt_{};
   wire::TotalNews lostBefore_;
   wire::TotalNews uncountedLosses_;
   std::vector<std::uint8_t> events_;  // an Events message under construction

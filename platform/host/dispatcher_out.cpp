@@ -17,12 +17,12 @@ namespace {
 constexpr std::size_t MaxEventsBytes = 64U << 10U;
 
 // Well within the two seconds for which a client waits.
-constexpr service::Time HeldBackInterval = std::chrono::milliseconds(500);
+constexpr device::Time HeldBackInterval = std::chrono::milliseconds(500);
 
-constexpr service::Time ProbeInterval = std::chrono::milliseconds(50);
+constexpr device::Time ProbeInterval = std::chrono::milliseconds(50);
 
 // A client under flood loses messages in a thousand places a second.
-constexpr service::Time LossLogInterval = std::chrono::seconds(1);
+constexpr device::Time LossLogInterval = std::chrono::seconds(1);
 
 std::string lossText(std::uint64_t count) {
   return "has lost " + std::to_string(count) + (count == 1 ? " message" : " messages") + ": it reads too slowly";
@@ -51,7 +51,7 @@ void Dispatcher::sendTaken(Session& session) {
   sendTo(session.controlPeer, wire::encode(0, wire::Taken{session.taken}));
 }
 
-std::optional<service::Time> Dispatcher::tellHeldBack(service::Time now) {
+std::optional<device::Time> Dispatcher::tellHeldBack(device::Time now) {
   if (!takenOwed_ || !service_.behind()) return std::nullopt;
   if (now >= heldBackToldAt_ + HeldBackInterval) {
     for (auto& [number, session] : sessions_.all()) {
@@ -105,7 +105,7 @@ void Dispatcher::tellTopologyChanged() {
   }
 }
 
-void Dispatcher::removeGone(service::Time now) {
+void Dispatcher::removeGone(device::Time now) {
   if (!std::exchange(someGone_, false)) return;
   std::vector<std::uint64_t> gone;
   for (const auto& [number, session] : sessions_.all()) {
@@ -120,8 +120,8 @@ void Dispatcher::removeGone(service::Time now) {
   }
 }
 
-std::optional<service::Time> Dispatcher::probeSuspects(service::Time now) {
-  std::optional<service::Time> next;
+std::optional<device::Time> Dispatcher::probeSuspects(device::Time now) {
+  std::optional<device::Time> next;
   for (auto& [number, session] : sessions_.all()) {
     if (!session.suspicion) continue;
     if (now >= session.suspicion->nextProbe) {
@@ -139,10 +139,10 @@ std::optional<service::Time> Dispatcher::probeSuspects(service::Time now) {
   return next;
 }
 
-std::optional<service::Time> Dispatcher::logLosses(service::Time now) {
-  std::optional<service::Time> next;
+std::optional<device::Time> Dispatcher::logLosses(device::Time now) {
+  std::optional<device::Time> next;
   for (auto& [number, session] : sessions_.all()) {
-    const service::Time due = session.lossToldAt + LossLogInterval;
+    const device::Time due = session.lossToldAt + LossLogInterval;
     if (session.lossTold == 0 || now >= due) {
       logLoss(session, now);
     } else if (service_.counts(session.client).lost != session.lossTold && (!next || due < *next)) {
@@ -152,11 +152,11 @@ std::optional<service::Time> Dispatcher::logLosses(service::Time now) {
   return next;
 }
 
-std::optional<service::Time> Dispatcher::logLossesBefore(service::Time now) {
+std::optional<device::Time> Dispatcher::logLossesBefore(device::Time now) {
   logLossBefore(lostBefore_.take(service_.lostBefore(), now));
   logUncountedLoss(uncountedLosses_.take(service_.uncountedLosses(), now));
   auto next = lostBefore_.next(service_.lostBefore());
-  if (const auto other = uncountedLosses_.next(service_.uncountedLosses())) service::soonest(next, *other);
+  if (const auto other = uncountedLosses_.next(service_.uncountedLosses())) sys::keepEarlier(next, *other);
   return next;
 }
 
@@ -170,7 +170,7 @@ void Dispatcher::logUncountedLoss(std::uint64_t times) const {
   log_(wire::uncountedLossText(times, "here"));
 }
 
-void Dispatcher::finish(service::Time now) {
+void Dispatcher::finish(device::Time now) {
   service_.finish(now);
   sendNotes();
   for (auto& [number, session] : sessions_.all()) logLoss(session, now);
@@ -180,12 +180,12 @@ void Dispatcher::finish(service::Time now) {
 
 void Dispatcher::sendNotes() {
   for (const auto& [line, isWarning] : service_.takeNotes()) {
-    if (log_) log_(wire::printable(line));
-    if (isWarning && warnings_) warnings_(wire::printable(line));
+    if (log_) log_(sys::printable(line));
+    if (isWarning && warnings_) warnings_(sys::printable(line));
   }
 }
 
-void Dispatcher::logLoss(Session& session, service::Time now) {
+void Dispatcher::logLoss(Session& session, device::Time now) {
   const std::uint64_t lost = service_.counts(session.client).lost;
   if (lost == session.lossTold) return;
   log(session, lossText(lost - session.lossTold));
@@ -195,7 +195,7 @@ void Dispatcher::logLoss(Session& session, service::Time now) {
 
 void Dispatcher::log(const Session& session, std::string_view what) const {
   if (!log_) return;
-  log_(wire::printable(session.program) + " (process " + std::to_string(session.process) + ") " + std::string(what));
+  log_(sys::printable(session.program) + " (process " + std::to_string(session.process) + ") " + std::string(what));
 }
 
 }  // namespace host

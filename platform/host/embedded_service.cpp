@@ -18,17 +18,17 @@ constexpr int IoThreads = 0;
 
 }  // namespace
 
-EmbeddedService::EmbeddedService(std::unique_ptr<service::Driver> driver, const Limits& limits, Log warnings)
+EmbeddedService::EmbeddedService(std::unique_ptr<device::Driver> driver, const Limits& limits, Log warnings)
     : context_(IoThreads), host_(context_, std::move(driver), limits, Log{}, std::move(warnings)) {
   if (const auto problem = host_.bind(address_)) throw std::runtime_error(*problem);
-  const service::WithoutSignals quiet;
+  const sys::WithoutSignals quiet;
   thread_ = std::thread([this] {
     pthread_setname_np(pthread_self(), "evtsrv");
     try {
       host_.run();
     } catch (const std::exception& failure) {
       // The program lives on; clients get no more answers.
-      wire::sayLine(std::string("the service has ended: ") + wire::printable(failure.what()));
+      sys::sayLine(std::string("the service has ended: ") + sys::printable(failure.what()));
     }
   });
 }

@@ -20,7 +20,7 @@ class EmbeddedService {
  public:
   // Throws what derives from std::exception when the system gives no thread or no socket.
   // warnings: see Dispatcher.
-  explicit EmbeddedService(std::unique_ptr<service::Driver> driver, const Limits& limits = {}, Log warnings = {});
+  explicit EmbeddedService(std::unique_ptr<device::Driver> driver, const Limits& limits = {}, Log warnings = {});
   EmbeddedService(const EmbeddedService&) = delete;
   EmbeddedService& operator=(const EmbeddedService&) = delete;
   ~EmbeddedService();

@@ -12,10 +12,10 @@ namespace {
 // Messages served before the device gets its turn.
 constexpr int MessagesAtOnce = 64;
 
-service::Time clockNow() { return std::chrono::steady_clock::now().time_since_epoch(); }
+device::Time clockNow() { return std::chrono::steady_clock::now().time_since_epoch(); }
 
 // In the form that zmq_poll takes: rounded up, so that it never wakes before the time.
-long pollTimeout(std::optional<service::Time> until) {
+long pollTimeout(std::optional<device::Time> until) {
   if (!until) return -1;
   const auto left = std::chrono::ceil<std::chrono::milliseconds>(*until - clockNow()).count();
   return static_cast<long>(std::clamp<decltype(left)>(left, 0, std::numeric_limits<int>::max()));
@@ -23,8 +23,7 @@ long pollTimeout(std::optional<service::Time> until) {
 
 }  // namespace
 
-Host::Host(zmq::context_t& context, std::unique_ptr<service::Driver> driver, const Limits& limits, Log log,
-           Log warnings)
+Host::Host(zmq::context_t& context, std::unique_ptr<device::Driver> driver, const Limits& limits, Log log, Log warnings)
     : socket_(context),
       service_(std::move(driver), limits.service, clockNow()),
       dispatcher_(service_, socket_, limits, std::move(log), std::move(warnings)) {}
@@ -47,7 +46,7 @@ void Host::stop() noexcept {
   wake_.wake();
 }
 
-void Host::wait(std::optional<service::Time> until) {
+void Host::wait(std::optional<device::Time> until) {
   std::array<zmq_pollitem_t, 4> items{{{socket_.handle(), 0, ZMQ_POLLIN, 0},
                                        {socket_.monitorHandle(), 0, ZMQ_POLLIN, 0},
                                        {nullptr, wake_.descriptor(), ZMQ_POLLIN, 0},

@@ -12,8 +12,8 @@
 #include "platform/host/limits.h"
 #include "platform/host/log.h"
 #include "platform/host/router_socket.h"
-#include "platform/host/wake.h"
 #include "platform/service/service.h"
+#include "platform/system/event_descriptor.h"
 
 namespace host {
 
@@ -22,7 +22,7 @@ class Host {
  public:
   // The device starts at once. context must outlive the host. warnings: see Dispatcher. Throws zmq::error_t or
   // std::system_error when the system gives no socket.
-  Host(zmq::context_t& context, std::unique_ptr<service::Driver> driver, const Limits& limits, Log log,
+  Host(zmq::context_t& context, std::unique_ptr<device::Driver> driver, const Limits& limits, Log log,
        Log warnings = {});
 
   // Clients may come to this ZeroMQ endpoint from now on. Nothing on success, else the cause in words.
@@ -35,12 +35,12 @@ class Host {
   void stop() noexcept;
 
  private:
-  void wait(std::optional<service::Time> until);
+  void wait(std::optional<device::Time> until);
   // Serves messages that stand ready, a bounded number of them. False when none is left.
   bool serve();
 
   std::atomic<bool> stopping_{false};
-  Wake wake_;
+  sys::EventDescriptor wake_;
   RouterSocket socket_;
   service::Service service_;
   Dispatcher dispatcher_;

@@ -9,11 +9,11 @@
 namespace host {
 
 // Handles travel with the number of the first: see Limits::firstHandle.
-inline wire::LinkRecord linkRecord(const service::Link& link, bool carried, std::uint64_t firstHandle) {
+inline wire::LinkRecord linkRecord(const device::Link& link, bool carried, std::uint64_t firstHandle) {
   return {link.sourceGroup + firstHandle, link.sourceIndex, link.sinkGroup + firstHandle, link.sinkIndex, carried};
 }
 
-inline service::Link toLink(const wire::Patch& patch, std::uint64_t firstHandle) {
+inline device::Link toLink(const wire::Patch& patch, std::uint64_t firstHandle) {
   return {patch.sourceGroup - firstHandle, patch.sourceIndex, patch.sinkGroup - firstHandle, patch.sinkIndex};
 }
 

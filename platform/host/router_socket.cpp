@@ -21,7 +21,7 @@ constexpr int ReceiveHighWaterMark = 128;
 constexpr int WaitingConnections = 4096;
 
 // What is larger is none of our messages; ZeroMQ then closes the connection that it came on.
-constexpr auto MaxMessage = static_cast<std::int64_t>(wire::MaxMessageBytes + 4096);
+constexpr auto MaxMessage = static_cast<std::int64_t>(device::MaxMessageBytes + 4096);
 
 }  // namespace
 
@@ -36,7 +36,7 @@ RouterSocket::RouterSocket(zmq::context_t& context)
 }
 
 std::optional<std::string> RouterSocket::bind(const std::string& endpoint) {
-  const int bound = throughSignals([&] { return zmq_bind(socket_.handle(), endpoint.c_str()); });
+  const int bound = sys::throughSignals([&] { return zmq_bind(socket_.handle(), endpoint.c_str()); });
   return bound < 0 ? std::optional<std::string>(zmq_strerror(errno)) : std::nullopt;
 }
 
@@ -70,11 +70,11 @@ std::optional<int> RouterSocket::closedConnection() {
 
 // Not zmq::socket_t::recv and send: neither a signal nor a peer that has gone is an exception here.
 bool RouterSocket::receiveFrame(zmq::message_t& frame, int flags) {
-  return throughSignals([&] { return zmq_msg_recv(frame.handle(), socket_.handle(), flags); }) >= 0;
+  return sys::throughSignals([&] { return zmq_msg_recv(frame.handle(), socket_.handle(), flags); }) >= 0;
 }
 
 bool RouterSocket::sendFrame(const void* bytes, std::size_t size, int flags) {
-  return throughSignals([&] { return zmq_send(socket_.handle(), bytes, size, flags | ZMQ_DONTWAIT); }) >= 0;
+  return sys::throughSignals([&] { return zmq_send(socket_.handle(), bytes, size, flags | ZMQ_DONTWAIT); }) >= 0;
 }
 
 }  // namespace host

@@ -33,8 +33,8 @@ class Credit {
 
 // The client's death is looked into: one of its connections seems to have closed.
 struct Suspicion {
-  service::Time nextProbe{};
-  service::Time end{};  // a client that can be reached until then is alive
+  device::Time nextProbe{};
+  device::Time end{};  // a client that can be reached until then is alive
 };
 
 // One client, from its Hello to its Goodbye. A peer is the routing id of one of its three sockets, empty until that
@@ -58,7 +58,7 @@ struct Session {
   std::uint64_t takenTold = 0;  // as far as the client knows
 
   std::uint64_t lossTold = 0;  // copies lost, as far as the log knows
-  service::Time lossToldAt{};
+  device::Time lossToldAt{};
 
   std::optional<Suspicion> suspicion;
   bool gone = false;  // could not be reached; to be removed

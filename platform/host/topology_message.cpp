@@ -10,7 +10,7 @@ namespace host {
 namespace {
 
 // Nothing for a side all of whose ports have gone: who comes now is not to see it.
-std::optional<wire::TopologySide> sideMessage(const std::optional<service::SideOfGroup>& side) {
+std::optional<wire::TopologySide> sideMessage(const std::optional<device::SideOfGroup>& side) {
   if (!side) return std::nullopt;
   wire::TopologySide message{side->count, side->prefix, side->names};
   if (side->gone.empty()) return message;
@@ -23,7 +23,7 @@ std::optional<wire::TopologySide> sideMessage(const std::optional<service::SideO
 
 wire::Original bytesOf(const std::string& text) { return {text.begin(), text.end()}; }
 
-std::vector<wire::Original> sideOriginals(const std::optional<service::SideOfGroup>& side) {
+std::vector<wire::Original> sideOriginals(const std::optional<device::SideOfGroup>& side) {
   std::vector<wire::Original> names;
   if (!side) return names;
   for (const std::string& name : side->originals) names.push_back(bytesOf(name));
@@ -32,10 +32,10 @@ std::vector<wire::Original> sideOriginals(const std::optional<service::SideOfGro
 
 }  // namespace
 
-wire::Topology topologyMessage(const service::Topology& topology, std::uint64_t firstHandle) {
+wire::Topology topologyMessage(const device::Topology& topology, std::uint64_t firstHandle) {
   wire::Topology message;
   message.groups.reserve(topology.groups().size());
-  for (const service::Group& group : topology.groups()) {
+  for (const device::Group& group : topology.groups()) {
     auto sources = sideMessage(group.sources);
     auto sinks = sideMessage(group.sinks);
     const bool hasGone = !sources && !sinks && (group.sources || group.sinks);
@@ -46,9 +46,9 @@ wire::Topology topologyMessage(const service::Topology& topology, std::uint64_t 
   return message;
 }
 
-wire::Originals originalsMessage(const service::Topology& topology, std::uint64_t firstHandle) {
+wire::Originals originalsMessage(const device::Topology& topology, std::uint64_t firstHandle) {
   wire::Originals message;
-  for (const service::Group& group : topology.groups()) {
+  for (const device::Group& group : topology.groups()) {
     if (group.original.empty()) continue;
     message.groups.push_back({group.handle + firstHandle, bytesOf(group.original), sideOriginals(group.sources),
                               sideOriginals(group.sinks)});

@@ -10,8 +10,8 @@
 namespace host {
 
 // Without the groups and sides all of whose ports have gone.
-wire::Topology topologyMessage(const service::Topology& topology, std::uint64_t firstHandle);
+wire::Topology topologyMessage(const device::Topology& topology, std::uint64_t firstHandle);
 
-wire::Originals originalsMessage(const service::Topology& topology, std::uint64_t firstHandle);
+wire::Originals originalsMessage(const device::Topology& topology, std::uint64_t firstHandle);
 
 }  // namespace host

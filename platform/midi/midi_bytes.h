@@ -4,7 +4,7 @@
 #include <cstddef>
 #include <cstdint>
 
-namespace service {
+namespace midi {
 
 inline constexpr std::uint8_t SystemExclusive = 0xF0;
 inline constexpr std::uint8_t EndOfExclusive = 0xF7;
@@ -51,4 +51,4 @@ constexpr std::size_t messageSize(std::uint8_t status) {
   }
 }
 
-}  // namespace service
+}  // namespace midi

@@ -3,10 +3,10 @@
 #include <algorithm>
 #include <utility>
 
+#include "platform/device/limits.h"
 #include "platform/midi/midi_bytes.h"
-#include "platform/wire/messages.h"
 
-namespace service {
+namespace midi {
 namespace {
 
 constexpr std::uint8_t ChannelBits = 0x0F;
@@ -78,7 +78,7 @@ void MidiReader::readData(std::uint8_t byte, const Take& take) {
     return;
   }
   // One more byte ends it.
-  if (pending_.size() < wire::MaxMessageBytes) return;
+  if (pending_.size() < device::MaxMessageBytes) return;
   restart();
   skipping_ = true;
 }
@@ -94,7 +94,7 @@ void MidiReader::finish(const Take& take) {
   pending_.clear();
 }
 
-Sendable appendMidi(const Message& message, std::vector<std::uint8_t>& out) {
+Sendable appendMidi(const device::Message& message, std::vector<std::uint8_t>& out) {
   const auto bytes = message.bytes;
   if (bytes.empty()) return Sendable::NotOneMessage;
   const std::uint8_t status = bytes.front();
@@ -116,4 +116,4 @@ Sendable appendMidi(const Message& message, std::vector<std::uint8_t>& out) {
   return Sendable::Yes;
 }
 
-}  // namespace service
+}  // namespace midi

@@ -8,19 +8,19 @@
 
 #include "platform/device/port.h"
 
-namespace service {
+namespace midi {
 
 // Cuts the bytes that one source of real MIDI emits into messages. Status 0x9n becomes status 0x90 and group id n;
 // messages without a channel have group id 0. Running status is filled in, real-time messages come out at once wherever
 // they stand, and system exclusive comes out whole however it was cut on the way.
 class MidiReader {
  public:
-  using Take = std::function<void(const Message& message)>;
+  using Take = std::function<void(const device::Message& message)>;
 
   // Reads on. take: called with each message that has become complete; its bytes live for that call.
   void read(std::span<const std::uint8_t> bytes, const Take& take);
 
-  // What was cut short, longer than wire::MaxMessageBytes, or no message at all, since this was last asked: a run of
+  // What was cut short, longer than device::MaxMessageBytes, or no message at all, since this was last asked: a run of
   // data bytes without a status counts once.
   std::uint64_t takeBroken();
 
@@ -46,6 +46,6 @@ enum class Sendable : std::uint8_t {
 
 // Appends the bytes of a message to out, with the group id as its channel: one complete message, system exclusive with
 // its 0xF7. A status that has a channel already keeps it when the group id is 0. Nothing is appended but for Yes.
-Sendable appendMidi(const Message& message, std::vector<std::uint8_t>& out);
+Sendable appendMidi(const device::Message& message, std::vector<std::uint8_t>& out);
 
-}  // namespace service
+}  // namespace midi

@@ -7,51 +7,51 @@
 
 #include "platform/midi/midi_bytes.h"
 
-namespace service {
+namespace midi {
 namespace {
 
 class ScorePlayer : public Player {
  public:
   explicit ScorePlayer(ScorePlayback playback) : playback_(std::move(playback)) {
-    const Time last = playback_.score.events.empty() ? Time{} : playback_.score.events.back().time;
+    const device::Time last = playback_.score.events.empty() ? device::Time{} : playback_.score.events.back().time;
     pass_ = std::max(scaled(std::max(playback_.score.length, last)), MinPass);
   }
 
-  void start(Time now) override {
+  void start(device::Time now) override {
     if (passStart_ || playback_.score.events.empty()) return;
     passStart_ = now;
   }
 
-  std::optional<Time> due() const override {
+  std::optional<device::Time> due() const override {
     if (!passStart_ || next_ == playback_.score.events.size()) return std::nullopt;
     return withoutPauses() ? *passStart_ : *passStart_ + scaled(playback_.score.events[next_].time);
   }
 
-  std::optional<Message> next(Time now) override {
+  std::optional<device::Message> next(device::Time now) override {
     const auto dueAt = due();
     if (!dueAt || *dueAt > now) return std::nullopt;
-    const Time lateness = now - *dueAt;
+    const device::Time lateness = now - *dueAt;
     if (lateness > MaxLateness) *passStart_ += lateness;
     const ScoreEvent& event = playback_.score.events[next_++];
     if (playback_.loop && next_ == playback_.score.events.size()) {
       next_ = 0;
       if (!withoutPauses()) *passStart_ += pass_;
     }
-    return Message{event.group, event.bytes};
+    return device::Message{event.group, event.bytes};
   }
 
  private:
   bool withoutPauses() const { return playback_.speed == 0; }
 
-  Time scaled(Time time) const {
-    if (withoutPauses()) return Time{};
+  device::Time scaled(device::Time time) const {
+    if (withoutPauses()) return device::Time{};
     if (playback_.speed == 1) return time;
-    return Time(std::llround(static_cast<long double>(time.count()) / playback_.speed));
+    return device::Time(std::llround(static_cast<long double>(time.count()) / playback_.speed));
   }
 
   ScorePlayback playback_;
-  Time pass_{};
-  std::optional<Time> passStart_;
+  device::Time pass_{};
+  std::optional<device::Time> passStart_;
   std::size_t next_ = 0;
 };
 
@@ -60,23 +60,23 @@ class ClockPlayer : public Player {
   explicit ClockPlayer(ClockPlayback playback)
       : period_(NanosecondsPerMinute / (ClocksPerBeat * playback.beatsPerMinute)) {}
 
-  void start(Time now) override {
+  void start(device::Time now) override {
     if (!start_) start_ = now;
   }
 
-  std::optional<Time> due() const override {
+  std::optional<device::Time> due() const override {
     if (!start_) return std::nullopt;
-    return *start_ + Time(std::llround(static_cast<long double>(count_) * period_));
+    return *start_ + device::Time(std::llround(static_cast<long double>(count_) * period_));
   }
 
-  std::optional<Message> next(Time now) override {
+  std::optional<device::Message> next(device::Time now) override {
     const auto dueAt = due();
     if (!dueAt || *dueAt > now) return std::nullopt;
     if (now - *dueAt > MaxLateness) {
       count_ = std::llround(std::floor(static_cast<long double>((now - *start_).count()) / period_));
     }
     ++count_;
-    return Message{0, Clock};
+    return device::Message{0, Clock};
   }
 
  private:
@@ -85,7 +85,7 @@ class ClockPlayer : public Player {
   static constexpr std::array<std::uint8_t, 1> Clock{TimingClock};
 
   long double period_;
-  std::optional<Time> start_;
+  std::optional<device::Time> start_;
   std::int64_t count_ = 0;  // of the next message
 };
 
@@ -97,4 +97,4 @@ std::unique_ptr<Player> makePlayer(ScorePlayback playback) {
 
 std::unique_ptr<Player> makePlayer(ClockPlayback playback) { return std::make_unique<ClockPlayer>(playback); }
 
-}  // namespace service
+}  // namespace midi

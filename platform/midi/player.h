@@ -12,23 +12,23 @@
 #include "platform/device/port.h"
 #include "platform/midi/score.h"
 
-namespace service {
+namespace midi {
 
 class Player {
  public:
-  static constexpr Time MaxLateness = std::chrono::seconds(1);
+  static constexpr device::Time MaxLateness = std::chrono::seconds(1);
 
   virtual ~Player() = default;
 
   // Time 0 of what is played is now. Once started, a player is not started again.
-  virtual void start(Time now) = 0;
+  virtual void start(device::Time now) = 0;
 
   // When the next message is due; nothing when none will come (any more). Not after the now of the last call of next
   // when a message is due at once.
-  virtual std::optional<Time> due() const = 0;
+  virtual std::optional<device::Time> due() const = 0;
 
   // The next message, when it is due at now. Its bytes live as long as the player.
-  virtual std::optional<Message> next(Time now) = 0;
+  virtual std::optional<device::Message> next(device::Time now) = 0;
 };
 
 struct ScorePlayback {
@@ -48,7 +48,7 @@ inline constexpr double MaxTempo = 60'000;
 
 // Shortest pass of a score in a loop: one that lasts no time would never let anything else happen. Scores without
 // pauses are not held to it, as they come in the pieces that the caller wants.
-inline constexpr Time MinPass = std::chrono::milliseconds(1);
+inline constexpr device::Time MinPass = std::chrono::milliseconds(1);
 
 // A player of a score. No message is ever left out: after a long pause it goes on where it was.
 std::unique_ptr<Player> makePlayer(ScorePlayback playback);
@@ -57,4 +57,4 @@ std::unique_ptr<Player> makePlayer(ScorePlayback playback);
 // from the start, so there is no drift; after a long pause those that were missed are left out.
 std::unique_ptr<Player> makePlayer(ClockPlayback playback);
 
-}  // namespace service
+}  // namespace midi

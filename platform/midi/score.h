@@ -6,11 +6,11 @@
 
 #include "platform/device/port.h"
 
-namespace service {
+namespace midi {
 
 // One message of a score, whole, without its channel: the group id takes the channel's place.
 struct ScoreEvent {
-  Time time{};  // since the start of the score
+  device::Time time{};  // since the start of the score
   std::uint16_t group = 0;
   std::vector<std::uint8_t> bytes;
   friend bool operator==(const ScoreEvent&, const ScoreEvent&) = default;
@@ -19,7 +19,7 @@ struct ScoreEvent {
 // Messages in the order of playing; times never go back. length: when the score is over, not before its last event.
 struct Score {
   std::vector<ScoreEvent> events;
-  Time length{};
+  device::Time length{};
 };
 
-}  // namespace service
+}  // namespace midi

@@ -1,6 +1,6 @@
 #include "platform/midi/smf_bytes.h"
 
-namespace service {
+namespace midi {
 
 std::optional<std::uint32_t> SmfReader::number(std::size_t count) {
   const auto bytes = take(count);
@@ -43,4 +43,4 @@ void appendVariable(std::vector<std::uint8_t>& out, std::uint32_t value) {
   out.push_back(static_cast<std::uint8_t>(value & 0x7FU));
 }
 
-}  // namespace service
+}  // namespace midi

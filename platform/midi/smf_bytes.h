@@ -7,7 +7,7 @@
 #include <span>
 #include <vector>
 
-namespace service {
+namespace midi {
 
 // A cursor over bytes. What cannot be read whole answers nothing and leaves the cursor where it was.
 class SmfReader {
@@ -43,4 +43,4 @@ void appendNumber(std::vector<std::uint8_t>& out, std::uint32_t value, std::size
 // Appends a number below 2^28 in as few bytes of seven bits as it needs.
 void appendVariable(std::vector<std::uint8_t>& out, std::uint32_t value);
 
-}  // namespace service
+}  // namespace midi

@@ -14,7 +14,7 @@
 #include "platform/midi/tempo_map.h"
 #include "platform/system/read_file.h"
 
-namespace service {
+namespace midi {
 namespace {
 
 constexpr std::size_t MaxFileBytes = 64U << 20U;
@@ -48,7 +48,7 @@ class SmfMessages {
   guint handler_;
 };
 
-ScoreEvent toScoreEvent(std::span<const std::uint8_t> bytes, Time time) {
+ScoreEvent toScoreEvent(std::span<const std::uint8_t> bytes, device::Time time) {
   ScoreEvent event{time, 0, {bytes.begin(), bytes.end()}};
   if (isChannelStatus(event.bytes.front())) {
     event.group = event.bytes.front() & 0x0FU;
@@ -91,9 +91,9 @@ std::variant<Score, std::string> parseSmf(std::span<const std::uint8_t> file) {
 }
 
 std::variant<Score, std::string> loadSmf(const std::filesystem::path& path) {
-  const auto read = readFile(path, MaxFileBytes);
+  const auto read = sys::readFile(path, MaxFileBytes);
   if (const auto* cause = std::get_if<std::string>(&read)) return *cause;
   return parseSmf(std::get<std::vector<std::uint8_t>>(read));
 }
 
-}  // namespace service
+}  // namespace midi

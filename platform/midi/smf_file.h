@@ -9,7 +9,7 @@
 
 #include "platform/midi/score.h"
 
-namespace service {
+namespace midi {
 
 // The score of a file's bytes, or in one line why there is none. Tracks are played together; of messages at one time
 // those of the earlier track come first. The channel of status 0x9n becomes status 0x90 and group n; messages without
@@ -21,4 +21,4 @@ std::variant<Score, std::string> parseSmf(std::span<const std::uint8_t> file);
 // The score of the file at path. Blocks for the disk.
 std::variant<Score, std::string> loadSmf(const std::filesystem::path& path);
 
-}  // namespace service
+}  // namespace midi

@@ -7,7 +7,7 @@
 #include "platform/midi/smf_bytes.h"
 #include "platform/midi/smf_track.h"
 
-namespace service {
+namespace midi {
 namespace {
 
 using Bytes = std::span<const std::uint8_t>;
@@ -97,4 +97,4 @@ std::variant<PlainSmf, SmfProblem> makePlainSmf(std::span<const std::uint8_t> fi
   return plain;
 }
 
-}  // namespace service
+}  // namespace midi

@@ -14,7 +14,7 @@
 
 #include "platform/midi/tempo_map.h"
 
-namespace service {
+namespace midi {
 
 // The same music, in a file of format 1: every event with its status byte, system exclusive messages whole in one event
 // at the time of their last part, other escaped messages as events of their own, meta events empty except for the end
@@ -34,8 +34,8 @@ struct SmfProblem {
 // Accepted are formats 0 and 1, with ticks per quarter note or per frame. Chunks of other kinds, bytes behind the end
 // of a track and a missing end of track are no problem; running status holds across meta events. A channel or system
 // message with a data byte above 0x7F, a system exclusive message that never ends or is longer than
-// wire::MaxMessageBytes, and a file that is cut short are.
+// device::MaxMessageBytes, and a file that is cut short are.
 // Pure; never reads outside of file.
 std::variant<PlainSmf, SmfProblem> makePlainSmf(std::span<const std::uint8_t> file);
 
-}  // namespace service
+}  // namespace midi

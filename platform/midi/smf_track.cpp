@@ -4,10 +4,10 @@
 #include <array>
 #include <utility>
 
+#include "platform/device/limits.h"
 #include "platform/midi/midi_bytes.h"
-#include "platform/wire/messages.h"
 
-namespace service {
+namespace midi {
 namespace {
 
 constexpr std::uint8_t MetaEvent = 0xFF;
@@ -105,9 +105,9 @@ bool SmfTrack::escaped(SmfReader payload) {
 
 // Writes the message when its end has come; its parts so far stand for nothing but their time.
 bool SmfTrack::endExclusive() {
-  if (exclusive_.size() > wire::MaxMessageBytes) {
+  if (exclusive_.size() > device::MaxMessageBytes) {
     return fail(in_.offset(),
-                "a system exclusive message of more than " + std::to_string(wire::MaxMessageBytes) + " bytes");
+                "a system exclusive message of more than " + std::to_string(device::MaxMessageBytes) + " bytes");
   }
   if (exclusive_.size() == 1 || exclusive_.back() != EndOfExclusive) {
     emitMeta(MetaEmptyText);
@@ -152,4 +152,4 @@ void SmfTrack::emit(Bytes bytes) {
 
 void SmfTrack::emitMeta(std::uint8_t type) { emit(std::array<std::uint8_t, 3>{MetaEvent, type, 0}); }
 
-}  // namespace service
+}  // namespace midi

@@ -10,7 +10,7 @@
 #include "platform/midi/smf_bytes.h"
 #include "platform/midi/smf_plain.h"
 
-namespace service {
+namespace midi {
 
 // Reads the events of a track and appends their plain form to out, the end of the track included, and its changes of
 // tempo to tempo. Answers what is wrong, or nothing. For one track only.
@@ -48,4 +48,4 @@ class SmfTrack {
   std::vector<std::uint8_t> exclusive_;
 };
 
-}  // namespace service
+}  // namespace midi

@@ -1,6 +1,6 @@
 #include "platform/midi/sounding_notes.h"
 
-namespace service {
+namespace midi {
 namespace {
 
 constexpr std::uint8_t NoteOff = 0x80;
@@ -18,7 +18,7 @@ constexpr std::size_t MessageBytes = 3;  // of each of these
 
 }  // namespace
 
-void SoundingNotes::passed(const Message& message) {
+void SoundingNotes::passed(const device::Message& message) {
   if (message.bytes.size() != MessageBytes) return;
   const std::uint8_t status = message.bytes[0];
   const std::size_t number = message.bytes[1];
@@ -48,4 +48,4 @@ std::vector<ScoreEvent> SoundingNotes::takeEnds() {
   return ends;
 }
 
-}  // namespace service
+}  // namespace midi

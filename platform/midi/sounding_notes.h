@@ -9,7 +9,7 @@
 #include "platform/device/port.h"
 #include "platform/midi/score.h"
 
-namespace service {
+namespace midi {
 
 // Follows the messages that pass a port, in the form in which the group id takes the channel's place. A note sounds
 // from its note-on to the next note-off, however often it was struck; a note-on of velocity 0 is a note-off. A pedal
@@ -17,7 +17,7 @@ namespace service {
 class SoundingNotes {
  public:
   // Takes a whole message into account; what is no note and no such pedal changes nothing.
-  void passed(const Message& message);
+  void passed(const device::Message& message);
 
   // What ends all that sounds: a note-off for each note, then, for each pedal that is down, its release; by group, then
   // by number. Nothing sounds afterwards. Times are zero.
@@ -32,4 +32,4 @@ class SoundingNotes {
   std::map<std::uint16_t, Channel> channels_;  // by group id
 };
 
-}  // namespace service
+}  // namespace midi

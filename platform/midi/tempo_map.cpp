@@ -2,7 +2,7 @@
 
 #include <algorithm>
 
-namespace service {
+namespace midi {
 namespace {
 
 constexpr std::uint64_t DefaultTempo = 500'000;
@@ -27,7 +27,7 @@ TempoMap::TempoMap(TimeBase base, std::vector<TempoChange> changes) : base_(base
   }
 }
 
-std::optional<Time> TempoMap::at(std::uint32_t tick) const {
+std::optional<device::Time> TempoMap::at(std::uint32_t tick) const {
   const auto after =
       std::upper_bound(stretches_.begin(), stretches_.end(), tick,
                        [](std::uint32_t wanted, const Stretch& stretch) { return wanted < stretch.tick; });
@@ -36,7 +36,7 @@ std::optional<Time> TempoMap::at(std::uint32_t tick) const {
   const std::uint64_t whole = units / base_.division;
   if (whole > MaxNanoseconds / base_.scale) return std::nullopt;
   const std::uint64_t rest = ((units % base_.division) * base_.scale + base_.division / 2) / base_.division;
-  return Time(static_cast<std::int64_t>(whole * base_.scale + rest));
+  return device::Time(static_cast<std::int64_t>(whole * base_.scale + rest));
 }
 
-}  // namespace service
+}  // namespace midi

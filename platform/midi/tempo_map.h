@@ -7,7 +7,7 @@
 
 #include "platform/device/port.h"
 
-namespace service {
+namespace midi {
 
 // What a tick is: units * scale / division nanoseconds, where units is the tempo (microseconds per quarter note) that
 // stands at the tick, or 1 where ticks are all of one length.
@@ -37,7 +37,7 @@ class TempoMap {
   TempoMap(TimeBase base, std::vector<TempoChange> changes);
 
   // When the tick is, from the start; nothing when that is more than a year. tick: below 2^31.
-  std::optional<Time> at(std::uint32_t tick) const;
+  std::optional<device::Time> at(std::uint32_t tick) const;
 
  private:
   // A stretch of constant tempo: units passed up to its first tick, and units per tick.
@@ -51,4 +51,4 @@ class TempoMap {
   std::vector<Stretch> stretches_;
 };
 
-}  // namespace service
+}  // namespace midi

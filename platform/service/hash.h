@@ -15,14 +15,14 @@ constexpr std::uint64_t mixed(std::uint64_t first, std::uint64_t second) {
 }
 
 struct PortHash {
-  std::size_t operator()(PortId port) const noexcept {
+  std::size_t operator()(device::PortId port) const noexcept {
     return std::hash<std::uint64_t>{}(
         mixed(port.group, std::uint64_t{port.index} << 1U | static_cast<std::uint64_t>(port.side)));
   }
 };
 
 struct LinkHash {
-  std::size_t operator()(const Link& link) const noexcept {
+  std::size_t operator()(const device::Link& link) const noexcept {
     // One after the other: of two pairs mixed apart, the second of one and the first of the other would weigh the same.
     return std::hash<std::uint64_t>{}(
         mixed(mixed(mixed(link.sourceGroup, link.sourceIndex), link.sinkGroup), link.sinkIndex));

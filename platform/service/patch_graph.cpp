@@ -2,58 +2,59 @@
 
 namespace service {
 
-PatchGraph::PatchGraph(const Topology& topology, const std::vector<Link>& initial) : topology_(topology) {
-  for (const Link& link : initial) {
+PatchGraph::PatchGraph(const device::Topology& topology, const std::vector<device::Link>& initial)
+    : topology_(topology) {
+  for (const device::Link& link : initial) {
     if (topology_.exists(link.source()) && topology_.exists(link.sink())) insert(link, Carrier::Service);
   }
 }
 
-wire::Status PatchGraph::connect(const Link& link, Carrier carrier) {
-  if (!topology_.exists(link.source()) || !topology_.exists(link.sink())) return wire::Status::NotFound;
+device::Status PatchGraph::connect(const device::Link& link, Carrier carrier) {
+  if (!topology_.exists(link.source()) || !topology_.exists(link.sink())) return device::Status::NotFound;
   if (insert(link, carrier)) ++version_;
-  return wire::Status::Ok;
+  return device::Status::Ok;
 }
 
-wire::Status PatchGraph::disconnect(const Link& link) {
+device::Status PatchGraph::disconnect(const device::Link& link) {
   const auto found = orders_.find(link);
-  if (found == orders_.end()) return wire::Status::NotFound;
+  if (found == orders_.end()) return device::Status::NotFound;
   const std::uint64_t order = found->second;
   orders_.erase(found);
   links_.erase(order);
   forget(link.source(), order);
   forget(link.sink(), order);
   ++version_;
-  return wire::Status::Ok;
+  return device::Status::Ok;
 }
 
-std::vector<Link> PatchGraph::orphans() const {
-  std::vector<Link> orphans;
+std::vector<device::Link> PatchGraph::orphans() const {
+  std::vector<device::Link> orphans;
   for (const auto& [order, link] : links_) {
     if (!topology_.exists(link.source()) || !topology_.exists(link.sink())) orphans.push_back(link);
   }
   return orphans;
 }
 
-const PatchGraph::Peers& PatchGraph::peers(PortId port) const {
+const PatchGraph::Peers& PatchGraph::peers(device::PortId port) const {
   const auto found = peers_.find(port);
   return found == peers_.end() ? none_ : found->second;
 }
 
-std::vector<Link> PatchGraph::links() const {
-  std::vector<Link> all;
+std::vector<device::Link> PatchGraph::links() const {
+  std::vector<device::Link> all;
   all.reserve(links_.size());
   for (const auto& [order, link] : links_) all.push_back(link);
   return all;
 }
 
-std::optional<PatchGraph::Carrier> PatchGraph::carrier(const Link& link) const {
+std::optional<PatchGraph::Carrier> PatchGraph::carrier(const device::Link& link) const {
   const auto found = orders_.find(link);
   if (found == orders_.end()) return std::nullopt;
   return peers(link.source()).at(found->second).carrier;
 }
 
 // Answers false when the connection stands already.
-bool PatchGraph::insert(const Link& link, Carrier carrier) {
+bool PatchGraph::insert(const device::Link& link, Carrier carrier) {
   if (!orders_.emplace(link, nextOrder_).second) return false;
   links_.emplace_hint(links_.end(), nextOrder_, link);
   peers_[link.source()].emplace(nextOrder_, Peer{link.sink(), carrier});
@@ -62,7 +63,7 @@ bool PatchGraph::insert(const Link& link, Carrier carrier) {
   return true;
 }
 
-void PatchGraph::forget(PortId port, std::uint64_t order) {
+void PatchGraph::forget(device::PortId port, std::uint64_t order) {
   const auto found = peers_.find(port);
   found->second.erase(order);
   if (found->second.empty()) peers_.erase(found);

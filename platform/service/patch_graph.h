@@ -24,7 +24,7 @@ class PatchGraph {
 
   // The port at the other end of a connection.
   struct Peer {
-    PortId port;
+    device::PortId port;
     Carrier carrier = Carrier::Service;
   };
 
@@ -33,26 +33,26 @@ class PatchGraph {
 
   // topology says which ports exist, and must outlive the graph. initial stand from the start, at version 0; those
   // between ports that do not exist are left out.
-  PatchGraph(const Topology& topology, const std::vector<Link>& initial);
+  PatchGraph(const device::Topology& topology, const std::vector<device::Link>& initial);
 
   // Ok, and nothing changed, when the connection stands already; NotFound when one of its ports does not exist.
-  wire::Status connect(const Link& link, Carrier carrier = Carrier::Service);
+  device::Status connect(const device::Link& link, Carrier carrier = Carrier::Service);
 
   // NotFound when there is no such connection.
-  wire::Status disconnect(const Link& link);
+  device::Status disconnect(const device::Link& link);
 
   // The connections of ports that do not exist any more, in the order of making.
-  std::vector<Link> orphans() const;
+  std::vector<device::Link> orphans() const;
 
   // The sinks of a source or the sources of a sink, in the order of making; empty for a port that has none or does
   // not exist. Valid until the next change.
-  const Peers& peers(PortId port) const;
+  const Peers& peers(device::PortId port) const;
 
   // All connections, in the order of making.
-  std::vector<Link> links() const;
+  std::vector<device::Link> links() const;
 
   // Who carries a connection; nothing when it does not stand.
-  std::optional<Carrier> carrier(const Link& link) const;
+  std::optional<Carrier> carrier(const device::Link& link) const;
 
   std::size_t size() const { return orders_.size(); }
 
@@ -60,13 +60,13 @@ class PatchGraph {
   std::uint64_t version() const { return version_; }
 
  private:
-  bool insert(const Link& link, Carrier carrier);
-  void forget(PortId port, std::uint64_t order);
+  bool insert(const device::Link& link, Carrier carrier);
+  void forget(device::PortId port, std::uint64_t order);
 
-  const Topology& topology_;
-  std::map<std::uint64_t, Link> links_;
-  std::unordered_map<Link, std::uint64_t, LinkHash> orders_;
-  std::unordered_map<PortId, Peers, PortHash> peers_;
+  const device::Topology& topology_;
+  std::map<std::uint64_t, device::Link> links_;
+  std::unordered_map<device::Link, std::uint64_t, LinkHash> orders_;
+  std::unordered_map<device::PortId, Peers, PortHash> peers_;
   Peers none_;  // of a port that has none
   std::uint64_t nextOrder_ = 0;
   std::uint64_t version_ = 0;

@@ -10,15 +10,15 @@ namespace service {
 Router::Router(const PatchGraph& graph, Look passed, Look arrived)
     : graph_(graph), passed_(std::move(passed)), arrived_(std::move(arrived)) {}
 
-void Router::pass(std::span<const PortId> ports, const Message& message, Time now) {
+void Router::pass(std::span<const device::PortId> ports, const device::Message& message, device::Time now) {
   begin(ports, message, now, false);
 }
 
-void Router::forgetMissing(const Topology& topology) {
+void Router::forgetMissing(const device::Topology& topology) {
   std::erase_if(lastTrip_, [&](const auto& passed) { return !topology.exists(passed.first); });
 }
 
-void Router::emitted(PortId source, const Message& message, Time now) {
+void Router::emitted(device::PortId source, const device::Message& message, device::Time now) {
   if (atDevice_ == nullptr) {
     begin({&source, 1}, message, now, true);
     return;
@@ -29,13 +29,14 @@ void Router::emitted(PortId source, const Message& message, Time now) {
     return;
   }
   auto bytes = std::make_shared<const std::vector<std::uint8_t>>(message.bytes.begin(), message.bytes.end());
-  const Message copy{message.group, *bytes};
+  const device::Message copy{message.group, *bytes};
   answers_.push_back({source, copy, now, true, std::move(bytes)});
 }
 
-void Router::begin(std::span<const PortId> ports, const Message& message, Time now, bool byDevice) {
+void Router::begin(std::span<const device::PortId> ports, const device::Message& message, device::Time now,
+                   bool byDevice) {
   assert(atDevice_ == nullptr && ahead_.empty());
-  std::for_each(ports.rbegin(), ports.rend(), [&](PortId port) {
+  std::for_each(ports.rbegin(), ports.rend(), [&](device::PortId port) {
     ahead_.push_back({port, message, now, byDevice, nullptr});
   });
   travel();
@@ -48,7 +49,7 @@ void Router::travel() {
     ahead_.pop_back();
     if (!firstVisit(step.port)) continue;
     passed_(step.port, step.message, step.now);
-    if (step.port.side == Side::Source) {
+    if (step.port.side == device::Side::Source) {
       pushSinks(step);
       continue;
     }
@@ -73,7 +74,7 @@ void Router::pushSinks(const Step& step) {
   }
 }
 
-bool Router::firstVisit(PortId port) {
+bool Router::firstVisit(device::PortId port) {
   std::uint64_t& last = lastTrip_[port];
   return std::exchange(last, trip_) != trip_;
 }

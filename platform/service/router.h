@@ -27,36 +27,36 @@ namespace service {
 // A trip costs what it passes, however many ports the device has, and no deeper stack for a longer road.
 class Router {
  public:
-  using Look = std::function<void(PortId port, const Message& message, Time now)>;
+  using Look = std::function<void(device::PortId port, const device::Message& message, device::Time now)>;
 
   // graph must outlive the router. passed: called once for each port passed. arrived: called after it when the port
   // is a sink that the message must be handed to; the device may call emitted in it. Neither may change the graph.
   Router(const PatchGraph& graph, Look passed, Look arrived);
 
   // Passes a message through ports, in this order, on one trip. Not from inside passed or arrived.
-  void pass(std::span<const PortId> ports, const Message& message, Time now);
+  void pass(std::span<const device::PortId> ports, const device::Message& message, device::Time now);
 
   // Ports have gone: forgets which trips they have seen.
-  void forgetMissing(const Topology& topology);
+  void forgetMissing(const device::Topology& topology);
 
   // The device has emitted a message: on the trip that it answers when called inside arrived, else on one of its own.
-  void emitted(PortId source, const Message& message, Time now);
+  void emitted(device::PortId source, const device::Message& message, device::Time now);
 
  private:
   // A port still to be passed.
   struct Step {
-    PortId port;
-    Message message;
-    Time now;
+    device::PortId port;
+    device::Message message;
+    device::Time now;
     // At a source: the device has emitted it. At a sink: the device has brought it there already.
     bool byDevice;
     std::shared_ptr<const std::vector<std::uint8_t>> owned;  // the bytes, unless the caller of the trip lends them
   };
 
-  void begin(std::span<const PortId> ports, const Message& message, Time now, bool byDevice);
+  void begin(std::span<const device::PortId> ports, const device::Message& message, device::Time now, bool byDevice);
   void travel();
   void pushSinks(const Step& step);
-  bool firstVisit(PortId port);
+  bool firstVisit(device::PortId port);
 
   const PatchGraph& graph_;
   Look passed_;
@@ -65,7 +65,7 @@ class Router {
   std::vector<Step> answers_;       // of the device, while arrived_ runs
   const Step* atDevice_ = nullptr;  // what the device is looking at, while arrived_ runs
   std::uint64_t trip_ = 0;
-  std::unordered_map<PortId, std::uint64_t, PortHash> lastTrip_;  // the trip that passed a port last
+  std::unordered_map<device::PortId, std::uint64_t, PortHash> lastTrip_;  // the trip that passed a port last
 };
 
 }  // namespace service

@@ -19,18 +19,23 @@ struct Service::State {
     std::uint64_t in = 0;
   };
 
-  State(std::unique_ptr<Driver> device, Limits sizes)
+  State(std::unique_ptr<device::Driver> device, Limits sizes)
       : driver(std::move(device)),
         limits(sizes),
         graph(driver->topology(), driver->initialLinks()),
         router(
-            graph, [this](PortId port, const Message& message, Time now) { copyToTaps(port, message, now); },
-            [this](PortId sink, const Message& message, Time now) { driver->deliver(sink, message, now); }) {}
+            graph,
+            [this](device::PortId port, const device::Message& message, device::Time now) {
+              copyToTaps(port, message, now);
+            },
+            [this](device::PortId sink, const device::Message& message, device::Time now) {
+              driver->deliver(sink, message, now);
+            }) {}
 
-  const Topology& topology() const { return driver->topology(); }
+  const device::Topology& topology() const { return driver->topology(); }
   bool knows(ClientId client) const { return clients.contains(client); }
 
-  void copyToTaps(PortId port, const Message& message, Time now) {
+  void copyToTaps(device::PortId port, const device::Message& message, device::Time now) {
     const TapTable::TappedPort* tapped = taps.find(port);
     if (tapped == nullptr) return;
     for (const Tap& tap : tapped->taps) {
@@ -38,19 +43,21 @@ struct Service::State {
     }
   }
 
-  bool bothExist(const Link& link) const { return topology().exists(link.source()) && topology().exists(link.sink()); }
+  bool bothExist(const device::Link& link) const {
+    return topology().exists(link.source()) && topology().exists(link.sink());
+  }
 
-  bool tapped(PortId port) const { return !taps.of(port).empty(); }
+  bool tapped(device::PortId port) const { return !taps.of(port).empty(); }
 
   // Whether anybody here sees what a source emits: in a tap of its own, or of a sink, or because the service has to
   // carry it on.
-  bool wanted(PortId source) const {
+  bool wanted(device::PortId source) const {
     return tapped(source) || std::ranges::any_of(graph.peers(source), [this](const auto& sink) {
              return sink.second.carrier == PatchGraph::Carrier::Service || tapped(sink.second.port);
            });
   }
 
-  void refreshUse(PortId source, Time now) {
+  void refreshUse(device::PortId source, device::Time now) {
     const bool isUsed = wanted(source);
     if (isUsed == used.contains(source)) return;
     if (isUsed) {
@@ -62,47 +69,47 @@ struct Service::State {
   }
 
   // After a change of the port's taps.
-  void refreshUseAround(PortId port, Time now) { refreshUseAround(std::vector{port}, now); }
+  void refreshUseAround(device::PortId port, device::Time now) { refreshUseAround(std::vector{port}, now); }
 
   // The same of many ports: a source that several of them are connected to is looked at once.
-  void refreshUseAround(const std::vector<PortId>& ports, Time now) {
-    std::unordered_set<PortId, PortHash> seen;
-    std::vector<PortId> sources;
-    const auto enter = [&](PortId source) {
+  void refreshUseAround(const std::vector<device::PortId>& ports, device::Time now) {
+    std::unordered_set<device::PortId, PortHash> seen;
+    std::vector<device::PortId> sources;
+    const auto enter = [&](device::PortId source) {
       if (seen.insert(source).second) sources.push_back(source);
     };
-    for (const PortId port : ports) {
-      if (port.side == Side::Source) {
+    for (const device::PortId port : ports) {
+      if (port.side == device::Side::Source) {
         enter(port);
       } else {
         for (const auto& [order, peer] : graph.peers(port)) enter(peer.port);
       }
     }
-    for (const PortId source : sources) refreshUse(source, now);
+    for (const device::PortId source : sources) refreshUse(source, now);
   }
 
   // Who wants what is settled when the driver is not under way any more.
-  void graphChanged(bool added, const Link& link) {
+  void graphChanged(bool added, const device::Link& link) {
     changes.push_back({graph.version(), added, link, isCarried(link)});
     unsettled.push_back(link.source());
   }
 
-  bool isCarried(const Link& link) const {
+  bool isCarried(const device::Link& link) const {
     if (graph.carrier(link) != PatchGraph::Carrier::Service) return false;
     return topology().find(link.sourceGroup)->system != topology().find(link.sinkGroup)->system;
   }
 
   // The port has other taps than before.
-  void tapsChanged(PortId port) {
-    if (port.side == Side::Source) unsettled.push_back(port);
+  void tapsChanged(device::PortId port) {
+    if (port.side == device::Side::Source) unsettled.push_back(port);
     for (const auto& [order, peer] : graph.peers(port)) {
-      if (port.side == Side::Sink) unsettled.push_back(peer.port);
+      if (port.side == device::Side::Sink) unsettled.push_back(peer.port);
     }
   }
 
   // Taps of a port that the device has forgotten go on with the port that has its name now.
   void moveTaps() {
-    for (const PortId port : taps.ports()) {
+    for (const device::PortId port : taps.ports()) {
       if (topology().knows(port)) continue;
       const auto now = topology().port(taps.find(port)->name);
       if (!now) continue;
@@ -113,15 +120,15 @@ struct Service::State {
   }
 
   // The taps of a port of this name, which may have gone or been forgotten.
-  std::optional<PortId> tappedPlace(ClientId client, EventPortId eventPort, std::string_view name) const {
-    for (const PortId port : taps.tappedBy(client, eventPort)) {
+  std::optional<device::PortId> tappedPlace(ClientId client, EventPortId eventPort, std::string_view name) const {
+    for (const device::PortId port : taps.tappedBy(client, eventPort)) {
       if (taps.find(port)->name == name) return port;
     }
     return std::nullopt;
   }
 
   // For a port that something is to pass. The first message that does not is told of.
-  bool hasGone(PortId port) {
+  bool hasGone(device::PortId port) {
     if (topology().exists(port)) return false;
     if (goneTold.insert(port).second) {
       notes.push_back({"\"" + taps.find(port)->name + "\" has gone: what is sent to it is lost", true});
@@ -130,18 +137,18 @@ struct Service::State {
   }
 
   // Answers whether there was anything to settle.
-  bool settle(Time now) {
+  bool settle(device::Time now) {
     const bool any = !unsettled.empty();
     while (!unsettled.empty()) {
-      for (const PortId source : std::exchange(unsettled, {})) refreshUse(source, now);
+      for (const device::PortId source : std::exchange(unsettled, {})) refreshUse(source, now);
     }
     return any;
   }
 
-  std::unique_ptr<Driver> driver;
+  std::unique_ptr<device::Driver> driver;
   Limits limits;
-  std::unordered_set<PortId, PortHash> used;  // as the driver knows
-  std::vector<PortId> unsettled;              // sources with other connections than before
+  std::unordered_set<device::PortId, PortHash> used;  // as the driver knows
+  std::vector<device::PortId> unsettled;              // sources with other connections than before
   PatchGraph graph;
   TapTable taps;
   std::unordered_map<ClientId, Client> clients;
@@ -152,15 +159,15 @@ struct Service::State {
   std::uint64_t lostBefore = 0;
   std::uint64_t uncountedLosses = 0;
   std::vector<Note> notes;
-  std::set<PortId> goneTold;  // ports that notes have called gone, until they are back
+  std::set<device::PortId> goneTold;  // ports that notes have called gone, until they are back
   std::uint64_t topologyVersion = 0;
   std::uint32_t lastClient = 0;
 };
 
-Service::Service(std::unique_ptr<Driver> driver, Limits limits, Time now)
+Service::Service(std::unique_ptr<device::Driver> driver, Limits limits, device::Time now)
     : state_(std::make_unique<State>(std::move(driver), limits)) {
   state_->driver->start(*this, now);
-  for (const Link& link : state_->graph.links()) state_->refreshUse(link.source(), now);
+  for (const device::Link& link : state_->graph.links()) state_->refreshUse(link.source(), now);
   state_->settle(now);
 }
 
@@ -172,7 +179,7 @@ ClientId Service::addClient() {
   return client;
 }
 
-void Service::removeClient(ClientId client, Time now) {
+void Service::removeClient(ClientId client, device::Time now) {
   const ClientCounts counted = counts(client);
   state_->past.out += counted.out;
   state_->past.lost += counted.lost;
@@ -181,58 +188,59 @@ void Service::removeClient(ClientId client, Time now) {
   state_->refreshUseAround(ended, now);
 }
 
-wire::Status Service::tap(ClientId client, EventPortId port, std::string_view name, std::uint32_t holderBytes,
-                          Time now) {
-  if (!state_->knows(client)) return wire::Status::NoSession;
+device::Status Service::tap(ClientId client, EventPortId port, std::string_view name, std::uint32_t holderBytes,
+                            device::Time now) {
+  if (!state_->knows(client)) return device::Status::NoSession;
   const auto devicePort = state_->topology().port(name);
-  if (!devicePort) return wire::Status::NotFound;
+  if (!devicePort) return device::Status::NotFound;
   state_->taps.add(client, port, *devicePort, holderBytes, name);
   state_->refreshUseAround(*devicePort, now);
-  return wire::Status::Ok;
+  return device::Status::Ok;
 }
 
-wire::Status Service::untap(ClientId client, EventPortId port, std::string_view name, Time now) {
-  if (!state_->knows(client)) return wire::Status::NoSession;
+device::Status Service::untap(ClientId client, EventPortId port, std::string_view name, device::Time now) {
+  if (!state_->knows(client)) return device::Status::NoSession;
   // Also of a port that has gone, whose tap would come back with it.
   auto place = state_->topology().place(name);
   if (!place || !state_->taps.remove(client, port, *place)) {
     place = state_->tappedPlace(client, port, name);
-    if (!place || !state_->taps.remove(client, port, *place)) return wire::Status::Nothing;
+    if (!place || !state_->taps.remove(client, port, *place)) return device::Status::Nothing;
   }
   state_->refreshUseAround(*place, now);
-  return wire::Status::Ok;
+  return device::Status::Ok;
 }
 
-void Service::untapAll(ClientId client, EventPortId port, Time now) {
+void Service::untapAll(ClientId client, EventPortId port, device::Time now) {
   state_->refreshUseAround(state_->taps.removeAll(client, port), now);
 }
 
-wire::Status Service::send(ClientId client, EventPortId port, const Message& message, Time now) {
+device::Status Service::send(ClientId client, EventPortId port, const device::Message& message, device::Time now) {
   const auto sender = state_->clients.find(client);
-  if (sender == state_->clients.end()) return wire::Status::NoSession;
-  if (message.bytes.empty()) return wire::Status::BadRequest;
+  if (sender == state_->clients.end()) return device::Status::NoSession;
+  if (message.bytes.empty()) return device::Status::BadRequest;
   ++sender->second.in;
   ++state_->in;
   auto ports = state_->taps.tappedBy(client, port);
-  std::erase_if(ports, [this](PortId tapped) { return state_->hasGone(tapped); });
+  std::erase_if(ports, [this](device::PortId tapped) { return state_->hasGone(tapped); });
   state_->router.pass(ports, message, now);
-  return wire::Status::Ok;
+  return device::Status::Ok;
 }
 
-wire::Status Service::inject(ClientId client, std::string_view name, const Message& message, Time now) {
+device::Status Service::inject(ClientId client, std::string_view name, const device::Message& message,
+                               device::Time now) {
   const auto sender = state_->clients.find(client);
-  if (sender == state_->clients.end()) return wire::Status::NoSession;
+  if (sender == state_->clients.end()) return device::Status::NoSession;
   const auto port = state_->topology().port(name);
-  if (!port) return wire::Status::NotFound;
-  if (message.bytes.empty()) return wire::Status::BadRequest;
+  if (!port) return device::Status::NotFound;
+  if (message.bytes.empty()) return device::Status::BadRequest;
   ++sender->second.in;
   ++state_->in;
   state_->router.pass({&*port, 1}, message, now);
-  return wire::Status::Ok;
+  return device::Status::Ok;
 }
 
-wire::Status Service::connect(const Link& link, Time now) {
-  if (!state_->bothExist(link)) return wire::Status::NotFound;
+device::Status Service::connect(const device::Link& link, device::Time now) {
+  if (!state_->bothExist(link)) return device::Status::NotFound;
   auto status = state_->driver->patch(true, link, now);
   if (!status) {
     const std::uint64_t before = state_->graph.version();
@@ -243,22 +251,22 @@ wire::Status Service::connect(const Link& link, Time now) {
   return *status;
 }
 
-wire::Status Service::disconnect(const Link& link, Time now) {
-  if (!state_->bothExist(link)) return wire::Status::NotFound;
+device::Status Service::disconnect(const device::Link& link, device::Time now) {
+  if (!state_->bothExist(link)) return device::Status::NotFound;
   auto status = state_->driver->patch(false, link, now);
   if (!status) {
     status = state_->graph.disconnect(link);
-    if (status == wire::Status::Ok) state_->graphChanged(false, link);
+    if (status == device::Status::Ok) state_->graphChanged(false, link);
   }
   state_->settle(now);
   return *status;
 }
 
-std::vector<Link> Service::links() const { return state_->graph.links(); }
+std::vector<device::Link> Service::links() const { return state_->graph.links(); }
 
 std::vector<CarriedLink> Service::connections() const {
   std::vector<CarriedLink> all;
-  for (const Link& link : state_->graph.links()) all.push_back({link, state_->isCarried(link)});
+  for (const device::Link& link : state_->graph.links()) all.push_back({link, state_->isCarried(link)});
   return all;
 }
 
@@ -266,7 +274,7 @@ std::uint64_t Service::graphVersion() const { return state_->graph.version(); }
 
 std::vector<GraphChange> Service::takeGraphChanges() { return std::exchange(state_->changes, {}); }
 
-const Topology& Service::topology() const { return state_->topology(); }
+const device::Topology& Service::topology() const { return state_->topology(); }
 
 std::uint64_t Service::topologyVersion() const { return state_->topologyVersion; }
 
@@ -309,45 +317,45 @@ std::uint64_t Service::lostBefore() const { return state_->lostBefore; }
 
 std::uint64_t Service::uncountedLosses() const { return state_->uncountedLosses; }
 
-void Service::finish(Time now) { state_->driver->finish(now); }
+void Service::finish(device::Time now) { state_->driver->finish(now); }
 
-std::optional<Time> Service::advance(Time now) {
+std::optional<device::Time> Service::advance(device::Time now) {
   const auto next = state_->driver->advance(now);
   return state_->settle(now) ? now : next;
 }
 
-void Service::emitted(PortId source, const Message& message, Time now) {
+void Service::emitted(device::PortId source, const device::Message& message, device::Time now) {
   // A record without a message would be taken for the end of the data by who reads it.
-  if (source.side != Side::Source || message.bytes.empty()) return;
+  if (source.side != device::Side::Source || message.bytes.empty()) return;
   ++state_->in;
   state_->router.emitted(source, message, now);
 }
 
-void Service::linked(const Link& link, Time /*now*/) {
+void Service::linked(const device::Link& link, device::Time /*now*/) {
   const std::uint64_t before = state_->graph.version();
   state_->graph.connect(link, PatchGraph::Carrier::Device);
   if (state_->graph.version() != before) state_->graphChanged(true, link);
 }
 
-void Service::unlinked(const Link& link, Time /*now*/) {
-  if (state_->graph.disconnect(link) == wire::Status::Ok) state_->graphChanged(false, link);
+void Service::unlinked(const device::Link& link, device::Time /*now*/) {
+  if (state_->graph.disconnect(link) == device::Status::Ok) state_->graphChanged(false, link);
 }
 
-void Service::topologyChanged(Time now) {
-  for (const Link& link : state_->graph.orphans()) unlinked(link, now);
+void Service::topologyChanged(device::Time now) {
+  for (const device::Link& link : state_->graph.orphans()) unlinked(link, now);
   state_->moveTaps();
   state_->router.forgetMissing(state_->topology());
   std::erase_if(state_->goneTold,
-                [this](PortId port) { return state_->topology().exists(port) || !state_->tapped(port); });
+                [this](device::PortId port) { return state_->topology().exists(port) || !state_->tapped(port); });
   ++state_->topologyVersion;
 }
 
-void Service::lost(PortId source, std::uint64_t count, Time /*now*/) {
+void Service::lost(device::PortId source, std::uint64_t count, device::Time /*now*/) {
   state_->lostBefore += count;
   if (count == 0) ++state_->uncountedLosses;
   // Who looks on in several places misses the same messages.
   std::set<ClientId> clients;
-  const auto enter = [&](PortId port) {
+  const auto enter = [&](device::PortId port) {
     for (const Tap& tap : state_->taps.of(port)) clients.insert(tap.client);
   };
   enter(source);

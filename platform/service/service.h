@@ -24,7 +24,7 @@ struct Limits {
 // A connection of the device. carried: the service carries it from one of several systems to another, so that it ends
 // with the service.
 struct CarriedLink {
-  Link link;
+  device::Link link;
   bool carried = false;
 };
 
@@ -32,45 +32,46 @@ struct CarriedLink {
 struct GraphChange {
   std::uint64_t version = 0;  // of the graph with this change made; the first change makes version 1
   bool added = false;
-  Link link;
+  device::Link link;
   bool carried = false;  // see CarriedLink; of one that is taken away: false
 };
 
-class Service : private DriverEvents {
+class Service : private device::DriverEvents {
  public:
   // Starts the driver at once.
-  Service(std::unique_ptr<Driver> driver, Limits limits, Time now);
+  Service(std::unique_ptr<device::Driver> driver, Limits limits, device::Time now);
   ~Service() override;
 
   ClientId addClient();
 
   // Ends the client's taps and forgets what waits for it. A client that is not there is not an error, here or below:
   // operations that answer a status answer NoSession for it, the others do nothing.
-  void removeClient(ClientId client, Time now);
+  void removeClient(ClientId client, device::Time now);
 
   // Taps. holderBytes: the largest event (header included) that several records may share. The same tap twice is Ok
   // and stays as it is. NotFound: no port has that name. Untapping what is not tapped answers Nothing.
-  wire::Status tap(ClientId client, EventPortId port, std::string_view name, std::uint32_t holderBytes, Time now);
-  wire::Status untap(ClientId client, EventPortId port, std::string_view name, Time now);
-  void untapAll(ClientId client, EventPortId port, Time now);
+  device::Status tap(ClientId client, EventPortId port, std::string_view name, std::uint32_t holderBytes,
+                     device::Time now);
+  device::Status untap(ClientId client, EventPortId port, std::string_view name, device::Time now);
+  void untapAll(ClientId client, EventPortId port, device::Time now);
 
   // Passes a message through every device port that the event port has tapped and that is there, in the order of
   // tapping: at a source as if it had emitted the message, at a sink as if it had arrived there. A port that has gone
   // is warned of at the first message that it misses. BadRequest: the message has no bytes.
-  wire::Status send(ClientId client, EventPortId port, const Message& message, Time now);
+  device::Status send(ClientId client, EventPortId port, const device::Message& message, device::Time now);
 
   // Passes a message through one device port in the same way, tapped or not. NotFound: no port has that name.
-  wire::Status inject(ClientId client, std::string_view name, const Message& message, Time now);
+  device::Status inject(ClientId client, std::string_view name, const device::Message& message, device::Time now);
 
   // Patch graph. graphVersion counts changes; changes of everybody are collected until takeGraphChanges.
-  wire::Status connect(const Link& link, Time now);
-  wire::Status disconnect(const Link& link, Time now);
-  std::vector<Link> links() const;
+  device::Status connect(const device::Link& link, device::Time now);
+  device::Status disconnect(const device::Link& link, device::Time now);
+  std::vector<device::Link> links() const;
   std::vector<CarriedLink> connections() const;  // the same
   std::uint64_t graphVersion() const;
   std::vector<GraphChange> takeGraphChanges();
 
-  const Topology& topology() const;
+  const device::Topology& topology() const;
 
   // Grows with every change of the topology.
   std::uint64_t topologyVersion() const;
@@ -88,7 +89,7 @@ class Service : private DriverEvents {
   Counts counts() const;
   // The service ends: what the device has still to tell is among the notes then. Nothing but notes and counts is asked
   // for after it.
-  void finish(Time now);
+  void finish(device::Time now);
 
   // As in counts, but asked for at no cost.
   std::uint64_t lostBefore() const;
@@ -110,14 +111,14 @@ class Service : private DriverEvents {
 
   // Does what is due; answers when to call again (see Driver::advance). An answer holds until the next call of an
   // operation that takes a time.
-  std::optional<Time> advance(Time now);
+  std::optional<device::Time> advance(device::Time now);
 
  private:
-  void emitted(PortId source, const Message& message, Time now) override;
-  void linked(const Link& link, Time now) override;
-  void unlinked(const Link& link, Time now) override;
-  void topologyChanged(Time now) override;
-  void lost(PortId source, std::uint64_t count, Time now) override;
+  void emitted(device::PortId source, const device::Message& message, device::Time now) override;
+  void linked(const device::Link& link, device::Time now) override;
+  void unlinked(const device::Link& link, device::Time now) override;
+  void topologyChanged(device::Time now) override;
+  void lost(device::PortId source, std::uint64_t count, device::Time now) override;
   void noted(std::string_view line) override;
   void warned(std::string_view line) override;
 

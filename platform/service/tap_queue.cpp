@@ -12,8 +12,8 @@ namespace service {
 TapQueue::TapQueue(std::size_t limit)
     : limit_(std::min<std::size_t>(limit, std::numeric_limits<std::uint32_t>::max() - wire::EventHeaderBytes)) {}
 
-void TapQueue::add(EventPortId eventPort, PortId port, std::string_view name, std::uint32_t holderBytes,
-                   const Message& message, Time now) {
+void TapQueue::add(EventPortId eventPort, device::PortId port, std::string_view name, std::uint32_t holderBytes,
+                   const device::Message& message, device::Time now) {
   const std::size_t recordBytes = wire::RecordOverheadBytes + message.bytes.size();
   const bool joins = waitingLosses() == 0 && !entries_.empty() &&
                      mayJoin(entries_.back(), eventPort, port, holderBytes, recordBytes, now);
@@ -86,7 +86,7 @@ std::size_t TapQueue::take(std::size_t maxBytes, std::vector<std::uint8_t>& out)
   return appended();
 }
 
-std::uint32_t TapQueue::enterOrigin(PortId port, std::string_view name) {
+std::uint32_t TapQueue::enterOrigin(device::PortId port, std::string_view name) {
   const auto next = static_cast<std::uint32_t>(freeOrigins_.empty() ? origins_.size() : freeOrigins_.back());
   const auto [known, isNew] = originOf_.try_emplace(port, next);
   if (isNew) {
@@ -107,11 +107,11 @@ void TapQueue::leaveOrigin(std::uint32_t index) {
   freeOrigins_.push_back(index);
 }
 
-bool TapQueue::mayJoin(const Entry& entry, EventPortId eventPort, PortId port, std::uint32_t holderBytes,
-                       std::size_t recordBytes, Time now) const {
+bool TapQueue::mayJoin(const Entry& entry, EventPortId eventPort, device::PortId port, std::uint32_t holderBytes,
+                       std::size_t recordBytes, device::Time now) const {
   if (entry.kind != Kind::Event || entry.eventPort != eventPort) return false;
   if (origins_[entry.origin].port != port) return false;
-  const Time age = now - Time(static_cast<Time::rep>(entry.lostOrTime));
+  const device::Time age = now - device::Time(static_cast<device::Time::rep>(entry.lostOrTime));
   return age <= SharingTime && wire::EventHeaderBytes + entry.recordBytes + recordBytes <= holderBytes;
 }
 

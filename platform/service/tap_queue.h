@@ -26,15 +26,15 @@ namespace service {
 // enough that bookkeeping weighs little beside the records of a full DIN port, also with running status.
 class TapQueue {
  public:
-  static constexpr Time SharingTime = std::chrono::milliseconds(10);
+  static constexpr device::Time SharingTime = std::chrono::milliseconds(10);
 
   // limit: in bytes of what is stored, records and bookkeeping.
   explicit TapQueue(std::size_t limit);
 
   // A message has passed port, which is called name, and which eventPort taps. holderBytes: the largest event that
   // several records may share.
-  void add(EventPortId eventPort, PortId port, std::string_view name, std::uint32_t holderBytes, const Message& message,
-           Time now);
+  void add(EventPortId eventPort, device::PortId port, std::string_view name, std::uint32_t holderBytes,
+           const device::Message& message, device::Time now);
 
   // Messages that would have come next have been lost on their way here; 0: nobody knows how many. What is known and
   // what is not stand side by side, so that the count stays exact.
@@ -68,14 +68,14 @@ class TapQueue {
 
   // A port that events wait of.
   struct Origin {
-    PortId port;
+    device::PortId port;
     std::string name;
     std::size_t entries = 0;  // 0: its place is free
   };
 
-  bool mayJoin(const Entry& entry, EventPortId eventPort, PortId port, std::uint32_t holderBytes,
-               std::size_t recordBytes, Time now) const;
-  std::uint32_t enterOrigin(PortId port, std::string_view name);
+  bool mayJoin(const Entry& entry, EventPortId eventPort, device::PortId port, std::uint32_t holderBytes,
+               std::size_t recordBytes, device::Time now) const;
+  std::uint32_t enterOrigin(device::PortId port, std::string_view name);
   void leaveOrigin(std::uint32_t index);
 
   std::size_t waitingLosses() const {
@@ -88,7 +88,7 @@ class TapQueue {
   ByteFifo records_;
   std::vector<Origin> origins_;
   std::vector<std::uint32_t> freeOrigins_;
-  std::unordered_map<PortId, std::uint32_t, PortHash> originOf_;
+  std::unordered_map<device::PortId, std::uint32_t, PortHash> originOf_;
   std::uint64_t dropped_ = 0;     // since the last record that was taken in
   std::uint64_t lostBefore_ = 0;  // likewise
   bool lostUncounted_ = false;    // likewise: and a number that nobody knows

@@ -4,7 +4,7 @@
 
 namespace service {
 
-bool TapTable::add(ClientId client, EventPortId eventPort, PortId port, std::uint32_t holderBytes,
+bool TapTable::add(ClientId client, EventPortId eventPort, device::PortId port, std::uint32_t holderBytes,
                    std::string_view name) {
   auto& [portName, taps] = taps_[port];
   const auto same = [&](const Tap& tap) { return tap.client == client && tap.eventPort == eventPort; };
@@ -16,7 +16,7 @@ bool TapTable::add(ClientId client, EventPortId eventPort, PortId port, std::uin
   return true;
 }
 
-bool TapTable::remove(ClientId client, EventPortId eventPort, PortId port) {
+bool TapTable::remove(ClientId client, EventPortId eventPort, device::PortId port) {
   const auto taps = of(port);
   const auto same = [&](const Tap& tap) { return tap.client == client && tap.eventPort == eventPort; };
   const auto found = std::ranges::find_if(taps, same);
@@ -29,8 +29,8 @@ bool TapTable::remove(ClientId client, EventPortId eventPort, PortId port) {
   return true;
 }
 
-std::vector<PortId> TapTable::removeAll(ClientId client, EventPortId eventPort) {
-  std::vector<PortId> ended;
+std::vector<device::PortId> TapTable::removeAll(ClientId client, EventPortId eventPort) {
+  std::vector<device::PortId> ended;
   const auto ports = tapped_.find({client, eventPort});
   if (ports == tapped_.end()) return ended;
   for (const auto& [order, port] : ports->second) dropFromPort(port, order, &ended);
@@ -38,8 +38,8 @@ std::vector<PortId> TapTable::removeAll(ClientId client, EventPortId eventPort) 
   return ended;
 }
 
-std::vector<PortId> TapTable::removeClient(ClientId client) {
-  std::vector<PortId> ended;
+std::vector<device::PortId> TapTable::removeClient(ClientId client) {
+  std::vector<device::PortId> ended;
   auto ports = tapped_.lower_bound({client, EventPortId{0}});
   while (ports != tapped_.end() && ports->first.first == client) {
     for (const auto& [order, port] : ports->second) dropFromPort(port, order, &ended);
@@ -48,25 +48,25 @@ std::vector<PortId> TapTable::removeClient(ClientId client) {
   return ended;
 }
 
-std::span<const Tap> TapTable::of(PortId port) const {
+std::span<const Tap> TapTable::of(device::PortId port) const {
   const auto found = taps_.find(port);
   if (found == taps_.end()) return {};
   return found->second.taps;
 }
 
-const TapTable::TappedPort* TapTable::find(PortId port) const {
+const TapTable::TappedPort* TapTable::find(device::PortId port) const {
   const auto found = taps_.find(port);
   return found == taps_.end() ? nullptr : &found->second;
 }
 
-std::vector<PortId> TapTable::ports() const {
-  std::vector<PortId> all;
+std::vector<device::PortId> TapTable::ports() const {
+  std::vector<device::PortId> all;
   all.reserve(taps_.size());
   for (const auto& [port, tapped] : taps_) all.push_back(port);
   return all;
 }
 
-void TapTable::move(PortId from, PortId to) {
+void TapTable::move(device::PortId from, device::PortId to) {
   const auto found = taps_.find(from);
   if (found == taps_.end() || from == to) return;
   const TappedPort moved = std::move(found->second);
@@ -95,8 +95,8 @@ std::uint32_t TapTable::count(ClientId client) const {
   return count;
 }
 
-std::vector<PortId> TapTable::tappedBy(ClientId client, EventPortId eventPort) const {
-  std::vector<PortId> ports;
+std::vector<device::PortId> TapTable::tappedBy(ClientId client, EventPortId eventPort) const {
+  std::vector<device::PortId> ports;
   const auto found = tapped_.find({client, eventPort});
   if (found == tapped_.end()) return ports;
   ports.reserve(found->second.size());
@@ -105,7 +105,7 @@ std::vector<PortId> TapTable::tappedBy(ClientId client, EventPortId eventPort) c
 }
 
 // Appends the port to ended (if not null) when this was its last tap.
-void TapTable::dropFromPort(PortId port, std::uint64_t order, std::vector<PortId>* ended) {
+void TapTable::dropFromPort(device::PortId port, std::uint64_t order, std::vector<device::PortId>* ended) {
   const auto found = taps_.find(port);
   std::erase_if(found->second.taps, [&](const Tap& tap) { return tap.order == order; });
   if (!found->second.taps.empty()) return;

@@ -34,40 +34,41 @@ class TapTable {
   };
 
   // False, and nothing changed, when there is this tap already.
-  bool add(ClientId client, EventPortId eventPort, PortId port, std::uint32_t holderBytes, std::string_view name);
+  bool add(ClientId client, EventPortId eventPort, device::PortId port, std::uint32_t holderBytes,
+           std::string_view name);
 
   // False when there is no such tap.
-  bool remove(ClientId client, EventPortId eventPort, PortId port);
+  bool remove(ClientId client, EventPortId eventPort, device::PortId port);
 
   // Ends all taps of an event port, or of a client. Answers the ports that now have no tap, each once.
-  std::vector<PortId> removeAll(ClientId client, EventPortId eventPort);
-  std::vector<PortId> removeClient(ClientId client);
+  std::vector<device::PortId> removeAll(ClientId client, EventPortId eventPort);
+  std::vector<device::PortId> removeClient(ClientId client);
 
   // The taps of a port, in the order of tapping. Valid until the next change.
-  std::span<const Tap> of(PortId port) const;
+  std::span<const Tap> of(device::PortId port) const;
 
   // The same with its name; null for a port without taps. Valid until the next change.
-  const TappedPort* find(PortId port) const;
+  const TappedPort* find(device::PortId port) const;
 
   // All ports that have taps, in no order.
-  std::vector<PortId> ports() const;
+  std::vector<device::PortId> ports() const;
 
   // The taps of one port are those of another from now on, in the order of tapping.
-  void move(PortId from, PortId to);
+  void move(device::PortId from, device::PortId to);
 
   // How many taps a client has.
   std::uint32_t count(ClientId client) const;
 
   // The ports that an event port taps, in the order of tapping.
-  std::vector<PortId> tappedBy(ClientId client, EventPortId eventPort) const;
+  std::vector<device::PortId> tappedBy(ClientId client, EventPortId eventPort) const;
 
  private:
   using EventPortKey = std::pair<ClientId, EventPortId>;
-  using TappedPorts = std::map<std::uint64_t, PortId>;  // by order
+  using TappedPorts = std::map<std::uint64_t, device::PortId>;  // by order
 
-  void dropFromPort(PortId port, std::uint64_t order, std::vector<PortId>* ended);
+  void dropFromPort(device::PortId port, std::uint64_t order, std::vector<device::PortId>* ended);
 
-  std::unordered_map<PortId, TappedPort, PortHash> taps_;
+  std::unordered_map<device::PortId, TappedPort, PortHash> taps_;
   std::map<EventPortKey, TappedPorts> tapped_;
   std::uint64_t nextOrder_ = 0;
 };

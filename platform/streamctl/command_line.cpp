@@ -33,8 +33,8 @@ void addBytes(CLI::App& app, std::vector<std::uint8_t>& target) {
       if (!byte) throw CLI::ValidationError("BYTE", "'" + word + "' is not a byte (0 to 255, or 0x00 to 0xFF)");
       target.push_back(*byte);
     }
-    if (target.size() > wire::MaxMessageBytes) {
-      throw CLI::ValidationError("BYTE", "a message has at most " + std::to_string(wire::MaxMessageBytes) + " bytes");
+    if (target.size() > device::MaxMessageBytes) {
+      throw CLI::ValidationError("BYTE", "a message has at most " + std::to_string(device::MaxMessageBytes) + " bytes");
     }
     return true;
   };
@@ -79,7 +79,7 @@ void addPlay(CLI::App& app, PlayCommand& play) {
   sub.add_flag("--loop", play.loop, "Again and again, until a signal");
   addNumber<double>(
       sub, "--speed", play.speed,
-      [](double speed) { return speed == 0 || (speed >= service::MinSpeed && speed <= service::MaxSpeed); },
+      [](double speed) { return speed == 0 || (speed >= midi::MinSpeed && speed <= midi::MaxSpeed); },
       "a speed (0.01 to 1000, or 0)", "Times as fast (1); 0: without any pause")
       ->type_name("X");
 }
@@ -120,8 +120,8 @@ std::string problemOf(const CLI::App& app, const std::vector<std::string>& words
   const auto word = wordForCommand(words);
   const std::vector<std::string> names = namesOfCommands(app);
   if (!word && wrong.get_name() == "RequiredError") return "a command is required: " + CLI::detail::join(names, ", ");
-  if (!word || std::ranges::find(names, *word) != names.end()) return wire::printable(wrong.what());
-  return "no such command: " + wire::printable(*word) + "; there are " + CLI::detail::join(names, ", ");
+  if (!word || std::ranges::find(names, *word) != names.end()) return sys::printable(wrong.what());
+  return "no such command: " + sys::printable(*word) + "; there are " + CLI::detail::join(names, ", ");
 }
 
 Command chosen(const CLI::App& app, Draft draft) {

@@ -18,7 +18,7 @@ struct InjectCommand {
   std::uint16_t group = 0;
   std::uint64_t count = 1;            // at least 1
   std::optional<double> perSecond;    // above 0; none: as fast as the service takes them
-  std::vector<std::uint8_t> message;  // 1 to wire::MaxMessageBytes bytes
+  std::vector<std::uint8_t> message;  // 1 to device::MaxMessageBytes bytes
 };
 
 struct PlayCommand {

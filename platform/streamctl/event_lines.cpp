@@ -88,7 +88,7 @@ bool EventLines::append(std::string_view port, EvtSrv::MemoryHolder& data, std::
 const std::string& EventLines::shown(std::string_view port) {
   const auto known = shown_.find(port);
   if (known != shown_.end()) return known->second;
-  return shown_.emplace(port, form_ == LineForm::Text ? wire::printable(port) : jsonText(port, -1)).first->second;
+  return shown_.emplace(port, form_ == LineForm::Text ? sys::printable(port) : jsonText(port, -1)).first->second;
 }
 
 }  // namespace streamctl

@@ -17,16 +17,16 @@ class FrameBatch {
   static constexpr std::size_t MaxBytes = 64U << 10U;  // what the messages take up in the frame
 
   // What a message takes up: group id, length and bytes.
-  static std::size_t sizeOf(const service::Message& message) { return 6 + message.bytes.size(); }
+  static std::size_t sizeOf(const device::Message& message) { return 6 + message.bytes.size(); }
 
   // Whether there is room. An empty batch has room for any one message.
-  bool hasRoomFor(const service::Message& message) const {
+  bool hasRoomFor(const device::Message& message) const {
     if (items_.empty()) return true;
     return items_.size() < MaxMessages && bytes_ + sizeOf(message) <= MaxBytes;
   }
 
   // Copies the message.
-  void add(const service::Message& message) {
+  void add(const device::Message& message) {
     bytes_ += sizeOf(message);
     items_.push_back({message.group, {message.bytes.begin(), message.bytes.end()}});
   }

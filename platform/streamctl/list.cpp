@@ -15,9 +15,8 @@ Outcome run(const ListCommand& command, const ServicePlace& place) {
   const auto originals = links ? service->ask<wire::Originals, wire::AskOriginals>() : std::nullopt;
   if (!originals) return Failure{service->whyNot()};
   service->leave();
-  const int error =
-      writeOutput(command.json ? topologyJson(*topology, *links, *originals)
-                               : topologyText(*topology, *links, *originals, wire::environmentEncoding()));
+  const int error = writeOutput(command.json ? topologyJson(*topology, *links, *originals)
+                                             : topologyText(*topology, *links, *originals, sys::environmentEncoding()));
   return error == 0 ? Outcome() : Failure{outputProblem(error)};
 }
 

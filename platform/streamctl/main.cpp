@@ -24,7 +24,7 @@ int main(int count, char** words) {
   try {
     return streamctl::runProgram(std::vector<std::string>(words + (count > 0 ? 1 : 0), words + count));
   } catch (const std::exception& error) {
-    wire::sayLine(error.what());
+    sys::sayLine(error.what());
     return 1;
   }
 }

@@ -17,7 +17,7 @@ constexpr std::chrono::milliseconds LongestWait{100};
 // may hold a megabyte.
 constexpr std::size_t MaxBytesOnTheWay = 1U << 20U;
 
-service::Time clockNow() { return std::chrono::steady_clock::now().time_since_epoch(); }
+device::Time clockNow() { return std::chrono::steady_clock::now().time_since_epoch(); }
 
 // Hands frames over, and knows what sounds by them.
 class Sender {
@@ -25,7 +25,7 @@ class Sender {
   Sender(client::ControlChannel& channel, const std::string& port) : channel_(channel), port_(port) {}
 
   // False when the service does not take the message, or one before it.
-  bool add(const service::Message& message) {
+  bool add(const device::Message& message) {
     sounding_.passed(message);
     if (!batch_.hasRoomFor(message) && !flush()) return false;
     batch_.add(message);
@@ -34,7 +34,7 @@ class Sender {
 
   // Ends what sounds. False as above.
   bool silence() {
-    return std::ranges::all_of(sounding_.takeEnds(), [this](const service::ScoreEvent& end) {
+    return std::ranges::all_of(sounding_.takeEnds(), [this](const midi::ScoreEvent& end) {
       return add({end.group, end.bytes});
     });
   }
@@ -51,19 +51,19 @@ class Sender {
  private:
   client::ControlChannel& channel_;
   const std::string& port_;
-  service::SoundingNotes sounding_;
+  midi::SoundingNotes sounding_;
   FrameBatch batch_;
   std::size_t onTheWay_ = 0;
 };
 
 // False when the service does not take everything.
-bool play(Sender& sender, client::ControlChannel& channel, service::Player& player, std::uint64_t pass,
+bool play(Sender& sender, client::ControlChannel& channel, midi::Player& player, std::uint64_t pass,
           const StopSignals& signals, const std::function<void(std::uint64_t messages)>& progress) {
   std::uint64_t messages = 0;
   player.start(clockNow());
   while (const auto due = player.due()) {
     signals.waitUntil(std::min(*due, clockNow() + LongestWait));
-    const service::Time now = clockNow();
+    const device::Time now = clockNow();
     // In pieces, as what is played without pauses may never end.
     for (std::size_t i = 0; i < FrameBatch::MaxMessages && signals.caught() == 0; ++i) {
       const auto message = player.next(now);
@@ -80,9 +80,8 @@ bool play(Sender& sender, client::ControlChannel& channel, service::Player& play
 }
 
 // Plays, and leaves nothing that sounds when it does not come to the end.
-bool playAndSilence(client::ControlChannel& channel, const std::string& port, service::Player& player,
-                    std::uint64_t pass, const StopSignals& signals,
-                    const std::function<void(std::uint64_t messages)>& progress) {
+bool playAndSilence(client::ControlChannel& channel, const std::string& port, midi::Player& player, std::uint64_t pass,
+                    const StopSignals& signals, const std::function<void(std::uint64_t messages)>& progress) {
   Sender sender(channel, port);
   const bool played = play(sender, channel, player, pass, signals, progress);
   const bool early = !played || player.due();
@@ -94,7 +93,7 @@ bool playAndSilence(client::ControlChannel& channel, const std::string& port, se
 
 }  // namespace
 
-std::optional<std::string> playInto(ServiceClient& service, const std::string& port, service::Player& player,
+std::optional<std::string> playInto(ServiceClient& service, const std::string& port, midi::Player& player,
                                     std::uint64_t pass, const StopSignals& signals,
                                     const std::function<void(std::uint64_t messages)>& progress) {
   // Asked first: a refusal would come only with the first message, which may have minutes to go.

@@ -19,7 +19,7 @@ namespace streamctl {
 //
 // pass: of how many messages a pass of the player consists. What sounds when another pass begins is ended before, and
 // so is what sounds when playing ends early; 0: what sounds is nobody's concern.
-std::optional<std::string> playInto(ServiceClient& service, const std::string& port, service::Player& player,
+std::optional<std::string> playInto(ServiceClient& service, const std::string& port, midi::Player& player,
                                     std::uint64_t pass, const StopSignals& signals,
                                     const std::function<void(std::uint64_t messages)>& progress);
 

@@ -21,13 +21,13 @@ constexpr int WrongWords = 2;
 
 int statusOf(const Outcome& outcome) {
   if (!outcome) return 0;
-  if (!outcome->cause.empty()) wire::sayLine(outcome->cause);
+  if (!outcome->cause.empty()) sys::sayLine(outcome->cause);
   return Failed;
 }
 
 int say(const Saying& saying) {
   if (saying.wrong) {
-    wire::sayLine(saying.text);
+    sys::sayLine(saying.text);
     return WrongWords;
   }
   const int error = writeOutput(saying.text);

@@ -32,7 +32,7 @@ ProgressLine::~ProgressLine() {
   if (!shown_.empty()) std::fputs("\r\x1b[K", stderr);
 }
 
-void ProgressLine::show(service::Time position, service::Time length) {
+void ProgressLine::show(device::Time position, device::Time length) {
   if (!onTerminal_) return;
   std::string text = progressText(position, length, columnsToUse());
   if (text == shown_) return;

@@ -17,7 +17,7 @@ class ProgressLine {
   ~ProgressLine();
 
   // Draws it (see progress_text.h), unless it looks so already.
-  void show(service::Time position, service::Time length);
+  void show(device::Time position, device::Time length);
 
  private:
   bool onTerminal_;

@@ -10,7 +10,7 @@ namespace {
 constexpr std::size_t LeastBar = 10;
 constexpr std::size_t MostBar = 60;
 
-std::string clock(service::Time time) {
+std::string clock(device::Time time) {
   const auto seconds = std::chrono::floor<std::chrono::seconds>(time).count();
   const std::string rest = std::to_string(seconds % 60);
   return std::to_string(seconds / 60) + (rest.size() < 2 ? ":0" : ":") + rest;
@@ -25,7 +25,7 @@ std::string bar(std::size_t inside, double part) {
 
 }  // namespace
 
-std::string progressText(service::Time position, service::Time length, std::size_t columns) {
+std::string progressText(device::Time position, device::Time length, std::size_t columns) {
   const double part =
       length.count() == 0 ? 1 : static_cast<double>(position.count()) / static_cast<double>(length.count());
   const std::string number = std::to_string(static_cast<int>(100 * part));

@@ -7,12 +7,12 @@
 namespace streamctl {
 namespace {
 
-using service::Time;
+using device::Time;
 
 // Further away than anybody waits; no sum of a time and this overflows.
 constexpr long double Endless = 1e18L;
 
-class RepeatingPlayer : public service::Player {
+class RepeatingPlayer : public midi::Player {
  public:
   explicit RepeatingPlayer(Repetition repetition) : repetition_(std::move(repetition)) {
     if (repetition_.perSecond) period_ = 1e9L / *repetition_.perSecond;
@@ -27,13 +27,13 @@ class RepeatingPlayer : public service::Player {
     return *start_ + Time(std::llround(std::min(static_cast<long double>(next_) * period_, Endless)));
   }
 
-  std::optional<service::Message> next(Time now) override {
+  std::optional<device::Message> next(Time now) override {
     const auto dueAt = due();
     if (!dueAt || *dueAt > now) return std::nullopt;
     const Time lateness = now - *dueAt;
     if (lateness > MaxLateness) *start_ += lateness;
     ++next_;
-    return service::Message{repetition_.group, repetition_.message};
+    return device::Message{repetition_.group, repetition_.message};
   }
 
  private:
@@ -45,7 +45,7 @@ class RepeatingPlayer : public service::Player {
 
 }  // namespace
 
-std::unique_ptr<service::Player> makeRepeatingPlayer(Repetition repetition) {
+std::unique_ptr<midi::Player> makeRepeatingPlayer(Repetition repetition) {
   return std::make_unique<RepeatingPlayer>(std::move(repetition));
 }
 

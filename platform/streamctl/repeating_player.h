@@ -19,6 +19,6 @@ struct Repetition {
 
 // A player of a repetition: the first message is due at the start, each other at its own multiple of the period from
 // there, so there is no drift. No message is ever left out; after a long pause it goes on where it was.
-std::unique_ptr<service::Player> makeRepeatingPlayer(Repetition repetition);
+std::unique_ptr<midi::Player> makeRepeatingPlayer(Repetition repetition);
 
 }  // namespace streamctl

@@ -37,12 +37,12 @@ std::string ServiceClient::whyNoAnswer() {
 }
 
 std::string ServiceClient::whyNot(const std::string& port) {
-  if (channel_->refusal() == wire::Status::NotFound) return noSuchPort(port);
+  if (channel_->refusal() == device::Status::NotFound) return noSuchPort(port);
   return client::endpointLine(endpoint_, whyNoAnswer());
 }
 
 void ServiceClient::leave() { channel_->ask<wire::Result>(wire::Goodbye{channel_->session()}); }
 
-std::string noSuchPort(const std::string& port) { return "no such port: " + wire::printable(port); }
+std::string noSuchPort(const std::string& port) { return "no such port: " + sys::printable(port); }
 
 }  // namespace streamctl

@@ -39,14 +39,14 @@ void sayProblem(const ServicePlace& place, const std::string& endpoint, const cl
   const auto parsed = client::parseEndpoint(endpoint, EvtSrv::ConBehave_Void);
   const bool noStreamd = problem.nobodyThere && std::holds_alternative<client::LocalEndpoint>(parsed);
   const std::string line = client::endpointLine(endpoint, problem.cause);
-  wire::sayLine(noStreamd ? line + "; " + place.advice : line);
+  sys::sayLine(noStreamd ? line + "; " + place.advice : line);
 }
 
 void sayTaken(const ServicePlace& place, const std::string& endpoint) {
   if (!place.isDefault) return;
   const bool isBuiltin = endpoint == client::embeddedEndpoint({});
   const std::string why = isBuiltin ? ", a built-in device that nobody else sees; " + place.advice : "";
-  wire::sayLine("using " + wire::printable(endpoint) + why);
+  sys::sayLine("using " + sys::printable(endpoint) + why);
 }
 
 }  // namespace streamctl

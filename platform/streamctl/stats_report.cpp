@@ -31,7 +31,7 @@ std::string statsText(const wire::Stats& stats) {
                                 {"queue limit", std::to_string(stats.queueLimit) + " bytes"}});
   std::vector<std::vector<std::string>> rows{{"PROGRAM", "PROCESS", "TAPS", "IN", "OUT", "LOST", "QUEUE", "FILL"}};
   for (const wire::ClientStats& client : stats.clients) {
-    rows.push_back({wire::printable(client.program), std::to_string(client.process), std::to_string(client.taps),
+    rows.push_back({sys::printable(client.program), std::to_string(client.process), std::to_string(client.taps),
                     std::to_string(client.in), std::to_string(client.out), std::to_string(client.lost),
                     std::to_string(client.queueBytes), fill(client.queueBytes, stats.queueLimit)});
   }

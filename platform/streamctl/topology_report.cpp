@@ -64,7 +64,7 @@ using Row = std::vector<std::string>;
 // The rows of a table, whose column of original names is left out when there are none.
 class Rows {
  public:
-  Rows(const PortNames& names, const OriginalNames& originals, wire::TextEncoding encoding)
+  Rows(const PortNames& names, const OriginalNames& originals, sys::TextEncoding encoding)
       : names_(names), originals_(originals), encoding_(encoding) {
     add({"GROUP", "NAME", "SIDE", "PORT"}, "ORIGINAL", "CONNECTIONS");
   }
@@ -94,7 +94,7 @@ class Rows {
   std::string text() const { return textTable(rows_); }
 
  private:
-  std::string printable(const std::string& name) const { return wire::printable(name, encoding_); }
+  std::string printable(const std::string& name) const { return sys::printable(name, encoding_); }
 
   void add(Row front, const std::string& original, const std::string& connections) {
     if (originals_.any()) front.push_back(original);
@@ -104,7 +104,7 @@ class Rows {
 
   const PortNames& names_;
   const OriginalNames& originals_;
-  wire::TextEncoding encoding_;
+  sys::TextEncoding encoding_;
   std::vector<Row> rows_;
 };
 
@@ -168,7 +168,7 @@ class Device {
 }  // namespace
 
 std::string topologyText(const wire::Topology& topology, const wire::Links& links, const wire::Originals& originals,
-                         wire::TextEncoding encoding) {
+                         sys::TextEncoding encoding) {
   const Device device(topology);
   const OriginalNames originalNames(originals);
   Peers sinksOf;

@@ -12,7 +12,7 @@ namespace streamctl {
 // system that it comes from (when any comes from one), and the ports that it is connected to, in the order of making. A
 // side without ports has one line, and so has a group without sides. encoding: of who reads it.
 std::string topologyText(const wire::Topology& topology, const wire::Links& links, const wire::Originals& originals,
-                         wire::TextEncoding encoding);
+                         sys::TextEncoding encoding);
 
 // A JSON document:
 //

@@ -77,7 +77,7 @@ Opened makeKnown(const ServicePlace& place) {
 // Why there is no tap.
 std::string causeOf(EvtSrv::EventResult result, const std::string& port, const std::string& endpoint) {
   const bool unknown = result == EvtSrv::EvtRes_NotFound || result == EvtSrv::EvtRes_BadArgument;
-  return unknown ? noSuchPort(port) : wire::printable(endpoint) + ": the service does not answer";
+  return unknown ? noSuchPort(port) : sys::printable(endpoint) + ": the service does not answer";
 }
 
 }  // namespace
@@ -103,7 +103,7 @@ Outcome run(const WatchCommand& command, const ServicePlace& place) {
     port.flush();
     if (received == EvtSrv::EvtRes_DoNothing && !outputHasReader()) break;
   }
-  if (port.malformed()) return Failure{wire::printable(endpoint) + ": the service has sent a malformed event"};
+  if (port.malformed()) return Failure{sys::printable(endpoint) + ": the service has sent a malformed event"};
   const int error = port.error();
   return error == 0 || error == EPIPE || error == EINTR ? Outcome() : Failure{outputProblem(error)};
 }

@@ -12,7 +12,7 @@
 #include <vector>
 #include <zmq.hpp>
 
-#include "platform/host/devices.h"
+#include "platform/drivers/catalogue.h"
 #include "platform/host/host.h"
 #include "platform/streamd/line_log.h"
 #include "platform/streamd/socket_place.h"
@@ -29,7 +29,7 @@ void logLine(std::string_view line) {
 }
 
 void logOf(std::string_view subject, std::string_view what) {
-  logLine(wire::printable(subject) + ": " + wire::printable(what));
+  logLine(sys::printable(subject) + ": " + sys::printable(what));
 }
 
 std::atomic<host::Host*> running{nullptr};
@@ -50,20 +50,14 @@ class StoppedBySignals {
   ~StoppedBySignals() { running = nullptr; }
 };
 
-std::string_view driverText(std::string_view name) {
-  if (name == host::AlsaDriver) return "ALSA sequencer";
-  if (name == host::JackDriver) return "JACK";
-  return "built-in device";
-}
-
 std::string countText(std::size_t count, std::string_view noun) {
   return std::to_string(count) + " " + std::string(noun) + (count == 1 ? "" : "s");
 }
 
-std::string describe(const service::Topology& topology) {
+std::string describe(const device::Topology& topology) {
   std::size_t sources = 0;
   std::size_t sinks = 0;
-  for (const service::Group& group : topology.groups()) {
+  for (const device::Group& group : topology.groups()) {
     if (group.sources) sources += group.sources->count;
     if (group.sinks) sinks += group.sinks->count;
   }
@@ -74,7 +68,8 @@ std::string describe(const service::Topology& topology) {
 // What is served, in words.
 std::string devicesText(const Options& options) {
   std::string text;
-  for (const std::string& name : options.drivers) text += (text.empty() ? "" : ", ") + std::string(driverText(name));
+  for (const std::string& name : options.drivers)
+    text += (text.empty() ? "" : ", ") + std::string(drivers::find(name)->text);
   if (!options.device.empty()) text += (text.empty() ? "" : ", ") + options.device;
   return text;
 }
@@ -93,12 +88,12 @@ std::variant<std::unique_ptr<SocketPlace>, std::string> claim(std::string_view e
 }  // namespace
 
 int serve(const Options& options) {
-  auto device = host::openDrivers(options.drivers, options.device);
+  auto device = drivers::openDrivers(options.drivers, options.device);
   if (const auto* problem = std::get_if<std::string>(&device)) {
-    logLine(wire::printable(*problem));
+    logLine(sys::printable(*problem));
     return FailureStatus;
   }
-  auto driver = std::get<std::unique_ptr<service::Driver>>(std::move(device));
+  auto driver = std::get<std::unique_ptr<device::Driver>>(std::move(device));
   const std::string deviceText = describe(driver->topology());
 
   // Given back after the sockets have gone.

@@ -17,7 +17,7 @@ std::string withPrefix(std::string_view line) { return "streamd: " + std::string
 void LineLog::write(std::string_view line) {
   pollfd ready{descriptor_, POLLOUT, 0};
   // A pipe, or a terminal that was halted, may be full for as long as its reader likes.
-  if (host::throughSignals([&] { return poll(&ready, 1, 0); }) != 1) {
+  if (sys::throughSignals([&] { return poll(&ready, 1, 0); }) != 1) {
     ++leftOut_;
     return;
   }
@@ -30,7 +30,7 @@ void LineLog::write(std::string_view line) {
   leftOut_ = 0;
   // What cannot be written, on a full disk say, is lost: the service is worth more than its log.
   [[maybe_unused]] const auto written =
-      host::throughSignals([&] { return ::write(descriptor_, text.data(), text.size()); });
+      sys::throughSignals([&] { return ::write(descriptor_, text.data(), text.size()); });
 }
 
 }  // namespace streamd

@@ -3,7 +3,7 @@
 #include <CLI/CLI.hpp>
 #include <cstdio>
 
-#include "platform/host/devices.h"
+#include "platform/drivers/catalogue.h"
 #include "platform/host/limits.h"
 #include "platform/system/local_socket.h"
 #include "platform/system/printable.h"
@@ -17,10 +17,16 @@ constexpr int UsageStatus = 2;
 constexpr std::size_t SmallestQueue = 1024;
 constexpr std::size_t LargestQueue = 1U << 31U;
 
+std::vector<std::string> driverNames() {
+  std::vector<std::string> names;
+  for (const drivers::Entry& entry : drivers::catalogue()) names.emplace_back(entry.name);
+  return names;
+}
+
 }  // namespace
 
 std::variant<Options, EndWith> parseOptions(int count, const char* const* words) {
-  Options options{.endpoints = {"ipc://" + host::wellKnownSocket()},
+  Options options{.endpoints = {"ipc://" + sys::wellKnownSocket()},
                   .drivers = {},
                   .device = {},
                   .queueBytes = service::Limits{}.queueBytes};
@@ -32,11 +38,11 @@ std::variant<Options, EndWith> parseOptions(int count, const char* const* words)
       ->capture_default_str();
   app.add_option(
          "--driver", options.drivers,
-         "Where ports come from: builtin, alsa, jack; may be given several times, their groups then stand side by "
-         "side; builtin unless --device is given")
+         "Where ports come from: " + drivers::namesOfAll() +
+             "; may be given several times, their groups then stand side by side; builtin unless --device is given")
       ->type_name("NAME")
       ->allow_extra_args(false)
-      ->check(CLI::IsMember({host::BuiltinDriver, host::AlsaDriver, host::JackDriver}));
+      ->check(CLI::IsMember(driverNames()));
   app.add_option("--device", options.device, "TOML file that describes a device, whose groups come last")
       ->type_name("FILE");
   app.add_option("--queue-bytes", options.queueBytes, "How much may wait for a client that reads slowly")
@@ -48,10 +54,10 @@ std::variant<Options, EndWith> parseOptions(int count, const char* const* words)
   } catch (const CLI::ParseError& problem) {
     // Help and version are asked for so, too.
     if (problem.get_exit_code() == 0) return EndWith{app.exit(problem)};
-    std::fprintf(stderr, "streamd: %s (--help tells more)\n", wire::printable(problem.what()).c_str());
+    std::fprintf(stderr, "streamd: %s (--help tells more)\n", sys::printable(problem.what()).c_str());
     return EndWith{UsageStatus};
   }
-  if (options.drivers.empty() && options.device.empty()) options.drivers.emplace_back(host::BuiltinDriver);
+  if (options.drivers.empty() && options.device.empty()) options.drivers.emplace_back("builtin");
   return options;
 }
 

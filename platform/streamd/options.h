@@ -10,7 +10,7 @@ namespace streamd {
 
 struct Options {
   std::vector<std::string> endpoints;  // at least one
-  std::vector<std::string> drivers;    // host::BuiltinDriver, ...; at least one, unless there is a device file
+  std::vector<std::string> drivers;    // names of the catalogue; at least one, unless there is a device file
   std::string device;                  // a device file, or empty
   std::size_t queueBytes = 0;
 };

@@ -50,7 +50,7 @@ std::variant<int, std::string> lockFile(const std::string& path) {
   for (;;) {
     const int descriptor = open(path.c_str(), O_CREAT | O_RDWR | O_CLOEXEC | O_NOFOLLOW, LockMode);
     if (descriptor < 0) return path + ": " + words(errno);
-    if (host::throughSignals([&] { return flock(descriptor, LOCK_EX | LOCK_NB); }) < 0) {
+    if (sys::throughSignals([&] { return flock(descriptor, LOCK_EX | LOCK_NB); }) < 0) {
       const int cause = errno;
       close(descriptor);
       return cause == EWOULDBLOCK ? Taken : path + ": " + words(cause);
@@ -66,7 +66,7 @@ std::optional<std::string> clearAway(const std::string& path) {
   struct stat there {};
   if (lstat(path.c_str(), &there) < 0) return errno == ENOENT ? std::nullopt : std::optional(words(errno));
   if (!S_ISSOCK(there.st_mode)) return "there is something that is no socket";
-  const int cause = host::whyNobodyListens(path);
+  const int cause = sys::whyNobodyListens(path);
   if (cause == 0) return Taken;
   if (cause != ECONNREFUSED) return words(cause);
   return unlink(path.c_str()) == 0 || errno == ENOENT ? std::nullopt : std::optional(words(errno));

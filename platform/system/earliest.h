@@ -5,11 +5,11 @@
 #include <chrono>
 #include <optional>
 
-namespace service {
+namespace sys {
 
 // Makes first the earlier of the two, where nullopt is never.
-inline void soonest(std::optional<std::chrono::nanoseconds>& first, std::optional<std::chrono::nanoseconds> other) {
+inline void keepEarlier(std::optional<std::chrono::nanoseconds>& first, std::optional<std::chrono::nanoseconds> other) {
   if (other) first = std::min(first.value_or(*other), *other);
 }
 
-}  // namespace service
+}  // namespace sys

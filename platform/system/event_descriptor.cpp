@@ -7,23 +7,25 @@
 #include <cstdint>
 #include <system_error>
 
-namespace service {
+namespace sys {
 
-Wakeup::Wakeup() : descriptor_(eventfd(0, EFD_CLOEXEC | EFD_NONBLOCK)) {
+EventDescriptor::EventDescriptor() : descriptor_(eventfd(0, EFD_CLOEXEC | EFD_NONBLOCK)) {
   if (descriptor_ < 0) throw std::system_error(errno, std::generic_category(), "eventfd");
 }
 
-Wakeup::~Wakeup() { close(descriptor_); }
+EventDescriptor::~EventDescriptor() { close(descriptor_); }
 
-void Wakeup::wake() {
+void EventDescriptor::wake() noexcept {
+  const int errnoOfInterrupted = errno;
   constexpr std::uint64_t One = 1;
   // It can only fail when it is readable already.
   [[maybe_unused]] const auto written = write(descriptor_, &One, sizeof One);
+  errno = errnoOfInterrupted;
 }
 
-void Wakeup::clear() {
+void EventDescriptor::clear() noexcept {
   std::uint64_t count = 0;
   [[maybe_unused]] const auto got = read(descriptor_, &count, sizeof count);
 }
 
-}  // namespace service
+}  // namespace sys

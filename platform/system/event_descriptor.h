@@ -1,27 +1,28 @@
-// Tells the service's thread that another thread has put something somewhere.
+// Wakes a thread that waits for descriptors.
 #pragma once
 
-namespace service {
+namespace sys {
 
 // A descriptor that is readable from wake() until clear().
-class Wakeup {
+class EventDescriptor {
  public:
   // Throws std::system_error when the system has no descriptor left.
-  Wakeup();
-  Wakeup(const Wakeup&) = delete;
-  Wakeup& operator=(const Wakeup&) = delete;
-  ~Wakeup();
+  EventDescriptor();
+  EventDescriptor(const EventDescriptor&) = delete;
+  EventDescriptor& operator=(const EventDescriptor&) = delete;
+  ~EventDescriptor();
 
-  // From any thread, also from one that must not wait.
-  void wake();
+  // Does not block, and keeps errno. Any thread; signal handlers, too.
+  void wake() noexcept;
 
-  // What is put somewhere from now on wakes again. Look for what is there after this, not before.
-  void clear();
+  // Call this before you read what others have left: what they leave from now on wakes again.
+  void clear() noexcept;
 
-  int descriptor() const { return descriptor_; }
+  // The same as long as this lives.
+  int descriptor() const noexcept { return descriptor_; }
 
  private:
   int descriptor_;
 };
 
-}  // namespace service
+}  // namespace sys

@@ -10,7 +10,7 @@
 
 #include "platform/system/through_signals.h"
 
-namespace host {
+namespace sys {
 
 std::string wellKnownSocket() {
   const char* folder = std::getenv("XDG_RUNTIME_DIR");
@@ -35,4 +35,4 @@ int whyNobodyListens(const std::string& path) {
   return cause == EAGAIN ? 0 : cause;
 }
 
-}  // namespace host
+}  // namespace sys

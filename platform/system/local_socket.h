@@ -3,7 +3,7 @@
 
 #include <string>
 
-namespace host {
+namespace sys {
 
 // Where a service listens, and a client looks for one, when nobody says otherwise: streamd/socket in the folder that
 // XDG_RUNTIME_DIR names, or in /run without it.
@@ -13,4 +13,4 @@ std::string wellKnownSocket();
 // waits: who listens but is too busy to accept counts as listening.
 int whyNobodyListens(const std::string& path);
 
-}  // namespace host
+}  // namespace sys

@@ -4,7 +4,7 @@
 #include <array>
 #include <cstdint>
 
-namespace wire {
+namespace sys {
 namespace {
 
 struct Range {
@@ -84,4 +84,4 @@ std::size_t columns(std::string_view text) {
   return text.size() - static_cast<std::size_t>(std::ranges::count_if(text, isContinuation));
 }
 
-}  // namespace wire
+}  // namespace sys

@@ -7,7 +7,7 @@
 
 #include "platform/system/text_encoding.h"
 
-namespace wire {
+namespace sys {
 
 // text with each byte that is not to be shown as "\xHH": what came from elsewhere must neither steer a terminal, nor
 // end a line, nor look like what it is not. Printable ASCII stays, a backslash too. In UTF-8 other characters stay as
@@ -21,4 +21,4 @@ std::string printable(std::string_view text);
 // How many columns printable text takes, when each of its characters takes one.
 std::size_t columns(std::string_view text);
 
-}  // namespace wire
+}  // namespace sys

@@ -5,7 +5,7 @@
 
 #include "platform/system/printable.h"
 
-namespace wire {
+namespace sys {
 namespace {
 
 // Whoever starts a program may give it no name at all.
@@ -27,4 +27,4 @@ std::string programLine(std::string_view text) { return std::string(programName(
 
 void sayLine(std::string_view line) { std::fprintf(stderr, "%s\n", programLine(line).c_str()); }
 
-}  // namespace wire
+}  // namespace sys

@@ -4,7 +4,7 @@
 #include <string>
 #include <string_view>
 
-namespace wire {
+namespace sys {
 
 // The name by which this program was started, without its folder: printable, never empty. Any thread.
 const std::string& programName();
@@ -16,4 +16,4 @@ std::string programLine(std::string_view text);
 // line: printable, without a line end.
 void sayLine(std::string_view line);
 
-}  // namespace wire
+}  // namespace sys

@@ -5,7 +5,7 @@
 #include <memory>
 #include <system_error>
 
-namespace service {
+namespace sys {
 namespace {
 
 struct FileCloser {
@@ -32,4 +32,4 @@ std::variant<std::vector<std::uint8_t>, std::string> readFile(const std::filesys
   return bytes;
 }
 
-}  // namespace service
+}  // namespace sys

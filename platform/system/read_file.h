@@ -8,10 +8,10 @@
 #include <variant>
 #include <vector>
 
-namespace service {
+namespace sys {
 
 // The bytes of the file at path, or in one line why not. Only regular files of most bytes or less: anything else could
 // be without end. Blocks for the disk.
 std::variant<std::vector<std::uint8_t>, std::string> readFile(const std::filesystem::path& path, std::size_t most);
 
-}  // namespace service
+}  // namespace sys

@@ -5,7 +5,7 @@
 
 #include <string_view>
 
-namespace wire {
+namespace sys {
 
 TextEncoding environmentEncoding() {
   static const TextEncoding encoding = [] {
@@ -18,4 +18,4 @@ TextEncoding environmentEncoding() {
   return encoding;
 }
 
-}  // namespace wire
+}  // namespace sys

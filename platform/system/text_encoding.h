@@ -3,7 +3,7 @@
 
 #include <cstdint>
 
-namespace wire {
+namespace sys {
 
 enum class TextEncoding : std::uint8_t {
   Ascii,  // nothing: they are not to be shown
@@ -14,4 +14,4 @@ enum class TextEncoding : std::uint8_t {
 // and has UTF-8. The process's own locale is neither asked nor changed. Any thread.
 TextEncoding environmentEncoding();
 
-}  // namespace wire
+}  // namespace sys

@@ -3,7 +3,7 @@
 
 #include <cerrno>
 
-namespace host {
+namespace sys {
 
 // Makes a call that answers a negative number and sets errno on failure, again and again until no signal has
 // interrupted it. The call must have had no effect when it fails.
@@ -14,4 +14,4 @@ auto throughSignals(Call call) {
   return result;
 }
 
-}  // namespace host
+}  // namespace sys

@@ -5,7 +5,7 @@
 
 #include <csignal>
 
-namespace service {
+namespace sys {
 
 // While it lives, threads that are started take no signals but those of their own faults: handlers belong to the
 // program's own threads.
@@ -25,4 +25,4 @@ class WithoutSignals {
   sigset_t before_{};
 };
 
-}  // namespace service
+}  // namespace sys

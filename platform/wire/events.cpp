@@ -25,7 +25,7 @@ void appendHeader(const EventHeader& header, ByteWriter& to) {
 
 // What stands in front of an event.
 void appendEntryFront(std::uint32_t eventPort, std::string_view port, std::size_t eventBytes, ByteWriter& to) {
-  assert(port.size() <= MaxNameBytes);
+  assert(port.size() <= device::MaxNameBytes);
   to.number(EventKind);
   to.number(eventPort);
   to.number(static_cast<std::uint16_t>(port.size()));
@@ -102,7 +102,7 @@ std::optional<EventEntry> EventReader::next() {
   if (kind == EventKind) {
     entry.eventPort = from.number<std::uint32_t>();
     const std::size_t nameBytes = from.number<std::uint16_t>();
-    if (nameBytes > MaxNameBytes) from.fail();
+    if (nameBytes > device::MaxNameBytes) from.fail();
     entry.port = from.characters(nameBytes);
     const std::size_t eventBytes = from.number<std::uint32_t>();
     if (eventBytes < EventHeaderBytes) from.fail();

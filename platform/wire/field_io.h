@@ -35,16 +35,16 @@ class FieldWriter {
     to_.number(value);
   }
   void operator()(bool value) { to_.number(static_cast<std::uint8_t>(value ? 1 : 0)); }
-  void operator()(Status value) { to_.number(static_cast<std::uint32_t>(value)); }
+  void operator()(device::Status value) { to_.number(static_cast<std::uint32_t>(value)); }
 
   void operator()(std::string_view value) {
-    assert(value.size() <= MaxNameBytes);
+    assert(value.size() <= device::MaxNameBytes);
     to_.number(static_cast<std::uint16_t>(value.size()));
     to_.characters(value);
   }
 
   void operator()(const std::vector<std::uint8_t>& value) {
-    assert(value.size() <= MaxMessageBytes);
+    assert(value.size() <= device::MaxMessageBytes);
     to_.number(static_cast<std::uint32_t>(value.size()));
     to_.bytes(value);
   }
@@ -98,21 +98,21 @@ class FieldReader {
     value = byte == 1;
   }
 
-  void operator()(Status& value) {
+  void operator()(device::Status& value) {
     const auto number = from_.number<std::uint32_t>();
-    require(number <= static_cast<std::uint32_t>(Status::Refused));
-    value = static_cast<Status>(number);
+    require(number <= static_cast<std::uint32_t>(device::Status::Refused));
+    value = static_cast<device::Status>(number);
   }
 
   void operator()(std::string& value) {
     const std::size_t size = from_.number<std::uint16_t>();
-    require(size <= MaxNameBytes);
+    require(size <= device::MaxNameBytes);
     value = from_.characters(size);
   }
 
   void operator()(std::vector<std::uint8_t>& value) {
     const std::size_t size = from_.number<std::uint32_t>();
-    require(size <= MaxMessageBytes);
+    require(size <= device::MaxMessageBytes);
     const auto bytes = from_.bytes(size);
     value.assign(bytes.begin(), bytes.end());
   }

@@ -12,17 +12,12 @@
 #include <variant>
 #include <vector>
 
+#include "platform/device/limits.h"
 #include "platform/device/status.h"
 
 namespace wire {
 
 inline constexpr std::uint8_t ProtocolVersion = 2;
-
-// Longest name that travels: a port's name has at most 63 bytes.
-inline constexpr std::size_t MaxNameBytes = 63;
-
-// Largest MIDI message that travels.
-inline constexpr std::size_t MaxMessageBytes = 1U << 20U;
 
 // A service lets at least so many bytes of Events entries, and so many graph changes, be on their way to a client. So a
 // client that tells at the latest after a quarter of it (Consumed, GraphSeen) never waits for news in vain.
@@ -119,7 +114,7 @@ struct Welcome {
 };
 
 struct Result {
-  Status status = Status::Ok;
+  device::Status status = device::Status::Ok;
   std::uint64_t graphVersion = 0;
 };
 

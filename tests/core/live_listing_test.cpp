@@ -30,7 +30,7 @@ constexpr std::chrono::seconds Patience{20};
 // nobody, but not without end.
 class Gate {
  public:
-  std::optional<service::Time> pass(service::Time now) {
+  std::optional<device::Time> pass(device::Time now) {
     std::unique_lock guard(mutex_);
     standing_ = closed_;
     changed_.notify_all();
@@ -66,7 +66,7 @@ class Gate {
 class LiveListing : public testing::Test {
  protected:
   LiveListing() {
-    std::vector<service::Link> links;
+    std::vector<device::Link> links;
     for (std::uint16_t group = 0; group < Groups; ++group) {
       for (std::uint16_t port = 0; port < PortsPerSide; ++port) {
         const auto next = static_cast<std::uint16_t>((group + 1) % Groups);
@@ -75,7 +75,7 @@ class LiveListing : public testing::Test {
     }
     auto device =
         std::make_unique<service::TestDevice>(service::evenTopology(Groups, PortsPerSide), std::move(links), told_);
-    device->onAdvance = [this](service::DriverEvents& /*events*/, service::Time now) { return gate.pass(now); };
+    device->onAdvance = [this](device::DriverEvents& /*events*/, device::Time now) { return gate.pass(now); };
     service_ = std::make_shared<host::EmbeddedService>(std::move(device));
     client::shareService("embedded:live", service_);
     ::setenv("EVTSRV_ENDPOINT", "embedded:live", 1);

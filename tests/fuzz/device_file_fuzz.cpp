@@ -11,13 +11,13 @@ void require(bool held) {
   if (!held) std::abort();
 }
 
-void checkPort(const service::Topology& topology, service::PortId port) {
+void checkPort(const device::Topology& topology, device::PortId port) {
   const std::string name = topology.name(port);
   require(name.size() <= 63 && topology.port(name) == port);
 }
 
-void checkGroup(const service::Topology& topology, const service::Group& group) {
-  for (const service::Side side : {service::Side::Source, service::Side::Sink}) {
+void checkGroup(const device::Topology& topology, const device::Group& group) {
+  for (const device::Side side : {device::Side::Source, device::Side::Sink}) {
     const auto& ports = group.side(side);
     if (!ports || ports->count == 0) continue;
     checkPort(topology, {group.id, 0, side});
@@ -28,15 +28,15 @@ void checkGroup(const service::Topology& topology, const service::Group& group) 
 }  // namespace
 
 extern "C" int LLVMFuzzerTestOneInput(const char* data, std::size_t size) {
-  auto result = service::parseDevice(std::string_view(data, size));
-  if (const auto* problem = std::get_if<service::DeviceFileProblem>(&result)) {
+  auto result = drivers::parseDevice(std::string_view(data, size));
+  if (const auto* problem = std::get_if<drivers::DeviceFileProblem>(&result)) {
     require(problem->line > 0 && !problem->cause.empty());
     for (const char byte : problem->cause) require(byte >= ' ' && byte <= '~');
     return 0;
   }
-  const auto driver = service::makeDeviceDriver(std::get<service::ParsedDevice>(std::move(result)).device);
-  for (const service::Group& group : driver->topology().groups()) checkGroup(driver->topology(), group);
-  for (const service::Link& link : driver->initialLinks()) {
+  const auto driver = drivers::makeDeviceDriver(std::get<drivers::ParsedDevice>(std::move(result)).device);
+  for (const device::Group& group : driver->topology().groups()) checkGroup(driver->topology(), group);
+  for (const device::Link& link : driver->initialLinks()) {
     require(driver->topology().exists(link.source()) && driver->topology().exists(link.sink()));
   }
   return 0;

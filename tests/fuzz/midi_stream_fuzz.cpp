@@ -12,13 +12,13 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
   std::vector<std::uint8_t> whole;
   std::vector<std::uint8_t> inPieces;
   const auto collect = [](std::vector<std::uint8_t>& out) {
-    return [&out](const service::Message& message) {
-      if (service::appendMidi(message, out) != service::Sendable::Yes) std::abort();
+    return [&out](const device::Message& message) {
+      if (midi::appendMidi(message, out) != midi::Sendable::Yes) std::abort();
     };
   };
-  service::MidiReader one;
+  midi::MidiReader one;
   one.read(bytes, collect(whole));
-  service::MidiReader other;
+  midi::MidiReader other;
   for (std::size_t at = 0; at < size; ++at) other.read(bytes.subspan(at, 1), collect(inPieces));
   if (whole != inPieces || one.takeBroken() != other.takeBroken()) std::abort();
   return 0;

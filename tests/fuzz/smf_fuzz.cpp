@@ -6,11 +6,11 @@
 #include "platform/midi/smf_file.h"
 
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
-  const auto result = service::parseSmf({data, size});
-  const auto* score = std::get_if<service::Score>(&result);
+  const auto result = midi::parseSmf({data, size});
+  const auto* score = std::get_if<midi::Score>(&result);
   if (score == nullptr) return 0;
-  service::Time last{};
-  for (const service::ScoreEvent& event : score->events) {
+  device::Time last{};
+  for (const midi::ScoreEvent& event : score->events) {
     if (event.time < last || event.bytes.empty() || event.bytes[0] < 0x80 || event.group > 15) std::abort();
     last = event.time;
   }

@@ -12,7 +12,7 @@
 #include <variant>
 #include <zmq.hpp>
 
-#include "platform/host/devices.h"
+#include "platform/drivers/catalogue.h"
 #include "platform/host/embedded_service.h"
 #include "platform/host/host.h"
 #include "platform/system/program_line.h"
@@ -31,8 +31,8 @@ namespace {
 class LocalService {
  public:
   explicit LocalService(const std::string& endpoint) {
-    auto device = host::openDevice("");
-    host_.emplace(context_, std::get<std::unique_ptr<service::Driver>>(std::move(device)), host::Limits{}, host::Log{});
+    auto device = drivers::openDevice("");
+    host_.emplace(context_, std::get<std::unique_ptr<device::Driver>>(std::move(device)), host::Limits{}, host::Log{});
     EXPECT_EQ(host_->bind(endpoint), std::nullopt);
     thread_ = std::thread([this] { host_->run(); });
   }
@@ -69,7 +69,7 @@ class LostService : public testing::Test {
     shell.setPatcher(std::make_unique<StrmSrv::Patcher>(manager, 0));
   }
 
-  std::string line() const { return wire::programLine(endpoint + ": the service has gone\n"); }
+  std::string line() const { return sys::programLine(endpoint + ": the service has gone\n"); }
 
  private:
   // While the test runs: the other tests of the program have a service in the process.
@@ -136,7 +136,7 @@ TEST_F(LostService, IsListedWithoutConnectionsUntilItIsBack) {
   const LocalService another(endpoint);
   while (listed() != before && !deadline.passed()) std::this_thread::sleep_for(std::chrono::milliseconds(1));
   EXPECT_EQ(listed(), before);
-  EXPECT_EQ(testing::internal::GetCapturedStderr(), line() + wire::programLine(endpoint + ": the service is back\n"));
+  EXPECT_EQ(testing::internal::GetCapturedStderr(), line() + sys::programLine(endpoint + ": the service is back\n"));
 }
 
 }  // namespace

@@ -5,7 +5,7 @@
 #include <cstdint>
 #include <string>
 
-namespace service::alsa {
+namespace drivers::alsa {
 
 struct Address {
   std::uint8_t client = 0;
@@ -32,4 +32,4 @@ inline std::string toText(Address address) {
   return std::to_string(address.client) + ":" + std::to_string(address.port);
 }
 
-}  // namespace service::alsa
+}  // namespace drivers::alsa

@@ -15,7 +15,7 @@
 #include "platform/drivers/alsa/tap_set.h"
 #include "platform/drivers/foreign/port_book.h"
 
-namespace service {
+namespace drivers {
 namespace alsa {
 namespace {
 
@@ -24,7 +24,7 @@ constexpr std::size_t MostBytesOfQueue = 32U << 20U;
 
 constexpr int MostEventsInOnePiece = 1'000;
 
-class AlsaDriver : public Driver {
+class AlsaDriver : public device::Driver {
  public:
   AlsaDriver()
       : control_("flowscope"),
@@ -39,31 +39,33 @@ class AlsaDriver : public Driver {
     presence_.update(view.clients);
   }
 
-  const Topology& topology() const override { return book_.topology(); }
-  const std::vector<Link>& initialLinks() const override { return noLinks_; }
+  const device::Topology& topology() const override { return book_.topology(); }
+  const std::vector<device::Link>& initialLinks() const override { return noLinks_; }
 
-  void start(DriverEvents& events, Time now) override {
+  void start(device::DriverEvents& events, device::Time now) override {
     events_ = &events;
     readAll(now);
   }
 
-  void deliver(PortId sink, const Message& message, Time now) override {
+  void deliver(device::PortId sink, const device::Message& message, device::Time now) override {
     if (const auto key = book_.key(sink)) output_.send(addressOf(*key), message, now);
   }
 
-  void setUsed(PortId source, bool used, Time /*now*/) override { taps_.setUsed(source, used, *events_); }
+  void setUsed(device::PortId source, bool used, device::Time /*now*/) override {
+    taps_.setUsed(source, used, *events_);
+  }
 
-  std::optional<Time> advance(Time now) override;
-  std::optional<wire::Status> patch(bool made, const Link& link, Time now) override;
-  void finish(Time /*now*/) override { output_.finish(*events_); }
+  std::optional<device::Time> advance(device::Time now) override;
+  std::optional<device::Status> patch(bool made, const device::Link& link, device::Time now) override;
+  void finish(device::Time /*now*/) override { output_.finish(*events_); }
   int descriptor() const override { return ready_.descriptor(); }
   bool behind() const override { return output_.behind(); }
 
  private:
-  std::optional<Link> linkOf(const Subscription& subscription) const;
-  void readAll(Time now);
-  void readOne(const Subscription& subscription, Time now);
-  bool takeEvents(Time now);
+  std::optional<device::Link> linkOf(const Subscription& subscription) const;
+  void readAll(device::Time now);
+  void readOne(const Subscription& subscription, device::Time now);
+  bool takeEvents(device::Time now);
 
   Sequencer control_;  // asks, connects, sends, and hears announcements
   EventDrain drain_;
@@ -72,45 +74,45 @@ class AlsaDriver : public Driver {
   AlsaOutput output_;
   TapSet taps_;
   DescriptorSet ready_;
-  const std::vector<Link> noLinks_;
-  DriverEvents* events_ = nullptr;
-  std::set<Link> links_;  // as told
-  Changes changes_;       // announced since
-  Changes due_;           // that are looked at when batch_ has been taken
+  const std::vector<device::Link> noLinks_;
+  device::DriverEvents* events_ = nullptr;
+  std::set<device::Link> links_;  // as told
+  Changes changes_;               // announced since
+  Changes due_;                   // that are looked at when batch_ has been taken
   std::vector<QueuedEvent> batch_;
   std::size_t taken_ = 0;  // of batch_
 };
 
-std::optional<Link> AlsaDriver::linkOf(const Subscription& subscription) const {
-  const auto source = book_.place(keyOf(subscription.sender), Side::Source);
-  const auto sink = book_.place(keyOf(subscription.receiver), Side::Sink);
+std::optional<device::Link> AlsaDriver::linkOf(const Subscription& subscription) const {
+  const auto source = book_.place(keyOf(subscription.sender), device::Side::Source);
+  const auto sink = book_.place(keyOf(subscription.receiver), device::Side::Sink);
   if (!source || !sink) return std::nullopt;
-  return Link{source->group, source->index, sink->group, sink->index};
+  return device::Link{source->group, source->index, sink->group, sink->index};
 }
 
 // Tells the difference between what stands now and what has been told.
-void AlsaDriver::readAll(Time now) {
+void AlsaDriver::readAll(device::Time now) {
   const SequencerView view = readSequencer(control_);
   if (book_.update(view.clients)) events_->topologyChanged(now);
   for (const std::string& line : presence_.update(view.clients)) events_->noted(line);
   output_.setReceivers(view.receivers, now);
-  std::set<Link> standing;
+  std::set<device::Link> standing;
   for (const Subscription& subscription : view.subscriptions) {
     if (const auto link = linkOf(subscription)) standing.insert(*link);
   }
-  const std::set<Link> told = std::exchange(links_, standing);
-  for (const Link& link : told) {
+  const std::set<device::Link> told = std::exchange(links_, standing);
+  for (const device::Link& link : told) {
     // Those of ports that have gone have ended with them.
     const bool exist = topology().exists(link.source()) && topology().exists(link.sink());
     if (!standing.contains(link) && exist) events_->unlinked(link, now);
   }
-  for (const Link& link : standing) {
+  for (const device::Link& link : standing) {
     if (!told.contains(link)) events_->linked(link, now);
   }
   taps_.refresh(*events_);
 }
 
-void AlsaDriver::readOne(const Subscription& subscription, Time now) {
+void AlsaDriver::readOne(const Subscription& subscription, device::Time now) {
   const auto link = linkOf(subscription);
   if (!link) return;
   if (control_.stands(subscription)) {
@@ -120,7 +122,7 @@ void AlsaDriver::readOne(const Subscription& subscription, Time now) {
   }
 }
 
-std::optional<Time> AlsaDriver::advance(Time now) {
+std::optional<device::Time> AlsaDriver::advance(device::Time now) {
   readAnnouncements(control_, changes_);
   const bool begun = taken_ < batch_.size();
   // What a source has emitted before it left comes before its leaving.
@@ -146,28 +148,28 @@ std::optional<Time> AlsaDriver::advance(Time now) {
 }
 
 // Answers whether some of the batch is left.
-bool AlsaDriver::takeEvents(Time now) {
+bool AlsaDriver::takeEvents(device::Time now) {
   const std::size_t end = std::min(batch_.size(), taken_ + MostEventsInOnePiece);
   for (; taken_ < end; ++taken_) taps_.take(batch_[taken_], *events_, now);
   return taken_ < batch_.size();
 }
 
-std::optional<wire::Status> AlsaDriver::patch(bool made, const Link& link, Time now) {
+std::optional<device::Status> AlsaDriver::patch(bool made, const device::Link& link, device::Time now) {
   const auto source = book_.key(link.source());
   const auto sink = book_.key(link.sink());
-  if (!source || !sink) return wire::Status::NotFound;
+  if (!source || !sink) return device::Status::NotFound;
   const Subscription subscription{addressOf(*source), addressOf(*sink)};
   const int code = made ? control_.subscribe(subscription) : control_.unsubscribe(subscription);
   const bool stood = links_.contains(link);
   readOne(subscription, now);
   if (made) {
-    if (links_.contains(link)) return wire::Status::Ok;
+    if (links_.contains(link)) return device::Status::Ok;
     events_->noted("cannot connect \"" + topology().name(link.source()) + "\" to \"" + topology().name(link.sink()) +
                    "\": " + errorText(code));
-    return wire::Status::Refused;
+    return device::Status::Refused;
   }
-  if (links_.contains(link)) return wire::Status::Refused;
-  return code >= 0 || stood ? wire::Status::Ok : wire::Status::NotFound;
+  if (links_.contains(link)) return device::Status::Refused;
+  return code >= 0 || stood ? device::Status::Ok : device::Status::NotFound;
 }
 
 // The library writes to standard error, which belongs to the program.
@@ -177,7 +179,7 @@ void sayNothing(const char* /*file*/, int /*line*/, const char* /*function*/, in
 }  // namespace
 }  // namespace alsa
 
-std::variant<std::unique_ptr<Driver>, std::string> openAlsa() {
+std::variant<std::unique_ptr<device::Driver>, std::string> openAlsa() {
   snd_lib_error_set_handler(alsa::sayNothing);
   try {
     return std::make_unique<alsa::AlsaDriver>();
@@ -186,4 +188,4 @@ std::variant<std::unique_ptr<Driver>, std::string> openAlsa() {
   }
 }
 
-}  // namespace service
+}  // namespace drivers

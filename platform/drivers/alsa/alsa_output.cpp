@@ -10,17 +10,17 @@
 #include "platform/midi/midi_stream.h"
 #include "platform/system/earliest.h"
 
-namespace service::alsa {
+namespace drivers::alsa {
 namespace {
 
 // A receiver that reads at all makes room within this time; one that is slow is asked more seldom.
-constexpr Time ShortestPause = std::chrono::milliseconds(1);
-constexpr Time LongestPause = std::chrono::milliseconds(16);
+constexpr device::Time ShortestPause = std::chrono::milliseconds(1);
+constexpr device::Time LongestPause = std::chrono::milliseconds(16);
 
 // A program that has sent its last message waits until it has been taken, so little may be left when it ends.
 constexpr std::size_t BehindBytes = 4U << 10U;
 
-constexpr Time LastPatience = std::chrono::seconds(1);
+constexpr device::Time LastPatience = std::chrono::seconds(1);
 
 // Senders are held back long before; what other devices emit cannot be.
 constexpr std::size_t MostBytesOfSink = 8U << 20U;
@@ -31,23 +31,23 @@ AlsaOutput::AlsaOutput(Sequencer& sequencer)
     : sequencer_(sequencer), port_(sequencer.createPort("out", SND_SEQ_PORT_CAP_READ)) {}
 
 AlsaOutput::~AlsaOutput() {
-  const auto clockNow = [] { return Time(std::chrono::steady_clock::now().time_since_epoch()); };
+  const auto clockNow = [] { return device::Time(std::chrono::steady_clock::now().time_since_epoch()); };
   std::size_t left = bytes();
-  for (Time last = clockNow(); left != 0 && clockNow() - last < LastPatience;) {
+  for (device::Time last = clockNow(); left != 0 && clockNow() - last < LastPatience;) {
     std::this_thread::sleep_for(ShortestPause);
     for (auto& [address, sink] : sinks_) go(sink, clockNow());
     if (std::exchange(left, bytes()) != left) last = clockNow();
   }
 }
 
-void AlsaOutput::send(Address to, const Message& message, Time now) {
+void AlsaOutput::send(Address to, const device::Message& message, device::Time now) {
   const auto receiver = receivers_.find(to);
   if (receiver == receivers_.end()) return;
   std::vector<std::uint8_t> bytes;
-  const Sendable sendable = appendMidi(message, bytes);
-  if (sendable != Sendable::Yes) {
+  const midi::Sendable sendable = midi::appendMidi(message, bytes);
+  if (sendable != midi::Sendable::Yes) {
     log_.addUnsent(1, receiver->second.text,
-                   sendable == Sendable::NoSuchChannel ? unsent::NoSuchChannel : unsent::NotOneMessage, now);
+                   sendable == midi::Sendable::NoSuchChannel ? unsent::NoSuchChannel : unsent::NotOneMessage, now);
     return;
   }
   Sink& sink = sinks_.try_emplace(to, Sink{SinkQueue(port_, to, receiver->second)}).first->second;
@@ -59,7 +59,7 @@ void AlsaOutput::send(Address to, const Message& message, Time now) {
   if (sink.queue.messages() == 1) go(sink, now);
 }
 
-void AlsaOutput::setReceivers(const std::map<Address, Receiver>& receivers, Time now) {
+void AlsaOutput::setReceivers(const std::map<Address, Receiver>& receivers, device::Time now) {
   receivers_ = receivers;
   for (auto sink = sinks_.begin(); sink != sinks_.end();) {
     auto& queue = sink->second.queue;
@@ -74,18 +74,18 @@ void AlsaOutput::setReceivers(const std::map<Address, Receiver>& receivers, Time
   }
 }
 
-std::optional<Time> AlsaOutput::advance(DriverEvents& events, Time now) {
-  std::optional<Time> next;
+std::optional<device::Time> AlsaOutput::advance(device::DriverEvents& events, device::Time now) {
+  std::optional<device::Time> next;
   for (auto& [address, sink] : sinks_) {
     if (sink.queue.messages() == 0) continue;
     if (sink.retry <= now) go(sink, now);
-    if (sink.queue.messages() != 0) soonest(next, sink.retry);
+    if (sink.queue.messages() != 0) sys::keepEarlier(next, sink.retry);
   }
-  soonest(next, log_.advance(now, [&](std::string_view text) { events.noted(text); }));
+  sys::keepEarlier(next, log_.advance(now, [&](std::string_view text) { events.noted(text); }));
   return next;
 }
 
-void AlsaOutput::finish(DriverEvents& events) {
+void AlsaOutput::finish(device::DriverEvents& events) {
   log_.finish([&](std::string_view text) { events.noted(text); });
 }
 
@@ -97,11 +97,11 @@ std::size_t AlsaOutput::bytes() const {
   return sum;
 }
 
-void AlsaOutput::drop(SinkQueue& queue, Time now) {
+void AlsaOutput::drop(SinkQueue& queue, device::Time now) {
   if (queue.messages() != 0) log_.addUnsent(queue.messages(), queue.receiver().text, unsent::PortHasGone, now);
 }
 
-void AlsaOutput::go(Sink& sink, Time now) {
+void AlsaOutput::go(Sink& sink, device::Time now) {
   for (;;) {
     const std::size_t before = sink.queue.bytes();
     const SinkQueue::Progress progress = sink.queue.send(sequencer_, encoder_);
@@ -128,4 +128,4 @@ void AlsaOutput::go(Sink& sink, Time now) {
   }
 }
 
-}  // namespace service::alsa
+}  // namespace drivers::alsa

@@ -10,7 +10,7 @@
 #include "platform/drivers/alsa/sink_queue.h"
 #include "platform/drivers/foreign/burst_log.h"
 
-namespace service::alsa {
+namespace drivers::alsa {
 
 // Sends messages to ports, each to that port only. What a port has no room for waits, in order, and holds up no other
 // port. What is not sent is counted and noted.
@@ -25,16 +25,16 @@ class AlsaOutput {
   AlsaOutput& operator=(const AlsaOutput&) = delete;
 
   // Sends, or keeps until advance.
-  void send(Address to, const Message& message, Time now);
+  void send(Address to, const device::Message& message, device::Time now);
 
   // Who is there now. What waits for others is dropped.
-  void setReceivers(const std::map<Address, Receiver>& receivers, Time now);
+  void setReceivers(const std::map<Address, Receiver>& receivers, device::Time now);
 
   // Sends what waits; answers when to call again.
-  std::optional<Time> advance(DriverEvents& events, Time now);
+  std::optional<device::Time> advance(device::DriverEvents& events, device::Time now);
 
   // Notes what has been counted and not yet been said.
-  void finish(DriverEvents& events);
+  void finish(device::DriverEvents& events);
 
   // True while so much waits that senders are to be held back.
   bool behind() const;
@@ -42,13 +42,13 @@ class AlsaOutput {
  private:
   struct Sink {
     SinkQueue queue;
-    Time retry{};  // not before
-    Time pause{};  // how long it will be given then
+    device::Time retry{};  // not before
+    device::Time pause{};  // how long it will be given then
   };
 
   std::size_t bytes() const;
-  void drop(SinkQueue& queue, Time now);
-  void go(Sink& sink, Time now);
+  void drop(SinkQueue& queue, device::Time now);
+  void go(Sink& sink, device::Time now);
 
   Sequencer& sequencer_;
   const Address port_;
@@ -58,4 +58,4 @@ class AlsaOutput {
   BurstLog log_;
 };
 
-}  // namespace service::alsa
+}  // namespace drivers::alsa

@@ -2,7 +2,7 @@
 
 #include <cerrno>
 
-namespace service::alsa {
+namespace drivers::alsa {
 
 void listenToAnnouncements(Sequencer& sequencer) {
   const Address port = sequencer.createPort("announcements", SND_SEQ_PORT_CAP_WRITE | SND_SEQ_PORT_CAP_NO_EXPORT);
@@ -41,4 +41,4 @@ void readAnnouncements(const Sequencer& sequencer, Changes& changes) {
   }
 }
 
-}  // namespace service::alsa
+}  // namespace drivers::alsa

@@ -6,7 +6,7 @@
 #include "platform/drivers/alsa/address.h"
 #include "platform/drivers/alsa/sequencer.h"
 
-namespace service::alsa {
+namespace drivers::alsa {
 
 // What may have changed. It need not be so any more, and some of it may be known: whoever acts asks the kernel first.
 struct Changes {
@@ -22,4 +22,4 @@ void listenToAnnouncements(Sequencer& sequencer);
 // Adds what has been announced to that client since. When the kernel has lost some, anything may have changed.
 void readAnnouncements(const Sequencer& sequencer, Changes& changes);
 
-}  // namespace service::alsa
+}  // namespace drivers::alsa

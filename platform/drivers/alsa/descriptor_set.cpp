@@ -6,7 +6,7 @@
 #include <cerrno>
 #include <system_error>
 
-namespace service::alsa {
+namespace drivers::alsa {
 
 DescriptorSet::DescriptorSet(std::initializer_list<int> descriptors) : descriptor_(epoll_create1(EPOLL_CLOEXEC)) {
   if (descriptor_ < 0) throw std::system_error(errno, std::generic_category(), "epoll_create1");
@@ -23,4 +23,4 @@ DescriptorSet::DescriptorSet(std::initializer_list<int> descriptors) : descripto
 
 DescriptorSet::~DescriptorSet() { close(descriptor_); }
 
-}  // namespace service::alsa
+}  // namespace drivers::alsa

@@ -3,7 +3,7 @@
 
 #include <initializer_list>
 
-namespace service::alsa {
+namespace drivers::alsa {
 
 // A descriptor that is readable while one of a set is. Those of the set must live longer.
 class DescriptorSet {
@@ -20,4 +20,4 @@ class DescriptorSet {
   int descriptor_;
 };
 
-}  // namespace service::alsa
+}  // namespace drivers::alsa

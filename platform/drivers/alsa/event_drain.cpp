@@ -9,7 +9,7 @@
 
 #include "platform/system/without_signals.h"
 
-namespace service::alsa {
+namespace drivers::alsa {
 namespace {
 
 // SNDRV_SEQ_MAX_CLIENT_EVENTS of the kernel. Asked for more it keeps its 200 without a word.
@@ -35,7 +35,7 @@ EventDrain::EventDrain(std::size_t mostBytes)
     throw SequencerError("cannot get room for events from the ALSA sequencer", code);
   }
   snd_seq_set_input_buffer_size(sequencer_.handle(), PoolCells * sizeof(snd_seq_event_t));
-  const WithoutSignals quiet;
+  const sys::WithoutSignals quiet;
   thread_ = std::thread([this] { run(); });
 }
 
@@ -94,4 +94,4 @@ void EventDrain::run() {
   }
 }
 
-}  // namespace service::alsa
+}  // namespace drivers::alsa

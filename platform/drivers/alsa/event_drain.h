@@ -10,7 +10,7 @@
 #include "platform/drivers/alsa/sequencer.h"
 #include "platform/system/event_descriptor.h"
 
-namespace service::alsa {
+namespace drivers::alsa {
 
 // A client with one port to which sources are subscribed, and a thread that does nothing but read its events into a
 // queue. A full pool of the kernel is lost whole, so it is as large as the kernel allows, and is not kept waiting by
@@ -42,11 +42,11 @@ class EventDrain {
   Sequencer sequencer_;
   Address port_;
   EventQueue queue_;
-  Wakeup wakeup_;
-  Wakeup stop_;
+  sys::EventDescriptor wakeup_;
+  sys::EventDescriptor stop_;
   std::mutex reading_;
   std::atomic<bool> wanted_ = false;  // the service waits for the mutex
   std::thread thread_;
 };
 
-}  // namespace service::alsa
+}  // namespace drivers::alsa

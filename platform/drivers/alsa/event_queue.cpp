@@ -5,7 +5,7 @@
 
 #include "platform/midi/midi_bytes.h"
 
-namespace service::alsa {
+namespace drivers::alsa {
 namespace {
 
 std::span<const std::uint8_t> dataOf(const snd_seq_event_t& event) {
@@ -19,8 +19,8 @@ void EventQueue::add(const snd_seq_event_t& event) {
   const Address source{event.source.client, event.source.port};
   const auto data = dataOf(event);
   const bool exclusive = event.type == SND_SEQ_EVENT_SYSEX && !data.empty();
-  const bool begins = exclusive && data.front() == SystemExclusive;
-  const bool ends = exclusive && data.back() == EndOfExclusive;
+  const bool begins = exclusive && data.front() == midi::SystemExclusive;
+  const bool ends = exclusive && data.back() == midi::EndOfExclusive;
   const std::size_t size = sizeof(QueuedEvent) + data.size();
 
   const std::lock_guard lock(mutex_);
@@ -64,4 +64,4 @@ void EventQueue::pushLosses() {
   if (std::exchange(overflow_, false)) events_.push_back({QueuedEvent::Kind::Overflow});
 }
 
-}  // namespace service::alsa
+}  // namespace drivers::alsa

@@ -12,7 +12,7 @@
 
 #include "platform/drivers/alsa/address.h"
 
-namespace service::alsa {
+namespace drivers::alsa {
 
 struct QueuedEvent {
   enum class Kind : std::uint8_t {
@@ -59,4 +59,4 @@ class EventQueue {
   bool overflow_ = false;
 };
 
-}  // namespace service::alsa
+}  // namespace drivers::alsa

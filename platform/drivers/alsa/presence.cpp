@@ -2,7 +2,7 @@
 
 #include <utility>
 
-namespace service::alsa {
+namespace drivers::alsa {
 
 std::vector<std::string> Presence::update(std::span<const ForeignClient> clients) {
   std::map<std::uint64_t, std::string> here;
@@ -21,4 +21,4 @@ std::vector<std::string> Presence::update(std::span<const ForeignClient> clients
   return lines;
 }
 
-}  // namespace service::alsa
+}  // namespace drivers::alsa

@@ -9,7 +9,7 @@
 #include "platform/drivers/foreign/port_book.h"
 #include "platform/drivers/foreign/recent_names.h"
 
-namespace service::alsa {
+namespace drivers::alsa {
 
 // Makes a line for the log of each client that leaves, and of each that returns under a name that was there before, as
 // long as RecentNames remembers it.
@@ -23,4 +23,4 @@ class Presence {
   RecentNames left_;
 };
 
-}  // namespace service::alsa
+}  // namespace drivers::alsa

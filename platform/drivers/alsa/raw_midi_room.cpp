@@ -6,7 +6,7 @@
 #include <memory>
 #include <string>
 
-namespace service::alsa {
+namespace drivers::alsa {
 namespace {
 
 constexpr int PortsOfDevice = 32;
@@ -77,4 +77,4 @@ std::optional<std::size_t> roomAt(const RawMidiPlace& place) {
   return roomIn(text, place);
 }
 
-}  // namespace service::alsa
+}  // namespace drivers::alsa

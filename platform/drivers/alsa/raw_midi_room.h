@@ -9,7 +9,7 @@
 #include <string>
 #include <string_view>
 
-namespace service::alsa {
+namespace drivers::alsa {
 
 // A device and those of its buffers that fill when a port of the sequencer is written to.
 struct RawMidiPlace {
@@ -34,4 +34,4 @@ std::optional<std::size_t> roomIn(std::string_view text, const RawMidiPlace& pla
 // The bytes that fit now. Nothing when that cannot be told.
 std::optional<std::size_t> roomAt(const RawMidiPlace& place);
 
-}  // namespace service::alsa
+}  // namespace drivers::alsa

@@ -5,7 +5,7 @@
 
 #include <algorithm>
 
-namespace service::alsa {
+namespace drivers::alsa {
 namespace {
 
 // Data goes into cells of its own behind the event's, each as large as an event.
@@ -25,4 +25,4 @@ int cellsFor(std::size_t bytes) { return 1 + static_cast<int>((bytes + CellBytes
 
 std::size_t bytesIn(int cells) { return static_cast<std::size_t>(std::max(cells - 1, 0)) * CellBytes; }
 
-}  // namespace service::alsa
+}  // namespace drivers::alsa

@@ -7,7 +7,7 @@
 #include <cstddef>
 #include <optional>
 
-namespace service::alsa {
+namespace drivers::alsa {
 
 struct Cells {
   int all = 0;
@@ -24,4 +24,4 @@ int cellsFor(std::size_t bytes);
 // The most bytes that so many cells hold in one event.
 std::size_t bytesIn(int cells);
 
-}  // namespace service::alsa
+}  // namespace drivers::alsa

@@ -7,7 +7,7 @@
 #include <atomic>
 #include <string_view>
 
-namespace service::alsa {
+namespace drivers::alsa {
 namespace {
 
 constexpr std::size_t MostClients = 256;
@@ -82,4 +82,4 @@ bool isOwn(const snd_seq_client_info_t& client) {
   return own().at(static_cast<std::uint8_t>(snd_seq_client_info_get_client(&client)));
 }
 
-}  // namespace service::alsa
+}  // namespace drivers::alsa

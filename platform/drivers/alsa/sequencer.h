@@ -9,7 +9,7 @@
 
 #include "platform/drivers/alsa/address.h"
 
-namespace service::alsa {
+namespace drivers::alsa {
 
 // What ALSA has refused; code is its negative error number.
 class SequencerError : public std::runtime_error {
@@ -53,4 +53,4 @@ class Sequencer {
 // True for a client that some driver in this process has opened as a Sequencer.
 bool isOwn(const snd_seq_client_info_t& client);
 
-}  // namespace service::alsa
+}  // namespace drivers::alsa

@@ -1,6 +1,6 @@
 #include "platform/drivers/alsa/sequencer_view.h"
 
-namespace service::alsa {
+namespace drivers::alsa {
 namespace {
 
 constexpr unsigned Emits = SND_SEQ_PORT_CAP_READ | SND_SEQ_PORT_CAP_SUBS_READ;
@@ -79,4 +79,4 @@ std::string nameOfPort(std::string_view client, std::string_view port) {
   return std::string(client).append(":").append(port);
 }
 
-}  // namespace service::alsa
+}  // namespace drivers::alsa

@@ -13,7 +13,7 @@
 #include "platform/drivers/alsa/sequencer.h"
 #include "platform/drivers/foreign/port_book.h"
 
-namespace service::alsa {
+namespace drivers::alsa {
 
 // What is behind a port that accepts.
 struct Receiver {
@@ -41,4 +41,4 @@ std::vector<Address> receiversOf(const Sequencer& sequencer, Address sender);
 // The name for a port: its own when that begins with the client's, otherwise both.
 std::string nameOfPort(std::string_view client, std::string_view port);
 
-}  // namespace service::alsa
+}  // namespace drivers::alsa

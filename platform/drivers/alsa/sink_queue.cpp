@@ -9,7 +9,7 @@
 #include "platform/drivers/alsa/receiver_cells.h"
 #include "platform/midi/midi_bytes.h"
 
-namespace service::alsa {
+namespace drivers::alsa {
 namespace {
 
 constexpr std::size_t PieceBytes = 256;
@@ -76,7 +76,7 @@ SinkQueue::Room SinkQueue::room(const Sequencer& sequencer) const {
 SinkQueue::Progress SinkQueue::sendPiece(const Sequencer& sequencer, EventEncoder& encoder) {
   if (receiver_.rawMidi && !std::exchange(opened_, true)) sequencer.subscribe({from_, to_});
   auto& message = waiting_.front();
-  const bool exclusive = message.front() == SystemExclusive;
+  const bool exclusive = message.front() == midi::SystemExclusive;
   const auto [cells, bytes] = room(sequencer);
   // A buffer takes pieces of any size, but many small ones are slow. A pool takes none that is larger than itself.
   const std::size_t most = receiver_.rawMidi ? PieceBytes : bytes;
@@ -124,4 +124,4 @@ void SinkQueue::dropFirst() {
   sent_ = 0;
 }
 
-}  // namespace service::alsa
+}  // namespace drivers::alsa

@@ -12,7 +12,7 @@
 #include "platform/drivers/alsa/sequencer.h"
 #include "platform/drivers/alsa/sequencer_view.h"
 
-namespace service::alsa {
+namespace drivers::alsa {
 
 // Turns the bytes of one message, other than system exclusive, into an event of the sequencer.
 class EventEncoder {
@@ -85,4 +85,4 @@ class SinkQueue {
   int code_ = 0;
 };
 
-}  // namespace service::alsa
+}  // namespace drivers::alsa

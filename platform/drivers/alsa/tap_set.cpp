@@ -2,9 +2,9 @@
 
 #include <string>
 
-namespace service::alsa {
+namespace drivers::alsa {
 
-void TapSet::setUsed(PortId source, bool used, DriverEvents& events) {
+void TapSet::setUsed(device::PortId source, bool used, device::DriverEvents& events) {
   if (used) {
     ensure(source, taps_[source], events);
     return;
@@ -18,11 +18,11 @@ void TapSet::setUsed(PortId source, bool used, DriverEvents& events) {
   taps_.erase(found);
 }
 
-void TapSet::refresh(DriverEvents& events) {
+void TapSet::refresh(device::DriverEvents& events) {
   for (auto& [source, tap] : taps_) ensure(source, tap, events);
 }
 
-void TapSet::ensure(PortId source, Tap& tap, DriverEvents& events) {
+void TapSet::ensure(device::PortId source, Tap& tap, device::DriverEvents& events) {
   const auto key = book_.key(source);
   const auto address = key ? std::optional(addressOf(*key)) : std::nullopt;
   if (tap.address && tap.address != address) {
@@ -53,7 +53,7 @@ void TapSet::ensure(PortId source, Tap& tap, DriverEvents& events) {
   sources_[*address] = source;
 }
 
-void TapSet::take(const QueuedEvent& event, DriverEvents& events, Time now) {
+void TapSet::take(const QueuedEvent& event, device::DriverEvents& events, device::Time now) {
   if (event.kind == QueuedEvent::Kind::Overflow) {
     for (auto& [source, tap] : taps_) {
       if (!tap.address) continue;
@@ -64,16 +64,16 @@ void TapSet::take(const QueuedEvent& event, DriverEvents& events, Time now) {
   }
   const auto found = sources_.find(event.source);
   if (found == sources_.end()) return;
-  const PortId source = found->second;
+  const device::PortId source = found->second;
   TappedSource& reader = taps_.at(source).reader;
   if (event.kind == QueuedEvent::Kind::Lost) {
     if (event.cut) reader.cut();
     // 0 would stand for a number that is not known.
     if (event.lost != 0) events.lost(source, event.lost, now);
   } else {
-    reader.read(event, decoder_, [&](const Message& message) { events.emitted(source, message, now); });
+    reader.read(event, decoder_, [&](const device::Message& message) { events.emitted(source, message, now); });
   }
   if (const auto broken = reader.takeBroken(); broken != 0) events.lost(source, broken, now);
 }
 
-}  // namespace service::alsa
+}  // namespace drivers::alsa

@@ -9,7 +9,7 @@
 #include "platform/drivers/alsa/tapped_source.h"
 #include "platform/drivers/foreign/port_book.h"
 
-namespace service::alsa {
+namespace drivers::alsa {
 
 // Keeps the subscriptions of all used sources to the drain's port, and makes messages of the events that come through
 // them. A source stays used while it has gone, and is subscribed again when it returns.
@@ -19,13 +19,13 @@ class TapSet {
   TapSet(const EventDrain& drain, const PortBook& book) : drain_(drain), book_(book) {}
 
   // In force when it returns. A subscription that the sequencer refuses is noted.
-  void setUsed(PortId source, bool used, DriverEvents& events);
+  void setUsed(device::PortId source, bool used, device::DriverEvents& events);
 
   // The book has changed, or subscriptions may have ended: makes those that are missing.
-  void refresh(DriverEvents& events);
+  void refresh(device::DriverEvents& events);
 
   // Tells what an event, or a loss, says about used sources.
-  void take(const QueuedEvent& event, DriverEvents& events, Time now);
+  void take(const QueuedEvent& event, device::DriverEvents& events, device::Time now);
 
  private:
   struct Tap {
@@ -34,13 +34,13 @@ class TapSet {
     TappedSource reader;
   };
 
-  void ensure(PortId source, Tap& tap, DriverEvents& events);
+  void ensure(device::PortId source, Tap& tap, device::DriverEvents& events);
 
   const EventDrain& drain_;
   const PortBook& book_;
   EventDecoder decoder_;
-  std::map<PortId, Tap> taps_;
-  std::map<Address, PortId> sources_;  // those of taps_ that have an address
+  std::map<device::PortId, Tap> taps_;
+  std::map<Address, device::PortId> sources_;  // those of taps_ that have an address
 };
 
-}  // namespace service::alsa
+}  // namespace drivers::alsa

@@ -5,7 +5,7 @@
 
 #include "platform/midi/midi_bytes.h"
 
-namespace service::alsa {
+namespace drivers::alsa {
 
 EventDecoder::EventDecoder() {
   snd_midi_event_t* decoder = nullptr;
@@ -20,14 +20,14 @@ std::span<const std::uint8_t> EventDecoder::decode(const snd_seq_event_t& event)
   return {bytes_.data(), size > 0 ? static_cast<std::size_t>(size) : 0};
 }
 
-void TappedSource::read(const QueuedEvent& event, EventDecoder& decoder, const MidiReader::Take& take) {
+void TappedSource::read(const QueuedEvent& event, EventDecoder& decoder, const midi::MidiReader::Take& take) {
   if (event.event.type != SND_SEQ_EVENT_SYSEX) {
     others_.read(decoder.decode(event.event), take);
     return;
   }
   if (event.data.empty()) return;
   const std::uint8_t first = event.data.front();
-  if (skipsTail_ && (!isStatusByte(first) || first == EndOfExclusive)) return;
+  if (skipsTail_ && (!midi::isStatusByte(first) || first == midi::EndOfExclusive)) return;
   skipsTail_ = false;
   exclusive_.read(event.data, take);
 }
@@ -44,4 +44,4 @@ std::uint64_t TappedSource::takeBroken() {
   return std::exchange(broken_, 0) + exclusive_.takeBroken() + others_.takeBroken();
 }
 
-}  // namespace service::alsa
+}  // namespace drivers::alsa

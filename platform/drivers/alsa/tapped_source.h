@@ -11,7 +11,7 @@
 #include "platform/drivers/alsa/event_queue.h"
 #include "platform/midi/midi_stream.h"
 
-namespace service::alsa {
+namespace drivers::alsa {
 
 // Turns events of the sequencer into the bytes that they stand for. Knows nothing of the past.
 class EventDecoder {
@@ -36,7 +36,7 @@ class EventDecoder {
 class TappedSource {
  public:
   // An event of this source. take: called with each message that has become complete.
-  void read(const QueuedEvent& event, EventDecoder& decoder, const MidiReader::Take& take);
+  void read(const QueuedEvent& event, EventDecoder& decoder, const midi::MidiReader::Take& take);
 
   // What was begun will not be continued. It counts no more than what the loss itself was counted as.
   void cut();
@@ -45,10 +45,10 @@ class TappedSource {
   std::uint64_t takeBroken();
 
  private:
-  MidiReader exclusive_;
-  MidiReader others_;
+  midi::MidiReader exclusive_;
+  midi::MidiReader others_;
   std::uint64_t broken_ = 0;
   bool skipsTail_ = true;  // the rest of what began before the tap, or before a loss, is not ours
 };
 
-}  // namespace service::alsa
+}  // namespace drivers::alsa

@@ -7,7 +7,7 @@
 
 #include "platform/drivers/described/described_device.h"
 
-namespace service {
+namespace drivers {
 namespace {
 
 enum GroupIds : std::uint16_t {
@@ -42,22 +42,23 @@ constexpr std::array Groups{
 };
 
 constexpr std::array Links{
-    Link{Keyboard, 0, ToneGenerator, 0},  //
-    Link{Keyboard, 0, Sequencer, 0},     Link{Sequencer, 0, ToneGenerator, 0}, Link{Sequencer, 1, ToneGenerator, 1},
-    Link{MidiUsb, 0, Sequencer, 0},      Link{Clock, 0, Arpeggiator, 0},
+    device::Link{Keyboard, 0, ToneGenerator, 0},  //
+    device::Link{Keyboard, 0, Sequencer, 0},      device::Link{Sequencer, 0, ToneGenerator, 0},
+    device::Link{Sequencer, 1, ToneGenerator, 1}, device::Link{MidiUsb, 0, Sequencer, 0},
+    device::Link{Clock, 0, Arpeggiator, 0},
 };
 
 constexpr double BeatsPerMinute = 120;
-constexpr Time EighthNote = std::chrono::milliseconds(250);
-constexpr Time NoteLength = std::chrono::milliseconds(200);
+constexpr device::Time EighthNote = std::chrono::milliseconds(250);
+constexpr device::Time NoteLength = std::chrono::milliseconds(200);
 constexpr std::array<std::uint8_t, 8> PhraseNotes{0x3C, 0x40, 0x43, 0x48, 0x4C, 0x48, 0x43, 0x40};
 
-Score phrase() {
+midi::Score phrase() {
   constexpr std::uint8_t NoteOn = 0x90;
   constexpr std::uint8_t NoteOff = 0x80;
   constexpr std::uint8_t Velocity = 0x64;
   constexpr std::uint8_t ReleaseVelocity = 0x40;
-  Score score;
+  midi::Score score;
   for (const std::uint8_t note : PhraseNotes) {
     score.events.push_back({score.length, 0, {NoteOn, note, Velocity}});
     score.events.push_back({score.length + NoteLength, 0, {NoteOff, note, ReleaseVelocity}});
@@ -68,16 +69,16 @@ Score phrase() {
 
 }  // namespace
 
-std::unique_ptr<Driver> makeBuiltinDriver() {
+std::unique_ptr<device::Driver> makeBuiltinDriver() {
   DeviceDescription device;
   for (const BuiltinGroup& group : Groups) {
-    device.groups.push_back(numberedGroup(group.id, group.name, group.sources, group.sinks));
+    device.groups.push_back(device::numberedGroup(group.id, group.name, group.sources, group.sinks));
   }
   device.links.assign(Links.begin(), Links.end());
   device.thrus = {Arpeggiator, Thru};
-  device.scores.push_back({{Sequencer, 0, Side::Source}, ScorePlayback{phrase(), true, 1}});
-  device.clocks.push_back({{Clock, 0, Side::Source}, ClockPlayback{BeatsPerMinute}});
+  device.scores.push_back({{Sequencer, 0, device::Side::Source}, midi::ScorePlayback{phrase(), true, 1}});
+  device.clocks.push_back({{Clock, 0, device::Side::Source}, midi::ClockPlayback{BeatsPerMinute}});
   return makeDeviceDriver(std::move(device));
 }
 
-}  // namespace service
+}  // namespace drivers

@@ -4,40 +4,40 @@
 #include <unordered_set>
 #include <utility>
 
-namespace service {
+namespace drivers {
 namespace {
 
 constexpr int MaxPieceOfPlayer = 256;  // messages of one player in one call of advance
 
-class DeviceDriver : public Driver {
+class DeviceDriver : public device::Driver {
  public:
   explicit DeviceDriver(DeviceDescription description)
       : topology_(std::move(description.groups)),
         links_(std::move(description.links)),
         thrus_(description.thrus.begin(), description.thrus.end()) {
-    for (auto& [source, score] : description.scores) players_.emplace(source, makePlayer(std::move(score)));
-    for (const auto& [source, clock] : description.clocks) players_.emplace(source, makePlayer(clock));
+    for (auto& [source, score] : description.scores) players_.emplace(source, midi::makePlayer(std::move(score)));
+    for (const auto& [source, clock] : description.clocks) players_.emplace(source, midi::makePlayer(clock));
   }
 
-  const Topology& topology() const override { return topology_; }
+  const device::Topology& topology() const override { return topology_; }
 
-  const std::vector<Link>& initialLinks() const override { return links_; }
+  const std::vector<device::Link>& initialLinks() const override { return links_; }
 
-  void start(DriverEvents& events, Time /*now*/) override { events_ = &events; }
+  void start(device::DriverEvents& events, device::Time /*now*/) override { events_ = &events; }
 
-  void deliver(PortId sink, const Message& message, Time now) override {
-    const PortId source{sink.group, sink.index, Side::Source};
+  void deliver(device::PortId sink, const device::Message& message, device::Time now) override {
+    const device::PortId source{sink.group, sink.index, device::Side::Source};
     if (thrus_.contains(sink.group) && topology_.exists(source)) events_->emitted(source, message, now);
   }
 
-  void setUsed(PortId source, bool used, Time now) override {
+  void setUsed(device::PortId source, bool used, device::Time now) override {
     if (!used) return;
     const auto [first, last] = players_.equal_range(source);
     for (auto player = first; player != last; ++player) player->second->start(now);
   }
 
-  std::optional<Time> advance(Time now) override {
-    std::optional<Time> earliest;
+  std::optional<device::Time> advance(device::Time now) override {
+    std::optional<device::Time> earliest;
     for (auto& [source, player] : players_) {
       for (int sent = 0; sent < MaxPieceOfPlayer; ++sent) {
         const auto message = player->next(now);
@@ -51,17 +51,17 @@ class DeviceDriver : public Driver {
   }
 
  private:
-  Topology topology_;
-  std::vector<Link> links_;
+  device::Topology topology_;
+  std::vector<device::Link> links_;
   std::unordered_set<std::uint64_t> thrus_;
-  std::multimap<PortId, std::unique_ptr<Player>> players_;
-  DriverEvents* events_ = nullptr;
+  std::multimap<device::PortId, std::unique_ptr<midi::Player>> players_;
+  device::DriverEvents* events_ = nullptr;
 };
 
 }  // namespace
 
-std::unique_ptr<Driver> makeDeviceDriver(DeviceDescription description) {
+std::unique_ptr<device::Driver> makeDeviceDriver(DeviceDescription description) {
   return std::make_unique<DeviceDriver>(std::move(description));
 }
 
-}  // namespace service
+}  // namespace drivers

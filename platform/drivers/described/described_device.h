@@ -10,25 +10,25 @@
 #include "platform/device/topology.h"
 #include "platform/midi/player.h"
 
-namespace service {
+namespace drivers {
 
 // What a source plays from the first time that it has a tap or a connection.
 template <class Playback>
 struct PlayerAt {
-  PortId source;
+  device::PortId source;
   Playback playback;
 };
 
 struct DeviceDescription {
-  std::vector<Group> groups;
-  std::vector<Link> links;           // that stand at the start, in the order of making
+  std::vector<device::Group> groups;
+  std::vector<device::Link> links;   // that stand at the start, in the order of making
   std::vector<std::uint16_t> thrus;  // groups where what enters the sink leaves the source of the same index
-  std::vector<PlayerAt<ScorePlayback>> scores;
-  std::vector<PlayerAt<ClockPlayback>> clocks;
+  std::vector<PlayerAt<midi::ScorePlayback>> scores;
+  std::vector<PlayerAt<midi::ClockPlayback>> clocks;
 };
 
 // The driver of a described device. What it has to emit when it is called late comes player by player, the messages of
 // each in order, and no more than a few hundred of each in one call.
-std::unique_ptr<Driver> makeDeviceDriver(DeviceDescription description);
+std::unique_ptr<device::Driver> makeDeviceDriver(DeviceDescription description);
 
-}  // namespace service
+}  // namespace drivers

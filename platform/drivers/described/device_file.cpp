@@ -7,13 +7,13 @@
 #include "platform/system/printable.h"
 #include "platform/system/read_file.h"
 
-namespace service {
+namespace drivers {
 namespace {
 
 constexpr std::size_t MaxDeviceFileBytes = 16U << 20U;
 
 std::string located(const std::string& path, const DeviceFileProblem& problem) {
-  return wire::printable(path) + ":" + std::to_string(problem.line) + ": " + problem.cause;
+  return sys::printable(path) + ":" + std::to_string(problem.line) + ": " + problem.cause;
 }
 
 }  // namespace
@@ -21,19 +21,19 @@ std::string located(const std::string& path, const DeviceFileProblem& problem) {
 std::variant<DeviceDescription, DeviceFileProblem> loadPlayers(ParsedDevice parsed,
                                                                const std::filesystem::path& folder) {
   for (const FilePlayer& player : parsed.filePlayers) {
-    auto loaded = loadSmf(folder / player.file);
+    auto loaded = midi::loadSmf(folder / player.file);
     if (const auto* cause = std::get_if<std::string>(&loaded)) {
       return DeviceFileProblem{player.line, printable(player.file) + ": " + *cause};
     }
     parsed.device.scores.push_back(
-        {player.source, ScorePlayback{std::get<Score>(std::move(loaded)), player.loop, player.speed}});
+        {player.source, midi::ScorePlayback{std::get<midi::Score>(std::move(loaded)), player.loop, player.speed}});
   }
   return std::move(parsed.device);
 }
 
-std::variant<std::unique_ptr<Driver>, std::string> loadDeviceFile(const std::string& path) {
-  const auto read = readFile(path, MaxDeviceFileBytes);
-  if (const auto* cause = std::get_if<std::string>(&read)) return wire::printable(path) + ": " + *cause;
+std::variant<std::unique_ptr<device::Driver>, std::string> loadDeviceFile(const std::string& path) {
+  const auto read = sys::readFile(path, MaxDeviceFileBytes);
+  if (const auto* cause = std::get_if<std::string>(&read)) return sys::printable(path) + ": " + *cause;
   const auto& bytes = std::get<std::vector<std::uint8_t>>(read);
 
   auto parsed = parseDevice(std::string(bytes.begin(), bytes.end()));
@@ -43,4 +43,4 @@ std::variant<std::unique_ptr<Driver>, std::string> loadDeviceFile(const std::str
   return makeDeviceDriver(std::get<DeviceDescription>(std::move(loaded)));
 }
 
-}  // namespace service
+}  // namespace drivers

@@ -9,7 +9,7 @@
 #include "platform/device/driver.h"
 #include "platform/drivers/described/device_parser.h"
 
-namespace service {
+namespace drivers {
 
 // Loads the Standard MIDI Files of the players; names of files are relative to folder. Blocks for the disk.
 std::variant<DeviceDescription, DeviceFileProblem> loadPlayers(ParsedDevice parsed,
@@ -17,6 +17,6 @@ std::variant<DeviceDescription, DeviceFileProblem> loadPlayers(ParsedDevice pars
 
 // The driver of the device that the file at path describes; or what is wrong, in one printable line of "FILE:LINE:
 // cause", or "FILE: cause" when the file cannot be read. Blocks for the disk.
-std::variant<std::unique_ptr<Driver>, std::string> loadDeviceFile(const std::string& path);
+std::variant<std::unique_ptr<device::Driver>, std::string> loadDeviceFile(const std::string& path);
 
-}  // namespace service
+}  // namespace drivers

@@ -8,7 +8,7 @@
 #include "platform/drivers/described/key_depth.h"
 #include "platform/drivers/described/toml_table.h"
 
-namespace service {
+namespace drivers {
 namespace {
 
 constexpr std::int64_t MaxCount = 65'535;
@@ -20,7 +20,7 @@ class DeviceParser {
   std::variant<ParsedDevice, DeviceFileProblem> parse() {
     root_.allowOnly({"group", "connection", "player"});
     for (const toml::table* table : root_.tables("group")) readGroup(*table);
-    topology_ = Topology(parsed_.device.groups);
+    topology_ = device::Topology(parsed_.device.groups);
     for (const toml::table* table : root_.tables("connection")) readConnection(*table);
     for (const toml::table* table : root_.tables("player")) readPlayer(*table);
     if (problem_) return *problem_;
@@ -46,28 +46,28 @@ class DeviceParser {
     const auto side = [&count](const std::optional<std::int64_t>& ports) {
       return ports ? std::optional(count(*ports)) : std::nullopt;
     };
-    parsed_.device.groups.push_back(numberedGroup(count(*id), names_.add(*name), side(sources), side(sinks)));
+    parsed_.device.groups.push_back(device::numberedGroup(count(*id), names_.add(*name), side(sources), side(sinks)));
     if (thru) parsed_.device.thrus.push_back(count(*id));
   }
 
   void readConnection(const toml::table& from) {
     TomlTable table(from, "a connection", problem_);
     table.allowOnly({"source", "sink"});
-    const auto source = port(table, "source", Side::Source);
-    const auto sink = port(table, "sink", Side::Sink);
+    const auto source = port(table, "source", device::Side::Source);
+    const auto sink = port(table, "sink", device::Side::Sink);
     if (problem_) return;
-    const Link link{source->group, source->index, sink->group, sink->index};
+    const device::Link link{source->group, source->index, sink->group, sink->index};
     if (links_.insert(link).second) parsed_.device.links.push_back(link);
   }
 
   void readPlayer(const toml::table& from) {
     TomlTable table(from, "a player", problem_);
     table.allowOnly({"source", "file", "loop", "speed", "clock"});
-    const auto source = port(table, "source", Side::Source);
+    const auto source = port(table, "source", device::Side::Source);
     const auto file = table.text("file");
-    const auto clock = table.number("clock", MinTempo, MaxTempo);
+    const auto clock = table.number("clock", midi::MinTempo, midi::MaxTempo);
     const auto loop = table.boolean("loop");
-    const auto speed = table.numberOrZero("speed", MinSpeed, MaxSpeed);
+    const auto speed = table.numberOrZero("speed", midi::MinSpeed, midi::MaxSpeed);
     if (!table.has("file") && !table.has("clock")) table.fail("", "a player needs a file or a clock");
     if (table.has("file") && table.has("clock")) table.fail("clock", "a player has a file or a clock, not both");
     for (const char* key : {"loop", "speed"}) {
@@ -77,21 +77,21 @@ class DeviceParser {
     if (file && (file->empty() || file->find('\0') != std::string::npos)) table.fail("file", "not the name of a file");
     if (problem_) return;
     if (clock) {
-      parsed_.device.clocks.push_back({*source, ClockPlayback{*clock}});
+      parsed_.device.clocks.push_back({*source, midi::ClockPlayback{*clock}});
     } else {
       parsed_.filePlayers.push_back({*source, *file, loop.value_or(true), speed.value_or(1), table.lineOf("file")});
     }
   }
 
-  std::optional<PortId> port(TomlTable& table, std::string_view key, Side side) {
+  std::optional<device::PortId> port(TomlTable& table, std::string_view key, device::Side side) {
     const auto name = table.required(key, table.text(key));
     if (!name) return std::nullopt;
     const auto found = topology_.port(*name);
     if (!found) {
       table.fail(key, "no port is called '" + printable(*name) + "'");
     } else if (found->side != side) {
-      table.fail(key,
-                 "'" + *name + "' is a " + (side == Side::Source ? "sink" : "source") + ", not a " + std::string(key));
+      table.fail(key, "'" + *name + "' is a " + (side == device::Side::Source ? "sink" : "source") + ", not a " +
+                          std::string(key));
     }
     return found;
   }
@@ -99,10 +99,10 @@ class DeviceParser {
   std::optional<DeviceFileProblem> problem_;
   TomlTable root_;
   ParsedDevice parsed_;
-  Topology topology_;
-  UniqueNames names_{MaxGroupNameBytes};
+  device::Topology topology_;
+  device::UniqueNames names_{device::MaxGroupNameBytes};
   std::map<std::int64_t, unsigned> idLines_;
-  std::set<Link> links_;
+  std::set<device::Link> links_;
 };
 
 }  // namespace
@@ -118,4 +118,4 @@ std::variant<ParsedDevice, DeviceFileProblem> parseDevice(std::string_view text)
   }
 }
 
-}  // namespace service
+}  // namespace drivers

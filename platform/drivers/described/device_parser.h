@@ -18,11 +18,11 @@
 #include "platform/drivers/described/described_device.h"
 #include "platform/drivers/described/device_problem.h"
 
-namespace service {
+namespace drivers {
 
 // A player whose Standard MIDI File is still to be loaded.
 struct FilePlayer {
-  PortId source;
+  device::PortId source;
   std::string file;  // as written: relative to the device file, or absolute
   bool loop = true;
   double speed = 1;
@@ -39,4 +39,4 @@ struct ParsedDevice {
 // twice is one. Of several things that are wrong it tells one. Pure.
 std::variant<ParsedDevice, DeviceFileProblem> parseDevice(std::string_view text);
 
-}  // namespace service
+}  // namespace drivers

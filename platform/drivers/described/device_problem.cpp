@@ -5,14 +5,14 @@
 
 #include "platform/system/printable.h"
 
-namespace service {
+namespace drivers {
 
 std::string printable(std::string_view text) {
   constexpr std::size_t MaxText = 160;
   std::size_t size = std::min(text.size(), MaxText);
   // No character is cut in two.
   while (size < text.size() && size > MaxText - 4 && (static_cast<unsigned char>(text[size]) & 0xC0U) == 0x80) --size;
-  return wire::printable(text.substr(0, size));
+  return sys::printable(text.substr(0, size));
 }
 
-}  // namespace service
+}  // namespace drivers

@@ -4,7 +4,7 @@
 #include <string>
 #include <string_view>
 
-namespace service {
+namespace drivers {
 
 // One line of printable text, and the number of the line in the file that it is about, from 1 on.
 struct DeviceFileProblem {
@@ -16,4 +16,4 @@ struct DeviceFileProblem {
 // line.
 std::string printable(std::string_view text);
 
-}  // namespace service
+}  // namespace drivers

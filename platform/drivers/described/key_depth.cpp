@@ -3,7 +3,7 @@
 #include <algorithm>
 #include <cstddef>
 
-namespace service {
+namespace drivers {
 namespace {
 
 bool endsLine(char byte) { return byte >= '\n' && byte <= '\r'; }
@@ -71,4 +71,4 @@ class Walk {
 
 std::optional<unsigned> lineOfDeepKey(std::string_view text) { return Walk(text).lineOfDeepKey(); }
 
-}  // namespace service
+}  // namespace drivers

@@ -4,7 +4,7 @@
 #include <optional>
 #include <string_view>
 
-namespace service {
+namespace drivers {
 
 // A key "a.b.c" has three parts. Each part is a table inside the one before, and what builds and takes down tables
 // calls itself for each: without a bound a text could exhaust the stack.
@@ -15,4 +15,4 @@ inline constexpr unsigned MaxKeyParts = 16;
 // mistake, where its reading ends.
 std::optional<unsigned> lineOfDeepKey(std::string_view text);
 
-}  // namespace service
+}  // namespace drivers

@@ -4,7 +4,7 @@
 #include <sstream>
 #include <utility>
 
-namespace service {
+namespace drivers {
 namespace {
 
 std::string shortText(double value) {
@@ -93,4 +93,4 @@ void TomlTable::fail(std::string_view key, std::string cause) {
   if (!problem_) problem_ = DeviceFileProblem{lineOf(key), std::move(cause)};
 }
 
-}  // namespace service
+}  // namespace drivers

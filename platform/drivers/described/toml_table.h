@@ -12,7 +12,7 @@
 
 #include "platform/drivers/described/device_problem.h"
 
-namespace service {
+namespace drivers {
 
 // Reads the values of a table. What is wrong goes to problem, where the first one stays; a value that is wrong or not
 // there is nothing. Table, problem and what must outlive the reader.
@@ -56,4 +56,4 @@ class TomlTable {
   std::optional<DeviceFileProblem>& problem_;
 };
 
-}  // namespace service
+}  // namespace drivers

@@ -5,21 +5,22 @@
 
 #include "platform/system/earliest.h"
 
-namespace service {
+namespace drivers {
 
-void BurstLog::add(std::uint64_t count, std::string_view noun, std::string_view what, Time now, Time apart) {
+void BurstLog::add(std::uint64_t count, std::string_view noun, std::string_view what, device::Time now,
+                   device::Time apart) {
   Burst& burst = bursts_[{std::string(noun), std::string(what)}];
-  if (burst.count == 0) burst.due = std::max<Time>(burst.due, now + std::chrono::seconds(1));
+  if (burst.count == 0) burst.due = std::max<device::Time>(burst.due, now + std::chrono::seconds(1));
   burst.count += count;
   burst.apart = apart;
 }
 
-void BurstLog::addUnsent(std::uint64_t messages, std::string_view port, std::string_view why, Time now) {
+void BurstLog::addUnsent(std::uint64_t messages, std::string_view port, std::string_view why, device::Time now) {
   add(messages, "message", std::string("for \"").append(port).append("\" not sent: ").append(why), now);
 }
 
-std::optional<Time> BurstLog::advance(Time now, const Take& take) {
-  std::optional<Time> next;
+std::optional<device::Time> BurstLog::advance(device::Time now, const Take& take) {
+  std::optional<device::Time> next;
   for (auto at = bursts_.begin(); at != bursts_.end();) {
     auto& [text, burst] = *at;
     if (burst.due <= now && burst.count == 0) {
@@ -30,7 +31,7 @@ std::optional<Time> BurstLog::advance(Time now, const Take& take) {
       say(text, std::exchange(burst.count, 0), take);
       burst.due = now + burst.apart;
     } else if (burst.count > 0) {
-      soonest(next, burst.due);
+      sys::keepEarlier(next, burst.due);
     }
     ++at;
   }
@@ -47,4 +48,4 @@ void BurstLog::say(const std::pair<std::string, std::string>& text, std::uint64_
   take(std::to_string(count) + " " + text.first + (count == 1 ? " " : "s ") + text.second);
 }
 
-}  // namespace service
+}  // namespace drivers

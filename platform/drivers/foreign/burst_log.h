@@ -12,7 +12,7 @@
 
 #include "platform/device/port.h"
 
-namespace service {
+namespace drivers {
 
 // Why messages do not go out to a port, for BurstLog::addUnsent.
 namespace unsent {
@@ -29,14 +29,14 @@ class BurstLog {
 
   // The line is the count, the noun, with an s for several, and what. apart: between two such lines, at least; the same
   // each time.
-  void add(std::uint64_t count, std::string_view noun, std::string_view what, Time now,
-           Time apart = std::chrono::seconds(1));
+  void add(std::uint64_t count, std::string_view noun, std::string_view what, device::Time now,
+           device::Time apart = std::chrono::seconds(1));
 
   // Messages for a port, as the other system calls it, have not been sent.
-  void addUnsent(std::uint64_t messages, std::string_view port, std::string_view why, Time now);
+  void addUnsent(std::uint64_t messages, std::string_view port, std::string_view why, device::Time now);
 
   // Gives take the lines that are due. Answers when the next one is.
-  std::optional<Time> advance(Time now, const Take& take);
+  std::optional<device::Time> advance(device::Time now, const Take& take);
 
   // Gives take all lines that are left, however early.
   void finish(const Take& take);
@@ -44,8 +44,8 @@ class BurstLog {
  private:
   struct Burst {
     std::uint64_t count = 0;  // 0: there was a line, and due is the end of the time without one
-    Time due{};
-    Time apart{};
+    device::Time due{};
+    device::Time apart{};
   };
 
   static void say(const std::pair<std::string, std::string>& text, std::uint64_t count, const Take& take);
@@ -53,4 +53,4 @@ class BurstLog {
   std::map<std::pair<std::string, std::string>, Burst> bursts_;  // by noun and what
 };
 
-}  // namespace service
+}  // namespace drivers

@@ -7,20 +7,20 @@
 #include <unordered_map>
 #include <utility>
 
-namespace service {
+namespace drivers {
 namespace {
 
 constexpr std::size_t MaxPlaces = std::numeric_limits<std::uint16_t>::max() + std::size_t{1};
 
-std::size_t at(Side side) { return static_cast<std::size_t>(side); }
+std::size_t at(device::Side side) { return static_cast<std::size_t>(side); }
 
-bool isOn(const ForeignPort& port, Side side) { return side == Side::Source ? port.source : port.sink; }
+bool isOn(const ForeignPort& port, device::Side side) { return side == device::Side::Source ? port.source : port.sink; }
 
 // The two places of one port must not share a name; what is on one side only keeps the name that people know.
-std::string nameOn(const ForeignPort& port, Side side) {
-  std::string clean = cleanName(port.name);
+std::string nameOn(const ForeignPort& port, device::Side side) {
+  std::string clean = device::cleanName(port.name);
   if (!port.source || !port.sink) return clean;
-  return joinName(clean, side == Side::Source ? "_out" : "_in");
+  return device::joinName(clean, side == device::Side::Source ? "_out" : "_in");
 }
 
 }  // namespace
@@ -37,7 +37,7 @@ bool PortBook::update(std::span<const ForeignClient> clients) {
   for (const ForeignClient& client : clients) {
     GroupSlot* group = groupFor(client);
     if (group == nullptr) continue;
-    for (const Side side : {Side::Source, Side::Sink}) fill(*group, client, side);
+    for (const device::Side side : {device::Side::Source, device::Side::Sink}) fill(*group, client, side);
   }
   forgetTheLongestGone();
   if (changed_) rebuild();
@@ -47,7 +47,7 @@ bool PortBook::update(std::span<const ForeignClient> clients) {
 void PortBook::leave(Groups::value_type& entry) {
   auto& [handle, group] = entry;
   const ForeignClient nobody;
-  for (const Side side : {Side::Source, Side::Sink}) fill(group, nobody, side);
+  for (const device::Side side : {device::Side::Source, device::Side::Sink}) fill(group, nobody, side);
   here_.erase(*group.key);
   group.key.reset();
   gone_.emplace(departures_++, handle);
@@ -86,7 +86,7 @@ void PortBook::forgetTheLongestGone() {
   }
 }
 
-void PortBook::fill(GroupSlot& group, const ForeignClient& client, Side side) {
+void PortBook::fill(GroupSlot& group, const ForeignClient& client, device::Side side) {
   auto& slots = group.sides.at(at(side));
   std::unordered_map<std::uint64_t, const ForeignPort*> now;
   for (const ForeignPort& port : client.ports) {
@@ -134,17 +134,17 @@ void PortBook::fill(GroupSlot& group, const ForeignClient& client, Side side) {
 }
 
 void PortBook::rebuild() {
-  std::vector<Group> groups;
+  std::vector<device::Group> groups;
   for (auto& places : places_) places.clear();
   for (const auto& [handle, slot] : groups_) {
-    Group group;
+    device::Group group;
     group.handle = handle;
     group.name = slot.name;
     group.original = slot.foreignName;
-    for (const Side side : {Side::Source, Side::Sink}) {
+    for (const device::Side side : {device::Side::Source, device::Side::Sink}) {
       const auto& ports = slot.sides.at(at(side));
       if (ports.empty()) continue;
-      SideOfGroup& filled = (side == Side::Source ? group.sources : group.sinks).emplace();
+      device::SideOfGroup& filled = (side == device::Side::Source ? group.sources : group.sinks).emplace();
       for (const PortSlot& port : ports) {
         if (port.key) places_.at(at(side))[*port.key] = {handle, filled.count, side};
         ++filled.count;
@@ -155,20 +155,20 @@ void PortBook::rebuild() {
     }
     groups.push_back(std::move(group));
   }
-  topology_ = Topology(std::move(groups));
+  topology_ = device::Topology(std::move(groups));
 }
 
-std::optional<PortId> PortBook::place(std::uint64_t key, Side side) const {
+std::optional<device::PortId> PortBook::place(std::uint64_t key, device::Side side) const {
   const auto& places = places_.at(at(side));
   const auto found = places.find(key);
   return found == places.end() ? std::nullopt : std::optional(found->second);
 }
 
-std::optional<std::uint64_t> PortBook::key(PortId port) const {
+std::optional<std::uint64_t> PortBook::key(device::PortId port) const {
   const auto group = groups_.find(port.group);
   if (group == groups_.end()) return std::nullopt;
   const auto& ports = group->second.sides.at(at(port.side));
   return port.index < ports.size() ? ports[port.index].key : std::nullopt;
 }
 
-}  // namespace service
+}  // namespace drivers

@@ -15,7 +15,7 @@
 #include "platform/device/port.h"
 #include "platform/device/topology.h"
 
-namespace service {
+namespace drivers {
 
 // A port as it stands in the other system now.
 struct ForeignPort {
@@ -52,13 +52,13 @@ class PortBook {
   bool update(std::span<const ForeignClient> clients);
 
   // The same object as long as the book lives.
-  const Topology& topology() const { return topology_; }
+  const device::Topology& topology() const { return topology_; }
 
   // The place of a port that is there; nothing when it has none on that side.
-  std::optional<PortId> place(std::uint64_t key, Side side) const;
+  std::optional<device::PortId> place(std::uint64_t key, device::Side side) const;
 
   // The key of the port that is at a place; nothing when it has gone or never was.
-  std::optional<std::uint64_t> key(PortId port) const;
+  std::optional<std::uint64_t> key(device::PortId port) const;
 
  private:
   struct PortSlot {
@@ -77,7 +77,7 @@ class PortBook {
 
   void leave(Groups::value_type& entry);
   GroupSlot* groupFor(const ForeignClient& client);
-  void fill(GroupSlot& group, const ForeignClient& client, Side side);
+  void fill(GroupSlot& group, const ForeignClient& client, device::Side side);
   void forgetTheLongestGone();
   void rebuild();
 
@@ -86,11 +86,11 @@ class PortBook {
   std::unordered_map<std::uint64_t, std::uint64_t> here_;  // handles of those that are there, by key
   std::map<std::uint64_t, std::uint64_t> gone_;            // handles of those that have gone, in the order of going
   std::uint64_t departures_ = 0;
-  UniqueNames groupNames_{MaxGroupNameBytes};
-  UniqueNames portNames_;
-  std::array<std::unordered_map<std::uint64_t, PortId>, 2> places_{};  // by Side
+  device::UniqueNames groupNames_{device::MaxGroupNameBytes};
+  device::UniqueNames portNames_;
+  std::array<std::unordered_map<std::uint64_t, device::PortId>, 2> places_{};  // by Side
   bool changed_ = false;
-  Topology topology_;
+  device::Topology topology_;
 };
 
-}  // namespace service
+}  // namespace drivers

@@ -6,7 +6,7 @@
 #include <deque>
 #include <string>
 
-namespace service {
+namespace drivers {
 
 // The last of them, up to Most: what is remembered of clients that come and go all day is bounded.
 class RecentNames {
@@ -33,4 +33,4 @@ class RecentNames {
   std::deque<std::string> names_;  // the longest gone first
 };
 
-}  // namespace service
+}  // namespace drivers

@@ -11,7 +11,7 @@
 
 #include "platform/drivers/jack/capture_reader.h"
 
-namespace service::jack {
+namespace drivers::jack {
 namespace {
 
 // A third of a second of one port that is as full as can be, at 128 frames a period.
@@ -129,4 +129,4 @@ bool CapturePorts::take(std::size_t bytes, const TakeEvent& event, const TakeGap
   return ring_.size() >= sizeof(Record);
 }
 
-}  // namespace service::jack
+}  // namespace drivers::jack

@@ -15,7 +15,7 @@
 #include "platform/drivers/jack/process_gate.h"
 #include "platform/drivers/jack/spsc_ring.h"
 
-namespace service::jack {
+namespace drivers::jack {
 
 // What arrives at them comes to the service through one ring, in order. What the ring has no room for is lost and
 // counted: at the place of the first loss stands how many messages it was.
@@ -68,4 +68,4 @@ class CapturePorts {
   std::uint32_t lastNumber_ = 0;
 };
 
-}  // namespace service::jack
+}  // namespace drivers::jack

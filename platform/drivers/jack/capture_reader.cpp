@@ -4,13 +4,13 @@
 
 #include "platform/midi/midi_bytes.h"
 
-namespace service::jack {
+namespace drivers::jack {
 
-void CaptureReader::read(std::span<const std::uint8_t> event, const MidiReader::Take& take) {
+void CaptureReader::read(std::span<const std::uint8_t> event, const midi::MidiReader::Take& take) {
   if (event.empty()) return;
   if (skipping_ && !begins(event)) return;
   // A real-time message may stand between the pieces of another.
-  if (event.front() < TimingClock) skipping_ = false;
+  if (event.front() < midi::TimingClock) skipping_ = false;
   reader_.read(event, take);
 }
 
@@ -23,7 +23,7 @@ void CaptureReader::gap(std::uint64_t lost) {
 std::uint64_t CaptureReader::takeLost() { return std::exchange(lost_, 0) + reader_.takeBroken(); }
 
 bool CaptureReader::begins(std::span<const std::uint8_t> event) {
-  return !event.empty() && isStatusByte(event.front()) && event.front() != EndOfExclusive;
+  return !event.empty() && midi::isStatusByte(event.front()) && event.front() != midi::EndOfExclusive;
 }
 
-}  // namespace service::jack
+}  // namespace drivers::jack

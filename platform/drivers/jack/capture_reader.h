@@ -6,14 +6,14 @@
 
 #include "platform/midi/midi_stream.h"
 
-namespace service::jack {
+namespace drivers::jack {
 
 // An event is a message, or a piece of a system exclusive one. Where events are missing, the rest of a message that
 // lacks a piece is left out, and counts as lost once.
 class CaptureReader {
  public:
   // Reads an event; take as for MidiReader::read.
-  void read(std::span<const std::uint8_t> event, const MidiReader::Take& take);
+  void read(std::span<const std::uint8_t> event, const midi::MidiReader::Take& take);
 
   // Events are missing here: so many messages have lost their beginning.
   void gap(std::uint64_t lost);
@@ -25,9 +25,9 @@ class CaptureReader {
   static bool begins(std::span<const std::uint8_t> event);
 
  private:
-  MidiReader reader_;
+  midi::MidiReader reader_;
   bool skipping_ = false;  // until a message begins: what comes before belongs to one that has been counted
   std::uint64_t lost_ = 0;
 };
 
-}  // namespace service::jack
+}  // namespace drivers::jack

@@ -9,7 +9,7 @@
 
 #include "platform/system/without_signals.h"
 
-namespace service::jack {
+namespace drivers::jack {
 namespace {
 
 using namespace std::chrono_literals;
@@ -21,13 +21,13 @@ constexpr auto PatienceAtTheEnd = 2s;
 }  // namespace
 
 struct Caretaker::Work {
-  explicit Work(std::shared_ptr<Wakeup> woken) : wakeup(std::move(woken)) {}
+  explicit Work(std::shared_ptr<sys::EventDescriptor> woken) : wakeup(std::move(woken)) {}
 
   void run();
   void closeAll(std::unique_lock<std::mutex>& lock);
   void tryToOpen(std::unique_lock<std::mutex>& lock);
 
-  const std::shared_ptr<Wakeup> wakeup;
+  const std::shared_ptr<sys::EventDescriptor> wakeup;
   std::mutex mutex;
   std::condition_variable changed;
   // All below under the mutex.
@@ -84,8 +84,8 @@ void Caretaker::Work::tryToOpen(std::unique_lock<std::mutex>& lock) {
   wakeup->wake();
 }
 
-Caretaker::Caretaker(std::shared_ptr<Wakeup> wakeup) : work_(std::make_shared<Work>(std::move(wakeup))) {
-  const WithoutSignals quiet;
+Caretaker::Caretaker(std::shared_ptr<sys::EventDescriptor> wakeup) : work_(std::make_shared<Work>(std::move(wakeup))) {
+  const sys::WithoutSignals quiet;
   thread_ = std::thread([work = work_] {
     pthread_setname_np(pthread_self(), "jack");
     work->run();
@@ -129,4 +129,4 @@ std::optional<Caretaker::Opened> Caretaker::result(std::chrono::milliseconds pat
   return std::exchange(work_->result, std::nullopt);
 }
 
-}  // namespace service::jack
+}  // namespace drivers::jack

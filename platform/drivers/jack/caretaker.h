@@ -10,7 +10,7 @@
 
 #include "platform/drivers/jack/jack_client.h"
 
-namespace service::jack {
+namespace drivers::jack {
 
 // A thread, because a server that hangs keeps him waiting who asks it for a client, and a client whose server has died
 // has been seen to hang when it is closed. The thread takes no signals.
@@ -19,7 +19,7 @@ class Caretaker {
   using Opened = std::variant<std::unique_ptr<JackClient>, std::string>;
 
   // wakeup: woken when result() has something to tell, and handed to the clients.
-  explicit Caretaker(std::shared_ptr<Wakeup> wakeup);
+  explicit Caretaker(std::shared_ptr<sys::EventDescriptor> wakeup);
   Caretaker(const Caretaker&) = delete;
   Caretaker& operator=(const Caretaker&) = delete;
 
@@ -45,4 +45,4 @@ class Caretaker {
   std::thread thread_;
 };
 
-}  // namespace service::jack
+}  // namespace drivers::jack

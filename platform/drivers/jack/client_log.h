@@ -8,7 +8,7 @@
 
 #include "platform/drivers/foreign/recent_names.h"
 
-namespace service::jack {
+namespace drivers::jack {
 
 // Those that have gone are remembered as long as RecentNames does.
 class ClientLog {
@@ -26,4 +26,4 @@ class ClientLog {
   RecentNames gone_;
 };
 
-}  // namespace service::jack
+}  // namespace drivers::jack

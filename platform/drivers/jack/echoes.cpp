@@ -1,6 +1,6 @@
 #include "platform/drivers/jack/echoes.h"
 
-namespace service::jack {
+namespace drivers::jack {
 
 void Echoes::expect(const std::string& source, const std::string& sink, bool made) {
   expected_[{source, sink}].push_back(made);
@@ -15,4 +15,4 @@ bool Echoes::isNews(const std::string& source, const std::string& sink, bool mad
   return false;
 }
 
-}  // namespace service::jack
+}  // namespace drivers::jack

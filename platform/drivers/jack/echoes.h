@@ -6,7 +6,7 @@
 #include <string>
 #include <utility>
 
-namespace service::jack {
+namespace drivers::jack {
 
 // JACK tells everybody of every connection that is made or ended, in order, also him who asked for it, and him late.
 // What comes before the echo of an own change is older than that change, and no news any more.
@@ -25,4 +25,4 @@ class Echoes {
   std::map<std::pair<std::string, std::string>, std::deque<bool>> expected_;  // made or ended, in order
 };
 
-}  // namespace service::jack
+}  // namespace drivers::jack

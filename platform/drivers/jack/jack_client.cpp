@@ -10,7 +10,7 @@
 #include "platform/drivers/jack/opened_descriptors.h"
 #include "platform/drivers/jack/uncancelled.h"
 
-namespace service::jack {
+namespace drivers::jack {
 namespace {
 
 using namespace std::chrono_literals;
@@ -43,7 +43,7 @@ std::string problem(jack_status_t status) {
 
 }  // namespace
 
-std::variant<std::unique_ptr<JackClient>, std::string> JackClient::open(std::shared_ptr<Wakeup> wakeup) {
+std::variant<std::unique_ptr<JackClient>, std::string> JackClient::open(std::shared_ptr<sys::EventDescriptor> wakeup) {
   jack_set_error_function(beSilent);
   jack_set_info_function(beSilent);
   // The constructor is private.
@@ -143,4 +143,4 @@ bool JackClient::awaitConnection(const jack_port_t* port) const {
   return true;
 }
 
-}  // namespace service::jack
+}  // namespace drivers::jack

@@ -18,7 +18,7 @@
 #include "platform/drivers/jack/process_gate.h"
 #include "platform/system/event_descriptor.h"
 
-namespace service::jack {
+namespace drivers::jack {
 
 // Active as long as it lives. JACK's threads end with it; they take no signals if the thread that opened it takes none.
 class JackClient {
@@ -26,7 +26,7 @@ class JackClient {
   // Opens a client on the server that JACK's own rules choose; never starts one. wakeup: woken whenever something is to
   // be taken from notices() or capture(). The text says in a line why there is none. May block for long when the server
   // does.
-  static std::variant<std::unique_ptr<JackClient>, std::string> open(std::shared_ptr<Wakeup> wakeup);
+  static std::variant<std::unique_ptr<JackClient>, std::string> open(std::shared_ptr<sys::EventDescriptor> wakeup);
 
   JackClient(const JackClient&) = delete;
   JackClient& operator=(const JackClient&) = delete;
@@ -55,13 +55,13 @@ class JackClient {
   bool awaitConnection(const jack_port_t* port) const;
 
  private:
-  explicit JackClient(std::shared_ptr<Wakeup> wakeup) : wakeup_(std::move(wakeup)) {}
+  explicit JackClient(std::shared_ptr<sys::EventDescriptor> wakeup) : wakeup_(std::move(wakeup)) {}
 
   bool activate();
   void process(jack_nframes_t frames);
   void tell(Notice notice);
 
-  std::shared_ptr<Wakeup> wakeup_;
+  std::shared_ptr<sys::EventDescriptor> wakeup_;
   NoticeQueue notices_;
   ProcessGate gate_;
   CapturePorts capture_{gate_};
@@ -72,4 +72,4 @@ class JackClient {
   std::optional<jack_nframes_t> next_;  // process callback's: when the next period is to begin
 };
 
-}  // namespace service::jack
+}  // namespace drivers::jack

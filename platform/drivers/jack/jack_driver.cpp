@@ -20,22 +20,22 @@
 #include "platform/midi/midi_stream.h"
 #include "platform/system/earliest.h"
 
-namespace service::jack {
+namespace drivers::jack {
 namespace {
 
 using namespace std::chrono_literals;
 
 constexpr auto PatienceAtTheStart = 5s;
-constexpr Time BetweenRestores = 1s;
+constexpr device::Time BetweenRestores = 1s;
 // On a busy machine periods are skipped all the time.
-constexpr Time BetweenSkipLines = 10s;
+constexpr device::Time BetweenSkipLines = 10s;
 // Of events in one call; about four thousand short ones.
 constexpr std::size_t PieceBytes = std::size_t{64} * 1024;
 constexpr std::size_t ManyWaitingBytes = std::size_t{256} * 1024;
 
-class JackDriver : public Driver {
+class JackDriver : public device::Driver {
  public:
-  JackDriver(std::shared_ptr<Wakeup> wakeup, std::unique_ptr<Caretaker> caretaker)
+  JackDriver(std::shared_ptr<sys::EventDescriptor> wakeup, std::unique_ptr<Caretaker> caretaker)
       : wakeup_(std::move(wakeup)), caretaker_(std::move(caretaker)) {}
 
   ~JackDriver() override {
@@ -51,33 +51,33 @@ class JackDriver : public Driver {
     clientLog_.update(ports_.clients(), [](const std::string&) { return true; });
   }
 
-  const Topology& topology() const override { return ports_.topology(); }
-  const std::vector<Link>& initialLinks() const override { return none_; }
+  const device::Topology& topology() const override { return ports_.topology(); }
+  const std::vector<device::Link>& initialLinks() const override { return none_; }
   int descriptor() const override { return wakeup_->descriptor(); }
   bool behind() const override { return feeds_.waitingBytes() > ManyWaitingBytes; }
 
-  void start(DriverEvents& events, Time now) override;
-  void deliver(PortId sink, const Message& message, Time now) override;
-  void setUsed(PortId source, bool used, Time now) override;
-  std::optional<Time> advance(Time now) override;
-  std::optional<wire::Status> patch(bool made, const Link& link, Time now) override;
-  void finish(Time now) override;
+  void start(device::DriverEvents& events, device::Time now) override;
+  void deliver(device::PortId sink, const device::Message& message, device::Time now) override;
+  void setUsed(device::PortId source, bool used, device::Time now) override;
+  std::optional<device::Time> advance(device::Time now) override;
+  std::optional<device::Status> patch(bool made, const device::Link& link, device::Time now) override;
+  void finish(device::Time now) override;
 
  private:
   void outliveServers();
-  bool countSkipped(Time now);
-  void lookForClient(Time now);
-  void readNotices(Time now);
-  void readNotice(const Notice& notice, Time now);
-  void refresh(Time now);
-  void tellLinks(Time now);
-  void clientGone(Time now);
+  bool countSkipped(device::Time now);
+  void lookForClient(device::Time now);
+  void readNotices(device::Time now);
+  void readNotice(const Notice& notice, device::Time now);
+  void refresh(device::Time now);
+  void tellLinks(device::Time now);
+  void clientGone(device::Time now);
 
-  const std::vector<Link> none_;
-  std::shared_ptr<Wakeup> wakeup_;
+  const std::vector<device::Link> none_;
+  std::shared_ptr<sys::EventDescriptor> wakeup_;
   std::unique_ptr<Caretaker> caretaker_;
   std::unique_ptr<JackClient> client_;  // null while there is no server
-  DriverEvents* events_ = nullptr;
+  device::DriverEvents* events_ = nullptr;
   PortDirectory ports_;
   ClientLog clientLog_;
   Echoes echoes_;
@@ -87,10 +87,10 @@ class JackDriver : public Driver {
   bool stale_ = false;     // ports have come or gone that ports_ does not know of
   bool wasThere_ = false;  // there has been a server
   bool outlives_ = false;
-  std::optional<Time> restore_;  // when taps_ is to be restored
+  std::optional<device::Time> restore_;  // when taps_ is to be restored
 };
 
-void JackDriver::start(DriverEvents& events, Time now) {
+void JackDriver::start(device::DriverEvents& events, device::Time now) {
   events_ = &events;
   if (!client_) {
     events_->warned("no JACK server runs: waiting for one");
@@ -100,16 +100,16 @@ void JackDriver::start(DriverEvents& events, Time now) {
   tellLinks(now);
 }
 
-void JackDriver::deliver(PortId sink, const Message& message, Time now) {
+void JackDriver::deliver(device::PortId sink, const device::Message& message, device::Time now) {
   std::vector<std::uint8_t> bytes;
-  switch (appendMidi(message, bytes)) {
-    case Sendable::NoSuchChannel:
+  switch (midi::appendMidi(message, bytes)) {
+    case midi::Sendable::NoSuchChannel:
       bursts_.addUnsent(1, ports_.text(sink), unsent::NoSuchChannel, now);
       break;
-    case Sendable::NotOneMessage:
+    case midi::Sendable::NotOneMessage:
       bursts_.addUnsent(1, ports_.text(sink), unsent::NotOneMessage, now);
       break;
-    case Sendable::Yes:
+    case midi::Sendable::Yes:
       if (!client_) {
         bursts_.addUnsent(1, ports_.text(sink), unsent::PortHasGone, now);
       } else if (!feeds_.send(*client_, ports_, sink, bytes, now)) {
@@ -121,7 +121,9 @@ void JackDriver::deliver(PortId sink, const Message& message, Time now) {
   wakeup_->wake();
 }
 
-void JackDriver::setUsed(PortId source, bool used, Time /*now*/) { taps_.setUsed(client_.get(), ports_, source, used); }
+void JackDriver::setUsed(device::PortId source, bool used, device::Time /*now*/) {
+  taps_.setUsed(client_.get(), ports_, source, used);
+}
 
 // Who asks a server that is just dying must not die with it. Done by the service's thread: the one that starts the
 // driver is the program's own.
@@ -133,11 +135,11 @@ void JackDriver::outliveServers() {
   pthread_sigmask(SIG_BLOCK, &pipe, nullptr);
 }
 
-std::optional<Time> JackDriver::advance(Time now) {
+std::optional<device::Time> JackDriver::advance(device::Time now) {
   outliveServers();
   wakeup_->clear();
   lookForClient(now);
-  std::optional<Time> next;
+  std::optional<device::Time> next;
   if (client_) {
     // What a client has sent before it went comes before the news that it has gone.
     const bool more = taps_.take(*client_, *events_, now, PieceBytes);
@@ -150,43 +152,43 @@ std::optional<Time> JackDriver::advance(Time now) {
       if (const auto line = taps_.restore(*client_, ports_)) events_->noted(*line);
     }
   }
-  soonest(next, taps_.tellSkipped(*events_, now));
-  if (client_) soonest(next, feeds_.pump(*client_, ports_, now));
-  soonest(next, bursts_.advance(now, [&](std::string_view line) { events_->noted(line); }));
-  soonest(next, restore_);
+  sys::keepEarlier(next, taps_.tellSkipped(*events_, now));
+  if (client_) sys::keepEarlier(next, feeds_.pump(*client_, ports_, now));
+  sys::keepEarlier(next, bursts_.advance(now, [&](std::string_view line) { events_->noted(line); }));
+  sys::keepEarlier(next, restore_);
   return next;
 }
 
-std::optional<wire::Status> JackDriver::patch(bool made, const Link& link, Time now) {
+std::optional<device::Status> JackDriver::patch(bool made, const device::Link& link, device::Time now) {
   const auto source = ports_.name(link.source());
   const auto sink = ports_.name(link.sink());
-  if (!client_ || !source || !sink) return wire::Status::NotFound;
+  if (!client_ || !source || !sink) return device::Status::NotFound;
   if (made) {
     const int result = jack_connect(client_->handle(), source->c_str(), sink->c_str());
-    if (result != 0 && result != EEXIST) return wire::Status::Refused;
+    if (result != 0 && result != EEXIST) return device::Status::Refused;
     if (result == 0) echoes_.expect(*source, *sink, true);
     events_->linked(link, now);
   } else {
-    if (jack_disconnect(client_->handle(), source->c_str(), sink->c_str()) != 0) return wire::Status::NotFound;
+    if (jack_disconnect(client_->handle(), source->c_str(), sink->c_str()) != 0) return device::Status::NotFound;
     echoes_.expect(*source, *sink, false);
     events_->unlinked(link, now);
   }
-  return wire::Status::Ok;
+  return device::Status::Ok;
 }
 
-void JackDriver::finish(Time now) {
+void JackDriver::finish(device::Time now) {
   countSkipped(now);
   bursts_.finish([&](std::string_view line) { events_->noted(line); });
 }
 
 // Answers whether there were any.
-bool JackDriver::countSkipped(Time now) {
+bool JackDriver::countSkipped(device::Time now) {
   const auto skipped = client_ ? client_->takeSkipped() : 0;
   if (skipped > 0) bursts_.add(skipped, "period", "skipped, too late: messages may be lost", now, BetweenSkipLines);
   return skipped > 0;
 }
 
-void JackDriver::lookForClient(Time now) {
+void JackDriver::lookForClient(device::Time now) {
   auto opened = caretaker_->result();
   if (!opened) return;
   if (auto* client = std::get_if<std::unique_ptr<JackClient>>(&*opened)) {
@@ -201,7 +203,7 @@ void JackDriver::lookForClient(Time now) {
   }
 }
 
-void JackDriver::readNotices(Time now) {
+void JackDriver::readNotices(device::Time now) {
   for (const Notice& notice : client_->notices().take()) {
     readNotice(notice, now);
     if (!client_) return;
@@ -209,7 +211,7 @@ void JackDriver::readNotices(Time now) {
   if (stale_) refresh(now);
 }
 
-void JackDriver::readNotice(const Notice& notice, Time now) {
+void JackDriver::readNotice(const Notice& notice, device::Time now) {
   switch (notice.kind) {
     case Notice::Kind::Ports:
       stale_ = true;
@@ -229,16 +231,16 @@ void JackDriver::readNotice(const Notice& notice, Time now) {
   const bool made = notice.kind == Notice::Kind::Connected;
   if (notice.sink.starts_with(prefix)) {
     // Somebody else has cut a tap, unless its source has gone.
-    if (!made) soonest(restore_, now + BetweenRestores);
+    if (!made) sys::keepEarlier(restore_, now + BetweenRestores);
     return;
   }
   if (notice.source.starts_with(prefix)) return;
   if (stale_) refresh(now);
   if (!echoes_.isNews(notice.source, notice.sink, made)) return;
-  const auto source = ports_.place(notice.source, Side::Source);
-  const auto sink = ports_.place(notice.sink, Side::Sink);
+  const auto source = ports_.place(notice.source, device::Side::Source);
+  const auto sink = ports_.place(notice.sink, device::Side::Sink);
   if (!source || !sink) return;
-  const Link link{source->group, source->index, sink->group, sink->index};
+  const device::Link link{source->group, source->index, sink->group, sink->index};
   if (made) {
     events_->linked(link, now);
   } else {
@@ -246,7 +248,7 @@ void JackDriver::readNotice(const Notice& notice, Time now) {
   }
 }
 
-void JackDriver::refresh(Time now) {
+void JackDriver::refresh(device::Time now) {
   stale_ = false;
   jack_client_t* handle = client_->handle();
   const bool changed = ports_.update(readPorts(handle, client_->portPrefix()));
@@ -259,15 +261,15 @@ void JackDriver::refresh(Time now) {
   restore_ = now;
 }
 
-void JackDriver::tellLinks(Time now) {
-  for (const Group& group : ports_.topology().groups()) {
+void JackDriver::tellLinks(device::Time now) {
+  for (const device::Group& group : ports_.topology().groups()) {
     const std::uint16_t count = group.sources ? group.sources->count : std::uint16_t{0};
     for (std::uint16_t index = 0; index < count; ++index) {
-      const PortId source{group.handle, index, Side::Source};
+      const device::PortId source{group.handle, index, device::Side::Source};
       const auto name = ports_.name(source);
       if (!name) continue;
       for (const std::string& other : connectionsOf(client_->handle(), *name)) {
-        if (const auto sink = ports_.place(other, Side::Sink)) {
+        if (const auto sink = ports_.place(other, device::Side::Sink)) {
           events_->linked({source.group, source.index, sink->group, sink->index}, now);
         }
       }
@@ -275,7 +277,7 @@ void JackDriver::tellLinks(Time now) {
   }
 }
 
-void JackDriver::clientGone(Time now) {
+void JackDriver::clientGone(device::Time now) {
   while (taps_.take(*client_, *events_, now, PieceBytes)) {
   }
   taps_.clientGone(*events_, now);
@@ -291,12 +293,12 @@ void JackDriver::clientGone(Time now) {
 }
 
 }  // namespace
-}  // namespace service::jack
+}  // namespace drivers::jack
 
-namespace service {
+namespace drivers {
 
-std::variant<std::unique_ptr<Driver>, std::string> openJack(Absent absent) {
-  auto wakeup = std::make_shared<Wakeup>();
+std::variant<std::unique_ptr<device::Driver>, std::string> openJack(Absent absent) {
+  auto wakeup = std::make_shared<sys::EventDescriptor>();
   auto caretaker = std::make_unique<jack::Caretaker>(wakeup);
   caretaker->open(false);
   auto opened = caretaker->result(jack::PatienceAtTheStart);
@@ -309,4 +311,4 @@ std::variant<std::unique_ptr<Driver>, std::string> openJack(Absent absent) {
   return driver;
 }
 
-}  // namespace service
+}  // namespace drivers

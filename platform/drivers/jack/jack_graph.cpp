@@ -5,7 +5,7 @@
 
 #include <cstring>
 
-namespace service::jack {
+namespace drivers::jack {
 namespace {
 
 // Takes over an array that JACK has allocated.
@@ -42,4 +42,4 @@ bool clientRuns(jack_client_t* client, const std::string& name) {
   return true;
 }
 
-}  // namespace service::jack
+}  // namespace drivers::jack

@@ -8,7 +8,7 @@
 
 #include "platform/drivers/jack/port_directory.h"
 
-namespace service::jack {
+namespace drivers::jack {
 
 // All MIDI ports but those whose names begin with ownPrefix, in JACK's order. Reads shared memory.
 std::vector<JackPort> readPorts(jack_client_t* client, const std::string& ownPrefix);
@@ -20,4 +20,4 @@ std::vector<std::string> connectionsOf(jack_client_t* client, const std::string&
 // Asks the server.
 bool clientRuns(jack_client_t* client, const std::string& name);
 
-}  // namespace service::jack
+}  // namespace drivers::jack

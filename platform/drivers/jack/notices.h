@@ -6,7 +6,7 @@
 #include <utility>
 #include <vector>
 
-namespace service::jack {
+namespace drivers::jack {
 
 struct Notice {
   enum class Kind {
@@ -40,4 +40,4 @@ class NoticeQueue {
   std::vector<Notice> notices_;
 };
 
-}  // namespace service::jack
+}  // namespace drivers::jack

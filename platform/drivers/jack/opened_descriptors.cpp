@@ -6,7 +6,7 @@
 #include <filesystem>
 #include <system_error>
 
-namespace service::jack {
+namespace drivers::jack {
 namespace {
 
 std::set<int> openDescriptors() {
@@ -29,4 +29,4 @@ void OpenedDescriptors::keepToOurselves() const {
   }
 }
 
-}  // namespace service::jack
+}  // namespace drivers::jack

@@ -3,7 +3,7 @@
 
 #include <set>
 
-namespace service::jack {
+namespace drivers::jack {
 
 // The JACK library lets its sockets be inherited by every program that the process starts, which would keep them open,
 // and could speak to the server in our name. The system is asked what is open before and after.
@@ -20,4 +20,4 @@ class OpenedDescriptors {
   std::set<int> before_;
 };
 
-}  // namespace service::jack
+}  // namespace drivers::jack

@@ -4,7 +4,7 @@
 #include <array>
 #include <cstring>
 
-namespace service::jack {
+namespace drivers::jack {
 namespace {
 
 using Head = std::array<std::uint8_t, sizeof(std::uint32_t)>;
@@ -54,4 +54,4 @@ void Outlet::pump() {
   begin_ = 0;
 }
 
-}  // namespace service::jack
+}  // namespace drivers::jack

@@ -8,7 +8,7 @@
 
 #include "platform/drivers/jack/spsc_ring.h"
 
-namespace service::jack {
+namespace drivers::jack {
 
 // The service's end of a ring of pieces: each a size (four bytes of this machine) and so many bytes. What the ring has
 // no room for waits here.
@@ -37,4 +37,4 @@ class Outlet {
   std::uint64_t messages_ = 0;
 };
 
-}  // namespace service::jack
+}  // namespace drivers::jack

@@ -9,14 +9,14 @@
 #include "platform/drivers/jack/outlet.h"
 #include "platform/midi/midi_bytes.h"
 
-namespace service::jack {
+namespace drivers::jack {
 namespace {
 
 constexpr std::size_t PlaybackRingBytes = 4 * Outlet::MaxPiece;
 
 // Whether a message ends with this piece of it.
 bool endsMessage(std::uint8_t first, std::uint8_t last) {
-  return last == EndOfExclusive || (isStatusByte(first) && first != SystemExclusive);
+  return last == midi::EndOfExclusive || (midi::isStatusByte(first) && first != midi::SystemExclusive);
 }
 
 // Empties it. Answers how many messages ended in it.
@@ -109,4 +109,4 @@ std::uint64_t PlaybackPorts::close(jack_client_t* client, std::size_t number) {
   return messages;
 }
 
-}  // namespace service::jack
+}  // namespace drivers::jack

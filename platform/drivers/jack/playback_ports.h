@@ -13,7 +13,7 @@
 #include "platform/drivers/jack/process_gate.h"
 #include "platform/drivers/jack/spsc_ring.h"
 
-namespace service::jack {
+namespace drivers::jack {
 
 // What goes out through one waits in a ring of its own, in pieces (outlet.h): until the port's connection is in effect,
 // and until a period's buffer has room. A piece that no period's buffer has room for is cut.
@@ -60,4 +60,4 @@ class PlaybackPorts {
   std::atomic<std::size_t> used_{0};  // slots from here on have never had a port
 };
 
-}  // namespace service::jack
+}  // namespace drivers::jack

@@ -2,7 +2,7 @@
 
 #include <utility>
 
-namespace service::jack {
+namespace drivers::jack {
 
 bool PortDirectory::update(const std::vector<JackPort>& ports) {
   std::vector<ForeignClient> clients;
@@ -22,13 +22,13 @@ bool PortDirectory::update(const std::vector<JackPort>& ports) {
   return book_.update(clients);
 }
 
-std::optional<std::string> PortDirectory::name(PortId port) const {
+std::optional<std::string> PortDirectory::name(device::PortId port) const {
   const auto key = book_.key(port);
   const auto found = key ? names_.find(*key) : names_.end();
   return found == names_.end() ? std::nullopt : std::optional(found->second);
 }
 
-std::optional<PortId> PortDirectory::place(const std::string& name, Side side) const {
+std::optional<device::PortId> PortDirectory::place(const std::string& name, device::Side side) const {
   const auto key = keys_.find(name);
   return key == keys_.end() ? std::nullopt : book_.place(key->second, side);
 }
@@ -40,4 +40,4 @@ std::uint64_t PortDirectory::keyOf(const std::string& name, Keys& now) {
   return now.emplace(name, before == keys_.end() ? nextKey_++ : before->second).first->second;
 }
 
-}  // namespace service::jack
+}  // namespace drivers::jack

@@ -10,7 +10,7 @@
 
 #include "platform/drivers/foreign/port_book.h"
 
-namespace service::jack {
+namespace drivers::jack {
 
 // A MIDI port of JACK's: its full name, CLIENT:PORT, and whether it emits.
 using JackPort = std::pair<std::string, bool>;
@@ -21,16 +21,16 @@ class PortDirectory {
   // What is there now. Answers whether the topology has changed.
   bool update(const std::vector<JackPort>& ports);
 
-  const Topology& topology() const { return book_.topology(); }
+  const device::Topology& topology() const { return book_.topology(); }
 
   // The name of a port that is there; nothing when none is at this place.
-  std::optional<std::string> name(PortId port) const;
+  std::optional<std::string> name(device::PortId port) const;
 
   // What a port is called for people: as above, and a port that has gone by the name that it has here.
-  std::string text(PortId port) const { return name(port).value_or(topology().name(port)); }
+  std::string text(device::PortId port) const { return name(port).value_or(topology().name(port)); }
 
   // Nothing for a name that no port has now.
-  std::optional<PortId> place(const std::string& name, Side side) const;
+  std::optional<device::PortId> place(const std::string& name, device::Side side) const;
 
   // The names of all clients that have ports now, in order.
   const std::vector<std::string>& clients() const { return clients_; }
@@ -47,4 +47,4 @@ class PortDirectory {
   std::vector<std::string> clients_;
 };
 
-}  // namespace service::jack
+}  // namespace drivers::jack

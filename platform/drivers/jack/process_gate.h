@@ -6,7 +6,7 @@
 #include <cstdint>
 #include <thread>
 
-namespace service::jack {
+namespace drivers::jack {
 
 // Around what the process callback does in one period.
 class ProcessGate {
@@ -27,4 +27,4 @@ class ProcessGate {
   std::atomic<std::uint64_t> passes_{0};  // odd: inside
 };
 
-}  // namespace service::jack
+}  // namespace drivers::jack

@@ -10,13 +10,13 @@
 
 #include "platform/system/earliest.h"
 
-namespace service::jack {
+namespace drivers::jack {
 namespace {
 
 using namespace std::chrono_literals;
 
-constexpr Time IdleFor = 10s;
-constexpr Time BetweenFeedTries = 1s;
+constexpr device::Time IdleFor = 10s;
+constexpr device::Time BetweenFeedTries = 1s;
 constexpr auto LastPatience = 1s;
 
 // Senders are held back long before; what comes from other systems cannot be.
@@ -24,8 +24,8 @@ constexpr std::size_t MaxWaiting = std::size_t{16} * 1024 * 1024;
 
 }  // namespace
 
-bool SinkFeeds::send(JackClient& client, const PortDirectory& ports, PortId sink, std::span<const std::uint8_t> bytes,
-                     Time now) {
+bool SinkFeeds::send(JackClient& client, const PortDirectory& ports, device::PortId sink,
+                     std::span<const std::uint8_t> bytes, device::Time now) {
   const auto found = feeds_.find(sink);
   Feed* feed = found != feeds_.end() ? &found->second : open(client, ports, sink, now);
   if (feed == nullptr) {
@@ -43,8 +43,8 @@ bool SinkFeeds::send(JackClient& client, const PortDirectory& ports, PortId sink
   return found == feeds_.end() || feed->outlet.waitingBytes() > 0;
 }
 
-std::optional<Time> SinkFeeds::pump(JackClient& client, const PortDirectory& ports, Time now) {
-  std::optional<Time> next;
+std::optional<device::Time> SinkFeeds::pump(JackClient& client, const PortDirectory& ports, device::Time now) {
+  std::optional<device::Time> next;
   for (auto at = feeds_.begin(); at != feeds_.end();) {
     const auto name = ports.name(at->first);
     Feed& feed = at->second;
@@ -58,9 +58,9 @@ std::optional<Time> SinkFeeds::pump(JackClient& client, const PortDirectory& por
       continue;
     }
     if (feed.outlet.waitingBytes() > 0) {
-      soonest(next, now + std::max<Time>(client.period(), 1ms));
+      sys::keepEarlier(next, now + std::max<device::Time>(client.period(), 1ms));
     } else {
-      soonest(next, waits ? now + BetweenFeedTries : feed.lastUse + IdleFor);
+      sys::keepEarlier(next, waits ? now + BetweenFeedTries : feed.lastUse + IdleFor);
     }
     ++at;
   }
@@ -91,11 +91,12 @@ std::size_t SinkFeeds::unsentBytes(JackClient& client) const {
   return bytes;
 }
 
-void SinkFeeds::clientGone(JackClient& client, Time now) {
+void SinkFeeds::clientGone(JackClient& client, device::Time now) {
   for (auto at = feeds_.begin(); at != feeds_.end();) at = close(client, at, now);
 }
 
-SinkFeeds::Feed* SinkFeeds::open(JackClient& client, const PortDirectory& ports, PortId sink, Time now) {
+SinkFeeds::Feed* SinkFeeds::open(JackClient& client, const PortDirectory& ports, device::PortId sink,
+                                 device::Time now) {
   const auto name = ports.name(sink);
   const auto number = name ? client.playback().open(client.handle()) : std::nullopt;
   if (!number) return nullptr;
@@ -107,14 +108,14 @@ SinkFeeds::Feed* SinkFeeds::open(JackClient& client, const PortDirectory& ports,
   return &feeds_.emplace(sink, feed).first->second;
 }
 
-bool SinkFeeds::connect(JackClient& client, const std::string& sink, Feed& feed, Time now) {
+bool SinkFeeds::connect(JackClient& client, const std::string& sink, Feed& feed, device::Time now) {
   feed.lastTry = now;
   const char* own = jack_port_name(client.playback().port(feed.number));
   const int result = jack_connect(client.handle(), own, sink.c_str());
   return result == 0 || result == EEXIST;
 }
 
-SinkFeeds::Feeds::iterator SinkFeeds::close(JackClient& client, Feeds::iterator feed, Time now) {
+SinkFeeds::Feeds::iterator SinkFeeds::close(JackClient& client, Feeds::iterator feed, device::Time now) {
   waiting_ -= feed->second.outlet.waitingBytes();
   std::uint64_t left = feed->second.outlet.waitingMessages();
   left += client.playback().close(client.handle(), feed->second.number);
@@ -122,4 +123,4 @@ SinkFeeds::Feeds::iterator SinkFeeds::close(JackClient& client, Feeds::iterator 
   return feeds_.erase(feed);
 }
 
-}  // namespace service::jack
+}  // namespace drivers::jack

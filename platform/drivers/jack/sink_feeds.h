@@ -13,7 +13,7 @@
 #include "platform/drivers/jack/outlet.h"
 #include "platform/drivers/jack/port_directory.h"
 
-namespace service::jack {
+namespace drivers::jack {
 
 // A sink that something goes to has an output port of ours before it, which is given back after ten idle seconds.
 class SinkFeeds {
@@ -22,16 +22,17 @@ class SinkFeeds {
   explicit SinkFeeds(BurstLog& bursts) : bursts_(bursts) {}
 
   // Sends the bytes of a message to a sink. What has no room now waits here. Answers whether pump is to be called.
-  bool send(JackClient& client, const PortDirectory& ports, PortId sink, std::span<const std::uint8_t> bytes, Time now);
+  bool send(JackClient& client, const PortDirectory& ports, device::PortId sink, std::span<const std::uint8_t> bytes,
+            device::Time now);
 
   // Moves on what waits, and gives back what is idle, or whose sink has gone. Answers when it wants to be called again.
-  std::optional<Time> pump(JackClient& client, const PortDirectory& ports, Time now);
+  std::optional<device::Time> pump(JackClient& client, const PortDirectory& ports, device::Time now);
 
   // Sends what waits, here and in the rings, as long as it moves; gives up when nothing has moved for a second. Blocks.
   void finish(JackClient& client);
 
   // The client is about to go, and all that waits with it.
-  void clientGone(JackClient& client, Time now);
+  void clientGone(JackClient& client, device::Time now);
 
   // Bytes that wait here, beyond those that wait in the rings.
   std::size_t waitingBytes() const { return waiting_; }
@@ -44,20 +45,20 @@ class SinkFeeds {
     std::string sinkName;
     std::size_t number;
     Outlet outlet;
-    Time lastUse{0};
-    Time lastTry{0};  // to connect it
+    device::Time lastUse{0};
+    device::Time lastTry{0};  // to connect it
   };
-  using Feeds = std::map<PortId, Feed>;
+  using Feeds = std::map<device::PortId, Feed>;
 
   std::size_t unsentBytes(JackClient& client) const;
 
-  Feed* open(JackClient& client, const PortDirectory& ports, PortId sink, Time now);
-  static bool connect(JackClient& client, const std::string& sink, Feed& feed, Time now);
-  Feeds::iterator close(JackClient& client, Feeds::iterator feed, Time now);
+  Feed* open(JackClient& client, const PortDirectory& ports, device::PortId sink, device::Time now);
+  static bool connect(JackClient& client, const std::string& sink, Feed& feed, device::Time now);
+  Feeds::iterator close(JackClient& client, Feeds::iterator feed, device::Time now);
 
   BurstLog& bursts_;
   Feeds feeds_;
   std::size_t waiting_ = 0;
 };
 
-}  // namespace service::jack
+}  // namespace drivers::jack

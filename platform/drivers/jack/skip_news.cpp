@@ -3,15 +3,15 @@
 #include <algorithm>
 #include <chrono>
 
-namespace service::jack {
+namespace drivers::jack {
 namespace {
 
-constexpr Time Apart = std::chrono::seconds(1);
+constexpr device::Time Apart = std::chrono::seconds(1);
 
 }  // namespace
 
-std::vector<PortId> SkipNews::take(Time now) {
-  std::vector<PortId> due;
+std::vector<device::PortId> SkipNews::take(device::Time now) {
+  std::vector<device::PortId> due;
   for (auto& [source, news] : news_) {
     if (!news.waits || (news.told && now < *news.told + Apart)) continue;
     due.push_back(source);
@@ -20,12 +20,12 @@ std::vector<PortId> SkipNews::take(Time now) {
   return due;
 }
 
-std::optional<Time> SkipNews::next() const {
-  std::optional<Time> first;
+std::optional<device::Time> SkipNews::next() const {
+  std::optional<device::Time> first;
   for (const auto& [source, news] : news_) {
     if (news.waits && news.told) first = std::min(first.value_or(*news.told + Apart), *news.told + Apart);
   }
   return first;
 }
 
-}  // namespace service::jack
+}  // namespace drivers::jack

@@ -4,9 +4,9 @@
 
 #include <vector>
 
-namespace service::jack {
+namespace drivers::jack {
 
-void SourceTaps::setUsed(JackClient* client, const PortDirectory& ports, PortId source, bool used) {
+void SourceTaps::setUsed(JackClient* client, const PortDirectory& ports, device::PortId source, bool used) {
   if (!used) {
     used_.erase(source);
     skips_.forget(source);
@@ -21,7 +21,7 @@ void SourceTaps::setUsed(JackClient* client, const PortDirectory& ports, PortId 
 
 std::optional<std::string> SourceTaps::restore(JackClient& client, const PortDirectory& ports) {
   std::size_t without = 0;
-  for (const PortId source : used_) {
+  for (const device::PortId source : used_) {
     if (const auto name = ports.name(source)) {
       if (!tap(client, *name, source)) ++without;
     } else {
@@ -32,7 +32,7 @@ std::optional<std::string> SourceTaps::restore(JackClient& client, const PortDir
   return "JACK has no port left to see " + std::to_string(without) + " used sources";
 }
 
-void SourceTaps::clientGone(DriverEvents& events, Time now) {
+void SourceTaps::clientGone(device::DriverEvents& events, device::Time now) {
   for (auto& [source, tap] : taps_) {
     tap.reader.gap(0);
     if (const auto lost = tap.reader.takeLost(); lost > 0) events.lost(source, lost, now);
@@ -45,22 +45,22 @@ void SourceTaps::skipped() {
   for (const auto& [source, tap] : taps_) skips_.add(source);
 }
 
-std::optional<Time> SourceTaps::tellSkipped(DriverEvents& events, Time now) {
-  for (const PortId source : skips_.take(now)) events.lost(source, 0, now);
+std::optional<device::Time> SourceTaps::tellSkipped(device::DriverEvents& events, device::Time now) {
+  for (const device::PortId source : skips_.take(now)) events.lost(source, 0, now);
   return skips_.next();
 }
 
-bool SourceTaps::take(JackClient& client, DriverEvents& events, Time now, std::size_t bytes) {
+bool SourceTaps::take(JackClient& client, device::DriverEvents& events, device::Time now, std::size_t bytes) {
   const auto event = [&](std::uint32_t number, std::span<const std::uint8_t> arrived) {
     const auto found = sources_.find(number);
     if (found == sources_.end()) return;
-    const PortId source = found->second;
+    const device::PortId source = found->second;
     CaptureReader& reader = taps_.at(source).reader;
     // A message that is broken ends where another begins, so before that.
     const auto tellLost = [&] {
       if (const auto lost = reader.takeLost(); lost > 0) events.lost(source, lost, now);
     };
-    reader.read(arrived, [&](const Message& message) {
+    reader.read(arrived, [&](const device::Message& message) {
       tellLost();
       events.emitted(source, message, now);
     });
@@ -76,7 +76,7 @@ bool SourceTaps::take(JackClient& client, DriverEvents& events, Time now, std::s
   return client.capture().take(bytes, event, gap);
 }
 
-bool SourceTaps::tap(JackClient& client, const std::string& name, PortId source) {
+bool SourceTaps::tap(JackClient& client, const std::string& name, device::PortId source) {
   auto found = taps_.find(source);
   if (found == taps_.end()) {
     const auto number = client.capture().open(client.handle());
@@ -89,7 +89,7 @@ bool SourceTaps::tap(JackClient& client, const std::string& name, PortId source)
   return true;
 }
 
-void SourceTaps::untap(JackClient& client, PortId source) {
+void SourceTaps::untap(JackClient& client, device::PortId source) {
   const auto found = taps_.find(source);
   if (found == taps_.end()) return;
   client.capture().close(client.handle(), found->second.number);
@@ -97,4 +97,4 @@ void SourceTaps::untap(JackClient& client, PortId source) {
   taps_.erase(found);
 }
 
-}  // namespace service::jack
+}  // namespace drivers::jack

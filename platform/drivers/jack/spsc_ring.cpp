@@ -5,7 +5,7 @@
 #include <cassert>
 #include <cstring>
 
-namespace service::jack {
+namespace drivers::jack {
 
 SpscRing::SpscRing(std::size_t bytes) : bytes_(std::bit_ceil(std::max<std::size_t>(bytes, 1))) {}
 
@@ -45,4 +45,4 @@ void SpscRing::put(std::size_t at, std::span<const std::uint8_t> bytes) {
   if (first < bytes.size()) std::memcpy(bytes_.data(), bytes.data() + first, bytes.size() - first);
 }
 
-}  // namespace service::jack
+}  // namespace drivers::jack

@@ -7,7 +7,7 @@
 #include <span>
 #include <vector>
 
-namespace service::jack {
+namespace drivers::jack {
 
 // One thread writes, one thread reads; each only by the operations that are marked as its own. None of them waits,
 // allocates or calls the system.
@@ -37,4 +37,4 @@ class SpscRing {
   alignas(64) std::atomic<std::size_t> read_{0};
 };
 
-}  // namespace service::jack
+}  // namespace drivers::jack

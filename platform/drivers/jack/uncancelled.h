@@ -3,7 +3,7 @@
 
 #include <pthread.h>
 
-namespace service::jack {
+namespace drivers::jack {
 
 // Does work that is not cut short. JACK cancels its threads wherever they are when a client is closed: what they hold
 // would be held for ever, and C++ has no way out of the middle of a function, so that the program would end. With this
@@ -16,4 +16,4 @@ void uncancelled(Work work) {
   pthread_setcancelstate(before, nullptr);
 }
 
-}  // namespace service::jack
+}  // namespace drivers::jack

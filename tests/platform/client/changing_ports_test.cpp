@@ -47,11 +47,11 @@ class ChangingPorts : public testing::Test {
     shareService("embedded:test", service_);
   }
 
-  void setPorts(const std::vector<service::Group>& groups) {
-    device_->act([&](ObeyingDevice& device) { device.change(service::Topology(groups)); });
+  void setPorts(const std::vector<device::Group>& groups) {
+    device_->act([&](ObeyingDevice& device) { device.change(device::Topology(groups)); });
   }
 
-  void connectPorts(const service::Link& made) {
+  void connectPorts(const device::Link& made) {
     device_->act([&](ObeyingDevice& device) { device.events().linked(made, {}); });
   }
 
@@ -100,7 +100,7 @@ TEST_F(ChangingPorts, PortsThatComeLaterAreNamedWhereTheyAreConnected) {
 // follow.
 TEST_F(ChangingPorts, EachPortThatComesLaterIsNamedAtOnce) {
   constexpr std::uint16_t Count = 5;
-  const service::Group beginning = group(0, "A", {"a", "next"}, {"x0", "x1", "x2", "x3", "x4"});
+  const device::Group beginning = group(0, "A", {"a", "next"}, {"x0", "x1", "x2", "x3", "x4"});
   setPorts({beginning});
   EvtSrv::EventPortManager manager(EvtSrv::ConBehave_Default, true);
   Patcher patcher(manager, 0);
@@ -273,7 +273,7 @@ TEST_F(ChangingPorts, ServiceThatIsLateOverWhatHasComeStillAnswersCommands) {
     return !said.empty();
   }));
   testing::internal::GetCapturedStderr();
-  EXPECT_EQ(said, wire::programLine("embedded:test: group \"B\" has come: a new console shows it\n"));
+  EXPECT_EQ(said, sys::programLine("embedded:test: group \"B\" has come: a new console shows it\n"));
 }
 
 TEST_F(ChangingPorts, WhatComesIsToldInOneLineASecond) {
@@ -296,7 +296,7 @@ TEST_F(ChangingPorts, WhatComesIsToldInOneLineASecond) {
     }
     return line;
   };
-  const std::string front = wire::programLine("embedded:test: ");
+  const std::string front = sys::programLine("embedded:test: ");
   setPorts({group(1'000, "A", {"a", "listed"}, {}), group(1'001, "B", {"b"}, {})});
   EXPECT_EQ(nextLine(), front + "group \"B\" has come: a new console shows it\n");
   setPorts({group(1'000, "A", {"a", "listed", "c"}, {}), group(1'001, "B", {"b"}, {})});
@@ -348,8 +348,8 @@ TEST_F(ChangingPorts, LossOnTheWayToTheServiceIsTold) {
   });
   EXPECT_TRUE(receiveUntil(manager, [&] { return port.texts.size() == 2; }));
   EXPECT_EQ(testing::internal::GetCapturedStderr(),
-            wire::programLine("5 messages lost on the way to the service\n") +
-                wire::programLine("an unknown number of messages, perhaps none, lost on the way to the service\n"));
+            sys::programLine("5 messages lost on the way to the service\n") +
+                sys::programLine("an unknown number of messages, perhaps none, lost on the way to the service\n"));
 }
 
 // Longer than a service may be silent, and more messages than may be on their way.

@@ -35,7 +35,7 @@ class ControlChannelTest : public testing::Test {
 TEST_F(ControlChannelTest, GivesUpAtOnceWhenTheServiceHasForgottenTheClient) {
   ASSERT_TRUE(sendNote());
   ASSERT_TRUE(service_.receive());
-  ASSERT_TRUE(service_.send(0, wire::Result{wire::Status::NoSession, 0}));
+  ASSERT_TRUE(service_.send(0, wire::Result{device::Status::NoSession, 0}));
   EXPECT_FALSE(channel_.ask<wire::Result>(wire::UntapAll{7, 1}));
   EXPECT_FALSE(sendNote());
   EXPECT_FALSE(service_.receive()) << "nothing more was sent";
@@ -44,7 +44,7 @@ TEST_F(ControlChannelTest, GivesUpAtOnceWhenTheServiceHasForgottenTheClient) {
 TEST_F(ControlChannelTest, SenderNoticesInTheMiddleOfItsWindow) {
   ASSERT_TRUE(sendNote());
   ASSERT_TRUE(service_.receive());
-  ASSERT_TRUE(service_.send(0, wire::Result{wire::Status::NoSession, 0}));
+  ASSERT_TRUE(service_.send(0, wire::Result{device::Status::NoSession, 0}));
   std::uint32_t sent = 1;
   while (sent < Window && sendNote()) ++sent;
   EXPECT_EQ(sent, Window / 2);
@@ -55,17 +55,17 @@ TEST_F(ControlChannelTest, AnswerThatThereIsNoSessionIsHandedOut) {
   const testsupport::Deadline deadline(Patience);
   std::optional<wire::Envelope> request;
   while (!(request = service_.receive())) ASSERT_FALSE(deadline.passed());
-  ASSERT_TRUE(service_.send(request->tag, wire::Result{wire::Status::NoSession, 0}));
+  ASSERT_TRUE(service_.send(request->tag, wire::Result{device::Status::NoSession, 0}));
   const auto answer = asked.get();
   ASSERT_TRUE(answer);
-  EXPECT_EQ(answer->status, wire::Status::NoSession);
+  EXPECT_EQ(answer->status, device::Status::NoSession);
   EXPECT_FALSE(sendNote());
 }
 
 TEST_F(ControlChannelTest, OtherResultsWithoutARequestMeanNothing) {
   ASSERT_TRUE(sendNote());
   ASSERT_TRUE(service_.receive());
-  ASSERT_TRUE(service_.send(0, wire::Result{wire::Status::BadRequest, 0}));
+  ASSERT_TRUE(service_.send(0, wire::Result{device::Status::BadRequest, 0}));
   for (std::uint32_t sent = 1; sent < Window; ++sent) ASSERT_TRUE(sendNote()) << sent;
 }
 
@@ -89,7 +89,7 @@ TEST_F(Injecting, IsFinishedWhenTheServiceHasTakenEverything) {
 TEST_F(Injecting, UnknownPortIsARefusalAtTheEnd) {
   EXPECT_TRUE(channel_.inject("G9In1", {{0, {0xF8}}}));
   EXPECT_FALSE(channel_.finish());
-  EXPECT_EQ(channel_.refusal(), wire::Status::NotFound);
+  EXPECT_EQ(channel_.refusal(), device::Status::NotFound);
   EXPECT_FALSE(channel_.lost());
 }
 

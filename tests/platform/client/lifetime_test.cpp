@@ -173,7 +173,7 @@ TEST(Lifetime, WithoutDescriptorsThereIsNoServiceForNow) {
     EXPECT_EQ(patcher.getConnectSinkPorts(0, 0, ports), StrmSrv::StrmRes_NoService);
     const EventPortManager none(Behaviour, true);
   }
-  EXPECT_EQ(testing::internal::GetCapturedStderr(), wire::programLine("embedded:test: Too many open files\n"));
+  EXPECT_EQ(testing::internal::GetCapturedStderr(), sys::programLine("embedded:test: Too many open files\n"));
   EXPECT_EQ(patcher.connect(0, 0, 1, 0), StrmSrv::StrmRes_Success);
 }
 

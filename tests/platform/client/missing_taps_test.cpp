@@ -25,12 +25,12 @@ using service::out;
 class LocalService {
  public:
   LocalService(const std::string& endpoint, const std::atomic<bool>& hasPorts) {
-    auto device = std::make_unique<service::TestDevice>(service::Topology(), std::vector<service::Link>{}, told_);
-    device->onAdvance = [&hasPorts, changing = device.get()](service::DriverEvents&, service::Time now) {
+    auto device = std::make_unique<service::TestDevice>(device::Topology(), std::vector<device::Link>{}, told_);
+    device->onAdvance = [&hasPorts, changing = device.get()](device::DriverEvents&, device::Time now) {
       if (hasPorts && changing->topology().groups().empty()) changing->change(service::evenTopology(1, 2), now);
-      return std::optional<service::Time>(now + std::chrono::milliseconds(1));
+      return std::optional<device::Time>(now + std::chrono::milliseconds(1));
     };
-    device->onUsed = [](service::DriverEvents& events, service::PortId source, bool used, service::Time now) {
+    device->onUsed = [](device::DriverEvents& events, device::PortId source, bool used, device::Time now) {
       const std::vector<std::uint8_t> note{0x90, 1, 2};
       if (used) events.emitted(source, {3, note}, now);
     };
@@ -74,7 +74,7 @@ TEST(MissingTaps, AreMadeWhenTheirPortsCome) {
   hasPorts = true;
   EXPECT_TRUE(receiveUntil(manager, [&] { return port.texts.size() == 2; }));
   EXPECT_EQ(port.texts.back(), "G0Out2: 1 2 3");
-  const std::string line = wire::programLine(endpoint + ": ");
+  const std::string line = sys::programLine(endpoint + ": ");
   EXPECT_EQ(testing::internal::GetCapturedStderr(), line + "the service has gone\n" + line +
                                                         "the service is back, 0 of 1 tap attached again\n" + line +
                                                         "1 tap attached again\n");

@@ -44,7 +44,7 @@ std::string errorsOf(std::uint32_t behaviour) {
 TEST(NoService, OneLineNamesEndpointAndCause) {
   for (const Row& row : endpoints()) {
     const EndpointVariable endpoint(row.endpoint);
-    EXPECT_EQ(errorsOf(row.behaviour), wire::programLine(row.line));
+    EXPECT_EQ(errorsOf(row.behaviour), sys::programLine(row.line));
   }
 }
 
@@ -56,7 +56,7 @@ TEST(NoService, BadDeviceFileIsNamed) {
   std::fclose(out);
   const EndpointVariable endpoint("embedded:" + file);
   EXPECT_EQ(errorsOf(EvtSrv::ConBehave_Default),
-            wire::programLine("embedded:" + file + ": " + file + ":3: a device file has no key 'port'\n"));
+            sys::programLine("embedded:" + file + ": " + file + ":3: a device file has no key 'port'\n"));
   std::remove(file.c_str());
 }
 

@@ -35,7 +35,7 @@ class ObeyingDevice : public service::TestDevice {
 
   int descriptor() const override { return wake_; }
 
-  std::optional<service::Time> advance(service::Time now) override {
+  std::optional<device::Time> advance(device::Time now) override {
     // The turn after it, so that the news are on their way.
     if (std::exchange(acted_, false)) action_ = nullptr;
     eventfd_t wakes = 0;
@@ -53,17 +53,17 @@ class ObeyingDevice : public service::TestDevice {
 
 // A group that wants its handle for its id, unless that is beyond all names; its sources are called so; an empty name
 // stands for one that has gone.
-inline service::Group group(std::uint64_t handle, const std::string& name, const std::vector<std::string>& sources,
-                            const std::vector<std::string>& sinks) {
+inline device::Group group(std::uint64_t handle, const std::string& name, const std::vector<std::string>& sources,
+                           const std::vector<std::string>& sinks) {
   const auto side = [](const std::vector<std::string>& names, const std::string& front) {
-    service::SideOfGroup made{static_cast<std::uint16_t>(names.size()), "", names};
+    device::SideOfGroup made{static_cast<std::uint16_t>(names.size()), "", names};
     for (std::size_t at = 0; at < names.size(); ++at) {
       made.gone.push_back(names[at].empty());
       if (names[at].empty()) made.names[at] = front + std::to_string(at);
     }
     return made;
   };
-  service::Group made{handle, name, std::nullopt, std::nullopt};
+  device::Group made{handle, name, std::nullopt, std::nullopt};
   if (handle < StrmSrv::GroupNames::Count) made.wantedId = static_cast<std::uint16_t>(handle);
   if (!sources.empty()) made.sources = side(sources, name + "GoneOut");
   if (!sinks.empty()) made.sinks = side(sinks, name + "GoneIn");

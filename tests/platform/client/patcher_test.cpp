@@ -36,10 +36,10 @@ Ports sourcesOf(Patcher& patcher, std::uint16_t group, std::uint16_t port) {
 }
 
 TEST(Patcher, ListsGroupsOfEachSide) {
-  using service::SideOfGroup;
-  service::Topology topology({{5, "Five", SideOfGroup{2, "FiveOut", {}}, std::nullopt, {}, 5},
-                              {3, "Three", SideOfGroup{0, "ThreeOut", {}}, SideOfGroup{1, "ThreeIn", {}}, {}, 3},
-                              {60, "Sixty", std::nullopt, SideOfGroup{2, "", {"left", "right"}}, {}, 60}});
+  using device::SideOfGroup;
+  device::Topology topology({{5, "Five", SideOfGroup{2, "FiveOut", {}}, std::nullopt, {}, 5},
+                             {3, "Three", SideOfGroup{0, "ThreeOut", {}}, SideOfGroup{1, "ThreeIn", {}}, {}, 3},
+                             {60, "Sixty", std::nullopt, SideOfGroup{2, "", {"left", "right"}}, {}, 60}});
   TestService service(std::move(topology), {});
   EventPortManager manager(Behaviour, true);
   Patcher patcher(manager, 0);

@@ -10,14 +10,14 @@
 namespace client {
 namespace {
 
-using service::SideOfGroup;
+using device::SideOfGroup;
 
 // The service's own view of a device, and the client's.
 TEST(PortNames, AreThoseOfTheService) {
   const std::string longName(55, 'L');
-  const service::Topology topology({
-      service::numberedGroup(0, "Keys", 3, std::nullopt),
-      service::numberedGroup(1, "Box", 0, 2),
+  const device::Topology topology({
+      device::numberedGroup(0, "Keys", 3, std::nullopt),
+      device::numberedGroup(1, "Box", 0, 2),
       // Ports with the names that ports which do not exist would have.
       {2,
        "Odd",
@@ -25,16 +25,16 @@ TEST(PortNames, AreThoseOfTheService) {
        SideOfGroup{2, "", {"BoxOut1", "x"}},
        {},
        2},
-      service::numberedGroup(41, longName, 2, 65'535),
-      service::numberedGroup(65'535, "Last", 1, 1),
+      device::numberedGroup(41, longName, 2, 65'535),
+      device::numberedGroup(65'535, "Last", 1, 1),
   });
   const PortNames names(host::topologyMessage(topology, 0));
   const std::vector<std::uint16_t> groups{0, 1, 2, 9, 41, 65'534, 65'535};
   const std::vector<std::uint16_t> indexes{0, 1, 2, 3, 4, 9, 99, 65'533, 65'534, 65'535};
   for (const std::uint16_t group : groups) {
     for (const std::uint16_t index : indexes) {
-      EXPECT_EQ(names.name(group, index, Side::Source), topology.name({group, index, service::Side::Source}));
-      EXPECT_EQ(names.name(group, index, Side::Sink), topology.name({group, index, service::Side::Sink}));
+      EXPECT_EQ(names.name(group, index, Side::Source), topology.name({group, index, device::Side::Source}));
+      EXPECT_EQ(names.name(group, index, Side::Sink), topology.name({group, index, device::Side::Sink}));
     }
   }
   EXPECT_EQ(names.name(0, 3, Side::Source), "KeysOut4_3");

@@ -42,8 +42,8 @@ class ReturningService : public testing::Test {
     host_.reset();
   }
 
-  void setPorts(const std::vector<service::Group>& groups) {
-    device_->act([&](ObeyingDevice& device) { device.change(service::Topology(groups)); });
+  void setPorts(const std::vector<device::Group>& groups) {
+    device_->act([&](ObeyingDevice& device) { device.change(device::Topology(groups)); });
   }
 
   // "a" to the place's port, which is what it is called.

@@ -82,11 +82,11 @@ TEST(Sending, EmptyAndOverlongMessagesAreRefused) {
   TestService service;
   EventPortManager manager(Behaviour, true);
   RecordingPort port(manager);
-  const service::Bytes tooLong(wire::MaxMessageBytes + 1, 0xF0);
+  const service::Bytes tooLong(device::MaxMessageBytes + 1, 0xF0);
   EXPECT_EQ(port.sendSystemExclusive(tooLong.data(), tooLong.size(), 0), StrmSrv::StrmRes_BadArgument);
   EXPECT_EQ(port.sendSystemExclusive(tooLong.data(), 0, 0), StrmSrv::StrmRes_BadArgument);
   EXPECT_EQ(port.sendSystemExclusive(nullptr, 3, 0), StrmSrv::StrmRes_BadArgument);
-  EXPECT_EQ(port.sendSystemExclusive(tooLong.data(), wire::MaxMessageBytes, 0), StrmSrv::StrmRes_Success);
+  EXPECT_EQ(port.sendSystemExclusive(tooLong.data(), device::MaxMessageBytes, 0), StrmSrv::StrmRes_Success);
 }
 
 TEST(Sending, TwentyThousandAtFullSpeedArriveCompleteAndInOrder) {
@@ -158,7 +158,7 @@ std::uint64_t reportedLoss(const std::string& text) {
   std::istringstream lines(text);
   for (std::string line; std::getline(lines, line);) {
     std::smatch match;
-    const std::regex form(wire::programName() +
+    const std::regex form(sys::programName() +
                           ": (?:(1) message|([0-9]+) messages) lost: this program reads too slowly");
     if (!std::regex_match(line, match, form)) return 0;
     sum += std::stoull(match[match[1].matched ? 1 : 2]);

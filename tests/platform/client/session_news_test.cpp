@@ -68,7 +68,7 @@ TEST(SessionNews, ReceivingDoesNotWaitForARequestOfAnotherThread) {
   const auto opened = Session::open(Connection(context, "inproc://news"), "test");
   const auto* session = std::get_if<std::shared_ptr<Session>>(&opened);
   ASSERT_NE(session, nullptr);
-  std::optional<wire::Status> status;
+  std::optional<device::Status> status;
   std::thread patcher([&] { status = (*session)->patch(true, {0, 0, 1, 1}, (*session)->number()); });
   const testsupport::Deadline deadline(Patience);
   while (!patching && !deadline.passed()) std::this_thread::yield();
@@ -77,7 +77,7 @@ TEST(SessionNews, ReceivingDoesNotWaitForARequestOfAnotherThread) {
   while (!given.passed()) (*session)->receive(10);
   received = true;
   patcher.join();
-  EXPECT_EQ(status, wire::Status::Ok) << "the request has waited for receiving, which has waited for the request";
+  EXPECT_EQ(status, device::Status::Ok) << "the request has waited for receiving, which has waited for the request";
 }
 
 TEST(SessionNews, LossIsToldWhenAServiceThatWasLateAnswers) {
@@ -111,7 +111,7 @@ TEST(SessionNews, LossIsToldWhenAServiceThatWasLateAnswers) {
   while (asked < 2 && !deadline.passed()) (*session)->receive(10);
   EXPECT_NE((*session)->number(), 0U) << "a service that is late is not lost";
   late = false;
-  const std::string front = wire::programLine("test: ");
+  const std::string front = sys::programLine("test: ");
   const std::string expected = front + "the service has gone\n" + front + "the service is back\n" + front +
                                "lost with the service that was here before: the connection of \"a\" to \"b\"\n";
   std::string said;

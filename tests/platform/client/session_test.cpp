@@ -52,7 +52,7 @@ TEST_F(SessionTest, ServiceThatSaysNothingIsNoService) {
 TEST_F(SessionTest, ServiceThatRefusesEventsIsNoService) {
   EXPECT_EQ(openWith([](PlayedService& service, std::uint32_t tag, const wire::Body& body) {
               if (std::holds_alternative<wire::OpenEvents>(body)) {
-                service.reply(tag, wire::Result{wire::Status::NoSession, 0});
+                service.reply(tag, wire::Result{device::Status::NoSession, 0});
               } else {
                 service.answerGreeting(tag, body);
               }
@@ -71,7 +71,7 @@ TEST_F(SessionTest, OwnChangeIsWaitedForWhenItsNewsComeLate) {
     service.answerGreeting(tag, body);
     if (std::holds_alternative<wire::AskLinks>(body)) service.reply(tag, wire::Links{4, {}});
     if (std::holds_alternative<wire::Patch>(body)) {
-      service.reply(tag, wire::Result{wire::Status::Ok, 6});
+      service.reply(tag, wire::Result{device::Status::Ok, 6});
       // Long after the answer has arrived.
       std::this_thread::sleep_for(std::chrono::milliseconds(50));
       service.toGraphChannel(wire::GraphChanged{5, true, {8, 8, 9, 9}});
@@ -79,7 +79,7 @@ TEST_F(SessionTest, OwnChangeIsWaitedForWhenItsNewsComeLate) {
     }
   });
   ASSERT_NE(session, nullptr);
-  EXPECT_EQ(session->patch(true, {0, 0, 1, 1}, session->number()), wire::Status::Ok);
+  EXPECT_EQ(session->patch(true, {0, 0, 1, 1}, session->number()), device::Status::Ok);
   Ports ports;
   EXPECT_TRUE(session->sinksOf({0, 0}, session->number(), ports));
   EXPECT_EQ(ports, (Ports{{1, 1}}));
@@ -95,11 +95,11 @@ TEST_F(SessionTest, MissingNewsMakeTheMirrorBeFetchedAnew) {
     }
     if (std::holds_alternative<wire::Patch>(body)) {
       service.toGraphChannel(wire::GraphChanged{8, true, {5, 5, 5, 5}});
-      service.reply(tag, wire::Result{wire::Status::Ok, 8});
+      service.reply(tag, wire::Result{device::Status::Ok, 8});
     }
   });
   ASSERT_NE(session, nullptr);
-  EXPECT_EQ(session->patch(true, {5, 5, 5, 5}, session->number()), wire::Status::Ok);
+  EXPECT_EQ(session->patch(true, {5, 5, 5, 5}, session->number()), device::Status::Ok);
   Ports ports;
   EXPECT_TRUE(session->sinksOf({0, 0}, session->number(), ports));
   EXPECT_EQ(ports, (Ports{{9, 0}}));
@@ -114,13 +114,13 @@ TEST_F(SessionTest, TellsHowFarTheMirrorHasCome) {
     if (std::holds_alternative<wire::AskLinks>(body)) service.reply(tag, wire::Links{version, {}});
     if (std::holds_alternative<wire::Patch>(body)) {
       service.toGraphChannel(wire::GraphChanged{++version, version % 2 == 1, {0, 0, 1, 1}});
-      service.reply(tag, wire::Result{wire::Status::Ok, version});
+      service.reply(tag, wire::Result{device::Status::Ok, version});
     }
     if (const auto* told = std::get_if<wire::GraphSeen>(&body)) seen = told->version;
   });
   ASSERT_NE(session, nullptr);
   for (std::uint64_t i = 0; i < wire::MinGraphWindow; ++i) {
-    ASSERT_EQ(session->patch(i % 2 == 0, {0, 0, 1, 1}, session->number()), wire::Status::Ok);
+    ASSERT_EQ(session->patch(i % 2 == 0, {0, 0, 1, 1}, session->number()), device::Status::Ok);
     ASSERT_LE(version - seen, wire::MinGraphWindow / 2);
   }
 }
@@ -199,7 +199,7 @@ TEST_F(SessionTest, SenderGivesUpWhenTheServiceTakesNothing) {
 TEST(SessionTransport, WorksOverSocketsOfTheSystem) {
   const std::string address = "ipc://@session-test-" + std::to_string(getpid());
   service::Told told;
-  auto device = std::make_unique<service::TestDevice>(service::evenTopology(2, 2), std::vector<service::Link>{}, told);
+  auto device = std::make_unique<service::TestDevice>(service::evenTopology(2, 2), std::vector<device::Link>{}, told);
   device->remembersDeliveries = false;
   zmq::context_t serviceContext;
   host::Host host(serviceContext, std::move(device), {.service = {}, .firstHandle = 0}, {});
@@ -211,9 +211,9 @@ TEST(SessionTransport, WorksOverSocketsOfTheSystem) {
     EXPECT_NE(found, nullptr);
     if (found != nullptr) {
       const auto& session = *found;
-      EXPECT_EQ(session->tap(1, "G0Out1", 1004), wire::Status::Ok);
+      EXPECT_EQ(session->tap(1, "G0Out1", 1004), device::Status::Ok);
       for (int i = 0; i < 5000; ++i) ASSERT_TRUE(session->send(1, 0, service::Bytes{0xF8}));
-      EXPECT_EQ(session->patch(true, {0, 1, 1, 1}, session->number()), wire::Status::Ok);
+      EXPECT_EQ(session->patch(true, {0, 1, 1, 1}, session->number()), device::Status::Ok);
       Ports ports;
       EXPECT_TRUE(session->sourcesOf({1, 1}, session->number(), ports));
       EXPECT_EQ(ports, (Ports{{0, 1}}));

@@ -4,7 +4,7 @@
 
 #include <set>
 
-namespace service {
+namespace device {
 namespace {
 
 TEST(CleanName, ReplacesWhatMustNotBeInAName) {
@@ -98,4 +98,4 @@ TEST(UniqueNames, NameThatIsGivenBackIsFree) {
 }
 
 }  // namespace
-}  // namespace service
+}  // namespace device

@@ -5,7 +5,7 @@
 #include <optional>
 #include <string>
 
-namespace wire {
+namespace device {
 namespace {
 
 TEST(IndexOfNumber, TakesNumbersWrittenTheShortestWay) {
@@ -21,4 +21,4 @@ TEST(IndexOfNumber, TakesNumbersWrittenTheShortestWay) {
 }
 
 }  // namespace
-}  // namespace wire
+}  // namespace device

@@ -4,7 +4,7 @@
 
 #include "platform/device/names.h"
 
-namespace service {
+namespace device {
 namespace {
 
 Group listed(std::uint16_t id, const std::string& name, std::vector<std::string> sources) {
@@ -115,4 +115,4 @@ TEST(Topology, AHundredFullGroupsCostNothingPerPort) {
 }
 
 }  // namespace
-}  // namespace service
+}  // namespace device

@@ -12,31 +12,39 @@
 
 #include "tests/platform/service/device.h"
 
-namespace service {
+namespace drivers {
 namespace {
 
+using service::Bytes;
+using service::evenTopology;
+using service::hexOf;
+using service::in;
+using service::link;
+using service::out;
+using service::TestDevice;
+using service::Told;
 using testing::ElementsAre;
 using testing::IsEmpty;
 
 // Everything a driver tells, as text.
-class Teller : public DriverEvents {
+class Teller : public device::DriverEvents {
  public:
-  void emitted(PortId source, const Message& message, Time /*now*/) override {
+  void emitted(device::PortId source, const device::Message& message, device::Time /*now*/) override {
     told.push_back("emitted " + text(source) + " " + std::to_string(message.group) + hexOf(message.bytes));
   }
-  void linked(const Link& link, Time /*now*/) override { told.push_back("linked " + text(link)); }
-  void unlinked(const Link& link, Time /*now*/) override { told.push_back("unlinked " + text(link)); }
-  void topologyChanged(Time /*now*/) override { told.emplace_back("changed"); }
-  void lost(PortId source, std::uint64_t count, Time /*now*/) override {
+  void linked(const device::Link& link, device::Time /*now*/) override { told.push_back("linked " + text(link)); }
+  void unlinked(const device::Link& link, device::Time /*now*/) override { told.push_back("unlinked " + text(link)); }
+  void topologyChanged(device::Time /*now*/) override { told.emplace_back("changed"); }
+  void lost(device::PortId source, std::uint64_t count, device::Time /*now*/) override {
     told.push_back("lost " + text(source) + " " + std::to_string(count));
   }
   void noted(std::string_view line) override { told.push_back("noted " + std::string(line)); }
   void warned(std::string_view line) override { told.push_back("warned " + std::string(line)); }
 
-  static std::string text(PortId port) {
-    return std::to_string(port.group) + (port.side == Side::Source ? ">" : "<") + std::to_string(port.index);
+  static std::string text(device::PortId port) {
+    return std::to_string(port.group) + (port.side == device::Side::Source ? ">" : "<") + std::to_string(port.index);
   }
-  static std::string text(const Link& link) { return text(link.source()) + " " + text(link.sink()); }
+  static std::string text(const device::Link& link) { return text(link.source()) + " " + text(link.sink()); }
 
   Told told;
 };
@@ -77,11 +85,11 @@ class SideBySideTest : public testing::Test {
   PolledDevice* one_ = nullptr;
   PolledDevice* two_ = nullptr;
   Teller teller_;
-  std::unique_ptr<Driver> joint_;
+  std::unique_ptr<device::Driver> joint_;
 };
 
 TEST_F(SideBySideTest, GroupsStandSideBySideUnderNamesThatDiffer) {
-  const Topology& topology = joint_->topology();
+  const device::Topology& topology = joint_->topology();
   ASSERT_EQ(topology.groups().size(), 4U);
   EXPECT_EQ(topology.groups()[1].name, "G1");
   EXPECT_EQ(topology.groups()[2].name, "G0_2");
@@ -115,35 +123,35 @@ TEST_F(SideBySideTest, WhatTheyTellComesInTheWordsOfAll) {
 }
 
 TEST_F(SideBySideTest, AtTheEndEachTellsWhatIsLeft) {
-  one_->onFinish = [](DriverEvents& events) { events.noted("a sum"); };
-  two_->onFinish = [](DriverEvents& events) { events.noted("another"); };
+  one_->onFinish = [](device::DriverEvents& events) { events.noted("a sum"); };
+  two_->onFinish = [](device::DriverEvents& events) { events.noted("another"); };
   joint_->finish({});
   EXPECT_EQ(teller_.told, (Told{"noted one: a sum", "noted two: another"}));
 }
 
 TEST_F(SideBySideTest, ConnectionsAreTheirsOnlyWithinOne) {
   const auto patched = [](Told& told) {
-    return [&told](DriverEvents&, bool made, const Link& wanted) {
+    return [&told](device::DriverEvents&, bool made, const device::Link& wanted) {
       told.push_back((made ? "make " : "end ") + Teller::text(wanted));
-      return wire::Status::Ok;
+      return device::Status::Ok;
     };
   };
   one_->onPatch = patched(toldOne_);
   two_->onPatch = patched(toldTwo_);
-  EXPECT_EQ(joint_->patch(true, link(out(3, 0), in(2, 0)), {}), wire::Status::Ok);
-  EXPECT_EQ(joint_->patch(false, link(out(0, 0), in(1, 0)), {}), wire::Status::Ok);
+  EXPECT_EQ(joint_->patch(true, link(out(3, 0), in(2, 0)), {}), device::Status::Ok);
+  EXPECT_EQ(joint_->patch(false, link(out(0, 0), in(1, 0)), {}), device::Status::Ok);
   EXPECT_EQ(joint_->patch(true, link(out(0, 0), in(2, 0)), {}), std::nullopt);
   EXPECT_EQ(toldOne_, Told{"end 0>0 1<0"});
   EXPECT_EQ(toldTwo_, Told{"make 1>0 0<0"});
 }
 
 TEST_F(SideBySideTest, GroupsThatComeLaterStandBehindAllOthers) {
-  std::vector<Group> groups = evenTopology(3, 1).groups();
+  std::vector<device::Group> groups = evenTopology(3, 1).groups();
   groups[0].sinks->names = {"G0In1"};
   groups[0].sinks->gone = {true};
-  one_->change(Topology(groups));
+  one_->change(device::Topology(groups));
   EXPECT_EQ(teller_.told, (Told{"noted one: group \"G2\" has come: \"G2Out1\", \"G2In1\"", "changed"}));
-  const Topology& topology = joint_->topology();
+  const device::Topology& topology = joint_->topology();
   ASSERT_EQ(topology.groups().size(), 5U);
   EXPECT_EQ(topology.groups()[4].name, "G2");
   EXPECT_EQ(topology.name(out(2, 0)), "G0Out1_2") << "as before";
@@ -156,14 +164,14 @@ TEST_F(SideBySideTest, GroupsThatComeLaterStandBehindAllOthers) {
 
 // What a group is called here, and no other group from then on.
 TEST_F(SideBySideTest, WhatHasComeHasALineUnderTheNamesThatItHasHere) {
-  const auto with = [](std::vector<Group> more) {
-    std::vector<Group> groups = evenTopology(2, 1).groups();
-    for (Group& group : more) groups.push_back(std::move(group));
-    return Topology(std::move(groups));
+  const auto with = [](std::vector<device::Group> more) {
+    std::vector<device::Group> groups = evenTopology(2, 1).groups();
+    for (device::Group& group : more) groups.push_back(std::move(group));
+    return device::Topology(std::move(groups));
   };
   const auto ports = [](std::vector<std::string> names, std::vector<bool> gone = {}) {
     const auto count = static_cast<std::uint16_t>(names.size());
-    return SideOfGroup{count, "", std::move(names), {}, std::move(gone)};
+    return device::SideOfGroup{count, "", std::move(names), {}, std::move(gone)};
   };
   two_->change(with({{7, "Late", ports({"G0Out1"}), std::nullopt}}));
   EXPECT_EQ(teller_.told, (Told{"noted two: group \"Late\" has come: \"G0Out1_3\"", "changed"}));
@@ -185,9 +193,9 @@ TEST_F(SideBySideTest, WhatHasComeHasALineUnderTheNamesThatItHasHere) {
 
 TEST_F(SideBySideTest, WhatADeviceForgetsIsForgottenWithItsNames) {
   for (std::uint64_t handle = 100; handle < 2'100; ++handle) {
-    std::vector<Group> groups = evenTopology(2, 1).groups();
-    groups.push_back({handle, "Late", SideOfGroup{1, "", {"late:out"}}, std::nullopt});
-    one_->change(Topology(std::move(groups)));
+    std::vector<device::Group> groups = evenTopology(2, 1).groups();
+    groups.push_back({handle, "Late", device::SideOfGroup{1, "", {"late:out"}}, std::nullopt});
+    one_->change(device::Topology(std::move(groups)));
     ASSERT_EQ(joint_->topology().groups().size(), 5U);
     const auto port = joint_->topology().port("late:out");
     ASSERT_TRUE(port);
@@ -198,8 +206,8 @@ TEST_F(SideBySideTest, WhatADeviceForgetsIsForgottenWithItsNames) {
 
 // A driver keeps a source until it hears that nobody uses it, and the service says so only when the source has gone.
 TEST_F(SideBySideTest, NoDeviceKeepsAUsedSourceThatItHasForgotten) {
-  std::set<PortId> kept;
-  one_->onUsed = [&](DriverEvents&, PortId source, bool used, Time) {
+  std::set<device::PortId> kept;
+  one_->onUsed = [&](device::DriverEvents&, device::PortId source, bool used, device::Time) {
     if (used) {
       kept.insert(source);
     } else {
@@ -207,10 +215,10 @@ TEST_F(SideBySideTest, NoDeviceKeepsAUsedSourceThatItHasForgotten) {
     }
   };
   for (std::uint64_t handle = 100; handle < 1'100; ++handle) {
-    std::vector<Group> groups = evenTopology(2, 1).groups();
-    groups.push_back({handle, "Late", SideOfGroup{1, "", {"late:out"}}, std::nullopt});
-    one_->change(Topology(std::move(groups)));
-    const PortId source = joint_->topology().port("late:out").value();
+    std::vector<device::Group> groups = evenTopology(2, 1).groups();
+    groups.push_back({handle, "Late", device::SideOfGroup{1, "", {"late:out"}}, std::nullopt});
+    one_->change(device::Topology(std::move(groups)));
+    const device::PortId source = joint_->topology().port("late:out").value();
     joint_->setUsed(source, true, {});
     ASSERT_EQ(kept, std::set{out(handle, 0)});
     one_->change(evenTopology(2, 1));
@@ -235,18 +243,18 @@ TEST_F(SideBySideTest, IsReadableAndBehindWhenAnyIs) {
 }
 
 TEST_F(SideBySideTest, AdvancesAllAndWantsTheEarliest) {
-  one_->onAdvance = [](DriverEvents&, Time) { return Time(30); };
-  EXPECT_EQ(joint_->advance({}), Time(30));
-  two_->onAdvance = [](DriverEvents&, Time) { return Time(20); };
-  EXPECT_EQ(joint_->advance({}), Time(20));
+  one_->onAdvance = [](device::DriverEvents&, device::Time) { return device::Time(30); };
+  EXPECT_EQ(joint_->advance({}), device::Time(30));
+  two_->onAdvance = [](device::DriverEvents&, device::Time) { return device::Time(20); };
+  EXPECT_EQ(joint_->advance({}), device::Time(20));
 }
 
 TEST(SideBySide, WithoutDescriptorsThereIsNone) {
   Told told;
   std::vector<NamedDriver> drivers;
-  drivers.push_back({"one", std::make_unique<TestDevice>(evenTopology(1, 1), std::vector<Link>{}, told)});
+  drivers.push_back({"one", std::make_unique<TestDevice>(evenTopology(1, 1), std::vector<device::Link>{}, told)});
   EXPECT_EQ(makeSideBySide(std::move(drivers))->descriptor(), -1);
 }
 
 }  // namespace
-}  // namespace service
+}  // namespace drivers

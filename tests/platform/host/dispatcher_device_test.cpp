@@ -12,7 +12,7 @@ namespace host {
 namespace {
 
 TEST_F(DispatcherTest, NotesOfTheDeviceAreLogged) {
-  device_->onAdvance = [](service::DriverEvents& events, Time) -> std::optional<Time> {
+  device_->onAdvance = [](device::DriverEvents& events, Time) -> std::optional<Time> {
     events.noted("client \"a\x1b\" has gone");
     events.warned("no server");
     return std::nullopt;
@@ -24,7 +24,7 @@ TEST_F(DispatcherTest, NotesOfTheDeviceAreLogged) {
 TEST_F(DispatcherTest, WarningsAreToldWhereThereIsNoLog) {
   Texts warnings;
   Dispatcher quiet(*service_, peers_, Limits{}, Log{}, [&](std::string_view line) { warnings.emplace_back(line); });
-  device_->onAdvance = [](service::DriverEvents& events, Time) -> std::optional<Time> {
+  device_->onAdvance = [](device::DriverEvents& events, Time) -> std::optional<Time> {
     events.noted("only noted");
     events.warned("no\tserver");
     return std::nullopt;
@@ -34,7 +34,7 @@ TEST_F(DispatcherTest, WarningsAreToldWhereThereIsNoLog) {
 }
 
 TEST_F(DispatcherTest, LossOnTheWayHereIsLoggedOnceASecondAtMost) {
-  device_->onAdvance = [](service::DriverEvents& events, Time now) -> std::optional<Time> {
+  device_->onAdvance = [](device::DriverEvents& events, Time now) -> std::optional<Time> {
     events.lost(service::out(0, 0), 2, now);
     return std::nullopt;
   };
@@ -47,7 +47,7 @@ TEST_F(DispatcherTest, LossOnTheWayHereIsLoggedOnceASecondAtMost) {
 
 TEST_F(DispatcherTest, LossThatNobodyCountedIsLoggedEveryTenSecondsAtMost) {
   bool counted = true;
-  device_->onAdvance = [&](service::DriverEvents& events, Time now) -> std::optional<Time> {
+  device_->onAdvance = [&](device::DriverEvents& events, Time now) -> std::optional<Time> {
     events.lost(service::out(0, 0), counted ? 3 : 0, now);
     events.lost(service::out(0, 0), 0, now);
     return std::nullopt;
@@ -64,12 +64,12 @@ TEST_F(DispatcherTest, LossThatNobodyCountedIsLoggedEveryTenSecondsAtMost) {
 }
 
 TEST_F(DispatcherTest, AtTheEndWhatIsLeftIsLogged) {
-  device_->onAdvance = [](service::DriverEvents& events, Time now) -> std::optional<Time> {
+  device_->onAdvance = [](device::DriverEvents& events, Time now) -> std::optional<Time> {
     events.lost(service::out(0, 0), 2, now);
     events.lost(service::out(0, 0), 0, now);
     return std::nullopt;
   };
-  device_->onFinish = [](service::DriverEvents& events) { events.noted("4 periods skipped"); };
+  device_->onFinish = [](device::DriverEvents& events) { events.noted("4 periods skipped"); };
   dispatcher_->advance(Time(0));
   dispatcher_->advance(Time(1));
   log_.clear();
@@ -82,7 +82,7 @@ TEST_F(DispatcherTest, AtTheEndWhatIsLeftIsLogged) {
 
 TEST_F(DispatcherTest, ChangesThatTheDeviceTellsOfGoOut) {
   attach("a");
-  device_->onAdvance = [](service::DriverEvents& events, Time now) -> std::optional<Time> {
+  device_->onAdvance = [](device::DriverEvents& events, Time now) -> std::optional<Time> {
     events.linked(service::link(service::out(0, 0), service::in(1, 0)), now);
     return std::nullopt;
   };
@@ -135,10 +135,10 @@ TEST_F(DispatcherTest, WhoIsHeldBackAndHasGoneIsForgottenAtOnce) {
 
 TEST_F(DispatcherTest, OriginalNamesAreAnswered) {
   const std::uint64_t session = attach("a");
-  std::vector<service::Group> groups = service::evenTopology(2, 1).groups();
+  std::vector<device::Group> groups = service::evenTopology(2, 1).groups();
   groups[1].original = "G 1";
   groups[1].sources->originals = {"1:0 Out"};
-  device_->change(service::Topology(groups));
+  device_->change(device::Topology(groups));
   say("a control", 7, wire::AskOriginals{session});
   const auto answers = peers_.take("a control");
   ASSERT_EQ(answers.size(), 1U);

@@ -19,8 +19,8 @@
 
 namespace host {
 
+using device::Time;
 using service::Bytes;
-using service::Time;
 using Texts = std::vector<std::string>;
 
 inline constexpr std::uint32_t EventPort = 1;
@@ -60,7 +60,7 @@ class DispatcherTest : public testing::Test {
   explicit DispatcherTest(Limits limits = {
                               .service = {}, .eventWindow = 0, .sendWindow = 8, .graphWindow = 0, .firstHandle = 0}) {
     auto device =
-        std::make_unique<service::TestDevice>(service::evenTopology(2, 2), std::vector<service::Link>{}, told_);
+        std::make_unique<service::TestDevice>(service::evenTopology(2, 2), std::vector<device::Link>{}, told_);
     device_ = device.get();
     service_ = std::make_unique<service::Service>(std::move(device), limits.service, Time(0));
     dispatcher_ = std::make_unique<Dispatcher>(*service_, peers_, limits,

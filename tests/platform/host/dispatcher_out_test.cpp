@@ -21,7 +21,7 @@ TEST_F(DispatcherTest, EventsGoOutAtOnce) {
 
 TEST_F(DispatcherTest, EventsOfTheDeviceGoOutAtOnce) {
   tap("a", attach("a"), "G0Out1");
-  device_->onAdvance = [](service::DriverEvents& events, Time now) {
+  device_->onAdvance = [](device::DriverEvents& events, Time now) {
     events.emitted(service::out(0, 0), {0, Bytes{0xF8}}, now);
     return std::optional(now + Time(5));
   };

@@ -12,7 +12,6 @@
 #include <thread>
 #include <vector>
 
-#include "platform/host/devices.h"
 #include "platform/host/embedded_service.h"
 #include "platform/system/program_line.h"
 #include "tests/platform/host/message_text.h"
@@ -26,8 +25,8 @@ namespace {
 using service::Bytes;
 using Texts = std::vector<std::string>;
 
-std::unique_ptr<service::Driver> smallDevice(service::Told& told) {
-  auto device = std::make_unique<service::TestDevice>(service::evenTopology(2, 2), std::vector<service::Link>{}, told);
+std::unique_ptr<device::Driver> smallDevice(service::Told& told) {
+  auto device = std::make_unique<service::TestDevice>(service::evenTopology(2, 2), std::vector<device::Link>{}, told);
   device->remembersDeliveries = false;
   return device;
 }
@@ -53,8 +52,8 @@ TEST_F(HostTest, AnswersRequests) { EXPECT_EQ(answerToHonestClient(), "2: links 
 
 TEST(Host, AtItsEndLogsWhatIsLeft) {
   service::Told told;
-  auto device = std::make_unique<service::TestDevice>(service::evenTopology(1, 1), std::vector<service::Link>{}, told);
-  device->onFinish = [](service::DriverEvents& events) { events.noted("4 periods skipped"); };
+  auto device = std::make_unique<service::TestDevice>(service::evenTopology(1, 1), std::vector<device::Link>{}, told);
+  device->onFinish = [](device::DriverEvents& events) { events.noted("4 periods skipped"); };
   zmq::context_t context;
   Texts log;
   Host host(context, std::move(device), {}, [&](std::string_view line) { log.emplace_back(line); });
@@ -177,9 +176,9 @@ TEST(Host, SignalsAreNotNoticed) {
 
 TEST(Host, DeviceThatThrowsEndsTheServiceAndNotTheProgram) {
   service::Told told;
-  auto device = std::make_unique<service::TestDevice>(service::evenTopology(1, 1), std::vector<service::Link>{}, told);
+  auto device = std::make_unique<service::TestDevice>(service::evenTopology(1, 1), std::vector<device::Link>{}, told);
   std::promise<void> reached;
-  device->onAdvance = [&reached](service::DriverEvents&, service::Time) -> std::optional<service::Time> {
+  device->onAdvance = [&reached](device::DriverEvents&, device::Time) -> std::optional<device::Time> {
     reached.set_value();
     throw std::runtime_error("no memory");
   };
@@ -188,7 +187,7 @@ TEST(Host, DeviceThatThrowsEndsTheServiceAndNotTheProgram) {
     const EmbeddedService service(std::move(device));
     reached.get_future().wait();
   }
-  EXPECT_EQ(testing::internal::GetCapturedStderr(), wire::programLine("the service has ended: no memory\n"));
+  EXPECT_EQ(testing::internal::GetCapturedStderr(), sys::programLine("the service has ended: no memory\n"));
 }
 
 TEST(Host, SaysWhyItCannotBind) {
@@ -206,21 +205,6 @@ TEST(Host, StopBeforeRunIsNotForgotten) {
   Host host(context, smallDevice(told), {}, {});
   host.stop();
   host.run();
-}
-
-TEST(OpenDevice, GivesBuiltinDeviceWithoutFile) {
-  const auto device = openDevice("");
-  const auto* driver = std::get_if<std::unique_ptr<service::Driver>>(&device);
-  ASSERT_NE(driver, nullptr);
-  EXPECT_FALSE((*driver)->topology().groups().empty());
-}
-
-TEST(OpenDevice, SaysWhatIsWrongWithFile) {
-  const auto device = openDevice("/nowhere/device.toml");
-  const auto* problem = std::get_if<std::string>(&device);
-  ASSERT_NE(problem, nullptr);
-  EXPECT_NE(problem->find("/nowhere/device.toml: "), std::string::npos) << *problem;
-  EXPECT_EQ(problem->find('\n'), std::string::npos);
 }
 
 }  // namespace

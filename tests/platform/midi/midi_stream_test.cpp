@@ -7,7 +7,7 @@
 #include "platform/wire/messages.h"
 #include "tests/platform/midi/smf_maker.h"
 
-namespace service {
+namespace midi {
 namespace {
 
 using Bytes = std::vector<std::uint8_t>;
@@ -16,7 +16,7 @@ using Texts = std::vector<std::string>;
 // Each message as "GROUP: BYTES".
 Texts readIn(MidiReader& reader, const Bytes& bytes) {
   Texts texts;
-  reader.read(bytes, [&](const Message& message) {
+  reader.read(bytes, [&](const device::Message& message) {
     texts.push_back(std::to_string(message.group) + ": " + toHex({message.bytes.begin(), message.bytes.end()}));
   });
   return texts;
@@ -91,14 +91,14 @@ TEST(MidiReader, RestOfACutSystemExclusiveIsOneLoss) {
 }
 
 TEST(MidiReader, LongestSystemExclusive) {
-  for (const std::size_t size : {wire::MaxMessageBytes, wire::MaxMessageBytes + 1}) {
+  for (const std::size_t size : {device::MaxMessageBytes, device::MaxMessageBytes + 1}) {
     MidiReader reader;
     Bytes bytes(size, 1);
     bytes.front() = 0xF0;
     bytes.back() = 0xF7;
     bytes.push_back(0xF6);
     const Texts texts = readIn(reader, bytes);
-    const bool fits = size == wire::MaxMessageBytes;
+    const bool fits = size == device::MaxMessageBytes;
     EXPECT_EQ(texts.size(), fits ? 2U : 1U);
     EXPECT_EQ(texts.back(), "0: F6");
     EXPECT_EQ(reader.takeBroken(), fits ? 0U : 1U);
@@ -155,4 +155,4 @@ TEST(AppendMidi, WhatIsSentIsReadBack) {
 }
 
 }  // namespace
-}  // namespace service
+}  // namespace midi

@@ -5,7 +5,7 @@
 
 #include "tests/platform/midi/smf_maker.h"
 
-namespace service {
+namespace midi {
 namespace {
 
 using namespace std::chrono_literals;
@@ -17,14 +17,14 @@ Score sample() {
 }
 
 struct Played {
-  Time time;
+  device::Time time;
   std::uint16_t group;
   std::string bytes;
   friend bool operator==(const Played&, const Played&) = default;
 };
 
 // Runs the player from due time to due time until end, as a caller that is always on time.
-std::vector<Played> play(Player& player, Time end, std::size_t most = 1'000'000) {
+std::vector<Played> play(Player& player, device::Time end, std::size_t most = 1'000'000) {
   std::vector<Played> played;
   while (played.size() < most) {
     const auto due = player.due();
@@ -39,8 +39,8 @@ std::vector<Played> play(Player& player, Time end, std::size_t most = 1'000'000)
   return played;
 }
 
-std::vector<Time> times(const std::vector<Played>& played) {
-  std::vector<Time> result;
+std::vector<device::Time> times(const std::vector<Played>& played) {
+  std::vector<device::Time> result;
   for (const Played& one : played) result.push_back(one.time);
   return result;
 }
@@ -198,4 +198,4 @@ TEST(ClockPlayer, ALittleLateItCatchesUp) {
 }
 
 }  // namespace
-}  // namespace service
+}  // namespace midi

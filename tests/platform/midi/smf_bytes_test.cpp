@@ -4,7 +4,7 @@
 
 #include "tests/platform/midi/smf_maker.h"
 
-namespace service {
+namespace midi {
 namespace {
 
 TEST(SmfBytes, VariableNumbersBothWays) {
@@ -56,4 +56,4 @@ TEST(SmfBytes, NumbersAreMostSignificantFirst) {
 }
 
 }  // namespace
-}  // namespace service
+}  // namespace midi

@@ -6,7 +6,7 @@
 #include "platform/wire/messages.h"
 #include "tests/platform/midi/smf_maker.h"
 
-namespace service {
+namespace midi {
 namespace {
 
 using testing::ElementsAre;
@@ -25,7 +25,7 @@ std::vector<std::string> linesOf(const ByteVector& file) {
   return lines;
 }
 
-Time lengthOf(const ByteVector& file) { return std::get<Score>(parseSmf(file)).length; }
+device::Time lengthOf(const ByteVector& file) { return std::get<Score>(parseSmf(file)).length; }
 
 TEST(SmfFile, OneTrackWithRunningStatus) {
   const ByteVector file = smf(Format0, {"00 C0 05  00 90 3C 40  60 3C 00  60 40 41  00 80 40 00  83 00 FF 2F 00"});
@@ -162,10 +162,10 @@ TEST(SmfFile, AMessageOfMoreThanTheLimitIsRefused) {
     append(file, chunk("MTrk", track));
     return file;
   };
-  const auto whole = parseSmf(exclusive(wire::MaxMessageBytes));
+  const auto whole = parseSmf(exclusive(device::MaxMessageBytes));
   ASSERT_TRUE(std::holds_alternative<Score>(whole));
-  EXPECT_EQ(std::get<Score>(whole).events.at(0).bytes.size(), wire::MaxMessageBytes);
-  EXPECT_THAT(linesOf(exclusive(wire::MaxMessageBytes + 1)),
+  EXPECT_EQ(std::get<Score>(whole).events.at(0).bytes.size(), device::MaxMessageBytes);
+  EXPECT_THAT(linesOf(exclusive(device::MaxMessageBytes + 1)),
               ElementsAre(testing::StartsWith("a system exclusive message of more than 1048576 bytes")));
 }
 
@@ -191,7 +191,7 @@ TEST(SmfFile, EveryByteMayBeWrong) {
       const auto parsed = parseSmf(file);
       const auto* score = std::get_if<Score>(&parsed);
       if (score == nullptr) continue;
-      Time last{};
+      device::Time last{};
       for (const ScoreEvent& event : score->events) {
         EXPECT_GE(event.time, last);
         EXPECT_GE(event.bytes.at(0), 0x80);
@@ -223,4 +223,4 @@ TEST(SmfFile, NothingIsWrittenToStandardError) {
 }
 
 }  // namespace
-}  // namespace service
+}  // namespace midi

@@ -8,7 +8,7 @@
 #include <string_view>
 #include <vector>
 
-namespace service {
+namespace midi {
 
 using ByteVector = std::vector<std::uint8_t>;
 
@@ -68,4 +68,4 @@ inline void writeFile(const std::string& path, std::string_view text) {
   writeFile(path, ByteVector(text.begin(), text.end()));
 }
 
-}  // namespace service
+}  // namespace midi

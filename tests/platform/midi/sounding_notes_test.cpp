@@ -7,7 +7,7 @@
 
 #include "tests/platform/midi/smf_maker.h"
 
-namespace service {
+namespace midi {
 namespace {
 
 // "3: 90 3C 40" is a message with group id 3.
@@ -20,7 +20,7 @@ void pass(SoundingNotes& notes, const std::string& text) {
 std::vector<std::string> ends(SoundingNotes& notes) {
   std::vector<std::string> texts;
   for (const ScoreEvent& event : notes.takeEnds()) {
-    EXPECT_EQ(event.time, Time{});
+    EXPECT_EQ(event.time, device::Time{});
     texts.push_back(std::to_string(event.group) + ": " + toHex(event.bytes));
   }
   return texts;
@@ -81,4 +81,4 @@ TEST(SoundingNotes, AllOfThemCanSound) {
 }
 
 }  // namespace
-}  // namespace service
+}  // namespace midi

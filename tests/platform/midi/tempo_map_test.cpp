@@ -2,7 +2,7 @@
 
 #include <gtest/gtest.h>
 
-namespace service {
+namespace midi {
 namespace {
 
 using namespace std::chrono_literals;
@@ -35,7 +35,7 @@ TEST(TempoMap, FramesIgnoreTheTempo) {
     std::uint8_t frames;
     std::uint8_t ticks;
     std::uint32_t tick;
-    Time time;
+    device::Time time;
   } table[] = {
       {25, 40, 1000, 1s}, {24, 4, 96, 1s}, {30, 80, 2400, 1s}, {29, 10, 300, 1001ms}, {29, 1, 1, 33366667ns},
   };
@@ -53,4 +53,4 @@ TEST(TempoMap, MoreThanAYearIsNothing) {
 }
 
 }  // namespace
-}  // namespace service
+}  // namespace midi

@@ -16,19 +16,29 @@ namespace service {
 
 using Bytes = std::vector<std::uint8_t>;
 
-inline constexpr PortId out(std::uint64_t group, std::uint16_t index) { return {group, index, Side::Source}; }
-inline constexpr PortId in(std::uint64_t group, std::uint16_t index) { return {group, index, Side::Sink}; }
-inline constexpr Link link(PortId source, PortId sink) { return {source.group, source.index, sink.group, sink.index}; }
+inline constexpr device::PortId out(std::uint64_t group, std::uint16_t index) {
+  return {group, index, device::Side::Source};
+}
+inline constexpr device::PortId in(std::uint64_t group, std::uint16_t index) {
+  return {group, index, device::Side::Sink};
+}
+inline constexpr device::Link link(device::PortId source, device::PortId sink) {
+  return {source.group, source.index, sink.group, sink.index};
+}
 
 // Groups 0, 1, ..., each with so many sources and sinks. Group 1's ports are "G1Out1", ... and "G1In1", ....
-inline Topology evenTopology(std::uint16_t groups, std::uint16_t portsPerSide) {
-  std::vector<Group> list;
+inline device::Topology evenTopology(std::uint16_t groups, std::uint16_t portsPerSide) {
+  std::vector<device::Group> list;
   for (std::uint16_t id = 0; id < groups; ++id) {
     const std::string name = "G" + std::to_string(id);
-    list.push_back(
-        {id, name, SideOfGroup{portsPerSide, name + "Out", {}}, SideOfGroup{portsPerSide, name + "In", {}}, {}, id});
+    list.push_back({id,
+                    name,
+                    device::SideOfGroup{portsPerSide, name + "Out", {}},
+                    device::SideOfGroup{portsPerSide, name + "In", {}},
+                    {},
+                    id});
   }
-  return Topology(std::move(list));
+  return device::Topology(std::move(list));
 }
 
 // What a TestDevice was told, in order: "use G0Out1", "unuse G0Out1", "deliver G0In1 90 40".
@@ -45,77 +55,78 @@ inline std::string hexOf(std::span<const std::uint8_t> bytes) {
   return text;
 }
 
-class TestDevice : public Driver {
+class TestDevice : public device::Driver {
  public:
-  using Answer = std::function<void(DriverEvents&, PortId sink, const Message&, Time)>;
+  using Answer = std::function<void(device::DriverEvents&, device::PortId sink, const device::Message&, device::Time)>;
 
-  TestDevice(Topology topology, std::vector<Link> links, Told& told)
+  TestDevice(device::Topology topology, std::vector<device::Link> links, Told& told)
       : topology_(std::move(topology)), links_(std::move(links)), told_(told) {}
 
   // What it does when a message arrives at a sink, and when it advances.
   Answer onDeliver;
-  std::function<std::optional<Time>(DriverEvents&, Time)> onAdvance;
-  std::function<void(DriverEvents&, PortId source, bool used, Time)> onUsed;
-  std::function<void(DriverEvents&)> onFinish;
+  std::function<std::optional<device::Time>(device::DriverEvents&, device::Time)> onAdvance;
+  std::function<void(device::DriverEvents&, device::PortId source, bool used, device::Time)> onUsed;
+  std::function<void(device::DriverEvents&)> onFinish;
 
   // Whether a connection is the other system's, and what it makes of it.
-  std::function<std::optional<wire::Status>(DriverEvents&, bool made, const Link&)> onPatch;
+  std::function<std::optional<device::Status>(device::DriverEvents&, bool made, const device::Link&)> onPatch;
 
   bool isBehind = false;
 
   // Sends what enters the sink with an index out of the source with that index, in every group.
   void beThru() {
-    onDeliver = [](DriverEvents& events, PortId sink, const Message& message, Time now) {
-      events.emitted(out(sink.group, sink.index), message, now);
-    };
+    onDeliver = [](device::DriverEvents& events, device::PortId sink, const device::Message& message,
+                   device::Time now) { events.emitted(out(sink.group, sink.index), message, now); };
   }
 
-  const Topology& topology() const override { return topology_; }
-  const std::vector<Link>& initialLinks() const override { return links_; }
+  const device::Topology& topology() const override { return topology_; }
+  const std::vector<device::Link>& initialLinks() const override { return links_; }
 
-  void start(DriverEvents& events, Time /*now*/) override {
+  void start(device::DriverEvents& events, device::Time /*now*/) override {
     events_ = &events;
     told_.emplace_back("start");
   }
 
-  void deliver(PortId sink, const Message& message, Time now) override {
+  void deliver(device::PortId sink, const device::Message& message, device::Time now) override {
     if (remembersDeliveries) told_.push_back("deliver " + topology_.name(sink) + hexOf(message.bytes));
     if (onDeliver) onDeliver(*events_, sink, message, now);
   }
 
-  void setUsed(PortId source, bool used, Time now) override {
+  void setUsed(device::PortId source, bool used, device::Time now) override {
     told_.push_back((used ? "use " : "unuse ") + topology_.name(source));
     if (onUsed) onUsed(*events_, source, used, now);
   }
 
-  std::optional<Time> advance(Time now) override { return onAdvance ? onAdvance(*events_, now) : std::nullopt; }
+  std::optional<device::Time> advance(device::Time now) override {
+    return onAdvance ? onAdvance(*events_, now) : std::nullopt;
+  }
 
-  void finish(Time /*now*/) override {
+  void finish(device::Time /*now*/) override {
     if (onFinish) onFinish(*events_);
   }
 
-  std::optional<wire::Status> patch(bool made, const Link& wanted, Time /*now*/) override {
+  std::optional<device::Status> patch(bool made, const device::Link& wanted, device::Time /*now*/) override {
     return onPatch ? onPatch(*events_, made, wanted) : std::nullopt;
   }
 
   bool behind() const override { return isBehind; }
 
   // Ports have come or gone. Not inside an operation.
-  void change(Topology topology, Time now = {}) {
+  void change(device::Topology topology, device::Time now = {}) {
     topology_ = std::move(topology);
     events_->topologyChanged(now);
   }
 
   // To speak as the device outside of its operations, which only a test does.
-  DriverEvents& events() { return *events_; }
+  device::DriverEvents& events() { return *events_; }
 
   bool remembersDeliveries = true;
 
  private:
-  Topology topology_;
-  std::vector<Link> links_;
+  device::Topology topology_;
+  std::vector<device::Link> links_;
   Told& told_;
-  DriverEvents* events_ = nullptr;
+  device::DriverEvents* events_ = nullptr;
 };
 
 }  // namespace service

@@ -12,7 +12,7 @@
 namespace service {
 namespace {
 
-using wire::Status;
+using device::Status;
 
 constexpr EventPortId One{1};
 const Bytes Note{0x90, 0x40, 0x7F};
@@ -22,9 +22,10 @@ const Bytes Note{0x90, 0x40, 0x7F};
 class ForeignDevice : public testing::Test {
  protected:
   ForeignDevice() {
-    auto owned = std::make_unique<TestDevice>(evenTopology(2, 1), std::vector<Link>{}, told_);
+    auto owned = std::make_unique<TestDevice>(evenTopology(2, 1), std::vector<device::Link>{}, told_);
     device_ = owned.get();
-    device_->onPatch = [](DriverEvents& events, bool made, const Link& wanted) -> std::optional<Status> {
+    device_->onPatch = [](device::DriverEvents& events, bool made,
+                          const device::Link& wanted) -> std::optional<Status> {
       if (wanted.sourceGroup == wanted.sinkGroup) return std::nullopt;
       if (made) {
         events.linked(wanted, {});
@@ -33,7 +34,7 @@ class ForeignDevice : public testing::Test {
       }
       return Status::Ok;
     };
-    service_ = std::make_unique<Service>(std::move(owned), Limits{}, Time{});
+    service_ = std::make_unique<Service>(std::move(owned), Limits{}, device::Time{});
     client_ = service_->addClient();
     told_.clear();
   }
@@ -49,8 +50,8 @@ class ForeignDevice : public testing::Test {
   Told news() { return std::exchange(told_, {}); }
 
   // Lets the device do something, as from inside advance.
-  void act(const std::function<void(DriverEvents&)>& action) {
-    device_->onAdvance = [&](DriverEvents& events, Time) -> std::optional<Time> {
+  void act(const std::function<void(device::DriverEvents&)>& action) {
+    device_->onAdvance = [&](device::DriverEvents& events, device::Time) -> std::optional<device::Time> {
       action(events);
       return std::nullopt;
     };
@@ -64,8 +65,8 @@ class ForeignDevice : public testing::Test {
   ClientId client_{};
 };
 
-const Link Across = link(out(0, 0), in(1, 0));
-const Link Within = link(out(0, 0), in(0, 0));
+const device::Link Across = link(out(0, 0), in(1, 0));
+const device::Link Within = link(out(0, 0), in(0, 0));
 
 TEST_F(ForeignDevice, ConnectionIsTheirsAndShowsAtOnce) {
   EXPECT_EQ(service_->connect(Across, {}), Status::Ok);
@@ -79,7 +80,7 @@ TEST_F(ForeignDevice, ConnectionIsTheirsAndShowsAtOnce) {
 }
 
 TEST_F(ForeignDevice, ConnectionsOfOthersShow) {
-  act([](DriverEvents& events) {
+  act([](device::DriverEvents& events) {
     events.linked(Across, {});
     events.linked(Across, {});
   });
@@ -88,7 +89,7 @@ TEST_F(ForeignDevice, ConnectionsOfOthersShow) {
   ASSERT_EQ(changes.size(), 1U);
   EXPECT_TRUE(changes[0].added);
   EXPECT_EQ(changes[0].version, service_->graphVersion());
-  act([](DriverEvents& events) {
+  act([](device::DriverEvents& events) {
     events.unlinked(Across, {});
     events.unlinked(Across, {});
   });
@@ -97,7 +98,7 @@ TEST_F(ForeignDevice, ConnectionsOfOthersShow) {
 }
 
 TEST_F(ForeignDevice, PortsThatDoNotExistAreNotAskedFor) {
-  device_->onPatch = [](DriverEvents&, bool, const Link&) -> std::optional<Status> {
+  device_->onPatch = [](device::DriverEvents&, bool, const device::Link&) -> std::optional<Status> {
     ADD_FAILURE();
     return Status::Ok;
   };
@@ -106,7 +107,7 @@ TEST_F(ForeignDevice, PortsThatDoNotExistAreNotAskedFor) {
 }
 
 TEST_F(ForeignDevice, RefusalOfTheOtherSystemIsTheAnswer) {
-  device_->onPatch = [](DriverEvents&, bool, const Link&) { return Status::Refused; };
+  device_->onPatch = [](device::DriverEvents&, bool, const device::Link&) { return Status::Refused; };
   EXPECT_EQ(service_->connect(Across, {}), Status::Refused);
   EXPECT_TRUE(service_->links().empty());
 }
@@ -115,12 +116,12 @@ TEST_F(ForeignDevice, TapOfASinkFollowsWhatIsConnectedToIt) {
   service_->connect(Across, {});
   EXPECT_EQ(tap("G1In1"), Status::Ok);
   EXPECT_EQ(news(), Told{"use G0Out1"});
-  act([](DriverEvents& events) { events.emitted(out(0, 0), {3, Note}, {}); });
+  act([](device::DriverEvents& events) { events.emitted(out(0, 0), {3, Note}, {}); });
   EXPECT_EQ(texts(), Texts{"1 G1In1: 90 40 7F"});
   EXPECT_EQ(news(), Told{}) << "the other system has brought it there";
   service_->disconnect(Across, {});
   EXPECT_EQ(news(), Told{"unuse G0Out1"});
-  act([](DriverEvents& events) { events.linked(link(out(1, 0), in(1, 0)), {}); });
+  act([](device::DriverEvents& events) { events.linked(link(out(1, 0), in(1, 0)), {}); });
   EXPECT_EQ(news(), Told{"use G1Out1"}) << "also what is connected later";
   service_->untap(client_, One, "G1In1", {});
   EXPECT_EQ(news(), Told{"unuse G1Out1"});
@@ -131,7 +132,7 @@ TEST_F(ForeignDevice, TapsOnBothEndsEachSeeAMessageOnce) {
   tap("G1In1");
   service_->connect(Across, {});
   EXPECT_EQ(news(), Told{"use G0Out1"});
-  act([](DriverEvents& events) { events.emitted(out(0, 0), {0, Note}, {}); });
+  act([](device::DriverEvents& events) { events.emitted(out(0, 0), {0, Note}, {}); });
   EXPECT_EQ(texts(), (Texts{"1 G0Out1: 90 40 7F", "1 G1In1: 90 40 7F"}));
 }
 
@@ -144,7 +145,7 @@ TEST_F(ForeignDevice, InjectedMessageReachesTheirSinks) {
 TEST_F(ForeignDevice, CarriedConnectionKeepsItsSourceInUse) {
   service_->connect(Within, {});
   EXPECT_EQ(news(), Told{"use G0Out1"});
-  act([](DriverEvents& events) { events.emitted(out(0, 0), {0, Note}, {}); });
+  act([](device::DriverEvents& events) { events.emitted(out(0, 0), {0, Note}, {}); });
   EXPECT_EQ(news(), Told{"deliver G0In1 90 40 7F"});
   service_->disconnect(Within, {});
   EXPECT_EQ(news(), Told{"unuse G0Out1"});
@@ -157,13 +158,13 @@ TEST_F(ForeignDevice, PortThatGoesTakesItsConnectionsAndLeavesItsTaps) {
   service_->connect(Within, {});
   service_->takeGraphChanges();
   news();
-  Topology without = evenTopology(2, 1);
-  std::vector<Group> groups = without.groups();
+  device::Topology without = evenTopology(2, 1);
+  std::vector<device::Group> groups = without.groups();
   groups[1].sources->names = {"G1Out1"};
   groups[1].sources->gone = {true};
   groups[1].sinks->names = {"G1In1"};
   groups[1].sinks->gone = {true};
-  act([&](DriverEvents&) { device_->change(Topology(groups)); });
+  act([&](device::DriverEvents&) { device_->change(device::Topology(groups)); });
   EXPECT_EQ(service_->links(), std::vector{Within});
   const auto changes = service_->takeGraphChanges();
   ASSERT_EQ(changes.size(), 1U);
@@ -175,8 +176,8 @@ TEST_F(ForeignDevice, PortThatGoesTakesItsConnectionsAndLeavesItsTaps) {
   EXPECT_EQ(service_->send(client_, One, {0, Note}, {}), Status::Ok);
   EXPECT_EQ(texts(), Texts{}) << "nothing passes a port that has gone";
 
-  act([&](DriverEvents&) { device_->change(without); });
-  act([](DriverEvents& events) {
+  act([&](device::DriverEvents&) { device_->change(without); });
+  act([](device::DriverEvents& events) {
     events.linked(Across, {});
     events.emitted(out(1, 0), {0, Note}, {});
     events.emitted(out(0, 0), {0, Note}, {});
@@ -185,15 +186,15 @@ TEST_F(ForeignDevice, PortThatGoesTakesItsConnectionsAndLeavesItsTaps) {
 }
 
 TEST_F(ForeignDevice, WhatIsSentToAPortThatHasGoneIsToldOnceEachTime) {
-  const Topology with = evenTopology(2, 1);
-  std::vector<Group> groups = with.groups();
+  const device::Topology with = evenTopology(2, 1);
+  std::vector<device::Group> groups = with.groups();
   groups[1].sinks->names = {"G1In1"};
   groups[1].sinks->gone = {true};
-  const Topology without(groups);
+  const device::Topology without(groups);
   tap("G1In1");
   tap("G0In1");
   for (int turn = 0; turn < 2; ++turn) {
-    act([&](DriverEvents&) { device_->change(without); });
+    act([&](device::DriverEvents&) { device_->change(without); });
     EXPECT_TRUE(service_->takeNotes().empty()) << "nobody misses anything yet";
     service_->send(client_, One, {0, Note}, {});
     service_->send(client_, One, {0, Note}, {});
@@ -201,7 +202,7 @@ TEST_F(ForeignDevice, WhatIsSentToAPortThatHasGoneIsToldOnceEachTime) {
     ASSERT_EQ(notes.size(), 1U);
     EXPECT_EQ(notes[0].line, "\"G1In1\" has gone: what is sent to it is lost");
     EXPECT_TRUE(notes[0].isWarning);
-    act([&](DriverEvents&) { device_->change(with); });
+    act([&](device::DriverEvents&) { device_->change(with); });
     service_->send(client_, One, {0, Note}, {});
     EXPECT_TRUE(service_->takeNotes().empty());
   }
@@ -209,10 +210,10 @@ TEST_F(ForeignDevice, WhatIsSentToAPortThatHasGoneIsToldOnceEachTime) {
 
 TEST_F(ForeignDevice, TapOfAPortThatHasGoneCanBeEnded) {
   tap("G1Out1");
-  std::vector<Group> groups = evenTopology(2, 1).groups();
+  std::vector<device::Group> groups = evenTopology(2, 1).groups();
   groups[1].sources->names = {"G1Out1"};
   groups[1].sources->gone = {true};
-  act([&](DriverEvents&) { device_->change(Topology(groups)); });
+  act([&](device::DriverEvents&) { device_->change(device::Topology(groups)); });
   news();
   EXPECT_EQ(service_->untap(client_, One, "G1Out1", {}), Status::Ok);
   EXPECT_EQ(news(), Told{"unuse G1Out1"});
@@ -224,7 +225,7 @@ TEST_F(ForeignDevice, LossIsToldOnceToEachWhoLooksOn) {
   tap("G0Out1");
   tap("G1In1");
   service_->connect(Across, {});
-  act([](DriverEvents& events) {
+  act([](device::DriverEvents& events) {
     events.emitted(out(0, 0), {0, Note}, {});
     events.lost(out(0, 0), 7, {});
     events.emitted(out(0, 0), {0, Note}, {});
@@ -239,7 +240,7 @@ TEST_F(ForeignDevice, LossIsToldOnceToEachWhoLooksOn) {
 }
 
 TEST_F(ForeignDevice, NotesWaitToBeTaken) {
-  act([](DriverEvents& events) {
+  act([](device::DriverEvents& events) {
     events.noted("one");
     events.warned("two");
   });
@@ -254,12 +255,12 @@ TEST_F(ForeignDevice, NotesWaitToBeTaken) {
 
 TEST_F(ForeignDevice, ChangeThatBeginsUseAsksToBeCalledAgain) {
   tap("G1In1");
-  device_->onAdvance = [](DriverEvents& events, Time) -> std::optional<Time> {
+  device_->onAdvance = [](device::DriverEvents& events, device::Time) -> std::optional<device::Time> {
     events.linked(Across, {});
     return std::nullopt;
   };
-  EXPECT_EQ(service_->advance(Time(9)), Time(9));
-  EXPECT_EQ(service_->advance(Time(10)), std::nullopt);
+  EXPECT_EQ(service_->advance(device::Time(9)), device::Time(9));
+  EXPECT_EQ(service_->advance(device::Time(10)), std::nullopt);
 }
 
 // A group that has been away for long is another group, with the names that it had.
@@ -268,10 +269,10 @@ TEST_F(ForeignDevice, TapsGoOnWhereAForgottenPortsNameIs) {
   tap("G1In1");
   service_->connect(Across, {});
   news();
-  std::vector<Group> groups = evenTopology(2, 1).groups();
-  const Group back{9, "G1", groups[1].sources, groups[1].sinks};
+  std::vector<device::Group> groups = evenTopology(2, 1).groups();
+  const device::Group back{9, "G1", groups[1].sources, groups[1].sinks};
   groups.pop_back();
-  act([&](DriverEvents&) { device_->change(Topology(groups)); });
+  act([&](device::DriverEvents&) { device_->change(device::Topology(groups)); });
   EXPECT_TRUE(service_->links().empty());
   EXPECT_EQ(service_->send(client_, One, {0, Note}, {}), Status::Ok);
   const auto notes = service_->takeNotes();
@@ -280,12 +281,12 @@ TEST_F(ForeignDevice, TapsGoOnWhereAForgottenPortsNameIs) {
   EXPECT_EQ(notes[1].line, "\"G1In1\" has gone: what is sent to it is lost");
   news();
   groups.push_back(back);
-  act([&](DriverEvents&) { device_->change(Topology(groups)); });
+  act([&](device::DriverEvents&) { device_->change(device::Topology(groups)); });
   EXPECT_EQ(news(), (Told{"unuse Group1Out1", "use G1Out1"}))
       << "the one that was forgotten, and the one that is there";
-  act([](DriverEvents& events) { events.emitted(out(9, 0), {0, Note}, {}); });
+  act([](device::DriverEvents& events) { events.emitted(out(9, 0), {0, Note}, {}); });
   EXPECT_EQ(texts(), Texts{"1 G1Out1: 90 40 7F"});
-  act([](DriverEvents& events) { events.linked(link(out(0, 0), in(9, 0)), {}); });
+  act([](device::DriverEvents& events) { events.linked(link(out(0, 0), in(9, 0)), {}); });
   EXPECT_EQ(news(), Told{"use G0Out1"}) << "of a sink that is tapped";
   EXPECT_EQ(service_->send(client_, One, {0, Note}, {}), Status::Ok);
   EXPECT_EQ(texts(), (Texts{"1 G1Out1: 90 40 7F", "1 G1In1: 90 40 7F"})) << "in the order of tapping";
@@ -296,7 +297,7 @@ TEST_F(ForeignDevice, TapsGoOnWhereAForgottenPortsNameIs) {
 
 TEST_F(ForeignDevice, TapOfAForgottenPortCanBeEnded) {
   tap("G1Out1");
-  act([&](DriverEvents&) { device_->change(evenTopology(1, 1)); });
+  act([&](device::DriverEvents&) { device_->change(evenTopology(1, 1)); });
   news();
   EXPECT_EQ(service_->untap(client_, One, "G1Out1", {}), Status::Ok);
   EXPECT_EQ(service_->untap(client_, One, "G1Out1", {}), Status::Nothing);
@@ -306,30 +307,30 @@ TEST_F(ForeignDevice, TapOfAForgottenPortCanBeEnded) {
 
 TEST_F(ForeignDevice, WhatWaitsOfAForgottenPortKeepsItsName) {
   tap("G1Out1");
-  act([](DriverEvents& events) { events.emitted(out(1, 0), {0, Note}, {}); });
-  act([&](DriverEvents&) { device_->change(evenTopology(1, 1)); });
+  act([](device::DriverEvents& events) { events.emitted(out(1, 0), {0, Note}, {}); });
+  act([&](device::DriverEvents&) { device_->change(evenTopology(1, 1)); });
   EXPECT_EQ(texts(), Texts{"1 G1Out1: 90 40 7F"});
 }
 
 TEST_F(ForeignDevice, ChangesOfTheTopologyAreCounted) {
   const std::uint64_t before = service_->topologyVersion();
-  act([](DriverEvents& events) { events.noted("nothing"); });
+  act([](device::DriverEvents& events) { events.noted("nothing"); });
   EXPECT_EQ(service_->topologyVersion(), before);
-  act([&](DriverEvents&) { device_->change(evenTopology(3, 1)); });
+  act([&](device::DriverEvents&) { device_->change(evenTopology(3, 1)); });
   EXPECT_NE(service_->topologyVersion(), before);
 }
 
 // Those within one system stand again when the service does, or are the other system's.
 TEST_F(ForeignDevice, ConnectionsBetweenTwoSystemsAreTheServicesAlone) {
-  std::vector<Group> groups = evenTopology(3, 1).groups();
+  std::vector<device::Group> groups = evenTopology(3, 1).groups();
   groups[2].system = 1;
-  act([&](DriverEvents&) { device_->change(Topology(groups)); });
+  act([&](device::DriverEvents&) { device_->change(device::Topology(groups)); });
   device_->onPatch = nullptr;
-  const Link between = link(out(0, 0), in(2, 0));
+  const device::Link between = link(out(0, 0), in(2, 0));
   service_->connect(Within, {});
   service_->connect(between, {});
-  act([](DriverEvents& events) { events.linked(link(out(1, 0), in(2, 0)), {}); });
-  std::vector<Link> carried;
+  act([](device::DriverEvents& events) { events.linked(link(out(1, 0), in(2, 0)), {}); });
+  std::vector<device::Link> carried;
   for (const GraphChange& change : service_->takeGraphChanges()) {
     if (change.carried) carried.push_back(change.link);
   }

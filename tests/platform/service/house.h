@@ -21,22 +21,25 @@ inline constexpr std::uint32_t Holder = 1004;
 
 // A service on a device of four groups with two ports a side, and its clients' view of it.
 struct House {
-  explicit House(std::vector<Link> links = {}, Limits limits = {},
-                 const std::function<void(TestDevice&)>& prepare = nullptr, Topology topology = evenTopology(4, 2)) {
+  explicit House(std::vector<device::Link> links = {}, Limits limits = {},
+                 const std::function<void(TestDevice&)>& prepare = nullptr,
+                 device::Topology topology = evenTopology(4, 2)) {
     auto owned = std::make_unique<TestDevice>(std::move(topology), std::move(links), told);
     device = owned.get();
     if (prepare) prepare(*owned);
-    service = std::make_unique<Service>(std::move(owned), limits, Time{});
+    service = std::make_unique<Service>(std::move(owned), limits, device::Time{});
     injector = service->addClient();
   }
 
-  wire::Status tap(ClientId client, const char* name, EventPortId port = One) {
+  device::Status tap(ClientId client, const char* name, EventPortId port = One) {
     return service->tap(client, port, name, Holder, {});
   }
-  wire::Status send(ClientId client, const Bytes& bytes, EventPortId port = One) {
+  device::Status send(ClientId client, const Bytes& bytes, EventPortId port = One) {
     return service->send(client, port, {0, bytes}, {});
   }
-  wire::Status inject(const char* name, const Bytes& bytes) { return service->inject(injector, name, {0, bytes}, {}); }
+  device::Status inject(const char* name, const Bytes& bytes) {
+    return service->inject(injector, name, {0, bytes}, {});
+  }
 
   std::vector<Received> take(ClientId client, std::size_t maxBytes = Everything) {
     Bytes entries;
@@ -55,7 +58,7 @@ struct House {
   ClientId injector{};
 };
 
-inline const Link Keys = link(out(0, 0), in(1, 0));
+inline const device::Link Keys = link(out(0, 0), in(1, 0));
 inline constexpr ClientId Nobody{77};
 
 }  // namespace service

@@ -7,20 +7,20 @@
 namespace service {
 namespace {
 
-using wire::Status;
+using device::Status;
 
-std::vector<PortId> peersOf(const PatchGraph& graph, PortId port) {
-  std::vector<PortId> ports;
+std::vector<device::PortId> peersOf(const PatchGraph& graph, device::PortId port) {
+  std::vector<device::PortId> ports;
   for (const auto& [order, peer] : graph.peers(port)) ports.push_back(peer.port);
   return ports;
 }
 
 TEST(PatchGraph, KeepsTheOrderOfMakingBothWays) {
-  const Topology topology = evenTopology(2, 3);
+  const device::Topology topology = evenTopology(2, 3);
   PatchGraph graph(topology, {});
-  const std::vector<Link> made = {link(out(1, 2), in(0, 0)), link(out(0, 0), in(1, 1)), link(out(1, 2), in(1, 1)),
-                                  link(out(0, 0), in(0, 0))};
-  for (const Link& one : made) EXPECT_EQ(graph.connect(one), Status::Ok);
+  const std::vector<device::Link> made = {link(out(1, 2), in(0, 0)), link(out(0, 0), in(1, 1)),
+                                          link(out(1, 2), in(1, 1)), link(out(0, 0), in(0, 0))};
+  for (const device::Link& one : made) EXPECT_EQ(graph.connect(one), Status::Ok);
   EXPECT_EQ(graph.links(), made);
   EXPECT_EQ(graph.size(), 4U);
   EXPECT_EQ(graph.version(), 4U);
@@ -28,14 +28,14 @@ TEST(PatchGraph, KeepsTheOrderOfMakingBothWays) {
   EXPECT_EQ(peersOf(graph, out(0, 0)), (std::vector{in(1, 1), in(0, 0)}));
   EXPECT_EQ(peersOf(graph, in(0, 0)), (std::vector{out(1, 2), out(0, 0)}));
   EXPECT_EQ(peersOf(graph, in(1, 1)), (std::vector{out(0, 0), out(1, 2)}));
-  EXPECT_EQ(peersOf(graph, in(1, 2)), std::vector<PortId>());
+  EXPECT_EQ(peersOf(graph, in(1, 2)), std::vector<device::PortId>());
 }
 
 TEST(PatchGraph, ConnectedPairStaysOneConnectionInItsPlace) {
-  const Topology topology = evenTopology(1, 2);
+  const device::Topology topology = evenTopology(1, 2);
   PatchGraph graph(topology, {});
-  const Link first = link(out(0, 0), in(0, 0));
-  const Link second = link(out(0, 0), in(0, 1));
+  const device::Link first = link(out(0, 0), in(0, 0));
+  const device::Link second = link(out(0, 0), in(0, 1));
   graph.connect(first);
   graph.connect(second);
   EXPECT_EQ(graph.connect(first), Status::Ok);
@@ -49,7 +49,7 @@ TEST(PatchGraph, ConnectedPairStaysOneConnectionInItsPlace) {
 }
 
 TEST(PatchGraph, WhatDoesNotExistIsNotFound) {
-  const Topology topology = evenTopology(2, 2);
+  const device::Topology topology = evenTopology(2, 2);
   PatchGraph graph(topology, {link(out(0, 0), in(1, 0))});
   EXPECT_EQ(graph.connect(link(out(0, 2), in(0, 0))), Status::NotFound);
   EXPECT_EQ(graph.connect(link(out(0, 0), in(0, 2))), Status::NotFound);
@@ -63,8 +63,8 @@ TEST(PatchGraph, WhatDoesNotExistIsNotFound) {
 }
 
 TEST(PatchGraph, InitialConnectionsAreVersionZero) {
-  const Topology topology = evenTopology(1, 2);
-  const Link good = link(out(0, 1), in(0, 0));
+  const device::Topology topology = evenTopology(1, 2);
+  const device::Link good = link(out(0, 1), in(0, 0));
   PatchGraph graph(topology, {good, link(out(0, 5), in(0, 0)), good});
   EXPECT_EQ(graph.links(), std::vector{good});
   EXPECT_EQ(graph.version(), 0U);
@@ -77,14 +77,14 @@ TEST(PatchGraph, InitialConnectionsAreVersionZero) {
 // Cost that grew with the number of connections, or with those of one port, would not end within the test's limit.
 TEST(PatchGraph, HundredThousandConnectionsOfOnePort) {
   constexpr std::uint16_t PortsPerGroup = 50'000;
-  const Topology topology = evenTopology(2, PortsPerGroup);
+  const device::Topology topology = evenTopology(2, PortsPerGroup);
   PatchGraph graph(topology, {});
   const auto sink = [](std::uint32_t i) {
     return in(static_cast<std::uint16_t>(i / PortsPerGroup), static_cast<std::uint16_t>(i % PortsPerGroup));
   };
   for (std::uint32_t i = 0; i < 100'000; ++i) ASSERT_EQ(graph.connect(link(out(0, 0), sink(i))), Status::Ok);
   for (std::uint32_t i = 0; i < 100'000; ++i) {
-    const Link middle = link(out(0, 0), sink((i * 7919 + 50'000) % 100'000));
+    const device::Link middle = link(out(0, 0), sink((i * 7919 + 50'000) % 100'000));
     ASSERT_EQ(graph.disconnect(middle), Status::Ok);
     ASSERT_EQ(graph.connect(middle), Status::Ok);
   }
@@ -96,7 +96,7 @@ TEST(PatchGraph, HundredThousandConnectionsOfOnePort) {
 }
 
 TEST(PatchGraph, OrphansAreThoseOfPortsThatHaveGone) {
-  Topology topology = evenTopology(2, 2);
+  device::Topology topology = evenTopology(2, 2);
   PatchGraph graph(topology, {link(out(0, 0), in(1, 0)), link(out(1, 1), in(0, 1)), link(out(0, 0), in(0, 0))});
   EXPECT_TRUE(graph.orphans().empty());
   topology = evenTopology(2, 1);

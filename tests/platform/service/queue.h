@@ -23,7 +23,7 @@ inline const Bytes Note = {0x90, 0x3C, 0x40};
 struct Queue {
   explicit Queue(std::size_t limit = 1U << 20U) : queue(limit) {}
 
-  void add(const Bytes& bytes, Time now = {}, PortId port = out(0, 0), EventPortId eventPort = One,
+  void add(const Bytes& bytes, device::Time now = {}, device::PortId port = out(0, 0), EventPortId eventPort = One,
            std::uint32_t holder = Holder) {
     queue.add(eventPort, port, names.name(port), holder, {0, bytes}, now);
   }
@@ -35,7 +35,7 @@ struct Queue {
     return readEntries(entries);
   }
 
-  Topology names = evenTopology(2, 4);
+  device::Topology names = evenTopology(2, 4);
   TapQueue queue;
 };
 

@@ -13,47 +13,49 @@ using Trace = std::vector<std::string>;
 
 // A router over a device of groups and ports; what passes is written down.
 struct Road {
-  explicit Road(std::vector<Link> links, std::uint16_t groups = 6, std::uint16_t ports = 2)
+  explicit Road(std::vector<device::Link> links, std::uint16_t groups = 6, std::uint16_t ports = 2)
       : topology(evenTopology(groups, ports)),
         graph(topology, links),
         router(
             graph,
-            [this](PortId port, const Message& message, Time now) {
+            [this](device::PortId port, const device::Message& message, device::Time now) {
               trace.push_back(topology.name(port) + hexOf(message.bytes));
               groupsSeen.push_back(message.group);
               times.push_back(now);
             },
-            [this](PortId sink, const Message& message, Time now) {
+            [this](device::PortId sink, const device::Message& message, device::Time now) {
               trace.push_back("deliver " + topology.name(sink) + hexOf(message.bytes));
               if (device) device(sink, message, now);
             }) {}
 
   // The device sends what enters a sink out of the source of the same number.
   void beThru() {
-    device = [this](PortId sink, const Message& message, Time now) {
+    device = [this](device::PortId sink, const device::Message& message, device::Time now) {
       router.emitted(out(sink.group, sink.index), message, now);
     };
   }
 
-  void emit(PortId source, const Bytes& bytes, Time now = {}) { router.emitted(source, {0, bytes}, now); }
+  void emit(device::PortId source, const Bytes& bytes, device::Time now = {}) {
+    router.emitted(source, {0, bytes}, now);
+  }
 
-  Topology topology;
+  device::Topology topology;
   PatchGraph graph;
   Router::Look device;
   Trace trace;
   std::vector<std::uint16_t> groupsSeen;
-  std::vector<Time> times;
+  std::vector<device::Time> times;
   Router router;
 };
 
 TEST(Router, SourceGoesToItsSinksInTheOrderOfMaking) {
   Road road(
       {link(out(0, 0), in(3, 0)), link(out(0, 1), in(2, 0)), link(out(0, 0), in(1, 1)), link(out(0, 0), in(1, 0))});
-  road.router.emitted(out(0, 0), {9, Bytes{0xF8}}, Time(5));
+  road.router.emitted(out(0, 0), {9, Bytes{0xF8}}, device::Time(5));
   EXPECT_EQ(road.trace, (Trace{"G0Out1 F8", "G3In1 F8", "deliver G3In1 F8", "G1In2 F8", "deliver G1In2 F8", "G1In1 F8",
                                "deliver G1In1 F8"}));
   EXPECT_EQ(road.groupsSeen, (std::vector<std::uint16_t>{9, 9, 9, 9}));
-  EXPECT_EQ(road.times, std::vector<Time>(4, Time(5)));
+  EXPECT_EQ(road.times, std::vector<device::Time>(4, device::Time(5)));
 }
 
 TEST(Router, UnconnectedSourceIsPassedAlone) {
@@ -64,7 +66,7 @@ TEST(Router, UnconnectedSourceIsPassedAlone) {
 
 TEST(Router, SinkIsPassedWithoutItsSources) {
   Road road({link(out(0, 0), in(3, 0))});
-  const PortId ports[] = {in(3, 0)};
+  const device::PortId ports[] = {in(3, 0)};
   road.router.pass(ports, {0, Bytes{0xF8}}, {});
   EXPECT_EQ(road.trace, (Trace{"G3In1 F8", "deliver G3In1 F8"}));
 }
@@ -79,21 +81,21 @@ TEST(Router, AnswerGoesOnBeforeTheSinksThatWait) {
 
 TEST(Router, AnswersOfOneDeviceGoOnInTheirOrder) {
   Road road({link(out(0, 0), in(1, 0)), link(out(2, 0), in(4, 0))});
-  road.device = [&](PortId sink, const Message&, Time) {
+  road.device = [&](device::PortId sink, const device::Message&, device::Time) {
     if (sink.group != 1) return;
-    road.emit(out(2, 0), {0x90, 1, 1}, Time(7));
+    road.emit(out(2, 0), {0x90, 1, 1}, device::Time(7));
     road.emit(out(3, 0), {0x90, 2, 1});
   };
-  road.emit(out(0, 0), {0xF8}, Time(3));
+  road.emit(out(0, 0), {0xF8}, device::Time(3));
   EXPECT_EQ(road.trace, (Trace{"G0Out1 F8", "G1In1 F8", "deliver G1In1 F8", "G2Out1 90 01 01", "G4In1 90 01 01",
                                "deliver G4In1 90 01 01", "G3Out1 90 02 01"}));
-  EXPECT_EQ(road.times[2], Time(7));
+  EXPECT_EQ(road.times[2], device::Time(7));
 }
 
 // The device's own buffer is gone when its answer travels.
 TEST(Router, AnswerWithOtherBytesOutlivesTheDevicesCall) {
   Road road({link(out(0, 0), in(1, 0)), link(out(1, 0), in(2, 0)), link(out(1, 0), in(3, 0))});
-  road.device = [&](PortId sink, const Message& message, Time) {
+  road.device = [&](device::PortId sink, const device::Message& message, device::Time) {
     if (sink.group != 1) return;
     Bytes buffer(message.bytes.begin(), message.bytes.end());
     buffer.back() = 0x77;
@@ -109,7 +111,9 @@ TEST(Router, AnswerWithOtherBytesOutlivesTheDevicesCall) {
 
 TEST(Router, AnswerMayChangeTheGroupAlone) {
   Road road({link(out(0, 0), in(1, 0))});
-  road.device = [&](PortId, const Message& message, Time) { road.router.emitted(out(1, 0), {5, message.bytes}, {}); };
+  road.device = [&](device::PortId, const device::Message& message, device::Time) {
+    road.router.emitted(out(1, 0), {5, message.bytes}, {});
+  };
   road.emit(out(0, 0), {0x90, 1, 1});
   EXPECT_EQ(road.trace.back(), "G1Out1 90 01 01");
   EXPECT_EQ(road.groupsSeen, (std::vector<std::uint16_t>{0, 0, 5}));
@@ -144,7 +148,7 @@ TEST(Router, RoadsThatMeetArePassedOnce) {
 
 TEST(Router, SeveralPortsAreOneTripInTheirOrder) {
   Road road({link(out(0, 0), in(1, 0)), link(out(0, 0), in(2, 0))});
-  const PortId ports[] = {in(2, 0), out(0, 0), in(1, 0)};
+  const device::PortId ports[] = {in(2, 0), out(0, 0), in(1, 0)};
   road.router.pass(ports, {0, Bytes{0xF8}}, {});
   EXPECT_EQ(road.trace, (Trace{"G2In1 F8", "deliver G2In1 F8", "G0Out1 F8", "G1In1 F8", "deliver G1In1 F8"}));
 }
@@ -158,7 +162,7 @@ TEST(Router, NoPortsIsNoTrip) {
 // A call within a call for each device on the road would exhaust the stack.
 TEST(Router, LongRoadNeedsNoDeepStack) {
   constexpr std::uint16_t Devices = 60'000;
-  std::vector<Link> links;
+  std::vector<device::Link> links;
   for (std::uint16_t i = 0; i + 1 < Devices; ++i) {
     links.push_back(link(out(0, i), in(0, static_cast<std::uint16_t>(i + 1))));
   }
@@ -172,13 +176,14 @@ TEST(Router, LongRoadNeedsNoDeepStack) {
 // A trip that cost something for each port of the device would not end within the test's limit.
 TEST(Router, ShortRoadsCostLittleOnceALongOneWasPassed) {
   constexpr std::uint16_t Sinks = 60'000;
-  std::vector<Link> links;
+  std::vector<device::Link> links;
   for (std::uint16_t i = 0; i < Sinks; ++i) links.push_back(link(out(0, 0), in(0, i)));
-  const Topology topology = evenTopology(1, Sinks);
+  const device::Topology topology = evenTopology(1, Sinks);
   const PatchGraph graph(topology, links);
   std::uint64_t passed = 0;
   Router router(
-      graph, [&](PortId, const Message&, Time) { ++passed; }, [](PortId, const Message&, Time) {});
+      graph, [&](device::PortId, const device::Message&, device::Time) { ++passed; },
+      [](device::PortId, const device::Message&, device::Time) {});
   const Bytes clock = {0xF8};
   router.emitted(out(0, 0), {0, clock}, {});
   EXPECT_EQ(passed, Sinks + 1U);
@@ -206,7 +211,7 @@ TEST(Router, WhatTheDeviceHasBroughtIsNotBroughtAgainOnAnotherRoad) {
 TEST(Router, WhatTheDeviceHasNotEmittedGoesAlongItsConnectionsToo) {
   Road road({});
   road.graph.connect(link(out(0, 0), in(2, 0)), PatchGraph::Carrier::Device);
-  const PortId source = out(0, 0);
+  const device::PortId source = out(0, 0);
   road.router.pass({&source, 1}, {0, Bytes{0xF8}}, {});
   EXPECT_EQ(road.trace, (Trace{"G0Out1 F8", "G2In1 F8", "deliver G2In1 F8"}));
 }

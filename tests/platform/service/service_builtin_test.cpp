@@ -19,10 +19,10 @@ constexpr EventPortId One{1};
 
 struct Studio {
   void tap(std::initializer_list<const char*> names) {
-    for (const char* name : names) EXPECT_EQ(service.tap(client, One, name, 1004, now), wire::Status::Ok) << name;
+    for (const char* name : names) EXPECT_EQ(service.tap(client, One, name, 1004, now), device::Status::Ok) << name;
   }
 
-  void runTo(Time end) {
+  void runTo(device::Time end) {
     for (; now <= end; now += milliseconds(1)) service.advance(now);
   }
 
@@ -32,8 +32,8 @@ struct Studio {
     return readEntries(entries);
   }
 
-  Time now{};
-  Service service{makeBuiltinDriver(), {}, Time{}};
+  device::Time now{};
+  Service service{drivers::makeBuiltinDriver(), {}, device::Time{}};
   ClientId client = service.addClient();
 };
 
@@ -69,7 +69,7 @@ TEST(ServiceOnBuiltinDevice, ThruThatIsConnectedToItselfEnds) {
   const auto source = studio.service.topology().port("ThruOut1");
   const auto sink = studio.service.topology().port("ThruIn1");
   ASSERT_TRUE(source && sink);
-  EXPECT_EQ(studio.service.connect(link(*source, *sink), {}), wire::Status::Ok);
+  EXPECT_EQ(studio.service.connect(link(*source, *sink), {}), device::Status::Ok);
   studio.tap({"ThruIn1", "ThruOut1"});
   const Bytes note = {0x90, 0x3C, 0x40};
   studio.service.send(studio.client, One, {5, note}, {});
@@ -81,7 +81,7 @@ TEST(ServiceOnBuiltinDevice, ThruThatIsConnectedToItselfEnds) {
 TEST(ServiceOnBuiltinDevice, ConnectionsAtTheStart) {
   Studio studio;
   Texts texts;
-  for (const Link& one : studio.service.links()) {
+  for (const device::Link& one : studio.service.links()) {
     texts.push_back(studio.service.topology().name(one.source()) + " " + studio.service.topology().name(one.sink()));
   }
   EXPECT_EQ(texts,

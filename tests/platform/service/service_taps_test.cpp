@@ -8,7 +8,7 @@
 namespace service {
 namespace {
 
-using wire::Status;
+using device::Status;
 
 TEST(Service, TapGetsCopiesInOrderFromThenOn) {
   House house({Keys});
@@ -125,7 +125,7 @@ TEST(Service, SourceIsInUseFromItsFirstTapOrConnectionToItsLast) {
 
 TEST(Service, WhatASourceEmitsOnItsFirstUseIsSeen) {
   House house({}, {}, [](TestDevice& device) {
-    device.onUsed = [](DriverEvents& events, PortId source, bool used, Time now) {
+    device.onUsed = [](device::DriverEvents& events, device::PortId source, bool used, device::Time now) {
       const Bytes start = {0xFA};
       if (used) events.emitted(source, {0, start}, now);
     };

@@ -9,7 +9,7 @@
 namespace service {
 namespace {
 
-using wire::Status;
+using device::Status;
 
 TEST(Service, StartsTheDeviceThenNamesTheSourcesInUse) {
   House house({link(out(2, 1), in(0, 0)), Keys, link(out(2, 1), in(0, 1)), link(out(0, 0), in(0, 0))});
@@ -159,19 +159,19 @@ TEST(Service, ConnectionsChangeForEverybodyAndAreTold) {
 
 TEST(Service, DeviceEmitsWhileItAdvances) {
   House house({Keys}, {}, [](TestDevice& device) {
-    device.onAdvance = [](DriverEvents& events, Time now) -> std::optional<Time> {
+    device.onAdvance = [](device::DriverEvents& events, device::Time now) -> std::optional<device::Time> {
       const Bytes clock = {0xF8};
       const Bytes none;
       events.emitted(out(0, 0), {0, clock}, now);
       events.emitted(out(0, 0), {0, none}, now);
       events.emitted(in(1, 0), {0, clock}, now);
       events.emitted(out(0, 0), {3, clock}, now);
-      return now + Time(10);
+      return now + device::Time(10);
     };
   });
   const ClientId client = house.service->addClient();
   house.tap(client, "G1In1");
-  EXPECT_EQ(house.service->advance(Time(100)), Time(110));
+  EXPECT_EQ(house.service->advance(device::Time(100)), device::Time(110));
   const auto received = house.take(client);
   EXPECT_EQ(textsOf(received), (Texts{"1 G1In1: F8", "1 G1In1: F8"})) << "two trips, and no message without bytes";
   EXPECT_EQ(received[0].time, 100U);
@@ -180,7 +180,7 @@ TEST(Service, DeviceEmitsWhileItAdvances) {
 
 TEST(Service, DeviceThatWaitsForNothingSaysSo) {
   House house;
-  EXPECT_EQ(house.service->advance(Time(100)), std::nullopt);
+  EXPECT_EQ(house.service->advance(device::Time(100)), std::nullopt);
 }
 
 TEST(Service, NobodyHasNoEffect) {
@@ -255,7 +255,8 @@ TEST(Service, TwentyThousandMessagesNoneLostNoneOutOfOrder) {
   constexpr std::uint32_t Count = 20'000;
   House house({Keys}, {}, [](TestDevice& device) {
     device.remembersDeliveries = false;
-    device.onAdvance = [sent = std::uint32_t{0}](DriverEvents& events, Time now) mutable -> std::optional<Time> {
+    device.onAdvance = [sent = std::uint32_t{0}](device::DriverEvents& events,
+                                                 device::Time now) mutable -> std::optional<device::Time> {
       for (int i = 0; i < 100; ++i, ++sent) {
         const Bytes message = {0xF0, static_cast<std::uint8_t>(sent >> 8U), static_cast<std::uint8_t>(sent), 0xF7};
         events.emitted(out(0, 0), {0, message}, now);
@@ -268,7 +269,7 @@ TEST(Service, TwentyThousandMessagesNoneLostNoneOutOfOrder) {
   house.tap(ann, "G1In1");
   house.tap(ben, "G0Out1");
   Bytes annBytes;
-  Time now{};
+  device::Time now{};
   while (house.service->advance(now)) {
     now += std::chrono::microseconds(50);
     house.service->takeEvents(ann, 700, annBytes);

@@ -109,7 +109,7 @@ TEST(TapQueue, FloodStaysWithinTheLimit) {
     }
   };
   for (std::uint32_t i = 0; i < 200'000; ++i) {
-    q.add(Bytes(1 + i % 50, 0xF8), Time(i * 1000), out(0, i % 3 == 0 ? 1 : 0));
+    q.add(Bytes(1 + i % 50, 0xF8), device::Time(i * 1000), out(0, i % 3 == 0 ? 1 : 0));
     ASSERT_LE(q.queue.bytes(), Limit);
     if (i % 100 == 0) count(q.take(500));
   }

@@ -13,8 +13,8 @@ using std::chrono::milliseconds;
 
 TEST(TapQueue, GivesRecordsInOrderWithAllThatBelongsToThem) {
   Queue q;
-  q.queue.add(One, out(1, 2), "G1Out3", Holder, {7, Note}, Time(1'000'000'000));
-  q.queue.add(Two, in(0, 0), "G0In1", Holder, {0, Bytes{0xF8}}, Time(1'000'000'001));
+  q.queue.add(One, out(1, 2), "G1Out3", Holder, {7, Note}, device::Time(1'000'000'000));
+  q.queue.add(Two, in(0, 0), "G0In1", Holder, {0, Bytes{0xF8}}, device::Time(1'000'000'001));
   const auto received = q.take();
   EXPECT_EQ(textsOf(received), (Texts{"1 G1Out3: 90 3C 40", "2 G0In1: F8"}));
   EXPECT_EQ(received[0].group, 7);
@@ -40,17 +40,17 @@ TEST(TapQueue, SequenceCountsEvents) {
 struct Sharing {
   const char* what;
   std::uint32_t holder;
-  std::vector<std::pair<std::size_t, Time>> messages;
+  std::vector<std::pair<std::size_t, device::Time>> messages;
   std::vector<std::size_t> events;
 };
 
 TEST(TapQueue, RecordsShareAnEventWithinHolderAndTime) {
-  const Time now = std::chrono::hours(24 * 365);
+  const device::Time now = std::chrono::hours(24 * 365);
   const std::size_t tooLong = Holder - 20 - 6 + 1;
   const Sharing cases[] = {
       {"at once", Holder, {{3, now}, {3, now}, {1, now}}, {3}},
       {"up to ten milliseconds from the first", Holder, {{3, now}, {3, now + milliseconds(10)}}, {2}},
-      {"and no later", Holder, {{3, now}, {3, now + milliseconds(10) + Time(1)}}, {1, 1}},
+      {"and no later", Holder, {{3, now}, {3, now + milliseconds(10) + device::Time(1)}}, {1, 1}},
       {"from the first, not the one before",
        Holder,
        {{3, now}, {3, now + milliseconds(8)}, {3, now + milliseconds(16)}, {3, now + milliseconds(24)}},
@@ -158,7 +158,7 @@ TEST(TapQueue, DefaultSizeHoldsMinutesOfAFullPort) {
   };
   for (const auto& row : table) {
     TapQueue queue(Limits{}.queueBytes);
-    Time now{};
+    device::Time now{};
     while (queue.lost() == 0) {
       queue.add(One, out(0, 0), "p", Holder, {0, row.message}, now);
       now += row.onTheWire;
@@ -169,7 +169,7 @@ TEST(TapQueue, DefaultSizeHoldsMinutesOfAFullPort) {
 
 TEST(TapQueue, NamesAreThoseOfTheTimeOfTheMessage) {
   Queue q;
-  const auto add = [&](PortId port, const char* name) { q.queue.add(One, port, name, Holder, {0, Note}, {}); };
+  const auto add = [&](device::PortId port, const char* name) { q.queue.add(One, port, name, Holder, {0, Note}, {}); };
   add(out(0, 0), "early");
   add(out(0, 1), "other");
   EXPECT_EQ(textsOf(q.take()), (Texts{"1 early: 90 3C 40", "1 other: 90 3C 40"}));

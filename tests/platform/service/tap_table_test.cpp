@@ -12,7 +12,7 @@ constexpr ClientId Ben{2};
 constexpr EventPortId First{1};
 constexpr EventPortId Second{2};
 
-using Ports = std::vector<PortId>;
+using Ports = std::vector<device::PortId>;
 
 TEST(TapTable, SameTapTwiceIsOneWithTheFirstHolder) {
   TapTable taps;
@@ -36,7 +36,7 @@ TEST(TapTable, TapsOfAPortAreInTheOrderOfTapping) {
 
 TEST(TapTable, TappedPortsAreInTheOrderOfTapping) {
   TapTable taps;
-  for (const PortId port : {in(1, 0), out(0, 0), in(0, 7)}) taps.add(Ann, First, port, 0, "p");
+  for (const device::PortId port : {in(1, 0), out(0, 0), in(0, 7)}) taps.add(Ann, First, port, 0, "p");
   taps.remove(Ann, First, in(1, 0));
   taps.add(Ann, First, in(1, 0), 0, "p");
   EXPECT_EQ(taps.tappedBy(Ann, First), (Ports{out(0, 0), in(0, 7), in(1, 0)}));

@@ -50,7 +50,7 @@ TEST(FrameBatch, IsFullAfterSoManyBytes) {
 
 TEST(FrameBatch, LargeMessageTravelsAlone) {
   FrameBatch batch;
-  const Bytes large(wire::MaxMessageBytes);
+  const Bytes large(device::MaxMessageBytes);
   EXPECT_TRUE(batch.hasRoomFor({0, large}));
   batch.add({0, large});
   EXPECT_FALSE(batch.hasRoomFor({0, Bytes{1}}));

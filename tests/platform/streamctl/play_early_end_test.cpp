@@ -27,7 +27,7 @@ class PlayEarlyEnd : public WithService {
  protected:
   // Format 0, 96 ticks to the quarter note.
   void writeSong(const std::string& track) {
-    service::writeFile(path("song.mid"), service::smf("00 00 00 01 00 60", {track}));
+    midi::writeFile(path("song.mid"), midi::smf("00 00 00 01 00 60", {track}));
   }
 
   // In a folder that takes what a signal may leave there.
@@ -206,9 +206,9 @@ class RefusingService {
       send(envelope.tag, wire::Topology{{group}});
     } else if (const auto* inject = std::get_if<wire::Inject>(&envelope.body)) {
       for (const wire::InjectItem& item : inject->messages) {
-        messages_.push_back(std::to_string(item.group) + ' ' + service::toHex(item.bytes));
+        messages_.push_back(std::to_string(item.group) + ' ' + midi::toHex(item.bytes));
       }
-      if (++frames_ == 3) send(0, wire::Result{wire::Status::Refused, 0});
+      if (++frames_ == 3) send(0, wire::Result{device::Status::Refused, 0});
       send(0, wire::Taken{frames_});
     } else if (envelope.tag != 0) {
       send(envelope.tag, wire::Result{});

@@ -9,9 +9,9 @@ namespace streamctl {
 namespace {
 
 std::vector<std::string> linesOfSong(const std::string& port) {
-  const auto loaded = service::loadSmf(Song);
+  const auto loaded = midi::loadSmf(Song);
   std::vector<std::string> lines;
-  for (const service::ScoreEvent& event : std::get<service::Score>(loaded).events) {
+  for (const midi::ScoreEvent& event : std::get<midi::Score>(loaded).events) {
     std::string line = port + ' ' + std::to_string(event.group);
     for (const unsigned byte : event.bytes) {
       std::array<char, 8> text{};

@@ -23,8 +23,8 @@ TEST(ProgressText, LeavesOutWhatHasNoRoom) {
 
 TEST(ProgressText, NeverExceedsTheColumns) {
   for (std::size_t columns = 0; columns < 200; ++columns) {
-    for (const service::Time length : {0s, 9s, 3600s, 360'000s}) {
-      for (const service::Time position : {service::Time(0), length / 3, length}) {
+    for (const device::Time length : {0s, 9s, 3600s, 360'000s}) {
+      for (const device::Time position : {device::Time(0), length / 3, length}) {
         EXPECT_LE(progressText(position, length, columns).size(), columns);
       }
     }

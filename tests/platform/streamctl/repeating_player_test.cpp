@@ -8,10 +8,10 @@ namespace streamctl {
 namespace {
 
 using namespace std::chrono_literals;
-using service::Time;
+using device::Time;
 
 // How many messages the player has at now.
-std::uint64_t drain(service::Player& player, Time now) {
+std::uint64_t drain(midi::Player& player, Time now) {
   std::uint64_t count = 0;
   while (player.next(now)) ++count;
   return count;

@@ -7,7 +7,7 @@
 namespace streamctl {
 namespace {
 
-using enum wire::TextEncoding;
+using enum sys::TextEncoding;
 
 wire::Topology sample() {
   return {{{0, 0, "Deck", wire::TopologySide{2, "DeckOut", {}}, wire::TopologySide{0, "DeckIn", {}}},

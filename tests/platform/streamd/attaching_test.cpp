@@ -53,7 +53,7 @@ TEST_F(Attaching, QuestionsAboutTheGraphNoticeThatTheServiceHasGone) {
   daemon_.restart();
   while (patcher.getConnectSinkPorts(6, 1, sinks) != StrmSrv::StrmRes_Success) ASSERT_FALSE(deadline.passed());
   EXPECT_TRUE(sinks.empty()) << "the new service's graph";
-  const std::string line = wire::programLine(daemon_.endpoint() + ": ");
+  const std::string line = sys::programLine(daemon_.endpoint() + ": ");
   EXPECT_EQ(testing::internal::GetCapturedStderr(), line + "the service has gone\n" + line + "the service is back\n");
 }
 
@@ -189,7 +189,7 @@ TEST_F(Attaching, SenderOfAServiceThatIsKilledFailsAtOnce) {
   daemon_.signal(SIGKILL);
   sender.join();
   EXPECT_EQ(last, StrmSrv::StrmRes_NoService);
-  EXPECT_EQ(testing::internal::GetCapturedStderr(), wire::programLine(daemon_.endpoint() + ": the service has gone\n"));
+  EXPECT_EQ(testing::internal::GetCapturedStderr(), sys::programLine(daemon_.endpoint() + ": the service has gone\n"));
 }
 
 TEST(AttachingMany, TapsComeBackHoweverManyTheyAre) {
@@ -259,7 +259,7 @@ TEST(AttachingToTwoDevices, ConnectionsThatTheServiceHasLostAreToldInOneLine) {
   restart();
   EXPECT_EQ(sinks, (std::vector<StrmSrv::PortRecord>{{4, 0}, {2, 0}})) << "as at the start";
   restart();
-  const std::string line = wire::programLine(daemon.endpoint() + ": ");
+  const std::string line = sys::programLine(daemon.endpoint() + ": ");
   const std::string back = line + "the service has gone\n" + line + "the service is back\n";
   EXPECT_EQ(testing::internal::GetCapturedStderr(),
             back + line +
@@ -293,7 +293,7 @@ TEST(AttachingToTwoDevices, WhatOthersHaveDoneCountsForOneThatAsksNothing) {
   const Deadline deadline(Patience);
   ASSERT_TRUE(daemon.waitForExit(deadline));
   daemon.restart();
-  const std::string line = wire::programLine(daemon.endpoint() + ": ");
+  const std::string line = sys::programLine(daemon.endpoint() + ": ");
   const std::string expected = line + "the service has gone\n" + line + "the service is back\n" + line +
                                "lost with the service that was here before: the connection of \"MidiUsbOut2\" to "
                                "\"RackIn2\"\n";

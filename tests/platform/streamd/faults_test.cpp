@@ -194,7 +194,7 @@ TEST_F(Faults, TapsComeBackWithTheService) {
   StrmSrv::Patcher patcher(manager, 0);
   ASSERT_EQ(patcher.connect(6, 1, 5, 0), StrmSrv::StrmRes_Success);
 
-  const std::string line = wire::programLine(daemon_.endpoint() + ": ");
+  const std::string line = sys::programLine(daemon_.endpoint() + ": ");
   testing::internal::CaptureStderr();
   daemon_.signal(SIGKILL);
   ASSERT_TRUE(daemon_.waitForExit(Deadline(Patience)));
@@ -299,7 +299,7 @@ TEST_F(Faults, LossOfAStalledReaderIsCountedExactlyAndOnlyItsOwn) {
   while (slow.receiveEvent(500) == EvtSrv::EvtRes_Success) {
   }
   const std::string lines = testing::internal::GetCapturedStderr();
-  EXPECT_EQ(lines, wire::programLine(std::to_string(counts.lost) + " messages lost: this program reads too slowly\n"));
+  EXPECT_EQ(lines, sys::programLine(std::to_string(counts.lost) + " messages lost: this program reads too slowly\n"));
   ASSERT_EQ(stalled.texts.size(), counts.out);
   // The loss is at the end: what came before is complete and in order.
   EXPECT_EQ(stalled.texts, receivedFromTo(Port, 0, static_cast<std::uint32_t>(counts.out)));

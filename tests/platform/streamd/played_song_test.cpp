@@ -28,11 +28,11 @@ std::string hex(unsigned value) {
 
 // What a console prints of each message of the song, in raw form.
 std::vector<std::string> linesOfSong() {
-  const auto loaded = service::loadSmf(Song);
-  const auto* score = std::get_if<service::Score>(&loaded);
+  const auto loaded = midi::loadSmf(Song);
+  const auto* score = std::get_if<midi::Score>(&loaded);
   std::vector<std::string> lines;
   if (score == nullptr) return lines;
-  for (const service::ScoreEvent& event : score->events) {
+  for (const midi::ScoreEvent& event : score->events) {
     std::string line;
     for (const std::uint8_t byte : event.bytes) line += hex(byte) + ' ';
     lines.push_back(line + hex(event.group));

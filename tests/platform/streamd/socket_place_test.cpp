@@ -97,7 +97,7 @@ TEST_F(SocketPlaceTest, SocketOfSomebodyWhoListensStays) {
   const Listener listener(path);
   ASSERT_TRUE(listener.listens());
   EXPECT_EQ(refusal(path), "a service is already listening there");
-  EXPECT_EQ(host::whyNobodyListens(path), 0);
+  EXPECT_EQ(sys::whyNobodyListens(path), 0);
 }
 
 TEST_F(SocketPlaceTest, SocketOfSomebodyBusyStays) {
@@ -105,7 +105,7 @@ TEST_F(SocketPlaceTest, SocketOfSomebodyBusyStays) {
   const Listener listener(path);
   std::vector<int> waiting;
   // Nobody accepts: the queue fills.
-  for (int i = 0; i < 5; ++i) EXPECT_EQ(host::whyNobodyListens(path), 0) << i;
+  for (int i = 0; i < 5; ++i) EXPECT_EQ(sys::whyNobodyListens(path), 0) << i;
   EXPECT_EQ(refusal(path), "a service is already listening there");
 }
 
@@ -149,8 +149,8 @@ TEST_F(SocketPlaceTest, PathMustFitAnAddress) {
   const std::string longest = folder + "/" + std::string(107 - folder.size() - 1, 'a');
   EXPECT_EQ(refusal(longest), "");
   EXPECT_EQ(refusal(longest + "a"), "File name too long");
-  EXPECT_EQ(host::whyNobodyListens(longest + "a"), ENAMETOOLONG);
-  EXPECT_EQ(host::whyNobodyListens(""), ENOENT);
+  EXPECT_EQ(sys::whyNobodyListens(longest + "a"), ENAMETOOLONG);
+  EXPECT_EQ(sys::whyNobodyListens(""), ENOENT);
 }
 
 }  // namespace

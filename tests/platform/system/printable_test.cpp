@@ -7,7 +7,7 @@
 #include <cstdio>
 #include <string>
 
-namespace wire {
+namespace sys {
 namespace {
 
 using enum TextEncoding;
@@ -111,4 +111,4 @@ TEST(TextEncoding, AskingLeavesTheLocaleAlone) {
 }
 
 }  // namespace
-}  // namespace wire
+}  // namespace sys

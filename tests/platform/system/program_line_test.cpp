@@ -11,7 +11,7 @@
 #include <thread>
 #include <vector>
 
-namespace wire {
+namespace sys {
 namespace {
 
 TEST(ProgramLine, BeginsWithTheNameOfThisProgram) {
@@ -68,4 +68,4 @@ TEST_F(ProgramLineDeathTest, ProgramWithoutANameHasThatOfTheLibrary) {
 }
 
 }  // namespace
-}  // namespace wire
+}  // namespace sys

@@ -5,7 +5,7 @@
 #include <cerrno>
 #include <vector>
 
-namespace host {
+namespace sys {
 namespace {
 
 // Calls that end with these values of errno, 0 for success; how many were made.
@@ -46,4 +46,4 @@ TEST(ThroughSignals, RepeatsOnlyWhatASignalHasInterrupted) {
 }
 
 }  // namespace
-}  // namespace host
+}  // namespace sys

@@ -169,7 +169,7 @@ TEST(EventReader, MalformedEntriesAreRefusedButNotThoseBefore) {
       {"event shorter than its header", "01 00 00 00 00 00 00 13 00 00 00 '1234567890123456789'"},
       {"event of 4 GiB", "01 00 00 00 00 00 00 FF FF FF FF '12345678901234567890'"},
       {"name longer than a port's",
-       "01 00 00 00 00 40 00 '" + std::string(MaxNameBytes + 1, 'n') + "' 14 00 00 00 '12345678901234567890'"},
+       "01 00 00 00 00 40 00 '" + std::string(device::MaxNameBytes + 1, 'n') + "' 14 00 00 00 '12345678901234567890'"},
   };
   for (const Case& c : cases) {
     const auto bytes = bytesOf(LossSample + c.bytes + EntrySample);
@@ -182,7 +182,7 @@ TEST(EventReader, MalformedEntriesAreRefusedButNotThoseBefore) {
 }
 
 TEST(EventReader, TakesTheLongestName) {
-  const std::string name(MaxNameBytes, 'n');
+  const std::string name(device::MaxNameBytes, 'n');
   const auto event = sampleEvent();
   std::vector<std::uint8_t> out;
   appendEventEntry({1, name, event, 0}, out);

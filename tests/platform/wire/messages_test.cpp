@@ -46,7 +46,7 @@ std::vector<Sample> samples() {
        "03 02 01 00 00 00 F8 04 00 02 00 00 00 90 3C"},
       {"AskStats", AskStats{Session}, "E5 02 0B 01 0D 0C 0B 0A 88 77 66 55 44 33 22 11"},
       {"Welcome", Welcome{Session, 1024}, "E5 02 01 02 0D 0C 0B 0A 88 77 66 55 44 33 22 11 00 04 00 00"},
-      {"Result", Result{Status::Refused, 0x0102030405060708},
+      {"Result", Result{device::Status::Refused, 0x0102030405060708},
        "E5 02 02 02 0D 0C 0B 0A 05 00 00 00 08 07 06 05 04 03 02 01"},
       {"Topology",
        Topology{{{0x0102030405060708, 41, "Keys", numbered, std::nullopt}, {8, {}, "X", std::nullopt, listed}}},
@@ -188,10 +188,10 @@ TEST(Messages, WhatIsNoMessageIsRefused) {
 }
 
 TEST(Messages, LongestNameTravelsAndNoLonger) {
-  const auto bytes = encode(1, Hello{std::string(MaxNameBytes, 'n'), 2});
+  const auto bytes = encode(1, Hello{std::string(device::MaxNameBytes, 'n'), 2});
   const auto envelope = decode(bytes);
   ASSERT_TRUE(envelope);
-  EXPECT_EQ(std::get<Hello>(envelope->body).program, std::string(MaxNameBytes, 'n'));
+  EXPECT_EQ(std::get<Hello>(envelope->body).program, std::string(device::MaxNameBytes, 'n'));
 
   auto longer = bytes;
   ++longer[8];
@@ -200,10 +200,10 @@ TEST(Messages, LongestNameTravelsAndNoLonger) {
 }
 
 TEST(Messages, LongestMidiMessageTravelsAndNoLonger) {
-  const auto bytes = encode(1, Send{1, 2, 3, std::vector<std::uint8_t>(MaxMessageBytes, 0x41)});
+  const auto bytes = encode(1, Send{1, 2, 3, std::vector<std::uint8_t>(device::MaxMessageBytes, 0x41)});
   const auto envelope = decode(bytes);
   ASSERT_TRUE(envelope);
-  EXPECT_EQ(std::get<Send>(envelope->body).bytes.size(), MaxMessageBytes);
+  EXPECT_EQ(std::get<Send>(envelope->body).bytes.size(), device::MaxMessageBytes);
 
   auto longer = bytes;
   ++longer[22];

@@ -12,7 +12,7 @@
 #include "tests/platform/drivers/alsa/driver_run.h"
 #include "tests/platform/drivers/alsa/peer.h"
 
-namespace service::alsa {
+namespace drivers::alsa {
 
 class AlsaDriverTest : public ::testing::Test {
  protected:
@@ -21,9 +21,9 @@ class AlsaDriverTest : public ::testing::Test {
     run.emplace();
   }
 
-  Driver& driver() { return *run->driver; }
+  device::Driver& driver() { return *run->driver; }
 
-  std::string nameAt(PortId port) { return driver().topology().name(port); }
+  std::string nameAt(device::PortId port) { return driver().topology().name(port); }
 
   std::optional<std::string> originalOf(const std::string& name) {
     const auto port = driver().topology().port(name);
@@ -51,9 +51,9 @@ class AlsaDriverTest : public ::testing::Test {
 inline std::vector<std::uint8_t> exclusiveOf(std::size_t size, std::uint8_t seed = 1) {
   std::vector<std::uint8_t> bytes(size);
   for (std::size_t at = 0; at < size; ++at) bytes[at] = static_cast<std::uint8_t>((at * 7 + at / 251 + seed) % 128);
-  bytes.front() = SystemExclusive;
-  bytes.back() = EndOfExclusive;
+  bytes.front() = midi::SystemExclusive;
+  bytes.back() = midi::EndOfExclusive;
   return bytes;
 }
 
-}  // namespace service::alsa
+}  // namespace drivers::alsa

@@ -7,7 +7,7 @@
 #include "platform/drivers/alsa/alsa_driver.h"
 #include "tests/platform/drivers/alsa/alsa_driver_fixture.h"
 
-namespace service::alsa {
+namespace drivers::alsa {
 namespace {
 
 using ::testing::ElementsAre;
@@ -146,4 +146,4 @@ TEST_F(AlsaInput, LossInTheKernelIsAnnouncedForEachUsedSource) {
 }
 
 }  // namespace
-}  // namespace service::alsa
+}  // namespace drivers::alsa

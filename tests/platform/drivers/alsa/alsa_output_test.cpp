@@ -7,7 +7,7 @@
 #include "platform/drivers/alsa/alsa_driver.h"
 #include "tests/platform/drivers/alsa/alsa_driver_fixture.h"
 
-namespace service::alsa {
+namespace drivers::alsa {
 namespace {
 
 using ::testing::ElementsAre;
@@ -22,7 +22,7 @@ TEST_F(AlsaOutputTest, SendsToThatSinkOnly) {
   const Address out = peer.port("peer out", SourceCapabilities);
   const Address elsewhere = other.port("other in", SinkCapabilities);
   ASSERT_EQ(peer.subscribe({out, elsewhere}), 0);
-  const PortId sink = run->place("peer_in");
+  const device::PortId sink = run->place("peer_in");
   const std::vector<std::uint8_t> note{0x90, 60, 1};
   const std::vector<std::uint8_t> clock{0xF8};
   const auto exclusive = exclusiveOf(100'000);
@@ -52,8 +52,8 @@ TEST_F(AlsaOutputTest, SlowReceiverLosesNothingAndHoldsUpNobody) {
   Peer quick("quick");
   slow.port("slow in", SinkCapabilities);
   quick.port("quick in", SinkCapabilities);
-  const PortId slowSink = run->place("slow_in");
-  const PortId quickSink = run->place("quick_in");
+  const device::PortId slowSink = run->place("slow_in");
+  const device::PortId quickSink = run->place("quick_in");
   constexpr int Notes = 30'000;
   std::vector<std::uint8_t> expected;
   EXPECT_FALSE(driver().behind());
@@ -83,7 +83,7 @@ TEST_F(AlsaOutputTest, SlowReceiverBehindThePortThatPassesOnLosesNothing) {
   Peer slow("slow");
   const Address in = slow.port("slow in", SinkCapabilities);
   ASSERT_EQ(slow.subscribe({{14, 0}, in}), 0);
-  const PortId sink = run->place("Midi_Through_Port-0_in");
+  const device::PortId sink = run->place("Midi_Through_Port-0_in");
   const auto exclusive = exclusiveOf(20'000);
   driver().deliver(sink, {0, exclusive}, clockNow());
   std::vector<std::uint8_t> found;
@@ -100,7 +100,7 @@ TEST_F(AlsaOutputTest, SlowReceiverBehindThePortThatPassesOnLosesNothing) {
 TEST_F(AlsaOutputTest, WhatMidiHasNoFormForIsCountedAndNoted) {
   Peer peer("peer");
   const Address in = peer.port("peer in", SinkCapabilities);
-  const PortId sink = run->place("peer_in");
+  const device::PortId sink = run->place("peer_in");
   const std::vector<std::uint8_t> note{0x90, 60, 1};
   for (int sent = 0; sent < 3; ++sent) driver().deliver(sink, {16, note}, clockNow());
   driver().deliver(sink, {0, std::span(note).first(2)}, clockNow());
@@ -115,7 +115,7 @@ TEST_F(AlsaOutputTest, WhatMidiHasNoFormForIsCountedAndNoted) {
 TEST_F(AlsaOutputTest, WhatWaitsForAReceiverThatLeavesIsCountedAndNoted) {
   std::optional<Peer> peer("peer");
   const Address in = peer->port("peer in", SinkCapabilities);
-  const PortId sink = run->place("peer_in");
+  const device::PortId sink = run->place("peer_in");
   const std::vector<std::uint8_t> note{0x90, 60, 1};
   for (int sent = 0; sent < 1'200; ++sent) driver().deliver(sink, {0, note}, clockNow());
   peer.reset();
@@ -127,4 +127,4 @@ TEST_F(AlsaOutputTest, WhatWaitsForAReceiverThatLeavesIsCountedAndNoted) {
 }
 
 }  // namespace
-}  // namespace service::alsa
+}  // namespace drivers::alsa

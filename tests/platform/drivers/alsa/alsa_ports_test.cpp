@@ -7,7 +7,7 @@
 #include "platform/drivers/alsa/alsa_driver.h"
 #include "tests/platform/drivers/alsa/alsa_driver_fixture.h"
 
-namespace service::alsa {
+namespace drivers::alsa {
 namespace {
 
 using ::testing::Contains;
@@ -25,40 +25,40 @@ TEST_F(AlsaPorts, ListsThePortsThatOthersMayUse) {
   studio.port("studio closed", SND_SEQ_PORT_CAP_READ);
   studio.port("studio done", SinkCapabilities);
   run->place("studio_done");
-  const Topology& topology = driver().topology();
+  const device::Topology& topology = driver().topology();
   EXPECT_EQ(originalOf("studio_out"), toText(out) + " studio out");
-  EXPECT_EQ(run->place("studio_out").side, Side::Source);
-  EXPECT_EQ(run->place("studio:in").side, Side::Sink);
-  EXPECT_EQ(run->place("studio_two_ways_out").side, Side::Source);
-  EXPECT_EQ(run->place("studio_two_ways_in").side, Side::Sink);
-  const Group& group = *topology.find(run->place("studio_out").group);
+  EXPECT_EQ(run->place("studio_out").side, device::Side::Source);
+  EXPECT_EQ(run->place("studio:in").side, device::Side::Sink);
+  EXPECT_EQ(run->place("studio_two_ways_out").side, device::Side::Source);
+  EXPECT_EQ(run->place("studio_two_ways_in").side, device::Side::Sink);
+  const device::Group& group = *topology.find(run->place("studio_out").group);
   EXPECT_EQ(group.name, "studio");
   EXPECT_EQ(group.sources->count, 2);
   EXPECT_EQ(group.sinks->count, 3);
-  for (const Group& each : topology.groups()) {
+  for (const device::Group& each : topology.groups()) {
     EXPECT_NE(each.name, "System");
     EXPECT_THAT(each.name, ::testing::Not(HasSubstr("flowscope")));
   }
 }
 
 TEST_F(AlsaPorts, ListsThePortOfTheKernelThatPassesOn) {
-  const PortId source = run->place("Midi_Through_Port-0_out");
-  EXPECT_EQ(nameAt({source.group, 0, Side::Sink}), "Midi_Through_Port-0_in");
+  const device::PortId source = run->place("Midi_Through_Port-0_out");
+  EXPECT_EQ(nameAt({source.group, 0, device::Side::Sink}), "Midi_Through_Port-0_in");
   EXPECT_EQ(originalOf("Midi_Through_Port-0_in"), "14:0 Midi Through Port-0");
 }
 
 TEST_F(AlsaPorts, MakesAndEndsConnectionsThatOthersSee) {
   Peer peer("peer");
   const Subscription wanted{peer.port("peer out", SourceCapabilities), peer.port("peer in", SinkCapabilities)};
-  const Link link = run->link("peer_out", "peer_in");
-  EXPECT_EQ(driver().patch(false, link, clockNow()), wire::Status::NotFound);
-  EXPECT_EQ(driver().patch(true, link, clockNow()), wire::Status::Ok);
+  const device::Link link = run->link("peer_out", "peer_in");
+  EXPECT_EQ(driver().patch(false, link, clockNow()), device::Status::NotFound);
+  EXPECT_EQ(driver().patch(true, link, clockNow()), device::Status::Ok);
   EXPECT_THAT(run->links, ElementsAre("+peer_out>peer_in"));
   EXPECT_TRUE(peer.stands(wanted));
-  EXPECT_EQ(driver().patch(true, link, clockNow()), wire::Status::Ok);
-  EXPECT_EQ(driver().patch(false, link, clockNow()), wire::Status::Ok);
+  EXPECT_EQ(driver().patch(true, link, clockNow()), device::Status::Ok);
+  EXPECT_EQ(driver().patch(false, link, clockNow()), device::Status::Ok);
   EXPECT_FALSE(peer.stands(wanted));
-  EXPECT_EQ(driver().patch(true, link, clockNow()), wire::Status::Ok);
+  EXPECT_EQ(driver().patch(true, link, clockNow()), device::Status::Ok);
   // The announcements of all that come now, and change nothing.
   peer.port("peer done", SinkCapabilities);
   run->place("peer_done");
@@ -69,7 +69,7 @@ TEST_F(AlsaPorts, TellsOfTheConnectionsOfOthers) {
   Peer peer("peer");
   Peer third("third");
   const Subscription wanted{peer.port("peer out", SourceCapabilities), peer.port("peer in", SinkCapabilities)};
-  const Link link = run->link("peer_out", "peer_in");
+  const device::Link link = run->link("peer_out", "peer_in");
   ASSERT_EQ(third.subscribe(wanted), 0);
   ASSERT_TRUE(run->until([&] { return !run->links.empty(); }));
   EXPECT_THAT(run->links, ElementsAre("+peer_out>peer_in"));
@@ -79,9 +79,9 @@ TEST_F(AlsaPorts, TellsOfTheConnectionsOfOthers) {
   ASSERT_TRUE(run->until([&] { return run->links.size() == 2; }));
   EXPECT_EQ(run->links.back(), "-peer_out>peer_in");
   // Ended by others before we look: what we have told is put right at once.
-  ASSERT_EQ(driver().patch(true, link, clockNow()), wire::Status::Ok);
+  ASSERT_EQ(driver().patch(true, link, clockNow()), device::Status::Ok);
   ASSERT_EQ(third.unsubscribe(wanted), 0);
-  EXPECT_EQ(driver().patch(false, link, clockNow()), wire::Status::Ok);
+  EXPECT_EQ(driver().patch(false, link, clockNow()), device::Status::Ok);
   EXPECT_EQ(run->links.back(), "-peer_out>peer_in");
 }
 
@@ -89,7 +89,7 @@ TEST_F(AlsaPorts, TapsAndPlacesComeBackWithTheirClient) {
   std::optional<Peer> peer("peer");
   peer->port("peer out", SourceCapabilities);
   use("peer_out");
-  const PortId place = run->place("peer_out");
+  const device::PortId place = run->place("peer_out");
   peer.reset();
   ASSERT_TRUE(run->until([&] { return !driver().topology().exists(place); }));
   EXPECT_THAT(run->notes, ElementsAre("client \"peer\" has gone"));
@@ -126,4 +126,4 @@ TEST(AlsaWithoutASequencer, SaysSoInOneLineAndNothingElse) {
 }
 
 }  // namespace
-}  // namespace service::alsa
+}  // namespace drivers::alsa

@@ -14,28 +14,28 @@
 #include "platform/device/driver.h"
 #include "platform/drivers/alsa/alsa_driver.h"
 
-namespace service::alsa {
+namespace drivers::alsa {
 
-inline Time clockNow() { return std::chrono::steady_clock::now().time_since_epoch(); }
+inline device::Time clockNow() { return std::chrono::steady_clock::now().time_since_epoch(); }
 
-class DriverRun : public DriverEvents {
+class DriverRun : public device::DriverEvents {
  public:
   DriverRun() {
     auto opened = openAlsa();
     if (auto* problem = std::get_if<std::string>(&opened)) throw std::runtime_error(*problem);
-    driver = std::move(std::get<std::unique_ptr<Driver>>(opened));
+    driver = std::move(std::get<std::unique_ptr<device::Driver>>(opened));
     driver->start(*this, clockNow());
   }
 
   // Serves the driver like the service until it is so; false when that does not come.
   bool until(const std::function<bool()>& reached) {
-    const Time end = clockNow() + std::chrono::seconds(30);
+    const device::Time end = clockNow() + std::chrono::seconds(30);
     while (!reached()) {
-      const Time now = clockNow();
+      const device::Time now = clockNow();
       if (now > end) return false;
       const auto next = driver->advance(now);
       if (reached()) break;
-      Time wait = std::chrono::milliseconds(20);
+      device::Time wait = std::chrono::milliseconds(20);
       if (next) wait = std::min(wait, *next - now);
       pollfd polled{driver->descriptor(), POLLIN, 0};
       const auto milliseconds = std::chrono::ceil<std::chrono::milliseconds>(wait).count();
@@ -45,29 +45,29 @@ class DriverRun : public DriverEvents {
   }
 
   // The port of this name; waits for it.
-  PortId place(const std::string& name) {
+  device::PortId place(const std::string& name) {
     EXPECT_TRUE(until([&] { return driver->topology().port(name).has_value(); })) << name;
-    return driver->topology().port(name).value_or(PortId{});
+    return driver->topology().port(name).value_or(device::PortId{});
   }
 
-  Link link(const std::string& source, const std::string& sink) {
-    const PortId from = place(source);
-    const PortId to = place(sink);
+  device::Link link(const std::string& source, const std::string& sink) {
+    const device::PortId from = place(source);
+    const device::PortId to = place(sink);
     return {from.group, from.index, to.group, to.index};
   }
 
-  std::string text(const Link& link) const {
+  std::string text(const device::Link& link) const {
     return driver->topology().name(link.source()) + ">" + driver->topology().name(link.sink());
   }
 
-  void emitted(PortId source, const Message& message, Time /*now*/) override {
+  void emitted(device::PortId source, const device::Message& message, device::Time /*now*/) override {
     messages.push_back({source, message.group, {message.bytes.begin(), message.bytes.end()}});
     ++seen;
   }
-  void linked(const Link& link, Time /*now*/) override { links.push_back("+" + text(link)); }
-  void unlinked(const Link& link, Time /*now*/) override { links.push_back("-" + text(link)); }
-  void topologyChanged(Time /*now*/) override { changedAfter.push_back(messages.size()); }
-  void lost(PortId /*source*/, std::uint64_t count, Time /*now*/) override {
+  void linked(const device::Link& link, device::Time /*now*/) override { links.push_back("+" + text(link)); }
+  void unlinked(const device::Link& link, device::Time /*now*/) override { links.push_back("-" + text(link)); }
+  void topologyChanged(device::Time /*now*/) override { changedAfter.push_back(messages.size()); }
+  void lost(device::PortId /*source*/, std::uint64_t count, device::Time /*now*/) override {
     known += count;
     if (count == 0) ++unknown;
   }
@@ -75,12 +75,12 @@ class DriverRun : public DriverEvents {
   void warned(std::string_view line) override { notes.emplace_back(line); }
 
   struct Told {
-    PortId source;
+    device::PortId source;
     std::uint16_t group = 0;
     std::vector<std::uint8_t> bytes;
   };
 
-  std::unique_ptr<Driver> driver;
+  std::unique_ptr<device::Driver> driver;
   std::vector<Told> messages;
   std::vector<std::string> links;
   std::vector<std::size_t> changedAfter;  // how many messages had come before each change of the topology
@@ -90,4 +90,4 @@ class DriverRun : public DriverEvents {
   int unknown = 0;          // losses whose number the kernel has not said
 };
 
-}  // namespace service::alsa
+}  // namespace drivers::alsa

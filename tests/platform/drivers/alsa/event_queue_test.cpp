@@ -4,7 +4,7 @@
 
 #include <string>
 
-namespace service::alsa {
+namespace drivers::alsa {
 namespace {
 
 constexpr std::size_t Room = 3 * sizeof(QueuedEvent);
@@ -122,4 +122,4 @@ TEST(EventQueue, OverflowsStandWhereTheyHappened) {
 }
 
 }  // namespace
-}  // namespace service::alsa
+}  // namespace drivers::alsa

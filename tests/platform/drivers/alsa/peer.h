@@ -13,7 +13,7 @@
 #include "platform/drivers/alsa/address.h"
 #include "platform/midi/midi_bytes.h"
 
-namespace service::alsa {
+namespace drivers::alsa {
 
 inline constexpr unsigned SourceCapabilities = SND_SEQ_PORT_CAP_READ | SND_SEQ_PORT_CAP_SUBS_READ;
 inline constexpr unsigned SinkCapabilities = SND_SEQ_PORT_CAP_WRITE | SND_SEQ_PORT_CAP_SUBS_WRITE;
@@ -120,4 +120,4 @@ class Peer {
   std::uint8_t client_ = 0;
 };
 
-}  // namespace service::alsa
+}  // namespace drivers::alsa

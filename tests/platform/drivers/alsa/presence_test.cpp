@@ -4,7 +4,7 @@
 #include "platform/drivers/alsa/presence.h"
 #include "platform/drivers/alsa/sequencer_view.h"
 
-namespace service::alsa {
+namespace drivers::alsa {
 namespace {
 
 using ::testing::ElementsAre;
@@ -33,4 +33,4 @@ TEST(NameOfPort, HasTheClientInIt) {
 }
 
 }  // namespace
-}  // namespace service::alsa
+}  // namespace drivers::alsa

@@ -2,7 +2,7 @@
 
 #include <gtest/gtest.h>
 
-namespace service::alsa {
+namespace drivers::alsa {
 namespace {
 
 constexpr const char* Hardware = R"(USB MIDI
@@ -84,4 +84,4 @@ TEST(RawMidiRoom, PlacesAreFound) {
 }
 
 }  // namespace
-}  // namespace service::alsa
+}  // namespace drivers::alsa

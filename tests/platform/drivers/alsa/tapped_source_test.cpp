@@ -6,7 +6,7 @@
 
 #include "tests/platform/midi/smf_maker.h"
 
-namespace service::alsa {
+namespace drivers::alsa {
 namespace {
 
 class TappedSourceTest : public ::testing::Test {
@@ -14,7 +14,7 @@ class TappedSourceTest : public ::testing::Test {
   void exclusive(const char* bytes) {
     QueuedEvent event;
     event.event.type = SND_SEQ_EVENT_SYSEX;
-    event.data = fromHex(bytes);
+    event.data = midi::fromHex(bytes);
     read(event);
   }
   void note(std::uint8_t channel) {
@@ -24,8 +24,8 @@ class TappedSourceTest : public ::testing::Test {
     read(event);
   }
   void read(const QueuedEvent& event) {
-    source_.read(event, decoder_, [&](const Message& message) {
-      told_ += std::to_string(message.group) + ":" + toHex({message.bytes.begin(), message.bytes.end()}) + "; ";
+    source_.read(event, decoder_, [&](const device::Message& message) {
+      told_ += std::to_string(message.group) + ":" + midi::toHex({message.bytes.begin(), message.bytes.end()}) + "; ";
     });
   }
 
@@ -81,4 +81,4 @@ TEST_F(TappedSourceTest, EventsWithoutMidiAreNothing) {
 }
 
 }  // namespace
-}  // namespace service::alsa
+}  // namespace drivers::alsa

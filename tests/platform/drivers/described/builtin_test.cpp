@@ -7,15 +7,15 @@
 
 #include "tests/platform/drivers/described/device_recorder.h"
 
-namespace service {
+namespace drivers {
 namespace {
 
 using namespace std::chrono_literals;
 
-constexpr PortId SequencerOut1{2, 0, Side::Source};
-constexpr PortId ClockOut1{7, 0, Side::Source};
+constexpr device::PortId SequencerOut1{2, 0, device::Side::Source};
+constexpr device::PortId ClockOut1{7, 0, device::Side::Source};
 
-std::vector<Emitted> from(const DeviceRecorder& recorder, PortId source) {
+std::vector<Emitted> from(const DeviceRecorder& recorder, device::PortId source) {
   std::vector<Emitted> result;
   std::copy_if(recorder.all.begin(), recorder.all.end(), std::back_inserter(result),
                [source](const Emitted& one) { return one.source == source; });
@@ -47,7 +47,7 @@ TEST(BuiltinDevice, HasItsGroups) {
 TEST(BuiltinDevice, HasItsConnectionsInOrder) {
   const auto driver = makeBuiltinDriver();
   std::vector<std::string> links;
-  for (const Link& link : driver->initialLinks()) {
+  for (const device::Link& link : driver->initialLinks()) {
     EXPECT_TRUE(driver->topology().exists(link.source()));
     EXPECT_TRUE(driver->topology().exists(link.sink()));
     links.push_back(driver->topology().name(link.source()) + " " + driver->topology().name(link.sink()));
@@ -62,7 +62,7 @@ TEST(BuiltinDevice, IsSilentUntilItsSourcesAreUsed) {
   DeviceRecorder recorder;
   driver->start(recorder, 0s);
   EXPECT_EQ(driver->advance(0s), std::nullopt);
-  for (std::uint16_t index = 1; index < 4; ++index) driver->setUsed({2, index, Side::Source}, true, 0s);
+  for (std::uint16_t index = 1; index < 4; ++index) driver->setUsed({2, index, device::Side::Source}, true, 0s);
   driver->setUsed(SequencerOut1, false, 0s);
   EXPECT_EQ(driver->advance(1h), std::nullopt);
   EXPECT_TRUE(recorder.all.empty());
@@ -126,14 +126,14 @@ TEST(BuiltinDevice, ThrusPassWhatEntersThem) {
   const auto driver = makeBuiltinDriver();
   DeviceRecorder recorder;
   driver->start(recorder, 0s);
-  const ByteVector note = fromHex("91 3C 40");
+  const midi::ByteVector note = midi::fromHex("91 3C 40");
   for (std::uint16_t group = 0; group < 9; ++group) {
-    const PortId sink{group, 0, Side::Sink};
+    const device::PortId sink{group, 0, device::Side::Sink};
     if (driver->topology().exists(sink)) driver->deliver(sink, {0x0102, note}, 5s);
   }
-  EXPECT_THAT(recorder.all, testing::ElementsAre(Emitted{{3, 0, Side::Source}, 5s, 0x0102, "91 3C 40"},
-                                                 Emitted{{8, 0, Side::Source}, 5s, 0x0102, "91 3C 40"}));
+  EXPECT_THAT(recorder.all, testing::ElementsAre(Emitted{{3, 0, device::Side::Source}, 5s, 0x0102, "91 3C 40"},
+                                                 Emitted{{8, 0, device::Side::Source}, 5s, 0x0102, "91 3C 40"}));
 }
 
 }  // namespace
-}  // namespace service
+}  // namespace drivers

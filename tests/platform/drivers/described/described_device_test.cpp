@@ -5,7 +5,7 @@
 
 #include "tests/platform/drivers/described/device_recorder.h"
 
-namespace service {
+namespace drivers {
 namespace {
 
 using namespace std::chrono_literals;
@@ -13,54 +13,55 @@ using testing::ElementsAre;
 
 TEST(DeviceDriver, AThruJoinsEqualIndexesOnly) {
   DeviceDescription device;
-  device.groups = {numberedGroup(9, "T", 2, 3), numberedGroup(10, "U", 2, 2)};
+  device.groups = {device::numberedGroup(9, "T", 2, 3), device::numberedGroup(10, "U", 2, 2)};
   device.thrus = {9};
   const auto driver = makeDeviceDriver(std::move(device));
   DeviceRecorder recorder;
   driver->start(recorder, 0s);
-  const ByteVector bytes = fromHex("F0 01 F7");
-  for (const PortId sink : {PortId{9, 1, Side::Sink}, PortId{9, 2, Side::Sink}, PortId{10, 0, Side::Sink}}) {
+  const midi::ByteVector bytes = midi::fromHex("F0 01 F7");
+  for (const device::PortId sink : {device::PortId{9, 1, device::Side::Sink}, device::PortId{9, 2, device::Side::Sink},
+                                    device::PortId{10, 0, device::Side::Sink}}) {
     driver->deliver(sink, {3, bytes}, 1s);
   }
-  EXPECT_THAT(recorder.all, ElementsAre(Emitted{{9, 1, Side::Source}, 1s, 3, "F0 01 F7"}));
+  EXPECT_THAT(recorder.all, ElementsAre(Emitted{{9, 1, device::Side::Source}, 1s, 3, "F0 01 F7"}));
 }
 
 TEST(DeviceDriver, PlayersStartWithTheFirstUseOfTheirSource) {
   DeviceDescription device;
-  device.groups = {numberedGroup(0, "A", 2, std::nullopt)};
-  const Score score{{{100ms, 5, fromHex("90 01 01")}}, 1s};
-  device.scores.push_back({{0, 0, Side::Source}, ScorePlayback{score, false, 1}});
-  device.scores.push_back({{0, 1, Side::Source}, ScorePlayback{score, false, 1}});
+  device.groups = {device::numberedGroup(0, "A", 2, std::nullopt)};
+  const midi::Score score{{{100ms, 5, midi::fromHex("90 01 01")}}, 1s};
+  device.scores.push_back({{0, 0, device::Side::Source}, midi::ScorePlayback{score, false, 1}});
+  device.scores.push_back({{0, 1, device::Side::Source}, midi::ScorePlayback{score, false, 1}});
   const auto driver = makeDeviceDriver(std::move(device));
   DeviceRecorder recorder;
   driver->start(recorder, 0s);
-  driver->setUsed({0, 1, Side::Source}, true, 10s);
+  driver->setUsed({0, 1, device::Side::Source}, true, 10s);
   EXPECT_EQ(driver->advance(10s), 10s + 100ms);
-  driver->setUsed({0, 1, Side::Source}, false, 10s);
-  driver->setUsed({0, 1, Side::Source}, true, 10s + 50ms);
+  driver->setUsed({0, 1, device::Side::Source}, false, 10s);
+  driver->setUsed({0, 1, device::Side::Source}, true, 10s + 50ms);
   EXPECT_EQ(driver->advance(10s + 100ms), std::nullopt);
-  driver->setUsed({0, 0, Side::Source}, true, 20s);
+  driver->setUsed({0, 0, device::Side::Source}, true, 20s);
   EXPECT_EQ(driver->advance(20s + 100ms), std::nullopt);
-  EXPECT_THAT(recorder.all, ElementsAre(Emitted{{0, 1, Side::Source}, 10s + 100ms, 5, "90 01 01"},
-                                        Emitted{{0, 0, Side::Source}, 20s + 100ms, 5, "90 01 01"}));
+  EXPECT_THAT(recorder.all, ElementsAre(Emitted{{0, 1, device::Side::Source}, 10s + 100ms, 5, "90 01 01"},
+                                        Emitted{{0, 0, device::Side::Source}, 20s + 100ms, 5, "90 01 01"}));
 }
 
 TEST(DeviceDriver, AFloodComesInPiecesAndComplete) {
   DeviceDescription device;
-  device.groups = {numberedGroup(0, "A", 2, std::nullopt)};
-  Score score;
+  device.groups = {device::numberedGroup(0, "A", 2, std::nullopt)};
+  midi::Score score;
   for (unsigned number = 0; number < 20'000; ++number) {
     score.events.push_back(
         {0ms, 0, {0xE0, static_cast<std::uint8_t>(number & 0x7FU), static_cast<std::uint8_t>(number >> 7U & 0x7FU)}});
   }
   const auto expected = score.events;
-  device.scores.push_back({{0, 0, Side::Source}, ScorePlayback{std::move(score), false, 0}});
-  device.clocks.push_back({{0, 1, Side::Source}, ClockPlayback{120}});
+  device.scores.push_back({{0, 0, device::Side::Source}, midi::ScorePlayback{std::move(score), false, 0}});
+  device.clocks.push_back({{0, 1, device::Side::Source}, midi::ClockPlayback{120}});
   const auto driver = makeDeviceDriver(std::move(device));
   DeviceRecorder recorder;
   driver->start(recorder, 0s);
-  driver->setUsed({0, 0, Side::Source}, true, 1s);
-  driver->setUsed({0, 1, Side::Source}, true, 1s);
+  driver->setUsed({0, 0, device::Side::Source}, true, 1s);
+  driver->setUsed({0, 1, device::Side::Source}, true, 1s);
   EXPECT_LE(*driver->advance(1s), 1s);
   EXPECT_LE(recorder.all.size(), 1000U);
   // The clock is not kept waiting by the flood.
@@ -72,8 +73,8 @@ TEST(DeviceDriver, AFloodComesInPiecesAndComplete) {
     if (one.source.index == 0) flood.push_back(one.bytes);
   }
   ASSERT_EQ(flood.size(), expected.size());
-  for (std::size_t at = 0; at < flood.size(); ++at) ASSERT_EQ(flood[at], toHex(expected[at].bytes)) << at;
+  for (std::size_t at = 0; at < flood.size(); ++at) ASSERT_EQ(flood[at], midi::toHex(expected[at].bytes)) << at;
 }
 
 }  // namespace
-}  // namespace service
+}  // namespace drivers

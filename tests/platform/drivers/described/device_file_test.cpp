@@ -7,7 +7,7 @@
 
 #include "tests/platform/drivers/described/device_recorder.h"
 
-namespace service {
+namespace drivers {
 namespace {
 
 using namespace std::chrono_literals;
@@ -17,8 +17,9 @@ class DeviceFile : public testing::Test {
  protected:
   DeviceFile() : folder_(testing::TempDir() + "device_file_test_" + name()) {
     std::filesystem::create_directories(folder_ + "/songs");
-    writeFile(folder_ + "/songs/song.mid", smf("0000 0001 0060", {"00 92 3C 40  60 82 3C 00  60 FF 2F 00"}));
-    writeFile(folder_ + "/songs/bad.mid", smf("0000 0001 0060", {"00 92"}));
+    midi::writeFile(folder_ + "/songs/song.mid",
+                    midi::smf("0000 0001 0060", {"00 92 3C 40  60 82 3C 00  60 FF 2F 00"}));
+    midi::writeFile(folder_ + "/songs/bad.mid", midi::smf("0000 0001 0060", {"00 92"}));
   }
   ~DeviceFile() override { std::filesystem::remove_all(folder_); }
 
@@ -26,7 +27,7 @@ class DeviceFile : public testing::Test {
 
   // The path of a device file with this text.
   std::string device(std::string_view text) const {
-    writeFile(folder_ + "/device.toml", text);
+    midi::writeFile(folder_ + "/device.toml", text);
     return folder_ + "/device.toml";
   }
 
@@ -45,12 +46,12 @@ TEST_F(DeviceFile, PlaysTheFileBesideIt) {
   const auto loaded = loadDeviceFile(device(std::string(Synth) +
                                             "[[connection]]\nsource = 'SynthOut2'\nsink = 'SynthIn1'\n"
                                             "[[player]]\nsource = 'SynthOut1'\nfile = 'songs/song.mid'\nspeed = 2\n"));
-  ASSERT_TRUE(std::holds_alternative<std::unique_ptr<Driver>>(loaded)) << std::get<std::string>(loaded);
-  Driver& driver = *std::get<std::unique_ptr<Driver>>(loaded);
-  EXPECT_THAT(driver.initialLinks(), ElementsAre(Link{4, 1, 4, 0}));
+  ASSERT_TRUE(std::holds_alternative<std::unique_ptr<device::Driver>>(loaded)) << std::get<std::string>(loaded);
+  device::Driver& driver = *std::get<std::unique_ptr<device::Driver>>(loaded);
+  EXPECT_THAT(driver.initialLinks(), ElementsAre(device::Link{4, 1, 4, 0}));
   DeviceRecorder recorder;
   driver.start(recorder, 0s);
-  constexpr PortId Out1{4, 0, Side::Source};
+  constexpr device::PortId Out1{4, 0, device::Side::Source};
   driver.setUsed(Out1, true, 1s);
   run(driver, 1s, 1s + 600ms);
   EXPECT_THAT(recorder.all, ElementsAre(Emitted{Out1, 1s, 2, "90 3C 40"}, Emitted{Out1, 1250ms, 2, "80 3C 00"},
@@ -88,7 +89,7 @@ TEST_F(DeviceFile, AFileThatCannotBeReadSaysSo) {
   EXPECT_EQ(causeOf(folder_ + "/none.toml"), folder_ + "/none.toml: No such file or directory");
   EXPECT_EQ(causeOf(folder_), folder_ + ": not a regular file");
   EXPECT_EQ(causeOf("/dev/zero"), "/dev/zero: not a regular file");
-  writeFile(folder_ + "/huge.toml", "");
+  midi::writeFile(folder_ + "/huge.toml", "");
   std::filesystem::resize_file(folder_ + "/huge.toml", (16U << 20U) + 1);
   EXPECT_EQ(causeOf(folder_ + "/huge.toml"), folder_ + "/huge.toml: larger than 16777216 bytes");
 }
@@ -96,7 +97,7 @@ TEST_F(DeviceFile, AFileThatCannotBeReadSaysSo) {
 TEST_F(DeviceFile, ErrorsArePrintableWhateverTheFileIsCalled) {
   const std::string path = folder_ + "/a\x1b[31m\nb.toml";
   EXPECT_EQ(causeOf(path), folder_ + "/a\\x1B[31m\\x0Ab.toml: No such file or directory");
-  writeFile(path, "port = 1\n");
+  midi::writeFile(path, "port = 1\n");
   EXPECT_EQ(causeOf(path), folder_ + "/a\\x1B[31m\\x0Ab.toml:1: a device file has no key 'port'");
 }
 
@@ -105,4 +106,4 @@ TEST_F(DeviceFile, AFileInTheCurrentFolderNeedsNoFolder) {
 }
 
 }  // namespace
-}  // namespace service
+}  // namespace drivers

@@ -3,7 +3,7 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
-namespace service {
+namespace drivers {
 namespace {
 
 using testing::ElementsAre;
@@ -68,13 +68,13 @@ speed = 2.5
   EXPECT_EQ(device.groups[1].sinks->count, 65535);
   EXPECT_EQ(device.groups[2].name, "Box_2");
   EXPECT_THAT(device.thrus, ElementsAre(0));
-  EXPECT_THAT(device.links, ElementsAre(Link{3, 1, 65535, 65534}, Link{0, 0, 3, 0}));
+  EXPECT_THAT(device.links, ElementsAre(device::Link{3, 1, 65535, 65534}, device::Link{0, 0, 3, 0}));
 
   ASSERT_EQ(device.clocks.size(), 1U);
-  EXPECT_EQ(device.clocks[0].source, (PortId{0, 2, Side::Source}));
+  EXPECT_EQ(device.clocks[0].source, (device::PortId{0, 2, device::Side::Source}));
   EXPECT_EQ(device.clocks[0].playback.beatsPerMinute, 97.5);
   ASSERT_EQ(filePlayers.size(), 3U);
-  EXPECT_EQ(filePlayers[0].source, (PortId{3, 0, Side::Source}));
+  EXPECT_EQ(filePlayers[0].source, (device::PortId{3, 0, device::Side::Source}));
   EXPECT_EQ(filePlayers[0].file, "songs/one.mid");
   EXPECT_TRUE(filePlayers[0].loop);
   EXPECT_EQ(filePlayers[0].speed, 1);
@@ -86,7 +86,7 @@ speed = 2.5
 
 TEST(DeviceParser, ASideThatIsNotGivenIsNotThere) {
   const auto result = parseDevice("[[group]]\nid = 1\nname = 'A'\nsinks = 0\n");
-  const Group& group = std::get<ParsedDevice>(result).device.groups.at(0);
+  const device::Group& group = std::get<ParsedDevice>(result).device.groups.at(0);
   EXPECT_FALSE(group.sources);
   ASSERT_TRUE(group.sinks);
   EXPECT_EQ(group.sinks->count, 0);
@@ -99,7 +99,7 @@ TEST(DeviceParser, AnEmptyFileIsADeviceWithoutGroups) {
 
 TEST(DeviceParser, ALongGroupNameLeavesRoomForItsPorts) {
   const auto result = parseDevice("[[group]]\nid = 1\nname = '" + std::string(100, 'x') + "'\nsources = 65535\n");
-  const Group& group = std::get<ParsedDevice>(result).device.groups.at(0);
+  const device::Group& group = std::get<ParsedDevice>(result).device.groups.at(0);
   EXPECT_EQ(group.name, std::string(55, 'x'));
   EXPECT_EQ(group.sources->nameOf(65534).size(), 63U);
 }
@@ -209,4 +209,4 @@ TEST(DeviceParser, EveryErrorHasItsLineAndCause) {
 }
 
 }  // namespace
-}  // namespace service
+}  // namespace drivers

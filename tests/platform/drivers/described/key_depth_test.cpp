@@ -4,7 +4,7 @@
 
 #include <string>
 
-namespace service {
+namespace drivers {
 namespace {
 
 // A key with so many parts.
@@ -55,4 +55,4 @@ TEST(KeyDepth, TellsTheLineOfTheFirstDeepKey) {
 }
 
 }  // namespace
-}  // namespace service
+}  // namespace drivers

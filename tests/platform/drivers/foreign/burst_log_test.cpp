@@ -6,7 +6,7 @@
 #include <chrono>
 #include <vector>
 
-namespace service {
+namespace drivers {
 namespace {
 
 using namespace std::chrono_literals;
@@ -15,7 +15,7 @@ using testing::IsEmpty;
 
 class BurstLogTest : public testing::Test {
  protected:
-  std::optional<Time> advance(Time now) {
+  std::optional<device::Time> advance(device::Time now) {
     lines.clear();
     return log.advance(now, [this](std::string_view line) { lines.emplace_back(line); });
   }
@@ -29,9 +29,9 @@ TEST_F(BurstLogTest, MakesOneLineOfWhatHappensWithinASecond) {
   log.add(1, "message", "a", 10s);
   log.add(2, "message", "a", 10500ms);
   log.add(1, "period", "a", 10600ms);
-  EXPECT_EQ(advance(10999ms), Time(11s));
+  EXPECT_EQ(advance(10999ms), device::Time(11s));
   EXPECT_THAT(lines, IsEmpty());
-  EXPECT_EQ(advance(11s), Time(11600ms));
+  EXPECT_EQ(advance(11s), device::Time(11600ms));
   EXPECT_THAT(lines, ElementsAre("3 messages a"));
   EXPECT_EQ(advance(12s), std::nullopt);
   EXPECT_THAT(lines, ElementsAre("1 period a"));
@@ -41,7 +41,7 @@ TEST_F(BurstLogTest, BeginsAnewAfterALine) {
   log.add(1, "message", "a", 10s);
   advance(11s);
   log.add(1, "message", "a", 20s);
-  EXPECT_EQ(advance(20s), Time(21s));
+  EXPECT_EQ(advance(20s), device::Time(21s));
   advance(30s);
   EXPECT_THAT(lines, ElementsAre("1 message a"));
 }
@@ -53,12 +53,12 @@ TEST_F(BurstLogTest, KeepsItsDistanceAndLosesNothing) {
   log.add(2, "period", "a", 12s, 10s);
   log.add(3, "period", "a", 20900ms, 10s);
   log.add(1, "period", "b", 20s);
-  EXPECT_EQ(advance(20999ms), Time(21s));
+  EXPECT_EQ(advance(20999ms), device::Time(21s));
   EXPECT_THAT(lines, IsEmpty());
   advance(21s);
   EXPECT_THAT(lines, ElementsAre("5 periods a", "1 period b"));
   log.add(1, "period", "a", 30999ms, 10s);
-  EXPECT_EQ(advance(31s), Time(31999ms)) << "a burst is waited for all the same";
+  EXPECT_EQ(advance(31s), device::Time(31999ms)) << "a burst is waited for all the same";
   log.add(1, "period", "a", 60s, 10s);
   EXPECT_EQ(advance(60s), std::nullopt) << "the line is due";
   EXPECT_THAT(lines, ElementsAre("2 periods a"));
@@ -87,4 +87,4 @@ TEST_F(BurstLogTest, NamesThePortThatMissesMessages) {
 }
 
 }  // namespace
-}  // namespace service
+}  // namespace drivers

@@ -5,7 +5,7 @@
 
 #include <string>
 
-namespace service {
+namespace drivers {
 namespace {
 
 using testing::ElementsAre;
@@ -15,8 +15,8 @@ ForeignPort source(std::uint64_t key, const std::string& name) { return {key, na
 ForeignPort sink(std::uint64_t key, const std::string& name) { return {key, name, name, false, true}; }
 ForeignPort both(std::uint64_t key, const std::string& name) { return {key, name, name, true, true}; }
 
-PortId out(std::uint64_t group, std::uint16_t index) { return {group, index, Side::Source}; }
-PortId in(std::uint64_t group, std::uint16_t index) { return {group, index, Side::Sink}; }
+device::PortId out(std::uint64_t group, std::uint16_t index) { return {group, index, device::Side::Source}; }
+device::PortId in(std::uint64_t group, std::uint16_t index) { return {group, index, device::Side::Sink}; }
 
 TEST(PortBook, ClientsAreGroupsInTheOrderOfAppearance) {
   PortBook book;
@@ -32,8 +32,8 @@ TEST(PortBook, ClientsAreGroupsInTheOrderOfAppearance) {
   EXPECT_EQ(groups[2].name, "First");
   EXPECT_EQ(groups[2].handle, 2U);
   EXPECT_FALSE(groups[1].sinks) << "a side without ports is not there";
-  EXPECT_EQ(book.place(2, Side::Sink), in(0, 0));
-  EXPECT_EQ(book.place(2, Side::Source), std::nullopt);
+  EXPECT_EQ(book.place(2, device::Side::Sink), in(0, 0));
+  EXPECT_EQ(book.place(2, device::Side::Source), std::nullopt);
   EXPECT_EQ(book.key(out(1, 0)), 3U);
   EXPECT_EQ(book.key(out(9, 0)), std::nullopt);
   EXPECT_EQ(book.key(out(1, 9)), std::nullopt);
@@ -68,12 +68,12 @@ TEST(PortBook, EqualNamesAreMadeToDiffer) {
 
 TEST(PortBook, LongNamesThatDifferOnlyBehindTheCutDiffer) {
   PortBook book;
-  const std::string front(MaxNameBytes, 'x');
+  const std::string front(device::MaxNameBytes, 'x');
   book.update(
       Clients{{1, front + "1", {both(1, front + "a"), both(2, front + "b")}}, {2, front + "2", {sink(3, front)}}});
   std::vector<std::string> names;
-  for (const Group& group : book.topology().groups()) {
-    EXPECT_LE(group.name.size(), MaxGroupNameBytes);
+  for (const device::Group& group : book.topology().groups()) {
+    EXPECT_LE(group.name.size(), device::MaxGroupNameBytes);
     names.push_back(group.name);
     for (const auto* side : {&group.sources, &group.sinks}) {
       if (*side) names.insert(names.end(), (*side)->names.begin(), (*side)->names.end());
@@ -81,7 +81,7 @@ TEST(PortBook, LongNamesThatDifferOnlyBehindTheCutDiffer) {
   }
   EXPECT_EQ(names.size(), 7U);
   for (std::size_t one = 0; one < names.size(); ++one) {
-    EXPECT_LE(names[one].size(), MaxNameBytes);
+    EXPECT_LE(names[one].size(), device::MaxNameBytes);
     for (std::size_t other = 0; other < one; ++other) EXPECT_NE(names[one], names[other]);
   }
 }
@@ -95,11 +95,11 @@ TEST(PortBook, ClientThatGoesKeepsItsPlaceAndReturnsToIt) {
   EXPECT_EQ(book.topology().port("a:y"), std::nullopt);
   EXPECT_EQ(book.topology().place("a:y"), out(0, 1));
   EXPECT_EQ(book.key(out(0, 1)), std::nullopt);
-  EXPECT_EQ(book.place(2, Side::Source), std::nullopt);
+  EXPECT_EQ(book.place(2, device::Side::Source), std::nullopt);
   // Under other keys, its ports in another order, and one more.
   EXPECT_TRUE(book.update(Clients{{9, "a", {source(8, "a:y"), source(7, "a:z")}}, {2, "b", {sink(3, "b:in")}}}));
-  EXPECT_EQ(book.place(8, Side::Source), out(0, 1));
-  EXPECT_EQ(book.place(7, Side::Source), out(0, 2));
+  EXPECT_EQ(book.place(8, device::Side::Source), out(0, 1));
+  EXPECT_EQ(book.place(7, device::Side::Source), out(0, 2));
   EXPECT_FALSE(book.topology().exists(out(0, 0)));
   EXPECT_EQ(book.topology().groups().size(), 2U);
 }
@@ -109,14 +109,14 @@ TEST(PortBook, NumberTakenByAnotherClientIsAnotherGroup) {
   book.update(Clients{{1, "a", {source(1, "a:x")}}});
   book.update(Clients{{1, "b", {source(1, "b:x")}}});
   EXPECT_FALSE(book.topology().exists(out(0, 0)));
-  EXPECT_EQ(book.place(1, Side::Source), out(1, 0));
+  EXPECT_EQ(book.place(1, device::Side::Source), out(1, 0));
 }
 
 TEST(PortBook, RenamedPortIsAnother) {
   PortBook book;
   book.update(Clients{{1, "a", {source(1, "a:x")}}});
   EXPECT_TRUE(book.update(Clients{{1, "a", {source(1, "a:new")}}}));
-  EXPECT_EQ(book.place(1, Side::Source), out(0, 1));
+  EXPECT_EQ(book.place(1, device::Side::Source), out(0, 1));
   EXPECT_FALSE(book.topology().exists(out(0, 0)));
 }
 
@@ -142,7 +142,7 @@ TEST(PortBook, OriginalNamesFollow) {
   book.update(Clients{{128, "a", {{1, "x", "128:0 x", true, false}}}});
   EXPECT_TRUE(book.update(Clients{{129, "a", {{1, "x", "129:0 x", true, false}}}}));
   EXPECT_THAT(book.topology().groups()[0].sources->originals, ElementsAre("129:0 x"));
-  EXPECT_EQ(book.place(1, Side::Source), out(0, 0));
+  EXPECT_EQ(book.place(1, device::Side::Source), out(0, 0));
 }
 
 // What a thousand programs leave behind is no more than what a few hundred do.
@@ -156,22 +156,22 @@ TEST(PortBook, TheLongestGoneAreForgotten) {
   constexpr std::uint64_t Many = 2'000;
   for (std::uint64_t number = 0; number < Many; ++number) {
     book.update(Clients{stays, client(number)});
-    EXPECT_EQ(book.place(5'000 + number, Side::Source), out(number + 1, 0)) << "no handle is given twice";
+    EXPECT_EQ(book.place(5'000 + number, device::Side::Source), out(number + 1, 0)) << "no handle is given twice";
     book.update(Clients{stays});
     EXPECT_LE(book.topology().groups().size(), PortBook::RememberedClients + 1);
   }
   EXPECT_EQ(book.topology().groups().size(), PortBook::RememberedClients + 1);
-  EXPECT_EQ(book.place(1, Side::Source), out(0, 0)) << "who stays is never forgotten";
+  EXPECT_EQ(book.place(1, device::Side::Source), out(0, 0)) << "who stays is never forgotten";
   EXPECT_FALSE(book.topology().knows(out(1, 0)));
   EXPECT_EQ(book.key(out(1, 0)), std::nullopt);
   EXPECT_EQ(book.topology().place("c0:out"), std::nullopt);
   // The last that went is remembered, and has its place again; the first is another group under its name.
   book.update(Clients{stays, client(Many - 1), client(0)});
-  EXPECT_EQ(book.place(5'000 + Many - 1, Side::Source), out(Many, 0));
-  EXPECT_EQ(book.place(5'000, Side::Source), out(Many + 1, 0));
+  EXPECT_EQ(book.place(5'000 + Many - 1, device::Side::Source), out(Many, 0));
+  EXPECT_EQ(book.place(5'000, device::Side::Source), out(Many + 1, 0));
   EXPECT_EQ(book.topology().name(out(Many + 1, 0)), "c0:out");
   EXPECT_EQ(book.topology().find(Many + 1)->name, "c0");
 }
 
 }  // namespace
-}  // namespace service
+}  // namespace drivers

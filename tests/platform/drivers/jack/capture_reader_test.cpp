@@ -8,7 +8,7 @@
 
 #include "tests/platform/midi/smf_maker.h"
 
-namespace service::jack {
+namespace drivers::jack {
 namespace {
 
 using testing::ElementsAre;
@@ -22,8 +22,8 @@ std::vector<std::string> read(const std::vector<std::string>& events) {
       reader.gap(std::stoul(event.substr(4)));
       continue;
     }
-    reader.read(fromHex(event), [&](const Message& message) {
-      all.push_back(std::to_string(message.group) + ": " + toHex({message.bytes.begin(), message.bytes.end()}));
+    reader.read(midi::fromHex(event), [&](const device::Message& message) {
+      all.push_back(std::to_string(message.group) + ": " + midi::toHex({message.bytes.begin(), message.bytes.end()}));
     });
   }
   all.push_back("lost " + std::to_string(reader.takeLost()));
@@ -53,9 +53,10 @@ TEST(CaptureReader, CountsWhatIsBroken) {
 }
 
 TEST(CaptureReader, KnowsWhereAMessageBegins) {
-  for (const char* event : {"90 01 01", "F0", "F8", "F4"}) EXPECT_TRUE(CaptureReader::begins(fromHex(event))) << event;
-  for (const char* event : {"", "01", "F7"}) EXPECT_FALSE(CaptureReader::begins(fromHex(event))) << event;
+  for (const char* event : {"90 01 01", "F0", "F8", "F4"})
+    EXPECT_TRUE(CaptureReader::begins(midi::fromHex(event))) << event;
+  for (const char* event : {"", "01", "F7"}) EXPECT_FALSE(CaptureReader::begins(midi::fromHex(event))) << event;
 }
 
 }  // namespace
-}  // namespace service::jack
+}  // namespace drivers::jack

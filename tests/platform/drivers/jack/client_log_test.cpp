@@ -3,7 +3,7 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
-namespace service::jack {
+namespace drivers::jack {
 namespace {
 
 using testing::ElementsAre;
@@ -37,4 +37,4 @@ TEST(ClientLog, AServerTakesItsClientsWithItInSilence) {
 }
 
 }  // namespace
-}  // namespace service::jack
+}  // namespace drivers::jack

@@ -3,7 +3,7 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
-namespace service::jack {
+namespace drivers::jack {
 namespace {
 
 using testing::ElementsAre;
@@ -49,4 +49,4 @@ TEST(Echoes, NoneComeFromAServerThatHasGone) {
 }
 
 }  // namespace
-}  // namespace service::jack
+}  // namespace drivers::jack

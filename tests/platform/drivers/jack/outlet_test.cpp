@@ -4,7 +4,7 @@
 
 #include <cstring>
 
-namespace service::jack {
+namespace drivers::jack {
 namespace {
 
 using Bytes = std::vector<std::uint8_t>;
@@ -70,4 +70,4 @@ TEST(Outlet, ALongMessageWaitsAsOneUntilItsLastPieceHasGone) {
 }
 
 }  // namespace
-}  // namespace service::jack
+}  // namespace drivers::jack

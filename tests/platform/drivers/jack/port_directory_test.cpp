@@ -3,7 +3,7 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
-namespace service::jack {
+namespace drivers::jack {
 namespace {
 
 using testing::ElementsAre;
@@ -17,9 +17,9 @@ TEST(PortDirectory, ClientsAreGroupsAndFullNamesArePorts) {
   EXPECT_EQ(ports.topology().groups()[0].sinks->names, std::vector<std::string>{"synth:in"});
   EXPECT_EQ(ports.topology().groups()[1].sources->names, (std::vector<std::string>{"keys:out_1", "keys:a:b"}));
   EXPECT_EQ(ports.topology().groups()[1].sources->originals, (std::vector<std::string>{"keys:out 1", "keys:a:b"}));
-  EXPECT_EQ(ports.place("keys:a:b", Side::Source), (PortId{1, 1, Side::Source}));
-  EXPECT_EQ(ports.place("keys:a:b", Side::Sink), std::nullopt);
-  EXPECT_EQ(ports.name({1, 0, Side::Source}), "keys:out 1");
+  EXPECT_EQ(ports.place("keys:a:b", device::Side::Source), (device::PortId{1, 1, device::Side::Source}));
+  EXPECT_EQ(ports.place("keys:a:b", device::Side::Sink), std::nullopt);
+  EXPECT_EQ(ports.name({1, 0, device::Side::Source}), "keys:out 1");
 }
 
 TEST(PortDirectory, WhatReturnsHasItsPlaceAgain) {
@@ -27,12 +27,12 @@ TEST(PortDirectory, WhatReturnsHasItsPlaceAgain) {
   ports.update({{"a:out", true}, {"b:out", true}});
   EXPECT_FALSE(ports.update({{"a:out", true}, {"b:out", true}}));
   EXPECT_TRUE(ports.update({{"b:out", true}}));
-  EXPECT_EQ(ports.name({0, 0, Side::Source}), std::nullopt);
-  EXPECT_EQ(ports.place("a:out", Side::Source), std::nullopt);
+  EXPECT_EQ(ports.name({0, 0, device::Side::Source}), std::nullopt);
+  EXPECT_EQ(ports.place("a:out", device::Side::Source), std::nullopt);
   EXPECT_TRUE(ports.update({{"b:out", true}, {"c:out", true}, {"a:out", true}}));
-  EXPECT_EQ(ports.place("a:out", Side::Source), (PortId{0, 0, Side::Source}));
-  EXPECT_EQ(ports.place("c:out", Side::Source), (PortId{2, 0, Side::Source}));
+  EXPECT_EQ(ports.place("a:out", device::Side::Source), (device::PortId{0, 0, device::Side::Source}));
+  EXPECT_EQ(ports.place("c:out", device::Side::Source), (device::PortId{2, 0, device::Side::Source}));
 }
 
 }  // namespace
-}  // namespace service::jack
+}  // namespace drivers::jack

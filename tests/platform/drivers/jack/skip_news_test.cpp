@@ -3,15 +3,15 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
-namespace service::jack {
+namespace drivers::jack {
 namespace {
 
 using namespace std::chrono_literals;
 using testing::ElementsAre;
 using testing::IsEmpty;
 
-constexpr PortId One{1, 0, Side::Source};
-constexpr PortId Other{2, 0, Side::Source};
+constexpr device::PortId One{1, 0, device::Side::Source};
+constexpr device::PortId Other{2, 0, device::Side::Source};
 
 TEST(SkipNews, AreToldAtOnceAndThenOnceASecondForEachSource) {
   SkipNews news;
@@ -43,4 +43,4 @@ TEST(SkipNews, OfASourceThatIsUsedNoMoreAreNotTold) {
 }
 
 }  // namespace
-}  // namespace service::jack
+}  // namespace drivers::jack

@@ -7,7 +7,7 @@
 #include <cstring>
 #include <thread>
 
-namespace service::jack {
+namespace drivers::jack {
 namespace {
 
 using testing::ElementsAre;
@@ -69,4 +69,4 @@ TEST(SpscRing, CarriesEverythingInOrderBetweenThreads) {
 }
 
 }  // namespace
-}  // namespace service::jack
+}  // namespace drivers::jack

@@ -17,10 +17,10 @@
 #include "tests/platform/midi/smf_maker.h"
 #include "tests/support/deadline.h"
 
-namespace service::jack {
+namespace drivers::jack {
 
 // What it tells, collected; ports by their names.
-class Driven : private DriverEvents {
+class Driven : private device::DriverEvents {
  public:
   // Throws std::runtime_error when there is no driver.
   explicit Driven(Absent absent = Absent::Fails) {
@@ -52,7 +52,7 @@ class Driven : private DriverEvents {
   bool isThere(const std::string& port) const { return topology().port(port).has_value(); }
 
   // Throws std::runtime_error for a port that never was.
-  PortId place(const std::string& port) const {
+  device::PortId place(const std::string& port) const {
     if (const auto found = topology().place(port)) return *found;
     throw std::runtime_error("no port " + port);
   }
@@ -64,10 +64,10 @@ class Driven : private DriverEvents {
   }
 
   // Nothing, which is no answer of this driver's, becomes Refused.
-  wire::Status patch(bool made, const std::string& source, const std::string& sink) {
-    const PortId from = place(source);
-    const PortId to = place(sink);
-    return driver_->patch(made, {from.group, from.index, to.group, to.index}, now()).value_or(wire::Status::Refused);
+  device::Status patch(bool made, const std::string& source, const std::string& sink) {
+    const device::PortId from = place(source);
+    const device::PortId to = place(sink);
+    return driver_->patch(made, {from.group, from.index, to.group, to.index}, now()).value_or(device::Status::Refused);
   }
 
   // Whether periods have been skipped. Otherwise the line about them takes its time.
@@ -86,10 +86,10 @@ class Driven : private DriverEvents {
     late = 0;
   }
 
-  const Topology& topology() const { return driver_->topology(); }
-  Driver& driver() { return *driver_; }
+  const device::Topology& topology() const { return driver_->topology(); }
+  device::Driver& driver() { return *driver_; }
 
-  static Time now() { return std::chrono::steady_clock::now().time_since_epoch(); }
+  static device::Time now() { return std::chrono::steady_clock::now().time_since_epoch(); }
 
   std::vector<std::string> emittedTexts;  // SOURCE GROUP: BYTES, when keepTexts
   std::vector<std::string> lines;         // for the log
@@ -111,31 +111,31 @@ class Driven : private DriverEvents {
     poll(&ready, 1, static_cast<int>(wait.count()));
   }
 
-  std::string name(PortId port) const { return topology().name(port); }
-  std::string name(const Link& link) const { return name(link.source()) + " " + name(link.sink()); }
+  std::string name(device::PortId port) const { return topology().name(port); }
+  std::string name(const device::Link& link) const { return name(link.source()) + " " + name(link.sink()); }
 
-  void emitted(PortId source, const Message& message, Time /*now*/) override {
+  void emitted(device::PortId source, const device::Message& message, device::Time /*now*/) override {
     ++emittedCount;
     emittedBytes.insert(emittedBytes.end(), message.bytes.begin(), message.bytes.end());
     if (!keepTexts) return;
     emittedTexts.push_back(name(source) + " " + std::to_string(message.group) + ": " +
-                           toHex({message.bytes.begin(), message.bytes.end()}));
+                           midi::toHex({message.bytes.begin(), message.bytes.end()}));
   }
-  void linked(const Link& link, Time /*now*/) override {
+  void linked(const device::Link& link, device::Time /*now*/) override {
     linkNews.push_back("+" + name(link));
     links.insert(name(link));
   }
-  void unlinked(const Link& link, Time /*now*/) override {
+  void unlinked(const device::Link& link, device::Time /*now*/) override {
     linkNews.push_back("-" + name(link));
     links.erase(name(link));
   }
-  void topologyChanged(Time /*now*/) override {
+  void topologyChanged(device::Time /*now*/) override {
     std::erase_if(links, [&](const std::string& link) {
       const auto blank = link.find(' ');
       return !isThere(link.substr(0, blank)) || !isThere(link.substr(blank + 1));
     });
   }
-  void lost(PortId source, std::uint64_t count, Time /*now*/) override {
+  void lost(device::PortId source, std::uint64_t count, device::Time /*now*/) override {
     lostCount += count;
     lossNews.push_back(name(source) + " " + std::to_string(count));
   }
@@ -148,7 +148,7 @@ class Driven : private DriverEvents {
   }
   void warned(std::string_view line) override { lines.push_back("warning: " + std::string(line)); }
 
-  std::unique_ptr<Driver> driver_;
+  std::unique_ptr<device::Driver> driver_;
 };
 
-}  // namespace service::jack
+}  // namespace drivers::jack

@@ -9,7 +9,7 @@
 #include "tests/platform/drivers/jack/server/jack_server.h"
 #include "tests/platform/drivers/jack/server/peer_process.h"
 
-namespace service::jack {
+namespace drivers::jack {
 namespace {
 
 using testing::ElementsAre;
@@ -70,10 +70,10 @@ void endAndReturn(void (JackServer::*end)()) {
   peer.emplace("peer", "out", "in");
   Driven driven;
   driven.use("peer:out");
-  ASSERT_EQ(driven.patch(true, "peer:out", "peer:in"), wire::Status::Ok);
+  ASSERT_EQ(driven.patch(true, "peer:out", "peer:in"), device::Status::Ok);
   driven.deliver("peer:in", {0x90, 1, 1});
   EXPECT_EQ(peer->arrived(), "90 01 01");
-  const PortId source = driven.place("peer:out");
+  const device::PortId source = driven.place("peer:out");
   for (int turn = 0; turn < 2; ++turn) {
     driven.lines.clear();
     (server.*end)();
@@ -81,7 +81,7 @@ void endAndReturn(void (JackServer::*end)()) {
     EXPECT_THAT(driven.lines, ElementsAre("warning: the JACK server has gone"));
     EXPECT_FALSE(driven.isThere("peer:out"));
     EXPECT_THAT(driven.links, IsEmpty());
-    EXPECT_EQ(driven.patch(true, "peer:out", "peer:in"), wire::Status::NotFound);
+    EXPECT_EQ(driven.patch(true, "peer:out", "peer:in"), device::Status::NotFound);
     server.start();
     peer.emplace("peer", "out", "in");
     ASSERT_TRUE(driven.runUntilThere("peer:out"));
@@ -107,4 +107,4 @@ TEST_F(JackFaults, AServerThatEndsAndReturnsIsTakenUpAgain) { endAndReturn(&Jack
 TEST_F(JackFaults, SoIsOneThatIsKilled) { endAndReturn(&JackServer::kill); }
 
 }  // namespace
-}  // namespace service::jack
+}  // namespace drivers::jack

@@ -6,7 +6,7 @@
 #include "tests/platform/drivers/jack/server/jack_peer.h"
 #include "tests/platform/drivers/jack/server/jack_server.h"
 
-namespace service::jack {
+namespace drivers::jack {
 namespace {
 
 using testing::AllOf;
@@ -45,7 +45,7 @@ TEST_F(JackGraph, ListsMidiPortsOnTheirSidesUnderJacksNames) {
 TEST_F(JackGraph, PortsComeGoAndReturnToTheirPlaces) {
   JackPeer keys("keys", {"a", "b"}, {});
   Driven driven;
-  const PortId a = driven.place("keys:a");
+  const device::PortId a = driven.place("keys:a");
   keys.removeSource("a");
   ASSERT_TRUE(driven.runUntil([&] { return !driven.isThere("keys:a"); }));
   EXPECT_TRUE(driven.isThere("keys:b"));
@@ -60,7 +60,7 @@ TEST_F(JackGraph, PortsComeGoAndReturnToTheirPlaces) {
 TEST_F(JackGraph, AClientThatReturnsHasItsIdAgainAndALineInTheLog) {
   auto keys = std::make_unique<JackPeer>("keys", std::vector<std::string>{"out"}, std::vector<std::string>{});
   Driven driven;
-  const PortId place = driven.place("keys:out");
+  const device::PortId place = driven.place("keys:out");
   keys.reset();
   ASSERT_TRUE(driven.runUntil([&] { return driven.lines.size() == 1; }));
   EXPECT_FALSE(driven.isThere("keys:out"));
@@ -76,14 +76,14 @@ TEST_F(JackGraph, OwnConnectionsStandInJackAndAreToldAtOnce) {
   JackPeer keys("keys", {"out"}, {});
   JackPeer synth("synth", {}, {"in"});
   Driven driven;
-  EXPECT_EQ(driven.patch(true, "keys:out", "synth:in"), wire::Status::Ok);
+  EXPECT_EQ(driven.patch(true, "keys:out", "synth:in"), device::Status::Ok);
   EXPECT_THAT(driven.links, ElementsAre("keys:out synth:in"));
   EXPECT_THAT(server->tool("jack_lsp", {"-c"}), HasSubstr("keys:out\n   synth:in\n"));
-  EXPECT_EQ(driven.patch(true, "keys:out", "synth:in"), wire::Status::Ok);
-  EXPECT_EQ(driven.patch(false, "keys:out", "synth:in"), wire::Status::Ok);
+  EXPECT_EQ(driven.patch(true, "keys:out", "synth:in"), device::Status::Ok);
+  EXPECT_EQ(driven.patch(false, "keys:out", "synth:in"), device::Status::Ok);
   EXPECT_THAT(driven.links, IsEmpty());
   EXPECT_THAT(server->tool("jack_lsp", {"-c"}), Not(HasSubstr("   synth:in")));
-  EXPECT_EQ(driven.patch(false, "keys:out", "synth:in"), wire::Status::NotFound);
+  EXPECT_EQ(driven.patch(false, "keys:out", "synth:in"), device::Status::NotFound);
 }
 
 TEST_F(JackGraph, OthersConnectionsAreToldAsTheyHappen) {
@@ -107,11 +107,11 @@ TEST_F(JackGraph, NoEchoOfAnOwnChangeUndoesALaterOne) {
   Driven driven;
   std::vector<std::string> expected;
   for (int turn = 0; turn < 20; ++turn) {
-    ASSERT_EQ(driven.patch(true, "keys:out", "synth:in"), wire::Status::Ok);
-    ASSERT_EQ(driven.patch(false, "keys:out", "synth:in"), wire::Status::Ok);
+    ASSERT_EQ(driven.patch(true, "keys:out", "synth:in"), device::Status::Ok);
+    ASSERT_EQ(driven.patch(false, "keys:out", "synth:in"), device::Status::Ok);
     expected.insert(expected.end(), {"+keys:out synth:in", "-keys:out synth:in"});
   }
-  ASSERT_EQ(driven.patch(true, "keys:out", "synth:in"), wire::Status::Ok);
+  ASSERT_EQ(driven.patch(true, "keys:out", "synth:in"), device::Status::Ok);
   expected.emplace_back("+keys:out synth:in");
   // What another does comes behind all echoes.
   server->tool("jack_disconnect", {"keys:out", "synth:in"});
@@ -143,7 +143,7 @@ TEST_F(JackGraph, ARenamedPortKeepsItsConnectionsAndItsTap) {
   JackPeer keys("keys", {"out"}, {});
   JackPeer synth("synth", {}, {"in"});
   Driven driven;
-  ASSERT_EQ(driven.patch(true, "keys:out", "synth:in"), wire::Status::Ok);
+  ASSERT_EQ(driven.patch(true, "keys:out", "synth:in"), device::Status::Ok);
   keys.renameSource("out", "loud");
   ASSERT_TRUE(driven.runUntil([&] { return driven.links.contains("keys:loud synth:in"); }));
   EXPECT_FALSE(driven.isThere("keys:out"));
@@ -155,9 +155,9 @@ TEST_F(JackGraph, TwoDriversSeeOneServer) {
   JackPeer synth("synth", {}, {"in"});
   Driven one;
   Driven other;
-  ASSERT_EQ(one.patch(true, "keys:out", "synth:in"), wire::Status::Ok);
+  ASSERT_EQ(one.patch(true, "keys:out", "synth:in"), device::Status::Ok);
   ASSERT_TRUE(other.runUntil([&] { return other.links.contains("keys:out synth:in"); }));
-  ASSERT_EQ(other.patch(false, "keys:out", "synth:in"), wire::Status::Ok);
+  ASSERT_EQ(other.patch(false, "keys:out", "synth:in"), device::Status::Ok);
   ASSERT_TRUE(one.runUntil([&] { return one.links.empty(); }));
   one.use("keys:out");
   other.use("keys:out");
@@ -172,4 +172,4 @@ TEST_F(JackGraph, TwoDriversSeeOneServer) {
 }
 
 }  // namespace
-}  // namespace service::jack
+}  // namespace drivers::jack

@@ -4,7 +4,7 @@
 
 #include "tests/platform/drivers/jack/server/messages_fixture.h"
 
-namespace service::jack {
+namespace drivers::jack {
 namespace {
 
 using testing::Contains;
@@ -157,4 +157,4 @@ TEST_F(JackMessages, LineOfSkippedPeriodsComesSeldomAndLosesNoSum) {
 }
 
 }  // namespace
-}  // namespace service::jack
+}  // namespace drivers::jack

@@ -12,7 +12,7 @@
 #include "platform/drivers/jack/uncancelled.h"
 #include "tests/support/deadline.h"
 
-namespace service::jack {
+namespace drivers::jack {
 namespace {
 
 using namespace std::chrono_literals;
@@ -144,4 +144,4 @@ void JackPeer::renameSource(const std::string& from, const std::string& to) {
   sources_.erase(from);
 }
 
-}  // namespace service::jack
+}  // namespace drivers::jack

@@ -12,7 +12,7 @@
 #include <string>
 #include <vector>
 
-namespace service::jack {
+namespace drivers::jack {
 
 using JackEvent = std::vector<std::uint8_t>;
 
@@ -75,4 +75,4 @@ class JackPeer {
   std::atomic<std::uint32_t> late_{0};
 };
 
-}  // namespace service::jack
+}  // namespace drivers::jack

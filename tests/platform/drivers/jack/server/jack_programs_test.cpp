@@ -22,7 +22,7 @@
 #include "tests/support/scratch_folder.h"
 #include "tests/support/stream_daemon.h"
 
-namespace service::jack {
+namespace drivers::jack {
 namespace {
 
 using namespace std::chrono_literals;
@@ -143,7 +143,7 @@ TEST_F(JackPrograms, WhatSoundsIsEndedBeforeAPlayerDiesOfASignal) {
   const testsupport::ScratchFolder folder;
   const std::string song = folder.path() / "song.mid";
   // The note-off would come in three hours.
-  writeFile(song, smf("00 00 00 01 00 60", {"00 93 3C 40 81 80 80 00 83 3C 40 00 FF 2F 00"}));
+  midi::writeFile(song, midi::smf("00 00 00 01 00 60", {"00 93 3C 40 81 80 80 00 83 3C 40 00 FF 2F 00"}));
   auto environment = JackServer::environment();
   environment["EVTSRV_ENDPOINT"] = "embedded:jack";
   testsupport::ChildDescriptors descriptors;
@@ -279,4 +279,4 @@ TEST_F(JackPrograms, WhatTheConsoleStartsInheritsNoSocketOfTheServer) {
 }
 
 }  // namespace
-}  // namespace service::jack
+}  // namespace drivers::jack

@@ -4,7 +4,7 @@
 
 #include "tests/platform/drivers/jack/server/messages_fixture.h"
 
-namespace service::jack {
+namespace drivers::jack {
 namespace {
 
 using testing::Contains;
@@ -29,7 +29,7 @@ TEST_F(JackMessages, WhatIsDeliveredReachesItsSinkOnceAndInOrder) {
 }
 
 TEST_F(JackMessages, AnOwnSourceDoesNotHearWhatIsDelivered) {
-  ASSERT_EQ(driven->patch(true, "peer:out", "peer:in"), wire::Status::Ok);
+  ASSERT_EQ(driven->patch(true, "peer:out", "peer:in"), device::Status::Ok);
   driven->use("peer:out");
   driven->deliver("peer:in", {0x90, 1, 1});
   peer->awaitBytes("in", 3);
@@ -130,4 +130,4 @@ TEST_F(JackMessages, WhatStillWaitsWhenASinkGoesIsCounted) {
 }
 
 }  // namespace
-}  // namespace service::jack
+}  // namespace drivers::jack

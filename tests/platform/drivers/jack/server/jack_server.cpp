@@ -19,7 +19,7 @@
 #include "tests/support/sanitizer.h"
 #include "tests/support/unique_fd.h"
 
-namespace service::jack {
+namespace drivers::jack {
 namespace {
 
 using namespace std::chrono_literals;
@@ -173,4 +173,4 @@ std::string JackServer::tool(const std::string& program, const std::vector<std::
   throw std::runtime_error(program + " fails: " + result.standardOutput + result.standardError);
 }
 
-}  // namespace service::jack
+}  // namespace drivers::jack

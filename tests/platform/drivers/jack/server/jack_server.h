@@ -12,7 +12,7 @@
 #include "tests/support/process.h"
 #include "tests/support/scratch_folder.h"
 
-namespace service::jack {
+namespace drivers::jack {
 
 // jackd with the dummy driver, under one of four names that only this process uses while it lives; JACK_DEFAULT_SERVER
 // and its kin are set in this process's environment, so that clients find it. A machine has room for eight names, also
@@ -50,4 +50,4 @@ class JackServer {
   std::optional<testsupport::Child> child_;
 };
 
-}  // namespace service::jack
+}  // namespace drivers::jack

@@ -15,7 +15,7 @@
 #include "tests/platform/drivers/jack/server/jack_server.h"
 #include "tests/support/sanitizer.h"
 
-namespace service::jack {
+namespace drivers::jack {
 
 // Three bytes that tell the number, below 2 to the power of 18.
 inline JackEvent numbered(unsigned number) {
@@ -81,4 +81,4 @@ class JackMessages : public testing::Test {
   std::optional<Driven> driven;
 };
 
-}  // namespace service::jack
+}  // namespace drivers::jack

@@ -18,7 +18,7 @@ int main(int argc, char** argv) {
   try {
     const std::string source = argv[2];
     const std::string sink = argv[3];
-    service::jack::JackPeer peer(argv[1], {source}, {sink});
+    drivers::jack::JackPeer peer(argv[1], {source}, {sink});
     std::puts("");
     std::fflush(stdout);
     pollfd input{STDIN_FILENO, POLLIN, 0};
@@ -31,10 +31,10 @@ int main(int argc, char** argv) {
         read.append(buffer.data(), static_cast<std::size_t>(size));
       }
       if (const auto end = read.find('\n'); end != std::string::npos) {
-        peer.emit(source, {service::fromHex(read.substr(0, end))});
+        peer.emit(source, {midi::fromHex(read.substr(0, end))});
         read.erase(0, end + 1);
       }
-      for (const auto& event : peer.arrived(sink)) std::printf("%s\n", service::toHex(event).c_str());
+      for (const auto& event : peer.arrived(sink)) std::printf("%s\n", midi::toHex(event).c_str());
       std::fflush(stdout);
     }
   } catch (const std::exception& failure) {

@@ -12,7 +12,7 @@
 
 #include "tests/platform/drivers/jack/server/jack_server.h"
 
-namespace service::jack {
+namespace drivers::jack {
 namespace {
 
 using namespace std::chrono_literals;
@@ -80,4 +80,4 @@ std::optional<std::string> PeerProcess::arrived() {
   return line;
 }
 
-}  // namespace service::jack
+}  // namespace drivers::jack

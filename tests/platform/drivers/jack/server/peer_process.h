@@ -7,7 +7,7 @@
 #include "tests/support/child.h"
 #include "tests/support/unique_fd.h"
 
-namespace service::jack {
+namespace drivers::jack {
 
 // Has one source and one sink. Leaves its server at the end; killed when that takes long.
 class PeerProcess {
@@ -31,4 +31,4 @@ class PeerProcess {
   std::optional<testsupport::Child> child_;
 };
 
-}  // namespace service::jack
+}  // namespace drivers::jack
