@@ -3,8 +3,9 @@
 
 #include <array>
 #include <cstdio>
-#include <memory>
 #include <string>
+
+#include "traffic/open_file.h"
 
 namespace flowscope {
 
@@ -29,11 +30,7 @@ class ScriptFile {
   // A line and its terminator.
   static constexpr std::size_t LineSize = 1000;
 
-  struct CloseFile {
-    void operator()(std::FILE* file) const { std::fclose(file); }
-  };
-
-  std::unique_ptr<std::FILE, CloseFile> file_;
+  OwnedFile file_;
   std::array<char, LineSize> line_{};
   bool failed_ = false;
 };

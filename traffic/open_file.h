@@ -2,6 +2,7 @@
 #pragma once
 
 #include <cstdio>
+#include <memory>
 
 namespace flowscope {
 
@@ -9,6 +10,13 @@ namespace flowscope {
 // can still be opened when there is no room for the former.
 inline constexpr int KeptFromFilesThatStay = 64;
 inline constexpr int KeptFromFilesThatAreClosed = 32;
+
+struct CloseFile {
+  void operator()(std::FILE* file) const { std::fclose(file); }
+};
+
+// A file that is closed with its owner.
+using OwnedFile = std::unique_ptr<std::FILE, CloseFile>;
 
 // fopen(name, mode), for a file that programs which this one starts do not inherit. Null when it cannot be opened, with
 // the reason in errno: EMFILE also when fewer than kept descriptors would be left. A file that is there to be emptied
