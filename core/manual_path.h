@@ -16,8 +16,8 @@ std::optional<std::string> manualFolder();
 // tree as in an installation. Nothing when it is not there, and when its path has a colon. Reads the disk.
 std::optional<std::string> manualFolderOf(const std::filesystem::path& program);
 
-// MANPATH with folder first, then what it had, and the system's own pages, for which the last colon stands. before:
-// MANPATH as it is, null when it is not set.
+// MANPATH with folder in front. It ends in a colon, which stands for the system's own pages. before: the present
+// MANPATH, null when it is not set.
 std::string extendedManualPath(std::string_view folder, const char* before);
 
 // While it lives, programs that are started find the pages of this program: MANPATH is extended. Without a folder of

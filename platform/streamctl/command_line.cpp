@@ -155,11 +155,11 @@ std::variant<CommandLine, Saying> parseCommandLine(const std::vector<std::string
   app.fallthrough();
   addCommands(app, draft);
   for (CLI::App* sub : app.get_subcommands([](const CLI::App*) { return true; })) sub->fallthrough();
-  const CLI::ValidationError noEndpoint("--endpoint", "is empty; give ipc://PATH or embedded:FILE");
+  const std::string noEndpoint = "is empty; give ipc://PATH or embedded:FILE";
   try {
-    if (hasEmptyEndpoint(words)) throw noEndpoint;
+    if (hasEmptyEndpoint(words)) throw CLI::ValidationError("--endpoint", noEndpoint);
     app.parse(std::vector<std::string>(words.rbegin(), words.rend()));  // so the library wants them
-    if (given->count() > 0 && endpoint.empty()) throw noEndpoint;
+    if (given->count() > 0 && endpoint.empty()) throw CLI::ValidationError("--endpoint", noEndpoint);
   } catch (const CLI::CallForHelp&) {
     return Saying{false, app.help()};
   } catch (const CLI::CallForVersion& version) {
