@@ -109,36 +109,26 @@ bool means(const PortPosition& place, const StrmSrv::PortRecord& other, const St
          place.connectedName;
 }
 
-// Answers whether there was a connection to end.
-bool disconnectPort(StrmSrv::Patcher& patcher, const PortPosition& place, const StrmSrv::PortRecord& port) {
+void disconnectPort(StrmSrv::Patcher& patcher, const PortPosition& place, const StrmSrv::PortRecord& port) {
   Ports others;
   if (place.side == PortSide::Source) {
     patcher.getConnectSinkPorts(port.groupId, port.portIndex, others);
   } else {
     patcher.getConnectSourcePorts(port.groupId, port.portIndex, others);
   }
-  bool found = false;
   for (const StrmSrv::PortRecord& other : others) {
     if (!means(place, other, patcher)) continue;
-    found = true;
     const auto& source = place.side == PortSide::Source ? port : other;
     const auto& sink = place.side == PortSide::Source ? other : port;
     patcher.disconnect(source.groupId, source.portIndex, sink.groupId, sink.portIndex);
   }
-  return found;
 }
 
-// Goes through the place so many times, or until there was nothing to end: nothing more comes of going on then.
-ResultCode disconnectPlace(StrmSrv::Patcher& patcher, std::optional<Place>& place, std::size_t passes) {
+ResultCode disconnectPlace(StrmSrv::Patcher& patcher, std::optional<Place>& place) {
   if (!place) return ResultSilent;
   // A connected group without a name: to go on would end the connections to all the others, too.
   if (place->depth >= ConnectedGroupDepth && !place->position.connectedGroup) return ResultSilent;
-  const Ports& ports = portsAt(*place, patcher);
-  bool found = true;
-  for (std::size_t pass = 0; pass < passes && found; ++pass) {
-    found = false;
-    for (const StrmSrv::PortRecord& port : ports) found |= disconnectPort(patcher, place->position, port);
-  }
+  for (const StrmSrv::PortRecord& port : portsAt(*place, patcher)) disconnectPort(patcher, place->position, port);
   return ResultOk;
 }
 
@@ -183,7 +173,7 @@ ResultCode disCommand(TopologyShell& shell, const char* source, const char* dest
   ResultCode result = ResultSilent;
   for (const std::string& each : sources) {
     auto place = places.at(&each);
-    result = disconnectPlace(*patcher, place, passes);
+    for (std::size_t pass = 0; pass < passes; ++pass) result = disconnectPlace(*patcher, place);
   }
   return result;
 }
