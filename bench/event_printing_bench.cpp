@@ -4,7 +4,6 @@
 
 #include <array>
 #include <cstdio>
-#include <memory>
 #include <string>
 #include <vector>
 
@@ -13,6 +12,7 @@
 #include "platform/wire/events.h"
 #include "terminal/waiting_stream.h"
 #include "tests/support/fakes.h"
+#include "traffic/open_file.h"
 #include "traffic/traffic_output.h"
 
 namespace {
@@ -32,14 +32,9 @@ std::vector<std::uint8_t> eventOfNotes() {
   return event;
 }
 
-struct CloseFile {
-  void operator()(std::FILE* file) const { std::fclose(file); }
-};
-using File = std::unique_ptr<std::FILE, CloseFile>;
-
 void console(benchmark::State& state) {
-  const File nowhere(std::fopen("/dev/null", "w"));
-  const File out(flowscope::openWaitingStream(fileno(nowhere.get())));
+  const flowscope::OwnedFile nowhere(std::fopen("/dev/null", "w"));
+  const flowscope::OwnedFile out(flowscope::openWaitingStream(fileno(nowhere.get())));
   flowscope::DescriptorTerminalSize size;
   flowscope::test::ScriptedKeys keys;
   flowscope::test::NoCommands system;
@@ -59,7 +54,7 @@ void console(benchmark::State& state) {
 BENCHMARK(console)->Name("event_printing/console");
 
 void bareLoop(benchmark::State& state) {
-  const File out(std::fopen("/dev/null", "w"));
+  const flowscope::OwnedFile out(std::fopen("/dev/null", "w"));
   std::array<char, 1024> line{};
   for (auto _ : state) {
     for (unsigned note = 0; note < RecordsAnEvent; ++note) {

@@ -4,7 +4,6 @@
 
 #include <atomic>
 #include <cstdlib>
-#include <filesystem>
 #include <system_error>
 
 namespace flowscope {
@@ -37,7 +36,11 @@ class Extended {
 std::optional<std::string> manualFolder() {
   std::error_code error;
   const auto program = std::filesystem::read_symlink("/proc/self/exe", error);
-  if (error) return std::nullopt;
+  return error ? std::nullopt : manualFolderOf(program);
+}
+
+std::optional<std::string> manualFolderOf(const std::filesystem::path& program) {
+  std::error_code error;
   const auto folder = program.parent_path().parent_path() / "share/man";
   // A list of folders has no form for one with a colon.
   if (!std::filesystem::is_directory(folder, error) || folder.native().find(':') != std::string::npos) {

@@ -1,6 +1,7 @@
 // Where the viewer of manual pages finds those of this program.
 #pragma once
 
+#include <filesystem>
 #include <optional>
 #include <string>
 #include <string_view>
@@ -8,12 +9,15 @@
 
 namespace flowscope {
 
-// The folder of the manual pages that belong to the running program: share/man beside the folder in which it lies, in
-// a build tree as in an installation, with symbolic links resolved. Nothing when it is not there. Reads the disk.
+// The folder of the manual pages that belong to the running program (see manualFolderOf), with symbolic links resolved.
 std::optional<std::string> manualFolder();
 
-// MANPATH with folder first, then what it had, and the system's own pages, for which the last colon stands. before:
-// MANPATH as it is, null when it is not set.
+// The folder of the manual pages that belong to a program: share/man beside the folder in which it lies, in a build
+// tree as in an installation. Nothing when it is not there, and when its path has a colon. Reads the disk.
+std::optional<std::string> manualFolderOf(const std::filesystem::path& program);
+
+// MANPATH with folder in front. It ends in a colon, which stands for the system's own pages. before: the present
+// MANPATH, null when it is not set.
 std::string extendedManualPath(std::string_view folder, const char* before);
 
 // While it lives, programs that are started find the pages of this program: MANPATH is extended. Without a folder of

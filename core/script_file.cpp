@@ -2,8 +2,6 @@
 
 #include <cerrno>
 
-#include "traffic/open_file.h"
-
 namespace flowscope {
 
 ScriptFile::ScriptFile(const std::string& name) : file_(openFile(name.c_str(), "r", KeptFromFilesThatAreClosed)) {

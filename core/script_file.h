@@ -3,8 +3,9 @@
 
 #include <array>
 #include <cstdio>
-#include <memory>
 #include <string>
+
+#include "traffic/open_file.h"
 
 namespace flowscope {
 
@@ -21,19 +22,15 @@ class ScriptFile {
   // Whether the end of the file has been seen. Nothing but an empty line comes then.
   bool atEnd() const { return std::feof(file_.get()) != 0; }
 
-  // The next line without its line end, up to 999 characters of it; ends where a zero byte stands. Empty behind a
-  // longer one, behind an error and at the end. Valid until the next call. Only while isOpen().
+  // Returns the next line without its line end. A line ends at 999 characters and at a zero byte. After a longer line,
+  // after an error and at the end of the file the line is empty. Valid until the next call. Only while isOpen().
   const char* nextLine();
 
  private:
   // A line and its terminator.
   static constexpr std::size_t LineSize = 1000;
 
-  struct CloseFile {
-    void operator()(std::FILE* file) const { std::fclose(file); }
-  };
-
-  std::unique_ptr<std::FILE, CloseFile> file_;
+  OwnedFile file_;
   std::array<char, LineSize> line_{};
   bool failed_ = false;
 };

@@ -16,9 +16,9 @@ class StdinKeySource final : public KeySource {
   explicit StdinKeySource(std::FILE* in = stdin, std::FILE* out = stdout);
   ~StdinKeySource() override;
 
-  // Flushes the output before it waits, so that what the reader is asked is on the screen. A read that a signal
-  // interrupted is taken up again. Keys that are waiting come after a notice of resumption. Input that arrives while
-  // the process is in the background of the terminal stops the process.
+  // Flushes the output before it waits, so that the user sees what to answer. A read that a signal interrupts is
+  // restarted. InputResumed comes before keys that are waiting. Input that arrives while the process is in the
+  // background of the terminal stops the process.
   int readByte() override;
 
   void stop() override;
@@ -26,7 +26,7 @@ class StdinKeySource final : public KeySource {
   void notifyResumed() noexcept override;
 
  private:
-  // Whether to read now, to look again for what there is to read, or never to read again.
+  // Whether to read now, to look for input again, or never to read again.
   enum class Turn { Ours, Passed, Never };
 
   bool awaitByte();

@@ -1,5 +1,7 @@
 #include "terminal/terminal_signals.h"
 
+#include <unistd.h>
+
 #include <algorithm>
 #include <array>
 #include <atomic>
@@ -12,6 +14,9 @@ namespace {
 
 // Whom a handler tells that the program goes on.
 std::atomic<KeySource*> resumedReader{nullptr};
+
+// What a shell makes of a program that a signal has ended.
+constexpr int StatusOfSignals = 128;
 
 // Behind the last signal that has a name of its own.
 constexpr int FirstReserved = 32;
@@ -46,6 +51,8 @@ void tellReader() noexcept {
 void onFatalSignal(int signal) {
   lendTerminal();
   raiseByDefault(signal);
+  // The first process of a system or a container is not ended by its own signals.
+  _exit(StatusOfSignals + signal);
 }
 
 void onStopSignal(int signal) {
@@ -69,6 +76,12 @@ void onContinueSignal(int /*signal*/) {
 bool isOwnFault(int signal) {
   constexpr std::array<int, 7> Faults{SIGSEGV, SIGABRT, SIGBUS, SIGFPE, SIGILL, SIGTRAP, SIGSYS};
   return std::find(Faults.begin(), Faults.end(), signal) != Faults.end();
+}
+
+// A handler that somebody has installed knows what the signal means, a profiler's for instance. But from a fault it
+// could not give the terminal back.
+bool isLeftAlone(int signal, const struct sigaction& before) {
+  return before.sa_handler != SIG_DFL && !isOwnFault(signal);
 }
 
 // What does not end a process by default, and what no process can handle.
@@ -96,7 +109,7 @@ TerminalSignals::TerminalSignals(KeySource& keys) {
     if (handler == nullptr || !isPublic(signal)) continue;
     struct sigaction before {};
     if (sigaction(signal, nullptr, &before) != 0) continue;
-    if (before.sa_handler == SIG_IGN && !isOwnFault(signal)) continue;
+    if (isLeftAlone(signal, before)) continue;
     before_.push_back({signal, before});
     setDisposition(signal, handler);
   }

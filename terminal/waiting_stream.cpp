@@ -1,37 +1,28 @@
 #include "terminal/waiting_stream.h"
 
-#include <poll.h>
 #include <unistd.h>
 
 #include <cerrno>
 #include <cstdint>
 #include <system_error>
 
+#include "terminal/awaited_room.h"
+
 namespace flowscope {
 namespace {
-
-constexpr int PauseMilliseconds = 1;
-
-// Room for some bytes may be too little for the next character, as a line feed takes two on a terminal: who finds the
-// descriptor ready in vain twice gives it some time.
-void awaitRoom(int descriptor, bool inVain) {
-  pollfd room{descriptor, POLLOUT, 0};
-  if (poll(&room, 1, -1) > 0 && inVain) poll(nullptr, 0, PauseMilliseconds);
-}
 
 // All of it, unless there is an error.
 ssize_t writeAll(void* cookie, const char* bytes, std::size_t size) {
   const auto descriptor = static_cast<int>(reinterpret_cast<std::intptr_t>(cookie));
   std::size_t written = 0;
-  bool inVain = false;
+  AwaitedRoom room;
   while (written < size) {
     const ssize_t count = write(descriptor, bytes + written, size - written);
     if (count >= 0) {
       written += static_cast<std::size_t>(count);
-      inVain = false;
+      room.found();
     } else if (errno == EAGAIN) {
-      awaitRoom(descriptor, inVain);
-      inVain = true;
+      room.await(descriptor, -1);
     } else if (errno != EINTR) {
       break;
     }

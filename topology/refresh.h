@@ -14,8 +14,8 @@ namespace flowscope {
 // filter is used up, so everything behind the place that it names is refreshed too. An empty filter refreshes
 // everything. Throws std::out_of_range for a group that the device did not list. Does nothing without a patcher.
 //
-// A port that an earlier refresh has brought up to date is left alone while neither the patcher nor the attached list
-// has changed: a refresh of what is up to date costs no more than the way there.
+// A port that an earlier refresh has brought up to date is skipped until the patcher or the attached list changes (see
+// RefreshRound).
 void refreshTopology(TopologyShell& shell, const PathComponents& filter);
 
 }  // namespace flowscope

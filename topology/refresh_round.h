@@ -1,4 +1,4 @@
-// For how long a refresh of the topology holds.
+// How long a refresh of the topology stays valid.
 #pragma once
 
 #include <cstdint>
@@ -7,11 +7,11 @@
 
 namespace flowscope {
 
-// Refreshes belong to one round as long as all of them would find the same: from the same patcher, with no change there
-// and none of the attached list. What one of a round has brought up to date, the others of that round leave alone. One
-// of these goes with one tree.
+// A round lasts while every refresh would find the same: the patcher is the same one, and neither its answers nor the
+// attached list have changed. A node that one refresh of a round has brought up to date is skipped by the others. Each
+// tree has a round of its own.
 struct RefreshRound {
-  std::uint64_t number = 0;  // 0: there was none yet
+  std::uint64_t number = 0;  // 0: no round has begun
   const StrmSrv::Patcher* patcher = nullptr;
   std::uint64_t patcherVersion = 0;
   std::uint64_t attachedVersion = 0;

@@ -3,7 +3,6 @@
 #include <array>
 #include <cerrno>
 #include <cstdio>
-#include <memory>
 #include <string>
 
 #include "topology/path.h"
@@ -19,11 +18,6 @@ namespace {
 
 // A piece of a line and its terminator.
 constexpr std::size_t PieceSize = 1024;
-
-struct CloseFile {
-  void operator()(std::FILE* file) const { std::fclose(file); }
-};
-using InputFile = std::unique_ptr<std::FILE, CloseFile>;
 
 void send(StrmSrv::StreamPortMIDI& port, const PlaybackMessage& message) {
   const auto& bytes = message.bytes;
@@ -57,7 +51,7 @@ void send(StrmSrv::StreamPortMIDI& port, const PlaybackMessage& message) {
 
 ResultCode playAt(TrafficShell& shell, const char* name, const char* path) {
   if (const ResultCode attached = attachMonitor(shell, path); attached != ResultOk) return attached;
-  const InputFile file(openFile(name, "r", KeptFromFilesThatAreClosed));
+  const OwnedFile file(openFile(name, "r", KeptFromFilesThatAreClosed));
   if (!file) {
     if (errno == EMFILE) tellDescriptorsAreKept(name);
     return ResultOpenFileError;

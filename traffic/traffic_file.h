@@ -30,8 +30,8 @@ class TrafficFile {
   // the file is a pipe or a terminal, until its reader has made room.
   void write(std::string_view text) const;
 
-  // Writes to the stream that is open now wait 100 milliseconds more for room at most, all of them together. What has
-  // no room by then is lost, with all that comes after it, and standard error tells it in one line.
+  // From now on, all writes to the open stream together wait at most 100 milliseconds for room. What finds no room by
+  // then is lost, with all that comes after it; one line on standard error says so.
   void stopWaiting();
 
   bool isOpen() const;

@@ -1,10 +1,11 @@
 #include "traffic/waiting_write.h"
 
-#include <poll.h>
 #include <unistd.h>
 
 #include <algorithm>
 #include <cerrno>
+
+#include "terminal/awaited_room.h"
 
 namespace flowscope {
 
@@ -31,15 +32,16 @@ std::chrono::milliseconds Patience::rest() const {
 }
 
 int writeWaiting(int descriptor, std::string_view text, const Patience& patience) {
+  AwaitedRoom room;
   while (!text.empty()) {
     const ssize_t written = write(descriptor, text.data(), text.size());
     if (written >= 0) {
       text.remove_prefix(static_cast<std::size_t>(written));
+      room.found();
     } else if (errno == EAGAIN) {
       const std::chrono::milliseconds rest = patience.rest();
       if (rest.count() == 0) return EAGAIN;
-      pollfd room{descriptor, POLLOUT, 0};
-      poll(&room, 1, static_cast<int>(rest.count()));
+      room.await(descriptor, static_cast<int>(rest.count()));
     } else if (errno != EINTR) {
       return errno;
     }

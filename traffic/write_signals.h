@@ -1,14 +1,14 @@
-// The signals that the system sends to who writes what cannot be written.
+// The signals that the system sends to a process whose write fails.
 #pragma once
 
 #include <csignal>
 
 namespace flowscope {
 
-// While it lives, a write of this thread to a pipe that nobody reads any more, or beyond the size that a file may have,
-// is an error and no more; the system's signal for it would end the program. The same signals from somebody else end
-// it all the same. Nothing that the process starts inherits any of this, as it would inherit an ignored signal.
-// Belongs to the thread that makes it.
+// While it lives, a failed write of this thread to a pipe without a reader, or beyond the largest size of a file, does
+// not end the program: its signal (SIGPIPE, SIGXFSZ) is blocked, and take() removes it. The same signals from another
+// process still end the program. Programs that are started inherit no ignored signal.
+// Made and destroyed on the same thread.
 class WriteSignals {
  public:
   WriteSignals();
@@ -16,8 +16,8 @@ class WriteSignals {
   WriteSignals& operator=(const WriteSignals&) = delete;
   ~WriteSignals();
 
-  // Takes back the signal that a write has raised which failed with this error (an errno), if it raises any. To be
-  // called after each write that failed.
+  // Removes the signal that a write has raised, if it failed with an error (an errno) that raises one. To be called
+  // after each write that failed.
   void take(int error) const;
 
  private:

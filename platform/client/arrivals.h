@@ -1,4 +1,4 @@
-// What has come that a console does not list.
+// Groups and ports that have come since the consoles of this process have listed the device.
 #pragma once
 
 #include <cstddef>
@@ -11,9 +11,8 @@
 
 namespace client {
 
-// Compares the groups and ports of a device with those that consoles of this process list, by their names. What has
-// come is told of once, and again when it has gone and come back meanwhile; what has come and gone between two looks is
-// not.
+// Compares, by name, the groups and ports of a device with those that consoles of this process list. A new one is
+// reported once, and once more when it goes and comes back. One that comes and goes between two looks is not reported.
 class Arrivals {
  public:
   // A console lists these from now on.
@@ -22,11 +21,11 @@ class Arrivals {
   // True when any console lists anything, or nothing of an empty device.
   bool isListed() const { return isListed_; }
 
-  // These are there now. Answers what there is to say of those that have come: who, and that a new console shows them.
+  // The device has this topology now. Returns the line that reports what is new, nullopt when nothing is.
   std::optional<std::string> look(const wire::Topology& now);
 
  private:
-  // The ports of a group by a text that is another for each; numbered ports of a side are one.
+  // The ports of a group by a key that is unique in it. All numbered ports of a side share one entry.
   struct Ports {
     std::string firstName;
     std::size_t count = 1;

@@ -1,4 +1,4 @@
-// The connections that a service carries, beyond its end.
+// The connections that a service has carried between two systems.
 #pragma once
 
 #include <optional>
@@ -11,16 +11,17 @@
 
 namespace client {
 
-// What stands between two systems is made by the service and ends with it. This remembers what stood there, by the
-// names of the ports, so that somebody can be told what a service that is back has lost.
+// A connection between two systems ends with the service that carries it. This remembers such connections by the names
+// of their ports, so that the user can be told which of them a service has lost when it is back.
 class CarriedLinks {
  public:
-  // The service has gone; mirror is what is known of its connections, topology where their ports are.
+  // The service has gone. Remembers what it carried: mirror has its connections, topology the names of their ports.
   void keep(const LinkMirror& mirror, const wire::Topology& topology);
 
   bool empty() const { return links_.empty(); }
 
-  // The service is back with these. Answers what there is to say of those that do not stand, and forgets them.
+  // The service is back with these connections. Returns the line that names those it has lost, nullopt when it has lost
+  // none, and forgets them.
   std::optional<std::string> compare(const wire::Links& links, const wire::Topology& topology);
 
  private:

@@ -43,7 +43,7 @@ Endpoint parseEndpoint(std::string_view text, std::uint32_t behaviour);
 // The text for a service in this process on this device.
 std::string embeddedEndpoint(std::string_view device);
 
-// What is said of an endpoint (see wire::sayLine): one printable line without its line end, naming the endpoint and
+// What is said of an endpoint (see sys::sayLine): one printable line without its line end, naming the endpoint and
 // what has happened.
 std::string endpointLine(std::string_view endpoint, std::string_view what);
 

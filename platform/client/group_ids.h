@@ -17,24 +17,25 @@
 
 namespace client {
 
-// Which group name has which id. A name keeps its id, and an id its name, as long as anybody holds the id. So several
-// lists of groups, made one after the other or of several services, agree about what an id is called. Thread-safe.
+// Assigns group ids to group names. A name keeps its id, and an id its name, while anybody holds the id. So all lists
+// of groups in a process use the same names for the same ids, also lists of several services. Thread-safe.
 class GroupIds {
  public:
-  // Told of each id that gets a name, and of each that has none any more (then it is empty). Called under a lock.
+  // Called for each id that gets a name; called with an empty name for each id that loses its name. Called under a
+  // lock.
   using Publish = std::function<void(std::uint16_t id, const std::string& name)>;
 
   explicit GroupIds(Publish publish = nullptr) : publish_(std::move(publish)) {}
 
-  // Gives each group of a topology its id and holds it: the one that the group asks for, if no other name has it; else
-  // the one that its name has already, the first of several; else the lowest that is free. Groups that find none are
-  // taken out.
+  // Assigns an id to each group of a topology and holds it. A group gets the id that it asks for, unless another name
+  // has that; else the first id that its name has already; else the lowest free id. Groups for which no id is free are
+  // removed from the topology.
   void enter(wire::Topology& topology);
 
-  // The same for a group that has come later. Nothing: no id is free.
+  // The same for a group that has come later. Returns nullopt when no id is free.
   std::optional<std::uint16_t> enter(const wire::TopologyGroup& group);
 
-  // Gives an id back that enter has given.
+  // Gives back an id that enter has assigned.
   void leave(std::uint16_t id);
 
  private:
@@ -53,13 +54,13 @@ class GroupIds {
   std::unordered_map<std::string, std::vector<std::uint16_t>> byName_;  // in the order of giving
 };
 
-// Those of this process, whose names stand in StrmSrv::GroupNameTable.
+// The ids of this process, whose names stand in StrmSrv::GroupNameTable.
 GroupIds& groupIdsOfThisProcess();
 
-// Ids that are given back when this goes.
+// Gives its ids back when it is destroyed.
 class HeldGroupIds {
  public:
-  // ids: lives longer.
+  // ids must outlive this object.
   explicit HeldGroupIds(GroupIds& ids) : ids_(ids) {}
   HeldGroupIds(const HeldGroupIds&) = delete;
   HeldGroupIds& operator=(const HeldGroupIds&) = delete;
@@ -83,7 +84,7 @@ class HeldGroupIds {
   std::vector<std::uint16_t> held_;
 };
 
-// The topology with the ids that its groups have in a process that has seen no others.
+// Returns the topology with the ids that its groups get in a process that has seen no other topology.
 wire::Topology withGroupIds(wire::Topology topology);
 
 }  // namespace client

@@ -37,7 +37,7 @@ struct Patcher::State {
   std::uint64_t deviceVersion = 0;  // and of its device
   std::chrono::steady_clock::time_point nextRefresh;
   std::chrono::steady_clock::time_point nextRetry;
-  // What the last answer to version() stands for: a session and a version of its graph, if there is one.
+  // What the last result of version() stands for: a session and, if there is one, a version of its graph.
   std::pair<std::uint64_t, std::optional<std::uint64_t>> seen;
   std::uint64_t version = 1;
 
@@ -58,13 +58,13 @@ std::uint64_t Patcher::State::follow(Session& service) {
   if (number != followed && number != 0) {
     if (const auto device = service.device()) learn(*device);
   } else if (number != 0 && service.deviceVersion() != deviceVersion) {
-    // Somebody else has been told that groups have come back under other handles, or ports at other places.
+    // Another user of the session has been told that groups have other handles, or ports other places.
     if (const auto device = service.lastDevice(); device.session == followed) learn(device);
   }
   return followed;
 }
 
-// Of the groups that are not known, those of the wanted ports become known: there are names for few.
+// Unknown groups become known only when one of their ports is wanted: there are few names for groups.
 void Patcher::State::learn(const Session::Device& device, std::span<const client::ServicePort> wanted) {
   places.follow(device.topology, device.session != followed,
                 [&](const wire::TopologyGroup& group) -> std::optional<std::uint16_t> {
@@ -76,7 +76,8 @@ void Patcher::State::learn(const Session::Device& device, std::span<const client
   ++version;
 }
 
-// The service does not find a port: true when it has told meanwhile of others than are known, and may find it now.
+// Called when the service does not find a port. Returns true when its device has changed since the places were
+// followed: then it may find the port now.
 bool Patcher::State::learnsMore(Session& service) {
   const std::lock_guard guard(mutex);
   if (std::chrono::steady_clock::now() < nextRetry) return false;
@@ -112,8 +113,7 @@ void Patcher::State::toConsole(Session& service, client::Side side, Peers& peers
 
 namespace {
 
-// A service that has come in place of the one that was thought of is asked once more, by its own places, and so is one
-// whose ports are at other places than was thought.
+// Asks once more when another service has come meanwhile, or when the service's ports are at other places than before.
 constexpr int Attempts = 2;
 
 std::vector<GroupRecord> groupsOf(const wire::Topology& topology, const client::PortNumbers& numbers,

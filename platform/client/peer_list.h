@@ -13,22 +13,21 @@
 
 namespace client {
 
-// Ports in the order of adding, none twice. To take one away costs the same however many there are. No port has the
-// index 65535.
+// Ports in the order of adding, none twice. Removing one takes constant time. No port has the index 65535.
 class PeerList {
  public:
   void add(ServicePort port);
 
-  // Takes a port away, if it stands.
+  // Removes a port, if it is in the list.
   void remove(ServicePort port);
 
   bool empty() const { return ports_.size() == gapCount(); }
 
-  // All of them. Costs as much as copying them. Valid until the next change.
+  // All ports. Takes as long as copying them. Valid until the next change.
   std::span<const ServicePort> all();
 
  private:
-  // Where the ports stand, once a list is long and loses some.
+  // The positions of the ports; made when a long list loses one.
   struct Places {
     std::unordered_map<ServicePort, std::size_t, ServicePortHash> of;
     std::size_t gaps = 0;  // left by those that were taken away

@@ -55,7 +55,7 @@ void PortPlaces::follow(const wire::Topology& now, bool isAnother, const NewGrou
     toService_.clear();
     fromService_.clear();
   }
-  // First all groups: what a new one makes void may be the place that another one's port has just got.
+  // All groups first: a new group may invalidate a place that a port of another group has just been given.
   for (const wire::TopologyGroup& group : now.groups) {
     if (!ids_.contains(group.handle) && !moved_.contains(group.handle)) meet(group, newGroup);
   }

@@ -16,21 +16,22 @@
 
 namespace client {
 
-// The ports of a device by places, group ids and indices, which stay whatever the service calls them: one that has been
-// started again has other handles, and so has a group that has come back after a long time. Ports are then found again
-// by their names. A place has the service's own index, until it is another's.
+// Maps places to the service's ports. A place is a group id and an index, by which a console knows a port; it stays the
+// same when the service uses another handle for the group. Handles change when the service is started again, and when a
+// group comes back after a long time. Ports are then found again by their names. The index of a place is the service's
+// own, unless that belongs to another place already.
 class PortPlaces {
  public:
-  // Gives a group that is not known its id; nothing: it is to stay unknown.
+  // Returns the id for a group that is not known, nullopt when the group is to stay unknown.
   using NewGroup = std::function<std::optional<std::uint16_t>(const wire::TopologyGroup& group)>;
 
   PortPlaces() : PortPlaces(wire::Topology{}) {}
 
-  // first: its groups have ids.
+  // The groups of first must have ids.
   explicit PortPlaces(wire::Topology first);
 
-  // The service has these ports now. Those of known groups that are not known yet are known from now on. isAnother: the
-  // handles of the groups mean nothing any more.
+  // The service has these ports now. New ports of known groups are known from now on. isAnother: this is another
+  // service, so handles that were seen before mean nothing any more.
   void follow(const wire::Topology& now, bool isAnother, const NewGroup& newGroup);
 
   // The service's place of a port; for one that is not there, a place that no port has.
@@ -71,11 +72,11 @@ class PortPlaces {
   std::unordered_map<std::string, std::uint16_t> idByName_;  // of all known groups
   std::map<Key, std::string> later_;                         // the names of ports that came later
 
-  // The groups whose ports have the service's own indices, both ways.
+  // In both directions, the groups whose ports have the service's own indices.
   std::unordered_map<std::uint64_t, std::uint16_t> ids_;
   std::unordered_map<std::uint16_t, std::uint64_t> handles_;
 
-  // The other groups, and the ports whose places are not the service's own, both ways; Nowhere is that of no port.
+  // In both directions, the other groups, and the ports whose indices are not the service's own. Nowhere: no port.
   std::unordered_map<std::uint64_t, std::uint16_t> moved_;
   std::map<Key, ServicePort> toService_;
   std::unordered_map<OnSide, StrmSrv::PortRecord, OnSideHash> fromService_;

@@ -35,10 +35,10 @@ namespace EvtSrv {
 // that has let these two seconds pass is not asked for a second; whoever wants to know has no answer at once.
 //
 // A service that goes, and may come back, costs one line on standard error. From then on every request and every
-// receive looks for it, some times in a second; when it is back, the session attaches with all its taps, and says so in
-// one line, and in another what connections between two systems that this client knew have ended with it; this takes as
-// long as the taps are many, some ten thousand in a second. Taps of ports that are not there then are tried again by
-// who receives, once a second, until they are.
+// receive looks for it, some times in a second. When it is back, the session attaches again with all its taps, some ten
+// thousand in a second, and says so in one line. A second line names the connections between two systems that have
+// ended with the service, as far as this client knew them. The thread that receives retries taps whose ports are
+// missing, once a second.
 class EventPortManager::Session {
  public:
   // Attaches. endpoint: what the connection is called on standard error. Without a service that answers: the cause in
@@ -81,15 +81,15 @@ class EventPortManager::Session {
   };
   std::optional<Device> device();
 
-  // Another number after each answer of the service about its device that differs from the one before, whoever of this
-  // session has asked. Does not wait.
+  // Changes whenever the service gives another answer about its device, whoever has asked in this session. Does not
+  // block.
   std::uint64_t deviceVersion() const { return deviceVersion_; }
 
-  // The last of these answers; the service is not asked.
+  // The last of these answers, without asking the service.
   Device lastDevice();
 
-  // A console lists the groups and ports of this topology. From now on, what comes that none lists costs one line on
-  // standard error, at most one a second, when somebody receives.
+  // A console lists the groups and ports of this topology. From now on, groups and ports that come and that no console
+  // lists are reported on standard error, in at most one line a second, while somebody receives.
   void list(const wire::Topology& topology);
 
   // The status, when the mirror shows what the service has done; NoSession, and nothing done, when the session has

@@ -15,7 +15,8 @@ namespace {
 // system that find nothing. Nobody can tell this age of an answer from a change that was made a moment later.
 constexpr std::chrono::microseconds GraphLookInterval{50};
 
-// How often who receives takes in news: as old may be what is said of connections that have ended with the service.
+// How often the thread that receives takes in news of the graph. What is reported of connections that have ended with
+// the service may be as old as this.
 constexpr std::chrono::milliseconds FollowInterval{200};
 
 }  // namespace

@@ -1,4 +1,4 @@
-// What a session tells of by itself: what has come, and what a service that is back has lost.
+// What a session reports without being asked: groups and ports that have come, and connections that a service has lost.
 #include <algorithm>
 #include <chrono>
 #include <mutex>
@@ -21,7 +21,7 @@ constexpr std::chrono::milliseconds GatherTime{200};
 // How often the service is asked.
 constexpr std::chrono::milliseconds NewsInterval{1000};
 
-// Nobody else is to wait long meanwhile.
+// Other threads wait for the session meanwhile.
 constexpr std::chrono::milliseconds LookTime{500};
 
 }  // namespace
@@ -46,7 +46,7 @@ void EventPortManager::Session::lookForArrivals() {
   auto topology = channels_->control.ask<wire::Topology>(wire::AskTopology{channels_->control.session()}, deadline);
   nextArrivalLook_ = Clock::now() + NewsInterval;
   if (!topology) {
-    // Not silent yet: whoever asks has the time that this look has not.
+    // That does not make the service silent: a request may wait longer than this look.
     arrivalLook_ = nextArrivalLook_;
     if (channels_->control.lost()) lose();
     return;

@@ -1,4 +1,4 @@
-// Losses of unknown size, told seldom.
+// Losses of unknown size, reported seldom.
 #pragma once
 
 #include <chrono>
@@ -9,21 +9,22 @@
 
 namespace client {
 
-// A system that is late loses something unknown time after time, and each line goes across what the user reads. So a
-// line comes at once, and then every ten seconds at most, with the sum. One thread at a time.
+// A system that is late loses messages again and again, and each line disturbs what the user reads. So the first loss
+// is reported at once, and later ones as a sum every ten seconds at most. One thread at a time.
 class UncountedLosses {
  public:
-  // tell: takes how many times something was lost, 1 at least. It must outlive this, and not throw.
+  // tell is called with the number of losses, at least 1. What it refers to must outlive this object; it must not
+  // throw.
   explicit UncountedLosses(std::function<void(std::uint64_t times)> tell) : tell_(std::move(tell)) {}
   UncountedLosses(const UncountedLosses&) = delete;
   UncountedLosses& operator=(const UncountedLosses&) = delete;
 
-  // Tells what is left.
+  // Reports what has not been reported yet.
   ~UncountedLosses() { say(news_.takeAll(times_, {})); }
 
   void add() { ++times_; }
 
-  // Tells what is due at now.
+  // Reports what is due at now.
   void advance(std::chrono::nanoseconds now) {
     if (times_ > 0) say(news_.take(times_, now));
   }

@@ -21,8 +21,8 @@ struct Limits {
   std::size_t queueBytes = 8U << 20U;  // what may wait for one client
 };
 
-// A connection of the device. carried: the service carries it from one of several systems to another, so that it ends
-// with the service.
+// A connection of the device. carried: it leads from one of several systems to another; the service carries it, so it
+// ends with the service.
 struct CarriedLink {
   device::Link link;
   bool carried = false;
@@ -87,8 +87,8 @@ class Service : private device::DriverEvents {
   // All zero for a client that is not there.
   ClientCounts counts(ClientId client) const;
   Counts counts() const;
-  // The service ends: what the device has still to tell is among the notes then. Nothing but notes and counts is asked
-  // for after it.
+  // The service ends. Moves what the device still has to report to the notes. Only notes and counts may be called
+  // afterwards.
   void finish(device::Time now);
 
   // As in counts, but asked for at no cost.

@@ -36,8 +36,8 @@ class TapQueue {
   void add(EventPortId eventPort, device::PortId port, std::string_view name, std::uint32_t holderBytes,
            const device::Message& message, device::Time now);
 
-  // Messages that would have come next have been lost on their way here; 0: nobody knows how many. What is known and
-  // what is not stand side by side, so that the count stays exact.
+  // Messages that would have come next have been lost on their way here; 0: an unknown number. Known and unknown losses
+  // are kept apart, so that the count stays exact.
   void addLossBefore(std::uint64_t count);
 
   // Moves events to the end of out, oldest first, as entries of a wire::Events message: as many as fit maxBytes, but
@@ -47,7 +47,7 @@ class TapQueue {
 
   bool empty() const { return entries_.empty() && waitingLosses() == 0; }
 
-  // What is stored, in bytes, but for the names of the ports, each once; never above the limit.
+  // The bytes stored, without the names of ports, each of which is stored once; never above the limit.
   std::size_t bytes() const { return records_.size() + entries_.size() * sizeof(Entry); }
 
   // Records taken in, and dropped, in all.
@@ -66,7 +66,7 @@ class TapQueue {
     Kind kind = Kind::Event;
   };
 
-  // A port that events wait of.
+  // A port whose events wait.
   struct Origin {
     device::PortId port;
     std::string name;

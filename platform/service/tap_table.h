@@ -27,7 +27,7 @@ struct Tap {
 // The taps of all clients. A tap is a client, one of its event ports, and a device port with its name.
 class TapTable {
  public:
-  // The taps of one port, and what it is called, also when it has gone and been forgotten.
+  // The taps of one port, and its name, which stays when the port has gone and has been forgotten.
   struct TappedPort {
     std::string name;
     std::vector<Tap> taps;  // in the order of tapping
@@ -53,7 +53,7 @@ class TapTable {
   // All ports that have taps, in no order.
   std::vector<device::PortId> ports() const;
 
-  // The taps of one port are those of another from now on, in the order of tapping.
+  // Moves the taps of one port to another, in the order of tapping.
   void move(device::PortId from, device::PortId to);
 
   // How many taps a client has.

@@ -105,6 +105,12 @@ std::vector<std::string> namesOfCommands(const CLI::App& app) {
   return names;
 }
 
+// Whether "--endpoint=" stands among the options. CLI11 would take the next word for what is missing.
+bool hasEmptyEndpoint(const std::vector<std::string>& words) {
+  const auto end = std::ranges::find(words, "--");
+  return std::find(words.begin(), end, "--endpoint=") != end;
+}
+
 // The word that stands where a command must; nothing when there is none.
 std::optional<std::string> wordForCommand(const std::vector<std::string>& words) {
   for (auto at = words.begin(); at != words.end(); ++at) {
@@ -149,9 +155,11 @@ std::variant<CommandLine, Saying> parseCommandLine(const std::vector<std::string
   app.fallthrough();
   addCommands(app, draft);
   for (CLI::App* sub : app.get_subcommands([](const CLI::App*) { return true; })) sub->fallthrough();
+  const std::string noEndpoint = "is empty; give ipc://PATH or embedded:FILE";
   try {
+    if (hasEmptyEndpoint(words)) throw CLI::ValidationError("--endpoint", noEndpoint);
     app.parse(std::vector<std::string>(words.rbegin(), words.rend()));  // so the library wants them
-    if (given->count() > 0 && endpoint.empty()) throw CLI::ValidationError("--endpoint", "is empty");
+    if (given->count() > 0 && endpoint.empty()) throw CLI::ValidationError("--endpoint", noEndpoint);
   } catch (const CLI::CallForHelp&) {
     return Saying{false, app.help()};
   } catch (const CLI::CallForVersion& version) {

@@ -17,8 +17,8 @@ namespace streamctl {
 // line. progress is told, several times in a second and after each frame, how many messages of the player have been
 // handed over.
 //
-// pass: of how many messages a pass of the player consists. What sounds when another pass begins is ended before, and
-// so is what sounds when playing ends early; 0: what sounds is nobody's concern.
+// pass: the number of messages in one pass of the player. Notes that still sound are ended before the next pass begins,
+// and when playing ends early. 0: no notes are ended.
 std::optional<std::string> playInto(ServiceClient& service, const std::string& port, midi::Player& player,
                                     std::uint64_t pass, const StopSignals& signals,
                                     const std::function<void(std::uint64_t messages)>& progress);

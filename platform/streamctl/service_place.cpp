@@ -13,26 +13,32 @@ namespace {
 
 // No endpoint that this build refuses.
 #ifdef FLOWSCOPE_HAVE_JACK
-constexpr std::string_view Advice = "start streamd, or give --endpoint embedded:jack while a JACK server runs";
+constexpr const char* AnyService = "start streamd, or give --endpoint embedded:jack while a JACK server runs";
 #else
-constexpr std::string_view Advice = "start streamd";
+constexpr const char* AnyService = "start streamd";
 #endif
+
+const std::string Start = "start streamd";
+
+// Somebody has said where: only a streamd that listens there helps.
+ServicePlace placeGiven(std::string endpoint) {
+  const bool isDefault = endpoint == client::endpointsWhenUnset().front();
+  std::string advice = isDefault ? Start : Start + " --listen " + sys::printable(endpoint);
+  return {{std::move(endpoint)}, false, std::move(advice)};
+}
 
 }  // namespace
 
 ServicePlace placeToLook(const std::optional<std::string>& given) {
-  const std::string advice(Advice);
-  if (given) return {{*given}, false, advice};
-  if (auto endpoint = client::endpointOfVariable()) return {{std::move(*endpoint)}, false, advice};
-  return {client::endpointsWhenUnset(), true, advice};
+  if (given) return placeGiven(*given);
+  if (auto endpoint = client::endpointOfVariable()) return placeGiven(std::move(*endpoint));
+  return {client::endpointsWhenUnset(), true, AnyService};
 }
 
 ServicePlace placeOfStreamd(ServicePlace place) {
+  if (!place.isDefault) return place;
   // Of those that are tried by default, it is the first.
-  place.endpoints.resize(1);
-  place.isDefault = false;
-  place.advice = "start streamd";
-  return place;
+  return {{std::move(place.endpoints.front())}, false, Start};
 }
 
 void sayProblem(const ServicePlace& place, const std::string& endpoint, const client::ConnectionProblem& problem) {

@@ -19,15 +19,15 @@ struct ServicePlace {
 // The given endpoint, else that of EVTSRV_ENDPOINT, else those that the console tries.
 ServicePlace placeToLook(const std::optional<std::string>& given);
 
-// The same for who wants a service that others use, too: by default the well-known local socket only.
+// The same for a command that needs a streamd: by default the well-known local socket only.
 ServicePlace placeOfStreamd(ServicePlace place);
 
 // Says on standard error why there is no service at an endpoint of the place and, when no streamd listens there, what
 // to do next.
 void sayProblem(const ServicePlace& place, const std::string& endpoint, const client::ConnectionProblem& problem);
 
-// Says on standard error which endpoint has been taken, when nobody has said where; and what to do next when its device
-// is one that nobody else sees.
+// When no endpoint was given, says on standard error which one has been taken, and what to do next when nobody else
+// sees its device.
 void sayTaken(const ServicePlace& place, const std::string& endpoint);
 
 }  // namespace streamctl

@@ -1,4 +1,4 @@
-// The user's wish to end.
+// Signals that ask the program to end.
 #pragma once
 
 #include <array>
@@ -13,13 +13,13 @@ namespace streamctl {
 // that were ignored before stay ignored. One at a time, made and destroyed on the main thread.
 class StopSignals {
  public:
-  // How people and programs ask for the end.
+  // With which people and programs end a program.
   static constexpr std::array Asking{SIGINT, SIGTERM};
 
-  // Those, and what else ends a program from outside, as a terminal that goes away does.
+  // Those, and others that end a program from outside, such as that of a terminal that goes away.
   static constexpr std::array Ending{SIGINT, SIGTERM, SIGHUP, SIGQUIT, SIGPIPE, SIGALRM, SIGUSR1, SIGUSR2};
 
-  // signals: live as long as this object.
+  // signals must outlive this object.
   explicit StopSignals(std::span<const int> signals = Asking);
   StopSignals(const StopSignals&) = delete;
   StopSignals& operator=(const StopSignals&) = delete;

@@ -61,8 +61,8 @@ class WatchPort : public EvtSrv::EventPort {
 
 using Opened = std::variant<client::Connection, client::ConnectionProblem>;
 
-// Makes the library use the one endpoint of the place. Says why when no service is there: only we know what to do next.
-// A service in this process goes on for the library as long as what is answered lives.
+// Makes the library use the one endpoint of the place. When no service is there, says why, since only streamctl knows
+// what to do next. A service in this process runs on for the library while the result lives.
 Opened makeKnown(const ServicePlace& place) {
   const std::string& endpoint = place.endpoints.front();
   Opened opened = client::openConnection(endpoint, EvtSrv::ConBehave_Void);

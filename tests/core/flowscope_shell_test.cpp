@@ -205,6 +205,36 @@ TEST(FlowScopeShell, LiveTrafficOfTheBuiltInSequencer) {
   EXPECT_TRUE(shows(off)) << printed;
 }
 
+TEST(FlowScopeShell, ShellsOfOneManagerShareTheDeviceAndNothingElse) {
+  DeviceShell device;
+  FlowScope second(*device.manager, true, device.around.io);
+  second.init(*device.manager);
+  const auto runSecond = [&](const std::string& line) {
+    runCommands(second, line);
+    return device.around.out.take();
+  };
+  const std::string list = "ls -r /Midi/Source/Panel/PanelOut1";
+  const std::string unconnected = device.run(list);
+  EXPECT_EQ(runSecond(list), unconnected);
+  device.run("con /Midi/Source/Panel/PanelOut1 /Midi/Sink/Thru/ThruIn1");
+  const std::string connected = device.run(list);
+  EXPECT_NE(connected.find("ThruIn1"), std::string::npos) << connected;
+  EXPECT_EQ(runSecond(list), connected);
+  runSecond("dis /Midi/Source/Panel/PanelOut1");
+  EXPECT_EQ(runSecond(list), unconnected);
+  EXPECT_EQ(device.run(list), unconnected);
+
+  device.run("cd Midi; cat /Midi/Source/Panel/PanelOut1");
+  runSecond("cat /Midi/Source/Thru/ThruOut1");
+  EXPECT_EQ(device.shell->currentPath(), Names{"Midi"});
+  EXPECT_EQ(second.currentPath(), Names{});
+  EXPECT_EQ(device.shell->attached(), Names{"PanelOut1"});
+  EXPECT_EQ(second.attached(), Names{"ThruOut1"});
+  runSecond("end");
+  EXPECT_EQ(device.shell->attached(), Names{"PanelOut1"});
+  EXPECT_EQ(second.attached(), Names{});
+}
+
 TEST(FlowScopeShell, TheNewestShellIsTheCurrentOne) {
   DeviceShell device;
   EXPECT_EQ(StatBase::current(), device.shell.get());

@@ -4,7 +4,10 @@
 
 #include <cstdlib>
 #include <filesystem>
+#include <optional>
 #include <string>
+
+#include "tests/support/scratch_folder.h"
 
 namespace flowscope {
 namespace {
@@ -24,6 +27,22 @@ TEST(ManualPath, FolderLiesBesideThatOfTheProgram) {
   const auto folder = std::filesystem::path(FLOWSCOPE_BINARY_DIR).parent_path() / "share/man";
   EXPECT_EQ(manualFolder(), folder.native());
   EXPECT_TRUE(std::filesystem::exists(folder / "man1/flowscope.1"));
+}
+
+TEST(ManualPath, FolderThatIsMissingOrCannotBeNamedIsNone) {
+  const testsupport::ScratchFolder scratch;
+  const auto& at = scratch.path();
+  scratch.write("whole/share/man/man1/flowscope.1", "");
+  EXPECT_EQ(manualFolderOf(at / "whole/bin/flowscope"), (at / "whole/share/man").native());
+  scratch.write("a:b/share/man/man1/flowscope.1", "");
+  EXPECT_EQ(manualFolderOf(at / "a:b/bin/flowscope"), std::nullopt);
+  scratch.write("file/share/man", "");
+  EXPECT_EQ(manualFolderOf(at / "file/bin/flowscope"), std::nullopt);
+  scratch.write("bare/share/other", "");
+  EXPECT_EQ(manualFolderOf(at / "bare/bin/flowscope"), std::nullopt);
+  EXPECT_EQ(manualFolderOf(at / "none/bin/flowscope"), std::nullopt);
+  scratch.write("no", "");
+  EXPECT_EQ(manualFolderOf(at / "no/bin/flowscope"), std::nullopt);
 }
 
 TEST(ManualPath, IsExtendedForAWhileAndNothingElseChanges) {

@@ -8,6 +8,7 @@
 #include <csignal>
 #include <cstdio>
 #include <cstdlib>
+#include <functional>
 #include <string>
 #include <string_view>
 #include <vector>
@@ -45,75 +46,91 @@ TEST(TerminalSignals, WhereNobodyCouldContinueItTheProgramIsNotStopped) {
   EXPECT_EQ(session.end(), "exited 0");
 }
 
+// Runs the code in a child process.
+pid_t startChild(const std::function<void()>& code) {
+  const pid_t child = fork();
+  if (child != 0) return child;
+  limitChild();
+  code();
+  _exit(0);
+}
+
+// How a child has stopped or ended, as soon as it has.
+std::string awaitChild(pid_t child) {
+  int status = 0;
+  waitpid(child, &status, WUNTRACED);
+  return describeStatus(status);
+}
+
+// A child that makes the terminal raw, stops itself, and goes on with a terminal that somebody has restored meanwhile.
+int stopAndContinue(const TerminalSession::Inside& inside, void (*begin)(),
+                    const std::function<void(KeySource& keys)>& goOn) {
+  const pid_t child = startChild([&] {
+    begin();
+    StdinKeySource keys;
+    const TerminalSignals signals(keys);
+    setTerminalMode(TerminalMode::Raw);
+    raise(SIGSTOP);
+    goOn(keys);
+  });
+  awaitChild(child);
+  tcsetattr(0, TCSANOW, &inside.settingsAtStart);
+  kill(child, SIGCONT);
+  inside.say(awaitChild(child));
+  return 0;
+}
+
+void toBackground() { setpgid(0, 0); }
+
 TEST(TerminalSignals, ContinuingInTheBackgroundLeavesTheTerminalAlone) {
   TerminalSession session([](const TerminalSession::Inside& inside) {
-    const pid_t child = fork();
-    if (child == 0) {
-      limitChild();
-      setpgid(0, 0);
-      StdinKeySource keys;
-      const TerminalSignals signals(keys);
-      setTerminalMode(TerminalMode::Raw);
-      raise(SIGSTOP);
+    return stopAndContinue(inside, toBackground, [&](KeySource& keys) {
       inside.say(inside.mode());
       dup2(open("/dev/null", O_RDONLY), 0);  // reading from the terminal would stop a process in the background
       inside.say(keys.readByte() == InputResumed ? "resumed " : "end ");
-      _exit(0);
-    }
-    int status = 0;
-    waitpid(child, &status, WUNTRACED);
-    tcsetattr(0, TCSANOW, &inside.settingsAtStart);
-    kill(child, SIGCONT);
-    waitpid(child, &status, 0);
-    inside.say(describeStatus(status));
-    return 0;
+    });
   });
   EXPECT_EQ(session.allReports(), "saved end exited 0");
 }
 
+void toItsOwnSession() { setsid(); }
+
 TEST(TerminalSignals, AfterAStopATerminalThatControlsNoSessionIsRawAgain) {
   TerminalSession session([](const TerminalSession::Inside& inside) {
-    const pid_t child = fork();
-    if (child == 0) {
-      limitChild();
-      setsid();
-      StdinKeySource keys;
-      const TerminalSignals signals(keys);
-      setTerminalMode(TerminalMode::Raw);
-      raise(SIGSTOP);
+    return stopAndContinue(inside, toItsOwnSession, [&](KeySource& keys) {
       inside.say(keys.readByte() == InputResumed ? "resumed " : "a key ");
       inside.say(inside.mode());
-      _exit(0);
-    }
-    int status = 0;
-    waitpid(child, &status, WUNTRACED);
-    tcsetattr(0, TCSANOW, &inside.settingsAtStart);
-    kill(child, SIGCONT);
-    waitpid(child, &status, 0);
-    inside.say(describeStatus(status));
-    return 0;
+    });
   });
   EXPECT_EQ(session.allReports(), "resumed raw exited 0");
 }
 
-TEST(StdinKeySource, InputInTheBackgroundWhereStopsAreIgnoredIsTheEnd) {
-  TerminalSession session([](const TerminalSession::Inside& inside) {
-    const pid_t child = fork();
-    if (child == 0) {
-      limitChild();
-      setpgid(0, 0);
-      signal(SIGTTIN, SIG_IGN);
-      StdinKeySource keys;
-      inside.say(keys.readByte() == EndOfInput ? "end " : "a key ");
-      _exit(0);
-    }
-    [[maybe_unused]] const ssize_t typed = write(inside.keyboard, "\n", 1);
-    int status = 0;
-    waitpid(child, &status, WUNTRACED);
-    inside.say(describeStatus(status));
-    return 0;
-  });
-  EXPECT_EQ(session.allReports(), "end exited 0");
+void ignoreInputStops() { signal(SIGTTIN, SIG_IGN); }
+
+// As a parent leaves it that holds back what could stop it.
+void blockStops() {
+  sigset_t stops;
+  sigemptyset(&stops);
+  sigaddset(&stops, SIGTTIN);
+  sigaddset(&stops, SIGTTOU);
+  pthread_sigmask(SIG_BLOCK, &stops, nullptr);
+}
+
+TEST(StdinKeySource, InputInTheBackgroundWhereNothingStopsIsTheEnd) {
+  for (void (*const refuse)() : {ignoreInputStops, blockStops}) {
+    TerminalSession session([refuse](const TerminalSession::Inside& inside) {
+      const pid_t child = startChild([&] {
+        toBackground();
+        refuse();
+        StdinKeySource keys;
+        inside.say(keys.readByte() == EndOfInput ? "end " : "a key ");
+      });
+      [[maybe_unused]] const ssize_t typed = write(inside.keyboard, "\n", 1);
+      inside.say(awaitChild(child));
+      return 0;
+    });
+    EXPECT_EQ(session.allReports(), "end exited 0");
+  }
 }
 
 TEST(StdinKeySource, InputInTheBackgroundWhereNobodyCouldContinueItIsTheEnd) {
@@ -143,30 +160,20 @@ TEST(StdinKeySource, InputInTheBackgroundWhereNobodyCouldContinueItIsTheEnd) {
 
 TEST(JobControl, AStopForInputStopsTheWholeGroup) {
   TerminalSession session([](const TerminalSession::Inside& inside) {
-    const pid_t reader = fork();
-    if (reader == 0) {
-      limitChild();
+    const pid_t reader = startChild([] {
       setpgid(0, 0);
       raise(SIGSTOP);
       stopForInput(0);
-      _exit(0);
-    }
-    int status = 0;
-    waitpid(reader, &status, WUNTRACED);
-    const pid_t other = fork();
-    if (other == 0) {
-      limitChild();
+    });
+    awaitChild(reader);
+    const pid_t other = startChild([&] {
       setpgid(0, reader);
       kill(reader, SIGCONT);
       for (;;) pause();
-    }
-    for (const pid_t child : {reader, other}) {
-      waitpid(child, &status, WUNTRACED);
-      inside.say(describeStatus(status) + " ");
-    }
+    });
+    for (const pid_t child : {reader, other}) inside.say(awaitChild(child) + " ");
     kill(-reader, SIGCONT);
-    waitpid(reader, &status, 0);
-    inside.say(describeStatus(status));
+    inside.say(awaitChild(reader));
     kill(other, SIGKILL);
     return 0;
   });
@@ -209,10 +216,9 @@ class Job {
 
   // Waits until it has stopped or ended, and takes the terminal as a shell does.
   std::string awaitStop() const {
-    int status = 0;
-    waitpid(child_, &status, WUNTRACED);
+    const std::string status = awaitChild(child_);
     tcsetpgrp(0, getpgrp());
-    return describeStatus(status) + " ";
+    return status + " ";
   }
 
  private:

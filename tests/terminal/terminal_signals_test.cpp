@@ -1,8 +1,13 @@
 #include "terminal/terminal_signals.h"
 
 #include <gtest/gtest.h>
+#include <sched.h>
 #include <sys/mman.h>
+#include <sys/prctl.h>
+#include <sys/wait.h>
+#include <unistd.h>
 
+#include <array>
 #include <csignal>
 #include <cstdlib>
 #include <functional>
@@ -182,21 +187,82 @@ TEST(TerminalSignals, SignalsThatEndNothingAreLeftAlone) {
 
 void ownHandler(int /*signal*/) {}
 
-TEST(TerminalSignals, WhatWasDoneBeforeIsDoneAfter) {
+// Installs a handler, and answers which one there is while the terminal's signals are watched, and which afterwards.
+std::array<sighandler_t, 2> handlersInsideAndAfter(int signal) {
   struct sigaction own {};
   struct sigaction before {};
   own.sa_handler = ownHandler;
-  sigaction(SIGTERM, &own, &before);
+  sigaction(signal, &own, &before);
   test::ScriptedKeys keys;
   struct sigaction inside {};
   {
     const TerminalSignals signals(keys);
-    sigaction(SIGTERM, nullptr, &inside);
+    sigaction(signal, nullptr, &inside);
   }
   struct sigaction after {};
-  sigaction(SIGTERM, &before, &after);
-  EXPECT_NE(inside.sa_handler, ownHandler);
-  EXPECT_EQ(after.sa_handler, ownHandler);
+  sigaction(signal, &before, &after);
+  return {inside.sa_handler, after.sa_handler};
+}
+
+TEST(TerminalSignals, AHandlerForTheProgramsFaultsComesBackAfterwards) {
+  for (const int signal : testsupport::faultSignals()) {
+    const auto [inside, after] = handlersInsideAndAfter(signal);
+    EXPECT_NE(inside, ownHandler) << signal;
+    EXPECT_EQ(after, ownHandler) << signal;
+  }
+}
+
+TEST(TerminalSignals, OtherHandlersStay) {
+  std::vector<int> others = testsupport::endingSignals();
+  for (const int fault : testsupport::faultSignals()) std::erase(others, fault);
+  others.insert(others.end(), {SIGTSTP, SIGCONT});
+  for (const int signal : others) {
+    const auto [inside, after] = handlersInsideAndAfter(signal);
+    EXPECT_EQ(inside, ownHandler) << signal;
+    EXPECT_EQ(after, ownHandler) << signal;
+  }
+}
+
+TEST(TerminalSignals, WhatIsDoneByDefaultIsDoneSoAfterwards) {
+  test::ScriptedKeys keys;
+  { const TerminalSignals signals(keys); }
+  struct sigaction after {};
+  sigaction(SIGTERM, nullptr, &after);
+  EXPECT_EQ(after.sa_handler, SIG_DFL);
+}
+
+// Runs the code in a child that is the first process of a container of processes; answers how it ended, or "" where
+// the system allows no container.
+std::string runAsFirstProcess(const std::function<void()>& code) {
+  if (unshare(CLONE_NEWPID) != 0 && unshare(CLONE_NEWUSER | CLONE_NEWPID) != 0) return "";
+  const pid_t child = fork();
+  if (child == 0) {
+    prctl(PR_SET_PDEATHSIG, SIGKILL);
+    code();
+    _exit(0);
+  }
+  int status = 0;
+  return child > 0 && waitpid(child, &status, 0) == child ? test::describeStatus(status) : "";
+}
+
+TEST(TerminalSignals, TheFirstProcessOfAContainerEndsAsWell) {
+  for (const int signal : testsupport::endingSignals()) {
+    TerminalSession session([signal](const TerminalSession::Inside& inside) {
+      inside.say(runAsFirstProcess([&] {
+        StdinKeySource keys;
+        const TerminalSignals signals(keys);
+        setTerminalMode(TerminalMode::Raw);
+        inside.say(inside.mode());
+        raise(signal);
+      }));
+      return 0;
+    });
+    const std::string reports = session.allReports();
+    if (reports.empty()) GTEST_SKIP() << "this system allows no container";
+    EXPECT_EQ(reports, "raw exited " + std::to_string(128 + signal));
+    EXPECT_EQ(session.end(), "exited 0");
+    EXPECT_TRUE(session.hasSavedSettings()) << signal;
+  }
 }
 
 }  // namespace

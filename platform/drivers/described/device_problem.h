@@ -12,7 +12,7 @@ struct DeviceFileProblem {
   std::string cause;
 };
 
-// What stands in a file, as a cause may quote it: printable (see wire::printable), and cut to a length that fits a
+// What stands in a file, as a cause may quote it: printable (see sys::printable), and cut to a length that fits a
 // line.
 std::string printable(std::string_view text);
 

@@ -2,6 +2,7 @@
 #include <gtest/gtest.h>
 
 #include <memory>
+#include <optional>
 #include <string>
 #include <thread>
 #include <vector>
@@ -70,54 +71,48 @@ class ReturningService : public testing::Test {
   std::thread runner_;
 };
 
-// The first service's later port has gone with it; the second one's has its index, but is another.
-TEST_F(ReturningService, PortThatComesLaterIsNotTakenForOneOfTheServiceBefore) {
-  setPorts({group(0, "A", {"a"}, {"x"})});
-  EvtSrv::EventPortManager manager(EvtSrv::ConBehave_Default, true);
-  Patcher patcher(manager, 0);
-  setPorts({group(0, "A", {"a"}, {"x", "b"})});
-  device_->act([&](ObeyingDevice& device) { device.events().linked(link(out(0, 0), in(0, 1)), {}); });
-  ASSERT_EQ(sinksOfTheFirst(patcher, 1), std::vector<std::string>{"b"});
-  Ports before;
-  patcher.getConnectSinkPorts(0, 0, before);
-  ASSERT_EQ(before.size(), 1U);
+// A patcher that has seen the port "b" come behind "x", and then another service in its place that has "x" alone.
+class LatePortOfAServiceThatReturned : public ReturningService {
+ protected:
+  void SetUp() override {
+    setPorts({group(0, "A", {"a"}, {"x"})});
+    manager.emplace(EvtSrv::ConBehave_Default, true);
+    patcher.emplace(*manager, 0);
+    setPorts({group(0, "A", {"a"}, {"x", "b"})});
+    device_->act([&](ObeyingDevice& device) { device.events().linked(link(out(0, 0), in(0, 1)), {}); });
+    ASSERT_EQ(sinksOfTheFirst(*patcher, 1), std::vector<std::string>{"b"});
+    Ports ports;
+    patcher->getConnectSinkPorts(0, 0, ports);
+    ASSERT_EQ(ports.size(), 1U);
+    b = ports[0];
 
-  stop();
-  const testsupport::Deadline deadline(Patience);
-  Ports ports;
-  while (patcher.getConnectSinkPorts(0, 0, ports) == StrmSrv::StrmRes_Success) ASSERT_FALSE(deadline.passed());
-  start();
-  setPorts({group(0, "A", {"a"}, {"x"})});
-  while (patcher.getConnectSinkPorts(0, 0, ports) != StrmSrv::StrmRes_Success) ASSERT_FALSE(deadline.passed());
-  EXPECT_TRUE(ports.empty());
+    stop();
+    const testsupport::Deadline deadline(Patience);
+    while (patcher->getConnectSinkPorts(0, 0, ports) == StrmSrv::StrmRes_Success) ASSERT_FALSE(deadline.passed());
+    start();
+    setPorts({group(0, "A", {"a"}, {"x"})});
+    while (patcher->getConnectSinkPorts(0, 0, ports) != StrmSrv::StrmRes_Success) ASSERT_FALSE(deadline.passed());
+    EXPECT_TRUE(ports.empty());
+  }
+
+  std::optional<EvtSrv::EventPortManager> manager;
+  std::optional<Patcher> patcher;
+  PortRecord b{};
+};
+
+// The first service's later port has gone with it; the second one's has its index, but is another.
+TEST_F(LatePortOfAServiceThatReturned, IsNotTakenForAnotherOne) {
   setPorts({group(0, "A", {"a"}, {"x", "c"})});
   device_->act([&](ObeyingDevice& device) { device.events().linked(link(out(0, 0), in(0, 1)), {}); });
-  EXPECT_EQ(sinksOfTheFirst(patcher, 1), std::vector<std::string>{"c"});
-  EXPECT_EQ(patcher.disconnect(0, 0, before[0].groupId, before[0].portIndex), StrmSrv::StrmRes_NotFound) << "b's place";
-  EXPECT_EQ(sinksOfTheFirst(patcher, 1), std::vector<std::string>{"c"});
+  EXPECT_EQ(sinksOfTheFirst(*patcher, 1), std::vector<std::string>{"c"});
+  EXPECT_EQ(patcher->disconnect(0, 0, b.groupId, b.portIndex), StrmSrv::StrmRes_NotFound) << "b's place";
+  EXPECT_EQ(sinksOfTheFirst(*patcher, 1), std::vector<std::string>{"c"});
 }
 
-TEST_F(ReturningService, PortThatComesLaterHasItsPlaceAgainAtTheFirstRequest) {
-  setPorts({group(0, "A", {"a"}, {"x"})});
-  EvtSrv::EventPortManager manager(EvtSrv::ConBehave_Default, true);
-  Patcher patcher(manager, 0);
+TEST_F(LatePortOfAServiceThatReturned, HasItsPlaceAgainAtTheFirstRequest) {
   setPorts({group(0, "A", {"a"}, {"x", "b"})});
-  device_->act([&](ObeyingDevice& device) { device.events().linked(link(out(0, 0), in(0, 1)), {}); });
-  ASSERT_EQ(sinksOfTheFirst(patcher, 1), std::vector<std::string>{"b"});
-  Ports before;
-  patcher.getConnectSinkPorts(0, 0, before);
-  ASSERT_EQ(before.size(), 1U);
-
-  stop();
-  const testsupport::Deadline deadline(Patience);
-  Ports ports;
-  while (patcher.getConnectSinkPorts(0, 0, ports) == StrmSrv::StrmRes_Success) ASSERT_FALSE(deadline.passed());
-  start();
-  setPorts({group(0, "A", {"a"}, {"x"})});
-  while (patcher.getConnectSinkPorts(0, 0, ports) != StrmSrv::StrmRes_Success) ASSERT_FALSE(deadline.passed());
-  setPorts({group(0, "A", {"a"}, {"x", "b"})});
-  EXPECT_EQ(patcher.connect(0, 0, before[0].groupId, before[0].portIndex), StrmSrv::StrmRes_Success);
-  EXPECT_EQ(sinksOfTheFirst(patcher, 1), std::vector<std::string>{"b"});
+  EXPECT_EQ(patcher->connect(0, 0, b.groupId, b.portIndex), StrmSrv::StrmRes_Success);
+  EXPECT_EQ(sinksOfTheFirst(*patcher, 1), std::vector<std::string>{"b"});
 }
 
 }  // namespace

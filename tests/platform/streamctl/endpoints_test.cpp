@@ -22,6 +22,11 @@ class Endpoints : public WithService {
 const std::vector<std::vector<std::string>> AllCommands{
     {"list"}, {"stats"}, {"inject", "DeckOut1", "1"}, {"watch", "DeckOut1"}};
 
+std::vector<std::string> at(const std::string& endpoint, std::vector<std::string> words) {
+  words.insert(words.end(), {"--endpoint", endpoint});
+  return words;
+}
+
 TEST_F(Endpoints, OptionComesBeforeTheVariable) {
   EXPECT_THAT(controlAt("nonsense", {"--endpoint", endpoint(), "list"}), Succeeds());
   EXPECT_THAT(controlAt("nonsense", {"inject", "DeckOut1", "1", "--endpoint", endpoint()}), Succeeds());
@@ -97,16 +102,25 @@ TEST_F(Endpoints, WithoutAnyASilentServiceIsNamedAndPassedOver) {
 TEST_F(Endpoints, NobodyListens) {
   killService();
   for (const auto& words : AllCommands) {
-    const std::string next = words[0] == "stats" ? "start streamd" : Advice;
-    EXPECT_THAT(control(words), FailsSaying("streamctl: " + endpoint() + ": Connection refused; " + next)) << words[0];
+    const std::string line = "streamctl: " + endpoint() + ": Connection refused; start streamd --listen " + endpoint();
+    EXPECT_THAT(control(words), FailsSaying(line)) << words[0];
+    EXPECT_THAT(control(at(endpoint(), words)), FailsSaying(line)) << words[0];
   }
+}
+
+TEST_F(Endpoints, WhereStreamdListensUnaskedTheAdviceIsShort) {
+  const std::string wellKnown = "ipc://" + path("streamd/socket");
+  const std::string line = "streamctl: " + wellKnown + ": No such file or directory; start streamd";
+  EXPECT_THAT(controlAt(wellKnown, {"list"}), FailsSaying(line));
+  EXPECT_THAT(controlAt({}, at(wellKnown, {"stats"})), FailsSaying(line));
 }
 
 TEST_F(Endpoints, AdviceIsForThoseWhoWantAStreamd) {
   const std::vector<std::pair<std::string, std::string>> rows{
       {"embedded:/nowhere", "embedded:/nowhere: /nowhere: No such file or directory"},
       {"tcp://host:1", "tcp://host:1: services over the network are not supported"},
-      {"ipc://" + path("device.toml/x"), "ipc://" + path("device.toml/x") + ": Not a directory; " + Advice},
+      {"ipc://" + path("device.toml/x"),
+       "ipc://" + path("device.toml/x") + ": Not a directory; start streamd --listen ipc://" + path("device.toml/x")},
       {"ipc://", "ipc://: no path (ipc://PATH)"}};
   for (const auto& [where, line] : rows) EXPECT_THAT(controlAt(where, {"list"}), FailsSaying("streamctl: " + line));
 }
@@ -144,6 +158,17 @@ TEST_F(Endpoints, WrongWordsHaveAStatusOfTheirOwn) {
   }
   EXPECT_EQ(control({"con"}).standardError,
             "streamctl: no such command: con; there are list, inject, play, watch, stats (--help tells more)\n");
+}
+
+TEST_F(Endpoints, AnEmptyOneIsRefused) {
+  const std::vector<std::vector<std::string>> rows{
+      {"--endpoint=", "list"}, {"list", "--endpoint="}, {"--endpoint", "", "list"}, {"list", "--endpoint", ""}};
+  for (const auto& words : rows) {
+    const auto result = control(words);
+    EXPECT_EQ(result.status, ExitStatus::exited(2)) << testing::PrintToString(words);
+    EXPECT_EQ(result.standardError,
+              "streamctl: --endpoint: is empty; give ipc://PATH or embedded:FILE (--help tells more)\n");
+  }
 }
 
 TEST_F(Endpoints, HelpIsForStandardOutput) {

@@ -96,6 +96,15 @@ TEST_F(WatchCommandLine, UnknownPort) {
               FailsSaying("streamctl: no such port: " + std::string(64, 'x')));
 }
 
+// The library would open the device as well, and say the same again.
+TEST_F(WatchCommandLine, ADeviceFileThatIsWrongIsToldOnce) {
+  scratch_.write("wrong.toml", "[[group]]\nid = 0\nname = \"G\"\nsources = -1\n");
+  const auto result = control({"watch", "--endpoint", "embedded:" + path("wrong.toml"), "GOut1"});
+  EXPECT_EQ(result.status, ExitStatus::exited(1));
+  EXPECT_EQ(linesOf(result.standardError).size(), 1U) << result.standardError;
+  EXPECT_THAT(result.standardError, testing::HasSubstr("wrong.toml:4: "));
+}
+
 TEST_F(WatchCommandLine, GoesOnWhenTheServiceIsBack) {
   const auto watch = start("watch", {"watch", "DeckOut1"});
   ASSERT_TRUE(hasTaps(1));

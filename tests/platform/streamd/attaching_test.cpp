@@ -233,11 +233,19 @@ TEST_F(Attaching, SilentServiceIsNotAskedAgainAndAgain) {
   EXPECT_EQ(daemon_.log().find("has gone"), std::string::npos) << daemon_.log();
 }
 
-// Those within a device stand as it says; those between two are the service's alone.
-TEST(AttachingToTwoDevices, ConnectionsThatTheServiceHasLostAreToldInOneLine) {
-  const DeviceFile device("[[group]]\nid = 41\nname = \"Rack\"\nsinks = 2\n");
+class AttachingToTwoDevices : public testing::Test {
+ protected:
+  std::string goneAndBack() const { return line + "the service has gone\n" + line + "the service is back\n"; }
+
+  const DeviceFile device{"[[group]]\nid = 41\nname = \"Rack\"\nsinks = 2\n"};
   testsupport::StreamDaemon daemon{FLOWSCOPE_BINARY_DIR "/streamd", {"--driver", "builtin", "--device", device.path()}};
-  const EndpointVariable endpoint(daemon.endpoint());
+  const EndpointVariable endpoint{daemon.endpoint()};
+  const std::string line = sys::programLine(daemon.endpoint() + ": ");
+  const std::string lost = line + "lost with the service that was here before: the connection of ";
+};
+
+// Those within a device stand as it says; those between two are the service's alone.
+TEST_F(AttachingToTwoDevices, ConnectionsThatTheServiceHasLostAreToldInOneLine) {
   EventPortManager manager(Behaviour, true);
   StrmSrv::Patcher patcher(manager, 0);
   EXPECT_STREQ(StrmSrv::GroupNameTable[41], "Rack") << "as the file says";
@@ -259,21 +267,13 @@ TEST(AttachingToTwoDevices, ConnectionsThatTheServiceHasLostAreToldInOneLine) {
   restart();
   EXPECT_EQ(sinks, (std::vector<StrmSrv::PortRecord>{{4, 0}, {2, 0}})) << "as at the start";
   restart();
-  const std::string line = sys::programLine(daemon.endpoint() + ": ");
-  const std::string back = line + "the service has gone\n" + line + "the service is back\n";
   EXPECT_EQ(testing::internal::GetCapturedStderr(),
-            back + line +
-                "lost with the service that was here before: the connection of \"KeyboardOut1\" to \"RackIn1\" and 1 "
-                "more between two systems\n" +
-                back)
+            goneAndBack() + lost + "\"KeyboardOut1\" to \"RackIn1\" and 1 more between two systems\n" + goneAndBack())
       << "and once";
 }
 
 // A console that only listens does not ask for the connections, and is told of what others do all the same.
-TEST(AttachingToTwoDevices, WhatOthersHaveDoneCountsForOneThatAsksNothing) {
-  const DeviceFile device("[[group]]\nid = 41\nname = \"Rack\"\nsinks = 2\n");
-  testsupport::StreamDaemon daemon{FLOWSCOPE_BINARY_DIR "/streamd", {"--driver", "builtin", "--device", device.path()}};
-  const EndpointVariable endpoint(daemon.endpoint());
+TEST_F(AttachingToTwoDevices, WhatOthersHaveDoneCountsForOneThatAsksNothing) {
   EventPortManager idle(Behaviour, true);
   {
     StrmSrv::Patcher patcher(idle, 0);
@@ -293,10 +293,7 @@ TEST(AttachingToTwoDevices, WhatOthersHaveDoneCountsForOneThatAsksNothing) {
   const Deadline deadline(Patience);
   ASSERT_TRUE(daemon.waitForExit(deadline));
   daemon.restart();
-  const std::string line = sys::programLine(daemon.endpoint() + ": ");
-  const std::string expected = line + "the service has gone\n" + line + "the service is back\n" + line +
-                               "lost with the service that was here before: the connection of \"MidiUsbOut2\" to "
-                               "\"RackIn2\"\n";
+  const std::string expected = goneAndBack() + lost + "\"MidiUsbOut2\" to \"RackIn2\"\n";
   std::string said;
   EXPECT_TRUE(receiveUntil(idle, [&] {
     said += testing::internal::GetCapturedStderr();

@@ -87,6 +87,63 @@ TEST(Printable, ShowsWhatIsSafe) {
   }
 }
 
+std::string utf8(char32_t character) {
+  const auto part = [&](unsigned shift) { return static_cast<char>(0x80U | (character >> shift & 0x3FU)); };
+  if (character < 0x80) return {static_cast<char>(character)};
+  if (character < 0x800) return {static_cast<char>(0xC0U | character >> 6U), part(0)};
+  if (character < 0x10000) return {static_cast<char>(0xE0U | character >> 12U), part(6), part(0)};
+  return {static_cast<char>(0xF0U | character >> 18U), part(12), part(6), part(0)};
+}
+
+bool isShown(char32_t character) {
+  const std::string text = utf8(character);
+  return printable(text, Utf8) == text;
+}
+
+// Each range from its first character to its last, and the characters beside it.
+TEST(Printable, HidesTheWholeOfEachRangeAndNothingBesideIt) {
+  struct Range {
+    const char* what;
+    char32_t first;
+    char32_t last;
+  };
+  const Range ranges[] = {
+      {"C0 controls", 0x00, 0x1F},
+      {"delete and C1 controls", 0x7F, 0x9F},
+      {"soft hyphen", 0xAD, 0xAD},
+      {"grapheme joiner", 0x34F, 0x34F},
+      {"Arabic letter mark", 0x61C, 0x61C},
+      {"Hangul fillers", 0x115F, 0x1160},
+      {"Khmer inherent vowels", 0x17B4, 0x17B5},
+      {"Mongolian selectors and separator", 0x180B, 0x180F},
+      {"zero width, and marks of direction", 0x200B, 0x200F},
+      {"ends of lines and paragraphs, embeddings, overrides", 0x2028, 0x202E},
+      {"joiners, invisible operators, isolates", 0x2060, 0x206F},
+      {"Hangul filler", 0x3164, 0x3164},
+      {"no characters", 0xFDD0, 0xFDEF},
+      {"selectors of variants", 0xFE00, 0xFE0F},
+      {"byte order mark", 0xFEFF, 0xFEFF},
+      {"Hangul filler of half width", 0xFFA0, 0xFFA0},
+      {"annotations", 0xFFF0, 0xFFFB},
+      {"shorthand", 0x1BCA0, 0x1BCA3},
+      {"music", 0x1D173, 0x1D17A},
+      {"tags and more selectors", 0xE0000, 0xE0FFF},
+  };
+  for (const Range& range : ranges) {
+    for (char32_t character = range.first; character <= range.last; ++character) {
+      EXPECT_FALSE(isShown(character)) << range.what << ' ' << static_cast<unsigned>(character);
+    }
+    // Nothing is before the first character, and the two last ones of a plane are none.
+    const bool hasNeighbour = (range.first & 0xFFFFU) != 0;
+    EXPECT_TRUE(!hasNeighbour || isShown(range.first - 1)) << range.what;
+    EXPECT_TRUE(isShown(range.last + 1)) << range.what;
+  }
+  for (char32_t plane = 0; plane <= 0x10; ++plane) {
+    EXPECT_FALSE(isShown(plane << 16U | 0xFFFEU)) << static_cast<unsigned>(plane);
+    EXPECT_FALSE(isShown(plane << 16U | 0xFFFFU)) << static_cast<unsigned>(plane);
+  }
+}
+
 TEST(Printable, EveryByteAloneIsAnswered) {
   for (int byte = 0; byte < 256; ++byte) {
     const std::string text(1, static_cast<char>(byte));
