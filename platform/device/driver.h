@@ -61,8 +61,8 @@ class Driver {
   virtual const std::vector<Link>& initialLinks() const = 0;
 
   // Sets the receiver of all events. Called once, before all operations below, on the thread that creates the service;
-  // the service's own thread may be another one and has not started yet. Calls linked for each connection that exists
-  // in the other system.
+  // the service's own thread may be another one, which has not started yet. Calls linked for each connection that
+  // exists in the other system.
   virtual void start(DriverEvents& events, Time now) = 0;
 
   // A message arrived at a sink port of the device; the driver delivers it to the port once. The driver may call
@@ -74,8 +74,8 @@ class Driver {
   // does not exist. The last result of advance may no longer hold: call advance again afterwards.
   virtual void setUsed(PortId source, bool used, Time now) = 0;
 
-  // Does a bounded piece of the work that is due at now. Returns when to call it again: a time not after now means at
-  // once; nullopt: call again when descriptor() is readable.
+  // Does a bounded piece of the work that is due at now. Returns when to call it again: a time at or before now means
+  // at once; nullopt: call again when descriptor() is readable.
   virtual std::optional<Time> advance(Time now) = 0;
 
   // The service ends; nothing is called after this. Notes all counts that were not reported yet.
