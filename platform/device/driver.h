@@ -1,4 +1,4 @@
-// Where ports come from.
+// The interface between the service and its drivers, which provide the ports.
 #pragma once
 
 #include <cstdint>
@@ -12,31 +12,32 @@
 
 namespace device {
 
-// What a driver tells the service. Called only from inside Driver operations, on the service's thread.
+// How a driver reports to the service. Called only from inside Driver operations, on the service's thread.
 class DriverEvents {
  public:
   virtual ~DriverEvents() = default;
 
-  // A source port of the device has emitted a message. Along connections that the driver has told of by linked, the
-  // other system brings the message to the sinks itself; along all others the service does. now: when.
+  // A source port emitted a message at the time now. The other system itself carries the message along connections
+  // reported by linked; the service carries it along all others.
   virtual void emitted(PortId source, const Message& message, Time now) = 0;
 
-  // A connection stands that the other system itself has made and serves, or it has gone. What is so already may be
-  // told again.
+  // A connection that the other system made and serves itself exists (linked) or no longer exists (unlinked). Repeating
+  // a known state is allowed.
   virtual void linked(const Link& link, Time now) = 0;
   virtual void unlinked(const Link& link, Time now) = 0;
 
-  // Driver::topology answers something else than before. Connections of ports that have gone end by this.
+  // Driver::topology returns something new. Connections of ports that no longer exist end with this call.
   virtual void topologyChanged(Time now) = 0;
 
-  // Messages of this source have been lost on the way from the other system, at this place among those emitted.
-  // count: how many; 0 when the other system does not say.
+  // Messages of this source were lost on the way from the other system, after the messages emitted so far. count: how
+  // many; 0 if the other system does not say.
   virtual void lost(PortId source, std::uint64_t count, Time now) = 0;
 
-  // Something for the log has happened: one line, without a line end and any prefix.
+  // Logs one line. line: without prefix and line end.
   virtual void noted(std::string_view line) = 0;
 
-  // The same, and whoever uses the device is to be told even where there is no log: it works no more, or again.
+  // Logs one line, and shows it to the device's user even where there is no log: the device stopped working, or works
+  // again.
   virtual void warned(std::string_view line) = 0;
 
  protected:
@@ -45,51 +46,51 @@ class DriverEvents {
   DriverEvents& operator=(const DriverEvents&) = default;
 };
 
-// A device: its ports, and what they do. All operations are called on the service's thread, and do not block for longer
-// than the other system needs for a request.
+// A device: its ports, and what they do. All operations run on the service's thread. None blocks for longer than one
+// request to the other system takes.
 class Driver {
  public:
   virtual ~Driver() = default;
 
-  // The device's groups and port names, from the beginning on: the same object as long as the driver lives, changed
-  // only inside the driver's operations, which then tell by topologyChanged. A port that goes keeps its place, and
-  // has it again when it returns.
+  // The device's groups and port names, valid from construction on. Always the same object while the driver lives. It
+  // changes only inside the driver's operations, which then call topologyChanged. A removed port keeps its place and
+  // gets it back when it returns.
   virtual const Topology& topology() const = 0;
 
-  // The connections that the service is to carry from the start, in the order of making.
+  // The connections that the service carries from the start, in the order of creation.
   virtual const std::vector<Link>& initialLinks() const = 0;
 
-  // Says where messages go; called once, before any operation below, by the thread that makes the service: it may be
-  // another one than the service's, which has not begun. Tells of the connections that stand in the other system by
-  // linked.
+  // Sets the receiver of all events. Called once, before all operations below, on the thread that creates the service;
+  // the service's own thread may be another one, which has not started yet. Calls linked for each connection that
+  // exists in the other system.
   virtual void start(DriverEvents& events, Time now) = 0;
 
-  // A message has arrived at a sink port of the device and must reach it, once. The driver may answer with
-  // DriverEvents::emitted at once (a thru); the service cuts what would go round in a circle. What cannot be
-  // delivered now waits in the driver; what the other system has no form for is counted and noted.
+  // A message arrived at a sink port of the device; the driver delivers it to the port once. The driver may call
+  // DriverEvents::emitted from inside this call (a thru); the service breaks loops. A message that cannot be delivered
+  // now waits in the driver. A message that the other system cannot represent is counted and noted.
   virtual void deliver(PortId sink, const Message& message, Time now) = 0;
 
-  // Somebody now wants to see what a source port emits, or nobody does any more. Holds until the opposite is said,
-  // also while the port has gone. What advance answered before may not hold any longer: call it again afterwards.
+  // Says whether anyone needs what a source port emits. Holds until the next call for this port, also while the port
+  // does not exist. The last result of advance may no longer hold: call advance again afterwards.
   virtual void setUsed(PortId source, bool used, Time now) = 0;
 
-  // Does what is due at now, a bounded piece of it. Answers when it wants to be called again: a time not after now
-  // for at once, nothing when it waits for nothing but its descriptor.
+  // Does a bounded piece of the work that is due at now. Returns when to call it again: a time at or before now means
+  // at once; nullopt: call again when descriptor() is readable.
   virtual std::optional<Time> advance(Time now) = 0;
 
-  // The service ends, and nothing is called after this: what has been counted and not been told is noted.
+  // The service ends; nothing is called after this. Notes all counts that were not reported yet.
   virtual void finish(Time /*now*/) {}
 
-  // Makes (or, made false, ends) a connection in the other system, and tells by linked or unlinked before it returns.
-  // Ok also for what is so already when it is to be made; NotFound for one that is to be ended and does not stand.
-  // Nothing: such a connection is not the other system's, so the service carries it. Both ports exist.
+  // Makes (made is true) or removes (made is false) a connection in the other system, and calls linked or unlinked
+  // before it returns. Both ports exist. Ok if the connection to make already exists; NotFound if the connection to
+  // remove does not exist; nullopt if the other system does not handle this connection: the service then carries it.
   virtual std::optional<Status> patch(bool made, const Link& link, Time now);
 
-  // Readable when advance is to be called, whatever it has answered; the same as long as the driver lives. -1: there is
-  // none.
+  // Readable when advance must be called, even before the time that advance returned. Never changes while the driver
+  // lives. -1 if there is none.
   virtual int descriptor() const { return -1; }
 
-  // True while so much waits to go out that senders are to be held back. advance is called when it may have changed.
+  // True while so much output waits that senders must be held back. A change leads to a call of advance.
   virtual bool behind() const { return false; }
 };
 

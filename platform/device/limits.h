@@ -1,4 +1,4 @@
-// How long names and messages can be.
+// Limits on the length of names and messages.
 #pragma once
 
 #include <cstddef>
@@ -8,7 +8,7 @@ namespace device {
 // A port's name.
 inline constexpr std::size_t MaxNameBytes = 63;
 
-// A group's name leaves room for "Out" and the number of a port, five digits at most.
+// Leaves room in a port's name for "Out" and the port's number, five digits at most.
 inline constexpr std::size_t MaxGroupNameBytes = MaxNameBytes - 8;
 
 // One MIDI message.

@@ -17,7 +17,7 @@ std::string cleanName(std::string_view raw, std::size_t most) {
   std::string name(raw.substr(0, most));
   std::replace_if(name.begin(), name.end(), isForbidden, '_');
   if (name.front() == '-' || name.front() == '~') name.front() = '_';
-  // Cutting can leave what was longer as "..".
+  // Cutting a longer name can leave "..".
   return name == ".." ? "_" : name;
 }
 
@@ -29,7 +29,7 @@ std::string joinName(std::string_view stem, std::string_view tail, std::size_t m
 std::string UniqueNames::add(std::string_view raw) {
   std::string wanted = cleanName(raw, most_);
   if (taken_.try_emplace(wanted).second) return wanted;
-  // Counting on from the last suffix keeps thousands of equal names from being tried again and again.
+  // Continues from the last suffix, so that thousands of equal names are not all tried again.
   Suffixes& suffixes = suffixes_[wanted];
   ++suffixes.inUse;
   for (;;) {

@@ -1,4 +1,4 @@
-// Names that every part of the console can type, complete, use as a pattern and print.
+// Names that the whole console can type, complete, use as a pattern and print.
 //
 // Such a name has 1 to 63 bytes of printable ASCII without blank / ; " ' * [ ] \ ^ $, is not "..", and begins with
 // neither "-" nor "~".
@@ -13,23 +13,23 @@
 
 namespace device {
 
-// The name that a real system's name becomes: each byte that must not be becomes "_", the empty name and ".." become
-// "_", and what goes beyond most bytes (at least 1) is cut. A name that is clean already stays as it is.
+// Makes a clean name from a real system's name: each forbidden byte becomes "_", the empty name and ".." become "_",
+// and the name is cut to `most` bytes (at least 1). A clean name that fits stays as it is.
 std::string cleanName(std::string_view raw, std::size_t most = MaxNameBytes);
 
-// stem and tail together, the stem cut so that they fit most bytes. tail must fit.
+// Returns stem followed by tail; cuts stem so that both fit into `most` bytes. tail alone must fit.
 std::string joinName(std::string_view stem, std::string_view tail, std::size_t most = MaxNameBytes);
 
-// Names that are clean and differ from each other.
+// Makes names that are clean and unique.
 class UniqueNames {
  public:
-  // most: bytes a name may have, 16 at least.
+  // most: the maximum length in bytes, at least 16.
   explicit UniqueNames(std::size_t most = MaxNameBytes) : most_(most) {}
 
-  // The clean form of raw; when an earlier name has taken it, with "_2", "_3", ... at its end, the first that is free.
+  // Returns the clean form of raw. If an earlier name has taken it, appends the first free one of "_2", "_3", ...
   std::string add(std::string_view raw);
 
-  // Gives a name back that add has answered. Another may have it from now on.
+  // Frees a name that add returned. add may return it again.
   void remove(const std::string& name);
 
  private:
@@ -39,7 +39,7 @@ class UniqueNames {
   };
 
   std::size_t most_;
-  std::unordered_map<std::string, std::string> taken_;  // and what they are without their suffix; empty: they have none
+  std::unordered_map<std::string, std::string> taken_;  // to the name without its suffix; empty: no suffix
   std::unordered_map<std::string, Suffixes> suffixes_;
 };
 

@@ -1,4 +1,4 @@
-// Ports and messages as the service and its drivers speak of them.
+// Ports and messages, as the service and its drivers use them.
 #pragma once
 
 #include <chrono>
@@ -10,12 +10,12 @@ namespace device {
 
 enum class Side : std::uint8_t { Source = 0, Sink = 1 };
 
-// One port of the device: its group's handle, an index within the group's ports of that side, and the side.
+// One port of the device: its group's handle, its index among the group's ports of that side, and the side.
 struct PortId {
   std::uint64_t group = 0;
   std::uint16_t index = 0;
   Side side = Side::Source;
-  // clang-tidy 14 takes the comparisons that are made here for null pointers.
+  // clang-tidy 14 mistakes the generated comparisons for null pointers.
   friend auto operator<=>(const PortId&, const PortId&) = default;  // NOLINT(modernize-use-nullptr)
 };
 
@@ -31,14 +31,14 @@ struct Link {
   friend auto operator<=>(const Link&, const Link&) = default;  // NOLINT(modernize-use-nullptr)
 };
 
-// One MIDI message without its channel: a group id takes the channel's place. It has nothing to do with the groups of
-// ports. The bytes are borrowed for a call.
+// One MIDI message without its channel: a group id takes the channel's place. This group is unrelated to groups of
+// ports. The bytes are valid for the call only.
 struct Message {
   std::uint16_t group = 0;
   std::span<const std::uint8_t> bytes;
 };
 
-// Time since an arbitrary start, monotonic.
+// Monotonic time since an arbitrary start.
 using Time = std::chrono::nanoseconds;
 
 }  // namespace device

@@ -1,4 +1,4 @@
-// How ports are called that have numbers, and what both sides call one that does not exist.
+// Names of numbered ports, and of ports that do not exist.
 #pragma once
 
 #include <cstdint>
@@ -9,13 +9,13 @@
 
 namespace device {
 
-// The index of the port whose number these digits are: "1" is 0. Nothing for what is not a number from 1 to 65536
-// written the shortest way.
+// Returns the index for a port number: "1" gives 0. nullopt unless digits is a number from 1 to 65536 without leading
+// zeros.
 std::optional<std::uint16_t> indexOfNumber(std::string_view digits);
 
-// A name in the style of the others: the group's name, "Out" (sources) or "In" (sinks), and a number from 1 on; with
-// "_2", "_3", ... at its end when a port has that name. At most MaxNameBytes. groupName: empty for a group that does
-// not exist. taken: whether a port has a name.
+// Returns a name in the usual style for a port that does not exist: the group's name, "Out" (sources) or "In" (sinks),
+// and a number from 1 on. If a port has that name, appends "_2", "_3", ... At most MaxNameBytes. groupName: empty if
+// the group does not exist. taken: returns whether a port has this name.
 std::string missingPortName(std::string_view groupName, std::uint64_t groupNumber, bool sink, std::uint16_t index,
                             const std::function<bool(const std::string&)>& taken);
 

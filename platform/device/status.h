@@ -1,4 +1,4 @@
-// What the service answers to a request.
+// The service's result of a request.
 #pragma once
 
 #include <cstdint>
@@ -7,10 +7,10 @@ namespace device {
 
 enum class Status : std::uint32_t {
   Ok = 0,
-  Nothing = 1,     // nothing had to be done: no such tap
+  Nothing = 1,     // there was nothing to do: no such tap
   NotFound = 2,    // no such port or connection
-  BadRequest = 3,  // the request is malformed, or out of place
-  NoSession = 4,   // the service does not know this client (any more)
+  BadRequest = 3,  // the request is malformed or not allowed here
+  NoSession = 4,   // the service does not know this client, or no longer
   Refused = 5,     // the device does not do this
 };
 

@@ -14,40 +14,40 @@
 
 namespace device {
 
-// The ports of one group on one side. Their names are the prefix and a number from 1 on, or, where names is not
-// empty, those of the list (its size is then the count). So thousands of numbered ports cost no memory each.
+// The ports of one group on one side. If names is empty, a port's name is the prefix and a number from 1 on; otherwise
+// names lists them, and its size is count. So thousands of numbered ports use no memory each.
 //
-// Ports of another system can go; they then keep their places and names, and exist no more until they return. A group
-// all of whose ports have gone may be forgotten: it is then left out of the topology.
+// Ports of another system can be removed. They keep their places and names, but do not exist until they return. A group
+// may be dropped from the topology when all its ports are removed.
 struct SideOfGroup {
-  std::uint16_t count = 0;  // with those that have gone
+  std::uint16_t count = 0;  // including removed ports
   std::string prefix;
   std::vector<std::string> names;
-  std::vector<std::string> originals{};  // what the other system calls the ports; empty, or as many as names
-  std::vector<bool> gone{};              // empty when none has gone, else one for each port
+  std::vector<std::string> originals{};  // names in the other system; empty, or as many as names
+  std::vector<bool> gone{};              // empty if all ports exist, else one flag for each port
 
   bool hasGone(std::uint16_t index) const { return !gone.empty() && gone[index]; }
 
-  // The name of the port with this index, which must be below count.
+  // Returns the name of the port with this index, which must be below count.
   std::string nameOf(std::uint16_t index) const;
 };
 
-// One group. A side that is not there is not in that side's list; a side with 0 ports is.
+// One group. A missing side does not appear in that side's list; a side with 0 ports does.
 struct Group {
-  std::uint64_t handle = 0;  // never another group's, also when this one has been forgotten
+  std::uint64_t handle = 0;  // never reused, even after the group was dropped
   std::string name;
   std::optional<SideOfGroup> sources;
   std::optional<SideOfGroup> sinks;
-  std::string original{};                   // what another system calls the group; empty when there is none
-  std::optional<std::uint16_t> wantedId{};  // the group id that it is to have in a console, if it matters
+  std::string original{};                   // the group's name in another system; empty if there is none
+  std::optional<std::uint16_t> wantedId{};  // the group id that it should have in a console, if any
   std::size_t system = 0;                   // which of several systems side by side it belongs to
 
   const std::optional<SideOfGroup>& side(Side which) const { return which == Side::Source ? sources : sinks; }
 };
 
-// A group whose ports are called after it: its name, "Out" (sources) or "In" (sinks), and a number from 1 on. id is its
-// handle, and what it wants to be in a console. name must be clean and have at most MaxGroupNameBytes bytes; no count:
-// the side is not there. Ports of groups with different names then have different names.
+// Makes a group with numbered ports: the group's name, "Out" (sources) or "In" (sinks), and a number from 1 on. id
+// becomes both the handle and wantedId. name must be clean and have at most MaxGroupNameBytes bytes. A count of
+// nullopt: the side is missing. Ports of groups with different names have different names.
 Group numberedGroup(std::uint16_t id, const std::string& name, std::optional<std::uint16_t> sources,
                     std::optional<std::uint16_t> sinks);
 
@@ -56,26 +56,27 @@ class Topology {
  public:
   Topology() = default;
 
-  // groups: with handles that differ, and port names that differ.
+  // groups: handles and port names must be unique.
   explicit Topology(std::vector<Group> groups);
 
   const std::vector<Group>& groups() const { return groups_; }
 
-  // The group with this handle, or null. Lives as long as the topology.
+  // Returns the group with this handle, or null. Valid as long as the topology.
   const Group* find(std::uint64_t handle) const;
 
   bool exists(PortId port) const;
 
-  // The same, also for a port that has gone and whose place is kept.
+  // True for a port that exists, and for a removed port whose place is kept.
   bool knows(PortId port) const;
 
-  // The port of this name on either side; nothing when no port has it.
+  // Returns the port with this name on either side; nullopt if there is none.
   std::optional<PortId> port(std::string_view name) const;
 
-  // The same, also for a port that has gone.
+  // Like port, but also finds removed ports.
   std::optional<PortId> place(std::string_view name) const;
 
-  // The name of a port, also when it has gone; for one that never was, a name in the same style that no port has.
+  // Returns the name of a port, also of a removed one. For an unknown port, returns a name in the same style that no
+  // port has.
   std::string name(PortId port) const;
 
  private:
@@ -83,8 +84,8 @@ class Topology {
 
   std::vector<Group> groups_;
   std::unordered_map<std::uint64_t, std::size_t> byHandle_;
-  std::map<std::string, PortId, std::less<>> byPrefix_;  // of sides with numbered ports: their first port
-  std::map<std::string, PortId, std::less<>> byName_;    // ports with names of their own
+  std::map<std::string, PortId, std::less<>> byPrefix_;  // the first port of each side with numbered ports
+  std::map<std::string, PortId, std::less<>> byName_;    // ports with listed names
 };
 
 }  // namespace device

@@ -16,8 +16,8 @@
 namespace host {
 namespace {
 
-// How long a client is probed. ZeroMQ tells of a closed connection a moment before it forgets the peer, and a number of
-// a connection may be a new client's already.
+// How long a client is probed. ZeroMQ reports a closed connection a moment before it forgets the peer, and the number
+// of a connection may already belong to a new client.
 constexpr device::Time SuspicionTime = std::chrono::seconds(1);
 
 std::optional<device::Time> earliest(std::initializer_list<std::optional<device::Time>> times) {
@@ -30,7 +30,7 @@ std::optional<device::Time> earliest(std::initializer_list<std::optional<device:
 
 constexpr device::Time LossBeforeInterval = std::chrono::seconds(1);
 
-// A system that is late loses something unknown time after time.
+// A system that is late loses an unknown number of messages again and again.
 constexpr device::Time UncountedLossInterval = std::chrono::seconds(10);
 
 service::EventPortId toPort(std::uint32_t number) { return service::EventPortId{number}; }
@@ -98,14 +98,14 @@ void Dispatcher::noteConnection(Session& session, std::size_t socket, device::Ti
   const auto connection = peers_.connection();
   if (!connection) return;
   session.connections.at(socket) = connection;
-  // The news that it has closed overtakes what came by it just before.
+  // The report that a connection closed may overtake messages that came by it just before.
   const auto closed = closedAt_.find(*connection);
   if (closed == closedAt_.end() || closed->second + SuspicionTime < now) return;
   session.suspicion = Suspicion{.nextProbe = now, .end = now + SuspicionTime};
 }
 
 void Dispatcher::handle(const Request& request, wire::Hello& message) {
-  // Nobody could learn of a session whose Hello asks for no answer.
+  // A Hello without a tag gets no answer, so nobody could learn of its session.
   if (request.tag == 0) return;
   if (sessions_.findByPeer(request.peer) != nullptr) {
     answer(request, device::Status::BadRequest);
@@ -154,7 +154,7 @@ void Dispatcher::handle(const Request& request, wire::Patch& message) {
   const device::Link link = toLink(message, firstHandle_);
   const device::Status status =
       message.made ? service_.connect(link, request.now) : service_.disconnect(link, request.now);
-  // The change goes out before the answer, so that who made it usually finds it there already.
+  // The change goes out before the answer, so that the client that made it usually sees it by then.
   sendGraphChanges();
   answer(request, status);
 }
@@ -186,7 +186,7 @@ void Dispatcher::handle(const Request& request, wire::AskLinks& message) {
 void Dispatcher::handle(const Request& request, wire::Send& message) {
   Session* session = sessions_.find(message.session);
   if (session == nullptr || session->controlPeer != request.peer) {
-    // Told even without a tag: nothing else says that the message went nowhere.
+    // Answered even without a tag: nothing else says that the message was not delivered.
     sendTo(request.peer, wire::encode(request.tag, wire::Result{device::Status::NoSession, service_.graphVersion()}));
     return;
   }
@@ -205,7 +205,7 @@ void Dispatcher::handle(const Request& request, wire::Inject& message) {
     }
     countTaken(*session);
   }
-  // Told even without a tag, as for Send.
+  // Answered even without a tag, as for Send.
   if (status != device::Status::Ok) {
     sendTo(request.peer, wire::encode(request.tag, wire::Result{status, service_.graphVersion()}));
   }

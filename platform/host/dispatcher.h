@@ -1,4 +1,4 @@
-// Messages of clients in, messages to clients out.
+// Handles messages from clients, and sends messages to them.
 #pragma once
 
 #include <cstdint>
@@ -18,33 +18,33 @@
 
 namespace host {
 
-// Gives the messages of clients to a service, and the answers and the news of the service to the clients. What goes
-// out goes to Peers before the operation returns. Without sockets, threads and clock of its own.
+// Passes the messages of clients to a service, and the service's answers and news to the clients. Outgoing messages
+// reach Peers before the operation returns. Has no sockets, threads or clock of its own.
 //
-// Nothing is sent that a client has no room for: events, graph changes and Send messages have windows, and a request
-// has one answer. So a peer that takes nothing more has broken the rules, or gone, and its client is removed.
+// Nothing is sent beyond what a client has room for: events, graph changes and Send messages have windows, and a
+// request has one answer. So a peer that takes no more has broken the rules or disconnected, and its client is removed.
 //
-// A message that is malformed, of another version or out of place is answered with a Result when it has a tag, and is
+// A message that is malformed, of another version or not allowed here is answered with a Result if it has a tag, and is
 // otherwise ignored.
 class Dispatcher {
  public:
-  // service and peers must outlive the dispatcher. warnings: takes what the device warns of, which log takes too.
+  // service and peers must outlive the dispatcher. warnings: receives the device's warnings, which log receives too.
   Dispatcher(service::Service& service, Peers& peers, const Limits& limits, Log log, Log warnings = {});
 
-  // A message has come from peer.
+  // Handles a message from peer.
   void receive(std::string_view peer, std::span<const std::uint8_t> message, device::Time now);
 
-  // A connection (see Peers::connection) seems to have closed. Whether those who came by it are still there is found
-  // out by sending to them for a while.
+  // A connection (see Peers::connection) seems to be closed. Sends to its clients for a while, to find out whether they
+  // are still there.
   void connectionClosed(int connection, device::Time now);
 
-  // No message stands ready: tells waiting senders how far the service has come.
+  // No message is ready: tells waiting senders how far the service has come.
   void idle(device::Time now);
 
-  // Does what is due in the service, and here. Answers when to call again (see service::Service::advance).
+  // Does the work that is due, in the service and here. Returns when to call again (see service::Service::advance).
   std::optional<device::Time> advance(device::Time now);
 
-  // The service ends: logs what was still to be told.
+  // The service ends: logs everything not yet reported.
   void finish(device::Time now);
 
  private:
@@ -70,11 +70,12 @@ class Dispatcher {
   void handle(const Request& request, wire::Consumed& message);
   void handle(const Request& request, wire::OpenGraph& message);
   void handle(const Request& request, wire::GraphSeen& message);
-  // What only the service sends is out of place.
+  // Messages that only the service may send.
   template <class Message>
   void handle(const Request& request, Message& message);
 
-  // The session of this number, when the request came from its socket for the purpose; else null, and answered.
+  // Returns the session with this number if the request came from its socket for this purpose; else answers the request
+  // and returns null.
   Session* sessionFor(const Request& request, std::uint64_t number, std::string Session::*peer);
 
   void answer(const Request& request, device::Status status);
@@ -89,9 +90,9 @@ class Dispatcher {
   void sendGraphChanges();
   void tellTopologyChanged();
   void removeGone(device::Time now);
-  // Notes by which connection one of the session's sockets (0 control, 1 events, 2 graph) has just come.
+  // Records by which connection a message just came from one of the session's sockets (0 control, 1 events, 2 graph).
   void noteConnection(Session& session, std::size_t socket, device::Time now);
-  // Both answer when to call them again.
+  // These return when to call them again.
   std::optional<device::Time> probeSuspects(device::Time now);
   std::optional<device::Time> logLosses(device::Time now);
   std::optional<device::Time> logLossesBefore(device::Time now);
@@ -106,16 +107,16 @@ class Dispatcher {
   Log log_;
   Log warnings_;
   std::uint64_t firstHandle_;      // see Limits
-  std::uint64_t topologyVersion_;  // of which the sessions have been told
+  std::uint64_t topologyVersion_;  // as last reported to the sessions
   SessionTable sessions_;
-  std::unordered_map<int, device::Time> closedAt_;  // connections that have closed lately
+  std::unordered_map<int, device::Time> closedAt_;  // recently closed connections
   bool someGone_ = false;
   bool takenOwed_ = false;
   device::Time heldBackToldAt_{};
   wire::TotalNews lostBefore_;
   wire::TotalNews uncountedLosses_;
   std::vector<std::uint8_t> events_;  // an Events message under construction
-  std::size_t eventsFront_;           // bytes of it in front of the entries
+  std::size_t eventsFront_;           // its bytes before the entries
 };
 
 }  // namespace host

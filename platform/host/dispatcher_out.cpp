@@ -1,4 +1,4 @@
-// What goes out to clients, and to the log.
+// Messages to clients, and lines for the log.
 #include <algorithm>
 #include <chrono>
 #include <string>
@@ -13,15 +13,15 @@
 namespace host {
 namespace {
 
-// Larger pieces would only make the others wait longer.
+// Larger pieces would only make other clients wait longer.
 constexpr std::size_t MaxEventsBytes = 64U << 10U;
 
-// Well within the two seconds for which a client waits.
+// Well within the two seconds that a client waits.
 constexpr device::Time HeldBackInterval = std::chrono::milliseconds(500);
 
 constexpr device::Time ProbeInterval = std::chrono::milliseconds(50);
 
-// A client under flood loses messages in a thousand places a second.
+// An overloaded client loses messages in a thousand places a second.
 constexpr device::Time LossLogInterval = std::chrono::seconds(1);
 
 std::string lossText(std::uint64_t count) {
@@ -96,7 +96,7 @@ void Dispatcher::sendGraphChanges() {
   }
 }
 
-// Once, however much changes until the client looks: what is on its way to a client is bounded.
+// Sent once, however much changes until the client asks: what is in flight to a client is bounded.
 void Dispatcher::tellTopologyChanged() {
   if (std::exchange(topologyVersion_, service_.topologyVersion()) == topologyVersion_) return;
   for (auto& [number, session] : sessions_.all()) {

@@ -27,7 +27,7 @@ EmbeddedService::EmbeddedService(std::unique_ptr<device::Driver> driver, const L
     try {
       host_.run();
     } catch (const std::exception& failure) {
-      // The program lives on; clients get no more answers.
+      // The program continues; clients get no more answers.
       sys::sayLine(std::string("the service has ended: ") + sys::printable(failure.what()));
     }
   });

@@ -13,19 +13,19 @@
 
 namespace host {
 
-// A host on a thread of its own, which takes no signals but those of its own faults. The destructor ends it; all
-// sockets of the context must be closed by then. A service that cannot go on, for want of memory say, costs one line on
-// standard error and answers nobody any more.
+// A host on its own thread, which receives only signals of its own faults. The destructor stops it; all sockets of the
+// context must be closed by then. A service that cannot continue, for lack of memory for example, writes one line to
+// standard error and then answers nobody.
 class EmbeddedService {
  public:
-  // Throws what derives from std::exception when the system gives no thread or no socket.
-  // warnings: see Dispatcher.
+  // Throws an exception derived from std::exception if the system provides no thread or no socket. warnings: see
+  // Dispatcher.
   explicit EmbeddedService(std::unique_ptr<device::Driver> driver, const Limits& limits = {}, Log warnings = {});
   EmbeddedService(const EmbeddedService&) = delete;
   EmbeddedService& operator=(const EmbeddedService&) = delete;
   ~EmbeddedService();
 
-  // Where clients find it, and the context in which that address means something.
+  // The service's address, and the context in which it is valid.
   zmq::context_t& context() { return context_; }
   const std::string& address() const { return address_; }
 

@@ -14,7 +14,7 @@ constexpr int MessagesAtOnce = 64;
 
 device::Time clockNow() { return std::chrono::steady_clock::now().time_since_epoch(); }
 
-// In the form that zmq_poll takes: rounded up, so that it never wakes before the time.
+// Converts to a timeout for zmq_poll. Rounds up, so that it never wakes too early.
 long pollTimeout(std::optional<device::Time> until) {
   if (!until) return -1;
   const auto left = std::chrono::ceil<std::chrono::milliseconds>(*until - clockNow()).count();
@@ -52,7 +52,7 @@ void Host::wait(std::optional<device::Time> until) {
                                        {nullptr, wake_.descriptor(), ZMQ_POLLIN, 0},
                                        {nullptr, service_.descriptor(), ZMQ_POLLIN, 0}}};
   const std::size_t count = service_.descriptor() < 0 ? items.size() - 1 : items.size();
-  // An interrupted wait is a short one.
+  // A signal ends the wait early, which does no harm.
   zmq_poll(items.data(), static_cast<int>(count), pollTimeout(until));
 }
 

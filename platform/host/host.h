@@ -17,26 +17,26 @@
 
 namespace host {
 
-// Runs the service of one device, for clients that arrive at its endpoints. Used by one thread, but for stop.
+// Runs the service of one device, for clients that connect to its endpoints. Not thread-safe, except stop.
 class Host {
  public:
-  // The device starts at once. context must outlive the host. warnings: see Dispatcher. Throws zmq::error_t or
-  // std::system_error when the system gives no socket.
+  // Starts the device at once. context must outlive the host. warnings: see Dispatcher. Throws zmq::error_t or
+  // std::system_error if the system provides no socket.
   Host(zmq::context_t& context, std::unique_ptr<device::Driver> driver, const Limits& limits, Log log,
        Log warnings = {});
 
-  // Clients may come to this ZeroMQ endpoint from now on. Nothing on success, else the cause in words.
+  // Accepts clients at this ZeroMQ endpoint from now on. Returns nullopt on success, else the reason in words.
   std::optional<std::string> bind(const std::string& endpoint) { return socket_.bind(endpoint); }
 
   // Serves until stop. Blocks while there is nothing to do.
   void run();
 
-  // Makes run return, now or when it is called. From any thread, and from signal handlers.
+  // Makes run return, now or when it is called. Thread-safe and async-signal-safe.
   void stop() noexcept;
 
  private:
   void wait(std::optional<device::Time> until);
-  // Serves messages that stand ready, a bounded number of them. False when none is left.
+  // Serves a bounded number of ready messages. Returns false if none is left.
   bool serve();
 
   std::atomic<bool> stopping_{false};

@@ -1,4 +1,4 @@
-// How much a host lets wait, and lets be on its way.
+// Limits on what waits in a host and what is in flight to its clients.
 #pragma once
 
 #include <cstddef>
@@ -12,19 +12,19 @@ namespace host {
 struct Limits {
   service::Limits service;
 
-  // Bytes of Events entries that may be on their way to a client, unacknowledged. Events are sent whole while any room
-  // is left, so up to one event more may be on its way. At least wire::MinEventWindow.
+  // Unacknowledged bytes of Events entries that may be in flight to a client. Events are sent whole while any room is
+  // left, so one event more may be in flight. At least wire::MinEventWindow.
   std::size_t eventWindow = 256U << 10U;
 
-  // Send messages that a client may have on their way.
+  // Send messages that a client may have in flight.
   std::uint32_t sendWindow = 1024;
 
-  // Changes of the patch graph that may be on their way to a client, unacknowledged; beyond it the client is told to
-  // ask for the whole graph. At least wire::MinGraphWindow.
+  // Unacknowledged changes of the patch graph that may be in flight to a client; beyond this limit the client is told
+  // to ask for the whole graph. At least wire::MinGraphWindow.
   std::uint64_t graphWindow = 1024;
 
-  // What handles of groups are counted from where they travel: a random number, unless it is given, so that no two
-  // services give a handle to two groups, the same one started again included.
+  // The first handle of a group in messages. Random unless set, so that no two services use one handle for two groups,
+  // not even the same service after a restart.
   std::optional<std::uint64_t> firstHandle{};
 };
 

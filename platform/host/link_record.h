@@ -1,4 +1,4 @@
-// A connection in the form in which it travels.
+// Converts connections to and from their form in messages.
 #pragma once
 
 #include <cstdint>
@@ -8,7 +8,7 @@
 
 namespace host {
 
-// Handles travel with the number of the first: see Limits::firstHandle.
+// Handles in messages are offset by firstHandle: see Limits::firstHandle.
 inline wire::LinkRecord linkRecord(const device::Link& link, bool carried, std::uint64_t firstHandle) {
   return {link.sourceGroup + firstHandle, link.sourceIndex, link.sinkGroup + firstHandle, link.sinkIndex, carried};
 }

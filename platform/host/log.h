@@ -1,4 +1,4 @@
-// Where a host tells what happens to its clients.
+// The log of a host about its clients.
 #pragma once
 
 #include <functional>
@@ -6,8 +6,8 @@
 
 namespace host {
 
-// Takes one line without a line end, printable whatever clients and devices call themselves. Called on the host's
-// thread; may be empty.
+// Takes one line without a line end. The line is printable, whatever names clients and devices have. Called on the
+// host's thread; may be empty.
 using Log = std::function<void(std::string_view line)>;
 
 }  // namespace host

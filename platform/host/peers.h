@@ -12,12 +12,12 @@ class Peers {
  public:
   virtual ~Peers() = default;
 
-  // Hands over a message for a peer and does not wait; both are copied. peer: its routing id, any bytes. False when
-  // the peer has gone, or takes nothing more: then it has lost the message, and must be given up.
+  // Sends a message to a peer without blocking; copies both. peer: its routing id, any bytes. Returns false if the peer
+  // disconnected or takes no more: the message is then lost, and the peer must be given up.
   virtual bool send(std::string_view peer, std::span<const std::uint8_t> message) = 0;
 
-  // The connection by which the message came that was received last; nothing for a peer in this process. A number is
-  // used again after its connection has closed.
+  // Returns the connection by which the last received message came; nullopt for a peer in this process. A number may be
+  // reused after its connection has closed.
   virtual std::optional<int> connection() const = 0;
 };
 

@@ -1,4 +1,4 @@
-// Numbers that nobody can guess.
+// Unpredictable numbers.
 #pragma once
 
 #include <cstdint>

@@ -8,19 +8,18 @@
 namespace host {
 namespace {
 
-// More messages than all windows of a client let be on their way: the smallest entry has nine bytes, so the event
-// window holds fewer of them. What a peer does not take beyond it, it has not asked for.
+// More messages than all windows of a client allow in flight: the smallest entry has nine bytes, so fewer of them fill
+// the event window. A peer has not asked for anything beyond it.
 constexpr int HighWaterMark = 32'768;
 
-// What a client sends faster than it is taken waits in the client, but for so many messages; a client that minds no
-// window fills no more memory than these.
+// Messages that arrive faster than they are processed wait in the client, except for this many. So a client that
+// ignores its windows fills no more memory than these.
 constexpr int ReceiveHighWaterMark = 128;
 
-// Connections that may come before the next one is accepted; the system's own limit is as high. Beyond it a client
-// finds no service.
+// Connections that may wait to be accepted; the system's own limit is as high. Beyond it a client finds no service.
 constexpr int WaitingConnections = 4096;
 
-// What is larger is none of our messages; ZeroMQ then closes the connection that it came on.
+// Larger messages are not ours; ZeroMQ then closes the connection that they came by.
 constexpr auto MaxMessage = static_cast<std::int64_t>(device::MaxMessageBytes + 4096);
 
 }  // namespace
@@ -44,7 +43,7 @@ std::optional<RouterSocket::Incoming> RouterSocket::receive() {
   while (receiveFrame(peer_, ZMQ_DONTWAIT)) {
     int parts = 1;
     for (bool more = peer_.more(); more; more = message_.more()) {
-      // The parts of a message arrive together.
+      // All parts of a message arrive together.
       if (!receiveFrame(message_, 0)) return std::nullopt;
       ++parts;
     }
@@ -68,7 +67,7 @@ std::optional<int> RouterSocket::closedConnection() {
   return event ? std::optional(event->value) : std::nullopt;
 }
 
-// Not zmq::socket_t::recv and send: neither a signal nor a peer that has gone is an exception here.
+// Not zmq::socket_t::recv and send: here neither a signal nor a disconnected peer is an exception.
 bool RouterSocket::receiveFrame(zmq::message_t& frame, int flags) {
   return sys::throughSignals([&] { return zmq_msg_recv(frame.handle(), socket_.handle(), flags); }) >= 0;
 }

@@ -1,4 +1,4 @@
-// The socket at which all clients arrive.
+// The socket that all clients connect to.
 #pragma once
 
 #include <cstddef>
@@ -14,33 +14,33 @@
 
 namespace host {
 
-// A ROUTER socket. One thread at a time; signals on it are not noticed.
+// A ROUTER socket. For one thread at a time. Signals do not interrupt its operations.
 class RouterSocket : public Peers {
  public:
-  // A message and who sent it. Views of the socket's, valid until the next receive.
+  // A message and its sender. Views into the socket, valid until the next receive.
   struct Incoming {
     std::string_view peer;
     std::span<const std::uint8_t> message;
   };
 
-  // Throws zmq::error_t when the context gives no socket.
+  // Throws zmq::error_t if the context provides no socket.
   explicit RouterSocket(zmq::context_t& context);
 
-  // Nothing on success, else the cause in words.
+  // Returns nullopt on success, else the reason in words.
   std::optional<std::string> bind(const std::string& endpoint);
 
-  // The next message, nothing when none stands ready. Messages of several parts are none of ours, and skipped.
+  // Returns the next message; nullopt if none is ready. Skips messages of several parts, which are not ours.
   std::optional<Incoming> receive();
 
   bool send(std::string_view peer, std::span<const std::uint8_t> message) override;
 
   std::optional<int> connection() const override;
 
-  // A connection that has closed since the last time; nothing when there is none. Peers that came by it are forgotten
-  // some moments later.
+  // Returns a connection that closed since the last call; nullopt if there is none. Its peers are forgotten a moment
+  // later.
   std::optional<int> closedConnection();
 
-  // For polling: either readable when there is something to do.
+  // For polling: there is something to do when either is readable.
   void* handle() { return socket_.handle(); }
   void* monitorHandle() { return monitor_.handle(); }
 

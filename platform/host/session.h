@@ -1,4 +1,4 @@
-// What a host knows of one client.
+// What a host knows about one client.
 #pragma once
 
 #include <array>
@@ -12,16 +12,16 @@
 
 namespace host {
 
-// What is on its way to a client: how much was sent in all, and how much of it the client has dealt with.
+// What is in flight to a client: the total sent, and how much of it the client has acknowledged.
 class Credit {
  public:
-  // Both begin at start.
+  // Both totals begin at start.
   explicit Credit(std::uint64_t start = 0) : sent_(start), acknowledged_(start) {}
 
   std::uint64_t onItsWay() const { return sent_ - acknowledged_; }
   void sent(std::uint64_t amount) { sent_ += amount; }
 
-  // total: what the client has dealt with in all. What cannot be true is ignored.
+  // total: all that the client has acknowledged so far. Impossible values are ignored.
   void acknowledge(std::uint64_t total) {
     if (total > acknowledged_ && total <= sent_) acknowledged_ = total;
   }
@@ -31,37 +31,37 @@ class Credit {
   std::uint64_t acknowledged_;
 };
 
-// The client's death is looked into: one of its connections seems to have closed.
+// The client is probed, because one of its connections seems to be closed.
 struct Suspicion {
   device::Time nextProbe{};
   device::Time end{};  // a client that can be reached until then is alive
 };
 
-// One client, from its Hello to its Goodbye. A peer is the routing id of one of its three sockets, empty until that
-// socket has opened its channel.
+// One client, from its Hello to its Goodbye. A peer is the routing id of one of its three sockets; it is empty until
+// that socket has opened its channel.
 struct Session {
-  std::uint64_t number = 0;  // random, so that nobody speaks for another by guessing; never 0
+  std::uint64_t number = 0;  // random, so that other clients cannot guess it; never 0
   service::ClientId client{};
   std::string program;
   std::uint32_t process = 0;
   std::string controlPeer;
   std::string eventPeer;
   std::string graphPeer;
-  std::array<std::optional<int>, 3> connections;  // of the three, see Peers::connection
+  std::array<std::optional<int>, 3> connections;  // of the three sockets, see Peers::connection
 
   Credit events;  // in bytes of entries
   Credit graph;   // in versions of the patch graph
   bool graphStale = false;
-  bool topologyTold = false;  // that it has changed; not asked for since
+  bool topologyTold = false;  // TopologyChanged was sent, and the client has not asked since
 
-  std::uint64_t taken = 0;      // Send and Inject
-  std::uint64_t takenTold = 0;  // as far as the client knows
+  std::uint64_t taken = 0;      // Send and Inject processed
+  std::uint64_t takenTold = 0;  // as last reported to the client
 
-  std::uint64_t lossTold = 0;  // copies lost, as far as the log knows
+  std::uint64_t lossTold = 0;  // lost copies, as last logged
   device::Time lossToldAt{};
 
   std::optional<Suspicion> suspicion;
-  bool gone = false;  // could not be reached; to be removed
+  bool gone = false;  // cannot be reached; will be removed
 };
 
 }  // namespace host

@@ -12,21 +12,21 @@
 
 namespace host {
 
-// Sessions by their number and by the peers of their sockets. A reference to a session stays valid until that session
-// is removed.
+// Sessions by number and by the peers of their sockets. A reference to a session stays valid until that session is
+// removed.
 class SessionTable {
  public:
   using Sessions = std::unordered_map<std::uint64_t, Session>;
 
-  // Makes a session with a random number. Null when the peer is a socket of a session already.
+  // Adds a session with a random number. Returns null if the peer already is a socket of a session.
   Session* add(std::string_view controlPeer, service::ClientId client);
 
-  // Null when there is no such session.
+  // Return null if there is no such session.
   Session* find(std::uint64_t number);
   Session* findByPeer(std::string_view peer);
 
-  // Says that the peer is the session's event or graph socket. False, and nothing changed, when that socket is known
-  // already, or the peer is a socket of another session.
+  // Sets the session's event or graph socket to the peer. Returns false, without a change, if that socket is already
+  // set, or if the peer is a socket of another session.
   bool openEvents(Session& session, std::string_view peer) { return open(session, session.eventPeer, peer); }
   bool openGraph(Session& session, std::string_view peer) { return open(session, session.graphPeer, peer); }
 

@@ -21,7 +21,8 @@ SocketMonitor::SocketMonitor(zmq::context_t& context, zmq::socket_t& socket, int
   const auto monitor = [&] { return zmq_socket_monitor(socket_.handle(), address.c_str(), kinds); };
   if (sys::throughSignals(monitor) < 0) throw zmq::error_t();
   events_.set(zmq::sockopt::linger, 0);
-  // Else ZeroMQ's own thread, which serves all sockets, would wait for a reader that is busy, or has just ended.
+  // Without this, ZeroMQ's own thread, which serves all sockets, would wait for a reader that is busy or has just
+  // ended.
   events_.set(zmq::sockopt::rcvhwm, 0);
   if (sys::throughSignals([&] { return zmq_connect(events_.handle(), address.c_str()); }) < 0) throw zmq::error_t();
 }
@@ -29,7 +30,7 @@ SocketMonitor::SocketMonitor(zmq::context_t& context, zmq::socket_t& socket, int
 SocketMonitor::~SocketMonitor() { zmq_socket_monitor(socket_.handle(), nullptr, 0); }
 
 std::optional<SocketMonitor::Event> SocketMonitor::next() {
-  // Two frames: u16 kind and i32 value in the order of this machine's bytes, then the address (zmq_socket_monitor(3)).
+  // Two frames: u16 kind and i32 value in native byte order, then the address (zmq_socket_monitor(3)).
   const auto receive = [this](zmq::message_t& frame, int flags) {
     return sys::throughSignals([&] { return zmq_msg_recv(frame.handle(), events_.handle(), flags); }) >= 0;
   };

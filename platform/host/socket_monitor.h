@@ -1,4 +1,4 @@
-// Connections of a socket that come and go.
+// Reports opened and closed connections of a socket.
 #pragma once
 
 #include <cstdint>
@@ -8,25 +8,25 @@
 
 namespace host {
 
-// Tells of events of one ZeroMQ socket, which must outlive it. Connections within the process have none. For the thread
+// Reports events of one ZeroMQ socket, which must outlive it. Connections within the process cause none. For the thread
 // that uses the socket.
 class SocketMonitor {
  public:
   struct Event {
     std::uint16_t kind = 0;   // ZMQ_EVENT_...
-    std::int32_t value = -1;  // of ZMQ_EVENT_DISCONNECTED: the number of the connection
+    std::int32_t value = -1;  // for ZMQ_EVENT_DISCONNECTED: the number of the connection
   };
 
-  // kinds: a set of ZMQ_EVENT_ bits. Throws zmq::error_t when the context gives no socket.
+  // kinds: a set of ZMQ_EVENT_ bits. Throws zmq::error_t if the context provides no socket.
   SocketMonitor(zmq::context_t& context, zmq::socket_t& socket, int kinds);
   SocketMonitor(const SocketMonitor&) = delete;
   SocketMonitor& operator=(const SocketMonitor&) = delete;
   ~SocketMonitor();
 
-  // The next event; nothing when there is none. Does not wait.
+  // Returns the next event; nullopt if there is none. Does not block.
   std::optional<Event> next();
 
-  // For polling: readable when an event stands ready.
+  // For polling: readable when an event is ready.
   void* handle() { return events_.handle(); }
 
  private:

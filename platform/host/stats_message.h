@@ -1,4 +1,4 @@
-// What a host has counted, in the form in which it travels.
+// A host's counts as a message.
 #pragma once
 
 #include "platform/host/limits.h"

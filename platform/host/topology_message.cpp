@@ -9,7 +9,7 @@
 namespace host {
 namespace {
 
-// Nothing for a side all of whose ports have gone: who comes now is not to see it.
+// Returns nullopt for a side all of whose ports are removed: new clients must not see it.
 std::optional<wire::TopologySide> sideMessage(const std::optional<device::SideOfGroup>& side) {
   if (!side) return std::nullopt;
   wire::TopologySide message{side->count, side->prefix, side->names};

@@ -1,5 +1,5 @@
-// A device's topology, and its names elsewhere, in the form in which they travel: handles with the number of the first
-// (see Limits::firstHandle).
+// A device's topology, and its names in other systems, as messages. Handles are offset by firstHandle (see
+// Limits::firstHandle).
 #pragma once
 
 #include <cstdint>
@@ -9,7 +9,7 @@
 
 namespace host {
 
-// Without the groups and sides all of whose ports have gone.
+// Leaves out groups and sides all of whose ports are removed.
 wire::Topology topologyMessage(const device::Topology& topology, std::uint64_t firstHandle);
 
 wire::Originals originalsMessage(const device::Topology& topology, std::uint64_t firstHandle);

@@ -9,11 +9,11 @@
 
 namespace EvtSrv {
 
-// What an operation of the event layer answers.
+// The result of an operation of the event layer.
 enum EventResult : std::int32_t {
   EvtRes_Success = 0,
-  EvtRes_DoNothing = 1,     // nothing had to be done, nothing was
-  EvtRes_UnknownError = 2,  // malformed data, or a failure without a name of its own
+  EvtRes_DoNothing = 1,     // there was nothing to do, and nothing was done
+  EvtRes_UnknownError = 2,  // malformed data, or a failure without a code of its own
   EvtRes_NotFound = 3,      // no port of the device has that name
   EvtRes_NoService = 4,     // there is no service, or it did not answer in time
   EvtRes_BadArgument = 5,   // a null name, or a name longer than a port's can be
@@ -28,13 +28,13 @@ inline constexpr std::uint32_t ConBehave_Default = ConBehave_DisableOverNetwork;
 // Types of events.
 inline constexpr unsigned EvtTyp_Debug_Receive = 1;  // copies of the messages that passed a tapped port
 
-// The service's debug port: as the second name of EventPort::connect it asks for a tap.
+// The service's debug port: as the target of EventPort::connect it asks for a tap.
 extern const char* const DebugPortName;
 
 // The data of one event with a read cursor, or an empty buffer that says how large an event may become.
 //
-// The first 20 bytes are a header (docs/protocol.md describes it); its first byte is the sender's byte order: 1 for
-// most significant byte first, anything else for little-endian. Records follow.
+// The first 20 bytes are a header (see docs/protocol.md). Its first byte is the sender's byte order: 1 for most
+// significant byte first, anything else for little-endian. Records follow.
 class MemoryHolder {
  public:
   static constexpr std::size_t HeaderSize = 20;
@@ -54,11 +54,11 @@ class MemoryHolder {
   // Total size in bytes, header included.
   std::size_t size() const noexcept { return bytes_.size(); }
 
-  // True when no byte is left behind the cursor.
+  // True if no byte is left after the cursor.
   bool atEnd() const noexcept { return cursor_ >= bytes_.size(); }
 
-  // A pointer to the next count bytes, which it then skips; null when fewer are left, and then the cursor moves to
-  // the end, so that a truncated record ends the reading. No alignment is promised.
+  // Returns a pointer to the next count bytes and skips them. If fewer are left, returns null and moves the cursor to
+  // the end, so that a truncated record ends the reading. The pointer may be unaligned.
   const std::uint8_t* getCurrentOffset(std::size_t count) noexcept;
 
  private:
@@ -69,45 +69,46 @@ class MemoryHolder {
 
 class EventPort;
 
-// The connection of this process to its service. Which service, the environment variable EVTSRV_ENDPOINT says (see
-// flowscope(1)). A service that cannot be reached costs one line on standard error; the manager then stands for a
-// device without groups, and every operation on its ports answers EvtRes_NoService. So do the operations while a
-// service of another process has gone, which costs one line too; when it is back, all taps are made again, with one
-// more line.
+// The connection of this process to its service. The environment variable EVTSRV_ENDPOINT names the service (see
+// flowscope(1)). If the service cannot be reached, one line goes to standard error; the manager then represents a
+// device without groups, and every operation on its ports returns EvtRes_NoService. The operations return the same
+// while a service of another process is gone, which also writes one line. When it is back, all taps are made again,
+// with one more line.
 class EventPortManager {
  public:
-  // behaviour: ConBehave bits. dispatchOnReceive: true delivers events to the ports inside receiveEvent, on its
-  // thread; the only way that this library offers, so false is treated alike. Blocks up to two seconds for a
-  // service that does not answer.
+  // behaviour: ConBehave bits. dispatchOnReceive: true delivers events to the ports inside receiveEvent, on its thread.
+  // This library offers no other way, so false does the same. Blocks up to two seconds for a service that does not
+  // answer.
   EventPortManager(std::uint32_t behaviour, bool dispatchOnReceive);
 
   EventPortManager(const EventPortManager&) = delete;
   EventPortManager& operator=(const EventPortManager&) = delete;
 
-  // Hands the service what is still to be sent, then takes leave of it; blocks two seconds at most. Ports may outlive
-  // their manager: they stay usable as objects and answer EvtRes_NoService.
+  // Sends the service what still waits to be sent, then disconnects; blocks two seconds at most. Ports may outlive
+  // their manager: they stay usable as objects and return EvtRes_NoService.
   ~EventPortManager();
 
-  // Waits up to milliseconds for events and calls receiveMain of the ports that they are for, in the order of the
-  // events. Answers EvtRes_Success when something was delivered, EvtRes_DoNothing otherwise. It goes on without
-  // waiting while more events stand ready, and hands out none after the given time has passed, but for the first: what
-  // stands ready for a port is delivered however short the time. One thread at a time.
+  // Waits up to milliseconds for events and calls receiveMain of their ports, in the order of the events. Returns
+  // EvtRes_Success if it delivered anything, else EvtRes_DoNothing. Continues without waiting while more events are
+  // ready. Delivers none after the given time, except the first: a ready event is delivered however short the time. For
+  // one thread at a time.
   EventResult receiveEvent(int milliseconds);
 
-  // Ends what has run its course. Never waits; the argument is the longest time that it may take, in milliseconds.
+  // Ends operations that are complete. Never blocks; the argument is the longest time that it may take, in
+  // milliseconds.
   EventResult finishActiveTerm(int milliseconds);
 
   class Session;
 
-  // The library's side of the connection, for the ports built on this manager. Null without a service.
+  // The library's side of the connection, for the ports of this manager. Null without a service.
   const std::shared_ptr<Session>& session() const noexcept { return session_; }
 
  private:
   std::shared_ptr<Session> session_;
 };
 
-// A port of this process on the service. connect and disconnect may be called from any thread; the destructor only
-// while no receiveEvent of the manager runs, or on the thread that runs it.
+// A port of this process on the service. connect and disconnect are thread-safe. Destroy the port only while no
+// receiveEvent of the manager runs, or on the thread that runs it.
 class EventPort {
  public:
   explicit EventPort(EventPortManager& manager);
@@ -117,28 +118,28 @@ class EventPort {
   // Ends all taps of this port.
   virtual ~EventPort();
 
-  // Taps the device port called name: from then on this port receives, as EvtTyp_Debug_Receive, a copy of every
-  // message that passes it. target is DebugPortName; any other target is EvtRes_BadArgument. request is not used
-  // and may be null. reply gives the size in bytes up to which messages that are ready together travel in one
-  // event (null: 1004); a longer message travels alone, whole. The holders are not kept. behaviour: ConBehave_Void.
-  // The same tap twice is one tap and a success. Blocks until the service has answered, two seconds at most.
+  // Taps the device port called name: from then on this port receives, as EvtTyp_Debug_Receive, a copy of every message
+  // that passes it. target is DebugPortName; any other target is EvtRes_BadArgument. request is not used and may be
+  // null. reply sets the size in bytes up to which messages that are ready together share one event (null: 1004); a
+  // longer message travels alone, whole. The holders are not kept. behaviour: ConBehave_Void. Repeating a tap is a
+  // success and changes nothing. Blocks until the service has answered, two seconds at most.
   EventResult connect(const char* name, const char* target, MemoryHolder* request, MemoryHolder* reply,
                       std::uint32_t behaviour);
 
-  // Ends the tap of the device port called name; a null name ends all taps of this port. request is not used and
-  // may be null. EvtRes_DoNothing when there was no such tap. Events already on their way may still arrive.
+  // Ends the tap of the device port called name; a null name ends all taps of this port. request is not used and may be
+  // null. EvtRes_DoNothing if there was no such tap. Events in flight may still arrive.
   EventResult disconnect(const char* name, MemoryHolder* request);
 
-  // Called inside EventPortManager::receiveEvent, on its thread, for each event for this port. name: the tapped
-  // device port. data: the event, its cursor behind the header. reply: null for debug-receive events. Pointers
-  // live for the call. What it answers is not used by the library.
+  // Called inside EventPortManager::receiveEvent, on its thread, for each event for this port. name: the tapped device
+  // port. data: the event, its cursor after the header. reply: null for debug-receive events. Pointers are valid for
+  // the call. The library ignores the result.
   virtual EventResult receiveMain(const char* name, unsigned type, MemoryHolder* data, MemoryHolder* reply);
 
  protected:
-  // The connection this port was built on, or null when the manager has gone or never had a service.
+  // The connection of this port; null if the manager was destroyed or never had a service.
   std::shared_ptr<EventPortManager::Session> session() const { return session_.lock(); }
 
-  // The number by which the service knows this port within its client.
+  // The number of this port within its client, as the service knows it.
   std::uint32_t portNumber() const noexcept { return number_; }
 
  private:

@@ -5,8 +5,8 @@
 
 namespace KSTD {
 
-// A mutex between the threads of one process. Not recursive: a thread that locks it twice waits forever.
-// It has the shape that std::lock_guard asks for.
+// A mutex for the threads of one process. Not recursive: a thread that locks it twice blocks forever. Works with
+// std::lock_guard.
 class KThreadMutex {
  public:
   KThreadMutex() = default;
@@ -16,7 +16,7 @@ class KThreadMutex {
   // Blocks until the calling thread owns the mutex.
   void lock() { mutex_.lock(); }
 
-  // Gives the mutex back. Only the thread that owns it may call this.
+  // Releases the mutex. Only the thread that owns it may call this.
   void unlock() { mutex_.unlock(); }
 
  private:

@@ -14,7 +14,7 @@
 
 namespace StrmSrv {
 
-// What an operation of the stream layer answers.
+// The result of an operation of the stream layer.
 enum StreamResult : std::int32_t {
   StrmRes_Success = 0,
   StrmRes_NotFound = 1,     // no such port
@@ -31,11 +31,11 @@ class GroupNames {
  public:
   static constexpr std::size_t Count = 42;
 
-  // The name of the group with this id, empty when there is none. id must be below Count. The text lives as long
+  // Returns the name of the group with this id; empty if there is none. id must be below Count. The text lives as long
   // as the process.
   const char* operator[](std::size_t id) const noexcept;
 
-  // For the library: gives an id its name, before the first group list that mentions the id.
+  // For the library: sets the name of an id, before the first group list that contains the id.
   void publish(std::size_t id, const std::string& name);
 
  private:
@@ -50,11 +50,11 @@ class StreamPort : public EvtSrv::EventPort {
   explicit StreamPort(EvtSrv::EventPortManager& manager) : EventPort(manager) {}
 };
 
-// A port for MIDI streams. A status byte carries no channel here: the group id stands in its place.
+// A port for MIDI streams. A status byte carries no channel here: the group id takes its place.
 //
-// The send operations pass a message through every device port that this port has tapped: at a source as if that
-// source had emitted it, at a sink as if it had arrived there. They wait only while the service is behind in taking
-// messages, and fail at once when the service is known to have gone. Any thread may send.
+// The send operations pass a message through every device port that this port taps: at a source as if that source had
+// emitted it, at a sink as if it had arrived there. They block only while the service is late in processing messages,
+// and fail at once if the service is known to be gone. Thread-safe.
 class StreamPortMIDI : public StreamPort {
  public:
   explicit StreamPortMIDI(EvtSrv::EventPortManager& manager) : StreamPort(manager) {}
@@ -63,21 +63,21 @@ class StreamPortMIDI : public StreamPort {
   StreamResult sendNoteOn(std::uint8_t note, std::uint8_t velocity, std::uint16_t group);
   StreamResult sendPolyAfter(std::uint8_t note, std::uint8_t value, std::uint16_t group);
   StreamResult sendControlChange(std::uint8_t number, std::uint8_t value, std::uint16_t group);
-  // Sends a program change with this number. second and third are the bank (control changes 0 and 32) of devices
-  // that select it together with the program; this library's devices do not, and it sends the number alone.
+  // Sends a program change with this number. second and third are the bank (control changes 0 and 32) of devices that
+  // select it together with the program. This library's devices do not: it sends only the number.
   StreamResult sendProgramChange(std::uint8_t number, std::uint8_t second, std::uint8_t third, std::uint16_t group);
   StreamResult sendAfterTouch(std::uint8_t value, std::uint16_t group);
   StreamResult sendPitchBend(std::uint8_t lsb, std::uint8_t msb, std::uint16_t group);
   // bytes: the whole message, 0xF0 and 0xF7 included.
   StreamResult sendSystemExclusive(const std::uint8_t* bytes, std::size_t length, std::uint16_t group);
 
-  // Decodes the messages of a debug-receive event and calls the receivers below. A message that is shorter than its
-  // kind needs, or has a status byte that no kind has, is skipped; after a malformed record nothing more is delivered.
-  // In both cases it answers EvtRes_UnknownError at the end.
+  // Decodes the messages of a debug-receive event and calls the receivers below. Skips a message that is too short for
+  // its kind, or has a status byte of no kind. Delivers nothing after a malformed record. In both cases it returns
+  // EvtRes_UnknownError at the end.
   EvtSrv::EventResult receiveMain(const char* name, unsigned type, EvtSrv::MemoryHolder* data,
                                   EvtSrv::MemoryHolder* reply) override;
 
-  // Decoded receivers. The bodies here do nothing.
+  // Receivers of decoded messages. The bodies here do nothing.
   virtual void receiveNoteOff(std::uint8_t note, std::uint8_t velocity, std::uint16_t group);
   virtual void receiveNoteOn(std::uint8_t note, std::uint8_t velocity, std::uint16_t group);
   virtual void receivePolyAfter(std::uint8_t note, std::uint8_t value, std::uint16_t group);
@@ -90,8 +90,8 @@ class StreamPortMIDI : public StreamPort {
   virtual void receiveRealTimeMessage(std::uint8_t status, std::uint16_t group);
   virtual void receiveMetaEvent(const std::uint8_t* bytes, std::size_t length, std::uint16_t group);
 
-  // Callbacks that carry the name of the port that a message came from, for classes that decode events themselves
-  // in receiveMain. The library calls none of them; the bodies here do nothing.
+  // Callbacks with the name of the port that a message came from, for classes that decode events themselves in
+  // receiveMain. The library calls none of them; the bodies here do nothing.
   virtual void handleErrorData(const char* name, const std::uint8_t* bytes, std::size_t length, std::uint16_t group);
   virtual void handleNoteOff(const char* name, std::uint8_t note, std::uint8_t velocity, std::uint16_t group);
   virtual void handleNoteOn(const char* name, std::uint8_t note, std::uint8_t velocity, std::uint16_t group);
@@ -124,48 +124,48 @@ struct PortRecord {
   friend bool operator==(const PortRecord&, const PortRecord&) = default;
 };
 
-// Reads and changes the connections of the device. Any thread may call it, one at a time per patcher.
+// Reads and changes the connections of the device. For any thread, one at a time per patcher.
 class Patcher {
  public:
-  // Takes a snapshot of the device's groups, in the device's order. streamType is the index of the stream type to
-  // patch. Blocks until the service has answered, two seconds at most; without a service both lists are empty.
+  // Takes a snapshot of the device's groups, in the device's order. streamType: the index of the stream type to patch.
+  // Blocks until the service has answered, two seconds at most; without a service both lists are empty.
   Patcher(EvtSrv::EventPortManager& manager, unsigned streamType);
   Patcher(const Patcher&) = delete;
   Patcher& operator=(const Patcher&) = delete;
   virtual ~Patcher();
 
-  // The groups that stand on each side when the patcher was made. A group may have no ports.
+  // The groups that existed on each side when the patcher was created. A group may have no ports.
   const std::vector<GroupRecord>& sourceGroups() const noexcept;
   const std::vector<GroupRecord>& sinkGroups() const noexcept;
 
-  // Connects a source port to a sink port, or takes the connection away, for everybody. A pair that is already
-  // connected is a success and stays one connection; taking away a pair that is not connected is StrmRes_NotFound.
-  // Blocks until the service has answered, two seconds at most.
+  // Connects a source port to a sink port, or removes the connection, for all clients. Connecting a connected pair is a
+  // success and changes nothing; disconnecting an unconnected pair is StrmRes_NotFound. Blocks until the service has
+  // answered, two seconds at most.
   StreamResult connect(std::uint16_t sourceGroup, std::uint16_t sourcePort, std::uint16_t sinkGroup,
                        std::uint16_t sinkPort);
   StreamResult disconnect(std::uint16_t sourceGroup, std::uint16_t sourcePort, std::uint16_t sinkGroup,
                           std::uint16_t sinkPort);
 
-  // Replaces result by the sources connected to a sink port, or the sinks connected to a source port, in the order
-  // of making. Empty for a port that has none or has gone. They read a mirror that is brought up
-  // to date with what has arrived, without waiting, when the last look at it is more than 50 microseconds old, and that
-  // holds this client's own changes at once. Only the first call on a manager, and the first after more changes than
-  // the service keeps for one client, ask the service and block until it has answered, two seconds at most.
+  // Replaces result with the sources connected to a sink port, or the sinks connected to a source port, in the order of
+  // creation; empty if the port has none or no longer exists. Both read a mirror that contains this client's own
+  // changes at once. If the last update is more than 50 microseconds ago, they first apply the changes that have
+  // arrived, without blocking. Only the first call on a manager, and the first after more changes than the service
+  // keeps for one client, ask the service and block until it has answered, two seconds at most.
   StreamResult getConnectSourcePorts(std::uint16_t sinkGroup, std::uint16_t sinkPort, std::vector<PortRecord>& result);
   StreamResult getConnectSinkPorts(std::uint16_t sourceGroup, std::uint16_t sourcePort,
                                    std::vector<PortRecord>& result);
 
-  // A number that stays the same only as long as the three operations around it answer the same: it is another one as
-  // soon as connections, or the names of connected ports, may have changed, or the service has gone or is back. It
-  // looks at the mirror as those above do, and blocks when they would. What changes after the call shows in the next
-  // one.
+  // Returns a number that stays the same only while getConnectSourcePorts, getConnectSinkPorts and makeStreamPortName
+  // return the same. It changes as soon as connections, or the names of connected ports, may have changed, or the
+  // service is gone or back. Reads the mirror like the operations above, and blocks when they would. Later changes show
+  // in the next call.
   std::uint64_t version();
 
-  // The name of a port: sink is 0 for a source port, 1 for a sink port. For a port that does not exist, a name in
-  // the same style that no port has. streamType is not looked at: only one type has streams.
+  // Returns the name of a port. sink is 0 for a source port, 1 for a sink port. For a port that does not exist, returns
+  // a name in the same style that no port has. streamType is ignored: only one type has streams.
   std::string makeStreamPortName(unsigned streamType, std::uint16_t group, std::uint16_t port, int sink) const;
 
-  // For libraries that tell of groups and ports that come and go. This one says so in a line on standard error instead:
+  // For libraries that report added and removed groups and ports. This library writes a line to standard error instead:
   // it calls none of these, and the bodies here do nothing.
   virtual void notifyAddGroup(std::uint16_t group);
   virtual void notifyAddPort(std::uint16_t group, std::uint16_t port, int sink);

@@ -5,24 +5,24 @@
 
 namespace UtilSrv {
 
-// One thread of execution, running from construction on.
+// One thread, which runs from construction on.
 class Thread {
  public:
   using Entry = void (*)(void* argument);
 
-  // Starts a thread that calls entry(argument). name is shown by process tools, cut to 15 bytes; null leaves the
-  // thread unnamed. Throws std::system_error when the system refuses another thread.
+  // Starts a thread that calls entry(argument). Process tools show name, cut to 15 bytes; null leaves the thread
+  // unnamed. Throws std::system_error if the system refuses another thread.
   Thread(Entry entry, void* argument, const char* name);
 
   Thread(const Thread&) = delete;
   Thread& operator=(const Thread&) = delete;
 
-  // Waits until the thread has ended, then releases it. On the thread itself it does not wait: the thread is
-  // released when it ends.
+  // Blocks until the thread has ended, then releases it. On the thread itself it does not block: the thread is released
+  // when it ends.
   ~Thread();
 
-  // Ends the calling thread, unwinding its stack; code is what the thread answers to whoever waits for it. Only
-  // for threads that this class started.
+  // Ends the calling thread and unwinds its stack. code is the thread's exit value for a thread that joins it. Only for
+  // threads that this class started.
   [[noreturn]] static void exit(int code);
 
  private:

@@ -1,4 +1,4 @@
-// Bytes that wait, first in, first out.
+// Waiting bytes, first in, first out.
 #pragma once
 
 #include <array>
@@ -11,7 +11,7 @@
 
 namespace service {
 
-// Holds its bytes in chunks, which are given back as they are read: the memory held follows what waits.
+// Stores its bytes in chunks and frees each chunk when it has been read: memory use follows size().
 class ByteFifo {
  public:
   static constexpr std::size_t ChunkBytes = 16U << 10U;
@@ -23,7 +23,7 @@ class ByteFifo {
 
   std::size_t size() const { return size_; }
 
-  // Memory held, in chunks: what size() bytes need when they begin anywhere in the first.
+  // Memory held, in chunks: enough for size() bytes that begin anywhere in the first chunk.
   std::size_t chunkCount() const { return chunks_.size(); }
 
  private:

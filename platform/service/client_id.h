@@ -1,11 +1,11 @@
-// Who asks: clients, and the event ports within them.
+// Identifies clients and their event ports.
 #pragma once
 
 #include <cstdint>
 
 namespace service {
 
-// A client of the service, valid from addClient to removeClient; numbers are not used again.
+// A client of the service, valid from addClient to removeClient. Numbers are not reused.
 enum class ClientId : std::uint32_t {};
 
 // An event port within a client.

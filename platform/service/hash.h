@@ -9,7 +9,7 @@
 
 namespace service {
 
-// Handles are counted, and so are indices: the odd factor, of the golden ratio, keeps them apart.
+// Handles and indices are consecutive numbers. The odd factor, derived from the golden ratio, keeps them apart.
 constexpr std::uint64_t mixed(std::uint64_t first, std::uint64_t second) {
   return first * 0x9E3779B97F4A7C15U + second;
 }
@@ -23,7 +23,7 @@ struct PortHash {
 
 struct LinkHash {
   std::size_t operator()(const device::Link& link) const noexcept {
-    // One after the other: of two pairs mixed apart, the second of one and the first of the other would weigh the same.
+    // Mixed one after the other: if two pairs were mixed first, sourceIndex and sinkGroup would have the same factor.
     return std::hash<std::uint64_t>{}(
         mixed(mixed(mixed(link.sourceGroup, link.sourceIndex), link.sinkGroup), link.sinkIndex));
   }

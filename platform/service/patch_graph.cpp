@@ -53,7 +53,7 @@ std::optional<PatchGraph::Carrier> PatchGraph::carrier(const device::Link& link)
   return peers(link.source()).at(found->second).carrier;
 }
 
-// Answers false when the connection stands already.
+// Returns false if the connection already exists.
 bool PatchGraph::insert(const device::Link& link, Carrier carrier) {
   if (!orders_.emplace(link, nextOrder_).second) return false;
   links_.emplace_hint(links_.end(), nextOrder_, link);

@@ -15,11 +15,11 @@
 
 namespace service {
 
-// The connections of a device, in the order of making. Changes cost the logarithm of the number of connections at
-// most, and looking up a port no more than its own connections.
+// The connections of a device, in the order of creation. A change takes at most logarithmic time in the number of
+// connections. Looking up a port costs no more than its own connections.
 class PatchGraph {
  public:
-  // Who brings messages along a connection: the service, or the device itself.
+  // Which side carries messages along a connection: the service, or the device itself.
   enum class Carrier : std::uint8_t { Service, Device };
 
   // The port at the other end of a connection.
@@ -28,30 +28,30 @@ class PatchGraph {
     Carrier carrier = Carrier::Service;
   };
 
-  // Those of a port, by a number that grows with each connection made.
+  // A port's connections, by a number that grows with each connection made.
   using Peers = std::map<std::uint64_t, Peer>;
 
-  // topology says which ports exist, and must outlive the graph. initial stand from the start, at version 0; those
-  // between ports that do not exist are left out.
+  // topology says which ports exist, and must outlive the graph. initial: the connections at version 0; those between
+  // ports that do not exist are left out.
   PatchGraph(const device::Topology& topology, const std::vector<device::Link>& initial);
 
-  // Ok, and nothing changed, when the connection stands already; NotFound when one of its ports does not exist.
+  // Ok, without a change, if the connection already exists; NotFound if one of its ports does not exist.
   device::Status connect(const device::Link& link, Carrier carrier = Carrier::Service);
 
-  // NotFound when there is no such connection.
+  // NotFound if there is no such connection.
   device::Status disconnect(const device::Link& link);
 
-  // The connections of ports that do not exist any more, in the order of making.
+  // Returns the connections of ports that no longer exist, in the order of creation.
   std::vector<device::Link> orphans() const;
 
-  // The sinks of a source or the sources of a sink, in the order of making; empty for a port that has none or does
-  // not exist. Valid until the next change.
+  // Returns the sinks of a source or the sources of a sink, in the order of creation; empty if the port has none or
+  // does not exist. Valid until the next change.
   const Peers& peers(device::PortId port) const;
 
-  // All connections, in the order of making.
+  // All connections, in the order of creation.
   std::vector<device::Link> links() const;
 
-  // Who carries a connection; nothing when it does not stand.
+  // Returns who carries a connection; nullopt if it does not exist.
   std::optional<Carrier> carrier(const device::Link& link) const;
 
   std::size_t size() const { return orders_.size(); }
@@ -67,7 +67,7 @@ class PatchGraph {
   std::map<std::uint64_t, device::Link> links_;
   std::unordered_map<device::Link, std::uint64_t, LinkHash> orders_;
   std::unordered_map<device::PortId, Peers, PortHash> peers_;
-  Peers none_;  // of a port that has none
+  Peers none_;  // for ports without connections
   std::uint64_t nextOrder_ = 0;
   std::uint64_t version_ = 0;
 };

@@ -23,7 +23,7 @@ void Router::emitted(device::PortId source, const device::Message& message, devi
     begin({&source, 1}, message, now, true);
     return;
   }
-  // A thru answers with the bytes it was given; only other bytes need a copy to outlive the device's call.
+  // A thru emits the bytes that it was given; only other bytes need a copy that outlives the device's call.
   if (std::ranges::equal(message.bytes, atDevice_->message.bytes)) {
     answers_.push_back({source, {message.group, atDevice_->message.bytes}, now, true, atDevice_->owned});
     return;
@@ -62,8 +62,8 @@ void Router::travel() {
   }
 }
 
-// What the device has brought already comes first: else a road through the service could lead to the same sink before
-// it, and hand the message over once more.
+// Sinks that the device already served come first: otherwise a path through the service could reach such a sink earlier
+// and deliver the message again.
 void Router::pushSinks(const Step& step) {
   const auto& sinks = graph_.peers(step.port);
   for (const bool brought : {false, true}) {

@@ -49,8 +49,8 @@ struct Service::State {
 
   bool tapped(device::PortId port) const { return !taps.of(port).empty(); }
 
-  // Whether anybody here sees what a source emits: in a tap of its own, or of a sink, or because the service has to
-  // carry it on.
+  // True if anyone needs what a source emits: a tap of the source or of a connected sink, or the service itself, which
+  // carries it on.
   bool wanted(device::PortId source) const {
     return tapped(source) || std::ranges::any_of(graph.peers(source), [this](const auto& sink) {
              return sink.second.carrier == PatchGraph::Carrier::Service || tapped(sink.second.port);
@@ -68,10 +68,10 @@ struct Service::State {
     driver->setUsed(source, isUsed, now);
   }
 
-  // After a change of the port's taps.
+  // Call this after a change of the port's taps.
   void refreshUseAround(device::PortId port, device::Time now) { refreshUseAround(std::vector{port}, now); }
 
-  // The same of many ports: a source that several of them are connected to is looked at once.
+  // Like above, for many ports: checks a source only once even if several of the ports are connected to it.
   void refreshUseAround(const std::vector<device::PortId>& ports, device::Time now) {
     std::unordered_set<device::PortId, PortHash> seen;
     std::vector<device::PortId> sources;
@@ -88,7 +88,7 @@ struct Service::State {
     for (const device::PortId source : sources) refreshUse(source, now);
   }
 
-  // Who wants what is settled when the driver is not under way any more.
+  // settle refreshes the uses later, when the driver's operation has returned.
   void graphChanged(bool added, const device::Link& link) {
     changes.push_back({graph.version(), added, link, isCarried(link)});
     unsettled.push_back(link.source());
@@ -99,7 +99,7 @@ struct Service::State {
     return topology().find(link.sourceGroup)->system != topology().find(link.sinkGroup)->system;
   }
 
-  // The port has other taps than before.
+  // Marks the sources that a change of the port's taps affects.
   void tapsChanged(device::PortId port) {
     if (port.side == device::Side::Source) unsettled.push_back(port);
     for (const auto& [order, peer] : graph.peers(port)) {
@@ -107,7 +107,7 @@ struct Service::State {
     }
   }
 
-  // Taps of a port that the device has forgotten go on with the port that has its name now.
+  // Moves the taps of ports that the device dropped to the ports that have their names now.
   void moveTaps() {
     for (const device::PortId port : taps.ports()) {
       if (topology().knows(port)) continue;
@@ -119,7 +119,7 @@ struct Service::State {
     }
   }
 
-  // The taps of a port of this name, which may have gone or been forgotten.
+  // Returns the tapped port of this name, which may have been removed or dropped.
   std::optional<device::PortId> tappedPlace(ClientId client, EventPortId eventPort, std::string_view name) const {
     for (const device::PortId port : taps.tappedBy(client, eventPort)) {
       if (taps.find(port)->name == name) return port;
@@ -127,7 +127,7 @@ struct Service::State {
     return std::nullopt;
   }
 
-  // For a port that something is to pass. The first message that does not is told of.
+  // For a port that a message is about to pass: returns whether it was removed. Warns at the first message it misses.
   bool hasGone(device::PortId port) {
     if (topology().exists(port)) return false;
     if (goneTold.insert(port).second) {
@@ -136,7 +136,7 @@ struct Service::State {
     return true;
   }
 
-  // Answers whether there was anything to settle.
+  // Returns whether there was anything to settle.
   bool settle(device::Time now) {
     const bool any = !unsettled.empty();
     while (!unsettled.empty()) {
@@ -147,19 +147,19 @@ struct Service::State {
 
   std::unique_ptr<device::Driver> driver;
   Limits limits;
-  std::unordered_set<device::PortId, PortHash> used;  // as the driver knows
-  std::vector<device::PortId> unsettled;              // sources with other connections than before
+  std::unordered_set<device::PortId, PortHash> used;  // as last reported to the driver
+  std::vector<device::PortId> unsettled;              // sources whose taps or connections changed
   PatchGraph graph;
   TapTable taps;
   std::unordered_map<ClientId, Client> clients;
   Router router;
   std::vector<GraphChange> changes;
-  Counts past;           // of clients that have left
-  std::uint64_t in = 0;  // of everybody, and the device
+  Counts past;           // of disconnected clients
+  std::uint64_t in = 0;  // from all clients and the device
   std::uint64_t lostBefore = 0;
   std::uint64_t uncountedLosses = 0;
   std::vector<Note> notes;
-  std::set<device::PortId> goneTold;  // ports that notes have called gone, until they are back
+  std::set<device::PortId> goneTold;  // removed ports that notes have warned of, until they return
   std::uint64_t topologyVersion = 0;
   std::uint32_t lastClient = 0;
 };
@@ -200,7 +200,7 @@ device::Status Service::tap(ClientId client, EventPortId port, std::string_view 
 
 device::Status Service::untap(ClientId client, EventPortId port, std::string_view name, device::Time now) {
   if (!state_->knows(client)) return device::Status::NoSession;
-  // Also of a port that has gone, whose tap would come back with it.
+  // Also finds a removed port, because its tap would return with it.
   auto place = state_->topology().place(name);
   if (!place || !state_->taps.remove(client, port, *place)) {
     place = state_->tappedPlace(client, port, name);
@@ -325,7 +325,7 @@ std::optional<device::Time> Service::advance(device::Time now) {
 }
 
 void Service::emitted(device::PortId source, const device::Message& message, device::Time now) {
-  // A record without a message would be taken for the end of the data by who reads it.
+  // A reader would take a record without a message for the end of the data.
   if (source.side != device::Side::Source || message.bytes.empty()) return;
   ++state_->in;
   state_->router.emitted(source, message, now);
@@ -353,7 +353,7 @@ void Service::topologyChanged(device::Time now) {
 void Service::lost(device::PortId source, std::uint64_t count, device::Time /*now*/) {
   state_->lostBefore += count;
   if (count == 0) ++state_->uncountedLosses;
-  // Who looks on in several places misses the same messages.
+  // A client that taps several places misses the same messages, so it gets one loss.
   std::set<ClientId> clients;
   const auto enter = [&](device::PortId port) {
     for (const Tap& tap : state_->taps.of(port)) clients.insert(tap.client);

@@ -1,4 +1,4 @@
-// What waits for one client.
+// The events that wait for one client.
 #pragma once
 
 #include <chrono>
@@ -17,60 +17,60 @@
 
 namespace service {
 
-// The events that wait for one client, in order, bounded in bytes. A record that would exceed the bound is dropped
-// and counted; the count is given out as an entry of its own exactly where the records are missing: in front of the
-// next record that is taken in, or when all that waited has been taken. So is what was lost before it came here.
+// The events that wait for one client, in order and limited in bytes. A record that would exceed the limit is dropped
+// and counted. The count becomes an entry of its own exactly where the records are missing: before the next accepted
+// record, or after everything that waited has been taken. Losses on the way here are entered likewise.
 //
-// Records of one tap that come one after another share an event, while it fits the tap's holder and for
-// SharingTime from its first record on, so that the event's time stamp stays true for all of them. The time is long
-// enough that bookkeeping weighs little beside the records of a full DIN port, also with running status.
+// Consecutive records of one tap share an event while it fits the tap's holder, and for SharingTime after its first
+// record, so that the event's time stamp stays true for all of them. The time is long enough that bookkeeping stays
+// small compared to the records of a full DIN port, also with running status.
 class TapQueue {
  public:
   static constexpr device::Time SharingTime = std::chrono::milliseconds(10);
 
-  // limit: in bytes of what is stored, records and bookkeeping.
+  // limit: in bytes of stored data, both records and bookkeeping.
   explicit TapQueue(std::size_t limit);
 
-  // A message has passed port, which is called name, and which eventPort taps. holderBytes: the largest event that
-  // several records may share.
+  // A message passed port, which is called name and which eventPort taps. holderBytes: the largest event that several
+  // records may share.
   void add(EventPortId eventPort, device::PortId port, std::string_view name, std::uint32_t holderBytes,
            const device::Message& message, device::Time now);
 
-  // Messages that would have come next have been lost on their way here; 0: an unknown number. Known and unknown losses
-  // are kept apart, so that the count stays exact.
+  // Messages were lost on their way here, before the next record. count: how many, 0 if unknown. Known and unknown
+  // losses stay separate, so that the count stays exact.
   void addLossBefore(std::uint64_t count);
 
-  // Moves events to the end of out, oldest first, as entries of a wire::Events message: as many as fit maxBytes, but
-  // at least one when any waits. A port is called as when its message came, whatever has become of it. Answers the
-  // number of bytes appended.
+  // Moves events to the end of out, oldest first, as entries of a wire::Events message: as many as fit into maxBytes,
+  // but at least one if any waits. A port keeps the name that it had when the message came. Returns the number of bytes
+  // appended.
   std::size_t take(std::size_t maxBytes, std::vector<std::uint8_t>& out);
 
   bool empty() const { return entries_.empty() && waitingLosses() == 0; }
 
-  // The bytes stored, without the names of ports, each of which is stored once; never above the limit.
+  // Stored bytes, without the ports' names (each is stored once); never above the limit.
   std::size_t bytes() const { return records_.size() + entries_.size() * sizeof(Entry); }
 
-  // Records taken in, and dropped, in all.
+  // Records accepted and dropped in total.
   std::uint64_t accepted() const { return accepted_; }
   std::uint64_t lost() const { return lost_; }
 
  private:
   enum class Kind : std::uint8_t { Event, Loss, LossBefore };
 
-  // An event, whose records stand in records_ in the order of the entries; or a loss.
+  // An event or a loss. The events' records stand in records_ in the order of the entries.
   struct Entry {
-    std::uint64_t lostOrTime = 0;  // of a loss: how many; of an event: when its first record came
+    std::uint64_t lostOrTime = 0;  // of a loss: how many; of an event: the time of its first record
     EventPortId eventPort{};
     std::uint32_t recordBytes = 0;  // 0 for a loss
     std::uint32_t origin = 0;       // of an event: an index into origins_
     Kind kind = Kind::Event;
   };
 
-  // A port whose events wait.
+  // A port that waiting events come from.
   struct Origin {
     device::PortId port;
     std::string name;
-    std::size_t entries = 0;  // 0: its place is free
+    std::size_t entries = 0;  // 0: this slot is free
   };
 
   bool mayJoin(const Entry& entry, EventPortId eventPort, device::PortId port, std::uint32_t holderBytes,
@@ -89,9 +89,9 @@ class TapQueue {
   std::vector<Origin> origins_;
   std::vector<std::uint32_t> freeOrigins_;
   std::unordered_map<device::PortId, std::uint32_t, PortHash> originOf_;
-  std::uint64_t dropped_ = 0;     // since the last record that was taken in
+  std::uint64_t dropped_ = 0;     // since the last accepted record
   std::uint64_t lostBefore_ = 0;  // likewise
-  bool lostUncounted_ = false;    // likewise: and a number that nobody knows
+  bool lostUncounted_ = false;    // likewise; an unknown number was lost
   std::uint64_t accepted_ = 0;
   std::uint64_t lost_ = 0;
   std::uint32_t sequence_ = 0;

@@ -104,7 +104,7 @@ std::vector<device::PortId> TapTable::tappedBy(ClientId client, EventPortId even
   return ports;
 }
 
-// Appends the port to ended (if not null) when this was its last tap.
+// Appends the port to ended (if not null) if this was its last tap.
 void TapTable::dropFromPort(device::PortId port, std::uint64_t order, std::vector<device::PortId>* ended) {
   const auto found = taps_.find(port);
   std::erase_if(found->second.taps, [&](const Tap& tap) { return tap.order == order; });

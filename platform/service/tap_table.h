@@ -1,4 +1,4 @@
-// Who taps what.
+// Which client taps which port.
 #pragma once
 
 #include <cstdint>
@@ -27,39 +27,39 @@ struct Tap {
 // The taps of all clients. A tap is a client, one of its event ports, and a device port with its name.
 class TapTable {
  public:
-  // The taps of one port, and its name, which stays when the port has gone and has been forgotten.
+  // The taps and the name of one port, also after the port was removed or dropped.
   struct TappedPort {
     std::string name;
     std::vector<Tap> taps;  // in the order of tapping
   };
 
-  // False, and nothing changed, when there is this tap already.
+  // Returns false, without a change, if this tap already exists.
   bool add(ClientId client, EventPortId eventPort, device::PortId port, std::uint32_t holderBytes,
            std::string_view name);
 
-  // False when there is no such tap.
+  // Returns false if there is no such tap.
   bool remove(ClientId client, EventPortId eventPort, device::PortId port);
 
-  // Ends all taps of an event port, or of a client. Answers the ports that now have no tap, each once.
+  // Ends all taps of an event port, or of a client. Returns the ports that now have no tap, each once.
   std::vector<device::PortId> removeAll(ClientId client, EventPortId eventPort);
   std::vector<device::PortId> removeClient(ClientId client);
 
-  // The taps of a port, in the order of tapping. Valid until the next change.
+  // Returns the taps of a port, in the order of tapping. Valid until the next change.
   std::span<const Tap> of(device::PortId port) const;
 
-  // The same with its name; null for a port without taps. Valid until the next change.
+  // Like of, with the port's name; null if the port has no taps. Valid until the next change.
   const TappedPort* find(device::PortId port) const;
 
-  // All ports that have taps, in no order.
+  // All ports that have taps, in no particular order.
   std::vector<device::PortId> ports() const;
 
-  // Moves the taps of one port to another, in the order of tapping.
+  // Moves all taps of one port to another, where they stand in the order of tapping.
   void move(device::PortId from, device::PortId to);
 
   // How many taps a client has.
   std::uint32_t count(ClientId client) const;
 
-  // The ports that an event port taps, in the order of tapping.
+  // Returns the ports that an event port taps, in the order of tapping.
   std::vector<device::PortId> tappedBy(ClientId client, EventPortId eventPort) const;
 
  private:

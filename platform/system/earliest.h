@@ -1,4 +1,4 @@
-// Which of several times comes first.
+// The earliest of several times.
 #pragma once
 
 #include <algorithm>
@@ -7,7 +7,7 @@
 
 namespace sys {
 
-// Makes first the earlier of the two, where nullopt is never.
+// Sets first to the earlier of the two; nullopt means never.
 inline void keepEarlier(std::optional<std::chrono::nanoseconds>& first, std::optional<std::chrono::nanoseconds> other) {
   if (other) first = std::min(first.value_or(*other), *other);
 }

@@ -18,7 +18,7 @@ EventDescriptor::~EventDescriptor() { close(descriptor_); }
 void EventDescriptor::wake() noexcept {
   const int errnoOfInterrupted = errno;
   constexpr std::uint64_t One = 1;
-  // It can only fail when it is readable already.
+  // It fails only if the descriptor is already readable.
   [[maybe_unused]] const auto written = write(descriptor_, &One, sizeof One);
   errno = errnoOfInterrupted;
 }

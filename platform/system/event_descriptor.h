@@ -6,19 +6,19 @@ namespace sys {
 // A descriptor that is readable from wake() until clear().
 class EventDescriptor {
  public:
-  // Throws std::system_error when the system has no descriptor left.
+  // Throws std::system_error if no descriptor is left.
   EventDescriptor();
   EventDescriptor(const EventDescriptor&) = delete;
   EventDescriptor& operator=(const EventDescriptor&) = delete;
   ~EventDescriptor();
 
-  // Does not block, and keeps errno. Any thread; signal handlers, too.
+  // Does not block, and keeps errno. Thread-safe and async-signal-safe.
   void wake() noexcept;
 
-  // Call this before you read what others have left: what they leave from now on wakes again.
+  // Call this before you read what other threads left: what they leave afterwards wakes the descriptor again.
   void clear() noexcept;
 
-  // The same as long as this lives.
+  // Never changes while this object lives.
   int descriptor() const noexcept { return descriptor_; }
 
  private:

@@ -26,12 +26,12 @@ int whyNobodyListens(const std::string& path) {
   std::ranges::copy(path, std::begin(address.sun_path));
   const int descriptor = socket(AF_UNIX, SOCK_STREAM | SOCK_CLOEXEC | SOCK_NONBLOCK, 0);
   if (descriptor < 0) return errno;
-  // The calls of the system take any family's address by this type.
+  // connect takes the address of any family by this type.
   const auto* any = reinterpret_cast<const sockaddr*>(&address);
   const int connected = throughSignals([&] { return connect(descriptor, any, sizeof address); });
   const int cause = connected < 0 ? errno : 0;
   close(descriptor);
-  // Its queue of connections is full.
+  // EAGAIN: the listener's queue of connections is full.
   return cause == EAGAIN ? 0 : cause;
 }
 

@@ -12,8 +12,8 @@ struct Range {
   char32_t last;
 };
 
-// Controls and ends of lines; what Unicode has as Default_Ignorable_Code_Point, which shows nothing or changes the
-// direction; the frames of annotations; and what is no character. In order.
+// In ascending order: controls and line separators; Unicode's Default_Ignorable_Code_Point (characters that show
+// nothing or change the text direction); annotation marks; and values that are no character.
 constexpr std::array Hidden{
     Range{0x00, 0x1F},     Range{0x7F, 0x9F},       Range{0xAD, 0xAD},       Range{0x034F, 0x034F},
     Range{0x061C, 0x061C}, Range{0x115F, 0x1160},   Range{0x17B4, 0x17B5},   Range{0x180B, 0x180F},
@@ -30,10 +30,10 @@ bool isHidden(char32_t character) {
 
 struct Decoded {
   char32_t character = 0;
-  std::size_t size = 0;  // in bytes; 0 when no character begins here
+  std::size_t size = 0;  // in bytes; 0 if no character begins here
 };
 
-// The character that text, which is not empty, begins with.
+// Returns the first character of text, which must not be empty.
 Decoded decode(std::string_view text) {
   const auto byteAt = [&](std::size_t at) { return static_cast<std::uint8_t>(text[at]); };
   const std::uint8_t lead = byteAt(0);

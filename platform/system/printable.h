@@ -9,16 +9,16 @@
 
 namespace sys {
 
-// text with each byte that is not to be shown as "\xHH": what came from elsewhere must neither steer a terminal, nor
-// end a line, nor look like what it is not. Printable ASCII stays, a backslash too. In UTF-8 other characters stay as
-// well, but not controls, ends of lines and paragraphs, what changes the direction of text, what shows nothing, and
-// bytes that belong to no character: UTF-8 is read strictly. What is printable already is answered as it is.
+// Returns text with each unprintable byte as "\xHH": foreign text must not control a terminal, end a line or disguise
+// itself. Printable ASCII stays, and so does a backslash. In UTF-8 other characters stay too, except controls, line and
+// paragraph separators, characters that change the text direction, invisible characters, and bytes that belong to no
+// character: UTF-8 is decoded strictly. Text that is already printable is returned unchanged.
 std::string printable(std::string_view text, TextEncoding encoding);
 
-// The same, for who reads what this process writes (see environmentEncoding).
+// Like above, in the encoding of the process's environment (see environmentEncoding).
 std::string printable(std::string_view text);
 
-// How many columns printable text takes, when each of its characters takes one.
+// The number of columns that printable text takes if each of its characters takes one.
 std::size_t columns(std::string_view text);
 
 }  // namespace sys

@@ -8,7 +8,7 @@
 namespace sys {
 namespace {
 
-// Whoever starts a program may give it no name at all.
+// A parent process may start a program without a name.
 std::string nameAtStart() {
   const char* name = program_invocation_short_name;
   return name == nullptr || *name == '\0' ? "evtsrv" : printable(name);
@@ -17,8 +17,8 @@ std::string nameAtStart() {
 }  // namespace
 
 const std::string& programName() {
-  // Copied once, because a program may overwrite its arguments later. Never destroyed, because services may still speak
-  // while the process ends.
+  // Copied once, because a program may overwrite its arguments later. Never destroyed, because services may still write
+  // lines while the process ends.
   static const auto* const name = new std::string(nameAtStart());
   return *name;
 }

@@ -6,14 +6,14 @@
 
 namespace sys {
 
-// The name by which this program was started, without its folder: printable, never empty. Any thread.
+// The name by which this program was started, without its folder: printable, never empty. Thread-safe.
 const std::string& programName();
 
-// The text with "NAME: " before it.
+// Returns text with "NAME: " before it.
 std::string programLine(std::string_view text);
 
-// Writes programLine(line) and a line end to standard error. Any thread; lines of several threads do not mix.
-// line: printable, without a line end.
+// Writes programLine(line) and a line end to standard error. Thread-safe; lines of several threads do not mix. line:
+// printable, without a line end.
 void sayLine(std::string_view line);
 
 }  // namespace sys

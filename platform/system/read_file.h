@@ -1,4 +1,4 @@
-// Files as bytes.
+// Reads files.
 #pragma once
 
 #include <cstddef>
@@ -10,8 +10,8 @@
 
 namespace sys {
 
-// The bytes of the file at path, or in one line why not. Only regular files of most bytes or less: anything else could
-// be without end. Blocks for the disk.
+// Returns the bytes of the file at path, or one line with the reason of failure. Reads only regular files of at most
+// `most` bytes: anything else could be endless. Blocks for the disk.
 std::variant<std::vector<std::uint8_t>, std::string> readFile(const std::filesystem::path& path, std::size_t most);
 
 }  // namespace sys

@@ -1,4 +1,4 @@
-// What bytes beyond ASCII mean to who reads our text.
+// The encoding of our text output.
 #pragma once
 
 #include <cstdint>
@@ -6,12 +6,12 @@
 namespace sys {
 
 enum class TextEncoding : std::uint8_t {
-  Ascii,  // nothing: they are not to be shown
+  Ascii,  // bytes beyond ASCII must not be shown
   Utf8
 };
 
-// As the environment of the process says at the first call (LC_ALL, LC_CTYPE, LANG): Utf8 when that locale is installed
-// and has UTF-8. The process's own locale is neither asked nor changed. Any thread.
+// Returns the encoding that the process's environment asks for at the first call (LC_ALL, LC_CTYPE, LANG): Utf8 if that
+// locale is installed and uses UTF-8. Neither reads nor changes the process's own locale. Thread-safe.
 TextEncoding environmentEncoding();
 
 }  // namespace sys

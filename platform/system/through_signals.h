@@ -1,12 +1,12 @@
-// Calls of the system that a signal may interrupt.
+// System calls that a signal may interrupt.
 #pragma once
 
 #include <cerrno>
 
 namespace sys {
 
-// Makes a call that answers a negative number and sets errno on failure, again and again until no signal has
-// interrupted it. The call must have had no effect when it fails.
+// Repeats a call until no signal interrupts it. call returns a negative number and sets errno on failure. A failed call
+// must have had no effect.
 template <class Call>
 auto throughSignals(Call call) {
   auto result = call();

@@ -1,4 +1,4 @@
-// Threads that take no signals.
+// Starts threads that receive no signals.
 #pragma once
 
 #include <pthread.h>
@@ -7,8 +7,8 @@
 
 namespace sys {
 
-// While it lives, threads that are started take no signals but those of their own faults: handlers belong to the
-// program's own threads.
+// Threads that are started while this object lives receive only signals of their own faults: all other signals belong
+// to the program's own threads.
 class WithoutSignals {
  public:
   WithoutSignals() {

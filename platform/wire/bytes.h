@@ -1,5 +1,5 @@
-// Numbers, texts and runs of bytes, written one after another and read back. Numbers are little-endian, but where a
-// reader is told otherwise.
+// Writes and reads numbers, texts and byte sequences one after another. Numbers are little-endian unless a reader asks
+// for the other order.
 #pragma once
 
 #include <array>
@@ -12,7 +12,7 @@
 
 namespace wire {
 
-// Appends to a vector that it borrows.
+// Appends to a vector, which must outlive it.
 class ByteWriter {
  public:
   explicit ByteWriter(std::vector<std::uint8_t>& out) : out_(out) {}
@@ -26,20 +26,20 @@ class ByteWriter {
 
   void bytes(std::span<const std::uint8_t> value) { out_.insert(out_.end(), value.begin(), value.end()); }
 
-  // A text without its length.
+  // Appends a text without its length.
   void characters(std::string_view value) { out_.insert(out_.end(), value.begin(), value.end()); }
 
  private:
   std::vector<std::uint8_t>& out_;
 };
 
-// Reads bytes that it borrows. What reaches past their end, or fail(), makes ok() false for good; from then on
-// numbers are 0, texts and runs empty, and nothing is left.
+// Reads bytes that it does not own. A read past their end, or fail(), makes ok() false for good; from then on numbers
+// are 0, texts and byte sequences are empty, and nothing is left.
 class ByteReader {
  public:
   explicit ByteReader(std::span<const std::uint8_t> bytes) : rest_(bytes) {}
 
-  // bigEndian: the most significant byte stands first.
+  // bigEndian: the most significant byte comes first.
   template <std::unsigned_integral T>
   T number(bool bigEndian = false) {
     T value = 0;
@@ -52,7 +52,7 @@ class ByteReader {
     return value;
   }
 
-  // The next count bytes, valid as long as the bytes being read.
+  // Returns the next count bytes, valid as long as the bytes being read.
   std::span<const std::uint8_t> bytes(std::size_t count) {
     if (count > rest_.size()) {
       fail();
@@ -63,7 +63,7 @@ class ByteReader {
     return taken;
   }
 
-  // The same as text.
+  // Like bytes, as text.
   std::string_view characters(std::size_t count) {
     const auto taken = bytes(count);
     return {reinterpret_cast<const char*>(taken.data()), taken.size()};

@@ -23,7 +23,7 @@ void appendHeader(const EventHeader& header, ByteWriter& to) {
   to.number(header.time);
 }
 
-// What stands in front of an event.
+// Appends everything in an entry before its event.
 void appendEntryFront(std::uint32_t eventPort, std::string_view port, std::size_t eventBytes, ByteWriter& to) {
   assert(port.size() <= device::MaxNameBytes);
   to.number(EventKind);

@@ -64,7 +64,7 @@ class FieldWriter {
   // All bytes up to the end of the message.
   void rest(std::span<const std::uint8_t> value) { to_.bytes(value); }
 
-  // A condition that the fields before it must meet.
+  // Checks a condition on the fields before it.
   void require([[maybe_unused]] bool met) { assert(met); }
 
   template <class T>
@@ -80,7 +80,7 @@ class FieldWriter {
   ByteWriter to_;
 };
 
-// Fills fields. What is too long, or no value of its type, fails the reader.
+// Fills fields. A value that is too long or not allowed for its type makes the reader fail.
 class FieldReader {
  public:
   static constexpr bool Writes = false;
@@ -149,7 +149,7 @@ class FieldReader {
   }
 
  private:
-  // An item whose texts and lists are empty is the shortest that can stand in a list.
+  // The shortest item of a list has only empty texts and lists.
   template <class T>
   static std::size_t smallestItem() {
     static const std::size_t size = [] {

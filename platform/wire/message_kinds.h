@@ -1,4 +1,4 @@
-// The numbers of the messages.
+// The numbers of the message kinds.
 #pragma once
 
 #include <cstdint>
@@ -7,8 +7,8 @@
 
 namespace wire {
 
-// Numbers of the kinds: 0x01nn and 0x02nn control channel (to and from the service), 0x03nn event channel, 0x04nn
-// graph channel. They never change their meaning within a version.
+// 0x01nn and 0x02nn: control channel (to and from the service); 0x03nn: event channel; 0x04nn: graph channel. A number
+// never changes its meaning within a protocol version.
 template <class M>
 inline constexpr std::uint16_t KindOf = 0;
 template <>

@@ -228,7 +228,7 @@ void fields(Io& /*io*/, Fields<Io, GraphStale> /*m*/) {}
 
 namespace {
 
-// Reads the fields into body when M is the kind in question; answers whether it is.
+// Reads the fields into body if M has this kind. Returns whether it has.
 template <class M>
 bool readIf(std::uint16_t kind, ByteReader& from, Body& body) {
   static_assert(KindOf<M> != 0, "every message has a kind");

@@ -1,4 +1,4 @@
-// A count that grows, reported from time to time.
+// Reports a growing count from time to time.
 #pragma once
 
 #include <chrono>
@@ -7,19 +7,18 @@
 
 namespace wire {
 
-// Says when the growth of a total is to be reported: the first growth at once, later growth as one sum when enough time
-// has passed since the last report.
+// Decides when to report the growth of a total: the first growth at once, later growth as one sum after a minimum time.
 class TotalNews {
  public:
-  // apart: the shortest time between two reports.
+  // apart: the minimum time between two reports.
   explicit TotalNews(std::chrono::nanoseconds apart) : apart_(apart) {}
 
-  // Returns how much of the total is to be reported at now; 0 for nothing.
+  // Returns how much to report at now if the count is total; 0: report nothing.
   std::uint64_t take(std::uint64_t total, std::chrono::nanoseconds now) {
     return toldAt_ && now < *toldAt_ + apart_ ? 0 : takeAll(total, now);
   }
 
-  // The same without waiting, for the last report.
+  // Like take, but without waiting: for the last report.
   std::uint64_t takeAll(std::uint64_t total, std::chrono::nanoseconds now) {
     const std::uint64_t news = total - told_;
     if (news == 0) return 0;
@@ -28,7 +27,7 @@ class TotalNews {
     return news;
   }
 
-  // When to ask again; nullopt when all has been reported.
+  // Returns when to call take again; nullopt if everything was reported.
   std::optional<std::chrono::nanoseconds> next(std::uint64_t total) const {
     if (total == told_) return std::nullopt;
     return toldAt_ ? *toldAt_ + apart_ : std::chrono::nanoseconds(0);
