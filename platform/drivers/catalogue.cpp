@@ -79,7 +79,7 @@ DriverOrProblem openDrivers(const std::vector<std::string>& names, const std::st
     if (auto* problem = std::get_if<std::string>(&driver)) return std::move(*problem);
     opened.push_back({file, std::get<std::unique_ptr<device::Driver>>(std::move(driver))});
   }
-  // A described device has nothing for the log that its name would have to stand before.
+  // A described device logs nothing, so it needs no name as prefix.
   const bool isDescribed = names.empty() || !find(names.front())->isSystem;
   if (opened.size() == 1 && isDescribed) return std::move(opened.front().driver);
   return makeSideBySide(std::move(opened));

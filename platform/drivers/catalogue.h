@@ -1,4 +1,4 @@
-// Which drivers there are, and devices by name.
+// The drivers that exist, and devices by name.
 #pragma once
 
 #include <memory>
@@ -12,41 +12,42 @@
 
 namespace drivers {
 
-// A driver; or what is wrong, in one line without a line end.
+// A driver, or the error as one line without a line end.
 using DriverOrProblem = std::variant<std::unique_ptr<device::Driver>, std::string>;
 
-// How long the service lives that a driver is for. A long one waits for a system that does not run yet.
+// How long the service that uses the driver lives. With Long, a driver may wait for a system that does not run yet.
 enum class Service { Short, Long };
 
-// A driver that has a name.
+// A driver and its name.
 struct Entry {
   std::string_view name;  // "jack", as in --driver jack
-  std::string_view text;  // "JACK": what it serves, for people
+  std::string_view text;  // "JACK": what the driver serves, for users
 
-  // Blocks for the other system.
+  // Blocks while the other system answers.
   DriverOrProblem (*open)(Service service);
 
-  // Its ports are those of another system, which can be asked for by name alone (embedded:jack), and only once: all
-  // ports would be there twice, and hear each other. Without the system a program may take another device.
+  // True if the ports are those of another system. Such a driver can be requested by name alone (embedded:jack), and at
+  // most once: a second one would list all ports twice, and the copies would hear each other. If the system does not
+  // run, a program may use another device.
   bool isSystem;
 };
 
-// All of them. A program that has been told nothing tries the systems in this order. Valid for ever.
+// All drivers. A program that is given no driver tries the systems in this order. Always valid.
 std::span<const Entry> catalogue();
 
-// The driver of this name, or null.
+// Returns the driver with this name, or null.
 const Entry* find(std::string_view name);
 
-// "builtin, alsa, jack".
+// Returns "builtin, alsa, jack".
 std::string namesOfAll();
 
-// For a service in this process: the system of this name, the built-in device when device is empty, else the device
-// that this file describes (a problem then names the file). Blocks for the disk and the other system.
+// Opens a device for a service in this process: the system with this name, the built-in device if device is empty, else
+// the device that this file describes (an error then names the file). Blocks for the disk and the other system.
 DriverOrProblem openDevice(std::string_view device);
 
-// For a service that lives for long: the devices of these drivers and, behind them, the one that file describes, unless
-// it is empty; side by side when they are several. Names that the catalogue does not have are a problem, and so is a
-// system that is named twice. Blocks for the disk and the other systems.
+// Opens a device for a long-lived service: the devices of these drivers, then the one that file describes unless file
+// is empty; side by side if there are several. A name that the catalogue does not have is an error, and so is a system
+// that is named twice. Blocks for the disk and the other systems.
 DriverOrProblem openDrivers(const std::vector<std::string>& names, const std::string& file);
 
 }  // namespace drivers

@@ -15,7 +15,7 @@
 namespace drivers {
 namespace {
 
-// So many ports stand in a line for the log.
+// The most ports that a log line names.
 constexpr std::size_t MostPortsInALine = 8;
 
 // A group of one of the devices.
@@ -28,7 +28,7 @@ bool isThere(const std::optional<device::SideOfGroup>& side, std::uint16_t index
   return side && index < side->count && !side->hasGone(index);
 }
 
-// The ports of a group that are there, and were not there before.
+// Returns the names of the ports that exist now and did not exist before.
 std::vector<std::string> newPorts(const device::Group& before, const device::Group& now) {
   std::vector<std::string> names;
   for (const device::Side which : {device::Side::Source, device::Side::Sink}) {
@@ -42,7 +42,7 @@ std::vector<std::string> newPorts(const device::Group& before, const device::Gro
 
 bool anyPortIsThere(const device::Group& group) { return !newPorts({}, group).empty(); }
 
-// What there is for the log when a group has come, or ports of it; nothing when none have.
+// Returns the log line for a group or ports that were added; nullopt if none were.
 std::optional<std::string> arrivalLine(const device::Group& before, const device::Group& now) {
   const auto names = newPorts(before, now);
   if (names.empty()) return std::nullopt;
@@ -63,7 +63,7 @@ class JointTopology {
 
   const device::Topology& topology() const { return topology_; }
 
-  // The topology of a device is another now. Answers lines for the log of what has come.
+  // Takes over the changed topology of a device. Returns log lines about what was added.
   std::vector<std::string> update(std::size_t device, const device::Topology& now) {
     forgetMissing(device, now);
     std::vector<std::string> lines = enter(device, now);
@@ -71,14 +71,14 @@ class JointTopology {
     return lines;
   }
 
-  // The port of a device in the joint topology; nothing when its group is not there.
+  // Returns the id of the port in the joint topology; nullopt if its group does not exist.
   std::optional<device::PortId> joint(std::size_t device, device::PortId port) const {
     const auto found = handles_[device].find(port.group);
     if (found == handles_[device].end()) return std::nullopt;
     return device::PortId{found->second, port.index, port.side};
   }
 
-  // Null for a group that is not there. Valid until the next update.
+  // Returns null if the group does not exist. The pointer is valid until the next update.
   const Origin* origin(std::uint64_t group) const {
     const auto found = entries_.find(group);
     return found == entries_.end() ? nullptr : &found->second.origin;
@@ -87,7 +87,7 @@ class JointTopology {
  private:
   struct Entry {
     Origin origin;
-    device::Group group;  // with the names that it has here
+    device::Group group;  // with its joint names
   };
 
   std::vector<std::string> enter(std::size_t device, const device::Topology& now) {
@@ -114,7 +114,7 @@ class JointTopology {
     return arrivalLine(before, entered);
   }
 
-  // A port that was there before keeps its name.
+  // A port that existed before keeps its name.
   std::optional<device::SideOfGroup> named(const std::optional<device::SideOfGroup>& side,
                                            const std::optional<device::SideOfGroup>& before) {
     if (!side) return std::nullopt;
@@ -149,7 +149,7 @@ class JointTopology {
   }
 
   std::map<std::uint64_t, Entry> entries_;                                 // by joint handle
-  std::vector<std::unordered_map<std::uint64_t, std::uint64_t>> handles_;  // of each device, to the joint ones
+  std::vector<std::unordered_map<std::uint64_t, std::uint64_t>> handles_;  // per device: its handles to joint ones
   std::uint64_t nextHandle_ = 0;
   device::UniqueNames groupNames_{device::MaxGroupNameBytes};
   device::UniqueNames portNames_;
@@ -245,7 +245,7 @@ class SideBySide : public device::Driver {
   }
 
  private:
-  // What one of the devices tells, in the words of the joint one.
+  // Passes on the events of one device as those of the joint device.
   class Member : public device::DriverEvents {
    public:
     Member(SideBySide& all, std::size_t device, device::DriverEvents& events)
@@ -292,11 +292,11 @@ class SideBySide : public device::Driver {
     return device::Link{source->group, source->index, sink->group, sink->index};
   }
 
-  std::vector<std::unique_ptr<Member>> members_;  // destroyed after the drivers, which speak to them
+  std::vector<std::unique_ptr<Member>> members_;  // destroyed after the drivers, which call them
   std::vector<NamedDriver> drivers_;
   AnyReadable readable_;
   JointTopology joint_;
-  std::map<device::PortId, Origin> used_;  // a device that has forgotten a source must still hear that nobody uses it
+  std::map<device::PortId, Origin> used_;  // a device that has removed a source must still be told that it is unused
   std::vector<device::Link> links_;
 };
 

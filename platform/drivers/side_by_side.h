@@ -10,14 +10,14 @@
 namespace drivers {
 
 struct NamedDriver {
-  std::string name;  // in front of what it has for the log
+  std::string name;  // prefix of its log lines
   std::unique_ptr<device::Driver> driver;
 };
 
-// A device with the groups of all the others: first those of the first. Groups have handles in the order of appearance,
-// and names that differ, also their ports; both are kept as long as the one that a group comes from has it. Groups and
-// ports that come later have a line for the log. Connections between ports of two devices are the service's to carry.
-// Throws std::system_error when the system has no descriptor left.
+// Makes a device with the groups of all the others, those of the first device first. Groups get handles in order of
+// appearance. Groups and ports get unique names. A group keeps its handle and names as long as its device has it.
+// Groups and ports that are added later get a log line. The service carries connections between ports of two devices.
+// Throws std::system_error if the system has no descriptor left.
 std::unique_ptr<device::Driver> makeSideBySide(std::vector<NamedDriver> drivers);
 
 }  // namespace drivers

@@ -14,8 +14,8 @@ constexpr bool isStatusByte(std::uint8_t byte) { return byte >= 0x80; }
 
 constexpr bool isChannelStatus(std::uint8_t byte) { return byte >= 0x80 && byte < SystemExclusive; }
 
-// Bytes of the message that begins with this status byte, itself included; 0 for a data byte, for system exclusive
-// (which ends where it ends) and for the undefined ones.
+// Returns the size in bytes of the message that begins with this status byte, including it; 0 for a data byte, for
+// system exclusive (which has no fixed size) and for undefined status bytes.
 constexpr std::size_t messageSize(std::uint8_t status) {
   switch (status & 0xF0U) {
     case 0x80:

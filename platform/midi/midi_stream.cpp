@@ -53,7 +53,7 @@ void MidiReader::readStatus(std::uint8_t byte, const Take& take) {
   if (endedSkipped) return;
   if (byte != SystemExclusive && messageSize(byte) == 0) {
     ++broken_;
-    // What follows is its data, and not worth counting again.
+    // What follows is its data, which is not counted again.
     skipping_ = true;
     return;
   }
@@ -77,7 +77,7 @@ void MidiReader::readData(std::uint8_t byte, const Take& take) {
     if (pending_.size() == messageSize(pending_.front())) finish(take);
     return;
   }
-  // One more byte ends it.
+  // The byte that ends it would exceed the limit.
   if (pending_.size() < device::MaxMessageBytes) return;
   restart();
   skipping_ = true;

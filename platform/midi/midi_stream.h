@@ -1,4 +1,4 @@
-// Between the bytes of real MIDI, which have channels, and messages, which have group ids instead.
+// Converts between the bytes of real MIDI, which have channels, and messages, which have group ids instead.
 #pragma once
 
 #include <cstdint>
@@ -10,21 +10,21 @@
 
 namespace midi {
 
-// Cuts the bytes that one source of real MIDI emits into messages. Status 0x9n becomes status 0x90 and group id n;
-// messages without a channel have group id 0. Running status is filled in, real-time messages come out at once wherever
-// they stand, and system exclusive comes out whole however it was cut on the way.
+// Splits the bytes of one real MIDI source into messages. Status 0x9n becomes status 0x90 and group id n; messages
+// without a channel have group id 0. Running status is filled in. Real-time messages are passed on at once, even inside
+// another message. A system exclusive message is passed on whole, however its bytes arrive.
 class MidiReader {
  public:
   using Take = std::function<void(const device::Message& message)>;
 
-  // Reads on. take: called with each message that has become complete; its bytes live for that call.
+  // Reads the next bytes. take: called with each message that is complete; its bytes are valid during that call.
   void read(std::span<const std::uint8_t> bytes, const Take& take);
 
-  // What was cut short, longer than device::MaxMessageBytes, or no message at all, since this was last asked: a run of
-  // data bytes without a status counts once.
+  // Returns how many messages since the last call were cut short, longer than device::MaxMessageBytes, or no message at
+  // all. A run of data bytes without a status counts once.
   std::uint64_t takeBroken();
 
-  // Forgets what has begun, which counts as broken: the rest of it will not come.
+  // Drops a message that has begun, whose rest will not come; it counts as broken.
   void restart();
 
  private:
@@ -32,20 +32,21 @@ class MidiReader {
   void readData(std::uint8_t byte, const Take& take);
   void finish(const Take& take);
 
-  std::vector<std::uint8_t> pending_;  // a message that has begun; empty when none has
-  std::uint8_t running_ = 0;           // running status, 0 when there is none
-  bool skipping_ = false;              // over bytes that have been counted as broken
+  std::vector<std::uint8_t> pending_;  // a message that has begun, else empty
+  std::uint8_t running_ = 0;           // running status, 0 if there is none
+  bool skipping_ = false;              // skips bytes that are already counted as broken
   std::uint64_t broken_ = 0;
 };
 
 enum class Sendable : std::uint8_t {
   Yes,
   NoSuchChannel,  // real MIDI has 16
-  NotOneMessage   // more, or less, or none
+  NotOneMessage   // more than one, a part of one, or none
 };
 
-// Appends the bytes of a message to out, with the group id as its channel: one complete message, system exclusive with
-// its 0xF7. A status that has a channel already keeps it when the group id is 0. Nothing is appended but for Yes.
+// Appends the bytes of a message to out, with the group id as its channel. The message must be one complete message;
+// system exclusive includes its 0xF7. A status that already has a channel keeps it if the group id is 0. Appends
+// nothing unless it returns Yes.
 Sendable appendMidi(const device::Message& message, std::vector<std::uint8_t>& out);
 
 }  // namespace midi

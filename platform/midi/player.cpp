@@ -86,7 +86,7 @@ class ClockPlayer : public Player {
 
   long double period_;
   std::optional<device::Time> start_;
-  std::int64_t count_ = 0;  // of the next message
+  std::int64_t count_ = 0;  // index of the next message
 };
 
 }  // namespace

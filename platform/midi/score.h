@@ -1,4 +1,4 @@
-// Music to be played: messages and when.
+// Music to play: messages and their times.
 #pragma once
 
 #include <cstdint>
@@ -8,7 +8,7 @@
 
 namespace midi {
 
-// One message of a score, whole, without its channel: the group id takes the channel's place.
+// One complete message of a score, without its channel: the group id replaces it.
 struct ScoreEvent {
   device::Time time{};  // since the start of the score
   std::uint16_t group = 0;
@@ -16,7 +16,7 @@ struct ScoreEvent {
   friend bool operator==(const ScoreEvent&, const ScoreEvent&) = default;
 };
 
-// Messages in the order of playing; times never go back. length: when the score is over, not before its last event.
+// Messages in playing order; times never decrease. length: when the score ends, not before its last event.
 struct Score {
   std::vector<ScoreEvent> events;
   device::Time length{};

@@ -11,10 +11,10 @@ constexpr std::uint8_t HoldPedal = 64;
 constexpr std::uint8_t SostenutoPedal = 66;
 constexpr std::uint8_t PedalDown = 64;  // and above
 
-// What a note-off has that knows no better.
+// The default release velocity.
 constexpr std::uint8_t ReleaseVelocity = 64;
 
-constexpr std::size_t MessageBytes = 3;  // of each of these
+constexpr std::size_t MessageBytes = 3;  // of each message above
 
 }  // namespace
 

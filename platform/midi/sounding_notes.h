@@ -1,4 +1,4 @@
-// Which notes sound.
+// Tracks which notes sound.
 #pragma once
 
 #include <bitset>
@@ -11,16 +11,16 @@
 
 namespace midi {
 
-// Follows the messages that pass a port, in the form in which the group id takes the channel's place. A note sounds
-// from its note-on to the next note-off, however often it was struck; a note-on of velocity 0 is a note-off. A pedal
-// that holds notes (controllers 64 and 66) is down from a value of 64 on.
+// Follows the messages that pass a port, with the group id in place of the channel. A note sounds from its note-on to
+// the next note-off, however often it was struck; a note-on with velocity 0 is a note-off. A pedal that holds notes
+// (controllers 64 and 66) is down if its value is 64 or more.
 class SoundingNotes {
  public:
-  // Takes a whole message into account; what is no note and no such pedal changes nothing.
+  // Records a complete message. Messages other than notes and these pedals change nothing.
   void passed(const device::Message& message);
 
-  // What ends all that sounds: a note-off for each note, then, for each pedal that is down, its release; by group, then
-  // by number. Nothing sounds afterwards. Times are zero.
+  // Returns what ends everything that sounds: a note-off for each note, then a release for each pedal that is down;
+  // each by group, then by number. Nothing sounds afterwards. Times are zero.
   std::vector<ScoreEvent> takeEnds();
 
  private:

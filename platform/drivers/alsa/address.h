@@ -1,4 +1,4 @@
-// Where a port of the ALSA sequencer is.
+// Addresses of ALSA sequencer ports.
 #pragma once
 
 #include <compare>
@@ -13,21 +13,21 @@ struct Address {
   friend auto operator<=>(const Address&, const Address&) = default;  // NOLINT(modernize-use-nullptr)
 };
 
-// A subscription, which is what ALSA calls a connection.
+// A subscription: what ALSA calls a connection.
 struct Subscription {
   Address sender;
   Address receiver;
   friend auto operator<=>(const Subscription&, const Subscription&) = default;  // NOLINT(modernize-use-nullptr)
 };
 
-// The key under which a PortBook knows the port.
+// The port's key in a PortBook.
 constexpr std::uint64_t keyOf(Address address) { return std::uint64_t{address.client} << 8U | address.port; }
 
 constexpr Address addressOf(std::uint64_t key) {
   return {static_cast<std::uint8_t>(key >> 8U), static_cast<std::uint8_t>(key)};
 }
 
-// As people type it: "14:0".
+// As users type it: "14:0".
 inline std::string toText(Address address) {
   return std::to_string(address.client) + ":" + std::to_string(address.port);
 }

@@ -19,7 +19,7 @@ namespace drivers {
 namespace alsa {
 namespace {
 
-// More than a second of what a fast machine can flood us with.
+// More than a second of events from a fast machine that floods us.
 constexpr std::size_t MostBytesOfQueue = 32U << 20U;
 
 constexpr int MostEventsInOnePiece = 1'000;
@@ -32,7 +32,7 @@ class AlsaDriver : public device::Driver {
         output_(control_),
         taps_(drain_, book_),
         ready_{control_.descriptor(), drain_.descriptor()} {
-    // Before the first reading, so that no change falls between the two.
+    // Before the first read, so that no change in between is missed.
     listenToAnnouncements(control_);
     const SequencerView view = readSequencer(control_);
     book_.update(view.clients);
@@ -67,7 +67,7 @@ class AlsaDriver : public device::Driver {
   void readOne(const Subscription& subscription, device::Time now);
   bool takeEvents(device::Time now);
 
-  Sequencer control_;  // asks, connects, sends, and hears announcements
+  Sequencer control_;  // queries, connects, sends, and receives announcements
   EventDrain drain_;
   PortBook book_;
   Presence presence_;
@@ -76,11 +76,11 @@ class AlsaDriver : public device::Driver {
   DescriptorSet ready_;
   const std::vector<device::Link> noLinks_;
   device::DriverEvents* events_ = nullptr;
-  std::set<device::Link> links_;  // as told
-  Changes changes_;               // announced since
-  Changes due_;                   // that are looked at when batch_ has been taken
+  std::set<device::Link> links_;  // as reported
+  Changes changes_;               // announced, not handled yet
+  Changes due_;                   // handled once batch_ is processed
   std::vector<QueuedEvent> batch_;
-  std::size_t taken_ = 0;  // of batch_
+  std::size_t taken_ = 0;  // events of batch_ that are processed
 };
 
 std::optional<device::Link> AlsaDriver::linkOf(const Subscription& subscription) const {
@@ -90,7 +90,7 @@ std::optional<device::Link> AlsaDriver::linkOf(const Subscription& subscription)
   return device::Link{source->group, source->index, sink->group, sink->index};
 }
 
-// Tells the difference between what stands now and what has been told.
+// Reports the difference between what exists now and what has been reported.
 void AlsaDriver::readAll(device::Time now) {
   const SequencerView view = readSequencer(control_);
   if (book_.update(view.clients)) events_->topologyChanged(now);
@@ -102,7 +102,7 @@ void AlsaDriver::readAll(device::Time now) {
   }
   const std::set<device::Link> told = std::exchange(links_, standing);
   for (const device::Link& link : told) {
-    // Those of ports that have gone have ended with them.
+    // Connections of removed ports ended with the ports.
     const bool exist = topology().exists(link.source()) && topology().exists(link.sink());
     if (!standing.contains(link) && exist) events_->unlinked(link, now);
   }
@@ -125,7 +125,7 @@ void AlsaDriver::readOne(const Subscription& subscription, device::Time now) {
 std::optional<device::Time> AlsaDriver::advance(device::Time now) {
   readAnnouncements(control_, changes_);
   const bool begun = taken_ < batch_.size();
-  // What a source has emitted before it left comes before its leaving.
+  // Reports what a source emitted before reporting that it was removed.
   if (!begun && changes_.any()) drain_.catchUp();
   const bool changed = !begun && changes_.any();
   if (!begun) {
@@ -147,7 +147,7 @@ std::optional<device::Time> AlsaDriver::advance(device::Time now) {
   return more || changes_.any() ? std::optional(now) : next;
 }
 
-// Answers whether some of the batch is left.
+// Returns true if some of the batch is left.
 bool AlsaDriver::takeEvents(device::Time now) {
   const std::size_t end = std::min(batch_.size(), taken_ + MostEventsInOnePiece);
   for (; taken_ < end; ++taken_) taps_.take(batch_[taken_], *events_, now);
@@ -172,7 +172,7 @@ std::optional<device::Status> AlsaDriver::patch(bool made, const device::Link& l
   return code >= 0 || stood ? device::Status::Ok : device::Status::NotFound;
 }
 
-// The library writes to standard error, which belongs to the program.
+// The library would write to standard error, which belongs to the program.
 void sayNothing(const char* /*file*/, int /*line*/, const char* /*function*/, int /*code*/, const char* /*format*/,
                 ...) {}
 

@@ -9,11 +9,11 @@
 
 namespace drivers {
 
-// The driver of this machine's sequencer, or one line that says why there is none. Clients are groups, ports that
-// others may use are ports, and connections are subscriptions, everybody's.
+// Returns a driver of this machine's sequencer, or one line that says why there is none. Groups are clients, ports are
+// the ports that others may use, and connections are subscriptions, whoever made them.
 //
-// The driver has two clients of its own and a thread that empties what arrives; the thread takes no signals. From now
-// on the ALSA library, everywhere in this process, writes nothing to standard error.
+// The driver has two clients of its own and a thread that reads what arrives; the thread receives no signals. From this
+// call on, the ALSA library writes nothing to standard error anywhere in this process.
 std::variant<std::unique_ptr<device::Driver>, std::string> openAlsa();
 
 }  // namespace drivers

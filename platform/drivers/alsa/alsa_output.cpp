@@ -13,16 +13,16 @@
 namespace drivers::alsa {
 namespace {
 
-// A receiver that reads at all makes room within this time; one that is slow is asked more seldom.
+// A receiver that reads makes room within the shortest pause; a slow one is tried less often.
 constexpr device::Time ShortestPause = std::chrono::milliseconds(1);
 constexpr device::Time LongestPause = std::chrono::milliseconds(16);
 
-// A program that has sent its last message waits until it has been taken, so little may be left when it ends.
+// Small, because a program only waits until its last message is accepted: little may be left to send when it ends.
 constexpr std::size_t BehindBytes = 4U << 10U;
 
 constexpr device::Time LastPatience = std::chrono::seconds(1);
 
-// Senders are held back long before; what other devices emit cannot be.
+// Senders are held back long before this limit; what other devices emit cannot be held back.
 constexpr std::size_t MostBytesOfSink = 8U << 20U;
 
 }  // namespace

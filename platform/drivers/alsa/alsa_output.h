@@ -1,4 +1,4 @@
-// The way out to the sequencer.
+// Sends messages to the sequencer.
 #pragma once
 
 #include <map>
@@ -12,38 +12,38 @@
 
 namespace drivers::alsa {
 
-// Sends messages to ports, each to that port only. What a port has no room for waits, in order, and holds up no other
-// port. What is not sent is counted and noted.
+// Sends each message to one port only. What a port has no room for waits, in order, and does not delay other ports.
+// Messages that are not sent are counted and logged.
 class AlsaOutput {
  public:
-  // sequencer: sends, and lives longer. Throws SequencerError.
+  // sequencer: sends the messages; must outlive this object. Throws SequencerError.
   explicit AlsaOutput(Sequencer& sequencer);
 
-  // Sends what waits, as long as receivers make room for it; gives up when none does for a second.
+  // Blocks while it sends what waits; gives up if no receiver makes room for a second.
   ~AlsaOutput();
   AlsaOutput(const AlsaOutput&) = delete;
   AlsaOutput& operator=(const AlsaOutput&) = delete;
 
-  // Sends, or keeps until advance.
+  // Sends the message, or keeps it until advance.
   void send(Address to, const device::Message& message, device::Time now);
 
-  // Who is there now. What waits for others is dropped.
+  // Sets the receivers that exist now. Drops what waits for other ports.
   void setReceivers(const std::map<Address, Receiver>& receivers, device::Time now);
 
-  // Sends what waits; answers when to call again.
+  // Sends what waits. Returns when to call again; nullopt if nothing waits.
   std::optional<device::Time> advance(device::DriverEvents& events, device::Time now);
 
-  // Notes what has been counted and not yet been said.
+  // Logs what has been counted and not logged yet.
   void finish(device::DriverEvents& events);
 
-  // True while so much waits that senders are to be held back.
+  // True while so much waits that senders must be held back.
   bool behind() const;
 
  private:
   struct Sink {
     SinkQueue queue;
-    device::Time retry{};  // not before
-    device::Time pause{};  // how long it will be given then
+    device::Time retry{};  // no attempt before this time
+    device::Time pause{};  // between attempts
   };
 
   std::size_t bytes() const;
@@ -54,7 +54,7 @@ class AlsaOutput {
   const Address port_;
   EventEncoder encoder_;
   std::map<Address, Receiver> receivers_;
-  std::map<Address, Sink> sinks_;  // those to which something waits to go, or has gone
+  std::map<Address, Sink> sinks_;  // ports that messages wait for or were sent to
   BurstLog log_;
 };
 

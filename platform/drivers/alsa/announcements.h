@@ -1,4 +1,4 @@
-// What the sequencer announces about itself.
+// Changes that the sequencer announces.
 #pragma once
 
 #include <vector>
@@ -8,9 +8,9 @@
 
 namespace drivers::alsa {
 
-// What may have changed. It need not be so any more, and some of it may be known: whoever acts asks the kernel first.
+// What may have changed. It may be outdated or known already: ask the kernel before acting on it.
 struct Changes {
-  bool ports = false;                       // clients and ports, and with them anything
+  bool ports = false;                       // clients or ports; any subscription may have changed, too
   std::vector<Subscription> subscriptions;  // made or ended
 
   bool any() const { return ports || !subscriptions.empty(); }
@@ -19,7 +19,8 @@ struct Changes {
 // Subscribes a port of the client to System:Announce. Throws SequencerError.
 void listenToAnnouncements(Sequencer& sequencer);
 
-// Adds what has been announced to that client since. When the kernel has lost some, anything may have changed.
+// Adds what has been announced to that client since the last call. If the kernel lost announcements, anything may have
+// changed.
 void readAnnouncements(const Sequencer& sequencer, Changes& changes);
 
 }  // namespace drivers::alsa

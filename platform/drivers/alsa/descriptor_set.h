@@ -5,10 +5,10 @@
 
 namespace drivers::alsa {
 
-// A descriptor that is readable while one of a set is. Those of the set must live longer.
+// A descriptor that is readable while any of a set is. The descriptors of the set must outlive it.
 class DescriptorSet {
  public:
-  // Throws std::system_error when the system has no descriptor left.
+  // Throws std::system_error if the system has no descriptor left.
   DescriptorSet(std::initializer_list<int> descriptors);
   DescriptorSet(const DescriptorSet&) = delete;
   DescriptorSet& operator=(const DescriptorSet&) = delete;

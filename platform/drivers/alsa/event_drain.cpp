@@ -12,12 +12,12 @@
 namespace drivers::alsa {
 namespace {
 
-// SNDRV_SEQ_MAX_CLIENT_EVENTS of the kernel. Asked for more it keeps its 200 without a word.
+// SNDRV_SEQ_MAX_CLIENT_EVENTS of the kernel. If we ask for more, it silently keeps its default of 200.
 constexpr std::size_t PoolCells = 2'000;
 
 constexpr int MostInOnePiece = 4'000;
 
-// Before everything else that has no claim to be on time, where the system lets us. Its work is short.
+// Gives this thread the lowest real-time priority where the system allows it. Its work is short.
 void comeFirst() {
   sched_param wanted{};
   wanted.sched_priority = sched_get_priority_min(SCHED_RR);
@@ -28,7 +28,7 @@ void comeFirst() {
 
 EventDrain::EventDrain(std::size_t mostBytes)
     : sequencer_("flowscope taps"),
-      // Others may see who listens, but not subscribe to it.
+      // Others may see the port, but not subscribe to it.
       port_(sequencer_.createPort("taps", SND_SEQ_PORT_CAP_WRITE)),
       queue_(mostBytes) {
   if (const int code = snd_seq_set_client_pool_input(sequencer_.handle(), PoolCells); code < 0) {
@@ -45,7 +45,7 @@ EventDrain::~EventDrain() {
 }
 
 std::vector<QueuedEvent> EventDrain::take() {
-  // Before taking: what comes in between raises it again.
+  // Before taking: what arrives in between sets it again.
   wakeup_.clear();
   return queue_.take();
 }
@@ -58,7 +58,7 @@ void EventDrain::catchUp() {
   readSome();
 }
 
-// Answers false when there is no more to come, ever.
+// Returns false if no more events can arrive.
 bool EventDrain::readSome() {
   bool any = false;
   int code = 0;
@@ -87,7 +87,7 @@ void EventDrain::run() {
   for (bool goesOn = true; goesOn;) {
     if (poll(polled.data(), polled.size(), -1) < 0 && errno != EINTR) return;
     if (polled[1].revents != 0) return;
-    // Whoever gives a mutex back and asks again mostly has it before who waits for it.
+    // A thread that unlocks a mutex and locks it again mostly gets it before a thread that waits.
     wanted_.wait(true);
     const std::lock_guard lock(reading_);
     goesOn = readSome();

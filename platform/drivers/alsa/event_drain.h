@@ -1,4 +1,4 @@
-// Empties what arrives from the sequencer before the kernel has to drop it.
+// Reads what arrives from the sequencer before the kernel has to drop it.
 #pragma once
 
 #include <atomic>
@@ -12,12 +12,12 @@
 
 namespace drivers::alsa {
 
-// A client with one port to which sources are subscribed, and a thread that does nothing but read its events into a
-// queue. A full pool of the kernel is lost whole, so it is as large as the kernel allows, and is not kept waiting by
-// whatever the service is doing.
+// A client with one port to which sources are subscribed, and a thread that only reads its events into a queue. If the
+// kernel's event pool for the client fills up, the kernel drops all of it. So the pool is as large as the kernel
+// allows, and the thread reads it whatever the service is doing.
 class EventDrain {
  public:
-  // The bytes that may wait in the queue. Throws SequencerError or std::system_error.
+  // mostBytes: how many bytes may wait in the queue. Throws SequencerError or std::system_error.
   explicit EventDrain(std::size_t mostBytes);
   EventDrain(const EventDrain&) = delete;
   EventDrain& operator=(const EventDrain&) = delete;
@@ -29,10 +29,11 @@ class EventDrain {
   // Readable when there is something to take.
   int descriptor() const { return wakeup_.descriptor(); }
 
-  // What is in the queue.
+  // Removes and returns what is in the queue.
   std::vector<QueuedEvent> take();
 
-  // Reads what the kernel holds now into the queue. Waits for the thread's own reading, a few thousand events at most.
+  // Reads what the kernel holds now into the queue. Blocks while the thread itself reads, a few thousand events at
+  // most.
   void catchUp();
 
  private:

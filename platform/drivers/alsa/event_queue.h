@@ -1,4 +1,4 @@
-// What has arrived from the sequencer and waits for the service.
+// Events from the sequencer that wait for the service.
 #pragma once
 
 #include <alsa/asoundlib.h>
@@ -17,29 +17,29 @@ namespace drivers::alsa {
 struct QueuedEvent {
   enum class Kind : std::uint8_t {
     Event,
-    Lost,     // here messages of the source have been dropped, for want of room in the queue
-    Overflow  // here the kernel has dropped what waited in it, of any source
+    Lost,     // messages of the source are missing here: the queue had no room
+    Overflow  // events of any source are missing here: the kernel dropped what waited in it
   };
   Kind kind = Kind::Event;
   Address source{};
-  snd_seq_event_t event{};           // its pointer to data is not to be used
-  std::vector<std::uint8_t> data{};  // of an event of variable length
+  snd_seq_event_t event{};           // do not use its data pointer
+  std::vector<std::uint8_t> data{};  // if the event has variable length
   std::uint64_t lost = 0;            // messages
-  bool cut = false;                  // Lost: a system exclusive message that had begun goes no further
+  bool cut = false;                  // Lost: a system exclusive message that has begun is not continued
 };
 
-// Bounded in bytes. For one thread that adds and another one that takes.
+// A queue bounded in bytes, for one thread that adds and one that takes.
 class EventQueue {
  public:
   explicit EventQueue(std::size_t mostBytes) : mostBytes_(mostBytes) {}
 
-  // Takes a copy; the event's data is read during the call. Without room the message is counted as lost, once however
-  // many pieces a system exclusive one has: all that follow of it are dropped too.
+  // Copies the event and its data during the call. If there is no room, the message counts as lost. A system exclusive
+  // message counts once, and its remaining pieces are dropped too.
   void add(const snd_seq_event_t& event);
 
   void addOverflow();
 
-  // Everything, oldest first; what has been lost since stands at its end.
+  // Removes and returns everything, oldest first; what has been lost since the last event is at the end.
   std::vector<QueuedEvent> take();
 
  private:

@@ -1,4 +1,4 @@
-// Which clients have left and come back.
+// Which clients have disconnected and returned.
 #pragma once
 
 #include <map>
@@ -11,11 +11,11 @@
 
 namespace drivers::alsa {
 
-// Makes a line for the log of each client that leaves, and of each that returns under a name that was there before, as
-// long as RecentNames remembers it.
+// Makes a log line for each client that disconnects, and for each that returns under a name that RecentNames still
+// remembers.
 class Presence {
  public:
-  // Who is there now. Answers the lines; none the first time.
+  // Takes over the clients that exist now. Returns the log lines; none the first time.
   std::vector<std::string> update(std::span<const ForeignClient> clients);
 
  private:

@@ -22,7 +22,7 @@ std::optional<Number> numberIn(std::string_view text) {
   return problem == std::errc() && end == text.data() + text.size() ? std::optional(number) : std::nullopt;
 }
 
-// "  Avail        : 12" -> 12, when the line begins like that.
+// "  Avail        : 12" -> 12 if the line begins with name.
 std::optional<std::size_t> field(std::string_view line, std::string_view name) {
   const auto begin = line.find_first_not_of(' ');
   const auto colon = line.find(": ");
@@ -47,7 +47,7 @@ std::optional<std::size_t> roomIn(std::string_view text, const RawMidiPlace& pla
   const std::string_view kind = place.output ? "Output " : "Input ";
   std::optional<std::size_t> room;
   bool counts = false;
-  std::size_t size = 0;  // of the buffer that is being described; 0: not yet known
+  std::size_t size = 0;  // of the current buffer; 0: not known yet
   while (!text.empty()) {
     const auto end = std::min(text.find('\n'), text.size());
     const auto line = text.substr(0, end);
@@ -60,7 +60,7 @@ std::optional<std::size_t> roomIn(std::string_view text, const RawMidiPlace& pla
     if (const auto found = field(line, "Buffer size")) size = *found;
     const auto available = field(line, "Avail");
     if (!available || size == 0) continue;
-    // For an output it is what may be written, for an input what may be read.
+    // For an output, Avail is what may be written; for an input, what may be read.
     const std::size_t fits = place.output ? *available : size - std::min(size, *available);
     room = room ? std::min(*room, fits) : fits;
   }
@@ -69,7 +69,7 @@ std::optional<std::size_t> roomIn(std::string_view text, const RawMidiPlace& pla
 
 std::optional<std::size_t> roomAt(const RawMidiPlace& place) {
   const std::string name = "/proc/asound/card" + std::to_string(place.card) + "/midi" + std::to_string(place.device);
-  // Not inherited by programs that another thread starts meanwhile.
+  // With "e", programs that another thread starts meanwhile do not inherit the file.
   const std::unique_ptr<std::FILE, FileCloser> file(std::fopen(name.c_str(), "re"));
   if (!file) return std::nullopt;
   std::string text;

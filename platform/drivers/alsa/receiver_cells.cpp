@@ -8,13 +8,13 @@
 namespace drivers::alsa {
 namespace {
 
-// Data goes into cells of its own behind the event's, each as large as an event.
+// Data takes cells of its own behind that of the event, each as large as an event.
 constexpr std::size_t CellBytes = sizeof(snd_seq_event);
 
 }  // namespace
 
 std::optional<Cells> cellsOf(int descriptor, int client) {
-  // The library asks only for its own client.
+  // The library can only ask about its own client.
   snd_seq_client_pool pool{};
   pool.client = client;
   if (ioctl(descriptor, SNDRV_SEQ_IOCTL_GET_CLIENT_POOL, &pool) < 0 || pool.input_pool <= 0) return std::nullopt;

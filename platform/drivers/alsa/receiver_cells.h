@@ -1,7 +1,7 @@
-// How much fits into the pool of a process that receives.
+// How much fits into the pool of a receiving process.
 //
-// A direct event that finds the pool full makes its owner lose all that waits there, and the kernel tells the owner,
-// not us. So the room is asked for before.
+// If a direct event finds the pool full, the pool's owner loses everything that waits there, and the kernel tells the
+// owner, not us. So the driver asks for the free space first.
 #pragma once
 
 #include <cstddef>
@@ -14,14 +14,14 @@ struct Cells {
   int free = 0;
 };
 
-// The cells of the pool into which a client receives, asked for through the descriptor of any client. Nothing when the
-// client has gone, or receives nothing.
+// Returns the cells of the pool into which a client receives; nullopt if the client no longer exists or receives
+// nothing. descriptor: that of any client.
 std::optional<Cells> cellsOf(int descriptor, int client);
 
-// The cells that an event takes with so many bytes of data of variable length.
+// Returns the cells that an event with this many bytes of variable-length data takes.
 int cellsFor(std::size_t bytes);
 
-// The most bytes that so many cells hold in one event.
+// Returns the most bytes of data that an event in this many cells holds.
 std::size_t bytesIn(int cells);
 
 }  // namespace drivers::alsa

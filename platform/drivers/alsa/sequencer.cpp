@@ -12,7 +12,7 @@ namespace {
 
 constexpr std::size_t MostClients = 256;
 
-// Which client numbers belong to Sequencers of this process: there may be more than one driver.
+// The client numbers of the Sequencers in this process: there may be more than one driver.
 std::array<std::atomic<bool>, MostClients>& own() {
   static std::array<std::atomic<bool>, MostClients> numbers{};
   return numbers;
@@ -20,7 +20,7 @@ std::array<std::atomic<bool>, MostClients>& own() {
 
 snd_seq_addr_t toAlsa(Address address) { return {address.client, address.port}; }
 
-// Calls a function of ALSA with a subscription in its form.
+// Calls an ALSA function with the subscription in ALSA's form.
 template <class Call>
 int with(const Subscription& subscription, Call call) {
   snd_seq_port_subscribe_t* form = nullptr;
@@ -48,7 +48,7 @@ Sequencer::Sequencer(const char* name) {
 }
 
 Sequencer::~Sequencer() {
-  // The number is given to the next who comes as soon as it is free.
+  // Before closing: once the number is free, the next client gets it.
   own().at(client_) = false;
   snd_seq_close(handle_);
 }

@@ -11,16 +11,16 @@
 
 namespace drivers::alsa {
 
-// What ALSA has refused; code is its negative error number.
+// A request that ALSA refused; code is its negative error number.
 class SequencerError : public std::runtime_error {
  public:
   SequencerError(const std::string& what, int code);
 };
 
-// The text for a negative error number.
+// Returns the text for a negative error number.
 std::string errorText(int code);
 
-// Requests may be made on any thread; events are read by one thread at a time. Reading and writing never block.
+// Requests are thread-safe; only one thread at a time may read events. Reading and writing never block.
 class Sequencer {
  public:
   // Throws SequencerError.
@@ -35,11 +35,11 @@ class Sequencer {
   // Readable when events have arrived.
   int descriptor() const;
 
-  // A port with these capabilities. Throws SequencerError.
+  // Creates a port with these capabilities. Throws SequencerError.
   Address createPort(const char* name, unsigned capabilities);
 
-  // Makes or ends a subscription. Answers 0 or a negative error number; -EBUSY for one that stands, and for one that a
-  // port with other plans refuses.
+  // Makes or ends a subscription. Returns 0 or a negative error number; -EBUSY if the subscription exists already, or
+  // if an exclusive subscription of a port rules it out.
   int subscribe(const Subscription& subscription) const;
   int unsubscribe(const Subscription& subscription) const;
 
@@ -50,7 +50,7 @@ class Sequencer {
   std::uint8_t client_ = 0;
 };
 
-// True for a client that some driver in this process has opened as a Sequencer.
+// True for a client that a driver in this process opened as a Sequencer.
 bool isOwn(const snd_seq_client_info_t& client);
 
 }  // namespace drivers::alsa

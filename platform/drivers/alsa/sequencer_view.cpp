@@ -44,7 +44,7 @@ SequencerView readSequencer(const Sequencer& sequencer) {
   snd_seq_port_info_t* port = nullptr;
   snd_seq_client_info_alloca(&client);
   snd_seq_port_info_alloca(&port);
-  // The kernel's own client has number 0, so the search begins behind it.
+  // The kernel's own client has number 0, so the search begins after it.
   snd_seq_client_info_set_client(client, SND_SEQ_CLIENT_SYSTEM);
   while (snd_seq_query_next_client(sequencer.handle(), client) >= 0) {
     if (isOwn(*client)) continue;

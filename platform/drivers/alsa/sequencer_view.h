@@ -1,4 +1,4 @@
-// What stands in the ALSA sequencer at a moment.
+// The state of the ALSA sequencer at one moment.
 #pragma once
 
 #include <cstdint>
@@ -15,30 +15,30 @@
 
 namespace drivers::alsa {
 
-// What is behind a port that accepts.
+// What is behind a port that accepts messages.
 struct Receiver {
   std::string text;                       // "14:0 Midi Through Port-0"
-  bool kernel = false;                    // no process
-  std::optional<RawMidiPlace> rawMidi{};  // where its bytes go, when they do
+  bool kernel = false;                    // a client of the kernel, not of a process
+  std::optional<RawMidiPlace> rawMidi{};  // the device that its bytes go to, if any
 
   friend bool operator==(const Receiver&, const Receiver&) = default;
 };
 
 struct SequencerView {
-  std::vector<ForeignClient> clients;  // those with ports for MIDI, in the order of their numbers
+  std::vector<ForeignClient> clients;  // those with MIDI ports, in order of their numbers
   std::vector<Subscription> subscriptions;
   std::map<Address, Receiver> receivers;
 };
 
-// Asks the kernel for everything. Client 0, the kernel's own, is left out: its timer and its announcements are no MIDI,
-// and so are ports that their owner hides, and the clients of drivers in this process. What goes away meanwhile may be
-// in or not.
+// Reads everything from the kernel. Leaves out client 0, the kernel's own (its timer and announcements are not MIDI),
+// ports that their owner hides, and the clients of drivers in this process. What disappears meanwhile may be included
+// or not.
 SequencerView readSequencer(const Sequencer& sequencer);
 
-// Who is subscribed to a port that emits.
+// Returns the receivers that are subscribed to a port that emits.
 std::vector<Address> receiversOf(const Sequencer& sequencer, Address sender);
 
-// The name for a port: its own when that begins with the client's, otherwise both.
+// Returns the name for a port: its own if that begins with the client's, otherwise both.
 std::string nameOfPort(std::string_view client, std::string_view port);
 
 }  // namespace drivers::alsa

@@ -15,7 +15,7 @@ namespace {
 constexpr std::size_t PieceBytes = 256;
 constexpr std::size_t ShortBytes = 3;
 constexpr int MostEvents = 512;
-constexpr int NoCount = std::numeric_limits<int>::max();  // nobody counts them
+constexpr int NoCount = std::numeric_limits<int>::max();  // cells are not counted
 
 }  // namespace
 
@@ -54,7 +54,7 @@ SinkQueue::Progress SinkQueue::send(const Sequencer& sequencer, EventEncoder& en
   return waiting_.empty() ? Progress::Done : Progress::More;
 }
 
-// What an event may take, given who receives it.
+// Returns what an event to this receiver may take.
 SinkQueue::Room SinkQueue::room(const Sequencer& sequencer) const {
   if (receiver_.rawMidi) return {NoCount, roomAt(*receiver_.rawMidi).value_or(PieceBytes)};
   Room least{NoCount, PieceBytes};
@@ -67,7 +67,7 @@ SinkQueue::Room SinkQueue::room(const Sequencer& sequencer) const {
   if (!receiver_.kernel) {
     consider(to_.client);
   } else {
-    // It holds nothing itself: what it gets goes on at once to those who are subscribed to it.
+    // The port holds nothing itself: it passes events on to its subscribers at once.
     for (const Address receiver : receiversOf(sequencer, to_)) consider(receiver.client);
   }
   return least;
@@ -78,7 +78,7 @@ SinkQueue::Progress SinkQueue::sendPiece(const Sequencer& sequencer, EventEncode
   auto& message = waiting_.front();
   const bool exclusive = message.front() == midi::SystemExclusive;
   const auto [cells, bytes] = room(sequencer);
-  // A buffer takes pieces of any size, but many small ones are slow. A pool takes none that is larger than itself.
+  // A buffer takes pieces of any size, but many small ones are slow. A pool takes no piece that is larger than itself.
   const std::size_t most = receiver_.rawMidi ? PieceBytes : bytes;
   const std::size_t size = exclusive ? std::min(message.size() - sent_, most) : message.size();
   if (exclusive && size == 0) return refuse(-ENOMEM);
@@ -99,7 +99,8 @@ SinkQueue::Progress SinkQueue::sendPiece(const Sequencer& sequencer, EventEncode
   snd_seq_ev_set_direct(&event);
   code_ = snd_seq_event_output_direct(sequencer.handle(), &event);
   if (code_ == -EAGAIN || code_ == -ENOMEM || code_ == -EINTR) {
-    // A port of the kernel passes on to several receivers, and may have reached some: they must not get it twice.
+    // A port of the kernel passes the event on to several receivers. Some may have it already and must not get it
+    // twice.
     if (!receiver_.kernel || code_ == -EINTR) return Progress::Full;
   } else if (code_ == -ENOENT || code_ == -ENXIO) {
     return Progress::Gone;

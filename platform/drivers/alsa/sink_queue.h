@@ -1,4 +1,4 @@
-// What waits to go out to one port of the sequencer.
+// Messages that wait to be sent to one port of the sequencer.
 #pragma once
 
 #include <alsa/asoundlib.h>
@@ -14,13 +14,13 @@
 
 namespace drivers::alsa {
 
-// Turns the bytes of one message, other than system exclusive, into an event of the sequencer.
+// Converts the bytes of one message, other than system exclusive, to an event of the sequencer.
 class EventEncoder {
  public:
   // Throws std::bad_alloc.
   EventEncoder();
 
-  // False when there is no such event.
+  // Returns false if there is no such event.
   bool encode(std::span<const std::uint8_t> message, snd_seq_event_t& event);
 
  private:
@@ -30,44 +30,44 @@ class EventEncoder {
   std::unique_ptr<snd_midi_event_t, Free> encoder_;
 };
 
-// Messages in their order, and how far the first of them has been sent. System exclusive goes out in pieces, each when
-// the receiver has room for it.
+// Messages in order, and how much of the first one has been sent. A system exclusive message is sent in pieces, each
+// when the receiver has room for it.
 class SinkQueue {
  public:
   enum class Progress : std::uint8_t {
     Done,     // nothing waits any more
-    More,     // it may go on at once
+    More,     // more can be sent at once
     Full,     // the receiver has no room
-    Gone,     // there is no such port; what waits still does
-    Refused,  // the sequencer has refused the first message, which is dropped: see code()
+    Gone,     // the port does not exist; messages still wait
+    Refused,  // the sequencer refused the first message, which is dropped: see code()
   };
 
-  // from: the port of ours that sends.
+  // from: our port that sends.
   SinkQueue(Address from, Address to, Receiver receiver);
 
   void add(std::vector<std::uint8_t> message);
 
-  // Sends until something stands in the way, a bounded number of events.
+  // Sends until it cannot go on, a bounded number of events.
   Progress send(const Sequencer& sequencer, EventEncoder& encoder);
 
-  // Drops what waits.
+  // Drops all messages.
   void clear();
 
-  // The port may have gone and come back since.
+  // Call this if the port may have been removed and added again.
   void reopen() { opened_ = false; }
 
   const Receiver& receiver() const { return receiver_; }
   std::size_t messages() const { return waiting_.size(); }
 
-  // What is still to be sent.
+  // Bytes that are still to be sent.
   std::size_t bytes() const { return bytes_ - sent_; }
 
   int code() const { return code_; }
 
  private:
   struct Room {
-    int cells = 0;          // that are free
-    std::size_t bytes = 0;  // of data that one event may have, or that a device's buffer has room for
+    int cells = 0;          // free cells
+    std::size_t bytes = 0;  // of data that one event may have, or that fit into a device's buffer
   };
 
   Room room(const Sequencer& sequencer) const;
@@ -78,7 +78,7 @@ class SinkQueue {
   Address from_;
   Address to_;
   Receiver receiver_;
-  bool opened_ = false;  // a raw MIDI device, which takes nothing until somebody has subscribed to it
+  bool opened_ = false;  // subscribed to the raw MIDI device, which takes nothing before that
   std::deque<std::vector<std::uint8_t>> waiting_;
   std::size_t sent_ = 0;  // bytes of the first message
   std::size_t bytes_ = 0;

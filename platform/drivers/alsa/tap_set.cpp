@@ -26,7 +26,7 @@ void TapSet::ensure(device::PortId source, Tap& tap, device::DriverEvents& event
   const auto key = book_.key(source);
   const auto address = key ? std::optional(addressOf(*key)) : std::nullopt;
   if (tap.address && tap.address != address) {
-    // Another source may have taken the address meanwhile; a client that has a new name has kept it.
+    // Another source may have the address now; a renamed client keeps its address.
     if (const auto taken = sources_.find(*tap.address); taken != sources_.end() && taken->second == source) {
       drain_.sequencer().unsubscribe({*tap.address, drain_.port()});
       sources_.erase(taken);
@@ -46,7 +46,7 @@ void TapSet::ensure(device::PortId source, Tap& tap, device::DriverEvents& event
     tap.refused = true;
     return;
   }
-  // A subscription that had to be made continues nothing.
+  // A new subscription does not continue an earlier message.
   if (code == 0) tap.reader.cut();
   tap.refused = false;
   tap.address = address;
@@ -68,7 +68,7 @@ void TapSet::take(const QueuedEvent& event, device::DriverEvents& events, device
   TappedSource& reader = taps_.at(source).reader;
   if (event.kind == QueuedEvent::Kind::Lost) {
     if (event.cut) reader.cut();
-    // 0 would stand for a number that is not known.
+    // 0 would mean that the number is unknown.
     if (event.lost != 0) events.lost(source, event.lost, now);
   } else {
     reader.read(event, decoder_, [&](const device::Message& message) { events.emitted(source, message, now); });

@@ -1,4 +1,4 @@
-// The sources of the sequencer that somebody wants to see.
+// The used sources of the sequencer.
 #pragma once
 
 #include <map>
@@ -11,26 +11,26 @@
 
 namespace drivers::alsa {
 
-// Keeps the subscriptions of all used sources to the drain's port, and makes messages of the events that come through
-// them. A source stays used while it has gone, and is subscribed again when it returns.
+// Keeps all used sources subscribed to the drain's port, and makes messages of the events that arrive from them. A
+// source stays used while it does not exist, and is subscribed again when it returns.
 class TapSet {
  public:
-  // Both live longer.
+  // Both must outlive this object.
   TapSet(const EventDrain& drain, const PortBook& book) : drain_(drain), book_(book) {}
 
-  // In force when it returns. A subscription that the sequencer refuses is noted.
+  // Takes effect before it returns. Logs a subscription that the sequencer refuses.
   void setUsed(device::PortId source, bool used, device::DriverEvents& events);
 
-  // The book has changed, or subscriptions may have ended: makes those that are missing.
+  // Call this when the book has changed or subscriptions may have ended: makes those that are missing.
   void refresh(device::DriverEvents& events);
 
-  // Tells what an event, or a loss, says about used sources.
+  // Reports the messages or losses of used sources that an event stands for.
   void take(const QueuedEvent& event, device::DriverEvents& events, device::Time now);
 
  private:
   struct Tap {
-    std::optional<Address> address;  // nothing: the source has gone, or cannot be subscribed
-    bool refused = false;            // which has been noted
+    std::optional<Address> address;  // nullopt: the source does not exist, or cannot be subscribed
+    bool refused = false;            // the sequencer refused, which has been logged
     TappedSource reader;
   };
 

@@ -11,7 +11,7 @@ EventDecoder::EventDecoder() {
   snd_midi_event_t* decoder = nullptr;
   if (snd_midi_event_new(bytes_.size(), &decoder) < 0) throw std::bad_alloc();
   decoder_.reset(decoder);
-  // No running status: every message has its own.
+  // No running status: every message has its own status byte.
   snd_midi_event_no_status(decoder, 1);
 }
 

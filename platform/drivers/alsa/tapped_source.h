@@ -13,14 +13,14 @@
 
 namespace drivers::alsa {
 
-// Turns events of the sequencer into the bytes that they stand for. Knows nothing of the past.
+// Converts events of the sequencer to MIDI bytes, each independently of earlier ones.
 class EventDecoder {
  public:
   // Throws std::bad_alloc.
   EventDecoder();
 
-  // The bytes of an event that is no system exclusive one: those of no, one or several messages, each with its status.
-  // They live until the next call.
+  // Returns the bytes of an event other than system exclusive: zero or more messages, each with its status byte. They
+  // are valid until the next call.
   std::span<const std::uint8_t> decode(const snd_seq_event_t& event);
 
  private:
@@ -31,14 +31,15 @@ class EventDecoder {
   std::array<std::uint8_t, 64> bytes_{};
 };
 
-// Cuts what comes from one source into messages. System exclusive comes in events that are pieces, and those of other
-// messages may stand between them: behind one port there may be several senders.
+// Assembles messages from the events of one source. A system exclusive message arrives in pieces, and other messages
+// may arrive between them: a port may have several senders.
 class TappedSource {
  public:
-  // An event of this source. take: called with each message that has become complete.
+  // Reads an event of this source. take: called with each message that is complete.
   void read(const QueuedEvent& event, EventDecoder& decoder, const midi::MidiReader::Take& take);
 
-  // What was begun will not be continued. It counts no more than what the loss itself was counted as.
+  // Drops a system exclusive message that has begun and will not be continued. It does not count as broken: the loss
+  // itself is counted.
   void cut();
 
   // As MidiReader::takeBroken.
@@ -48,7 +49,7 @@ class TappedSource {
   midi::MidiReader exclusive_;
   midi::MidiReader others_;
   std::uint64_t broken_ = 0;
-  bool skipsTail_ = true;  // the rest of what began before the tap, or before a loss, is not ours
+  bool skipsTail_ = true;  // skips the rest of a message that began before the tap or a loss
 };
 
 }  // namespace drivers::alsa

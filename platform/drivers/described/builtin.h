@@ -1,4 +1,4 @@
-// The device that is there without any hardware.
+// The device that needs no hardware.
 #pragma once
 
 #include <memory>
@@ -7,8 +7,8 @@
 
 namespace drivers {
 
-// A small studio of nine groups: a sequencer that plays an endless phrase, a clock, two thrus, and ports to play
-// with. Ports are called after their group: KeyboardOut1, MidiUsbIn2.
+// Makes a small studio of nine groups: a sequencer that plays an endless phrase, a clock, two thrus, and ports to play
+// with. Ports are named after their group: KeyboardOut1, MidiUsbIn2.
 std::unique_ptr<device::Driver> makeBuiltinDriver();
 
 }  // namespace drivers

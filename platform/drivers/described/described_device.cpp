@@ -7,7 +7,7 @@
 namespace drivers {
 namespace {
 
-constexpr int MaxPieceOfPlayer = 256;  // messages of one player in one call of advance
+constexpr int MaxPieceOfPlayer = 256;  // messages of one player per call of advance
 
 class DeviceDriver : public device::Driver {
  public:

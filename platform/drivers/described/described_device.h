@@ -12,7 +12,7 @@
 
 namespace drivers {
 
-// What a source plays from the first time that it has a tap or a connection.
+// What a source plays. It starts when the source first has a tap or a connection.
 template <class Playback>
 struct PlayerAt {
   device::PortId source;
@@ -21,14 +21,14 @@ struct PlayerAt {
 
 struct DeviceDescription {
   std::vector<device::Group> groups;
-  std::vector<device::Link> links;   // that stand at the start, in the order of making
-  std::vector<std::uint16_t> thrus;  // groups where what enters the sink leaves the source of the same index
+  std::vector<device::Link> links;   // that exist at the start, in order of creation
+  std::vector<std::uint16_t> thrus;  // groups whose sinks pass messages on to the source with the same index
   std::vector<PlayerAt<midi::ScorePlayback>> scores;
   std::vector<PlayerAt<midi::ClockPlayback>> clocks;
 };
 
-// The driver of a described device. What it has to emit when it is called late comes player by player, the messages of
-// each in order, and no more than a few hundred of each in one call.
+// Makes the driver of a described device. If advance is called late, it emits the overdue messages player by player,
+// those of each player in order, and at most a few hundred of each player per call.
 std::unique_ptr<device::Driver> makeDeviceDriver(DeviceDescription description);
 
 }  // namespace drivers

@@ -1,4 +1,4 @@
-// Device files: a device described in TOML (see device_parser.h for its words).
+// Device files: a device described in TOML (see device_parser.h for the format).
 #pragma once
 
 #include <filesystem>
@@ -11,12 +11,12 @@
 
 namespace drivers {
 
-// Loads the Standard MIDI Files of the players; names of files are relative to folder. Blocks for the disk.
+// Loads the Standard MIDI Files of the players; file names are relative to folder. Blocks for the disk.
 std::variant<DeviceDescription, DeviceFileProblem> loadPlayers(ParsedDevice parsed,
                                                                const std::filesystem::path& folder);
 
-// The driver of the device that the file at path describes; or what is wrong, in one printable line of "FILE:LINE:
-// cause", or "FILE: cause" when the file cannot be read. Blocks for the disk.
+// Returns the driver of the device that the file at path describes, or the error as one printable line: "FILE:LINE:
+// cause", or "FILE: cause" if the file cannot be read. Blocks for the disk.
 std::variant<std::unique_ptr<device::Driver>, std::string> loadDeviceFile(const std::string& path);
 
 }  // namespace drivers

@@ -10,7 +10,7 @@ namespace drivers {
 std::string printable(std::string_view text) {
   constexpr std::size_t MaxText = 160;
   std::size_t size = std::min(text.size(), MaxText);
-  // No character is cut in two.
+  // Does not cut a character in two.
   while (size < text.size() && size > MaxText - 4 && (static_cast<unsigned char>(text[size]) & 0xC0U) == 0x80) --size;
   return sys::printable(text.substr(0, size));
 }

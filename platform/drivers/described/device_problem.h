@@ -1,4 +1,4 @@
-// What is wrong with a device file.
+// Errors in a device file.
 #pragma once
 
 #include <string>
@@ -6,14 +6,14 @@
 
 namespace drivers {
 
-// One line of printable text, and the number of the line in the file that it is about, from 1 on.
+// cause: one line of printable text. line: the line of the file that it is about, from 1 on.
 struct DeviceFileProblem {
   unsigned line = 0;
   std::string cause;
 };
 
-// What stands in a file, as a cause may quote it: printable (see sys::printable), and cut to a length that fits a
-// line.
+// Returns text of a file in a form that a cause may quote: printable (see sys::printable), and cut to a length that
+// fits a line.
 std::string printable(std::string_view text);
 
 }  // namespace drivers

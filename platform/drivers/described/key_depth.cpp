@@ -8,7 +8,7 @@ namespace {
 
 bool endsLine(char byte) { return byte >= '\n' && byte <= '\r'; }
 
-// Walks over a text once, and knows what is key, quoted or comment in it.
+// Walks over a text once and tells keys, quoted text and comments apart.
 class Walk {
  public:
   explicit Walk(std::string_view text) : rest_(text) {}
@@ -49,9 +49,9 @@ class Walk {
       if (quote == '"' && rest_.front() == '\\') {
         skip(2);
       } else if (width == 1 && endsLine(rest_.front())) {
-        return;  // never closed: no TOML from here on
+        return;  // never closed: not TOML from here on
       } else if (quotes(quote) >= width) {
-        // Up to two quotes may stand in front of three that close.
+        // Up to two quotes may precede the three that close.
         skip(width == 1 ? 1 : std::min<std::size_t>(quotes(quote), 5));
         return;
       } else {
@@ -60,7 +60,7 @@ class Walk {
     }
   }
 
-  // How many quotes stand here in a row.
+  // Returns the number of consecutive quotes here.
   std::size_t quotes(char quote) const { return std::min(rest_.find_first_not_of(quote), rest_.size()); }
 
   std::string_view rest_;

@@ -61,7 +61,7 @@ std::optional<double> TomlTable::numberWhere(std::string_view key, double least,
   const toml::node* node = table_.get(key);
   if (node == nullptr) return std::nullopt;
   const auto value = node->is_number() ? node->value<double>() : std::nullopt;
-  // Written so that "not a number" is in no range.
+  // Written so that NaN is in no range.
   if (value && ((*value >= least && *value <= most) || (orZero && *value == 0))) return value;
   fail(key, std::string(key) + " must be " + (orZero ? "0 or " : "") + "a number from " + shortText(least) + " to " +
                 shortText(most));

@@ -1,4 +1,4 @@
-// A TOML table with what is allowed in it, and where it is wrong.
+// A TOML table: its values, what it may contain, and where it is wrong.
 #pragma once
 
 #include <toml++/toml.h>
@@ -14,20 +14,20 @@
 
 namespace drivers {
 
-// Reads the values of a table. What is wrong goes to problem, where the first one stays; a value that is wrong or not
-// there is nothing. Table, problem and what must outlive the reader.
+// Reads the values of a table. An error goes to problem, which keeps the first one. A value that is wrong or missing is
+// nullopt. Table, problem and what must outlive the reader.
 class TomlTable {
  public:
-  // what: what the table stands for, with its article: "a group".
+  // what: what the table describes, with its article: "a group".
   TomlTable(const toml::table& table, std::string_view what, std::optional<DeviceFileProblem>& problem)
       : table_(table), what_(what), problem_(problem) {}
 
-  // Wrong is every other key; of several the first in the file.
+  // Any other key is an error; of several, the first in the file.
   void allowOnly(std::initializer_list<std::string_view> keys);
 
   bool has(std::string_view key) const { return table_.contains(key); }
 
-  // The tables of an array of tables; none when the key is not there.
+  // Returns the tables of an array of tables; none if the key is missing.
   std::vector<const toml::table*> tables(std::string_view key);
 
   std::optional<std::int64_t> integer(std::string_view key, std::int64_t least, std::int64_t most);
@@ -36,14 +36,14 @@ class TomlTable {
   std::optional<std::string> text(std::string_view key);
   std::optional<bool> boolean(std::string_view key);
 
-  // Hands value through; a key that is not there is wrong.
+  // Returns value; a missing key is an error.
   template <class Value>
   std::optional<Value> required(std::string_view key, std::optional<Value> value) {
     if (!has(key)) fail("", std::string(what_) + " needs " + (key == "id" ? "an " : "a ") + std::string(key));
     return value;
   }
 
-  // Line of a key's value, or of the table when it does not have the key.
+  // Returns the line of a key's value, or of the table if the key is missing.
   unsigned lineOf(std::string_view key) const;
 
   void fail(std::string_view key, std::string cause);

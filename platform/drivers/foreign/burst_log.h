@@ -1,4 +1,4 @@
-// Lines for the log about what happens often.
+// Log lines about frequent events.
 #pragma once
 
 #include <chrono>
@@ -14,7 +14,7 @@
 
 namespace drivers {
 
-// Why messages do not go out to a port, for BurstLog::addUnsent.
+// Reasons why messages are not sent to a port, for BurstLog::addUnsent.
 namespace unsent {
 inline constexpr std::string_view NoSuchChannel = "there are no more than 16 channels";
 inline constexpr std::string_view NotOneMessage = "what was to go is not one MIDI message";
@@ -22,28 +22,29 @@ inline constexpr std::string_view TooMuchWaits = "too much waits for it";
 inline constexpr std::string_view PortHasGone = "it has gone";
 }  // namespace unsent
 
-// Counts what is said within a second, or within a longer time after the last line, and makes one line of it.
+// Counts equal events and makes one log line of them: a second after the first event, but no sooner than apart after
+// the previous line.
 class BurstLog {
  public:
   using Take = std::function<void(std::string_view line)>;
 
-  // The line is the count, the noun, with an s for several, and what. apart: between two such lines, at least; the same
-  // each time.
+  // The line is the count, the noun (with an s unless the count is 1) and what. apart: the least time between two such
+  // lines; must be the same each time.
   void add(std::uint64_t count, std::string_view noun, std::string_view what, device::Time now,
            device::Time apart = std::chrono::seconds(1));
 
-  // Messages for a port, as the other system calls it, have not been sent.
+  // Counts messages that were not sent. port: its name in the other system.
   void addUnsent(std::uint64_t messages, std::string_view port, std::string_view why, device::Time now);
 
-  // Gives take the lines that are due. Answers when the next one is.
+  // Calls take with each line that is due. Returns when the next line is due; nullopt if none waits.
   std::optional<device::Time> advance(device::Time now, const Take& take);
 
-  // Gives take all lines that are left, however early.
+  // Calls take with all remaining lines, even if they are not due.
   void finish(const Take& take);
 
  private:
   struct Burst {
-    std::uint64_t count = 0;  // 0: there was a line, and due is the end of the time without one
+    std::uint64_t count = 0;  // 0: a line was made; the next may follow at due
     device::Time due{};
     device::Time apart{};
   };

@@ -16,7 +16,7 @@ std::size_t at(device::Side side) { return static_cast<std::size_t>(side); }
 
 bool isOn(const ForeignPort& port, device::Side side) { return side == device::Side::Source ? port.source : port.sink; }
 
-// The two places of one port must not share a name; what is on one side only keeps the name that people know.
+// The two places of one port must not share a name. A port on one side only keeps the name that users know.
 std::string nameOn(const ForeignPort& port, device::Side side) {
   std::string clean = device::cleanName(port.name);
   if (!port.source || !port.sink) return clean;
@@ -53,7 +53,7 @@ void PortBook::leave(Groups::value_type& entry) {
   gone_.emplace(departures_++, handle);
 }
 
-// Null for a client that has no ports yet.
+// Returns null if the client has no ports yet.
 PortBook::GroupSlot* PortBook::groupFor(const ForeignClient& client) {
   if (const auto here = here_.find(client.key); here != here_.end()) return &groups_.at(here->second);
   if (client.ports.empty()) return nullptr;
@@ -111,7 +111,7 @@ void PortBook::fill(GroupSlot& group, const ForeignClient& client, device::Side 
       found->second.pop_front();
       return index;
     }
-    // The count of a side has 16 bits, like an index.
+    // A side's port count has 16 bits, like an index.
     if (slots.size() + 1 >= MaxPlaces) return std::nullopt;
     slots.push_back({port.name, portNames_.add(nameOn(port, side)), {}, {}});
     return slots.size() - 1;

@@ -17,20 +17,20 @@
 
 namespace drivers {
 
-// A port as it stands in the other system now.
+// A port as it is in the other system now.
 struct ForeignPort {
-  std::uint64_t key = 0;  // differs from every other port that is there now
-  std::string name;       // from which ours is made
-  std::string original;   // what people know it by in the other system
+  std::uint64_t key = 0;  // unique among the ports that exist now
+  std::string name;       // our name is made from it
+  std::string original;   // the name that users know from the other system
   bool source = false;    // it emits
-  bool sink = false;      // it accepts; a port that does both has a place on both sides
+  bool sink = false;      // it accepts; a port that does both has a place on each side
 
   friend bool operator==(const ForeignPort&, const ForeignPort&) = default;
 };
 
-// A client as it stands in the other system now. One without ports is no group yet.
+// A client as it is in the other system now. A client without ports is not a group yet.
 struct ForeignClient {
-  std::uint64_t key = 0;  // differs from every other client that is there now
+  std::uint64_t key = 0;  // unique among the clients that exist now
   std::string name;
   std::vector<ForeignPort> ports;
 
@@ -38,26 +38,26 @@ struct ForeignClient {
 };
 
 // Makes groups of the clients of another system, and gives their ports indices and names. Handles and indices are given
-// in the order of appearance, and never to another group or port: a client that goes and comes back under the same name
-// has its handle again, a port of it that comes back under the same name its index and its own name.
+// in order of appearance, and never reused for another group or port: a client that disconnects and returns under the
+// same name gets its handle back, and a port of it that returns under the same name gets its index and name back.
 //
-// Of the clients that have gone, the last RememberedClients are remembered. One that went before them is forgotten with
-// its names: it comes back as another group. So a book is no larger for all the clients that it has ever seen.
+// The book remembers the last RememberedClients clients that disconnected. It forgets earlier ones and their names;
+// such a client returns as another group. So the book does not grow with the number of clients that it has ever seen.
 class PortBook {
  public:
   static constexpr std::size_t RememberedClients = 256;
 
-  // What is there now, in the order in which it is to appear. Answers whether the topology has changed. A port that
-  // finds no index any more (65,535 have been given on its side of the group) is left out.
+  // Takes over the clients that exist now, in the order in which they are to appear. Returns true if the topology has
+  // changed. A port is left out if there is no index left for it (65,535 have been given on its side of the group).
   bool update(std::span<const ForeignClient> clients);
 
-  // The same object as long as the book lives.
+  // Returns the same object as long as the book lives.
   const device::Topology& topology() const { return topology_; }
 
-  // The place of a port that is there; nothing when it has none on that side.
+  // Returns the place of an existing port; nullopt if it has none on that side.
   std::optional<device::PortId> place(std::uint64_t key, device::Side side) const;
 
-  // The key of the port that is at a place; nothing when it has gone or never was.
+  // Returns the key of the port at a place; nullopt if the port no longer exists or never did.
   std::optional<std::uint64_t> key(device::PortId port) const;
 
  private:
@@ -65,12 +65,12 @@ class PortBook {
     std::string foreignName;
     std::string name;
     std::string original;
-    std::optional<std::uint64_t> key;  // nothing: gone
+    std::optional<std::uint64_t> key;  // nullopt: no longer exists
   };
   struct GroupSlot {
     std::string foreignName;
     std::string name;
-    std::optional<std::uint64_t> key;              // nothing: gone
+    std::optional<std::uint64_t> key;              // nullopt: no longer exists
     std::array<std::vector<PortSlot>, 2> sides{};  // by Side
   };
   using Groups = std::map<std::uint64_t, GroupSlot>;  // by handle
@@ -83,8 +83,8 @@ class PortBook {
 
   Groups groups_;
   std::uint64_t nextHandle_ = 0;
-  std::unordered_map<std::uint64_t, std::uint64_t> here_;  // handles of those that are there, by key
-  std::map<std::uint64_t, std::uint64_t> gone_;            // handles of those that have gone, in the order of going
+  std::unordered_map<std::uint64_t, std::uint64_t> here_;  // handles of connected clients, by key
+  std::map<std::uint64_t, std::uint64_t> gone_;            // handles of disconnected clients, oldest first
   std::uint64_t departures_ = 0;
   device::UniqueNames groupNames_{device::MaxGroupNameBytes};
   device::UniqueNames portNames_;

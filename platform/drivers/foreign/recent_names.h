@@ -1,4 +1,4 @@
-// Names of those who have gone.
+// Names of clients that disconnected.
 #pragma once
 
 #include <algorithm>
@@ -8,7 +8,7 @@
 
 namespace drivers {
 
-// The last of them, up to Most: what is remembered of clients that come and go all day is bounded.
+// Keeps the last Most names, so clients that connect and disconnect all day take bounded memory.
 class RecentNames {
  public:
   static constexpr std::size_t Most = 256;
@@ -19,7 +19,7 @@ class RecentNames {
     if (names_.size() > Most) names_.pop_front();
   }
 
-  // Forgets the name, once. False when it is not remembered.
+  // Forgets the name once. Returns false if it is not remembered.
   bool take(const std::string& name) {
     const auto found = std::ranges::find(names_, name);
     if (found == names_.end()) return false;
@@ -30,7 +30,7 @@ class RecentNames {
   void clear() { names_.clear(); }
 
  private:
-  std::deque<std::string> names_;  // the longest gone first
+  std::deque<std::string> names_;  // oldest first
 };
 
 }  // namespace drivers

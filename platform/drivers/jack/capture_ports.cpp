@@ -14,7 +14,7 @@
 namespace drivers::jack {
 namespace {
 
-// A third of a second of one port that is as full as can be, at 128 frames a period.
+// A third of a second of one port that is completely full, at 128 frames a period.
 constexpr std::size_t CaptureRingBytes = std::size_t{4} * 1024 * 1024;
 
 struct Record {
@@ -59,7 +59,7 @@ bool CapturePorts::processSlot(Slot& slot, jack_port_t* port, jack_nframes_t fra
     slot.gap = true;
     if (CaptureReader::begins(bytes)) ++slot.lost;
   }
-  // JACK fills a period's buffer from its beginning, so what it had no room for is missing at the end.
+  // JACK fills a period's buffer from its beginning, so what did not fit is missing at the end.
   if (const std::uint32_t lost = jack_midi_get_lost_event_count(buffer); lost > 0) {
     slot.gap = true;
     slot.lost += lost;

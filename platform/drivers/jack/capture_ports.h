@@ -1,4 +1,4 @@
-// Input ports of our own, each connected to one source of JACK's.
+// Our input ports, each connected to one JACK source.
 #pragma once
 
 #include <jack/types.h>
@@ -17,42 +17,42 @@
 
 namespace drivers::jack {
 
-// What arrives at them comes to the service through one ring, in order. What the ring has no room for is lost and
-// counted: at the place of the first loss stands how many messages it was.
+// Events that arrive reach the service through one ring, in order. Events that the ring has no room for are lost and
+// counted. The count of lost messages is at the place of the first loss.
 class CapturePorts {
  public:
   static constexpr std::size_t MaxPorts = 1024;
 
-  // gate: of the process callback; lives longer.
+  // gate: that of the process callback; must outlive this object.
   explicit CapturePorts(const ProcessGate& gate);
 
-  // Process callback: takes what has arrived at all ports in this period. Answers whether the ring has got something.
-  // Takes no lock and allocates nothing.
+  // Process callback: reads what arrived at all ports in this period. Returns true if it wrote to the ring. Takes no
+  // lock and does not allocate.
   bool process(jack_nframes_t frames);
 
-  // Service: makes a port. Answers its number, which no other port of this object has had; nothing when JACK or we have
-  // no more of them. Blocks for a request.
+  // Service: makes a port. Returns its number, which no other port of this object has had; nullopt if JACK or this
+  // object has no port left. Blocks for a request.
   std::optional<std::uint32_t> open(jack_client_t* client);
 
-  // Service: the port of a number that is open.
+  // Service: returns the port with this number, which must be open.
   jack_port_t* port(std::uint32_t number) const;
 
-  // Service: gives the port back, with its connection. What the ring still has of it comes under a number that is open
-  // no more. Blocks for a request.
+  // Service: closes the port, with its connection. What the ring still holds of it keeps its number, which is no longer
+  // open. Blocks for a request.
   void close(jack_client_t* client, std::uint32_t number);
 
   using TakeEvent = std::function<void(std::uint32_t number, std::span<const std::uint8_t> event)>;
   using TakeGap = std::function<void(std::uint32_t number, std::uint64_t lost)>;
 
-  // Service: takes about so many bytes out of the ring. event, gap: called for each event, and where events are missing
-  // (lost: how many messages lost their beginning). Answers whether more is there.
+  // Service: takes about this many bytes out of the ring. event: called for each event. gap: called where events are
+  // missing (lost: how many messages lost their beginning). Returns true if the ring holds more.
   bool take(std::size_t bytes, const TakeEvent& event, const TakeGap& gap);
 
  private:
   struct Slot {
     std::atomic<jack_port_t*> port{nullptr};
     std::uint32_t number = 0;  // changes only while port is null
-    // Process callback's:
+    // For the process callback:
     bool gap = false;
     std::uint64_t lost = 0;
   };

@@ -9,7 +9,7 @@ namespace drivers::jack {
 void CaptureReader::read(std::span<const std::uint8_t> event, const midi::MidiReader::Take& take) {
   if (event.empty()) return;
   if (skipping_ && !begins(event)) return;
-  // A real-time message may stand between the pieces of another.
+  // A real-time message may arrive between the pieces of another message.
   if (event.front() < midi::TimingClock) skipping_ = false;
   reader_.read(event, take);
 }

@@ -1,4 +1,4 @@
-// The JACK events of one source as messages.
+// Converts the JACK events of one source to messages.
 #pragma once
 
 #include <cstdint>
@@ -9,24 +9,24 @@
 namespace drivers::jack {
 
 // An event is a message, or a piece of a system exclusive one. Where events are missing, the rest of a message that
-// lacks a piece is left out, and counts as lost once.
+// lacks a piece is left out and counts as lost once.
 class CaptureReader {
  public:
   // Reads an event; take as for MidiReader::read.
   void read(std::span<const std::uint8_t> event, const midi::MidiReader::Take& take);
 
-  // Events are missing here: so many messages have lost their beginning.
+  // Events are missing here. lost: how many messages lost their beginning.
   void gap(std::uint64_t lost);
 
-  // Messages that were lost or broken, since this was last asked.
+  // Returns how many messages were lost or broken since the last call.
   std::uint64_t takeLost();
 
-  // Whether a message begins with this event. Any thread.
+  // True if a message begins with this event. Thread-safe.
   static bool begins(std::span<const std::uint8_t> event);
 
  private:
   midi::MidiReader reader_;
-  bool skipping_ = false;  // until a message begins: what comes before belongs to one that has been counted
+  bool skipping_ = false;  // until a message begins: what comes before belongs to one that is counted already
   std::uint64_t lost_ = 0;
 };
 

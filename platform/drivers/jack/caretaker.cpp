@@ -30,7 +30,7 @@ struct Caretaker::Work {
   const std::shared_ptr<sys::EventDescriptor> wakeup;
   std::mutex mutex;
   std::condition_variable changed;
-  // All below under the mutex.
+  // The mutex guards everything below.
   bool stopping = false;
   bool ended = false;
   bool untilThere = false;

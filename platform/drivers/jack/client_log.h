@@ -1,4 +1,4 @@
-// Which clients have gone, and which are back.
+// Log lines about clients that disconnect and return.
 #pragma once
 
 #include <functional>
@@ -10,15 +10,15 @@
 
 namespace drivers::jack {
 
-// Those that have gone are remembered as long as RecentNames does.
+// Remembers clients that disconnected as long as RecentNames does.
 class ClientLog {
  public:
-  // clients: those that have ports now. stillRuns: asked about one that has none any more. Answers a line for each
-  // client that has gone, and for each that was there once and is back.
+  // clients: those that have ports now. stillRuns: called for a client that has none any more. Returns a line for each
+  // client that disconnected, and for each that returned.
   std::vector<std::string> update(const std::vector<std::string>& clients,
                                   const std::function<bool(const std::string& client)>& stillRuns);
 
-  // All have gone with their server: that is another line.
+  // Call this when the server has ended: its clients get no lines, because it has one of its own.
   void serverGone();
 
  private:

@@ -1,4 +1,4 @@
-// Tells the echoes of own changes from the news of others' changes.
+// Separates echoes of our own changes from news of changes by others.
 #pragma once
 
 #include <deque>
@@ -8,17 +8,18 @@
 
 namespace drivers::jack {
 
-// JACK tells everybody of every connection that is made or ended, in order, also him who asked for it, and him late.
-// What comes before the echo of an own change is older than that change, and no news any more.
+// JACK reports each connection that is made or ended, in order, to all clients. The client that asked for it gets the
+// report, too, and late. A report that arrives before the echo of our own change is older than that change, and no
+// longer news.
 class Echoes {
  public:
-  // JACK has made or ended a connection for us: an echo will come.
+  // JACK made or ended a connection for us: an echo will follow.
   void expect(const std::string& source, const std::string& sink, bool made);
 
-  // JACK tells of a change. True when it is news, false when it is an echo or older than an own change.
+  // JACK reported a change. Returns true if it is news, false if it is an echo or older than a change of our own.
   bool isNews(const std::string& source, const std::string& sink, bool made);
 
-  // No more echoes will come.
+  // No more echoes will follow.
   void clear() { expected_.clear(); }
 
  private:

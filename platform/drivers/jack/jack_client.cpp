@@ -17,7 +17,7 @@ using namespace std::chrono_literals;
 
 constexpr int PeriodsToWait = 10;
 
-// The library would write to the standard error of whoever uses us.
+// The library would write to the program's standard error.
 void beSilent(const char* /*text*/) {}
 
 std::string nameOf(jack_client_t* client, jack_port_id_t id) {
@@ -26,8 +26,8 @@ std::string nameOf(jack_client_t* client, jack_port_id_t id) {
   return name == nullptr ? std::string() : std::string(name);
 }
 
-// A killed server leaves its clients' semaphores behind, and the next client of the same name takes one up as it is,
-// with whatever count is left in it. So each of ours has another name.
+// A killed server leaves its clients' semaphores behind. The next client with the same name would reuse one with the
+// count left in it. So each of our clients gets a new name.
 std::string freshName() {
   static std::atomic<unsigned> opened{0};
   const unsigned number = ++opened;
@@ -80,7 +80,7 @@ bool JackClient::activate() {
   const auto renamed = [](jack_port_id_t, const char*, const char*, void* self) {
     uncancelled([=] { static_cast<JackClient*>(self)->tell({Notice::Kind::Renamed}); });
   };
-  // The names are read here, because a number may soon be another port's.
+  // Reads the names here, because another port may soon have the same number.
   const auto connected = [](jack_port_id_t from, jack_port_id_t to, int made, void* self) {
     uncancelled([=] {
       auto* client = static_cast<JackClient*>(self);
@@ -101,8 +101,8 @@ bool JackClient::activate() {
 
 void JackClient::process(jack_nframes_t frames) {
   const jack_nframes_t begin = jack_last_frame_time(client_);
-  // A client that was late is called once more in the period that has begun meanwhile: the buffers hold what it has
-  // read and written already.
+  // JACK calls a late client once more in the period that has begun meanwhile; the buffers then hold what the client
+  // has already read and written.
   const auto ahead = static_cast<std::int32_t>(begin - next_.value_or(begin));
   if (ahead < 0) return;
   next_ = begin + frames;
@@ -116,7 +116,7 @@ void JackClient::process(jack_nframes_t frames) {
   playback_.process(frames);
   gate_.leave();
   if (jack_last_frame_time(client_) != begin) {
-    // The next period has begun meanwhile, and nobody knows what the buffers held.
+    // The next period has begun meanwhile, so it is unknown what the buffers held.
     skipped_.fetch_add(1);
     wakes = true;
   }

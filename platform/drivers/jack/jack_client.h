@@ -20,38 +20,39 @@
 
 namespace drivers::jack {
 
-// Active as long as it lives. JACK's threads end with it; they take no signals if the thread that opened it takes none.
+// Active as long as it lives. JACK's threads end with it; they receive no signals if the thread that opens it receives
+// none.
 class JackClient {
  public:
-  // Opens a client on the server that JACK's own rules choose; never starts one. wakeup: woken whenever something is to
-  // be taken from notices() or capture(). The text says in a line why there is none. May block for long when the server
-  // does.
+  // Opens a client on the server that JACK's own rules choose; never starts a server. wakeup: woken when there is
+  // something to take from notices() or capture(). Returns the client, or one line that says why there is none. May
+  // block for long if the server does.
   static std::variant<std::unique_ptr<JackClient>, std::string> open(std::shared_ptr<sys::EventDescriptor> wakeup);
 
   JackClient(const JackClient&) = delete;
   JackClient& operator=(const JackClient&) = delete;
 
-  // May block for long when the server does, or has gone.
+  // May block for long if the server does, or no longer exists.
   ~JackClient();
 
   jack_client_t* handle() const { return client_; }
 
-  // How JACK's port names of our own ports begin.
+  // The prefix of our own ports' names in JACK.
   const std::string& portPrefix() const { return prefix_; }
 
-  // How long a period takes.
+  // The length of a period.
   std::chrono::nanoseconds period() const;
 
-  // How many periods JACK has gone on without this client since this was last asked, because it or the server was late.
-  // What was sent to it in them is lost.
+  // Returns how many periods JACK ran without this client since the last call, because the client or the server was
+  // late. What was sent to the client in them is lost.
   std::uint64_t takeSkipped() { return skipped_.exchange(0); }
 
   NoticeQueue& notices() { return notices_; }
   CapturePorts& capture() { return capture_; }
   PlaybackPorts& playback() { return playback_; }
 
-  // Waits until a connection that has been made to or from a port of ours is in effect: one period or two, ten at most.
-  // Answers whether it is.
+  // Blocks until a new connection to or from one of our ports is in effect: one or two periods, ten at most. Returns
+  // whether it is.
   bool awaitConnection(const jack_port_t* port) const;
 
  private:
@@ -69,7 +70,7 @@ class JackClient {
   jack_client_t* client_ = nullptr;
   std::string prefix_;
   std::atomic<std::uint64_t> skipped_{0};
-  std::optional<jack_nframes_t> next_;  // process callback's: when the next period is to begin
+  std::optional<jack_nframes_t> next_;  // for the process callback: when the next period begins
 };
 
 }  // namespace drivers::jack

@@ -29,7 +29,7 @@ constexpr auto PatienceAtTheStart = 5s;
 constexpr device::Time BetweenRestores = 1s;
 // On a busy machine periods are skipped all the time.
 constexpr device::Time BetweenSkipLines = 10s;
-// Of events in one call; about four thousand short ones.
+// Bytes of events in one call; about four thousand short events.
 constexpr std::size_t PieceBytes = std::size_t{64} * 1024;
 constexpr std::size_t ManyWaitingBytes = std::size_t{256} * 1024;
 
@@ -44,7 +44,7 @@ class JackDriver : public device::Driver {
     caretaker_->close(std::move(client_));
   }
 
-  // Before start: takes a client that is open.
+  // Call before start. Takes over an open client.
   void adopt(std::unique_ptr<JackClient> client) {
     client_ = std::move(client);
     ports_.update(readPorts(client_->handle(), client_->portPrefix()));
@@ -76,7 +76,7 @@ class JackDriver : public device::Driver {
   const std::vector<device::Link> none_;
   std::shared_ptr<sys::EventDescriptor> wakeup_;
   std::unique_ptr<Caretaker> caretaker_;
-  std::unique_ptr<JackClient> client_;  // null while there is no server
+  std::unique_ptr<JackClient> client_;  // null while no server runs
   device::DriverEvents* events_ = nullptr;
   PortDirectory ports_;
   ClientLog clientLog_;
@@ -84,10 +84,10 @@ class JackDriver : public device::Driver {
   SourceTaps taps_;
   BurstLog bursts_;
   SinkFeeds feeds_{bursts_};
-  bool stale_ = false;     // ports have come or gone that ports_ does not know of
-  bool wasThere_ = false;  // there has been a server
+  bool stale_ = false;     // ports were added or removed that ports_ does not know of yet
+  bool wasThere_ = false;  // a server has run before
   bool outlives_ = false;
-  std::optional<device::Time> restore_;  // when taps_ is to be restored
+  std::optional<device::Time> restore_;  // when to restore taps_
 };
 
 void JackDriver::start(device::DriverEvents& events, device::Time now) {
@@ -117,7 +117,7 @@ void JackDriver::deliver(device::PortId sink, const device::Message& message, de
       }
       break;
   }
-  // What waits now, or is to be noted, wants another time than advance has answered.
+  // advance may be due sooner than it last returned: something waits, or is to be logged.
   wakeup_->wake();
 }
 
@@ -125,8 +125,8 @@ void JackDriver::setUsed(device::PortId source, bool used, device::Time /*now*/)
   taps_.setUsed(client_.get(), ports_, source, used);
 }
 
-// Who asks a server that is just dying must not die with it. Done by the service's thread: the one that starts the
-// driver is the program's own.
+// A request to a dying server must not end the process. The service's thread blocks SIGPIPE, because the thread that
+// starts the driver belongs to the program.
 void JackDriver::outliveServers() {
   if (std::exchange(outlives_, true)) return;
   sigset_t pipe;
@@ -141,7 +141,7 @@ std::optional<device::Time> JackDriver::advance(device::Time now) {
   lookForClient(now);
   std::optional<device::Time> next;
   if (client_) {
-    // What a client has sent before it went comes before the news that it has gone.
+    // Reports what a client sent before reporting that it disconnected.
     const bool more = taps_.take(*client_, *events_, now, PieceBytes);
     if (countSkipped(now)) taps_.skipped();
     readNotices(now);
@@ -181,7 +181,7 @@ void JackDriver::finish(device::Time now) {
   bursts_.finish([&](std::string_view line) { events_->noted(line); });
 }
 
-// Answers whether there were any.
+// Returns true if there were any.
 bool JackDriver::countSkipped(device::Time now) {
   const auto skipped = client_ ? client_->takeSkipped() : 0;
   if (skipped > 0) bursts_.add(skipped, "period", "skipped, too late: messages may be lost", now, BetweenSkipLines);
@@ -198,7 +198,7 @@ void JackDriver::lookForClient(device::Time now) {
     refresh(now);
     tellLinks(now);
   } else {
-    // The first try has taken longer than anybody waited for it.
+    // The first try failed after openJack had stopped waiting for it.
     caretaker_->open(true);
   }
 }
@@ -230,7 +230,7 @@ void JackDriver::readNotice(const Notice& notice, device::Time now) {
   const std::string& prefix = client_->portPrefix();
   const bool made = notice.kind == Notice::Kind::Connected;
   if (notice.sink.starts_with(prefix)) {
-    // Somebody else has cut a tap, unless its source has gone.
+    // Another client ended a tap's connection, unless the source no longer exists.
     if (!made) sys::keepEarlier(restore_, now + BetweenRestores);
     return;
   }
@@ -257,7 +257,7 @@ void JackDriver::refresh(device::Time now) {
     events_->noted(line);
   }
   if (changed) events_->topologyChanged(now);
-  // Also a port that has returned unnoticed wants its tap again.
+  // A port that returned unnoticed also needs its tap again.
   restore_ = now;
 }
 

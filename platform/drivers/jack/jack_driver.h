@@ -9,12 +9,13 @@
 
 namespace drivers {
 
-// What a server that does not run is.
+// What openJack does if no server runs.
 enum class Absent { Fails, IsWaitedFor };
 
-// The driver of the server that JACK's own rules choose (JACK_DEFAULT_SERVER). A server that ends is waited for. The
-// text says in a line why there is none; with IsWaitedFor there always is. Waits up to five seconds for the server.
-// JACK's library is told to print nothing. Throws std::system_error when the system has no descriptor left.
+// Returns a driver of the server that JACK's own rules choose (JACK_DEFAULT_SERVER). If the server ends, the driver
+// waits for the next one. With Fails, returns one line that says why there is no driver; with IsWaitedFor there always
+// is one. Blocks for up to five seconds for the server. Makes JACK's library print nothing. Throws std::system_error if
+// the system has no descriptor left.
 std::variant<std::unique_ptr<device::Driver>, std::string> openJack(Absent absent);
 
 }  // namespace drivers

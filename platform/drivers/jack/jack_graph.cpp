@@ -8,7 +8,7 @@
 namespace drivers::jack {
 namespace {
 
-// Takes over an array that JACK has allocated.
+// Copies and frees an array that JACK allocated.
 std::vector<std::string> taken(const char** names) {
   std::vector<std::string> all;
   if (names == nullptr) return all;
@@ -24,7 +24,7 @@ std::vector<JackPort> readPorts(jack_client_t* client, const std::string& ownPre
   for (std::string& name : taken(jack_get_ports(client, nullptr, JACK_DEFAULT_MIDI_TYPE, 0))) {
     if (name.starts_with(ownPrefix)) continue;
     const jack_port_t* port = jack_port_by_name(client, name.c_str());
-    // It may have gone by now.
+    // The port may no longer exist.
     if (port != nullptr) ports.emplace_back(std::move(name), (jack_port_flags(port) & JackPortIsOutput) != 0);
   }
   return ports;

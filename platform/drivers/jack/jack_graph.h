@@ -1,4 +1,4 @@
-// JACK's MIDI ports and connections, as they stand.
+// JACK's MIDI ports and connections as they are now.
 #pragma once
 
 #include <jack/types.h>
@@ -10,14 +10,14 @@
 
 namespace drivers::jack {
 
-// All MIDI ports but those whose names begin with ownPrefix, in JACK's order. Reads shared memory.
+// Returns all MIDI ports except those whose names begin with ownPrefix, in JACK's order. Reads shared memory.
 std::vector<JackPort> readPorts(jack_client_t* client, const std::string& ownPrefix);
 
-// The ports that a port is connected to; none for one that is not there. When a change of the graph is about to take
-// effect, it waits for that, a period.
+// Returns the ports that a port is connected to; none if the port does not exist. If a change of the graph is about to
+// take effect, blocks until then, up to a period.
 std::vector<std::string> connectionsOf(jack_client_t* client, const std::string& port);
 
-// Asks the server.
+// True if the client is connected. Asks the server.
 bool clientRuns(jack_client_t* client, const std::string& name);
 
 }  // namespace drivers::jack

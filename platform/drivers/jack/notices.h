@@ -1,4 +1,4 @@
-// What JACK's notification thread tells the service's thread.
+// Notices from JACK's notification thread to the service's thread.
 #pragma once
 
 #include <mutex>
@@ -10,11 +10,11 @@ namespace drivers::jack {
 
 struct Notice {
   enum class Kind {
-    Ports,         // some have come or gone, or a client has
-    Renamed,       // a port goes on under another name, with its connections
+    Ports,         // ports or a client were added or removed
+    Renamed,       // a port has a new name and keeps its connections
     Connected,     // from source to sink
     Disconnected,  // from source to sink
-    Ended          // the server has gone, or has dropped this client; nothing follows
+    Ended          // the server ended or dropped this client; nothing follows
   };
 
   Kind kind = Kind::Ports;
@@ -22,7 +22,7 @@ struct Notice {
   std::string sink{};
 };
 
-// In the order of happening. From any thread.
+// Notices in order. Thread-safe.
 class NoticeQueue {
  public:
   void add(Notice notice) {

@@ -5,15 +5,15 @@
 
 namespace drivers::jack {
 
-// The JACK library lets its sockets be inherited by every program that the process starts, which would keep them open,
-// and could speak to the server in our name. The system is asked what is open before and after.
+// Programs that the process starts inherit the JACK library's sockets. They would keep them open, and could talk to the
+// server in our name. This class compares what is open before and after.
 class OpenedDescriptors {
  public:
-  // Notes what is open now.
+  // Records what is open now.
   OpenedDescriptors();
 
-  // Has programs that are started from now on not inherit what has been opened since, by any thread. Does nothing where
-  // the system does not tell what is open.
+  // Sets close-on-exec on what any thread has opened since, so that programs started from now on do not inherit it.
+  // Does nothing if the system does not tell what is open.
   void keepToOurselves() const;
 
  private:

@@ -48,7 +48,7 @@ void Outlet::pump() {
     messages_ -= rest[size];
     begin_ += size + 1;
   }
-  // What has gone is taken away only when it is the greater half, so that each byte moves once at most.
+  // Removes what is in the ring only when it is at least half, so that each byte moves at most once.
   if (begin_ < waiting_.size() - begin_) return;
   waiting_.erase(waiting_.begin(), waiting_.begin() + static_cast<std::ptrdiff_t>(begin_));
   begin_ = 0;

@@ -14,12 +14,12 @@ namespace {
 
 constexpr std::size_t PlaybackRingBytes = 4 * Outlet::MaxPiece;
 
-// Whether a message ends with this piece of it.
+// True if a message ends with this piece.
 bool endsMessage(std::uint8_t first, std::uint8_t last) {
   return last == midi::EndOfExclusive || (midi::isStatusByte(first) && first != midi::SystemExclusive);
 }
 
-// Empties it. Answers how many messages ended in it.
+// Empties the ring. Returns how many messages ended in it.
 std::uint64_t messagesIn(SpscRing& ring) {
   std::uint64_t messages = 0;
   std::uint32_t size = 0;
@@ -51,7 +51,7 @@ void PlaybackPorts::processSlot(Slot& slot, jack_port_t* port, jack_nframes_t fr
   void* buffer = jack_port_get_buffer(port, frames);
   if (buffer == nullptr) return;
   jack_midi_clear_buffer(buffer);
-  // A connection that is there now may have come in the middle of this period, too late for who reads.
+  // A connection that exists now may have been made during this period, too late for a reader.
   const bool connected = jack_port_connected(port) > 0;
   if (!connected || !slot.settled.load()) {
     slot.settled.store(connected);
@@ -63,7 +63,7 @@ void PlaybackPorts::processSlot(Slot& slot, jack_port_t* port, jack_nframes_t fr
     slot.ring->peek(0, {reinterpret_cast<std::uint8_t*>(&size), sizeof size});
     const std::size_t left = size - slot.offset;
     const std::size_t room = jack_midi_max_event_size(buffer);
-    // Asking JACK for more than there is would be counted as a loss.
+    // JACK would count a request for more than fits as a loss.
     if (room == 0 || (left > room && left <= most)) return;
     const std::size_t part = std::min(left, room);
     std::uint8_t* event = jack_midi_event_reserve(buffer, 0, part);

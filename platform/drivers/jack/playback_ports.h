@@ -1,4 +1,4 @@
-// Output ports of our own, each connected to one sink of JACK's.
+// Our output ports, each connected to one JACK sink.
 #pragma once
 
 #include <jack/types.h>
@@ -15,42 +15,43 @@
 
 namespace drivers::jack {
 
-// What goes out through one waits in a ring of its own, in pieces (outlet.h): until the port's connection is in effect,
-// and until a period's buffer has room. A piece that no period's buffer has room for is cut.
+// Each port has a ring of its own. What is to be sent waits there, in pieces (outlet.h), until the port's connection is
+// in effect and a period's buffer has room. A piece that is too large for any period's buffer is split.
 class PlaybackPorts {
  public:
   static constexpr std::size_t MaxPorts = 1024;
 
-  // gate: of the process callback; lives longer.
+  // gate: that of the process callback; must outlive this object.
   explicit PlaybackPorts(const ProcessGate& gate);
 
-  // Process callback: fills the buffers of this period. Takes no lock and allocates nothing.
+  // Process callback: fills the buffers of this period. Takes no lock and does not allocate.
   void process(jack_nframes_t frames);
 
-  // Service: makes a port, with an empty ring. Answers its number; nothing when JACK or we have no more of them. Blocks
-  // for a request.
+  // Service: makes a port with an empty ring. Returns its number; nullopt if JACK or this object has no port left.
+  // Blocks for a request.
   std::optional<std::size_t> open(jack_client_t* client);
 
-  // Service: the port of a number that is open, and the ring that is written for it. They live until it is closed.
+  // Service: returns the port with this number, which must be open, or the ring to write to for it. Both live until the
+  // port is closed.
   jack_port_t* port(std::size_t number) const;
   SpscRing& ring(std::size_t number);
 
-  // Service: whether the port's connection was in effect in the last period.
+  // Service: true if the port's connection was in effect in the last period.
   bool settled(std::size_t number) const;
 
-  // Service: whether something waits in the ring.
+  // Service: true if something waits in the ring.
   bool waits(std::size_t number) const;
 
-  // Service: gives the port back, with its connection and what waits in its ring. Answers how many messages that were.
-  // Blocks for a request.
+  // Service: closes the port, with its connection, and drops what waits in its ring. Returns how many messages that
+  // were. Blocks for a request.
   std::uint64_t close(jack_client_t* client, std::size_t number);
 
  private:
   struct Slot {
     std::atomic<jack_port_t*> port{nullptr};
     std::unique_ptr<SpscRing> ring;    // changes only while port is null
-    std::atomic<bool> settled{false};  // the connection was there in the last period already
-    std::size_t offset = 0;            // process callback's: how much of the ring's first piece has gone out
+    std::atomic<bool> settled{false};  // the connection existed in the last period
+    std::size_t offset = 0;            // for the process callback: how much of the ring's first piece has been sent
   };
 
   static void processSlot(Slot& slot, jack_port_t* port, jack_nframes_t frames);

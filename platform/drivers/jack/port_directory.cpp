@@ -33,7 +33,7 @@ std::optional<device::PortId> PortDirectory::place(const std::string& name, devi
   return key == keys_.end() ? std::nullopt : book_.place(key->second, side);
 }
 
-// What is there already keeps its key.
+// A name that is known already keeps its key.
 std::uint64_t PortDirectory::keyOf(const std::string& name, Keys& now) {
   if (const auto known = now.find(name); known != now.end()) return known->second;
   const auto before = keys_.find(name);

@@ -1,4 +1,4 @@
-// JACK's names of ports, and their places.
+// JACK's port names and their places.
 #pragma once
 
 #include <cstdint>
@@ -12,27 +12,27 @@
 
 namespace drivers::jack {
 
-// A MIDI port of JACK's: its full name, CLIENT:PORT, and whether it emits.
+// A MIDI port of JACK: its full name, CLIENT:PORT, and whether it emits.
 using JackPort = std::pair<std::string, bool>;
 
-// Clients are groups, in the order of their ports; a port is known by its full name.
+// Clients are groups, in the order of their ports. A port is identified by its full name.
 class PortDirectory {
  public:
-  // What is there now. Answers whether the topology has changed.
+  // Takes over the ports that exist now. Returns true if the topology has changed.
   bool update(const std::vector<JackPort>& ports);
 
   const device::Topology& topology() const { return book_.topology(); }
 
-  // The name of a port that is there; nothing when none is at this place.
+  // Returns the full name of an existing port; nullopt if there is none at this place.
   std::optional<std::string> name(device::PortId port) const;
 
-  // What a port is called for people: as above, and a port that has gone by the name that it has here.
+  // Returns the name to show to users: the full name, or our own name if the port no longer exists.
   std::string text(device::PortId port) const { return name(port).value_or(topology().name(port)); }
 
-  // Nothing for a name that no port has now.
+  // Returns nullopt if no port has this name now.
   std::optional<device::PortId> place(const std::string& name, device::Side side) const;
 
-  // The names of all clients that have ports now, in order.
+  // Returns the names of all clients that have ports now, in order.
   const std::vector<std::string>& clients() const { return clients_; }
 
  private:
@@ -41,8 +41,8 @@ class PortDirectory {
   std::uint64_t keyOf(const std::string& name, Keys& now);
 
   PortBook book_;
-  Keys keys_;                                             // of all that are there, clients and ports
-  std::unordered_map<std::uint64_t, std::string> names_;  // of all that are there, by key
+  Keys keys_;                                             // of all existing clients and ports
+  std::unordered_map<std::uint64_t, std::string> names_;  // of all existing clients and ports, by key
   std::uint64_t nextKey_ = 0;
   std::vector<std::string> clients_;
 };

@@ -1,4 +1,4 @@
-// Lets one thread know that another has left what it was doing.
+// Lets one thread wait until another has left a section of code.
 #pragma once
 
 #include <atomic>
@@ -8,15 +8,15 @@
 
 namespace drivers::jack {
 
-// Around what the process callback does in one period.
+// Encloses what the process callback does in one period.
 class ProcessGate {
  public:
-  // The process callback's.
+  // For the process callback.
   void enter() { passes_.fetch_add(1); }
   void leave() { passes_.fetch_add(1); }
 
-  // The service's: comes back when a callback that had begun before has ended. So what was taken from its sight before
-  // this is its no more. Blocks for a fraction of a period.
+  // For the service. Blocks until a callback that has begun before has ended, a fraction of a period. After that, the
+  // callback no longer uses what was unpublished before the call.
   void pass() const {
     const std::uint64_t begun = passes_.load();
     if (begun % 2 == 0) return;
@@ -24,7 +24,7 @@ class ProcessGate {
   }
 
  private:
-  std::atomic<std::uint64_t> passes_{0};  // odd: inside
+  std::atomic<std::uint64_t> passes_{0};  // odd: inside the callback
 };
 
 }  // namespace drivers::jack

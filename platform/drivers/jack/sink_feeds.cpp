@@ -19,7 +19,7 @@ constexpr device::Time IdleFor = 10s;
 constexpr device::Time BetweenFeedTries = 1s;
 constexpr auto LastPatience = 1s;
 
-// Senders are held back long before; what comes from other systems cannot be.
+// Senders are held back long before this limit; what comes from other systems cannot be held back.
 constexpr std::size_t MaxWaiting = std::size_t{16} * 1024 * 1024;
 
 }  // namespace
@@ -81,7 +81,7 @@ void SinkFeeds::finish(JackClient& client) {
     }
     if (std::exchange(left, unsentBytes(client)) != left) moved = Clock::now();
   }
-  // What the process callback has put into a period is read in that period, which may not be over.
+  // What the process callback has written for a period is read in that period, which may not be over yet.
   std::this_thread::sleep_for(2 * pause);
 }
 

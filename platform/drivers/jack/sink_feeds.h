@@ -1,4 +1,4 @@
-// What goes out to sinks, and our connections to them.
+// Messages to sinks, and our connections to the sinks.
 #pragma once
 
 #include <cstdint>
@@ -15,26 +15,27 @@
 
 namespace drivers::jack {
 
-// A sink that something goes to has an output port of ours before it, which is given back after ten idle seconds.
+// Each sink that gets messages has an output port of ours, which is closed after ten idle seconds.
 class SinkFeeds {
  public:
-  // bursts: what cannot be sent is counted there; lives longer.
+  // bursts: counts what cannot be sent; must outlive this object.
   explicit SinkFeeds(BurstLog& bursts) : bursts_(bursts) {}
 
-  // Sends the bytes of a message to a sink. What has no room now waits here. Answers whether pump is to be called.
+  // Sends the bytes of a message to a sink. What has no room now waits here. Returns true if pump must be called.
   bool send(JackClient& client, const PortDirectory& ports, device::PortId sink, std::span<const std::uint8_t> bytes,
             device::Time now);
 
-  // Moves on what waits, and gives back what is idle, or whose sink has gone. Answers when it wants to be called again.
+  // Moves on what waits, and closes ports that are idle or whose sink no longer exists. Returns when to call again;
+  // nullopt if no port is open.
   std::optional<device::Time> pump(JackClient& client, const PortDirectory& ports, device::Time now);
 
-  // Sends what waits, here and in the rings, as long as it moves; gives up when nothing has moved for a second. Blocks.
+  // Blocks while it sends what waits, here and in the rings; gives up if nothing has moved for a second.
   void finish(JackClient& client);
 
-  // The client is about to go, and all that waits with it.
+  // Call this before the client is closed. Drops all that waits.
   void clientGone(JackClient& client, device::Time now);
 
-  // Bytes that wait here, beyond those that wait in the rings.
+  // Bytes that wait here, without those in the rings.
   std::size_t waitingBytes() const { return waiting_; }
 
  private:
@@ -46,7 +47,7 @@ class SinkFeeds {
     std::size_t number;
     Outlet outlet;
     device::Time lastUse{0};
-    device::Time lastTry{0};  // to connect it
+    device::Time lastTry{0};  // when it last tried to connect
   };
   using Feeds = std::map<device::PortId, Feed>;
 

@@ -1,4 +1,4 @@
-// Of which sources it is to be told that JACK has gone on without us.
+// The sources for which skipped periods are to be reported.
 #pragma once
 
 #include <map>
@@ -9,19 +9,19 @@
 
 namespace drivers::jack {
 
-// Each source at once, and then once a second at most: on a busy machine periods are skipped all the time.
+// Reports each source at once, and then at most once a second: on a busy machine periods are skipped all the time.
 class SkipNews {
  public:
-  // A period was skipped in which this source was used.
+  // A period was skipped while this source was used.
   void add(device::PortId source) { news_[source].waits = true; }
 
-  // The source is used no more: what still waits of it concerns nobody.
+  // The source is no longer used: drops what waits for it.
   void forget(device::PortId source) { news_.erase(source); }
 
-  // The sources that are due, in order.
+  // Returns the sources that are due, in order.
   std::vector<device::PortId> take(device::Time now);
 
-  // When the next one will be due; nothing when none is waiting. Add first, then take, then ask this.
+  // Returns when the next source is due; nullopt if none waits. Call add first, then take, then this.
   std::optional<device::Time> next() const;
 
  private:

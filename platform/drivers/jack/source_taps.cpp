@@ -56,7 +56,7 @@ bool SourceTaps::take(JackClient& client, device::DriverEvents& events, device::
     if (found == sources_.end()) return;
     const device::PortId source = found->second;
     CaptureReader& reader = taps_.at(source).reader;
-    // A message that is broken ends where another begins, so before that.
+    // A broken message ends where the next one begins, so it is reported first.
     const auto tellLost = [&] {
       if (const auto lost = reader.takeLost(); lost > 0) events.lost(source, lost, now);
     };
@@ -84,7 +84,7 @@ bool SourceTaps::tap(JackClient& client, const std::string& name, device::PortId
     found = taps_.emplace(source, Tap{*number}).first;
     sources_.emplace(*number, source);
   }
-  // A connection that stands already stays.
+  // A connection that exists already stays.
   jack_connect(client.handle(), name.c_str(), jack_port_name(client.capture().port(found->second.number)));
   return true;
 }

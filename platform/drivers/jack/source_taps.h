@@ -1,4 +1,4 @@
-// The sources that somebody wants to see, and our connections to them.
+// The used sources, and our connections to them.
 #pragma once
 
 #include <cstdint>
@@ -16,27 +16,27 @@
 
 namespace drivers::jack {
 
-// Each source that is used and there has an input port of ours behind it.
+// Each source that is used and exists has an input port of ours.
 class SourceTaps {
  public:
-  // A source is used from now on, until the opposite is said; client is null while no server runs. When this returns,
-  // what the source emits from then on will arrive.
+  // Sets whether a source is used. client: null while no server runs. What a used source emits after the return will
+  // arrive.
   void setUsed(JackClient* client, const PortDirectory& ports, device::PortId source, bool used);
 
-  // Makes the connections that are missing, and gives back the ports whose source has gone. Answers a line for the log
-  // when there were too few ports.
+  // Makes missing connections, and closes ports whose source no longer exists. Returns a log line if there were too few
+  // ports, else nullopt.
   std::optional<std::string> restore(JackClient& client, const PortDirectory& ports);
 
-  // The client is about to go, and all connections with it.
+  // Call this before the client is closed, and all connections with it.
   void clientGone(device::DriverEvents& events, device::Time now);
 
-  // JACK has gone on without the client: what the sources emitted meanwhile may be lost.
+  // JACK ran without the client: what the sources emitted meanwhile may be lost.
   void skipped();
 
-  // Tells of it, each source once a second at most. Answers when it wants to be called again.
+  // Reports skipped periods, each source at most once a second. Returns when to call again; nullopt if nothing waits.
   std::optional<device::Time> tellSkipped(device::DriverEvents& events, device::Time now);
 
-  // Tells what has arrived, of about so many bytes of events. Answers whether more is there.
+  // Reports what has arrived, about this many bytes of events. Returns true if more has.
   bool take(JackClient& client, device::DriverEvents& events, device::Time now, std::size_t bytes);
 
  private:
@@ -45,15 +45,15 @@ class SourceTaps {
     CaptureReader reader{};
   };
 
-  // Answers false when there is no port left. JACK may refuse the connection, as it does while the source's client is
-  // not active; restore tries again.
+  // Returns false if there is no port left. JACK may refuse the connection, as it does while the source's client is not
+  // active; restore tries again.
   bool tap(JackClient& client, const std::string& name, device::PortId source);
   void untap(JackClient& client, device::PortId source);
 
   std::set<device::PortId> used_;
   SkipNews skips_;
   std::map<device::PortId, Tap> taps_;
-  std::unordered_map<std::uint32_t, device::PortId> sources_;  // by number of the port
+  std::unordered_map<std::uint32_t, device::PortId> sources_;  // by port number
 };
 
 }  // namespace drivers::jack

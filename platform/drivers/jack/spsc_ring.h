@@ -9,30 +9,30 @@
 
 namespace drivers::jack {
 
-// One thread writes, one thread reads; each only by the operations that are marked as its own. None of them waits,
-// allocates or calls the system.
+// One thread writes and one thread reads; each calls only the operations that are marked as its own. None of them
+// blocks, allocates or makes a system call.
 class SpscRing {
  public:
-  // Room for at least so many bytes.
+  // Has room for at least this many bytes.
   explicit SpscRing(std::size_t bytes);
 
-  // Writer: appends head and body together, or nothing when they do not fit. Answers whether they did.
+  // Writer: appends head and body together, or nothing if they do not fit. Returns whether they fit.
   bool push(std::span<const std::uint8_t> head, std::span<const std::uint8_t> body);
 
-  // How many bytes are there: for the reader at least so many, for the writer at most.
+  // Returns how many bytes the ring holds: a lower bound for the reader, an upper bound for the writer.
   std::size_t size() const;
 
-  // Reader: copies the bytes that stand `from` bytes behind the first, without taking them away. They must be there.
+  // Reader: copies the bytes at offset `from` without removing them. The ring must hold them.
   void peek(std::size_t from, std::span<std::uint8_t> into) const;
 
-  // Reader: takes away the first bytes, which must be there.
+  // Reader: removes the first bytes. The ring must hold them.
   void drop(std::size_t bytes);
 
  private:
   void put(std::size_t at, std::span<const std::uint8_t> bytes);
 
-  std::vector<std::uint8_t> bytes_;  // a power of two of them
-  // Counted up for ever; on lines of their own, so that the two threads do not disturb each other's.
+  std::vector<std::uint8_t> bytes_;  // size is a power of two
+  // Only ever incremented. On cache lines of their own, so that the two threads do not slow each other down.
   alignas(64) std::atomic<std::size_t> written_{0};
   alignas(64) std::atomic<std::size_t> read_{0};
 };

@@ -1,13 +1,13 @@
-// For what JACK calls from its threads.
+// For callbacks that JACK runs on its threads.
 #pragma once
 
 #include <pthread.h>
 
 namespace drivers::jack {
 
-// Does work that is not cut short. JACK cancels its threads wherever they are when a client is closed: what they hold
-// would be held for ever, and C++ has no way out of the middle of a function, so that the program would end. With this
-// they end after the work. Costs no lock and no memory.
+// Runs work without thread cancellation. When a client is closed, JACK cancels its threads wherever they are: locks
+// that they hold would stay locked, and C++ cannot leave a function in the middle, so the program would end. With this
+// they end after the work. Takes no lock and does not allocate.
 template <class Work>
 void uncancelled(Work work) {
   int before = PTHREAD_CANCEL_ENABLE;
