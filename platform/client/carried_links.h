@@ -1,4 +1,4 @@
-// The connections that a service carries, beyond its end.
+// The connections that a service carried before it ended.
 #pragma once
 
 #include <optional>
@@ -11,16 +11,17 @@
 
 namespace client {
 
-// What stands between two systems is made by the service and ends with it. This remembers what stood there, by the
-// names of the ports, so that somebody can be told what a service that is back has lost.
+// Connections between two systems are made by the service and end with it. This class remembers them by the names of
+// their ports, so that the client can report what a service that is back has lost.
 class CarriedLinks {
  public:
-  // The service has gone; mirror is what is known of its connections, topology where their ports are.
+  // Call when the service is gone. mirror: the known connections; topology: where their ports are.
   void keep(const LinkMirror& mirror, const wire::Topology& topology);
 
   bool empty() const { return links_.empty(); }
 
-  // The service is back with these. Answers what there is to say of those that do not stand, and forgets them.
+  // Call when the service is back with these connections. Returns a line that says which remembered connections no
+  // longer exist, nullopt if none is lost. Forgets them all.
   std::optional<std::string> compare(const wire::Links& links, const wire::Topology& topology);
 
  private:

@@ -17,24 +17,25 @@
 
 namespace client {
 
-// Which group name has which id. A name keeps its id, and an id its name, as long as anybody holds the id. So several
-// lists of groups, made one after the other or of several services, agree about what an id is called. Thread-safe.
+// Maps group names to ids. While anybody holds an id, the id keeps its name and the name keeps its id. So several lists
+// of groups, made one after the other or from several services, agree on the name of an id. Thread-safe.
 class GroupIds {
  public:
-  // Told of each id that gets a name, and of each that has none any more (then it is empty). Called under a lock.
+  // Called for each id that gets a name, and for each id that no longer has one (with an empty name). Runs under a
+  // lock.
   using Publish = std::function<void(std::uint16_t id, const std::string& name)>;
 
   explicit GroupIds(Publish publish = nullptr) : publish_(std::move(publish)) {}
 
-  // Gives each group of a topology its id and holds it: the one that the group asks for, if no other name has it; else
-  // the one that its name has already, the first of several; else the lowest that is free. Groups that find none are
-  // taken out.
+  // Gives each group of a topology its id and holds it: the id that the group asks for, if no other name has it; else
+  // the id that its name already has, the first of several; else the lowest free id. Groups for which no id is free are
+  // removed.
   void enter(wire::Topology& topology);
 
-  // The same for a group that has come later. Nothing: no id is free.
+  // The same for a group that was added later. Returns nullopt if no id is free.
   std::optional<std::uint16_t> enter(const wire::TopologyGroup& group);
 
-  // Gives an id back that enter has given.
+  // Releases an id that enter has given.
   void leave(std::uint16_t id);
 
  private:
@@ -49,17 +50,17 @@ class GroupIds {
 
   std::mutex mutex_;
   Publish publish_;
-  std::map<std::uint16_t, Entry> entries_;                              // those that are held
-  std::unordered_map<std::string, std::vector<std::uint16_t>> byName_;  // in the order of giving
+  std::map<std::uint16_t, Entry> entries_;                              // the held ids
+  std::unordered_map<std::string, std::vector<std::uint16_t>> byName_;  // in the order in which they were given
 };
 
-// Those of this process, whose names stand in StrmSrv::GroupNameTable.
+// The ids of this process. StrmSrv::GroupNameTable holds their names.
 GroupIds& groupIdsOfThisProcess();
 
-// Ids that are given back when this goes.
+// Ids that are released on destruction.
 class HeldGroupIds {
  public:
-  // ids: lives longer.
+  // ids must outlive this object.
   explicit HeldGroupIds(GroupIds& ids) : ids_(ids) {}
   HeldGroupIds(const HeldGroupIds&) = delete;
   HeldGroupIds& operator=(const HeldGroupIds&) = delete;
@@ -83,7 +84,7 @@ class HeldGroupIds {
   std::vector<std::uint16_t> held_;
 };
 
-// The topology with the ids that its groups have in a process that has seen no others.
+// The topology with the ids that its groups have in a process that knows no other groups.
 wire::Topology withGroupIds(wire::Topology topology);
 
 }  // namespace client

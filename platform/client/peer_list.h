@@ -13,25 +13,25 @@
 
 namespace client {
 
-// Ports in the order of adding, none twice. To take one away costs the same however many there are. No port has the
-// index 65535.
+// Ports in the order of adding, without duplicates. Removing one takes the same time however many there are. No port
+// has the index 65535.
 class PeerList {
  public:
   void add(ServicePort port);
 
-  // Takes a port away, if it stands.
+  // Removes a port if it is in the list.
   void remove(ServicePort port);
 
   bool empty() const { return ports_.size() == gapCount(); }
 
-  // All of them. Costs as much as copying them. Valid until the next change.
+  // All ports. Costs as much as copying them. Valid until the next change.
   std::span<const ServicePort> all();
 
  private:
-  // Where the ports stand, once a list is long and loses some.
+  // The position of each port, once a list is long and loses some.
   struct Places {
     std::unordered_map<ServicePort, std::size_t, ServicePortHash> of;
-    std::size_t gaps = 0;  // left by those that were taken away
+    std::size_t gaps = 0;  // left by removed ports
   };
 
   std::size_t gapCount() const { return places_ ? places_->gaps : 0; }

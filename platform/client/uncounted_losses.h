@@ -1,4 +1,4 @@
-// Losses of unknown size, told seldom.
+// Losses of unknown size, reported at intervals.
 #pragma once
 
 #include <chrono>
@@ -9,21 +9,21 @@
 
 namespace client {
 
-// A system that is late loses something unknown time after time, and each line goes across what the user reads. So a
-// line comes at once, and then every ten seconds at most, with the sum. One thread at a time.
+// A system that is late loses an unknown number of messages time after time, and each line disturbs what the user
+// reads. So the first loss is reported at once, later ones as a sum at most every ten seconds. Not thread-safe.
 class UncountedLosses {
  public:
-  // tell: takes how many times something was lost, 1 at least. It must outlive this, and not throw.
+  // tell: gets how many times something was lost, at least 1. It must outlive this object and must not throw.
   explicit UncountedLosses(std::function<void(std::uint64_t times)> tell) : tell_(std::move(tell)) {}
   UncountedLosses(const UncountedLosses&) = delete;
   UncountedLosses& operator=(const UncountedLosses&) = delete;
 
-  // Tells what is left.
+  // Reports what is left.
   ~UncountedLosses() { say(news_.takeAll(times_, {})); }
 
   void add() { ++times_; }
 
-  // Tells what is due at now.
+  // Reports what is due at this time.
   void advance(std::chrono::nanoseconds now) {
     if (times_ > 0) say(news_.take(times_, now));
   }
