@@ -11,7 +11,7 @@
 namespace streamctl {
 namespace {
 
-// No endpoint that this build refuses.
+// Names no endpoint that this build refuses.
 #ifdef FLOWSCOPE_HAVE_JACK
 constexpr std::string_view Advice = "start streamd, or give --endpoint embedded:jack while a JACK server runs";
 #else
@@ -28,7 +28,7 @@ ServicePlace placeToLook(const std::optional<std::string>& given) {
 }
 
 ServicePlace placeOfStreamd(ServicePlace place) {
-  // Of those that are tried by default, it is the first.
+  // The well-known local socket is the first of the default endpoints.
   place.endpoints.resize(1);
   place.isDefault = false;
   place.advice = "start streamd";
