@@ -14,7 +14,7 @@ constexpr const char* Disconnect = "dis /Midi/Source";
 // The time for line; undo then restores the state before it.
 void runPairs(benchmark::State& state, const char* line, const char* undo) {
   Console console(static_cast<int>(2 * state.range(0)), "/dev/null");
-  // The device starts with connections.
+  // The device starts with connections of its own.
   console.run(Disconnect);
   if (line != Connect) console.run(undo);
   for (auto _ : state) {

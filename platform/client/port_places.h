@@ -16,9 +16,9 @@
 
 namespace client {
 
-// The ports of a device by places: group ids and indices that stay the same whatever the service calls the ports.
-// Another service has other handles, and so has a group that comes back after a long time; their ports are found again
-// by name. A place has the service's own index until another port has that index.
+// The ports of a device by places: group ids and indices that stay the same whatever the service calls the ports. A
+// restarted service has other handles, and so has a group that comes back after a long time; their ports are found
+// again by name. A place has the service's own index until another port has that index.
 class PortPlaces {
  public:
   // Returns the id for an unknown group; nullopt to leave it unknown.

@@ -10,8 +10,8 @@
 
 namespace streamctl {
 
-// The whole word as a number in this base; nullopt if it is not a number, is unsigned with a sign in front, or does not
-// fit.
+// The whole word as a number in this base; nullopt if it is not a number, has a sign although the type is unsigned, or
+// does not fit.
 template <class Number>
 std::optional<Number> parseNumber(std::string_view word, int base = 10) {
   Number value{};

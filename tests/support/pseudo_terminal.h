@@ -44,7 +44,7 @@ class PseudoTerminal {
   void resize(WindowSize size);
   void signal(int number) { child_->signal(number); }
 
-  // Everything that the program has written and read() has read, from the start.
+  // Everything that the program has written and this object has read, from the start.
   const std::string& output() const { return output_; }
 
   // Waits for more output and appends it to output(). Returns false if there was none before the deadline, or if the
