@@ -1,8 +1,8 @@
-// What the service and its clients are measured against: the same hops over bare ZeroMQ, and a bare start.
+// What the service and its clients are compared with: the same hops over bare ZeroMQ, and a bare start.
 //
-//   bare_peer relay IN OUT   passes every message on
+//   bare_peer relay IN OUT   forwards every message
 //   bare_peer print IN       prints a line for every message, as the console does, and flushes when none waits
-//   bare_peer start          makes a ZeroMQ context and a thread, shows a prompt, and ends with its input
+//   bare_peer start          makes a ZeroMQ context and a thread, prints a prompt, and ends when its input ends
 #include <array>
 #include <cstdint>
 #include <cstdio>

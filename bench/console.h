@@ -15,7 +15,7 @@
 
 namespace bench {
 
-// An interactive shell on a device of so many ports, writing to a file. write: makes the device file.
+// An interactive shell on a device with this many ports, writing to a file. write makes the device file.
 class Console {
  public:
   using WriteDevice = std::filesystem::path (*)(const std::filesystem::path& folder, int ports);

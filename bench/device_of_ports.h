@@ -9,7 +9,7 @@ namespace bench {
 
 inline constexpr int Groups = 100;
 
-// Removed with what it holds when the object goes.
+// A folder that is removed with its content on destruction.
 class TemporaryFolder {
  public:
   explicit TemporaryFolder(const std::filesystem::path& below) {
@@ -54,12 +54,11 @@ inline std::filesystem::path writeOneGroup(const std::filesystem::path& folder, 
   return file;
 }
 
-// How many nodes stand below the root when everything was listed: the three types, two sides, the groups on each side,
+// The number of nodes below the root after everything was listed: the three types, two sides, the groups on each side,
 // and for each port itself, the group and the port that it is connected to.
 inline int nodesOf(int ports) { return 3 + 2 + 2 * Groups + 3 * ports; }
 
-// The same tree as folders and files: sides, groups, ports, and below each port the group and the port it is connected
-// to.
+// The same tree as folders and files: sides, groups, ports, and below each port its peer's group and its peer.
 inline void makeFolders(const std::filesystem::path& root, int ports) {
   const int perSide = ports / Groups / 2;
   for (const bool source : {true, false}) {

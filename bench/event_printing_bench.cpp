@@ -1,5 +1,5 @@
-// Event data to text: what the console makes of full events of note messages, beside a bare loop that formats the
-// same text with snprintf and writes it with fwrite to the same stream.
+// Event data to text: full events of note messages in the console, compared with a bare loop that formats the same text
+// with snprintf and writes it with fwrite to the same stream.
 #include <benchmark/benchmark.h>
 
 #include <array>

@@ -1,5 +1,6 @@
-// How much of a stream of a JACK client arrives in a traffic file of the console and in the output of jack_midi_dump,
-// what it costs each, and how soon each shows a message. Prints tables and judges nothing; a server of its own.
+// How much of a JACK client's stream arrives in a traffic file of the console and in the output of jack_midi_dump, how
+// much processor time each needs, and how soon each shows a message. Prints tables without a verdict. Runs its own
+// server.
 #include <fcntl.h>
 #include <jack/jack.h>
 #include <jack/midiport.h>
@@ -56,7 +57,7 @@ class Source {
   Source& operator=(const Source&) = delete;
   ~Source() { jack_client_close(client_); }
 
-  // perSecond 0: as many as each period takes.
+  // perSecond 0: as many as fit into each period.
   void emit(std::uint32_t count, std::uint32_t perSecond) {
     perSecond_ = perSecond;
     left_ = count;
@@ -94,7 +95,7 @@ class Source {
   std::atomic<std::uint32_t> left_{0};
   std::atomic<std::uint32_t> perSecond_{0};
   std::atomic<Clock::rep> emittedAt_{0};
-  double owed_ = 0;  // of the process callback
+  double owed_ = 0;  // used by the process callback only
 };
 
 // User and system time of a process, in seconds.

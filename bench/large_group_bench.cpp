@@ -1,6 +1,6 @@
 // Commands on all ports of one group. The argument is the number of its sources, and of its sinks; "port" is the time
-// for one of them, "pair" that for one pair of a source and a sink. Costs that do not grow with the square show in
-// figures that stay alike from one size to the next, and in what is printed behind the last size.
+// for one of them, "pair" the time for one pair of a source and a sink. Costs that do not grow quadratically show in
+// figures that stay the same from size to size, and in what is printed after the last size.
 #include <benchmark/benchmark.h>
 
 #include <string>
@@ -24,7 +24,7 @@ void show(benchmark::State& state, const char* what, double count) {
   state.SetComplexityN(state.range(0));
 }
 
-// The time for line; before and after it, untimed, what makes the device ready and as it was.
+// The time for line. before and after are not timed: they prepare the device and restore it.
 void runLines(benchmark::State& state, const std::string& before, const std::string& line, const std::string& after) {
   Console console = consoleOf(state);
   for (auto _ : state) {
@@ -60,7 +60,7 @@ void longPath(benchmark::State& state) {
   runLines(state, "", path + "GOut1", "");
 }
 
-// Every source with every sink: here the number of pairs says what it must cost.
+// Every source with every sink: here the cost must grow with the number of pairs.
 void connectEachPair(benchmark::State& state) {
   Console console = consoleOf(state);
   for (auto _ : state) {
@@ -72,7 +72,7 @@ void connectEachPair(benchmark::State& state) {
   show(state, "pair", static_cast<double>(state.range(0) * state.range(0)));
 }
 
-// The same with pairs that cannot be: only the lines are printed.
+// The same with pairs that cannot be connected: it only prints lines.
 void refuseEachPair(benchmark::State& state) {
   Console console = consoleOf(state);
   for (auto _ : state) console.run("con /Midi/Source/G/* /Midi/Source/G/*");
@@ -98,7 +98,7 @@ BENCHMARK(disconnectFromOneSink)->Name("large_group/dis G* from GIn1")->Apply(si
 BENCHMARK(disconnectNothing)->Name("large_group/dis G* without connections")->Apply(sizes);
 BENCHMARK(attachPattern)->Name("large_group/cat G*")->Apply(sizes);
 BENCHMARK(attachBelow)->Name("large_group/cat in G")->Apply(sizes);
-// Attaching for it takes a hundred times as long.
+// The untimed attaching takes a hundred times as long.
 BENCHMARK(detachAll)->Name("large_group/end")->Apply(sizes)->Iterations(5);
 BENCHMARK(listPattern)->Name("large_group/ls G*")->Apply(sizes);
 BENCHMARK(listConnected)->Name("large_group/ls G* with connections")->Apply(sizes);

@@ -1,5 +1,5 @@
-// Connecting and disconnecting many ports, pair by pair over the library and its service. The argument is the number of
-// pairs; "pair" is the time for one of them.
+// Connecting and disconnecting many ports, pair by pair, through the library and its service. The argument is the
+// number of pairs; "pair" is the time for one of them.
 #include <benchmark/benchmark.h>
 
 #include "bench/console.h"
@@ -11,10 +11,10 @@ using bench::Console;
 constexpr const char* Connect = "con /Midi/Source /Midi/Sink";
 constexpr const char* Disconnect = "dis /Midi/Source";
 
-// The time for line; then undo brings back what was before.
+// The time for line; undo then restores the state before it.
 void runPairs(benchmark::State& state, const char* line, const char* undo) {
   Console console(static_cast<int>(2 * state.range(0)), "/dev/null");
-  // The device begins with connections of its own.
+  // The device starts with connections of its own.
   console.run(Disconnect);
   if (line != Connect) console.run(undo);
   for (auto _ : state) {

@@ -31,7 +31,7 @@ inline testsupport::Command commandOf(const std::string& program, std::vector<st
   return command;
 }
 
-// Reads until text stands behind position in the output; the place behind it.
+// Reads until the output contains text after position. Returns the position behind it.
 inline std::size_t readUntil(testsupport::PseudoTerminal& terminal, std::string_view text, std::size_t position = 0) {
   const testsupport::Deadline deadline(Patience);
   for (;;) {
@@ -49,7 +49,7 @@ class PipedChild {
   PipedChild& operator=(const PipedChild&) = delete;
   ~PipedChild() { close(ends_[0]); }
 
-  // Blocks until so many lines have come.
+  // Blocks until this many lines have been read.
   void readLines(std::size_t count) {
     while (count > 0) {
       const ssize_t size = read(ends_[0], buffer_.data(), buffer_.size());
@@ -82,7 +82,7 @@ inline double residentMiB(pid_t process) {
   return resident * static_cast<double>(sysconf(_SC_PAGESIZE)) / (1 << 20);
 }
 
-// The time that all threads of a process have run, in seconds.
+// The processor time of all threads of a process, in seconds.
 inline double cpuSeconds(pid_t process) {
   double nanoseconds = 0;
   for (const auto& task : std::filesystem::directory_iterator("/proc/" + std::to_string(process) + "/task")) {

@@ -1,5 +1,5 @@
-// A million messages from the file of one console into the file of another, through streamd, beside cat of the same
-// bytes through two pipes.
+// A million messages from a file through one console, streamd and another console into a file, compared with cat of the
+// same bytes through two pipes.
 #include <benchmark/benchmark.h>
 #include <fcntl.h>
 #include <unistd.h>
@@ -46,7 +46,7 @@ std::string textOf(const std::filesystem::path& file) {
 
 double seconds(Clock::duration duration) { return std::chrono::duration<double>(duration).count(); }
 
-// A console that takes its lines from a pipe and shows nothing.
+// A console that reads its lines from a pipe and prints nothing.
 class PipedConsole {
  public:
   PipedConsole(const std::string& endpoint, const std::string& line) {

@@ -1,5 +1,6 @@
-// A console on streamd, beside bare programs on the same hops. Each benchmark measures both in turn; the counters are
-// what is measured and "ratio", of ours to the bare one (latency and start: smaller is better; throughput: larger).
+// A console on streamd, compared with bare programs on the same hops. Each benchmark measures both in turn; the
+// counters are the measured values and "ratio", ours to the bare one (latency and start: smaller is better; throughput:
+// larger).
 #include <benchmark/benchmark.h>
 
 #include <algorithm>
@@ -31,7 +32,7 @@ double percentile(std::vector<double> values, double part) {
   return values.at(static_cast<std::size_t>(part * static_cast<double>(values.size() - 1)));
 }
 
-// The service with a device that is silent, and somebody who injects.
+// The service with a silent device, and a client that injects messages.
 class Service {
  public:
   Service() { control_.greet("bench", client::Deadline(client::AnswerTime)); }
@@ -64,7 +65,7 @@ class Service {
   client::ControlChannel control_{connection_.context(), connection_.address()};
 };
 
-// A relay, and somebody who sends through it.
+// A relay, and a sender that sends through it.
 class BareRelay {
  public:
   BareRelay() { sender_.connect(in()); }
@@ -84,7 +85,7 @@ class BareRelay {
 
 const std::vector<std::uint8_t> Note{0x90, 0x3C, 0x40};
 
-// From the call that sends to the line on the terminal.
+// The time from the send call to the line on the terminal.
 template <class Send>
 double latency(testsupport::PseudoTerminal& terminal, Send send) {
   const std::size_t before = terminal.output().size();
@@ -166,7 +167,7 @@ void injectToWatch(benchmark::State& state) {
 }
 BENCHMARK(injectToWatch)->Name("service/inject to watch")->Iterations(1)->Unit(benchmark::kMillisecond);
 
-// From the start of a program on a terminal to its prompt.
+// The time from the start of a program on a terminal to its prompt.
 double timeToPrompt(const testsupport::Command& command, std::string_view prompt) {
   const auto start = Clock::now();
   testsupport::PseudoTerminal terminal(command, {});
@@ -188,7 +189,7 @@ void showStart(benchmark::State& state, const std::vector<double>& ours, const s
   state.counters["ratio"] = percentile(ours, 0.5) / percentile(bare, 0.5);
 }
 
-// The argument: 1 with a streamd, 0 with the service embedded.
+// The benchmark's argument: 1 with a streamd, 0 with the service embedded.
 std::string endpointFor(const benchmark::State& state, const Service& service) {
   return state.range(0) == 1 ? service.endpoint() : "embedded:";
 }

@@ -1,6 +1,6 @@
-// Listing, patterns and completion on devices of 1,000 to 100,000 ports, beside GNU find over folders of the same names
-// and cat of the same output. The argument is the number of ports; "port" is the time for one of them, "node" the
-// resident memory for one node of the tree. docs/performance.md says what the figures mean.
+// Listing, patterns and completion on devices of 1,000 to 100,000 ports, compared with GNU find over folders of the
+// same names and cat of the same output. The argument is the number of ports; "port" is the time for one of them,
+// "node" the resident memory for one node of the tree. docs/performance.md says what the figures mean.
 #include <benchmark/benchmark.h>
 
 #include <cstdlib>
@@ -20,7 +20,7 @@ void showPerPort(benchmark::State& state) {
                                               benchmark::Counter::kIsRate | benchmark::Counter::kInvert);
 }
 
-// A console that has listed the place before, as a user's usually has.
+// A console that has listed this path before, like a typical user's.
 void runLines(benchmark::State& state, const char* line) {
   Console console(static_cast<int>(state.range(0)), "/dev/null");
   console.run(line);
@@ -28,7 +28,7 @@ void runLines(benchmark::State& state, const char* line) {
   showPerPort(state);
 }
 
-// The first listing of a console fetches all connections and makes the nodes for them.
+// The first listing of a console fetches all connections and makes their nodes.
 void firstWholeTree(benchmark::State& state) {
   for (auto _ : state) {
     state.PauseTiming();
@@ -83,7 +83,7 @@ void catOfTheOutput(benchmark::State& state) {
   runCommand(state, "cat " + listing + " | cat >/dev/null");
 }
 
-// The most that the program itself, with its service, had resident while it listed everything.
+// The peak resident memory of the program with its service while it lists everything.
 void residentMemory(benchmark::State& state) {
   const bench::TemporaryFolder folder("/tmp");
   const int ports = static_cast<int>(state.range(0));

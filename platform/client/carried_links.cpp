@@ -12,7 +12,7 @@ class Names {
     for (const wire::TopologyGroup& group : topology.groups) groups_.emplace(group.handle, &group);
   }
 
-  // Nothing for a port that is not there.
+  // Returns nullopt if the port does not exist.
   std::optional<std::string> name(ServicePort port, bool sink) const {
     const auto found = groups_.find(port.group);
     if (found == groups_.end()) return std::nullopt;

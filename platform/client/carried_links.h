@@ -1,4 +1,4 @@
-// The connections that a service has carried between two systems.
+// The connections that a service carried before it ended.
 #pragma once
 
 #include <optional>
@@ -11,17 +11,17 @@
 
 namespace client {
 
-// A connection between two systems ends with the service that carries it. This remembers such connections by the names
-// of their ports, so that the user can be told which of them a service has lost when it is back.
+// Connections between two systems are made by the service and end with it. This class remembers them by the names of
+// their ports, so that the client can report what a service that is back has lost.
 class CarriedLinks {
  public:
-  // The service has gone. Remembers what it carried: mirror has its connections, topology the names of their ports.
+  // Call when the service is gone. mirror: the known connections; topology: where their ports are.
   void keep(const LinkMirror& mirror, const wire::Topology& topology);
 
   bool empty() const { return links_.empty(); }
 
-  // The service is back with these connections. Returns the line that names those it has lost, nullopt when it has lost
-  // none, and forgets them.
+  // Call when the service is back with these connections. Returns a line that says which remembered connections no
+  // longer exist, nullopt if none is lost. Forgets them all.
   std::optional<std::string> compare(const wire::Links& links, const wire::Topology& topology);
 
  private:

@@ -15,14 +15,14 @@
 namespace client {
 namespace {
 
-// The running services of this process, by the word for their device.
+// The running services of this process, by the device part of their endpoint.
 struct Running {
   std::mutex mutex;
   std::map<std::string, std::weak_ptr<host::EmbeddedService>, std::less<>> services;
 };
 
 Running& running() {
-  // Never destroyed, because managers may still come and go while the process ends.
+  // Never destroyed: managers may still be created and destroyed while the process ends.
   static auto* const instance = new Running;
   return *instance;
 }
@@ -32,10 +32,10 @@ bool isSystem(std::string_view device) {
   return entry != nullptr && entry->isSystem;
 }
 
-// The service on this device (see drivers::openDevice), or the cause why there is none.
+// Returns the service on this device (see drivers::openDevice), or why there is none.
 std::variant<Connection, ConnectionProblem> openEmbedded(const std::string& device) {
   try {
-    // Held while a service starts, so that two who come at once share one.
+    // Locked while a service starts, so that two threads that open it at the same time share one.
     const std::lock_guard guard(running().mutex);
     auto& known = running().services[device];
     if (const auto service = known.lock()) return Connection(service);

@@ -1,4 +1,4 @@
-// The way to a service.
+// How to reach a service.
 #pragma once
 
 #include <cstdint>
@@ -13,29 +13,28 @@
 
 namespace client {
 
-// A ZeroMQ address and the context in which it means something. Whatever is at the other end, the sockets are the
-// same.
+// A ZeroMQ address and the context in which it is valid. The sockets are the same for every kind of service.
 class Connection {
  public:
-  // To whoever listens at a ZeroMQ address of the context.
+  // For a service at a ZeroMQ address of the context.
   Connection(std::shared_ptr<zmq::context_t> context, std::string address)
       : context_(std::move(context)), address_(std::move(address)) {}
 
-  // To a service of this process, which lives as long as the connection.
+  // For a service of this process. The connection keeps it alive.
   explicit Connection(const std::shared_ptr<host::EmbeddedService>& service);
 
-  // To the service of another process; does not connect yet. Throws zmq::error_t when the system gives no sockets.
+  // For the service of another process; does not connect yet. Throws zmq::error_t if the system gives no sockets.
   explicit Connection(const LocalEndpoint& endpoint);
 
-  // Valid as long as the connection; sockets must be closed before it goes.
+  // Valid as long as the connection. Close all sockets before the connection is destroyed.
   zmq::context_t& context() const { return *context_; }
   const std::string& address() const { return address_; }
 
-  // True for a service that may go and come back: one of another process.
+  // True if the service may end and come back: one in another process.
   bool mayReturn() const { return !socketPath_.empty(); }
 
-  // Why nobody can be reached there now, as an errno; 0 when somebody listens, and always in this process. Does not
-  // wait. Somebody who listens need not answer.
+  // Returns why the service cannot be reached now, as an errno; 0 if something listens there, and always 0 within this
+  // process. Does not block. A listener need not answer.
   int whyUnreachable() const;
 
  private:
@@ -44,17 +43,18 @@ class Connection {
   std::string socketPath_;  // empty in this process
 };
 
-// Why there is no connection.
+// Why a connection failed.
 struct ConnectionProblem {
   std::string cause;
-  bool nobodyThere = false;  // a local socket at which nobody listens, a system that is not there
+  bool nobodyThere = false;  // nothing listens at the local socket, or the system does not run
 };
 
-// Finds or starts the service that endpoint names (see parseEndpoint). Services of this process are shared by all who
-// name the same endpoint; the first starts it, the last one's leaving ends it. Any thread; blocks for the disk.
+// Finds or starts the service that endpoint names (see parseEndpoint). Connections of this process to the same embedded
+// endpoint share one service: the first connection starts it, and it ends with the last one. Thread-safe. Blocks for
+// disk access.
 std::variant<Connection, ConnectionProblem> openConnection(const std::string& endpoint, std::uint32_t behaviour);
 
-// From now on, and as long as service lives, endpoint names this service of this process.
+// Makes endpoint name this service of this process, as long as the service lives.
 void shareService(const std::string& endpoint, const std::shared_ptr<host::EmbeddedService>& service);
 
 }  // namespace client

@@ -27,7 +27,7 @@ bool ControlChannel::inject(const std::string& port, std::vector<wire::InjectIte
 bool ControlChannel::finish() { return waitForRoom(0, Patience::TwoSeconds) && !refusal_; }
 
 bool ControlChannel::handOver(const wire::Body& message, Patience patience) {
-  // Looking for news costs as much as sending, so it is done when half of the window is used up.
+  // Reading costs as much as sending, so it is done only when half of the window is used up.
   if (sent_ - taken_ >= (window_ + 1) / 2) takeIn(0);
   if (forgotten_ || window_ == 0 || !waitForRoom(window_ - 1, patience) || !dealer_.send(0, message)) return false;
   ++sent_;
@@ -75,7 +75,7 @@ std::optional<wire::Body> ControlChannel::takeIn(std::uint32_t tag) {
       if (taken->count <= sent_) taken_ = std::max(taken_, taken->count);
       heard_ = true;
     } else if (tag != 0 && envelope->tag == tag) {
-      // Answers to questions that nobody waits for any more have older tags.
+      // Answers to requests that have timed out have older tags.
       answer = std::move(envelope->body);
     }
   }

@@ -7,7 +7,7 @@
 
 namespace client {
 
-// How long a service has for an answer, and how long a manager may take to come or to go.
+// The timeout for an answer of the service, and for the construction or destruction of a manager.
 inline constexpr std::chrono::milliseconds AnswerTime{2000};
 
 class Deadline {
@@ -16,7 +16,7 @@ class Deadline {
 
   bool passed() const { return std::chrono::steady_clock::now() >= end_; }
 
-  // What is left, rounded up; 0 when it has passed.
+  // The time left, rounded up; 0 if the deadline has passed.
   std::chrono::milliseconds left() const {
     const auto rest = std::chrono::ceil<std::chrono::milliseconds>(end_ - std::chrono::steady_clock::now());
     return std::clamp(rest, std::chrono::milliseconds(0), std::chrono::milliseconds(std::numeric_limits<int>::max()));

@@ -8,7 +8,7 @@
 namespace client {
 namespace {
 
-// Above all windows together, on either side of the socket.
+// Above the sum of all windows, on both sides of the socket.
 constexpr int HighWaterMark = 32'768;
 
 }  // namespace
@@ -19,11 +19,11 @@ Dealer::Dealer(zmq::context_t& context, const std::string& address) : socket_(co
   }
   socket_.set(zmq::sockopt::sndhwm, HighWaterMark);
   socket_.set(zmq::sockopt::rcvhwm, HighWaterMark);
-  // Who has something to deliver says goodbye and waits for the answer.
+  // A client with messages to deliver sends Goodbye and waits for the answer.
   socket_.set(zmq::sockopt::linger, 0);
-  // A service that comes back does not know this client; who uses the socket then begins anew, with another one.
+  // A service that comes back does not know this client, so the caller connects anew with another socket.
   socket_.set(zmq::sockopt::reconnect_ivl, -1);
-  // Not zmq::socket_t::connect: a signal is no exception here.
+  // Not zmq::socket_t::connect, which throws when a signal interrupts it.
   if (sys::throughSignals([&] { return zmq_connect(socket_.handle(), address.c_str()); }) < 0) throw zmq::error_t();
 }
 
@@ -45,10 +45,10 @@ Dealer::Wait Dealer::wait(const Deadline& deadline) {
   const auto time = closed_ ? 0 : static_cast<long>(deadline.left().count());
   const int ready = zmq_poll(items.data(), monitor_ ? 2 : 1, time);
   if (ready < 0 && errno == EINTR) return Wait::Interrupted;
-  // What arrived before the end comes first.
+  // Messages that arrived before the end come first.
   if (items[0].revents != 0) return Wait::Ready;
   if (!closed()) return Wait::Over;
-  // It may have come between the looks at the two sockets.
+  // A message may have arrived between the polls of the two sockets.
   return zmq_poll(items.data(), 1, 0) > 0 ? Wait::Ready : Wait::Closed;
 }
 

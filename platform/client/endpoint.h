@@ -1,4 +1,4 @@
-// Where a service is to be found, in words.
+// Endpoints: the text that says where a service is.
 #pragma once
 
 #include <cstdint>
@@ -16,13 +16,13 @@ struct EmbeddedEndpoint {
   friend bool operator==(const EmbeddedEndpoint&, const EmbeddedEndpoint&) = default;
 };
 
-// A service of another process, which listens at this path.
+// A service of another process that listens at this path.
 struct LocalEndpoint {
   std::string path;
   friend bool operator==(const LocalEndpoint&, const LocalEndpoint&) = default;
 };
 
-// No service, and why.
+// The endpoint is not usable, and why.
 struct NoEndpoint {
   std::string cause;
   friend bool operator==(const NoEndpoint&, const NoEndpoint&) = default;
@@ -30,21 +30,21 @@ struct NoEndpoint {
 
 using Endpoint = std::variant<EmbeddedEndpoint, LocalEndpoint, NoEndpoint>;
 
-// The endpoint of EVTSRV_ENDPOINT; nothing when that is unset or empty.
+// The endpoint of EVTSRV_ENDPOINT; nullopt if it is unset or empty.
 std::optional<std::string> endpointOfVariable();
 
-// What to try in turn when EVTSRV_ENDPOINT is unset: the well-known local socket, the ALSA sequencer, a JACK server,
-// then the built-in device.
+// The endpoints to try in turn when EVTSRV_ENDPOINT is unset: the well-known local socket, the ALSA sequencer, a JACK
+// server, then the built-in device.
 std::vector<std::string> endpointsWhenUnset();
 
-// text: an endpoint as in EVTSRV_ENDPOINT, set and not empty. behaviour: EvtSrv::ConBehave bits.
+// text: an endpoint as in EVTSRV_ENDPOINT, not empty. behaviour: EvtSrv::ConBehave bits.
 Endpoint parseEndpoint(std::string_view text, std::uint32_t behaviour);
 
-// The text for a service in this process on this device.
+// The endpoint of a service in this process on this device.
 std::string embeddedEndpoint(std::string_view device);
 
-// What is said of an endpoint (see sys::sayLine): one printable line without its line end, naming the endpoint and
-// what has happened.
+// A message about an endpoint (see sys::sayLine): one printable line without its line end, with the endpoint and what
+// happened.
 std::string endpointLine(std::string_view endpoint, std::string_view what);
 
 }  // namespace client

@@ -15,7 +15,7 @@
 namespace client {
 namespace {
 
-// The service waits for word only much later (wire::MinEventWindow).
+// The service waits for Consumed only after many more bytes (wire::MinEventWindow).
 constexpr std::uint64_t TellAfter = wire::MinEventWindow / 4;
 
 std::string messagesText(std::uint64_t count) {
@@ -30,7 +30,7 @@ void reportUncountedLosses(std::uint64_t times) { sys::sayLine(wire::uncountedLo
 
 std::chrono::nanoseconds clockNow() { return std::chrono::steady_clock::now().time_since_epoch(); }
 
-// True while it lives, also when a port throws.
+// Sets a flag during its lifetime and clears it also when a port throws.
 class WhileTrue {
  public:
   explicit WhileTrue(bool& flag) : flag_(flag) { flag_ = true; }
@@ -52,7 +52,7 @@ bool EventChannel::open(const Deadline& deadline) {
 }
 
 bool EventChannel::receive(const PortRegistry& ports, const Deadline& deadline) {
-  // The entries at hand belong to the call that is under way.
+  // The current entries belong to the outer call.
   if (dispatching_) return false;
   uncounted_.advance(clockNow());
   if (!nextEntries() && dealer_.wait(deadline) != Dealer::Wait::Ready) return false;
@@ -63,7 +63,7 @@ bool EventChannel::receive(const PortRegistry& ports, const Deadline& deadline) 
       entriesDone();
     } else if (dispatch(ports, *entry)) {
       delivered = true;
-      // Only now: what comes to nothing costs next to nothing, and must not use up a short time.
+      // Checked only after a delivery: an entry without one costs next to nothing and must not use up a short timeout.
       if (deadline.passed()) break;
     }
   }
@@ -99,7 +99,7 @@ bool EventChannel::dispatch(const PortRegistry& ports, const wire::EventEntry& e
     reportLossBefore(*entry.lostBefore);
     return false;
   }
-  // A port that has gone meanwhile wants nothing more.
+  // The port may have been removed meanwhile.
   EvtSrv::EventPort* port = ports.find(entry.eventPort);
   const auto header = wire::readEventHeader(entry.event);
   if (port == nullptr || !header) return false;

@@ -15,40 +15,40 @@
 
 namespace client {
 
-// The event socket. Only for the thread that receives.
+// The event socket. Only for the receiving thread.
 class EventChannel {
  public:
-  // Throws zmq::error_t when there is no such address, or the context gives no socket.
+  // Throws zmq::error_t if there is no such address, or if the context gives no socket.
   EventChannel(zmq::context_t& context, const std::string& address, std::uint64_t session);
 
   std::uint64_t session() const { return session_; }
 
-  // True when the service has gone. What had arrived before can still be received.
+  // True if the connection is closed. Events that arrived before can still be received.
   bool lost() { return dealer_.closed(); }
 
-  // True inside a port's receiveMain: the channel must not go then.
+  // True inside a port's receiveMain: do not destroy the channel then.
   bool dispatching() const { return dispatching_; }
 
-  // True once after the service has said that groups or ports have come or gone.
+  // True once after the service has said that groups or ports were added or removed.
   bool takeTopologyNews() { return std::exchange(topologyChanged_, false); }
 
-  // Asks for events. False when the service has not answered in time.
+  // Asks for events. Returns false if the service does not answer in time.
   bool open(const Deadline& deadline);
 
-  // Waits up to the deadline, or to a signal, for events, and gives them to their ports. Goes on without waiting while
-  // more stand ready and the deadline has not passed; of what stands ready at least one port is given something,
-  // however short the time. True when a port was given something. Inside a port's receiveMain it does nothing.
+  // Waits for events until the deadline or a signal, and passes them to their ports. Continues without waiting while
+  // more events are ready and the deadline has not passed. If events are ready, at least one port gets one, however
+  // short the timeout. Returns true if a port got an event. Does nothing inside a port's receiveMain.
   bool receive(const PortRegistry& ports, const Deadline& deadline);
 
  private:
-  // Goes on with the entries at hand, or the next message. False when there is nothing.
+  // Continues with the current entries, or with the next message. Returns false if there is neither.
   bool nextEntries();
   bool dispatch(const PortRegistry& ports, const wire::EventEntry& entry);
   void entriesDone();
 
   Dealer dealer_;
   std::uint64_t session_;
-  std::optional<wire::EventReader> entries_;  // of the message that the socket holds, as far as they are left
+  std::optional<wire::EventReader> entries_;  // what is left of the message that the socket holds
   std::size_t entryBytes_ = 0;                // of that message
   std::uint64_t consumed_ = 0;
   std::uint64_t consumedTold_ = 0;

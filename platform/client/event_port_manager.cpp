@@ -17,7 +17,7 @@
 namespace EvtSrv {
 namespace {
 
-// What to try in turn; all but the last only if somebody is there.
+// The endpoints to try in turn; all but the last are used only if something listens there.
 std::vector<std::string> endpointsToTry() {
   if (auto endpoint = client::endpointOfVariable()) return {std::move(*endpoint)};
   return client::endpointsWhenUnset();
@@ -39,7 +39,7 @@ EventPortManager::EventPortManager(std::uint32_t behaviour, bool /*dispatchOnRec
 }
 
 EventPortManager::~EventPortManager() {
-  // Not left to the last owner: a port that another thread is using may be one for a moment.
+  // Not left to the last owner: for a moment that may be a port that another thread is using.
   if (session_) session_->close();
 }
 

@@ -1,4 +1,4 @@
-// A mutex that serves those who wait in the order of their coming.
+// A mutex that serves waiting threads in the order of their lock calls.
 #pragma once
 
 #include <condition_variable>
@@ -7,7 +7,7 @@
 
 namespace client {
 
-// Not recursive. A thread that locks and unlocks it without a pause keeps nobody out.
+// Not recursive. A thread that locks and unlocks it without a pause cannot starve others.
 class FairMutex {
  public:
   void lock() {
@@ -16,7 +16,7 @@ class FairMutex {
     turn_.wait(guard, [&] { return serving_ == ticket; });
   }
 
-  // False, at once, when another thread has it or waits for it.
+  // Returns false, without waiting, if another thread holds the mutex or waits for it.
   bool try_lock() {
     const std::lock_guard guard(mutex_);
     if (serving_ != nextTicket_) return false;

@@ -5,7 +5,7 @@
 namespace client {
 namespace {
 
-// The service waits for word only much later (wire::MinGraphWindow).
+// The service waits for GraphSeen only after many more changes (wire::MinGraphWindow).
 constexpr std::uint64_t TellAfterChanges = wire::MinGraphWindow / 4;
 
 }  // namespace

@@ -1,4 +1,4 @@
-// News of the patch graph for one client.
+// Changes of the patch graph for one client.
 #pragma once
 
 #include <cstdint>
@@ -12,24 +12,24 @@
 
 namespace client {
 
-// The graph socket. One thread at a time; who hands it from thread to thread does so under a lock.
+// The graph socket. Not thread-safe: threads that share it hold a lock.
 class GraphChannel {
  public:
-  // Throws zmq::error_t when there is no such address, or the context gives no socket.
+  // Throws zmq::error_t if there is no such address, or if the context gives no socket.
   GraphChannel(zmq::context_t& context, const std::string& address, std::uint64_t session)
       : dealer_(context, address), session_(session) {}
 
-  // Asks for news, unless it has asked already, and waits for the answer. NotYet: it has not come in time; call again,
-  // for a channel that is given up while its question waits would be taken for a client that has died.
+  // Asks for changes, unless it has asked already, and waits for the answer. NotYet: no answer in time; call again,
+  // because the service would take a channel that closes with its question open for a client that died.
   Opening open(const Deadline& deadline);
 
   bool isOpen() const { return opening_ == Opening::Opened; }
 
-  // Brings the mirror up to what has arrived; does not wait. False when the mirror must be reset first: news were
-  // too many, or are missing.
+  // Applies all changes that have arrived to the mirror; does not block. Returns false if the mirror must be reset
+  // first: there were too many changes, or some are missing.
   bool drain(LinkMirror& mirror);
 
-  // Waits for news. False: none have come in time.
+  // Waits for changes. Returns false if none arrives in time.
   bool wait(const Deadline& deadline) { return dealer_.waitThroughSignals(deadline); }
 
  private:
@@ -37,7 +37,7 @@ class GraphChannel {
   std::uint64_t session_;
   bool asked_ = false;
   Opening opening_ = Opening::NotYet;
-  std::uint64_t told_ = 0;  // the version that the service knows the mirror to have
+  std::uint64_t told_ = 0;  // the mirror's version that the service was last told
 };
 
 }  // namespace client

@@ -14,7 +14,7 @@ constexpr std::uint32_t MaxIds = std::numeric_limits<std::uint16_t>::max() + 1U;
 
 void GroupIds::enter(wire::Topology& topology) {
   const std::lock_guard guard(mutex_);
-  // First those who ask for one: nobody else of this topology is to have it.
+  // First the groups that ask for an id: no other group of this topology may get it.
   std::unordered_set<std::uint16_t> given;
   for (wire::TopologyGroup& group : topology.groups) {
     if (group.id && (!isFree(*group.id, group.name) || !given.insert(*group.id).second)) group.id.reset();
@@ -66,7 +66,7 @@ void GroupIds::hold(std::uint16_t id, const std::string& name) {
   if (publish_) publish_(id, name);
 }
 
-// From the given one on, which moves on behind the answer.
+// Searches from the given id, and moves it behind the result.
 std::optional<std::uint16_t> GroupIds::lowestFree(std::uint32_t& from) const {
   for (; from < MaxIds; ++from) {
     const auto id = static_cast<std::uint16_t>(from);
@@ -78,7 +78,7 @@ std::optional<std::uint16_t> GroupIds::lowestFree(std::uint32_t& from) const {
 }
 
 GroupIds& groupIdsOfThisProcess() {
-  // Never destroyed: a patcher may outlive what is static.
+  // Never destroyed: a patcher may outlive static objects.
   static auto* const ids =
       new GroupIds([](std::uint16_t id, const std::string& name) { StrmSrv::GroupNameTable.publish(id, name); });
   return *ids;

@@ -17,25 +17,25 @@
 
 namespace client {
 
-// Assigns group ids to group names. A name keeps its id, and an id its name, while anybody holds the id. So all lists
-// of groups in a process use the same names for the same ids, also lists of several services. Thread-safe.
+// Maps group names to ids. While anybody holds an id, the id keeps its name and the name keeps its id. So several lists
+// of groups, made one after the other or from several services, agree on the name of an id. Thread-safe.
 class GroupIds {
  public:
-  // Called for each id that gets a name; called with an empty name for each id that loses its name. Called under a
+  // Called for each id that gets a name, and for each id that no longer has one (with an empty name). Runs under a
   // lock.
   using Publish = std::function<void(std::uint16_t id, const std::string& name)>;
 
   explicit GroupIds(Publish publish = nullptr) : publish_(std::move(publish)) {}
 
-  // Assigns an id to each group of a topology and holds it. A group gets the id that it asks for, unless another name
-  // has that; else the first id that its name has already; else the lowest free id. Groups for which no id is free are
-  // removed from the topology.
+  // Gives each group of a topology its id and holds it: the id that the group asks for, if no other name has it; else
+  // the id that its name already has, the first of several; else the lowest free id. Groups for which no id is free are
+  // removed.
   void enter(wire::Topology& topology);
 
-  // The same for a group that has come later. Returns nullopt when no id is free.
+  // The same for a group that was added later. Returns nullopt if no id is free.
   std::optional<std::uint16_t> enter(const wire::TopologyGroup& group);
 
-  // Gives back an id that enter has assigned.
+  // Releases an id that enter has given.
   void leave(std::uint16_t id);
 
  private:
@@ -50,14 +50,14 @@ class GroupIds {
 
   std::mutex mutex_;
   Publish publish_;
-  std::map<std::uint16_t, Entry> entries_;                              // those that are held
-  std::unordered_map<std::string, std::vector<std::uint16_t>> byName_;  // in the order of giving
+  std::map<std::uint16_t, Entry> entries_;                              // the held ids
+  std::unordered_map<std::string, std::vector<std::uint16_t>> byName_;  // in the order in which they were given
 };
 
-// The ids of this process, whose names stand in StrmSrv::GroupNameTable.
+// The ids of this process. StrmSrv::GroupNameTable holds their names.
 GroupIds& groupIdsOfThisProcess();
 
-// Gives its ids back when it is destroyed.
+// Ids that are released on destruction.
 class HeldGroupIds {
  public:
   // ids must outlive this object.
@@ -84,7 +84,7 @@ class HeldGroupIds {
   std::vector<std::uint16_t> held_;
 };
 
-// Returns the topology with the ids that its groups get in a process that has seen no other topology.
+// The topology with the ids that its groups have in a process that knows no other groups.
 wire::Topology withGroupIds(wire::Topology topology);
 
 }  // namespace client

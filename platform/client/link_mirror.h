@@ -13,18 +13,18 @@
 
 namespace client {
 
-// Connections by both of their ports, each port's in the order of making. A lookup costs no more than the port has
-// connections, and a change the same however many they are.
+// Connections by source and by sink, each port's in the order of making. A lookup takes time in proportion to the
+// port's connections at most; a change takes the same time however many there are.
 class LinkMirror {
  public:
-  // Becomes the whole graph.
+  // Replaces the content with the whole graph.
   void reset(const wire::Links& links);
 
-  // Makes a change. What the mirror has seen already is ignored. False, and nothing changed, when changes are missing
-  // between the mirror and this one: then it must be reset.
+  // Applies a change. Ignores one that the mirror contains already. Returns false and changes nothing if changes
+  // between the mirror and this one are missing: then the mirror must be reset.
   bool apply(const wire::GraphChanged& change);
 
-  // Of the graph that it holds.
+  // The version of the graph that it holds.
   std::uint64_t version() const { return version_; }
 
   // Valid until the next change.
@@ -34,8 +34,8 @@ class LinkMirror {
   // A connection: its source and its sink.
   using Ends = std::pair<ServicePort, ServicePort>;
 
-  // Those that the service carries from one system to another, in the order of their ports. Valid until the next
-  // change.
+  // The connections that the service carries from one system to another, in the order of their ports. Valid until the
+  // next change.
   const std::set<Ends>& carried() const { return carried_; }
 
  private:

@@ -7,10 +7,10 @@
 namespace StrmSrv {
 namespace {
 
-// The one copy of a text, which lives until the process ends: readers keep pointers to it.
+// Returns the only copy of a text. It lives until the process ends, because readers keep pointers to it.
 const char* intern(const std::string& text) {
   static std::mutex mutex;
-  // Never destroyed, because threads may still read names while the process ends.
+  // Never destroyed: threads may still read names while the process ends.
   static auto* const texts = new std::set<std::string>;
   const std::lock_guard guard(mutex);
   return texts->insert(text).first->c_str();

@@ -11,10 +11,10 @@ namespace client {
 
 enum class Opening : std::uint8_t { Opened, Refused, NotYet };
 
-// Sends the message that opens a channel. False when it could not be handed over.
+// Sends the message that opens a channel. Returns false if it could not be sent.
 bool askToOpen(Dealer& dealer, const wire::Body& message);
 
-// Waits for the answer. NotYet: none has come in time; it may still come.
+// Waits for the answer. NotYet: none arrived in time; it may still arrive.
 Opening waitForOpening(Dealer& dealer, const Deadline& deadline);
 
 }  // namespace client

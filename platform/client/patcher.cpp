@@ -15,7 +15,7 @@ namespace StrmSrv {
 
 namespace {
 
-// An unknown port may stay unknown, and one that has gone may stay away: they are not asked for again and again.
+// An unknown port may stay unknown, and a removed one may stay away: the service is not asked for them all the time.
 constexpr std::chrono::milliseconds RefreshInterval{100};
 
 }  // namespace
@@ -33,11 +33,11 @@ struct Patcher::State {
   client::PortNumbers numbers;
   client::PortPlaces places;
   client::HeldGroupIds ids{client::groupIdsOfThisProcess()};
-  std::uint64_t followed = 0;       // the number of the session that places tells of
-  std::uint64_t deviceVersion = 0;  // and of its device
+  std::uint64_t followed = 0;       // the number of the session whose ports places knows
+  std::uint64_t deviceVersion = 0;  // the version of its device
   std::chrono::steady_clock::time_point nextRefresh;
   std::chrono::steady_clock::time_point nextRetry;
-  // What the last result of version() stands for: a session and, if there is one, a version of its graph.
+  // What the last result of version() stands for: a session and a version of its graph, if there is one.
   std::pair<std::uint64_t, std::optional<std::uint64_t>> seen;
   std::uint64_t version = 1;
 
@@ -51,20 +51,20 @@ struct Patcher::State {
   void toConsole(Session& service, client::Side side, Peers& peers, std::vector<PortRecord>& ports);
 };
 
-// Answers the number of the session that places tells of, which is the service's as far as it has answered.
+// Returns the number of the session whose ports places knows. It is the service's own number if the service answers.
 std::uint64_t Patcher::State::follow(Session& service) {
   const std::lock_guard guard(mutex);
   const std::uint64_t number = service.number();
   if (number != followed && number != 0) {
     if (const auto device = service.device()) learn(*device);
   } else if (number != 0 && service.deviceVersion() != deviceVersion) {
-    // Another user of the session has been told that groups have other handles, or ports other places.
+    // Another call has learnt that groups came back under other handles, or ports at other places.
     if (const auto device = service.lastDevice(); device.session == followed) learn(device);
   }
   return followed;
 }
 
-// Unknown groups become known only when one of their ports is wanted: there are few names for groups.
+// Of the unknown groups, only those of the wanted ports become known, because ids are few.
 void Patcher::State::learn(const Session::Device& device, std::span<const client::ServicePort> wanted) {
   places.follow(device.topology, device.session != followed,
                 [&](const wire::TopologyGroup& group) -> std::optional<std::uint16_t> {
@@ -76,8 +76,8 @@ void Patcher::State::learn(const Session::Device& device, std::span<const client
   ++version;
 }
 
-// Called when the service does not find a port. Returns true when its device has changed since the places were
-// followed: then it may find the port now.
+// For a port that the service does not find: returns true if the service has since reported other ports than the known
+// ones, and may find it now.
 bool Patcher::State::learnsMore(Session& service) {
   const std::lock_guard guard(mutex);
   if (std::chrono::steady_clock::now() < nextRetry) return false;
@@ -93,8 +93,8 @@ client::ServicePort Patcher::State::toService(PortRecord port, client::Side side
   return places.toService({port.groupId, numbers.toService(port.groupId, port.portIndex, side)}, side);
 }
 
-// Turns the service's ports into the console's. Ports that have come since the beginning are known from then on; one
-// that the service does not know has just gone.
+// Turns the service's ports into the console's. Ports that were added since the beginning become known here; one that
+// the service does not know was just removed.
 void Patcher::State::toConsole(Session& service, client::Side side, Peers& peers, std::vector<PortRecord>& ports) {
   const std::lock_guard guard(mutex);
   const auto isUnknown = [&](client::ServicePort port) { return !places.fromService(port, side); };
@@ -103,7 +103,7 @@ void Patcher::State::toConsole(Session& service, client::Side side, Peers& peers
     if (device && device->session == followed) learn(*device, peers);
     if (std::ranges::any_of(peers, isUnknown)) nextRefresh = std::chrono::steady_clock::now() + RefreshInterval;
   }
-  // The next answer may be another one, though the graph is the same.
+  // The next answer may differ, though the graph is the same.
   if (std::erase_if(peers, isUnknown) > 0) ++version;
   for (const client::ServicePort peer : peers) {
     const PortRecord place = *places.fromService(peer, side);
@@ -113,7 +113,8 @@ void Patcher::State::toConsole(Session& service, client::Side side, Peers& peers
 
 namespace {
 
-// Asks once more when another service has come meanwhile, or when the service's ports are at other places than before.
+// The call is repeated once for a service that replaced the expected one, with that service's places, and for a service
+// whose ports are at other places than expected.
 constexpr int Attempts = 2;
 
 std::vector<GroupRecord> groupsOf(const wire::Topology& topology, const client::PortNumbers& numbers,
@@ -155,7 +156,7 @@ Patcher::Patcher(EvtSrv::EventPortManager& manager, unsigned streamType) : state
   session->list(topology);
   state_->ids.enter(topology);
   state_->numbers = client::PortNumbers(topology);
-  // The other types have no streams.
+  // Other types have no streams.
   if (streamType == 0) {
     state_->sources = groupsOf(topology, state_->numbers, client::Side::Source);
     state_->sinks = groupsOf(topology, state_->numbers, client::Side::Sink);
@@ -191,7 +192,7 @@ StreamResult Patcher::State::peers(PortRecord port, client::Side side, AskPeers 
     toConsole(*service, side == client::Side::Source ? client::Side::Sink : client::Side::Source, peers, result);
     return StrmRes_Success;
   }
-  // The graph may be the same when it answers again, and then this answer was another one.
+  // The graph may be unchanged when the service answers again, but this answer was different.
   const std::lock_guard guard(mutex);
   if (seen.second) ++version;
   seen.second.reset();

@@ -6,7 +6,7 @@ namespace client {
 
 namespace {
 
-// In a shorter list, looking at each costs less than knowing their places.
+// In a shorter list, a search costs less than an index.
 constexpr std::size_t LongList = 64;
 
 constexpr ServicePort Gap{0, std::numeric_limits<std::uint16_t>::max()};
@@ -33,7 +33,7 @@ void PeerList::remove(ServicePort port) {
   ports_[found->second] = Gap;
   places_->of.erase(found);
   ++places_->gaps;
-  // All places are found anew afterwards, so this must not come too often.
+  // This drops the index, so it must not happen too often.
   if (places_->gaps > ports_.size() / 2) close();
 }
 

@@ -13,24 +13,25 @@
 
 namespace client {
 
-// Ports in the order of adding, none twice. Removing one takes constant time. No port has the index 65535.
+// Ports in the order of adding, without duplicates. Removing one takes the same time however many there are. No port
+// has the index 65535.
 class PeerList {
  public:
   void add(ServicePort port);
 
-  // Removes a port, if it is in the list.
+  // Removes a port if it is in the list.
   void remove(ServicePort port);
 
   bool empty() const { return ports_.size() == gapCount(); }
 
-  // All ports. Takes as long as copying them. Valid until the next change.
+  // All ports. Costs as much as copying them. Valid until the next change.
   std::span<const ServicePort> all();
 
  private:
-  // The positions of the ports; made when a long list loses one.
+  // The position of each port, once a list is long and loses some.
   struct Places {
     std::unordered_map<ServicePort, std::size_t, ServicePortHash> of;
-    std::size_t gaps = 0;  // left by those that were taken away
+    std::size_t gaps = 0;  // left by removed ports
   };
 
   std::size_t gapCount() const { return places_ ? places_->gaps : 0; }

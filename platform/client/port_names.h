@@ -12,13 +12,13 @@
 
 namespace client {
 
-// Looks up names in a device's topology, by the group ids that its groups have; one without an id is not found. Naming
-// a port that exists costs the same whatever the size of the device.
+// Looks up names in a device's topology by the ids of its groups; a group without an id is not found. Naming a port
+// that exists takes the same time whatever the size of the device.
 class PortNames {
  public:
   explicit PortNames(wire::Topology topology);
 
-  // The name of a port; for one that does not exist, a name in the same style that no port has.
+  // The name of a port; for a port that does not exist, a name in the same style that no port has.
   std::string name(std::uint16_t group, std::uint16_t index, Side side) const;
 
   // True when there is such a port.
@@ -27,7 +27,7 @@ class PortNames {
   // True when a port of either side has this name.
   bool has(std::string_view name) const;
 
-  // The group with this id, or null. Lives as long as the names.
+  // The group with this id, or null. Valid as long as this object.
   const wire::TopologyGroup* find(std::uint16_t group) const;
 
   const wire::Topology& topology() const { return topology_; }

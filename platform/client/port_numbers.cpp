@@ -36,7 +36,7 @@ std::uint16_t PortNumbers::count(std::uint16_t group, Side side, std::uint16_t s
 std::uint16_t PortNumbers::toService(std::uint16_t group, std::uint16_t index, Side side) const {
   const auto found = sides_.find({group, side});
   if (found == sides_.end()) return index;
-  // No service has a port with the last index: a count has 16 bits.
+  // No service has a port with the last index, because a count has 16 bits.
   const auto& numbers = found->second.toService;
   return index < numbers.size() ? numbers[index] : std::numeric_limits<std::uint16_t>::max();
 }

@@ -1,4 +1,4 @@
-// The indices by which a console knows the ports of a device.
+// The port indices that a console uses.
 #pragma once
 
 #include <cstdint>
@@ -12,22 +12,22 @@
 
 namespace client {
 
-// A console counts the ports of a side without gaps; the service leaves a gap where a port has gone. Ports that come
-// later have numbers behind those of the first. Where a side has no gaps, both count alike.
+// A console counts the ports of a side without gaps; the service leaves a gap where a port was removed. Ports that are
+// added later have numbers after those of the first. On a side without gaps, both indices are equal.
 class PortNumbers {
  public:
   PortNumbers() = default;
 
-  // topology: its groups have ids.
+  // topology: all groups have ids.
   explicit PortNumbers(const wire::Topology& topology);
 
-  // Of the ports there were at the beginning.
+  // The number of ports at the beginning.
   std::uint16_t count(std::uint16_t group, Side side, std::uint16_t serviceCount) const;
 
-  // The service's index of the port that a console calls so.
+  // The service's index of the port with this console index.
   std::uint16_t toService(std::uint16_t group, std::uint16_t index, Side side) const;
 
-  // The console's index of the service's port, which gets one if it has none yet.
+  // The console's index of the service's port; a port without one gets one.
   std::uint16_t toConsole(std::uint16_t group, std::uint16_t index, Side side);
 
  private:
@@ -40,7 +40,7 @@ class PortNumbers {
 
   void enter(std::uint16_t group, Side side, const wire::TopologySide& ports);
 
-  std::map<std::pair<std::uint16_t, Side>, Gapless> sides_;  // those with gaps
+  std::map<std::pair<std::uint16_t, Side>, Gapless> sides_;  // only sides with gaps
 };
 
 }  // namespace client

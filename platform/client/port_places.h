@@ -1,4 +1,4 @@
-// Where the ports that a console knows stand in the service.
+// Where the service has the ports that a console knows.
 #pragma once
 
 #include <cstdint>
@@ -16,31 +16,30 @@
 
 namespace client {
 
-// Maps places to the service's ports. A place is a group id and an index, by which a console knows a port; it stays the
-// same when the service uses another handle for the group. Handles change when the service is started again, and when a
-// group comes back after a long time. Ports are then found again by their names. The index of a place is the service's
-// own, unless that belongs to another place already.
+// The ports of a device by places: group ids and indices that stay the same whatever the service calls the ports. A
+// restarted service has other handles, and so has a group that comes back after a long time; their ports are found
+// again by name. A place has the service's own index until another port has that index.
 class PortPlaces {
  public:
-  // Returns the id for a group that is not known, nullopt when the group is to stay unknown.
+  // Returns the id for an unknown group; nullopt to leave it unknown.
   using NewGroup = std::function<std::optional<std::uint16_t>(const wire::TopologyGroup& group)>;
 
   PortPlaces() : PortPlaces(wire::Topology{}) {}
 
-  // The groups of first must have ids.
+  // first: all groups have ids.
   explicit PortPlaces(wire::Topology first);
 
-  // The service has these ports now. New ports of known groups are known from now on. isAnother: this is another
-  // service, so handles that were seen before mean nothing any more.
+  // Updates the places to the ports that the service has now. New ports of known groups become known. isAnother: the
+  // known handles of groups are no longer valid.
   void follow(const wire::Topology& now, bool isAnother, const NewGroup& newGroup);
 
-  // The service's place of a port; for one that is not there, a place that no port has.
+  // The service's place of a port; for a port that does not exist there, a place that no port has.
   ServicePort toService(StrmSrv::PortRecord port, Side side) const;
 
-  // The place of the service's port; nothing when it is not known.
+  // The place of the service's port; nullopt if it is unknown.
   std::optional<StrmSrv::PortRecord> fromService(ServicePort port, Side side) const;
 
-  // The name of a port; for one that is not known, a name in the same style that none of the first has.
+  // The name of a port; for an unknown port, a name in the same style that none of the first ports has.
   std::string name(StrmSrv::PortRecord port, Side side) const;
 
  private:
@@ -54,7 +53,7 @@ class PortPlaces {
   };
 
   static Key key(StrmSrv::PortRecord port, Side side);
-  // The entries of a group in a map by places: the first one, and the one behind the last.
+  // A group's entries in a map by places: the first one, and the position after the last.
   template <class Value>
   static auto ofGroup(std::map<Key, Value>& byPlace, std::uint16_t id);
   bool knows(StrmSrv::PortRecord port, Side side) const;
@@ -70,19 +69,20 @@ class PortPlaces {
 
   PortNames first_;
   std::unordered_map<std::string, std::uint16_t> idByName_;  // of all known groups
-  std::map<Key, std::string> later_;                         // the names of ports that came later
+  std::map<Key, std::string> later_;                         // the names of ports that were added later
 
-  // In both directions, the groups whose ports have the service's own indices.
+  // The groups whose ports have the service's own indices, in both directions.
   std::unordered_map<std::uint64_t, std::uint16_t> ids_;
   std::unordered_map<std::uint16_t, std::uint64_t> handles_;
 
-  // In both directions, the other groups, and the ports whose indices are not the service's own. Nowhere: no port.
+  // The other groups, and the ports whose places differ from the service's, in both directions; Nowhere stands for no
+  // port.
   std::unordered_map<std::uint64_t, std::uint16_t> moved_;
   std::map<Key, ServicePort> toService_;
   std::unordered_map<OnSide, StrmSrv::PortRecord, OnSideHash> fromService_;
 
   bool namesEntered_ = false;
-  std::unordered_map<std::string, std::pair<StrmSrv::PortRecord, Side>> byName_;  // all that are known
+  std::unordered_map<std::string, std::pair<StrmSrv::PortRecord, Side>> byName_;  // all known ports
 };
 
 }  // namespace client

@@ -9,14 +9,14 @@
 
 namespace client {
 
-// Any thread.
+// Thread-safe.
 class PortRegistry {
  public:
-  // Answers the port's number; numbers are not used again.
+  // Returns the port's number; numbers are not reused.
   std::uint32_t add(EvtSrv::EventPort& port);
   void remove(std::uint32_t number);
 
-  // Null when no port has this number (any more).
+  // Returns null if no port has this number (any more).
   EvtSrv::EventPort* find(std::uint32_t number) const;
 
  private:

@@ -9,19 +9,19 @@
 
 namespace client {
 
-// One record. The bytes are the event's.
+// One record. The bytes belong to the event.
 struct Record {
   std::uint16_t group = 0;
   std::span<const std::uint8_t> message;  // at least one byte
 };
 
-// Reads an event's records in either byte order, moving the event's cursor.
+// Reads an event's records in either byte order and moves the event's cursor.
 class RecordReader {
  public:
-  // event must outlive the reader, and have at least its header.
+  // event must outlive the reader and contain at least its header.
   explicit RecordReader(EvtSrv::MemoryHolder& event);
 
-  // The next record; nothing at the end, and nothing from a malformed record on (then ok() is false).
+  // The next record; nullopt at the end, and from a malformed record on (then ok() is false).
   std::optional<Record> next();
   bool ok() const { return ok_; }
 

@@ -9,7 +9,7 @@ namespace client {
 
 enum class Side : std::uint8_t { Source, Sink };
 
-// The handle of its group and its index there. A handle that no group has any more is a port that has gone.
+// The handle of its group and its index there. If no group has the handle any more, the port was removed.
 struct ServicePort {
   std::uint64_t group = 0;
   std::uint16_t index = 0;
@@ -18,7 +18,7 @@ struct ServicePort {
 
 struct ServicePortHash {
   std::size_t operator()(ServicePort port) const noexcept {
-    // Handles are counted from anywhere on, and so are indices: an odd factor keeps them apart.
+    // Handles and indices may both be consecutive numbers from any start: an odd factor keeps them apart.
     return std::hash<std::uint64_t>{}(port.group * 0x9E3779B97F4A7C15U + port.index);
   }
 };

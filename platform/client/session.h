@@ -29,31 +29,32 @@
 
 namespace EvtSrv {
 
-// One client of a service: its three channels, its ports, its taps and its mirror of the patch graph. Any thread, but
-// for receive and close. Everything that has no answer (nothing, or false) means that the service has gone or has not
-// answered within two seconds of the call, that the system gives no socket, or that the session is closed. A service
-// that has let these two seconds pass is not asked for a second; whoever wants to know has no answer at once.
+// One client of a service: its three channels, its ports, its taps and its mirror of the patch graph. Thread-safe,
+// except for receive and close. A call that returns nullopt or false without another reason had no answer: the service
+// is gone or did not answer within two seconds of the call, the system gives no socket, or the session is closed. After
+// two seconds without an answer the service is not asked for one second; calls in that time return at once without an
+// answer.
 //
-// A service that goes, and may come back, costs one line on standard error. From then on every request and every
-// receive looks for it, some times in a second. When it is back, the session attaches again with all its taps, some ten
-// thousand in a second, and says so in one line. A second line names the connections between two systems that have
-// ended with the service, as far as this client knew them. The thread that receives retries taps whose ports are
-// missing, once a second.
+// When a service that may come back is gone, the session writes one line to standard error. From then on every request
+// and every receive looks for the service, several times a second. When it is back, the session attaches with all its
+// taps and says so in one line, and says in another line which connections between two systems that this client knew
+// were lost. Attaching takes time in proportion to the taps, some ten thousand a second. The receiving thread retries
+// taps of ports that do not exist then, once a second, until they exist.
 class EventPortManager::Session {
  public:
-  // Attaches. endpoint: what the connection is called on standard error. Without a service that answers: the cause in
-  // words. Blocks two seconds at most.
+  // Attaches. endpoint: the connection's name on standard error. If no service answers, returns the cause as text.
+  // Blocks for at most two seconds.
   static std::variant<std::shared_ptr<Session>, std::string> open(client::Connection connection, std::string endpoint);
 
   Session(const Session&) = delete;
   Session& operator=(const Session&) = delete;
   ~Session();
 
-  // What was given to open.
+  // The endpoint given to open.
   const std::string& endpoint() const { return endpoint_; }
 
-  // Hands over what is pending, takes leave and closes all sockets. Nothing has an answer afterwards. Not while receive
-  // runs. Blocks until the deadline, once the requests of other threads are over.
+  // Sends what is pending, sends Goodbye and closes all sockets. No call has an answer afterwards. Must not run during
+  // receive. Blocks until the deadline at most, after the requests of other threads are done.
   void close(const client::Deadline& deadline = client::Deadline(client::AnswerTime));
 
   std::uint32_t addPort(EventPort& port) { return ports_.add(port); }
@@ -66,38 +67,38 @@ class EventPortManager::Session {
   std::optional<device::Status> untap(std::uint32_t port, const std::string& name);
   std::optional<device::Status> untapAll(std::uint32_t port);
 
-  // Waits only while the service is behind, also when it is stopped, and fails at once while it has gone. bytes: not
-  // empty, device::MaxMessageBytes at most.
+  // Blocks only while the service is behind, also while it is stopped; fails at once while it is gone. bytes: not
+  // empty, at most device::MaxMessageBytes.
   bool send(std::uint32_t port, std::uint16_t group, std::span<const std::uint8_t> bytes);
 
-  // The service's number of this session; 0 while it has gone. Another service has another number, and may have other
-  // ports at the same places.
+  // The service's number of this session; 0 while the service is gone. Another service gives another number, and may
+  // have other ports at the same places.
   std::uint64_t number() const { return session_; }
 
   struct Device {
-    std::uint64_t session = 0;  // whose it is
+    std::uint64_t session = 0;  // the session whose device it is
     std::uint64_t version = 0;  // see deviceVersion
     wire::Topology topology;
   };
   std::optional<Device> device();
 
-  // Changes whenever the service gives another answer about its device, whoever has asked in this session. Does not
-  // block.
+  // Changes after each answer of the service about its device that differs from the one before, whichever call of this
+  // session asked. Does not block.
   std::uint64_t deviceVersion() const { return deviceVersion_; }
 
   // The last of these answers, without asking the service.
   Device lastDevice();
 
-  // A console lists the groups and ports of this topology. From now on, groups and ports that come and that no console
-  // lists are reported on standard error, in at most one line a second, while somebody receives.
+  // Says that a console lists the groups and ports of this topology. From now on, groups and ports that are added and
+  // not listed cost one line on standard error, at most one a second, while a thread receives.
   void list(const wire::Topology& topology);
 
-  // The status, when the mirror shows what the service has done; NoSession, and nothing done, when the session has
-  // another number than the caller thinks.
+  // Returns the status once the mirror shows what the service did. Returns NoSession and does nothing if the session's
+  // number is not the given one.
   std::optional<device::Status> patch(bool made, const wire::LinkRecord& link, std::uint64_t number);
 
-  // Copies what the up-to-date mirror says; does not wait, but when the mirror has to be fetched anew. False without a
-  // mirror, and when the session has another number: result is then empty.
+  // Copies what the up-to-date mirror says; blocks only if the mirror has to be fetched anew. Returns false, with an
+  // empty result, if there is no mirror or the session's number is not the given one.
   bool sourcesOf(client::ServicePort sink, std::uint64_t number, std::vector<client::ServicePort>& result) {
     return peersOf(&client::LinkMirror::sourcesOf, sink, number, result);
   }
@@ -105,15 +106,15 @@ class EventPortManager::Session {
     return peersOf(&client::LinkMirror::sinksOf, source, number, result);
   }
 
-  // The version of the graph that the up-to-date mirror shows; nothing where the two above answer false.
+  // The version of the graph that the up-to-date mirror shows; nullopt where the two calls above return false.
   std::optional<std::uint64_t> graphVersion(std::uint64_t number);
 
  private:
-  // What is closed together; guarded by mutex_.
+  // Closed together; guarded by mutex_.
   struct Channels {
     Channels(zmq::context_t& context, const std::string& address) : control(context, address) {}
     client::ControlChannel control;
-    std::optional<client::GraphChannel> graph;  // from the first question about the graph on
+    std::optional<client::GraphChannel> graph;  // created by the first question about the graph
   };
 
   Session(client::Connection connection, std::string endpoint)
@@ -123,19 +124,19 @@ class EventPortManager::Session {
   std::optional<device::Status> request(const std::function<wire::Body(std::uint64_t session)>& message,
                                         const client::Deadline& deadline);
 
-  // With mutex_ locked: whether the service is there, as far as is known; looks for it when it has gone.
+  // With mutex_ locked: returns whether the service is there, as far as is known; looks for it if it is gone.
   bool attached();
-  // With mutex_ locked: what to do after something has had no answer, in a call with this deadline.
+  // With mutex_ locked: call after a request without an answer, in a call with this deadline.
   void noticeLoss(const client::Deadline& deadline);
-  // With mutex_ locked, and channels_ there: the service has let a deadline pass a moment ago, and is left in peace.
+  // With mutex_ locked and channels_ set: the service missed a deadline a moment ago and is not queried.
   bool silent() const;
   void lose();
   bool attach();
 
-  // With mutex_ locked, and channels_ there: the service has answered this about its device.
+  // With mutex_ locked and channels_ set: stores the service's answer about its device.
   void keepTopology(wire::Topology topology);
 
-  // For the thread that receives.
+  // For the receiving thread.
   bool openEvents(std::uint64_t session);
   void waitForService(const client::Deadline& deadline);
   void tapMissing();
@@ -143,46 +144,46 @@ class EventPortManager::Session {
   void followGraph();
   void tellLostLinks();
 
-  // With mutex_ locked, and channels_ there: says what a service that is back has lost, or leaves it for later.
+  // With mutex_ locked and channels_ set: reports what a service that is back has lost, or leaves that for later.
   void reportLostLinks();
 
-  // With mutex_ locked, and channels_ there; they may be gone afterwards, when the answer is false.
+  // With mutex_ locked and channels_ set. If it returns false, channels_ may be empty.
   bool openGraph(const client::Deadline& deadline);
   using PeersOf = std::span<const client::ServicePort> (client::LinkMirror::*)(client::ServicePort);
   bool peersOf(PeersOf peers, client::ServicePort port, std::uint64_t number, std::vector<client::ServicePort>& result);
-  // For questions: the mirror shows what had arrived a moment ago, and all that this client has done. False when it
-  // cannot, and then channels_ may have gone.
+  // For questions: afterwards the mirror shows what had arrived a moment ago and all that this client did. If it
+  // returns false, the mirror could not be updated and channels_ may be empty.
   bool lookAtGraph(const client::Deadline& deadline);
   bool bringMirrorUp(const client::Deadline& deadline);
   bool waitForVersion(std::uint64_t version, const client::Deadline& deadline);
 
-  client::Connection connection_;  // the last to go
+  client::Connection connection_;  // destroyed last
   std::string endpoint_;
   client::PortRegistry ports_;
   client::FairMutex mutex_;
-  std::optional<Channels> channels_;  // none while the service has gone, and after close
-  client::LinkMirror mirror_;         // guarded by mutex_, as all down to events_
+  std::optional<Channels> channels_;  // empty while the service is gone, and after close
+  client::LinkMirror mirror_;         // guarded by mutex_, like all members up to events_
   bool mirrorValid_ = false;
   std::chrono::steady_clock::time_point nextGraphLook_;
-  wire::Topology topology_;            // as last answered
-  std::uint64_t topologySession_ = 0;  // by the service that has this number
+  wire::Topology topology_;            // the last answer
+  std::uint64_t topologySession_ = 0;  // the number of the session that gave it
   client::CarriedLinks carried_;
   client::Arrivals arrivals_;
   client::TapList taps_;
-  std::size_t nextMissing_ = 0;  // the tap to try next, if it is missing
+  std::size_t nextMissing_ = 0;  // the tap to try next if it is missing
   std::chrono::steady_clock::time_point nextTapLook_;
   bool closed_ = false;
-  std::chrono::steady_clock::time_point nextLook_;  // for a service that has gone, or question to a silent one
-  std::optional<client::EventChannel> events_;      // of the thread that receives
+  std::chrono::steady_clock::time_point nextLook_;  // when to look for a lost service, or to query a silent one
+  std::optional<client::EventChannel> events_;      // used by the receiving thread
   std::atomic<bool> tapsAreMissing_{false};
-  std::atomic<bool> isBack_{false};  // the service, since who receives has last looked for arrivals
-  std::optional<std::chrono::steady_clock::time_point> arrivalLook_;  // of who receives: when to look
+  std::atomic<bool> isBack_{false};  // the service is back, and the receiving thread has not yet looked for arrivals
+  std::optional<std::chrono::steady_clock::time_point> arrivalLook_;  // of the receiving thread: when to look
   std::chrono::steady_clock::time_point nextArrivalLook_;             // likewise: not before
-  std::chrono::steady_clock::time_point nextFollow_;                  // likewise: when to take in news of the graph
-  std::atomic<bool> lossIsUntold_{false};               // a service that is back has not said what it has lost
+  std::chrono::steady_clock::time_point nextFollow_;                  // likewise: when to read changes of the graph
+  std::atomic<bool> lossIsUntold_{false};               // a service that is back has not yet said what it lost
   std::chrono::steady_clock::time_point nextLossLook_;  // when to ask it again; guarded by mutex_
   std::atomic<std::uint64_t> deviceVersion_{0};
-  std::atomic<std::uint64_t> session_{0};  // the service's number of it; 0 while the service has gone
+  std::atomic<std::uint64_t> session_{0};  // the service's number of this session; 0 while the service is gone
 };
 
 }  // namespace EvtSrv

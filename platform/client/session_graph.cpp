@@ -1,4 +1,4 @@
-// The patch graph as a session sees and changes it.
+// The part of a session that reads and changes the patch graph.
 #include <exception>
 #include <mutex>
 #include <span>
@@ -11,12 +11,11 @@ using client::Deadline;
 
 namespace {
 
-// A listing asks a hundred thousand times; looking each time would cost it four fifths of its time, in calls of the
-// system that find nothing. Nobody can tell this age of an answer from a change that was made a moment later.
+// A listing asks a hundred thousand times. Reading the socket each time would cost four fifths of its time, in system
+// calls that find nothing. An answer of this age cannot be told from a change that was made a moment later.
 constexpr std::chrono::microseconds GraphLookInterval{50};
 
-// How often the thread that receives takes in news of the graph. What is reported of connections that have ended with
-// the service may be as old as this.
+// How often the receiving thread reads changes. The report about connections that a service has lost may be this old.
 constexpr std::chrono::milliseconds FollowInterval{200};
 
 }  // namespace
@@ -25,7 +24,7 @@ std::optional<device::Status> EventPortManager::Session::patch(bool made, const 
                                                                std::uint64_t number) {
   const Deadline deadline(client::AnswerTime);
   const std::lock_guard guard(mutex_);
-  // Before the change, so that what follows it is only news.
+  // Before the change, so that what follows it arrives as changes.
   if (!attached() || silent()) return std::nullopt;
   if (channels_->control.session() != number) return device::Status::NoSession;
   if (!bringMirrorUp(deadline)) {
@@ -68,7 +67,7 @@ bool EventPortManager::Session::openGraph(const Deadline& deadline) {
     return false;
   }
   const client::Opening opening = graph->open(deadline);
-  // The service does not know this client any more.
+  // The service no longer knows this client.
   if (opening == client::Opening::Refused) lose();
   return opening == client::Opening::Opened;
 }
@@ -77,7 +76,7 @@ bool EventPortManager::Session::lookAtGraph(const Deadline& deadline) {
   const auto now = std::chrono::steady_clock::now();
   if (mirrorValid_ && now < nextGraphLook_) return true;
   nextGraphLook_ = now + GraphLookInterval;
-  // The mirror of a service that has gone would otherwise stay as it is for ever.
+  // Otherwise the mirror of a service that is gone would never change.
   if (!channels_->control.lost() && bringMirrorUp(deadline)) return true;
   noticeLoss(deadline);
   return false;
@@ -94,7 +93,7 @@ bool EventPortManager::Session::bringMirrorUp(const Deadline& deadline) {
   return true;
 }
 
-// The news do not outlive their channel, and so must be taken in before the service goes.
+// Unread changes are lost with their channel, so they must be read before the service is gone.
 void EventPortManager::Session::followGraph() {
   const auto now = std::chrono::steady_clock::now();
   if (now < nextFollow_) return;

@@ -1,4 +1,4 @@
-// What a session reports without being asked: groups and ports that have come, and connections that a service has lost.
+// What a session reports unasked: added groups and ports, and what a service that is back has lost.
 #include <algorithm>
 #include <chrono>
 #include <mutex>
@@ -15,13 +15,13 @@ namespace {
 
 using Clock = std::chrono::steady_clock;
 
-// A program that has come makes its ports one after the other.
+// A program that connects adds its ports one after the other.
 constexpr std::chrono::milliseconds GatherTime{200};
 
-// How often the service is asked.
+// The shortest time between two queries of the same kind.
 constexpr std::chrono::milliseconds NewsInterval{1000};
 
-// Other threads wait for the session meanwhile.
+// Short, because other threads wait meanwhile.
 constexpr std::chrono::milliseconds LookTime{500};
 
 }  // namespace
@@ -36,17 +36,17 @@ void EventPortManager::Session::lookForArrivals() {
   const bool news = isBack_.exchange(false) || (events_ && events_->takeTopologyNews());
   if (news && !arrivalLook_) arrivalLook_ = std::max(now + GatherTime, nextArrivalLook_);
   if (!arrivalLook_ || now < *arrivalLook_) return;
-  // What has arrived is not to wait for a request of another thread.
+  // Received events must not wait for a request of another thread.
   const std::unique_lock guard(mutex_, std::try_to_lock);
   if (!guard || !channels_ || silent()) return;
   arrivalLook_.reset();
-  // Nobody lists anything: the service need not be asked, and then says nothing more.
+  // No console lists anything: without a query the service sends no further notice.
   if (!arrivals_.isListed()) return;
   const Deadline deadline(LookTime);
   auto topology = channels_->control.ask<wire::Topology>(wire::AskTopology{channels_->control.session()}, deadline);
   nextArrivalLook_ = Clock::now() + NewsInterval;
   if (!topology) {
-    // That does not make the service silent: a request may wait longer than this look.
+    // Does not count as silent: other requests have a longer timeout.
     arrivalLook_ = nextArrivalLook_;
     if (channels_->control.lost()) lose();
     return;

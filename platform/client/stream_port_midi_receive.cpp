@@ -4,7 +4,7 @@
 namespace StrmSrv {
 namespace {
 
-// Bytes that a message of this status needs at least; 0 for a status that no message has.
+// The least number of bytes of a message with this status; 0 for an unknown status.
 std::size_t neededBytes(std::uint8_t status) {
   switch (status) {
     case 0x80:
@@ -34,7 +34,7 @@ std::size_t neededBytes(std::uint8_t status) {
   }
 }
 
-// Calls the receiver of a message. False for what is no message.
+// Calls the receiver of a message. Returns false if the bytes are not a message.
 bool receive(StreamPortMIDI& port, const client::Record& record) {
   const auto& bytes = record.message;
   const std::uint8_t status = bytes[0];

@@ -1,4 +1,4 @@
-// The taps that a client wants, whatever becomes of its service.
+// The taps that a client wants, whether its service runs or not.
 #pragma once
 
 #include <algorithm>
@@ -15,17 +15,17 @@ namespace client {
 struct WantedTap {
   std::uint64_t order = 0;  // grows with each tap made
   std::uint32_t holderBytes = 0;
-  bool isMissing = false;  // the service has no such port yet since it came back
+  bool isMissing = false;  // the service has not had this port since it came back
 };
 
-// Finding, adding and taking away a tap cost the logarithm of their number at most.
+// Finding, adding and removing a tap takes logarithmic time at most.
 class TapList {
  public:
   // A port of the client, and the name of the device's port.
   using Key = std::pair<std::uint32_t, std::string>;
   using Entry = std::pair<const Key, WantedTap>;
 
-  // For one that has just been made. A tap that stands already stays as it is.
+  // For a tap that was just made. An existing tap stays as it is.
   void add(std::uint32_t port, const std::string& name, std::uint32_t holderBytes) {
     const auto [tap, isNew] = taps_.try_emplace({port, name}, WantedTap{nextOrder_, holderBytes});
     if (isNew) ++nextOrder_;
@@ -42,7 +42,7 @@ class TapList {
 
   std::size_t size() const { return taps_.size(); }
 
-  // In the order of tapping, which is the order in which a message is sent through several ports. Sorts them all. Valid
+  // In the order of tapping, which is the order in which a message is sent through several ports. Sorts all taps. Valid
   // until the next change.
   std::vector<Entry*> inOrder() {
     std::vector<Entry*> all;

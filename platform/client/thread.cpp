@@ -32,7 +32,7 @@ Thread::Thread(Entry entry, void* argument, const char* name) {
   if (const int error = pthread_create(&thread_, nullptr, runThread, start.get()); error != 0) {
     throw std::system_error(error, std::generic_category(), "pthread_create");
   }
-  // The thread owns it from here on.
+  // The thread owns it now.
   static_cast<void>(start.release());
   if (name != nullptr) pthread_setname_np(thread_, std::string(name).substr(0, MaxThreadName).c_str());
 }
@@ -46,7 +46,7 @@ Thread::~Thread() {
 }
 
 void Thread::exit(int code) {
-  // A thread answers a pointer; this is the number in one.
+  // A thread returns a pointer; this one holds the number.
   pthread_exit(reinterpret_cast<void*>(static_cast<std::intptr_t>(code)));  // NOLINT(performance-no-int-to-ptr)
 }
 

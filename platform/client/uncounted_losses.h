@@ -1,4 +1,4 @@
-// Losses of unknown size, reported seldom.
+// Losses of unknown size, reported at intervals.
 #pragma once
 
 #include <chrono>
@@ -9,22 +9,21 @@
 
 namespace client {
 
-// A system that is late loses messages again and again, and each line disturbs what the user reads. So the first loss
-// is reported at once, and later ones as a sum every ten seconds at most. One thread at a time.
+// A system that is late loses an unknown number of messages time after time, and each line disturbs what the user
+// reads. So the first loss is reported at once, later ones as a sum at most every ten seconds. Not thread-safe.
 class UncountedLosses {
  public:
-  // tell is called with the number of losses, at least 1. What it refers to must outlive this object; it must not
-  // throw.
+  // tell: gets how many times something was lost, at least 1. It must outlive this object and must not throw.
   explicit UncountedLosses(std::function<void(std::uint64_t times)> tell) : tell_(std::move(tell)) {}
   UncountedLosses(const UncountedLosses&) = delete;
   UncountedLosses& operator=(const UncountedLosses&) = delete;
 
-  // Reports what has not been reported yet.
+  // Reports what is left.
   ~UncountedLosses() { say(news_.takeAll(times_, {})); }
 
   void add() { ++times_; }
 
-  // Reports what is due at now.
+  // Reports what is due at this time.
   void advance(std::chrono::nanoseconds now) {
     if (times_ > 0) say(news_.take(times_, now));
   }

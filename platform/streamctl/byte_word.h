@@ -1,4 +1,4 @@
-// Bytes and numbers as one types them.
+// Bytes and numbers as a user types them.
 #pragma once
 
 #include <charconv>
@@ -10,7 +10,8 @@
 
 namespace streamctl {
 
-// The whole word as a decimal number; nothing when it is none, has a sign in front of an unsigned one, or does not fit.
+// The whole word as a number in this base; nullopt if it is not a number, has a sign although the type is unsigned, or
+// does not fit.
 template <class Number>
 std::optional<Number> parseNumber(std::string_view word, int base = 10) {
   Number value{};
@@ -25,7 +26,7 @@ std::optional<Number> parseNumber(std::string_view word, int base = 10) {
   return value;
 }
 
-// A byte, decimal or hexadecimal behind "0x": "144", "0x90". Nothing for any other word.
+// A byte, decimal or, after "0x", hexadecimal: "144", "0x90". Returns nullopt for any other word.
 inline std::optional<std::uint8_t> parseByte(std::string_view word) {
   const bool hexadecimal = word.starts_with("0x") || word.starts_with("0X");
   return hexadecimal ? parseNumber<std::uint8_t>(word.substr(2), 16) : parseNumber<std::uint8_t>(word);

@@ -13,7 +13,7 @@
 namespace streamctl {
 namespace {
 
-// An option with one number for which allowed is true; rule says in words which those are.
+// An option with one number for which allowed is true; rule says in words which numbers those are.
 template <class Number, class Allowed, class Target>
 CLI::Option* addNumber(CLI::App& app, const std::string& name, Target& target, Allowed allowed, const std::string& rule,
                        const std::string& help) {
@@ -45,7 +45,7 @@ void addBytes(CLI::App& app, std::vector<std::uint8_t>& target) {
       ->required();
 }
 
-// The commands while they are being read.
+// The commands during parsing.
 struct Draft {
   ListCommand list;
   InjectCommand inject;
@@ -84,7 +84,7 @@ void addPlay(CLI::App& app, PlayCommand& play) {
       ->type_name("X");
 }
 
-// Whoever knows which command was given tells what it holds.
+// The caller finds out which command was given and reads its part of draft.
 void addCommands(CLI::App& app, Draft& draft) {
   CLI::App& list = *app.add_subcommand("list", "Show groups, ports and connections");
   list.add_flag("--json", draft.list.json, "As a JSON document");
@@ -105,23 +105,23 @@ std::vector<std::string> namesOfCommands(const CLI::App& app) {
   return names;
 }
 
-// Whether "--endpoint=" stands among the options. CLI11 would take the next word for what is missing.
+// Whether "--endpoint=" is among the options. CLI11 takes the next word for the missing value.
 bool hasEmptyEndpoint(const std::vector<std::string>& words) {
   const auto end = std::ranges::find(words, "--");
   return std::find(words.begin(), end, "--endpoint=") != end;
 }
 
-// The word that stands where a command must; nothing when there is none.
+// The word in the place of the command; nullopt if there is none.
 std::optional<std::string> wordForCommand(const std::vector<std::string>& words) {
   for (auto at = words.begin(); at != words.end(); ++at) {
     if (!at->starts_with('-')) return *at;
-    // Its value is the next word.
+    // The next word is the option's value.
     if (*at == "--endpoint" && ++at == words.end()) break;
   }
   return std::nullopt;
 }
 
-// What is wrong with words that cannot be understood.
+// The message for a command line that cannot be parsed.
 std::string problemOf(const CLI::App& app, const std::vector<std::string>& words, const CLI::ParseError& wrong) {
   const auto word = wordForCommand(words);
   const std::vector<std::string> names = namesOfCommands(app);
@@ -158,7 +158,7 @@ std::variant<CommandLine, Saying> parseCommandLine(const std::vector<std::string
   const std::string noEndpoint = "is empty; give ipc://PATH or embedded:FILE";
   try {
     if (hasEmptyEndpoint(words)) throw CLI::ValidationError("--endpoint", noEndpoint);
-    app.parse(std::vector<std::string>(words.rbegin(), words.rend()));  // so the library wants them
+    app.parse(std::vector<std::string>(words.rbegin(), words.rend()));  // the library expects reverse order
     if (given->count() > 0 && endpoint.empty()) throw CLI::ValidationError("--endpoint", noEndpoint);
   } catch (const CLI::CallForHelp&) {
     return Saying{false, app.help()};

@@ -1,4 +1,4 @@
-// What the words of the command line ask for.
+// The command line of streamctl.
 #pragma once
 
 #include <cstdint>
@@ -25,7 +25,7 @@ struct PlayCommand {
   std::string file;
   std::string port;
   bool loop = false;
-  double speed = 1;  // times as fast, service::MinSpeed to service::MaxSpeed; 0: without pauses
+  double speed = 1;  // a factor, midi::MinSpeed to midi::MaxSpeed; 0: without pauses
 };
 
 struct WatchCommand {
@@ -44,14 +44,13 @@ struct CommandLine {
   Command command;
 };
 
-// There is nothing to do but to say this: help or the version, or in one line without its end what is wrong with the
-// words.
+// Text to print instead of running a command: help, the version, or one line without its end that says what is wrong.
 struct Saying {
   bool wrong = false;
   std::string text;
 };
 
-// Understands the words of a command line, the program's own name not among them. Pure.
+// Parses a command line without the program's own name. Pure.
 std::variant<CommandLine, Saying> parseCommandLine(const std::vector<std::string>& words);
 
 }  // namespace streamctl

@@ -30,7 +30,7 @@ void appendSeconds(std::uint64_t nanoseconds, std::string& out) {
   out.append(decimals.data(), decimals.size());
 }
 
-// " 0x90" for each byte. A message may have a million of them, and there may be a million messages a second.
+// " 0x90" for each byte. Must be fast: messages of a million bytes and a million messages a second are possible.
 void appendHexadecimal(std::span<const std::uint8_t> bytes, std::string& out) {
   constexpr std::string_view Digits = "0123456789ABCDEF";
   const std::size_t before = out.size();

@@ -24,16 +24,16 @@ class EventLines {
  public:
   explicit EventLines(LineForm form) : form_(form) {}
 
-  // Appends the lines of an event of the port to out. data: the event, its cursor behind the header. False when the
-  // event is malformed; the messages before the mistake have their lines then.
+  // Appends the lines of an event of the port to out. data: the event, with its cursor behind the header. Returns false
+  // if the event is malformed; the messages before the error have their lines then.
   bool append(std::string_view port, EvtSrv::MemoryHolder& data, std::string& out);
 
  private:
   const std::string& shown(std::string_view port);
 
   LineForm form_;
-  std::map<std::string, std::string, std::less<>> shown_;  // names of ports as they are printed
-  std::string front_;                                      // of the lines of the event at hand
+  std::map<std::string, std::string, std::less<>> shown_;  // port names as printed
+  std::string front_;                                      // the front of each line of the current event
 };
 
 }  // namespace streamctl

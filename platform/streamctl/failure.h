@@ -1,4 +1,4 @@
-// Why a command did not do what was asked.
+// Why a command failed.
 #pragma once
 
 #include <optional>
@@ -6,12 +6,12 @@
 
 namespace streamctl {
 
-// In one printable line; empty when the line has been written already.
+// One printable line; empty if the line is already printed.
 struct Failure {
   std::string cause;
 };
 
-// How a command ends: without a failure, or with one.
+// The result of a command: nullopt on success.
 using Outcome = std::optional<Failure>;
 
 }  // namespace streamctl

@@ -1,4 +1,4 @@
-// Messages on their way into one frame.
+// Messages for one frame.
 #pragma once
 
 #include <cstddef>
@@ -10,16 +10,16 @@
 
 namespace streamctl {
 
-// Gathers messages up to a bound that keeps a frame short: the service does nothing else while it takes one in.
+// Collects messages up to a limit that keeps a frame short: the service does nothing else while it reads a frame.
 class FrameBatch {
  public:
   static constexpr std::size_t MaxMessages = 512;
-  static constexpr std::size_t MaxBytes = 64U << 10U;  // what the messages take up in the frame
+  static constexpr std::size_t MaxBytes = 64U << 10U;  // the size of the messages in the frame
 
-  // What a message takes up: group id, length and bytes.
+  // The size of a message in the frame: group id, length and bytes.
   static std::size_t sizeOf(const device::Message& message) { return 6 + message.bytes.size(); }
 
-  // Whether there is room. An empty batch has room for any one message.
+  // Returns whether there is room. An empty batch has room for any one message.
   bool hasRoomFor(const device::Message& message) const {
     if (items_.empty()) return true;
     return items_.size() < MaxMessages && bytes_ + sizeOf(message) <= MaxBytes;
@@ -34,7 +34,7 @@ class FrameBatch {
   bool empty() const { return items_.empty(); }
   std::size_t bytes() const { return bytes_; }
 
-  // The messages in the order of adding; the batch is empty afterwards.
+  // Returns the messages in the order of adding and empties the batch.
   std::vector<wire::InjectItem> take() {
     bytes_ = 0;
     return std::exchange(items_, {});

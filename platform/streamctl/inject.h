@@ -7,8 +7,8 @@
 
 namespace streamctl {
 
-// Passes a message through a port, as often and as fast as is asked. Dies of SIGINT and SIGTERM, once the service has
-// taken what was handed over.
+// Passes a message through a port, as often and as fast as requested. SIGINT and SIGTERM end the process once the
+// service has taken what was sent.
 Outcome run(const InjectCommand& command, const ServicePlace& place);
 
 }  // namespace streamctl

@@ -9,8 +9,8 @@ namespace streamctl {
 
 using JsonValue = nlohmann::ordered_json;
 
-// The text of a value; indent: blanks a level, -1 for all on one line. What came from elsewhere and is no UTF-8 has
-// U+FFFD in its place.
+// The text of a value. indent: blanks for each level, -1 for all on one line. Replaces text that is not UTF-8 by
+// U+FFFD.
 inline std::string jsonText(const JsonValue& value, int indent) {
   return value.dump(indent, ' ', false, JsonValue::error_handler_t::replace);
 }

@@ -7,7 +7,7 @@
 
 namespace streamctl {
 
-// Shows a device's groups, ports and connections on standard output.
+// Prints a device's groups, ports and connections to standard output.
 Outcome run(const ListCommand& command, const ServicePlace& place);
 
 }  // namespace streamctl

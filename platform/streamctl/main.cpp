@@ -9,8 +9,8 @@
 
 namespace {
 
-// A descriptor that the parent has closed would go to the next thing that is opened, a socket even. Output into this
-// one fails as into a closed one.
+// A descriptor that the parent closed would otherwise go to the next file or socket that is opened. Output to this one
+// fails as to a closed one.
 void openStandardDescriptors() {
   for (int descriptor = 0; descriptor <= 2; ++descriptor) {
     if (fcntl(descriptor, F_GETFD) < 0) open("/dev/null", O_RDONLY);

@@ -9,19 +9,19 @@
 namespace streamctl {
 
 int writeOutput(std::string_view text, const std::function<bool()>& goOn) {
-  // Nothing to write is no reason to try: a full device refuses that too.
+  // An empty text is not written: a full device would refuse it, too.
   while (!text.empty()) {
     const ssize_t written = write(STDOUT_FILENO, text.data(), text.size());
     const int error = written < 0 ? errno : 0;
     if (error == EAGAIN) {
-      // Who shares the pipe has made it one that does not wait.
+      // Another process that shares the pipe has made it non-blocking.
       pollfd ready{STDOUT_FILENO, POLLOUT, 0};
       poll(&ready, 1, -1);
     } else if (error != 0 && error != EINTR) {
       return error;
     }
     if (written > 0) text.remove_prefix(static_cast<std::size_t>(written));
-    // A signal also cuts short what has been written in part.
+    // A signal can also cause a partial write.
     if (!text.empty() && goOn && !goOn()) return EINTR;
   }
   return 0;

@@ -1,4 +1,4 @@
-// Standard output, without a buffer of its own.
+// Unbuffered standard output.
 #pragma once
 
 #include <functional>
@@ -7,14 +7,14 @@
 
 namespace streamctl {
 
-// Writes the whole text; waits while the reader is slow. 0, or the errno of what went wrong; EINTR when goOn, asked
-// whenever a signal may have come in between, answers false.
+// Writes the whole text; blocks while the reader is slow. Returns 0, or the errno of the failure. Calls goOn whenever a
+// signal may have arrived; returns EINTR if goOn returns false.
 int writeOutput(std::string_view text, const std::function<bool()>& goOn = {});
 
-// False when it is known that nobody will read any more.
+// Returns false if standard output is known to have no reader any more.
 bool outputHasReader();
 
-// In words, one line.
+// The error as one line of text.
 std::string outputProblem(int error);
 
 }  // namespace streamctl

@@ -16,7 +16,7 @@
 namespace streamctl {
 namespace {
 
-// Where each message of a score stands in it.
+// The time of each message of a score.
 std::vector<device::Time> timesOf(const midi::Score& score) {
   std::vector<device::Time> times;
   times.reserve(score.events.size());
@@ -34,7 +34,7 @@ Outcome play(midi::Score score, const PlayCommand& command, const ServicePlace& 
   const auto player = midi::makePlayer(midi::ScorePlayback{std::move(score), command.loop, command.speed});
   ProgressLine line;
   const auto show = [&](std::uint64_t messages) {
-    // Without messages there may be no times either.
+    // Without messages, times may be empty.
     line.show(messages == 0 ? device::Time{} : times[static_cast<std::size_t>((messages - 1) % times.size())], length);
   };
   if (const auto cause = playInto(*service, command.port, *player, times.size(), signals, show)) return Failure{*cause};

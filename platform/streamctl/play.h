@@ -7,9 +7,9 @@
 
 namespace streamctl {
 
-// Plays a Standard MIDI File through a port, with a progress bar where standard error is a terminal. Dies of the
-// signals StopSignals::Ending, once the service has taken what was handed over and what ends the notes that sound, and
-// the bar is gone.
+// Plays a Standard MIDI File through a port, with a progress bar if standard error is a terminal. The signals
+// StopSignals::Ending end the process, but only after the service has taken what was sent and what ends the sounding
+// notes, and after the bar is removed.
 Outcome run(const PlayCommand& command, const ServicePlace& place);
 
 }  // namespace streamctl

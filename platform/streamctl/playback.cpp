@@ -10,21 +10,21 @@
 namespace streamctl {
 namespace {
 
-// How long to wait for what is due without a look at the service.
+// The longest wait for the next message without a check of the service.
 constexpr std::chrono::milliseconds LongestWait{100};
 
-// How much may be on its way before the service has taken it. The window of the service counts frames, and a frame
-// may hold a megabyte.
+// How many bytes may be sent before the service has taken them. The service's window counts frames, and a frame may
+// have a megabyte.
 constexpr std::size_t MaxBytesOnTheWay = 1U << 20U;
 
 device::Time clockNow() { return std::chrono::steady_clock::now().time_since_epoch(); }
 
-// Hands frames over, and knows what sounds by them.
+// Sends frames and keeps track of the notes that sound.
 class Sender {
  public:
   Sender(client::ControlChannel& channel, const std::string& port) : channel_(channel), port_(port) {}
 
-  // False when the service does not take the message, or one before it.
+  // Returns false if the service does not take this message or an earlier one.
   bool add(const device::Message& message) {
     sounding_.passed(message);
     if (!batch_.hasRoomFor(message) && !flush()) return false;
@@ -32,7 +32,7 @@ class Sender {
     return true;
   }
 
-  // Ends what sounds. False as above.
+  // Ends the sounding notes. Returns false as add does.
   bool silence() {
     return std::ranges::all_of(sounding_.takeEnds(), [this](const midi::ScoreEvent& end) {
       return add({end.group, end.bytes});
@@ -56,7 +56,7 @@ class Sender {
   std::size_t onTheWay_ = 0;
 };
 
-// False when the service does not take everything.
+// Returns false if the service does not take everything.
 bool play(Sender& sender, client::ControlChannel& channel, midi::Player& player, std::uint64_t pass,
           const StopSignals& signals, const std::function<void(std::uint64_t messages)>& progress) {
   std::uint64_t messages = 0;
@@ -64,7 +64,7 @@ bool play(Sender& sender, client::ControlChannel& channel, midi::Player& player,
   while (const auto due = player.due()) {
     signals.waitUntil(std::min(*due, clockNow() + LongestWait));
     const device::Time now = clockNow();
-    // In pieces, as what is played without pauses may never end.
+    // In pieces, because playing without pauses may never end.
     for (std::size_t i = 0; i < FrameBatch::MaxMessages && signals.caught() == 0; ++i) {
       const auto message = player.next(now);
       if (!message) break;
@@ -79,14 +79,15 @@ bool play(Sender& sender, client::ControlChannel& channel, midi::Player& player,
   return true;
 }
 
-// Plays, and leaves nothing that sounds when it does not come to the end.
+// Plays. If playing ends early, ends the sounding notes.
 bool playAndSilence(client::ControlChannel& channel, const std::string& port, midi::Player& player, std::uint64_t pass,
                     const StopSignals& signals, const std::function<void(std::uint64_t messages)>& progress) {
   Sender sender(channel, port);
   const bool played = play(sender, channel, player, pass, signals, progress);
   const bool early = !played || player.due();
   const bool silenced = pass == 0 || !early || channel.lost() || (sender.silence() && sender.flush());
-  // Who has refused something may still take what ends the notes; who does not answer is not waited for again.
+  // A service that refused a message may still take the ends of the notes; one that does not answer is not waited for
+  // again.
   const bool taken = (played || channel.refusal()) && channel.finish();
   return played && silenced && taken;
 }
@@ -96,7 +97,7 @@ bool playAndSilence(client::ControlChannel& channel, const std::string& port, mi
 std::optional<std::string> playInto(ServiceClient& service, const std::string& port, midi::Player& player,
                                     std::uint64_t pass, const StopSignals& signals,
                                     const std::function<void(std::uint64_t messages)>& progress) {
-  // Asked first: a refusal would come only with the first message, which may have minutes to go.
+  // Checked first: the service would refuse only the first message, which may be minutes away.
   const auto topology = service.ask<wire::Topology, wire::AskTopology>();
   if (!topology) return service.whyNot();
   if (!client::PortNames(*topology).has(port)) return noSuchPort(port);

@@ -1,4 +1,4 @@
-// What a player plays, into the service.
+// Sends what a player plays to the service.
 #pragma once
 
 #include <cstdint>
@@ -12,13 +12,13 @@
 
 namespace streamctl {
 
-// Starts the player and passes what it plays through the port, in time, until it has ended or a signal has come; then
-// waits until the service has taken everything, and takes leave. Nothing on success, else why not, in one printable
-// line. progress is told, several times in a second and after each frame, how many messages of the player have been
-// handed over.
+// Starts the player and passes its messages through the port, in time, until it ends or a signal arrives. Then waits
+// until the service has taken everything, and sends Goodbye. Returns nullopt on success, else the cause as one
+// printable line. Calls progress several times a second and after each frame with the number of the player's messages
+// sent so far.
 //
-// pass: the number of messages in one pass of the player. Notes that still sound are ended before the next pass begins,
-// and when playing ends early. 0: no notes are ended.
+// pass: the number of messages in one pass of the player. Sounding notes are ended before another pass begins, and when
+// playing ends early; with 0 they are not ended.
 std::optional<std::string> playInto(ServiceClient& service, const std::string& port, midi::Player& player,
                                     std::uint64_t pass, const StopSignals& signals,
                                     const std::function<void(std::uint64_t messages)>& progress);

@@ -6,8 +6,8 @@
 
 namespace streamctl {
 
-// Does what the words of the command line ask for, the program's own name not among them. Answers the exit status: 0;
-// 1 when it could not be done, with a line on standard error that says why; 2 when the words are wrong.
+// Runs a command line without the program's own name. Returns the exit status: 0 on success; 1 on failure, with a line
+// on standard error that says why; 2 if the command line is wrong.
 int runProgram(const std::vector<std::string>& words);
 
 }  // namespace streamctl

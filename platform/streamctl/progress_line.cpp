@@ -17,7 +17,7 @@ bool movesItsCursor() {
   return kind != nullptr && *kind != '\0' && std::string_view(kind) != "dumb";
 }
 
-// One less than there are: a character in the last one would put the cursor on the next line.
+// One less than the terminal has: a character in the last column would move the cursor to the next line.
 std::size_t columnsToUse() {
   winsize size{};
   if (ioctl(STDERR_FILENO, TIOCGWINSZ, &size) != 0 || size.ws_col == 0) return 79;

@@ -7,8 +7,8 @@
 
 namespace streamctl {
 
-// One line of standard error that is drawn over and over, and gone when this object is. Nothing at all when standard
-// error is no terminal, or one that cannot move its cursor.
+// One line on standard error that is redrawn in place and removed on destruction. Does nothing if standard error is not
+// a terminal, or is one that cannot move its cursor.
 class ProgressLine {
  public:
   ProgressLine();
@@ -16,7 +16,7 @@ class ProgressLine {
   ProgressLine& operator=(const ProgressLine&) = delete;
   ~ProgressLine();
 
-  // Draws it (see progress_text.h), unless it looks so already.
+  // Draws the line (see progress_text.h) if it has changed.
   void show(device::Time position, device::Time length);
 
  private:

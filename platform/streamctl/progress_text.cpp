@@ -30,7 +30,7 @@ std::string progressText(device::Time position, device::Time length, std::size_t
       length.count() == 0 ? 1 : static_cast<double>(position.count()) / static_cast<double>(length.count());
   const std::string number = std::to_string(static_cast<int>(100 * part));
   const std::string percent = std::string(3 - std::min<std::size_t>(3, number.size()), ' ') + number + '%';
-  // As wide at the start as at the end, so that the bar does not change its width.
+  // The same width at the start and at the end, so the bar does not change its width.
   const std::string end = clock(length);
   const std::string now = clock(position);
   const std::string times = std::string(end.size() - std::min(end.size(), now.size()), ' ') + now + " / " + end;

@@ -8,8 +8,8 @@
 
 namespace streamctl {
 
-// "[=======>      ]  45%  0:12 / 0:27" in columns cells at most; with less room without its bar, then without its
-// times, then nothing. position: 0 to length, which may be 0.
+// "[=======>      ]  45%  0:12 / 0:27" in at most this many columns; if there is less room, without the bar, then
+// without the times, then empty. position: 0 to length, which may be 0.
 std::string progressText(device::Time position, device::Time length, std::size_t columns);
 
 }  // namespace streamctl

@@ -9,7 +9,7 @@ namespace {
 
 using device::Time;
 
-// Further away than anybody waits; no sum of a time and this overflows.
+// Longer than any wait; adding a time to it does not overflow.
 constexpr long double Endless = 1e18L;
 
 class RepeatingPlayer : public midi::Player {

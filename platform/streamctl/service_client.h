@@ -1,4 +1,4 @@
-// A service that answers.
+// A connection to a service that answers.
 #pragma once
 
 #include <memory>
@@ -12,25 +12,27 @@
 
 namespace streamctl {
 
-// A client of a service, with a control channel only. One thread.
+// A client of a service with only a control channel. Not thread-safe.
 class ServiceClient {
  public:
-  // Attaches to the first service of the place that answers. Null when none does. Says on standard error why one is not
-  // taken and, when nobody has said where to look, which one is. Blocks two seconds at most for each, and for the disk.
+  // Attaches to the first service of the place that answers. Returns null if none does. Prints to standard error why a
+  // service is not used and, if the user has not said where to look, which one is. Blocks for at most two seconds for
+  // each service, and for disk access.
   static std::unique_ptr<ServiceClient> open(const ServicePlace& place);
 
   client::ControlChannel& channel() { return *channel_; }
 
-  // Blocks two seconds at most; without an answer nothing, and whyNot says why.
+  // Blocks for at most two seconds. Returns nullopt if there is no answer; whyNot says why.
   template <class Answer, class Request>
   std::optional<Answer> ask() {
     return channel_->ask<Answer>(Request{channel_->session()});
   }
 
-  // Why the service has just done nothing, in one printable line: for the port called port, if it was about one.
+  // Why the service has just done nothing, as one printable line. port: the name of the port, if the request was about
+  // one.
   std::string whyNot(const std::string& port = {});
 
-  // Takes leave, when everything has been said: so the service does not have to notice. Blocks two seconds at most.
+  // Sends Goodbye, so the service does not have to detect the end. Call it last. Blocks for at most two seconds.
   void leave();
 
  private:
@@ -39,12 +41,12 @@ class ServiceClient {
 
   std::string whyNoAnswer();
 
-  client::Connection connection_;  // the last to go
+  client::Connection connection_;  // destroyed last
   std::string endpoint_;
   std::optional<client::ControlChannel> channel_;
 };
 
-// That no port has this name, in words.
+// The message that no port has this name.
 std::string noSuchPort(const std::string& port);
 
 }  // namespace streamctl

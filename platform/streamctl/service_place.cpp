@@ -11,7 +11,7 @@
 namespace streamctl {
 namespace {
 
-// No endpoint that this build refuses.
+// Names no endpoint that this build refuses.
 #ifdef FLOWSCOPE_HAVE_JACK
 constexpr const char* AnyService = "start streamd, or give --endpoint embedded:jack while a JACK server runs";
 #else
@@ -37,7 +37,7 @@ ServicePlace placeToLook(const std::optional<std::string>& given) {
 
 ServicePlace placeOfStreamd(ServicePlace place) {
   if (!place.isDefault) return place;
-  // Of those that are tried by default, it is the first.
+  // The well-known local socket is the first of the default endpoints.
   return {{std::move(place.endpoints.front())}, false, Start};
 }
 

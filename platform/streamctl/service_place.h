@@ -11,23 +11,23 @@
 namespace streamctl {
 
 struct ServicePlace {
-  std::vector<std::string> endpoints;  // to be tried in turn, at least one
-  bool isDefault = false;              // nobody has said where
-  std::string advice;                  // what the user can do when no streamd listens
+  std::vector<std::string> endpoints;  // to try in turn, at least one
+  bool isDefault = false;              // the user has not said where
+  std::string advice;                  // what the user can do if no streamd listens
 };
 
 // The given endpoint, else that of EVTSRV_ENDPOINT, else those that the console tries.
 ServicePlace placeToLook(const std::optional<std::string>& given);
 
-// The same for a command that needs a streamd: by default the well-known local socket only.
+// The same place for a command that needs a service that others use, too: by default only the well-known local socket.
 ServicePlace placeOfStreamd(ServicePlace place);
 
-// Says on standard error why there is no service at an endpoint of the place and, when no streamd listens there, what
+// Prints to standard error why there is no service at an endpoint of the place and, if no streamd listens there, what
 // to do next.
 void sayProblem(const ServicePlace& place, const std::string& endpoint, const client::ConnectionProblem& problem);
 
-// When no endpoint was given, says on standard error which one has been taken, and what to do next when nobody else
-// sees its device.
+// If the user has not said where, prints to standard error which endpoint is used, and also what to do next if nobody
+// else sees its device.
 void sayTaken(const ServicePlace& place, const std::string& endpoint);
 
 }  // namespace streamctl

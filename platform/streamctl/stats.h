@@ -7,7 +7,7 @@
 
 namespace streamctl {
 
-// Shows what the service has counted on standard output.
+// Prints the service's counters to standard output.
 Outcome run(const StatsCommand& command, const ServicePlace& place);
 
 }  // namespace streamctl

@@ -12,7 +12,7 @@
 namespace streamctl {
 namespace {
 
-// In whole percent, rounded up: a queue that holds anything is not empty.
+// In whole percent, rounded up: a queue that holds anything is above 0%.
 std::string fill(std::uint64_t bytes, std::uint64_t limit) {
   if (limit == 0) return {};
   return std::to_string((100 * bytes + limit - 1) / limit) + '%';

@@ -1,4 +1,4 @@
-// What a service has counted, for people and for programs.
+// A service's counters, as text and as JSON.
 #pragma once
 
 #include <string>
@@ -7,7 +7,7 @@
 
 namespace streamctl {
 
-// The totals, then a line for each client under a line of headings. QUEUE is in bytes, FILL its part of the bound.
+// The totals, then a heading and a line for each client. QUEUE is in bytes, FILL its share of the limit.
 std::string statsText(const wire::Stats& stats);
 
 // A JSON document of the same numbers: "in", "out", "lost", "uncounted_losses", "queue_limit" and "clients", each with

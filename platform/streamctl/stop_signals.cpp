@@ -21,7 +21,7 @@ std::chrono::nanoseconds steadyNow() { return std::chrono::steady_clock::now().t
 
 StopSignals::StopSignals(std::span<const int> signals) : signals_(signals), before_(signals.size()) {
   latest = 0;
-  // Calls that wait are interrupted, or the wish would only be seen when they are over.
+  // Without SA_RESTART, so that a signal interrupts blocking calls.
   struct sigaction action {};
   action.sa_handler = remember;
   action.sa_flags = static_cast<int>(SA_RESETHAND);
@@ -39,7 +39,7 @@ StopSignals::~StopSignals() {
 int StopSignals::caught() const { return latest; }
 
 void StopSignals::waitUntil(std::chrono::nanoseconds time) const {
-  // Held back until the wait begins: a signal between the look and the wait would be slept through.
+  // Blocked until ppoll begins: a signal between the check and the wait would be missed.
   sigset_t all;
   sigset_t before;
   sigemptyset(&all);

@@ -9,31 +9,32 @@
 
 namespace streamctl {
 
-// While it lives, its signals do not end the process but are remembered; the second of a kind ends it at once. Signals
-// that were ignored before stay ignored. One at a time, made and destroyed on the main thread.
+// During its lifetime, its signals are stored instead of ending the process; the second of the same kind ends it at
+// once. Signals that were ignored before stay ignored. Only one object at a time, created and destroyed on the main
+// thread.
 class StopSignals {
  public:
-  // With which people and programs end a program.
+  // The signals by which users and programs ask for the end.
   static constexpr std::array Asking{SIGINT, SIGTERM};
 
-  // Those, and others that end a program from outside, such as that of a terminal that goes away.
+  // Those, and the other signals that end a program from outside, for example when a terminal closes.
   static constexpr std::array Ending{SIGINT, SIGTERM, SIGHUP, SIGQUIT, SIGPIPE, SIGALRM, SIGUSR1, SIGUSR2};
 
-  // signals must outlive this object.
+  // signals must stay valid as long as this object.
   explicit StopSignals(std::span<const int> signals = Asking);
   StopSignals(const StopSignals&) = delete;
   StopSignals& operator=(const StopSignals&) = delete;
-  // What was done with the signals before is done again.
+  // Restores the previous signal handlers.
   ~StopSignals();
 
-  // Number of the latest signal; 0 when none has come.
+  // The number of the latest signal; 0 if none has arrived.
   int caught() const;
 
-  // Waits until the time, by the steady clock, or until a signal that has not been handled comes. Returns at once when
-  // caught() is not 0, or the time has passed.
+  // Waits until this time of the steady clock or until a signal that has not been handled arrives. Returns at once if
+  // caught() is not 0 or the time has passed.
   void waitUntil(std::chrono::nanoseconds time) const;
 
-  // Dies of the signal that has come, as whoever started the process expects; returns when none has.
+  // Ends the process by the signal that has arrived, as its parent expects; returns if none has.
   void passOn();
 
  private:

@@ -22,7 +22,7 @@ using client::ServicePort;
 using client::ServicePortHash;
 using client::Side;
 
-// The names of the ports at the other ends, with a blank between, by one side's ports.
+// For each port of one side, the names of its peers, separated by blanks.
 using Peers = std::unordered_map<ServicePort, std::string, ServicePortHash>;
 
 void enter(Peers& peers, ServicePort port, const std::string& peer) {
@@ -31,7 +31,7 @@ void enter(Peers& peers, ServicePort port, const std::string& peer) {
   names += peer;
 }
 
-// What groups and ports are called in the systems that they come from.
+// The names of groups and ports in the systems that they come from.
 class OriginalNames {
  public:
   explicit OriginalNames(const wire::Originals& originals) {
@@ -45,7 +45,7 @@ class OriginalNames {
     return found == byHandle_.end() ? nullptr : found->second;
   }
 
-  // Empty for a port that comes from no other system.
+  // Empty for a port that does not come from another system.
   std::string port(std::uint64_t group, std::uint16_t index, Side side) const {
     const wire::OriginalGroup* known = this->group(group);
     if (known == nullptr) return {};
@@ -61,7 +61,7 @@ class OriginalNames {
 
 using Row = std::vector<std::string>;
 
-// The rows of a table, whose column of original names is left out when there are none.
+// The rows of a table. The column of original names is left out if there are none.
 class Rows {
  public:
   Rows(const PortNames& names, const OriginalNames& originals, sys::TextEncoding encoding)
@@ -137,7 +137,7 @@ JsonValue groupJson(const wire::TopologyGroup& group, const PortNames& names, co
   return json;
 }
 
-// A topology whose ports can be named by their handles.
+// Names ports by the handles of their groups.
 class Device {
  public:
   explicit Device(const wire::Topology& topology) : names_(client::withGroupIds(topology)) {
@@ -147,7 +147,7 @@ class Device {
   const PortNames& names() const { return names_; }
   const std::vector<wire::TopologyGroup>& groups() const { return names_.topology().groups; }
 
-  // A port of a group that has just come or gone has the name of one that does not exist.
+  // A port of a group that was just added or removed gets the name of one that does not exist.
   std::string source(const wire::LinkRecord& link) const {
     return name(link.sourceGroup, link.sourceIndex, Side::Source);
   }

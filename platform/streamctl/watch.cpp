@@ -21,10 +21,10 @@ namespace {
 
 constexpr std::size_t HolderBytes = 64U << 10U;
 
-// So much is written at once, while messages come without a pause.
+// The size of one write while messages arrive without a pause.
 constexpr std::size_t WriteAfter = 64U << 10U;
 
-// How long to wait for messages without a look at the reader of the output.
+// The longest wait for messages without a check for a reader of the output.
 constexpr int LongestReceive = 200;  // milliseconds
 
 class WatchPort : public EvtSrv::EventPort {
@@ -39,16 +39,16 @@ class WatchPort : public EvtSrv::EventPort {
     return EvtSrv::EvtRes_Success;
   }
 
-  // Writes what has been received; once that has failed, nothing more.
+  // Writes what was received; does nothing after a failure.
   void flush() {
     if (error_ == 0) error_ = writeOutput(text_, [this] { return signals_.caught() == 0; });
     text_.clear();
   }
 
-  // The errno of writing; 0 while all is well.
+  // The errno of a failed write; 0 if none failed.
   int error() const { return error_; }
 
-  // True when an event of the service could not be understood.
+  // True if an event of the service was malformed.
   bool malformed() const { return malformed_; }
 
  private:
@@ -61,8 +61,8 @@ class WatchPort : public EvtSrv::EventPort {
 
 using Opened = std::variant<client::Connection, client::ConnectionProblem>;
 
-// Makes the library use the one endpoint of the place. When no service is there, says why, since only streamctl knows
-// what to do next. A service in this process runs on for the library while the result lives.
+// Makes the library use the only endpoint of the place. Prints why if there is no service: only this program knows what
+// to do next. A service in this process stays alive for the library as long as the result.
 Opened makeKnown(const ServicePlace& place) {
   const std::string& endpoint = place.endpoints.front();
   Opened opened = client::openConnection(endpoint, EvtSrv::ConBehave_Void);
@@ -74,7 +74,7 @@ Opened makeKnown(const ServicePlace& place) {
   return opened;
 }
 
-// Why there is no tap.
+// Why the tap failed.
 std::string causeOf(EvtSrv::EventResult result, const std::string& port, const std::string& endpoint) {
   const bool unknown = result == EvtSrv::EvtRes_NotFound || result == EvtSrv::EvtRes_BadArgument;
   return unknown ? noSuchPort(port) : sys::printable(endpoint) + ": the service does not answer";
@@ -89,7 +89,7 @@ Outcome run(const WatchCommand& command, const ServicePlace& place) {
   if (!place.isDefault) opened = makeKnown(place);
   if (opened && std::holds_alternative<client::ConnectionProblem>(*opened)) return Failure{};
   EvtSrv::EventPortManager manager(EvtSrv::ConBehave_Void, true);
-  if (manager.session() == nullptr) return Failure{};  // the library has said why
+  if (manager.session() == nullptr) return Failure{};  // the library has printed why
   const std::string& endpoint = manager.session()->endpoint();
   sayTaken(place, endpoint);
   WatchPort port(manager, command.json ? LineForm::Json : LineForm::Text, signals);

@@ -7,8 +7,8 @@
 
 namespace streamctl {
 
-// Prints a line for each message that passes the ports, until SIGINT or SIGTERM comes or nobody reads standard output;
-// these are no failures. When the service goes, waits until it is back. Sets EVTSRV_ENDPOINT for the library.
+// Prints a line for each message that passes the ports, until SIGINT or SIGTERM arrives or standard output has no
+// reader; neither is a failure. If the service is gone, waits until it is back. Sets EVTSRV_ENDPOINT for the library.
 Outcome run(const WatchCommand& command, const ServicePlace& place);
 
 }  // namespace streamctl

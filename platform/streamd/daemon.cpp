@@ -34,7 +34,7 @@ void logOf(std::string_view subject, std::string_view what) {
 
 std::atomic<host::Host*> running{nullptr};
 
-// While it lives, the signals that end programs stop the host instead.
+// During its lifetime, the signals that end programs stop the host instead.
 class StoppedBySignals {
  public:
   explicit StoppedBySignals(host::Host& host) {
@@ -65,7 +65,7 @@ std::string describe(const device::Topology& topology) {
          countText(sinks, "sink");
 }
 
-// What is served, in words.
+// The served drivers and device as text.
 std::string devicesText(const Options& options) {
   std::string text;
   for (const std::string& name : options.drivers)
@@ -74,13 +74,14 @@ std::string devicesText(const Options& options) {
   return text;
 }
 
-// Where an endpoint's socket stands, or the cause why streamd cannot listen there.
+// Claims the place of an endpoint's socket. Returns it, or why streamd cannot listen there.
 std::variant<std::unique_ptr<SocketPlace>, std::string> claim(std::string_view endpoint) {
   constexpr std::string_view Local = "ipc://";
   if (endpoint.starts_with("tcp://")) return "services over the network are not supported";
   if (!endpoint.starts_with(Local) || endpoint.size() == Local.size()) return "not an endpoint (ipc://PATH)";
   const std::string_view path = endpoint.substr(Local.size());
-  // To ZeroMQ, a socket without a file, which has no mode that keeps others out, and one at a place of its own choice.
+  // ZeroMQ would take @ as a socket without a file, which has no mode that keeps other users out, and * as a path of
+  // its own choice.
   if (path.front() == '@' || path.front() == '*') return "the path must not begin with @ or *";
   return SocketPlace::claim(std::string(path));
 }
@@ -96,7 +97,7 @@ int serve(const Options& options) {
   auto driver = std::get<std::unique_ptr<device::Driver>>(std::move(device));
   const std::string deviceText = describe(driver->topology());
 
-  // Given back after the sockets have gone.
+  // Released after the sockets are closed.
   std::vector<std::unique_ptr<SocketPlace>> places;
   zmq::context_t context;
   host::Host host(context, std::move(driver), {.service = {.queueBytes = options.queueBytes}}, logLine);

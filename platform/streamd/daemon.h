@@ -1,12 +1,12 @@
-// The service as a program of its own.
+// The service as a program.
 #pragma once
 
 #include "platform/streamd/options.h"
 
 namespace streamd {
 
-// Serves until SIGINT, SIGTERM or SIGHUP, whose handlers it sets, and logs to standard error. Answers the status to end
-// with. Throws what derives from std::exception when the system gives too little.
+// Serves until SIGINT, SIGTERM or SIGHUP, whose handlers it sets, and logs to standard error. Returns the exit status.
+// Throws exceptions derived from std::exception if the system gives too few resources.
 int serve(const Options& options);
 
 }  // namespace streamd

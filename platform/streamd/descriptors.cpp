@@ -11,7 +11,7 @@
 namespace streamd {
 namespace {
 
-// Never given to connections, so that all else can still be opened.
+// Not used for connections, so that everything else can still be opened.
 constexpr rlim_t Spare = 16;
 
 bool isSpare(int descriptor) {
@@ -36,9 +36,9 @@ void raiseDescriptorLimit() {
 
 }  // namespace streamd
 
-// Stands in front of the system's call of this name, for ZeroMQ: it ends the process when a connection cannot be
-// accepted for want of a descriptor or of memory, but goes on after one that has closed meanwhile. A connection too
-// many is accepted and closed, because one that is left waiting would be reported again and again.
+// Replaces the C library's accept4 for ZeroMQ, which ends the process when it cannot accept a connection for lack of
+// descriptors or memory, but continues after a connection that closed meanwhile. A connection above the limit is
+// accepted and closed, because a pending one would be reported again and again.
 //
 // NOLINTNEXTLINE(readability-inconsistent-declaration-parameter-name): the C library's own names are reserved.
 extern "C" int accept4(int listener, sockaddr* __restrict address, socklen_t* __restrict size, int flags) {

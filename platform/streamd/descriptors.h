@@ -1,14 +1,14 @@
-// The descriptors of the process.
+// The file descriptors of the process.
 #pragma once
 
 namespace streamd {
 
-// Opens on /dev/null what the parent has closed of the standard descriptors. Before anything else is opened, which
-// would get such a number and be written into as the log.
+// Opens /dev/null as each standard descriptor that the parent closed. Call it before anything else is opened: that
+// would get such a number, and the log would be written into it.
 void openStandardDescriptors();
 
-// Takes as many descriptors as the system grants; every client takes three. Connections for which there are too few
-// are closed as soon as they come: a client that opens too many harms nobody who is there already.
+// Raises the descriptor limit as far as the system allows; every client takes three. Connections above the limit are
+// closed as soon as they are accepted: a client that opens too many does not harm clients that are already connected.
 void raiseDescriptorLimit();
 
 }  // namespace streamd

@@ -16,7 +16,7 @@ std::string withPrefix(std::string_view line) { return "streamd: " + std::string
 
 void LineLog::write(std::string_view line) {
   pollfd ready{descriptor_, POLLOUT, 0};
-  // A pipe, or a terminal that was halted, may be full for as long as its reader likes.
+  // A pipe or a halted terminal may stay full as long as its reader likes.
   if (sys::throughSignals([&] { return poll(&ready, 1, 0); }) != 1) {
     ++leftOut_;
     return;
@@ -28,7 +28,7 @@ void LineLog::write(std::string_view line) {
   }
   text += withPrefix(line);
   leftOut_ = 0;
-  // What cannot be written, on a full disk say, is lost: the service is worth more than its log.
+  // Lines that cannot be written, for example on a full disk, are lost: the service matters more than its log.
   [[maybe_unused]] const auto written =
       sys::throughSignals([&] { return ::write(descriptor_, text.data(), text.size()); });
 }

@@ -6,13 +6,13 @@
 
 namespace streamd {
 
-// Writes lines to a descriptor, each behind the name of the program, and never waits for who reads them: what finds no
-// room is left out, and counted in front of the next line that is written. One thread at a time.
+// Writes lines to a descriptor, each after the name of the program. Never blocks on a slow reader: lines that find no
+// room are left out, and the next line that is written says how many. Not thread-safe.
 class LineLog {
  public:
   explicit LineLog(int descriptor) : descriptor_(descriptor) {}
 
-  // line: without its line end.
+  // line has no line end.
   void write(std::string_view line);
 
  private:

@@ -10,7 +10,7 @@
 int main(int count, char** words) {
   streamd::openStandardDescriptors();
   streamd::raiseDescriptorLimit();
-  // A log that nobody reads any more ends no service.
+  // A log without a reader must not end the service.
   std::signal(SIGPIPE, SIG_IGN);
   try {
     const auto options = streamd::parseOptions(count, words);

@@ -13,7 +13,7 @@ namespace {
 
 constexpr int UsageStatus = 2;
 
-// Below, hardly a message finds room; above, sizes do not fit the 32 bits in which they travel.
+// Below the minimum, hardly a message fits; above the maximum, sizes do not fit the 32 bits of the protocol.
 constexpr std::size_t SmallestQueue = 1024;
 constexpr std::size_t LargestQueue = 1U << 31U;
 
@@ -52,7 +52,7 @@ std::variant<Options, EndWith> parseOptions(int count, const char* const* words)
   try {
     app.parse(count, words);
   } catch (const CLI::ParseError& problem) {
-    // Help and version are asked for so, too.
+    // The parser reports requests for help and version as errors, too.
     if (problem.get_exit_code() == 0) return EndWith{app.exit(problem)};
     std::fprintf(stderr, "streamd: %s (--help tells more)\n", sys::printable(problem.what()).c_str());
     return EndWith{UsageStatus};

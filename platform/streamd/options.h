@@ -1,4 +1,4 @@
-// The words of streamd's command line.
+// The command line of streamd.
 #pragma once
 
 #include <cstddef>
@@ -15,12 +15,12 @@ struct Options {
   std::size_t queueBytes = 0;
 };
 
-// The program is to end with this status; what there is to say has been said.
+// The program must end with this status; its messages are already printed.
 struct EndWith {
   int status = 0;
 };
 
-// Prints help and the version on standard output, and what is wrong on standard error.
+// Prints help and the version to standard output, and errors to standard error.
 std::variant<Options, EndWith> parseOptions(int count, const char* const* words);
 
 }  // namespace streamd

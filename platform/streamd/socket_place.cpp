@@ -25,12 +25,12 @@ const std::string Taken = "a service is already listening there";
 
 std::string words(int cause) { return std::strerror(cause); }
 
-// The cause, when there is no folder for the path.
+// Returns the cause if the path's folder neither exists nor can be made.
 std::optional<std::string> makeFolder(const std::string& path) {
   const std::string folder = std::filesystem::path(path).parent_path();
   if (folder.empty()) return std::nullopt;
   if (mkdir(folder.c_str(), FolderMode) == 0) {
-    // Whatever the umask took away.
+    // Restores what the umask removed.
     if (chmod(folder.c_str(), FolderMode) == 0) return std::nullopt;
   } else if (errno == EEXIST) {
     return std::nullopt;
@@ -45,7 +45,7 @@ bool isStillAt(const std::string& path, int descriptor) {
          opened.st_ino == there.st_ino;
 }
 
-// The descriptor of the locked file, or the cause.
+// Returns the descriptor of the locked file, or the cause.
 std::variant<int, std::string> lockFile(const std::string& path) {
   for (;;) {
     const int descriptor = open(path.c_str(), O_CREAT | O_RDWR | O_CLOEXEC | O_NOFOLLOW, LockMode);
@@ -55,13 +55,13 @@ std::variant<int, std::string> lockFile(const std::string& path) {
       close(descriptor);
       return cause == EWOULDBLOCK ? Taken : path + ": " + words(cause);
     }
-    // Its last owner may have removed it between the two calls: then others lock another file.
+    // The last owner may have removed the file between open and flock: then others lock another file.
     if (isStillAt(path, descriptor)) return descriptor;
     close(descriptor);
   }
 }
 
-// The cause, when something stands at the path that must stay there.
+// Returns the cause if something is at the path that must not be removed.
 std::optional<std::string> clearAway(const std::string& path) {
   struct stat there {};
   if (lstat(path.c_str(), &there) < 0) return errno == ENOENT ? std::nullopt : std::optional(words(errno));

@@ -8,18 +8,18 @@
 
 namespace streamd {
 
-// A path at which this process alone may listen, as long as the object lives: a lock beside it keeps others away, so
-// that two services that start at once never share a path, nor take it from each other.
+// A path at which only this process may listen during the object's lifetime. A lock file beside it keeps others away,
+// so two services that start at the same time never share a path, nor take it from each other.
 class SocketPlace {
  public:
-  // Makes the folder if it is missing (mode 0750), and takes away a socket at which nobody listens any more. Nothing
-  // else is ever removed. Without success: the cause in words.
+  // Makes the folder if it is missing (mode 0750), and removes a socket at which nothing listens any more. Removes
+  // nothing else. On failure returns the cause as text.
   static std::variant<std::unique_ptr<SocketPlace>, std::string> claim(const std::string& path);
 
   SocketPlace(const SocketPlace&) = delete;
   SocketPlace& operator=(const SocketPlace&) = delete;
 
-  // Removes the socket, which must have been closed, and gives the place back.
+  // Removes the socket, which must be closed, and releases the place.
   ~SocketPlace();
 
  private:
@@ -29,10 +29,10 @@ class SocketPlace {
   std::string path_;
   std::string lockPath_;
   int lock_;
-  bool cleared_ = false;  // what stands at the path is this process's own
+  bool cleared_ = false;  // the file at the path is this process's own
 };
 
-// While it lives, sockets that this process makes have mode 0660.
+// During its lifetime, sockets that this process makes have mode 0660.
 class SocketMode {
  public:
   SocketMode();

@@ -10,7 +10,7 @@
 namespace testsupport {
 namespace {
 
-// A number without sign that fills the whole text.
+// A number without a sign that is the whole text.
 std::optional<int> number(std::string_view text) {
   int value = 0;
   const auto [end, error] = std::from_chars(text.data(), text.data() + text.size(), value);
@@ -82,7 +82,6 @@ std::optional<Cell> cellStyle(const std::vector<std::string>& words) {
   return words.empty() ? std::nullopt : std::optional(cell);
 }
 
-// The text of a block: every line with a line end, but for lines that end in "\c". Nothing for an unknown escape.
 std::optional<std::string> blockText(const std::vector<std::string>& block) {
   constexpr std::string_view NoLineEnd = R"(\c)";
   std::string text;

@@ -1,4 +1,4 @@
-// What stands behind and below the words of a case's steps, read into values. Nothing where a text has another form.
+// Parses the arguments and blocks of a case's steps. Each function returns nullopt if the text has another form.
 #pragma once
 
 #include <optional>
@@ -25,16 +25,16 @@ struct PlacedWords {
 };
 std::optional<PlacedWords> placedWords(std::string_view text);
 
-// A cell without text from words such as "bold", "reverse", "red"; "plain" adds nothing. One word at least.
+// A cell without text from words such as "bold", "reverse", "red"; "plain" adds nothing. Needs at least one word.
 std::optional<Cell> cellStyle(const std::vector<std::string>& words);
 
-// The text of a block, escapes resolved: every line with a line end, but for lines that end in "\c".
+// The text of a block, escapes resolved. Every line gets a line end, except lines that end in "\c".
 std::optional<std::string> blockText(const std::vector<std::string>& block);
 
 // The bytes of a block, escapes resolved, without line ends.
 std::optional<std::string> blockBytes(const std::vector<std::string>& block);
 
-// Bytes from pairs of hexadecimal digits; blanks between them and what follows a "#" do not count.
+// Bytes from pairs of hexadecimal digits. Ignores blanks between them and everything after a "#".
 std::optional<std::string> hexBytes(const std::vector<std::string>& block);
 
 }  // namespace testsupport

@@ -14,7 +14,7 @@ namespace {
 
 constexpr Failure Done = std::nullopt;
 
-// Compares one output of the last run and takes it away, so that it counts as mentioned.
+// Compares one output of the last run and clears it, so that it counts as mentioned.
 Failure compareOutput(const Step& step, std::string& actual) {
   const auto expected = blockText(*step.block);
   if (!expected) {
@@ -39,7 +39,7 @@ Failure CaseRun::startTerminal() {
   return Done;
 }
 
-// What a run wrote and no step has looked at.
+// Reports output of a run that no step has checked.
 Failure CaseRun::unmentionedOutput() {
   if (result_ && !(result_->standardOutput.empty() && result_->standardError.empty())) {
     return "the script does not mention all that was written\nstandard output: " + escape(result_->standardOutput) +

@@ -1,4 +1,4 @@
-// One case while it runs: what has been set up, what has been started, and what each step does.
+// A running case: what is set up, what is started, and what each step does.
 #pragma once
 
 #include <map>
@@ -56,7 +56,7 @@ class CaseRun {
   Failure hex(const Step& step);
   Failure standardInput(const Step& step);
 
-  // On the terminal.
+  // With a terminal.
   Failure start(const Step& step);
   Failure type(const Step& step);
   Failure wait(const Step& step);

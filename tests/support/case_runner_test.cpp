@@ -11,7 +11,7 @@ namespace {
 
 using namespace std::chrono_literals;
 
-// patience: for scripts that come true it only says when a hanging test is given up.
+// For scripts that pass, patience only limits how long a hanging test takes.
 std::optional<CaseProblem> run(std::string_view script, std::chrono::milliseconds patience = 60s) {
   return runCase(script, {"/bin/cat", caseEnvironment("/nowhere"), patience});
 }
@@ -74,7 +74,7 @@ struct BadScript {
   std::string name;
   std::string script;
   std::size_t line;
-  std::string cause;  // the beginning of it
+  std::string cause;  // how the cause begins
 
   friend void PrintTo(const BadScript& row, std::ostream* out) { *out << row.name; }
 };
@@ -82,7 +82,7 @@ struct BadScript {
 class BadScripts : public testing::TestWithParam<BadScript> {};
 
 TEST_P(BadScripts, AreNoticed) {
-  // Many of these come to their end when the patience does. A loaded machine needs more of it to get there.
+  // Many of these scripts fail only when the patience is over. A loaded machine needs more of it to reach that step.
   std::optional<CaseProblem> problem;
   const auto asExpected = [&] {
     return problem && problem->line == GetParam().line && problem->cause.starts_with(GetParam().cause);

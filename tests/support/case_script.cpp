@@ -21,7 +21,7 @@ std::vector<std::string_view> splitLines(std::string_view text) {
 
 std::variant<std::vector<Step>, CaseProblem> parseCaseScript(std::string_view text) {
   std::vector<Step> steps;
-  std::size_t emptyLines = 0;  // since the last line that was not; they belong to a block only if it goes on
+  std::size_t emptyLines = 0;  // since the last non-empty line; part of a block only if it continues
   std::size_t number = 0;
   for (const std::string_view line : splitLines(text)) {
     ++number;

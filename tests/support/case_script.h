@@ -1,4 +1,4 @@
-// The plain text of an end-to-end case, cut into steps. tests/cases/README.md describes the format.
+// Splits the plain text of an end-to-end case into steps. tests/cases/README.md describes the format.
 #pragma once
 
 #include <cstddef>
@@ -10,7 +10,7 @@
 
 namespace testsupport {
 
-// One step: its word, what follows the word's blank on the line, and the indented lines below it.
+// One step: its word, the rest of the line after the word's blank, and the indented lines below it.
 struct Step {
   std::size_t line = 0;  // from 1
   std::string word;
@@ -18,18 +18,18 @@ struct Step {
   std::optional<std::vector<std::string>> block;  // without the indentation
 };
 
-// What is wrong, and where.
+// An error and its line.
 struct CaseProblem {
-  std::size_t line = 0;  // from 1; 0 when it is no single line
+  std::size_t line = 0;  // from 1; 0 if it is not a single line
   std::string cause;
 };
 
-// The steps of a script, or the first line that has no place in one. Whether the words mean anything is not looked
-// at here.
+// Returns the steps of a script, or the first line that does not fit the format. Does not check whether the words are
+// known.
 std::variant<std::vector<Step>, CaseProblem> parseCaseScript(std::string_view text);
 
-// The words of an argument: separated by blanks, or between double quotes, inside of which \" and \\ stand for
-// themselves without the backslash. Nothing for a quote without its partner.
+// The words of an argument, separated by blanks or in double quotes; in quotes, \" and \\ stand for " and \. Returns
+// nullopt for a quote without its partner.
 std::optional<std::vector<std::string>> splitWords(std::string_view text);
 
 }  // namespace testsupport

@@ -39,7 +39,7 @@ void check(int error, const std::string& what) {
   }
 }
 
-// The attributes of a start, released with the object.
+// Spawn attributes, released on destruction.
 class SpawnAttributes {
  public:
   SpawnAttributes() {
@@ -63,7 +63,7 @@ class SpawnAttributes {
   posix_spawnattr_t attributes_{};
 };
 
-// The null-terminated form that the system takes. The pointers live as long as the texts.
+// The null-terminated array that the system takes. The pointers are valid as long as the texts.
 std::vector<char*> pointers(std::vector<std::string>& texts) {
   std::vector<char*> result;
   result.reserve(texts.size() + 1);

@@ -1,4 +1,4 @@
-// A started program: what to start, how it ended, and the handle to wait for it.
+// A child process: what to start, how it ended, and the handle to wait for it.
 #pragma once
 
 #include <spawn.h>
@@ -14,8 +14,8 @@
 
 namespace testsupport {
 
-// What to start. A program without "/" is searched in the PATH of this process. The environment is the whole
-// environment; nothing is inherited. An empty folder is the current one.
+// What to start. A program without "/" is searched for in this process's PATH. The environment is complete; nothing is
+// inherited. An empty folder means the current one.
 struct Command {
   std::string program;
   std::vector<std::string> arguments;
@@ -38,10 +38,10 @@ struct ExitStatus {
 // "0", "1", "signal TERM".
 std::string describe(const ExitStatus& status);
 
-// The number of a signal by its name without "SIG"; nothing for an unknown name.
+// The number of a signal by its name without "SIG"; nullopt for an unknown name.
 std::optional<int> signalNumber(std::string_view name);
 
-// How the descriptors of a program are set up before it starts, in the order of the calls.
+// Sets up the descriptors of a program before it starts, in the order of the calls.
 class ChildDescriptors {
  public:
   ChildDescriptors();
@@ -49,10 +49,10 @@ class ChildDescriptors {
   ChildDescriptors& operator=(const ChildDescriptors&) = delete;
   ~ChildDescriptors();
 
-  // Opens a file as the descriptor target. flags as for open(); its owner may read and write a file that is created.
+  // Opens a file as the descriptor target. flags as for open(). The owner of a created file may read and write it.
   void open(int target, const std::string& path, int flags);
 
-  // Gives the program our descriptor source as its descriptor target.
+  // Gives the program this process's descriptor source as its descriptor target.
   void duplicate(int target, int source);
 
   void changeFolder(const std::string& folder);
@@ -65,25 +65,24 @@ class ChildDescriptors {
 
 class Child {
  public:
-  // Starts the program as the leader of a session of its own, with all signals at their defaults and none blocked.
-  // The first terminal that it opens becomes its controlling terminal. Throws std::system_error when it cannot be
-  // started.
+  // Starts the program as the leader of a new session, with all signals at their defaults and none blocked. The first
+  // terminal that it opens becomes its controlling terminal. Throws std::system_error if it cannot be started.
   Child(const Command& command, ChildDescriptors& descriptors);
   Child(const Child&) = delete;
   Child& operator=(const Child&) = delete;
 
-  // Kills the program with its process group and waits for its end.
+  // Kills the program with its process group and waits until it has ended.
   ~Child();
 
   pid_t id() const { return id_; }
 
-  // Readable, in the sense of poll(), once the program has ended. Valid as long as this object.
+  // Readable for poll() once the program has ended. Valid as long as this object.
   int endDescriptor() const { return endDescriptor_.get(); }
 
-  // Waits for the end. Nothing when the deadline comes first. May be asked again.
+  // Waits until the program has ended. Returns nullopt if the deadline passes first. May be called again.
   std::optional<ExitStatus> wait(const Deadline& deadline);
 
-  // Sends a signal; nothing happens when the program has ended.
+  // Sends a signal; does nothing if the program has ended.
   void signal(int number);
 
  private:

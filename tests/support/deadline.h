@@ -12,13 +12,13 @@ class Deadline {
 
   bool passed() const { return std::chrono::steady_clock::now() >= end_; }
 
-  // What is left, in the form that poll() takes; 0 when it has passed.
+  // The time left as a timeout for poll(); 0 if the deadline has passed.
   int pollTimeout() const {
     const auto left = std::chrono::ceil<std::chrono::milliseconds>(end_ - std::chrono::steady_clock::now());
     return static_cast<int>(std::clamp<std::chrono::milliseconds::rep>(left.count(), 0, MaxTimeout));
   }
 
-  // This deadline, or the moment after fromNow when that comes first.
+  // The earlier of this deadline and the time after fromNow.
   Deadline atMost(std::chrono::milliseconds fromNow) const {
     Deadline nearer(fromNow);
     nearer.end_ = std::min(nearer.end_, end_);

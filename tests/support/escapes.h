@@ -1,4 +1,4 @@
-// Bytes as text that can be read and typed.
+// Bytes as readable and typeable text.
 #pragma once
 
 #include <optional>
@@ -7,10 +7,11 @@
 
 namespace testsupport {
 
-// The bytes of a text with \e (ESC), \n, \r, \t, \a, \b, \\ and \xHH for any byte. Nothing for any other escape.
+// The bytes of a text with \e (ESC), \n, \r, \t, \a, \b, \\ and \xHH for any byte. Returns nullopt for any other
+// escape.
 std::optional<std::string> unescape(std::string_view text);
 
-// The reverse: printable ASCII as it stands, a backslash doubled, everything else escaped.
+// The reverse: keeps printable ASCII, doubles a backslash, escapes everything else.
 std::string escape(std::string_view bytes);
 
 }  // namespace testsupport

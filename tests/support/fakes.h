@@ -1,4 +1,4 @@
-// Stand-ins for what surrounds a shell: the window, the keys, the command interpreter.
+// Fakes for what surrounds a shell: the window, the keys, the command interpreter.
 #pragma once
 
 #include <cstddef>
@@ -14,7 +14,7 @@
 
 namespace flowscope::test {
 
-// A window of the size that the test says, also between two lines.
+// A window whose size the test sets, also between two lines.
 class FixedSize : public TerminalSize {
  public:
   explicit FixedSize(int rowsAtFirst = 24, int columnsAtFirst = 80)
@@ -26,13 +26,13 @@ class FixedSize : public TerminalSize {
   int columnCount;
 };
 
-// Answers what it was given, one by one, then the end of input.
+// Returns the given bytes one by one, then the end of input.
 class ScriptedKeys : public KeySource {
  public:
   ScriptedKeys() = default;
   explicit ScriptedKeys(std::deque<int> answers) : answers_(std::move(answers)) {}
 
-  // Adds what is answered after the rest.
+  // Adds bytes at the end.
   void type(std::string_view text) { answers_.insert(answers_.end(), text.begin(), text.end()); }
 
   std::size_t left() const { return answers_.size(); }
@@ -57,7 +57,7 @@ class NoCommands : public SystemCommands {
   void run(const std::string& /*line*/) override {}
 };
 
-// Runs nothing, and writes down what it was asked to run.
+// Runs nothing and records the commands.
 class RecordedCommands : public SystemCommands {
  public:
   void run(const std::string& line) override { lines.push_back(line); }

@@ -27,7 +27,7 @@ Pipe makePipe() {
 
 void doNotBlock(const UniqueFd& fd) { ::fcntl(fd.get(), F_SETFL, ::fcntl(fd.get(), F_GETFL) | O_NONBLOCK); }
 
-// Appends what stands ready; closes the descriptor at the end of the stream.
+// Appends what is ready to read; closes the descriptor at the end of the stream.
 void drain(UniqueFd& fd, std::string& text) {
   std::array<char, 65536> piece{};
   for (;;) {
@@ -45,7 +45,7 @@ void drain(UniqueFd& fd, std::string& text) {
   }
 }
 
-// Writes as much as fits; closes the descriptor behind the last byte and when nobody reads.
+// Writes as much as fits; closes the descriptor after the last byte or if there is no reader.
 void feed(UniqueFd& fd, std::string_view& rest) {
   while (!rest.empty()) {
     // Not write(): a program that has ended must not end the test with SIGPIPE.
@@ -87,7 +87,7 @@ ProcessResult runProcess(const Command& command, std::string_view input, const D
   ProcessResult result;
   feed(inputWrite, input);
   while ((output.readEnd || error.readEnd) && !deadline.passed()) {
-    // poll() passes over the descriptors that are closed already: they are -1.
+    // poll() ignores the closed descriptors, which are -1.
     std::array<pollfd, 3> ready{
         {{inputWrite.get(), POLLOUT, 0}, {output.readEnd.get(), POLLIN, 0}, {error.readEnd.get(), POLLIN, 0}}};
     ::poll(ready.data(), ready.size(), deadline.pollTimeout());

@@ -10,17 +10,17 @@
 
 namespace testsupport {
 
-// What a program left behind. Without a status the deadline came first and the program was killed; the texts then
-// hold what it had written so far.
+// The result of a program. Without a status, the deadline passed first and the program was killed; the texts then hold
+// what it had written so far.
 struct ProcessResult {
   std::optional<ExitStatus> status;
   std::string standardOutput;
   std::string standardError;
 };
 
-// Runs the program to its end, away from any terminal, with input as its standard input (closed behind the last byte)
-// and with both outputs captured. Blocks until the program has ended and its outputs are closed, or until the deadline.
-// Throws std::system_error when it cannot be started.
+// Runs the program until it ends, without a terminal, with input as its standard input (closed after the last byte) and
+// both outputs captured. Blocks until the program has ended and its outputs are closed, or until the deadline. Throws
+// std::system_error if it cannot be started.
 ProcessResult runProcess(const Command& command, std::string_view input, const Deadline& deadline);
 
 }  // namespace testsupport

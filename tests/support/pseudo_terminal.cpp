@@ -67,7 +67,7 @@ bool PseudoTerminal::type(std::string_view bytes, const Deadline& deadline) {
     if (!target) {
       return false;
     }
-    // Not write() on the pipe: a program that does not read any more must not end the test with SIGPIPE.
+    // Not write() on the pipe: a program that no longer reads must not end the test with SIGPIPE.
     const ssize_t count = pipedInput_ ? ::send(target.get(), bytes.data(), bytes.size(), MSG_NOSIGNAL)
                                       : ::write(target.get(), bytes.data(), bytes.size());
     if (count > 0) {
@@ -97,7 +97,7 @@ bool PseudoTerminal::read(const Deadline& deadline) {
   while (!ended_) {
     std::array<pollfd, 2> ready{{{master_.get(), POLLIN, 0}, {child_->endDescriptor(), POLLIN, 0}}};
     ::poll(ready.data(), ready.size(), deadline.pollTimeout());
-    // Asked for before reading: what was written before the end is then certain to be read below.
+    // Checked before reading, so that everything written before the end is read below.
     const bool gone = child_->wait(Deadline(std::chrono::milliseconds(0))).has_value();
     if (readReady()) {
       return true;

@@ -1,4 +1,4 @@
-// Runs a program on a real pseudo terminal and plays the person in front of it.
+// Runs a program on a real pseudo terminal and acts as its user.
 #pragma once
 
 #include <termios.h>
@@ -20,41 +20,41 @@ struct WindowSize {
   friend bool operator==(const WindowSize&, const WindowSize&) = default;
 };
 
-// Not for use from several threads at once.
+// Not thread-safe.
 class PseudoTerminal {
  public:
-  // Where the program's standard input comes from. Its outputs are the terminal in both cases.
+  // Where the program's standard input comes from. Its outputs go to the terminal in both cases.
   enum class Input { Terminal, Pipe };
 
-  // Starts the program as the leader of a session whose controlling terminal this is. Throws std::system_error when
-  // the terminal cannot be made or the program cannot be started.
+  // Starts the program as the leader of a session whose controlling terminal this is. Throws std::system_error if the
+  // terminal cannot be made or the program cannot be started.
   PseudoTerminal(const Command& command, WindowSize size, Input input = Input::Terminal);
 
-  // Writes bytes as the keyboard (or into the pipe), reading what the program writes meanwhile. False when the
-  // deadline came first or the input has been closed.
+  // Writes bytes as the keyboard does (or into the pipe), and reads what the program writes meanwhile. Returns false if
+  // the deadline passes first or the input is closed.
   bool type(std::string_view bytes, const Deadline& deadline);
 
-  // The end of a piped input. Nothing happens to an input that is the terminal.
+  // Closes a piped input. Does nothing if the input is the terminal.
   void closeInput() { pipe_.reset(); }
 
-  // The line goes dead: the program gets SIGHUP, and can neither read nor write from then on.
+  // Hangs up: the program gets SIGHUP, and can neither read nor write from then on.
   void hangUp() { master_.reset(); }
 
   pid_t id() const { return child_->id(); }
   void resize(WindowSize size);
   void signal(int number) { child_->signal(number); }
 
-  // All that the program has written and that has been read, from the start on.
+  // Everything that the program has written and this object has read, from the start.
   const std::string& output() const { return output_; }
 
-  // Waits for more output and appends it to output(). False when there was none before the deadline, or when the
-  // program has ended and everything it wrote has been read.
+  // Waits for more output and appends it to output(). Returns false if there was none before the deadline, or if the
+  // program has ended and all its output has been read.
   bool read(const Deadline& deadline);
 
-  // True when the program has ended and everything that it wrote has been read.
+  // True if the program has ended and all its output has been read.
   bool ended() const { return ended_; }
 
-  // Reads until the program has ended. Nothing when the deadline comes first.
+  // Reads until the program has ended. Returns nullopt if the deadline passes first.
   std::optional<ExitStatus> waitForExit(const Deadline& deadline);
 
   // The terminal's settings now, and before the program was started.
@@ -65,7 +65,7 @@ class PseudoTerminal {
   bool readReady();
 
   UniqueFd master_;
-  UniqueFd slave_;  // kept open, so that the settings can be read after the program's end
+  UniqueFd slave_;  // kept open so that the settings can be read after the program has ended
   UniqueFd pipe_;
   termios settingsAtStart_{};
   std::string output_;
@@ -74,7 +74,7 @@ class PseudoTerminal {
   std::optional<Child> child_;
 };
 
-// True when both settings say the same in every flag and control character.
+// True if both settings have the same flags and control characters.
 bool sameSettings(const termios& left, const termios& right);
 
 }  // namespace testsupport

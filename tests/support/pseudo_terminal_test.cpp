@@ -17,7 +17,7 @@ Command shell(std::string text) { return program("/bin/sh", {"-c", std::move(tex
 
 Deadline generous() { return Deadline(60s); }
 
-// True as soon as the output contains text.
+// Returns true as soon as the output contains text.
 bool readUntil(PseudoTerminal& terminal, std::string_view text) {
   const Deadline deadline = generous();
   while (terminal.output().find(text) == std::string::npos) {

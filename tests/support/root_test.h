@@ -1,5 +1,5 @@
-// A test that needs root or a second user. It stands in a file NAME_root_test.cpp: those make a program of their own,
-// and its tests have the label `root`.
+// A test that needs root or a second user. It belongs in a file NAME_root_test.cpp: each of these makes a program of
+// its own, whose tests have the label `root`.
 #pragma once
 
 #include <gtest/gtest.h>
@@ -7,7 +7,7 @@
 
 namespace testsupport {
 
-// Skipped for other users. For root nothing may skip it: what is missing then is a failure.
+// Skipped for other users. As root it must not skip anything: whatever is missing then is a failure.
 class RootTest : public testing::Test {
  protected:
   void SetUp() override {

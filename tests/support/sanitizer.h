@@ -1,4 +1,4 @@
-// Whether this build watches memory or threads, which makes it slow and large.
+// Whether this build has a sanitizer for memory or threads, which makes it slow and large.
 #pragma once
 
 namespace testsupport {

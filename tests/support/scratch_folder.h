@@ -1,4 +1,4 @@
-// A folder of its own for one test.
+// A temporary folder for one test.
 #pragma once
 
 #include <filesystem>
@@ -9,7 +9,7 @@ namespace testsupport {
 
 class ScratchFolder {
  public:
-  // Makes a new, empty folder below the system's folder for temporary files. Throws std::system_error on failure.
+  // Makes a new, empty folder in the system's folder for temporary files. Throws std::system_error on failure.
   ScratchFolder();
   ScratchFolder(const ScratchFolder&) = delete;
   ScratchFolder& operator=(const ScratchFolder&) = delete;
@@ -19,7 +19,7 @@ class ScratchFolder {
 
   const std::filesystem::path& path() const { return path_; }
 
-  // Writes a file, name relative to the folder; missing folders on the way are made. Throws std::system_error.
+  // Writes a file and makes missing folders on the way. name is relative to the folder. Throws std::system_error.
   void write(std::string_view name, std::string_view content) const;
 
  private:

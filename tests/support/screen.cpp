@@ -56,7 +56,7 @@ VTermScreenCell cellAt(const VTermScreen* screen, int row, int column) {
   return cell;
 }
 
-// The cells from column 0 up to end. The second half of a wide character adds nothing.
+// The text of the cells from column 0 up to end. The second half of a wide character adds nothing.
 std::string textOfRow(const VTermScreen* screen, int row, int end) {
   std::string text;
   for (int column = 0; column < end;) {

@@ -1,4 +1,4 @@
-// What a person sees: a terminal emulator that is fed the bytes of a program.
+// What a user sees: a terminal emulator that is fed the bytes of a program.
 #pragma once
 
 #include <cstddef>
@@ -29,7 +29,7 @@ struct Cell {
   friend bool operator==(const Cell&, const Cell&) = default;
 };
 
-// A place on the screen, both counted from 1 at the top left, as a program's own escape sequences count.
+// A place on the screen. Both count from 1 at the top left, as in escape sequences.
 struct Place {
   int row = 1;
   int column = 1;
@@ -46,16 +46,16 @@ class Screen {
   void feed(std::string_view bytes);
   void resize(WindowSize size);
 
-  // The visible rows from top to bottom, without the blanks at their ends.
+  // The visible rows from top to bottom, without trailing blanks.
   std::vector<std::string> rows() const;
 
-  // The rows that have left the screen at its top, oldest first, without the blanks at their ends.
+  // The rows that have scrolled off the top, oldest first, without trailing blanks.
   const std::vector<std::string>& scrolledRows() const { return scrolled_; }
 
-  // One visible row in its full width, filled up with blanks. row from 1.
+  // One visible row in its full width, padded with blanks. row counts from 1.
   std::string fullRow(int row) const;
 
-  // The text of the cursor's row that stands left of the cursor.
+  // The text left of the cursor in its row.
   std::string textBeforeCursor() const;
 
   Cell cell(Place place) const;

@@ -9,7 +9,8 @@
 
 namespace testsupport {
 
-// Sends SIGURG to a thread while it lives; the handler does nothing, and restarts no call. The thread must outlive it.
+// Sends SIGURG to a thread again and again during its lifetime. The handler does nothing, and interrupted calls are not
+// restarted. The thread must outlive it.
 class SignalStorm {
  public:
   explicit SignalStorm(pthread_t target) {

@@ -7,7 +7,8 @@
 
 namespace testsupport {
 
-// Those that end a process by default and can be handled, in the order of their numbers; of the real-time signals, all.
+// The signals that end a process by default and can be handled, in the order of their numbers, with all real-time
+// signals.
 inline std::vector<int> endingSignals() {
   std::vector<int> signals{SIGHUP,  SIGINT,    SIGQUIT, SIGILL,  SIGTRAP, SIGABRT, SIGBUS,    SIGFPE,
                            SIGUSR1, SIGSEGV,   SIGUSR2, SIGPIPE, SIGALRM, SIGTERM, SIGSTKFLT, SIGXCPU,
@@ -16,7 +17,7 @@ inline std::vector<int> endingSignals() {
   return signals;
 }
 
-// Those that end a program which has a fault, also where it ignores them.
+// The signals that end a program after a fault, even if it ignores them.
 inline std::vector<int> faultSignals() { return {SIGILL, SIGTRAP, SIGABRT, SIGBUS, SIGFPE, SIGSEGV, SIGSYS}; }
 
 // "TERM", "RTMIN3".

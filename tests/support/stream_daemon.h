@@ -1,4 +1,4 @@
-// A streamd of a test's own.
+// A streamd for one test.
 #pragma once
 
 #include <optional>
@@ -11,11 +11,11 @@
 
 namespace testsupport {
 
-// Listens at a socket in a folder that goes with it. Killed at the end when it still runs.
+// Listens at a socket in a folder that is removed with it. Killed on destruction if it still runs.
 class StreamDaemon {
  public:
-  // Starts the program with these arguments besides its endpoint, and waits until it listens. Throws
-  // std::runtime_error, with its log, when it does not.
+  // Starts the program with these arguments and its endpoint, and waits until it listens. Throws std::runtime_error
+  // with its log if it does not.
   explicit StreamDaemon(std::string program, std::vector<std::string> arguments = {});
 
   const std::string& socket() const { return socket_; }
@@ -23,16 +23,16 @@ class StreamDaemon {
   pid_t id() const { return child_->id(); }
   void signal(int number) { child_->signal(number); }
 
-  // Nothing when it has not ended by the deadline.
+  // Returns nullopt if it has not ended by the deadline.
   std::optional<ExitStatus> waitForExit(const Deadline& deadline) { return child_->wait(deadline); }
 
-  // Starts it again at the same place, after its end. Throws like the constructor.
+  // Starts it again at the same endpoint, after it has ended. Throws as the constructor does.
   void restart();
 
-  // What it has written so far, since the first start.
+  // The log since the first start.
   std::string log() const;
 
-  // Waits until the log holds a text so many times. False when it has not by the deadline.
+  // Waits until the log contains the text this many times. Returns false if it does not by the deadline.
   bool logged(const std::string& text, const Deadline& deadline, int times = 1) const;
 
  private:

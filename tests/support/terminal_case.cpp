@@ -8,11 +8,11 @@ namespace {
 
 using namespace std::chrono_literals;
 
-// Changes of the terminal's settings cannot be waited for: they are looked at this often.
+// Changes of the terminal's settings cannot be waited for: they are polled at this interval.
 constexpr auto LookAgain = 10ms;
 
-// What is compared as a whole must still be there after the program has written nothing for this long: output that
-// comes too much is then seen.
+// What is compared as a whole must still match after the program has written nothing for this long, so that extra
+// output is noticed.
 constexpr auto Pause = 50ms;
 
 constexpr Failure Done = std::nullopt;

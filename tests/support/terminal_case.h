@@ -1,4 +1,4 @@
-// The part of a case that is played on a terminal: keys go in, the screen is looked at.
+// The part of a case that runs on a terminal: it types keys and checks the screen.
 #pragma once
 
 #include <chrono>
@@ -13,8 +13,8 @@
 
 namespace testsupport {
 
-// What went wrong in a step, for people; nothing when it came true. Every look waits, up to the patience, for what
-// it names, and gives up at once when the program has ended without it.
+// Why a step failed, as text; nullopt on success. Every check waits for its condition, at most as long as the patience,
+// and fails at once if the program has ended without it.
 using Failure = std::optional<std::string>;
 
 class TerminalCase {
@@ -28,25 +28,25 @@ class TerminalCase {
   Failure closeInput();
   Failure hangUp();
 
-  // Some visible row contains text, in which "{*}" stands for anything.
+  // A visible row contains text, in which "{*}" stands for anything.
   Failure waitForText(const std::string& text);
 
-  // The cursor stands behind text, and did not when something was last typed: it stood in a row above, or behind
-  // another text.
+  // The cursor is behind text, and was not when something was last typed: it was in a row above, or behind another
+  // text.
   Failure waitForPrompt(std::string_view text);
 
-  // The visible rows, or all rows that were ever shown, have the form of the patterns (wildcard.h), and still have it
-  // once the program has paused.
+  // The visible rows, or all rows that were ever shown, match the patterns (wildcard.h), and still match after the
+  // program has paused.
   Failure waitForScreen(const std::vector<std::string>& patterns);
   Failure waitForTranscript(const std::vector<std::string>& patterns);
 
-  // Everything written since the last look that came true has the form of the pattern (wildcard.h), and still has it
-  // once the program has paused.
+  // Everything written since the last check that passed matches the pattern (wildcard.h), and still matches after the
+  // program has paused.
   Failure waitForBytes(std::string_view pattern);
 
   Failure waitForCursor(Place place);
 
-  // The cell has exactly this style; its text is not looked at.
+  // The cell has exactly this style; its text is not checked.
   Failure waitForStyle(Place place, const Cell& style);
 
   // The terminal is in raw mode, or its settings are those from before the start.
@@ -69,9 +69,9 @@ class TerminalCase {
   PseudoTerminal terminal_;
   Screen screen_;
   std::size_t fed_ = 0;       // output up to here is on the screen
-  std::size_t looked_ = 0;    // output up to here has been looked at
-  std::size_t typedRow_ = 0;  // where the cursor stood when something was last typed; 0 before
-  std::string typedBehind_;   // the text it stood behind
+  std::size_t looked_ = 0;    // output up to here has been checked
+  std::size_t typedRow_ = 0;  // the cursor's row when something was last typed; 0 before
+  std::string typedBehind_;   // the text before the cursor then
 };
 
 }  // namespace testsupport

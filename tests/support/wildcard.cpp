@@ -49,7 +49,7 @@ bool matchesText(std::string_view pattern, std::string_view text) {
   }
   text.remove_prefix(wildcard);
   pattern.remove_prefix(wildcard + AnyText.size());
-  // Every part between two wildcards is taken where it first occurs: what is left for the rest is then the most.
+  // Every part between two wildcards is matched at its first occurrence, which leaves the most text for the rest.
   for (;;) {
     wildcard = pattern.find(AnyText);
     if (wildcard == std::string_view::npos) {
