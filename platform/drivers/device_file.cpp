@@ -4,7 +4,7 @@
 #include <utility>
 
 #include "platform/drivers/read_file.h"
-#include "platform/drivers/smf_file.h"
+#include "platform/midi/smf_file.h"
 #include "platform/wire/printable.h"
 
 namespace service {

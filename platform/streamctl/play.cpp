@@ -6,7 +6,7 @@
 #include <vector>
 
 #include "platform/drivers/player.h"
-#include "platform/drivers/smf_file.h"
+#include "platform/midi/smf_file.h"
 #include "platform/streamctl/playback.h"
 #include "platform/streamctl/progress_line.h"
 #include "platform/streamctl/service_client.h"

@@ -3,7 +3,7 @@
 #include <cstdlib>
 #include <span>
 
-#include "platform/drivers/smf_file.h"
+#include "platform/midi/smf_file.h"
 
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
   const auto result = service::parseSmf({data, size});

@@ -1,7 +1,7 @@
 // play, as a process, seen by watch as others.
 #include <set>
 
-#include "platform/drivers/smf_file.h"
+#include "platform/midi/smf_file.h"
 #include "tests/platform/streamctl/service_fixture.h"
 #include "tests/support/pseudo_terminal.h"
 

@@ -9,7 +9,7 @@
 #include <variant>
 #include <vector>
 
-#include "platform/drivers/smf_file.h"
+#include "platform/midi/smf_file.h"
 #include "tests/platform/streamd/console.h"
 #include "tests/platform/streamd/quiet_device.h"
 #include "tests/support/process.h"

@@ -7,8 +7,8 @@
 #include <string>
 #include <vector>
 
-#include "platform/drivers/smf_bytes.h"
-#include "platform/drivers/smf_plain.h"
+#include "platform/midi/smf_bytes.h"
+#include "platform/midi/smf_plain.h"
 
 namespace service {
 

@@ -1,11 +1,11 @@
-#include "platform/drivers/smf_plain.h"
+#include "platform/midi/smf_plain.h"
 
 #include <algorithm>
 #include <optional>
 #include <string_view>
 
-#include "platform/drivers/smf_bytes.h"
-#include "platform/drivers/smf_track.h"
+#include "platform/midi/smf_bytes.h"
+#include "platform/midi/smf_track.h"
 
 namespace service {
 namespace {

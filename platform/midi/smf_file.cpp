@@ -1,4 +1,4 @@
-#include "platform/drivers/smf_file.h"
+#include "platform/midi/smf_file.h"
 
 // libsmf includes glib inside of extern "C", which C++ must have seen before.
 #include <glib.h>
@@ -11,8 +11,8 @@
 
 #include "platform/drivers/midi_bytes.h"
 #include "platform/drivers/read_file.h"
-#include "platform/drivers/smf_plain.h"
 #include "platform/drivers/tempo_map.h"
+#include "platform/midi/smf_plain.h"
 
 namespace service {
 namespace {

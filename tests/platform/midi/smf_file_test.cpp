@@ -1,4 +1,4 @@
-#include "platform/drivers/smf_file.h"
+#include "platform/midi/smf_file.h"
 
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>

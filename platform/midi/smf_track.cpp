@@ -1,4 +1,4 @@
-#include "platform/drivers/smf_track.h"
+#include "platform/midi/smf_track.h"
 
 #include <algorithm>
 #include <array>

@@ -1,4 +1,4 @@
-#include "platform/drivers/smf_bytes.h"
+#include "platform/midi/smf_bytes.h"
 
 #include <gtest/gtest.h>
 
