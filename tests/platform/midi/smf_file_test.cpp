@@ -84,6 +84,16 @@ TEST(SmfFile, MetaEventsAreNotSentWhateverTheirLength) {
   EXPECT_THAT(linesOf(file), ElementsAre("500000000 0: 90 01 01", "1000000000 0: 90 01 00"));
 }
 
+TEST(SmfFile, RunningStatusHoldsAcrossSystemExclusive) {
+  EXPECT_THAT(linesOf(smf(Format0, {"00 91 01 01  00 F0 02 05 F7  00 02 02  00 FF 2F 00"})),
+              ElementsAre("0 1: 90 01 01", "0 0: F0 05 F7", "0 1: 90 02 02"));
+}
+
+TEST(SmfFile, TheScoreLastsUntilItsLastTrackEnds) {
+  EXPECT_EQ(lengthOf(smf(Format1, {"81 40 FF 2F 00", "60 90 01 01  00 FF 2F 00"})), std::chrono::seconds(1));
+  EXPECT_EQ(lengthOf(smf(Format1, {"60 FF 2F 00", "81 40 90 01 01"})), std::chrono::seconds(1));
+}
+
 TEST(SmfFile, FramesInsteadOfQuarters) {
   EXPECT_THAT(linesOf(smf("0000 0001 E728", {"87 68 90 01 01  00 FF 2F 00"})), ElementsAre("1000000000 0: 90 01 01"));
 }
