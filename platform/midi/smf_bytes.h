@@ -1,46 +1,50 @@
-// Reading and writing the numbers of a Standard MIDI File.
+// Reading the bytes and numbers of a Standard MIDI File.
 #pragma once
 
 #include <cstddef>
 #include <cstdint>
-#include <optional>
 #include <span>
-#include <vector>
+#include <stdexcept>
+#include <string>
 
 namespace midi {
 
-// A cursor over bytes. What cannot be read whole answers nothing and leaves the cursor where it was.
-class SmfReader {
- public:
-  // origin: the offset of the first byte in the file, for offset().
-  explicit SmfReader(std::span<const std::uint8_t> bytes, std::size_t origin = 0) : bytes_(bytes), origin_(origin) {}
-
-  bool atEnd() const { return next_ == bytes_.size(); }
-  std::size_t left() const { return bytes_.size() - next_; }
-  std::size_t offset() const { return origin_ + next_; }
-
-  // The next byte, which must be there, without taking it.
-  std::uint8_t peek() const { return bytes_[next_]; }
-
-  // A number of count bytes (1 to 4), most significant first.
-  std::optional<std::uint32_t> number(std::size_t count);
-
-  // A number of one to four bytes with seven bits each; the last byte is below 0x80.
-  std::optional<std::uint32_t> variable();
-
-  // The next count bytes. They live as long as the bytes that are read.
-  std::optional<std::span<const std::uint8_t>> take(std::size_t count);
-
- private:
-  std::span<const std::uint8_t> bytes_;
-  std::size_t origin_;
-  std::size_t next_ = 0;
+// Why a file cannot be played, in one line, and where: offset in bytes from the start of the file.
+struct SmfProblem : std::runtime_error {
+  SmfProblem(std::size_t where, const std::string& cause) : std::runtime_error(cause), offset(where) {}
+  std::size_t offset;
 };
 
-// Appends a number of count bytes, most significant first.
-void appendNumber(std::vector<std::uint8_t>& out, std::uint32_t value, std::size_t count);
+// A cursor over bytes, which must outlive it. Throws SmfProblem for what is not there whole; the cursor then stays
+// where it is.
+class SmfReader {
+ public:
+  // name: what the bytes are, for messages, such as "the file"; lives as long as the cursor. offset: of the first byte
+  // in the file.
+  SmfReader(std::span<const std::uint8_t> bytes, const char* name, std::size_t offset = 0)
+      : rest_(bytes), name_(name), offset_(offset) {}
 
-// Appends a number below 2^28 in as few bytes of seven bits as it needs.
-void appendVariable(std::vector<std::uint8_t>& out, std::uint32_t value);
+  bool atEnd() const { return rest_.empty(); }
+  std::size_t offset() const { return offset_; }
+
+  // The bytes that are left.
+  std::span<const std::uint8_t> rest() const { return rest_; }
+
+  std::uint8_t byte() { return static_cast<std::uint8_t>(number(1)); }
+
+  // A number of count bytes (1 to 4), most significant first.
+  std::uint32_t number(std::size_t count);
+
+  // A number of one to four bytes with seven bits each; the last byte is below 0x80.
+  std::uint32_t variable();
+
+  // A cursor over the next count bytes, with this name; this cursor passes them.
+  SmfReader take(std::size_t count, const char* name);
+
+ private:
+  std::span<const std::uint8_t> rest_;
+  const char* name_;
+  std::size_t offset_;
+};
 
 }  // namespace midi

@@ -1,51 +1,49 @@
-// One track of a Standard MIDI File, checked and written anew (see smf_plain.h).
+// The events of a track of a Standard MIDI File, one by one, as they stand there.
 #pragma once
 
 #include <cstdint>
 #include <optional>
-#include <span>
-#include <string>
-#include <vector>
 
 #include "platform/midi/smf_bytes.h"
-#include "platform/midi/smf_plain.h"
 
 namespace midi {
 
-// Reads the events of a track and appends their plain form to out, the end of the track included, and its changes of
-// tempo to tempo. Answers what is wrong, or nothing. For one track only.
+inline constexpr std::uint8_t MetaEvent = 0xFF;
+inline constexpr std::uint8_t MetaEndOfTrack = 0x2F;
+inline constexpr std::uint8_t MetaTempo = 0x51;
+
+struct SmfEvent {
+  std::uint32_t tick;   // from the start of the track, below 2^31
+  std::uint8_t status;  // also where the file leaves it out (running status)
+  std::uint8_t type;    // of a meta event, else 0
+  SmfReader data;       // what follows; for meta events, 0xF0 and 0xF7 behind the length
+};
+
 class SmfTrack {
  public:
-  SmfTrack(SmfReader in, std::vector<std::uint8_t>& out, std::vector<TempoChange>& tempo)
-      : in_(in), out_(out), tempo_(tempo) {}
+  // in: the content of the track's chunk.
+  explicit SmfTrack(SmfReader in) : in_(in) {}
 
-  std::optional<SmfProblem> rewrite();
+  // The next event; nullopt at the end. The last one is the end of the track, if the track has one; what follows is
+  // ignored. Running status holds across meta and system exclusive events: some files rely on it. Throws SmfProblem if
+  // the next bytes are no event.
+  std::optional<SmfEvent> next();
+
+  std::uint32_t tick() const { return tick_; }         // of the last event
+  std::size_t offset() const { return in_.offset(); }  // of the next byte
 
  private:
-  using Bytes = std::span<const std::uint8_t>;
-
-  // These answer false when something is wrong, which then stands in problem_.
-  bool event();
-  bool meta();
-  bool exclusivePart(bool first);
-  bool escaped(SmfReader payload);
-  bool message(std::uint8_t status, SmfReader& from);
-  bool endExclusive();
-  bool fail(std::size_t offset, std::string cause);
-
-  void emit(Bytes bytes);
-  void emitMeta(std::uint8_t type);
-
   SmfReader in_;
-  std::vector<std::uint8_t>& out_;
-  std::vector<TempoChange>& tempo_;
-  std::optional<SmfProblem> problem_;
-  std::uint32_t tick_ = 0;          // of the event that is being read
-  std::uint32_t delta_ = 0;         // ticks since the last event that was written
+  std::uint32_t tick_ = 0;
   std::uint8_t runningStatus_ = 0;  // 0: none
   bool ended_ = false;
-  bool inExclusive_ = false;  // a system exclusive message waits for its next part
-  std::vector<std::uint8_t> exclusive_;
 };
+
+// Takes the data of a channel, system common or real-time message from in, which stands behind the status. Throws
+// SmfProblem for any other status, and if the data bytes are not there.
+SmfReader takeMessageData(std::uint8_t status, SmfReader& in);
+
+// Throws SmfProblem if one of the bytes is above 0x7F.
+void requireDataBytes(SmfReader bytes);
 
 }  // namespace midi

@@ -7,7 +7,7 @@
 namespace midi {
 namespace {
 
-TEST(SmfBytes, VariableNumbersBothWays) {
+TEST(SmfBytes, VariableNumbers) {
   const struct {
     std::uint32_t value;
     std::string_view bytes;
@@ -22,37 +22,57 @@ TEST(SmfBytes, VariableNumbersBothWays) {
       {0x1FFFFF, "FF FF 7F"},
       {0x200000, "81 80 80 00"},
       {0x0FFFFFFF, "FF FF FF 7F"},
+      {0, "80 80 80 00"},
   };
   for (const auto& row : table) {
-    ByteVector written;
-    appendVariable(written, row.value);
-    EXPECT_EQ(toHex(written), row.bytes);
-    SmfReader reader(written);
+    const ByteVector input = fromHex(row.bytes);
+    SmfReader reader(input, "the text");
     EXPECT_EQ(reader.variable(), row.value);
     EXPECT_TRUE(reader.atEnd());
   }
 }
 
-TEST(SmfBytes, WhatIsNotWholeIsNothingAndNotTaken) {
-  for (const std::string_view bytes : {"", "80", "FF FF FF", "FF FF FF FF 7F"}) {
+template <typename Read>
+std::string problemOf(Read read) {
+  try {
+    read();
+  } catch (const SmfProblem& problem) {
+    return std::to_string(problem.offset) + ": " + problem.what();
+  }
+  return "none";
+}
+
+TEST(SmfBytes, WhatIsNotWholeIsAProblemAndNotTaken) {
+  const std::pair<const char*, const char*> table[] = {
+      {"", "100: the text ends too early"},
+      {"80", "101: the text ends too early"},
+      {"FF FF FF", "103: the text ends too early"},
+      {"FF FF FF FF 7F", "100: a number of more than four bytes"},
+  };
+  for (const auto& [bytes, problem] : table) {
     const ByteVector input = fromHex(bytes);
-    SmfReader reader(input, 100);
-    EXPECT_EQ(reader.variable(), std::nullopt) << bytes;
+    SmfReader reader(input, "the text", 100);
+    EXPECT_EQ(problemOf([&] { reader.variable(); }), problem);
     EXPECT_EQ(reader.offset(), 100U);
   }
   const ByteVector input = fromHex("01 02 03");
-  SmfReader reader(input);
-  EXPECT_EQ(reader.number(4), std::nullopt);
-  EXPECT_FALSE(reader.take(4));
+  SmfReader reader(input, "the text");
+  EXPECT_EQ(problemOf([&] { reader.number(4); }), "0: the text ends too early");
+  EXPECT_EQ(problemOf([&] { reader.take(4, "the part"); }), "0: the text ends too early");
   EXPECT_EQ(reader.number(3), 0x010203U);
-  EXPECT_EQ(reader.left(), 0U);
+  EXPECT_EQ(problemOf([&] { reader.byte(); }), "3: the text ends too early");
 }
 
-TEST(SmfBytes, NumbersAreMostSignificantFirst) {
-  ByteVector written;
-  appendNumber(written, 0x01020304, 4);
-  appendNumber(written, 0xABCD, 2);
-  EXPECT_EQ(toHex(written), "01 02 03 04 AB CD");
+TEST(SmfBytes, APartKnowsItsPlaceAndItsEnd) {
+  const ByteVector input = fromHex("01 02 03 04");
+  SmfReader reader(input, "the text", 10);
+  reader.byte();
+  SmfReader part = reader.take(2, "the part");
+  EXPECT_EQ(part.offset(), 11U);
+  EXPECT_EQ(part.number(2), 0x0203U);
+  EXPECT_EQ(problemOf([&] { part.byte(); }), "13: the part ends too early");
+  EXPECT_EQ(reader.byte(), 4);
+  EXPECT_TRUE(reader.atEnd());
 }
 
 }  // namespace

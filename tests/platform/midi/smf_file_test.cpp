@@ -3,7 +3,8 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
-#include "platform/wire/messages.h"
+#include "platform/device/limits.h"
+#include "platform/midi/tempo_map.h"
 #include "tests/platform/midi/smf_maker.h"
 
 namespace midi {
@@ -83,6 +84,16 @@ TEST(SmfFile, MetaEventsAreNotSentWhateverTheirLength) {
   EXPECT_THAT(linesOf(file), ElementsAre("500000000 0: 90 01 01", "1000000000 0: 90 01 00"));
 }
 
+TEST(SmfFile, RunningStatusHoldsAcrossSystemExclusive) {
+  EXPECT_THAT(linesOf(smf(Format0, {"00 91 01 01  00 F0 02 05 F7  00 02 02  00 FF 2F 00"})),
+              ElementsAre("0 1: 90 01 01", "0 0: F0 05 F7", "0 1: 90 02 02"));
+}
+
+TEST(SmfFile, TheScoreLastsUntilItsLastTrackEnds) {
+  EXPECT_EQ(lengthOf(smf(Format1, {"81 40 FF 2F 00", "60 90 01 01  00 FF 2F 00"})), std::chrono::seconds(1));
+  EXPECT_EQ(lengthOf(smf(Format1, {"60 FF 2F 00", "81 40 90 01 01"})), std::chrono::seconds(1));
+}
+
 TEST(SmfFile, FramesInsteadOfQuarters) {
   EXPECT_THAT(linesOf(smf("0000 0001 E728", {"87 68 90 01 01  00 FF 2F 00"})), ElementsAre("1000000000 0: 90 01 01"));
 }
@@ -111,32 +122,40 @@ TEST(SmfFile, BadFilesSayWhatAndWhere) {
   } table[] = {
       {{}, "not a Standard MIDI File (at byte 0)"},
       {fromHex("52494646 00000000"), "not a Standard MIDI File (at byte 0)"},
-      {smf("0000 0001", {}), "the header is too short (at byte 12)"},
+      {fromHex("4D546864"), "the file ends too early (at byte 4)"},
+      {fromHex("4D546864 00000006 0000 0001"), "the file ends too early (at byte 8)"},
+      {smf("0000 0001", {}), "the header ends too early (at byte 12)"},
       {smf("0002 0001 0060", {"00 FF 2F 00"}), "format 2 (0 and 1 can be played) (at byte 8)"},
       {smf("0000 0000 0060", {}), "no tracks (at byte 10)"},
       {smf("0000 0001 0000", {"00 FF 2F 00"}), "0 ticks per quarter note (at byte 12)"},
       {smf("0000 0001 E700", {"00 FF 2F 00"}), "a time division that does not exist (at byte 12)"},
       {smf("0000 0001 F028", {"00 FF 2F 00"}), "a time division that does not exist (at byte 12)"},
-      {smf(Format1, {"00 FF 2F 00"}), "the file ends before the end of track 2 of 2 (at byte 26)"},
-      {smf(Format0, {"00"}), "the track ends inside an event (at byte 22)"},
-      {smf(Format0, {"80 80"}), "the track ends inside an event (at byte 22)"},
-      {smf(Format0, {"80 80 80 80 00 90 01 01"}), "the track ends inside an event (at byte 22)"},
-      {smf(Format0, {"00 90 01"}), "the track ends inside a message (at byte 24)"},
-      {smf(Format0, {"00 01 02"}), "a data byte where an event should begin (at byte 23)"},
-      {smf(Format0, {"00 F6 00 01 02"}), "a data byte where an event should begin (at byte 25)"},
-      {smf(Format0, {"00 90 01 81"}), "a data byte above 0x7F (at byte 24)"},
-      {smf(Format0, {"00 F4"}), "an event with the status 0xF4 (at byte 24)"},
-      {smf(Format0, {"00 F7 01 FF"}), "an event with the status 0xFF (at byte 26)"},
-      {smf(Format0, {"00 F7 02 01 02"}), "an event with the status 0x01 (at byte 26)"},
-      {smf(Format0, {"00 FF"}), "the track ends inside a meta event (at byte 24)"},
-      {smf(Format0, {"00 FF 01 05 61"}), "the track ends inside a meta event (at byte 24)"},
-      {smf(Format0, {"00 FF 51 02 01 02"}), "a tempo without a value (at byte 24)"},
-      {smf(Format0, {"00 FF 51 03 00 00 00"}), "a tempo without a value (at byte 24)"},
-      {smf(Format0, {"00 F0 05 01 F7"}), "the track ends inside a system exclusive message (at byte 24)"},
-      {smf(Format0, {"00 F0 02 01 02"}), "the track ends inside a system exclusive message (at byte 27)"},
-      {smf(Format0, {"00 F0 01 01 00 F0 01 F7"}), "a system exclusive message inside another one (at byte 28)"},
-      {smf(Format0, {"00 F0 01 01 00 90 01 01"}), "a message inside a system exclusive message (at byte 28)"},
-      {smf(Format0, {"00 F0 03 01 90 F7"}), "a status byte inside a system exclusive message (at byte 28)"},
+      {smf(Format1, {"00 FF 2F 00"}), "the file ends too early (at byte 26, track 2 of 2)"},
+      {smf(Format1, {"00 FF 2F 00", "00 90 01"}), "the track ends too early (at byte 36, track 2 of 2)"},
+      {smf(Format0, {"00"}), "the track ends too early (at byte 23, track 1 of 1)"},
+      {smf(Format0, {"80 80"}), "the track ends too early (at byte 24, track 1 of 1)"},
+      {smf(Format0, {"80 80 80 80 00 90 01 01"}), "a number of more than four bytes (at byte 22, track 1 of 1)"},
+      {smf(Format0, {"00 90 01"}), "the track ends too early (at byte 24, track 1 of 1)"},
+      {smf(Format0, {"00 01 02"}), "a data byte where an event should begin (at byte 23, track 1 of 1)"},
+      {smf(Format0, {"00 F6 00 01 02"}), "a data byte where an event should begin (at byte 25, track 1 of 1)"},
+      {smf(Format0, {"00 90 01 81"}), "a status byte inside a message (at byte 25, track 1 of 1)"},
+      {smf(Format0, {"00 F4"}), "no message begins with 0xF4 (at byte 23, track 1 of 1)"},
+      {smf(Format0, {"00 F7 01 FF"}), "no message begins with 0xFF (at byte 25, track 1 of 1)"},
+      {smf(Format0, {"00 F7 02 01 02"}), "no message begins with 0x01 (at byte 25, track 1 of 1)"},
+      {smf(Format0, {"00 F7 02 90 02"}), "the event ends too early (at byte 26, track 1 of 1)"},
+      {smf(Format0, {"00 FF"}), "the track ends too early (at byte 24, track 1 of 1)"},
+      {smf(Format0, {"00 FF 01 05 61"}), "the track ends too early (at byte 26, track 1 of 1)"},
+      {smf(Format0, {"00 FF 51 02 01 02"}), "the event ends too early (at byte 26, track 1 of 1)"},
+      {smf(Format0, {"00 FF 51 03 00 00 00"}), "a tempo of 0 microseconds per quarter note (at byte 26, track 1 of 1)"},
+      {smf(Format0, {"00 F0 05 01 F7"}), "the track ends too early (at byte 25, track 1 of 1)"},
+      {smf(Format0, {"00 F0 02 01 02"}), "the track ends inside a system exclusive message (at byte 27, track 1 of 1)"},
+      {smf(Format0, {"00 F0 01 01 00 FF 2F 00 00 F7 01 F7"}),
+       "the track ends inside a system exclusive message (at byte 30, track 1 of 1)"},
+      {smf(Format0, {"00 F0 01 01 00 F0 01 F7"}),
+       "a message inside a system exclusive message (at byte 29, track 1 of 1)"},
+      {smf(Format0, {"00 F0 01 01 00 90 01 01"}),
+       "a message inside a system exclusive message (at byte 28, track 1 of 1)"},
+      {smf(Format0, {"00 F0 03 01 90 F7"}), "a status byte inside a message (at byte 26, track 1 of 1)"},
       {smf("0000 0001 0001", {"00 FF 51 03 FFFFFF FFFFFF7F FF 2F 00"}), "longer than a year"},
   };
   for (const auto& row : table) EXPECT_THAT(linesOf(row.file), ElementsAre(row.cause));
@@ -146,7 +165,7 @@ TEST(SmfFile, TooManyTicksAreRefused) {
   std::string track;
   for (int event = 0; event < 9; ++event) track += "FF FF FF 7F F6 ";
   EXPECT_THAT(linesOf(smf(Format0, {track + "00 FF 2F 00"})),
-              ElementsAre("the track is longer than 2^31 ticks (at byte 62)"));
+              ElementsAre("the track is longer than 2^31 ticks (at byte 62, track 1 of 1)"));
 }
 
 TEST(SmfFile, AMessageOfMoreThanTheLimitIsRefused) {
@@ -201,6 +220,36 @@ TEST(SmfFile, EveryByteMayBeWrong) {
     }
     byte = kept;
   }
+}
+
+// One that needs a time for each event that grows with the events would not come to an end here.
+TEST(SmfFile, TwoMillionEventsAreReadInOrder) {
+  constexpr std::uint32_t Tracks = 4;
+  constexpr std::uint32_t Each = 500'000;
+  ByteVector file = chunk("MThd", fromHex("0001 0004 0060"));
+  for (std::uint32_t number = 0; number < Tracks; ++number) {
+    ByteVector track = fromHex("00 90");
+    track.back() |= static_cast<std::uint8_t>(number);
+    track.reserve(4 * std::size_t{Each});
+    for (std::uint32_t event = 0; event < Each; ++event) {
+      if (event > 0) track.push_back(1);
+      append(track, {static_cast<std::uint8_t>(event & 0x7FU), static_cast<std::uint8_t>(event >> 7U & 0x7FU)});
+    }
+    append(file, chunk("MTrk", track));
+  }
+  const auto parsed = parseSmf(file);
+  ASSERT_TRUE(std::holds_alternative<Score>(parsed)) << std::get<std::string>(parsed);
+  const auto& events = std::get<Score>(parsed).events;
+  ASSERT_EQ(events.size(), std::size_t{Tracks} * Each);
+  const TempoMap tempo(TimeBase::perQuarter(0x60), {});
+  std::size_t wrong = 0;
+  for (std::uint32_t index = 0; index < Tracks * Each; ++index) {
+    const std::uint32_t tick = index / Tracks;
+    const ByteVector bytes{0x90, static_cast<std::uint8_t>(tick & 0x7FU),
+                           static_cast<std::uint8_t>(tick >> 7U & 0x7FU)};
+    if (events[index] != ScoreEvent{*tempo.at(tick), static_cast<std::uint16_t>(index % Tracks), bytes}) ++wrong;
+  }
+  EXPECT_EQ(wrong, 0U);
 }
 
 TEST(SmfFile, LoadsFromDisk) {

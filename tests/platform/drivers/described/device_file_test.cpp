@@ -78,7 +78,7 @@ TEST_F(DeviceFile, ErrorsNameFileLineAndCause) {
       {std::string(Synth) + "[[player]]\nsource = 'SynthOut1'\nfile = 'songs'\n",
        path + ":8: songs: not a regular file"},
       {std::string(Synth) + "[[player]]\nsource = 'SynthOut1'\nfile = 'songs/bad.mid'\n",
-       path + ":8: songs/bad.mid: the track ends inside a message (at byte 24)"},
+       path + ":8: songs/bad.mid: the track ends too early (at byte 24, track 1 of 1)"},
       {std::string(Synth) + "[[player]]\nsource = 'SynthOut1'\nfile = 'device.toml'\n",
        path + ":8: device.toml: not a Standard MIDI File (at byte 0)"},
   };
