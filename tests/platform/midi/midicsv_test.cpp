@@ -185,7 +185,7 @@ class Midicsv : public testing::Test {
   }
 
   static ByteVector bytesOf(const fs::path& file) {
-    return std::get<ByteVector>(readFile(file, std::size_t{1} << 30U));
+    return std::get<ByteVector>(sys::readFile(file, std::size_t{1} << 30U));
   }
 
   // Compares all events of a file; its reading by midicsv.
