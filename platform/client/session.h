@@ -163,6 +163,7 @@ class EventPortManager::Session {
   std::optional<Channels> channels_;  // none while the service has gone, and after close
   client::LinkMirror mirror_;         // guarded by mutex_, as all down to events_
   bool mirrorValid_ = false;
+  bool mirrorKnown_ = false;  // it has been valid for this service; what it holds may be out of date
   std::chrono::steady_clock::time_point nextGraphLook_;
   wire::Topology topology_;            // as last answered
   std::uint64_t topologySession_ = 0;  // by the service that has this number
