@@ -13,6 +13,7 @@ const std::string& programName();
 std::string programLine(std::string_view text);
 
 // Writes programLine(line) and a line end to standard error. Any thread; lines of several threads do not mix.
+// Waits for room, also where standard error does not block.
 // line: printable, without a line end.
 void sayLine(std::string_view line);
 
