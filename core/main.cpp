@@ -1,12 +1,12 @@
 #include <fcntl.h>
 #include <sys/resource.h>
 
-#include <cstdio>
 #include <exception>
 #include <span>
 
 #include "core/program.h"
 #include "core/shell_io.h"
+#include "terminal/error_line.h"
 #include "terminal/terminal_mode.h"
 
 namespace {
@@ -38,7 +38,7 @@ int main(int count, char** words) {
   } catch (const std::exception& error) {
     // A shell that was only half built has not given the terminal back.
     flowscope::setTerminalMode(flowscope::TerminalMode::Saved);
-    std::fprintf(stderr, "flowscope: %s\n", error.what());
+    flowscope::sayError(error.what());
     return 0;
   }
 }

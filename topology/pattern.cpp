@@ -3,6 +3,7 @@
 #include <regex.h>
 
 #include <algorithm>
+#include <ctime>
 #include <utility>
 
 #include "topology/pattern_bounds.h"
@@ -12,8 +13,16 @@ namespace flowscope {
 namespace {
 
 // The engine keeps a state for every new way in which a text can match as far as it was read, and looks for them ever
-// longer: a pattern that fits many ways would take gigabytes over the paths of a large device. So it begins anew.
-constexpr std::size_t TextPerCompilation = 8192;
+// longer: a pattern that fits many ways would take gigabytes over the paths of a large device. So it begins anew, where
+// that costs little, behind a piece of so much text.
+constexpr std::size_t PieceOfText = 8192;
+
+// What this thread has used of a processor: others that use it meanwhile change nothing.
+double processorSeconds() {
+  timespec used{};
+  clock_gettime(CLOCK_THREAD_CPUTIME_ID, &used);
+  return static_cast<double>(used.tv_sec) + 1e-9 * static_cast<double>(used.tv_nsec);
+}
 
 class Expression {
  public:
@@ -27,10 +36,12 @@ class Expression {
   // False as well when memory has run out.
   bool matchesWhole(const std::string& text) {
     read_ += text.size();
-    if (read_ > TextPerCompilation) {
-      release();
-      compile();
+    if (read_ > PieceOfText) {
       read_ = text.size();
+      if (isWorthCompiling()) {
+        release();
+        compile();
+      }
     }
     regmatch_t match{};
     if (!valid_ || regexec(&compiled_, text.c_str(), 1, &match, 0) != 0) return false;
@@ -38,7 +49,22 @@ class Expression {
   }
 
  private:
-  void compile() { valid_ = regcomp(&compiled_, text_.c_str(), REG_NEWLINE) == 0; }
+  // Asked after each piece of text. Compiling is over only with the first piece, for which the engine makes most of its
+  // states. Once the pieces behind it have taken as long, the answer is yes: so at most half of the time is spent on
+  // beginning, however slow that is, and what the engine can keep until then is bounded, as each state takes it time.
+  bool isWorthCompiling() {
+    const double now = processorSeconds();
+    if (hasBegun_) return now - mark_ >= beginSeconds_;
+    hasBegun_ = true;
+    beginSeconds_ = now - std::exchange(mark_, now);
+    return false;
+  }
+
+  void compile() {
+    mark_ = processorSeconds();
+    hasBegun_ = false;
+    valid_ = regcomp(&compiled_, text_.c_str(), REG_NEWLINE) == 0;
+  }
   void release() {
     if (valid_) regfree(&compiled_);  // a failed regcomp leaves nothing that may be freed
   }
@@ -46,7 +72,10 @@ class Expression {
   std::string text_;
   regex_t compiled_{};
   bool valid_ = false;
-  std::size_t read_ = 0;  // since it was compiled
+  std::size_t read_ = 0;  // of the piece at hand
+  bool hasBegun_ = false;
+  double mark_ = 0;  // when compiling began, and from the second piece on when that one began
+  double beginSeconds_ = 0;
 };
 
 // The text that everything the pattern matches begins with. Only a necessary condition, to keep the engine away from

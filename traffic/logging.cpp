@@ -1,10 +1,10 @@
 #include "traffic/logging.h"
 
 #include <cerrno>
-#include <cstdio>
 #include <string>
 #include <utility>
 
+#include "terminal/error_line.h"
 #include "topology/path.h"
 #include "topology/pattern.h"
 #include "traffic/monitor_attachment.h"
@@ -52,8 +52,8 @@ ResultCode toCommand(TrafficShell& shell, const char* name, const char* pattern)
     if (opened == 0) {
       tellDescriptorsAreKept(name);
     } else {
-      std::fprintf(stderr, "flowscope: too many matches for %s: it cannot be opened more than %zu times\n", name,
-                   opened);
+      sayError("too many matches for " + std::string(name) + ": it cannot be opened more than " +
+               std::to_string(opened) + " times");
     }
   }
   return result;

@@ -7,6 +7,8 @@
 #include <cerrno>
 #include <string>
 
+#include "terminal/error_line.h"
+
 namespace flowscope {
 
 namespace {
@@ -32,7 +34,7 @@ std::FILE* openFile(const char* name, const char* mode, int kept) {
 }
 
 void tellDescriptorsAreKept(const char* name) {
-  std::fprintf(stderr, "flowscope: cannot open %s: too many files are open\n", name);
+  sayError("cannot open " + std::string(name) + ": too many files are open");
 }
 
 }  // namespace flowscope

@@ -5,6 +5,7 @@
 #include <cerrno>
 #include <system_error>
 
+#include "terminal/error_line.h"
 #include "traffic/open_file.h"
 #include "traffic/write_signals.h"
 
@@ -66,7 +67,7 @@ void TrafficFile::write(std::string_view text) const {
   if (stream->refused.exchange(true) && cause != EAGAIN) return;
   const std::string said =
       cause == EAGAIN ? "its reader has stopped, and the rest is lost" : std::generic_category().message(cause);
-  std::fprintf(stderr, "flowscope: cannot write to %s: %s\n", stream->name.c_str(), said.c_str());
+  sayError("cannot write to " + stream->name + ": " + said);
 }
 
 bool TrafficFile::isOpen() const { return std::atomic_load(&stream_) != nullptr; }

@@ -2,10 +2,14 @@
 #pragma once
 
 #include <cstddef>
+#include <cstdint>
+#include <functional>
 #include <map>
 #include <optional>
 #include <string>
+#include <string_view>
 #include <unordered_map>
+#include <unordered_set>
 
 #include "platform/wire/messages.h"
 
@@ -25,15 +29,29 @@ class Arrivals {
   std::optional<std::string> look(const wire::Topology& now);
 
  private:
-  // The ports of a group by a key that is unique in it. All numbered ports of a side share one entry.
-  struct Ports {
-    std::string firstName;
-    std::size_t count = 1;
-  };
-  using PortsOfGroup = std::map<std::string, Ports>;
-  using Groups = std::unordered_map<std::string, PortsOfGroup>;
+  // Names of ports on one side of a group.
+  class Names {
+   public:
+    void add(const std::string& name) { names_.insert(name); }
+    // prefix and number, from 1 to count.
+    void add(const std::string& prefix, std::uint32_t count);
+    bool contains(std::string_view name) const;
+    // How many of this prefix were added together, at most.
+    std::uint32_t numbered(const std::string& prefix) const;
+    bool empty() const { return names_.empty() && numbered_.empty(); }
 
-  static PortsOfGroup portsOf(const wire::TopologyGroup& group);
+   private:
+    std::unordered_set<std::string> names_;
+    std::map<std::string, std::uint32_t, std::less<>> numbered_;  // prefix and count; written out they may be thousands
+  };
+  struct PortNames {
+    Names sources;
+    Names sinks;
+    Names& side(bool sink) { return sink ? sinks : sources; }
+    const Names& side(bool sink) const { return sink ? sinks : sources; }
+    bool empty() const { return sources.empty() && sinks.empty(); }
+  };
+  using Groups = std::unordered_map<std::string, PortNames>;
 
   bool isListed_ = false;
   Groups listed_;

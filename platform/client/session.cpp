@@ -212,7 +212,8 @@ void EventPortManager::Session::noticeLoss(const Deadline& deadline) {
 void EventPortManager::Session::lose() {
   if (!connection_.mayReturn()) return;
   channels_.reset();
-  if (std::exchange(mirrorValid_, false)) carried_.keep(mirror_, topology_);
+  mirrorValid_ = false;
+  if (std::exchange(mirrorKnown_, false)) carried_.keep(mirror_, topology_);
   session_ = 0;
   nextLook_ = std::chrono::steady_clock::now();
   report(endpoint_, "the service has gone");
@@ -283,7 +284,8 @@ void EventPortManager::Session::tapMissing() {
     ++tried;
     const auto result = channels_->control.ask<wire::Result>(toTap(channels_->control.session(), tap), deadline);
     if (!result) {
-      noticeLoss(deadline);
+      // Not silent yet: whoever asks has the time that this has not.
+      if (channels_->control.lost()) lose();
       break;
     }
     tap.second.isMissing = result->status != device::Status::Ok;

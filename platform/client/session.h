@@ -164,6 +164,7 @@ class EventPortManager::Session {
   std::optional<Channels> channels_;  // empty while the service is gone, and after close
   client::LinkMirror mirror_;         // guarded by mutex_, like all members up to events_
   bool mirrorValid_ = false;
+  bool mirrorKnown_ = false;  // it has been valid for this service; what it holds may be out of date
   std::chrono::steady_clock::time_point nextGraphLook_;
   wire::Topology topology_;            // the last answer
   std::uint64_t topologySession_ = 0;  // the number of the session that gave it

@@ -90,6 +90,7 @@ bool EventPortManager::Session::bringMirrorUp(const Deadline& deadline) {
   if (!links) return false;
   mirror_.reset(*links);
   mirrorValid_ = true;
+  mirrorKnown_ = true;
   return true;
 }
 

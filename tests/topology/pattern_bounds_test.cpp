@@ -4,7 +4,7 @@
 #include <pthread.h>
 #include <sys/resource.h>
 
-#include <chrono>
+#include <ctime>
 #include <string>
 
 #include "tests/support/sanitizer.h"
@@ -181,6 +181,27 @@ TEST(ExpandPattern, StaysSmallOverManyPaths) {
   if (!testsupport::Sanitized) {
     EXPECT_LT(peakKilobytes() - before, 200 * 1024);
   }
+}
+
+double processorSeconds() {
+  timespec used{};
+  clock_gettime(CLOCK_THREAD_CPUTIME_ID, &used);
+  return static_cast<double>(used.tv_sec) + 1e-9 * static_cast<double>(used.tv_nsec);
+}
+
+// Compiling this takes a thousand times as long as matching a path.
+TEST(ExpandPattern, CompilesASlowPatternSeldomHoweverManyThePathsAre) {
+  const std::string pattern = "/p" + times("\\(\\B\\|\\)*", 8) + times("a\\?", 80) + "*";
+  TopologyNode one("/");
+  one.addChild("port");
+  TopologyNode many("/");
+  constexpr std::size_t Ports = 16'000;
+  for (std::size_t i = 0; i < Ports; ++i) many.addChild("port" + times("0", 30) + std::to_string(i));
+  const double begin = processorSeconds();
+  EXPECT_EQ(expandPattern(pattern, one).size(), 1U);
+  const double once = processorSeconds() - begin;
+  EXPECT_EQ(expandPattern(pattern, many).size(), Ports);
+  EXPECT_LT(processorSeconds() - begin - once, 15 * once) << "of 78 pieces of paths";
 }
 
 }  // namespace

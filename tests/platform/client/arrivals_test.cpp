@@ -69,5 +69,53 @@ TEST(Arrivals, NumberedPortsAreCounted) {
             "2 ports (\"AIn1\", ...) have come: a new console shows them");
 }
 
+wire::TopologyGroup numbered(std::uint16_t sources, const std::string& prefix = "AOut") {
+  return {0, {}, "A", wire::TopologySide{sources, prefix, {}}, std::nullopt};
+}
+
+// Another device may count what this one names.
+TEST(Arrivals, NumberedPortsAreTheirNames) {
+  const struct {
+    wire::TopologyGroup listed;
+    wire::TopologyGroup there;
+    const char* said;
+  } cases[] = {
+      {numbered(3), numbered(2), "nothing"},
+      {numbered(2), numbered(3), "port \"AOut3\" has come: a new console shows it"},
+      {numbered(2), numbered(65535), "65533 ports (\"AOut3\", ...) have come: a new console shows them"},
+      {numbered(3), group("A", {"AOut1", "AOut2", "AOut3"}), "nothing"},
+      {numbered(3), group("A", {"AOut3", "", "AOut4"}), "port \"AOut4\" has come: a new console shows it"},
+      {numbered(3), group("A", {"AOut", "AOut0", "AOut01"}),
+       "3 ports (\"AOut\", \"AOut0\", \"AOut01\") have come: a new console shows them"},
+      {group("A", {"AOut1", "AOut2"}), numbered(2), "nothing"},
+      {group("A", {"AOut1", "AOut3"}), numbered(3), "port \"AOut2\" has come: a new console shows it"},
+      {numbered(110), numbered(10, "AOut1"), "nothing"},
+      {numbered(109), numbered(10, "AOut1"), "port \"AOut110\" has come: a new console shows it"},
+      {numbered(110), group("A", {"AOut100", "AOut110", "AOut111"}),
+       "port \"AOut111\" has come: a new console shows it"},
+      {numbered(65535), group("A", {"AOut65535", "AOut165535"}),
+       "port \"AOut165535\" has come: a new console shows it"},
+      {numbered(1, ""), group("A", {"1", "11"}), "port \"11\" has come: a new console shows it"},
+      {group("A", {}, {"AOut1"}), numbered(1), "port \"AOut1\" has come: a new console shows it"},
+  };
+  for (const auto& each : cases) {
+    Arrivals arrivals;
+    arrivals.list({{each.listed}});
+    EXPECT_EQ(lookAt(arrivals, {each.there}), each.said);
+    EXPECT_EQ(lookAt(arrivals, {each.there}), "nothing") << each.said;
+  }
+}
+
+TEST(Arrivals, NumberedPortsAreToldOfAgainWhenTheyHadGone) {
+  Arrivals arrivals;
+  arrivals.list({{numbered(2)}});
+  EXPECT_EQ(lookAt(arrivals, {numbered(4)}), "2 ports (\"AOut3\", ...) have come: a new console shows them");
+  EXPECT_EQ(lookAt(arrivals, {numbered(3)}), "nothing");
+  EXPECT_EQ(lookAt(arrivals, {numbered(4)}), "port \"AOut4\" has come: a new console shows it");
+  EXPECT_EQ(lookAt(arrivals, {group("A", {"AOut4", "AOut5"})}), "port \"AOut5\" has come: a new console shows it");
+  arrivals.list({{numbered(7)}});
+  EXPECT_EQ(lookAt(arrivals, {numbered(8)}), "port \"AOut8\" has come: a new console shows it");
+}
+
 }  // namespace
 }  // namespace client

@@ -132,7 +132,8 @@ TEST_F(ChangingPorts, VersionChangesWithPortsThatComeAndGo) {
   const auto changesSoon = [&] {
     const testsupport::Deadline deadline(Patience);
     while (patcher.version() == before && !deadline.passed()) usleep(100);
-    return std::exchange(before, patcher.version()) != before;
+    const auto now = patcher.version();
+    return std::exchange(before, now) != now;
   };
   setPorts({group(0, "A", {"a", "b"}, {"x"}), group(3, "Later", {}, {"l0", "l1"})});
   connectPorts(link(out(0, 1), in(3, 1)));

@@ -125,5 +125,83 @@ TEST(SessionNews, LossIsToldWhenAServiceThatWasLateAnswers) {
   EXPECT_EQ(said + testing::internal::GetCapturedStderr(), expected) << "once";
 }
 
+// News that are too many for the client's window, as others make them, leave it with what it knew.
+TEST(SessionNews, LossIsToldThoughNewsOfTheGraphWereMissed) {
+  const testsupport::ScratchFolder folder;
+  const std::string path = folder.path() / "service";
+  zmq::context_t serviceContext;
+  const auto answerWith = [](const wire::Links& links) {
+    return [links](PlayedService& self, std::uint32_t tag, const wire::Body& body) {
+      self.answerGreeting(tag, body);
+      if (std::holds_alternative<wire::AskLinks>(body)) self.reply(tag, links);
+      if (!std::holds_alternative<wire::AskTopology>(body)) return;
+      self.toGraphChannel(wire::GraphStale{});
+      self.reply(tag, twoGroups());
+    };
+  };
+  auto service =
+      std::make_unique<PlayedService>(serviceContext, "ipc://" + path, answerWith({3, {{1, 0, 2, 0, true}}}));
+  const auto opened = Session::open(Connection(LocalEndpoint{path}), "test");
+  const auto* session = std::get_if<std::shared_ptr<Session>>(&opened);
+  ASSERT_NE(session, nullptr);
+  ASSERT_TRUE((*session)->graphVersion((*session)->number()));
+  ASSERT_TRUE((*session)->device());
+  // Until news of the graph have been taken in.
+  const testsupport::Deadline given(std::chrono::milliseconds(600));
+  while (!given.passed()) (*session)->receive(10);
+  testing::internal::CaptureStderr();
+  service.reset();
+  const testsupport::Deadline deadline(Patience);
+  while ((*session)->number() != 0 && !deadline.passed()) (*session)->receive(10);
+  service = std::make_unique<PlayedService>(serviceContext, "ipc://" + path, answerWith({1, {}}));
+  while ((*session)->number() == 0 && !deadline.passed()) (*session)->receive(10);
+  const testsupport::Deadline told(std::chrono::milliseconds(1500));
+  while (!told.passed()) (*session)->receive(10);
+  const std::string front = sys::programLine("test: ");
+  EXPECT_EQ(testing::internal::GetCapturedStderr(),
+            front + "the service has gone\n" + front + "the service is back\n" + front +
+                "lost with the service that was here before: the connection of \"a\" to \"b\"\n");
+}
+
+TEST(SessionNews, TryingATapAgainLeavesAServiceThatIsSlowItsTwoSeconds) {
+  const testsupport::ScratchFolder folder;
+  const std::string path = folder.path() / "service";
+  zmq::context_t serviceContext;
+  std::atomic<int> taps{0};
+  const auto answer = [&](PlayedService& self, std::uint32_t tag, const wire::Body& body) {
+    self.answerGreeting(tag, body);
+    if (std::holds_alternative<wire::AskLinks>(body)) self.reply(tag, wire::Links{});
+    if (std::holds_alternative<wire::Patch>(body)) self.reply(tag, wire::Result{});
+    if (!std::holds_alternative<wire::Tap>(body)) return;
+    // The port is not there when the service is back, and later the service takes longer than trying again waits.
+    const int number = ++taps;
+    if (number > 2) std::this_thread::sleep_for(std::chrono::milliseconds(700));
+    self.reply(tag, wire::Result{number == 2 ? device::Status::NotFound : device::Status::Ok, 0});
+  };
+  auto service = std::make_unique<PlayedService>(serviceContext, "ipc://" + path, answer);
+  const auto opened = Session::open(Connection(LocalEndpoint{path}), "test");
+  const auto* session = std::get_if<std::shared_ptr<Session>>(&opened);
+  ASSERT_NE(session, nullptr);
+  ASSERT_EQ((*session)->tap(1, "a", 100), device::Status::Ok);
+  testing::internal::CaptureStderr();
+  service.reset();
+  const testsupport::Deadline deadline(Patience);
+  while ((*session)->number() != 0 && !deadline.passed()) (*session)->receive(10);
+  service = std::make_unique<PlayedService>(serviceContext, "ipc://" + path, answer);
+  while ((*session)->number() == 0 && !deadline.passed()) (*session)->receive(10);
+  std::optional<device::Status> status;
+  std::atomic<bool> patched{false};
+  std::thread patcher([&] {
+    while (taps < 3 && !deadline.passed()) std::this_thread::yield();
+    status = (*session)->patch(true, {0, 0, 1, 1}, (*session)->number());
+    patched = true;
+  });
+  while (!patched && !deadline.passed()) (*session)->receive(10);
+  patcher.join();
+  EXPECT_EQ(status, device::Status::Ok);
+  EXPECT_GE(taps, 3);
+  testing::internal::GetCapturedStderr();
+}
+
 }  // namespace
 }  // namespace client
