@@ -7,11 +7,11 @@ namespace flowscope {
 
 class FlowScope;
 
-// Takes no notice of changes of the device: the tree shows the groups and ports that were there when it was built,
-// and listings ask for connections anew.
+// Ignores changes of the device: the tree shows the groups and ports that existed when it was built, and listings query
+// connections anew.
 class FlowScopePatcher : public StrmSrv::Patcher {
  public:
-  // owner outlives the patcher.
+  // owner must outlive the patcher.
   FlowScopePatcher(EvtSrv::EventPortManager& manager, FlowScope& owner) : Patcher(manager, 0), owner_(&owner) {}
 
   void notifyAddGroup(std::uint16_t) override {}

@@ -66,7 +66,7 @@ ResultCode FlowScope::onTab(const char* word, const char* argument) {
   try {
     paths = collectPathCandidates(argument, currentPath_, tree());
   } catch (const std::out_of_range&) {
-    // A path that means nothing here has no continuation either.
+    // A path that is invalid here has no completion either.
   }
   offerPaths(lineEditor(), output(), promptText(), paths);
   return ResultOk;

@@ -19,7 +19,7 @@ class FlowScope : public StatBase, public TrafficShell {
  public:
   FlowScope(EvtSrv::EventPortManager& manager, bool quiet, ShellIo& io);
 
-  // Waits until the input thread has left its last command.
+  // Blocks until the input thread has finished its last command.
   ~FlowScope() override;
 
   ResultCode onLs(Options options, const char* path) override;
@@ -29,20 +29,20 @@ class FlowScope : public StatBase, public TrafficShell {
   ResultCode onCat(Options options, const char* pattern) override;
   ResultCode onCon(const char* source, const char* destination) override;
   ResultCode onDis(const char* source, const char* destination) override;
-  // Completes what stands in the line editor: the command, or the path argument. word: the first word of the line, with
-  // its trailing blank when it is finished. argument: the word that is being typed behind it, or null. Always ResultOk.
+  // Completes the text in the line editor: the command, or the path argument. word: the first word of the line, with
+  // its trailing blank if it is finished. argument: the word being typed behind it, or null. Always returns ResultOk.
   ResultCode onTab(const char* word, const char* argument) override;
   ResultCode onExit() override;
   ResultCode onEnd() override;
   ResultCode onTerminate() override;
-  // Shows the manual page with the system's viewer, and answers ResultOk whatever that did.
+  // Shows the manual page with the system's viewer. Returns ResultOk whatever the viewer's result is.
   ResultCode onHelp() override;
 
-  // Nothing waits for the reader of a traffic file any more, and the shell stops.
+  // Stops the shell; writes to the traffic file no longer wait for its reader (see TrafficFile::stopWaiting).
   void inputEnded() override;
 
-  // Makes the patcher and builds the topology tree from it. To be called once, before the first command. Blocks until
-  // the service has answered.
+  // Creates the patcher and builds the topology tree from it. Call this once, before the first command. Blocks until
+  // the service answers.
   virtual void init(EvtSrv::EventPortManager& manager);
 
   ConsoleOutput& output() override { return StatBase::output(); }

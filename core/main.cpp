@@ -11,15 +11,15 @@
 
 namespace {
 
-// A descriptor that the parent has closed would go to the next thing that is opened, and be read or written as the
-// terminal.
+// If the parent has closed a standard descriptor, the next file opened would get its number, and be read or written as
+// the terminal.
 void openStandardDescriptors() {
   for (int descriptor = 0; descriptor <= 2; ++descriptor) {
     if (fcntl(descriptor, F_GETFD) < 0) open("/dev/null", O_RDWR);
   }
 }
 
-// Each match of "to" takes a descriptor for good. Programs that this one starts keep the limit.
+// Each match of "to" keeps a descriptor until the process ends. Child processes inherit the limit.
 void raiseDescriptorLimit() {
   rlimit limit{};
   if (getrlimit(RLIMIT_NOFILE, &limit) < 0) return;
@@ -36,7 +36,7 @@ int main(int count, char** words) {
     const std::span<const char* const> all(words, static_cast<std::size_t>(count));
     return flowscope::runProgram(all.subspan(all.empty() ? 0 : 1), flowscope::standardIo());
   } catch (const std::exception& error) {
-    // A shell that was only half built has not given the terminal back.
+    // A shell that was only partly constructed has not restored the terminal.
     flowscope::setTerminalMode(flowscope::TerminalMode::Saved);
     flowscope::sayError(error.what());
     return 0;

@@ -42,7 +42,7 @@ std::optional<std::string> manualFolder() {
 std::optional<std::string> manualFolderOf(const std::filesystem::path& program) {
   std::error_code error;
   const auto folder = program.parent_path().parent_path() / "share/man";
-  // A list of folders has no form for one with a colon.
+  // A list of folders cannot hold one with a colon.
   if (!std::filesystem::is_directory(folder, error) || folder.native().find(':') != std::string::npos) {
     return std::nullopt;
   }
@@ -55,8 +55,8 @@ std::string extendedManualPath(std::string_view folder, const char* before) {
   return path.ends_with(':') ? path : path + ':';
 }
 
-// setenv would change the list that another thread is just reading. This puts a whole other list in its place; both
-// stay as long as the process, and so does what they point to.
+// setenv would change the list while another thread may read it. This replaces the whole list; both lists, and what
+// they point to, stay valid for the life of the process.
 ManualPathScope::ManualPathScope() {
   static const auto folder = manualFolder();
   if (!folder) return;

@@ -1,4 +1,4 @@
-// Where the viewer of manual pages finds those of this program.
+// Where the viewer of manual pages finds the pages of this program.
 #pragma once
 
 #include <filesystem>
@@ -9,19 +9,20 @@
 
 namespace flowscope {
 
-// The folder of the manual pages that belong to the running program (see manualFolderOf), with symbolic links resolved.
+// Returns the folder of the running program's manual pages (see manualFolderOf), with symbolic links resolved.
 std::optional<std::string> manualFolder();
 
-// The folder of the manual pages that belong to a program: share/man beside the folder in which it lies, in a build
-// tree as in an installation. Nothing when it is not there, and when its path has a colon. Reads the disk.
+// Returns the folder of a program's manual pages: share/man beside the folder that contains the program, in a build
+// tree as in an installation. nullopt if it does not exist or its path has a colon. Reads the disk.
 std::optional<std::string> manualFolderOf(const std::filesystem::path& program);
 
-// MANPATH with folder in front. It ends in a colon, which stands for the system's own pages. before: the present
-// MANPATH, null when it is not set.
+// Returns MANPATH with folder in front. It ends in a colon, which stands for the system's own pages. before: the
+// present MANPATH, null if it is not set.
 std::string extendedManualPath(std::string_view folder, const char* before);
 
-// While it lives, programs that are started find the pages of this program: MANPATH is extended. Without a folder of
-// pages it changes nothing. One at a time, in one thread; other threads may read the environment, none may change it.
+// Extends MANPATH while the object lives, so that child processes find the pages of this program. Changes nothing
+// without a folder of pages. One object at a time, on one thread; other threads may read the environment but must not
+// change it.
 class ManualPathScope {
  public:
   ManualPathScope();
@@ -30,7 +31,7 @@ class ManualPathScope {
   ~ManualPathScope();
 
  private:
-  char** before_ = nullptr;  // null when nothing was changed
+  char** before_ = nullptr;  // null if nothing was changed
 };
 
 }  // namespace flowscope

@@ -39,7 +39,7 @@ std::optional<Option> optionOf(std::string_view word) {
   return std::nullopt;
 }
 
-// True when at least one option was run.
+// Returns true if at least one option was run.
 bool runOptions(EvtSrv::EventPortManager& manager, std::span<const char* const> words, ShellIo& io) {
   bool ran = false;
   for (std::size_t index = 0; index < words.size(); ++index) {

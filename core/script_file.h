@@ -9,21 +9,21 @@
 
 namespace flowscope {
 
-// A file that is read line by line. Programs that its lines start do not inherit it.
+// A file that is read line by line. Child processes do not inherit it.
 class ScriptFile {
  public:
-  // Opens the file (see openFile) and looks at its first byte: what opens but cannot be read, a folder, shows only
-  // there.
+  // Opens the file (see openFile) and reads its first byte: a folder opens, but cannot be read.
   explicit ScriptFile(const std::string& name);
 
-  // Whether it can be read. When it cannot for want of descriptors, one line on standard error has said so.
+  // Whether the file can be read. If too few descriptors are free, one line on standard error has said so.
   bool isOpen() const { return file_ != nullptr; }
 
-  // Whether the end of the file has been seen. Nothing but an empty line comes then.
+  // Whether the end of the file was read. Only an empty line follows.
   bool atEnd() const { return std::feof(file_.get()) != 0; }
 
-  // Returns the next line without its line end. A line ends at 999 characters and at a zero byte. After a longer line,
-  // after an error and at the end of the file the line is empty. Valid until the next call. Only while isOpen().
+  // Returns the next line without its line end, valid until the next call. A line ends at 999 characters and at a zero
+  // byte. After a longer line, after an error and at the end of the file the line is empty. Call this only while
+  // isOpen().
   const char* nextLine();
 
  private:

@@ -1,5 +1,5 @@
-// What a shell has around it: where it writes, how large the window is, where keys come from, and who runs system
-// commands. A test gives its own.
+// The environment of a shell: its output, the window size, the keys, and the object that runs system commands. Tests
+// pass their own.
 #pragma once
 
 #include <cstdio>
@@ -15,12 +15,12 @@ class SystemCommands {
  public:
   virtual ~SystemCommands() = default;
 
-  // Blocks until the command has ended. What it reports is not looked at.
+  // Blocks until the command has ended. Ignores its exit status.
   virtual void run(const std::string& line) = 0;
 };
 
-// Runs lines with the C library's system(). The output is flushed before; while the command runs, a terminal in raw
-// mode has the settings that it had before the shell.
+// Runs lines with the C library's system(). Flushes the output first; while the command runs, a terminal in raw mode
+// has the settings from before the shell.
 class RealSystemCommands : public SystemCommands {
  public:
   // The stream is borrowed and must outlive this object.
@@ -32,7 +32,7 @@ class RealSystemCommands : public SystemCommands {
   std::FILE* out_;
 };
 
-// The members outlive every shell that is built with them.
+// The members must outlive every shell that is built with them.
 struct ShellIo {
   std::FILE* out;
   TerminalSize& size;
@@ -41,7 +41,7 @@ struct ShellIo {
 };
 
 // Standard output, the window and the keys of the terminal, and the real command interpreter. One for the process. Its
-// output waits where standard output does not (see openWaitingStream), so nothing else may write to stdout.
+// output blocks even if standard output is non-blocking (see openWaitingStream), so nothing else may write to stdout.
 ShellIo& standardIo();
 
 }  // namespace flowscope

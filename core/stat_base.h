@@ -19,19 +19,19 @@
 
 namespace flowscope {
 
-// Owns the line editor with its input thread, the output object, the path that the prompt shows and a few settings,
-// and declares one virtual operation for each command. The operations here do nothing and answer ResultSilent; a
-// concrete shell overrides those that it implements. Word arguments are null when they were not given.
+// Owns the line editor with its input thread, the output object, the path that the prompt shows and a few settings, and
+// declares one virtual operation for each command. The operations here do nothing and return ResultSilent; a concrete
+// shell overrides those that it implements. Word arguments are null if they were not given.
 class StatBase : public EditorHost {
  public:
-  // A quiet shell writes plain text and touches neither the terminal nor the keyboard. Any other puts the terminal
-  // into raw mode, starts the input thread (which handles no key before openInput) and draws the first prompt. The
-  // new shell becomes the current one. manager and io outlive the shell.
+  // A quiet shell writes plain text and touches neither the terminal nor the keyboard. Any other shell puts the
+  // terminal into raw mode, starts the input thread (which handles no key before openInput) and draws the first prompt.
+  // The new shell becomes the current one. manager and io must outlive the shell.
   StatBase(EvtSrv::EventPortManager& manager, bool quiet, ShellIo& io);
   StatBase(const StatBase&) = delete;
   StatBase& operator=(const StatBase&) = delete;
 
-  // Gives the terminal back, if it was taken. The input thread must have left its last command (see waitForInput).
+  // Restores the terminal, unless quiet. The input thread must have finished its last command (see waitForInput).
   ~StatBase() override;
 
   // Command operations, in the order of their slots.
@@ -61,18 +61,18 @@ class StatBase : public EditorHost {
   virtual ResultCode onHelp();
   virtual ResultCode onOther(const char* word, const char* first, const char* second);
 
-  // The shell that was constructed last; null before the first. Dangles when that shell is gone.
+  // Returns the shell that was constructed last; null before the first. Dangles after that shell is destroyed.
   static StatBase* current();
 
   bool isRunning() const { return running_; }
 
-  // Stores the flag for the event loop, the line editor and the input thread at once. Any thread.
+  // Sets the flag for the event loop, the line editor and the input thread at once. Any thread may call it.
   void setRunning(bool running);
 
   // Lets the input thread handle keys from now on.
   void openInput();
 
-  // Blocks until the input thread has ended; at once in a quiet shell.
+  // Blocks until the input thread has ended; returns at once in a quiet shell.
   void waitForInput();
 
   ConsoleOutput& output() { return output_; }
@@ -81,30 +81,30 @@ class StatBase : public EditorHost {
   SystemCommands& system() { return io_.system; }
   bool isQuiet() const { return quiet_; }
 
-  // The path that the prompt and the "pwd" command show, one element a level; empty is the root.
+  // The path that the prompt and the "pwd" command show, one element per level; empty is the root.
   const std::vector<std::string>& path() const { return path_; }
 
-  // The label in front of the path in the prompt. Draws the prompt again at once.
+  // Sets the label in front of the path in the prompt, and draws the prompt again at once.
   void setPromptLabel(const std::string& label);
 
-  // The label, one blank, and the last element of the path or "/".
+  // Returns the label, one blank, and the last element of the path or "/".
   std::string promptText() override;
 
   // The three values of the last "setport" command.
   const std::array<std::string, 3>& portSettings() const { return portSettings_; }
   void setPortSettings(std::array<std::string, 3> settings) { portSettings_ = std::move(settings); }
 
-  // How many scripts are being read, one inside the other.
+  // The current nesting depth of scripts.
   int& scriptDepth() { return scriptDepth_; }
 
-  // A finished line of the line editor: runs on the current shell.
+  // Runs a finished line of the line editor on the current shell.
   ResultCode runEditedLine(const std::string& line) override;
 
-  // The keyboard has ended: the shell stops.
+  // Stops the shell: the keyboard input has ended.
   void inputEnded() override;
 
  protected:
-  // Root of the tree of names; made without a name and without children.
+  // The root of the tree of names; created without a name and without children.
   TopologyNode& topologyTree() { return *tree_; }
   void setPath(std::vector<std::string> path) { path_ = std::move(path); }
 

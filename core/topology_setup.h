@@ -11,7 +11,7 @@ namespace flowscope {
 void buildStreamTypes(TopologyNode& root);
 
 // Adds to each side of the first stream type the groups of the patcher's list, in its order, and to each group its
-// ports. A group whose id has no place in the table of names stands as "[]".
+// ports. A group whose id is not in the table of names is called "[]".
 void buildGroups(TopologyNode& root, const StrmSrv::Patcher& patcher);
 
 }  // namespace flowscope

@@ -7,8 +7,8 @@
 
 namespace flowscope {
 
-// Belongs to the thread that makes it, which must also be the one that destroys it; the stack that the thread had
-// before comes back then.
+// Sets the alternate signal stack of the thread that creates it. The same thread must destroy it; that restores the
+// stack that the thread had before.
 class AlternateSignalStack {
  public:
   AlternateSignalStack();

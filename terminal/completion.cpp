@@ -8,8 +8,8 @@ namespace flowscope {
 
 namespace {
 
-// In a line without "/" and without a blank there is no word to replace: candidates for the first word are listed,
-// and the line stays as it is.
+// Without a "/" or a blank in the line there is no word to replace: the candidates for the first word are listed, and
+// the line stays as it is.
 void offerSeveral(LineEditor& editor, ConsoleOutput& output, std::string_view promptText,
                   std::span<const std::string> candidates) {
   listColumns(output, candidates, true, false);

@@ -1,4 +1,4 @@
-// Completion of the line being typed: which command names fit, and how candidates are shown and taken over.
+// Completes the line being typed: finds the command names that match, shows the candidates and inserts them.
 #pragma once
 
 #include <optional>
@@ -12,16 +12,17 @@
 
 namespace flowscope {
 
-// The commands that fit what stands for the command word: all names when it is null; otherwise each name, with a
-// trailing blank, that begins with it. Nothing when the word is a whole name with its trailing blank: then it is the
-// command's argument that is to be completed.
+// Returns the commands that match the command word: all names if word is null, otherwise each name, with a trailing
+// blank, that begins with word. nullopt if word is a whole name with its trailing blank: then the command's argument is
+// to be completed.
 std::optional<std::vector<std::string>> matchCommandSet(std::span<const std::string_view> names, const char* word);
 
-// The longest text that all candidates begin with; empty without candidates.
+// Returns the longest text that all candidates begin with; empty without candidates.
 std::string commonPrefix(std::span<const std::string> candidates);
 
-// Show candidates for the command word, or for the last part of a path, and draw the prompt again: none leaves the
-// line as it is; a single one is taken over; several are listed in columns, and the line grows by what they share.
+// Offer candidates for the command word, or for the last part of a path, and draw the prompt again. Without candidates
+// the line stays as it is; a single one is inserted; several are listed in columns, and their common prefix is
+// inserted.
 void offerCommands(LineEditor& editor, ConsoleOutput& output, std::string_view promptText,
                    std::span<const std::string> candidates);
 void offerPaths(LineEditor& editor, ConsoleOutput& output, std::string_view promptText,

@@ -63,7 +63,7 @@ void ConsoleOutput::appendText(std::string& written, int column, const char* tex
   if (quiet_) written += '\n';
 }
 
-// One item as one text, so that one write puts it out and the lines of two threads do not mix.
+// Returns one item as one text: a single write keeps the lines of two threads apart.
 std::string ConsoleOutput::itemAt(int column, const StyledText& item, std::string_view lineEnd) const {
   std::string written;
   written.reserve(ReservedLength);
@@ -82,7 +82,7 @@ PageAnswer ConsoleOutput::askForPage() {
     clearStyle(AttrReverse | AttrBlink, ColourDefault);
     key = keys_.readByte();
     write(EraseLine);
-    // Drawn again, the prompt starts where it stood.
+    // The prompt is drawn again at the same place.
     if (key == InputResumed) write(toColumn(1));
   }
   return paging_.answer(key);

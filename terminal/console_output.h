@@ -1,4 +1,4 @@
-// Everything that commands print: styled texts, columns, and the stop after each screenful.
+// The output of commands: styled texts, columns, and the pause after each screenful.
 #pragma once
 
 #include <cstdint>
@@ -14,17 +14,17 @@
 
 namespace flowscope {
 
-// A quiet output writes plain lines: nothing that switches a style on, no column moves, no paging. Nothing here
-// flushes, and no operation reports an error of the stream.
+// A quiet output writes plain lines: it switches no style on, moves to no column and does not page. No operation
+// flushes the stream or reports its errors.
 //
-// Lines may be written from two threads, as long as only one of them writes paged or counted lines; what one
-// operation writes stays together.
+// Two threads may write lines if only one of them writes paged or counted lines; the output of one operation stays
+// together.
 class ConsoleOutput {
  public:
   // The stream, the size and the keys (for the "More" prompt) are borrowed and must outlive this object.
   ConsoleOutput(std::FILE* out, TerminalSize& size, KeySource& keys, bool quiet);
 
-  // Before anything is written from another thread.
+  // Call this before another thread writes.
   void setQuiet(bool quiet) { quiet_ = quiet; }
   bool quiet() const { return quiet_; }
 
@@ -32,37 +32,38 @@ class ConsoleOutput {
   int terminalColumns() const { return size_.columns(); }
   int terminalRows() const { return size_.rows(); }
 
-  // Nothing when quiet.
+  // Writes nothing when quiet.
   void applyStyle(std::uint32_t attributes, std::uint32_t colour);
 
-  // Also when quiet, where nothing was switched on: plain output of a styled text still ends with these sequences.
+  // Writes the sequences also when quiet, although no style was switched on: the plain output of a styled text ends
+  // with them.
   void clearStyle(std::uint32_t attributes, std::uint32_t colour);
 
-  // The text at a column (from 1) of the current line, without a line end; when quiet, the text and a line end. A
-  // null text prints nothing, but the cursor moves.
+  // Writes the text at a column (from 1) of the current line, without a line end; when quiet, the text and a line end.
+  // A null text only moves the cursor.
   void writeAt(int column, const char* text);
 
-  // The text at the first column. Adds no line end of its own, except when quiet.
+  // Writes the text at the first column. Adds no line end, except when quiet.
   void writeStyled(const StyledText& item);
 
-  // The text as a line, counted. Paged lines may stop at the "More" prompt and wait for a key: false means that the
-  // user has had enough, nothing was printed, and the caller ends its listing without a word. The style is switched
-  // off behind the line end.
+  // Writes and counts the text as a line. A paged line may stop at the "More" prompt and wait for a key. Returns false
+  // if the user stopped the listing: then nothing was printed, and the caller ends its listing without a message. The
+  // sequences that switch the style off follow the line end.
   bool writeLine(const StyledText& item, bool paged);
 
-  // writeLine, where the first line of a command passes resetCounters as true.
+  // Like writeLine; resetCounters is true for the first line of a command.
   bool writeLineFresh(const StyledText& item, bool resetCounters, bool paged);
 
-  // The text at a column (from 1) of the current line.
+  // Writes the text at a column (from 1) of the current line.
   void writeCell(int column, const StyledText& item);
 
   void resetPaging() { paging_.reset(); }
 
-  // Counts a line that is about to be printed, and asks the user where the page is full: blocks for one key. Answers
-  // whether to go on.
+  // Counts a line that is about to be printed, and asks the user when the page is full: then it blocks for one key.
+  // Returns whether to go on.
   bool pageCheck(bool paged);
 
-  // The line that belongs to a code, if it has one.
+  // Prints the message of a code, if it has one.
   void reportResult(ResultCode code);
 
  private:

@@ -1,4 +1,4 @@
-// What the line editor needs of the shell around it.
+// What the line editor needs from its shell.
 #pragma once
 
 #include <string>
@@ -14,14 +14,14 @@ class EditorHost {
   EditorHost& operator=(const EditorHost&) = delete;
   virtual ~EditorHost() = default;
 
-  // What stands inside the prompt's frame, as of now.
+  // Returns the current text inside the prompt's brackets.
   virtual std::string promptText() = 0;
 
-  // Executes a line and answers when it is done. The editor may be called from inside, to draw the prompt or to
-  // change the line; line stays as it is.
+  // Executes a line and returns its result when it is done. Meanwhile it may call the editor to draw the prompt or to
+  // change the edited line; line itself does not change.
   virtual ResultCode runEditedLine(const std::string& line) = 0;
 
-  // There will be no more keys: the shell should stop. Called on the input thread, once, as its last act.
+  // No more keys come: the shell should stop. The input thread calls it once, as its last action.
   virtual void inputEnded() = 0;
 };
 

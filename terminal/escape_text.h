@@ -1,4 +1,4 @@
-// Cursor placement and erasing, as the text that does it.
+// Escape sequences that move the cursor and erase text.
 #pragma once
 
 #include <string>
@@ -6,10 +6,10 @@
 
 namespace flowscope {
 
-// From the cursor to the end of the screen line; the cursor stays.
+// Erases from the cursor to the end of the screen line; the cursor stays.
 inline constexpr std::string_view EraseToLineEnd = "\x1b[0K";
 
-// The whole screen line; the cursor stays.
+// Erases the whole screen line; the cursor stays.
 inline constexpr std::string_view EraseLine = "\x1b[2K";
 
 // Moves the cursor to a column of its line. Columns count from 1; terminals take 0 for 1.

@@ -1,4 +1,4 @@
-// The lines that were entered, and walking through them.
+// The history of entered lines and the walk through it.
 #pragma once
 
 #include <cstddef>
@@ -7,26 +7,26 @@
 
 namespace flowscope {
 
-// Every line is kept, repeated ones too, as long as the object lives. Walking leaves the entries as they are: a
-// recalled line that was edited is kept on the way, in place of the entry it came from, until the next line is
-// recorded.
+// Keeps every line, also repeated ones, as long as the object lives. A walk does not change the entries: an edited
+// recalled line replaces its entry on the walk only, until the next line is recorded.
 class History {
  public:
-  // Appends a line; a walk that was under way is over, and the next one begins at this line.
+  // Appends a line and ends the current walk; the next walk begins at this line.
   void record(std::string line);
 
   // Oldest first.
   const std::vector<std::string>& entries() const { return entries_; }
 
-  // Walks count lines towards the oldest, or towards the newest, and answers the line found there. current is the
-  // line on the screen, which the way back brings up again. At the end of the lines the walk stops; without a step
-  // the answer is current.
+  // Walk count lines towards the oldest or the newest line, and return the line found there. current is the line on the
+  // screen; a walk in the other direction returns it again. The walk stops at the oldest or newest line; if it cannot
+  // take a step, it returns current.
   std::string back(std::string current, unsigned count);
   std::string forward(std::string current, unsigned count);
 
  private:
   std::vector<std::string> entries_;
-  // What lies behind is two stacks in one: below, the first untouched_ entries; above, the lines of a walk forward.
+  // The older lines are two stacks in one: below, the first untouched_ entries; above, in older_, the lines passed on a
+  // walk forward.
   std::size_t untouched_ = 0;
   std::vector<std::string> older_;
   std::vector<std::string> newer_;

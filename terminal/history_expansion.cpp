@@ -17,7 +17,7 @@ ExpandedLine both(std::string_view line) { return {std::string(line), std::strin
 
 bool beginsWithDigit(std::string_view text) { return !text.empty() && text.front() >= '0' && text.front() <= '9'; }
 
-// The number at the front of text; nothing for one that no counter holds.
+// Returns the number at the front of text; nullopt if it does not fit its type.
 std::optional<std::size_t> leadingNumber(std::string_view text) {
   std::size_t number = 0;
   const auto result = std::from_chars(text.data(), text.data() + text.size(), number);

@@ -1,4 +1,4 @@
-// Lines that refer to earlier ones.
+// Expands references to earlier lines.
 #pragma once
 
 #include <span>
@@ -7,19 +7,19 @@
 
 namespace flowscope {
 
-// What becomes of an entered line: the one that goes into the history, and the one that is executed. They differ
-// where a reference found nothing: it is recorded without its "!", and executed as it was typed.
+// The two results of an entered line: the one to record in the history and the one to execute. They differ if a
+// reference matches nothing: the line is recorded without its "!" and executed as typed.
 struct ExpandedLine {
   std::string recorded;
   std::string executed;
   friend bool operator==(const ExpandedLine&, const ExpandedLine&) = default;
 };
 
-// Replaces the references of a line, which is not empty. history is oldest first.
+// Expands the references in line, which must not be empty. history is oldest first.
 //   !!     the latest entry          !N   entry N, from 0
 //   !TEXT  the latest that begins    !-N  the Nth latest
 //          with TEXT                 !$   in a line that does not begin with "!": the last word of the latest entry
-// What an expansion brings in is not expanded again.
+// The inserted text is not expanded again.
 ExpandedLine expandHistory(std::string_view line, std::span<const std::string> history);
 
 }  // namespace flowscope

@@ -27,7 +27,7 @@ void InputThread::finish() {
 }
 
 void InputThread::run(void* self) {
-  // A command may use up this thread's stack too, and the terminal must be given back then.
+  // A command may overflow this thread's stack too, and the terminal must then be restored.
   const AlternateSignalStack signalStack;
   static_cast<InputThread*>(self)->readKeys();
   UtilSrv::Thread::exit(0);
@@ -44,7 +44,7 @@ void InputThread::readKeys() {
       continue;
     }
     if (byte == EndOfInput) {
-      // A reader that was told to stop has not come to the end of anything.
+      // EndOfInput after stop() does not mean that the input has ended.
       if (inputRunning) sink_.inputEnded();
       return;
     }

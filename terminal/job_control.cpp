@@ -13,7 +13,7 @@ bool inBackgroundOf(int terminal) noexcept {
 
 namespace {
 
-// Drops those that are pending as well.
+// Ignores SIGTTIN for a moment, which also drops pending ones.
 void ignoreStops(const struct sigaction& afterwards, bool sendToGroup) noexcept {
   struct sigaction ignored {};
   ignored.sa_handler = SIG_IGN;
@@ -28,8 +28,8 @@ void stopForInput(int terminal) noexcept {
   struct sigaction before {};
   sigaction(SIGTTIN, nullptr, &before);
   if (before.sa_handler == SIG_IGN) return;
-  // The others of the group. What is sent to a whole process stops it at some time soon; what a thread raises for
-  // itself has stopped it when the call returns.
+  // Stops the others of the group. A signal to the whole process stops it some time later; a signal that a thread
+  // raises for itself stops it before the call returns.
   ignoreStops(before, true);
   sigset_t stop;
   sigset_t mask;
@@ -37,8 +37,8 @@ void stopForInput(int terminal) noexcept {
   sigaddset(&stop, SIGTTIN);
   pthread_sigmask(SIG_BLOCK, &stop, &mask);
   raise(SIGTTIN);
-  // A shell that gives the terminal to the process sends SIGCONT next, which drops a stop that is pending. But what is
-  // raised behind it would stop the process in the foreground.
+  // A shell that gives the terminal to the process sends SIGCONT next, which drops a pending stop. But a stop raised
+  // after that SIGCONT would stop the process in the foreground.
   if (!inBackgroundOf(terminal) || sigismember(&mask, SIGTTIN) == 1) ignoreStops(before, false);
   pthread_sigmask(SIG_SETMASK, &mask, nullptr);
 }

@@ -1,4 +1,4 @@
-// The codes of keys: a byte is its own code, the others have the numbers that curses gave them.
+// Key codes: a byte is its own code, other keys have the numbers that curses gave them.
 #pragma once
 
 namespace flowscope {

@@ -1,9 +1,9 @@
-// Where decoded keys go.
+// The receiver of decoded keys.
 #pragma once
 
 namespace flowscope {
 
-// Called by the input thread alone.
+// Only the input thread calls it.
 class KeySink {
  public:
   KeySink() = default;
@@ -11,13 +11,13 @@ class KeySink {
   KeySink& operator=(const KeySink&) = delete;
   virtual ~KeySink() = default;
 
-  // Answers when the key, and any command that it started, is done.
+  // Returns when the key, and any command that it started, is done.
   virtual void handleKey(int code) = 0;
 
-  // The program was stopped and goes on.
+  // The program was stopped and continues.
   virtual void inputResumed() = 0;
 
-  // There will be no more keys.
+  // No more keys come.
   virtual void inputEnded() = 0;
 };
 

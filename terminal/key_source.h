@@ -1,11 +1,11 @@
-// Where typed bytes come from.
+// The source of typed bytes.
 #pragma once
 
 namespace flowscope {
 
-// What KeySource::readByte answers besides the bytes 0 to 255.
+// What KeySource::readByte returns besides the bytes 0 to 255.
 inline constexpr int EndOfInput = -1;
-inline constexpr int InputResumed = -2;  // the program was stopped and goes on: the screen wants its prompt again
+inline constexpr int InputResumed = -2;  // the program was stopped and continues: draw the prompt again
 
 class KeySource {
  public:
@@ -14,16 +14,16 @@ class KeySource {
   KeySource& operator=(const KeySource&) = delete;
   virtual ~KeySource() = default;
 
-  // Blocks for the next byte and answers it, 0 to 255, or EndOfInput when there will be no more, or InputResumed.
+  // Blocks for the next byte and returns it, 0 to 255; returns EndOfInput if no more bytes come, or InputResumed.
   virtual int readByte() = 0;
 
-  // Makes the reading that goes on now and every later one answer EndOfInput. From any thread. A source that never
-  // blocks needs no version of its own.
+  // Makes the current call of readByte and all later ones return EndOfInput. Any thread may call it. A source that
+  // never blocks need not override it.
   virtual void stop() {}
 
-  // The program was stopped and goes on: the reading that goes on now, or else the next one, answers InputResumed;
-  // several notices before it are one. From any thread, and from a signal handler. A source without a screen behind
-  // it needs no version of its own.
+  // The program was stopped and continues: the current call of readByte, or else the next one, returns InputResumed;
+  // several notices before that count as one. Any thread and any signal handler may call it. A source without a screen
+  // need not override it.
   virtual void notifyResumed() noexcept {}
 };
 

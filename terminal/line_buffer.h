@@ -1,4 +1,4 @@
-// The line being edited and the cursor in it. No drawing.
+// The line being edited and the cursor in it. Draws nothing.
 #pragma once
 
 #include <cstddef>
@@ -9,8 +9,8 @@ namespace flowscope {
 
 enum class CursorMove { Stay, LineStart, LineEnd, Right, Left };
 
-// The cursor stands between 0 and the length of the text. Edits leave it where it is, or at the end of a text that
-// has become shorter than that; moving it is a step of its own.
+// The cursor is between 0 and the length of the text. An edit does not move it, except to the end of a text that became
+// shorter than its position; moving it is a separate step.
 class LineBuffer {
  public:
   const std::string& text() const { return text_; }
@@ -18,13 +18,13 @@ class LineBuffer {
   bool atStart() const { return cursor_ == 0; }
   bool atEnd() const { return cursor_ == text_.size(); }
 
-  // Stays within the text.
+  // The cursor stays within the text.
   void move(CursorMove how);
   void setCursor(std::size_t position);
 
   void insert(char character);
 
-  // The character at the cursor, or before it; nothing where there is none.
+  // Erase the character at the cursor, or before it; no effect if there is none.
   void eraseAtCursor();
   void eraseBeforeCursor();
 
@@ -32,8 +32,8 @@ class LineBuffer {
   void eraseToStart();
   void assign(std::string_view text);
 
-  // Puts text in the place of what stands behind the last "/" or the last blank, whichever comes later. Answers false
-  // and changes nothing when the line holds neither.
+  // Replaces the text behind the last "/" or the last blank, whichever comes later. Returns false and changes nothing
+  // if the line holds neither.
   bool replaceLastWord(std::string_view text);
 
  private:

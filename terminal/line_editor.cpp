@@ -199,7 +199,7 @@ void LineEditor::acceptLine() {
   const ExpandedLine expanded = expandHistory(buffer(), history_.entries());
   line_.assign(expanded.executed);
   history_.record(expanded.recorded);
-  // The prompt of a shell that has ended would be drawn for nobody.
+  // A shell that has ended needs no prompt.
   if (host_.runEditedLine(expanded.executed) == ResultQuit) return;
   clearLine();
   drawPrompt(host_.promptText());

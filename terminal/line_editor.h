@@ -1,4 +1,4 @@
-// The line that the user types: keys in, edits and drawing out, finished lines to the shell.
+// The line editor: turns keys into edits, draws the line and passes finished lines to the shell.
 #pragma once
 
 #include <atomic>
@@ -21,44 +21,44 @@ namespace flowscope {
 enum class LinePart { BeforeCursor, FromCursor };
 
 // Used by the input thread, and by the shell's thread before the gate is open. A quiet editor has no input thread,
-// draws nothing, and its cursor never moves.
+// draws nothing and never moves its cursor.
 class LineEditor final : public KeySink {
  public:
-  // Starts the input thread unless quiet; it handles its first key only when openGate is called. The host, the keys
-  // and the stream are borrowed and must outlive the editor. Throws std::system_error when the system refuses another
-  // thread.
+  // Starts the input thread unless quiet; the thread handles its first key only after openGate is called. The host, the
+  // keys and the stream are borrowed and must outlive the editor. Throws std::system_error if the system refuses
+  // another thread.
   LineEditor(EditorHost& host, KeySource& keys, std::FILE* out, bool quiet);
 
-  // Ends the input thread, which may be waiting for a key, and joins it.
+  // Ends the input thread, even if it waits for a key, and joins it.
   ~LineEditor() override;
 
-  // The shell is complete: keys are handled from now on.
+  // Lets the input thread handle keys: the shell is complete.
   void openGate();
 
-  // Blocks until the input thread has left its last command and ended; no key is handled after that. Not on the input
-  // thread.
+  // Blocks until the input thread has finished its last command and ended; no key is handled after that. Do not call it
+  // on the input thread.
   void waitForInput();
 
-  // Carries out the key and flushes the stream. Codes without a binding are inserted when they are byte values 1 to
-  // 255, and ignored otherwise.
+  // Carries out the key and flushes the stream. A code without a binding is inserted if it is a byte value 1 to 255,
+  // and ignored otherwise.
   void handleKey(int code) override;
 
-  // Draws the prompt and the line again, the cursor where it was.
+  // Draws the prompt and the line again, with the cursor where it was.
   void inputResumed() override;
 
-  // Tells the host.
+  // Notifies the host.
   void inputEnded() override;
 
-  // The editor's copy of the shell's running flag, stored together with inputRunning. From any thread.
+  // Sets the editor's copy of the shell's running flag, and inputRunning with it. Any thread may call it.
   void setRunning(bool running);
   bool running() const { return running_; }
 
-  // Draws "[promptText]$ " and the line behind it, and moves the cursor to the line's end. newContent, when given,
-  // becomes the line first.
+  // Draws "[promptText]$ " and the line behind it, and moves the cursor to the end of the line. newContent, if given,
+  // first becomes the line.
   void drawPrompt(std::string_view promptText, std::optional<std::string_view> newContent = std::nullopt);
 
-  // The line, from the prompt to the end of the screen line. The screen's cursor is left behind the text; a
-  // moveCursor follows.
+  // Draws the line and erases the rest of the screen line. The screen's cursor is then behind the text; call moveCursor
+  // next.
   void redrawLine();
 
   void moveCursor(CursorMove how);
@@ -67,18 +67,18 @@ class LineEditor final : public KeySink {
   void clearLine();
   void killLine(LinePart part);
 
-  // See LineBuffer::replaceLastWord; without a "/" or a blank in the line nothing is drawn.
+  // See LineBuffer::replaceLastWord; draws nothing if the line holds neither "/" nor a blank.
   void replaceLastWord(std::string_view text);
 
-  // Replace the line by one that was entered before, count lines away, see History. The line is drawn also when there
-  // was no such line; with a count of 0 nothing is.
+  // Replace the line by an entered one, count lines away (see History). They draw the line even if there was no such
+  // line; with a count of 0 they draw nothing.
   void historyBack(unsigned count);
   void historyForward(unsigned count);
 
   const std::string& buffer() const { return line_.text(); }
   std::size_t cursor() const { return line_.cursor(); }
 
-  // The column, from 1, at which the line starts on the screen; 0 before the first prompt.
+  // Returns the column, from 1, where the line starts on the screen; 0 before the first prompt.
   int promptColumn() const { return promptColumn_; }
 
   const History& history() const { return history_; }
@@ -101,7 +101,7 @@ class LineEditor final : public KeySink {
   LineBuffer line_;
   int promptColumn_ = 0;
   History history_;
-  std::unique_ptr<InputThread> input_;  // last: the thread uses what stands above
+  std::unique_ptr<InputThread> input_;  // last: the thread uses the members above
 };
 
 }  // namespace flowscope

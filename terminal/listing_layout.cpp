@@ -16,7 +16,7 @@ constexpr int CellGap = 2;
 
 const char* orNotFound(const char* name) { return name != nullptr ? name : "notfound"; }
 
-// A quiet output has no width: everything stands in one column.
+// A quiet output has no width: it prints everything in one column.
 int widthOf(const ConsoleOutput& output) { return output.quiet() ? 0 : output.terminalColumns(); }
 
 ColumnGeometry geometryFor(std::size_t longest, int terminalWidth) {
@@ -26,18 +26,18 @@ ColumnGeometry geometryFor(std::size_t longest, int terminalWidth) {
   return geometry;
 }
 
-// Draws trees. All lines are made in one text, which grows once to the longest.
+// Draws trees. All lines reuse one string, which grows to the longest line.
 class TreeDrawing {
  public:
   TreeDrawing(ConsoleOutput& output, bool showData, bool paged) : output_(output), showData_(showData), paged_(paged) {}
 
-  // False as soon as the user stopped it.
+  // Returns false as soon as the user stops it.
   bool drawLevel(int depth, const ListingNode& node) {
     beginLine(depth, node.listedName());
     const std::size_t count = node.listedChildCount();
     if (count > 0) line_ += '/';
     if (!writeLine(node)) return false;
-    // Nothing stands in columns here, so the terminal's width does not matter.
+    // A tree has no columns of names, so the terminal's width does not matter.
     const int cellWidth = measureNodes(node, 0).cellWidth;
     for (std::size_t index = 0; index < count; ++index) {
       const ListingNode& child = node.listedChild(index);

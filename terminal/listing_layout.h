@@ -1,4 +1,4 @@
-// The two forms of a listing: names in columns, and a tree with one line a place.
+// The two forms of a listing: names in columns, and a tree with one line per node.
 #pragma once
 
 #include <cstddef>
@@ -17,27 +17,27 @@ struct ColumnGeometry {
   friend bool operator==(const ColumnGeometry&, const ColumnGeometry&) = default;
 };
 
-// The name, or "notfound" for null.
+// Returns the name, or "notfound" for null.
 std::string nameOrNotFound(const char* name);
 
-// The text in brackets, its line feeds as blanks; "[nodata]" for null.
+// Returns the text in brackets, with blanks in place of line feeds; "[nodata]" for null.
 std::string formatData(const char* text);
 
-// So many blanks; none for a count below 1.
+// Returns count blanks; none if count is below 1.
 std::string blanks(int count);
 
-// Cells are two wider than the longest name; there is at least one column, however narrow the terminal.
+// A cell is two wider than the longest name; there is at least one column, however narrow the terminal is.
 ColumnGeometry measureNames(std::span<const std::string> names, int terminalWidth);
 
-// The same for the children of a node, where a name carries "/" when its node has children.
+// Like measureNames, for the children of a node; the name of a child that has children itself includes a "/".
 ColumnGeometry measureNodes(const ListingNode& parent, int terminalWidth);
 
-// Prints the names in columns, row by row. resetCounters starts the pager's page anew. False when the user stopped it
-// at the pager's prompt.
+// Prints the names in columns, row by row. resetCounters starts a new page of the pager. Returns false if the user
+// stopped at the pager's prompt.
 bool listColumns(ConsoleOutput& output, std::span<const std::string> names, bool resetCounters, bool paged);
 
-// Prints a node and everything below it, a line each, indented by its depth. showData adds the data text to the lines
-// of leaves, in one column for each set of siblings. False as soon as the user stopped it at the pager's prompt.
+// Prints a node and everything below it, one line each, indented by depth. showData adds the data text to the lines of
+// leaves, in one column for each set of siblings. Returns false as soon as the user stops at the pager's prompt.
 bool drawTreeLevel(ConsoleOutput& output, int depth, const ListingNode& node, bool showData, bool paged);
 
 }  // namespace flowscope

@@ -1,4 +1,4 @@
-// What a listing shows of one place and the places below it.
+// A node of a listing and the nodes below it.
 #pragma once
 
 #include <cstddef>
@@ -10,7 +10,7 @@ class ListingNode {
  public:
   virtual ~ListingNode() = default;
 
-  // Null for a place without a name, or without data. Valid as long as the node is not changed.
+  // Null if the node has no name, or no data. Valid until the node changes.
   virtual const char* listedName() const = 0;
   virtual const char* listedData() const { return nullptr; }
 
@@ -19,7 +19,7 @@ class ListingNode {
   virtual std::uint32_t listedColour() const = 0;
 
   virtual std::size_t listedChildCount() const = 0;
-  // index is below the count.
+  // index must be below the count.
   virtual const ListingNode& listedChild(std::size_t index) const = 0;
 
  protected:

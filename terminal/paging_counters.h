@@ -1,24 +1,24 @@
-// How many lines went by, and whether the page is full. No input or output.
+// Counts printed lines and decides when the page is full. No input or output.
 #pragma once
 
 namespace flowscope {
 
-// Whether a line may be printed as it is, or the user must be asked first.
+// Print the line, or ask the user first.
 enum class PageDecision { Print, Ask };
 
-// Whether the listing goes on after the user was asked.
+// Whether the listing continues after the user was asked.
 enum class PageAnswer { GoOn, Stop };
 
 class PagingCounters {
  public:
   void reset();
 
-  // Counts one line that is about to be printed on a terminal of rows rows. Unpaged lines are only counted, up to one
-  // less than the rows; paged ones stop two rows before the end, on each page.
+  // Counts one line that is about to be printed on a terminal with this many rows. Unpaged lines are only counted, up
+  // to rows - 1; paged lines ask on each page after rows - 2 lines.
   PageDecision countLine(int rows, bool paged);
 
-  // Takes the key that answered the prompt (a byte, a key code, or the end of input): "q" stops, Enter lets one more
-  // line by, and everything else a whole page.
+  // Takes the key that answers the prompt (a byte, a key code, or the end of input): "q" stops, Enter lets one more
+  // line through, every other key a whole page.
   PageAnswer answer(int key);
 
  private:

@@ -25,7 +25,7 @@ const char* resultMessage(ResultCode code) {
     case ResultBadArgument:
       return "ERROR: Bad Argument";
     default:
-      // The small letter tells a code that nobody owns from the error that has no name.
+      // The small letter distinguishes an undefined code from ResultUnknownError.
       return "ERROR: unknownError";
   }
 }

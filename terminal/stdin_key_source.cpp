@@ -16,7 +16,7 @@ namespace flowscope {
 StdinKeySource::StdinKeySource(std::FILE* in, std::FILE* out)
     : in_(in), out_(out), wakeDescriptor_(eventfd(0, EFD_CLOEXEC | EFD_NONBLOCK)) {
   if (wakeDescriptor_ < 0) throw std::system_error(errno, std::generic_category(), "eventfd");
-  // A byte that waits in the stream's own buffer would be invisible to poll.
+  // poll does not see a byte that waits in the stream's own buffer.
   std::setvbuf(in_, nullptr, _IONBF, 0);
 }
 
@@ -24,7 +24,7 @@ StdinKeySource::~StdinKeySource() { close(wakeDescriptor_); }
 
 int StdinKeySource::readByte() {
   for (;;) {
-    // Before it waits itself, the C library would do this for a stream that is flushed by lines; here poll waits.
+    // The C library flushes a line-buffered stream before it waits for input itself; here poll waits instead.
     std::fflush(out_);
     if (!awaitByte()) continue;
     if (stopped_) return EndOfInput;
@@ -50,35 +50,36 @@ void StdinKeySource::notifyResumed() noexcept {
   wake();
 }
 
-// Answers whether there is something to answer: a byte, the end, or a reason to wake.
+// Returns whether readByte has something to return: a byte, the end, or a stop or resume notice.
 bool StdinKeySource::awaitByte() {
   if (stopped_ || resumed_) return true;
   std::array<pollfd, 2> sources{{{fileno(in_), POLLIN, 0}, {wakeDescriptor_, POLLIN, 0}}};
   if (poll(sources.data(), sources.size(), -1) < 0) return errno != EINTR;
   if (sources[1].revents == 0) return true;
-  // Emptied before the flags are looked at: a wake that comes after this is seen by the next poll.
+  // Empty the counter before reading the flags: the next poll then sees any later wake.
   std::uint64_t count = 0;
   [[maybe_unused]] const ssize_t drained = read(wakeDescriptor_, &count, sizeof count);
   return stopped_ || resumed_;
 }
 
-// Reading in the background stops the process. But a read that was stopped so goes on when the process does. In the
-// foreground it would wait for a key that nobody has typed yet, while the prompt is due; in the background it would
-// stop the process again, although a shell has taken what was typed. So the process is stopped before it reads, and
-// then looks again: what poll saw before may be what brought it to the foreground, and be gone.
+// A read in the background stops the process, and the read resumes when the process continues. In the foreground it
+// would then wait for a key that is not typed yet, although the prompt is due; in the background it would stop the
+// process again, although a shell has already read the input. So the process stops before it reads, and then checks
+// again: the input that poll saw may be what brought it to the foreground, and may be gone.
 StdinKeySource::Turn StdinKeySource::askForTurn() {
   const int descriptor = fileno(in_);
   if (!inBackgroundOf(descriptor)) return hasInput() ? Turn::Ours : Turn::Passed;
   stopForInput(descriptor);
   if (!inBackgroundOf(descriptor) || !hasInput()) return Turn::Passed;
-  // Nobody has stopped it, or it was sent back to where the input still is. A read of nothing tells, or stops it.
+  // The process was not stopped, or it continued in the background while the input is still there. A read of zero bytes
+  // shows which, or stops the process.
   char nothing = 0;
   if (read(descriptor, &nothing, 0) < 0) return errno == EINTR || errno == EAGAIN ? Turn::Passed : Turn::Never;
-  // Where the terminal stops nobody, it lets everybody read.
+  // A terminal that stops no process in the background lets every process read.
   return inBackgroundOf(descriptor) ? Turn::Ours : Turn::Passed;
 }
 
-// A byte, the end, or an error.
+// Whether a byte, the end or an error is there to read.
 bool StdinKeySource::hasInput() const {
   pollfd input{fileno(in_), POLLIN, 0};
   return poll(&input, 1, 0) > 0;
@@ -87,7 +88,7 @@ bool StdinKeySource::hasInput() const {
 void StdinKeySource::wake() noexcept {
   const int savedErrno = errno;
   const std::uint64_t one = 1;
-  // It fails only when the counter is full, and then the reader is awake already.
+  // Fails only when the counter is full; then the reader is awake already.
   [[maybe_unused]] const ssize_t written = write(wakeDescriptor_, &one, sizeof one);
   errno = savedErrno;
 }

@@ -1,4 +1,4 @@
-// Bytes from standard input, with a way to wake the reader.
+// Reads bytes from standard input, with a way to wake the reader.
 #pragma once
 
 #include <atomic>
@@ -8,17 +8,18 @@
 
 namespace flowscope {
 
-// Reads a stream on one thread at a time. The stream is made unbuffered, so nobody may have read from it before. Both
+// Reads a stream on one thread at a time. Makes the stream unbuffered, so nothing may have read from it before. Both
 // streams must outlive this object.
 class StdinKeySource final : public KeySource {
  public:
-  // out: what is flushed before each wait. Throws std::system_error when the system refuses a descriptor for waking.
+  // out: the stream to flush before each wait. Throws std::system_error if the system refuses the descriptor for
+  // waking.
   explicit StdinKeySource(std::FILE* in = stdin, std::FILE* out = stdout);
   ~StdinKeySource() override;
 
-  // Flushes the output before it waits, so that the user sees what to answer. A read that a signal interrupts is
-  // restarted. InputResumed comes before keys that are waiting. Input that arrives while the process is in the
-  // background of the terminal stops the process.
+  // Flushes the output before it waits, so that the user sees what to answer. Restarts a read that a signal interrupts.
+  // Returns InputResumed before keys that are waiting. If input arrives while the process is in the background of the
+  // terminal, the process stops.
   int readByte() override;
 
   void stop() override;
@@ -26,7 +27,7 @@ class StdinKeySource final : public KeySource {
   void notifyResumed() noexcept override;
 
  private:
-  // Whether to read now, to look for input again, or never to read again.
+  // Ours: read now. Passed: look for input again. Never: do not read again.
   enum class Turn { Ours, Passed, Never };
 
   bool awaitByte();

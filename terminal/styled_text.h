@@ -20,19 +20,19 @@ inline constexpr std::uint32_t ColourRed = 2;
 inline constexpr std::uint32_t ColourGreen = 3;
 inline constexpr std::uint32_t ColourBlue = 4;
 
-// One text to write. The text is borrowed for the time of the call that takes it, and may be null.
+// One text to write. The text is borrowed for the duration of the call that takes it, and may be null.
 struct StyledText {
   std::uint32_t attributes = AttrNone;
   std::uint32_t colour = ColourDefault;
   const char* text = nullptr;
 };
 
-// The sequences that switch the attributes on (reverse, bold, blink, underline, in this order), then the colour.
-// The default colour has a sequence of its own.
+// Returns the sequences that switch the attributes on (reverse, bold, blink, underline, in this order), then the
+// colour. The default colour has a sequence of its own.
 std::string styleOn(std::uint32_t attributes, std::uint32_t colour);
 
-// The sequences that switch the attributes off, in the same order, then back to the default colour unless colour is
-// the default one.
+// Returns the sequences that switch the attributes off, in the same order, then back to the default colour unless
+// colour is the default one.
 std::string styleOff(std::uint32_t attributes, std::uint32_t colour);
 
 }  // namespace flowscope

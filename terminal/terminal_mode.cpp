@@ -15,27 +15,27 @@ namespace {
 
 constexpr int Terminal = 0;
 
-// What this process knows of its terminal. Touched only under a TerminalGuard.
+// What this process knows about its terminal. Accessed only under a TerminalGuard.
 struct TerminalState {
   termios saved{};
   bool isSaved = false;
-  bool rawWanted = false;  // what was asked for last; a terminal that is lent keeps it
-  bool isRaw = false;      // what this process has made of it
+  bool rawWanted = false;  // what was requested last; lending does not change it
+  bool isRaw = false;      // whether this process has set raw mode
   int lenders = 0;
 };
 
 TerminalState state;
 std::atomic_flag stateTaken = ATOMIC_FLAG_INIT;
 
-// What the state says at the end of every change, for who asks often.
+// Whether raw mode still has to be set; updated after every change, for callers that ask often.
 std::atomic<bool> rawIsDue{false};
 
 static_assert(std::atomic<bool>::is_always_lock_free, "signal handlers write it");
 
-// One change at a time: a signal handler that makes the terminal raw must not come between another one that restores
-// it and the stop of the process. Handlers cannot wait for a mutex. What is guarded is a few system calls, and with
-// every signal blocked no handler can interrupt it on its own thread and wait for itself. That SIGTTOU is among them
-// keeps a process from being stopped by its change of settings when it comes into the background just then.
+// Allows one change at a time: a signal handler that sets raw mode must not run between another handler's restore and
+// the stop of the process. Handlers cannot wait for a mutex. The guarded code makes only a few system calls, and all
+// signals are blocked, so no handler can interrupt it on its own thread and wait for itself. Blocking SIGTTOU also
+// keeps a change of settings from stopping a process that goes to the background at that moment.
 class TerminalGuard {
  public:
   TerminalGuard() noexcept : errno_(errno) {
@@ -58,8 +58,8 @@ class TerminalGuard {
   sigset_t signals_{};
 };
 
-// The answer may become wrong before the change that follows it. Shells do not let that happen: they take the terminal
-// from a program that has stopped, and give it before they tell the program to go on.
+// The result may become wrong before the change that follows. Shells prevent this: they take the terminal from a
+// program that has stopped, and give it back before they continue the program.
 bool othersHaveTerminal() noexcept { return inBackgroundOf(Terminal); }
 
 bool restoreSettings() noexcept {
@@ -96,14 +96,14 @@ bool isTerminal() noexcept {
 bool setTerminalMode(TerminalMode mode) {
   const TerminalGuard guard;
   state.rawWanted = mode == TerminalMode::Raw && isTerminal();
-  // When a signal handler on another thread has the terminal, to stop or to die with it, it is not made raw.
+  // The terminal does not become raw while a signal handler on another thread has lent it, to stop or to die.
   return mode == TerminalMode::Raw ? renewIfOurs() : restoreSettings();
 }
 
 void lendTerminal() noexcept {
   const TerminalGuard guard;
   ++state.lenders;
-  // What was given back before may belong to another program by now.
+  // If it is not raw, the terminal may belong to another program by now.
   if (state.isRaw) restoreSettings();
 }
 
@@ -121,7 +121,7 @@ bool renewRawMode() noexcept {
 bool catchUpRawMode() noexcept {
   if (!rawIsDue.load(std::memory_order_relaxed)) return false;
   const TerminalGuard guard;
-  // A terminal that has lost this session belongs to whoever has it now.
+  // A terminal that no longer controls this session belongs to another program.
   return !state.isRaw && tcgetpgrp(Terminal) == getpgrp() && renewIfOurs();
 }
 

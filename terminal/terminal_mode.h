@@ -5,39 +5,38 @@ namespace flowscope {
 
 enum class TerminalMode { Saved, Raw };
 
-// All of these may be called from any thread. They wait for each other, for as long as a change of settings takes.
-// While the process is in the background of its terminal (see inBackgroundOf) none of them changes a setting, and none
-// stops the process.
+// Everything here is thread-safe; a call may block while another changes the settings. While the process is in the
+// background of its terminal (see inBackgroundOf), no call changes a setting, and no call stops the process.
 
-// Raw: keys arrive one by one, without echo; the interrupt and stop keys keep their signals, a carriage return still
-// arrives as a line feed, and output is processed as before. The settings found the first time are saved, once for
-// the life of the process; raw mode is always made of these, whatever another program has left behind. Saved: puts the
-// saved settings back; where none were saved, nothing changes.
+// Raw: keys arrive one by one, without echo; the interrupt and stop keys still send their signals, a carriage return
+// still arrives as a line feed, and output processing does not change. The first change to raw saves the settings, once
+// for the life of the process; raw mode always derives from these, whatever another program has left behind. Saved:
+// restores the saved settings; if none were saved, nothing changes.
 //
-// Answers whether the settings were applied: false when standard input is no terminal, and in the background. Raw asked
-// for in the background is set, and the settings are saved, by the first of the calls below that finds the process in
-// the foreground.
+// Returns whether the settings were applied: false if standard input is no terminal, and in the background. If raw is
+// requested in the background, the first of the calls below that finds the process in the foreground saves the settings
+// and sets raw.
 bool setTerminalMode(TerminalMode mode);
 
-// Puts the saved settings back, if any were saved, for the time in which the process is stopped, or for good when it
-// is about to die. Until reclaimTerminal was called as often, nothing makes the terminal raw. For signal handlers:
-// async-signal-safe, keeps errno.
+// Restores the saved settings, if any, while the process is stopped, or for good before it dies. Nothing makes the
+// terminal raw until reclaimTerminal was called as often as lendTerminal. For signal handlers: async-signal-safe, keeps
+// errno.
 void lendTerminal() noexcept;
 
-// Ends a lendTerminal: raw again, if raw is what was asked for last, nobody else lends, and the process is not in the
-// background. Answers whether raw was set. For signal handlers, like lendTerminal.
+// Ends a lendTerminal: makes the terminal raw again if raw was requested last, no other lendTerminal is open, and the
+// process is not in the background. Returns whether raw was set. For signal handlers, like lendTerminal.
 bool reclaimTerminal() noexcept;
 
-// The same without a lendTerminal before: somebody else may have changed the settings while the process was stopped.
-// Nothing happens while the terminal is lent.
+// Like reclaimTerminal, but without a lendTerminal before: another program may have changed the settings while the
+// process was stopped. Does nothing while the terminal is lent.
 bool renewRawMode() noexcept;
 
-// The same where raw was asked for and this process could not set it yet: not every shell tells a program that it has
-// come to the foreground. Costs next to nothing otherwise, and can be called again and again.
+// Like renewRawMode, but only if raw was requested and this process could not set it yet: not every shell tells a
+// program that it has come to the foreground. Otherwise it costs almost nothing, so it can be called again and again.
 bool catchUpRawMode() noexcept;
 
-// Gives the terminal its saved settings for as long as the object lives, for a command that uses the terminal itself;
-// afterwards it is raw again, if it was raw before, as soon as the process is not in the background.
+// Restores the saved settings while the object lives, for a command that uses the terminal itself. Afterwards the
+// terminal is raw again if it was raw before, as soon as the process is not in the background.
 class SavedModeScope {
  public:
   SavedModeScope();

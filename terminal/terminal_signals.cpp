@@ -12,13 +12,13 @@
 namespace flowscope {
 namespace {
 
-// Whom a handler tells that the program goes on.
+// The key source that a handler notifies when the program continues.
 std::atomic<KeySource*> resumedReader{nullptr};
 
-// What a shell makes of a program that a signal has ended.
+// For a program that a signal ended, a shell reports this plus the signal's number.
 constexpr int StatusOfSignals = 128;
 
-// Behind the last signal that has a name of its own.
+// The number after the last signal that has a name.
 constexpr int FirstReserved = 32;
 
 static_assert(std::atomic<KeySource*>::is_always_lock_free, "signal handlers read the pointer");
@@ -31,8 +31,8 @@ void setDisposition(int signal, void (*handler)(int)) noexcept {
   sigaction(signal, &action, nullptr);
 }
 
-// Has the system do with the signal what it does by default. A fault would come back when its handler returns, but
-// not a signal that somebody sent; raising it works for both, and the parent sees it in the status.
+// Lets the system apply the signal's default action. A fault would occur again when its handler returns, but a signal
+// that a process sent would not; raising it works for both, and the parent sees it in the status.
 void raiseByDefault(int signal) noexcept {
   setDisposition(signal, SIG_DFL);
   ::raise(signal);
@@ -59,32 +59,32 @@ void onStopSignal(int signal) {
   const int savedErrno = errno;
   lendTerminal();
   raiseByDefault(signal);
-  // From here on the process goes on. Or it was never stopped, where no shell is there to continue it.
+  // The process continues here. Without a shell that could continue it, it was never stopped.
   setDisposition(signal, onStopSignal);
   if (reclaimTerminal()) tellReader();
   errno = savedErrno;
 }
 
-// For stops that cannot be handled; after the others the handler of the stop does this.
+// For stops that cannot be handled; after SIGTSTP, its handler does this.
 void onContinueSignal(int /*signal*/) {
   const int savedErrno = errno;
   if (renewRawMode()) tellReader();
   errno = savedErrno;
 }
 
-// A program that faults ends, whoever wants the signal ignored.
+// A program that faults ends, even if the signal was ignored before.
 bool isOwnFault(int signal) {
   constexpr std::array<int, 7> Faults{SIGSEGV, SIGABRT, SIGBUS, SIGFPE, SIGILL, SIGTRAP, SIGSYS};
   return std::find(Faults.begin(), Faults.end(), signal) != Faults.end();
 }
 
-// A handler that somebody has installed knows what the signal means, a profiler's for instance. But from a fault it
-// could not give the terminal back.
+// A handler installed before knows what the signal means, a profiler's for instance. But after a fault it could not
+// restore the terminal.
 bool isLeftAlone(int signal, const struct sigaction& before) {
   return before.sa_handler != SIG_DFL && !isOwnFault(signal);
 }
 
-// What does not end a process by default, and what no process can handle.
+// False for signals that do not end a process by default, and for those that no process can handle.
 bool endsProcess(int signal) {
   constexpr std::array<int, 9> Others{SIGCHLD, SIGCONT, SIGURG, SIGWINCH, SIGTSTP, SIGTTIN, SIGTTOU, SIGSTOP, SIGKILL};
   return std::find(Others.begin(), Others.end(), signal) == Others.end();
@@ -97,7 +97,7 @@ void (*handlerOf(int signal))(int) {
   return endsProcess(signal) ? onFatalSignal : nullptr;
 }
 
-// Between the numbered signals and the real-time signals lie those that the C library keeps for itself.
+// The C library reserves the signals between the numbered and the real-time ones.
 bool isPublic(int signal) { return signal < FirstReserved || signal >= SIGRTMIN; }
 
 }  // namespace

@@ -1,4 +1,4 @@
-// The terminal is given back before a signal ends or stops the program.
+// Restores the terminal before a signal ends or stops the program.
 #pragma once
 
 #include <csignal>
@@ -9,22 +9,22 @@
 
 namespace flowscope {
 
-// While it lives, every signal that ends a process by default, real-time signals among them, restores the terminal's
-// saved settings first; the process then dies of that same signal, as its parent sees. The first process of a system or
-// a container, which its own signals do not end, exits with 128 and the signal's number. SIGTSTP restores them and
-// stops the process. SIGCONT makes the terminal raw again, when the process is not in the background, and has the
-// reader of the keys told, so that the prompt is drawn on the thread that draws it always. Signals that were ignored or
-// handled before stay so, but for the program's own faults: SIGSEGV, SIGABRT, SIGBUS, SIGFPE, SIGILL, SIGTRAP, SIGSYS.
+// While the object lives, every signal that ends a process by default, including real-time signals, first restores the
+// terminal's saved settings; the process then dies of that same signal, and its parent sees that. The first process of
+// a system or a container does not die of its own signals; it exits with 128 plus the signal's number. SIGTSTP restores
+// the settings and stops the process. SIGCONT makes the terminal raw again, if the process is not in the background,
+// and notifies the reader of the keys, so that the usual thread draws the prompt. Signals that were ignored or handled
+// before stay so, except for the program's own faults: SIGSEGV, SIGABRT, SIGBUS, SIGFPE, SIGILL, SIGTRAP, SIGSYS.
 //
-// For an interactive shell, one at a time; made and destroyed on the same thread. The handlers use an alternate stack
-// on that thread; other threads bring their own AlternateSignalStack.
+// For an interactive shell, one object at a time, created and destroyed on the same thread. The handlers use an
+// alternate stack on that thread; other threads need their own AlternateSignalStack.
 class TerminalSignals {
  public:
   // The key source is borrowed and must outlive this object.
   explicit TerminalSignals(KeySource& keys);
   TerminalSignals(const TerminalSignals&) = delete;
   TerminalSignals& operator=(const TerminalSignals&) = delete;
-  // What was done with the signals before is done again.
+  // Restores the previous dispositions of the signals.
   ~TerminalSignals();
 
  private:

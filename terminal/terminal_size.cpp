@@ -8,7 +8,7 @@ namespace {
 constexpr int DefaultRows = 24;
 constexpr int DefaultColumns = 80;
 
-// All zero when the descriptor has no size to tell.
+// Returns zeros if the descriptor has no size.
 winsize sizeOf(int descriptor) {
   winsize size{};
   if (ioctl(descriptor, TIOCGWINSZ, &size) != 0) return winsize{};

@@ -1,4 +1,4 @@
-// How large the terminal is.
+// The size of the terminal.
 #pragma once
 
 namespace flowscope {
@@ -10,16 +10,16 @@ class TerminalSize {
   TerminalSize& operator=(const TerminalSize&) = delete;
   virtual ~TerminalSize() = default;
 
-  // In character cells, at least 1, asked anew on each call.
+  // In character cells, at least 1. Each call reads the current size.
   virtual int rows() = 0;
   virtual int columns() = 0;
 };
 
-// The terminal behind a descriptor. Where it does not know its size (no terminal, or a serial line that was never
-// told), it answers 24 rows and 80 columns.
+// The terminal behind a descriptor. If its size is unknown (no terminal, or a serial line without a configured size),
+// it returns 24 rows and 80 columns.
 class DescriptorTerminalSize final : public TerminalSize {
  public:
-  // Standard output unless told otherwise. The descriptor is not owned.
+  // The default is standard output. The descriptor is not owned.
   explicit DescriptorTerminalSize(int descriptor = 1) : descriptor_(descriptor) {}
 
   int rows() override;

@@ -11,7 +11,7 @@
 namespace flowscope {
 namespace {
 
-// All of it, unless there is an error.
+// Writes everything, unless there is an error.
 ssize_t writeAll(void* cookie, const char* bytes, std::size_t size) {
   const auto descriptor = static_cast<int>(reinterpret_cast<std::intptr_t>(cookie));
   std::size_t written = 0;
@@ -33,7 +33,7 @@ ssize_t writeAll(void* cookie, const char* bytes, std::size_t size) {
 }  // namespace
 
 std::FILE* openWaitingStream(int descriptor) {
-  // What the C library hands back to the function is a pointer; this is the number in one.
+  // The C library passes a pointer to the function; it holds the descriptor.
   void* const cookie =
       reinterpret_cast<void*>(static_cast<std::intptr_t>(descriptor));  // NOLINT(performance-no-int-to-ptr)
   cookie_io_functions_t functions{};

@@ -1,14 +1,14 @@
-// A stream whose descriptor may refuse to wait.
+// A stream for a descriptor that may be non-blocking.
 #pragma once
 
 #include <cstdio>
 
 namespace flowscope {
 
-// A stdio stream that writes to the descriptor, buffered as standard output would be: by lines on a terminal, else by
-// blocks. Where the descriptor takes nothing at the moment although it does not block, the writing thread waits until
-// it does, and nothing is lost. The descriptor keeps its flags, as other processes may share them, and stays open when
-// the stream is closed. Throws std::system_error when there is no memory.
+// Returns a stdio stream that writes to the descriptor, buffered like standard output: by lines on a terminal,
+// otherwise by blocks. If a non-blocking descriptor has no room, the writing thread blocks until it has, and nothing is
+// lost. The descriptor keeps its flags, because other processes may share them, and stays open when the stream is
+// closed. Throws std::system_error if there is no memory.
 std::FILE* openWaitingStream(int descriptor);
 
 }  // namespace flowscope

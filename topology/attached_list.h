@@ -11,8 +11,8 @@
 
 namespace flowscope {
 
-// Names of ports, none twice, in the order of adding. Looking a name up, adding one and taking one away cost the same
-// however many there are. One thread at a time.
+// Port names without duplicates, in the order of adding. Lookup, adding and removal take constant time. One thread at a
+// time.
 class AttachedList {
  public:
   using value_type = std::string;
@@ -22,10 +22,10 @@ class AttachedList {
   AttachedList(const AttachedList&) = delete;
   AttachedList& operator=(const AttachedList&) = delete;
 
-  // Appends a name; one that stands already stays where it is.
+  // Appends a name; a name that is in the list keeps its place.
   void add(std::string_view name);
 
-  // Takes a name away, if it stands; those behind it move up.
+  // Removes a name, if it is in the list; those behind it move up.
   void remove(std::string_view name);
 
   void clear();
@@ -34,22 +34,22 @@ class AttachedList {
   bool empty() const { return names_.empty(); }
   std::size_t size() const { return names_.size(); }
 
-  // The first name; there must be one.
+  // Returns the first name; the list must not be empty.
   const std::string& front() const { return names_.front(); }
 
-  // In the order of adding. Valid until the name is taken away.
+  // In the order of adding. An iterator is valid until its name is removed.
   const_iterator begin() const { return names_.begin(); }
   const_iterator end() const { return names_.end(); }
 
   // Grows with each change.
   std::uint64_t version() const { return version_; }
 
-  // Whether these are the names, in this order.
+  // Whether the list holds exactly these names, in this order.
   friend bool operator==(const AttachedList& list, const std::vector<std::string>& names);
 
  private:
   std::list<std::string> names_;
-  std::unordered_map<std::string_view, const_iterator> places_;  // the views are of names_
+  std::unordered_map<std::string_view, const_iterator> places_;  // the keys are views of names_
   std::uint64_t version_ = 0;
 };
 

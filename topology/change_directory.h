@@ -6,9 +6,9 @@
 
 namespace flowscope {
 
-// Makes path, seen from the current directory, the current directory; a null path means the root. Answers ResultOk
-// (the pager then starts a fresh page), or ResultSilent for a place that does not exist: nothing has changed then.
-// Throws std::out_of_range like resolvePath, and nothing has changed either.
+// Changes the current directory to path, which may be relative to it; a null path means the root. Returns ResultOk (the
+// pager then starts a new page), or ResultSilent if path does not exist; then nothing changes. Throws std::out_of_range
+// like resolvePath; then nothing changes either.
 ResultCode changeDirectory(TopologyShell& shell, const char* path);
 
 }  // namespace flowscope

@@ -7,7 +7,7 @@
 
 namespace flowscope {
 
-// The name of a group by its id, "[]" for an id above those that have names. Lives as long as the process.
+// Returns the name of a group by its id, "[]" for an id above those that have names. Valid for the life of the process.
 inline const char* groupName(std::uint16_t groupId) {
   return groupId < StrmSrv::GroupNames::Count ? StrmSrv::GroupNameTable[groupId] : "[]";
 }

@@ -54,7 +54,7 @@ ResultCode listCommand(TopologyShell& shell, unsigned options, const char* path)
   if (matches.empty()) return ResultSilent;
   ResultCode code = ResultSilent;
   for (const auto& match : matches) {
-    // A listing that was cut short, or a match that has vanished, ends the command quietly as a success.
+    // A listing that the user stopped, or a match that no longer exists, ends the command silently with ResultOk.
     if (!shell.output().writeLineFresh(plain(""), &match == &matches.front(), true)) return ResultOk;
     if (matches.size() > 1) {
       const std::string header = match + ":";

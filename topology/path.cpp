@@ -47,7 +47,7 @@ std::optional<PathComponents> lookupPath(std::string_view path, const TopologyNo
   for (std::string& piece : pieces) {
     const TopologyNode* child = node->findChild(piece);
     found = child != nullptr;
-    // Who types "./x" means something by the dot: better nothing than the x of another place.
+    // In "./x" the dot has a meaning for the user: nullopt is better than the "x" of another directory.
     if (!found && piece == ".") return std::nullopt;
     if (!found) continue;
     result.push_back(std::move(piece));

@@ -8,7 +8,7 @@ namespace flowscope {
 
 namespace {
 
-// The place that the text before the last "/" names; nothing when it does not exist.
+// Returns the path of the node that the text before the last "/" names; nullopt if it does not exist.
 std::optional<PathComponents> placeOf(std::string_view text, const PathComponents& current, const TopologyNode& root) {
   const auto slash = text.rfind('/');
   if (slash == std::string_view::npos) return current;

@@ -1,4 +1,4 @@
-// Completion of paths.
+// Completes paths.
 #pragma once
 
 #include <optional>
@@ -10,10 +10,10 @@
 
 namespace flowscope {
 
-// The names that fit a path which is not typed to its end: the children of the place that stands before its last "/"
-// (of the current directory without one) whose names begin with what stands behind it. A null text: all children of
-// the current directory. Names of nodes with children carry a trailing "/". Bare names, in the order of the tree;
-// none when the place does not exist. Throws std::out_of_range like resolvePath.
+// Returns the names that complete a partial path: the children of the node before its last "/" (of the current
+// directory without one) whose names begin with the text behind it. A null text: all children of the current directory.
+// Names of nodes with children end with "/". Bare names, in the order of the tree; none if the node does not exist.
+// Throws std::out_of_range like resolvePath.
 std::vector<std::string> collectPathCandidates(const char* partial, const PathComponents& current, TopologyNode& root);
 
 }  // namespace flowscope

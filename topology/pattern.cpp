@@ -33,7 +33,7 @@ class Expression {
 
   bool valid() const { return valid_; }
 
-  // False as well when memory has run out.
+  // Returns false also if memory runs out.
   bool matchesWhole(const std::string& text) {
     read_ += text.size();
     if (read_ > PieceOfText) {
@@ -66,7 +66,7 @@ class Expression {
     valid_ = regcomp(&compiled_, text_.c_str(), REG_NEWLINE) == 0;
   }
   void release() {
-    if (valid_) regfree(&compiled_);  // a failed regcomp leaves nothing that may be freed
+    if (valid_) regfree(&compiled_);  // after a failed regcomp nothing may be freed
   }
 
   std::string text_;
@@ -78,8 +78,8 @@ class Expression {
   double beginSeconds_ = 0;
 };
 
-// The text that everything the pattern matches begins with. Only a necessary condition, to keep the engine away from
-// what cannot match. A backslash may bring alternatives or make what stands before it optional.
+// Returns a text that every match of the pattern begins with, so that the engine need not read paths that cannot match.
+// Empty if the pattern has a backslash, which may introduce alternatives or make the text before it optional.
 std::string_view literalStart(std::string_view pattern) {
   if (pattern.find('\\') != std::string_view::npos) return {};
   return pattern.substr(0, pattern.find_first_of(".[*^$"));
@@ -90,8 +90,8 @@ bool sameAsFarAsBothReach(std::string_view a, std::string_view b) {
   return a.substr(0, length) == b.substr(0, length);
 }
 
-// Walks the tree depth first and calls visit(path) for each node down to maxDepth. What is below a node is walked
-// when visit answers true. All paths stand in one buffer, one after another.
+// Walks the tree depth first and calls visit(path) for each node down to maxDepth. Walks below a node if visit returns
+// true. All paths share one buffer.
 template <class Visit>
 void walkPaths(std::size_t maxDepth, const TopologyNode::Children& children, Visit visit) {
   struct Level {

@@ -9,7 +9,7 @@ namespace flowscope {
 
 namespace {
 
-// What a part of an expression amounts to when it is written out.
+// The size of a part of an expression when it is written out.
 struct Size {
   std::uint64_t bytes = 0;
   std::uint64_t wildcards = 0;
@@ -40,12 +40,12 @@ constexpr Size Plain{.bytes = 1};
 constexpr Size Wildcard{.bytes = 1, .wildcards = 1};
 constexpr Size Anchor{.bytes = 1, .anchors = 1};
 
-// More than any bound, and small enough to be multiplied with one.
+// Above every bound, and small enough to multiply with one.
 constexpr std::uint64_t TooMany = 100'000;
 
 bool isDigit(char c) { return c >= '0' && c <= '9'; }
 
-// Reads an expression once, from left to right. Sums are looked at after each step, so they stay small.
+// Reads an expression once, from left to right. Checks the sums after each step, so they stay small.
 class Measure {
  public:
   explicit Measure(std::string_view expression) : rest_(expression) {}
@@ -57,7 +57,7 @@ class Measure {
       sum += open_.back().last;
       if (!sum.isWithinBounds() || open_.size() > MaximumPatternNesting + 1) return false;
     }
-    // What is left open is no expression, but the engine reads it to the end before it says so.
+    // An expression with an open group is invalid, but the engine reads it to the end before it reports that.
     Size all;
     for (const Level& level : open_) {
       all += level.before;
@@ -67,10 +67,10 @@ class Measure {
   }
 
  private:
-  // A group that is open, or the expression as a whole.
+  // An open group, or the whole expression.
   struct Level {
     Size before;
-    Size last;  // what a repetition that follows repeats
+    Size last;  // what a following repetition repeats
   };
 
   char take() {
@@ -144,7 +144,7 @@ class Measure {
     group += open_.back().last;
     group += {.bytes = 2};
     open_.pop_back();
-    open_.back().last += group;  // to the sign that opened it
+    open_.back().last += group;  // added to the sign that opened it
   }
 
   std::uint64_t takeNumber() {
@@ -155,8 +155,8 @@ class Measure {
     return number;
   }
 
-  // How often "\{" has the engine write out what stands before it. Without an end there is one copy more, which "*"
-  // follows.
+  // Returns how many copies "\{" makes the engine write of what precedes it. Without an upper limit there is one copy
+  // more, followed by "*".
   std::uint64_t takeInterval() {
     std::uint64_t times = takeNumber();
     if (!rest_.empty() && rest_.front() == ',') {
@@ -167,7 +167,7 @@ class Measure {
     return std::max<std::uint64_t>(1, times);
   }
 
-  // Skips what stands between brackets, with the closing one. Answers how many bytes that are.
+  // Skips the text between brackets, with the closing one. Returns how many bytes it skipped.
   std::size_t takeBracket() {
     std::size_t at = rest_.starts_with('^') ? 1 : 0;
     if (rest_.substr(at).starts_with(']')) ++at;
@@ -177,8 +177,8 @@ class Measure {
     return length;
   }
 
-  // Behind the element of a bracket at a position: a class like "[:alpha:]" is one, else a byte. A class that is not
-  // closed makes no expression.
+  // Returns the position behind the bracket element at a position: a class like "[:alpha:]", or else one byte. A class
+  // that is not closed makes the expression invalid.
   std::size_t endOfElement(std::size_t at) const {
     const std::string_view element = rest_.substr(at);
     for (const auto& [opening, closing] : {std::pair("[:", ":]"), std::pair("[=", "=]"), std::pair("[.", ".]")}) {

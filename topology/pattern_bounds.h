@@ -1,4 +1,4 @@
-// How large a pattern may be, so that none can end the program or take its memory.
+// The bounds of patterns, so that no pattern can end the program or use up its memory.
 #pragma once
 
 #include <cstddef>
@@ -6,17 +6,17 @@
 
 namespace flowscope {
 
-// The bounds count what the engine makes of an expression: it writes repetitions out, so that what stands before
-// "\{2,5\}" counts five times, and what stands before "\+" twice, with all that it holds.
+// The bounds count the expression as the engine writes it out: the text before "\{2,5\}" counts five times, the text
+// before "\+" twice, with everything that it contains.
 inline constexpr std::size_t MaximumPatternLength = 1024;       // bytes
-inline constexpr std::size_t MaximumPatternNesting = 64;        // groups "\(" that are open at once
+inline constexpr std::size_t MaximumPatternNesting = 64;        // groups "\(" that are open at the same time
 inline constexpr std::size_t MaximumPatternWildcards = 100;     // "*", "\?", "\+" and "\{"
 inline constexpr std::size_t MaximumPatternAnchors = 8;         // "^", "$", "\<", "\>", "\b", "\B", "\`" and "\'"
 inline constexpr std::size_t MaximumPatternBackReferences = 1;  // "\1" to "\9"
 
-// Whether a POSIX basic regular expression keeps to all of these bounds. Within them the engine takes a fraction of a
-// second and a few MiB to compile one, and little stack. What stands between brackets counts as bytes only. A
-// text that is no expression is judged by what the engine would read of it. Takes time in proportion to the length.
+// Returns whether a POSIX basic regular expression keeps to all of these bounds. Within them the engine takes a
+// fraction of a second, a few MiB and little stack to compile one. Text between brackets counts as bytes only. A text
+// that is no valid expression is measured by what the engine would read of it. Takes time in proportion to the length.
 bool isWithinPatternBounds(std::string_view expression);
 
 }  // namespace flowscope

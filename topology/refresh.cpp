@@ -18,7 +18,7 @@ namespace {
 constexpr std::size_t SourcePosition = 0;
 constexpr std::size_t SinkPosition = 1;
 
-// One refresh: where in the filter it is, and what it needs for every port.
+// One refresh: its position in the filter, and what it needs for every port.
 class Refresh {
  public:
   Refresh(TopologyShell& shell, StrmSrv::Patcher& patcher, const PathComponents& filter)
@@ -31,7 +31,7 @@ class Refresh {
  private:
   bool filterIsUsedUp() const { return next_ == filter_.size(); }
 
-  // Calls enter(child, position) for each child that is to be entered, in order, but for those that are up to date.
+  // Calls enter(child, position), in order, for each child to enter, except for those that are up to date.
   template <class Enter>
   void enterChildren(TopologyNode& node, const Enter& enter) {
     const std::size_t count = node.children.size();
@@ -44,13 +44,13 @@ class Refresh {
       ++at;
     }
     if (at == count) return;
-    // All behind are entered, and everything below them.
+    // From here on it enters all children, and everything below them.
     const std::size_t end = upToDate(node).from;
     for (std::size_t position = at; position < end; ++position) enter(*node.children[position], position);
     upToDate(node).from = std::min(at, end);
   }
 
-  // What is known of the children in this round.
+  // Returns which children are up to date in this round.
   RefreshedChildren& upToDate(TopologyNode& node) const {
     RefreshedChildren& children = node.refreshedChildren();
     if (children.round != round_) children = {round_, node.children.size(), {}};
@@ -68,7 +68,7 @@ class Refresh {
   }
 
   void enterGroup(TopologyNode& node, std::size_t side, std::uint16_t groupId) {
-    // A port may be the only one that is entered, or one before all that are.
+    // The filter may enter one port alone, or one port before all those behind it.
     std::vector<bool>& single = upToDate(node).single;
     single.resize(node.children.size());
     enterChildren(node, [&](TopologyNode& port, std::size_t position) {
@@ -89,8 +89,8 @@ class Refresh {
     if (!connected_.empty()) node.attributes = attached_.contains(node.name) ? AttrReverse : AttrBold;
   }
 
-  // Whether rebuilding a port would change nothing. Most ports keep their connections from one listing to the next,
-  // and to compare costs a fraction of freeing and making the nodes.
+  // Returns whether rebuilding a port would change nothing. Most ports keep their connections between listings, and
+  // comparing costs a fraction of freeing and creating the nodes.
   bool showsConnections(const TopologyNode& port, int otherSide) {
     const auto& groups = port.children;
     compared_.assign(groups.size(), 0);
@@ -132,11 +132,11 @@ class Refresh {
   const AttachedList& attached_;
   const std::uint64_t round_;
   std::vector<StrmSrv::PortRecord> connected_;
-  std::vector<std::size_t> compared_;  // of each child of a port, how many of its ports stood where they belong
+  std::vector<std::size_t> compared_;  // for each child of a port, how many of its ports match so far
 };
 
-// Goes on with the round, or begins another when something has changed. What changes during a refresh ends the round
-// with the next one, which finds another version.
+// Continues the round, or begins a new one if something has changed. After a change during a refresh, the next refresh
+// finds another version and begins a new round.
 void beginRound(RefreshRound& round, StrmSrv::Patcher& patcher, const AttachedList& attached) {
   const std::uint64_t patcherVersion = patcher.version();
   const bool goesOn = round.number != 0 && round.patcher == &patcher && round.patcherVersion == patcherVersion &&

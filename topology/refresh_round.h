@@ -7,9 +7,9 @@
 
 namespace flowscope {
 
-// A round lasts while every refresh would find the same: the patcher is the same one, and neither its answers nor the
-// attached list have changed. A node that one refresh of a round has brought up to date is skipped by the others. Each
-// tree has a round of its own.
+// A round lasts as long as every refresh would find the same: the patcher is the same object, and neither its answers
+// nor the attached list change. If one refresh of a round has updated a node, the others skip it. Each tree has its own
+// round.
 struct RefreshRound {
   std::uint64_t number = 0;  // 0: no round has begun
   const StrmSrv::Patcher* patcher = nullptr;

@@ -9,7 +9,7 @@ namespace flowscope {
 
 namespace {
 
-// Among fewer children, or for fewer searches, to look at one after another costs less than to sort them.
+// With fewer children, or fewer searches, a linear search costs less than sorting.
 constexpr std::size_t ManyChildren = 32;
 constexpr unsigned ManySearches = 8;
 

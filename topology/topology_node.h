@@ -1,4 +1,4 @@
-// One name in the topology tree, with the names below it.
+// A named node of the topology tree, with the nodes below it.
 #pragma once
 
 #include <cstddef>
@@ -12,15 +12,15 @@
 
 namespace flowscope {
 
-// Which children of a node a refresh has brought up to date, with all that is below them (see refreshTopology).
+// Which children of a node a refresh has updated, with everything below them (see refreshTopology).
 struct RefreshedChildren {
-  std::uint64_t round = 0;   // the refreshes that this holds for; 0 is none of them
+  std::uint64_t round = 0;   // the round that this is valid for; 0: none
   std::size_t from = 0;      // this child and all behind it
-  std::vector<bool> single;  // others, by their positions; may end early
+  std::vector<bool> single;  // other children, by position; may be shorter than the list of children
 };
 
-// A node with children is a directory, one without is a leaf; there is no other distinction. Names are compared byte
-// for byte. The tree is built and read on the thread that runs commands.
+// A node with children is a directory, a node without is a leaf; there is no other distinction. Names are compared byte
+// for byte. The thread that runs commands builds and reads the tree.
 struct TopologyNode final : ListingNode {
   using Children = std::vector<std::unique_ptr<TopologyNode>>;
 
@@ -32,18 +32,18 @@ struct TopologyNode final : ListingNode {
   // Frees the whole subtree, however deep, without recursion.
   ~TopologyNode() override;
 
-  // Appends a child and answers it. The reference lives as long as the child.
+  // Appends a child and returns it. The reference is valid as long as the child exists.
   TopologyNode& addChild(std::string_view childName);
 
-  // Frees all that is below.
+  // Frees everything below this node.
   void removeChildren();
 
-  // The first child with this name, or null. Among many children it costs the logarithm of their number; the first such
-  // search after a change of the children sorts them.
+  // Returns the first child with this name, or null. Among many children a search takes logarithmic time; the first
+  // such search after the children change sorts them.
   TopologyNode* findChild(std::string_view childName) const;
 
-  // The position of the first child with this name that does not stand before position from; the number of children
-  // when there is none. Costs as much as findChild.
+  // Returns the position of the first child with this name at or behind position from; the number of children if there
+  // is none. Costs as much as findChild.
   std::size_t findChildFrom(std::size_t from, std::string_view childName) const;
 
   // For refreshTopology. Valid until the children change.
@@ -55,17 +55,17 @@ struct TopologyNode final : ListingNode {
   std::size_t listedChildCount() const override { return children.size(); }
   const ListingNode& listedChild(std::size_t index) const override { return *children[index]; }
 
-  std::string name;              // stays as it is once the node stands below another
+  std::string name;              // must not change once the node has a parent
   std::uint32_t attributes = 0;  // how listings print the name: attribute bits and colour of a StyledText
   std::uint32_t colour = 0;
-  // In the order of searches and listings. Changed by addChild and removeChildren alone.
+  // In the order of searches and listings. Only addChild and removeChildren change it.
   Children children;
 
  private:
   // What only some nodes need; most have no children.
   struct Notes {
-    unsigned searches = 0;              // of names among the children as they are
-    std::vector<std::uint32_t> byName;  // positions of the children by names, then as they stand; empty at first
+    unsigned searches = 0;              // for names, since the children changed
+    std::vector<std::uint32_t> byName;  // positions of the children, sorted by name, then by position; empty at first
     RefreshedChildren refreshed;
   };
   Notes& notes() const;

@@ -1,4 +1,4 @@
-// What the commands of this room need of the shell that runs them.
+// What the commands of topology/ need from the shell that runs them.
 #pragma once
 
 #include "strmsrv.h"
@@ -10,7 +10,7 @@
 
 namespace flowscope {
 
-// Used on the thread that runs commands. References live as long as the shell.
+// Only the thread that runs commands uses it. References are valid as long as the shell.
 class TopologyShell {
  public:
   virtual ~TopologyShell() = default;
@@ -20,17 +20,17 @@ class TopologyShell {
   // The root of the topology tree.
   virtual TopologyNode& tree() = 0;
 
-  // The current directory. Whoever changes it calls pathChanged.
+  // The current directory. Call pathChanged after a change.
   virtual PathComponents& currentPath() = 0;
 
-  // Takes the current directory over into the prompt and into what "pwd" prints.
+  // Updates the prompt and what "pwd" prints to the current directory.
   virtual void pathChanged() = 0;
 
   // Null until the shell is set up.
   virtual StrmSrv::Patcher* patcher() = 0;
 
-  // The ports that the monitor is attached to, in the order of attaching. Changed on the thread that runs commands,
-  // under the attach mutex of TrafficShell.
+  // The ports that the monitor is attached to, in the order of attaching. Only the thread that runs commands changes
+  // it, under the attach mutex of TrafficShell.
   virtual AttachedList& attached() = 0;
 
   // For refreshTopology.

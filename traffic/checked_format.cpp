@@ -3,8 +3,8 @@
 #include <cstddef>
 #include <cstdio>
 
-// What the C library's fortified formatting calls end in. Calling one of those instead would not do: sanitizers put
-// themselves in their place.
+// The C library's fortified formatting calls end in this function. Calling one of those instead would not work:
+// sanitizers replace them.
 extern "C" [[noreturn]] void __chk_fail() noexcept;  // NOLINT(bugprone-reserved-identifier)
 
 namespace flowscope {

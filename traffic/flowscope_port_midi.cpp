@@ -111,7 +111,7 @@ void FlowScopePortMIDI::printChannelMessage(const char* name, const ChannelMessa
 
 void FlowScopePortMIDI::printLong(LongKind kind, const char* name, const Record& record) {
   if (!labelled_) {
-    // It may end the process: what was printed before must be out by then.
+    // formatRawLong may end the process; what was printed before must be out by then.
     std::fflush(shell_.output().stream());
     return print(formatRawLong(record.message, record.group));
   }

@@ -16,25 +16,25 @@ namespace flowscope {
 
 class TrafficShell;
 
-// Messages are received and printed on the thread that calls receiveEvent of the port's manager. Once attached, it
-// receives the traffic of other ports; how it is printed, the traffic mode and the text form decide.
+// Receives and prints messages on the thread that calls receiveEvent of the port's manager. Once attached, it receives
+// the traffic of other ports. The traffic mode and the text form decide how it prints.
 class FlowScopePortMIDI : public StrmSrv::StreamPortMIDI {
  public:
   // The shell must outlive the port's last event.
   FlowScopePortMIDI(EvtSrv::EventPortManager& manager, TrafficShell& shell);
 
-  // The text form of what is printed from now on: labelled, or raw (the form at first). Any thread.
+  // Sets the text form of everything printed from now on: labelled, or raw (the default). Any thread may call it.
   void setLabelled(bool labelled) { labelled_ = labelled; }
   bool labelled() const { return labelled_; }
 
-  // Takes a debug-receive event apart and calls the handler of each message, in order; in traffic mode off, none.
-  // EvtRes_UnknownError for a malformed record, from which on nothing is handled; otherwise EvtRes_Success, also for
-  // events of other types, which are not looked at.
+  // Splits a debug-receive event into messages and calls the handler of each, in order; in traffic mode off, it calls
+  // none. Returns EvtRes_UnknownError at a malformed record and handles nothing from there on. Otherwise returns
+  // EvtRes_Success; it ignores events of other types.
   EvtSrv::EventResult receiveMain(const char* name, unsigned type, EvtSrv::MemoryHolder* data,
                                   EvtSrv::MemoryHolder* reply) override;
 
-  // Each prints one message that came from the port called name. In raw form, error data print nothing, and system
-  // exclusive, system common and meta messages end the process (see formatRawLong).
+  // Each prints one message from the port with this name. In raw form, error data prints nothing, and system exclusive,
+  // system common and meta messages end the process (see formatRawLong).
   void handleErrorData(const char* name, const std::uint8_t* bytes, std::size_t length, std::uint16_t group) override;
   void handleNoteOff(const char* name, std::uint8_t note, std::uint8_t velocity, std::uint16_t group) override;
   void handleNoteOn(const char* name, std::uint8_t note, std::uint8_t velocity, std::uint16_t group) override;
@@ -60,7 +60,7 @@ class FlowScopePortMIDI : public StrmSrv::StreamPortMIDI {
   TrafficShell& shell_;
   std::atomic<bool> labelled_ = false;
   TextPiece line_;
-  std::string piece_;  // kept, which saves an allocation a message
+  std::string piece_;  // kept to save an allocation per message
 
   static_assert(std::atomic<bool>::is_always_lock_free);
 };

@@ -31,7 +31,7 @@ struct LongForm {
   std::string_view group;
 };
 
-// In the order of LongKind. Programs that read these lines know them letter for letter, "coomon" included.
+// In the order of LongKind. Programs that parse these lines rely on every letter, "coomon" included.
 constexpr std::array<LongForm, 3> LongForms{{
     {") system exclusive :length= ", " :", ": groupId="},
     {") system coomon :length= ", " : ", ": grpId="},
@@ -91,8 +91,8 @@ std::string_view formatTrailer(TextPiece& line, LongKind kind, std::uint16_t gro
 
 std::string formatRawLong(std::span<const std::uint8_t> bytes, std::uint16_t group) {
   std::string text;
-  // The scratch area is one character too small for "0x00 " and its terminator, and stays so: a message of this kind
-  // ends the program in raw form, and nothing half-printed is taken for a message.
+  // The scratch buffer is one character too small for "0x00 " and its terminator, and stays so: in raw form a message
+  // of this kind ends the program, and no reader takes half a message for a whole one.
   std::array<char, 5> scratch{};
   for (const std::uint8_t byte : bytes) {
     formatChecked(scratch, "0x%02X ", byte);

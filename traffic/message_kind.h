@@ -1,4 +1,4 @@
-// What kind of message a record holds.
+// The kind of message that a record holds.
 #pragma once
 
 #include <cstdint>
@@ -21,9 +21,9 @@ enum class MessageKind {
   Meta,
 };
 
-// The kind of a message, from its whole status byte: the stream carries no channel there, so a channel status with
-// another low nibble than 0 is error data, as is a channel message that is shorter than its kind needs, and an
-// empty one. 0xFF alone is a real-time message, with bytes behind it a meta event.
+// Returns the kind of a message by its whole status byte. The stream carries no channel there, so a channel status with
+// a low nibble other than 0 is error data. So are a channel message that is too short for its kind and an empty
+// message. 0xFF alone is a real-time message; with bytes behind it, it is a meta event.
 MessageKind kindOf(std::span<const std::uint8_t> message);
 
 }  // namespace flowscope

@@ -18,7 +18,8 @@ namespace {
 
 constexpr std::size_t PortDepth = 4;
 
-// The name of the port that a path leads to, or, for a null path, of the one that the current directory lies in.
+// Returns the name of the port that a path leads to; for a null path, of the port that contains the current directory.
+// nullopt if there is none.
 std::optional<std::string> portNameAt(TrafficShell& shell, const char* path) {
   PathComponents place = currentPlace(shell);
   if (path != nullptr) {
@@ -40,7 +41,7 @@ EvtSrv::EventResult attachName(TrafficShell& shell, const std::string& name, con
   return result;
 }
 
-// Of the position, the stream type and the side.
+// Uses only the stream type and the side of position.
 void attachGroup(TrafficShell& shell, const StrmSrv::GroupRecord& group, const PortPosition& position) {
   EvtSrv::MemoryHolder holder(MonitorEventBytes);
   for (std::uint16_t port = 0; port < group.portCount; ++port) {
@@ -87,7 +88,7 @@ ResultCode attachBelowCurrent(TrafficShell& shell) {
   }
 
   const std::uint16_t count = portCountOf(groups, *position.group);
-  if (position.port && *position.port <= count) {  // equal to the count as well: the attaching itself decides
+  if (position.port && *position.port <= count) {  // also if equal to the count: attachPort decides
     return attachWithTarget(shell, nullptr);
   }
   attachGroup(shell, {*position.group, count}, position);
@@ -130,7 +131,7 @@ ResultCode catCommand(TrafficShell& shell, unsigned options, const char* pattern
 }
 
 ResultCode endCommand(TrafficShell& shell) {
-  // The thread that prints may hold what the detaching needs while it waits for a reader.
+  // The printing thread may hold what detaching needs while it waits for a reader.
   trafficOutput().trafficFile.stopWaiting();
   detachAll(shell);
   trafficOutput().trafficFile.close();

@@ -13,10 +13,10 @@ namespace flowscope {
 
 namespace {
 
-// The system hands out the lowest number that is free, so all below it are in use.
+// The system assigns the lowest free number, so all numbers below it are in use.
 bool wouldLeave(int kept) {
   const int next = fcntl(STDIN_FILENO, F_DUPFD_CLOEXEC, 0);
-  if (next < 0) return errno != EMFILE;  // whatever else it is, the opening will tell
+  if (next < 0) return errno != EMFILE;  // fopen will report any other error
   close(next);
   rlimit limit{};
   return getrlimit(RLIMIT_NOFILE, &limit) < 0 || limit.rlim_cur == RLIM_INFINITY ||

@@ -16,7 +16,7 @@ constexpr std::uint8_t SystemExclusive = 0xF0;
 constexpr std::uint8_t EndOfExclusive = 0xF7;
 
 std::size_t valueCount(std::uint8_t kind) {
-  // Of 0x80, 0x90 to 0xE0.
+  // For 0x80, 0x90 to 0xE0.
   constexpr std::array<std::size_t, 7> Counts{2, 2, 2, 2, 3, 1, 2};
   return Counts.at(static_cast<std::size_t>(kind - FirstStatus) / 0x10);
 }

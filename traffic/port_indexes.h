@@ -1,4 +1,4 @@
-// The indices of ports by their names.
+// Port indices by name.
 #pragma once
 
 #include <cstdint>
@@ -13,9 +13,8 @@
 
 namespace flowscope {
 
-// Looks ports up by their names. Each name is made once at most, and not before it is needed to find another, so an
-// object is good for as long as names stay as they are: for one command. Looking all ports of a group up costs as much
-// as naming each once.
+// Looks up ports by name. Makes each name once at most, and only when a search needs it, so an object is valid as long
+// as names do not change: for one command. Looking up all ports of a group costs as much as naming each once.
 class PortIndexes {
  public:
   // The patcher must outlive the object.
@@ -23,13 +22,14 @@ class PortIndexes {
 
   const StrmSrv::Patcher& patcher() const { return patcher_; }
 
-  // The first of a group's ports 0 to count - 1 with this name, or nothing. The same count each time.
+  // Returns the first of a group's ports 0 to count - 1 with this name; nullopt if there is none. Pass the same count
+  // each time.
   std::optional<std::uint16_t> find(unsigned streamType, PortSide side, std::uint16_t group, std::uint16_t count,
                                     const std::string& name);
 
  private:
   struct Named {
-    std::uint16_t count = 0;  // the ports below have their names in indices
+    std::uint16_t count = 0;  // indices holds the names of the ports below this one
     std::unordered_map<std::string, std::uint16_t> indices;
   };
 

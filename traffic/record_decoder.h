@@ -9,15 +9,16 @@
 
 namespace flowscope {
 
-// The sender's byte order, from the first byte of the event: 1 says most significant byte first.
+// The sender's byte order, from the first byte of the event: 1 means most significant byte first.
 enum class ByteOrder { LittleEndian, BigEndian };
 ByteOrder byteOrderOf(const EvtSrv::MemoryHolder& event);
 
-// The next unsigned number at the event's cursor; nothing when fewer bytes are left (the cursor is then at the end).
+// Return the next unsigned number at the event's cursor; nullopt if fewer bytes are left (the cursor is then at the
+// end).
 std::optional<std::uint16_t> readWord16(EvtSrv::MemoryHolder& event, ByteOrder order);
 std::optional<std::uint32_t> readWord32(EvtSrv::MemoryHolder& event, ByteOrder order);
 
-// One message as it passed a port. The bytes are never empty, and live as long as the event.
+// One message as it passed a port. The bytes are never empty, and valid as long as the event.
 struct Record {
   std::uint16_t group = 0;
   std::span<const std::uint8_t> message;
@@ -28,11 +29,11 @@ class RecordDecoder {
  public:
   explicit RecordDecoder(EvtSrv::MemoryHolder& event) : event_(event), order_(byteOrderOf(event)) {}
 
-  // The next record; nothing at the end of the event, and nothing from a malformed record on: one whose length does
-  // not cover a group and one byte of message, or reaches past the data.
+  // Returns the next record; nullopt at the end of the event, and from a malformed record on: one whose length does not
+  // cover a group and one byte of message, or reaches past the data.
   std::optional<Record> next();
 
-  // False once a malformed record was met.
+  // False after a malformed record.
   bool ok() const { return ok_; }
 
  private:

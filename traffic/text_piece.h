@@ -1,4 +1,4 @@
-// A piece of text under construction, of bounded length.
+// A text of bounded length under construction.
 #pragma once
 
 #include <array>
@@ -8,13 +8,13 @@
 
 namespace flowscope {
 
-// Appends texts and numbers up to a fixed length; what would not fit is cut. Allocates nothing.
+// Appends texts and numbers up to a fixed length; cuts what does not fit. Allocates nothing.
 class TextPiece {
  public:
   // The longest text is one character shorter: the limit counts a terminator.
   static constexpr std::size_t Limit = 1024;
 
-  // Starts a new text. The first call sees an empty one already.
+  // Starts a new text. A new object is empty already.
   TextPiece& clear() {
     length_ = 0;
     return *this;
@@ -30,10 +30,10 @@ class TextPiece {
 
   TextPiece& appendDecimal(std::size_t value);
 
-  // Appends a newline; in place of the last character when the text is full, so that a line stays a line.
+  // Appends a newline; it replaces the last character if the text is full, so that a line stays a line.
   TextPiece& endLine();
 
-  // The text so far, up to the next call that changes it.
+  // Returns the text so far; valid until the next call that changes it.
   std::string_view view() const { return {characters_.data(), length_}; }
 
  private:

@@ -16,17 +16,17 @@ namespace {
 std::FILE* openToWrite(const char* name) {
   std::FILE* const stream = openFile(name, "w", KeptFromFilesThatStay);
   if (stream == nullptr) return nullptr;
-  // With a buffer, an abandoned stream would write its rest over the file at the end of the process, and a signal
-  // would cost the messages seen last.
+  // With a buffer, an abandoned stream would write its rest over the file at the end of the process, and a signal would
+  // lose the latest messages.
   std::setvbuf(stream, nullptr, _IONBF, 0);
-  // A write that is under way when the same file is opened anew would leave a hole in front of itself. And a reader
-  // that has stopped must not stop the thread that writes.
+  // If a write is in progress while the same file is opened again, it would leave a hole before its text without
+  // O_APPEND. And a reader that has stopped must not block the writing thread.
   const int descriptor = fileno(stream);
   fcntl(descriptor, F_SETFL, fcntl(descriptor, F_GETFL) | O_APPEND | O_NONBLOCK);
   return stream;
 }
 
-// 0, or the error that kept the text or its rest from being written.
+// Returns 0, or the error that kept the text or its rest from being written.
 int writeAll(std::FILE* stream, std::string_view text, const Patience& patience) {
   const WriteSignals signals;
   const int cause = writeWaiting(fileno(stream), text, patience);
@@ -62,7 +62,7 @@ void TrafficFile::write(std::string_view text) const {
   if (!stream || stream->abandoned) return;
   const int cause = writeAll(stream->file, text, stream->patience);
   if (cause == 0) return;
-  // What comes later might fit, but would leave a gap in front of itself.
+  // Later text might fit, but would leave a gap before it.
   if (cause == EAGAIN) stream->abandoned = true;
   if (stream->refused.exchange(true) && cause != EAGAIN) return;
   const std::string said =

@@ -1,4 +1,4 @@
-// Where the texts of messages go: process-wide state, and the one routine through which every such text passes.
+// Where the texts of messages go: process-wide state, and the one function that prints every such text.
 #pragma once
 
 #include <atomic>
@@ -21,17 +21,17 @@ enum TrafficMode : std::uint32_t {
 struct TrafficOutput {
   std::atomic<TrafficMode> trafficMode = TrafficOff;
   TrafficFile trafficFile;  // written to in mode TrafficScreenAndFile
-  // The second name that the monitor connects with: EvtSrv::DebugPortName, set before the first shell is made.
+  // The second name that the monitor connects with: EvtSrv::DebugPortName, set before the first shell is created.
   const char* monitorTarget = nullptr;
 };
 
 static_assert(std::atomic<TrafficMode>::is_always_lock_free);
 
-// The one of this process.
+// Returns the one object of this process.
 TrafficOutput& trafficOutput();
 
-// Prints a piece of text on the shell's output, unpaged and in the default style, after writing it to the traffic
-// file where the mode says so; then empties line. In mode TrafficOff it does nothing at all. Answers 1.
+// Prints a piece of text on the shell's output, unpaged and in the default style, after writing it to the traffic file
+// if the mode says so; then empties line. In mode TrafficOff it does nothing at all. Returns 1.
 int printTraffic(TopologyShell& shell, std::string& line);
 
 }  // namespace flowscope

@@ -1,4 +1,4 @@
-// What the commands of this room need of the shell that runs them.
+// What the commands of traffic/ need from the shell that runs them.
 #pragma once
 
 #include "kstd.h"
@@ -8,13 +8,13 @@ namespace flowscope {
 
 class FlowScopePortMIDI;
 
-// References live as long as the shell.
+// References are valid as long as the shell.
 class TrafficShell : public TopologyShell {
  public:
   // The port that receives copies of the traffic.
   virtual FlowScopePortMIDI& monitor() = 0;
 
-  // Held around each connect or disconnect of the monitor together with the change of attached(), and nowhere else.
+  // Held during each connect or disconnect of the monitor together with the change of attached(), and nowhere else.
   virtual KSTD::KThreadMutex& attachMutex() = 0;
 };
 

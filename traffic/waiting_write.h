@@ -1,4 +1,4 @@
-// Writing to a descriptor that may have no room, without waiting for ever.
+// Writes to a descriptor that may have no room, without waiting for ever.
 #pragma once
 
 #include <atomic>
@@ -8,13 +8,13 @@
 
 namespace flowscope {
 
-// How long a writer may wait for room: for ever, until end() is called. Thread-safe.
+// How long a writer may wait for room: without limit until end() is called. Thread-safe.
 class Patience {
  public:
   // From now on the writer may wait 100 milliseconds more, in all its writes together. A second call changes nothing.
   void end();
 
-  // How long the writer may wait before it asks again; zero when it may wait no more.
+  // Returns how long the writer may wait before it asks again; zero if it may wait no more.
   std::chrono::milliseconds rest() const;
 
  private:
@@ -25,9 +25,9 @@ class Patience {
 
 static_assert(std::atomic<std::int64_t>::is_always_lock_free);
 
-// Writes the whole text to a descriptor that does not block. Waits for room as long as patience lasts, and notices
-// within 100 milliseconds that it ends. Returns 0, or the error that kept the rest from being written: EAGAIN when
-// there was no room in time.
+// Writes the whole text to a non-blocking descriptor. Waits for room as long as patience lasts, and notices within 100
+// milliseconds that it ends. Returns 0, or the error that kept the rest from being written: EAGAIN if there was no room
+// in time.
 int writeWaiting(int descriptor, std::string_view text, const Patience& patience);
 
 }  // namespace flowscope

@@ -8,7 +8,7 @@
 namespace flowscope {
 namespace {
 
-// The signal that comes with an error of write, or 0.
+// Returns the signal that a write raises with an error, or 0.
 int signalOf(int error) {
   if (error == EPIPE) return SIGPIPE;
   return error == EFBIG ? SIGXFSZ : 0;
@@ -23,7 +23,7 @@ WriteSignals::WriteSignals() {
   sigaddset(&both, SIGXFSZ);
   pthread_sigmask(SIG_BLOCK, &both, &before_);
   sigemptyset(&waiting_);
-  // Only a signal that was blocked already can have been waiting.
+  // Only a signal that was already blocked can be pending.
   if (sigismember(&before_, SIGPIPE) == 1 || sigismember(&before_, SIGXFSZ) == 1) sigpending(&waiting_);
 }
 
@@ -31,7 +31,7 @@ WriteSignals::~WriteSignals() { pthread_sigmask(SIG_SETMASK, &before_, nullptr);
 
 void WriteSignals::take(int error) const {
   const int signal = signalOf(error);
-  // One that was waiting before is not the write's.
+  // A signal that was pending before does not come from the write.
   if (signal == 0 || sigismember(&waiting_, signal) == 1) return;
   sigset_t only;
   sigemptyset(&only);
@@ -42,8 +42,8 @@ void WriteSignals::take(int error) const {
   do {
     answer = sigtimedwait(&only, &taken, &now);
   } while (answer < 0 && errno == EINTR);
-  // Those for the thread, as the write's is, come before those for the process. A file that has reached the end of what
-  // its system can hold raises none, and then this may be somebody else's.
+  // Signals for the thread, like the write's, come before those for the process. A file at the limit of what its system
+  // can hold raises none; then this signal may come from another process.
   if (answer == signal && taken.si_pid != getpid()) kill(getpid(), signal);
 }
 

@@ -5,10 +5,10 @@
 
 namespace flowscope {
 
-// While it lives, a failed write of this thread to a pipe without a reader, or beyond the largest size of a file, does
-// not end the program: its signal (SIGPIPE, SIGXFSZ) is blocked, and take() removes it. The same signals from another
-// process still end the program. Programs that are started inherit no ignored signal.
-// Made and destroyed on the same thread.
+// While the object lives, a failed write of this thread to a pipe without a reader, or beyond the largest size of a
+// file, does not end the program: its signal (SIGPIPE, SIGXFSZ) is blocked, and take() removes it. The same signals
+// from another process still end the program. Child processes inherit no ignored signal. Create and destroy it on the
+// same thread.
 class WriteSignals {
  public:
   WriteSignals();
@@ -16,8 +16,8 @@ class WriteSignals {
   WriteSignals& operator=(const WriteSignals&) = delete;
   ~WriteSignals();
 
-  // Removes the signal that a write has raised, if it failed with an error (an errno) that raises one. To be called
-  // after each write that failed.
+  // Removes the signal that a failed write has raised, if error (an errno) is one that raises a signal. Call this after
+  // each write that failed.
   void take(int error) const;
 
  private:
