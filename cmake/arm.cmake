@@ -1,12 +1,12 @@
-# 32-bit ARM with hardware floating point (armhf), against the packages that scripts/arm-sysroot unpacks. Programs of
-# the build run in user-mode emulation.
+# 32-bit ARM with hardware floating point (armhf), built against the packages that scripts/arm-sysroot unpacks. The
+# programs of the build run in user-mode emulation.
 set(CMAKE_SYSTEM_NAME Linux)
 set(CMAKE_SYSTEM_PROCESSOR armv7l)
 set(triplet arm-linux-gnueabihf)
 
 get_filename_component(CMAKE_SYSROOT ${CMAKE_CURRENT_LIST_DIR}/../build/debian/sysroot-arm REALPATH)
 set(CMAKE_CXX_COMPILER ${triplet}-g++)
-# Everything here is built by one compiler; GCC would note at each use what versions before 7 passed otherwise.
+# One compiler builds everything here; without this, GCC notes each use of a calling convention that changed in GCC 7.
 set(CMAKE_CXX_FLAGS_INIT -Wno-psabi)
 set(CMAKE_LIBRARY_ARCHITECTURE ${triplet})
 set(CMAKE_FIND_ROOT_PATH_MODE_PROGRAM NEVER)

@@ -1,4 +1,4 @@
-// The console on a board with a 32-bit processor, worked with over the board's serial line.
+// The console on a board with a 32-bit processor, used over the board's serial line.
 #include <gtest/gtest.h>
 
 #include <chrono>
@@ -11,17 +11,17 @@ namespace {
 
 using namespace std::chrono_literals;
 
-// The emulated board boots in less than half a minute, on a loaded machine in more.
+// The emulated board boots in less than half a minute, but needs longer on a loaded machine.
 constexpr auto Patience = 120s;
 
-// What consoles/console has the board bring along.
+// The file that consoles/console puts on the board.
 constexpr const char* Music = "/usr/share/games/openttd/baseset/openmsx/ultimate_run.mid";
 
 const std::filesystem::path VmFolder = std::filesystem::path(FLOWSCOPE_SOURCE_DIR) / "tests/vm";
 const std::filesystem::path Build = std::filesystem::path(FLOWSCOPE_SOURCE_DIR) / "build/arm";
 
-// Whoever comes to the board finds the ports of its sequencer, and aseqdump, which listens (consoles/console). Messages
-// and the output of other programs stand between what the console prints, and the line's own end is the emulator's.
+// The board has the ports of its sequencer, and aseqdump, which listens (consoles/console). Messages and the output of
+// other programs appear between the lines of the console; the emulator ends the serial line.
 constexpr const char* Steps = R"(
 prompt [ /]$
 type <tab>
