@@ -41,7 +41,7 @@ class LiveMonitor : public testing::Test {
   LiveMonitor() {
     trafficOutput().monitorTarget = EvtSrv::DebugPortName;
     shell.setTree(treeOf(Device));
-    shell.setPatcher(std::make_unique<StrmSrv::Patcher>(manager, 0));
+    shell.renewPatcher();
     for (const char* port : {"KeyboardOut1", "PanelOut1"}) {
       EXPECT_EQ(sender.connect(port, EvtSrv::DebugPortName, nullptr, nullptr, EvtSrv::ConBehave_Void),
                 EvtSrv::EvtRes_Success);

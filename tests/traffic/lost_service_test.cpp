@@ -66,7 +66,7 @@ class LostService : public testing::Test {
                "  Sink\n"
                "    Thru\n"
                "      ThruIn1\n"));
-    shell.setPatcher(std::make_unique<StrmSrv::Patcher>(manager, 0));
+    shell.renewPatcher();
   }
 
   std::string line() const { return sys::programLine(endpoint + ": the service has gone\n"); }

@@ -7,9 +7,8 @@
 #include <string>
 
 #include "tests/traffic/event_bytes.h"
-#include "tests/traffic/recorded/recording_library.h"
+#include "tests/traffic/recorded/recorded_fixture.h"
 #include "tests/traffic/temporary_file.h"
-#include "tests/traffic/test_shell.h"
 #include "traffic/monitor_attachment.h"
 
 namespace flowscope {
@@ -19,24 +18,20 @@ using testing::ElementsAre;
 using testing::IsEmpty;
 using testing::UnorderedElementsAre;
 
-class Logging : public testing::Test {
+constexpr const char* LoggedDevice =
+    "Midi\n"
+    "  Source\n"
+    "    Seq\n"
+    "      Out2.0\n"
+    "        Tone\n"
+    "          In3.1\n"
+    "      Out2.1\n"
+    "      Out2.2\n"
+    "  Sink\n";
+
+class Logging : public RecordedTest {
  protected:
-  Logging() {
-    recording::reset();
-    recording::library().sources = {{2, 3}};
-    trafficOutput().monitorTarget = EvtSrv::DebugPortName;
-    shell.setPatcher(std::make_unique<StrmSrv::Patcher>(manager, 0));
-    shell.setTree(
-        treeOf("Midi\n"
-               "  Source\n"
-               "    Seq\n"
-               "      Out2.0\n"
-               "        Tone\n"
-               "          In3.1\n"
-               "      Out2.1\n"
-               "      Out2.2\n"
-               "  Sink\n"));
-  }
+  Logging() : RecordedTest({{{2, 3}}, {}, LoggedDevice}, false) {}
 
   // A message arrives.
   void arrive(std::uint8_t value) {
@@ -45,8 +40,6 @@ class Logging : public testing::Test {
     shell.monitor().receiveMain("Out2.0", EvtSrv::EvtTyp_Debug_Receive, &holder, nullptr);
   }
 
-  EvtSrv::EventPortManager manager{EvtSrv::ConBehave_Default, true};
-  TestShell shell{manager, false};
   TemporaryFile file{"old"};
 };
 
@@ -80,7 +73,7 @@ TEST_F(Logging, WithoutAPatternTheCurrentDirectory) {
 
 TEST_F(Logging, WithoutAFileName) {
   EXPECT_EQ(toCommand(shell, nullptr, nullptr), ResultBadArgument);
-  EXPECT_THAT(recording::library().calls, IsEmpty());
+  EXPECT_THAT(calls(), IsEmpty());
   EXPECT_EQ(trafficOutput().trafficMode, TrafficOff);
 }
 

@@ -111,7 +111,7 @@ TEST_F(MonitorAttachment, AttachesBelowTheCurrentDirectory) {
 
 TEST_F(MonitorAttachment, ASideWithoutGroups) {
   recording::library().sinks.clear();
-  shell.setPatcher(std::make_unique<StrmSrv::Patcher>(manager, 0));
+  shell.renewPatcher();
   go({"Midi", "Sink"});
   EXPECT_EQ(attachBelowCurrent(shell), ResultOk);
   EXPECT_THAT(calls(), IsEmpty());
@@ -152,7 +152,7 @@ TEST_F(MonitorAttachment, NothingIsAddedToWhatIsAttached) {
 }
 
 TEST_F(MonitorAttachment, WithoutAPatcherNothingIsAttached) {
-  shell.setPatcher(nullptr);
+  shell.removePatcher();
   go({"Midi", "Source"});
   EXPECT_EQ(attachBelowCurrent(shell), ResultSilent);
 }

@@ -6,9 +6,8 @@
 #include <stdexcept>
 #include <string>
 
-#include "tests/traffic/recorded/recording_library.h"
+#include "tests/traffic/recorded/recorded_fixture.h"
 #include "tests/traffic/temporary_file.h"
-#include "tests/traffic/test_shell.h"
 #include "traffic/message_formatter.h"
 #include "traffic/traffic_output.h"
 
@@ -19,22 +18,17 @@ using testing::ElementsAre;
 using testing::IsEmpty;
 using Names = std::vector<std::string>;
 
-class Playback : public testing::Test {
+constexpr const char* PlayedDevice =
+    "Midi\n"
+    "  Source\n"
+    "    Seq\n"
+    "      Out2.0\n"
+    "      Out2.1\n"
+    "      Out2.2\n";
+
+class Playback : public RecordedTest {
  protected:
-  Playback() {
-    recording::reset();
-    recording::library().sources = {{2, 3}};
-    trafficOutput().monitorTarget = EvtSrv::DebugPortName;
-    shell.setPatcher(std::make_unique<StrmSrv::Patcher>(manager, 0));
-    shell.setTree(
-        treeOf("Midi\n"
-               "  Source\n"
-               "    Seq\n"
-               "      Out2.0\n"
-               "      Out2.1\n"
-               "      Out2.2\n"));
-    shell.currentPath() = {"Midi", "Source", "Seq", "Out2.0"};
-  }
+  Playback() : RecordedTest({{{2, 3}}, {}, PlayedDevice}) { shell.currentPath() = {"Midi", "Source", "Seq", "Out2.0"}; }
 
   // What a file with this content sends at the current directory.
   Names play(const std::string& content) {
@@ -47,11 +41,6 @@ class Playback : public testing::Test {
     }
     return sent;
   }
-
-  Names& calls() { return recording::library().calls; }
-
-  EvtSrv::EventPortManager manager{EvtSrv::ConBehave_Default, true};
-  TestShell shell{manager};
 };
 
 TEST_F(Playback, EachKindHasItsCall) {

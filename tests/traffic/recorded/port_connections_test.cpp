@@ -88,7 +88,7 @@ TEST_F(PortConnections, ConWithoutWordsDoesNothing) {
 }
 
 TEST_F(PortConnections, WithoutAPatcherNothingHappens) {
-  shell.setPatcher(nullptr);
+  shell.removePatcher();
   EXPECT_EQ(con("/Midi/Source/Seq", "/Midi/Sink/Tone"), ResultSilent);
   EXPECT_EQ(shell.printed(), "");
 }

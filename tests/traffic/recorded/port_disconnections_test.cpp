@@ -92,7 +92,7 @@ TEST_F(PortDisconnections, PathsThatCannotBeResolvedChangeNothing) {
 }
 
 TEST_F(PortDisconnections, WithoutAPatcherNothingHappens) {
-  shell.setPatcher(nullptr);
+  shell.removePatcher();
   EXPECT_EQ(dis("/Midi/Source/Seq"), ResultSilent);
   EXPECT_THAT(calls(), IsEmpty());
 }

@@ -3,21 +3,21 @@
 #include <gtest/gtest.h>
 
 #include "tests/traffic/event_bytes.h"
-#include "tests/traffic/test_shell.h"
+#include "tests/traffic/recorded/recorded_fixture.h"
 
 namespace flowscope {
 namespace {
 
-class SigwatchPortTest : public testing::Test {
+class SigwatchPortTest : public RecordedTest {
  protected:
+  SigwatchPortTest() : RecordedTest({}, false) {}
+
   std::string dump(const EventBytes& event, unsigned type = EvtSrv::EvtTyp_Debug_Receive) {
     EvtSrv::MemoryHolder holder = event.holder();
     EXPECT_EQ(port.receiveMain("p", type, &holder, nullptr), EvtSrv::EvtRes_Success);
     return shell.printed();
   }
 
-  EvtSrv::EventPortManager manager{EvtSrv::ConBehave_Default, true};
-  TestShell shell{manager, false};
   SigwatchPort port{manager, shell};
 };
 

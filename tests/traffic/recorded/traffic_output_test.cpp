@@ -16,23 +16,22 @@
 #include <string_view>
 #include <thread>
 
+#include "tests/traffic/recorded/recorded_fixture.h"
 #include "tests/traffic/temporary_file.h"
-#include "tests/traffic/test_shell.h"
 #include "traffic/monitor_attachment.h"
 
 namespace flowscope {
 namespace {
 
-class PrintTraffic : public testing::Test {
+class PrintTraffic : public RecordedTest {
  protected:
+  PrintTraffic() : RecordedTest({}, false) {}
+
   // Answers what printTraffic left of the line.
   std::string print(std::string line) {
     EXPECT_EQ(printTraffic(shell, line), 1);
     return line;
   }
-
-  EvtSrv::EventPortManager manager{EvtSrv::ConBehave_Default, true};
-  TestShell shell{manager, false};
 };
 
 TEST_F(PrintTraffic, OffDoesNothing) {
