@@ -14,9 +14,9 @@
 #include <vector>
 #include <zmq.hpp>
 
-#include "platform/host/host.h"
 #include "tests/platform/client/fixture.h"
 #include "tests/platform/client/played_service.h"
+#include "tests/platform/host/running_host.h"
 
 namespace client {
 namespace {
@@ -201,10 +201,7 @@ TEST(SessionTransport, WorksOverSocketsOfTheSystem) {
   service::Told told;
   auto device = std::make_unique<service::TestDevice>(service::evenTopology(2, 2), std::vector<device::Link>{}, told);
   device->remembersDeliveries = false;
-  zmq::context_t serviceContext;
-  host::Host host(serviceContext, std::move(device), {.service = {}, .firstHandle = 0}, {});
-  ASSERT_EQ(host.bind(address), std::nullopt);
-  std::thread runner([&] { host.run(); });
+  host::RunningHost host(address, std::move(device), {.service = {}, .firstHandle = 0});
   {
     const auto opened = Session::open(Connection(std::make_shared<zmq::context_t>(), address), "test");
     const auto* found = std::get_if<std::shared_ptr<Session>>(&opened);
@@ -220,8 +217,7 @@ TEST(SessionTransport, WorksOverSocketsOfTheSystem) {
       EXPECT_EQ(session->device()->topology.groups.size(), 2U);
     }
   }
-  host.stop();
-  runner.join();
+  host.end();
   EXPECT_EQ(told, (service::Told{"start", "use G0Out1", "use G0Out2", "unuse G0Out1"})) << "the goodbye has arrived";
 }
 
