@@ -66,7 +66,7 @@ class LostService : public testing::Test {
   TestShell shell{manager};
 };
 
-TEST_F(LostService, InTheMiddleOfAPlaybackIsToldOnceAndEndsNothing) {
+TEST_F(LostService, InTheMiddleOfAPlaybackIsReportedOnceAndEndsNothing) {
   // More than the pipe and the way to the service hold.
   constexpr int Lines = 20'000;
   const std::string song = (scratch.path() / "song").string();
@@ -86,7 +86,7 @@ TEST_F(LostService, InTheMiddleOfAPlaybackIsToldOnceAndEndsNothing) {
   EXPECT_EQ(said, line());
 }
 
-TEST_F(LostService, ConAnswersItAndDisFindsNothing) {
+TEST_F(LostService, MakesConFailAndDisFindNothing) {
   EXPECT_EQ(conCommand(shell, "/Midi/Source/Keyboard", "/Midi/Sink/Thru"), ResultOk);
   service.end();
   testing::internal::CaptureStderr();

@@ -41,7 +41,7 @@ TEST_F(ControlChannelTest, GivesUpAtOnceWhenTheServiceHasForgottenTheClient) {
   EXPECT_FALSE(service_.receive()) << "nothing more was sent";
 }
 
-TEST_F(ControlChannelTest, SenderNoticesInTheMiddleOfItsWindow) {
+TEST_F(ControlChannelTest, SenderNoticesAForgottenSessionInTheMiddleOfItsWindow) {
   ASSERT_TRUE(sendNote());
   ASSERT_TRUE(service_.receive());
   ASSERT_TRUE(service_.send(0, wire::Result{device::Status::NoSession, 0}));
@@ -50,7 +50,7 @@ TEST_F(ControlChannelTest, SenderNoticesInTheMiddleOfItsWindow) {
   EXPECT_EQ(sent, Window / 2);
 }
 
-TEST_F(ControlChannelTest, AnswerThatThereIsNoSessionIsHandedOut) {
+TEST_F(ControlChannelTest, AnswerThatThereIsNoSessionIsReturned) {
   auto asked = std::async(std::launch::async, [this] { return channel_.ask<wire::Result>(wire::UntapAll{7, 1}); });
   const testsupport::Deadline deadline(Patience);
   std::optional<wire::Envelope> request;
@@ -62,7 +62,7 @@ TEST_F(ControlChannelTest, AnswerThatThereIsNoSessionIsHandedOut) {
   EXPECT_FALSE(sendNote());
 }
 
-TEST_F(ControlChannelTest, OtherResultsWithoutARequestMeanNothing) {
+TEST_F(ControlChannelTest, OtherResultsWithoutARequestAreIgnored) {
   ASSERT_TRUE(sendNote());
   ASSERT_TRUE(service_.receive());
   ASSERT_TRUE(service_.send(0, wire::Result{device::Status::BadRequest, 0}));

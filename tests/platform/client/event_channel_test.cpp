@@ -61,7 +61,7 @@ TEST_F(EventChannelTest, EveryMessageIsDeliveredWithoutTime) {
   EXPECT_FALSE(receiveWithoutTime());
 }
 
-TEST_F(EventChannelTest, WhatComesToNothingDoesNotUseUpTheTime) {
+TEST_F(EventChannelTest, EntriesForNobodyDoNotUseUpTheTime) {
   std::vector<std::uint8_t> entries;
   wire::appendEventEntry({.lost = 5}, entries);
   appendEvent(entries, number_ + 1);

@@ -31,7 +31,7 @@ std::unique_ptr<device::Driver> deviceWithPortsLater(const std::atomic<bool>& ha
   return device;
 }
 
-TEST(MissingTaps, AreMadeWhenTheirPortsCome) {
+TEST(MissingTaps, AreMadeWhenTheirPortsAppear) {
   const testsupport::ScratchFolder folder;
   const std::string endpoint = "ipc://" + (folder.path() / "socket").string();
   const EndpointVariable variable(endpoint);

@@ -44,7 +44,7 @@ class SessionTest : public testing::Test {
   std::string cause_;
 };
 
-TEST_F(SessionTest, ServiceThatSaysNothingIsNoService) {
+TEST_F(SessionTest, SilentServiceIsNoService) {
   EXPECT_EQ(openWith([](PlayedService&, std::uint32_t, const wire::Body&) {}), nullptr);
   EXPECT_EQ(cause_, "the service does not answer");
 }
@@ -66,7 +66,7 @@ TEST_F(SessionTest, AddressWithoutServiceIsNoService) {
   EXPECT_TRUE(std::holds_alternative<std::string>(opened));
 }
 
-TEST_F(SessionTest, OwnChangeIsWaitedForWhenItsNewsComeLate) {
+TEST_F(SessionTest, OwnChangeIsWaitedForWhenItIsReportedLate) {
   const auto session = openWith([](PlayedService& service, std::uint32_t tag, const wire::Body& body) {
     service.answerGreeting(tag, body);
     if (std::holds_alternative<wire::AskLinks>(body)) service.reply(tag, wire::Links{4, {}});
@@ -106,7 +106,7 @@ TEST_F(SessionTest, MissingNewsMakeTheMirrorBeFetchedAnew) {
   EXPECT_EQ(asked, 2);
 }
 
-TEST_F(SessionTest, TellsHowFarTheMirrorHasCome) {
+TEST_F(SessionTest, ReportsTheVersionOfTheMirror) {
   std::atomic<std::uint64_t> seen{0};
   std::atomic<std::uint64_t> version{0};
   const auto session = openWith([&](PlayedService& service, std::uint32_t tag, const wire::Body& body) {
@@ -141,7 +141,7 @@ TEST_F(SessionTest, CallOfSeveralRequestsHasOneDeadline) {
   slow = false;
 }
 
-TEST_F(SessionTest, NothingHasAnAnswerAfterClose) {
+TEST_F(SessionTest, RequestsFailAfterClose) {
   const auto session = openWith(
       [](PlayedService& service, std::uint32_t tag, const wire::Body& body) { service.answerGreeting(tag, body); });
   ASSERT_NE(session, nullptr);

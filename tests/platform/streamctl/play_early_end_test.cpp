@@ -55,7 +55,7 @@ const Lines HalfSoundsShown{"DeckOut1 3 0x90 0x3C 0x40", "DeckOut1 9 0x90 0x24 0
 
 const Lines EndsShown{"DeckOut1 3 0x80 0x3C 0x40", "DeckOut1 9 0x80 0x24 0x40", "DeckOut1 5 0xB0 0x40 0x00"};
 
-TEST_F(PlayEarlyEnd, BySignalEndsWhatSoundsOnItsChannels) {
+TEST_F(PlayEarlyEnd, BySignalEndsTheSoundingNotesOfItsChannels) {
   writeSong(std::string(HalfSounds) + ThreeHours + "83 3C 40 " + TrackEnd);
   Lines expected = HalfSoundsShown;
   expected.insert(expected.end(), EndsShown.begin(), EndsShown.end());
@@ -78,7 +78,7 @@ TEST_F(PlayEarlyEnd, BySignalEndsWhatSoundsOnItsChannels) {
   }
 }
 
-TEST_F(PlayEarlyEnd, SongThatIsOverIsLeftAsItIs) {
+TEST_F(PlayEarlyEnd, SongThatIsOverGetsNoFurtherMessages) {
   writeSong(std::string(HalfSounds) + TrackEnd);
   const auto watch = start("watch", {"watch", "DeckOut1"});
   ASSERT_TRUE(hasTaps(1));
@@ -86,7 +86,7 @@ TEST_F(PlayEarlyEnd, SongThatIsOverIsLeftAsItIs) {
   EXPECT_THAT(shown(*watch), ElementsAreArray(HalfSoundsShown));
 }
 
-TEST_F(PlayEarlyEnd, InjectLeavesWhatItHasSent) {
+TEST_F(PlayEarlyEnd, InjectDoesNotEndItsNotes) {
   const auto watch = start("watch", {"watch", "DeckOut1"});
   ASSERT_TRUE(hasTaps(1));
   const auto inject = start("inject", {"inject", "DeckOut1", "0x90", "60", "64", "--count", "2", "--rate", "0.0001"});
@@ -133,7 +133,7 @@ TEST_F(PlayEarlyEnd, EachPassOfALoopBeginsInSilence) {
   }
 }
 
-TEST_F(PlayEarlyEnd, AsFastAsItGoesEndsMoreThanAFrameHolds) {
+TEST_F(PlayEarlyEnd, AtFullSpeedEndsMoreNotesThanAFrameHolds) {
   // Every note of every channel.
   std::string track;
   for (int channel = 0; channel < 16; ++channel) {
@@ -215,7 +215,7 @@ class RefusingService {
   Lines messages_;
 };
 
-TEST_F(PlayEarlyEnd, ByAnErrorOfAServiceThatStillAnswers) {
+TEST_F(PlayEarlyEnd, ByAServiceErrorEndsTheSoundingNotes) {
   // Half a second apart.
   writeSong(std::string("00 93 3C 40 60 83 3C 40 00 94 3E 40 60 95 40 40 60 94 3E 00 ") + TrackEnd);
   const std::string refusing = "ipc://" + path("refusing");

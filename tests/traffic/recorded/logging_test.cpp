@@ -43,7 +43,7 @@ class Logging : public RecordedTest {
   TemporaryFile file{"old"};
 };
 
-TEST_F(Logging, WritesWhatTheScreenShows) {
+TEST_F(Logging, WritesTheTextThatTheScreenShows) {
   EXPECT_EQ(toCommand(shell, file.name(), "/Midi/Source/Seq/Out2.0"), ResultOk);
   EXPECT_EQ(trafficOutput().trafficMode, TrafficScreenAndFile);
   EXPECT_EQ(file.content(), "");
@@ -61,7 +61,7 @@ TEST_F(Logging, WritesWhatTheScreenShows) {
   EXPECT_EQ(trafficOutput().trafficMode, TrafficOff);
 }
 
-TEST_F(Logging, WithoutAPatternTheCurrentDirectory) {
+TEST_F(Logging, WithoutAPatternAttachesTheCurrentDirectory) {
   shell.currentPath() = {"Midi", "Source", "Seq"};
   EXPECT_EQ(toCommand(shell, file.name(), nullptr), ResultOk);
   EXPECT_THAT(shell.attached(), ElementsAre("Out2.0", "Out2.1", "Out2.2"));
@@ -71,13 +71,13 @@ TEST_F(Logging, WithoutAPatternTheCurrentDirectory) {
   EXPECT_FALSE(shell.monitor().labelled());
 }
 
-TEST_F(Logging, WithoutAFileName) {
+TEST_F(Logging, WithoutAFileNameIsABadArgument) {
   EXPECT_EQ(toCommand(shell, nullptr, nullptr), ResultBadArgument);
   EXPECT_THAT(calls(), IsEmpty());
   EXPECT_EQ(trafficOutput().trafficMode, TrafficOff);
 }
 
-TEST_F(Logging, WhatCannotBeAttachedLeavesTheFileAlone) {
+TEST_F(Logging, PortsThatCannotBeAttachedLeaveTheFileAlone) {
   EXPECT_EQ(toCommand(shell, file.name(), "zz*"), ResultSilent);
   EXPECT_EQ(toCommand(shell, file.name(), "/"), ResultSilent);
   EXPECT_EQ(toCommand(shell, file.name(), "/Midi/Source/Seq"), ResultConnectError);
@@ -102,7 +102,7 @@ TEST_F(Logging, AFileThatCannotBeOpenedLeavesTheMonitorAttached) {
   EXPECT_EQ(trafficOutput().trafficMode, TrafficScreen);
 }
 
-TEST_F(Logging, AfterOneThatCouldBeOpenedTheScreenGoesOn) {
+TEST_F(Logging, ScreenGoesOnWhenALaterFileCannotBeOpened) {
   EXPECT_EQ(toCommand(shell, file.name(), "/Midi/Source/Seq/Out2.0"), ResultOk);
   arrive(1);
   EXPECT_EQ(toCommand(shell, "/nowhere/at/all", nullptr), ResultOpenFileError);
@@ -126,7 +126,7 @@ TEST_F(Logging, SeveralMatchesAttachAllAndOpenTheFileForEach) {
   EXPECT_THAT(file.positions(), ElementsAre(0U, 0U));
 }
 
-TEST_F(Logging, TheLastMatchDecides) {
+TEST_F(Logging, ResultIsThatOfTheLastMatch) {
   recording::library().connectResults["Out2.1"] = EvtSrv::EvtRes_NotFound;
   EXPECT_EQ(toCommand(shell, file.name(), "/Midi/Source/Seq/*"), ResultOk);
   EXPECT_THAT(shell.attached(), ElementsAre("Out2.0", "Out2.2"));
@@ -136,7 +136,7 @@ TEST_F(Logging, TheLastMatchDecides) {
   EXPECT_EQ(file.content(), "0xD0 0x01 0x01\n");
 }
 
-TEST_F(Logging, ASecondTimeTheFileStartsAgain) {
+TEST_F(Logging, FileStartsAgainTheSecondTime) {
   EXPECT_EQ(toCommand(shell, file.name(), "/Midi/Source/Seq/Out2.0"), ResultOk);
   arrive(1);
   EXPECT_EQ(toCommand(shell, file.name(), nullptr), ResultOk);

@@ -43,7 +43,7 @@ class Playback : public RecordedTest {
   }
 };
 
-TEST_F(Playback, EachKindHasItsCall) {
+TEST_F(Playback, SendsEachKindOfMessage) {
   EXPECT_THAT(play("0x80 1 2 3\n"
                    "0x90 4 5 6\n"
                    "0xA0 7 8 9\n"
@@ -96,14 +96,14 @@ TEST_F(Playback, ProgramChangesAreNotPlayedAsTheyAreLogged) {
   EXPECT_THAT(play(line), IsEmpty());
 }
 
-TEST_F(Playback, ResultsOfTheSendingAreNotLookedAt) {
+TEST_F(Playback, ResultsOfSendingAreIgnored) {
   for (const auto result : {StrmSrv::StrmRes_Success, StrmSrv::StrmRes_NoService, StrmSrv::StrmRes_BadArgument}) {
     recording::library().sendResult = result;
     EXPECT_THAT(play("0xD0 1 2\n0xD0 3 4\n"), ElementsAre("after touch 1 to 2", "after touch 3 to 4"));
   }
 }
 
-TEST_F(Playback, OnceForEachMatch) {
+TEST_F(Playback, SendsTheFileOnceForEachMatch) {
   const TemporaryFile file("0xD0 1 2\n");
   EXPECT_EQ(fromCommand(shell, file.name(), "../Out2.[12]"), ResultOk);
   EXPECT_THAT(calls(), ElementsAre("connect Out2.1 DebugPort 1004", "send after touch 1 to 2",
@@ -112,7 +112,7 @@ TEST_F(Playback, OnceForEachMatch) {
   EXPECT_EQ(trafficOutput().trafficMode, TrafficOff);
 }
 
-TEST_F(Playback, TheLastMatchDecides) {
+TEST_F(Playback, ResultIsThatOfTheLastMatch) {
   const TemporaryFile file("0xD0 1 2\n");
   recording::library().connectResults["Out2.1"] = EvtSrv::EvtRes_NotFound;
   EXPECT_EQ(fromCommand(shell, file.name(), "../Out2.[12]"), ResultOk);
@@ -121,7 +121,7 @@ TEST_F(Playback, TheLastMatchDecides) {
   EXPECT_EQ(fromCommand(shell, file.name(), "../Out2.[01]"), ResultConnectError);
 }
 
-TEST_F(Playback, WhatCannotBeAttachedIsNotPlayed) {
+TEST_F(Playback, NothingIsSentToPortsThatCannotBeAttached) {
   const TemporaryFile file("0xD0 1 2\n");
   EXPECT_EQ(fromCommand(shell, nullptr, nullptr), ResultBadArgument);
   EXPECT_EQ(fromCommand(shell, file.name(), "zz*"), ResultSilent);
@@ -135,7 +135,7 @@ TEST_F(Playback, WhatCannotBeAttachedIsNotPlayed) {
   EXPECT_THAT(calls(), IsEmpty());
 }
 
-TEST_F(Playback, WhatCannotBeReadIsAttachedAllTheSame) {
+TEST_F(Playback, PortIsAttachedEvenIfTheFileCannotBeRead) {
   EXPECT_EQ(fromCommand(shell, "/nowhere/at/all", nullptr), ResultOpenFileError);
   EXPECT_THAT(shell.attached(), ElementsAre("Out2.0"));
   EXPECT_EQ(fromCommand(shell, "/", nullptr), ResultOpenFileError);

@@ -21,7 +21,7 @@ class PortList : public RecordedTest {
   }
 };
 
-TEST_F(PortList, OfEachLevel) {
+TEST_F(PortList, HoldsThePortsBelowEachLevel) {
   EXPECT_EQ(at({"Midi", "Source"}), (Ports{{2, 0}, {2, 1}, {2, 2}, {0, 0}, {50, 0}, {50, 1}}));
   EXPECT_EQ(at({"Midi", "Sink"}), (Ports{{3, 0}, {3, 1}}));
   EXPECT_EQ(at({"Midi", "Source", "Seq"}), (Ports{{2, 0}, {2, 1}, {2, 2}}));
@@ -35,7 +35,7 @@ TEST_F(PortList, AnUnlistedGroupIsOutOfRange) {
   EXPECT_THROW(at({"Midi", "Sink", "Seq"}), std::out_of_range);
 }
 
-TEST_F(PortList, WhatNamesPorts) {
+TEST_F(PortList, TellsPathsThatNamePortsFromPathsThatDoNot) {
   const struct {
     PathComponents path;
     bool named;

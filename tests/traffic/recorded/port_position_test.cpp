@@ -78,7 +78,7 @@ TEST_F(PortPositionTest, TheLargestGroupHasNoPort65535) {
   EXPECT_EQ(parse({"Midi", "Source", "Seq", "Out2.65535"}).port, std::nullopt);
 }
 
-TEST_F(PortPositionTest, StreamDirectories) {
+TEST_F(PortPositionTest, SidesAndPlacesBelowThemAreInAStreamDirectory) {
   EXPECT_FALSE(parse({}).inStreamDirectory());
   EXPECT_FALSE(parse({"Midi"}).inStreamDirectory());
   EXPECT_FALSE(parse({"Audio"}).inStreamDirectory());
@@ -87,7 +87,7 @@ TEST_F(PortPositionTest, StreamDirectories) {
   EXPECT_TRUE(parse({"Midi", "Source", "Seq", "Out2.0", "Tone", "In3.0"}).inStreamDirectory());
 }
 
-TEST_F(PortPositionTest, PortCounts) {
+TEST_F(PortPositionTest, UnlistedGroupsHaveNoPortCount) {
   const std::vector<StrmSrv::GroupRecord> groups = {{7, 2}, {1, 0}};
   EXPECT_EQ(portCountOf(groups, 7), 2);
   EXPECT_EQ(portCountOf(groups, 1), 0);

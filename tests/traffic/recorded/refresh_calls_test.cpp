@@ -63,13 +63,13 @@ class RefreshCalls : public RecordedTest {
 const Calls Everything{"sinks of 2.0", "sinks of 2.1",   "sinks of 2.2",   "sinks of 0.0",
                        "sinks of 0.1", "sources of 3.0", "sources of 3.1", "sources of 2.0"};
 
-TEST_F(RefreshCalls, WhatIsUpToDateIsNotAskedForAgain) {
+TEST_F(RefreshCalls, PortsThatAreUpToDateAreNotAskedForAgain) {
   EXPECT_EQ(refresh({}), Everything);
   EXPECT_THAT(refresh({}), IsEmpty());
   EXPECT_THAT(refresh({"Midi", "Source", "Seq", "Out2.1"}), IsEmpty());
 }
 
-TEST_F(RefreshCalls, APlaceBringsAllBehindItUpToDate) {
+TEST_F(RefreshCalls, RefreshingAPlaceBringsAllBehindItUpToDate) {
   EXPECT_THAT(refresh({"Midi", "Sink", "Tone"}), ElementsAre("sources of 3.0", "sources of 3.1", "sources of 2.0"));
   EXPECT_THAT(refresh({"Midi", "Source", "Seq", "Out2.1"}),
               ElementsAre("sinks of 2.1", "sinks of 2.2", "sinks of 0.0", "sinks of 0.1"));
@@ -79,7 +79,7 @@ TEST_F(RefreshCalls, APlaceBringsAllBehindItUpToDate) {
 }
 
 // Below a port the filter goes on to be looked for among what stands behind: here as the name of another port.
-TEST_F(RefreshCalls, APlaceBelowAPortIsConsumedAmongWhatStandsBehindIt) {
+TEST_F(RefreshCalls, FilterBelowAPortIsMatchedAgainstNamesBehindThePort) {
   EXPECT_THAT(refresh({"Midi", "Source", "Seq", "Out2.1", "zz"}), ElementsAre("sinks of 2.1"));
   EXPECT_THAT(refresh({"Midi", "Source", "Seq", "Out2.1", "zz"}), IsEmpty());
   EXPECT_THAT(refresh({"Midi", "Source", "Seq", "Out2.0", "Tone", "In3.0"}),
@@ -89,7 +89,7 @@ TEST_F(RefreshCalls, APlaceBelowAPortIsConsumedAmongWhatStandsBehindIt) {
   EXPECT_THAT(refresh({}), IsEmpty());
 }
 
-TEST_F(RefreshCalls, AChangeOfTheGraphMakesAllStale) {
+TEST_F(RefreshCalls, AChangeOfTheGraphMakesAllPortsStale) {
   refresh({});
   recording::library().sinksOf["2.0"] = {{3, 1}};
   EXPECT_EQ(refresh({}), Everything);
@@ -98,7 +98,7 @@ TEST_F(RefreshCalls, AChangeOfTheGraphMakesAllStale) {
   EXPECT_THAT(refresh({}), IsEmpty());
 }
 
-TEST_F(RefreshCalls, AnotherPatcherMakesAllStale) {
+TEST_F(RefreshCalls, AnotherPatcherMakesAllPortsStale) {
   refresh({});
   shell.renewPatcher();
   EXPECT_EQ(refresh({}), Everything);
@@ -176,7 +176,7 @@ std::string outline(const TopologyNode& node) {
 
 // Whatever the names, and however places and changes follow each other: a tree shows the same as one whose ports are
 // asked for each time, and those are the ports of the rule.
-TEST_F(RefreshCalls, ShowsWhatAskingEachTimeWouldShow) {
+TEST_F(RefreshCalls, ShowsTheSameAsARefreshThatAlwaysAsks) {
   TestShell asking{manager, false};
   setUpShell(asking);
   std::mt19937 random(5);

@@ -63,7 +63,7 @@ TEST_F(SigwatchPortTest, PrintsNoOtherEvents) {
   EXPECT_EQ(dump(EventBytes().word(4).word(1).word(2), EvtSrv::EvtTyp_Debug_Receive + 1), "");
 }
 
-TEST_F(SigwatchPortTest, AnEventThatIsOnlyPartOfAHeader) {
+TEST_F(SigwatchPortTest, PrintsNothingForPartOfAHeader) {
   for (const std::size_t size : {0U, 1U, 19U}) {
     const Bytes part(size, 0);
     EvtSrv::MemoryHolder holder(part);

@@ -34,7 +34,7 @@ class PrintTraffic : public RecordedTest {
   }
 };
 
-TEST_F(PrintTraffic, OffDoesNothing) {
+TEST_F(PrintTraffic, DoesNothingWhileOff) {
   const TemporaryFile file;
   trafficOutput().trafficFile.open(file.name());
   EXPECT_EQ(print("text\n"), "text\n");
@@ -128,7 +128,7 @@ TEST(TrafficFile, CloseWritesOutAndEndsTheWriting) {
   EXPECT_EQ(file.content(), "one two");
 }
 
-TEST(TrafficFile, WhatIsWrittenStandsInTheFileAtOnce) {
+TEST(TrafficFile, BytesAreInTheFileAsSoonAsTheyAreWritten) {
   const TemporaryFile file;
   TrafficFile traffic;
   EXPECT_TRUE(traffic.open(file.name()));
@@ -139,7 +139,7 @@ TEST(TrafficFile, WhatIsWrittenStandsInTheFileAtOnce) {
   traffic.close();
 }
 
-TEST(TrafficFile, AStreamThatAnotherReplacesStaysOpen) {
+TEST(TrafficFile, AReplacedStreamStaysOpen) {
   const TemporaryFile first;
   const TemporaryFile second;
   TrafficFile traffic;
@@ -155,7 +155,7 @@ TEST(TrafficFile, AStreamThatAnotherReplacesStaysOpen) {
   EXPECT_EQ(second.positions().size(), 0U);
 }
 
-TEST(TrafficFile, OpenedAgainTheFileStartsEmpty) {
+TEST(TrafficFile, IsEmptyWhenItIsOpenedAgain) {
   const TemporaryFile file;
   TrafficFile traffic;
   for (int i = 0; i < 3; ++i) {
@@ -171,7 +171,7 @@ TEST(TrafficFile, OpenedAgainTheFileStartsEmpty) {
   EXPECT_EQ(file.positions().size(), 2U);
 }
 
-TEST(TrafficFile, ThatCannotBeOpenedTakesNothing) {
+TEST(TrafficFile, TakesNothingWhenItCannotBeOpened) {
   const TemporaryFile file;
   TrafficFile traffic;
   EXPECT_TRUE(traffic.open(file.name()));
@@ -181,7 +181,7 @@ TEST(TrafficFile, ThatCannotBeOpenedTakesNothing) {
   EXPECT_EQ(file.content(), "");
 }
 
-TEST(TrafficFile, TellsOnceThatTheDiskIsFull) {
+TEST(TrafficFile, ReportsOnceThatTheDiskIsFull) {
   TrafficFile traffic;
   testing::internal::CaptureStderr();
   for (int i = 0; i < 2; ++i) {

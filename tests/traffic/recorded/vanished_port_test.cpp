@@ -72,7 +72,7 @@ TEST_F(VanishedPort, IsListedByItselfAsEmpty) {
 }
 
 // What stood below it is found by the pattern, and has gone when its turn comes.
-TEST_F(VanishedPort, EndsTheListingOfWhatStoodBelowIt) {
+TEST_F(VanishedPort, EndsAListingOfPlacesBelowThePort) {
   list(NoOption, "/Midi/Source/Seq/Out2.0");
   letItGo();
   EXPECT_EQ(list(NoOption, "/Midi/Source/Seq/Out2.0/Tone/In3.0"), "\n");
@@ -95,7 +95,7 @@ TEST_F(VanishedPort, EndsAListingOfSeveralPlacesAsASuccess) {
   EXPECT_EQ(list(NoOption, "/Midi/Source/Seq/*/*"), "\nIn3.0  \n\n");
 }
 
-TEST_F(VanishedPort, IsCompletedAndRefused) {
+TEST_F(VanishedPort, IsCompletedButNotAttached) {
   letItGo();
   refreshTopology(shell, {});
   EXPECT_EQ(collectPathCandidates("/Midi/Source/Seq/Out2", {}, shell.tree()),
