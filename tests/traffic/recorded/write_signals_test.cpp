@@ -10,6 +10,7 @@
 #include <cerrno>
 #include <cstdlib>
 #include <functional>
+#include <ostream>
 #include <string>
 
 namespace flowscope {
@@ -69,6 +70,10 @@ int writeBeyondTheLimit() {
 struct Failure {
   int signal;
   int (*fail)();
+
+  friend void PrintTo(const Failure& failure, std::ostream* out) {
+    *out << (failure.signal == SIGPIPE ? "NoReader" : "TooLarge");
+  }
 };
 
 class WriteFailure : public testing::TestWithParam<Failure> {};
@@ -147,9 +152,7 @@ TEST_P(WriteFailure, OfAnotherKindTakesNoSignal) {
 
 INSTANTIATE_TEST_SUITE_P(Kinds, WriteFailure,
                          testing::Values(Failure{SIGPIPE, writeWithoutReader}, Failure{SIGXFSZ, writeBeyondTheLimit}),
-                         [](const testing::TestParamInfo<Failure>& row) {
-                           return std::string(row.param.signal == SIGPIPE ? "NoReader" : "TooLarge");
-                         });
+                         testing::PrintToStringParamName());
 
 }  // namespace
 }  // namespace flowscope
