@@ -55,7 +55,7 @@ std::string testName(const testing::TestParamInfo<CaseFolder>& row) {
 
 class Case : public testing::TestWithParam<CaseFolder> {};
 
-TEST_P(Case, ComesTrue) {
+TEST_P(Case, Passes) {
   const std::filesystem::path script = GetParam().path / "script";
   for (const auto& entry : std::filesystem::directory_iterator(GetParam().path)) {
     EXPECT_EQ(entry.path(), script) << "a case folder holds its script and nothing else";

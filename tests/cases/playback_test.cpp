@@ -99,7 +99,7 @@ std::string longSong() {
   return song + LastLine;
 }
 
-TEST(PlaybackFile, WhatOneConsoleHasLoggedAnotherPlays) {
+TEST(PlaybackFile, LogOfOneConsoleIsPlayedByAnother) {
   const testsupport::ScratchFolder scratch;
   const std::string song = longSong();
   scratch.write("song", song);
@@ -110,7 +110,7 @@ TEST(PlaybackFile, WhatOneConsoleHasLoggedAnotherPlays) {
 }
 
 // One console watches the other on the same service. The player ends as soon as it has handed over its last message.
-TEST(PlaybackFile, AnotherConsoleLogsWhatIsPlayedAndPlaysTheLog) {
+TEST(PlaybackFile, AnotherConsoleLogsThePlaybackAndPlaysTheLog) {
   const testsupport::ScratchFolder scratch;
   const testsupport::StreamDaemon daemon(FLOWSCOPE_BINARY_DIR "/streamd");
   const testsupport::Command command = console(scratch, daemon.endpoint());

@@ -48,7 +48,7 @@ std::size_t countOf(std::string_view text, std::string_view part) {
   return count;
 }
 
-TEST(SharedTerminal, ThatDoesNotBlockShowsAllPortsOfALargeDevice) {
+TEST(SharedTerminal, InNonBlockingModeShowsAllPortsOfALargeDevice) {
   constexpr std::size_t Ports = 5000;
   const testsupport::ScratchFolder scratch;
   scratch.write("device.toml", "[[group]]\nid = 0\nname = \"Deck\"\nsources = " + std::to_string(Ports) + "\n");
@@ -100,7 +100,7 @@ struct Output {
   std::array<int, 2> ends{};
 };
 
-TEST(SharedTerminal, ThatComesToTheProgramWithoutASignalIsTaken) {
+TEST(SharedTerminal, IsMadeRawWhenTheProgramGetsItWithoutASignal) {
   TerminalSession session([](const TerminalSession::Inside& inside) {
     signal(SIGTTOU, SIG_IGN);
     const Output output;

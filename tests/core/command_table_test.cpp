@@ -42,7 +42,7 @@ TEST(CommandTable, FindsANameWithOneTrailingBlankAndNothingElse) {
   for (const char* text : {"", "ls", "l ", "lsx ", "LS ", "\t"}) EXPECT_EQ(findCommand(text), NoCommand) << text;
 }
 
-TEST(CommandTable, NamesAreFoundWhole) {
+TEST(CommandTable, FindsWholeNamesOnly) {
   EXPECT_EQ(commandNamed("cat"), &CommandTable[13]);
   EXPECT_EQ(commandNamed("q"), &CommandTable[24]);
   EXPECT_EQ(commandNamed("qu"), nullptr);

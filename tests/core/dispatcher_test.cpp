@@ -153,7 +153,7 @@ TEST_F(Dispatcher, HelpWithArgumentsDoesNothing) {
   EXPECT_EQ(printed(), "");
 }
 
-TEST_F(Dispatcher, WorkingDirectory) {
+TEST_F(Dispatcher, PwdPrintsTheCurrentPath) {
   EXPECT_EQ(dispatch(shell, "pwd"), ResultOk);
   EXPECT_EQ(printed(), "/\n");
   shell.setPath({"Midi", "Source"});

@@ -16,7 +16,7 @@ namespace {
 using test::DeviceShell;
 using Names = std::vector<std::string>;
 
-TEST(FlowScopeShell, WalkingTheTree) {
+TEST(FlowScopeShell, CdWalksTheTree) {
   DeviceShell device;
   struct Row {
     const char* line;
@@ -64,7 +64,7 @@ TEST(FlowScopeShell, ANewLabelIsDrawnAtOnce) {
 }
 
 // What completion makes of a line, and how often the prompt is drawn.
-TEST(FlowScopeShell, Completion) {
+TEST(FlowScopeShell, TabCompletesCommandsAndPaths) {
   test::Surroundings around;
   EvtSrv::EventPortManager manager(EvtSrv::ConBehave_Void, true);
   FlowScope shell(manager, false, around.io);
@@ -107,7 +107,7 @@ TEST(FlowScopeShell, Completion) {
   }
 }
 
-TEST(FlowScopeShell, TheTwelveCommandsInTheirOrder) {
+TEST(FlowScopeShell, TabListsTheTwelveCommandsInTheirOrder) {
   test::Surroundings around;
   EvtSrv::EventPortManager manager(EvtSrv::ConBehave_Void, true);
   FlowScope shell(manager, false, around.io);
@@ -189,7 +189,7 @@ TEST(FlowScopeShell, EndAndTerminateStopTheMonitorAndExitQuitsToo) {
   }
 }
 
-TEST(FlowScopeShell, LiveTrafficOfTheBuiltInSequencer) {
+TEST(FlowScopeShell, CatShowsTheTrafficOfTheBuiltInSequencer) {
   DeviceShell device;
   device.run("cd Midi/Source/Sequencer; cat -l *");
   EXPECT_EQ(device.shell->attached(), (Names{"SequencerOut1", "SequencerOut2", "SequencerOut3", "SequencerOut4"}));

@@ -82,7 +82,7 @@ TEST_F(LargeGroup, ListsEachPort) {
   EXPECT_EQ(run("ls /Midi/Sink/G/*"), expected);
 }
 
-TEST_F(LargeGroup, ALongWayThroughItLeadsThere) {
+TEST_F(LargeGroup, IsReachedByALongPathThroughUnknownNames) {
   std::string path = "/Midi/Source/G/";
   for (int step = 0; step < 5000; ++step) path += "a/";
   EXPECT_EQ(run("cd " + path + "GOut1234; pwd"), "/Midi/Source/G/GOut1234\n");

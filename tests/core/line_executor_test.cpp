@@ -46,13 +46,13 @@ TEST_F(LineExecutor, LineStopsAtTheFirstCommandThatIsNotOk) {
   EXPECT_EQ(called(), (Calls{"onCd [a]", "onExit"}));
 }
 
-TEST_F(LineExecutor, SilentCommandsOfALineDoNotStopIt) {
+TEST_F(LineExecutor, SilentCommandsDoNotStopTheirLine) {
   shell.answer = ResultSilent;
   EXPECT_EQ(runLine(shell, "cd a; cd b", false), ResultOk);
   EXPECT_EQ(called(), (Calls{"onCd [a]", "onCd [b]"}));
 }
 
-TEST_F(LineExecutor, LinesWithoutCommands) {
+TEST_F(LineExecutor, LinesWithoutCommandsRunNothing) {
   EXPECT_EQ(runLine(shell, "", false), ResultSilent);
   EXPECT_EQ(runLine(shell, "   ", false), ResultSilent);
   EXPECT_EQ(runLine(shell, ";", false), ResultOk);
@@ -103,7 +103,7 @@ TEST_F(LineExecutor, ScriptStopsAtAFailingLine) {
   EXPECT_EQ(printed(), "ERROR: OptionError\n");
 }
 
-TEST_F(LineExecutor, LongestLineOfAScript) {
+TEST_F(LineExecutor, LinesOfAScriptHaveNineHundredAndNinetyNineBytesAtMost) {
   const std::string most = "cd " + std::string(996, 'x');
   EXPECT_EQ(runScript(shell, script("a", most + "\ncd b\n")), ResultSilent);
   EXPECT_EQ(called(), (Calls{"onCd [" + std::string(996, 'x') + "]", "onCd [b]"}));
@@ -128,7 +128,7 @@ TEST_F(LineExecutor, ScriptsNestAHundredDeep) {
   EXPECT_EQ(printed(), expected);
 }
 
-TEST_F(LineExecutor, FilesThatCannotBeRead) {
+TEST_F(LineExecutor, FilesThatCannotBeReadAreOpenFileErrors) {
   EXPECT_EQ(runScript(shell, (folder / "missing").string()), ResultOpenFileError);
   EXPECT_EQ(runScript(shell, folder.string()), ResultOpenFileError);
   EXPECT_EQ(runScript(shell, ""), ResultOpenFileError);

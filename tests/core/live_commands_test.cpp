@@ -101,7 +101,7 @@ class LiveCommands : public testing::Test {
   std::atomic<std::size_t> turnsWithMessages = 0;
 };
 
-TEST_F(LiveCommands, ToCatAndEnd) {
+TEST_F(LiveCommands, ToCatAndEndWorkWhileMessagesArrive) {
   constexpr int Rounds = 20;
   const std::string port = " /Midi/Source/Keyboard/KeyboardOut1";
   const auto log = [this](const char* name, int round) { return (folder / (name + std::to_string(round))).string(); };

@@ -50,7 +50,7 @@ class OddDevice : public testing::Test {
   ResultCode code = 0;
 };
 
-TEST_F(OddDevice, WithoutGroups) {
+TEST_F(OddDevice, WithoutGroupsListsAsEmpty) {
   open("");
   EXPECT_EQ(run("ls -r /Midi"), "\n+-- Source\n+-- Sink\n");
   EXPECT_EQ(run("ls /Midi/Source"), "\n");
@@ -59,7 +59,7 @@ TEST_F(OddDevice, WithoutGroups) {
   EXPECT_EQ(completed("ls /Midi/Source/"), "ls /Midi/Source/");
 }
 
-TEST_F(OddDevice, WithMoreGroupsThanNames) {
+TEST_F(OddDevice, WithMoreGroupsThanNamesShowsTheOthersAsBrackets) {
   std::string toml;
   for (int id = 0; id < 60; ++id) {
     toml += "[[group]]\nid = " + std::to_string(id) + "\nname = \"G" + std::to_string(id) + "\"\nsources = 1\n";
@@ -76,7 +76,7 @@ TEST_F(OddDevice, WithMoreGroupsThanNames) {
   EXPECT_EQ(completed("ls /Midi/Source/["), "ls /Midi/Source/[]/");
 }
 
-TEST_F(OddDevice, WithAsManyPortsAsAGroupCanHave) {
+TEST_F(OddDevice, WithTheLargestGroupListsEachPort) {
   open(
       "[[group]]\nid = 0\nname = \"Wall\"\nsources = 65535\nsinks = 65535\n"
       "[[connection]]\nsource = \"WallOut65535\"\nsink = \"WallIn65535\"\n");
@@ -90,7 +90,7 @@ TEST_F(OddDevice, WithAsManyPortsAsAGroupCanHave) {
   EXPECT_EQ(shell->attached(), std::vector<std::string>{"WallOut65535"});
 }
 
-TEST_F(OddDevice, WithNamesThatAreExpressions) {
+TEST_F(OddDevice, WithNamesThatAreExpressionsCanBeListedAndEntered) {
   open(
       "[[group]]\nid = 0\nname = \"a.b+(c)|{d}?\"\nsources = 1\n[[group]]\nid = 1\nname = \"axb+(c)|{d}?\"\nsources = "
       "1\n");

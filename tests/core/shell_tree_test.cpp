@@ -30,7 +30,7 @@ const TopologyNode& nodeAt(TopologyNode& root, const Names& path) {
   return *node;
 }
 
-TEST(FlowScopeShell, TreeOfTheBuiltInDevice) {
+TEST(FlowScopeShell, HasTheTreeOfTheBuiltInDevice) {
   DeviceShell device;
   TopologyNode& root = device.shell->tree();
   EXPECT_EQ(root.name, "/");
@@ -77,7 +77,7 @@ sources = 1
   EXPECT_EQ(namesOf(nodeAt(root, {"Midi", "Sink", "Zebra"})), Names{});
 }
 
-TEST(FlowScopeShell, TreeWithoutAService) {
+TEST(FlowScopeShell, HasAnEmptyTreeWithoutAService) {
   ::setenv("EVTSRV_ENDPOINT", "nonsense://", 1);
   testing::internal::CaptureStderr();
   EvtSrv::EventPortManager manager(EvtSrv::ConBehave_Void, true);

@@ -15,7 +15,7 @@ Texts wordsOf(std::string_view text) {
   return {words.begin(), words.end()};
 }
 
-TEST(Tokenizer, Words) {
+TEST(Tokenizer, SplitsWordsAtBlanksOutsideQuotes) {
   struct Row {
     const char* text;
     Texts words;
@@ -51,7 +51,7 @@ TEST(Tokenizer, PiecesBetweenSemicolonsKeepTheirBlanks) {
   for (const auto& row : rows) EXPECT_EQ(splitAtSemicolons(row.text), row.pieces) << row.text;
 }
 
-TEST(Tokenizer, LinePieces) {
+TEST(Tokenizer, SplitsLinesAtSemicolons) {
   struct Row {
     const char* text;
     Texts pieces;
@@ -83,7 +83,7 @@ TEST(Tokenizer, OpeningQuoteOfAScriptLineIsDropped) {
   for (const auto& row : rows) EXPECT_EQ(stripScriptQuote(row.line), row.stripped) << row.line;
 }
 
-TEST(Tokenizer, OnlyTheBlankIsABlank) {
+TEST(Tokenizer, TakesOnlyTheSpaceAsABlank) {
   EXPECT_EQ(withoutLeadingBlanks("  \t a"), "\t a");
   EXPECT_EQ(withoutTrailingBlanks("a \t  "), "a \t");
   EXPECT_EQ(withoutLeadingBlanks("   "), "");

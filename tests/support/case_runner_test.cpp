@@ -25,7 +25,7 @@ struct GoodScript {
 
 class GoodScripts : public testing::TestWithParam<GoodScript> {};
 
-TEST_P(GoodScripts, ComeTrue) {
+TEST_P(GoodScripts, Pass) {
   const auto problem = run(GetParam().script);
   EXPECT_FALSE(problem.has_value()) << problem->line << ": " << problem->cause;
 }
@@ -81,7 +81,7 @@ struct BadScript {
 
 class BadScripts : public testing::TestWithParam<BadScript> {};
 
-TEST_P(BadScripts, AreNoticed) {
+TEST_P(BadScripts, FailAtTheirLineWithTheirCause) {
   // Many of these scripts fail only when the patience is over. A loaded machine needs more of it to reach that step.
   std::optional<CaseProblem> problem;
   const auto asExpected = [&] {

@@ -2,6 +2,8 @@
 
 #include <gtest/gtest.h>
 
+#include <optional>
+#include <ostream>
 #include <string>
 
 namespace testsupport {
@@ -10,6 +12,8 @@ namespace {
 struct Row {
   std::string keys;
   std::optional<std::string> bytes;
+
+  friend void PrintTo(const Row& row, std::ostream* out) { *out << testing::PrintToString(row.keys); }
 };
 
 class KeyTable : public testing::TestWithParam<Row> {};

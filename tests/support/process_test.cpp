@@ -57,7 +57,7 @@ TEST(Process, ThrowsWhenThereIsNoSuchProgram) {
 }
 
 // Root reads every file; other users do not.
-TEST(Child, WhoStartsItMayReadAndWriteTheFilesThatItMakes) {
+TEST(Child, FilesThatItMakesAreReadableAndWritableForTheParent) {
   const ScratchFolder folder;
   const std::filesystem::path log = folder.path() / "log";
   ChildDescriptors descriptors;

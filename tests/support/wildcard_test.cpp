@@ -2,6 +2,7 @@
 
 #include <gtest/gtest.h>
 
+#include <ostream>
 #include <string>
 #include <vector>
 
@@ -12,6 +13,11 @@ struct TextRow {
   std::string pattern;
   std::string text;
   bool matches;
+
+  // ctest names the test after this; the bytes of the row, pointers included, differ from build to build.
+  friend void PrintTo(const TextRow& row, std::ostream* out) {
+    *out << testing::PrintToString(row.pattern) << " and " << testing::PrintToString(row.text);
+  }
 };
 
 class TextTable : public testing::TestWithParam<TextRow> {};
@@ -34,6 +40,10 @@ struct RowsRow {
   std::vector<std::string> patterns;
   std::vector<std::string> rows;
   bool matches;
+
+  friend void PrintTo(const RowsRow& row, std::ostream* out) {
+    *out << testing::PrintToString(row.patterns) << " and " << testing::PrintToString(row.rows);
+  }
 };
 
 class RowsTable : public testing::TestWithParam<RowsRow> {};

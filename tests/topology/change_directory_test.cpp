@@ -83,7 +83,7 @@ TEST(ChangeDirectory, GoesWhereThePathLeads) {
   }
 }
 
-TEST(ChangeDirectory, HasNoEffectWhenThePathIsNone) {
+TEST(ChangeDirectory, HasNoEffectWhenTheTextIsNoPath) {
   for (const char* argument : {"", "~", "~/a"}) {
     Shell shell;
     EXPECT_THROW(changeDirectory(shell, argument), std::out_of_range) << argument;

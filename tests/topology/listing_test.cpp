@@ -140,7 +140,7 @@ TEST_F(Listing, APortTwiceInOneGroupShowsTheGroupOnce) {
   EXPECT_EQ(namesOf(*port.children.front()), (Names{"ToneGeneratorIn1", "ToneGeneratorIn2"}));
 }
 
-TEST_F(Listing, MarksOfPorts) {
+TEST_F(Listing, AttachedAndConnectedPortsAreMarked) {
   shell.attachedNames.add("SequencerOut1");
   refreshTopology(shell, {});
   EXPECT_EQ(nodeAt(shell, {"Midi", "Source", "Sequencer", "SequencerOut1"}).attributes, AttrReverse);
@@ -158,7 +158,7 @@ TEST_F(Listing, APortThatLostItsConnectionsKeepsItsMark) {
 }
 
 // What the filter does not name is skipped up to the place that it names; behind that, everything is refreshed.
-TEST_F(Listing, TheFilterIsUsedUpOnTheWay) {
+TEST_F(Listing, RefreshSkipsPlacesBeforeTheFilterAndNoneBehind) {
   refreshTopology(shell, {"Midi", "Source", "Sequencer", "SequencerOut1"});
   EXPECT_TRUE(nodeAt(shell, {"Midi", "Source", "Keyboard", "KeyboardOut1"}).children.empty());
   EXPECT_FALSE(nodeAt(shell, {"Midi", "Source", "Sequencer", "SequencerOut1"}).children.empty());
@@ -172,13 +172,13 @@ TEST_F(Listing, AGroupBeyondTheListIsOutOfRange) {
   EXPECT_THROW(refreshTopology(shell, {}), std::out_of_range);
 }
 
-TEST_F(Listing, OptionsWithoutEffect) {
+TEST_F(Listing, OtherOptionsHaveNoEffect) {
   const auto plain = list(NoOption, "/Midi/Source/Sequencer/*");
   EXPECT_EQ(list(0x4, "/Midi/Source/Sequencer/*"), plain);
   EXPECT_EQ(list(0x8, "/Midi/Source/Sequencer/*"), plain);
 }
 
-TEST_F(Listing, APlaceThatIsNotThere) {
+TEST_F(Listing, APlaceThatIsNotThereIsSilent) {
   EXPECT_EQ(listPath(shell, NoOption, "/Midi/nowhere", true), ResultSilent);
   EXPECT_EQ(shell.out.take(), "");
 }

@@ -27,7 +27,7 @@ class PathCompletion : public testing::Test {
   TopologyNode root;
 };
 
-TEST_F(PathCompletion, Candidates) {
+TEST_F(PathCompletion, OffersTheNamesThatFit) {
   struct Row {
     const char* partial;
     PathComponents current;

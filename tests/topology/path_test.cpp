@@ -15,7 +15,7 @@ struct ResolveCase {
   const char* absolute;
 };
 
-TEST(Path, Resolves) {
+TEST(Path, ResolvesTextsAgainstTheCurrentPath) {
   const ResolveCase cases[] = {
       {"b", {}, "/b"},
       {"b", {"x", "y"}, "/x/y/b"},
@@ -76,7 +76,7 @@ TEST(Path, RefusesTheTildeAtTheRoot) {
   EXPECT_NE(outOfRange([] { resolvePath("~/x", {}); }).find("vector::_M_range_check"), std::string::npos);
 }
 
-TEST(Path, AbsoluteFormOfAList) {
+TEST(Path, JoinsComponentsToAnAbsolutePath) {
   EXPECT_EQ(absolutePath({}), "");
   EXPECT_EQ(absolutePath({"a"}), "/a");
   EXPECT_EQ(absolutePath({"a", "b"}), "/a/b");
@@ -87,7 +87,7 @@ struct LookupCase {
   std::optional<PathComponents> found;
 };
 
-TEST(Path, LooksUp) {
+TEST(Path, LooksUpNamesAndSkipsUnknownOnesBeforeTheLast) {
   const auto root = treeOf("a\n  b\n    c\n  Twin\n    first\n  Twin\n    second\nb\n.\n  dotted");
   const PathComponents nothing;
   const LookupCase cases[] = {
@@ -116,7 +116,7 @@ TEST(Path, LooksUp) {
   for (const LookupCase& each : cases) EXPECT_EQ(lookupPath(each.path, *root), each.found) << each.path;
 }
 
-TEST(Path, LooksUpInAnEmptyTree) {
+TEST(Path, FindsOnlyTheRootInAnEmptyTree) {
   const TopologyNode root("/");
   EXPECT_EQ(lookupPath("", root), PathComponents());
   EXPECT_EQ(lookupPath("/a", root), std::nullopt);
@@ -127,7 +127,7 @@ struct FindCase {
   const char* name;
 };
 
-TEST(Path, FindsNodes) {
+TEST(Path, FindsNodesAndSkipsUnknownNames) {
   const auto root = treeOf("a\n  b\n    c\nd");
   const FindCase cases[] = {
       {{}, "/"},         {{"a"}, "a"},       {{"a", "b", "c"}, "c"}, {{"a", "zz", "b"}, "b"},

@@ -22,7 +22,7 @@ std::string times(const std::string& text, std::size_t count) {
 
 std::string nested(std::size_t depth) { return times("\\(", depth) + "a" + times("\\)", depth); }
 
-TEST(PatternBounds, OfEachKind) {
+TEST(PatternBounds, HoldForEachKindOfExpression) {
   const struct {
     const char* what;
     std::string within;
@@ -90,7 +90,7 @@ TEST(PatternBounds, BetweenBracketsOnlyBytesCount) {
   }
 }
 
-TEST(PatternBounds, TakeTextsThatEndAnywhere) {
+TEST(PatternBounds, TruncatedPatternsAreWithinThem) {
   const std::string text = "/a\\(b[^[:alpha:]]\\{2,3\\}\\)\\1*x\\+[]x]^";
   for (std::size_t length = 0; length <= text.size(); ++length) {
     EXPECT_TRUE(isWithinPatternBounds(text.substr(0, length))) << length;
@@ -100,7 +100,7 @@ TEST(PatternBounds, TakeTextsThatEndAnywhere) {
 
 // Each of these took the engine's stack, gigabytes or minutes. A thread with the smallest stack that is common survives
 // them, too.
-TEST(PatternBounds, WhatGoesBeyondMatchesNothing) {
+TEST(PatternBounds, PatternsBeyondThemMatchNothing) {
   const auto root = treeOf("a\n  b\naa");
   const std::string patterns[] = {
       times("\\(", 15'000),
@@ -120,7 +120,7 @@ TEST(PatternBounds, WhatGoesBeyondMatchesNothing) {
   }
 }
 
-TEST(PatternBounds, WhatStaysWithinStillMatches) {
+TEST(PatternBounds, PatternsWithinThemMatch) {
   const auto root = treeOf("a\n  b\naa");
   using Texts = std::vector<std::string>;
   EXPECT_EQ(expandPattern("/" + times("*", 100), *root), (Texts{"/a", "/aa"}));

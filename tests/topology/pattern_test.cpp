@@ -138,7 +138,7 @@ TEST(ExpandPattern, SearchesAsDeepAsThePatternHasNames) {
   EXPECT_EQ(expandPattern("/a/*", *root), Texts{"/a/b"});
 }
 
-TEST(ExpandPattern, ADotInFrontOfAStarCountsToo) {
+TEST(ExpandPattern, TakesADotInFrontOfAStarAsAByte) {
   const auto root = treeOf("ab\nabc");
   EXPECT_EQ(expandPattern("/ab.*", *root), Texts{"/abc"});  // the star stands for any text behind any character
 }
@@ -151,7 +151,7 @@ TEST(ExpandPattern, IsNewlineSensitive) {
   EXPECT_EQ(expandPattern("/a*b", root), Texts{"/a b"});
 }
 
-TEST(ExpandPattern, EmptyTree) { EXPECT_EQ(expandPattern("/*", TopologyNode("/")), Texts()); }
+TEST(ExpandPattern, MatchesNothingInAnEmptyTree) { EXPECT_EQ(expandPattern("/*", TopologyNode("/")), Texts()); }
 
 // What the search skips without asking the engine must be what the engine refuses.
 TEST(ExpandPattern, AgreesWithASearchThatSkipsNothing) {
@@ -167,7 +167,7 @@ TEST(ExpandPattern, AgreesWithASearchThatSkipsNothing) {
   }
 }
 
-TEST(ExpandPattern, LargeTree) {
+TEST(ExpandPattern, FindsEveryMatchInALargeTree) {
   TopologyNode root("/");
   for (int group = 0; group < 100; ++group) {
     TopologyNode& node = root.addChild("g" + std::to_string(group));
@@ -178,7 +178,7 @@ TEST(ExpandPattern, LargeTree) {
   EXPECT_EQ(expandPattern("/*/*", root).size(), 100'000U);
 }
 
-TEST(CollectNodePaths, ADeepTree) {
+TEST(CollectNodePaths, ReachesTheBottomOfADeepTree) {
   TopologyNode root("/");
   TopologyNode* node = &root;
   for (int depth = 0; depth < 3000; ++depth) node = &node->addChild("n");

@@ -137,7 +137,7 @@ TEST(Refresh, FollowsEachChangeOfAPort) {
 }
 
 // However many refreshes a tree has seen, it shows what one that is built now would.
-TEST(Refresh, AnOldTreeShowsWhatANewOneDoes) {
+TEST(Refresh, AnOldTreeShowsTheSameAsANewOne) {
   Shell shell;
   std::mt19937 random(4);
   const auto below = [&random](std::size_t bound) { return static_cast<std::uint16_t>(random() % bound); };

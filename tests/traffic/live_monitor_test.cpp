@@ -41,7 +41,7 @@ class LiveMonitor : public testing::Test {
   LiveMonitor() {
     trafficOutput().monitorTarget = EvtSrv::DebugPortName;
     shell.setTree(treeOf(Device));
-    shell.setPatcher(std::make_unique<StrmSrv::Patcher>(manager, 0));
+    shell.renewPatcher();
     for (const char* port : {"KeyboardOut1", "PanelOut1"}) {
       EXPECT_EQ(sender.connect(port, EvtSrv::DebugPortName, nullptr, nullptr, EvtSrv::ConBehave_Void),
                 EvtSrv::EvtRes_Success);
@@ -68,7 +68,7 @@ class LiveMonitor : public testing::Test {
   StrmSrv::StreamPortMIDI sender{manager};
 };
 
-TEST_F(LiveMonitor, ShowsWhatPassesAPort) {
+TEST_F(LiveMonitor, ShowsMessagesThatPassAPort) {
   ASSERT_TRUE(EndpointSet);
   EXPECT_EQ(catCommand(shell, LabelledOption, "/Midi/Source/Keyboard/KeyboardOut1"), ResultOk);
   EXPECT_THAT(shell.attached(), ElementsAre("KeyboardOut1"));
@@ -80,7 +80,7 @@ TEST_F(LiveMonitor, ShowsWhatPassesAPort) {
   EXPECT_LT(text.find("note on"), text.find("note off"));
 }
 
-TEST_F(LiveMonitor, AttachedTwiceIsSeenOnce) {
+TEST_F(LiveMonitor, MessagesOfAPortThatIsAttachedTwiceAreSeenOnce) {
   EXPECT_EQ(catCommand(shell, 0, "/Midi/Source/Keyboard/KeyboardOut1"), ResultOk);
   EXPECT_EQ(catCommand(shell, 0, "/Midi/Source/Keyboard/KeyboardOut1"), ResultOk);
   // The message goes out through both ports of the sender, and only one of them is attached.
@@ -89,7 +89,7 @@ TEST_F(LiveMonitor, AttachedTwiceIsSeenOnce) {
   EXPECT_EQ(printedUntil("0xB0 0x07 0x02"), "0xB0 0x07 0x01 0x00\n\n0xB0 0x07 0x02 0x00\n\n");
 }
 
-TEST_F(LiveMonitor, EndStopsIt) {
+TEST_F(LiveMonitor, EndStopsTheMonitor) {
   EXPECT_EQ(catCommand(shell, 0, "/Midi/Source/Keyboard/KeyboardOut1"), ResultOk);
   sender.sendAfterTouch(1, 0);
   EXPECT_THAT(printedUntil("0xD0 0x01"), HasSubstr("0xD0 0x01 0x00\n"));
@@ -115,7 +115,7 @@ TEST_F(LiveMonitor, OnePortMayBeDetached) {
   EXPECT_THAT(text, Not(HasSubstr("KeyboardOut1")));
 }
 
-TEST_F(LiveMonitor, APortThatTheDeviceDoesNotHave) {
+TEST_F(LiveMonitor, APortThatTheDeviceDoesNotHaveIsNotAttached) {
   EXPECT_EQ(catCommand(shell, 0, "/Midi/Source/Keyboard/NoSuchPort"), ResultConnectError);
   EXPECT_THAT(shell.attached(), IsEmpty());
 }
@@ -142,7 +142,7 @@ TEST_F(LiveMonitor, AttachesBelowTheCurrentDirectory) {
   }
 }
 
-TEST_F(LiveMonitor, TheSequencerPlays) {
+TEST_F(LiveMonitor, ShowsMessagesOfTheSequencer) {
   shell.currentPath() = {"Midi", "Source", "Sequencer"};
   EXPECT_EQ(catCommand(shell, LabelledOption, "*"), ResultOk);
   // The phrase may have begun long ago, so the first message may be either.

@@ -6,16 +6,13 @@
 #include <cstdlib>
 #include <fstream>
 #include <memory>
-#include <optional>
 #include <string>
 #include <thread>
 #include <variant>
-#include <zmq.hpp>
 
 #include "platform/drivers/catalogue.h"
-#include "platform/host/embedded_service.h"
-#include "platform/host/host.h"
 #include "platform/system/program_line.h"
+#include "tests/platform/host/running_host.h"
 #include "tests/support/deadline.h"
 #include "tests/support/scratch_folder.h"
 #include "tests/traffic/test_shell.h"
@@ -27,31 +24,10 @@
 namespace flowscope {
 namespace {
 
-// The built-in device behind a socket of the file system.
-class LocalService {
- public:
-  explicit LocalService(const std::string& endpoint) {
-    auto device = drivers::openDevice("");
-    host_.emplace(context_, std::get<std::unique_ptr<device::Driver>>(std::move(device)), host::Limits{}, host::Log{});
-    EXPECT_EQ(host_->bind(endpoint), std::nullopt);
-    thread_ = std::thread([this] { host_->run(); });
-  }
-  LocalService(const LocalService&) = delete;
-  LocalService& operator=(const LocalService&) = delete;
-  ~LocalService() { end(); }
-
-  void end() {
-    if (!host_) return;
-    host_->stop();
-    thread_.join();
-    host_.reset();
-  }
-
- private:
-  zmq::context_t context_;
-  std::optional<host::Host> host_;
-  std::thread thread_;
-};
+std::unique_ptr<device::Driver> builtinDevice() {
+  auto device = drivers::openDevice("");
+  return std::get<std::unique_ptr<device::Driver>>(std::move(device));
+}
 
 // A shell on a service of its own, which the test may end.
 class LostService : public testing::Test {
@@ -66,7 +42,7 @@ class LostService : public testing::Test {
                "  Sink\n"
                "    Thru\n"
                "      ThruIn1\n"));
-    shell.setPatcher(std::make_unique<StrmSrv::Patcher>(manager, 0));
+    shell.renewPatcher();
   }
 
   std::string line() const { return sys::programLine(endpoint + ": the service has gone\n"); }
@@ -84,13 +60,13 @@ class LostService : public testing::Test {
  protected:
   testsupport::ScratchFolder scratch;
   std::string endpoint = "ipc://" + (scratch.path() / "socket").string();
-  LocalService service{endpoint};
+  host::RunningHost service{endpoint, builtinDevice()};
   Endpoint variable{endpoint};
   EvtSrv::EventPortManager manager{EvtSrv::ConBehave_Default, true};
   TestShell shell{manager};
 };
 
-TEST_F(LostService, InTheMiddleOfAPlaybackIsToldOnceAndEndsNothing) {
+TEST_F(LostService, InTheMiddleOfAPlaybackIsReportedOnceAndEndsNothing) {
   // More than the pipe and the way to the service hold.
   constexpr int Lines = 20'000;
   const std::string song = (scratch.path() / "song").string();
@@ -110,7 +86,7 @@ TEST_F(LostService, InTheMiddleOfAPlaybackIsToldOnceAndEndsNothing) {
   EXPECT_EQ(said, line());
 }
 
-TEST_F(LostService, ConAnswersItAndDisFindsNothing) {
+TEST_F(LostService, MakesConFailAndDisFindNothing) {
   EXPECT_EQ(conCommand(shell, "/Midi/Source/Keyboard", "/Midi/Sink/Thru"), ResultOk);
   service.end();
   testing::internal::CaptureStderr();
@@ -133,7 +109,7 @@ TEST_F(LostService, IsListedWithoutConnectionsUntilItIsBack) {
   while (listed() != "\n" && !deadline.passed()) std::this_thread::sleep_for(std::chrono::milliseconds(1));
   EXPECT_EQ(listed(), "\n");
   EXPECT_EQ(listed(), "\n");
-  const LocalService another(endpoint);
+  const host::RunningHost another(endpoint, builtinDevice());
   while (listed() != before && !deadline.passed()) std::this_thread::sleep_for(std::chrono::milliseconds(1));
   EXPECT_EQ(listed(), before);
   EXPECT_EQ(testing::internal::GetCapturedStderr(), line() + sys::programLine(endpoint + ": the service is back\n"));

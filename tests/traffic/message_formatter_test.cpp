@@ -11,7 +11,7 @@ namespace {
 using Bytes = std::vector<std::uint8_t>;
 using Kind = ChannelKind;
 
-TEST(MessageFormatter, ChannelMessages) {
+TEST(MessageFormatter, FormatsChannelMessages) {
   const struct {
     ChannelMessage message;
     const char* labelled;
@@ -51,7 +51,7 @@ TEST(MessageFormatter, ChannelMessages) {
   }
 }
 
-TEST(MessageFormatter, RealTimeMessages) {
+TEST(MessageFormatter, FormatsRealTimeMessages) {
   TextPiece line;
   EXPECT_EQ(formatRealTime(line, 0xF8, 0x0C, "ClockOut1", TextForm::Labelled),
             "ClockOut1) real time message :data= 0xF8 :grpId= 0x0C\n");
@@ -59,7 +59,7 @@ TEST(MessageFormatter, RealTimeMessages) {
   EXPECT_EQ(formatRealTime(line, 0xFA, 0xABC, "ClockOut1", TextForm::Raw), "0xFA 0xabc\n");
 }
 
-TEST(MessageFormatter, ErrorData) {
+TEST(MessageFormatter, FormatsErrorData) {
   TextPiece line;
   EXPECT_EQ(formatErrorData(line, Bytes{0x91, 0x3C, 0x40}, "p"), "p) errdata =  0x91 0x3C 0x40\n");
   EXPECT_EQ(formatErrorData(line, Bytes{}, "p"), "p) errdata = \n");
@@ -75,7 +75,7 @@ TEST(MessageFormatter, LongErrorDataAreCutAndKeepTheNewline) {
   }
 }
 
-TEST(MessageFormatter, LongMessages) {
+TEST(MessageFormatter, FormatsLongMessagesInPieces) {
   TextPiece line;
   EXPECT_EQ(formatHeader(line, LongKind::SystemExclusive, "p", 3), "p) system exclusive :length= 3 :");
   EXPECT_EQ(formatHeader(line, LongKind::SystemCommon, "p", 2), "p) system coomon :length= 2 : ");
@@ -87,7 +87,7 @@ TEST(MessageFormatter, LongMessages) {
   EXPECT_EQ(formatTrailer(line, LongKind::Meta, 0x102), ": grpId=0x102\n");
 }
 
-TEST(MessageFormatter, NamesOfAnyLength) {
+TEST(MessageFormatter, CutsLinesWithLongNames) {
   TextPiece line;
   const std::string longest(63, 'n');
   EXPECT_EQ(formatRealTime(line, 0xFE, 0, longest, TextForm::Labelled),

@@ -10,7 +10,7 @@ namespace {
 
 using Kind = MessageKind;
 
-TEST(MessageKind, WholeStatusByteDecides) {
+TEST(MessageKind, DependsOnTheWholeStatusByte) {
   const std::map<int, Kind> known = {
       {0x80, Kind::NoteOff},       {0x90, Kind::NoteOn},          {0xA0, Kind::PolyAfter},
       {0xB0, Kind::ControlChange}, {0xC0, Kind::ProgramChange},   {0xD0, Kind::AfterTouch},
@@ -27,7 +27,7 @@ TEST(MessageKind, WholeStatusByteDecides) {
   }
 }
 
-TEST(MessageKind, LengthDecides) {
+TEST(MessageKind, DependsOnTheLength) {
   const struct {
     std::vector<std::uint8_t> message;
     Kind kind;

@@ -23,7 +23,7 @@ Texts read(const std::string& text) {
   return messages;
 }
 
-TEST(PlaybackLine, Messages) {
+TEST(PlaybackLine, ReadsTheMessagesOfALine) {
   const struct {
     const char* text;
     Texts messages;
@@ -89,7 +89,7 @@ TEST(PlaybackLine, ASystemExclusiveIsAsLongAsItsLine) {
   EXPECT_EQ(read(text + " 0xF7 3"), Texts{bytes + "247 to 3"});
 }
 
-TEST(PlaybackNumber, AnyFormOfTheLibrary) {
+TEST(PlaybackNumber, ReadsEveryFormOfANumber) {
   const struct {
     const char* word;
     std::uint32_t number;

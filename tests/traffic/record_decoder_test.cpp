@@ -35,9 +35,11 @@ TEST_P(RecordDecoderOrders, ReadsRecords) {
   EXPECT_EQ(decode(event.bytes()), expected);
 }
 
-TEST_P(RecordDecoderOrders, NoRecords) { EXPECT_EQ(decode(EventBytes(GetParam()).bytes()), (Decoded{{}, true})); }
+TEST_P(RecordDecoderOrders, AnEventMayHaveNoRecords) {
+  EXPECT_EQ(decode(EventBytes(GetParam()).bytes()), (Decoded{{}, true}));
+}
 
-TEST_P(RecordDecoderOrders, CutAtEveryByte) {
+TEST_P(RecordDecoderOrders, AnEventCutAnywhereYieldsItsWholeRecords) {
   const Bytes first{0x90, 0x3C, 0x40};
   const Bytes second{0xF0, 1, 2, 3, 0xF7};
   const Bytes whole = EventBytes(GetParam()).record(1, first).record(2, second).bytes();
@@ -52,7 +54,7 @@ TEST_P(RecordDecoderOrders, CutAtEveryByte) {
   }
 }
 
-TEST_P(RecordDecoderOrders, LengthsThatCannotBe) {
+TEST_P(RecordDecoderOrders, ImpossibleLengthsEndTheReading) {
   for (const std::uint32_t length : {0U, 1U, 2U, 11U, 0x7FFFFFFFU, 0x80000000U, 0xFFFFFFFFU}) {
     const EventBytes event =
         EventBytes(GetParam()).record(7, {0xFE}).word(length).half(1).raw({0x90, 0x3C, 0x40, 0, 0, 0, 0, 0});
@@ -60,7 +62,7 @@ TEST_P(RecordDecoderOrders, LengthsThatCannotBe) {
   }
 }
 
-TEST_P(RecordDecoderOrders, TheShortestRecord) {
+TEST_P(RecordDecoderOrders, TheShortestRecordIsRead) {
   EXPECT_EQ(decode(EventBytes(GetParam()).word(3).half(9).raw({0xF8}).bytes()), (Decoded{{{9, {0xF8}}}, true}));
 }
 

@@ -18,7 +18,7 @@ namespace flowscope {
 class TestShell : public TrafficShell {
  public:
   explicit TestShell(EvtSrv::EventPortManager& manager, bool quiet = true)
-      : output_(out_.stream(), size_, keys_, quiet), monitor_(manager, *this) {}
+      : manager_(manager), output_(out_.stream(), size_, keys_, quiet), monitor_(manager, *this) {}
   TestShell(const TestShell&) = delete;
   TestShell& operator=(const TestShell&) = delete;
 
@@ -48,9 +48,12 @@ class TestShell : public TrafficShell {
   }
 
   void setTree(std::unique_ptr<TopologyNode> tree) { tree_ = std::move(tree); }
-  void setPatcher(std::unique_ptr<StrmSrv::Patcher> patcher) { patcher_ = std::move(patcher); }
+  // Another patcher, which knows the device as it is now.
+  void renewPatcher() { patcher_ = std::make_unique<StrmSrv::Patcher>(manager_, 0); }
+  void removePatcher() { patcher_.reset(); }
 
  private:
+  EvtSrv::EventPortManager& manager_;
   test::MemoryStream out_;
   test::FixedSize size_;
   test::ScriptedKeys keys_;

@@ -94,7 +94,7 @@ wait the line is as it was
 exit 0
 )";
 
-TEST(Board, ConsoleOnASerialLine) {
+TEST(Board, ConsoleRunsOnASerialLine) {
   if (!std::filesystem::exists(Build / "bin/flowscope")) {
     GTEST_SKIP() << "no build for the board (scripts/build-arm)";
   }

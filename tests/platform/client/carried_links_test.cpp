@@ -11,7 +11,7 @@ wire::Topology topology(std::uint64_t first) {
            {first + 1, {}, "A", std::nullopt, wire::TopologySide{2, "AIn", {}}}}};
 }
 
-TEST(CarriedLinks, WhatDoesNotStandAgainIsTold) {
+TEST(CarriedLinks, AreReportedWhenTheyAreNotRestored) {
   LinkMirror mirror;
   mirror.reset({3, {{10, 0, 11, 0, true}, {10, 1, 11, 0, true}, {10, 1, 11, 1, false}}});
   CarriedLinks carried;
@@ -24,7 +24,7 @@ TEST(CarriedLinks, WhatDoesNotStandAgainIsTold) {
   EXPECT_TRUE(carried.empty()) << "it is told once";
 }
 
-TEST(CarriedLinks, WhatStandsIsNotLost) {
+TEST(CarriedLinks, AreNotReportedWhenTheyAreRestored) {
   LinkMirror mirror;
   mirror.reset({3, {{10, 0, 11, 0, true}, {10, 1, 11, 0, true}}});
   CarriedLinks carried;

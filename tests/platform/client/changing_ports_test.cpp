@@ -247,7 +247,7 @@ TEST_F(ChangingPorts, GroupsThatComeBackUnderOtherHandlesShowTheirConnections) {
 }
 
 // As one does that waits for a driver. What the library asks by itself is not to cost a command its answer.
-TEST_F(ChangingPorts, ServiceThatIsLateOverWhatHasComeStillAnswersCommands) {
+TEST_F(ChangingPorts, ServiceThatIsLateWithNewPortsStillAnswersCommands) {
   setPorts({group(0, "A", {"a"}, {"x"})});
   EvtSrv::EventPortManager manager(EvtSrv::ConBehave_Default, true);
   Patcher patcher(manager, 0);
@@ -277,7 +277,7 @@ TEST_F(ChangingPorts, ServiceThatIsLateOverWhatHasComeStillAnswersCommands) {
   EXPECT_EQ(said, sys::programLine("embedded:test: group \"B\" has come: a new console shows it\n"));
 }
 
-TEST_F(ChangingPorts, WhatComesIsToldInOneLineASecond) {
+TEST_F(ChangingPorts, NewPortsAreReportedInOneLineASecond) {
   using Clock = std::chrono::steady_clock;
   setPorts({group(1'000, "A", {"a"}, {})});
   EvtSrv::EventPortManager manager(EvtSrv::ConBehave_Default, true);
@@ -311,7 +311,7 @@ TEST_F(ChangingPorts, WhatComesIsToldInOneLineASecond) {
   EXPECT_EQ(testing::internal::GetCapturedStderr(), "") << "nothing has come";
 }
 
-TEST_F(ChangingPorts, WhoListsNothingIsToldNothing) {
+TEST_F(ChangingPorts, ClientWithoutAPatcherHearsNothingOfNewPorts) {
   setPorts({});
   EvtSrv::EventPortManager manager(EvtSrv::ConBehave_Default, true);
   testing::internal::CaptureStderr();
@@ -334,7 +334,7 @@ TEST_F(ChangingPorts, TapComesBackWithItsPort) {
   EXPECT_EQ(port.texts, Names{"a: 1 2 3"});
 }
 
-TEST_F(ChangingPorts, LossOnTheWayToTheServiceIsTold) {
+TEST_F(ChangingPorts, LossOnTheWayToTheServiceIsReported) {
   setPorts({group(0, "A", {"a"}, {})});
   EvtSrv::EventPortManager manager(EvtSrv::ConBehave_Default, true);
   RecordingPort port(manager);
@@ -354,7 +354,7 @@ TEST_F(ChangingPorts, LossOnTheWayToTheServiceIsTold) {
 }
 
 // Longer than a service may be silent, and more messages than may be on their way.
-TEST_F(ChangingPorts, SenderOutwaitsADeviceThatIsBehind) {
+TEST_F(ChangingPorts, SenderWaitsForADeviceThatIsBehind) {
   setPorts({group(0, "A", {}, {"x"})});
   EvtSrv::EventPortManager manager(EvtSrv::ConBehave_Default, true);
   RecordingPort port(manager);

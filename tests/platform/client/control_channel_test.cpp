@@ -15,7 +15,6 @@ class ControlChannelTest : public testing::Test {
  protected:
   // The client says hello and is welcomed.
   void SetUp() override {
-    ASSERT_TRUE(service_.stands());
     auto greeted = std::async(std::launch::async, [this] { return channel_.greet("test", Deadline(Patience)); });
     const testsupport::Deadline deadline(Patience);
     std::optional<wire::Envelope> hello;
@@ -28,8 +27,9 @@ class ControlChannelTest : public testing::Test {
 
   static constexpr std::uint32_t Window = 100;
 
-  FakeService service_;
-  ControlChannel channel_{service_.context(), FakeService::address()};
+  zmq::context_t context_{0};
+  FakeService service_{context_, "inproc://fake"};
+  ControlChannel channel_{context_, "inproc://fake"};
 };
 
 TEST_F(ControlChannelTest, GivesUpAtOnceWhenTheServiceHasForgottenTheClient) {
@@ -41,7 +41,7 @@ TEST_F(ControlChannelTest, GivesUpAtOnceWhenTheServiceHasForgottenTheClient) {
   EXPECT_FALSE(service_.receive()) << "nothing more was sent";
 }
 
-TEST_F(ControlChannelTest, SenderNoticesInTheMiddleOfItsWindow) {
+TEST_F(ControlChannelTest, SenderNoticesAForgottenSessionInTheMiddleOfItsWindow) {
   ASSERT_TRUE(sendNote());
   ASSERT_TRUE(service_.receive());
   ASSERT_TRUE(service_.send(0, wire::Result{device::Status::NoSession, 0}));
@@ -50,7 +50,7 @@ TEST_F(ControlChannelTest, SenderNoticesInTheMiddleOfItsWindow) {
   EXPECT_EQ(sent, Window / 2);
 }
 
-TEST_F(ControlChannelTest, AnswerThatThereIsNoSessionIsHandedOut) {
+TEST_F(ControlChannelTest, AnswerThatThereIsNoSessionIsReturned) {
   auto asked = std::async(std::launch::async, [this] { return channel_.ask<wire::Result>(wire::UntapAll{7, 1}); });
   const testsupport::Deadline deadline(Patience);
   std::optional<wire::Envelope> request;
@@ -62,7 +62,7 @@ TEST_F(ControlChannelTest, AnswerThatThereIsNoSessionIsHandedOut) {
   EXPECT_FALSE(sendNote());
 }
 
-TEST_F(ControlChannelTest, OtherResultsWithoutARequestMeanNothing) {
+TEST_F(ControlChannelTest, OtherResultsWithoutARequestAreIgnored) {
   ASSERT_TRUE(sendNote());
   ASSERT_TRUE(service_.receive());
   ASSERT_TRUE(service_.send(0, wire::Result{device::Status::BadRequest, 0}));

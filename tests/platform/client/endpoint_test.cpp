@@ -12,7 +12,7 @@
 namespace client {
 namespace {
 
-TEST(Endpoint, EmbeddedOnesNameTheirFile) {
+TEST(Endpoint, EmbeddedNamesItsFile) {
   const std::vector<std::pair<std::string, std::string>> table = {
       {"embedded:", ""},           {"embedded:box.toml", "box.toml"}, {"embedded:./jack", "./jack"},
       {"embedded:jack", "jack"},   {"embedded:alsa", "alsa"},         {"embedded:/a b/c", "/a b/c"},
@@ -23,7 +23,7 @@ TEST(Endpoint, EmbeddedOnesNameTheirFile) {
   }
 }
 
-TEST(Endpoint, LocalOnesNameTheirSocket) {
+TEST(Endpoint, LocalNamesItsSocket) {
   EXPECT_EQ(parseEndpoint("ipc:///run/a b", EvtSrv::ConBehave_Default), Endpoint(LocalEndpoint{"/run/a b"}));
   EXPECT_EQ(parseEndpoint("ipc://here", EvtSrv::ConBehave_Void), Endpoint(LocalEndpoint{"here"}));
 }
@@ -43,7 +43,7 @@ TEST(Endpoint, UnsetIsTheWellKnownSocketThenWhatThisMachineHas) {
   if (before != nullptr) setenv("XDG_RUNTIME_DIR", folder.c_str(), 1);
 }
 
-TEST(Endpoint, AllOthersHaveCause) {
+TEST(Endpoint, OtherTextsAreRefusedWithACause) {
   for (const char* text : {"", "ipc://", "ipc:/path", "tcp://host:5", "embedded",
                            "EMBEDDED:", " embedded:", "inproc://service", "nonsense", "/path"}) {
     for (const std::uint32_t behaviour : {EvtSrv::ConBehave_Void, EvtSrv::ConBehave_Default}) {

@@ -16,7 +16,7 @@ using Texts = std::vector<std::string>;
 
 constexpr std::uint32_t Behaviour = EvtSrv::ConBehave_Default;
 
-TEST(Events, TappedPortBringsWhatPassesIt) {
+TEST(Events, TappedPortBringsMessagesThatPassThePort) {
   TestService service;
   EventPortManager manager(Behaviour, true);
   RecordingPort port(manager);
@@ -26,7 +26,7 @@ TEST(Events, TappedPortBringsWhatPassesIt) {
   EXPECT_EQ(port.texts, Texts{"G0Out1: 60 64 7"});
 }
 
-TEST(Events, ResultsOfTapping) {
+TEST(Events, TappingReportsUnknownPortsAndBadArguments) {
   TestService service;
   EventPortManager manager(Behaviour, true);
   RecordingPort port(manager);
@@ -61,7 +61,7 @@ TEST(Events, SecondTapOfOnePortBringsNothingTwice) {
   EXPECT_EQ(port.texts, (Texts{"G0Out1: 1 1 0", "G0Out1: 2 2 0"}));
 }
 
-TEST(Events, LongMessageTravelsWhole) {
+TEST(Events, LongMessageArrivesWhole) {
   TestService service;
   EventPortManager manager(Behaviour, true);
   RecordingPort port(manager);
@@ -167,7 +167,7 @@ TEST(Events, PortMayEndItselfWhileItReceives) {
   EXPECT_EQ(port, nullptr);
 }
 
-TEST(Events, ReceiveSaysWhetherSomethingCame) {
+TEST(Events, ReceiveReturnsWhetherAnEventArrived) {
   TestService service;
   EventPortManager manager(Behaviour, true);
   RecordingPort port(manager);
@@ -180,7 +180,7 @@ TEST(Events, ReceiveSaysWhetherSomethingCame) {
   EXPECT_EQ(manager.receiveEvent(10'000), EvtSrv::EvtRes_Success);
 }
 
-TEST(Events, ReceiveKeepsWhatItHadNoTimeFor) {
+TEST(Events, ReceiveKeepsEventsThatItHadNoTimeFor) {
   TestService service;
   EventPortManager manager(Behaviour, true);
   RecordingPort port(manager);

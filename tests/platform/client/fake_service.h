@@ -1,6 +1,10 @@
 // A service that says what a test wants.
 #pragma once
 
+#include <gtest/gtest.h>
+
+#include <chrono>
+#include <cstdint>
 #include <optional>
 #include <string>
 #include <zmq.hpp>
@@ -10,29 +14,34 @@
 
 namespace client {
 
-// The socket of a service; all is done on the test's thread.
+// The socket of a service. One thread at a time.
 class FakeService {
  public:
-  FakeService() { problem_ = socket_.bind(address()); }
+  FakeService(zmq::context_t& context, const std::string& address) : socket_(context) {
+    EXPECT_EQ(socket_.bind(address), std::nullopt);
+  }
 
-  zmq::context_t& context() { return context_; }
-  static std::string address() { return "inproc://fake"; }
-  bool stands() const { return !problem_; }
-
-  // Takes in the next message of a client; nothing when none stands ready. send answers to who sent it.
-  std::optional<wire::Envelope> receive() {
+  // The next message of a client, a view that is valid until the next receive. Nothing when none comes in time.
+  std::optional<wire::Envelope> receive(std::chrono::milliseconds patience = {}) {
+    zmq_pollitem_t item{socket_.handle(), 0, ZMQ_POLLIN, 0};
+    zmq_poll(&item, 1, patience.count());
     const auto incoming = socket_.receive();
     if (!incoming) return std::nullopt;
     peer_ = incoming->peer;
     return wire::decode(incoming->message);
   }
 
-  bool send(std::uint32_t tag, const wire::Body& body) { return socket_.send(peer_, wire::encode(tag, body)); }
+  // Who sent the last message.
+  const std::string& peer() const { return peer_; }
+
+  // To who sent the last message, or to one who sent an earlier one.
+  bool send(std::uint32_t tag, const wire::Body& body) { return send(peer_, tag, body); }
+  bool send(const std::string& peer, std::uint32_t tag, const wire::Body& body) {
+    return socket_.send(peer, wire::encode(tag, body));
+  }
 
  private:
-  zmq::context_t context_{0};
-  host::RouterSocket socket_{context_};
-  std::optional<std::string> problem_;
+  host::RouterSocket socket_;
   std::string peer_;
 };
 

@@ -36,13 +36,13 @@ TEST(GroupIds, AreCountedFromZeroInOrder) {
   EXPECT_EQ(idsOf(numbered), (Ids{{"z", 0}, {"a", 1}, {"m", 2}}));
 }
 
-TEST(GroupIds, WhoAsksForOneHasIt) {
+TEST(GroupIds, GroupThatAsksForAnIdGetsThatId) {
   const auto numbered = withGroupIds({{group(1, "x"), group(2, "file", 1), group(3, "y"), group(4, "last", 41),
                                        group(5, "z"), group(6, "far", 65535)}});
   EXPECT_EQ(idsOf(numbered), (Ids{{"x", 0}, {"file", 1}, {"y", 2}, {"last", 41}, {"z", 3}, {"far", 65535}}));
 }
 
-TEST(GroupIds, WhoAsksForTheSameComesAfterTheFirst) {
+TEST(GroupIds, GroupThatAsksForATakenIdGetsAFreeOne) {
   const auto numbered = withGroupIds({{group(1, "one", 0), group(2, "two", 0), group(3, "three", 1)}});
   EXPECT_EQ(idsOf(numbered), (Ids{{"one", 0}, {"three", 1}, {"two", 2}}));
 }
@@ -79,7 +79,7 @@ TEST(GroupIds, AreFreeWhenNobodyHoldsThem) {
 }
 
 // One list was made before the group asked for an id, another one after it.
-TEST(GroupIds, NameWithTwoIdsKeepsTheOneThatIsHeldStill) {
+TEST(GroupIds, NameWithTwoIdsKeepsTheOneThatIsStillHeld) {
   Table table;
   HeldGroupIds later(table.ids);
   {

@@ -158,7 +158,7 @@ class NoDescriptors {
   std::vector<int> taken_;
 };
 
-TEST(Lifetime, WithoutDescriptorsThereIsNoServiceForNow) {
+TEST(Lifetime, RequestsFailWhileDescriptorsAreExhausted) {
 #ifdef __SANITIZE_ADDRESS__
   GTEST_SKIP() << "the sanitizer looks at memory through a pipe, and ends the process without descriptors for one";
 #endif
@@ -177,7 +177,7 @@ TEST(Lifetime, WithoutDescriptorsThereIsNoServiceForNow) {
   EXPECT_EQ(patcher.connect(0, 0, 1, 0), StrmSrv::StrmRes_Success);
 }
 
-TEST(Lifetime, GarbageOfOthersIsNotNoticed) {
+TEST(Lifetime, GarbageOfOtherClientsDisturbsNobody) {
   TestService service;
   EventPortManager manager(Behaviour, true);
   RecordingPort port(manager);

@@ -34,7 +34,7 @@ TEST(LinkMirror, FollowsChanges) {
   EXPECT_EQ(mirror.version(), 5U);
 }
 
-TEST(LinkMirror, IgnoresWhatItHasSeen) {
+TEST(LinkMirror, IgnoresChangesThatItHasSeen) {
   LinkMirror mirror;
   mirror.reset({5, {{0, 0, 1, 0}}});
   EXPECT_TRUE(mirror.apply({5, true, {0, 0, 1, 0}}));
@@ -43,7 +43,7 @@ TEST(LinkMirror, IgnoresWhatItHasSeen) {
   EXPECT_EQ(mirror.version(), 5U);
 }
 
-TEST(LinkMirror, NoticesWhatIsMissing) {
+TEST(LinkMirror, NoticesMissingChanges) {
   LinkMirror mirror;
   mirror.reset({5, {}});
   EXPECT_FALSE(mirror.apply({7, true, {0, 0, 1, 0}}));
@@ -52,7 +52,7 @@ TEST(LinkMirror, NoticesWhatIsMissing) {
 }
 
 // Those end with the service; it is to be known which they were.
-TEST(LinkMirror, KnowsWhatTheServiceCarries) {
+TEST(LinkMirror, KnowsTheConnectionsThatTheServiceCarries) {
   using Carried = std::set<LinkMirror::Ends>;
   LinkMirror mirror;
   mirror.reset({1, {{0, 0, 1, 0}, {5, 0, 6, 0, true}}});

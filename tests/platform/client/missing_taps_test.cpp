@@ -5,14 +5,11 @@
 #include <atomic>
 #include <memory>
 #include <string>
-#include <thread>
-#include <utility>
 #include <vector>
-#include <zmq.hpp>
 
-#include "platform/host/host.h"
 #include "platform/system/program_line.h"
 #include "tests/platform/client/fixture.h"
+#include "tests/platform/host/running_host.h"
 #include "tests/support/scratch_folder.h"
 
 namespace client {
@@ -20,44 +17,27 @@ namespace {
 
 using service::out;
 
-// A service at a socket of the system, on a device that has ports as soon as it is told so. Each of its sources emits
-// one message when somebody wants it.
-class LocalService {
- public:
-  LocalService(const std::string& endpoint, const std::atomic<bool>& hasPorts) {
-    auto device = std::make_unique<service::TestDevice>(device::Topology(), std::vector<device::Link>{}, told_);
-    device->onAdvance = [&hasPorts, changing = device.get()](device::DriverEvents&, device::Time now) {
-      if (hasPorts && changing->topology().groups().empty()) changing->change(service::evenTopology(1, 2), now);
-      return std::optional<device::Time>(now + std::chrono::milliseconds(1));
-    };
-    device->onUsed = [](device::DriverEvents& events, device::PortId source, bool used, device::Time now) {
-      const std::vector<std::uint8_t> note{0x90, 1, 2};
-      if (used) events.emitted(source, {3, note}, now);
-    };
-    host_ = std::make_unique<host::Host>(context_, std::move(device), host::Limits{}, host::Log{});
-    EXPECT_EQ(host_->bind(endpoint), std::nullopt);
-    thread_ = std::thread([this] { host_->run(); });
-  }
-  LocalService(const LocalService&) = delete;
-  LocalService& operator=(const LocalService&) = delete;
-  ~LocalService() {
-    host_->stop();
-    thread_.join();
-  }
+// Has ports as soon as it is told so. Each of its sources emits one message when somebody wants it.
+std::unique_ptr<device::Driver> deviceWithPortsLater(const std::atomic<bool>& hasPorts, service::Told& told) {
+  auto device = std::make_unique<service::TestDevice>(device::Topology(), std::vector<device::Link>{}, told);
+  device->onAdvance = [&hasPorts, changing = device.get()](device::DriverEvents&, device::Time now) {
+    if (hasPorts && changing->topology().groups().empty()) changing->change(service::evenTopology(1, 2), now);
+    return std::optional<device::Time>(now + std::chrono::milliseconds(1));
+  };
+  device->onUsed = [](device::DriverEvents& events, device::PortId source, bool used, device::Time now) {
+    const std::vector<std::uint8_t> note{0x90, 1, 2};
+    if (used) events.emitted(source, {3, note}, now);
+  };
+  return device;
+}
 
- private:
-  service::Told told_;
-  zmq::context_t context_;
-  std::unique_ptr<host::Host> host_;
-  std::thread thread_;
-};
-
-TEST(MissingTaps, AreMadeWhenTheirPortsCome) {
+TEST(MissingTaps, AreMadeWhenTheirPortsAppear) {
   const testsupport::ScratchFolder folder;
   const std::string endpoint = "ipc://" + (folder.path() / "socket").string();
   const EndpointVariable variable(endpoint);
   std::atomic<bool> hasPorts{true};
-  auto service = std::make_unique<LocalService>(endpoint, hasPorts);
+  service::Told told;
+  auto service = std::make_unique<host::RunningHost>(endpoint, deviceWithPortsLater(hasPorts, told));
   EvtSrv::EventPortManager manager(EvtSrv::ConBehave_Default, true);
   RecordingPort port(manager);
   const testsupport::Deadline deadline(Patience);
@@ -67,7 +47,7 @@ TEST(MissingTaps, AreMadeWhenTheirPortsCome) {
   testing::internal::CaptureStderr();
   service.reset();
   hasPorts = false;
-  service = std::make_unique<LocalService>(endpoint, hasPorts);
+  service = std::make_unique<host::RunningHost>(endpoint, deviceWithPortsLater(hasPorts, told));
   // An answer that only the new service gives.
   while (port.tap("G0Out1") != EvtSrv::EvtRes_NotFound) ASSERT_FALSE(deadline.passed());
   manager.receiveEvent(0);

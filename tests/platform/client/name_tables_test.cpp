@@ -8,7 +8,7 @@
 namespace StrmSrv {
 namespace {
 
-TEST(NameTables, StreamTypes) {
+TEST(NameTables, ListTheStreamTypes) {
   EXPECT_STREQ(StreamTypeNameTable[0], "Midi");
   EXPECT_STREQ(StreamTypeNameTable[1], "Audio");
   EXPECT_STREQ(StreamTypeNameTable[2], "Control");

@@ -69,7 +69,7 @@ TEST(NoService, EmbeddedServiceSaysNothing) {
   EXPECT_EQ(errorsOf(EvtSrv::ConBehave_Default), "");
 }
 
-TEST(NoService, StandsForDeviceWithoutGroups) {
+TEST(NoService, LooksLikeADeviceWithoutGroups) {
   const EndpointVariable endpoint("nonsense");
   testing::internal::CaptureStderr();
   EventPortManager manager(EvtSrv::ConBehave_Default, true);

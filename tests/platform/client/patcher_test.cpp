@@ -71,7 +71,7 @@ TEST(Patcher, SeesItsOwnChangesAtOnce) {
   }
 }
 
-TEST(Patcher, ResultsOfChanges) {
+TEST(Patcher, ReportsUnknownPortsAndConnections) {
   TestService service;
   EventPortManager manager(Behaviour, true);
   Patcher patcher(manager, 0);
@@ -192,7 +192,7 @@ TEST(Patcher, TwoManagersOnTwoThreadsSeeEachOther) {
   EXPECT_TRUE(seen);
 }
 
-TEST(Patcher, BothMayChangeTheGraphAtOnce) {
+TEST(Patcher, TwoManagersMayChangeTheGraphAtOnce) {
   constexpr int Times = 300;
   TestService service;
   const auto toggle = [](std::uint16_t port, int& wrong) {
@@ -214,7 +214,7 @@ TEST(Patcher, BothMayChangeTheGraphAtOnce) {
   EXPECT_EQ(wrongThere, 0);
 }
 
-TEST(Patcher, PatcherThatSleptThroughTooManyChangesCatchesUp) {
+TEST(Patcher, CatchesUpAfterMissingTooManyChanges) {
   TestService service(host::Limits{.service = {}, .eventWindow = 0, .sendWindow = 1024, .graphWindow = 0});
   EventPortManager sleeper(Behaviour, true);
   EventPortManager worker(Behaviour, true);

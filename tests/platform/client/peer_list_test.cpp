@@ -18,7 +18,7 @@ Ports all(PeerList& list) {
 }
 
 // Short and long lists, lost from the front, from the back and anywhere, looked at often and seldom.
-TEST(PeerList, HoldsWhatAPlainListWould) {
+TEST(PeerList, HoldsTheSamePortsAsAPlainList) {
   std::mt19937 random(6);
   for (const std::size_t most : {3U, 63U, 65U, 600U}) {
     for (const unsigned looks : {1U, 50U, 5000U}) {
@@ -48,7 +48,7 @@ TEST(PeerList, HoldsWhatAPlainListWould) {
   }
 }
 
-TEST(PeerList, IsEmptyWhenAllHaveGone) {
+TEST(PeerList, IsEmptyWhenAllPortsAreRemoved) {
   PeerList list;
   for (std::uint16_t index = 0; index < 1000; ++index) list.add({1, index});
   for (std::uint16_t index = 0; index < 1000; ++index) {

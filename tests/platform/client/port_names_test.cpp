@@ -13,7 +13,7 @@ namespace {
 using device::SideOfGroup;
 
 // The service's own view of a device, and the client's.
-TEST(PortNames, AreThoseOfTheService) {
+TEST(PortNames, EqualTheNamesOfTheService) {
   const std::string longName(55, 'L');
   const device::Topology topology({
       device::numberedGroup(0, "Keys", 3, std::nullopt),
@@ -43,7 +43,7 @@ TEST(PortNames, AreThoseOfTheService) {
   EXPECT_EQ(names.name(41, 65'534, Side::Sink), longName + "In65535");
 }
 
-TEST(PortNames, DeviceWithoutGroups) {
+TEST(PortNames, PortsOfUnknownGroupsAreNamedByTheirNumbers) {
   const PortNames names(wire::Topology{});
   EXPECT_EQ(names.name(3, 4, Side::Source), "Group3Out5");
   EXPECT_EQ(names.name(65'535, 65'535, Side::Sink), "Group65535In65536");

@@ -9,7 +9,7 @@ wire::Topology withGaps() {
   return {{{77, 1, "G", wire::TopologySide{4, "", {"", "b", "", "d"}}, wire::TopologySide{2, "", {"x", "y"}}}}};
 }
 
-TEST(PortNumbers, WithoutGapsBothCountAlike) {
+TEST(PortNumbers, WithoutGapsTheNumbersAreThoseOfTheService) {
   PortNumbers numbers(withGaps());
   EXPECT_EQ(numbers.count(1, Side::Sink, 2), 2U);
   EXPECT_EQ(numbers.toService(1, 1, Side::Sink), 1U);
@@ -26,7 +26,7 @@ TEST(PortNumbers, GapsAreClosed) {
   EXPECT_EQ(numbers.toService(1, 2, Side::Source), 65535U) << "no port has this index";
 }
 
-TEST(PortNumbers, PortsThatComeLaterStandBehind) {
+TEST(PortNumbers, PortsThatComeLaterAreNumberedBehindTheOthers) {
   PortNumbers numbers(withGaps());
   EXPECT_EQ(numbers.toConsole(1, 0, Side::Source), 2U) << "one that has come back";
   EXPECT_EQ(numbers.toConsole(1, 4, Side::Source), 3U);

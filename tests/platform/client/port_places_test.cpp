@@ -34,7 +34,7 @@ struct NewGroups {
 
 std::optional<std::uint16_t> nobody(const wire::TopologyGroup& /*group*/) { return std::nullopt; }
 
-TEST(PortPlaces, HaveTheServicesIndices) {
+TEST(PortPlaces, EqualTheIndicesOfTheService) {
   const PortPlaces places({{{900, 3, "A", wire::TopologySide{2, "", {"a", "b"}}, wire::TopologySide{1, "", {"x"}}}}});
   EXPECT_EQ(places.toService({3, 1}, Side::Source), (ServicePort{900, 1}));
   EXPECT_EQ(places.fromService({900, 1}, Side::Source), (PortRecord{3, 1}));
@@ -93,7 +93,7 @@ TEST(PortPlaces, PortsAreFoundAgainByTheirNames) {
   EXPECT_TRUE(given.names.empty());
 }
 
-TEST(PortPlaces, NewPortsOfAnotherServiceTakeNobodysPlace) {
+TEST(PortPlaces, NewPortsOfAnotherServiceTakeNewPlaces) {
   PortPlaces places({{group(0, "A", {"a", "b"}), group(1, "B", {"c"})}});
   NewGroups given;
   places.follow({{group(0, "New", {"n"}), group(1, "A", {"e", "b"})}}, true, given.give);

@@ -4,13 +4,11 @@
 #include <memory>
 #include <optional>
 #include <string>
-#include <thread>
 #include <vector>
-#include <zmq.hpp>
 
-#include "platform/host/host.h"
 #include "tests/platform/client/fixture.h"
 #include "tests/platform/client/obeying_device.h"
+#include "tests/platform/host/running_host.h"
 #include "tests/support/scratch_folder.h"
 
 namespace client {
@@ -26,22 +24,14 @@ using Ports = std::vector<PortRecord>;
 class ReturningService : public testing::Test {
  protected:
   ReturningService() { start(); }
-  ~ReturningService() override { stop(); }
 
   void start() {
     auto device = std::make_unique<ObeyingDevice>(told_);
     device_ = device.get();
-    host_ = std::make_unique<host::Host>(context_, std::move(device), host::Limits{}, host::Log{});
-    ASSERT_EQ(host_->bind(address_), std::nullopt);
-    runner_ = std::thread([this] { host_->run(); });
+    host_ = std::make_unique<host::RunningHost>(address_, std::move(device));
   }
 
-  void stop() {
-    if (!host_) return;
-    host_->stop();
-    runner_.join();
-    host_.reset();
-  }
+  void stop() { host_.reset(); }
 
   void setPorts(const std::vector<device::Group>& groups) {
     device_->act([&](ObeyingDevice& device) { device.change(device::Topology(groups)); });
@@ -65,10 +55,8 @@ class ReturningService : public testing::Test {
   std::string address_ = "ipc://" + (folder_.path() / "service").string();
   EndpointVariable endpoint_{address_};
   service::Told told_;
-  zmq::context_t context_;
   ObeyingDevice* device_ = nullptr;
-  std::unique_ptr<host::Host> host_;
-  std::thread runner_;
+  std::unique_ptr<host::RunningHost> host_;
 };
 
 // A patcher that has seen the port "b" come behind "x", and then another service in its place that has "x" alone.

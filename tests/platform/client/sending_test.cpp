@@ -40,7 +40,7 @@ std::vector<std::uint16_t> countUpTo(std::uint16_t count) {
   return numbers;
 }
 
-TEST(Sending, EveryKindTravels) {
+TEST(Sending, EveryKindOfMessageArrives) {
   class AllKinds : public StrmSrv::StreamPortMIDI {
    public:
     using StreamPortMIDI::StreamPortMIDI;
@@ -166,7 +166,7 @@ std::uint64_t reportedLoss(const std::string& text) {
   return sum;
 }
 
-TEST(Sending, FullQueueReportsExactLossAndTheOthersNoticeNothing) {
+TEST(Sending, FullQueueReportsItsExactLossAndOtherQueuesLoseNothing) {
   constexpr std::uint16_t Count = 5'000;
   TestService service(
       host::Limits{.service = {.queueBytes = 4096}, .eventWindow = 0, .sendWindow = 64, .graphWindow = 0});

@@ -14,9 +14,9 @@
 #include <vector>
 #include <zmq.hpp>
 
-#include "platform/host/host.h"
 #include "tests/platform/client/fixture.h"
 #include "tests/platform/client/played_service.h"
+#include "tests/platform/host/running_host.h"
 
 namespace client {
 namespace {
@@ -44,7 +44,7 @@ class SessionTest : public testing::Test {
   std::string cause_;
 };
 
-TEST_F(SessionTest, ServiceThatSaysNothingIsNoService) {
+TEST_F(SessionTest, SilentServiceIsNoService) {
   EXPECT_EQ(openWith([](PlayedService&, std::uint32_t, const wire::Body&) {}), nullptr);
   EXPECT_EQ(cause_, "the service does not answer");
 }
@@ -66,7 +66,7 @@ TEST_F(SessionTest, AddressWithoutServiceIsNoService) {
   EXPECT_TRUE(std::holds_alternative<std::string>(opened));
 }
 
-TEST_F(SessionTest, OwnChangeIsWaitedForWhenItsNewsComeLate) {
+TEST_F(SessionTest, OwnChangeIsWaitedForWhenItIsReportedLate) {
   const auto session = openWith([](PlayedService& service, std::uint32_t tag, const wire::Body& body) {
     service.answerGreeting(tag, body);
     if (std::holds_alternative<wire::AskLinks>(body)) service.reply(tag, wire::Links{4, {}});
@@ -106,7 +106,7 @@ TEST_F(SessionTest, MissingNewsMakeTheMirrorBeFetchedAnew) {
   EXPECT_EQ(asked, 2);
 }
 
-TEST_F(SessionTest, TellsHowFarTheMirrorHasCome) {
+TEST_F(SessionTest, ReportsTheVersionOfTheMirror) {
   std::atomic<std::uint64_t> seen{0};
   std::atomic<std::uint64_t> version{0};
   const auto session = openWith([&](PlayedService& service, std::uint32_t tag, const wire::Body& body) {
@@ -141,7 +141,7 @@ TEST_F(SessionTest, CallOfSeveralRequestsHasOneDeadline) {
   slow = false;
 }
 
-TEST_F(SessionTest, NothingHasAnAnswerAfterClose) {
+TEST_F(SessionTest, RequestsFailAfterClose) {
   const auto session = openWith(
       [](PlayedService& service, std::uint32_t tag, const wire::Body& body) { service.answerGreeting(tag, body); });
   ASSERT_NE(session, nullptr);
@@ -201,10 +201,7 @@ TEST(SessionTransport, WorksOverSocketsOfTheSystem) {
   service::Told told;
   auto device = std::make_unique<service::TestDevice>(service::evenTopology(2, 2), std::vector<device::Link>{}, told);
   device->remembersDeliveries = false;
-  zmq::context_t serviceContext;
-  host::Host host(serviceContext, std::move(device), {.service = {}, .firstHandle = 0}, {});
-  ASSERT_EQ(host.bind(address), std::nullopt);
-  std::thread runner([&] { host.run(); });
+  host::RunningHost host(address, std::move(device), {.service = {}, .firstHandle = 0});
   {
     const auto opened = Session::open(Connection(std::make_shared<zmq::context_t>(), address), "test");
     const auto* found = std::get_if<std::shared_ptr<Session>>(&opened);
@@ -220,8 +217,7 @@ TEST(SessionTransport, WorksOverSocketsOfTheSystem) {
       EXPECT_EQ(session->device()->topology.groups.size(), 2U);
     }
   }
-  host.stop();
-  runner.join();
+  host.end();
   EXPECT_EQ(told, (service::Told{"start", "use G0Out1", "use G0Out2", "unuse G0Out1"})) << "the goodbye has arrived";
 }
 

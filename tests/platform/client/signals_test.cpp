@@ -38,7 +38,7 @@ TEST(Signals, DoNotDisturbRequestsAndSending) {
   EXPECT_EQ(port.texts, Texts(Count, "G0Out1: 1 1 0"));
 }
 
-TEST(Signals, DoNotDisturbComingAndGoing) {
+TEST(Signals, DoNotDisturbConnectingAndDisconnecting) {
   TestService service;
   int without = 0;
   const testsupport::SignalStorm storm(pthread_self());

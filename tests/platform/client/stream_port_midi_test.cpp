@@ -103,7 +103,7 @@ TEST(StreamPortMidi, CallsTheReceiverOfEachKind) {
   }
 }
 
-TEST(StreamPortMidi, SkipsWhatIsNoMessage) {
+TEST(StreamPortMidi, SkipsBytesThatAreNoMessage) {
   for (const char* message : {"80 01", "90", "A0 01", "B0", "C0", "D0", "E0 01", "F1", "F2 01", "F3",  // too short
                               "00", "7F 01 02", "91 01 02", "EF 01 02", "F4", "F5", "F9", "FD"}) {
     service::Bytes records = record(message);

@@ -36,7 +36,7 @@ struct MarkUnwound {
   Shared& shared_;
 };
 
-TEST(Thread, ExitUnwindsAndEndsIt) {
+TEST(Thread, ExitUnwindsAndEndsTheThread) {
   Shared shared;
   {
     const Thread thread(
@@ -77,7 +77,7 @@ struct Owned {
   std::atomic<bool> released{false};
 };
 
-TEST(Thread, MayReleaseItself) {
+TEST(Thread, MayBeDestroyedByItsOwnEntry) {
   Owned owned;
   owned.thread = new Thread(
       [](void* argument) {
@@ -126,7 +126,7 @@ TEST(Mutexes, LetOneThreadInAtATime) {
   EXPECT_EQ(intrusions(fair), 0);
 }
 
-TEST(Mutexes, FairOneLetsInWhoeverWaits) {
+TEST(Mutexes, FairMutexLetsInWaitingThreads) {
   struct Work {
     client::FairMutex mutex;
     std::atomic<bool> busy{false};
@@ -150,7 +150,7 @@ TEST(Mutexes, FairOneLetsInWhoeverWaits) {
   SUCCEED();
 }
 
-TEST(Mutexes, FairOneIsTriedWithoutWaiting) {
+TEST(Mutexes, FairMutexIsTriedWithoutWaiting) {
   client::FairMutex mutex;
   ASSERT_TRUE(mutex.try_lock());
   bool locked = true;

@@ -13,7 +13,7 @@ namespace {
 using namespace std::chrono_literals;
 using testing::ElementsAre;
 
-TEST(UncountedLosses, AreToldAtOnceAndThenEveryTenSecondsAtMost) {
+TEST(UncountedLosses, AreReportedAtOnceAndThenEveryTenSecondsAtMost) {
   std::vector<std::uint64_t> told;
   UncountedLosses losses([&](std::uint64_t times) { told.push_back(times); });
   losses.advance(100s);
@@ -31,7 +31,7 @@ TEST(UncountedLosses, AreToldAtOnceAndThenEveryTenSecondsAtMost) {
   EXPECT_THAT(told, ElementsAre(1, 2));
 }
 
-TEST(UncountedLosses, TellAtTheEndWhatIsLeft) {
+TEST(UncountedLosses, ReportTheRestAtTheEnd) {
   std::vector<std::uint64_t> told;
   {
     UncountedLosses losses([&](std::uint64_t times) { told.push_back(times); });

@@ -7,7 +7,7 @@
 namespace device {
 namespace {
 
-TEST(CleanName, ReplacesWhatMustNotBeInAName) {
+TEST(CleanName, ReplacesBytesThatANameMustNotHave) {
   const struct {
     std::string_view raw;
     std::string_view clean;
@@ -76,14 +76,14 @@ TEST(UniqueNames, StayWithinTheLimitAndUniqueAfterCutting) {
   EXPECT_TRUE(seen.contains("nnnnnnnnnnnnnnn_2000"));
 }
 
-TEST(UniqueNames, ManyEqualNamesAreNotTriedAgain) {
+TEST(UniqueNames, ManyEqualNamesGetTheirSuffixesFast) {
   UniqueNames names;
   std::string last;
   for (int count = 0; count < 65536; ++count) last = names.add("port");
   EXPECT_EQ(last, "port_65536");
 }
 
-TEST(UniqueNames, NameThatIsGivenBackIsFree) {
+TEST(UniqueNames, ReleasedNameIsFree) {
   UniqueNames names;
   EXPECT_EQ(names.add("in"), "in");
   EXPECT_EQ(names.add("in"), "in_2");

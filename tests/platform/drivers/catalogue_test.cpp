@@ -19,7 +19,7 @@ TEST(Catalogue, FindsDriversByName) {
   EXPECT_EQ(find(""), nullptr);
 }
 
-TEST(Catalogue, NamesAreListedInItsOrder) { EXPECT_EQ(namesOfAll(), "builtin, alsa, jack"); }
+TEST(Catalogue, ListsNamesInItsOrder) { EXPECT_EQ(namesOfAll(), "builtin, alsa, jack"); }
 
 // The order in which a program that was told nothing tries them.
 TEST(Catalogue, SystemsAreTheSequencerThenJack) {
@@ -35,7 +35,7 @@ TEST(OpenDevice, GivesBuiltinDeviceWithoutFile) {
   EXPECT_FALSE((*driver)->topology().groups().empty());
 }
 
-TEST(OpenDevice, SaysWhatIsWrongWithFile) {
+TEST(OpenDevice, ReportsWhatIsWrongWithAFile) {
   const auto device = openDevice("/nowhere/device.toml");
   const auto* problem = std::get_if<std::string>(&device);
   ASSERT_NE(problem, nullptr);
@@ -53,7 +53,7 @@ TEST(OpenDrivers, RefusesASystemThatIsNamedTwice) {
   EXPECT_EQ(problemOf(openDrivers({"jack", "jack"}, "")), "jack: asked for twice");
 }
 
-TEST(OpenDrivers, SaysWhichNameIsUnknown) {
+TEST(OpenDrivers, ReportsWhichNameIsUnknown) {
   EXPECT_EQ(problemOf(openDrivers({"builtin", "nonsense"}, "")), "nonsense: no such driver");
 }
 

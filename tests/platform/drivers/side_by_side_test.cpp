@@ -100,7 +100,7 @@ TEST_F(SideBySideTest, GroupsStandSideBySideUnderNamesThatDiffer) {
   EXPECT_THAT(joint_->initialLinks(), ElementsAre(link(out(0, 0), in(1, 0)), link(out(3, 0), in(2, 0))));
 }
 
-TEST_F(SideBySideTest, EachIsToldOfItsOwnPortsInItsOwnWords) {
+TEST_F(SideBySideTest, EachDriverIsCalledWithItsOwnPortIds) {
   const Bytes note{0x90, 1, 2};
   joint_->deliver(in(3, 0), {5, note}, {});
   joint_->setUsed(out(0, 0), true, {});
@@ -109,7 +109,7 @@ TEST_F(SideBySideTest, EachIsToldOfItsOwnPortsInItsOwnWords) {
   EXPECT_EQ(toldTwo_, (Told{"deliver G1In1 90 01 02", "unuse G0Out1"}));
 }
 
-TEST_F(SideBySideTest, WhatTheyTellComesInTheWordsOfAll) {
+TEST_F(SideBySideTest, EventsOfEachDriverHaveTheJointPortIds) {
   const Bytes note{0x90, 1, 2};
   one_->events().emitted(out(1, 0), {5, note}, {});
   two_->events().emitted(out(1, 0), {5, note}, {});
@@ -122,14 +122,14 @@ TEST_F(SideBySideTest, WhatTheyTellComesInTheWordsOfAll) {
                                 "unlinked 2>0 3<0", "lost 2>0 9", "noted two: a line", "warned one: another"}));
 }
 
-TEST_F(SideBySideTest, AtTheEndEachTellsWhatIsLeft) {
+TEST_F(SideBySideTest, FinishReachesEachDriver) {
   one_->onFinish = [](device::DriverEvents& events) { events.noted("a sum"); };
   two_->onFinish = [](device::DriverEvents& events) { events.noted("another"); };
   joint_->finish({});
   EXPECT_EQ(teller_.told, (Told{"noted one: a sum", "noted two: another"}));
 }
 
-TEST_F(SideBySideTest, ConnectionsAreTheirsOnlyWithinOne) {
+TEST_F(SideBySideTest, DriversConnectOnlyPortsOfOneDriver) {
   const auto patched = [](Told& told) {
     return [&told](device::DriverEvents&, bool made, const device::Link& wanted) {
       told.push_back((made ? "make " : "end ") + Teller::text(wanted));
@@ -145,7 +145,7 @@ TEST_F(SideBySideTest, ConnectionsAreTheirsOnlyWithinOne) {
   EXPECT_EQ(toldTwo_, Told{"make 1>0 0<0"});
 }
 
-TEST_F(SideBySideTest, GroupsThatComeLaterStandBehindAllOthers) {
+TEST_F(SideBySideTest, GroupsThatComeLaterAreListedBehindAllOthers) {
   std::vector<device::Group> groups = evenTopology(3, 1).groups();
   groups[0].sinks->names = {"G0In1"};
   groups[0].sinks->gone = {true};
@@ -163,7 +163,7 @@ TEST_F(SideBySideTest, GroupsThatComeLaterStandBehindAllOthers) {
 }
 
 // What a group is called here, and no other group from then on.
-TEST_F(SideBySideTest, WhatHasComeHasALineUnderTheNamesThatItHasHere) {
+TEST_F(SideBySideTest, NewPortsAreLoggedUnderTheirJointNames) {
   const auto with = [](std::vector<device::Group> more) {
     std::vector<device::Group> groups = evenTopology(2, 1).groups();
     for (device::Group& group : more) groups.push_back(std::move(group));
@@ -191,7 +191,7 @@ TEST_F(SideBySideTest, WhatHasComeHasALineUnderTheNamesThatItHasHere) {
             "changed"}));
 }
 
-TEST_F(SideBySideTest, WhatADeviceForgetsIsForgottenWithItsNames) {
+TEST_F(SideBySideTest, GroupsThatADriverForgetsAreForgottenWithTheirNames) {
   for (std::uint64_t handle = 100; handle < 2'100; ++handle) {
     std::vector<device::Group> groups = evenTopology(2, 1).groups();
     groups.push_back({handle, "Late", device::SideOfGroup{1, "", {"late:out"}}, std::nullopt});
@@ -205,7 +205,7 @@ TEST_F(SideBySideTest, WhatADeviceForgetsIsForgottenWithItsNames) {
 }
 
 // A driver keeps a source until it hears that nobody uses it, and the service says so only when the source has gone.
-TEST_F(SideBySideTest, NoDeviceKeepsAUsedSourceThatItHasForgotten) {
+TEST_F(SideBySideTest, NoDriverKeepsAUsedSourceThatItHasForgotten) {
   std::set<device::PortId> kept;
   one_->onUsed = [&](device::DriverEvents&, device::PortId source, bool used, device::Time) {
     if (used) {
@@ -228,12 +228,12 @@ TEST_F(SideBySideTest, NoDeviceKeepsAUsedSourceThatItHasForgotten) {
   }
 }
 
-TEST_F(SideBySideTest, GroupsAskForTheirIdsHere) {
+TEST_F(SideBySideTest, GroupsKeepTheIdsThatTheyAskForAndNameTheirSystem) {
   EXPECT_EQ(joint_->topology().groups()[3].wantedId, 1U);
   EXPECT_EQ(joint_->topology().groups()[3].system, 1U);
 }
 
-TEST_F(SideBySideTest, IsReadableAndBehindWhenAnyIs) {
+TEST_F(SideBySideTest, IsReadableAndBehindWhenAnyDriverIs) {
   EXPECT_FALSE(isReadable());
   eventfd_write(two_->polled, 1);
   EXPECT_TRUE(isReadable());
@@ -242,14 +242,14 @@ TEST_F(SideBySideTest, IsReadableAndBehindWhenAnyIs) {
   EXPECT_TRUE(joint_->behind());
 }
 
-TEST_F(SideBySideTest, AdvancesAllAndWantsTheEarliest) {
+TEST_F(SideBySideTest, AdvancesAllDriversAndReturnsTheEarliestTime) {
   one_->onAdvance = [](device::DriverEvents&, device::Time) { return device::Time(30); };
   EXPECT_EQ(joint_->advance({}), device::Time(30));
   two_->onAdvance = [](device::DriverEvents&, device::Time) { return device::Time(20); };
   EXPECT_EQ(joint_->advance({}), device::Time(20));
 }
 
-TEST(SideBySide, WithoutDescriptorsThereIsNone) {
+TEST(SideBySide, HasNoDescriptorWhenNoDriverHasOne) {
   Told told;
   std::vector<NamedDriver> drivers;
   drivers.push_back({"one", std::make_unique<TestDevice>(evenTopology(1, 1), std::vector<device::Link>{}, told)});

@@ -48,7 +48,7 @@ TEST_F(ClosedConnection, ProbesUntilZeroMqHasForgottenThePeer) {
   EXPECT_EQ(log_.back(), "test (process 5) has gone");
 }
 
-TEST_F(ClosedConnection, ClientThatCanBeReachedStaysAndIsLeftInPeace) {
+TEST_F(ClosedConnection, ReachableClientStaysAndIsProbedForASecond) {
   dispatcher_->connectionClosed(12, Time(0));
   std::optional<Time> next = Time(0);
   int probes = 0;
@@ -62,7 +62,7 @@ TEST_F(ClosedConnection, ClientThatCanBeReachedStaysAndIsLeftInPeace) {
   EXPECT_EQ(peers_.texts("b control"), Texts{"3: links at 0"});
 }
 
-TEST_F(ClosedConnection, NewsMayOvertakeTheFirstMessage) {
+TEST_F(ClosedConnection, MayBeReportedBeforeTheFirstMessage) {
   dispatcher_->connectionClosed(13, Time(0));
   peers_.current = 13;
   hello("c control");
@@ -80,7 +80,7 @@ TEST_F(ClosedConnection, IsForgottenAfterASecond) {
   EXPECT_EQ(peers_.texts("c control"), Texts{}) << "a new client, whose connection has an old number";
 }
 
-TEST_F(ClosedConnection, AnyOfTheThreeConnectionsCounts) {
+TEST_F(ClosedConnection, AnyOfTheThreeConnectionsRemovesTheClient) {
   peers_.current = 13;
   say("c control", 1, wire::Hello{"test", 5});
   const auto session = std::get<wire::Welcome>(wire::decode(peers_.take("c control").at(0))->body).session;
@@ -98,7 +98,7 @@ class SmallQueue : public DispatcherTest {
   SmallQueue() : DispatcherTest({.service = {.queueBytes = 60}, .eventWindow = 0, .sendWindow = 8, .graphWindow = 0}) {}
 };
 
-TEST_F(SmallQueue, LossStandsInTheLogAtOnceThenOnceASecond) {
+TEST_F(SmallQueue, LossIsLoggedAtOnceThenOnceASecond) {
   const std::uint64_t session = hello("a control");  // and its events wait, because it opens no channel for them
   tap("a", session, "G0Out1");
   const auto sendNotes = [&](int count) {
@@ -120,7 +120,7 @@ TEST_F(SmallQueue, LossStandsInTheLogAtOnceThenOnceASecond) {
   EXPECT_EQ(log_[1], "test (process 5) has lost 1 message: it reads too slowly");
 }
 
-TEST_F(SmallQueue, LossStandsInTheLogBeforeItsClientLeaves) {
+TEST_F(SmallQueue, LossIsLoggedBeforeItsClientLeaves) {
   const std::uint64_t session = hello("a control");
   tap("a", session, "G0Out1");
   for (int i = 0; i < 6; ++i) say("a control", 0, note(session, 1));
@@ -131,7 +131,7 @@ TEST_F(SmallQueue, LossStandsInTheLogBeforeItsClientLeaves) {
   EXPECT_EQ(log_[1], "test (process 5) has left");
 }
 
-TEST_F(DispatcherTest, UnreachableClientIsRemovedAndTheOthersGoOn) {
+TEST_F(DispatcherTest, UnreachableClientIsRemovedAndOtherClientsStay) {
   const std::uint64_t gone = attach("a");
   const std::uint64_t here = attach("b");
   tap("a", gone, "G0Out1");

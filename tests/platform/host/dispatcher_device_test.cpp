@@ -21,7 +21,7 @@ TEST_F(DispatcherTest, NotesOfTheDeviceAreLogged) {
   EXPECT_EQ(log_, (Texts{"client \"a\\x1B\" has gone", "no server"}));
 }
 
-TEST_F(DispatcherTest, WarningsAreToldWhereThereIsNoLog) {
+TEST_F(DispatcherTest, WarningsAreReportedWithoutALog) {
   Texts warnings;
   Dispatcher quiet(*service_, peers_, Limits{}, Log{}, [&](std::string_view line) { warnings.emplace_back(line); });
   device_->onAdvance = [](device::DriverEvents& events, Time) -> std::optional<Time> {
@@ -33,7 +33,7 @@ TEST_F(DispatcherTest, WarningsAreToldWhereThereIsNoLog) {
   EXPECT_EQ(warnings, Texts{"no\\x09server"});
 }
 
-TEST_F(DispatcherTest, LossOnTheWayHereIsLoggedOnceASecondAtMost) {
+TEST_F(DispatcherTest, LossOnTheWayToTheServiceIsLoggedOnceASecondAtMost) {
   device_->onAdvance = [](device::DriverEvents& events, Time now) -> std::optional<Time> {
     events.lost(service::out(0, 0), 2, now);
     return std::nullopt;
@@ -45,7 +45,7 @@ TEST_F(DispatcherTest, LossOnTheWayHereIsLoggedOnceASecondAtMost) {
   EXPECT_EQ(log_.back(), "4 messages lost on the way here");
 }
 
-TEST_F(DispatcherTest, LossThatNobodyCountedIsLoggedEveryTenSecondsAtMost) {
+TEST_F(DispatcherTest, UncountedLossIsLoggedEveryTenSecondsAtMost) {
   bool counted = true;
   device_->onAdvance = [&](device::DriverEvents& events, Time now) -> std::optional<Time> {
     events.lost(service::out(0, 0), counted ? 3 : 0, now);
@@ -63,7 +63,7 @@ TEST_F(DispatcherTest, LossThatNobodyCountedIsLoggedEveryTenSecondsAtMost) {
   EXPECT_EQ(log_, Texts{"4 times an unknown number of messages, perhaps none, lost on the way here"});
 }
 
-TEST_F(DispatcherTest, AtTheEndWhatIsLeftIsLogged) {
+TEST_F(DispatcherTest, LossesAndNotesThatAreLeftAreLoggedAtTheEnd) {
   device_->onAdvance = [](device::DriverEvents& events, Time now) -> std::optional<Time> {
     events.lost(service::out(0, 0), 2, now);
     events.lost(service::out(0, 0), 0, now);
@@ -80,7 +80,7 @@ TEST_F(DispatcherTest, AtTheEndWhatIsLeftIsLogged) {
   EXPECT_EQ(log_.size(), 4U) << "only the device has more to tell";
 }
 
-TEST_F(DispatcherTest, ChangesThatTheDeviceTellsOfGoOut) {
+TEST_F(DispatcherTest, ChangesThatTheDeviceReportsAreSent) {
   attach("a");
   device_->onAdvance = [](device::DriverEvents& events, Time now) -> std::optional<Time> {
     events.linked(service::link(service::out(0, 0), service::in(1, 0)), now);
@@ -102,7 +102,7 @@ TEST_F(DispatcherTest, SendersAreHeldBackWhileTheDeviceIsBehind) {
   EXPECT_EQ(peers_.texts("a control"), Texts{"taken 8"});
 }
 
-TEST_F(DispatcherTest, WhoIsHeldBackIsToldThatNothingHasDied) {
+TEST_F(DispatcherTest, SenderThatIsHeldBackIsToldThatTheServiceLives) {
   const std::uint64_t session = attach("a");
   attach("b");
   tap("a", session, "G0In1");
@@ -123,7 +123,7 @@ TEST_F(DispatcherTest, WhoIsHeldBackIsToldThatNothingHasDied) {
   EXPECT_EQ(peers_.texts("b control"), Texts{});
 }
 
-TEST_F(DispatcherTest, WhoIsHeldBackAndHasGoneIsForgottenAtOnce) {
+TEST_F(DispatcherTest, SenderThatIsHeldBackAndHasGoneIsForgottenAtOnce) {
   const std::uint64_t session = attach("a");
   tap("a", session, "G0In1");
   device_->isBehind = true;
@@ -133,7 +133,7 @@ TEST_F(DispatcherTest, WhoIsHeldBackAndHasGoneIsForgottenAtOnce) {
   EXPECT_EQ(log_.back(), "test (process 5) has gone");
 }
 
-TEST_F(DispatcherTest, OriginalNamesAreAnswered) {
+TEST_F(DispatcherTest, OriginalNamesAreSentOnRequest) {
   const std::uint64_t session = attach("a");
   std::vector<device::Group> groups = service::evenTopology(2, 1).groups();
   groups[1].original = "G 1";
@@ -152,7 +152,7 @@ TEST_F(DispatcherTest, OriginalNamesAreAnswered) {
 }
 
 // However often it changes: what is on its way to a client that does not look is bounded.
-TEST_F(DispatcherTest, ChangedTopologyIsToldOnceUntilItIsAskedFor) {
+TEST_F(DispatcherTest, ChangedTopologyIsReportedOnceUntilItIsFetched) {
   const std::uint64_t session = attach("a");
   dispatcher_->advance(Time(1));
   EXPECT_EQ(peers_.texts("a events"), Texts{});

@@ -10,7 +10,7 @@
 namespace host {
 namespace {
 
-TEST_F(DispatcherTest, EventsGoOutAtOnce) {
+TEST_F(DispatcherTest, EventsAreSentAtOnce) {
   const std::uint64_t session = attach("a");
   tap("a", session, "G0Out1");
   say("a control", 0, note(session, 1));
@@ -19,7 +19,7 @@ TEST_F(DispatcherTest, EventsGoOutAtOnce) {
   EXPECT_EQ(peers_.texts("a events"), Texts{"events [1 G0Out1: 90 02 40]"});
 }
 
-TEST_F(DispatcherTest, EventsOfTheDeviceGoOutAtOnce) {
+TEST_F(DispatcherTest, EventsOfTheDeviceAreSentAtOnce) {
   tap("a", attach("a"), "G0Out1");
   device_->onAdvance = [](device::DriverEvents& events, Time now) {
     events.emitted(service::out(0, 0), {0, Bytes{0xF8}}, now);
@@ -47,7 +47,7 @@ std::uint64_t entryBytes(const std::vector<Bytes>& messages) {
   return bytes;
 }
 
-TEST_F(DispatcherTest, EventsStopAtTheWindowAndGoOnWithWhatIsConsumed) {
+TEST_F(DispatcherTest, EventsStopAtTheWindowAndContinueWithConsumed) {
   const std::uint64_t session = attach("a");
   tap("a", session, "G0Out1");
   Texts received;
@@ -80,7 +80,7 @@ TEST_F(DispatcherTest, EventsStopAtTheWindowAndGoOnWithWhatIsConsumed) {
   EXPECT_EQ(received, expected);
 }
 
-TEST_F(DispatcherTest, ConsumedThatCannotBeTrueIsIgnored) {
+TEST_F(DispatcherTest, ImpossibleConsumedIsIgnored) {
   const std::uint64_t session = attach("a");
   tap("a", session, "G0Out1");
   for (int i = 0; i < 1000; ++i) say("a control", 0, note(session, 1));
@@ -108,7 +108,7 @@ TEST_F(DispatcherTest, SlowClientHoldsUpNobody) {
   EXPECT_LE(entryBytes(peers_.take("slow events")), wire::MinEventWindow + HolderBytes + 100);
 }
 
-TEST_F(DispatcherTest, TakenIsToldEveryQuarterOfTheWindow) {
+TEST_F(DispatcherTest, TakenIsSentEveryQuarterOfTheWindow) {
   const std::uint64_t session = attach("a");
   Texts told;
   for (std::uint8_t i = 0; i < 8; ++i) {
@@ -118,7 +118,7 @@ TEST_F(DispatcherTest, TakenIsToldEveryQuarterOfTheWindow) {
   EXPECT_EQ(told, (Texts{"2: taken 2", "4: taken 4", "6: taken 6", "8: taken 8"}));
 }
 
-TEST_F(DispatcherTest, TakenIsToldWhenNothingStandsReady) {
+TEST_F(DispatcherTest, TakenIsSentWhenNoMessageIsReady) {
   const std::uint64_t one = attach("a");
   attach("b");
   say("a control", 0, note(one, 1));
@@ -141,14 +141,14 @@ TEST_F(DispatcherTest, SendWithoutSessionIsAnsweredWithoutBeingAsked) {
   EXPECT_EQ(peers_.texts("a control"), (Texts{"3: ok at 0", "no session at 0"}));
 }
 
-TEST_F(DispatcherTest, SendThatTheServiceRefusesIsTakenToo) {
+TEST_F(DispatcherTest, RefusedSendCountsAsTaken) {
   const std::uint64_t session = attach("a");
   say("a control", 0, wire::Send{session, EventPort, 0, {}});
   dispatcher_->idle(Time(2));
   EXPECT_EQ(peers_.texts("a control"), Texts{"taken 1"});
 }
 
-TEST_F(DispatcherTest, ChangesOfTheGraphGoToEverybodyBeforeTheAnswer) {
+TEST_F(DispatcherTest, GraphChangesAreSentToAllClientsBeforeTheAnswer) {
   const std::uint64_t one = attach("a");
   attach("b");
   hello("without graph");
@@ -163,7 +163,7 @@ TEST_F(DispatcherTest, ChangesOfTheGraphGoToEverybodyBeforeTheAnswer) {
   EXPECT_EQ(peers_.texts("without graph"), Texts{});
 }
 
-TEST_F(DispatcherTest, ClientThatDoesNotReadGraphChangesIsToldOnceThatTheyAreTooMany) {
+TEST_F(DispatcherTest, ClientThatDoesNotReadGraphChangesIsToldOnceThatThereAreTooMany) {
   const std::uint64_t one = attach("a");
   const std::uint64_t two = attach("b");
   const auto change = [&](std::uint64_t times) {
@@ -182,7 +182,7 @@ TEST_F(DispatcherTest, ClientThatDoesNotReadGraphChangesIsToldOnceThatTheyAreToo
   EXPECT_EQ(peers_.texts("b graph"), Texts{"made 0.0>1.1 at 267"});
 }
 
-TEST_F(DispatcherTest, GraphChangesGoOnWhenTheyAreSeen) {
+TEST_F(DispatcherTest, GraphChangesContinueWhenTheyAreSeen) {
   const std::uint64_t session = attach("a");
   for (std::uint64_t version = 1; version <= 3 * wire::MinGraphWindow; ++version) {
     say("a control", 0, wire::Patch{session, version % 2 == 1, 0, 0, 1, 1});

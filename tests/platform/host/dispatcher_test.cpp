@@ -22,7 +22,7 @@ TEST_F(DispatcherTest, HelloMakesClientWithSessionOfItsOwn) {
   EXPECT_EQ(log_, (Texts{"test (process 5) has come", "test (process 5) has come"}));
 }
 
-TEST_F(DispatcherTest, WelcomeTellsSendWindow) {
+TEST_F(DispatcherTest, WelcomeNamesTheSendWindow) {
   say("a", 3, wire::Hello{"test", 5});
   EXPECT_EQ(peers_.texts("a"), Texts{"3: welcome, window 8"});
 }
@@ -33,7 +33,7 @@ TEST_F(DispatcherTest, SecondHelloOfOnePeerIsOutOfPlace) {
   EXPECT_EQ(peers_.texts("a"), Texts{"2: bad request at 0"});
 }
 
-TEST_F(DispatcherTest, NameOfProgramReachesLogPrintable) {
+TEST_F(DispatcherTest, NameOfProgramIsPrintableInTheLog) {
   say("a", 1, wire::Hello{"\x1b[2J\n", 5});
   EXPECT_EQ(log_, Texts{"\\x1B[2J\\x0A (process 5) has come"});
 }
@@ -80,7 +80,7 @@ TEST_F(DispatcherTest, RequestsAreAnsweredWithTheirTag) {
   }
 }
 
-TEST_F(DispatcherTest, WhatIsOutOfPlaceIsAnsweredAndHarmsNobody) {
+TEST_F(DispatcherTest, MessagesOutOfPlaceAreAnsweredAndHarmNobody) {
   const std::uint64_t session = attach("a");
   const std::uint64_t other = attach("b");
   tap("b", other, "G0Out1");
@@ -161,7 +161,7 @@ TEST_F(DispatcherTest, InjectThatFailsIsAnsweredEvenWithoutATag) {
   EXPECT_EQ(service_->counts().in, 0U);
 }
 
-TEST_F(DispatcherTest, StatisticsNameClientsInTheOrderOfTheirComing) {
+TEST_F(DispatcherTest, StatisticsListClientsInTheOrderOfConnecting) {
   const std::uint64_t first = attach("a");
   say("b", 1, wire::Hello{"other", 6});
   tap("a", first, "G0Out1");

@@ -50,7 +50,7 @@ class HostTest : public testing::Test {
 
 TEST_F(HostTest, AnswersRequests) { EXPECT_EQ(answerToHonestClient(), "2: links at 0"); }
 
-TEST(Host, AtItsEndLogsWhatIsLeft) {
+TEST(Host, LogsTheRestAtItsEnd) {
   service::Told told;
   auto device = std::make_unique<service::TestDevice>(service::evenTopology(1, 1), std::vector<device::Link>{}, told);
   device->onFinish = [](device::DriverEvents& events) { events.noted("4 periods skipped"); };
@@ -62,7 +62,7 @@ TEST(Host, AtItsEndLogsWhatIsLeft) {
   EXPECT_EQ(log, Texts{"4 periods skipped"});
 }
 
-TEST_F(HostTest, GarbageHarmsOnlyWhoSendsIt) {
+TEST_F(HostTest, GarbageHarmsOnlyItsSender) {
   RawClient bad = connect();
   std::mt19937 random(5);
   for (std::size_t size = 0; size < 300; ++size) {
@@ -86,7 +86,7 @@ TEST_F(HostTest, MessagesOfSeveralPartsAreIgnored) {
   EXPECT_EQ(messageText(*answer), "9: no session at 0") << "the first answer is to the only message that counts";
 }
 
-TEST_F(HostTest, HalfHelloIsRefused) {
+TEST_F(HostTest, TruncatedHelloIsRefused) {
   RawClient half = connect();
   Bytes hello = wire::encode(6, wire::Hello{"program", 1});
   hello.resize(hello.size() / 2);
@@ -103,7 +103,7 @@ TEST_F(HostTest, SilentClientsCostNothing) {
   EXPECT_EQ(answerToHonestClient(), "2: links at 0");
 }
 
-TEST_F(HostTest, ClientThatAsksWithoutReadingIsGivenUp) {
+TEST_F(HostTest, ClientThatAsksWithoutReadingIsRemoved) {
   RawClient deaf = connect();
   const std::uint64_t session = deaf.hello();
   // Far more answers than its socket and the host's hold for it.
@@ -121,7 +121,7 @@ TEST_F(HostTest, ClientThatAsksWithoutReadingIsGivenUp) {
   EXPECT_TRUE(last.ends_with("no session at 0")) << last;
 }
 
-TEST_F(HostTest, EverybodyIsServedWhileOneFloods) {
+TEST_F(HostTest, OtherClientsAreServedWhileOneFloods) {
   RawClient flooding = connect();
   const std::uint64_t session = flooding.hello();
   const Bytes note = wire::encode(0, wire::Send{session, 1, 0, {0x90, 1, 1}});
@@ -151,7 +151,7 @@ TEST(Host, ServesSeveralEndpointsAtOnce) {
   runner.join();
 }
 
-TEST(Host, SignalsAreNotNoticed) {
+TEST(Host, SignalsDoNotDisturbTheService) {
   service::Told told;
   zmq::context_t context(0);
   Host host(context, smallDevice(told), {}, {});
@@ -190,7 +190,7 @@ TEST(Host, DeviceThatThrowsEndsTheServiceAndNotTheProgram) {
   EXPECT_EQ(testing::internal::GetCapturedStderr(), sys::programLine("the service has ended: no memory\n"));
 }
 
-TEST(Host, SaysWhyItCannotBind) {
+TEST(Host, ReportsWhyItCannotBind) {
   service::Told told;
   zmq::context_t context;
   Host host(context, smallDevice(told), {}, {});

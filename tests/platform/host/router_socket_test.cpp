@@ -35,7 +35,7 @@ bool comeAndGo(const std::string& path, const Deadline& deadline) {
   return connected;
 }
 
-TEST(RouterSocket, ClosedConnectionsThatNobodyAsksForHoldUpNobody) {
+TEST(RouterSocket, ClosedConnectionsThatNobodyReadsBlockNobody) {
   constexpr int Many = 3'000;  // more than ZeroMQ keeps unless it is told otherwise
   const testsupport::ScratchFolder folder;
   const std::string path = folder.path() / "socket";

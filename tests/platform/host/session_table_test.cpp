@@ -45,7 +45,7 @@ TEST(SessionTable, RemovedSessionLeavesNothing) {
   EXPECT_NE(table.add("control", Two), nullptr);
 }
 
-TEST(Credit, CountsWhatIsOnItsWay) {
+TEST(Credit, CountsWhatIsSentAndNotAcknowledged) {
   Credit credit(100);
   credit.sent(30);
   EXPECT_EQ(credit.onItsWay(), 30U);

@@ -10,7 +10,7 @@ namespace {
 
 using Bytes = std::vector<std::uint8_t>;
 
-TEST(ByteFifo, GivesBackWhatWasPutInWhateverThePieces) {
+TEST(ByteFifo, GivesBackTheBytesInAnyPieces) {
   constexpr std::size_t Chunk = ByteFifo::ChunkBytes;
   const std::size_t pieces[] = {1, Chunk - 1, Chunk, Chunk + 1, 3 * Chunk, 0, 7, 2 * Chunk - 7};
   ByteFifo fifo;
@@ -55,7 +55,7 @@ TEST(ByteFifo, GivesItsMemoryBackAsItIsRead) {
   EXPECT_LE(fifo.chunkCount(), 1U);
 }
 
-TEST(ByteFifo, LittleThatGoesThroughHoldsLittle) {
+TEST(ByteFifo, SmallBacklogHoldsLittleMemory) {
   ByteFifo fifo;
   Bytes bytes;
   for (int i = 0; i < 100'000; ++i) {

@@ -31,13 +31,13 @@ class EchoDriver : public device::Driver {
   device::DriverEvents* events_ = nullptr;
 };
 
-TEST(EchoDriver, ItsPortsAreThoseOfTheService) {
+TEST(EchoDriver, HasItsPortsInTheService) {
   const Service service(std::make_unique<EchoDriver>(), {}, {});
   EXPECT_TRUE(service.topology().port("EchoOut1").has_value());
   EXPECT_TRUE(service.topology().port("EchoIn1").has_value());
 }
 
-TEST(EchoDriver, WhatArrivesIsEmitted) {
+TEST(EchoDriver, EmitsMessagesThatArrive) {
   constexpr EventPortId One{1};
   Service service(std::make_unique<EchoDriver>(), {}, {});
   const ClientId client = service.addClient();

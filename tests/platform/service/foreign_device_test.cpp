@@ -68,7 +68,7 @@ class ForeignDevice : public testing::Test {
 const device::Link Across = link(out(0, 0), in(1, 0));
 const device::Link Within = link(out(0, 0), in(0, 0));
 
-TEST_F(ForeignDevice, ConnectionIsTheirsAndShowsAtOnce) {
+TEST_F(ForeignDevice, ConnectionOfTheOtherSystemShowsAtOnce) {
   EXPECT_EQ(service_->connect(Across, {}), Status::Ok);
   EXPECT_EQ(service_->links(), std::vector{Across});
   EXPECT_EQ(service_->takeGraphChanges().size(), 1U);
@@ -79,7 +79,7 @@ TEST_F(ForeignDevice, ConnectionIsTheirsAndShowsAtOnce) {
   EXPECT_TRUE(service_->links().empty());
 }
 
-TEST_F(ForeignDevice, ConnectionsOfOthersShow) {
+TEST_F(ForeignDevice, ConnectionsOfOtherClientsShow) {
   act([](device::DriverEvents& events) {
     events.linked(Across, {});
     events.linked(Across, {});
@@ -112,7 +112,7 @@ TEST_F(ForeignDevice, RefusalOfTheOtherSystemIsTheAnswer) {
   EXPECT_TRUE(service_->links().empty());
 }
 
-TEST_F(ForeignDevice, TapOfASinkFollowsWhatIsConnectedToIt) {
+TEST_F(ForeignDevice, TapOfASinkFollowsTheConnectionsOfTheSink) {
   service_->connect(Across, {});
   EXPECT_EQ(tap("G1In1"), Status::Ok);
   EXPECT_EQ(news(), Told{"use G0Out1"});
@@ -136,7 +136,7 @@ TEST_F(ForeignDevice, TapsOnBothEndsEachSeeAMessageOnce) {
   EXPECT_EQ(texts(), (Texts{"1 G0Out1: 90 40 7F", "1 G1In1: 90 40 7F"}));
 }
 
-TEST_F(ForeignDevice, InjectedMessageReachesTheirSinks) {
+TEST_F(ForeignDevice, InjectedMessageReachesTheSinksOfTheOtherSystem) {
   service_->connect(Across, {});
   service_->inject(client_, "G0Out1", {0, Note}, {});
   EXPECT_EQ(news(), Told{"deliver G1In1 90 40 7F"});
@@ -185,7 +185,7 @@ TEST_F(ForeignDevice, PortThatGoesTakesItsConnectionsAndLeavesItsTaps) {
   EXPECT_EQ(texts(), (Texts{"1 G1Out1: 90 40 7F", "1 G1In1: 90 40 7F"})) << "taps are there again";
 }
 
-TEST_F(ForeignDevice, WhatIsSentToAPortThatHasGoneIsToldOnceEachTime) {
+TEST_F(ForeignDevice, SendingToAPortThatHasGoneIsReportedOnceEachTime) {
   const device::Topology with = evenTopology(2, 1);
   std::vector<device::Group> groups = with.groups();
   groups[1].sinks->names = {"G1In1"};
@@ -219,7 +219,7 @@ TEST_F(ForeignDevice, TapOfAPortThatHasGoneCanBeEnded) {
   EXPECT_EQ(news(), Told{"unuse G1Out1"});
 }
 
-TEST_F(ForeignDevice, LossIsToldOnceToEachWhoLooksOn) {
+TEST_F(ForeignDevice, LossIsReportedOnceToEachClientWithATap) {
   const ClientId other = service_->addClient();
   service_->tap(other, One, "G1Out1", 1004, {});
   tap("G0Out1");
@@ -239,7 +239,7 @@ TEST_F(ForeignDevice, LossIsToldOnceToEachWhoLooksOn) {
   EXPECT_EQ(service_->counts().lost, 0U);
 }
 
-TEST_F(ForeignDevice, NotesWaitToBeTaken) {
+TEST_F(ForeignDevice, NotesAreKeptUntilTheyAreTaken) {
   act([](device::DriverEvents& events) {
     events.noted("one");
     events.warned("two");
@@ -264,7 +264,7 @@ TEST_F(ForeignDevice, ChangeThatBeginsUseAsksToBeCalledAgain) {
 }
 
 // A group that has been away for long is another group, with the names that it had.
-TEST_F(ForeignDevice, TapsGoOnWhereAForgottenPortsNameIs) {
+TEST_F(ForeignDevice, TapsOfAForgottenPortFollowItsName) {
   tap("G1Out1");
   tap("G1In1");
   service_->connect(Across, {});
@@ -305,7 +305,7 @@ TEST_F(ForeignDevice, TapOfAForgottenPortCanBeEnded) {
   EXPECT_EQ(service_->counts(client_).taps, 0U);
 }
 
-TEST_F(ForeignDevice, WhatWaitsOfAForgottenPortKeepsItsName) {
+TEST_F(ForeignDevice, WaitingMessagesOfAForgottenPortKeepItsName) {
   tap("G1Out1");
   act([](device::DriverEvents& events) { events.emitted(out(1, 0), {0, Note}, {}); });
   act([&](device::DriverEvents&) { device_->change(evenTopology(1, 1)); });
@@ -321,7 +321,7 @@ TEST_F(ForeignDevice, ChangesOfTheTopologyAreCounted) {
 }
 
 // Those within one system stand again when the service does, or are the other system's.
-TEST_F(ForeignDevice, ConnectionsBetweenTwoSystemsAreTheServicesAlone) {
+TEST_F(ForeignDevice, OnlyConnectionsBetweenTwoSystemsAreCarriedByTheService) {
   std::vector<device::Group> groups = evenTopology(3, 1).groups();
   groups[2].system = 1;
   act([&](device::DriverEvents&) { device_->change(device::Topology(groups)); });

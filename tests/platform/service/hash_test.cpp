@@ -11,7 +11,7 @@ namespace service {
 namespace {
 
 // A hash that only sums its parts has 599 values here.
-TEST(LinkHash, KeepsTheLinksOfAGridApart) {
+TEST(LinkHash, DiffersForTheLinksOfAGrid) {
   constexpr std::size_t Places = 300;
   std::unordered_set<std::size_t> fromOneGroup;
   std::unordered_set<std::size_t> toOneGroup;

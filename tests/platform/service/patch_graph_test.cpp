@@ -48,7 +48,7 @@ TEST(PatchGraph, ConnectedPairStaysOneConnectionInItsPlace) {
   EXPECT_EQ(graph.version(), 4U);
 }
 
-TEST(PatchGraph, WhatDoesNotExistIsNotFound) {
+TEST(PatchGraph, UnknownPortsAndConnectionsAreNotFound) {
   const device::Topology topology = evenTopology(2, 2);
   PatchGraph graph(topology, {link(out(0, 0), in(1, 0))});
   EXPECT_EQ(graph.connect(link(out(0, 2), in(0, 0))), Status::NotFound);
@@ -75,7 +75,7 @@ TEST(PatchGraph, InitialConnectionsAreVersionZero) {
 }
 
 // Cost that grew with the number of connections, or with those of one port, would not end within the test's limit.
-TEST(PatchGraph, HundredThousandConnectionsOfOnePort) {
+TEST(PatchGraph, HundredThousandConnectionsOfOnePortStayFast) {
   constexpr std::uint16_t PortsPerGroup = 50'000;
   const device::Topology topology = evenTopology(2, PortsPerGroup);
   PatchGraph graph(topology, {});
@@ -95,7 +95,7 @@ TEST(PatchGraph, HundredThousandConnectionsOfOnePort) {
   EXPECT_TRUE(graph.links().empty());
 }
 
-TEST(PatchGraph, OrphansAreThoseOfPortsThatHaveGone) {
+TEST(PatchGraph, OrphansAreConnectionsOfPortsThatHaveGone) {
   device::Topology topology = evenTopology(2, 2);
   PatchGraph graph(topology, {link(out(0, 0), in(1, 0)), link(out(1, 1), in(0, 1)), link(out(0, 0), in(0, 0))});
   EXPECT_TRUE(graph.orphans().empty());

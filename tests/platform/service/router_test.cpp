@@ -119,7 +119,7 @@ TEST(Router, AnswerMayChangeTheGroupAlone) {
   EXPECT_EQ(road.groupsSeen, (std::vector<std::uint16_t>{0, 0, 5}));
 }
 
-TEST(Router, CircleEndsWhereItBegan) {
+TEST(Router, LoopEndsWhereItBegan) {
   Road road({link(out(0, 0), in(0, 0))});
   road.beThru();
   road.emit(out(0, 0), {0xF8});
@@ -129,7 +129,7 @@ TEST(Router, CircleEndsWhereItBegan) {
   EXPECT_EQ(road.trace, (Trace{"G0Out1 FA", "G0In1 FA", "deliver G0In1 FA"})) << "the next trip is a new one";
 }
 
-TEST(Router, CircleThroughTwoDevicesEndsToo) {
+TEST(Router, LoopThroughTwoDevicesEnds) {
   Road road({link(out(0, 0), in(1, 0)), link(out(1, 0), in(0, 0))});
   road.beThru();
   road.emit(out(1, 0), {0xF8});
@@ -137,7 +137,7 @@ TEST(Router, CircleThroughTwoDevicesEndsToo) {
             (Trace{"G1Out1 F8", "G0In1 F8", "deliver G0In1 F8", "G0Out1 F8", "G1In1 F8", "deliver G1In1 F8"}));
 }
 
-TEST(Router, RoadsThatMeetArePassedOnce) {
+TEST(Router, PathsThatMeetArePassedOnce) {
   Road road(
       {link(out(0, 0), in(1, 0)), link(out(0, 0), in(2, 0)), link(out(1, 0), in(3, 0)), link(out(2, 0), in(3, 0))});
   road.beThru();
@@ -160,7 +160,7 @@ TEST(Router, NoPortsIsNoTrip) {
 }
 
 // A call within a call for each device on the road would exhaust the stack.
-TEST(Router, LongRoadNeedsNoDeepStack) {
+TEST(Router, LongPathNeedsNoDeepStack) {
   constexpr std::uint16_t Devices = 60'000;
   std::vector<device::Link> links;
   for (std::uint16_t i = 0; i + 1 < Devices; ++i) {
@@ -174,7 +174,7 @@ TEST(Router, LongRoadNeedsNoDeepStack) {
 }
 
 // A trip that cost something for each port of the device would not end within the test's limit.
-TEST(Router, ShortRoadsCostLittleOnceALongOneWasPassed) {
+TEST(Router, ShortPathsCostLittleAfterALongOne) {
   constexpr std::uint16_t Sinks = 60'000;
   std::vector<device::Link> links;
   for (std::uint16_t i = 0; i < Sinks; ++i) links.push_back(link(out(0, 0), in(0, i)));
@@ -191,7 +191,7 @@ TEST(Router, ShortRoadsCostLittleOnceALongOneWasPassed) {
   EXPECT_EQ(passed, Sinks + 1'000'001U);
 }
 
-TEST(Router, DeviceBringsMessagesAlongItsOwnConnections) {
+TEST(Router, DeviceCarriesMessagesAlongItsOwnConnections) {
   Road road({link(out(0, 0), in(1, 0))});
   road.graph.connect(link(out(0, 0), in(2, 0)), PatchGraph::Carrier::Device);
   road.emit(out(0, 0), {0xF8});
@@ -199,7 +199,7 @@ TEST(Router, DeviceBringsMessagesAlongItsOwnConnections) {
 }
 
 // The sink has the message already: the road through the thru must not hand it over again.
-TEST(Router, WhatTheDeviceHasBroughtIsNotBroughtAgainOnAnotherRoad) {
+TEST(Router, MessagesThatTheDeviceCarriesAreNotDeliveredAgainOnAnotherPath) {
   Road road({link(out(0, 0), in(1, 0)), link(out(1, 0), in(2, 0))});
   road.graph.connect(link(out(0, 0), in(2, 0)), PatchGraph::Carrier::Device);
   road.graph.connect(link(out(0, 0), in(3, 0)), PatchGraph::Carrier::Device);
@@ -208,7 +208,7 @@ TEST(Router, WhatTheDeviceHasBroughtIsNotBroughtAgainOnAnotherRoad) {
   EXPECT_EQ(road.trace, (Trace{"G0Out1 F8", "G2In1 F8", "G3In1 F8", "G1In1 F8", "deliver G1In1 F8", "G1Out1 F8"}));
 }
 
-TEST(Router, WhatTheDeviceHasNotEmittedGoesAlongItsConnectionsToo) {
+TEST(Router, MessagesThatTheDeviceDidNotEmitPassItsConnectionsToo) {
   Road road({});
   road.graph.connect(link(out(0, 0), in(2, 0)), PatchGraph::Carrier::Device);
   const device::PortId source = out(0, 0);

@@ -51,7 +51,7 @@ TEST(ServiceOnBuiltinDevice, SequencersPhraseIsSeenAtBothEndsOfItsConnection) {
   }
 }
 
-TEST(ServiceOnBuiltinDevice, ClockGoesThroughTheArpeggiator) {
+TEST(ServiceOnBuiltinDevice, ClockPassesTheArpeggiator) {
   Studio studio;
   studio.tap({"ClockOut1", "ArpeggiatorIn1", "ArpeggiatorOut1"});
   studio.runTo(seconds(2));
@@ -64,7 +64,7 @@ TEST(ServiceOnBuiltinDevice, ClockGoesThroughTheArpeggiator) {
   EXPECT_EQ(clocks["ArpeggiatorOut1"], clocks["ClockOut1"]);
 }
 
-TEST(ServiceOnBuiltinDevice, ThruThatIsConnectedToItselfEnds) {
+TEST(ServiceOnBuiltinDevice, ThruThatIsConnectedToItselfMakesNoLoop) {
   Studio studio;
   const auto source = studio.service.topology().port("ThruOut1");
   const auto sink = studio.service.topology().port("ThruIn1");
@@ -78,7 +78,7 @@ TEST(ServiceOnBuiltinDevice, ThruThatIsConnectedToItselfEnds) {
   EXPECT_EQ(received.at(1).group, 5);
 }
 
-TEST(ServiceOnBuiltinDevice, ConnectionsAtTheStart) {
+TEST(ServiceOnBuiltinDevice, StartsWithTheConnectionsOfTheDevice) {
   Studio studio;
   Texts texts;
   for (const device::Link& one : studio.service.links()) {

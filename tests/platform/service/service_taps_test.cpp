@@ -78,7 +78,7 @@ TEST(Service, UntapEndsOneTap) {
   EXPECT_EQ(house.texts(client), Texts{"1 G0In1: FA"});
 }
 
-TEST(Service, WhatWaitsSurvivesTheEndOfItsTap) {
+TEST(Service, WaitingMessagesSurviveTheEndOfTheirTap) {
   House house;
   const ClientId client = house.service->addClient();
   house.tap(client, "G0Out1");
@@ -123,7 +123,7 @@ TEST(Service, SourceIsInUseFromItsFirstTapOrConnectionToItsLast) {
   EXPECT_EQ(freed, (Told{"unuse G0Out1", "unuse G0Out2"}));
 }
 
-TEST(Service, WhatASourceEmitsOnItsFirstUseIsSeen) {
+TEST(Service, MessagesThatASourceEmitsOnItsFirstUseAreSeen) {
   House house({}, {}, [](TestDevice& device) {
     device.onUsed = [](device::DriverEvents& events, device::PortId source, bool used, device::Time now) {
       const Bytes start = {0xFA};

@@ -19,7 +19,7 @@ TEST(Service, StartsTheDeviceThenNamesTheSourcesInUse) {
   EXPECT_TRUE(house.service->takeGraphChanges().empty());
 }
 
-TEST(Service, SendPassesAllThatIsTappedInTheOrderOfTapping) {
+TEST(Service, SendPassesAllTappedPortsInTheOrderOfTapping) {
   House house({Keys});
   const ClientId client = house.service->addClient();
   house.tap(client, "G2In1");
@@ -31,7 +31,7 @@ TEST(Service, SendPassesAllThatIsTappedInTheOrderOfTapping) {
   EXPECT_EQ(house.texts(client), (Texts{"1 G2In1: 90 01 01", "1 G0Out1: 90 01 01"}));
 }
 
-TEST(Service, SenderOnBothEndsOfAConnectionSeesItOnceInEach) {
+TEST(Service, SenderThatTapsBothEndsOfAConnectionSeesAMessageOnceInEach) {
   for (const bool sourceFirst : {true, false}) {
     House house({Keys});
     const ClientId client = house.service->addClient();
@@ -63,7 +63,7 @@ TEST(Service, SendWithoutTapsReachesNothing) {
   EXPECT_FALSE(house.service->hasEvents(other));
 }
 
-TEST(Service, SendAndInjectRefuseWhatMakesNoSense) {
+TEST(Service, SendAndInjectRefuseEmptyMessagesAndUnknownClientsAndPorts) {
   House house;
   const ClientId client = house.service->addClient();
   house.tap(client, "G0Out1");
@@ -81,7 +81,7 @@ std::string textOf(const ClientCounts& counts) {
          std::to_string(counts.out) + ", lost " + std::to_string(counts.lost);
 }
 
-TEST(Service, CountsWhatClientsDoAndWhatBecomesOfIt) {
+TEST(Service, CountsTapsAndMessagesOfEachClient) {
   House house({Keys}, Limits{.queueBytes = 64});
   const ClientId watcher = house.service->addClient();
   house.tap(watcher, "G0Out1");
@@ -106,13 +106,13 @@ TEST(Service, CountsWhatClientsDoAndWhatBecomesOfIt) {
   EXPECT_EQ(all.lost, 1U);
 }
 
-TEST(Service, CountsWhatTheDeviceEmits) {
+TEST(Service, CountsMessagesThatTheDeviceEmits) {
   House house({Keys}, {}, [](TestDevice& device) { device.beThru(); });
   house.inject("G1In1", {0xF8});
   EXPECT_EQ(house.service->counts().in, 2U) << "what was injected, and the answer of the thru";
 }
 
-TEST(Service, TapsAlongTheWayAreInTheOrderOfTheRoad) {
+TEST(Service, TapsAlongAPathGetAMessageInTheOrderOfThePath) {
   House house({Keys, link(out(0, 0), in(2, 0)), link(out(1, 0), in(3, 0))}, {},
               [](TestDevice& device) { device.beThru(); });
   const ClientId client = house.service->addClient();
@@ -131,7 +131,7 @@ TEST(Service, LoopOfAThruEnds) {
   EXPECT_EQ(house.texts(client), (Texts{"1 G0Out1: F8", "1 G0In1: F8"}));
 }
 
-TEST(Service, ConnectionsChangeForEverybodyAndAreTold) {
+TEST(Service, ConnectionsChangeForEverybodyAndAreReported) {
   House house;
   const ClientId client = house.service->addClient();
   house.tap(client, "G1In1");
@@ -178,12 +178,12 @@ TEST(Service, DeviceEmitsWhileItAdvances) {
   EXPECT_EQ(received[1].group, 3);
 }
 
-TEST(Service, DeviceThatWaitsForNothingSaysSo) {
+TEST(Service, DeviceThatWaitsForNothingHasNoNextTime) {
   House house;
   EXPECT_EQ(house.service->advance(device::Time(100)), std::nullopt);
 }
 
-TEST(Service, NobodyHasNoEffect) {
+TEST(Service, RequestsOfNobodyHaveNoEffect) {
   House house({Keys});
   house.news();
   house.service->removeClient(Nobody, {});
@@ -193,7 +193,7 @@ TEST(Service, NobodyHasNoEffect) {
   EXPECT_EQ(house.news(), Told());
 }
 
-TEST(Service, ClientThatLeavesIsForgotten) {
+TEST(Service, RemovedClientIsForgotten) {
   House house;
   const ClientId ann = house.service->addClient();
   const ClientId ben = house.service->addClient();
@@ -212,7 +212,7 @@ TEST(Service, ClientThatLeavesIsForgotten) {
   EXPECT_FALSE(house.service->hasEvents(next));
 }
 
-TEST(Service, SlowReaderLosesExactlyWhatIsTooMuchAndOthersNothing) {
+TEST(Service, SlowReaderLosesExactlyTheExcessAndOtherReadersNothing) {
   House house({}, {.queueBytes = 10'000});
   const ClientId slow = house.service->addClient();
   const ClientId quick = house.service->addClient();
@@ -251,7 +251,7 @@ TEST(Service, SlowReaderLosesExactlyWhatIsTooMuchAndOthersNothing) {
   EXPECT_FALSE(house.service->hasEvents(slow));
 }
 
-TEST(Service, TwentyThousandMessagesNoneLostNoneOutOfOrder) {
+TEST(Service, TwentyThousandMessagesArriveCompleteAndInOrder) {
   constexpr std::uint32_t Count = 20'000;
   House house({Keys}, {}, [](TestDevice& device) {
     device.remembersDeliveries = false;

@@ -9,7 +9,7 @@ namespace {
 using std::chrono::microseconds;
 using std::chrono::milliseconds;
 
-TEST(TapQueue, LossBeforeStandsWhereItHappened) {
+TEST(TapQueue, LossBeforeAMessageIsReportedInItsPlace) {
   Queue q;
   q.add({0x90, 1, 1});
   q.queue.addLossBefore(3);
@@ -38,7 +38,7 @@ TEST(TapQueue, FullQueueKeepsBothKindsOfLoss) {
   EXPECT_TRUE(q.queue.empty());
 }
 
-TEST(TapQueue, LossIsExactAndStandsWhereItHappened) {
+TEST(TapQueue, LossIsExactAndReportedInItsPlace) {
   Queue q(3 * NoteCost);
   const auto note = [&](std::uint8_t number) { q.add({0x90, number, 1}, milliseconds(20 * number)); };
   for (std::uint8_t i = 1; i <= 10; ++i) note(i);
@@ -57,7 +57,7 @@ TEST(TapQueue, LossIsExactAndStandsWhereItHappened) {
   EXPECT_EQ(q.queue.lost(), 9U);
 }
 
-TEST(TapQueue, LossIsToldWhenAllIsReadAndNothingComes) {
+TEST(TapQueue, LossIsReportedWhenAllIsReadAndNothingFollows) {
   Queue q(NoteCost);
   q.add({0x90, 1, 1});
   q.add({0x90, 2, 1});
@@ -82,7 +82,7 @@ TEST(TapQueue, RecordAfterALossDoesNotJoinTheEventBeforeIt) {
   EXPECT_EQ(textsOf(roomy.take()), (Texts{"1 G0Out1: 90 01 01", "lost 1", "1 G0Out1: 90 03 01", "1 G0Out1: 90 04 01"}));
 }
 
-TEST(TapQueue, WhatIsLargerThanTheQueueIsLost) {
+TEST(TapQueue, MessageLargerThanTheQueueIsLost) {
   Queue q(1000);
   q.add(Bytes(1000 - EventCost - 6, 0xF0));
   EXPECT_EQ(q.take().at(0).message.size(), 970U);

@@ -42,7 +42,7 @@ TEST(TapTable, TappedPortsAreInTheOrderOfTapping) {
   EXPECT_EQ(taps.tappedBy(Ann, First), (Ports{out(0, 0), in(0, 7), in(1, 0)}));
 }
 
-TEST(TapTable, RemovingWhatIsNotThereChangesNothing) {
+TEST(TapTable, RemovingAnUnknownTapChangesNothing) {
   TapTable taps;
   taps.add(Ann, First, out(0, 0), 0, "p");
   EXPECT_FALSE(taps.remove(Ann, First, in(0, 0)));

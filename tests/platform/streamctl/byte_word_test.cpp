@@ -14,7 +14,7 @@ TEST(ParseByte, TakesDecimalAndHexadecimal) {
   for (const auto& [word, byte] : rows) EXPECT_EQ(parseByte(word), byte) << word;
 }
 
-TEST(ParseByte, RefusesEverythingElse) {
+TEST(ParseByte, RefusesWordsThatAreNoByte) {
   for (const char* word : {"", " ", "256", "1000", "0x", "0x100", "-1", "+1", "1 ", " 1", "1.0", "9x", "0x-1", "0x0x1",
                            "F0", "0b1", "99999999999999999999"}) {
     EXPECT_FALSE(parseByte(word)) << '"' << word << '"';

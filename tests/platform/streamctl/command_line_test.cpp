@@ -24,7 +24,7 @@ Saying said(std::vector<std::string> words) {
   return saying == nullptr ? Saying{} : *saying;
 }
 
-TEST(CommandLine, Inject) {
+TEST(CommandLine, ParsesInject) {
   const auto plain = parsed<InjectCommand>({"inject", "DeckOut1", "0x90", "60", "100"});
   ASSERT_TRUE(plain);
   EXPECT_EQ(plain->port, "DeckOut1");
@@ -42,7 +42,7 @@ TEST(CommandLine, Inject) {
   EXPECT_EQ(full->perSecond, 0.5);
 }
 
-TEST(CommandLine, Play) {
+TEST(CommandLine, ParsesPlay) {
   const auto plain = parsed<PlayCommand>({"play", "song.mid", "DeckOut1"});
   ASSERT_TRUE(plain);
   EXPECT_EQ(plain->file, "song.mid");
@@ -55,7 +55,7 @@ TEST(CommandLine, Play) {
   EXPECT_EQ(full->speed, 0);
 }
 
-TEST(CommandLine, WhatOnlyShows) {
+TEST(CommandLine, ParsesListStatsAndWatch) {
   EXPECT_TRUE(parsed<ListCommand>({"list"}));
   EXPECT_TRUE(parsed<ListCommand>({"list", "--json"})->json);
   EXPECT_FALSE(parsed<StatsCommand>({"stats"})->json);
@@ -72,7 +72,7 @@ TEST(CommandLine, PortMayBeCalledLikeACommand) {
   EXPECT_THAT(watch->ports, ElementsAre("list", "stats"));
 }
 
-TEST(CommandLine, EndpointStandsOnEitherSideOfTheCommand) {
+TEST(CommandLine, EndpointMayStandBeforeOrAfterTheCommand) {
   for (const std::vector<std::string>& words : {std::vector<std::string>{"--endpoint", "ipc:///x", "list"},
                                                 {"list", "--endpoint", "ipc:///x"},
                                                 {"list", "--endpoint=ipc:///x"}}) {
@@ -83,7 +83,7 @@ TEST(CommandLine, EndpointStandsOnEitherSideOfTheCommand) {
   EXPECT_FALSE(std::get<CommandLine>(parseCommandLine({"list"})).endpoint);
 }
 
-TEST(CommandLine, HelpIsNothingWrong) {
+TEST(CommandLine, HelpIsNoError) {
   EXPECT_FALSE(said({"--help"}).wrong);
   EXPECT_THAT(said({"--help"}).text, HasSubstr("Show groups, ports and connections"));
   for (const char* command : {"list", "inject", "play", "watch", "stats"}) {
@@ -92,7 +92,7 @@ TEST(CommandLine, HelpIsNothingWrong) {
   }
 }
 
-TEST(CommandLine, WrongWordsAreSaidInOnePrintableLine) {
+TEST(CommandLine, WrongArgumentsAreReportedInOnePrintableLine) {
   const std::vector<std::string> rows[] = {{},
                                            {"list", "extra"},
                                            {"lists"},
@@ -132,7 +132,7 @@ TEST(CommandLine, WrongWordsAreSaidInOnePrintableLine) {
   }
 }
 
-TEST(CommandLine, CommandsAreNamedWhereNoneIsGiven) {
+TEST(CommandLine, MissingCommandIsReportedWithTheListOfCommands) {
   constexpr const char* Unknown =
       "no such command: con; there are list, inject, play, watch, stats (--help tells more)";
   constexpr const char* Missing = "a command is required: list, inject, play, watch, stats (--help tells more)";
@@ -154,11 +154,11 @@ TEST(CommandLine, CommandsAreNamedWhereNoneIsGiven) {
   EXPECT_THAT(said({"--endpoint"}).text, HasSubstr("--endpoint: 1 required"));
 }
 
-TEST(CommandLine, HelpOfInjectTellsWhatBareNumbersAre) {
+TEST(CommandLine, HelpOfInjectExplainsBareNumbers) {
   EXPECT_THAT(said({"inject", "--help"}).text, HasSubstr("bare numbers are decimal"));
 }
 
-TEST(CommandLine, MessageHasABound) {
+TEST(CommandLine, LengthOfAMessageIsLimited) {
   std::vector<std::string> words{"inject", "P"};
   words.insert(words.end(), 1U << 20U, "0");
   EXPECT_EQ(parsed<InjectCommand>(words)->message.size(), 1U << 20U);

@@ -47,7 +47,7 @@ std::string ownServiceTaken() {
          (hasSequencer ? "alsa" : ", a built-in device that nobody else sees; " + Advice) + "\n";
 }
 
-TEST_F(Endpoints, WithoutAnyItIsTheWellKnownSocketWhereStreamdListens) {
+TEST_F(Endpoints, WithoutAnEndpointTheWellKnownSocketOfStreamdIsUsed) {
   scratch_.write("streamd/there", "");
   const std::string wellKnown = "ipc://" + path("streamd/socket");
   const testsupport::StreamDaemon there(Daemon, {"--device", path("device.toml"), "--listen", wellKnown});
@@ -69,7 +69,7 @@ TEST_F(Endpoints, WithoutAnyItIsTheWellKnownSocketWhereStreamdListens) {
   EXPECT_THAT(controlAt(wellKnown, {"list"}), Succeeds());
 }
 
-TEST_F(Endpoints, WithoutAnyAndWithoutStreamdItIsWhatTheConsoleTakes) {
+TEST_F(Endpoints, WithoutAnEndpointAndStreamdTheServiceOfTheConsoleIsUsed) {
   const std::vector<std::vector<std::string>> rows{{"inject", "Nowhere", "1"}, {"watch", "Nowhere"}};
   for (const auto& words : rows) {
     const auto result = controlAt({}, words);
@@ -82,13 +82,13 @@ TEST_F(Endpoints, WithoutAnyAndWithoutStreamdItIsWhatTheConsoleTakes) {
   EXPECT_THAT(list.standardOutput, testing::StartsWith("GROUP "));
 }
 
-TEST_F(Endpoints, CountsNeedAStreamd) {
+TEST_F(Endpoints, StatsNeedAStreamd) {
   EXPECT_THAT(controlAt({}, {"stats"}),
               FailsSaying("streamctl: ipc://" + path("streamd/socket") + ": No such file or directory; start streamd"));
 }
 
 // One that does not answer is no reason to give up.
-TEST_F(Endpoints, WithoutAnyASilentServiceIsNamedAndPassedOver) {
+TEST_F(Endpoints, WithoutAnEndpointASilentServiceIsReportedAndSkipped) {
   scratch_.write("streamd/there", "");
   const std::string wellKnown = "ipc://" + path("streamd/socket");
   testsupport::StreamDaemon there(Daemon, {"--device", path("device.toml"), "--listen", wellKnown});
@@ -99,7 +99,7 @@ TEST_F(Endpoints, WithoutAnyASilentServiceIsNamedAndPassedOver) {
   EXPECT_EQ(result.standardError, "streamctl: " + wellKnown + ": the service does not answer\n" + ownServiceTaken());
 }
 
-TEST_F(Endpoints, NobodyListens) {
+TEST_F(Endpoints, RefusedConnectionIsReportedWithAdvice) {
   killService();
   for (const auto& words : AllCommands) {
     const std::string line = "streamctl: " + endpoint() + ": Connection refused; start streamd --listen " + endpoint();
@@ -115,7 +115,7 @@ TEST_F(Endpoints, WhereStreamdListensUnaskedTheAdviceIsShort) {
   EXPECT_THAT(controlAt({}, at(wellKnown, {"stats"})), FailsSaying(line));
 }
 
-TEST_F(Endpoints, AdviceIsForThoseWhoWantAStreamd) {
+TEST_F(Endpoints, AdviceIsGivenForSocketsOnly) {
   const std::vector<std::pair<std::string, std::string>> rows{
       {"embedded:/nowhere", "embedded:/nowhere: /nowhere: No such file or directory"},
       {"tcp://host:1", "tcp://host:1: services over the network are not supported"},
@@ -125,7 +125,7 @@ TEST_F(Endpoints, AdviceIsForThoseWhoWantAStreamd) {
   for (const auto& [where, line] : rows) EXPECT_THAT(controlAt(where, {"list"}), FailsSaying("streamctl: " + line));
 }
 
-TEST_F(Endpoints, EveryCommandTakesLeave) {
+TEST_F(Endpoints, EveryCommandSendsGoodbye) {
   const std::vector<std::vector<std::string>> rows{
       {"list"}, {"stats"}, {"inject", "DeckOut1", "1"}, {"play", Song, "DeckOut1", "--speed", "0"}};
   int left = 0;
@@ -135,7 +135,7 @@ TEST_F(Endpoints, EveryCommandTakesLeave) {
   }
 }
 
-TEST_F(Endpoints, ServiceThatSaysNothing) {
+TEST_F(Endpoints, SilentServiceIsReported) {
   daemon_->signal(SIGSTOP);
   std::vector<std::unique_ptr<Background>> all;
   for (const auto& words : AllCommands) all.push_back(start(words[0], words));
@@ -146,7 +146,7 @@ TEST_F(Endpoints, ServiceThatSaysNothing) {
   daemon_->signal(SIGCONT);
 }
 
-TEST_F(Endpoints, WrongWordsHaveAStatusOfTheirOwn) {
+TEST_F(Endpoints, WrongArgumentsHaveAStatusOfTheirOwn) {
   const std::vector<std::vector<std::string>> rows{
       {}, {"lists"}, {"inject", "DeckOut1"}, {"inject", "DeckOut1", "256"}, {"watch"}, {"play", "x"}};
   for (const auto& words : rows) {
@@ -185,7 +185,7 @@ TEST_F(Endpoints, VersionIsForStandardOutput) {
   EXPECT_THAT(result.standardOutput, testing::MatchesRegex("[0-9]+\\.[0-9]+\\.[0-9]+\n"));
 }
 
-TEST_F(Endpoints, DeviceOfItsOwn) {
+TEST_F(Endpoints, EmbeddedServiceHasADeviceOfItsOwn) {
   const std::string device = "embedded:" + path("device.toml");
   EXPECT_THAT(control({"--endpoint", device, "list"}).standardOutput, testing::HasSubstr("DeckOut1"));
   EXPECT_THAT(control({"--endpoint", device, "inject", "DeckOut1", "1"}), Succeeds());

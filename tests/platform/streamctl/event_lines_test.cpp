@@ -41,7 +41,7 @@ TEST(EventLines, TextHasALineForEachMessage) {
             "1234.000000567 P1 0 0x90 0x3C 0x64\n1234.000000567 P1 65535 0xF8\n");
 }
 
-TEST(EventLines, TimesOfAnySize) {
+TEST(EventLines, ShowTimesOfAnySize) {
   EXPECT_EQ(lines(LineForm::Text, event(0, {{0, {0}}})), "0.000000000 P1 0 0x00\n");
   EXPECT_EQ(lines(LineForm::Text, event(999'999'999, {{0, {0}}})), "0.999999999 P1 0 0x00\n");
   EXPECT_EQ(lines(LineForm::Text, event(18'446'744'073'709'551'615U, {{0, {0}}})), "18446744073.709551615 P1 0 0x00\n");
@@ -49,7 +49,7 @@ TEST(EventLines, TimesOfAnySize) {
             "{\"time_ns\":18446744073709551615,\"port\":\"P1\",\"group\":1,\"bytes\":[0]}\n");
 }
 
-TEST(EventLines, EveryByteInBothForms) {
+TEST(EventLines, ShowEveryByteInBothForms) {
   Bytes all;
   std::string hexadecimal;
   for (unsigned byte = 0; byte < 256; ++byte) {
@@ -84,7 +84,7 @@ TEST(EventLines, PortsOfSeveralEventsKeepTheirNames) {
   EXPECT_EQ(out, "0.000000000 A 0 0x01\n0.000000000 B 0 0x01\n0.000000000 A 0 0x01\n");
 }
 
-TEST(EventLines, EventCutAnywhereIsNotUnderstood) {
+TEST(EventLines, EventCutAnywhereIsRefused) {
   const Bytes whole = event(0, {{0, {0x90, 1, 2}}, {0, {0xF8}}});
   for (std::size_t size = 0; size < whole.size(); ++size) {
     Bytes cut(whole.begin(), whole.begin() + static_cast<std::ptrdiff_t>(size));

@@ -22,7 +22,7 @@ TEST_F(InjectCommandLine, AnyBytesPassThroughAPort) {
                           "RackIn1 9 0xF8"));
 }
 
-TEST_F(InjectCommandLine, CountAndRate) {
+TEST_F(InjectCommandLine, SendsTheCountOfMessagesAtARate) {
   const auto watch = start("watch", {"watch", "DeckOut2"});
   ASSERT_TRUE(hasTaps(1));
   EXPECT_THAT(control({"inject", "DeckOut2", "--count", "41", "--rate", "200", "0xFE"}), Succeeds());
@@ -31,7 +31,7 @@ TEST_F(InjectCommandLine, CountAndRate) {
   EXPECT_THAT(withoutTimes(watch->output()), testing::AllOf(testing::SizeIs(41), testing::Each("DeckOut2 0 0xFE")));
 }
 
-TEST_F(InjectCommandLine, HasReturnedWhenTheServiceHasTakenEverything) {
+TEST_F(InjectCommandLine, ReturnsOnceTheServiceHasTakenEverything) {
   // Frames, windows and what may be on its way are all exceeded.
   EXPECT_THAT(control({"inject", "DeckOut2", "0x90", "1", "1", "--count", "1000000"}), Succeeds());
   EXPECT_EQ(stats()["in"], 1'000'000);
@@ -54,7 +54,7 @@ TEST_F(InjectCommandLine, LargeMessageArrivesWhole) {
   EXPECT_TRUE(withoutTimes(watch->output()) == std::vector<std::string>(3, expected));
 }
 
-TEST_F(InjectCommandLine, UnknownPort) {
+TEST_F(InjectCommandLine, UnknownPortIsReported) {
   EXPECT_THAT(control({"inject", "DeckOut3", "1"}), FailsSaying("streamctl: no such port: DeckOut3"));
   EXPECT_THAT(control({"inject", "Deck\x1b", "1", "--rate", "1", "--count", "9"}),
               FailsSaying("streamctl: no such port: Deck\\x1B"));
@@ -92,7 +92,7 @@ TEST_F(InjectCommandLine, DiesOfASignalBetweenTwoMessages) {
   EXPECT_EQ(stats()["in"], 1);
 }
 
-TEST_F(InjectCommandLine, SignalThatWasIgnoredStaysSo) {
+TEST_F(InjectCommandLine, SignalThatWasIgnoredStaysIgnored) {
   auto shell = command({});
   shell.program = "sh";
   shell.arguments = {"-c", "trap '' INT; exec streamctl inject DeckOut1 1 --count 1000000000 --rate 100"};
@@ -116,7 +116,7 @@ TEST_F(InjectCommandLine, SecondSignalDoesNotWaitForTheService) {
   daemon_->signal(SIGCONT);
 }
 
-TEST_F(InjectCommandLine, SignalIsNoExcuseForWhatWasNotTaken) {
+TEST_F(InjectCommandLine, SignalDoesNotHideThatTheServiceStopsTaking) {
   const auto inject = start("inject", {"inject", "DeckOut1", "1", "--count", "1000000000", "--rate", "10000"});
   ASSERT_TRUE(hasIn(1));
   daemon_->signal(SIGSTOP);
@@ -127,7 +127,7 @@ TEST_F(InjectCommandLine, SignalIsNoExcuseForWhatWasNotTaken) {
   daemon_->signal(SIGCONT);
 }
 
-TEST_F(InjectCommandLine, SaysThatTheServiceHasGone) {
+TEST_F(InjectCommandLine, ReportsThatTheServiceHasGone) {
   const std::vector<std::vector<std::string>> rows{{"--count", "1000000000000"}, {"--rate", "0.01", "--count", "5"}};
   for (const auto& options : rows) {
     std::vector<std::string> words{"inject", "DeckOut1", "0x90", "1", "1"};

@@ -5,9 +5,9 @@
 #include <set>
 #include <zmq.hpp>
 
-#include "platform/host/router_socket.h"
 #include "platform/streamctl/stop_signals.h"
 #include "platform/wire/messages.h"
+#include "tests/platform/client/fake_service.h"
 #include "tests/platform/midi/smf_maker.h"
 #include "tests/platform/streamctl/service_fixture.h"
 
@@ -55,7 +55,7 @@ const Lines HalfSoundsShown{"DeckOut1 3 0x90 0x3C 0x40", "DeckOut1 9 0x90 0x24 0
 
 const Lines EndsShown{"DeckOut1 3 0x80 0x3C 0x40", "DeckOut1 9 0x80 0x24 0x40", "DeckOut1 5 0xB0 0x40 0x00"};
 
-TEST_F(PlayEarlyEnd, BySignalEndsWhatSoundsOnItsChannels) {
+TEST_F(PlayEarlyEnd, BySignalEndsTheSoundingNotesOfItsChannels) {
   writeSong(std::string(HalfSounds) + ThreeHours + "83 3C 40 " + TrackEnd);
   Lines expected = HalfSoundsShown;
   expected.insert(expected.end(), EndsShown.begin(), EndsShown.end());
@@ -78,7 +78,7 @@ TEST_F(PlayEarlyEnd, BySignalEndsWhatSoundsOnItsChannels) {
   }
 }
 
-TEST_F(PlayEarlyEnd, SongThatIsOverIsLeftAsItIs) {
+TEST_F(PlayEarlyEnd, SongThatIsOverGetsNoFurtherMessages) {
   writeSong(std::string(HalfSounds) + TrackEnd);
   const auto watch = start("watch", {"watch", "DeckOut1"});
   ASSERT_TRUE(hasTaps(1));
@@ -86,7 +86,7 @@ TEST_F(PlayEarlyEnd, SongThatIsOverIsLeftAsItIs) {
   EXPECT_THAT(shown(*watch), ElementsAreArray(HalfSoundsShown));
 }
 
-TEST_F(PlayEarlyEnd, InjectLeavesWhatItHasSent) {
+TEST_F(PlayEarlyEnd, InjectDoesNotEndItsNotes) {
   const auto watch = start("watch", {"watch", "DeckOut1"});
   ASSERT_TRUE(hasTaps(1));
   const auto inject = start("inject", {"inject", "DeckOut1", "0x90", "60", "64", "--count", "2", "--rate", "0.0001"});
@@ -133,7 +133,7 @@ TEST_F(PlayEarlyEnd, EachPassOfALoopBeginsInSilence) {
   }
 }
 
-TEST_F(PlayEarlyEnd, AsFastAsItGoesEndsMoreThanAFrameHolds) {
+TEST_F(PlayEarlyEnd, AtFullSpeedEndsMoreNotesThanAFrameHolds) {
   // Every note of every channel.
   std::string track;
   for (int channel = 0; channel < 16; ++channel) {
@@ -177,18 +177,13 @@ TEST_F(PlayEarlyEnd, SignalThatIsIgnoredEndsNothing) {
 // A service with one port that takes two frames of messages and refuses the third, and what it gets.
 class RefusingService {
  public:
-  explicit RefusingService(const std::string& endpoint) { EXPECT_EQ(socket_.bind(endpoint), std::nullopt); }
+  explicit RefusingService(const std::string& endpoint) : service_(context_, endpoint) {}
 
   // Serves until the program has ended.
   void serveUntilTheEndOf(Background& program) {
     const Deadline deadline(Patience);
     while (!program.hasEnded() && !deadline.passed()) {
-      zmq_pollitem_t item{socket_.handle(), 0, ZMQ_POLLIN, 0};
-      zmq_poll(&item, 1, 10);
-      while (const auto incoming = socket_.receive()) {
-        const std::string peer(incoming->peer);
-        if (const auto envelope = wire::decode(incoming->message)) answer(peer, *envelope);
-      }
+      while (const auto envelope = service_.receive(10ms)) answer(*envelope);
     }
   }
 
@@ -196,32 +191,31 @@ class RefusingService {
   const Lines& messages() const { return messages_; }
 
  private:
-  void answer(const std::string& peer, const wire::Envelope& envelope) {
-    const auto send = [&](std::uint32_t tag, const wire::Body& body) { socket_.send(peer, wire::encode(tag, body)); };
+  void answer(const wire::Envelope& envelope) {
     if (std::holds_alternative<wire::Hello>(envelope.body)) {
       // With this window every frame waits for the answer to the one before.
-      send(envelope.tag, wire::Welcome{1, 1});
+      service_.send(envelope.tag, wire::Welcome{1, 1});
     } else if (std::holds_alternative<wire::AskTopology>(envelope.body)) {
       const wire::TopologyGroup group{0, std::nullopt, "Deck", wire::TopologySide{1, "DeckOut", {}}, {}};
-      send(envelope.tag, wire::Topology{{group}});
+      service_.send(envelope.tag, wire::Topology{{group}});
     } else if (const auto* inject = std::get_if<wire::Inject>(&envelope.body)) {
       for (const wire::InjectItem& item : inject->messages) {
         messages_.push_back(std::to_string(item.group) + ' ' + midi::toHex(item.bytes));
       }
-      if (++frames_ == 3) send(0, wire::Result{device::Status::Refused, 0});
-      send(0, wire::Taken{frames_});
+      if (++frames_ == 3) service_.send(0, wire::Result{device::Status::Refused, 0});
+      service_.send(0, wire::Taken{frames_});
     } else if (envelope.tag != 0) {
-      send(envelope.tag, wire::Result{});
+      service_.send(envelope.tag, wire::Result{});
     }
   }
 
   zmq::context_t context_;
-  host::RouterSocket socket_{context_};
+  client::FakeService service_;
   std::uint64_t frames_ = 0;
   Lines messages_;
 };
 
-TEST_F(PlayEarlyEnd, ByAnErrorOfAServiceThatStillAnswers) {
+TEST_F(PlayEarlyEnd, ByAServiceErrorEndsTheSoundingNotes) {
   // Half a second apart.
   writeSong(std::string("00 93 3C 40 60 83 3C 40 00 94 3E 40 60 95 40 40 60 94 3E 00 ") + TrackEnd);
   const std::string refusing = "ipc://" + path("refusing");

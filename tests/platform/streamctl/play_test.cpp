@@ -55,7 +55,7 @@ class PlayCommandLine : public WithService {
 
 class PlayAtSpeed : public PlayCommandLine, public testing::WithParamInterface<const char*> {};
 
-TEST_P(PlayAtSpeed, IsSeenCompleteAndInOrderByTwo) {
+TEST_P(PlayAtSpeed, IsSeenCompleteAndInOrderByTwoWatchers) {
   const auto source = start("source", {"watch", "DeckOut1"});
   const auto sink = start("sink", {"watch", "RackIn1"});
   ASSERT_TRUE(hasTaps(2));
@@ -98,7 +98,7 @@ TEST_F(PlayCommandLine, WaitsUntilAMessageIsDue) {
   EXPECT_EQ(stats()["in"], 2);
 }
 
-TEST_F(PlayCommandLine, FileWithoutMessagesIsOverAtOnce) {
+TEST_F(PlayCommandLine, FileWithoutMessagesEndsAtOnce) {
   scratch_.write("silent.mid", std::string("MThd\0\0\0\6\0\0\0\1\0\x60MTrk\0\0\0\4\x7F\xFF\x2F\0", 26));
   EXPECT_THAT(control({"play", path("silent.mid"), "DeckOut1", "--loop"}), Succeeds());
 }
@@ -167,7 +167,7 @@ TEST_F(PlayCommandLine, NoBarOnATerminalThatCannotMoveItsCursor) {
   EXPECT_EQ(terminal.output(), "");
 }
 
-TEST_F(PlayCommandLine, WhatCannotBePlayed) {
+TEST_F(PlayCommandLine, FilesAndPortsThatCannotBePlayedAreReported) {
   scratch_.write("text.mid", "no music");
   scratch_.write("empty.mid", "");
   EXPECT_THAT(control({"play", path("none.mid"), "DeckOut1"}),
@@ -182,7 +182,7 @@ TEST_F(PlayCommandLine, WhatCannotBePlayed) {
   EXPECT_EQ(stats()["in"], 0);
 }
 
-TEST_F(PlayCommandLine, SaysThatTheServiceHasGone) {
+TEST_F(PlayCommandLine, ReportsThatTheServiceHasGone) {
   const std::vector<std::vector<std::string>> rows{{"--loop", "--speed", "0"}, {"--speed", "0.01"}};
   for (const auto& options : rows) {
     std::vector<std::string> words{"play", Song, "DeckOut1"};

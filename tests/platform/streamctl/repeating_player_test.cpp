@@ -17,7 +17,7 @@ std::uint64_t drain(midi::Player& player, Time now) {
   return count;
 }
 
-TEST(RepeatingPlayer, WithoutARateAllAreDueAtTheStart) {
+TEST(RepeatingPlayer, WithoutARateAllMessagesAreDueAtTheStart) {
   const auto player = makeRepeatingPlayer({5, {0x90, 1, 2}, 3, std::nullopt});
   EXPECT_FALSE(player->due());
   EXPECT_FALSE(player->next(10s));
@@ -32,7 +32,7 @@ TEST(RepeatingPlayer, WithoutARateAllAreDueAtTheStart) {
   EXPECT_FALSE(player->due());
 }
 
-TEST(RepeatingPlayer, EachHasItsOwnMultipleOfThePeriod) {
+TEST(RepeatingPlayer, EachMessageIsDueAtItsMultipleOfThePeriod) {
   const auto player = makeRepeatingPlayer({0, {0xF8}, 100, 3.0});
   player->start(1s);
   EXPECT_EQ(drain(*player, 1s), 1U);
@@ -52,7 +52,7 @@ TEST(RepeatingPlayer, GoesOnFromThePresentAfterALongPause) {
   EXPECT_EQ(player->due(), 60s + 100ms);
 }
 
-TEST(RepeatingPlayer, RatesAtTheEdges) {
+TEST(RepeatingPlayer, TakesTheSlowestAndTheFastestRate) {
   const auto slow = makeRepeatingPlayer({0, {1}, 3, std::numeric_limits<double>::denorm_min()});
   slow->start(1s);
   EXPECT_EQ(drain(*slow, 1s), 1U);

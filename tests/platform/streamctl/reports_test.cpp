@@ -6,7 +6,7 @@ namespace {
 
 class Reports : public WithService {};
 
-TEST_F(Reports, ListForPeople) {
+TEST_F(Reports, ListPrintsATable) {
   const auto listed = control({"list"});
   EXPECT_THAT(listed, Succeeds());
   EXPECT_EQ(listed.standardOutput,
@@ -18,7 +18,7 @@ TEST_F(Reports, ListForPeople) {
             "5      Rack  sink    RackIn2   DeckOut1\n");
 }
 
-TEST_F(Reports, ListForPrograms) {
+TEST_F(Reports, ListPrintsJson) {
   const auto listed = control({"list", "--json"});
   EXPECT_THAT(listed, Succeeds());
   EXPECT_EQ(nlohmann::json::parse(listed.standardOutput, nullptr, false), nlohmann::json::parse(R"({
@@ -27,7 +27,7 @@ TEST_F(Reports, ListForPrograms) {
     "connections": [{"source": "DeckOut1", "sink": "RackIn2"}, {"source": "DeckOut1", "sink": "RackIn1"}]})"));
 }
 
-TEST_F(Reports, StatsAfterKnownTraffic) {
+TEST_F(Reports, StatsCountKnownTraffic) {
   const auto watch = start("watch", {"watch", "RackIn1", "RackIn2"});
   ASSERT_TRUE(hasTaps(2));
   ASSERT_THAT(control({"inject", "DeckOut1", "0x90", "1", "1", "--count", "1500"}), Succeeds());

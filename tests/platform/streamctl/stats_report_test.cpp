@@ -22,7 +22,7 @@ TEST(StatsText, HasTotalsAndALineForEachClient) {
             "two words\\x0A  1           0     5   5     0     1000   100%\n");
 }
 
-TEST(StatsText, LossesThatNobodyCountedStandBesideTheCount) {
+TEST(StatsText, ShowsUncountedLossesBesideTheCount) {
   wire::Stats stats = Sample;
   stats.uncountedLosses = 1;
   EXPECT_NE(statsText(stats).find("\nmessages lost  5, and 1 time an unknown number\nqueue limit    1000 bytes\n"),
@@ -32,7 +32,7 @@ TEST(StatsText, LossesThatNobodyCountedStandBesideTheCount) {
   EXPECT_EQ(nlohmann::json::parse(statsJson(stats))["uncounted_losses"], 2);
 }
 
-TEST(StatsText, NoClientsAndNoBound) {
+TEST(StatsText, ShowsNoClientsAndNoQueueLimit) {
   EXPECT_EQ(statsText({}),
             "messages in    0\n"
             "messages out   0\n"

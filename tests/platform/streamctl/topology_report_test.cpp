@@ -44,14 +44,14 @@ TEST(TopologyText, DeviceWithoutGroupsHasHeadings) {
   EXPECT_EQ(topologyText({}, {}, {}, Ascii), "GROUP  NAME  SIDE  PORT  CONNECTIONS\n");
 }
 
-TEST(TopologyText, NamesDoNotSteerTheTerminal) {
+TEST(TopologyText, NamesAreShownWithoutControlCharacters) {
   const wire::Topology odd{{{1, 1, "a\x1b[2J", wire::TopologySide{1, "", {"b\nc"}}, std::nullopt}}};
   const std::string text = topologyText(odd, {}, {}, Ascii);
   EXPECT_NE(text.find("a\\x1B[2J"), std::string::npos) << text;
   EXPECT_NE(text.find("b\\x0Ac"), std::string::npos) << text;
 }
 
-TEST(TopologyText, LargestSide) {
+TEST(TopologyText, ShowsEachPortOfTheLargestSide) {
   const wire::Topology large{{{1, 1, "G", wire::TopologySide{65535, "P", {}}, std::nullopt}}};
   const std::string text = topologyText(large, {}, {}, Ascii);
   EXPECT_EQ(std::ranges::count(text, '\n'), 65536);
@@ -70,12 +70,12 @@ TEST(TopologyJson, IsComplete) {
       {"source": "DeckOut1", "sink": "Right"}]})"));
 }
 
-TEST(TopologyJson, DeviceWithoutGroups) {
+TEST(TopologyJson, DeviceWithoutGroupsHasEmptyLists) {
   EXPECT_EQ(nlohmann::json::parse(topologyJson({}, {}, {})),
             nlohmann::json::parse(R"({"groups": [], "connections": []})"));
 }
 
-TEST(TopologyJson, AnyNameIsText) {
+TEST(TopologyJson, AnyNameBecomesValidText) {
   const wire::Topology odd{{{1, 1, "\"\xff\\", wire::TopologySide{1, "", {"b\n"}}, std::nullopt}}};
   const auto document = nlohmann::json::parse(topologyJson(odd, {}, {}));
   EXPECT_EQ(document["groups"][0]["name"], "\"\xEF\xBF\xBD\\");
@@ -86,7 +86,7 @@ wire::Original bytes(std::string_view text) { return {text.begin(), text.end()};
 
 const wire::Originals SampleOriginals{{{65535, bytes("Rack 19"), {}, {bytes("20:0 L\xff"), bytes("20:1 R")}}}};
 
-TEST(TopologyText, OriginalNamesStandBesideOurs) {
+TEST(TopologyText, OriginalNamesAreShownBesideOurs) {
   EXPECT_EQ(topologyText(sample(), SampleLinks, SampleOriginals, Ascii),
             "GROUP  NAME  SIDE    PORT      ORIGINAL    CONNECTIONS\n"
             "0      Deck  source  DeckOut1  -           Right\n"
@@ -119,7 +119,7 @@ TEST(TopologyText, PortsThatHaveGoneAreLeftOut) {
             "65535  Rack  sink  Right  20:1 R    -\n");
 }
 
-TEST(TopologyJson, OriginalNames) {
+TEST(TopologyJson, HasOriginalNames) {
   wire::Topology topology{{sample().groups[1], sample().groups[2]}};
   topology.groups[0].sinks->names[1].clear();
   EXPECT_EQ(nlohmann::json::parse(topologyJson(topology, {}, SampleOriginals)), nlohmann::json::parse(R"({

@@ -46,7 +46,7 @@ TEST_F(WatchCommandLine, JsonHasAnObjectInEachLine) {
   EXPECT_EQ(second, nlohmann::json::parse(R"({"port": "DeckIn1", "group": 0, "bytes": [248]})"));
 }
 
-TEST_F(WatchCommandLine, EndsWellOnEitherSignal) {
+TEST_F(WatchCommandLine, SucceedsOnEitherEndingSignal) {
   for (const int signal : {SIGINT, SIGTERM}) {
     const auto watch = start("watch", {"watch", "DeckOut1"});
     ASSERT_TRUE(hasTaps(1));
@@ -90,7 +90,7 @@ TEST_F(WatchCommandLine, OutputThatCannotBeWrittenIsAFailure) {
   EXPECT_EQ(watch.errors(), "streamctl: standard output: No space left on device\n");
 }
 
-TEST_F(WatchCommandLine, UnknownPort) {
+TEST_F(WatchCommandLine, UnknownPortIsReported) {
   EXPECT_THAT(control({"watch", "DeckOut1", "Nowhere"}), FailsSaying("streamctl: no such port: Nowhere"));
   EXPECT_THAT(control({"watch", std::string(64, 'x')}),
               FailsSaying("streamctl: no such port: " + std::string(64, 'x')));

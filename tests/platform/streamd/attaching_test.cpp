@@ -38,7 +38,7 @@ class Attaching : public testing::Test {
   EndpointVariable endpoint_{daemon_.endpoint()};
 };
 
-TEST_F(Attaching, QuestionsAboutTheGraphNoticeThatTheServiceHasGone) {
+TEST_F(Attaching, RequestsForTheGraphNoticeThatTheServiceHasGone) {
   EventPortManager manager(Behaviour, true);
   StrmSrv::Patcher patcher(manager, 0);
   std::vector<StrmSrv::PortRecord> sinks;
@@ -57,7 +57,7 @@ TEST_F(Attaching, QuestionsAboutTheGraphNoticeThatTheServiceHasGone) {
   EXPECT_EQ(testing::internal::GetCapturedStderr(), line + "the service has gone\n" + line + "the service is back\n");
 }
 
-TEST_F(Attaching, QuestionsAboutTheGraphFindANewServiceWithoutTheirChannel) {
+TEST_F(Attaching, RequestsForTheGraphFindANewServiceWithoutTheirChannel) {
   EventPortManager manager(Behaviour, true);
   StrmSrv::Patcher patcher(manager, 0);
   kill();
@@ -137,7 +137,7 @@ TEST_F(Attaching, ReceivingInsideAPortDoesNothingWhenTheServiceHasGone) {
   EXPECT_EQ(nested, std::vector{EvtSrv::EvtRes_DoNothing});
 }
 
-TEST_F(Attaching, TapThatHadNoAnswerIsNotMadeLater) {
+TEST_F(Attaching, TapWithoutAnAnswerIsNotMadeLater) {
   EventPortManager manager(Behaviour, true);
   RecordingPort port(manager);
   ASSERT_EQ(port.tap(Port), EvtSrv::EvtRes_Success);
@@ -192,7 +192,7 @@ TEST_F(Attaching, SenderOfAServiceThatIsKilledFailsAtOnce) {
   EXPECT_EQ(testing::internal::GetCapturedStderr(), sys::programLine(daemon_.endpoint() + ": the service has gone\n"));
 }
 
-TEST(AttachingMany, TapsComeBackHoweverManyTheyAre) {
+TEST(AttachingMany, AnyNumberOfTapsComesBack) {
   constexpr int Many = 10'000;  // more than are made in the time that a single answer has
   const DeviceFile device("[[group]]\nid = 0\nname = \"Big\"\nsources = " + std::to_string(Many) + "\n");
   testsupport::StreamDaemon daemon{FLOWSCOPE_BINARY_DIR "/streamd", {"--device", device.path()}};
@@ -245,7 +245,7 @@ class AttachingToTwoDevices : public testing::Test {
 };
 
 // Those within a device stand as it says; those between two are the service's alone.
-TEST_F(AttachingToTwoDevices, ConnectionsThatTheServiceHasLostAreToldInOneLine) {
+TEST_F(AttachingToTwoDevices, ConnectionsThatTheServiceHasLostAreReportedInOneLine) {
   EventPortManager manager(Behaviour, true);
   StrmSrv::Patcher patcher(manager, 0);
   EXPECT_STREQ(StrmSrv::GroupNameTable[41], "Rack") << "as the file says";
@@ -273,7 +273,7 @@ TEST_F(AttachingToTwoDevices, ConnectionsThatTheServiceHasLostAreToldInOneLine) 
 }
 
 // A console that only listens does not ask for the connections, and is told of what others do all the same.
-TEST_F(AttachingToTwoDevices, WhatOthersHaveDoneCountsForOneThatAsksNothing) {
+TEST_F(AttachingToTwoDevices, ChangesOfOtherClientsReachAClientThatAsksNothing) {
   EventPortManager idle(Behaviour, true);
   {
     StrmSrv::Patcher patcher(idle, 0);

@@ -59,7 +59,7 @@ class Consoles : public testing::Test {
   Injector injector_{daemon_.socket()};
 };
 
-TEST_F(Consoles, TwoSeeTheSame) {
+TEST_F(Consoles, TwoConsolesSeeTheSameMessages) {
   constexpr std::uint32_t Count = 5'000;
   const auto one = watchingConsole();
   const auto two = watchingConsole();
@@ -68,7 +68,7 @@ TEST_F(Consoles, TwoSeeTheSame) {
   EXPECT_EQ(two->notesUntil(Count - 1), numbersBelow(Count));
 }
 
-TEST_F(Consoles, TwentySeeTheSame) {
+TEST_F(Consoles, TwentyConsolesSeeTheSameMessages) {
   constexpr std::uint32_t Count = 500;
   std::vector<std::unique_ptr<Console>> consoles;
   for (int i = 0; i < 20; ++i) consoles.push_back(watchingConsole());
@@ -76,7 +76,7 @@ TEST_F(Consoles, TwentySeeTheSame) {
   for (const auto& console : consoles) EXPECT_EQ(console->notesUntil(Count - 1), numbersBelow(Count));
 }
 
-TEST_F(Consoles, OneThatIsKilledIsForgottenAndTheOtherGoesOn) {
+TEST_F(Consoles, KilledConsoleIsForgottenAndTheOtherGoesOn) {
   const auto killed = watchingConsole();
   const auto other = watchingConsole();
   ASSERT_EQ(injector_.stats().clients.size(), 3U);
@@ -87,7 +87,7 @@ TEST_F(Consoles, OneThatIsKilledIsForgottenAndTheOtherGoesOn) {
   EXPECT_EQ(other->notesUntil(9), numbersBelow(10));
 }
 
-TEST_F(Consoles, TwoThatPatchTheSamePortsAgreeInTheEnd) {
+TEST_F(Consoles, TwoConsolesThatPatchTheSamePortsAgreeInTheEnd) {
   const testsupport::ScratchFolder folder;
   std::string script;
   for (int i = 0; i < 200; ++i) {
@@ -115,7 +115,7 @@ TEST_F(Consoles, TwoThatPatchTheSamePortsAgreeInTheEnd) {
   EXPECT_GE(links.version, 400U) << "both have patched";
 }
 
-TEST_F(Consoles, StoppedOneKeepsItsTapAndGetsItsQueue) {
+TEST_F(Consoles, StoppedConsoleKeepsItsTapAndGetsItsQueue) {
   constexpr std::uint32_t Count = 2'000;
   const auto stopped = watchingConsole();
   const auto other = watchingConsole();
@@ -131,7 +131,7 @@ TEST_F(Consoles, StoppedOneKeepsItsTapAndGetsItsQueue) {
   EXPECT_EQ(other->notesUntil(Count - 1), numbersBelow(Count));
 }
 
-TEST_F(Consoles, StoppedOneIsToldItsExactLoss) {
+TEST_F(Consoles, StoppedConsoleIsToldItsExactLoss) {
   constexpr std::uint32_t Step = 20'000;
   const auto stopped = watchingConsole();
   stopped->terminal().signal(SIGSTOP);
@@ -163,7 +163,7 @@ TEST_F(Consoles, TapComesBackWithAServiceThatWasKilled) {
   EXPECT_EQ(console->terminal().waitForExit(Deadline(Console::Patience)), testsupport::ExitStatus::exited(0));
 }
 
-TEST_F(Consoles, QuitsAtOnceWithoutItsService) {
+TEST_F(Consoles, ConsoleQuitsAtOnceWithoutItsService) {
   const auto console = watchingConsole();
   daemon_.signal(SIGTERM);
   EXPECT_TRUE(console->shows("the service has gone"));

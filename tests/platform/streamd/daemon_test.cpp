@@ -76,7 +76,7 @@ TEST(Streamd, SocketIsForItsOwnerAndGroup) {
   EXPECT_EQ(found.st_mode & 0777U, 0660U);
 }
 
-TEST(Streamd, SecondOneRefusesAndTheFirstGoesOn) {
+TEST(Streamd, SecondDaemonAtOneSocketFailsAndTheFirstGoesOn) {
   const testsupport::StreamDaemon daemon(Streamd);
   const auto second = run({"--listen", daemon.endpoint()});
   EXPECT_EQ(second.status, ExitStatus::exited(1));
@@ -85,7 +85,7 @@ TEST(Streamd, SecondOneRefusesAndTheFirstGoesOn) {
   EXPECT_THAT(groupsAt(daemon.endpoint()), HasSubstr("Keyboard"));
 }
 
-TEST(Streamd, ReplacesTheSocketOfOneThatWasKilled) {
+TEST(Streamd, ReplacesTheSocketOfAKilledDaemon) {
   testsupport::StreamDaemon daemon(Streamd);
   daemon.signal(SIGKILL);
   ASSERT_TRUE(daemon.waitForExit(Deadline(Patience)));
@@ -162,7 +162,7 @@ TEST(Streamd, DriversStandSideBySide) {
       testing::ContainsRegex("9 +Keyboard_2 +source +KeyboardOut1_2 +ToneGeneratorIn1_2 SequencerIn1_2 ThruIn1_3"));
 }
 
-TEST(Streamd, LogsClientsThatComeAndLeave) {
+TEST(Streamd, LogsClientsThatConnectAndLeave) {
   const testsupport::StreamDaemon daemon(Streamd);
   EXPECT_THAT(daemon.log(), HasSubstr("streamd: built-in device: 9 groups, 12 sources, 14 sinks\n"));
   groupsAt(daemon.endpoint());
@@ -206,7 +206,7 @@ TEST(Streamd, TakesAsManyDescriptorsAsItMay) {
   EXPECT_THAT(groupsAt(daemon.endpoint()), HasSubstr("Keyboard"));
 }
 
-TEST(Streamd, ClosedStandardErrorIsNothingElse) {
+TEST(Streamd, ClosedStandardErrorBecomesDevNull) {
   const testsupport::ScratchFolder folder;
   const std::string socket = folder.path() / "socket";
   testsupport::ChildDescriptors descriptors;
@@ -230,7 +230,7 @@ TEST(Streamd, HelpAndVersionAreNoErrors) {
   EXPECT_EQ(run({"--version"}).status, ExitStatus::exited(0));
 }
 
-TEST(Streamd, SaysInOneLineWhyItCannotServe) {
+TEST(Streamd, ReportsInOneLineWhyItCannotServe) {
   const testsupport::ScratchFolder folder;
   folder.write("bad.toml", "\nport = 1\n");
   folder.write("file", "precious");

@@ -135,7 +135,7 @@ TEST_F(Faults, BurstOfConnectionsKeepsNobodyAway) {
   expectService();
 }
 
-TEST_F(Faults, MessagesThatAreNoneHarmNobody) {
+TEST_F(Faults, MalformedMessagesHarmNobody) {
   zmq::context_t context;
   host::RawClient bad(context, daemon_.endpoint());
   const std::uint64_t session = bad.hello();
@@ -156,7 +156,7 @@ TEST_F(Faults, MessagesThatAreNoneHarmNobody) {
   EXPECT_TRUE(clientCountBecomes(1)) << "whose connection was closed has gone";
 }
 
-TEST_F(Faults, TwoWhoPatchTheSamePortsAgreeInTheEnd) {
+TEST_F(Faults, TwoClientsThatPatchTheSamePortsAgreeInTheEnd) {
   // On a machine that is busy enough an answer may take more than the two seconds that a session waits.
   const auto answered = [](const auto& operation) {
     const Deadline deadline(Patience);
@@ -276,7 +276,7 @@ TEST_F(Faults, PortsThatTheNewServiceDoesNotHaveAreCounted) {
               testing::HasSubstr("the service is back, 1 of 2 taps attached again\n"));
 }
 
-TEST_F(Faults, LossOfAStalledReaderIsCountedExactlyAndOnlyItsOwn) {
+TEST_F(Faults, StalledReaderCountsExactlyItsOwnLoss) {
   constexpr std::uint32_t Count = 100'000;  // far more than a queue holds
   EventPortManager slow(Behaviour, true);
   RecordingPort stalled(slow);

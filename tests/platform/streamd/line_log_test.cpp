@@ -45,7 +45,7 @@ TEST_F(LineLogTest, WritesLinesBehindTheNameOfTheProgram) {
   EXPECT_EQ(text(), "streamd: one\nstreamd: two\n");
 }
 
-TEST_F(LineLogTest, LeavesOutAndCountsWhatNobodyReads) {
+TEST_F(LineLogTest, LeavesOutAndCountsLinesThatNobodyReads) {
   LineLog log(ends_[1]);
   fill();
   log.write("one");
@@ -61,7 +61,7 @@ TEST_F(LineLogTest, LeavesOutAndCountsWhatNobodyReads) {
   EXPECT_EQ(text(), "streamd: 1 line left out: nobody read the log\nstreamd: six\n");
 }
 
-TEST(LineLog, DescriptorThatTakesNothingIsNoFailure) {
+TEST(LineLog, FullOrClosedDescriptorIsNoFailure) {
   const int full = open("/dev/full", O_WRONLY | O_CLOEXEC);
   ASSERT_GE(full, 0);
   LineLog(full).write("one");

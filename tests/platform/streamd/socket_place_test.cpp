@@ -82,7 +82,7 @@ TEST_F(SocketPlaceTest, MakesOnlyOneFolder) {
   EXPECT_FALSE(fs::exists(folder_.path() / "a"));
 }
 
-TEST_F(SocketPlaceTest, IsTakenOnceAndGivenBack) {
+TEST_F(SocketPlaceTest, IsClaimedOnceAndReleased) {
   {
     const auto claimed = SocketPlace::claim(path_);
     ASSERT_TRUE(std::holds_alternative<Place>(claimed));
@@ -92,7 +92,7 @@ TEST_F(SocketPlaceTest, IsTakenOnceAndGivenBack) {
   EXPECT_EQ(refusal(path_), "");
 }
 
-TEST_F(SocketPlaceTest, SocketOfSomebodyWhoListensStays) {
+TEST_F(SocketPlaceTest, SocketOfARunningServiceStays) {
   const std::string path = folder_.path() / "socket";
   const Listener listener(path);
   ASSERT_TRUE(listener.listens());
@@ -100,7 +100,7 @@ TEST_F(SocketPlaceTest, SocketOfSomebodyWhoListensStays) {
   EXPECT_EQ(sys::whyNobodyListens(path), 0);
 }
 
-TEST_F(SocketPlaceTest, SocketOfSomebodyBusyStays) {
+TEST_F(SocketPlaceTest, SocketOfABusyServiceStays) {
   const std::string path = folder_.path() / "socket";
   const Listener listener(path);
   std::vector<int> waiting;
@@ -109,7 +109,7 @@ TEST_F(SocketPlaceTest, SocketOfSomebodyBusyStays) {
   EXPECT_EQ(refusal(path), "a service is already listening there");
 }
 
-TEST_F(SocketPlaceTest, StaleSocketIsTakenAway) {
+TEST_F(SocketPlaceTest, StaleSocketIsRemoved) {
   const std::string path = folder_.path() / "socket";
   { const Listener gone(path); }
   ASSERT_TRUE(fs::exists(path));
@@ -118,7 +118,7 @@ TEST_F(SocketPlaceTest, StaleSocketIsTakenAway) {
   EXPECT_FALSE(fs::exists(path));
 }
 
-TEST_F(SocketPlaceTest, OtherThingsStay) {
+TEST_F(SocketPlaceTest, FilesThatAreNoSocketStay) {
   const std::string file = folder_.path() / "file";
   std::ofstream(file) << "precious";
   const std::string link = folder_.path() / "link";

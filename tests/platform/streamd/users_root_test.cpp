@@ -55,7 +55,7 @@ class Users : public testsupport::RootTest {
   testsupport::StreamDaemon daemon_{FLOWSCOPE_BINARY_DIR "/streamd"};
 };
 
-TEST_F(Users, OwnerAndGroupComeIn) {
+TEST_F(Users, OwnerAndGroupMayConnect) {
   for (const std::string user : {"0", Stranger}) {
     const auto listed = listAs(user, "0");
     EXPECT_EQ(listed.status, ExitStatus::exited(0)) << user << listed.standardError;
@@ -63,7 +63,7 @@ TEST_F(Users, OwnerAndGroupComeIn) {
   }
 }
 
-TEST_F(Users, OthersAreToldWhy) {
+TEST_F(Users, OtherUsersAreToldThatPermissionIsDenied) {
   const auto listed = listAs(Stranger, Stranger);
   EXPECT_EQ(listed.status, ExitStatus::exited(1));
   EXPECT_EQ(listed.standardOutput, "");

@@ -19,7 +19,7 @@ struct Row {
   std::string ascii;
 };
 
-TEST(Printable, ShowsWhatIsSafe) {
+TEST(Printable, KeepsSafeCharacters) {
   const Row rows[] = {
       {"nothing", "", "", ""},
       {"ASCII", "a ~!", "a ~!", "a ~!"},
@@ -155,14 +155,14 @@ TEST(Printable, EveryByteAloneIsAnswered) {
   }
 }
 
-TEST(Printable, CharactersAreColumns) {
+TEST(Printable, CountsCharactersAsColumns) {
   EXPECT_EQ(columns(""), 0U);
   EXPECT_EQ(columns("ab?"), 3U);
   EXPECT_EQ(columns("\xC3\xB6\xE2\x82\xAC\xF0\x9F\x98\x80."), 4U);
 }
 
 // A program's patterns mean what they mean in its own locale.
-TEST(TextEncoding, AskingLeavesTheLocaleAlone) {
+TEST(TextEncoding, QueryLeavesTheLocaleAlone) {
   environmentEncoding();
   EXPECT_STREQ(std::setlocale(LC_ALL, nullptr), "C");
 }

@@ -103,7 +103,7 @@ TEST(EventEntry, LossHasItsBytes) {
   EXPECT_EQ(out.size(), LossEntryBytes);
 }
 
-TEST(EventEntry, LossBeforeHasItsBytesAndComesBack) {
+TEST(EventEntry, LossBeforeAnEventHasItsBytesAndIsDecoded) {
   std::vector<std::uint8_t> out;
   appendEventEntry({.lostBefore = 0x0102030405060708}, out);
   EXPECT_EQ(out, bytesOf("03 08 07 06 05 04 03 02 01"));

@@ -99,7 +99,7 @@ TEST(Messages, SamplesCoverEveryKind) {
   EXPECT_EQ(seen, std::vector<bool>(seen.size(), true));
 }
 
-TEST(Messages, EveryKindComesBackWhole) {
+TEST(Messages, EveryKindIsDecodedAsItWasEncoded) {
   for (const Sample& sample : samples()) {
     const auto bytes = bytesOf(sample.bytes);
     DecodeError error = DecodeError::Malformed;
@@ -112,7 +112,7 @@ TEST(Messages, EveryKindComesBackWhole) {
   }
 }
 
-TEST(Messages, EventsAreAViewOfWhatWasDecoded) {
+TEST(Messages, EventsAreAViewOfTheDecodedBytes) {
   const auto bytes = encode(0, Events{EntryBytes});
   const auto envelope = decode(bytes);
   ASSERT_TRUE(envelope);
@@ -140,7 +140,7 @@ TEST(Messages, TrailingBytesAreRefused) {
   }
 }
 
-TEST(Messages, WhatIsNoMessageIsRefused) {
+TEST(Messages, BytesThatAreNoMessageAreRefused) {
   struct Case {
     const char* what;
     const char* bytes;
@@ -187,7 +187,7 @@ TEST(Messages, WhatIsNoMessageIsRefused) {
   for (const Case& c : cases) EXPECT_EQ(errorOf(bytesOf(c.bytes)), c.error) << c.what;
 }
 
-TEST(Messages, LongestNameTravelsAndNoLonger) {
+TEST(Messages, LongestNameIsAcceptedAndALongerOneRefused) {
   const auto bytes = encode(1, Hello{std::string(device::MaxNameBytes, 'n'), 2});
   const auto envelope = decode(bytes);
   ASSERT_TRUE(envelope);
@@ -199,7 +199,7 @@ TEST(Messages, LongestNameTravelsAndNoLonger) {
   EXPECT_EQ(errorOf(longer), DecodeError::Malformed);
 }
 
-TEST(Messages, LongestMidiMessageTravelsAndNoLonger) {
+TEST(Messages, LongestMidiMessageIsAcceptedAndALongerOneRefused) {
   const auto bytes = encode(1, Send{1, 2, 3, std::vector<std::uint8_t>(device::MaxMessageBytes, 0x41)});
   const auto envelope = decode(bytes);
   ASSERT_TRUE(envelope);
@@ -211,7 +211,7 @@ TEST(Messages, LongestMidiMessageTravelsAndNoLonger) {
   EXPECT_EQ(errorOf(longer), DecodeError::Malformed);
 }
 
-TEST(Messages, TagIsReadFromWhatCannotBeDecoded) {
+TEST(Messages, TagIsReadFromBytesThatCannotBeDecoded) {
   struct Case {
     const char* bytes;
     std::optional<std::uint32_t> tag;
@@ -228,7 +228,7 @@ TEST(Messages, TagIsReadFromWhatCannotBeDecoded) {
   for (const Case& c : cases) EXPECT_EQ(tagOf(bytesOf(c.bytes)), c.tag) << c.bytes;
 }
 
-TEST(Messages, ErrorMayBeIgnored) { EXPECT_FALSE(decode({})); }
+TEST(Messages, DecodeErrorMayBeIgnored) { EXPECT_FALSE(decode({})); }
 
 }  // namespace
 }  // namespace wire

@@ -11,7 +11,7 @@ namespace {
 
 using std::chrono::seconds;
 
-TEST(TotalNews, GrowthIsToldAtOnceAndThenAsOneSum) {
+TEST(TotalNews, GrowthIsReportedAtOnceAndThenAsOneSum) {
   TotalNews news(seconds(10));
   EXPECT_EQ(news.take(0, seconds(1)), 0U);
   EXPECT_EQ(news.next(0), std::nullopt);
@@ -25,7 +25,7 @@ TEST(TotalNews, GrowthIsToldAtOnceAndThenAsOneSum) {
   EXPECT_EQ(news.take(9, seconds(99)), 0U);
 }
 
-TEST(TotalNews, TheLastTimeWaitsForNothing) {
+TEST(TotalNews, TakeAllReportsWithoutWaiting) {
   TotalNews news(seconds(10));
   EXPECT_EQ(news.take(1, seconds(1)), 1U);
   EXPECT_EQ(news.takeAll(5, seconds(1)), 4U);

@@ -71,7 +71,7 @@ TEST_F(FlowScopePortMIDITest, PrintsLongMessagesInPieces) {
             "SeqOut1) system exclusive :length= 3 : \n: grpId=0x02\n\n");
 }
 
-TEST_F(FlowScopePortMIDITest, ALargeSystemExclusiveIsWhole) {
+TEST_F(FlowScopePortMIDITest, PrintsALargeSystemExclusiveWhole) {
   Bytes message(70'000, 0x11);
   message.front() = 0xF0;
   message.back() = 0xF7;
@@ -92,7 +92,7 @@ TEST_F(FlowScopePortMIDITest, EveryPieceStandsAtTheFirstColumnOfATerminal) {
             "\x1b[39m\x1b[1GSeqOut1) real time message :data= 0xF8 :grpId= 0x01\n");
 }
 
-TEST_F(FlowScopePortMIDITest, HandlersWithoutBytes) {
+TEST_F(FlowScopePortMIDITest, HandlersPrintMessagesWithoutBytes) {
   TestShell shell(manager);
   trafficOutput().trafficMode = TrafficScreen;
   shell.monitor().setLabelled(true);
@@ -133,7 +133,7 @@ TEST_F(FlowScopePortMIDITest, EndsAtAMalformedRecord) {
   EXPECT_EQ(shell.printed(), "0xFB 0x01\n\n");
 }
 
-TEST_F(FlowScopePortMIDITest, LooksAtNoOtherEvents) {
+TEST_F(FlowScopePortMIDITest, IgnoresOtherEvents) {
   TestShell shell(manager);
   trafficOutput().trafficMode = TrafficScreen;
   EXPECT_EQ(receive(shell, EventBytes().record(1, {0xF8}), EvtSrv::EvtTyp_Debug_Receive + 1), EvtSrv::EvtRes_Success);

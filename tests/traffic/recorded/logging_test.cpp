@@ -7,9 +7,8 @@
 #include <string>
 
 #include "tests/traffic/event_bytes.h"
-#include "tests/traffic/recorded/recording_library.h"
+#include "tests/traffic/recorded/recorded_fixture.h"
 #include "tests/traffic/temporary_file.h"
-#include "tests/traffic/test_shell.h"
 #include "traffic/monitor_attachment.h"
 
 namespace flowscope {
@@ -19,24 +18,20 @@ using testing::ElementsAre;
 using testing::IsEmpty;
 using testing::UnorderedElementsAre;
 
-class Logging : public testing::Test {
+constexpr const char* LoggedDevice =
+    "Midi\n"
+    "  Source\n"
+    "    Seq\n"
+    "      Out2.0\n"
+    "        Tone\n"
+    "          In3.1\n"
+    "      Out2.1\n"
+    "      Out2.2\n"
+    "  Sink\n";
+
+class Logging : public RecordedTest {
  protected:
-  Logging() {
-    recording::reset();
-    recording::library().sources = {{2, 3}};
-    trafficOutput().monitorTarget = EvtSrv::DebugPortName;
-    shell.setPatcher(std::make_unique<StrmSrv::Patcher>(manager, 0));
-    shell.setTree(
-        treeOf("Midi\n"
-               "  Source\n"
-               "    Seq\n"
-               "      Out2.0\n"
-               "        Tone\n"
-               "          In3.1\n"
-               "      Out2.1\n"
-               "      Out2.2\n"
-               "  Sink\n"));
-  }
+  Logging() : RecordedTest({{{2, 3}}, {}, LoggedDevice}, false) {}
 
   // A message arrives.
   void arrive(std::uint8_t value) {
@@ -45,12 +40,10 @@ class Logging : public testing::Test {
     shell.monitor().receiveMain("Out2.0", EvtSrv::EvtTyp_Debug_Receive, &holder, nullptr);
   }
 
-  EvtSrv::EventPortManager manager{EvtSrv::ConBehave_Default, true};
-  TestShell shell{manager, false};
   TemporaryFile file{"old"};
 };
 
-TEST_F(Logging, WritesWhatTheScreenShows) {
+TEST_F(Logging, WritesTheTextThatTheScreenShows) {
   EXPECT_EQ(toCommand(shell, file.name(), "/Midi/Source/Seq/Out2.0"), ResultOk);
   EXPECT_EQ(trafficOutput().trafficMode, TrafficScreenAndFile);
   EXPECT_EQ(file.content(), "");
@@ -68,7 +61,7 @@ TEST_F(Logging, WritesWhatTheScreenShows) {
   EXPECT_EQ(trafficOutput().trafficMode, TrafficOff);
 }
 
-TEST_F(Logging, WithoutAPatternTheCurrentDirectory) {
+TEST_F(Logging, WithoutAPatternAttachesTheCurrentDirectory) {
   shell.currentPath() = {"Midi", "Source", "Seq"};
   EXPECT_EQ(toCommand(shell, file.name(), nullptr), ResultOk);
   EXPECT_THAT(shell.attached(), ElementsAre("Out2.0", "Out2.1", "Out2.2"));
@@ -78,13 +71,13 @@ TEST_F(Logging, WithoutAPatternTheCurrentDirectory) {
   EXPECT_FALSE(shell.monitor().labelled());
 }
 
-TEST_F(Logging, WithoutAFileName) {
+TEST_F(Logging, WithoutAFileNameIsABadArgument) {
   EXPECT_EQ(toCommand(shell, nullptr, nullptr), ResultBadArgument);
-  EXPECT_THAT(recording::library().calls, IsEmpty());
+  EXPECT_THAT(calls(), IsEmpty());
   EXPECT_EQ(trafficOutput().trafficMode, TrafficOff);
 }
 
-TEST_F(Logging, WhatCannotBeAttachedLeavesTheFileAlone) {
+TEST_F(Logging, PortsThatCannotBeAttachedLeaveTheFileAlone) {
   EXPECT_EQ(toCommand(shell, file.name(), "zz*"), ResultSilent);
   EXPECT_EQ(toCommand(shell, file.name(), "/"), ResultSilent);
   EXPECT_EQ(toCommand(shell, file.name(), "/Midi/Source/Seq"), ResultConnectError);
@@ -109,7 +102,7 @@ TEST_F(Logging, AFileThatCannotBeOpenedLeavesTheMonitorAttached) {
   EXPECT_EQ(trafficOutput().trafficMode, TrafficScreen);
 }
 
-TEST_F(Logging, AfterOneThatCouldBeOpenedTheScreenGoesOn) {
+TEST_F(Logging, ScreenGoesOnWhenALaterFileCannotBeOpened) {
   EXPECT_EQ(toCommand(shell, file.name(), "/Midi/Source/Seq/Out2.0"), ResultOk);
   arrive(1);
   EXPECT_EQ(toCommand(shell, "/nowhere/at/all", nullptr), ResultOpenFileError);
@@ -133,7 +126,7 @@ TEST_F(Logging, SeveralMatchesAttachAllAndOpenTheFileForEach) {
   EXPECT_THAT(file.positions(), ElementsAre(0U, 0U));
 }
 
-TEST_F(Logging, TheLastMatchDecides) {
+TEST_F(Logging, ResultIsThatOfTheLastMatch) {
   recording::library().connectResults["Out2.1"] = EvtSrv::EvtRes_NotFound;
   EXPECT_EQ(toCommand(shell, file.name(), "/Midi/Source/Seq/*"), ResultOk);
   EXPECT_THAT(shell.attached(), ElementsAre("Out2.0", "Out2.2"));
@@ -143,7 +136,7 @@ TEST_F(Logging, TheLastMatchDecides) {
   EXPECT_EQ(file.content(), "0xD0 0x01 0x01\n");
 }
 
-TEST_F(Logging, ASecondTimeTheFileStartsAgain) {
+TEST_F(Logging, FileStartsAgainTheSecondTime) {
   EXPECT_EQ(toCommand(shell, file.name(), "/Midi/Source/Seq/Out2.0"), ResultOk);
   arrive(1);
   EXPECT_EQ(toCommand(shell, file.name(), nullptr), ResultOk);

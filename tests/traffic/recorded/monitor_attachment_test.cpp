@@ -66,7 +66,7 @@ TEST_F(MonitorAttachment, AFailedConnectLeavesTheListAlone) {
 }
 
 // The mutex is not recursive: had the call kept it, the next one would wait forever.
-TEST_F(MonitorAttachment, GivesTheMutexBack) {
+TEST_F(MonitorAttachment, ReleasesTheMutex) {
   recording::library().connectResults["Out2.1"] = EvtSrv::EvtRes_NoService;
   attach("/Midi/Source/Seq/Out2.1");
   attach("/Midi/Source/Seq/Out2.0");
@@ -109,22 +109,22 @@ TEST_F(MonitorAttachment, AttachesBelowTheCurrentDirectory) {
   }
 }
 
-TEST_F(MonitorAttachment, ASideWithoutGroups) {
+TEST_F(MonitorAttachment, ASideWithoutGroupsAttachesNothing) {
   recording::library().sinks.clear();
-  shell.setPatcher(std::make_unique<StrmSrv::Patcher>(manager, 0));
+  shell.renewPatcher();
   go({"Midi", "Sink"});
   EXPECT_EQ(attachBelowCurrent(shell), ResultOk);
   EXPECT_THAT(calls(), IsEmpty());
 }
 
-TEST_F(MonitorAttachment, ResultsOfSinglePortsOfAGroupDoNotCount) {
+TEST_F(MonitorAttachment, ResultsOfThePortsOfAGroupAreIgnored) {
   recording::library().connectResults["Out2.1"] = EvtSrv::EvtRes_NotFound;
   go({"Midi", "Source", "Seq"});
   EXPECT_EQ(attachBelowCurrent(shell), ResultOk);
   EXPECT_THAT(shell.attached(), ElementsAre("Out2.0", "Out2.2"));
 }
 
-TEST_F(MonitorAttachment, TheResultOfACurrentPortCounts) {
+TEST_F(MonitorAttachment, ResultOfTheCurrentPortIsReturned) {
   recording::library().connectResults["Out2.1"] = EvtSrv::EvtRes_NotFound;
   go({"Midi", "Source", "Seq", "Out2.1"});
   EXPECT_EQ(attachBelowCurrent(shell), ResultConnectError);
@@ -140,7 +140,7 @@ TEST_F(MonitorAttachment, AGroupThatTheDeviceDoesNotListIsOutOfRange) {
   EXPECT_THAT(calls(), IsEmpty());
 }
 
-TEST_F(MonitorAttachment, NothingIsAddedToWhatIsAttached) {
+TEST_F(MonitorAttachment, AttachesNothingBelowTheCurrentDirectoryWhenSomePortIsAttached) {
   attach("/Midi/Sink/Tone/In3.0");
   calls().clear();
   for (const PathComponents& path : {PathComponents{}, {"Midi", "Source"}, {"Midi", "Source", "Panel"}}) {
@@ -152,7 +152,7 @@ TEST_F(MonitorAttachment, NothingIsAddedToWhatIsAttached) {
 }
 
 TEST_F(MonitorAttachment, WithoutAPatcherNothingIsAttached) {
-  shell.setPatcher(nullptr);
+  shell.removePatcher();
   go({"Midi", "Source"});
   EXPECT_EQ(attachBelowCurrent(shell), ResultSilent);
 }
@@ -167,7 +167,7 @@ TEST_F(MonitorAttachment, EndDetachesAndSwitchesOff) {
   EXPECT_TRUE(shell.monitor().labelled());
 }
 
-TEST_F(MonitorAttachment, EndWithNothingAttachedDisconnectsAllTheSame) {
+TEST_F(MonitorAttachment, EndDisconnectsEvenIfNothingIsAttached) {
   recording::library().disconnectResult = EvtSrv::EvtRes_DoNothing;
   EXPECT_EQ(endCommand(shell), ResultOk);
   EXPECT_THAT(calls(), ElementsAre("disconnect (null)"));

@@ -11,7 +11,7 @@ namespace {
 using testing::ElementsAre;
 using testing::IsEmpty;
 
-TEST_F(MonitorAttachment, CatWithoutAnArgument) {
+TEST_F(MonitorAttachment, CatWithoutAnArgumentAttachesTheCurrentDirectory) {
   go({"Midi", "Source", "Keys"});
   EXPECT_EQ(catCommand(shell, LabelledOption, nullptr), ResultOk);
   EXPECT_THAT(shell.attached(), ElementsAre("Out0.0"));
@@ -30,13 +30,13 @@ TEST_F(MonitorAttachment, CatWithoutAnArgument) {
   EXPECT_EQ(shell.printed(), "");
 }
 
-TEST_F(MonitorAttachment, CatOutsideOfStreamsChangesTheModesAllTheSame) {
+TEST_F(MonitorAttachment, CatOutsideOfStreamsChangesTheModesToo) {
   EXPECT_EQ(catCommand(shell, LabelledOption, nullptr), ResultBadArgument);
   EXPECT_TRUE(shell.monitor().labelled());
   EXPECT_EQ(trafficOutput().trafficMode, TrafficScreen);
 }
 
-TEST_F(MonitorAttachment, CatWithAPattern) {
+TEST_F(MonitorAttachment, CatWithAPatternAttachesEachMatch) {
   go({"Midi", "Source", "Seq"});
   EXPECT_EQ(catCommand(shell, 0, "*"), ResultOk);
   EXPECT_EQ(catCommand(shell, 0, "Out2.1"), ResultOk);
@@ -61,12 +61,12 @@ TEST_F(MonitorAttachment, CatAnswersTheResultOfTheLastMatch) {
   EXPECT_THAT(shell.attached(), ElementsAre("Out2.1"));
 }
 
-TEST_F(MonitorAttachment, CatOfAPlaceThatIsNoPortIsNoConnection) {
+TEST_F(MonitorAttachment, CatOfAPlaceThatIsNoPortIsAConnectError) {
   EXPECT_EQ(catCommand(shell, 0, "/Midi/Source/Seq"), ResultConnectError);
   EXPECT_THAT(calls(), IsEmpty());
 }
 
-TEST_F(MonitorAttachment, CatThatMatchesNothingSaysNothing) {
+TEST_F(MonitorAttachment, CatThatMatchesNothingPrintsNothing) {
   EXPECT_EQ(catCommand(shell, LabelledOption, "zz*"), ResultSilent);
   EXPECT_EQ(catCommand(shell, LabelledOption, "/"), ResultSilent);
   EXPECT_EQ(catCommand(shell, LabelledOption, "["), ResultSilent);
@@ -76,7 +76,7 @@ TEST_F(MonitorAttachment, CatThatMatchesNothingSaysNothing) {
   EXPECT_EQ(trafficOutput().trafficMode, TrafficScreen);
 }
 
-TEST_F(MonitorAttachment, CatOfNoPathChangesNothing) {
+TEST_F(MonitorAttachment, CatOfATextThatIsNoPathChangesNothing) {
   for (const char* pattern : {"", "~", "~/x"}) {
     EXPECT_THROW(catCommand(shell, LabelledOption, pattern), std::out_of_range) << pattern;
   }

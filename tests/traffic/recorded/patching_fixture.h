@@ -2,14 +2,7 @@
 // and places that the tree still holds though the device does not list them.
 #pragma once
 
-#include <gtest/gtest.h>
-
-#include <memory>
-#include <string>
-#include <vector>
-
-#include "tests/traffic/recorded/recording_library.h"
-#include "tests/traffic/test_shell.h"
+#include "tests/traffic/recorded/recorded_fixture.h"
 #include "traffic/port_connections.h"
 
 namespace flowscope {
@@ -53,19 +46,9 @@ inline constexpr const char* PatchedDevice =
     "    Seq\n"
     "      type1:Out2.1\n";
 
-class Patching : public testing::Test {
+class Patching : public RecordedTest {
  protected:
-  Patching() {
-    recording::reset();
-    recording::library().sources = {{2, 3}, {0, 1}, {4, 0}, {50, 1}};
-    recording::library().sinks = {{3, 2}, {0, 1}, {50, 1}};
-    setUpShell(shell);
-  }
-
-  void setUpShell(TestShell& each) {
-    each.setPatcher(std::make_unique<StrmSrv::Patcher>(manager, 0));
-    each.setTree(treeOf(PatchedDevice));
-  }
+  Patching() : RecordedTest({{{2, 3}, {0, 1}, {4, 0}, {50, 1}}, {{3, 2}, {0, 1}, {50, 1}}, PatchedDevice}) {}
 
   ResultCode con(const char* source, const char* destination = nullptr) {
     calls().clear();
@@ -76,11 +59,6 @@ class Patching : public testing::Test {
     calls().clear();
     return disCommand(shell, source, destination);
   }
-
-  std::vector<std::string>& calls() { return recording::library().calls; }
-
-  EvtSrv::EventPortManager manager{EvtSrv::ConBehave_Default, true};
-  TestShell shell{manager};
 };
 
 }  // namespace flowscope

@@ -6,9 +6,8 @@
 #include <stdexcept>
 #include <string>
 
-#include "tests/traffic/recorded/recording_library.h"
+#include "tests/traffic/recorded/recorded_fixture.h"
 #include "tests/traffic/temporary_file.h"
-#include "tests/traffic/test_shell.h"
 #include "traffic/message_formatter.h"
 #include "traffic/traffic_output.h"
 
@@ -19,22 +18,17 @@ using testing::ElementsAre;
 using testing::IsEmpty;
 using Names = std::vector<std::string>;
 
-class Playback : public testing::Test {
+constexpr const char* PlayedDevice =
+    "Midi\n"
+    "  Source\n"
+    "    Seq\n"
+    "      Out2.0\n"
+    "      Out2.1\n"
+    "      Out2.2\n";
+
+class Playback : public RecordedTest {
  protected:
-  Playback() {
-    recording::reset();
-    recording::library().sources = {{2, 3}};
-    trafficOutput().monitorTarget = EvtSrv::DebugPortName;
-    shell.setPatcher(std::make_unique<StrmSrv::Patcher>(manager, 0));
-    shell.setTree(
-        treeOf("Midi\n"
-               "  Source\n"
-               "    Seq\n"
-               "      Out2.0\n"
-               "      Out2.1\n"
-               "      Out2.2\n"));
-    shell.currentPath() = {"Midi", "Source", "Seq", "Out2.0"};
-  }
+  Playback() : RecordedTest({{{2, 3}}, {}, PlayedDevice}) { shell.currentPath() = {"Midi", "Source", "Seq", "Out2.0"}; }
 
   // What a file with this content sends at the current directory.
   Names play(const std::string& content) {
@@ -47,14 +41,9 @@ class Playback : public testing::Test {
     }
     return sent;
   }
-
-  Names& calls() { return recording::library().calls; }
-
-  EvtSrv::EventPortManager manager{EvtSrv::ConBehave_Default, true};
-  TestShell shell{manager};
 };
 
-TEST_F(Playback, EachKindHasItsCall) {
+TEST_F(Playback, SendsEachKindOfMessage) {
   EXPECT_THAT(play("0x80 1 2 3\n"
                    "0x90 4 5 6\n"
                    "0xA0 7 8 9\n"
@@ -107,14 +96,14 @@ TEST_F(Playback, ProgramChangesAreNotPlayedAsTheyAreLogged) {
   EXPECT_THAT(play(line), IsEmpty());
 }
 
-TEST_F(Playback, ResultsOfTheSendingAreNotLookedAt) {
+TEST_F(Playback, ResultsOfSendingAreIgnored) {
   for (const auto result : {StrmSrv::StrmRes_Success, StrmSrv::StrmRes_NoService, StrmSrv::StrmRes_BadArgument}) {
     recording::library().sendResult = result;
     EXPECT_THAT(play("0xD0 1 2\n0xD0 3 4\n"), ElementsAre("after touch 1 to 2", "after touch 3 to 4"));
   }
 }
 
-TEST_F(Playback, OnceForEachMatch) {
+TEST_F(Playback, SendsTheFileOnceForEachMatch) {
   const TemporaryFile file("0xD0 1 2\n");
   EXPECT_EQ(fromCommand(shell, file.name(), "../Out2.[12]"), ResultOk);
   EXPECT_THAT(calls(), ElementsAre("connect Out2.1 DebugPort 1004", "send after touch 1 to 2",
@@ -123,7 +112,7 @@ TEST_F(Playback, OnceForEachMatch) {
   EXPECT_EQ(trafficOutput().trafficMode, TrafficOff);
 }
 
-TEST_F(Playback, TheLastMatchDecides) {
+TEST_F(Playback, ResultIsThatOfTheLastMatch) {
   const TemporaryFile file("0xD0 1 2\n");
   recording::library().connectResults["Out2.1"] = EvtSrv::EvtRes_NotFound;
   EXPECT_EQ(fromCommand(shell, file.name(), "../Out2.[12]"), ResultOk);
@@ -132,7 +121,7 @@ TEST_F(Playback, TheLastMatchDecides) {
   EXPECT_EQ(fromCommand(shell, file.name(), "../Out2.[01]"), ResultConnectError);
 }
 
-TEST_F(Playback, WhatCannotBeAttachedIsNotPlayed) {
+TEST_F(Playback, NothingIsSentToPortsThatCannotBeAttached) {
   const TemporaryFile file("0xD0 1 2\n");
   EXPECT_EQ(fromCommand(shell, nullptr, nullptr), ResultBadArgument);
   EXPECT_EQ(fromCommand(shell, file.name(), "zz*"), ResultSilent);
@@ -146,7 +135,7 @@ TEST_F(Playback, WhatCannotBeAttachedIsNotPlayed) {
   EXPECT_THAT(calls(), IsEmpty());
 }
 
-TEST_F(Playback, WhatCannotBeReadIsAttachedAllTheSame) {
+TEST_F(Playback, PortIsAttachedEvenIfTheFileCannotBeRead) {
   EXPECT_EQ(fromCommand(shell, "/nowhere/at/all", nullptr), ResultOpenFileError);
   EXPECT_THAT(shell.attached(), ElementsAre("Out2.0"));
   EXPECT_EQ(fromCommand(shell, "/", nullptr), ResultOpenFileError);

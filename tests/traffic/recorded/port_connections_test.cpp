@@ -59,7 +59,7 @@ TEST_F(PortConnections, PairsPlacesOfEveryLevel) {
   }
 }
 
-TEST_F(PortConnections, TellsEachPairOfPlaces) {
+TEST_F(PortConnections, PrintsEachPairOfPlaces) {
   EXPECT_EQ(con("/Midi/Source/Seq/Out2.[01]", "/Midi/Sink/Tone/*"), ResultOk);
   EXPECT_EQ(shell.printed(),
             "connect /Midi/Source/Seq/Out2.0:/Midi/Sink/Tone/In3.0\n"
@@ -88,7 +88,7 @@ TEST_F(PortConnections, ConWithoutWordsDoesNothing) {
 }
 
 TEST_F(PortConnections, WithoutAPatcherNothingHappens) {
-  shell.setPatcher(nullptr);
+  shell.removePatcher();
   EXPECT_EQ(con("/Midi/Source/Seq", "/Midi/Sink/Tone"), ResultSilent);
   EXPECT_EQ(shell.printed(), "");
 }
@@ -123,7 +123,7 @@ TEST_F(PortConnections, PlacesThatNameNoPortsAreSilentAndNeverMeanMore) {
   }
 }
 
-TEST_F(PortConnections, TheSidesMustBeTheRightOnes) {
+TEST_F(PortConnections, RefusesPairsThatAreNotSourceAndSink) {
   EXPECT_EQ(con("/Midi/Sink/Tone", "/Midi/Sink/Keys"), ResultBadArgument);
   EXPECT_EQ(con("/Midi/Source/Seq", "/Midi/Source/Keys"), ResultBadArgument);
   EXPECT_EQ(con("/Midi/Sink/Tone", "/Midi/Source/Seq"), ResultBadArgument);
@@ -133,7 +133,7 @@ TEST_F(PortConnections, TheSidesMustBeTheRightOnes) {
   EXPECT_THAT(calls(), ElementsAre("patch 0.0 3.0"));
 }
 
-TEST_F(PortConnections, TheLastPairDecides) {
+TEST_F(PortConnections, ResultIsThatOfTheLastPair) {
   EXPECT_EQ(con("/Midi/*/Tone/*3.0", "/Midi/Sink/Keys"), ResultBadArgument);
   EXPECT_EQ(con("/Midi/*/Keys", "/Midi/Sink/Tone"), ResultBadArgument);
   EXPECT_THAT(calls(), ElementsAre("patch 0.0 3.0"));
@@ -151,14 +151,14 @@ TEST_F(PortConnections, ARefusedPairEndsTheCommand) {
   EXPECT_THAT(shell.printed(), testing::EndsWith("connect /Midi/Source/Seq/Out2.1:/Midi/Sink/Tone/In3.1\n"));
 }
 
-TEST_F(PortConnections, GroupsThatTheDeviceDoesNotList) {
+TEST_F(PortConnections, GroupsThatTheDeviceDoesNotListAreOutOfRange) {
   EXPECT_THROW(con("/Midi/Source/Panel/Out1.0", "/Midi/Sink"), std::out_of_range);
   EXPECT_THROW(con("/Midi/Source/Panel", "/Midi/Sink"), std::out_of_range);
   EXPECT_THROW(con("/Midi/Source", "/Midi/Sink/Seq"), std::out_of_range);
   EXPECT_THAT(calls(), IsEmpty());
 }
 
-TEST_F(PortConnections, TheSidesAreLookedAtBeforeThePorts) {
+TEST_F(PortConnections, SidesAreCheckedBeforePorts) {
   EXPECT_EQ(con("/Midi/Source/Panel", "/Midi/Source/Seq"), ResultBadArgument);
   EXPECT_EQ(con("/Midi/Sink/Seq", "/Midi/Sink/Tone"), ResultBadArgument);
   EXPECT_EQ(con("/Midi/Source/Panel", "/Midi/Sink/\\[]"), ResultSilent);

@@ -26,7 +26,7 @@ class PortDisconnections : public Patching {
   }
 };
 
-TEST_F(PortDisconnections, EachLevelOnEachSide) {
+TEST_F(PortDisconnections, DisEndsConnectionsOfEachLevelOnEachSide) {
   const struct {
     PathComponents from;
     const char* source;
@@ -75,7 +75,7 @@ TEST_F(PortDisconnections, PlacesThatNameNoPortsAreSilentAndNeverMeanMore) {
   EXPECT_THAT(calls(), IsEmpty());
 }
 
-TEST_F(PortDisconnections, GroupsThatTheDeviceDoesNotList) {
+TEST_F(PortDisconnections, GroupsThatTheDeviceDoesNotListAreOutOfRange) {
   EXPECT_THROW(dis("/Midi/Source/Panel/Out1.0"), std::out_of_range);
   EXPECT_THROW(dis("/Midi/Source/Panel"), std::out_of_range);
   EXPECT_THROW(dis("/Midi/Sink/Seq"), std::out_of_range);
@@ -92,7 +92,7 @@ TEST_F(PortDisconnections, PathsThatCannotBeResolvedChangeNothing) {
 }
 
 TEST_F(PortDisconnections, WithoutAPatcherNothingHappens) {
-  shell.setPatcher(nullptr);
+  shell.removePatcher();
   EXPECT_EQ(dis("/Midi/Source/Seq"), ResultSilent);
   EXPECT_THAT(calls(), IsEmpty());
 }
@@ -109,7 +109,7 @@ TEST_F(PortDisconnections, ADestinationNarrowsNothing) {
                                    "unpatch 2.2 3.1"));
 }
 
-TEST_F(PortDisconnections, TheLastPlaceDecides) {
+TEST_F(PortDisconnections, ResultIsThatOfTheLastPlace) {
   EXPECT_EQ(dis("/Midi/Sink/Keys/*"), ResultSilent);
   EXPECT_THAT(calls(), ElementsAre("sources of 0.0"));
   EXPECT_EQ(dis("/Midi/Source/[SK]e*"), ResultOk);

@@ -4,30 +4,24 @@
 
 #include <stdexcept>
 
-#include "tests/traffic/recorded/recording_library.h"
+#include "tests/traffic/recorded/recorded_fixture.h"
 
 namespace flowscope {
 namespace {
 
 using Ports = std::vector<StrmSrv::PortRecord>;
 
-class PortList : public testing::Test {
+class PortList : public RecordedTest {
  protected:
-  PortList() {
-    recording::reset();
-    recording::library().sources = {{2, 3}, {0, 1}, {4, 0}, {50, 2}};
-    recording::library().sinks = {{3, 2}};
-  }
+  PortList() : RecordedTest({{{2, 3}, {0, 1}, {4, 0}, {50, 2}}, {{3, 2}}}) {}
 
-  Ports at(const PathComponents& components) const {
-    const StrmSrv::Patcher patcher(manager, 0);
+  Ports at(const PathComponents& components) {
+    const StrmSrv::Patcher& patcher = *shell.patcher();
     return portsOf(parsePortPosition(components, patcher), patcher);
   }
-
-  mutable EvtSrv::EventPortManager manager{EvtSrv::ConBehave_Default, true};
 };
 
-TEST_F(PortList, OfEachLevel) {
+TEST_F(PortList, HoldsThePortsBelowEachLevel) {
   EXPECT_EQ(at({"Midi", "Source"}), (Ports{{2, 0}, {2, 1}, {2, 2}, {0, 0}, {50, 0}, {50, 1}}));
   EXPECT_EQ(at({"Midi", "Sink"}), (Ports{{3, 0}, {3, 1}}));
   EXPECT_EQ(at({"Midi", "Source", "Seq"}), (Ports{{2, 0}, {2, 1}, {2, 2}}));
@@ -41,7 +35,7 @@ TEST_F(PortList, AnUnlistedGroupIsOutOfRange) {
   EXPECT_THROW(at({"Midi", "Sink", "Seq"}), std::out_of_range);
 }
 
-TEST_F(PortList, WhatNamesPorts) {
+TEST_F(PortList, TellsPathsThatNamePortsFromPathsThatDoNot) {
   const struct {
     PathComponents path;
     bool named;
@@ -60,7 +54,7 @@ TEST_F(PortList, WhatNamesPorts) {
       {{"Midi", "Sink", "Keys", "In0.0"}, false},
       {{"Midi", "Sink", "Tone", "In3.1"}, true},
   };
-  const StrmSrv::Patcher patcher(manager, 0);
+  const StrmSrv::Patcher& patcher = *shell.patcher();
   for (const auto& row : rows) {
     EXPECT_EQ(namesPorts(parsePortPosition(row.path, patcher), row.path.size()), row.named) << absolutePath(row.path);
   }

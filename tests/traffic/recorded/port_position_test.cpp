@@ -4,7 +4,7 @@
 
 #include <stdexcept>
 
-#include "tests/traffic/recorded/recording_library.h"
+#include "tests/traffic/recorded/recorded_fixture.h"
 
 namespace flowscope {
 namespace {
@@ -12,19 +12,11 @@ namespace {
 constexpr auto Source = PortSide::Source;
 constexpr auto Sink = PortSide::Sink;
 
-class PortPositionTest : public testing::Test {
+class PortPositionTest : public RecordedTest {
  protected:
-  PortPositionTest() {
-    recording::reset();
-    recording::library().sources = {{2, 3}, {0, 1}, {4, 0}};
-    recording::library().sinks = {{2, 1}, {3, 2}};
-  }
+  PortPositionTest() : RecordedTest({{{2, 3}, {0, 1}, {4, 0}}, {{2, 1}, {3, 2}}}) {}
 
-  PortPosition parse(const PathComponents& components) const {
-    return parsePortPosition(components, StrmSrv::Patcher(manager, 0));
-  }
-
-  mutable EvtSrv::EventPortManager manager{EvtSrv::ConBehave_Default, true};
+  PortPosition parse(const PathComponents& components) { return parsePortPosition(components, *shell.patcher()); }
 };
 
 TEST_F(PortPositionTest, ReadsAsFarAsThePathGoes) {
@@ -81,11 +73,12 @@ TEST_F(PortPositionTest, AnUnlistedSourceGroupIsOutOfRange) {
 
 TEST_F(PortPositionTest, TheLargestGroupHasNoPort65535) {
   recording::library().sources = {{2, 0xFFFF}};
+  shell.renewPatcher();
   EXPECT_EQ(parse({"Midi", "Source", "Seq", "Out2.65534"}).port, 65534);
   EXPECT_EQ(parse({"Midi", "Source", "Seq", "Out2.65535"}).port, std::nullopt);
 }
 
-TEST_F(PortPositionTest, StreamDirectories) {
+TEST_F(PortPositionTest, SidesAndPlacesBelowThemAreInAStreamDirectory) {
   EXPECT_FALSE(parse({}).inStreamDirectory());
   EXPECT_FALSE(parse({"Midi"}).inStreamDirectory());
   EXPECT_FALSE(parse({"Audio"}).inStreamDirectory());
@@ -94,7 +87,7 @@ TEST_F(PortPositionTest, StreamDirectories) {
   EXPECT_TRUE(parse({"Midi", "Source", "Seq", "Out2.0", "Tone", "In3.0"}).inStreamDirectory());
 }
 
-TEST_F(PortPositionTest, PortCounts) {
+TEST_F(PortPositionTest, UnlistedGroupsHaveNoPortCount) {
   const std::vector<StrmSrv::GroupRecord> groups = {{7, 2}, {1, 0}};
   EXPECT_EQ(portCountOf(groups, 7), 2);
   EXPECT_EQ(portCountOf(groups, 1), 0);

@@ -8,8 +8,7 @@
 #include <vector>
 
 #include "terminal/styled_text.h"
-#include "tests/traffic/recorded/recording_library.h"
-#include "tests/traffic/test_shell.h"
+#include "tests/traffic/recorded/recorded_fixture.h"
 #include "topology/listing.h"
 #include "topology/refresh.h"
 #include "traffic/monitor_attachment.h"
@@ -22,7 +21,7 @@ using testing::IsEmpty;
 using Calls = std::vector<std::string>;
 
 // Names of ports and groups that are alike, also across the levels.
-constexpr const char* Device =
+constexpr const char* AlikeNames =
     "Midi\n"
     "  Source\n"
     "    Seq\n"
@@ -41,49 +40,36 @@ constexpr const char* Device =
     "Audio\n"
     "  Source\n";
 
-class RefreshCalls : public testing::Test {
+class RefreshCalls : public RecordedTest {
  protected:
-  RefreshCalls() {
-    recording::reset();
+  RefreshCalls() : RecordedTest({{{2, 3}, {0, 2}}, {{3, 2}, {2, 1}}, AlikeNames}, false) {
     auto& library = recording::library();
-    library.sources = {{2, 3}, {0, 2}};
-    library.sinks = {{3, 2}, {2, 1}};
     library.sinksOf = {{"2.0", {{3, 0}}}, {"2.1", {{3, 0}, {3, 1}}}, {"0.1", {{2, 0}}}};
     library.sourcesOf = {{"3.0", {{2, 0}, {2, 1}}}, {"3.1", {{2, 1}}}};
-    setUp(shell);
-    trafficOutput().monitorTarget = EvtSrv::DebugPortName;
-  }
-
-  void setUp(TestShell& each) {
-    each.setPatcher(std::make_unique<StrmSrv::Patcher>(manager, 0));
-    each.setTree(treeOf(Device));
   }
 
   // What the library was asked for.
   Calls refresh(const PathComponents& filter) {
     refreshTopology(shell, filter);
-    return std::exchange(recording::library().calls, {});
+    return std::exchange(calls(), {});
   }
 
   std::string list(const char* path) {
     listCommand(shell, TreeListing, path);
     return shell.printed();
   }
-
-  EvtSrv::EventPortManager manager{EvtSrv::ConBehave_Void, true};
-  TestShell shell{manager, false};
 };
 
 const Calls Everything{"sinks of 2.0", "sinks of 2.1",   "sinks of 2.2",   "sinks of 0.0",
                        "sinks of 0.1", "sources of 3.0", "sources of 3.1", "sources of 2.0"};
 
-TEST_F(RefreshCalls, WhatIsUpToDateIsNotAskedForAgain) {
+TEST_F(RefreshCalls, PortsThatAreUpToDateAreNotAskedForAgain) {
   EXPECT_EQ(refresh({}), Everything);
   EXPECT_THAT(refresh({}), IsEmpty());
   EXPECT_THAT(refresh({"Midi", "Source", "Seq", "Out2.1"}), IsEmpty());
 }
 
-TEST_F(RefreshCalls, APlaceBringsAllBehindItUpToDate) {
+TEST_F(RefreshCalls, RefreshingAPlaceBringsAllBehindItUpToDate) {
   EXPECT_THAT(refresh({"Midi", "Sink", "Tone"}), ElementsAre("sources of 3.0", "sources of 3.1", "sources of 2.0"));
   EXPECT_THAT(refresh({"Midi", "Source", "Seq", "Out2.1"}),
               ElementsAre("sinks of 2.1", "sinks of 2.2", "sinks of 0.0", "sinks of 0.1"));
@@ -93,7 +79,7 @@ TEST_F(RefreshCalls, APlaceBringsAllBehindItUpToDate) {
 }
 
 // Below a port the filter goes on to be looked for among what stands behind: here as the name of another port.
-TEST_F(RefreshCalls, APlaceBelowAPortIsConsumedAmongWhatStandsBehindIt) {
+TEST_F(RefreshCalls, FilterBelowAPortIsMatchedAgainstNamesBehindThePort) {
   EXPECT_THAT(refresh({"Midi", "Source", "Seq", "Out2.1", "zz"}), ElementsAre("sinks of 2.1"));
   EXPECT_THAT(refresh({"Midi", "Source", "Seq", "Out2.1", "zz"}), IsEmpty());
   EXPECT_THAT(refresh({"Midi", "Source", "Seq", "Out2.0", "Tone", "In3.0"}),
@@ -103,7 +89,7 @@ TEST_F(RefreshCalls, APlaceBelowAPortIsConsumedAmongWhatStandsBehindIt) {
   EXPECT_THAT(refresh({}), IsEmpty());
 }
 
-TEST_F(RefreshCalls, AChangeOfTheGraphMakesAllStale) {
+TEST_F(RefreshCalls, AChangeOfTheGraphMakesAllPortsStale) {
   refresh({});
   recording::library().sinksOf["2.0"] = {{3, 1}};
   EXPECT_EQ(refresh({}), Everything);
@@ -112,15 +98,15 @@ TEST_F(RefreshCalls, AChangeOfTheGraphMakesAllStale) {
   EXPECT_THAT(refresh({}), IsEmpty());
 }
 
-TEST_F(RefreshCalls, AnotherPatcherMakesAllStale) {
+TEST_F(RefreshCalls, AnotherPatcherMakesAllPortsStale) {
   refresh({});
-  shell.setPatcher(std::make_unique<StrmSrv::Patcher>(manager, 0));
+  shell.renewPatcher();
   EXPECT_EQ(refresh({}), Everything);
 }
 
 TEST_F(RefreshCalls, AnotherTreeIsNotUpToDate) {
   refresh({});
-  shell.setTree(treeOf(Device));
+  shell.setTree(treeOf(AlikeNames));
   EXPECT_EQ(refresh({}), Everything);
 }
 
@@ -140,18 +126,18 @@ TEST_F(RefreshCalls, MarksFollowTheMonitor) {
   EXPECT_NE(reverse.find("\033[7m\033[39m\033[1G+-- Out2.0/"), std::string::npos) << reverse;
   EXPECT_EQ(list("/Midi/Source/Seq/Out2.0") + list("/Midi/Source/Seq"), reverse);
   catCommand(shell, 0, "/Midi/Source/Seq/Out2.0");
-  recording::library().calls.clear();
+  calls().clear();
   list("/Midi/Source/Seq");
-  EXPECT_THAT(recording::library().calls, IsEmpty()) << "attached before";
+  EXPECT_THAT(calls(), IsEmpty()) << "attached before";
   endCommand(shell);
   EXPECT_EQ(list("/Midi/Source/Seq/Out2.0") + list("/Midi/Source/Seq"), bold);
   EXPECT_EQ(list("/Midi/Source/Seq/Out2.0") + list("/Midi/Source/Seq"), bold);
 }
 
 TEST_F(RefreshCalls, APatternAsksForEachPortOnce) {
-  recording::library().calls.clear();
+  calls().clear();
   list("/Midi/Source/*/*");
-  EXPECT_EQ(recording::library().calls, Everything);
+  EXPECT_EQ(calls(), Everything);
 }
 
 // The calls of a refresh that knows nothing, from the rule: a node is entered when its name is the next one of the
@@ -190,9 +176,9 @@ std::string outline(const TopologyNode& node) {
 
 // Whatever the names, and however places and changes follow each other: a tree shows the same as one whose ports are
 // asked for each time, and those are the ports of the rule.
-TEST_F(RefreshCalls, ShowsWhatAskingEachTimeWouldShow) {
+TEST_F(RefreshCalls, ShowsTheSameAsARefreshThatAlwaysAsks) {
   TestShell asking{manager, false};
-  setUp(asking);
+  setUpShell(asking);
   std::mt19937 random(5);
   const auto below = [&random](std::size_t bound) { return static_cast<std::uint16_t>(random() % bound); };
   const char* const names[] = {"Midi", "Source", "Sink", "Seq", "Tone", "Out2.0", "Out2.1", "In3.0", "zz"};

@@ -3,21 +3,21 @@
 #include <gtest/gtest.h>
 
 #include "tests/traffic/event_bytes.h"
-#include "tests/traffic/test_shell.h"
+#include "tests/traffic/recorded/recorded_fixture.h"
 
 namespace flowscope {
 namespace {
 
-class SigwatchPortTest : public testing::Test {
+class SigwatchPortTest : public RecordedTest {
  protected:
+  SigwatchPortTest() : RecordedTest({}, false) {}
+
   std::string dump(const EventBytes& event, unsigned type = EvtSrv::EvtTyp_Debug_Receive) {
     EvtSrv::MemoryHolder holder = event.holder();
     EXPECT_EQ(port.receiveMain("p", type, &holder, nullptr), EvtSrv::EvtRes_Success);
     return shell.printed();
   }
 
-  EvtSrv::EventPortManager manager{EvtSrv::ConBehave_Default, true};
-  TestShell shell{manager, false};
   SigwatchPort port{manager, shell};
 };
 
@@ -63,7 +63,7 @@ TEST_F(SigwatchPortTest, PrintsNoOtherEvents) {
   EXPECT_EQ(dump(EventBytes().word(4).word(1).word(2), EvtSrv::EvtTyp_Debug_Receive + 1), "");
 }
 
-TEST_F(SigwatchPortTest, AnEventThatIsOnlyPartOfAHeader) {
+TEST_F(SigwatchPortTest, PrintsNothingForPartOfAHeader) {
   for (const std::size_t size : {0U, 1U, 19U}) {
     const Bytes part(size, 0);
     EvtSrv::MemoryHolder holder(part);

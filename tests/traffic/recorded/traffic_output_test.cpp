@@ -16,26 +16,25 @@
 #include <string_view>
 #include <thread>
 
+#include "tests/traffic/recorded/recorded_fixture.h"
 #include "tests/traffic/temporary_file.h"
-#include "tests/traffic/test_shell.h"
 #include "traffic/monitor_attachment.h"
 
 namespace flowscope {
 namespace {
 
-class PrintTraffic : public testing::Test {
+class PrintTraffic : public RecordedTest {
  protected:
+  PrintTraffic() : RecordedTest({}, false) {}
+
   // Answers what printTraffic left of the line.
   std::string print(std::string line) {
     EXPECT_EQ(printTraffic(shell, line), 1);
     return line;
   }
-
-  EvtSrv::EventPortManager manager{EvtSrv::ConBehave_Default, true};
-  TestShell shell{manager, false};
 };
 
-TEST_F(PrintTraffic, OffDoesNothing) {
+TEST_F(PrintTraffic, DoesNothingWhileOff) {
   const TemporaryFile file;
   trafficOutput().trafficFile.open(file.name());
   EXPECT_EQ(print("text\n"), "text\n");
@@ -129,7 +128,7 @@ TEST(TrafficFile, CloseWritesOutAndEndsTheWriting) {
   EXPECT_EQ(file.content(), "one two");
 }
 
-TEST(TrafficFile, WhatIsWrittenStandsInTheFileAtOnce) {
+TEST(TrafficFile, BytesAreInTheFileAsSoonAsTheyAreWritten) {
   const TemporaryFile file;
   TrafficFile traffic;
   EXPECT_TRUE(traffic.open(file.name()));
@@ -140,7 +139,7 @@ TEST(TrafficFile, WhatIsWrittenStandsInTheFileAtOnce) {
   traffic.close();
 }
 
-TEST(TrafficFile, AStreamThatAnotherReplacesStaysOpen) {
+TEST(TrafficFile, AReplacedStreamStaysOpen) {
   const TemporaryFile first;
   const TemporaryFile second;
   TrafficFile traffic;
@@ -156,7 +155,7 @@ TEST(TrafficFile, AStreamThatAnotherReplacesStaysOpen) {
   EXPECT_EQ(second.positions().size(), 0U);
 }
 
-TEST(TrafficFile, OpenedAgainTheFileStartsEmpty) {
+TEST(TrafficFile, IsEmptyWhenItIsOpenedAgain) {
   const TemporaryFile file;
   TrafficFile traffic;
   for (int i = 0; i < 3; ++i) {
@@ -172,7 +171,7 @@ TEST(TrafficFile, OpenedAgainTheFileStartsEmpty) {
   EXPECT_EQ(file.positions().size(), 2U);
 }
 
-TEST(TrafficFile, ThatCannotBeOpenedTakesNothing) {
+TEST(TrafficFile, TakesNothingWhenItCannotBeOpened) {
   const TemporaryFile file;
   TrafficFile traffic;
   EXPECT_TRUE(traffic.open(file.name()));
@@ -182,7 +181,7 @@ TEST(TrafficFile, ThatCannotBeOpenedTakesNothing) {
   EXPECT_EQ(file.content(), "");
 }
 
-TEST(TrafficFile, TellsOnceThatTheDiskIsFull) {
+TEST(TrafficFile, ReportsOnceThatTheDiskIsFull) {
   TrafficFile traffic;
   testing::internal::CaptureStderr();
   for (int i = 0; i < 2; ++i) {

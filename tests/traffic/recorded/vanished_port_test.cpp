@@ -5,8 +5,7 @@
 #include <cstdlib>
 #include <string>
 
-#include "tests/traffic/recorded/recording_library.h"
-#include "tests/traffic/test_shell.h"
+#include "tests/traffic/recorded/recorded_fixture.h"
 #include "topology/listing.h"
 #include "topology/path_completion.h"
 #include "topology/refresh.h"
@@ -17,26 +16,22 @@ namespace {
 
 constexpr unsigned NoOption = 0;
 
-class VanishedPort : public testing::Test {
+constexpr const char* ConnectedDevice =
+    "Midi\n"
+    "  Source\n"
+    "    Seq\n"
+    "      Out2.0\n"
+    "      Out2.1\n"
+    "  Sink\n"
+    "    Tone\n"
+    "      In3.0";
+
+class VanishedPort : public RecordedTest {
  protected:
-  VanishedPort() {
-    recording::reset();
+  VanishedPort() : RecordedTest({{{2, 2}}, {{3, 1}}, ConnectedDevice}) {
     auto& library = recording::library();
-    library.sources = {{2, 2}};
-    library.sinks = {{3, 1}};
     library.sinksOf = {{"2.0", {{3, 0}}}, {"2.1", {{3, 0}}}};
     library.sourcesOf = {{"3.0", {{2, 0}, {2, 1}}}};
-    shell.setPatcher(std::make_unique<StrmSrv::Patcher>(manager, 0));
-    shell.setTree(
-        treeOf("Midi\n"
-               "  Source\n"
-               "    Seq\n"
-               "      Out2.0\n"
-               "      Out2.1\n"
-               "  Sink\n"
-               "    Tone\n"
-               "      In3.0"));
-    trafficOutput().monitorTarget = EvtSrv::DebugPortName;
   }
 
   // The first source goes, with its connection and its name.
@@ -52,8 +47,6 @@ class VanishedPort : public testing::Test {
     return shell.printed();
   }
 
-  EvtSrv::EventPortManager manager{EvtSrv::ConBehave_Void, true};
-  TestShell shell{manager};
   ResultCode code = 0;
 };
 
@@ -79,7 +72,7 @@ TEST_F(VanishedPort, IsListedByItselfAsEmpty) {
 }
 
 // What stood below it is found by the pattern, and has gone when its turn comes.
-TEST_F(VanishedPort, EndsTheListingOfWhatStoodBelowIt) {
+TEST_F(VanishedPort, EndsAListingOfPlacesBelowThePort) {
   list(NoOption, "/Midi/Source/Seq/Out2.0");
   letItGo();
   EXPECT_EQ(list(NoOption, "/Midi/Source/Seq/Out2.0/Tone/In3.0"), "\n");
@@ -102,7 +95,7 @@ TEST_F(VanishedPort, EndsAListingOfSeveralPlacesAsASuccess) {
   EXPECT_EQ(list(NoOption, "/Midi/Source/Seq/*/*"), "\nIn3.0  \n\n");
 }
 
-TEST_F(VanishedPort, IsCompletedAndRefused) {
+TEST_F(VanishedPort, IsCompletedButNotAttached) {
   letItGo();
   refreshTopology(shell, {});
   EXPECT_EQ(collectPathCandidates("/Midi/Source/Seq/Out2", {}, shell.tree()),

@@ -10,6 +10,7 @@
 #include <cerrno>
 #include <cstdlib>
 #include <functional>
+#include <ostream>
 #include <string>
 
 namespace flowscope {
@@ -69,11 +70,15 @@ int writeBeyondTheLimit() {
 struct Failure {
   int signal;
   int (*fail)();
+
+  friend void PrintTo(const Failure& failure, std::ostream* out) {
+    *out << (failure.signal == SIGPIPE ? "NoReader" : "TooLarge");
+  }
 };
 
 class WriteFailure : public testing::TestWithParam<Failure> {};
 
-TEST_P(WriteFailure, IsAnErrorAndNoMore) {
+TEST_P(WriteFailure, IsAnErrorWithoutASignal) {
   EXPECT_EQ(inProcess([] {
               const auto [signal, fail] = GetParam();
               {
@@ -88,7 +93,7 @@ TEST_P(WriteFailure, IsAnErrorAndNoMore) {
 }
 
 // The same signal for the process, which nobody else in it can take.
-TEST_P(WriteFailure, DoesNotTakeWhatSomebodyElseSends) {
+TEST_P(WriteFailure, DoesNotTakeASignalSentToTheProcess) {
   const auto [signal, fail] = GetParam();
   const std::string killed = "killed by " + std::to_string(signal);
   for (const bool first : {true, false}) {
@@ -105,7 +110,7 @@ TEST_P(WriteFailure, DoesNotTakeWhatSomebodyElseSends) {
 }
 
 // One that the thread was holding back already, from before.
-TEST_P(WriteFailure, LeavesWhatWasWaitingBefore) {
+TEST_P(WriteFailure, LeavesASignalThatWasPendingBefore) {
   EXPECT_EQ(inProcess([] {
               const auto [signal, fail] = GetParam();
               sigset_t all;
@@ -122,7 +127,7 @@ TEST_P(WriteFailure, LeavesWhatWasWaitingBefore) {
 }
 
 // Where the system has raised nothing, what is taken came from somebody else, who is another process here.
-TEST_P(WriteFailure, GivesBackWhatItDidNotRaise) {
+TEST_P(WriteFailure, GivesBackASignalThatItDidNotRaise) {
   const auto [signal, fail] = GetParam();
   const int error = signal == SIGPIPE ? EPIPE : EFBIG;
   EXPECT_EQ(inProcess([signal = signal, error] {
@@ -136,7 +141,7 @@ TEST_P(WriteFailure, GivesBackWhatItDidNotRaise) {
             "killed by " + std::to_string(signal));
 }
 
-TEST_P(WriteFailure, OfAnotherKindTakesNothing) {
+TEST_P(WriteFailure, OfAnotherKindTakesNoSignal) {
   EXPECT_EQ(inProcess([] {
               const WriteSignals signals;
               static_cast<void>(GetParam().fail());
@@ -147,9 +152,7 @@ TEST_P(WriteFailure, OfAnotherKindTakesNothing) {
 
 INSTANTIATE_TEST_SUITE_P(Kinds, WriteFailure,
                          testing::Values(Failure{SIGPIPE, writeWithoutReader}, Failure{SIGXFSZ, writeBeyondTheLimit}),
-                         [](const testing::TestParamInfo<Failure>& row) {
-                           return std::string(row.param.signal == SIGPIPE ? "NoReader" : "TooLarge");
-                         });
+                         testing::PrintToStringParamName());
 
 }  // namespace
 }  // namespace flowscope

@@ -47,7 +47,7 @@ TEST_F(AlsaInput, ShowsWhatATappedSourceEmits) {
   EXPECT_EQ(run->known + static_cast<unsigned>(run->unknown), 0U);
 }
 
-TEST_F(AlsaInput, ShowsNothingOfASourceThatIsNotUsedAnyMore) {
+TEST_F(AlsaInput, ShowsNothingOfASourceThatIsNoLongerUsed) {
   Peer peer("peer");
   const Address out = peer.port("peer out", SourceCapabilities);
   const Address other = peer.port("peer other", SourceCapabilities);
@@ -62,7 +62,7 @@ TEST_F(AlsaInput, ShowsNothingOfASourceThatIsNotUsedAnyMore) {
   EXPECT_EQ(run->messages.front().group, 1);
 }
 
-TEST_F(AlsaInput, ShowsSystemExclusiveWholeHoweverItComes) {
+TEST_F(AlsaInput, ShowsSystemExclusiveWholeFromAnyPieces) {
   Peer peer("peer");
   const Address one = peer.port("peer one", SourceCapabilities);
   const Address two = peer.port("peer two", SourceCapabilities);
@@ -87,7 +87,7 @@ TEST_F(AlsaInput, ShowsSystemExclusiveWholeHoweverItComes) {
   EXPECT_EQ(run->known + static_cast<unsigned>(run->unknown), 0U);
 }
 
-TEST_F(AlsaInput, ShowsWhatASourceHasEmittedBeforeItLeft) {
+TEST_F(AlsaInput, ShowsMessagesThatASourceEmittedBeforeItLeft) {
   std::optional<Peer> peer("peer");
   const Address out = peer->port("peer out", SourceCapabilities);
   use("peer_out");
@@ -98,7 +98,7 @@ TEST_F(AlsaInput, ShowsWhatASourceHasEmittedBeforeItLeft) {
   EXPECT_EQ(run->changedAfter.at(changes), 100U);
 }
 
-TEST_F(AlsaInput, FloodIsSeenOrLostAndCounted) {
+TEST_F(AlsaInput, EveryMessageOfAFloodIsSeenOrCountedAsLost) {
   Peer peer("peer");
   const Address out = peer.port("peer out", SourceCapabilities);
   use("peer_out");

@@ -15,7 +15,7 @@ using ::testing::IsEmpty;
 
 class AlsaOutputTest : public AlsaDriverTest {};
 
-TEST_F(AlsaOutputTest, SendsToThatSinkOnly) {
+TEST_F(AlsaOutputTest, SendsToTheGivenSinkOnly) {
   Peer peer("peer");
   Peer other("other");
   const Address in = peer.port("peer in", SinkCapabilities);
@@ -79,7 +79,7 @@ TEST_F(AlsaOutputTest, SlowReceiverLosesNothingAndHoldsUpNobody) {
   EXPECT_FALSE(driver().behind());
 }
 
-TEST_F(AlsaOutputTest, SlowReceiverBehindThePortThatPassesOnLosesNothing) {
+TEST_F(AlsaOutputTest, SlowReceiverBehindTheThroughPortLosesNothing) {
   Peer slow("slow");
   const Address in = slow.port("slow in", SinkCapabilities);
   ASSERT_EQ(slow.subscribe({{14, 0}, in}), 0);
@@ -97,7 +97,7 @@ TEST_F(AlsaOutputTest, SlowReceiverBehindThePortThatPassesOnLosesNothing) {
   EXPECT_EQ(overflows, 0);
 }
 
-TEST_F(AlsaOutputTest, WhatMidiHasNoFormForIsCountedAndNoted) {
+TEST_F(AlsaOutputTest, MessagesThatMidiCannotCarryAreCountedAndLogged) {
   Peer peer("peer");
   const Address in = peer.port("peer in", SinkCapabilities);
   const device::PortId sink = run->place("peer_in");
@@ -112,7 +112,7 @@ TEST_F(AlsaOutputTest, WhatMidiHasNoFormForIsCountedAndNoted) {
   EXPECT_THAT(peer.read(), IsEmpty());
 }
 
-TEST_F(AlsaOutputTest, WhatWaitsForAReceiverThatLeavesIsCountedAndNoted) {
+TEST_F(AlsaOutputTest, MessagesThatWaitForAReceiverThatLeavesAreCountedAndLogged) {
   std::optional<Peer> peer("peer");
   const Address in = peer->port("peer in", SinkCapabilities);
   const device::PortId sink = run->place("peer_in");

@@ -16,7 +16,7 @@ using ::testing::HasSubstr;
 
 class AlsaPorts : public AlsaDriverTest {};
 
-TEST_F(AlsaPorts, ListsThePortsThatOthersMayUse) {
+TEST_F(AlsaPorts, ListsThePortsThatOtherClientsMayUse) {
   Peer studio("studio");
   const Address out = studio.port("studio out", SourceCapabilities);
   studio.port("in", SinkCapabilities);
@@ -41,13 +41,13 @@ TEST_F(AlsaPorts, ListsThePortsThatOthersMayUse) {
   }
 }
 
-TEST_F(AlsaPorts, ListsThePortOfTheKernelThatPassesOn) {
+TEST_F(AlsaPorts, ListsTheThroughPortOfTheKernel) {
   const device::PortId source = run->place("Midi_Through_Port-0_out");
   EXPECT_EQ(nameAt({source.group, 0, device::Side::Sink}), "Midi_Through_Port-0_in");
   EXPECT_EQ(originalOf("Midi_Through_Port-0_in"), "14:0 Midi Through Port-0");
 }
 
-TEST_F(AlsaPorts, MakesAndEndsConnectionsThatOthersSee) {
+TEST_F(AlsaPorts, MakesAndEndsConnectionsThatOtherClientsSee) {
   Peer peer("peer");
   const Subscription wanted{peer.port("peer out", SourceCapabilities), peer.port("peer in", SinkCapabilities)};
   const device::Link link = run->link("peer_out", "peer_in");
@@ -65,7 +65,7 @@ TEST_F(AlsaPorts, MakesAndEndsConnectionsThatOthersSee) {
   EXPECT_THAT(run->links, ElementsAre("+peer_out>peer_in", "-peer_out>peer_in", "+peer_out>peer_in"));
 }
 
-TEST_F(AlsaPorts, TellsOfTheConnectionsOfOthers) {
+TEST_F(AlsaPorts, ReportsConnectionsOfOtherClients) {
   Peer peer("peer");
   Peer third("third");
   const Subscription wanted{peer.port("peer out", SourceCapabilities), peer.port("peer in", SinkCapabilities)};
@@ -85,7 +85,7 @@ TEST_F(AlsaPorts, TellsOfTheConnectionsOfOthers) {
   EXPECT_EQ(run->links.back(), "-peer_out>peer_in");
 }
 
-TEST_F(AlsaPorts, TapsAndPlacesComeBackWithTheirClient) {
+TEST_F(AlsaPorts, TapsAndPlacesReturnWithTheirClient) {
   std::optional<Peer> peer("peer");
   peer->port("peer out", SourceCapabilities);
   use("peer_out");
@@ -116,7 +116,7 @@ TEST_F(AlsaPorts, TapsAndPlacesComeBackWithTheirClient) {
   EXPECT_EQ(run->messages.back().group, 3);
 }
 
-TEST(AlsaWithoutASequencer, SaysSoInOneLineAndNothingElse) {
+TEST(AlsaWithoutASequencer, IsRefusedWithOneLineAndASilentStandardError) {
   if (Peer::canBe()) GTEST_SKIP() << "there is one";
   ::testing::internal::CaptureStderr();
   const auto opened = openAlsa();

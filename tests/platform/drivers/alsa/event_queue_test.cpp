@@ -48,7 +48,7 @@ std::string describe(const std::vector<QueuedEvent>& events) {
   return text;
 }
 
-TEST(EventQueue, GivesWhatWasAddedOnce) {
+TEST(EventQueue, GivesEachEventOnce) {
   EventQueue queue(Room);
   std::vector<std::uint8_t> data{0xF0, 1, 0xF7};
   queue.add(note(1));
@@ -60,7 +60,7 @@ TEST(EventQueue, GivesWhatWasAddedOnce) {
   EXPECT_EQ(describe(queue.take()), "");
 }
 
-TEST(EventQueue, CountsExactlyWhatHasNoRoomAtItsPlace) {
+TEST(EventQueue, CountsEventsWithoutRoomExactlyAndInTheirPlace) {
   EventQueue queue(Room);
   for (int at = 0; at < 5; ++at) queue.add(note(1));
   queue.add(note(2));
@@ -111,7 +111,7 @@ TEST(EventQueue, ANewSystemExclusiveMessageEndsTheOneThatIsDropped) {
   EXPECT_EQ(describe(queue.take()), "x1 ");
 }
 
-TEST(EventQueue, OverflowsStandWhereTheyHappened) {
+TEST(EventQueue, OverflowsAreReportedInTheirPlace) {
   EventQueue queue(Room);
   queue.add(note(1));
   queue.addOverflow();

@@ -50,13 +50,13 @@ Input 2
   Rx bytes     : 0
 )";
 
-TEST(RawMidiRoom, IsWhatMayBeWrittenToTheOutputOfAHardwarePort) {
+TEST(RawMidiRoom, IsTheFreeSpaceOfTheOutputOfAHardwarePort) {
   EXPECT_EQ(roomIn(Hardware, placeOfHardwarePort(0, 0)), 4000U);
   EXPECT_EQ(roomIn(Hardware, placeOfHardwarePort(0, 1)), std::nullopt);
   EXPECT_EQ(roomIn(Hardware, placeOfHardwarePort(0, 2)), std::nullopt);
 }
 
-TEST(RawMidiRoom, IsWhatTheFullestReaderOfAVirtualPortHasLeft) {
+TEST(RawMidiRoom, IsTheFreeSpaceOfTheFullestReaderOfAVirtualPort) {
   const auto place = placeOfVirtualPort(0, "Virtual Raw MIDI 0-0").value();
   EXPECT_EQ(roomIn(Virtual, place), 0U);
   std::string text = Virtual;
@@ -66,7 +66,7 @@ TEST(RawMidiRoom, IsWhatTheFullestReaderOfAVirtualPortHasLeft) {
   EXPECT_EQ(roomIn(text, place), std::nullopt);
 }
 
-TEST(RawMidiRoom, OfAnythingElseIsNotKnown) {
+TEST(RawMidiRoom, IsUnknownWhereTheTextDoesNotTell) {
   const RawMidiPlace place{0, 0, 0};
   EXPECT_EQ(roomIn("", place), std::nullopt);
   EXPECT_EQ(roomIn("Output 0\n  Avail        : 12\n", place), std::nullopt);
@@ -75,7 +75,7 @@ TEST(RawMidiRoom, OfAnythingElseIsNotKnown) {
   EXPECT_EQ(roomAt({99, 0}), std::nullopt);
 }
 
-TEST(RawMidiRoom, PlacesAreFound) {
+TEST(RawMidiRoom, PlacesOfPortsAreFound) {
   EXPECT_EQ(placeOfHardwarePort(2, 0), (RawMidiPlace{2, 0, 0}));
   EXPECT_EQ(placeOfHardwarePort(2, 33), (RawMidiPlace{2, 1, 1}));
   EXPECT_EQ(placeOfVirtualPort(1, "Virtual Raw MIDI 1-3"), (RawMidiPlace{1, 3, std::nullopt}));

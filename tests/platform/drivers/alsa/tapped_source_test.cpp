@@ -44,7 +44,7 @@ TEST_F(TappedSourceTest, OtherMessagesStandBetweenThePiecesOfSystemExclusive) {
   EXPECT_EQ(source_.takeBroken(), 0U);
 }
 
-TEST_F(TappedSourceTest, TheRestOfWhatBeganBeforeIsNoLoss) {
+TEST_F(TappedSourceTest, RestOfAMessageThatBeganBeforeTheTapIsNoLoss) {
   exclusive("01 02");
   exclusive("F7");
   exclusive("F0 03 F7");
@@ -52,7 +52,7 @@ TEST_F(TappedSourceTest, TheRestOfWhatBeganBeforeIsNoLoss) {
   EXPECT_EQ(source_.takeBroken(), 0U);
 }
 
-TEST_F(TappedSourceTest, WhatIsCutCountsWithTheLossThatCutIt) {
+TEST_F(TappedSourceTest, MessageCutByALossIsNotCountedAgain) {
   exclusive("F0 01");
   source_.cut();
   exclusive("02 F7");
@@ -61,7 +61,7 @@ TEST_F(TappedSourceTest, WhatIsCutCountsWithTheLossThatCutIt) {
   EXPECT_EQ(source_.takeBroken(), 0U);
 }
 
-TEST_F(TappedSourceTest, WhatItsSenderHasCutIsBroken) {
+TEST_F(TappedSourceTest, MessageThatItsSenderCutsIsCountedAsBroken) {
   exclusive("F0 01");
   exclusive("F0 02");
   source_.cut();
@@ -69,7 +69,7 @@ TEST_F(TappedSourceTest, WhatItsSenderHasCutIsBroken) {
   EXPECT_EQ(source_.takeBroken(), 1U);
 }
 
-TEST_F(TappedSourceTest, EventsWithoutMidiAreNothing) {
+TEST_F(TappedSourceTest, EventsWithoutMidiAreIgnored) {
   QueuedEvent event;
   for (const auto type : {SND_SEQ_EVENT_PORT_SUBSCRIBED, SND_SEQ_EVENT_USR0, SND_SEQ_EVENT_ECHO, SND_SEQ_EVENT_TEMPO,
                           SND_SEQ_EVENT_SYSEX, SND_SEQ_EVENT_NONE}) {

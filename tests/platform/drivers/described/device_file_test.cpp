@@ -85,7 +85,7 @@ TEST_F(DeviceFile, ErrorsNameFileLineAndCause) {
   for (const auto& row : table) EXPECT_EQ(causeOf(device(row.text)), row.error);
 }
 
-TEST_F(DeviceFile, AFileThatCannotBeReadSaysSo) {
+TEST_F(DeviceFile, AFileThatCannotBeReadIsReported) {
   EXPECT_EQ(causeOf(folder_ + "/none.toml"), folder_ + "/none.toml: No such file or directory");
   EXPECT_EQ(causeOf(folder_), folder_ + ": not a regular file");
   EXPECT_EQ(causeOf("/dev/zero"), "/dev/zero: not a regular file");

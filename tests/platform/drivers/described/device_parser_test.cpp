@@ -84,7 +84,7 @@ speed = 2.5
   EXPECT_EQ(filePlayers[2].speed, 2.5);
 }
 
-TEST(DeviceParser, ASideThatIsNotGivenIsNotThere) {
+TEST(DeviceParser, ASideThatIsNotGivenIsAbsent) {
   const auto result = parseDevice("[[group]]\nid = 1\nname = 'A'\nsinks = 0\n");
   const device::Group& group = std::get<ParsedDevice>(result).device.groups.at(0);
   EXPECT_FALSE(group.sources);

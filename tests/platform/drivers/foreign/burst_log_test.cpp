@@ -46,7 +46,7 @@ TEST_F(BurstLogTest, BeginsAnewAfterALine) {
   EXPECT_THAT(lines, ElementsAre("1 message a"));
 }
 
-TEST_F(BurstLogTest, KeepsItsDistanceAndLosesNothing) {
+TEST_F(BurstLogTest, KeepsTheIntervalBetweenLinesAndCountsEverything) {
   log.add(1, "period", "a", 10s, 10s);
   EXPECT_EQ(advance(11s), std::nullopt);
   EXPECT_THAT(lines, ElementsAre("1 period a"));
@@ -64,7 +64,7 @@ TEST_F(BurstLogTest, KeepsItsDistanceAndLosesNothing) {
   EXPECT_THAT(lines, ElementsAre("2 periods a"));
 }
 
-TEST_F(BurstLogTest, TellsAtTheEndWhatIsLeft) {
+TEST_F(BurstLogTest, LogsTheRestAtTheEnd) {
   log.add(4, "period", "a", 10s, 10s);
   advance(11s);
   log.add(5, "period", "a", 12s, 10s);

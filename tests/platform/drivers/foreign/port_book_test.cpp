@@ -39,7 +39,7 @@ TEST(PortBook, ClientsAreGroupsInTheOrderOfAppearance) {
   EXPECT_EQ(book.key(out(1, 9)), std::nullopt);
 }
 
-TEST(PortBook, SameAgainIsNoChange) {
+TEST(PortBook, SamePortsAgainAreNoChange) {
   PortBook book;
   const Clients clients{{1, "a", {both(7, "p")}}};
   EXPECT_TRUE(book.update(clients));
@@ -112,7 +112,7 @@ TEST(PortBook, NumberTakenByAnotherClientIsAnotherGroup) {
   EXPECT_EQ(book.place(1, device::Side::Source), out(1, 0));
 }
 
-TEST(PortBook, RenamedPortIsAnother) {
+TEST(PortBook, RenamedPortIsAnotherPort) {
   PortBook book;
   book.update(Clients{{1, "a", {source(1, "a:x")}}});
   EXPECT_TRUE(book.update(Clients{{1, "a", {source(1, "a:new")}}}));
@@ -137,7 +137,7 @@ TEST(PortBook, ClientWithoutPortsIsNoGroupYet) {
   EXPECT_TRUE(book.topology().groups().empty());
 }
 
-TEST(PortBook, OriginalNamesFollow) {
+TEST(PortBook, OriginalNamesFollowTheNumberOfTheirClient) {
   PortBook book;
   book.update(Clients{{128, "a", {{1, "x", "128:0 x", true, false}}}});
   EXPECT_TRUE(book.update(Clients{{129, "a", {{1, "x", "129:0 x", true, false}}}}));

@@ -48,7 +48,7 @@ TEST(CaptureReader, AMessageInRealTimeDoesNotEndAGap) {
   EXPECT_THAT(read({"gap 1", "02", "F8", "03", "F7", "FA"}), ElementsAre("0: F8", "0: FA", "lost 1"));
 }
 
-TEST(CaptureReader, CountsWhatIsBroken) {
+TEST(CaptureReader, CountsBrokenMessages) {
   EXPECT_THAT(read({"90 40", "80 40 01", "F4", ""}), ElementsAre("0: 80 40 01", "lost 2"));
 }
 

@@ -12,7 +12,7 @@ using testing::IsEmpty;
 bool gone(const std::string& /*client*/) { return false; }
 bool runs(const std::string& /*client*/) { return true; }
 
-TEST(ClientLog, TellsOfThoseWhoWereThereBefore) {
+TEST(ClientLog, LogsKnownClientsThatLeaveAndReturn) {
   ClientLog log;
   EXPECT_THAT(log.update({"a", "b"}, gone), IsEmpty());
   EXPECT_THAT(log.update({"b", "c"}, gone), ElementsAre("client \"a\" has gone"));
@@ -29,7 +29,7 @@ TEST(ClientLog, AClientWithoutPortsHasNotGone) {
   EXPECT_THAT(log.update({}, gone), ElementsAre("client \"a\" has gone"));
 }
 
-TEST(ClientLog, AServerTakesItsClientsWithItInSilence) {
+TEST(ClientLog, ClientsThatLeaveWithTheServerAreNotLogged) {
   ClientLog log;
   log.update({"a"}, gone);
   log.serverGone();

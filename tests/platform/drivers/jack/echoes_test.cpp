@@ -17,22 +17,22 @@ std::vector<bool> news(const std::string& own, const std::string& told) {
   return all;
 }
 
-TEST(Echoes, OthersChangesAreNews) { EXPECT_THAT(news("", "CDC"), ElementsAre(true, true, true)); }
+TEST(Echoes, ChangesOfOtherClientsAreNews) { EXPECT_THAT(news("", "CDC"), ElementsAre(true, true, true)); }
 
-TEST(Echoes, OwnChangesAreNot) {
+TEST(Echoes, OwnChangesAreNoNews) {
   EXPECT_THAT(news("C", "C"), ElementsAre(false));
   EXPECT_THAT(news("CDCD", "CDCD"), ElementsAre(false, false, false, false));
   EXPECT_THAT(news("C", "CD"), ElementsAre(false, true));
 }
 
-TEST(Echoes, WhatIsOlderThanAnOwnChangeIsNoNews) {
+TEST(Echoes, ChangesOlderThanAnOwnOneAreNoNews) {
   // Another has ended it before we made it.
   EXPECT_THAT(news("C", "DC"), ElementsAre(false, false));
   // Another has ended what we made, and we have made it again.
   EXPECT_THAT(news("CC", "CDCD"), ElementsAre(false, false, false, true));
 }
 
-TEST(Echoes, EachConnectionHasItsOwn) {
+TEST(Echoes, AreExpectedForEachConnectionSeparately) {
   Echoes echoes;
   echoes.expect("a", "b", true);
   EXPECT_TRUE(echoes.isNews("a", "c", true));
@@ -41,7 +41,7 @@ TEST(Echoes, EachConnectionHasItsOwn) {
   EXPECT_TRUE(echoes.isNews("a", "b", true));
 }
 
-TEST(Echoes, NoneComeFromAServerThatHasGone) {
+TEST(Echoes, AreNotExpectedFromAServerThatHasGone) {
   Echoes echoes;
   echoes.expect("a", "b", true);
   echoes.clear();

@@ -19,7 +19,7 @@ Bytes piece(SpscRing& ring) {
   return bytes;
 }
 
-TEST(Outlet, WhatTheRingHasNoRoomForWaitsInOrder) {
+TEST(Outlet, MessagesWithoutRoomInTheRingWaitInOrder) {
   SpscRing ring(16);  // two messages of three bytes
   Outlet outlet(ring);
   for (std::uint8_t number = 0; number < 9; ++number) outlet.put(Bytes{0x90, number, 1});
@@ -34,7 +34,7 @@ TEST(Outlet, WhatTheRingHasNoRoomForWaitsInOrder) {
   EXPECT_EQ(outlet.waitingBytes(), 0U);
 }
 
-TEST(Outlet, WhatComesLaterDoesNotOvertakeWhatWaits) {
+TEST(Outlet, LaterMessagesDoNotOvertakeWaitingOnes) {
   SpscRing ring(16);
   Outlet outlet(ring);
   outlet.put(Bytes(9, 1));
@@ -48,7 +48,7 @@ TEST(Outlet, WhatComesLaterDoesNotOvertakeWhatWaits) {
   EXPECT_EQ(piece(ring), Bytes{4});
 }
 
-TEST(Outlet, ALongMessageWaitsAsOneUntilItsLastPieceHasGone) {
+TEST(Outlet, ALongMessageWaitsAsOneUntilItsLastPieceIsWritten) {
   SpscRing ring(Outlet::MaxPiece * 2);
   Outlet outlet(ring);
   Bytes message(Outlet::MaxPiece * 3 + 5, 7);

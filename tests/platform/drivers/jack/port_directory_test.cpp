@@ -22,7 +22,7 @@ TEST(PortDirectory, ClientsAreGroupsAndFullNamesArePorts) {
   EXPECT_EQ(ports.name({1, 0, device::Side::Source}), "keys:out 1");
 }
 
-TEST(PortDirectory, WhatReturnsHasItsPlaceAgain) {
+TEST(PortDirectory, ReturningPortsHaveTheirPlacesAgain) {
   PortDirectory ports;
   ports.update({{"a:out", true}, {"b:out", true}});
   EXPECT_FALSE(ports.update({{"a:out", true}, {"b:out", true}}));

@@ -13,7 +13,7 @@ using testing::IsEmpty;
 constexpr device::PortId One{1, 0, device::Side::Source};
 constexpr device::PortId Other{2, 0, device::Side::Source};
 
-TEST(SkipNews, AreToldAtOnceAndThenOnceASecondForEachSource) {
+TEST(SkipNews, AreReportedAtOnceAndThenOnceASecondForEachSource) {
   SkipNews news;
   EXPECT_THAT(news.take(10s), IsEmpty());
   EXPECT_EQ(news.next(), std::nullopt);
@@ -31,7 +31,7 @@ TEST(SkipNews, AreToldAtOnceAndThenOnceASecondForEachSource) {
   EXPECT_THAT(news.take(13s), IsEmpty());
 }
 
-TEST(SkipNews, OfASourceThatIsUsedNoMoreAreNotTold) {
+TEST(SkipNews, AreNotReportedForASourceThatIsNoLongerUsed) {
   SkipNews news;
   news.add(One);
   news.add(Other);

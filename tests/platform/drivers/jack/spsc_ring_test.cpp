@@ -31,7 +31,7 @@ TEST(SpscRing, TakesHeadAndBodyTogetherOrNotAtAll) {
   EXPECT_EQ(ring.size(), 0U);
 }
 
-TEST(SpscRing, GoesOnAtTheBeginningBehindItsEnd) {
+TEST(SpscRing, WrapsAroundAtItsEnd) {
   SpscRing ring(5);  // 8
   ring.push(Bytes{0, 0, 0, 0, 0, 0}, {});
   ring.drop(6);

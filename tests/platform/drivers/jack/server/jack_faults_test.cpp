@@ -23,7 +23,7 @@ class JackFaults : public testing::Test {
   }
 };
 
-TEST_F(JackFaults, WithoutAServerThereIsAReasonAndNoDriver) {
+TEST_F(JackFaults, WithoutAServerThereIsACauseAndNoDriver) {
   testing::internal::CaptureStdout();
   testing::internal::CaptureStderr();
   const auto opened = openJack(Absent::Fails);
@@ -33,7 +33,7 @@ TEST_F(JackFaults, WithoutAServerThereIsAReasonAndNoDriver) {
   EXPECT_EQ(std::get<std::string>(opened), "no JACK server runs");
 }
 
-TEST_F(JackFaults, AServerIsWaitedFor) {
+TEST_F(JackFaults, DriverWaitsForAServer) {
   Driven driven(Absent::IsWaitedFor);
   EXPECT_THAT(driven.topology().groups(), IsEmpty());
   JackServer server;
@@ -45,7 +45,7 @@ TEST_F(JackFaults, AServerIsWaitedFor) {
 }
 
 // It is the program's own thread, which must still die of a pipe that nobody reads.
-TEST_F(JackFaults, WhoStartsADriverKeepsItsSignals) {
+TEST_F(JackFaults, ThreadThatStartsADriverKeepsItsSignals) {
   JackServer server;
   sigset_t pipe;
   sigemptyset(&pipe);
@@ -58,7 +58,7 @@ TEST_F(JackFaults, WhoStartsADriverKeepsItsSignals) {
   EXPECT_EQ(sigismember(&after, SIGPIPE), 0);
 }
 
-TEST_F(JackFaults, ADriverThatStillWaitsEndsAtOnce) {
+TEST_F(JackFaults, DriverThatStillWaitsForAServerEndsAtOnce) {
   { Driven driven(Absent::IsWaitedFor); }
   SUCCEED();
 }
@@ -102,9 +102,9 @@ void endAndReturn(void (JackServer::*end)()) {
   }
 }
 
-TEST_F(JackFaults, AServerThatEndsAndReturnsIsTakenUpAgain) { endAndReturn(&JackServer::stop); }
+TEST_F(JackFaults, DriverReturnsToAServerThatEndsAndReturns) { endAndReturn(&JackServer::stop); }
 
-TEST_F(JackFaults, SoIsOneThatIsKilled) { endAndReturn(&JackServer::kill); }
+TEST_F(JackFaults, DriverReturnsToAServerThatIsKilledAndReturns) { endAndReturn(&JackServer::kill); }
 
 }  // namespace
 }  // namespace drivers::jack

@@ -72,7 +72,7 @@ TEST_F(JackGraph, AClientThatReturnsHasItsIdAgainAndALineInTheLog) {
   EXPECT_THAT(driven.lines, ElementsAre("client \"keys\" has gone", "client \"keys\" is back"));
 }
 
-TEST_F(JackGraph, OwnConnectionsStandInJackAndAreToldAtOnce) {
+TEST_F(JackGraph, OwnConnectionsAreMadeInJackAndReportedAtOnce) {
   JackPeer keys("keys", {"out"}, {});
   JackPeer synth("synth", {}, {"in"});
   Driven driven;
@@ -86,7 +86,7 @@ TEST_F(JackGraph, OwnConnectionsStandInJackAndAreToldAtOnce) {
   EXPECT_EQ(driven.patch(false, "keys:out", "synth:in"), device::Status::NotFound);
 }
 
-TEST_F(JackGraph, OthersConnectionsAreToldAsTheyHappen) {
+TEST_F(JackGraph, ConnectionsOfOtherClientsAreReportedAsTheyHappen) {
   JackPeer keys("keys", {"out"}, {});
   JackPeer synth("synth", {}, {"in", "in2"});
   server->tool("jack_connect", {"keys:out", "synth:in2"});
@@ -121,7 +121,7 @@ TEST_F(JackGraph, NoEchoOfAnOwnChangeUndoesALaterOne) {
   EXPECT_EQ(driven.linkNews, expected);
 }
 
-TEST_F(JackGraph, OwnPortsAndTheirConnectionsAreNeverTold) {
+TEST_F(JackGraph, OwnPortsAndTheirConnectionsAreNeverReported) {
   JackPeer keys("keys", {"out"}, {});
   JackPeer synth("synth", {}, {"in"});
   Driven driven;

@@ -11,7 +11,7 @@ using testing::Contains;
 using testing::IsSupersetOf;
 using testing::Not;
 
-TEST_F(JackMessages, OfASourceComeInOrderWithTheirChannelsApart) {
+TEST_F(JackMessages, MessagesOfASourceArriveInOrderWithTheirChannelsSeparated) {
   driven->use("peer:out");
   const std::vector<std::string> expected{"peer:out 0: 90 01 02", "peer:out 15: 90 01 02", "peer:out 0: F8",
                                           "peer:out 3: C0 07",    "peer:out 0: F2 01 02",  "peer:out 0: F0 01 F7"};
@@ -23,7 +23,7 @@ TEST_F(JackMessages, OfASourceComeInOrderWithTheirChannelsApart) {
   });
 }
 
-TEST_F(JackMessages, WhatIsEmittedOnceATapStandsArrives) {
+TEST_F(JackMessages, MessagesEmittedAfterATapIsMadeArrive) {
   for (std::uint8_t turn = 0; turn < 20; ++turn) {
     tryUndisturbed([&] {
       driven->use("peer:out");
@@ -37,7 +37,7 @@ TEST_F(JackMessages, WhatIsEmittedOnceATapStandsArrives) {
   }
 }
 
-TEST_F(JackMessages, ATapIsBackWithItsPort) {
+TEST_F(JackMessages, ATapReturnsWithItsPort) {
   driven->use("peer:out");
   peer->removeSource("out");
   ASSERT_TRUE(driven->runUntil([&] { return !driven->isThere("peer:out"); }));
@@ -50,7 +50,7 @@ TEST_F(JackMessages, ATapIsBackWithItsPort) {
   });
 }
 
-TEST_F(JackMessages, ATapThatAnotherHasCutIsMadeAgain) {
+TEST_F(JackMessages, ATapThatAnotherClientDisconnectsIsMadeAgain) {
   driven->use("peer:out");
   const std::string own = [&] {
     const std::string listed = server->tool("jack_lsp", {"-c", "peer:out"});
@@ -63,7 +63,7 @@ TEST_F(JackMessages, ATapThatAnotherHasCutIsMadeAgain) {
   }));
 }
 
-TEST_F(JackMessages, ALongSystemExclusiveComesInWhole) {
+TEST_F(JackMessages, ALongSystemExclusiveArrivesWhole) {
   driven->use("peer:out");
   driven->keepTexts = false;
   const JackEvent message = longExclusive(100'000);
@@ -79,7 +79,7 @@ TEST_F(JackMessages, ALongSystemExclusiveComesInWhole) {
   });
 }
 
-TEST_F(JackMessages, AFloodInComesWholeAndInOrder) {
+TEST_F(JackMessages, AFloodOfInputArrivesWholeAndInOrder) {
   driven->use("peer:out");
   driven->keepTexts = false;
   const auto events = flood(20'000);
@@ -90,7 +90,7 @@ TEST_F(JackMessages, AFloodInComesWholeAndInOrder) {
   });
 }
 
-TEST_F(JackMessages, WhatHasNoRoomIsCountedExactly) {
+TEST_F(JackMessages, MessagesThatFindNoRoomAreCountedExactly) {
   const std::vector<std::string> sources{"out", "out2", "out3", "out4"};
   for (const std::string& source : sources) driven->use("peer:" + source);
   driven->keepTexts = false;
@@ -110,7 +110,7 @@ TEST_F(JackMessages, WhatHasNoRoomIsCountedExactly) {
   });
 }
 
-TEST_F(JackMessages, WhatJackItselfHasDroppedIsCounted) {
+TEST_F(JackMessages, MessagesThatJackDropsAreCounted) {
   driven->use("peer:out");
   driven->keepTexts = false;
   const auto events = flood(4000);
@@ -123,7 +123,7 @@ TEST_F(JackMessages, WhatJackItselfHasDroppedIsCounted) {
   });
 }
 
-TEST_F(JackMessages, PeriodsThatWereSkippedAreALossOfEachUsedSource) {
+TEST_F(JackMessages, SkippedPeriodsAreALossOfEachUsedSource) {
   driven->use("peer:out");
   driven->use("peer:out2");
   // What was skipped on a busy machine before has been told by then.
@@ -140,7 +140,7 @@ TEST_F(JackMessages, PeriodsThatWereSkippedAreALossOfEachUsedSource) {
   EXPECT_TRUE(driven->wasLate());
 }
 
-TEST_F(JackMessages, LineOfSkippedPeriodsComesSeldomAndLosesNoSum) {
+TEST_F(JackMessages, SkippedPeriodsAreLoggedRarelyAndTheirSumIsComplete) {
   driven->use("peer:out");
   const auto holdUp = [&] {
     peer->holdUp(std::chrono::milliseconds(100));

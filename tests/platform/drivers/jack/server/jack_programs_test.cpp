@@ -103,7 +103,7 @@ TEST_F(JackPrograms, NamesBeyondAsciiAreShownWhereTheLocaleHasThem) {
   EXPECT_TRUE(logged("C", "client \"K\\xC3\\xB6ln\\xE2\\x80\\xAE\" has gone"));
 }
 
-TEST_F(JackPrograms, ADaemonSeesWhatOthersConnect) {
+TEST_F(JackPrograms, ADaemonSeesConnectionsOfOtherClients) {
   const auto daemon = daemonOnJack();
   server->tool("jack_connect", {"keys:out", "synth:in"});
   std::string listed;
@@ -115,7 +115,7 @@ TEST_F(JackPrograms, ADaemonSeesWhatOthersConnect) {
   EXPECT_THAT(server->tool("jack_lsp", {"-c"}), Not(HasSubstr("   synth:in")));
 }
 
-TEST_F(JackPrograms, WhatIsInjectedIntoASinkArrivesThereOnly) {
+TEST_F(JackPrograms, MessagesInjectedIntoASinkArriveThereOnly) {
   const auto daemon = daemonOnJack();
   printed(daemon->endpoint(), "streamctl", {"inject", "--group", "3", "synth:in", "0x90", "60", "100"});
   EXPECT_EQ(synth->arrived(), "93 3C 64");
@@ -127,7 +127,7 @@ TEST_F(JackPrograms, WhatIsInjectedIntoASinkArrivesThereOnly) {
   EXPECT_EQ(keys->arrived(), "90 3D 64");
 }
 
-TEST_F(JackPrograms, WhatAProgramSendsBeforeItEndsArrives) {
+TEST_F(JackPrograms, MessagesSentBeforeAProgramEndsArrive) {
   const testsupport::ScratchFolder folder;
   std::string song;
   for (int note = 30; note < 46; ++note) song += "0x90 0x" + std::to_string(note) + " 0x64 2\n";
@@ -139,7 +139,7 @@ TEST_F(JackPrograms, WhatAProgramSendsBeforeItEndsArrives) {
   for (int note = 30; note < 46; ++note) EXPECT_EQ(synth->arrived(), "92 " + std::to_string(note) + " 64");
 }
 
-TEST_F(JackPrograms, WhatSoundsIsEndedBeforeAPlayerDiesOfASignal) {
+TEST_F(JackPrograms, SoundingNotesEndBeforeAPlayerDiesOfASignal) {
   const testsupport::ScratchFolder folder;
   const std::string song = folder.path() / "song.mid";
   // The note-off would come in three hours.
@@ -155,7 +155,7 @@ TEST_F(JackPrograms, WhatSoundsIsEndedBeforeAPlayerDiesOfASignal) {
   EXPECT_EQ(synth->arrived(), "83 3C 40");
 }
 
-TEST_F(JackPrograms, WithoutASettingStreamctlTakesTheServerAndSaysSo) {
+TEST_F(JackPrograms, WithoutASettingStreamctlUsesTheServerAndReportsIt) {
   if (access("/dev/snd/seq", R_OK | W_OK) == 0) GTEST_SKIP() << "the sequencer of this machine comes first";
   const testsupport::ScratchFolder folder;
   auto environment = JackServer::environment();
@@ -172,7 +172,7 @@ TEST_F(JackPrograms, WithoutASettingStreamctlTakesTheServerAndSaysSo) {
   EXPECT_EQ(synth->arrived(), "90 3C 64");
 }
 
-TEST_F(JackPrograms, WhatPassesAConnectionIsSeenOnceAtEitherEnd) {
+TEST_F(JackPrograms, MessagesOfAConnectionAreSeenOnceAtEitherEnd) {
   const auto daemon = daemonOnJack();
   server->tool("jack_connect", {"keys:out", "synth:in"});
   const testsupport::ScratchFolder folder;
@@ -201,7 +201,7 @@ TEST_F(JackPrograms, WhatPassesAConnectionIsSeenOnceAtEitherEnd) {
 }
 
 // Groups have names for 42 at a time, not for the first 42 of a service's life.
-TEST_F(JackPrograms, ThoseThatAreThereHaveNamesHoweverManyHaveComeAndGone) {
+TEST_F(JackPrograms, ClientsHaveNamesHoweverManyHaveComeAndGone) {
   const auto daemon = daemonOnJack();
   for (int number = 0; number < 100; ++number) {
     const std::string name = "p" + std::to_string(number);
@@ -231,7 +231,7 @@ TEST_F(JackPrograms, ThoseThatAreThereHaveNamesHoweverManyHaveComeAndGone) {
   EXPECT_TRUE(console.shows("0x90 0x01 0x02 0x04"));
 }
 
-TEST_F(JackPrograms, JacksOwnDumpSeesWhatIsInjected) {
+TEST_F(JackPrograms, JacksOwnDumpSeesInjectedMessages) {
   const testsupport::ScratchFolder folder;
   const std::string heard = folder.path() / "heard";
   testsupport::ChildDescriptors descriptors;
@@ -271,7 +271,7 @@ TEST_F(JackPrograms, ADaemonOutlivesTheServer) {
   EXPECT_EQ(daemon->waitForExit(Deadline(Patience)), ExitStatus::exited(0));
 }
 
-TEST_F(JackPrograms, WhatTheConsoleStartsInheritsNoSocketOfTheServer) {
+TEST_F(JackPrograms, CommandsOfTheConsoleInheritNoSocketOfTheServer) {
   const auto plain =
       runProcess({"/bin/sh", {"-c", "ls /proc/self/fd"}, JackServer::environment(), {}}, {}, Deadline(Patience));
   EXPECT_EQ(printed("embedded:jack", "flowscope", {"-c", "cat /Midi/Source/*/*;$ls /proc/self/fd"}),

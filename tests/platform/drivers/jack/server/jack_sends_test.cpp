@@ -14,7 +14,7 @@ using testing::IsEmpty;
 using testing::Matches;
 using testing::Not;
 
-TEST_F(JackMessages, WhatIsDeliveredReachesItsSinkOnceAndInOrder) {
+TEST_F(JackMessages, DeliveredMessagesReachTheirSinkOnceAndInOrder) {
   const std::vector<JackEvent> expected{{0x90, 0, 1}, {0x91, 1, 1}, {0x92, 2, 1}, {0x93, 3, 1}, {0x94, 4, 1}, {0xF8}};
   tryUndisturbed([&] {
     for (std::uint8_t number = 0; number < 5; ++number) driven->deliver("peer:in", {0x90, number, 1}, number);
@@ -28,7 +28,7 @@ TEST_F(JackMessages, WhatIsDeliveredReachesItsSinkOnceAndInOrder) {
   EXPECT_EQ(driven->emittedCount, 0U);
 }
 
-TEST_F(JackMessages, AnOwnSourceDoesNotHearWhatIsDelivered) {
+TEST_F(JackMessages, DeliveredMessagesAreNotEmittedByAConnectedSource) {
   ASSERT_EQ(driven->patch(true, "peer:out", "peer:in"), device::Status::Ok);
   driven->use("peer:out");
   driven->deliver("peer:in", {0x90, 1, 1});
@@ -37,7 +37,7 @@ TEST_F(JackMessages, AnOwnSourceDoesNotHearWhatIsDelivered) {
   EXPECT_EQ(driven->emittedCount, 0U);
 }
 
-TEST_F(JackMessages, APortThatWasIdleForTenSecondsIsGivenBack) {
+TEST_F(JackMessages, APortThatWasIdleForTenSecondsIsReleased) {
   const std::vector<JackEvent> expected{{0xF8}, {0xFA}};
   tryUndisturbed([&] {
     driven->deliver("peer:in", {0xF8});
@@ -52,7 +52,7 @@ TEST_F(JackMessages, APortThatWasIdleForTenSecondsIsGivenBack) {
   });
 }
 
-TEST_F(JackMessages, AFloodOutWaitsForRoomAndArrivesWhole) {
+TEST_F(JackMessages, AFloodOfOutputWaitsForRoomAndArrivesWhole) {
   const auto events = flood(20'000);
   tryUndisturbed([&] {
     for (const JackEvent& event : events) {
@@ -65,7 +65,7 @@ TEST_F(JackMessages, AFloodOutWaitsForRoomAndArrivesWhole) {
   });
 }
 
-TEST_F(JackMessages, ALongSystemExclusiveGoesOutInPieces) {
+TEST_F(JackMessages, ALongSystemExclusiveIsSentInPieces) {
   for (const std::size_t size : {20'000U, 40'000U, 300'000U}) {
     const JackEvent message = longExclusive(size);
     tryUndisturbed([&] {
@@ -94,7 +94,7 @@ TEST_F(JackMessages, SendersAreHeldBackWhileMuchWaits) {
   });
 }
 
-TEST_F(JackMessages, WhatRealMidiHasNoFormForIsRefusedAndNoted) {
+TEST_F(JackMessages, MessagesThatMidiCannotCarryAreRefusedAndLogged) {
   const std::vector<JackEvent> expected{{0x9F, 2, 2}};
   tryUndisturbed([&] {
     driven->lines.clear();
@@ -110,7 +110,7 @@ TEST_F(JackMessages, WhatRealMidiHasNoFormForIsRefusedAndNoted) {
   });
 }
 
-TEST_F(JackMessages, WhatWaitsForASinkThatGoesIsNoted) {
+TEST_F(JackMessages, MessagesForASinkThatHasGoneAreLogged) {
   auto brief = std::make_unique<JackPeer>("brief", std::vector<std::string>{}, std::vector<std::string>{"in"});
   ASSERT_TRUE(driven->runUntilThere("brief:in"));
   brief.reset();
@@ -121,7 +121,7 @@ TEST_F(JackMessages, WhatWaitsForASinkThatGoesIsNoted) {
               ElementsAre("client \"brief\" has gone", "1 message for \"brief:in\" not sent: it has gone"));
 }
 
-TEST_F(JackMessages, WhatStillWaitsWhenASinkGoesIsCounted) {
+TEST_F(JackMessages, MessagesThatStillWaitWhenASinkGoesAreCounted) {
   // JACK takes a second for so much.
   for (int message = 0; message < 200; ++message) driven->deliver("peer:in", longExclusive(60'000));
   peer.reset();
