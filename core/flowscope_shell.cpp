@@ -10,10 +10,10 @@
 #include "topology/change_directory.h"
 #include "topology/listing.h"
 #include "topology/path_completion.h"
-#include "traffic/logging.h"
+#include "traffic/from_command.h"
 #include "traffic/monitor_attachment.h"
-#include "traffic/playback.h"
 #include "traffic/port_connections.h"
+#include "traffic/to_command.h"
 #include "traffic/traffic_output.h"
 
 namespace flowscope {
