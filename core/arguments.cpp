@@ -3,6 +3,8 @@
 #include <algorithm>
 #include <utility>
 
+#include "core/command_options.h"
+
 namespace flowscope {
 
 ResultCode checkArguments(ArgumentWords& words, Options& options, std::uint32_t maximum, Options allowed) {

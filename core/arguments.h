@@ -5,8 +5,8 @@
 #include <deque>
 #include <string>
 
-#include "core/command_options.h"
 #include "terminal/result_code.h"
+#include "topology/option_bits.h"
 
 namespace flowscope {
 

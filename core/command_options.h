@@ -1,20 +1,11 @@
 // Option letters of the commands.
 #pragma once
 
-#include <cstdint>
 #include <string_view>
 
+#include "topology/option_bits.h"
+
 namespace flowscope {
-
-// A set of option letters, one bit each.
-using Options = std::uint32_t;
-
-inline constexpr Options OptionR = 0x1;
-inline constexpr Options OptionM = 0x2;
-inline constexpr Options OptionL = 0x4;
-inline constexpr Options OptionC = 0x8;
-inline constexpr Options NoOptions = 0;
-inline constexpr Options AllOptions = OptionR | OptionM | OptionL | OptionC;
 
 // The bit of a letter, 0 for a letter that is none of "r", "m", "l" and "c".
 Options optionBit(char letter);

@@ -1,5 +1,6 @@
 #include "core/dispatcher.h"
 
+#include <algorithm>
 #include <array>
 #include <new>
 #include <optional>
@@ -51,7 +52,7 @@ std::optional<std::string> takeArgument(Command& command) {
 
 const char* textOrNull(const std::optional<std::string>& text) { return text ? text->c_str() : nullptr; }
 
-ResultCode quit(Command& command) {
+ResultCode quit(Command& command, const CommandRow&) {
   if (refusesArguments(command)) return ResultSilent;
   command.shell.onExit();
   command.shell.setRunning(false);
@@ -59,7 +60,7 @@ ResultCode quit(Command& command) {
 }
 
 // A finished word carries its trailing blank, so that completion can tell "cd" from "cd ".
-ResultCode complete(Command& command) {
+ResultCode complete(Command& command, const CommandRow&) {
   auto word = takeArgument(command);
   const char* argument = command.arguments.empty() ? nullptr : command.arguments.back().c_str();
   if (word && command.text.ends_with(' ')) {
@@ -69,7 +70,7 @@ ResultCode complete(Command& command) {
   return command.shell.onTab(textOrNull(word), argument);
 }
 
-ResultCode printWorkingDirectory(Command& command) {
+ResultCode printWorkingDirectory(Command& command, const CommandRow&) {
   if (refusesArguments(command)) return ResultSilent;
   std::string text;
   for (const auto& element : command.shell.path()) text.append("/").append(element);
@@ -117,7 +118,21 @@ ResultCode listHistory(Command& command, const CommandRow& row) {
   return ResultOk;
 }
 
-ResultCode runOther(Command& command) {
+ResultCode runEnd(Command& command, const CommandRow&) {
+  if (refusesArguments(command)) return ResultSilent;
+  return report(command.shell, command.shell.onEnd());
+}
+
+ResultCode runTerminate(Command& command, const CommandRow&) {
+  if (refusesArguments(command)) return ResultSilent;
+  return report(command.shell, command.shell.onTerminate());
+}
+
+ResultCode showHelp(Command& command, const CommandRow&) {
+  return command.arguments.empty() ? report(command.shell, command.shell.onHelp()) : ResultSilent;
+}
+
+ResultCode runOther(Command& command, const CommandRow&) {
   if (command.text.starts_with('$')) {
     command.shell.system().run(std::string(command.text.substr(1)));
     return ResultSilent;
@@ -128,21 +143,47 @@ ResultCode runOther(Command& command) {
   return report(command.shell, command.shell.onOther(command.word.c_str(), first->c_str(), textOrNull(second)));
 }
 
-ResultCode run(Command& command) {
-  const CommandRow* const row = commandNamed(command.word);
-  if (row == nullptr) return runOther(command);
-  if (row->operation != nullptr) return runOperation(command, *row);
-  if (row->name == "exit" || row->name == "quit" || row->name == "q") return quit(command);
-  if (row->name == "tab") return complete(command);
-  if (row->name == "pwd") return printWorkingDirectory(command);
-  if (row->name == "setport") return setPorts(command, *row);
-  if (row->name == "cmdfrom") return runNamedScript(command, *row);
-  if (row->name == "history") return listHistory(command, *row);
-  if (row->name == "help") {
-    return command.arguments.empty() ? report(command.shell, command.shell.onHelp()) : ResultSilent;
+using Handler = ResultCode (*)(Command& command, const CommandRow& row);
+
+constexpr Handler handlerOf(CommandIndex index) {
+  switch (index) {
+    case CommandIndex::Exit:
+    case CommandIndex::Quit:
+    case CommandIndex::Q:
+      return quit;
+    case CommandIndex::Tab:
+      return complete;
+    case CommandIndex::Pwd:
+      return printWorkingDirectory;
+    case CommandIndex::SetPort:
+      return setPorts;
+    case CommandIndex::CmdFrom:
+      return runNamedScript;
+    case CommandIndex::End:
+      return runEnd;
+    case CommandIndex::Terminate:
+      return runTerminate;
+    case CommandIndex::History:
+      return listHistory;
+    case CommandIndex::Help:
+      return showHelp;
+    case CommandIndex::Nameless:
+      return runOther;
+    default:
+      return runOperation;
   }
-  if (refusesArguments(command)) return ResultSilent;
-  return report(command.shell, row->name == "end" ? command.shell.onEnd() : command.shell.onTerminate());
+}
+
+static_assert(std::ranges::all_of(CommandTable,
+                                  [](const CommandRow& row) {
+                                    return (handlerOf(row.index) == runOperation) == (row.operation != nullptr);
+                                  }),
+              "each command either has an operation or is handled here");
+
+ResultCode run(Command& command) {
+  const CommandRow* const named = commandNamed(command.word);
+  const CommandRow& row = named != nullptr ? *named : rowOf(CommandIndex::Nameless);
+  return handlerOf(row.index)(command, row);
 }
 
 }  // namespace

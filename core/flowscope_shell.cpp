@@ -1,7 +1,9 @@
 #include "core/flowscope_shell.h"
 
+#include <algorithm>
 #include <array>
 #include <stdexcept>
+#include <string_view>
 
 #include "core/command_table.h"
 #include "core/manual_path.h"
@@ -10,25 +12,27 @@
 #include "topology/change_directory.h"
 #include "topology/listing.h"
 #include "topology/path_completion.h"
-#include "traffic/logging.h"
+#include "traffic/from_command.h"
 #include "traffic/monitor_attachment.h"
-#include "traffic/playback.h"
 #include "traffic/port_connections.h"
+#include "traffic/to_command.h"
 #include "traffic/traffic_output.h"
 
 namespace flowscope {
 
 namespace {
 
-// The commands that completion offers, in this order, by their positions in the command table.
-constexpr std::array<std::size_t, 12> CompletedCommands{13, 4, 14, 15, 25, 0, 11, 3, 26, 12, 29, 23};
+// The commands that completion offers, in this order.
+constexpr std::array CompletedCommands{CommandIndex::Cat,  CommandIndex::Cd,   CommandIndex::Con,
+                                       CommandIndex::Dis,  CommandIndex::End,  CommandIndex::Exit,
+                                       CommandIndex::From, CommandIndex::Ls,   CommandIndex::Terminate,
+                                       CommandIndex::To,   CommandIndex::Help, CommandIndex::Quit};
 
-std::vector<std::string_view> completedNames() {
-  std::vector<std::string_view> names;
-  names.reserve(CompletedCommands.size());
-  for (const std::size_t index : CompletedCommands) names.push_back(CommandTable.at(index).name);
+constexpr auto CompletedNames = [] {
+  std::array<std::string_view, CompletedCommands.size()> names;
+  std::ranges::transform(CompletedCommands, names.begin(), [](CommandIndex index) { return rowOf(index).name; });
   return names;
-}
+}();
 
 }  // namespace
 
@@ -57,7 +61,7 @@ ResultCode FlowScope::onDis(const char* source, const char* destination) {
 
 ResultCode FlowScope::onTab(const char* word, const char* argument) {
   if (argument == nullptr) {
-    if (const auto commands = matchCommandSet(completedNames(), word)) {
+    if (const auto commands = matchCommandSet(CompletedNames, word)) {
       offerCommands(lineEditor(), output(), promptText(), *commands);
       return ResultOk;
     }

@@ -31,11 +31,11 @@ FlowScope& newQuietShell(EvtSrv::EventPortManager& manager, ShellIo& io) {
   return shell;
 }
 
-enum class Option : char { Line, Script };
+enum class ProgramOption : char { Line, Script };
 
-std::optional<Option> optionOf(std::string_view word) {
-  if (word == "-c") return Option::Line;
-  if (word == "-f") return Option::Script;
+std::optional<ProgramOption> programOptionOf(std::string_view word) {
+  if (word == "-c") return ProgramOption::Line;
+  if (word == "-f") return ProgramOption::Script;
   return std::nullopt;
 }
 
@@ -43,13 +43,13 @@ std::optional<Option> optionOf(std::string_view word) {
 bool runOptions(EvtSrv::EventPortManager& manager, std::span<const char* const> words, ShellIo& io) {
   bool ran = false;
   for (std::size_t index = 0; index < words.size(); ++index) {
-    const auto option = optionOf(words[index]);
+    const auto option = programOptionOf(words[index]);
     if (!option) continue;
     ran = true;
     FlowScope& shell = newQuietShell(manager, io);
     if (++index == words.size()) {
       shell.output().reportResult(ResultBadArgument);
-    } else if (*option == Option::Line) {
+    } else if (*option == ProgramOption::Line) {
       runLine(shell, words[index], false);
     } else {
       runScript(shell, words[index]);

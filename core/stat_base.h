@@ -8,13 +8,13 @@
 #include <utility>
 #include <vector>
 
-#include "core/command_options.h"
 #include "core/shell_io.h"
 #include "evtsrv.h"
 #include "terminal/console_output.h"
 #include "terminal/editor_host.h"
 #include "terminal/line_editor.h"
 #include "terminal/result_code.h"
+#include "topology/option_bits.h"
 #include "topology/topology_node.h"
 
 namespace flowscope {

@@ -31,7 +31,7 @@ StyledText plain(const char* text) { return {AttrNone, ColourDefault, text}; }
 
 }  // namespace
 
-ResultCode listPath(TopologyShell& shell, unsigned options, const char* path, bool firstOutput) {
+ResultCode listPath(TopologyShell& shell, Options options, const char* path, bool firstOutput) {
   PathComponents place = shell.currentPath();
   if (path != nullptr) {
     auto found = lookupPath(path, shell.tree());
@@ -48,7 +48,7 @@ ResultCode listPath(TopologyShell& shell, unsigned options, const char* path, bo
   return ResultSilent;
 }
 
-ResultCode listCommand(TopologyShell& shell, unsigned options, const char* path) {
+ResultCode listCommand(TopologyShell& shell, Options options, const char* path) {
   if (path == nullptr) return listPath(shell, options, nullptr, true);
   const auto matches = expandPattern(resolvePath(path, shell.currentPath()), shell.tree());
   if (matches.empty()) return ResultSilent;

@@ -114,7 +114,7 @@ EvtSrv::EventResult detachPort(TrafficShell& shell, const char* path) {
   return result;
 }
 
-ResultCode catCommand(TrafficShell& shell, unsigned options, const char* pattern) {
+ResultCode catCommand(TrafficShell& shell, Options options, const char* pattern) {
   std::string resolved;
   if (pattern != nullptr) resolved = resolvePath(pattern, shell.currentPath());
 

@@ -7,6 +7,7 @@
 
 #include "evtsrv.h"
 #include "terminal/result_code.h"
+#include "topology/option_bits.h"
 #include "topology/path.h"
 #include "traffic/traffic_shell.h"
 
@@ -15,8 +16,8 @@ namespace flowscope {
 // The size of the events that the monitor requests, in bytes.
 inline constexpr std::size_t MonitorEventBytes = 1004;
 
-// The option bit of "cat" for the labelled form.
-inline constexpr unsigned LabelledOption = 0x4;
+// The option of "cat" that asks for the labelled form.
+inline constexpr Options LabelledOption = OptionL;
 
 // Returns the current directory, or the port that contains it: its path cut to four components.
 PathComponents currentPlace(TrafficShell& shell);
@@ -50,7 +51,7 @@ EvtSrv::EventResult detachPort(TrafficShell& shell, const char* path);
 // directory. Sets the text form (LabelledOption in options) and sets the traffic mode to the screen alone; a traffic
 // file stays open. Returns the result of the last match, ResultConnectError if it could not be attached; ResultSilent
 // if nothing matched. Throws std::out_of_range like resolvePath; then nothing changes.
-ResultCode catCommand(TrafficShell& shell, unsigned options, const char* pattern);
+ResultCode catCommand(TrafficShell& shell, Options options, const char* pattern);
 
 // "end": ends all attachments, closes the traffic file if one is open, and switches the printing of traffic off.
 // Returns ResultOk.

@@ -17,7 +17,7 @@
 #include "tests/support/scratch_folder.h"
 #include "tests/traffic/test_shell.h"
 #include "topology/listing.h"
-#include "traffic/playback.h"
+#include "traffic/from_command.h"
 #include "traffic/port_connections.h"
 #include "traffic/traffic_output.h"
 

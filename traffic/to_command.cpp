@@ -1,4 +1,4 @@
-#include "traffic/logging.h"
+#include "traffic/to_command.h"
 
 #include <cerrno>
 #include <string>
@@ -15,12 +15,12 @@ namespace flowscope {
 
 namespace {
 
-struct Logged {
+struct Opened {
   ResultCode result = ResultSilent;
   bool descriptorsKept = false;
 };
 
-Logged logPlace(TrafficShell& shell, const char* name, const char* path) {
+Opened openAt(TrafficShell& shell, const char* name, const char* path) {
   if (const ResultCode attached = attachMonitor(shell, path); attached != ResultOk) return {attached};
   TrafficOutput& traffic = trafficOutput();
   if (!traffic.trafficFile.open(name)) return {ResultOpenFileError, errno == EMFILE};
@@ -34,9 +34,9 @@ Logged logPlace(TrafficShell& shell, const char* name, const char* path) {
 ResultCode toCommand(TrafficShell& shell, const char* name, const char* pattern) {
   if (name == nullptr) return ResultBadArgument;
   if (pattern == nullptr) {
-    const Logged logged = logPlace(shell, name, nullptr);
-    if (logged.descriptorsKept) tellDescriptorsAreKept(name);
-    return logged.result;
+    const Opened file = openAt(shell, name, nullptr);
+    if (file.descriptorsKept) tellDescriptorsAreKept(name);
+    return file.result;
   }
 
   // Below a port the current directory counts as the port, as it does for the attaching.
@@ -45,10 +45,10 @@ ResultCode toCommand(TrafficShell& shell, const char* name, const char* pattern)
   std::size_t opened = 0;
   bool told = false;
   for (const std::string& match : matches) {
-    const Logged logged = logPlace(shell, name, match.c_str());
-    result = logged.result;
+    const Opened file = openAt(shell, name, match.c_str());
+    result = file.result;
     if (result == ResultOk) ++opened;
-    if (!logged.descriptorsKept || std::exchange(told, true)) continue;
+    if (!file.descriptorsKept || std::exchange(told, true)) continue;
     if (opened == 0) {
       tellDescriptorsAreKept(name);
     } else {

@@ -1,4 +1,4 @@
-#include "traffic/logging.h"
+#include "traffic/to_command.h"
 
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>

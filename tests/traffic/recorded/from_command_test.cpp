@@ -1,4 +1,4 @@
-#include "traffic/playback.h"
+#include "traffic/from_command.h"
 
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
