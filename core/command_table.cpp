@@ -7,7 +7,7 @@
 
 namespace flowscope {
 
-// A command reads no option that the table does not allow it.
+// The table allows every option that ls and cat read.
 static_assert(((TreeListing | PagedListing) & ~rowOf(CommandIndex::Ls).allowedOptions) == NoOptions);
 static_assert((LabelledOption & ~rowOf(CommandIndex::Cat).allowedOptions) == NoOptions);
 

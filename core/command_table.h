@@ -46,7 +46,7 @@ enum class CommandIndex : std::uint8_t {
   Bt = 27,
   History = 28,
   Help = 29,
-  Nameless = 30,  // stands for every word that names no other
+  Nameless = 30,  // stands for any unknown word
 };
 
 // Calls the operation of one command with words that have been checked; words are null when they were not given.
@@ -126,7 +126,7 @@ static_assert(std::ranges::all_of(CommandTable, [](const CommandRow& row) { retu
 // NoCommand for any other text.
 std::size_t findCommand(std::string_view word);
 
-// The row whose name is word, or null. The empty name is nobody's.
+// The row whose name is word, or null. Returns null for an empty word.
 const CommandRow* commandNamed(std::string_view word);
 
 }  // namespace flowscope

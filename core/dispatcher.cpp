@@ -18,7 +18,7 @@ namespace flowscope {
 
 namespace {
 
-// One command on its way: the text as it came, and the words that are not taken yet.
+// One command being run: its text, and the words that are not taken yet.
 struct Command {
   StatBase& shell;
   std::string_view text;
@@ -31,15 +31,15 @@ ResultCode report(StatBase& shell, ResultCode code) {
   return code;
 }
 
-// For commands that take no argument words at all: an error of use is reported here and answered as silence, so
-// that nobody reports it again.
+// For commands that take no argument words: prints the usage error here. Then the handler returns ResultSilent, so the
+// caller does not print it again.
 bool refusesArguments(Command& command) {
   if (command.arguments.empty()) return false;
   report(command.shell, ResultOptionError);
   return true;
 }
 
-// Checks the words against the command's limits; what is wrong is reported here.
+// Checks the words against the command's limits; prints what is wrong.
 ResultCode takeOptions(Command& command, const CommandRow& row, Options& options) {
   return report(command.shell, checkArguments(command.arguments, options, row.maximumArguments, row.allowedOptions));
 }
@@ -108,7 +108,7 @@ ResultCode runNamedScript(Command& command, const CommandRow& row) {
 ResultCode listHistory(Command& command, const CommandRow& row) {
   Options options = NoOptions;
   if (const auto code = takeOptions(command, row, options); code != ResultOk) return code;
-  // Unpaged and counted on from what was printed before: the command takes no option that asks for anything else.
+  // Not paged; line counters continue.
   int number = 0;
   for (const auto& entry : command.shell.lineEditor().history().entries()) {
     const std::string line = std::to_string(number) + ' ' + entry;

@@ -13,9 +13,9 @@ class StatBase;
 // The maximum nesting depth of scripts.
 inline constexpr int MaximumScriptDepth = 100;
 
-// Runs a whole line: the commands between its ";" in order, up to the first whose code is not ResultOk. quoted: the
-// line comes from a script (see stripScriptQuote). Returns the last command's code, ResultSilent for a line without
-// commands.
+// Runs a whole line: the commands between its ";", in order. Stops at the first command that fails or quits and returns
+// its code; ResultOk if all ran, ResultSilent for a line without commands. quoted: the line comes from a script (see
+// stripScriptQuote).
 ResultCode runLine(StatBase& shell, std::string_view text, bool quoted);
 
 // Runs the commands between the ";" of text in order, up to the first whose code is neither ResultOk nor ResultSilent,

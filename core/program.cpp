@@ -19,7 +19,7 @@ namespace {
 
 constexpr int TurnMilliseconds = 100;
 
-// The tool may reach a service on another machine.
+// Lifts the network ban. The bundled library supports no network services; another one may.
 constexpr auto ConnectionBehaviour = EvtSrv::ConBehave_Default & ~EvtSrv::ConBehave_DisableOverNetwork;
 
 // Quiet shells live until the process ends: their destructors would have nothing to restore.

@@ -34,7 +34,7 @@ class StatBase : public EditorHost {
   // Restores the terminal, unless quiet. The input thread must have finished its last command (see waitForInput).
   ~StatBase() override;
 
-  // Command operations, in the order of their slots.
+  // Command operations; see command_table.h.
   virtual ResultCode onLs(Options options, const char* path);
   virtual ResultCode onCd(const char* path);
   virtual ResultCode onSet(Options options, const char* first, const char* second);

@@ -8,8 +8,7 @@ namespace flowscope {
 
 namespace {
 
-// Without a "/" or a blank in the line there is no word to replace: the candidates for the first word are listed, and
-// the line stays as it is.
+// The line stays as it is if it holds neither "/" nor blank, so the command word is only listed, not extended.
 void offerSeveral(LineEditor& editor, ConsoleOutput& output, std::string_view promptText,
                   std::span<const std::string> candidates) {
   listColumns(output, candidates, true, false);

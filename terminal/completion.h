@@ -20,11 +20,16 @@ std::optional<std::vector<std::string>> matchCommandSet(std::span<const std::str
 // Returns the longest text that all candidates begin with; empty without candidates.
 std::string commonPrefix(std::span<const std::string> candidates);
 
-// Offer candidates for the command word, or for the last part of a path, and draw the prompt again. Without candidates
-// the line stays as it is; a single one is inserted; several are listed in columns, and their common prefix is
-// inserted.
+// Offers candidates for the command word and draws the prompt again. Without candidates the line stays as it is. A
+// single candidate replaces the whole line. Several candidates are listed in columns; the word is not extended, unless
+// the line holds a "/" or a blank (then as in offerPaths).
 void offerCommands(LineEditor& editor, ConsoleOutput& output, std::string_view promptText,
                    std::span<const std::string> candidates);
+
+// Offers candidates for the last part of a path, which is the text after the last "/" or blank of the line, and draws
+// the prompt again. Without candidates, or if the line holds neither "/" nor blank, the line stays as it is. A single
+// candidate replaces that part (".." becomes "../"). Several candidates are listed in columns, and their common prefix
+// replaces that part.
 void offerPaths(LineEditor& editor, ConsoleOutput& output, std::string_view promptText,
                 std::span<const std::string> candidates);
 

@@ -13,7 +13,7 @@ namespace flowscope {
 // terminal's saved settings; the process then dies of that same signal, and its parent sees that. The first process of
 // a system or a container does not die of its own signals; it exits with 128 plus the signal's number. SIGTSTP restores
 // the settings and stops the process. SIGCONT makes the terminal raw again, if the process is not in the background,
-// and notifies the reader of the keys, so that the usual thread draws the prompt. Signals that were ignored or handled
+// and notifies the reader of the keys, so that the input thread draws the prompt. Signals that were ignored or handled
 // before stay so, except for the program's own faults: SIGSEGV, SIGABRT, SIGBUS, SIGFPE, SIGILL, SIGTRAP, SIGSYS.
 //
 // For an interactive shell, one object at a time, created and destroyed on the same thread. The handlers use an
