@@ -12,12 +12,12 @@ namespace flowscope {
 
 namespace {
 
-// The engine keeps a state for every new way in which a text can match as far as it was read, and looks for them ever
-// longer: a pattern that fits many ways would take gigabytes over the paths of a large device. So it begins anew, where
-// that costs little, behind a piece of so much text.
+// The engine caches every state of a match, never frees it, and searches all of them again and again. A pattern that
+// matches in many ways would take gigabytes over the paths of a large device. So compile again after each piece of this
+// many bytes, if that is cheap.
 constexpr std::size_t PieceOfText = 8192;
 
-// What this thread has used of a processor: others that use it meanwhile change nothing.
+// CPU time of this thread, so that other load on the machine does not matter.
 double processorSeconds() {
   timespec used{};
   clock_gettime(CLOCK_THREAD_CPUTIME_ID, &used);
@@ -49,9 +49,9 @@ class Expression {
   }
 
  private:
-  // Asked after each piece of text. Compiling is over only with the first piece, for which the engine makes most of its
-  // states. Once the pieces behind it have taken as long, the answer is yes: so at most half of the time is spent on
-  // beginning, however slow that is, and what the engine can keep until then is bounded, as each state takes it time.
+  // Called after each piece of text. The compile time includes the first piece, for which the engine creates most of
+  // its states. Returns true once later pieces took as long, so compiling takes at most half the time. This also bounds
+  // what the engine caches, because each state costs time.
   bool isWorthCompiling() {
     const double now = processorSeconds();
     if (hasBegun_) return now - mark_ >= beginSeconds_;
@@ -72,9 +72,9 @@ class Expression {
   std::string text_;
   regex_t compiled_{};
   bool valid_ = false;
-  std::size_t read_ = 0;  // of the piece at hand
+  std::size_t read_ = 0;  // bytes of the current piece
   bool hasBegun_ = false;
-  double mark_ = 0;  // when compiling began, and from the second piece on when that one began
+  double mark_ = 0;  // CPU time when compiling began; after the first piece, when the second one began
   double beginSeconds_ = 0;
 };
 

@@ -6,16 +6,19 @@
 
 namespace flowscope {
 
-// "from": attaches the monitor to each port that pattern matches, and each time sends the messages of the file called
-// name through it (see PlaybackLine); without a pattern it attaches to what lies below the current directory, and sends
-// them once. What the monitor sends passes every port that it is attached to. A line is read 1023 characters at a time,
-// and each piece of a longer one counts as a line. What came of single messages is not looked at.
+// "from": plays the file called name (see PlaybackLine). Attaches each matching port in turn; after each, sends the
+// file through all attached ports. Without a pattern, attaches like attachBelowCurrent and sends the file once. Reads a
+// line 1023 characters at a time; each piece of a longer line counts as a line. Ignores the result of each send.
 //
-// Answers the result of the last match: ResultOk; ResultConnectError when it could not be attached, or the result of
-// attachBelowCurrent, and nothing is sent then; ResultOpenFileError when the file could not be opened, or not be read
-// to its end. ResultBadArgument without a name, ResultSilent when nothing matched. Throws std::out_of_range like
-// resolvePath, and nothing has changed then. Runs on the thread that executes commands; blocks until the service has
-// taken what the file holds, or is known to have gone.
+// Returns the result of the last match: ResultOk; ResultConnectError if the port could not be attached, and then
+// nothing is sent; ResultOpenFileError if the file could not be opened, or not be read to its end. If too few
+// descriptors are free (see openFile), one line on standard error says so. Without a pattern, returns the result of
+// attachBelowCurrent if that is not ResultOk, and sends nothing. Returns ResultBadArgument without a name, ResultSilent
+// if nothing matched. Throws std::out_of_range like resolvePath, without a pattern like attachBelowCurrent; then
+// nothing has changed.
+//
+// Runs on the thread that executes commands. Blocks until the service has taken the file's messages or is known to be
+// gone.
 ResultCode fromCommand(TrafficShell& shell, const char* name, const char* pattern);
 
 }  // namespace flowscope

@@ -50,7 +50,8 @@ EvtSrv::EventResult detachPort(TrafficShell& shell, const char* path);
 // "cat": shows the traffic of the ports that pattern matches; if pattern is null, of the ports below the current
 // directory. Sets the text form (LabelledOption in options) and sets the traffic mode to the screen alone; a traffic
 // file stays open. Returns the result of the last match, ResultConnectError if it could not be attached; ResultSilent
-// if nothing matched. Throws std::out_of_range like resolvePath; then nothing changes.
+// if nothing matched; without a pattern, the result of attachBelowCurrent. Throws std::out_of_range like resolvePath,
+// and then nothing changes; without a pattern like attachBelowCurrent, and then form and mode have changed.
 ResultCode catCommand(TrafficShell& shell, Options options, const char* pattern);
 
 // "end": ends all attachments, closes the traffic file if one is open, and switches the printing of traffic off.

@@ -19,8 +19,8 @@ struct PlaybackMessage {
 };
 
 // Reads messages from the words of a line, one after another: a status, values, a group. This reads the raw form of the
-// traffic, except for program changes, which have more values here, and real-time messages, which begin a system
-// exclusive that no word ends. A word is a number in any form that the C library reads (decimal, hexadecimal,
+// traffic, except for program changes, which have more values here, and real-time messages, which are read as an
+// unterminated system exclusive. A word is a number in any form that the C library reads (decimal, hexadecimal,
 // fractional), or 0 if it does not begin with a number; only its low bits count. A status below 0x80 is skipped; of any
 // other status only the high four bits count. A message that the line does not contain completely is dropped, but a
 // system exclusive may lack its group, which is then 0.

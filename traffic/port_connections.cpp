@@ -24,7 +24,7 @@ constexpr std::size_t ConnectedGroupDepth = 5;
 struct Place {
   PortPosition position;
   std::size_t depth;
-  std::optional<Ports> ports;  // not before they are asked for
+  std::optional<Ports> ports;  // filled on first use
 };
 
 // Throws std::out_of_range for a group that the device does not list, so it is called only when nothing else is wrong.
@@ -38,7 +38,7 @@ class Places {
  public:
   Places(TopologyShell& shell, const StrmSrv::Patcher& patcher) : shell_(shell), indexes_(patcher) {}
 
-  // The place that path leads to, or, for null, the current directory. Nothing for a place that names no ports.
+  // The place that path leads to; for null, the current directory. nullopt if the place names no ports.
   std::optional<Place> at(const std::string* path) {
     const auto components = path == nullptr ? std::optional(shell_.currentPath())
                                             : lookupPath(resolvePath(*path, shell_.currentPath()), shell_.tree());
@@ -53,7 +53,7 @@ class Places {
   PortIndexes indexes_;
 };
 
-// A place that is read when it is first asked for, and only then: what is wrong with it ends the command there.
+// A place that is parsed on first use, so that an error ends the command only at that pair.
 class LatePlace {
  public:
   LatePlace(Places& places, const std::string* path) : places_(places), path_(path) {}
@@ -99,7 +99,7 @@ ResultCode connectPlaces(StrmSrv::Patcher& patcher, std::optional<Place>& source
   return connectPorts(patcher, sources, portsAt(*destination, patcher));
 }
 
-// Whether a place means the connections to a port at the other end.
+// Returns whether a place includes the connections to the port other.
 bool means(const PortPosition& place, const StrmSrv::PortRecord& other, const StrmSrv::Patcher& patcher) {
   if (!place.connectedGroup) return true;
   if (other.groupId != *place.connectedGroup) return false;
@@ -126,7 +126,7 @@ void disconnectPort(StrmSrv::Patcher& patcher, const PortPosition& place, const 
 
 ResultCode disconnectPlace(StrmSrv::Patcher& patcher, std::optional<Place>& place) {
   if (!place) return ResultSilent;
-  // A connected group without a name: to go on would end the connections to all the others, too.
+  // A connected group without a name. Going on would also end the connections to other groups.
   if (place->depth >= ConnectedGroupDepth && !place->position.connectedGroup) return ResultSilent;
   for (const StrmSrv::PortRecord& port : portsAt(*place, patcher)) disconnectPort(patcher, place->position, port);
   return ResultOk;
@@ -141,7 +141,7 @@ ResultCode conCommand(TopologyShell& shell, const char* source, const char* dest
   const auto destinations = matchesOf(shell, destination);
 
   Places places(shell, *patcher);
-  // What the lines name: a destination each, or once none.
+  // One entry per destination; one null entry if there is none.
   std::vector<LatePlace> named;
   named.reserve(destinations.size() + 1);
   for (const std::string& each : destinations) named.emplace_back(places, &each);

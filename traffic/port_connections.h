@@ -1,5 +1,5 @@
 // The connections between ports: the commands "con" and "dis". Both run on the thread that executes commands, and block
-// until the service answers (two seconds at most for each connection).
+// until the service answers (two seconds at most for each request).
 #pragma once
 
 #include "terminal/result_code.h"
@@ -20,11 +20,11 @@ namespace flowscope {
 ResultCode conCommand(TopologyShell& shell, const char* source, const char* destination);
 
 // "dis": ends all connections of the ports of each place that source matches, on either side. A place below a port (a
-// group or a port connected to it) means only the connections to that. The destination limits nothing: it sets how
-// often each source is processed, once for each match of the destination, or once if there is none.
+// group or a port connected to it) means only the connections to that. The destination is ignored, except that each
+// source is processed once per match of it (once without a match).
 //
-// Returns the result of the last place: ResultOk, whatever the result of the single connections is, or ResultSilent if
-// it names no ports. Otherwise returns ResultSilent and throws like conCommand.
+// Returns the result of the last place: ResultOk, whatever the result of the single connections is; ResultSilent if it
+// names no ports, or is a connected group without a name. Otherwise returns ResultSilent and throws like conCommand.
 ResultCode disCommand(TopologyShell& shell, const char* source, const char* destination);
 
 }  // namespace flowscope

@@ -16,9 +16,9 @@ namespace flowscope {
 class TrafficFile {
  public:
   // Creates or empties the file with this name; later writes go there. Returns false if it cannot be opened, with the
-  // reason in errno (see openFile): later writes then go nowhere. In both cases the stream that was open before is
-  // abandoned: only close() ever closes one, so it stays open until the process ends. It may lead to the same file, but
-  // holds nothing that could still get there. A write to it waits no longer than after stopWaiting.
+  // reason in errno (see openFile): later writes then go nowhere. In both cases the old stream stays open until the
+  // process ends, because only close() closes one; it is unbuffered, so nothing is written later, even if it leads to
+  // the same file. A write in progress to it waits no longer than after stopWaiting.
   bool open(const char* name);
 
   // Closes the stream, if there is one; nothing is written after that. A write in progress waits no longer than after

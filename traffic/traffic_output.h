@@ -21,7 +21,7 @@ enum TrafficMode : std::uint32_t {
 struct TrafficOutput {
   std::atomic<TrafficMode> trafficMode = TrafficOff;
   TrafficFile trafficFile;  // written to in mode TrafficScreenAndFile
-  // The second name that the monitor connects with: EvtSrv::DebugPortName, set before the first shell is created.
+  // The target passed to EventPort::connect: EvtSrv::DebugPortName, set before the first shell is created.
   const char* monitorTarget = nullptr;
 };
 

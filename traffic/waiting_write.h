@@ -1,4 +1,4 @@
-// Writes to a descriptor that may have no room, without waiting for ever.
+// Writes to a descriptor that may have no room. The waiting can be ended from outside.
 #pragma once
 
 #include <atomic>
