@@ -1,4 +1,4 @@
-// Groups and ports that have come since the consoles of this process have listed the device.
+// Groups and ports that were added after the consoles of this process listed the device.
 #pragma once
 
 #include <cstddef>
@@ -22,10 +22,10 @@ class Arrivals {
   // A console lists these from now on.
   void list(const wire::Topology& topology);
 
-  // True when any console lists anything, or nothing of an empty device.
+  // True once list() has been called.
   bool isListed() const { return isListed_; }
 
-  // The device has this topology now. Returns the line that reports what is new, nullopt when nothing is.
+  // The device has this topology now. Returns the line that reports what is new; nullopt if nothing is new.
   std::optional<std::string> look(const wire::Topology& now);
 
  private:

@@ -7,7 +7,8 @@
 
 namespace client {
 
-// The timeout for an answer of the service, and for the construction or destruction of a manager.
+// The timeout for an answer of the service, for each endpoint that a new manager tries (opening JACK takes up to five
+// seconds more), and for the destruction of a manager.
 inline constexpr std::chrono::milliseconds AnswerTime{2000};
 
 class Deadline {

@@ -15,7 +15,7 @@ namespace StrmSrv {
 
 namespace {
 
-// An unknown port may stay unknown, and a removed one may stay away: the service is not asked for them all the time.
+// Minimum time between two queries, because an unknown port may never become known, nor a removed one return.
 constexpr std::chrono::milliseconds RefreshInterval{100};
 
 }  // namespace

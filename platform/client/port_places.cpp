@@ -74,7 +74,7 @@ void PortPlaces::follow(const wire::Topology& now, bool isAnother, const NewGrou
   }
 }
 
-// A handle that has not been seen yet.
+// Assigns an id to a group whose handle is new, and decides whether its ports keep their indices.
 void PortPlaces::meet(const wire::TopologyGroup& group, const NewGroup& newGroup) {
   const auto known = idByName_.find(group.name);
   const auto id = known != idByName_.end() ? std::optional(known->second) : newGroup(group);
@@ -87,7 +87,7 @@ void PortPlaces::meet(const wire::TopologyGroup& group, const NewGroup& newGroup
   idByName_.emplace(group.name, *id);
   ids_.emplace(group.handle, *id);
   handles_.emplace(*id, group.handle);
-  // Those that came later may be others here, until their names have been seen.
+  // Later ports may have other indices in this service; unknown until their names are compared.
   auto [later, end] = ofGroup(later_, *id);
   for (; later != end; ++later) toService_.try_emplace(later->first, Nowhere);
 }
@@ -107,7 +107,7 @@ void PortPlaces::forgetHandleOf(std::uint16_t id) {
   while (port != end) forgetMove((port++)->first);
 }
 
-// Its port has the service's own index.
+// Afterwards the port at this place has the service's own index.
 void PortPlaces::forgetMove(Key place) {
   const auto found = toService_.find(place);
   if (found == toService_.end()) return;
@@ -128,7 +128,7 @@ void PortPlaces::followInPlace(std::uint64_t handle, std::uint16_t id, const wir
       forgetMove(key(place, side));
       continue;
     }
-    // A place that a port of an earlier service has got.
+    // The service has another port at this index than the one that the place belongs to.
     toService_.try_emplace(key(place, side), Nowhere);
     followByName({handle, index}, id, side, nameOf(ports, index));
   }
@@ -185,7 +185,7 @@ std::optional<PortRecord> PortPlaces::fromService(ServicePort port, Side side) c
   const auto id = ids_.find(port.group);
   if (id == ids_.end()) return std::nullopt;
   const PortRecord place{id->second, port.index};
-  // The place is that of a port that stands elsewhere, or nowhere.
+  // The place belongs to a port that is elsewhere in this service, or unknown to it.
   if (toService_.contains(key(place, side))) return std::nullopt;
   return knows(place, side) ? std::optional(place) : std::nullopt;
 }

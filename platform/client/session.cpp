@@ -19,22 +19,22 @@ using client::Deadline;
 
 namespace {
 
-// How often a service that has gone is looked for.
+// Interval of looking for a lost service.
 constexpr std::chrono::milliseconds LookInterval{200};
 
-// How long a service that seems to be back has for each of its answers, so that nobody is kept waiting by one that is
-// not. Not for all of them: whoever has tapped a whole large device would never be attached again.
+// Timeout per answer while attaching; short, because requests wait meanwhile. Not for all answers together: a client
+// with many taps needs longer.
 constexpr std::chrono::milliseconds AttachTime{500};
 
-// How long a service that has not answered is not asked again: a command that asks a thousand times would else wait a
+// How long a service that missed a deadline is not queried: otherwise a command of a thousand requests would wait a
 // thousand times.
 constexpr std::chrono::milliseconds SilenceTime{1000};
 
-// How often missing taps are tried again, and how many of them: nobody else is to wait long meanwhile.
+// Interval of retrying missing taps, and how many at once: other threads wait meanwhile.
 constexpr std::chrono::milliseconds TapLookInterval{1000};
 constexpr std::size_t TapsAtOnce = 100;
 
-// How long a channel of a service that has gone has to hand out what had arrived. It ends at once when it has closed.
+// Time to deliver the events that arrived before the service was lost. Ends earlier if the channel is closed.
 constexpr std::chrono::milliseconds RestTime{100};
 
 void report(const std::string& endpoint, std::string_view what) { sys::sayLine(client::endpointLine(endpoint, what)); }
@@ -67,7 +67,7 @@ std::variant<std::shared_ptr<EventPortManager::Session>, std::string> EventPortM
     session->session_ = control.session();
     session->events_.emplace(context, address, control.session());
     if (session->events_->open(deadline)) return session;
-    // Within the same deadline: the time for waiting is used up.
+    // Within the same deadline, so that open blocks no longer.
     session->close(deadline);
     return "the service gives no events";
   } catch (const std::exception& failure) {
@@ -93,7 +93,7 @@ EventResult EventPortManager::Session::receive(int milliseconds) {
   const Deadline deadline{std::chrono::milliseconds(milliseconds)};
   const std::uint64_t session = session_;
   if (events_ && events_->session() != session) {
-    // What had arrived before the service went is still delivered.
+    // Events that arrived before the service was lost are still delivered.
     if (events_->receive(ports_, Deadline(RestTime))) return EvtRes_Success;
     events_.reset();
   }
@@ -124,7 +124,7 @@ std::optional<device::Status> EventPortManager::Session::tap(std::uint32_t port,
       },
       deadline);
   if (status == device::Status::Ok) taps_.add(port, name, holderBytes);
-  // A service that is only late would tap all the same.
+  // A late service may still make the tap, so withdraw it.
   if (!status && channels_ && !taps_.contains(port, name)) {
     channels_->control.tell(wire::Untap{channels_->control.session(), port, name});
   }
@@ -284,7 +284,7 @@ void EventPortManager::Session::tapMissing() {
     ++tried;
     const auto result = channels_->control.ask<wire::Result>(toTap(channels_->control.session(), tap), deadline);
     if (!result) {
-      // Not silent yet: whoever asks has the time that this has not.
+      // Not marked silent: other requests have a longer timeout.
       if (channels_->control.lost()) lose();
       break;
     }

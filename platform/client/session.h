@@ -38,8 +38,8 @@ namespace EvtSrv {
 // When a service that may come back is gone, the session writes one line to standard error. From then on every request
 // and every receive looks for the service, several times a second. When it is back, the session attaches with all its
 // taps and says so in one line, and says in another line which connections between two systems that this client knew
-// were lost. Attaching takes time in proportion to the taps, some ten thousand a second. The receiving thread retries
-// taps of ports that do not exist then, once a second, until they exist.
+// were lost. Attaching takes time in proportion to the taps, some ten thousand a second. Once a second, the receiving
+// thread retries up to 100 taps of ports that did not exist then, in turn, until all exist.
 class EventPortManager::Session {
  public:
   // Attaches. endpoint: the connection's name on standard error. If no service answers, returns the cause as text.

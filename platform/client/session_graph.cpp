@@ -12,7 +12,7 @@ using client::Deadline;
 namespace {
 
 // A listing asks a hundred thousand times. Reading the socket each time would cost four fifths of its time, in system
-// calls that find nothing. An answer of this age cannot be told from a change that was made a moment later.
+// calls that find nothing. A mirror this old is indistinguishable from one read just before the change.
 constexpr std::chrono::microseconds GraphLookInterval{50};
 
 // How often the receiving thread reads changes. The report about connections that a service has lost may be this old.

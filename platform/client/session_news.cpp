@@ -40,7 +40,7 @@ void EventPortManager::Session::lookForArrivals() {
   const std::unique_lock guard(mutex_, std::try_to_lock);
   if (!guard || !channels_ || silent()) return;
   arrivalLook_.reset();
-  // No console lists anything: without a query the service sends no further notice.
+  // Without a console nobody needs the news. As we do not ask, the service sends no more.
   if (!arrivals_.isListed()) return;
   const Deadline deadline(LookTime);
   auto topology = channels_->control.ask<wire::Topology>(wire::AskTopology{channels_->control.session()}, deadline);

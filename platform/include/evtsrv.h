@@ -16,12 +16,12 @@ enum EventResult : std::int32_t {
   EvtRes_UnknownError = 2,  // malformed data, or a failure without a code of its own
   EvtRes_NotFound = 3,      // no port of the device has that name
   EvtRes_NoService = 4,     // there is no service, or it did not answer in time
-  EvtRes_BadArgument = 5,   // a null name, or a name longer than a port's can be
+  EvtRes_BadArgument = 5,   // a bad name or target; see each operation
 };
 
 // Connection behaviour: a set of bits.
 inline constexpr std::uint32_t ConBehave_Void = 0;
-// Refuses endpoints on other machines (tcp).
+// Refuses endpoints on other machines (tcp). This library refuses them without this bit, too.
 inline constexpr std::uint32_t ConBehave_DisableOverNetwork = 0x1;
 inline constexpr std::uint32_t ConBehave_Default = ConBehave_DisableOverNetwork;
 
@@ -72,13 +72,13 @@ class EventPort;
 // The connection of this process to its service. The environment variable EVTSRV_ENDPOINT names the service (see
 // flowscope(1)). If the service cannot be reached, one line goes to standard error; the manager then represents a
 // device without groups, and every operation on its ports returns EvtRes_NoService. The operations return the same
-// while a service of another process is gone, which also writes one line. When it is back, all taps are made again,
-// with one more line.
+// while a service of another process is gone, which also writes one line. When it is back, the taps of existing ports
+// are made again at once, with one more line; the others when their port returns.
 class EventPortManager {
  public:
   // behaviour: ConBehave bits. dispatchOnReceive: true delivers events to the ports inside receiveEvent, on its thread.
-  // This library offers no other way, so false does the same. Blocks up to two seconds for a service that does not
-  // answer.
+  // This library offers no other way, so false does the same. Blocks up to two seconds for each endpoint that it tries
+  // whose service does not answer, plus up to five seconds to open JACK.
   EventPortManager(std::uint32_t behaviour, bool dispatchOnReceive);
 
   EventPortManager(const EventPortManager&) = delete;
@@ -94,8 +94,8 @@ class EventPortManager {
   // one thread at a time.
   EventResult receiveEvent(int milliseconds);
 
-  // Ends operations that are complete. Never blocks; the argument is the longest time that it may take, in
-  // milliseconds.
+  // For libraries with pending operations; milliseconds limits the time that it may take. This library has none: it
+  // does nothing and returns EvtRes_DoNothing.
   EventResult finishActiveTerm(int milliseconds);
 
   class Session;

@@ -35,7 +35,8 @@ class GroupNames {
   // as the process.
   const char* operator[](std::size_t id) const noexcept;
 
-  // For the library: sets the name of an id, before the first group list that contains the id.
+  // For the library: sets the name of an id, before the first group list that contains the id; an empty name when no
+  // list contains it any more.
   void publish(std::size_t id, const std::string& name);
 
  private:
@@ -139,8 +140,8 @@ class Patcher {
   const std::vector<GroupRecord>& sinkGroups() const noexcept;
 
   // Connects a source port to a sink port, or removes the connection, for all clients. Connecting a connected pair is a
-  // success and changes nothing; disconnecting an unconnected pair is StrmRes_NotFound. Blocks until the service has
-  // answered, two seconds at most.
+  // success and changes nothing; disconnecting an unconnected pair is StrmRes_NotFound. May send the service several
+  // requests; blocks until it has answered, two seconds at most for each.
   StreamResult connect(std::uint16_t sourceGroup, std::uint16_t sourcePort, std::uint16_t sinkGroup,
                        std::uint16_t sinkPort);
   StreamResult disconnect(std::uint16_t sourceGroup, std::uint16_t sourcePort, std::uint16_t sinkGroup,
