@@ -46,8 +46,8 @@ class DriverEvents {
   DriverEvents& operator=(const DriverEvents&) = default;
 };
 
-// A device: its ports, and what they do. All operations run on the service's thread. None blocks for longer than one
-// request to the other system takes.
+// A device: its ports, and what they do. All operations run on the service's thread. None blocks for longer than a few
+// requests to the other system take. The destructor may wait until queued messages are sent.
 class Driver {
  public:
   virtual ~Driver() = default;

@@ -21,11 +21,12 @@ namespace host {
 // Passes the messages of clients to a service, and the service's answers and news to the clients. Outgoing messages
 // reach Peers before the operation returns. Has no sockets, threads or clock of its own.
 //
-// Nothing is sent beyond what a client has room for: events, graph changes and Send messages have windows, and a
-// request has one answer. So a peer that takes no more has broken the rules or disconnected, and its client is removed.
+// Nothing is sent beyond what a client has room for: events, graph changes, and Send and Inject messages have windows,
+// and a request has one answer. So a peer that takes no more has broken the rules or disconnected, and its client is
+// removed.
 //
-// A message that is malformed, of another version or not allowed here is answered with a Result if it has a tag, and is
-// otherwise ignored.
+// A message that is malformed, of another version or not allowed on this socket is answered with a Result if it has a
+// tag, and is otherwise ignored.
 class Dispatcher {
  public:
   // service and peers must outlive the dispatcher. warnings: receives the device's warnings, which log receives too.

@@ -16,7 +16,7 @@ struct Limits {
   // left, so one event more may be in flight. At least wire::MinEventWindow.
   std::size_t eventWindow = 256U << 10U;
 
-  // Send messages that a client may have in flight.
+  // Send and Inject frames that a client may have in flight.
   std::uint32_t sendWindow = 1024;
 
   // Unacknowledged changes of the patch graph that may be in flight to a client; beyond this limit the client is told

@@ -15,8 +15,8 @@ struct SmfProblem : std::runtime_error {
   std::size_t offset;
 };
 
-// A cursor over bytes, which must outlive it. Throws SmfProblem for what is not there whole; the cursor then stays
-// where it is.
+// A cursor over bytes, which must outlive it. Throws SmfProblem if too few bytes are left or a number is too long; the
+// cursor then stays where it is.
 class SmfReader {
  public:
   // name: what the bytes are, for messages, such as "the file"; lives as long as the cursor. offset: of the first byte

@@ -37,7 +37,7 @@ std::optional<SmfEvent> SmfTrack::next() {
 
 SmfReader takeMessageData(std::uint8_t status, SmfReader& in) {
   const std::size_t size = messageSize(status);
-  // A System Reset is not for a file to send; inside of one its byte begins meta events.
+  // In a file, 0xFF begins a meta event, not a System Reset.
   if (size == 0 || status == MetaEvent) {
     throw SmfProblem(in.offset() - 1, "no message begins with " + hex(status));
   }

@@ -1,4 +1,4 @@
-// The events of a track of a Standard MIDI File, one by one, as they stand there.
+// The events of a track of a Standard MIDI File, one by one, unchanged.
 #pragma once
 
 #include <cstdint>
@@ -39,8 +39,8 @@ class SmfTrack {
   bool ended_ = false;
 };
 
-// Takes the data of a channel, system common or real-time message from in, which stands behind the status. Throws
-// SmfProblem for any other status, and if the data bytes are not there.
+// Takes the data of a channel, system common or real-time message from in: the bytes after the status. Throws
+// SmfProblem for any other status, and if data bytes are missing.
 SmfReader takeMessageData(std::uint8_t status, SmfReader& in);
 
 // Throws SmfProblem if one of the bytes is above 0x7F.

@@ -23,7 +23,7 @@ struct PortHash {
 
 struct LinkHash {
   std::size_t operator()(const device::Link& link) const noexcept {
-    // Mixed one after the other: if two pairs were mixed first, sourceIndex and sinkGroup would have the same factor.
+    // Mixes one field after the other. Mixing two pairs first would give sourceIndex and sinkGroup the same factor.
     return std::hash<std::uint64_t>{}(
         mixed(mixed(mixed(link.sourceGroup, link.sourceIndex), link.sinkGroup), link.sinkIndex));
   }

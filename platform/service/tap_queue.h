@@ -19,7 +19,8 @@ namespace service {
 
 // The events that wait for one client, in order and limited in bytes. A record that would exceed the limit is dropped
 // and counted. The count becomes an entry of its own exactly where the records are missing: before the next accepted
-// record, or after everything that waited has been taken. Losses on the way here are entered likewise.
+// record, or after everything that waited has been taken. Messages lost before they reached the service are entered
+// likewise.
 //
 // Consecutive records of one tap share an event while it fits the tap's holder, and for SharingTime after its first
 // record, so that the event's time stamp stays true for all of them. The time is long enough that bookkeeping stays
@@ -36,8 +37,8 @@ class TapQueue {
   void add(EventPortId eventPort, device::PortId port, std::string_view name, std::uint32_t holderBytes,
            const device::Message& message, device::Time now);
 
-  // Messages were lost on their way here, before the next record. count: how many, 0 if unknown. Known and unknown
-  // losses stay separate, so that the count stays exact.
+  // Messages were lost before they reached the service, and before the next record. count: how many, 0 if unknown.
+  // Known and unknown losses stay separate, so that the count stays exact.
   void addLossBefore(std::uint64_t count);
 
   // Moves events to the end of out, oldest first, as entries of a wire::Events message: as many as fit into maxBytes,

@@ -12,7 +12,7 @@ namespace streamctl {
 
 struct ServicePlace {
   std::vector<std::string> endpoints;  // to try in turn, at least one
-  bool isDefault = false;              // the user has not said where
+  bool isDefault = false;              // several defaults are tried, and the one used is printed
   std::string advice;                  // what the user can do if no streamd listens
 };
 

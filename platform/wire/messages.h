@@ -75,7 +75,7 @@ struct AskLinks {
 };
 
 // A message to pass through all device ports that the event port taps. Counted in Taken, not answered. Exception: if
-// the service does not know the session, it answers with a Result of NoSession, with tag 0 like the Send.
+// the service does not know the session, it answers with a Result of NoSession, with the tag of the Send.
 struct Send {
   std::uint64_t session = 0;
   std::uint32_t eventPort = 0;
@@ -85,7 +85,7 @@ struct Send {
 
 // Messages to pass through one device port, in this order: at a source as if it had emitted them, at a sink as if they
 // had arrived there. Counted in Taken, not answered. Exception: if the session or the port is unknown, or a message has
-// no bytes, the service answers with a Result, with tag 0 like the Inject.
+// no bytes, the service answers with a Result, with the tag of the Inject.
 struct InjectItem {
   std::uint16_t group = 0;
   std::vector<std::uint8_t> bytes;

@@ -1,4 +1,4 @@
-// The smallest driver that is of use, and what a service makes of it. docs/drivers.md shows it to who writes one.
+// A minimal driver; docs/drivers.md refers to it.
 #include <gtest/gtest.h>
 
 #include <limits>
