@@ -24,7 +24,7 @@ class FakeService {
   // The next message of a client, a view that is valid until the next receive. Nothing when none comes in time.
   std::optional<wire::Envelope> receive(std::chrono::milliseconds patience = {}) {
     zmq_pollitem_t item{socket_.handle(), 0, ZMQ_POLLIN, 0};
-    zmq_poll(&item, 1, patience.count());
+    zmq_poll(&item, 1, static_cast<long>(patience.count()));
     const auto incoming = socket_.receive();
     if (!incoming) return std::nullopt;
     peer_ = incoming->peer;
