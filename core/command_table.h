@@ -5,6 +5,7 @@
 #include <array>
 #include <cstddef>
 #include <cstdint>
+#include <optional>
 #include <string_view>
 #include <type_traits>
 
@@ -73,8 +74,9 @@ struct CommandRow {
   std::string_view name;
   std::uint32_t maximumArguments;
   Options allowedOptions;
-  // Null for the commands that the dispatcher handles itself.
-  CommandOperation operation;
+  // nullopt for the commands that the dispatcher handles itself. Under UndefinedBehaviorSanitizer, g++ compares no
+  // function with null at compile time.
+  std::optional<CommandOperation> operation;
 };
 
 inline constexpr std::size_t CommandCount = 31;
@@ -84,13 +86,13 @@ inline constexpr std::size_t NoCommand = CommandCount;
 
 // All commands, by their positions.
 inline constexpr std::array<CommandRow, CommandCount> CommandTable = {{
-    {CommandIndex::Exit, "exit", 0, NoOptions, nullptr},
-    {CommandIndex::Tab, "tab", 2, NoOptions, nullptr},
-    {CommandIndex::Pwd, "pwd", 0, NoOptions, nullptr},
+    {CommandIndex::Exit, "exit", 0, NoOptions, std::nullopt},
+    {CommandIndex::Tab, "tab", 2, NoOptions, std::nullopt},
+    {CommandIndex::Pwd, "pwd", 0, NoOptions, std::nullopt},
     {CommandIndex::Ls, "ls", 1, AllOptions, callMember<&StatBase::onLs>},
     {CommandIndex::Cd, "cd", 1, NoOptions, callMember<&StatBase::onCd>},
     {CommandIndex::Set, "set", 2, OptionL | OptionC, callMember<&StatBase::onSet>},
-    {CommandIndex::SetPort, "setport", 3, NoOptions, nullptr},
+    {CommandIndex::SetPort, "setport", 3, NoOptions, std::nullopt},
     {CommandIndex::Str, "str", 2, NoOptions, callMember<&StatBase::onStr>},
     {CommandIndex::Get, "get", 1, NoOptions, callMember<&StatBase::onGet>},
     {CommandIndex::Eu, "eu", 1, OptionR | OptionM | OptionL, callMember<&StatBase::onEu>},
@@ -105,16 +107,16 @@ inline constexpr std::array<CommandRow, CommandCount> CommandTable = {{
     {CommandIndex::Rn, "rn", 2, NoOptions, callMember<&StatBase::onRn>},
     {CommandIndex::Rm, "rm", 1, NoOptions, callMember<&StatBase::onRm>},
     {CommandIndex::Mkdir, "mkdir", 1, NoOptions, callMember<&StatBase::onMkdir>},
-    {CommandIndex::CmdFrom, "cmdfrom", 1, NoOptions, nullptr},
+    {CommandIndex::CmdFrom, "cmdfrom", 1, NoOptions, std::nullopt},
     {CommandIndex::Convert, "convert", 2, NoOptions, callMember<&StatBase::onConvert>},
-    {CommandIndex::Quit, "quit", 0, NoOptions, nullptr},
-    {CommandIndex::Q, "q", 0, NoOptions, nullptr},
-    {CommandIndex::End, "end", 0, NoOptions, nullptr},
-    {CommandIndex::Terminate, "terminate", 0, NoOptions, nullptr},
+    {CommandIndex::Quit, "quit", 0, NoOptions, std::nullopt},
+    {CommandIndex::Q, "q", 0, NoOptions, std::nullopt},
+    {CommandIndex::End, "end", 0, NoOptions, std::nullopt},
+    {CommandIndex::Terminate, "terminate", 0, NoOptions, std::nullopt},
     {CommandIndex::Bt, "bt", 0, AllOptions, callMember<&StatBase::onBt>},
-    {CommandIndex::History, "history", 1, NoOptions, nullptr},
-    {CommandIndex::Help, "help", 0, NoOptions, nullptr},
-    {CommandIndex::Nameless, "", 2, NoOptions, nullptr},
+    {CommandIndex::History, "history", 1, NoOptions, std::nullopt},
+    {CommandIndex::Help, "help", 0, NoOptions, std::nullopt},
+    {CommandIndex::Nameless, "", 2, NoOptions, std::nullopt},
 }};
 
 constexpr const CommandRow& rowOf(CommandIndex index) { return CommandTable.at(static_cast<std::size_t>(index)); }

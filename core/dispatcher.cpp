@@ -84,7 +84,7 @@ ResultCode runOperation(Command& command, const CommandRow& row) {
   if (const auto code = takeOptions(command, row, options); code != ResultOk) return code;
   const auto first = takeArgument(command);
   const auto second = takeArgument(command);
-  return report(command.shell, row.operation(command.shell, options, textOrNull(first), textOrNull(second)));
+  return report(command.shell, (*row.operation)(command.shell, options, textOrNull(first), textOrNull(second)));
 }
 
 ResultCode setPorts(Command& command, const CommandRow& row) {
@@ -145,7 +145,8 @@ ResultCode runOther(Command& command, const CommandRow&) {
 
 using Handler = ResultCode (*)(Command& command, const CommandRow& row);
 
-constexpr Handler handlerOf(CommandIndex index) {
+// nullopt for a command that has an operation.
+constexpr std::optional<Handler> handlerOf(CommandIndex index) {
   switch (index) {
     case CommandIndex::Exit:
     case CommandIndex::Quit:
@@ -170,20 +171,20 @@ constexpr Handler handlerOf(CommandIndex index) {
     case CommandIndex::Nameless:
       return runOther;
     default:
-      return runOperation;
+      return std::nullopt;
   }
 }
 
 static_assert(std::ranges::all_of(CommandTable,
                                   [](const CommandRow& row) {
-                                    return (handlerOf(row.index) == runOperation) == (row.operation != nullptr);
+                                    return handlerOf(row.index).has_value() != row.operation.has_value();
                                   }),
               "each command either has an operation or is handled here");
 
 ResultCode run(Command& command) {
   const CommandRow* const named = commandNamed(command.word);
   const CommandRow& row = named != nullptr ? *named : rowOf(CommandIndex::Nameless);
-  return handlerOf(row.index)(command, row);
+  return handlerOf(row.index).value_or(runOperation)(command, row);
 }
 
 }  // namespace
