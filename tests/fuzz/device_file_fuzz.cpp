@@ -20,8 +20,8 @@ void checkGroup(const device::Topology& topology, const device::Group& group) {
   for (const device::Side side : {device::Side::Source, device::Side::Sink}) {
     const auto& ports = group.side(side);
     if (!ports || ports->count == 0) continue;
-    checkPort(topology, {group.id, 0, side});
-    checkPort(topology, {group.id, static_cast<std::uint16_t>(ports->count - 1), side});
+    checkPort(topology, {group.handle, 0, side});
+    checkPort(topology, {group.handle, static_cast<std::uint16_t>(ports->count - 1), side});
   }
 }
 
