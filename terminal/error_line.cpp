@@ -1,28 +1,28 @@
 #include "terminal/error_line.h"
 
-#include <poll.h>
 #include <unistd.h>
 
 #include <cerrno>
 #include <cstdio>
 #include <string>
 
+#include "terminal/awaited_room.h"
+
 namespace flowscope {
 namespace {
 
-constexpr int PauseMilliseconds = 1000;
+constexpr int NoLimit = -1;
 
 // The stream would lose what a terminal that does not block has no room for.
 void writeInFull(std::string_view text) {
+  AwaitedRoom room;
   while (!text.empty()) {
     const ssize_t count = write(STDERR_FILENO, text.data(), text.size());
     if (count >= 0) {
+      room.found();
       text.remove_prefix(static_cast<std::size_t>(count));
     } else if (errno == EAGAIN) {
-      pollfd room{STDERR_FILENO, POLLOUT, 0};
-      poll(&room, 1, PauseMilliseconds);
-      // There may be room, but too little for the next character.
-      poll(nullptr, 0, 1);
+      room.await(STDERR_FILENO, NoLimit);
     } else if (errno != EINTR) {
       return;
     }
