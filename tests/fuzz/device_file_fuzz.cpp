@@ -4,6 +4,7 @@
 #include <string_view>
 
 #include "platform/drivers/described/device_parser.h"
+#include "platform/system/printable.h"
 
 namespace {
 
@@ -31,7 +32,7 @@ extern "C" int LLVMFuzzerTestOneInput(const char* data, std::size_t size) {
   auto result = drivers::parseDevice(std::string_view(data, size));
   if (const auto* problem = std::get_if<drivers::DeviceFileProblem>(&result)) {
     require(problem->line > 0 && !problem->cause.empty());
-    for (const char byte : problem->cause) require(byte >= ' ' && byte <= '~');
+    require(sys::printable(problem->cause) == problem->cause);
     return 0;
   }
   const auto driver = drivers::makeDeviceDriver(std::get<drivers::ParsedDevice>(std::move(result)).device);
