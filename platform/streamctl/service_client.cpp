@@ -3,9 +3,9 @@
 #include <exception>
 #include <utility>
 
-#include "platform/reach/service_search.h"
 #include "platform/channel/address.h"
 #include "platform/channel/deadline.h"
+#include "platform/reach/service_search.h"
 #include "platform/system/printable.h"
 
 namespace streamctl {

@@ -3,8 +3,8 @@
 #include <utility>
 #include <variant>
 
-#include "platform/reach/service_search.h"
 #include "platform/channel/address.h"
+#include "platform/reach/service_search.h"
 #include "platform/system/printable.h"
 #include "platform/system/program_line.h"
 

@@ -13,8 +13,8 @@
 
 #include "core/flowscope_shell.h"
 #include "core/line_executor.h"
-#include "platform/reach/running_services.h"
 #include "platform/host/embedded_service.h"
+#include "platform/reach/running_services.h"
 #include "tests/core/shell_fixture.h"
 #include "tests/platform/service/device.h"
 #include "tests/support/deadline.h"

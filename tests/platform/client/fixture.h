@@ -12,8 +12,8 @@
 #include <vector>
 
 #include "evtsrv.h"
-#include "platform/reach/running_services.h"
 #include "platform/host/embedded_service.h"
+#include "platform/reach/running_services.h"
 #include "strmsrv.h"
 #include "tests/platform/service/device.h"
 #include "tests/support/deadline.h"
