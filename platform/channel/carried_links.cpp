@@ -13,10 +13,10 @@ class Names {
   }
 
   // Returns nullopt if the port does not exist.
-  std::optional<std::string> name(ServicePort port, bool sink) const {
+  std::optional<std::string> name(device::PortId port) const {
     const auto found = groups_.find(port.group);
     if (found == groups_.end()) return std::nullopt;
-    const auto& side = found->second->side(sink);
+    const auto& side = found->second->side(port.side == device::Side::Sink);
     if (!side || !side->has(port.index)) return std::nullopt;
     return side->names.empty() ? side->prefix + std::to_string(port.index + 1) : side->names[port.index];
   }
@@ -30,9 +30,9 @@ class Names {
 void CarriedLinks::keep(const LinkMirror& mirror, const wire::Topology& topology) {
   if (mirror.carried().empty()) return;
   const Names names(topology);
-  for (const auto& [source, sink] : mirror.carried()) {
-    auto from = names.name(source, false);
-    auto to = names.name(sink, true);
+  for (const device::Link& link : mirror.carried()) {
+    auto from = names.name(link.source());
+    auto to = names.name(link.sink());
     if (from && to) links_.emplace(std::move(*from), std::move(*to));
   }
 }
@@ -40,9 +40,9 @@ void CarriedLinks::keep(const LinkMirror& mirror, const wire::Topology& topology
 std::optional<std::string> CarriedLinks::compare(const wire::Links& links, const wire::Topology& topology) {
   auto lost = std::exchange(links_, {});
   const Names names(topology);
-  for (const wire::LinkRecord& link : links.links) {
-    const auto from = names.name({link.sourceGroup, link.sourceIndex}, false);
-    const auto to = names.name({link.sinkGroup, link.sinkIndex}, true);
+  for (const wire::LinkRecord& record : links.links) {
+    const auto from = names.name(record.link.source());
+    const auto to = names.name(record.link.sink());
     if (from && to) lost.erase({*from, *to});
   }
   if (lost.empty()) return std::nullopt;

@@ -1,53 +1,46 @@
 #include "platform/channel/link_mirror.h"
 
 namespace channel {
-namespace {
-
-ServicePort sourceOf(const wire::LinkRecord& link) { return {link.sourceGroup, link.sourceIndex}; }
-ServicePort sinkOf(const wire::LinkRecord& link) { return {link.sinkGroup, link.sinkIndex}; }
-
-}  // namespace
 
 void LinkMirror::reset(const wire::Links& links) {
-  sources_.clear();
-  sinks_.clear();
+  peers_.clear();
   carried_.clear();
-  for (const wire::LinkRecord& link : links.links) add(link);
+  for (const wire::LinkRecord& record : links.links) add(record);
   version_ = links.version;
 }
 
 bool LinkMirror::apply(const wire::GraphChanged& change) {
   if (change.version <= version_) return true;
   if (change.version != version_ + 1) return false;
-  const ServicePort source = sourceOf(change.link);
-  const ServicePort sink = sinkOf(change.link);
   if (change.added) {
     add(change.link);
   } else {
-    carried_.erase({source, sink});
-    drop(sources_, sink, source);
-    drop(sinks_, source, sink);
+    const device::Link& link = change.link.link;
+    carried_.erase(link);
+    drop(link.source(), link.sink());
+    drop(link.sink(), link.source());
   }
   version_ = change.version;
   return true;
 }
 
-void LinkMirror::add(const wire::LinkRecord& link) {
-  sources_[sinkOf(link)].add(sourceOf(link));
-  sinks_[sourceOf(link)].add(sinkOf(link));
-  if (link.carried) carried_.emplace(sourceOf(link), sinkOf(link));
+void LinkMirror::add(const wire::LinkRecord& record) {
+  const device::Link& link = record.link;
+  peers_[link.source()].add(link.sink());
+  peers_[link.sink()].add(link.source());
+  if (record.carried) carried_.insert(link);
 }
 
-std::span<const ServicePort> LinkMirror::peers(Peers& of, ServicePort port) {
-  const auto found = of.find(port);
-  return found == of.end() ? std::span<const ServicePort>{} : found->second.all();
+std::span<const device::PortId> LinkMirror::peers(device::PortId port) {
+  const auto found = peers_.find(port);
+  return found == peers_.end() ? std::span<const device::PortId>{} : found->second.all();
 }
 
-void LinkMirror::drop(Peers& of, ServicePort port, ServicePort peer) {
-  const auto found = of.find(port);
-  if (found == of.end()) return;
+void LinkMirror::drop(device::PortId port, device::PortId peer) {
+  const auto found = peers_.find(port);
+  if (found == peers_.end()) return;
   found->second.remove(peer);
-  if (found->second.empty()) of.erase(found);
+  if (found->second.empty()) peers_.erase(found);
 }
 
 }  // namespace channel

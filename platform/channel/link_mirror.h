@@ -5,16 +5,16 @@
 #include <set>
 #include <span>
 #include <unordered_map>
-#include <utility>
 
 #include "platform/channel/peer_list.h"
-#include "platform/channel/service_port.h"
+#include "platform/device/port.h"
+#include "platform/device/port_hash.h"
 #include "platform/wire/messages.h"
 
 namespace channel {
 
-// Connections by source and by sink, each port's in the order of making. A lookup takes time in proportion to the
-// port's connections at most; a change takes the same time however many there are.
+// Connections by port, each port's in the order of making. A lookup takes time in proportion to the port's connections
+// at most; a change takes the same time however many there are.
 class LinkMirror {
  public:
   // Replaces the content with the whole graph.
@@ -27,27 +27,19 @@ class LinkMirror {
   // The version of the graph that it holds.
   std::uint64_t version() const { return version_; }
 
-  // Valid until the next change.
-  std::span<const ServicePort> sourcesOf(ServicePort sink) { return peers(sources_, sink); }
-  std::span<const ServicePort> sinksOf(ServicePort source) { return peers(sinks_, source); }
-
-  // A connection: its source and its sink.
-  using Ends = std::pair<ServicePort, ServicePort>;
+  // The sinks that a source is connected to, or the sources of a sink. Valid until the next change.
+  std::span<const device::PortId> peers(device::PortId port);
 
   // The connections that the service carries from one system to another, in the order of their ports. Valid until the
   // next change.
-  const std::set<Ends>& carried() const { return carried_; }
+  const std::set<device::Link>& carried() const { return carried_; }
 
  private:
-  using Peers = std::unordered_map<ServicePort, PeerList, ServicePortHash>;
+  void add(const wire::LinkRecord& record);
+  void drop(device::PortId port, device::PortId peer);
 
-  void add(const wire::LinkRecord& link);
-  static std::span<const ServicePort> peers(Peers& of, ServicePort port);
-  static void drop(Peers& of, ServicePort port, ServicePort peer);
-
-  Peers sources_;
-  Peers sinks_;
-  std::set<Ends> carried_;
+  std::unordered_map<device::PortId, PeerList, device::PortHash> peers_;
+  std::set<device::Link> carried_;
   std::uint64_t version_ = 0;
 };
 

@@ -9,16 +9,16 @@ namespace {
 // In a shorter list, a search costs less than an index.
 constexpr std::size_t LongList = 64;
 
-constexpr ServicePort Gap{0, std::numeric_limits<std::uint16_t>::max()};
+constexpr device::PortId Gap{0, std::numeric_limits<std::uint16_t>::max()};
 
 }  // namespace
 
-void PeerList::add(ServicePort port) {
+void PeerList::add(device::PortId port) {
   if (places_) places_->of[port] = ports_.size();
   ports_.push_back(port);
 }
 
-void PeerList::remove(ServicePort port) {
+void PeerList::remove(device::PortId port) {
   if (!places_ && ports_.size() < LongList) {
     std::erase(ports_, port);
     return;
@@ -37,7 +37,7 @@ void PeerList::remove(ServicePort port) {
   if (places_->gaps > ports_.size() / 2) close();
 }
 
-std::span<const ServicePort> PeerList::all() {
+std::span<const device::PortId> PeerList::all() {
   if (gapCount() > 0) close();
   return ports_;
 }

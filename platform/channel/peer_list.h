@@ -9,7 +9,8 @@
 #include <unordered_map>
 #include <vector>
 
-#include "platform/channel/service_port.h"
+#include "platform/device/port.h"
+#include "platform/device/port_hash.h"
 
 namespace channel {
 
@@ -17,27 +18,27 @@ namespace channel {
 // has the index 65535.
 class PeerList {
  public:
-  void add(ServicePort port);
+  void add(device::PortId port);
 
   // Removes a port if it is in the list.
-  void remove(ServicePort port);
+  void remove(device::PortId port);
 
   bool empty() const { return ports_.size() == gapCount(); }
 
   // All ports. Costs as much as copying them. Valid until the next change.
-  std::span<const ServicePort> all();
+  std::span<const device::PortId> all();
 
  private:
   // The position of each port, once a list is long and loses some.
   struct Places {
-    std::unordered_map<ServicePort, std::size_t, ServicePortHash> of;
+    std::unordered_map<device::PortId, std::size_t, device::PortHash> of;
     std::size_t gaps = 0;  // left by removed ports
   };
 
   std::size_t gapCount() const { return places_ ? places_->gaps : 0; }
   void close();
 
-  std::vector<ServicePort> ports_;
+  std::vector<device::PortId> ports_;
   std::unique_ptr<Places> places_;
 };
 

@@ -22,8 +22,7 @@ constexpr std::chrono::milliseconds RefreshInterval{100};
 
 struct Patcher::State {
   using Session = EvtSrv::EventPortManager::Session;
-  using Peers = std::vector<channel::ServicePort>;
-  using AskPeers = bool (Session::*)(channel::ServicePort port, std::uint64_t number, Peers& result);
+  using Peers = std::vector<device::PortId>;
 
   std::weak_ptr<Session> session;
   std::vector<GroupRecord> sources;
@@ -42,13 +41,13 @@ struct Patcher::State {
   std::uint64_t version = 1;
 
   StreamResult patch(bool made, PortRecord source, PortRecord sink);
-  StreamResult peers(PortRecord port, device::Side side, AskPeers ask, std::vector<PortRecord>& result);
+  StreamResult peers(PortRecord port, device::Side side, std::vector<PortRecord>& result);
   std::uint64_t currentVersion();
   std::uint64_t follow(Session& service);
-  void learn(const Session::Device& device, std::span<const channel::ServicePort> wanted = {});
+  void learn(const Session::Device& device, std::span<const device::PortId> wanted = {});
   bool learnsMore(Session& service);
-  channel::ServicePort toService(PortRecord port, device::Side side);
-  void toConsole(Session& service, device::Side side, Peers& peers, std::vector<PortRecord>& ports);
+  device::PortId toService(PortRecord port, device::Side side);
+  void toConsole(Session& service, Peers& peers, std::vector<PortRecord>& ports);
 };
 
 // Returns the number of the session whose ports places knows. It is the service's own number if the service answers.
@@ -65,10 +64,10 @@ std::uint64_t Patcher::State::follow(Session& service) {
 }
 
 // Of the unknown groups, only those of the wanted ports become known, because ids are few.
-void Patcher::State::learn(const Session::Device& device, std::span<const channel::ServicePort> wanted) {
+void Patcher::State::learn(const Session::Device& device, std::span<const device::PortId> wanted) {
   places.follow(device.topology, device.session != followed,
                 [&](const wire::TopologyGroup& group) -> std::optional<std::uint16_t> {
-                  const auto isOfIt = [&](channel::ServicePort port) { return port.group == group.handle; };
+                  const auto isOfIt = [&](device::PortId port) { return port.group == group.handle; };
                   return std::ranges::any_of(wanted, isOfIt) ? ids.enter(group) : std::nullopt;
                 });
   followed = device.session;
@@ -88,16 +87,16 @@ bool Patcher::State::learnsMore(Session& service) {
   return true;
 }
 
-channel::ServicePort Patcher::State::toService(PortRecord port, device::Side side) {
+device::PortId Patcher::State::toService(PortRecord port, device::Side side) {
   const std::lock_guard guard(mutex);
   return places.toService({port.groupId, numbers.toService(port.groupId, port.portIndex, side)}, side);
 }
 
 // Turns the service's ports into the console's. Ports that were added since the beginning become known here; one that
 // the service does not know was just removed.
-void Patcher::State::toConsole(Session& service, device::Side side, Peers& peers, std::vector<PortRecord>& ports) {
+void Patcher::State::toConsole(Session& service, Peers& peers, std::vector<PortRecord>& ports) {
   const std::lock_guard guard(mutex);
-  const auto isUnknown = [&](channel::ServicePort port) { return !places.fromService(port, side); };
+  const auto isUnknown = [&](device::PortId port) { return !places.fromService(port); };
   if (std::ranges::any_of(peers, isUnknown) && std::chrono::steady_clock::now() >= nextRefresh) {
     const auto device = service.device();
     if (device && device->session == followed) learn(*device, peers);
@@ -105,9 +104,9 @@ void Patcher::State::toConsole(Session& service, device::Side side, Peers& peers
   }
   // The next answer may differ, though the graph is the same.
   if (std::erase_if(peers, isUnknown) > 0) ++version;
-  for (const channel::ServicePort peer : peers) {
-    const PortRecord place = *places.fromService(peer, side);
-    ports.push_back({place.groupId, numbers.toConsole(place.groupId, place.portIndex, side)});
+  for (const device::PortId peer : peers) {
+    const PortRecord place = *places.fromService(peer);
+    ports.push_back({place.groupId, numbers.toConsole(place.groupId, place.portIndex, peer.side)});
   }
 }
 
@@ -172,8 +171,8 @@ StreamResult Patcher::State::patch(bool made, PortRecord source, PortRecord sink
   std::optional<device::Status> status;
   for (int attempt = 0; attempt < Attempts; ++attempt) {
     const std::uint64_t number = follow(*service);
-    const channel::ServicePort from = toService(source, device::Side::Source);
-    const channel::ServicePort to = toService(sink, device::Side::Sink);
+    const device::PortId from = toService(source, device::Side::Source);
+    const device::PortId to = toService(sink, device::Side::Sink);
     status = service->patch(made, {from.group, from.index, to.group, to.index}, number);
     if (status == device::Status::NotFound && learnsMore(*service)) continue;
     if (status != device::Status::NoSession) break;
@@ -181,15 +180,15 @@ StreamResult Patcher::State::patch(bool made, PortRecord source, PortRecord sink
   return toResult(status);
 }
 
-StreamResult Patcher::State::peers(PortRecord port, device::Side side, AskPeers ask, std::vector<PortRecord>& result) {
+StreamResult Patcher::State::peers(PortRecord port, device::Side side, std::vector<PortRecord>& result) {
   result.clear();
   const auto service = session.lock();
   if (!service) return StrmRes_NoService;
   for (int attempt = 0; attempt < Attempts; ++attempt) {
     const std::uint64_t number = follow(*service);
     Peers peers;
-    if (!((*service).*ask)(toService(port, side), number, peers)) continue;
-    toConsole(*service, side == device::Side::Source ? device::Side::Sink : device::Side::Source, peers, result);
+    if (!service->peersOf(toService(port, side), number, peers)) continue;
+    toConsole(*service, peers, result);
     return StrmRes_Success;
   }
   // The graph may be unchanged when the service answers again, but this answer was different.
@@ -229,12 +228,12 @@ StreamResult Patcher::disconnect(std::uint16_t sourceGroup, std::uint16_t source
 
 StreamResult Patcher::getConnectSourcePorts(std::uint16_t sinkGroup, std::uint16_t sinkPort,
                                             std::vector<PortRecord>& result) {
-  return state_->peers({sinkGroup, sinkPort}, device::Side::Sink, &State::Session::sourcesOf, result);
+  return state_->peers({sinkGroup, sinkPort}, device::Side::Sink, result);
 }
 
 StreamResult Patcher::getConnectSinkPorts(std::uint16_t sourceGroup, std::uint16_t sourcePort,
                                           std::vector<PortRecord>& result) {
-  return state_->peers({sourceGroup, sourcePort}, device::Side::Source, &State::Session::sinksOf, result);
+  return state_->peers({sourceGroup, sourcePort}, device::Side::Source, result);
 }
 
 std::uint64_t Patcher::version() { return state_->currentVersion(); }

@@ -7,7 +7,6 @@
 #include <string_view>
 #include <unordered_map>
 
-#include "platform/channel/service_port.h"
 #include "platform/device/port.h"
 #include "platform/wire/messages.h"
 

@@ -9,10 +9,9 @@ using StrmSrv::PortRecord;
 namespace {
 
 constexpr std::uint16_t Last = std::numeric_limits<std::uint16_t>::max();
-constexpr std::uint64_t PortsOfGroup = Last + 1U;
 
 // No service has a port with the last index: a count has 16 bits.
-constexpr channel::ServicePort Nowhere{std::numeric_limits<std::uint64_t>::max(), Last};
+constexpr device::PortId nowhere(device::Side side) { return {std::numeric_limits<std::uint64_t>::max(), Last, side}; }
 
 template <class Visit>
 void forEachSide(const wire::TopologyGroup& group, const Visit& visit) {
@@ -34,18 +33,15 @@ PortPlaces::PortPlaces(wire::Topology first) : first_(std::move(first)) {
   }
 }
 
-PortPlaces::Key PortPlaces::key(PortRecord port, device::Side side) {
-  return (Key{port.groupId} * PortsOfGroup + port.portIndex) * 2 + (side == device::Side::Sink ? 1 : 0);
-}
-
 template <class Value>
-auto PortPlaces::ofGroup(std::map<Key, Value>& byPlace, std::uint16_t id) {
-  return std::pair(byPlace.lower_bound(key({id, 0}, device::Side::Source)),
-                   byPlace.upper_bound(key({id, Last}, device::Side::Sink)));
+auto PortPlaces::ofGroup(std::map<Place, Value>& byPlace, std::uint16_t id) {
+  return std::pair(byPlace.lower_bound({id, 0, device::Side::Source}),
+                   byPlace.upper_bound({id, Last, device::Side::Sink}));
 }
 
-bool PortPlaces::knows(PortRecord port, device::Side side) const {
-  return first_.has(port.groupId, port.portIndex, side) || later_.contains(key(port, side));
+bool PortPlaces::knows(Place place) const {
+  const PortRecord port = record(place);
+  return first_.has(port.groupId, port.portIndex, place.side) || later_.contains(place);
 }
 
 void PortPlaces::follow(const wire::Topology& now, bool isAnother, const NewGroup& newGroup) {
@@ -68,7 +64,7 @@ void PortPlaces::follow(const wire::Topology& now, bool isAnother, const NewGrou
     } else if (const auto moved = moved_.find(group.handle); moved != moved_.end()) {
       forEachSide(group, [&](const wire::TopologySide& ports, device::Side side) {
         for (std::uint16_t index = 0; index < ports.count; ++index) {
-          if (ports.has(index)) followByName({group.handle, index}, moved->second, side, nameOf(ports, index));
+          if (ports.has(index)) followByName({group.handle, index, side}, moved->second, nameOf(ports, index));
         }
       });
     }
@@ -90,7 +86,7 @@ void PortPlaces::meet(const wire::TopologyGroup& group, const NewGroup& newGroup
   handles_.emplace(*id, group.handle);
   // Later ports may have other indices in this service; unknown until their names are compared.
   auto [later, end] = ofGroup(later_, *id);
-  for (; later != end; ++later) toService_.try_emplace(later->first, Nowhere);
+  for (; later != end; ++later) toService_.try_emplace(later->first, nowhere(later->first.side));
 }
 
 bool PortPlaces::isAsAtFirst(std::uint16_t id, const wire::TopologyGroup& group) const {
@@ -109,56 +105,55 @@ void PortPlaces::forgetHandleOf(std::uint16_t id) {
 }
 
 // Afterwards the port at this place has the service's own index.
-void PortPlaces::forgetMove(Key place) {
+void PortPlaces::forgetMove(Place place) {
   const auto found = toService_.find(place);
   if (found == toService_.end()) return;
-  fromService_.erase({found->second, place % 2 != 0 ? device::Side::Sink : device::Side::Source});
+  fromService_.erase(found->second);
   toService_.erase(found);
 }
 
 void PortPlaces::followInPlace(std::uint64_t handle, std::uint16_t id, const wire::TopologySide& ports,
                                device::Side side) {
   for (std::uint16_t index = 0; index < ports.count; ++index) {
-    const PortRecord place{id, index};
+    const Place place{id, index, side};
     if (!ports.has(index)) continue;
-    if (!knows(place, side)) {
-      learn(place, side, nameOf(ports, index));
+    if (!knows(place)) {
+      learn(place, nameOf(ports, index));
       continue;
     }
-    const auto later = later_.find(key(place, side));
+    const auto later = later_.find(place);
     if (later == later_.end() || later->second == nameOf(ports, index)) {
-      forgetMove(key(place, side));
+      forgetMove(place);
       continue;
     }
     // The service has another port at this index than the one that the place belongs to.
-    toService_.try_emplace(key(place, side), Nowhere);
-    followByName({handle, index}, id, side, nameOf(ports, index));
+    toService_.try_emplace(place, nowhere(side));
+    followByName({handle, index, side}, id, nameOf(ports, index));
   }
 }
 
-void PortPlaces::followByName(channel::ServicePort there, std::uint16_t id, device::Side side,
-                              const std::string& name) {
-  if (fromService_.contains({there, side})) return;
-  const auto known = placeOf(name, side);
-  PortRecord place = known.value_or(PortRecord{id, there.index});
+void PortPlaces::followByName(device::PortId there, std::uint16_t id, const std::string& name) {
+  if (fromService_.contains(there)) return;
+  const auto known = placeOf(name, there.side);
+  Place place = known.value_or(Place{id, there.index, there.side});
   if (!known) {
-    while (place.portIndex < Last && knows(place, side)) ++place.portIndex;
-    learn(place, side, name);
+    while (place.index < Last && knows(place)) ++place.index;
+    learn(place, name);
   }
-  forgetMove(key(place, side));
-  toService_[key(place, side)] = there;
-  fromService_[{there, side}] = place;
+  forgetMove(place);
+  toService_[place] = there;
+  fromService_[there] = place;
 }
 
-void PortPlaces::learn(PortRecord place, device::Side side, const std::string& name) {
-  later_.emplace(key(place, side), name);
-  if (namesEntered_) byName_.try_emplace(name, place, side);
+void PortPlaces::learn(Place place, const std::string& name) {
+  later_.emplace(place, name);
+  if (namesEntered_) byName_.try_emplace(name, place);
 }
 
-std::optional<PortRecord> PortPlaces::placeOf(const std::string& name, device::Side side) {
+std::optional<PortPlaces::Place> PortPlaces::placeOf(const std::string& name, device::Side side) {
   enterNames();
   const auto found = byName_.find(name);
-  return found == byName_.end() || found->second.second != side ? std::nullopt : std::optional(found->second.first);
+  return found == byName_.end() || found->second.side != side ? std::nullopt : std::optional(found->second);
 }
 
 void PortPlaces::enterNames() {
@@ -166,35 +161,31 @@ void PortPlaces::enterNames() {
   for (const wire::TopologyGroup& group : first_.topology().groups) {
     forEachSide(group, [&](const wire::TopologySide& ports, device::Side side) {
       for (std::uint16_t index = 0; index < ports.count; ++index) {
-        if (ports.has(index)) byName_.try_emplace(nameOf(ports, index), PortRecord{*group.id, index}, side);
+        if (ports.has(index)) byName_.try_emplace(nameOf(ports, index), Place{*group.id, index, side});
       }
     });
   }
-  for (const auto& [place, name] : later_) {
-    const PortRecord port{static_cast<std::uint16_t>(place / 2 / PortsOfGroup),
-                          static_cast<std::uint16_t>(place / 2 % PortsOfGroup)};
-    byName_.try_emplace(name, port, place % 2 != 0 ? device::Side::Sink : device::Side::Source);
-  }
+  for (const auto& [place, name] : later_) byName_.try_emplace(name, place);
 }
 
-channel::ServicePort PortPlaces::toService(PortRecord port, device::Side side) const {
-  if (const auto moved = toService_.find(key(port, side)); moved != toService_.end()) return moved->second;
+device::PortId PortPlaces::toService(PortRecord port, device::Side side) const {
+  if (const auto moved = toService_.find(place(port, side)); moved != toService_.end()) return moved->second;
   const auto handle = handles_.find(port.groupId);
-  return handle == handles_.end() ? Nowhere : channel::ServicePort{handle->second, port.portIndex};
+  return handle == handles_.end() ? nowhere(side) : device::PortId{handle->second, port.portIndex, side};
 }
 
-std::optional<PortRecord> PortPlaces::fromService(channel::ServicePort port, device::Side side) const {
-  if (const auto moved = fromService_.find({port, side}); moved != fromService_.end()) return moved->second;
+std::optional<PortRecord> PortPlaces::fromService(device::PortId port) const {
+  if (const auto moved = fromService_.find(port); moved != fromService_.end()) return record(moved->second);
   const auto id = ids_.find(port.group);
   if (id == ids_.end()) return std::nullopt;
-  const PortRecord place{id->second, port.index};
+  const Place place{id->second, port.index, port.side};
   // The place belongs to a port that is elsewhere in this service, or unknown to it.
-  if (toService_.contains(key(place, side))) return std::nullopt;
-  return knows(place, side) ? std::optional(place) : std::nullopt;
+  if (toService_.contains(place)) return std::nullopt;
+  return knows(place) ? std::optional(record(place)) : std::nullopt;
 }
 
 std::string PortPlaces::name(PortRecord port, device::Side side) const {
-  const auto later = later_.find(key(port, side));
+  const auto later = later_.find(place(port, side));
   return later == later_.end() ? first_.name(port.groupId, port.portIndex, side) : later->second;
 }
 

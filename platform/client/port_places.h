@@ -9,9 +9,9 @@
 #include <unordered_map>
 #include <utility>
 
-#include "platform/channel/service_port.h"
 #include "platform/client/port_names.h"
 #include "platform/device/port.h"
+#include "platform/device/port_hash.h"
 #include "platform/wire/messages.h"
 #include "strmsrv.h"
 
@@ -35,55 +35,50 @@ class PortPlaces {
   void follow(const wire::Topology& now, bool isAnother, const NewGroup& newGroup);
 
   // The service's place of a port; for a port that does not exist there, a place that no port has.
-  channel::ServicePort toService(StrmSrv::PortRecord port, device::Side side) const;
+  device::PortId toService(StrmSrv::PortRecord port, device::Side side) const;
 
   // The place of the service's port; nullopt if it is unknown.
-  std::optional<StrmSrv::PortRecord> fromService(channel::ServicePort port, device::Side side) const;
+  std::optional<StrmSrv::PortRecord> fromService(device::PortId port) const;
 
   // The name of a port; for an unknown port, a name in the same style that none of the first ports has.
   std::string name(StrmSrv::PortRecord port, device::Side side) const;
 
  private:
-  // A place on a side.
-  using Key = std::uint64_t;
-  using OnSide = std::pair<channel::ServicePort, device::Side>;
-  struct OnSideHash {
-    std::size_t operator()(const OnSide& port) const noexcept {
-      return channel::ServicePortHash{}(port.first) * 2 + (port.second == device::Side::Sink ? 1 : 0);
-    }
-  };
+  // A port whose group's handle is the group id.
+  using Place = device::PortId;
 
-  static Key key(StrmSrv::PortRecord port, device::Side side);
+  static Place place(StrmSrv::PortRecord port, device::Side side) { return {port.groupId, port.portIndex, side}; }
+  static StrmSrv::PortRecord record(Place place) { return {static_cast<std::uint16_t>(place.group), place.index}; }
   // A group's entries in a map by places: the first one, and the position after the last.
   template <class Value>
-  static auto ofGroup(std::map<Key, Value>& byPlace, std::uint16_t id);
-  bool knows(StrmSrv::PortRecord port, device::Side side) const;
+  static auto ofGroup(std::map<Place, Value>& byPlace, std::uint16_t id);
+  bool knows(Place place) const;
   void meet(const wire::TopologyGroup& group, const NewGroup& newGroup);
   bool isAsAtFirst(std::uint16_t id, const wire::TopologyGroup& group) const;
   void forgetHandleOf(std::uint16_t id);
-  void forgetMove(Key place);
+  void forgetMove(Place place);
   void followInPlace(std::uint64_t handle, std::uint16_t id, const wire::TopologySide& ports, device::Side side);
-  void followByName(channel::ServicePort there, std::uint16_t id, device::Side side, const std::string& name);
-  void learn(StrmSrv::PortRecord place, device::Side side, const std::string& name);
-  std::optional<StrmSrv::PortRecord> placeOf(const std::string& name, device::Side side);
+  void followByName(device::PortId there, std::uint16_t id, const std::string& name);
+  void learn(Place place, const std::string& name);
+  std::optional<Place> placeOf(const std::string& name, device::Side side);
   void enterNames();
 
   PortNames first_;
   std::unordered_map<std::string, std::uint16_t> idByName_;  // of all known groups
-  std::map<Key, std::string> later_;                         // the names of ports that were added later
+  std::map<Place, std::string> later_;                       // the names of ports that were added later
 
   // The groups whose ports have the service's own indices, in both directions.
   std::unordered_map<std::uint64_t, std::uint16_t> ids_;
   std::unordered_map<std::uint16_t, std::uint64_t> handles_;
 
-  // The other groups, and the ports whose places differ from the service's, in both directions; Nowhere stands for no
-  // port.
+  // The other groups, and the ports whose places differ from the service's, in both directions; a port that
+  // the service does not have is nowhere.
   std::unordered_map<std::uint64_t, std::uint16_t> moved_;
-  std::map<Key, channel::ServicePort> toService_;
-  std::unordered_map<OnSide, StrmSrv::PortRecord, OnSideHash> fromService_;
+  std::map<Place, device::PortId> toService_;
+  std::unordered_map<device::PortId, Place, device::PortHash> fromService_;
 
   bool namesEntered_ = false;
-  std::unordered_map<std::string, std::pair<StrmSrv::PortRecord, device::Side>> byName_;  // all known ports
+  std::unordered_map<std::string, Place> byName_;  // all known ports
 };
 
 }  // namespace client

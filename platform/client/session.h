@@ -21,10 +21,10 @@
 #include "platform/channel/fair_mutex.h"
 #include "platform/channel/graph_channel.h"
 #include "platform/channel/link_mirror.h"
-#include "platform/channel/service_port.h"
 #include "platform/channel/tap_list.h"
 #include "platform/client/arrivals.h"
 #include "platform/client/port_registry.h"
+#include "platform/device/port.h"
 #include "platform/wire/messages.h"
 
 namespace EvtSrv {
@@ -95,18 +95,13 @@ class EventPortManager::Session {
 
   // Returns the status once the mirror shows what the service did. Returns NoSession and does nothing if the session's
   // number is not the given one.
-  std::optional<device::Status> patch(bool made, const wire::LinkRecord& link, std::uint64_t number);
+  std::optional<device::Status> patch(bool made, const device::Link& link, std::uint64_t number);
 
-  // Copies what the up-to-date mirror says; blocks only if the mirror has to be fetched anew. Returns false, with an
-  // empty result, if there is no mirror or the session's number is not the given one.
-  bool sourcesOf(channel::ServicePort sink, std::uint64_t number, std::vector<channel::ServicePort>& result) {
-    return peersOf(&channel::LinkMirror::sourcesOf, sink, number, result);
-  }
-  bool sinksOf(channel::ServicePort source, std::uint64_t number, std::vector<channel::ServicePort>& result) {
-    return peersOf(&channel::LinkMirror::sinksOf, source, number, result);
-  }
+  // Copies the peers of a port from the up-to-date mirror; blocks only if the mirror has to be fetched anew. Returns
+  // false, with an empty result, if there is no mirror or the session's number is not the given one.
+  bool peersOf(device::PortId port, std::uint64_t number, std::vector<device::PortId>& result);
 
-  // The version of the graph that the up-to-date mirror shows; nullopt where the two calls above return false.
+  // The version of the graph that the up-to-date mirror shows; nullopt where peersOf returns false.
   std::optional<std::uint64_t> graphVersion(std::uint64_t number);
 
  private:
@@ -150,9 +145,6 @@ class EventPortManager::Session {
 
   // With mutex_ locked and channels_ set. If it returns false, channels_ may be empty.
   bool openGraph(const channel::Deadline& deadline);
-  using PeersOf = std::span<const channel::ServicePort> (channel::LinkMirror::*)(channel::ServicePort);
-  bool peersOf(PeersOf peers, channel::ServicePort port, std::uint64_t number,
-               std::vector<channel::ServicePort>& result);
   // For questions: afterwards the mirror shows what had arrived a moment ago and all that this client did. If it
   // returns false, the mirror could not be updated and channels_ may be empty.
   bool lookAtGraph(const channel::Deadline& deadline);

@@ -20,7 +20,7 @@ constexpr std::chrono::milliseconds FollowInterval{200};
 
 }  // namespace
 
-std::optional<device::Status> EventPortManager::Session::patch(bool made, const wire::LinkRecord& link,
+std::optional<device::Status> EventPortManager::Session::patch(bool made, const device::Link& link,
                                                                std::uint64_t number) {
   const Deadline deadline(channel::AnswerTime);
   const std::lock_guard guard(mutex_);
@@ -31,21 +31,20 @@ std::optional<device::Status> EventPortManager::Session::patch(bool made, const 
     noticeLoss(deadline);
     return std::nullopt;
   }
-  const wire::Patch change{
-      channels_->control.session(), made, link.sourceGroup, link.sourceIndex, link.sinkGroup, link.sinkIndex};
-  const auto result = channels_->control.ask<wire::Result>(change, deadline);
+  const auto result =
+      channels_->control.ask<wire::Result>(wire::Patch{channels_->control.session(), made, link}, deadline);
   if (result && waitForVersion(result->graphVersion, deadline)) return result->status;
   noticeLoss(deadline);
   return std::nullopt;
 }
 
-bool EventPortManager::Session::peersOf(PeersOf peers, channel::ServicePort port, std::uint64_t number,
-                                        std::vector<channel::ServicePort>& result) {
+bool EventPortManager::Session::peersOf(device::PortId port, std::uint64_t number,
+                                        std::vector<device::PortId>& result) {
   result.clear();
   const Deadline deadline(channel::AnswerTime);
   const std::lock_guard guard(mutex_);
   if (!attached() || channels_->control.session() != number || !lookAtGraph(deadline)) return false;
-  const auto found = (mirror_.*peers)(port);
+  const auto found = mirror_.peers(port);
   result.assign(found.begin(), found.end());
   return true;
 }

@@ -7,7 +7,7 @@
 #include <utility>
 #include <variant>
 
-#include "platform/host/link_record.h"
+#include "platform/host/handle_offset.h"
 #include "platform/host/random_number.h"
 #include "platform/host/stats_message.h"
 #include "platform/host/topology_message.h"
@@ -151,7 +151,7 @@ void Dispatcher::handle(const Request& request, wire::UntapAll& message) {
 
 void Dispatcher::handle(const Request& request, wire::Patch& message) {
   if (sessionFor(request, message.session, &Session::controlPeer) == nullptr) return;
-  const device::Link link = toLink(message, firstHandle_);
+  const device::Link link = inService(message.link, firstHandle_);
   const device::Status status =
       message.made ? service_.connect(link, request.now) : service_.disconnect(link, request.now);
   // The change goes out before the answer, so that the client that made it usually sees it by then.
@@ -176,7 +176,7 @@ void Dispatcher::handle(const Request& request, wire::AskLinks& message) {
   if (session == nullptr) return;
   wire::Links links{service_.graphVersion(), {}};
   for (const auto& [link, carried] : service_.connections()) {
-    links.links.push_back(linkRecord(link, carried, firstHandle_));
+    links.links.push_back({onWire(link, firstHandle_), carried});
   }
   session->graph = Credit(links.version);
   session->graphStale = false;

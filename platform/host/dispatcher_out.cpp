@@ -5,7 +5,7 @@
 #include <utility>
 
 #include "platform/host/dispatcher.h"
-#include "platform/host/link_record.h"
+#include "platform/host/handle_offset.h"
 #include "platform/system/earliest.h"
 #include "platform/system/printable.h"
 #include "platform/wire/loss_text.h"
@@ -81,8 +81,8 @@ void Dispatcher::sendEvents(Session& session) {
 
 void Dispatcher::sendGraphChanges() {
   for (const service::GraphChange& change : service_.takeGraphChanges()) {
-    const auto message = wire::encode(
-        0, wire::GraphChanged{change.version, change.added, linkRecord(change.link, change.carried, firstHandle_)});
+    const wire::LinkRecord record{onWire(change.link, firstHandle_), change.carried};
+    const auto message = wire::encode(0, wire::GraphChanged{change.version, change.added, record});
     for (auto& [number, session] : sessions_.all()) {
       if (session.graphPeer.empty() || session.graphStale) continue;
       if (session.graph.onItsWay() < limits_.graphWindow) {

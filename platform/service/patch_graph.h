@@ -9,9 +9,9 @@
 #include <vector>
 
 #include "platform/device/port.h"
+#include "platform/device/port_hash.h"
 #include "platform/device/status.h"
 #include "platform/device/topology.h"
-#include "platform/service/hash.h"
 
 namespace service {
 
@@ -65,8 +65,8 @@ class PatchGraph {
 
   const device::Topology& topology_;
   std::map<std::uint64_t, device::Link> links_;
-  std::unordered_map<device::Link, std::uint64_t, LinkHash> orders_;
-  std::unordered_map<device::PortId, Peers, PortHash> peers_;
+  std::unordered_map<device::Link, std::uint64_t, device::LinkHash> orders_;
+  std::unordered_map<device::PortId, Peers, device::PortHash> peers_;
   Peers none_;  // for ports without connections
   std::uint64_t nextOrder_ = 0;
   std::uint64_t version_ = 0;

@@ -73,7 +73,7 @@ struct Service::State {
 
   // Like above, for many ports: checks a source only once even if several of the ports are connected to it.
   void refreshUseAround(const std::vector<device::PortId>& ports, device::Time now) {
-    std::unordered_set<device::PortId, PortHash> seen;
+    std::unordered_set<device::PortId, device::PortHash> seen;
     std::vector<device::PortId> sources;
     const auto enter = [&](device::PortId source) {
       if (seen.insert(source).second) sources.push_back(source);
@@ -147,8 +147,8 @@ struct Service::State {
 
   std::unique_ptr<device::Driver> driver;
   Limits limits;
-  std::unordered_set<device::PortId, PortHash> used;  // as last reported to the driver
-  std::vector<device::PortId> unsettled;              // sources whose taps or connections changed
+  std::unordered_set<device::PortId, device::PortHash> used;  // as last reported to the driver
+  std::vector<device::PortId> unsettled;                      // sources whose taps or connections changed
   PatchGraph graph;
   TapTable taps;
   std::unordered_map<ClientId, Client> clients;

@@ -11,9 +11,9 @@
 #include <vector>
 
 #include "platform/device/port.h"
+#include "platform/device/port_hash.h"
 #include "platform/service/byte_fifo.h"
 #include "platform/service/client_id.h"
-#include "platform/service/hash.h"
 
 namespace service {
 
@@ -89,7 +89,7 @@ class TapQueue {
   ByteFifo records_;
   std::vector<Origin> origins_;
   std::vector<std::uint32_t> freeOrigins_;
-  std::unordered_map<device::PortId, std::uint32_t, PortHash> originOf_;
+  std::unordered_map<device::PortId, std::uint32_t, device::PortHash> originOf_;
   std::uint64_t dropped_ = 0;     // since the last accepted record
   std::uint64_t lostBefore_ = 0;  // likewise
   bool lostUncounted_ = false;    // likewise; an unknown number was lost

@@ -11,8 +11,8 @@
 #include <vector>
 
 #include "platform/device/port.h"
+#include "platform/device/port_hash.h"
 #include "platform/service/client_id.h"
-#include "platform/service/hash.h"
 
 namespace service {
 
@@ -68,7 +68,7 @@ class TapTable {
 
   void dropFromPort(device::PortId port, std::uint64_t order, std::vector<device::PortId>* ended);
 
-  std::unordered_map<device::PortId, TappedPort, PortHash> taps_;
+  std::unordered_map<device::PortId, TappedPort, device::PortHash> taps_;
   std::map<EventPortKey, TappedPorts> tapped_;
   std::uint64_t nextOrder_ = 0;
 };

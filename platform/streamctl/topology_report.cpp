@@ -10,6 +10,7 @@
 
 #include "platform/client/group_ids.h"
 #include "platform/client/port_names.h"
+#include "platform/device/port_hash.h"
 #include "platform/streamctl/json_text.h"
 #include "platform/streamctl/text_table.h"
 #include "platform/system/printable.h"
@@ -17,15 +18,13 @@
 namespace streamctl {
 namespace {
 
-using channel::ServicePort;
-using channel::ServicePortHash;
 using client::PortNames;
 using device::Side;
 
-// For each port of one side, the names of its peers, separated by blanks.
-using Peers = std::unordered_map<ServicePort, std::string, ServicePortHash>;
+// For each port, the names of its peers, separated by blanks.
+using Peers = std::unordered_map<device::PortId, std::string, device::PortHash>;
 
-void enter(Peers& peers, ServicePort port, const std::string& peer) {
+void enter(Peers& peers, device::PortId port, const std::string& peer) {
   std::string& names = peers[port];
   if (!names.empty()) names += ' ';
   names += peer;
@@ -81,7 +80,7 @@ class Rows {
     if (ports->count == 0) addPort({}, {}, {});
     for (std::uint16_t index = 0; index < ports->count; ++index) {
       if (!ports->has(index)) continue;
-      const auto found = peers.find({group.handle, index});
+      const auto found = peers.find({group.handle, index, side});
       addPort(printable(names_.name(*group.id, index, side)), printable(originals_.port(group.handle, index, side)),
               found == peers.end() ? std::string() : printable(found->second));
     }
@@ -148,17 +147,12 @@ class Device {
   const std::vector<wire::TopologyGroup>& groups() const { return names_.topology().groups; }
 
   // A port of a group that was just added or removed gets the name of one that does not exist.
-  std::string source(const wire::LinkRecord& link) const {
-    return name(link.sourceGroup, link.sourceIndex, Side::Source);
+  std::string name(device::PortId port) const {
+    const auto id = ids_.find(port.group);
+    return names_.name(id == ids_.end() ? NoGroup : id->second, port.index, port.side);
   }
-  std::string sink(const wire::LinkRecord& link) const { return name(link.sinkGroup, link.sinkIndex, Side::Sink); }
 
  private:
-  std::string name(std::uint64_t group, std::uint16_t index, Side side) const {
-    const auto id = ids_.find(group);
-    return names_.name(id == ids_.end() ? NoGroup : id->second, index, side);
-  }
-
   static constexpr std::uint16_t NoGroup = 65535;
 
   PortNames names_;
@@ -171,16 +165,15 @@ std::string topologyText(const wire::Topology& topology, const wire::Links& link
                          sys::TextEncoding encoding) {
   const Device device(topology);
   const OriginalNames originalNames(originals);
-  Peers sinksOf;
-  Peers sourcesOf;
-  for (const wire::LinkRecord& link : links.links) {
-    enter(sinksOf, {link.sourceGroup, link.sourceIndex}, device.sink(link));
-    enter(sourcesOf, {link.sinkGroup, link.sinkIndex}, device.source(link));
+  Peers peers;
+  for (const auto& [link, carried] : links.links) {
+    enter(peers, link.source(), device.name(link.sink()));
+    enter(peers, link.sink(), device.name(link.source()));
   }
   Rows rows(device.names(), originalNames, encoding);
   for (const wire::TopologyGroup& group : device.groups()) {
-    rows.addSide(group, Side::Source, sinksOf);
-    rows.addSide(group, Side::Sink, sourcesOf);
+    rows.addSide(group, Side::Source, peers);
+    rows.addSide(group, Side::Sink, peers);
     if (!group.sources && !group.sinks) rows.addBare(group);
   }
   return rows.text();
@@ -194,8 +187,8 @@ std::string topologyJson(const wire::Topology& topology, const wire::Links& link
     groups.push_back(groupJson(group, device.names(), originalNames));
   }
   JsonValue connections = JsonValue::array();
-  for (const wire::LinkRecord& link : links.links) {
-    connections.push_back({{"source", device.source(link)}, {"sink", device.sink(link)}});
+  for (const auto& [link, carried] : links.links) {
+    connections.push_back({{"source", device.name(link.source())}, {"sink", device.name(link.sink())}});
   }
   return jsonText(JsonValue{{"groups", std::move(groups)}, {"connections", std::move(connections)}}, 2) + '\n';
 }

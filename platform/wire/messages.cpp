@@ -45,13 +45,18 @@ void fields(Io& io, Fields<Io, UntapAll> m) {
 }
 
 template <class Io>
-void fields(Io& io, Fields<Io, Patch> m) {
-  io(m.session);
-  io(m.made);
+void fields(Io& io, Fields<Io, device::Link> m) {
   io(m.sourceGroup);
   io(m.sourceIndex);
   io(m.sinkGroup);
   io(m.sinkIndex);
+}
+
+template <class Io>
+void fields(Io& io, Fields<Io, Patch> m) {
+  io(m.session);
+  io(m.made);
+  io.field(m.link);
 }
 
 template <class Io>
@@ -144,10 +149,7 @@ void fields(Io& io, Fields<Io, Topology> m) {
 
 template <class Io>
 void fields(Io& io, Fields<Io, LinkRecord> m) {
-  io(m.sourceGroup);
-  io(m.sourceIndex);
-  io(m.sinkGroup);
-  io(m.sinkIndex);
+  io.field(m.link);
   io(m.carried);
 }
 

@@ -13,6 +13,7 @@
 #include <vector>
 
 #include "platform/device/limits.h"
+#include "platform/device/port.h"
 #include "platform/device/status.h"
 
 namespace wire {
@@ -58,10 +59,7 @@ struct UntapAll {
 struct Patch {
   std::uint64_t session = 0;
   bool made = true;
-  std::uint64_t sourceGroup = 0;
-  std::uint16_t sourceIndex = 0;
-  std::uint64_t sinkGroup = 0;
-  std::uint16_t sinkIndex = 0;
+  device::Link link;
 };
 
 // Answer: Topology.
@@ -155,10 +153,7 @@ struct Originals {
 };
 
 struct LinkRecord {
-  std::uint64_t sourceGroup = 0;
-  std::uint16_t sourceIndex = 0;
-  std::uint64_t sinkGroup = 0;
-  std::uint16_t sinkIndex = 0;
+  device::Link link;
   bool carried = false;  // the service carries it from one system to another; it ends with the service
   friend bool operator==(const LinkRecord&, const LinkRecord&) = default;
 };

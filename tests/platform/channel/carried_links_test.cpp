@@ -13,7 +13,7 @@ wire::Topology topology(std::uint64_t first) {
 
 TEST(CarriedLinks, AreReportedWhenTheyAreNotRestored) {
   LinkMirror mirror;
-  mirror.reset({3, {{10, 0, 11, 0, true}, {10, 1, 11, 0, true}, {10, 1, 11, 1, false}}});
+  mirror.reset({3, {{{10, 0, 11, 0}, true}, {{10, 1, 11, 0}, true}, {{10, 1, 11, 1}, false}}});
   CarriedLinks carried;
   EXPECT_TRUE(carried.empty());
   carried.keep(mirror, topology(10));
@@ -26,13 +26,13 @@ TEST(CarriedLinks, AreReportedWhenTheyAreNotRestored) {
 
 TEST(CarriedLinks, AreNotReportedWhenTheyAreRestored) {
   LinkMirror mirror;
-  mirror.reset({3, {{10, 0, 11, 0, true}, {10, 1, 11, 0, true}}});
+  mirror.reset({3, {{{10, 0, 11, 0}, true}, {{10, 1, 11, 0}, true}}});
   CarriedLinks carried;
   carried.keep(mirror, topology(10));
-  EXPECT_EQ(carried.compare({9, {{70, 1, 71, 0, true}}}, topology(70)),
+  EXPECT_EQ(carried.compare({9, {{{70, 1, 71, 0}, true}}}, topology(70)),
             "lost with the service that was here before: the connection of \"j:a\" to \"AIn1\"");
   carried.keep(mirror, topology(10));
-  EXPECT_EQ(carried.compare({9, {{70, 1, 71, 0, true}, {70, 0, 71, 0, true}}}, topology(70)), std::nullopt);
+  EXPECT_EQ(carried.compare({9, {{{70, 1, 71, 0}, true}, {{70, 0, 71, 0}, true}}}, topology(70)), std::nullopt);
 }
 
 }  // namespace

@@ -10,7 +10,7 @@
 namespace channel {
 namespace {
 
-using Ports = std::vector<ServicePort>;
+using Ports = std::vector<device::PortId>;
 
 Ports all(PeerList& list) {
   const auto ports = list.all();
@@ -25,14 +25,15 @@ TEST(PeerList, HoldsTheSamePortsAsAPlainList) {
       PeerList list;
       Ports plain;
       for (unsigned turn = 0; turn < 10'000; ++turn) {
-        const ServicePort port{static_cast<std::uint16_t>(random() % 3), static_cast<std::uint16_t>(random() % most)};
+        const device::PortId port{static_cast<std::uint16_t>(random() % 3),
+                                  static_cast<std::uint16_t>(random() % most)};
         const bool stands = std::ranges::find(plain, port) != plain.end();
         // Grows for a while, then shrinks.
         if (!stands && (turn / 2000) % 2 == 0) {
           list.add(port);
           plain.push_back(port);
         } else if (turn % 5 == 0 && !plain.empty()) {
-          const ServicePort end = turn % 2 == 0 ? plain.front() : plain.back();
+          const device::PortId end = turn % 2 == 0 ? plain.front() : plain.back();
           list.remove(end);
           std::erase(plain, end);
         } else {

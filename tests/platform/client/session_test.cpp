@@ -22,7 +22,7 @@ namespace client {
 namespace {
 
 using Session = EvtSrv::EventPortManager::Session;
-using Ports = std::vector<channel::ServicePort>;
+using Ports = std::vector<device::PortId>;
 
 class SessionTest : public testing::Test {
  protected:
@@ -74,15 +74,15 @@ TEST_F(SessionTest, OwnChangeIsWaitedForWhenItIsReportedLate) {
       service.reply(tag, wire::Result{device::Status::Ok, 6});
       // Long after the answer has arrived.
       std::this_thread::sleep_for(std::chrono::milliseconds(50));
-      service.toGraphChannel(wire::GraphChanged{5, true, {8, 8, 9, 9}});
-      service.toGraphChannel(wire::GraphChanged{6, true, {0, 0, 1, 1}});
+      service.toGraphChannel(wire::GraphChanged{5, true, {{8, 8, 9, 9}}});
+      service.toGraphChannel(wire::GraphChanged{6, true, {{0, 0, 1, 1}}});
     }
   });
   ASSERT_NE(session, nullptr);
   EXPECT_EQ(session->patch(true, {0, 0, 1, 1}, session->number()), device::Status::Ok);
   Ports ports;
-  EXPECT_TRUE(session->sinksOf({0, 0}, session->number(), ports));
-  EXPECT_EQ(ports, (Ports{{1, 1}}));
+  EXPECT_TRUE(session->peersOf({0, 0, device::Side::Source}, session->number(), ports));
+  EXPECT_EQ(ports, (Ports{{1, 1, device::Side::Sink}}));
 }
 
 TEST_F(SessionTest, MissingNewsMakeTheMirrorBeFetchedAnew) {
@@ -91,18 +91,18 @@ TEST_F(SessionTest, MissingNewsMakeTheMirrorBeFetchedAnew) {
     service.answerGreeting(tag, body);
     if (std::holds_alternative<wire::AskLinks>(body)) {
       const std::uint64_t version = ++asked == 1 ? 1 : 9;
-      service.reply(tag, wire::Links{version, {{0, 0, static_cast<std::uint16_t>(version), 0}}});
+      service.reply(tag, wire::Links{version, {{{0, 0, static_cast<std::uint16_t>(version), 0}}}});
     }
     if (std::holds_alternative<wire::Patch>(body)) {
-      service.toGraphChannel(wire::GraphChanged{8, true, {5, 5, 5, 5}});
+      service.toGraphChannel(wire::GraphChanged{8, true, {{5, 5, 5, 5}}});
       service.reply(tag, wire::Result{device::Status::Ok, 8});
     }
   });
   ASSERT_NE(session, nullptr);
   EXPECT_EQ(session->patch(true, {5, 5, 5, 5}, session->number()), device::Status::Ok);
   Ports ports;
-  EXPECT_TRUE(session->sinksOf({0, 0}, session->number(), ports));
-  EXPECT_EQ(ports, (Ports{{9, 0}}));
+  EXPECT_TRUE(session->peersOf({0, 0, device::Side::Source}, session->number(), ports));
+  EXPECT_EQ(ports, (Ports{{9, 0, device::Side::Sink}}));
   EXPECT_EQ(asked, 2);
 }
 
@@ -153,8 +153,8 @@ TEST_F(SessionTest, RequestsFailAfterClose) {
   EXPECT_FALSE(session->send(1, 0, service::Bytes{0xF8}));
   EXPECT_FALSE(session->device());
   EXPECT_EQ(session->patch(true, {}, session->number()), std::nullopt);
-  EXPECT_FALSE(session->sinksOf({0, 0}, session->number(), ports));
-  EXPECT_FALSE(session->sourcesOf({0, 0}, session->number(), ports));
+  EXPECT_FALSE(session->peersOf({0, 0, device::Side::Source}, session->number(), ports));
+  EXPECT_FALSE(session->peersOf({0, 0, device::Side::Sink}, session->number(), ports));
   EXPECT_EQ(ports, Ports{});
   EXPECT_EQ(session->receive(0), EvtSrv::EvtRes_DoNothing);
 }
@@ -212,7 +212,7 @@ TEST(SessionTransport, WorksOverSocketsOfTheSystem) {
       for (int i = 0; i < 5000; ++i) ASSERT_TRUE(session->send(1, 0, service::Bytes{0xF8}));
       EXPECT_EQ(session->patch(true, {0, 1, 1, 1}, session->number()), device::Status::Ok);
       Ports ports;
-      EXPECT_TRUE(session->sourcesOf({1, 1}, session->number(), ports));
+      EXPECT_TRUE(session->peersOf({1, 1, device::Side::Sink}, session->number(), ports));
       EXPECT_EQ(ports, (Ports{{0, 1}}));
       EXPECT_EQ(session->device()->topology.groups.size(), 2U);
     }

@@ -186,11 +186,11 @@ TEST_F(DispatcherTest, HandlesAreCountedFromARandomNumberOn) {
     EXPECT_EQ(topology.groups.at(1).handle, topology.groups.at(0).handle + 1);
     EXPECT_EQ(topology.groups.at(1).id, 1U);
     const std::uint64_t handle = topology.groups.at(0).handle;
-    dispatcher.receive("x", wire::encode(3, wire::Patch{session, true, handle, 0, handle + 1, 1}), Time(1));
+    dispatcher.receive("x", wire::encode(3, wire::Patch{session, true, {handle, 0, handle + 1, 1}}), Time(1));
     dispatcher.receive("x", wire::encode(4, wire::AskLinks{session}), Time(1));
     answers = peers_.take("x");
     const auto links = std::get<wire::Links>(wire::decode(answers.at(1))->body);
-    EXPECT_EQ(links.links, (std::vector<wire::LinkRecord>{{handle, 0, handle + 1, 1}}));
+    EXPECT_EQ(links.links, (std::vector<wire::LinkRecord>{{{handle, 0, handle + 1, 1}}}));
     return handle;
   };
   EXPECT_EQ(firstHandle({.service = {}, .firstHandle = 0xFFFFFFFFFFFFFFFF}), 0xFFFFFFFFFFFFFFFF) << "it goes on at 0";

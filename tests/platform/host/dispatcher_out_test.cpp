@@ -153,10 +153,10 @@ TEST_F(DispatcherTest, GraphChangesAreSentToAllClientsBeforeTheAnswer) {
   attach("b");
   hello("without graph");
   peers_.order.clear();
-  say("a control", 5, wire::Patch{one, true, 0, 0, 1, 1});
+  say("a control", 5, wire::Patch{one, true, {0, 0, 1, 1}});
   EXPECT_EQ(peers_.order.size(), 3U);
   EXPECT_EQ(peers_.order.back(), "a control");
-  say("a control", 6, wire::Patch{one, false, 0, 0, 1, 1});
+  say("a control", 6, wire::Patch{one, false, {0, 0, 1, 1}});
   const Texts changes{"made 0.0>1.1 at 1", "gone 0.0>1.1 at 2"};
   EXPECT_EQ(peers_.texts("a graph"), changes);
   EXPECT_EQ(peers_.texts("b graph"), changes);
@@ -167,7 +167,7 @@ TEST_F(DispatcherTest, ClientThatDoesNotReadGraphChangesIsToldOnceThatThereAreTo
   const std::uint64_t one = attach("a");
   const std::uint64_t two = attach("b");
   const auto change = [&](std::uint64_t times) {
-    for (std::uint64_t i = 0; i < times; ++i) say("a control", 0, wire::Patch{one, i % 2 == 0, 0, 0, 1, 1});
+    for (std::uint64_t i = 0; i < times; ++i) say("a control", 0, wire::Patch{one, i % 2 == 0, {0, 0, 1, 1}});
   };
   change(wire::MinGraphWindow);
   Texts texts = peers_.texts("b graph");
@@ -185,7 +185,7 @@ TEST_F(DispatcherTest, ClientThatDoesNotReadGraphChangesIsToldOnceThatThereAreTo
 TEST_F(DispatcherTest, GraphChangesContinueWhenTheyAreSeen) {
   const std::uint64_t session = attach("a");
   for (std::uint64_t version = 1; version <= 3 * wire::MinGraphWindow; ++version) {
-    say("a control", 0, wire::Patch{session, version % 2 == 1, 0, 0, 1, 1});
+    say("a control", 0, wire::Patch{session, version % 2 == 1, {0, 0, 1, 1}});
     const Texts texts = peers_.texts("a graph");
     ASSERT_EQ(texts.size(), 1U);
     ASSERT_NE(texts[0], "stale");

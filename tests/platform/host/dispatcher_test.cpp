@@ -66,12 +66,12 @@ TEST_F(DispatcherTest, RequestsAreAnsweredWithTheirTag) {
       {wire::Untap{session, EventPort, "G0Out1"}, "ok at 0"},
       {wire::Untap{session, EventPort, "G0Out1"}, "nothing at 0"},
       {wire::UntapAll{session, EventPort}, "ok at 0"},
-      {wire::Patch{session, true, 0, 0, 1, 1}, "ok at 1"},
-      {wire::Patch{session, true, 0, 0, 1, 1}, "ok at 1"},
+      {wire::Patch{session, true, {0, 0, 1, 1}}, "ok at 1"},
+      {wire::Patch{session, true, {0, 0, 1, 1}}, "ok at 1"},
       {wire::AskLinks{session}, "links at 1 0.0>1.1"},
-      {wire::Patch{session, true, 0, 0, 1, 2}, "not found at 1"},
-      {wire::Patch{session, false, 0, 0, 1, 1}, "ok at 2"},
-      {wire::Patch{session, false, 0, 0, 1, 1}, "not found at 2"},
+      {wire::Patch{session, true, {0, 0, 1, 2}}, "not found at 1"},
+      {wire::Patch{session, false, {0, 0, 1, 1}}, "ok at 2"},
+      {wire::Patch{session, false, {0, 0, 1, 1}}, "not found at 2"},
   };
   std::uint32_t tag = 10;
   for (const auto& [request, answer] : table) {

@@ -13,7 +13,7 @@
 
 namespace host {
 
-inline std::string textOf(const wire::LinkRecord& link) {
+inline std::string textOf(const device::Link& link) {
   return std::to_string(link.sourceGroup) + '.' + std::to_string(link.sourceIndex) + '>' +
          std::to_string(link.sinkGroup) + '.' + std::to_string(link.sinkIndex);
 }
@@ -37,12 +37,12 @@ inline std::string textOf(const wire::Topology& m) {
 
 inline std::string textOf(const wire::Links& m) {
   std::string text = "links at " + std::to_string(m.version);
-  for (const wire::LinkRecord& link : m.links) text += ' ' + textOf(link);
+  for (const wire::LinkRecord& record : m.links) text += ' ' + textOf(record.link);
   return text;
 }
 
 inline std::string textOf(const wire::GraphChanged& m) {
-  return (m.added ? "made " : "gone ") + textOf(m.link) + " at " + std::to_string(m.version);
+  return (m.added ? "made " : "gone ") + textOf(m.link.link) + " at " + std::to_string(m.version);
 }
 
 inline std::string textOf(const wire::Events& m) {

@@ -15,7 +15,7 @@ wire::Topology sample() {
            {7, 7, "Bare", std::nullopt, std::nullopt}}};
 }
 
-const wire::Links SampleLinks{3, {{0, 1, 65535, 1}, {0, 1, 65535, 0}, {0, 0, 65535, 1}}};
+const wire::Links SampleLinks{3, {{{0, 1, 65535, 1}}, {{0, 1, 65535, 0}}, {{0, 0, 65535, 1}}}};
 
 TEST(TopologyText, HasALineForEachPort) {
   EXPECT_EQ(topologyText(sample(), SampleLinks, {}, Ascii),
@@ -33,7 +33,7 @@ TEST(TopologyText, GroupsHaveTheIdsOfANewConsole) {
   const wire::Topology late{{{5'000'000'009, {}, "J", wire::TopologySide{1, "", {"j"}}, std::nullopt},
                              {7, 41, "Asks", std::nullopt, wire::TopologySide{1, "", {"s"}}},
                              {5'000'000'008, {}, "K", std::nullopt, wire::TopologySide{1, "", {"k"}}}}};
-  EXPECT_EQ(topologyText(late, {1, {{5'000'000'009, 0, 5'000'000'008, 0}}}, {}, Ascii),
+  EXPECT_EQ(topologyText(late, {1, {{{5'000'000'009, 0, 5'000'000'008, 0}}}}, {}, Ascii),
             "GROUP  NAME  SIDE    PORT  CONNECTIONS\n"
             "0      J     source  j     k\n"
             "41     Asks  sink    s     -\n"

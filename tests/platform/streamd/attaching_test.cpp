@@ -112,7 +112,7 @@ sink = "ThruIn1"
   const auto links = injector.control().ask<wire::Links>(wire::AskLinks{injector.control().session()});
   ASSERT_TRUE(links);
   ASSERT_EQ(links->links.size(), 3U);
-  EXPECT_EQ(links->links[2], (wire::LinkRecord{topology->groups[2].handle, 1, topology->groups[0].handle, 0}));
+  EXPECT_EQ(links->links[2], (wire::LinkRecord{{topology->groups[2].handle, 1, topology->groups[0].handle, 0}}));
 }
 
 TEST_F(Attaching, ReceivingInsideAPortDoesNothingWhenTheServiceHasGone) {

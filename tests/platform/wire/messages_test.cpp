@@ -31,10 +31,10 @@ std::vector<Sample> samples() {
        "E5 02 03 01 0D 0C 0B 0A 88 77 66 55 44 33 22 11 05 00 00 00 EC 03 00 00 03 00 'In1'"},
       {"Untap", Untap{Session, 5, "In1"}, "E5 02 04 01 0D 0C 0B 0A 88 77 66 55 44 33 22 11 05 00 00 00 03 00 'In1'"},
       {"UntapAll", UntapAll{Session, 5}, "E5 02 05 01 0D 0C 0B 0A 88 77 66 55 44 33 22 11 05 00 00 00"},
-      {"Patch", Patch{Session, true, 0x0102030405060708, 0x0304, 0x0506, 0x0708},
+      {"Patch", Patch{Session, true, {0x0102030405060708, 0x0304, 0x0506, 0x0708}},
        "E5 02 06 01 0D 0C 0B 0A 88 77 66 55 44 33 22 11 01"
        "08 07 06 05 04 03 02 01 04 03 06 05 00 00 00 00 00 00 08 07"},
-      {"Unpatch", Patch{Session, false, 1, 2, 3, 4},
+      {"Unpatch", Patch{Session, false, {1, 2, 3, 4}},
        "E5 02 06 01 0D 0C 0B 0A 88 77 66 55 44 33 22 11 00"
        "01 00 00 00 00 00 00 00 02 00 03 00 00 00 00 00 00 00 04 00"},
       {"AskTopology", AskTopology{Session}, "E5 02 07 01 0D 0C 0B 0A 88 77 66 55 44 33 22 11"},
@@ -53,7 +53,7 @@ std::vector<Sample> samples() {
        "E5 02 03 02 0D 0C 0B 0A 02 00 00 00"
        "08 07 06 05 04 03 02 01 01 29 00 04 00 'Keys' 01 03 00 07 00 'KeysOut' 00 00 00 00 00"
        "08 00 00 00 00 00 00 00 00 01 00 'X' 00 01 02 00 00 00 02 00 00 00 01 00 'a' 02 00 'bc'"},
-      {"Links", Links{9, {{1, 2, 3, 4}, {0x0102, 0x0304, 0x0506, 0x0708, true}}},
+      {"Links", Links{9, {{{1, 2, 3, 4}}, {{0x0102, 0x0304, 0x0506, 0x0708}, true}}},
        "E5 02 04 02 0D 0C 0B 0A 09 00 00 00 00 00 00 00 02 00 00 00"
        "01 00 00 00 00 00 00 00 02 00 03 00 00 00 00 00 00 00 04 00 00"
        "02 01 00 00 00 00 00 00 04 03 06 05 00 00 00 00 00 00 08 07 01"},
@@ -75,7 +75,7 @@ std::vector<Sample> samples() {
       {"TopologyChanged", TopologyChanged{}, "E5 02 04 03 0D 0C 0B 0A"},
       {"OpenGraph", OpenGraph{Session}, "E5 02 01 04 0D 0C 0B 0A 88 77 66 55 44 33 22 11"},
       {"GraphSeen", GraphSeen{Session, 6}, "E5 02 02 04 0D 0C 0B 0A 88 77 66 55 44 33 22 11 06 00 00 00 00 00 00 00"},
-      {"GraphChanged", GraphChanged{6, true, {1, 2, 3, 4, true}},
+      {"GraphChanged", GraphChanged{6, true, {{1, 2, 3, 4}, true}},
        "E5 02 03 04 0D 0C 0B 0A 06 00 00 00 00 00 00 00 01"
        "01 00 00 00 00 00 00 00 02 00 03 00 00 00 00 00 00 00 04 00 01"},
       {"GraphStale", GraphStale{}, "E5 02 04 04 0D 0C 0B 0A"},

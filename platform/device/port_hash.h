@@ -1,4 +1,4 @@
-// Hashes of ports and links, for unordered containers.
+// Hashes of ports and connections, for unordered containers.
 #pragma once
 
 #include <cstddef>
@@ -7,7 +7,7 @@
 
 #include "platform/device/port.h"
 
-namespace service {
+namespace device {
 
 // Handles and indices are consecutive numbers. The odd factor, derived from the golden ratio, keeps them apart.
 constexpr std::uint64_t mixed(std::uint64_t first, std::uint64_t second) {
@@ -15,18 +15,18 @@ constexpr std::uint64_t mixed(std::uint64_t first, std::uint64_t second) {
 }
 
 struct PortHash {
-  std::size_t operator()(device::PortId port) const noexcept {
+  std::size_t operator()(PortId port) const noexcept {
     return std::hash<std::uint64_t>{}(
         mixed(port.group, std::uint64_t{port.index} << 1U | static_cast<std::uint64_t>(port.side)));
   }
 };
 
 struct LinkHash {
-  std::size_t operator()(const device::Link& link) const noexcept {
+  std::size_t operator()(const Link& link) const noexcept {
     // Mixes one field after the other. Mixing two pairs first would give sourceIndex and sinkGroup the same factor.
     return std::hash<std::uint64_t>{}(
         mixed(mixed(mixed(link.sourceGroup, link.sourceIndex), link.sinkGroup), link.sinkIndex));
   }
 };
 
-}  // namespace service
+}  // namespace device
