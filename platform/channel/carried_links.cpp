@@ -1,48 +1,33 @@
 #include "platform/channel/carried_links.h"
 
-#include <unordered_map>
+#include "platform/device/topology.h"
 
 namespace channel {
 namespace {
 
-// Names by handle and index.
-class Names {
- public:
-  explicit Names(const wire::Topology& topology) {
-    for (const wire::TopologyGroup& group : topology.groups) groups_.emplace(group.handle, &group);
-  }
-
-  // Returns nullopt if the port does not exist.
-  std::optional<std::string> name(device::PortId port) const {
-    const auto found = groups_.find(port.group);
-    if (found == groups_.end()) return std::nullopt;
-    const auto& side = found->second->side(port.side == device::Side::Sink);
-    if (!side || !side->has(port.index)) return std::nullopt;
-    return side->names.empty() ? side->prefix + std::to_string(port.index + 1) : side->names[port.index];
-  }
-
- private:
-  std::unordered_map<std::uint64_t, const wire::TopologyGroup*> groups_;
-};
+// Returns nullopt if the port does not exist.
+std::optional<std::string> nameIn(const device::Topology& topology, device::PortId port) {
+  return topology.exists(port) ? std::optional(topology.name(port)) : std::nullopt;
+}
 
 }  // namespace
 
 void CarriedLinks::keep(const LinkMirror& mirror, const wire::Topology& topology) {
   if (mirror.carried().empty()) return;
-  const Names names(topology);
+  const device::Topology ports(topology.groups);
   for (const device::Link& link : mirror.carried()) {
-    auto from = names.name(link.source());
-    auto to = names.name(link.sink());
+    auto from = nameIn(ports, link.source());
+    auto to = nameIn(ports, link.sink());
     if (from && to) links_.emplace(std::move(*from), std::move(*to));
   }
 }
 
 std::optional<std::string> CarriedLinks::compare(const wire::Links& links, const wire::Topology& topology) {
   auto lost = std::exchange(links_, {});
-  const Names names(topology);
+  const device::Topology ports(topology.groups);
   for (const wire::LinkRecord& record : links.links) {
-    const auto from = names.name(record.link.source());
-    const auto to = names.name(record.link.sink());
+    const auto from = nameIn(ports, record.link.source());
+    const auto to = nameIn(ports, record.link.sink());
     if (from && to) lost.erase({*from, *to});
   }
   if (lost.empty()) return std::nullopt;

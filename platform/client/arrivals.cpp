@@ -6,12 +6,12 @@
 #include <utility>
 #include <vector>
 
+#include "platform/device/port_name.h"
+
 namespace client {
 namespace {
 
 constexpr std::size_t MostNames = 3;
-
-constexpr std::size_t MostDigits = 5;  // of a port's number
 
 // Things of one kind that have come.
 struct Come {
@@ -43,18 +43,10 @@ void Arrivals::Names::add(const std::string& prefix, std::uint32_t count) {
 
 bool Arrivals::Names::contains(std::string_view name) const {
   if (names_.contains(std::string(name))) return true;
-  // A prefix may end in digits itself.
-  std::uint32_t number = 0;
-  std::uint32_t place = 1;
-  for (std::size_t length = name.size(); length > 0 && name.size() - length < MostDigits; place *= 10) {
-    const char digit = name[--length];
-    if (digit < '0' || digit > '9') return false;
-    number += place * static_cast<std::uint32_t>(digit - '0');
-    if (digit == '0') continue;  // no number begins with it
-    const auto found = numbered_.find(name.substr(0, length));
-    if (found != numbered_.end() && number <= found->second) return true;
-  }
-  return false;
+  return device::anyNumbering(name, [this](std::string_view prefix, std::uint16_t index) {
+    const auto found = numbered_.find(prefix);
+    return found != numbered_.end() && index < found->second;
+  });
 }
 
 std::uint32_t Arrivals::Names::numbered(const std::string& prefix) const {
@@ -64,14 +56,14 @@ std::uint32_t Arrivals::Names::numbered(const std::string& prefix) const {
 
 void Arrivals::list(const wire::Topology& topology) {
   isListed_ = true;
-  for (const wire::TopologyGroup& group : topology.groups) {
+  for (const device::Group& group : topology.groups) {
     PortNames& listed = listed_[group.name];
-    for (const bool sink : {false, true}) {
-      const auto& side = group.side(sink);
+    for (const device::Side which : {device::Side::Source, device::Side::Sink}) {
+      const auto& side = group.side(which);
       if (!side || side->count == 0) continue;
-      if (side->names.empty()) listed.side(sink).add(side->prefix, side->count);
+      if (side->names.empty()) listed.side(which).add(side->prefix, side->count);
       for (const std::string& name : side->names) {
-        if (!name.empty()) listed.side(sink).add(name);
+        if (!name.empty()) listed.side(which).add(name);
       }
     }
   }
@@ -82,18 +74,18 @@ std::optional<std::string> Arrivals::look(const wire::Topology& now) {
   Come groups;
   Come ports;
   Groups unlisted;
-  for (const wire::TopologyGroup& group : now.groups) {
+  for (const device::Group& group : now.groups) {
     const auto listed = listed_.find(group.name);
     const auto told = told_.find(group.name);
     const bool isKnown = listed != listed_.end() || told != told_.end();
     if (!isKnown) groups.add(group.name);
     PortNames there;
-    for (const bool sink : {true, false}) {
-      const auto& side = group.side(sink);
+    for (const device::Side which : {device::Side::Sink, device::Side::Source}) {
+      const auto& side = group.side(which);
       if (!side || side->count == 0) continue;
-      const Names& listedNames = (listed == listed_.end() ? none : listed->second).side(sink);
-      const Names& toldNames = (told == told_.end() ? none : told->second).side(sink);
-      Names& thereNames = there.side(sink);
+      const Names& listedNames = (listed == listed_.end() ? none : listed->second).side(which);
+      const Names& toldNames = (told == told_.end() ? none : told->second).side(which);
+      Names& thereNames = there.side(which);
       const auto isNew = [&](const std::string& name) {
         return isKnown && !listedNames.contains(name) && !toldNames.contains(name);
       };

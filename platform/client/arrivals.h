@@ -11,6 +11,7 @@
 #include <unordered_map>
 #include <unordered_set>
 
+#include "platform/device/port.h"
 #include "platform/wire/messages.h"
 
 namespace client {
@@ -47,8 +48,8 @@ class Arrivals {
   struct PortNames {
     Names sources;
     Names sinks;
-    Names& side(bool sink) { return sink ? sinks : sources; }
-    const Names& side(bool sink) const { return sink ? sinks : sources; }
+    Names& side(device::Side which) { return which == device::Side::Source ? sources : sinks; }
+    const Names& side(device::Side which) const { return which == device::Side::Source ? sources : sinks; }
     bool empty() const { return sources.empty() && sinks.empty(); }
   };
   using Groups = std::unordered_map<std::string, PortNames>;

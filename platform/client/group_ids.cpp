@@ -12,34 +12,35 @@ constexpr std::uint32_t MaxIds = std::numeric_limits<std::uint16_t>::max() + 1U;
 
 }  // namespace
 
-void GroupIds::enter(wire::Topology& topology) {
+void GroupIds::enter(std::vector<device::Group>& groups) {
   const std::lock_guard guard(mutex_);
   // First the groups that ask for an id: no other group of this topology may get it.
   std::unordered_set<std::uint16_t> given;
-  for (wire::TopologyGroup& group : topology.groups) {
-    if (group.id && (!isFree(*group.id, group.name) || !given.insert(*group.id).second)) group.id.reset();
+  for (device::Group& group : groups) {
+    if (group.wantedId && (!isFree(*group.wantedId, group.name) || !given.insert(*group.wantedId).second))
+      group.wantedId.reset();
   }
-  for (wire::TopologyGroup& group : topology.groups) {
-    if (group.id) continue;
+  for (device::Group& group : groups) {
+    if (group.wantedId) continue;
     const auto known = byName_.find(group.name);
-    if (known != byName_.end() && given.insert(known->second.front()).second) group.id = known->second.front();
+    if (known != byName_.end() && given.insert(known->second.front()).second) group.wantedId = known->second.front();
   }
   std::uint32_t from = 0;
-  for (wire::TopologyGroup& group : topology.groups) {
-    while (!group.id) {
+  for (device::Group& group : groups) {
+    while (!group.wantedId) {
       const auto id = lowestFree(from);
       if (!id) break;
-      if (given.insert(*id).second) group.id = id;
+      if (given.insert(*id).second) group.wantedId = id;
     }
   }
-  std::erase_if(topology.groups, [](const wire::TopologyGroup& group) { return !group.id; });
-  for (const wire::TopologyGroup& group : topology.groups) hold(*group.id, group.name);
+  std::erase_if(groups, [](const device::Group& group) { return !group.wantedId; });
+  for (const device::Group& group : groups) hold(*group.wantedId, group.name);
 }
 
-std::optional<std::uint16_t> GroupIds::enter(const wire::TopologyGroup& group) {
-  wire::Topology one{{group}};
+std::optional<std::uint16_t> GroupIds::enter(const device::Group& group) {
+  std::vector<device::Group> one{group};
   enter(one);
-  return one.groups.empty() ? std::nullopt : one.groups.front().id;
+  return one.empty() ? std::nullopt : one.front().wantedId;
 }
 
 void GroupIds::leave(std::uint16_t id) {
@@ -84,9 +85,9 @@ GroupIds& groupIdsOfThisProcess() {
   return *ids;
 }
 
-wire::Topology withGroupIds(wire::Topology topology) {
-  GroupIds().enter(topology);
-  return topology;
+std::vector<device::Group> withGroupIds(std::vector<device::Group> groups) {
+  GroupIds().enter(groups);
+  return groups;
 }
 
 }  // namespace client

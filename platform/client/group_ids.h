@@ -13,7 +13,7 @@
 #include <utility>
 #include <vector>
 
-#include "platform/wire/messages.h"
+#include "platform/device/topology.h"
 
 namespace client {
 
@@ -27,13 +27,13 @@ class GroupIds {
 
   explicit GroupIds(Publish publish = nullptr) : publish_(std::move(publish)) {}
 
-  // Gives each group of a topology its id and holds it: the id that the group asks for, if no other name has it; else
-  // the id that its name already has, the first of several; else the lowest free id. Groups for which no id is free are
-  // removed.
-  void enter(wire::Topology& topology);
+  // Gives each group of a device its id and holds it: the id that the group asks for, if no other name has it; else
+  // the id that its name already has, the first of several; else the lowest free id. Afterwards wantedId is this id.
+  // Groups for which no id is free are removed.
+  void enter(std::vector<device::Group>& groups);
 
   // The same for a group that was added later. Returns nullopt if no id is free.
-  std::optional<std::uint16_t> enter(const wire::TopologyGroup& group);
+  std::optional<std::uint16_t> enter(const device::Group& group);
 
   // Releases an id that enter has given.
   void leave(std::uint16_t id);
@@ -69,11 +69,11 @@ class HeldGroupIds {
   }
 
   // See GroupIds.
-  void enter(wire::Topology& topology) {
-    ids_.enter(topology);
-    for (const wire::TopologyGroup& group : topology.groups) held_.push_back(*group.id);
+  void enter(std::vector<device::Group>& groups) {
+    ids_.enter(groups);
+    for (const device::Group& group : groups) held_.push_back(*group.wantedId);
   }
-  std::optional<std::uint16_t> enter(const wire::TopologyGroup& group) {
+  std::optional<std::uint16_t> enter(const device::Group& group) {
     const auto id = ids_.enter(group);
     if (id) held_.push_back(*id);
     return id;
@@ -84,7 +84,7 @@ class HeldGroupIds {
   std::vector<std::uint16_t> held_;
 };
 
-// The topology with the ids that its groups have in a process that knows no other groups.
-wire::Topology withGroupIds(wire::Topology topology);
+// The groups with the ids that they have in a process that knows no other groups.
+std::vector<device::Group> withGroupIds(std::vector<device::Group> groups);
 
 }  // namespace client

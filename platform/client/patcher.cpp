@@ -5,8 +5,8 @@
 #include <span>
 #include <utility>
 
+#include "platform/client/gapless_indices.h"
 #include "platform/client/group_ids.h"
-#include "platform/client/port_numbers.h"
 #include "platform/client/port_places.h"
 #include "platform/client/session.h"
 #include "strmsrv.h"
@@ -29,7 +29,7 @@ struct Patcher::State {
   std::vector<GroupRecord> sinks;
 
   std::mutex mutex;  // for all below
-  client::PortNumbers numbers;
+  client::GaplessIndices indices;
   client::PortPlaces places;
   client::HeldGroupIds ids{client::groupIdsOfThisProcess()};
   std::uint64_t followed = 0;       // the number of the session whose ports places knows
@@ -65,8 +65,8 @@ std::uint64_t Patcher::State::follow(Session& service) {
 
 // Of the unknown groups, only those of the wanted ports become known, because ids are few.
 void Patcher::State::learn(const Session::Device& device, std::span<const device::PortId> wanted) {
-  places.follow(device.topology, device.session != followed,
-                [&](const wire::TopologyGroup& group) -> std::optional<std::uint16_t> {
+  places.follow(device.topology.groups, device.session != followed,
+                [&](const device::Group& group) -> std::optional<std::uint16_t> {
                   const auto isOfIt = [&](device::PortId port) { return port.group == group.handle; };
                   return std::ranges::any_of(wanted, isOfIt) ? ids.enter(group) : std::nullopt;
                 });
@@ -89,7 +89,7 @@ bool Patcher::State::learnsMore(Session& service) {
 
 device::PortId Patcher::State::toService(PortRecord port, device::Side side) {
   const std::lock_guard guard(mutex);
-  return places.toService({port.groupId, numbers.toService(port.groupId, port.portIndex, side)}, side);
+  return places.toService({port.groupId, indices.toService(port.groupId, port.portIndex, side)}, side);
 }
 
 // Turns the service's ports into the console's. Ports that were added since the beginning become known here; one that
@@ -106,7 +106,7 @@ void Patcher::State::toConsole(Session& service, Peers& peers, std::vector<PortR
   if (std::erase_if(peers, isUnknown) > 0) ++version;
   for (const device::PortId peer : peers) {
     const PortRecord place = *places.fromService(peer);
-    ports.push_back({place.groupId, numbers.toConsole(place.groupId, place.portIndex, peer.side)});
+    ports.push_back({place.groupId, indices.toConsole(place.groupId, place.portIndex, peer.side)});
   }
 }
 
@@ -116,12 +116,12 @@ namespace {
 // whose ports are at other places than expected.
 constexpr int Attempts = 2;
 
-std::vector<GroupRecord> groupsOf(const wire::Topology& topology, const client::PortNumbers& numbers,
+std::vector<GroupRecord> groupsOf(std::span<const device::Group> all, const client::GaplessIndices& indices,
                                   device::Side side) {
   std::vector<GroupRecord> groups;
-  for (const wire::TopologyGroup& group : topology.groups) {
-    const auto& ports = side == device::Side::Source ? group.sources : group.sinks;
-    if (ports) groups.push_back({*group.id, numbers.count(*group.id, side, ports->count)});
+  for (const device::Group& group : all) {
+    const auto& ports = group.side(side);
+    if (ports) groups.push_back({*group.wantedId, indices.count(*group.wantedId, side, ports->count)});
   }
   return groups;
 }
@@ -151,16 +151,16 @@ Patcher::Patcher(EvtSrv::EventPortManager& manager, unsigned streamType) : state
   state_->session = session;
   auto device = session->device();
   if (!device) return;
-  wire::Topology& topology = device->topology;
-  session->list(topology);
-  state_->ids.enter(topology);
-  state_->numbers = client::PortNumbers(topology);
+  session->list(device->topology);
+  std::vector<device::Group>& groups = device->topology.groups;
+  state_->ids.enter(groups);
+  state_->indices = client::GaplessIndices(groups);
   // Other types have no streams.
   if (streamType == 0) {
-    state_->sources = groupsOf(topology, state_->numbers, device::Side::Source);
-    state_->sinks = groupsOf(topology, state_->numbers, device::Side::Sink);
+    state_->sources = groupsOf(groups, state_->indices, device::Side::Source);
+    state_->sinks = groupsOf(groups, state_->indices, device::Side::Sink);
   }
-  state_->places = client::PortPlaces(std::move(device->topology));
+  state_->places = client::PortPlaces(std::move(groups));
   state_->followed = device->session;
   state_->deviceVersion = device->version;
 }
@@ -242,7 +242,7 @@ std::string Patcher::makeStreamPortName(unsigned /*streamType*/, std::uint16_t g
                                         int sink) const {
   const device::Side side = sink == 0 ? device::Side::Source : device::Side::Sink;
   const std::lock_guard guard(state_->mutex);
-  return state_->places.name({group, state_->numbers.toService(group, port, side)}, side);
+  return state_->places.name({group, state_->indices.toService(group, port, side)}, side);
 }
 
 void Patcher::notifyAddGroup(std::uint16_t /*group*/) {}

@@ -14,23 +14,22 @@ constexpr std::uint16_t Last = std::numeric_limits<std::uint16_t>::max();
 constexpr device::PortId nowhere(device::Side side) { return {std::numeric_limits<std::uint64_t>::max(), Last, side}; }
 
 template <class Visit>
-void forEachSide(const wire::TopologyGroup& group, const Visit& visit) {
+void forEachSide(const device::Group& group, const Visit& visit) {
   if (group.sources) visit(*group.sources, device::Side::Source);
   if (group.sinks) visit(*group.sinks, device::Side::Sink);
 }
 
-std::string nameOf(const wire::TopologySide& ports, std::uint16_t index) {
-  return ports.names.empty() ? ports.prefix + std::to_string(index + 1) : ports.names[index];
-}
-
 }  // namespace
 
-PortPlaces::PortPlaces(wire::Topology first) : first_(std::move(first)) {
-  for (const wire::TopologyGroup& group : first_.topology().groups) {
-    idByName_.emplace(group.name, *group.id);
-    ids_.emplace(group.handle, *group.id);
-    handles_.emplace(*group.id, group.handle);
+PortPlaces::PortPlaces(std::vector<device::Group> first) {
+  for (device::Group& group : first) {
+    const std::uint16_t id = *group.wantedId;
+    idByName_.emplace(group.name, id);
+    ids_.emplace(group.handle, id);
+    handles_.emplace(id, group.handle);
+    group.handle = id;
   }
+  first_ = device::Topology(std::move(first));
 }
 
 template <class Value>
@@ -39,12 +38,9 @@ auto PortPlaces::ofGroup(std::map<Place, Value>& byPlace, std::uint16_t id) {
                    byPlace.upper_bound({id, Last, device::Side::Sink}));
 }
 
-bool PortPlaces::knows(Place place) const {
-  const PortRecord port = record(place);
-  return first_.has(port.groupId, port.portIndex, place.side) || later_.contains(place);
-}
+bool PortPlaces::knows(Place place) const { return first_.exists(place) || later_.contains(place); }
 
-void PortPlaces::follow(const wire::Topology& now, bool isAnother, const NewGroup& newGroup) {
+void PortPlaces::follow(std::span<const device::Group> now, bool isAnother, const NewGroup& newGroup) {
   if (isAnother) {
     ids_.clear();
     handles_.clear();
@@ -53,18 +49,18 @@ void PortPlaces::follow(const wire::Topology& now, bool isAnother, const NewGrou
     fromService_.clear();
   }
   // All groups first: a new group may invalidate a place that a port of another group has just been given.
-  for (const wire::TopologyGroup& group : now.groups) {
+  for (const device::Group& group : now) {
     if (!ids_.contains(group.handle) && !moved_.contains(group.handle)) meet(group, newGroup);
   }
-  for (const wire::TopologyGroup& group : now.groups) {
+  for (const device::Group& group : now) {
     if (const auto inPlace = ids_.find(group.handle); inPlace != ids_.end()) {
-      forEachSide(group, [&](const wire::TopologySide& ports, device::Side side) {
+      forEachSide(group, [&](const device::SideOfGroup& ports, device::Side side) {
         followInPlace(group.handle, inPlace->second, ports, side);
       });
     } else if (const auto moved = moved_.find(group.handle); moved != moved_.end()) {
-      forEachSide(group, [&](const wire::TopologySide& ports, device::Side side) {
+      forEachSide(group, [&](const device::SideOfGroup& ports, device::Side side) {
         for (std::uint16_t index = 0; index < ports.count; ++index) {
-          if (ports.has(index)) followByName({group.handle, index, side}, moved->second, nameOf(ports, index));
+          if (ports.exists(index)) followByName({group.handle, index, side}, moved->second, ports.nameOf(index));
         }
       });
     }
@@ -72,7 +68,7 @@ void PortPlaces::follow(const wire::Topology& now, bool isAnother, const NewGrou
 }
 
 // Assigns an id to a group whose handle is new, and decides whether its ports keep their indices.
-void PortPlaces::meet(const wire::TopologyGroup& group, const NewGroup& newGroup) {
+void PortPlaces::meet(const device::Group& group, const NewGroup& newGroup) {
   const auto known = idByName_.find(group.name);
   const auto id = known != idByName_.end() ? std::optional(known->second) : newGroup(group);
   if (!id) return;
@@ -89,8 +85,8 @@ void PortPlaces::meet(const wire::TopologyGroup& group, const NewGroup& newGroup
   for (; later != end; ++later) toService_.try_emplace(later->first, nowhere(later->first.side));
 }
 
-bool PortPlaces::isAsAtFirst(std::uint16_t id, const wire::TopologyGroup& group) const {
-  const wire::TopologyGroup* first = first_.find(id);
+bool PortPlaces::isAsAtFirst(std::uint16_t id, const device::Group& group) const {
+  const device::Group* first = first_.find(id);
   return first != nullptr && first->sources == group.sources && first->sinks == group.sinks;
 }
 
@@ -112,23 +108,23 @@ void PortPlaces::forgetMove(Place place) {
   toService_.erase(found);
 }
 
-void PortPlaces::followInPlace(std::uint64_t handle, std::uint16_t id, const wire::TopologySide& ports,
+void PortPlaces::followInPlace(std::uint64_t handle, std::uint16_t id, const device::SideOfGroup& ports,
                                device::Side side) {
   for (std::uint16_t index = 0; index < ports.count; ++index) {
     const Place place{id, index, side};
-    if (!ports.has(index)) continue;
+    if (!ports.exists(index)) continue;
     if (!knows(place)) {
-      learn(place, nameOf(ports, index));
+      learn(place, ports.nameOf(index));
       continue;
     }
     const auto later = later_.find(place);
-    if (later == later_.end() || later->second == nameOf(ports, index)) {
+    if (later == later_.end() || later->second == ports.nameOf(index)) {
       forgetMove(place);
       continue;
     }
     // The service has another port at this index than the one that the place belongs to.
     toService_.try_emplace(place, nowhere(side));
-    followByName({handle, index, side}, id, nameOf(ports, index));
+    followByName({handle, index, side}, id, ports.nameOf(index));
   }
 }
 
@@ -147,25 +143,15 @@ void PortPlaces::followByName(device::PortId there, std::uint16_t id, const std:
 
 void PortPlaces::learn(Place place, const std::string& name) {
   later_.emplace(place, name);
-  if (namesEntered_) byName_.try_emplace(name, place);
+  laterByName_.try_emplace(name, place);
 }
 
-std::optional<PortPlaces::Place> PortPlaces::placeOf(const std::string& name, device::Side side) {
-  enterNames();
-  const auto found = byName_.find(name);
-  return found == byName_.end() || found->second.side != side ? std::nullopt : std::optional(found->second);
-}
-
-void PortPlaces::enterNames() {
-  if (std::exchange(namesEntered_, true)) return;
-  for (const wire::TopologyGroup& group : first_.topology().groups) {
-    forEachSide(group, [&](const wire::TopologySide& ports, device::Side side) {
-      for (std::uint16_t index = 0; index < ports.count; ++index) {
-        if (ports.has(index)) byName_.try_emplace(nameOf(ports, index), Place{*group.id, index, side});
-      }
-    });
+std::optional<PortPlaces::Place> PortPlaces::placeOf(const std::string& name, device::Side side) const {
+  auto found = first_.port(name);
+  if (!found) {
+    if (const auto later = laterByName_.find(name); later != laterByName_.end()) found = later->second;
   }
-  for (const auto& [place, name] : later_) byName_.try_emplace(name, place);
+  return found && found->side == side ? found : std::nullopt;
 }
 
 device::PortId PortPlaces::toService(PortRecord port, device::Side side) const {
@@ -186,7 +172,7 @@ std::optional<PortRecord> PortPlaces::fromService(device::PortId port) const {
 
 std::string PortPlaces::name(PortRecord port, device::Side side) const {
   const auto later = later_.find(place(port, side));
-  return later == later_.end() ? first_.name(port.groupId, port.portIndex, side) : later->second;
+  return later == later_.end() ? first_.name(place(port, side)) : later->second;
 }
 
 }  // namespace client

@@ -5,14 +5,14 @@
 #include <functional>
 #include <map>
 #include <optional>
+#include <span>
 #include <string>
 #include <unordered_map>
-#include <utility>
+#include <vector>
 
-#include "platform/client/port_names.h"
 #include "platform/device/port.h"
 #include "platform/device/port_hash.h"
-#include "platform/wire/messages.h"
+#include "platform/device/topology.h"
 #include "strmsrv.h"
 
 namespace client {
@@ -23,16 +23,16 @@ namespace client {
 class PortPlaces {
  public:
   // Returns the id for an unknown group; nullopt to leave it unknown.
-  using NewGroup = std::function<std::optional<std::uint16_t>(const wire::TopologyGroup& group)>;
+  using NewGroup = std::function<std::optional<std::uint16_t>(const device::Group& group)>;
 
-  PortPlaces() : PortPlaces(wire::Topology{}) {}
+  PortPlaces() = default;
 
-  // first: all groups have ids.
-  explicit PortPlaces(wire::Topology first);
+  // first: all groups have ids (see GroupIds).
+  explicit PortPlaces(std::vector<device::Group> first);
 
   // Updates the places to the ports that the service has now. New ports of known groups become known. isAnother: the
   // known handles of groups are no longer valid.
-  void follow(const wire::Topology& now, bool isAnother, const NewGroup& newGroup);
+  void follow(std::span<const device::Group> now, bool isAnother, const NewGroup& newGroup);
 
   // The service's place of a port; for a port that does not exist there, a place that no port has.
   device::PortId toService(StrmSrv::PortRecord port, device::Side side) const;
@@ -53,19 +53,21 @@ class PortPlaces {
   template <class Value>
   static auto ofGroup(std::map<Place, Value>& byPlace, std::uint16_t id);
   bool knows(Place place) const;
-  void meet(const wire::TopologyGroup& group, const NewGroup& newGroup);
-  bool isAsAtFirst(std::uint16_t id, const wire::TopologyGroup& group) const;
+  void meet(const device::Group& group, const NewGroup& newGroup);
+  bool isAsAtFirst(std::uint16_t id, const device::Group& group) const;
   void forgetHandleOf(std::uint16_t id);
   void forgetMove(Place place);
-  void followInPlace(std::uint64_t handle, std::uint16_t id, const wire::TopologySide& ports, device::Side side);
+  void followInPlace(std::uint64_t handle, std::uint16_t id, const device::SideOfGroup& ports, device::Side side);
   void followByName(device::PortId there, std::uint16_t id, const std::string& name);
   void learn(Place place, const std::string& name);
-  std::optional<Place> placeOf(const std::string& name, device::Side side);
-  void enterNames();
+  std::optional<Place> placeOf(const std::string& name, device::Side side) const;
 
-  PortNames first_;
+  device::Topology first_;                                   // with group ids for handles
   std::unordered_map<std::string, std::uint16_t> idByName_;  // of all known groups
-  std::map<Place, std::string> later_;                       // the names of ports that were added later
+
+  // The ports that were added later, in both directions. The first of several with one name has the name.
+  std::map<Place, std::string> later_;
+  std::unordered_map<std::string, Place> laterByName_;
 
   // The groups whose ports have the service's own indices, in both directions.
   std::unordered_map<std::uint64_t, std::uint16_t> ids_;
@@ -76,9 +78,6 @@ class PortPlaces {
   std::unordered_map<std::uint64_t, std::uint16_t> moved_;
   std::map<Place, device::PortId> toService_;
   std::unordered_map<device::PortId, Place, device::PortHash> fromService_;
-
-  bool namesEntered_ = false;
-  std::unordered_map<std::string, Place> byName_;  // all known ports
 };
 
 }  // namespace client

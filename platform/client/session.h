@@ -23,7 +23,7 @@
 #include "platform/channel/link_mirror.h"
 #include "platform/channel/tap_list.h"
 #include "platform/client/arrivals.h"
-#include "platform/client/port_registry.h"
+#include "platform/client/event_ports.h"
 #include "platform/device/port.h"
 #include "platform/wire/messages.h"
 
@@ -153,7 +153,7 @@ class EventPortManager::Session {
 
   channel::Connector connector_;  // destroyed last
   std::string address_;
-  client::PortRegistry ports_;
+  client::EventPorts ports_;
   channel::FairMutex mutex_;
   std::optional<Channels> channels_;  // empty while the service is gone, and after close
   channel::LinkMirror mirror_;        // guarded by mutex_, like all members up to events_

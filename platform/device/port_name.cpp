@@ -2,16 +2,11 @@
 
 #include <charconv>
 
-#include "platform/device/limits.h"
+#include "platform/device/names.h"
 
 namespace device {
-namespace {
 
-std::string joined(std::string_view stem, const std::string& tail) {
-  return std::string(stem.substr(0, MaxNameBytes - tail.size())) + tail;
-}
-
-}  // namespace
+std::string_view sideWord(Side side) { return side == Side::Source ? "Out" : "In"; }
 
 std::optional<std::uint16_t> indexOfNumber(std::string_view digits) {
   if (digits.empty() || digits.front() < '1' || digits.front() > '9') return std::nullopt;
@@ -21,12 +16,13 @@ std::optional<std::uint16_t> indexOfNumber(std::string_view digits) {
   return static_cast<std::uint16_t>(number - 1);
 }
 
-std::string missingPortName(std::string_view groupName, std::uint64_t groupNumber, bool sink, std::uint16_t index,
+std::string missingPortName(std::string_view groupName, PortId port,
                             const std::function<bool(const std::string&)>& taken) {
-  const std::string stem = groupName.empty() ? "Group" + std::to_string(groupNumber) : std::string(groupName);
-  const std::string wanted = joined(stem + (sink ? "In" : "Out"), std::to_string(index + 1));
+  std::string stem = groupName.empty() ? "Group" + std::to_string(port.group) : std::string(groupName);
+  stem += sideWord(port.side);
+  const std::string wanted = joinName(stem, std::to_string(port.index + 1));
   std::string name = wanted;
-  for (unsigned suffix = 2; taken(name); ++suffix) name = joined(wanted, "_" + std::to_string(suffix));
+  for (unsigned suffix = 2; taken(name); ++suffix) name = joinName(wanted, "_" + std::to_string(suffix));
   return name;
 }
 

@@ -1,47 +1,53 @@
 #include "platform/device/topology.h"
 
+#include <algorithm>
 #include <cassert>
+#include <functional>
 #include <utility>
 
 #include "platform/device/port_name.h"
 
 namespace device {
-namespace {
 
-constexpr std::size_t MaxPortDigits = 5;
-
-const char* sideWord(Side side) { return side == Side::Source ? "Out" : "In"; }
-
-}  // namespace
+bool SideOfGroup::allGone() const { return !gone.empty() && std::ranges::find(gone, false) == gone.end(); }
 
 std::string SideOfGroup::nameOf(std::uint16_t index) const {
   assert(index < count);
   return names.empty() ? prefix + std::to_string(index + 1) : names[index];
 }
 
+void SideOfGroup::removeUnnamed() {
+  if (std::ranges::find(names, std::string()) == names.end()) return;
+  gone.resize(names.size());
+  for (std::size_t index = 0; index < names.size(); ++index) gone[index] = gone[index] || names[index].empty();
+}
+
 Group numberedGroup(std::uint16_t id, const std::string& name, std::optional<std::uint16_t> sources,
                     std::optional<std::uint16_t> sinks) {
   Group group{id, name, std::nullopt, std::nullopt, {}, id};
-  if (sources) group.sources = SideOfGroup{*sources, name + sideWord(Side::Source), {}};
-  if (sinks) group.sinks = SideOfGroup{*sinks, name + sideWord(Side::Sink), {}};
+  if (sources) group.sources = SideOfGroup{*sources, name + std::string(sideWord(Side::Source)), {}};
+  if (sinks) group.sinks = SideOfGroup{*sinks, name + std::string(sideWord(Side::Sink)), {}};
   return group;
 }
 
 Topology::Topology(std::vector<Group> groups) : groups_(std::move(groups)) {
-  for (std::size_t at = 0; at < groups_.size(); ++at) {
+  for (std::uint32_t at = 0; at < groups_.size(); ++at) {
     byHandle_.emplace(groups_[at].handle, at);
-    enter(groups_[at], Side::Source);
-    enter(groups_[at], Side::Sink);
+    if (groups_[at].sources) enter({at, Side::Source});
+    if (groups_[at].sinks) enter({at, Side::Sink});
   }
+  std::ranges::stable_sort(byName_, {}, &NamedPort::nameHash);
 }
 
-void Topology::enter(const Group& group, Side side) {
-  const auto& ports = group.side(side);
-  if (!ports || ports->count == 0) return;
-  if (ports->names.empty()) byPrefix_.emplace(ports->prefix, PortId{group.handle, 0, side});
-  assert(ports->names.empty() || ports->names.size() == ports->count);
-  for (std::size_t index = 0; index < ports->names.size(); ++index) {
-    byName_.emplace(ports->names[index], PortId{group.handle, static_cast<std::uint16_t>(index), side});
+void Topology::enter(SideAt at) {
+  const SideOfGroup& ports = sideAt(at);
+  if (ports.count == 0) return;
+  if (ports.names.empty()) byPrefix_.emplace(ports.prefix, at);
+  assert(ports.names.empty() || ports.names.size() == ports.count);
+  for (std::size_t index = 0; index < ports.names.size(); ++index) {
+    const std::string& name = ports.names[index];
+    if (name.empty()) continue;
+    byName_.push_back({std::hash<std::string_view>{}(name), at, static_cast<std::uint16_t>(index)});
   }
 }
 
@@ -50,15 +56,19 @@ const Group* Topology::find(std::uint64_t handle) const {
   return found == byHandle_.end() ? nullptr : &groups_[found->second];
 }
 
+const SideOfGroup* Topology::sideOf(PortId port) const {
+  const Group* group = find(port.group);
+  return group != nullptr && group->side(port.side) ? &*group->side(port.side) : nullptr;
+}
+
 bool Topology::exists(PortId port) const {
-  return knows(port) && !find(port.group)->side(port.side)->hasGone(port.index);
+  const SideOfGroup* ports = sideOf(port);
+  return ports != nullptr && ports->exists(port.index);
 }
 
 bool Topology::knows(PortId port) const {
-  const Group* group = find(port.group);
-  if (group == nullptr) return false;
-  const auto& ports = group->side(port.side);
-  return ports && port.index < ports->count;
+  const SideOfGroup* ports = sideOf(port);
+  return ports != nullptr && port.index < ports->count;
 }
 
 std::optional<PortId> Topology::port(std::string_view name) const {
@@ -67,26 +77,26 @@ std::optional<PortId> Topology::port(std::string_view name) const {
 }
 
 std::optional<PortId> Topology::place(std::string_view name) const {
-  if (const auto named = byName_.find(name); named != byName_.end()) return named->second;
-  for (std::size_t digits = 1; digits <= MaxPortDigits && digits < name.size(); ++digits) {
-    const std::size_t prefixSize = name.size() - digits;
-    const auto numbered = byPrefix_.find(name.substr(0, prefixSize));
-    if (numbered == byPrefix_.end()) continue;
-    const auto index = indexOfNumber(name.substr(prefixSize));
-    if (!index) continue;
-    PortId port = numbered->second;
-    port.index = *index;
-    if (port.index < find(port.group)->side(port.side)->count) return port;
+  const std::size_t hash = std::hash<std::string_view>{}(name);
+  for (const NamedPort& named : std::ranges::equal_range(byName_, hash, {}, &NamedPort::nameHash)) {
+    if (sideAt(named.at).names[named.index] == name) return portAt(named.at, named.index);
   }
-  return std::nullopt;
+  std::optional<PortId> found;
+  anyNumbering(name, [&](std::string_view prefix, std::uint16_t index) {
+    const auto numbered = byPrefix_.find(prefix);
+    if (numbered != byPrefix_.end() && index < sideAt(numbered->second).count) found = portAt(numbered->second, index);
+    return found.has_value();
+  });
+  return found;
 }
 
 std::string Topology::name(PortId port) const {
+  if (const SideOfGroup* ports = sideOf(port); ports != nullptr && port.index < ports->count) {
+    if (std::string name = ports->nameOf(port.index); !name.empty()) return name;
+  }
   const Group* group = find(port.group);
-  const SideOfGroup* ports = group != nullptr && group->side(port.side) ? &*group->side(port.side) : nullptr;
-  if (ports != nullptr && port.index < ports->count) return ports->nameOf(port.index);
-  return missingPortName(group == nullptr ? std::string_view{} : group->name, port.group, port.side == Side::Sink,
-                         port.index, [this](const std::string& taken) { return place(taken).has_value(); });
+  return missingPortName(group == nullptr ? std::string_view{} : group->name, port,
+                         [this](const std::string& taken) { return place(taken).has_value(); });
 }
 
 }  // namespace device

@@ -26,10 +26,21 @@ struct SideOfGroup {
   std::vector<std::string> originals{};  // names in the other system; empty, or as many as names
   std::vector<bool> gone{};              // empty if all ports exist, else one flag for each port
 
+  // index must be below count.
   bool hasGone(std::uint16_t index) const { return !gone.empty() && gone[index]; }
+  bool exists(std::uint16_t index) const { return index < count && !hasGone(index); }
 
-  // Returns the name of the port with this index, which must be below count.
+  // True if there are ports and all are removed.
+  bool allGone() const;
+
+  // Returns the name of the port with this index, which must be below count. Empty if it is not known, which only
+  // happens for a removed port of another process.
   std::string nameOf(std::uint16_t index) const;
+
+  // Marks the ports with empty names as removed.
+  void removeUnnamed();
+
+  friend bool operator==(const SideOfGroup&, const SideOfGroup&) = default;
 };
 
 // One group. A missing side does not appear in that side's list; a side with 0 ports does.
@@ -43,6 +54,8 @@ struct Group {
   std::size_t system = 0;                   // which of several systems side by side it belongs to
 
   const std::optional<SideOfGroup>& side(Side which) const { return which == Side::Source ? sources : sinks; }
+
+  friend bool operator==(const Group&, const Group&) = default;
 };
 
 // Makes a group with numbered ports: the group's name, "Out" (sources) or "In" (sinks), and a number from 1 on. id
@@ -75,17 +88,30 @@ class Topology {
   // Like port, but also finds removed ports.
   std::optional<PortId> place(std::string_view name) const;
 
-  // Returns the name of a port, also of a removed one. For an unknown port, returns a name in the same style that no
-  // port has.
+  // Returns the name of a port, also of a removed one whose name is known. For any other port, returns a name in the
+  // same style that no port has.
   std::string name(PortId port) const;
 
  private:
-  void enter(const Group& group, Side side);
+  struct SideAt {
+    std::uint32_t group = 0;  // its position in groups_
+    Side side = Side::Source;
+  };
+  struct NamedPort {
+    std::size_t nameHash = 0;
+    SideAt at;
+    std::uint16_t index = 0;
+  };
+
+  void enter(SideAt at);
+  const SideOfGroup* sideOf(PortId port) const;
+  const SideOfGroup& sideAt(SideAt at) const { return *groups_[at.group].side(at.side); }
+  PortId portAt(SideAt at, std::uint16_t index) const { return {groups_[at.group].handle, index, at.side}; }
 
   std::vector<Group> groups_;
-  std::unordered_map<std::uint64_t, std::size_t> byHandle_;
-  std::map<std::string, PortId, std::less<>> byPrefix_;  // the first port of each side with numbered ports
-  std::map<std::string, PortId, std::less<>> byName_;    // ports with listed names
+  std::unordered_map<std::uint64_t, std::uint32_t> byHandle_;  // to the position in groups_
+  std::map<std::string, SideAt, std::less<>> byPrefix_;        // sides with numbered ports
+  std::vector<NamedPort> byName_;                              // ports with listed names, sorted by hash
 };
 
 }  // namespace device

@@ -1,6 +1,5 @@
 #include "platform/host/topology_message.h"
 
-#include <algorithm>
 #include <optional>
 #include <string>
 #include <utility>
@@ -9,16 +8,10 @@
 namespace host {
 namespace {
 
-// Returns nullopt for a side all of whose ports are removed: new clients must not see it.
-std::optional<wire::TopologySide> sideMessage(const std::optional<device::SideOfGroup>& side) {
-  if (!side) return std::nullopt;
-  wire::TopologySide message{side->count, side->prefix, side->names};
-  if (side->gone.empty()) return message;
-  if (std::ranges::find(side->gone, false) == side->gone.end()) return std::nullopt;
-  for (std::uint16_t index = 0; index < side->count; ++index) {
-    if (side->hasGone(index)) message.names[index].clear();
-  }
-  return message;
+// Without original names. Returns nullopt for a side all of whose ports are removed: new clients must not see it.
+std::optional<device::SideOfGroup> sideMessage(const std::optional<device::SideOfGroup>& side) {
+  if (!side || side->allGone()) return std::nullopt;
+  return device::SideOfGroup{side->count, side->prefix, side->names, {}, side->gone};
 }
 
 wire::Original bytesOf(const std::string& text) { return {text.begin(), text.end()}; }
@@ -36,12 +29,10 @@ wire::Topology topologyMessage(const device::Topology& topology, std::uint64_t f
   wire::Topology message;
   message.groups.reserve(topology.groups().size());
   for (const device::Group& group : topology.groups()) {
-    auto sources = sideMessage(group.sources);
-    auto sinks = sideMessage(group.sinks);
-    const bool hasGone = !sources && !sinks && (group.sources || group.sinks);
-    if (hasGone) continue;
-    message.groups.push_back(
-        {group.handle + firstHandle, group.wantedId, group.name, std::move(sources), std::move(sinks)});
+    device::Group sent{group.handle + firstHandle, group.name, sideMessage(group.sources),
+                       sideMessage(group.sinks),   {},         group.wantedId};
+    const bool allGone = !sent.sources && !sent.sinks && (group.sources || group.sinks);
+    if (!allGone) message.groups.push_back(std::move(sent));
   }
   return message;
 }

@@ -2,8 +2,9 @@
 
 #include <algorithm>
 #include <chrono>
+#include <utility>
 
-#include "platform/client/port_names.h"
+#include "platform/device/topology.h"
 #include "platform/midi/sounding_notes.h"
 #include "platform/streamctl/frame_batch.h"
 
@@ -98,9 +99,9 @@ std::optional<std::string> playInto(ServiceClient& service, const std::string& p
                                     std::uint64_t pass, const StopSignals& signals,
                                     const std::function<void(std::uint64_t messages)>& progress) {
   // Checked first: the service would refuse only the first message, which may be minutes away.
-  const auto topology = service.ask<wire::Topology, wire::AskTopology>();
+  auto topology = service.ask<wire::Topology, wire::AskTopology>();
   if (!topology) return service.whyNot();
-  if (!client::PortNames(*topology).has(port)) return noSuchPort(port);
+  if (!device::Topology(std::move(topology->groups)).port(port)) return noSuchPort(port);
   if (!playAndSilence(service.channel(), port, player, pass, signals, progress)) return service.whyNot(port);
   service.leave();
   return std::nullopt;

@@ -9,8 +9,8 @@
 #include <vector>
 
 #include "platform/client/group_ids.h"
-#include "platform/client/port_names.h"
 #include "platform/device/port_hash.h"
+#include "platform/device/topology.h"
 #include "platform/streamctl/json_text.h"
 #include "platform/streamctl/text_table.h"
 #include "platform/system/printable.h"
@@ -18,7 +18,6 @@
 namespace streamctl {
 namespace {
 
-using client::PortNames;
 using device::Side;
 
 // For each port, the names of its peers, separated by blanks.
@@ -63,15 +62,14 @@ using Row = std::vector<std::string>;
 // The rows of a table. The column of original names is left out if there are none.
 class Rows {
  public:
-  Rows(const PortNames& names, const OriginalNames& originals, sys::TextEncoding encoding)
-      : names_(names), originals_(originals), encoding_(encoding) {
+  Rows(const OriginalNames& originals, sys::TextEncoding encoding) : originals_(originals), encoding_(encoding) {
     add({"GROUP", "NAME", "SIDE", "PORT"}, "ORIGINAL", "CONNECTIONS");
   }
 
-  void addSide(const wire::TopologyGroup& group, Side side, const Peers& peers) {
-    const auto& ports = side == Side::Source ? group.sources : group.sinks;
+  void addSide(const device::Group& group, Side side, const Peers& peers) {
+    const auto& ports = group.side(side);
     if (!ports) return;
-    const Row front{std::to_string(*group.id), printable(group.name), side == Side::Source ? "source" : "sink"};
+    const Row front{std::to_string(*group.wantedId), printable(group.name), side == Side::Source ? "source" : "sink"};
     const auto addPort = [&](const std::string& name, const std::string& original, const std::string& connections) {
       Row row = front;
       row.push_back(name);
@@ -79,15 +77,15 @@ class Rows {
     };
     if (ports->count == 0) addPort({}, {}, {});
     for (std::uint16_t index = 0; index < ports->count; ++index) {
-      if (!ports->has(index)) continue;
+      if (!ports->exists(index)) continue;
       const auto found = peers.find({group.handle, index, side});
-      addPort(printable(names_.name(*group.id, index, side)), printable(originals_.port(group.handle, index, side)),
+      addPort(printable(ports->nameOf(index)), printable(originals_.port(group.handle, index, side)),
               found == peers.end() ? std::string() : printable(found->second));
     }
   }
 
-  void addBare(const wire::TopologyGroup& group) {
-    add({std::to_string(*group.id), printable(group.name), {}, {}}, {}, {});
+  void addBare(const device::Group& group) {
+    add({std::to_string(*group.wantedId), printable(group.name), {}, {}}, {}, {});
   }
 
   std::string text() const { return textTable(rows_); }
@@ -101,30 +99,27 @@ class Rows {
     rows_.push_back(std::move(front));
   }
 
-  const PortNames& names_;
   const OriginalNames& originals_;
   sys::TextEncoding encoding_;
   std::vector<Row> rows_;
 };
 
-JsonValue sideJson(const std::optional<wire::TopologySide>& ports,
+JsonValue sideJson(const std::optional<device::SideOfGroup>& ports,
                    const std::function<std::string(std::uint16_t index)>& name) {
   if (!ports) return nullptr;
   JsonValue list = JsonValue::array();
   for (std::uint16_t index = 0; index < ports->count; ++index) {
-    if (ports->has(index)) list.push_back(name(index));
+    if (ports->exists(index)) list.push_back(name(index));
   }
   return list;
 }
 
-JsonValue groupJson(const wire::TopologyGroup& group, const PortNames& names, const OriginalNames& originals) {
-  const auto nameOn = [&](Side side) {
-    return [&, side](std::uint16_t at) { return names.name(*group.id, at, side); };
-  };
+JsonValue groupJson(const device::Group& group, const OriginalNames& originals) {
+  const auto nameOn = [&](Side side) { return [&, side](std::uint16_t at) { return group.side(side)->nameOf(at); }; };
   const auto originalOn = [&](Side side) {
     return [&, side](std::uint16_t at) { return originals.port(group.handle, at, side); };
   };
-  JsonValue json{{"id", *group.id},
+  JsonValue json{{"id", *group.wantedId},
                  {"name", group.name},
                  {"sources", sideJson(group.sources, nameOn(Side::Source))},
                  {"sinks", sideJson(group.sinks, nameOn(Side::Sink))}};
@@ -136,42 +131,30 @@ JsonValue groupJson(const wire::TopologyGroup& group, const PortNames& names, co
   return json;
 }
 
-// Names ports by the handles of their groups.
-class Device {
- public:
-  explicit Device(const wire::Topology& topology) : names_(client::withGroupIds(topology)) {
-    for (const wire::TopologyGroup& group : names_.topology().groups) ids_.emplace(group.handle, *group.id);
-  }
+// A port of a group that was just added or removed gets the name of one that does not exist.
+std::string nameIn(const device::Topology& device, device::PortId port) {
+  constexpr std::uint64_t NoGroup = 65535;
+  if (device.find(port.group) == nullptr) port.group = NoGroup;
+  return device.name(port);
+}
 
-  const PortNames& names() const { return names_; }
-  const std::vector<wire::TopologyGroup>& groups() const { return names_.topology().groups; }
-
-  // A port of a group that was just added or removed gets the name of one that does not exist.
-  std::string name(device::PortId port) const {
-    const auto id = ids_.find(port.group);
-    return names_.name(id == ids_.end() ? NoGroup : id->second, port.index, port.side);
-  }
-
- private:
-  static constexpr std::uint16_t NoGroup = 65535;
-
-  PortNames names_;
-  std::unordered_map<std::uint64_t, std::uint16_t> ids_;
-};
+device::Topology withGroupIds(const wire::Topology& topology) {
+  return device::Topology(client::withGroupIds(topology.groups));
+}
 
 }  // namespace
 
 std::string topologyText(const wire::Topology& topology, const wire::Links& links, const wire::Originals& originals,
                          sys::TextEncoding encoding) {
-  const Device device(topology);
+  const device::Topology device = withGroupIds(topology);
   const OriginalNames originalNames(originals);
   Peers peers;
   for (const auto& [link, carried] : links.links) {
-    enter(peers, link.source(), device.name(link.sink()));
-    enter(peers, link.sink(), device.name(link.source()));
+    enter(peers, link.source(), nameIn(device, link.sink()));
+    enter(peers, link.sink(), nameIn(device, link.source()));
   }
-  Rows rows(device.names(), originalNames, encoding);
-  for (const wire::TopologyGroup& group : device.groups()) {
+  Rows rows(originalNames, encoding);
+  for (const device::Group& group : device.groups()) {
     rows.addSide(group, Side::Source, peers);
     rows.addSide(group, Side::Sink, peers);
     if (!group.sources && !group.sinks) rows.addBare(group);
@@ -180,15 +163,15 @@ std::string topologyText(const wire::Topology& topology, const wire::Links& link
 }
 
 std::string topologyJson(const wire::Topology& topology, const wire::Links& links, const wire::Originals& originals) {
-  const Device device(topology);
+  const device::Topology device = withGroupIds(topology);
   const OriginalNames originalNames(originals);
   JsonValue groups = JsonValue::array();
-  for (const wire::TopologyGroup& group : device.groups()) {
-    groups.push_back(groupJson(group, device.names(), originalNames));
+  for (const device::Group& group : device.groups()) {
+    groups.push_back(groupJson(group, originalNames));
   }
   JsonValue connections = JsonValue::array();
   for (const auto& [link, carried] : links.links) {
-    connections.push_back({{"source", device.name(link.source())}, {"sink", device.name(link.sink())}});
+    connections.push_back({{"source", nameIn(device, link.source())}, {"sink", nameIn(device, link.sink())}});
   }
   return jsonText(JsonValue{{"groups", std::move(groups)}, {"connections", std::move(connections)}}, 2) + '\n';
 }

@@ -4,6 +4,7 @@
 // io each field in order. FieldWriter and FieldReader both serve as io, so that encoder and decoder cannot differ.
 #pragma once
 
+#include <algorithm>
 #include <cassert>
 #include <concepts>
 #include <cstddef>
@@ -61,11 +62,20 @@ class FieldWriter {
     if (value) field(*value);
   }
 
+  // The names of a side's ports, which has its count already: none if they are numbered. That of a removed port is
+  // empty.
+  void portNames(const device::SideOfGroup& side) {
+    assert(side.names.empty() || side.names.size() == side.count);
+    const bool isListed = !side.names.empty() || std::ranges::find(side.gone, true) != side.gone.end();
+    const std::uint16_t count = isListed ? side.count : std::uint16_t{0};
+    to_.number(std::uint32_t{count});
+    for (std::uint16_t index = 0; index < count; ++index) {
+      (*this)(std::string_view(side.hasGone(index) ? std::string() : side.nameOf(index)));
+    }
+  }
+
   // All bytes up to the end of the message.
   void rest(std::span<const std::uint8_t> value) { to_.bytes(value); }
-
-  // Checks a condition on the fields before it.
-  void require([[maybe_unused]] bool met) { assert(met); }
 
   template <class T>
   void field(const T& value) {
@@ -131,6 +141,12 @@ class FieldReader {
     bool present = false;
     (*this)(present);
     if (present) field(value.emplace());
+  }
+
+  void portNames(device::SideOfGroup& side) {
+    (*this)(side.names);
+    require(side.names.empty() || side.names.size() == side.count);
+    side.removeUnnamed();
   }
 
   void rest(std::span<const std::uint8_t>& value) { value = from_.bytes(from_.left()); }

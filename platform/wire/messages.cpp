@@ -126,17 +126,16 @@ void fields(Io& io, Fields<Io, Result> m) {
 }
 
 template <class Io>
-void fields(Io& io, Fields<Io, TopologySide> m) {
+void fields(Io& io, Fields<Io, device::SideOfGroup> m) {
   io(m.count);
   io(m.prefix);
-  io(m.names);
-  io.require(m.names.empty() || m.names.size() == m.count);
+  io.portNames(m);
 }
 
 template <class Io>
-void fields(Io& io, Fields<Io, TopologyGroup> m) {
+void fields(Io& io, Fields<Io, device::Group> m) {
   io(m.handle);
-  io(m.id);
+  io(m.wantedId);
   io(m.name);
   io(m.sources);
   io(m.sinks);

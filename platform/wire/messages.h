@@ -15,6 +15,7 @@
 #include "platform/device/limits.h"
 #include "platform/device/port.h"
 #include "platform/device/status.h"
+#include "platform/device/topology.h"
 
 namespace wire {
 
@@ -116,26 +117,10 @@ struct Result {
   std::uint64_t graphVersion = 0;
 };
 
-struct TopologySide {
-  std::uint16_t count = 0;
-  std::string prefix;              // a name is the prefix and a number from 1 on
-  std::vector<std::string> names;  // or, if not empty, count names; the name of a removed port is empty
-
-  bool has(std::uint16_t index) const { return index < count && (names.empty() || !names[index].empty()); }
-  friend bool operator==(const TopologySide&, const TopologySide&) = default;
-};
-struct TopologyGroup {
-  std::uint64_t handle = 0;         // never another group's, now or later
-  std::optional<std::uint16_t> id;  // the group id that it should have in a console; nullopt: any free one
-  std::string name;
-  std::optional<TopologySide> sources;
-  std::optional<TopologySide> sinks;
-
-  const std::optional<TopologySide>& side(bool sink) const { return sink ? sinks : sources; }
-  friend bool operator==(const TopologyGroup&, const TopologyGroup&) = default;
-};
+// Handles are never those of other groups, now or later. Names of removed ports, original names (see Originals) and
+// systems are not sent: after decoding they are empty.
 struct Topology {
-  std::vector<TopologyGroup> groups;
+  std::vector<device::Group> groups;
   friend bool operator==(const Topology&, const Topology&) = default;
 };
 

@@ -1,9 +1,13 @@
 // Arbitrary bytes as a message and as the entries of an Events message: what is understood is written back the same.
+// The ports of a topology have names, whatever it says.
 #include <cstdint>
 #include <cstdlib>
 #include <span>
+#include <string>
+#include <variant>
 #include <vector>
 
+#include "platform/device/topology.h"
 #include "platform/wire/events.h"
 #include "platform/wire/messages.h"
 
@@ -13,11 +17,29 @@ void require(bool met) {
   if (!met) std::abort();
 }
 
+void checkTopology(const std::vector<device::Group>& groups) {
+  const device::Topology topology(groups);
+  for (const device::Group& group : groups) {
+    for (const device::Side side : {device::Side::Source, device::Side::Sink}) {
+      const auto& ports = group.side(side);
+      const std::uint16_t count = ports ? ports->count : std::uint16_t{0};
+      for (const int index : {0, count - 1, int{count}}) {
+        if (index < 0) continue;
+        const device::PortId port{group.handle, static_cast<std::uint16_t>(index), side};
+        const std::string name = topology.name(port);
+        require(!name.empty());
+        require(topology.exists(port) || !topology.place(name));
+      }
+    }
+  }
+}
+
 void checkMessage(std::span<const std::uint8_t> bytes) {
   auto error = wire::DecodeError::None;
   const auto envelope = wire::decode(bytes, &error);
   require(envelope.has_value() == (error == wire::DecodeError::None));
   if (!envelope) return;
+  if (const auto* topology = std::get_if<wire::Topology>(&envelope->body)) checkTopology(topology->groups);
   const auto again = wire::encode(envelope->tag, envelope->body);
   require(std::vector<std::uint8_t>(bytes.begin(), bytes.end()) == again);
 }

@@ -7,8 +7,8 @@ namespace {
 
 // Handles count from first on.
 wire::Topology topology(std::uint64_t first) {
-  return {{{first, {}, "J", wire::TopologySide{2, "", {"j:a", "j:b"}}, std::nullopt},
-           {first + 1, {}, "A", std::nullopt, wire::TopologySide{2, "AIn", {}}}}};
+  return {{{first, "J", device::SideOfGroup{2, "", {"j:a", "j:b"}}, std::nullopt},
+           {first + 1, "A", std::nullopt, device::SideOfGroup{2, "AIn", {}}}}};
 }
 
 TEST(CarriedLinks, AreReportedWhenTheyAreNotRestored) {

@@ -10,15 +10,17 @@ namespace {
 
 using Names = std::vector<std::string>;
 
-wire::TopologyGroup group(const std::string& name, const Names& sources, const Names& sinks = {}) {
-  const auto side = [](const Names& names) -> std::optional<wire::TopologySide> {
+device::Group group(const std::string& name, const Names& sources, const Names& sinks = {}) {
+  const auto side = [](const Names& names) -> std::optional<device::SideOfGroup> {
     if (names.empty()) return std::nullopt;
-    return wire::TopologySide{static_cast<std::uint16_t>(names.size()), "", names};
+    device::SideOfGroup made{static_cast<std::uint16_t>(names.size()), "", names};
+    made.removeUnnamed();
+    return made;
   };
-  return {0, {}, name, side(sources), side(sinks)};
+  return {0, name, side(sources), side(sinks)};
 }
 
-std::string lookAt(Arrivals& arrivals, const std::vector<wire::TopologyGroup>& groups) {
+std::string lookAt(Arrivals& arrivals, const std::vector<device::Group>& groups) {
   return arrivals.look({groups}).value_or("nothing");
 }
 
@@ -54,7 +56,7 @@ TEST(Arrivals, PortsOfListedAndOfLaterGroupsAreToldOf) {
 TEST(Arrivals, ManyAreCountedAndTheFirstAreNamed) {
   Arrivals arrivals;
   arrivals.list({});
-  std::vector<wire::TopologyGroup> groups{group("A", {"a"}), group("B", {"b"}), group("C", {"c"}), group("D", {"d"})};
+  std::vector<device::Group> groups{group("A", {"a"}), group("B", {"b"}), group("C", {"c"}), group("D", {"d"})};
   EXPECT_EQ(lookAt(arrivals, groups), "4 groups (\"A\", \"B\", \"C\", ...) have come: a new console shows them");
   groups[0] = group("A", {"a", "e"});
   groups.push_back(group("E", {"f"}));
@@ -63,21 +65,21 @@ TEST(Arrivals, ManyAreCountedAndTheFirstAreNamed) {
 
 TEST(Arrivals, NumberedPortsAreCounted) {
   Arrivals arrivals;
-  arrivals.list({{{0, {}, "A", wire::TopologySide{3, "AOut", {}}, std::nullopt}}});
-  EXPECT_EQ(lookAt(arrivals, {{0, {}, "A", wire::TopologySide{3, "AOut", {}}, std::nullopt}}), "nothing");
-  EXPECT_EQ(lookAt(arrivals, {{0, {}, "A", wire::TopologySide{3, "AOut", {}}, wire::TopologySide{2, "AIn", {}}}}),
+  arrivals.list({{{0, "A", device::SideOfGroup{3, "AOut", {}}, std::nullopt}}});
+  EXPECT_EQ(lookAt(arrivals, {{0, "A", device::SideOfGroup{3, "AOut", {}}, std::nullopt}}), "nothing");
+  EXPECT_EQ(lookAt(arrivals, {{0, "A", device::SideOfGroup{3, "AOut", {}}, device::SideOfGroup{2, "AIn", {}}}}),
             "2 ports (\"AIn1\", ...) have come: a new console shows them");
 }
 
-wire::TopologyGroup numbered(std::uint16_t sources, const std::string& prefix = "AOut") {
-  return {0, {}, "A", wire::TopologySide{sources, prefix, {}}, std::nullopt};
+device::Group numbered(std::uint16_t sources, const std::string& prefix = "AOut") {
+  return {0, "A", device::SideOfGroup{sources, prefix, {}}, std::nullopt};
 }
 
 // Another device may count what this one names.
 TEST(Arrivals, NumberedPortsAreTheirNames) {
   const struct {
-    wire::TopologyGroup listed;
-    wire::TopologyGroup there;
+    device::Group listed;
+    device::Group there;
     const char* said;
   } cases[] = {
       {numbered(3), numbered(2), "nothing"},

@@ -11,13 +11,13 @@ namespace {
 
 using Ids = std::map<std::string, std::uint16_t>;
 
-wire::TopologyGroup group(std::uint64_t handle, const std::string& name, std::optional<std::uint16_t> wanted = {}) {
-  return {handle, wanted, name, std::nullopt, std::nullopt};
+device::Group group(std::uint64_t handle, const std::string& name, std::optional<std::uint16_t> wanted = {}) {
+  return {handle, name, std::nullopt, std::nullopt, {}, wanted};
 }
 
-Ids idsOf(const wire::Topology& topology) {
+Ids idsOf(const std::vector<device::Group>& groups) {
   Ids ids;
-  for (const wire::TopologyGroup& group : topology.groups) ids.emplace(group.name, *group.id);
+  for (const device::Group& group : groups) ids.emplace(group.name, *group.wantedId);
   return ids;
 }
 
@@ -32,29 +32,29 @@ struct Table {
 
 // However many have come and gone before: handles say nothing about ids.
 TEST(GroupIds, AreCountedFromZeroInOrder) {
-  const auto numbered = withGroupIds({{group(5'000'000'007, "z"), group(5'000'000'001, "a"), group(12, "m")}});
+  const auto numbered = withGroupIds({group(5'000'000'007, "z"), group(5'000'000'001, "a"), group(12, "m")});
   EXPECT_EQ(idsOf(numbered), (Ids{{"z", 0}, {"a", 1}, {"m", 2}}));
 }
 
 TEST(GroupIds, GroupThatAsksForAnIdGetsThatId) {
-  const auto numbered = withGroupIds({{group(1, "x"), group(2, "file", 1), group(3, "y"), group(4, "last", 41),
-                                       group(5, "z"), group(6, "far", 65535)}});
+  const auto numbered = withGroupIds(
+      {group(1, "x"), group(2, "file", 1), group(3, "y"), group(4, "last", 41), group(5, "z"), group(6, "far", 65535)});
   EXPECT_EQ(idsOf(numbered), (Ids{{"x", 0}, {"file", 1}, {"y", 2}, {"last", 41}, {"z", 3}, {"far", 65535}}));
 }
 
 TEST(GroupIds, GroupThatAsksForATakenIdGetsAFreeOne) {
-  const auto numbered = withGroupIds({{group(1, "one", 0), group(2, "two", 0), group(3, "three", 1)}});
+  const auto numbered = withGroupIds({group(1, "one", 0), group(2, "two", 0), group(3, "three", 1)});
   EXPECT_EQ(idsOf(numbered), (Ids{{"one", 0}, {"three", 1}, {"two", 2}}));
 }
 
 TEST(GroupIds, IdKeepsItsNameAsLongAsItIsHeld) {
   Table table;
   HeldGroupIds first(table.ids);
-  wire::Topology early{{group(1, "a"), group(2, "b"), group(3, "c")}};
+  std::vector early{group(1, "a"), group(2, "b"), group(3, "c")};
   first.enter(early);
   {
     HeldGroupIds second(table.ids);
-    wire::Topology late{{group(9, "new"), group(3, "c"), group(10, "asks", 1)}};
+    std::vector late{group(9, "new"), group(3, "c"), group(10, "asks", 1)};
     second.enter(late);
     EXPECT_EQ(idsOf(late), (Ids{{"c", 2}, {"new", 3}, {"asks", 4}}));
     EXPECT_EQ(table.names.at(1), "b");
@@ -70,8 +70,8 @@ TEST(GroupIds, AreFreeWhenNobodyHoldsThem) {
   Table table;
   for (int turn = 0; turn < 3; ++turn) {
     HeldGroupIds held(table.ids);
-    wire::Topology topology{{group(1, "n" + std::to_string(turn), 7), group(2, "m" + std::to_string(turn))}};
-    held.enter(topology);
+    std::vector groups{group(1, "n" + std::to_string(turn), 7), group(2, "m" + std::to_string(turn))};
+    held.enter(groups);
     EXPECT_EQ(table.names,
               (std::map<std::uint16_t, std::string>{{7, "n" + std::to_string(turn)}, {0, "m" + std::to_string(turn)}}));
   }
@@ -100,14 +100,13 @@ TEST(GroupIds, NameWithTwoIdsKeepsTheOneThatIsStillHeld) {
 }
 
 TEST(GroupIds, GroupsBeyondTheLastIdAreLeftOut) {
-  wire::Topology many;
-  for (std::uint64_t handle = 0; handle < 65'540; ++handle)
-    many.groups.push_back(group(handle, std::to_string(handle)));
-  many.groups.back().id = 0;
+  std::vector<device::Group> many;
+  for (std::uint64_t handle = 0; handle < 65'540; ++handle) many.push_back(group(handle, std::to_string(handle)));
+  many.back().wantedId = 0;
   const auto numbered = withGroupIds(std::move(many));
-  ASSERT_EQ(numbered.groups.size(), 65'536U);
-  EXPECT_EQ(numbered.groups.front().id, 1U);
-  EXPECT_EQ(numbered.groups.back().id, 0U);
+  ASSERT_EQ(numbered.size(), 65'536U);
+  EXPECT_EQ(numbered.front().wantedId, 1U);
+  EXPECT_EQ(numbered.back().wantedId, 0U);
 }
 
 }  // namespace

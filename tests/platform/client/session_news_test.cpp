@@ -22,8 +22,8 @@ using Clock = std::chrono::steady_clock;
 using Session = EvtSrv::EventPortManager::Session;
 
 wire::Topology twoGroups() {
-  return {{{1, {}, "A", wire::TopologySide{1, "", {"a"}}, std::nullopt},
-           {2, {}, "B", std::nullopt, wire::TopologySide{2, "", {"b", "c"}}}}};
+  return {{{1, "A", device::SideOfGroup{1, "", {"a"}}, std::nullopt},
+           {2, "B", std::nullopt, device::SideOfGroup{2, "", {"b", "c"}}}}};
 }
 
 TEST(SessionNews, ServiceIsAskedForWhatHasComeOnceASecond) {

@@ -113,7 +113,7 @@ TEST_F(SessionTest, ReportsTheVersionOfTheMirror) {
     service.answerGreeting(tag, body);
     if (std::holds_alternative<wire::AskLinks>(body)) service.reply(tag, wire::Links{version, {}});
     if (std::holds_alternative<wire::Patch>(body)) {
-      service.toGraphChannel(wire::GraphChanged{++version, version % 2 == 1, {0, 0, 1, 1}});
+      service.toGraphChannel(wire::GraphChanged{++version, version % 2 == 1, {{0, 0, 1, 1}}});
       service.reply(tag, wire::Result{device::Status::Ok, version});
     }
     if (const auto* told = std::get_if<wire::GraphSeen>(&body)) seen = told->version;

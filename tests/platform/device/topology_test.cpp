@@ -80,6 +80,30 @@ TEST(Topology, NamesWhatDoesNotExistLikeNoPort) {
   }
 }
 
+TEST(Topology, EmptyNameIsNoPortsName) {
+  Group group = listed(5, "Real", {"left", "", "RealOut2", ""});
+  group.sources->removeUnnamed();
+  EXPECT_EQ(group.sources->gone, (std::vector<bool>{false, true, false, true}));
+  const Topology topology({group});
+  EXPECT_EQ(topology.place(""), std::nullopt);
+  EXPECT_FALSE(topology.exists({5, 1, Side::Source}));
+  EXPECT_TRUE(topology.knows({5, 1, Side::Source}));
+  EXPECT_EQ(topology.name({5, 1, Side::Source}), "RealOut2_2");
+  EXPECT_EQ(topology.name({5, 3, Side::Source}), "RealOut4");
+  EXPECT_EQ(topology.port("RealOut2"), (PortId{5, 2, Side::Source}));
+}
+
+// What another process sends need not be as it should.
+TEST(Topology, GroupsWithOneHandleAreSafe) {
+  const Topology topology(
+      {numberedGroup(5, "A", std::nullopt, 1), numberedGroup(5, "B", 9, std::nullopt), listed(5, "C", {"c", "c"})});
+  EXPECT_EQ(topology.port("AIn1"), (PortId{5, 0, Side::Sink}));
+  EXPECT_EQ(topology.port("BOut9"), std::nullopt);
+  EXPECT_EQ(topology.port("c"), std::nullopt);
+  EXPECT_EQ(topology.place("c"), (PortId{5, 0, Side::Source}));
+  EXPECT_EQ(topology.name({5, 0, Side::Source}), "AOut1");
+}
+
 TEST(Topology, KnowsGroupsAndSides) {
   const Topology topology = sample();
   ASSERT_NE(topology.find(300), nullptr);

@@ -31,7 +31,7 @@ inline std::string textOf(const wire::Result& m) {
 
 inline std::string textOf(const wire::Topology& m) {
   std::string text = "topology";
-  for (const wire::TopologyGroup& group : m.groups) text += ' ' + group.name;
+  for (const device::Group& group : m.groups) text += ' ' + group.name;
   return text;
 }
 

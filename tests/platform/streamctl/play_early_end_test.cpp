@@ -196,7 +196,7 @@ class RefusingService {
       // With this window every frame waits for the answer to the one before.
       service_.send(envelope.tag, wire::Welcome{1, 1});
     } else if (std::holds_alternative<wire::AskTopology>(envelope.body)) {
-      const wire::TopologyGroup group{0, std::nullopt, "Deck", wire::TopologySide{1, "DeckOut", {}}, {}};
+      const device::Group group{0, "Deck", device::SideOfGroup{1, "DeckOut", {}}, {}};
       service_.send(envelope.tag, wire::Topology{{group}});
     } else if (const auto* inject = std::get_if<wire::Inject>(&envelope.body)) {
       for (const wire::InjectItem& item : inject->messages) {

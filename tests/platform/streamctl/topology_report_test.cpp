@@ -10,9 +10,9 @@ namespace {
 using enum sys::TextEncoding;
 
 wire::Topology sample() {
-  return {{{0, 0, "Deck", wire::TopologySide{2, "DeckOut", {}}, wire::TopologySide{0, "DeckIn", {}}},
-           {65535, 65535, "Rack", std::nullopt, wire::TopologySide{2, "", {"Left", "Right"}}},
-           {7, 7, "Bare", std::nullopt, std::nullopt}}};
+  return {{{0, "Deck", device::SideOfGroup{2, "DeckOut", {}}, device::SideOfGroup{0, "DeckIn", {}}, {}, 0},
+           {65535, "Rack", std::nullopt, device::SideOfGroup{2, "", {"Left", "Right"}}, {}, 65535},
+           {7, "Bare", std::nullopt, std::nullopt, {}, 7}}};
 }
 
 const wire::Links SampleLinks{3, {{{0, 1, 65535, 1}}, {{0, 1, 65535, 0}}, {{0, 0, 65535, 1}}}};
@@ -30,9 +30,9 @@ TEST(TopologyText, HasALineForEachPort) {
 
 // The ids that a new console gives, however high the handles have risen.
 TEST(TopologyText, GroupsHaveTheIdsOfANewConsole) {
-  const wire::Topology late{{{5'000'000'009, {}, "J", wire::TopologySide{1, "", {"j"}}, std::nullopt},
-                             {7, 41, "Asks", std::nullopt, wire::TopologySide{1, "", {"s"}}},
-                             {5'000'000'008, {}, "K", std::nullopt, wire::TopologySide{1, "", {"k"}}}}};
+  const wire::Topology late{{{5'000'000'009, "J", device::SideOfGroup{1, "", {"j"}}, std::nullopt},
+                             {7, "Asks", std::nullopt, device::SideOfGroup{1, "", {"s"}}, {}, 41},
+                             {5'000'000'008, "K", std::nullopt, device::SideOfGroup{1, "", {"k"}}}}};
   EXPECT_EQ(topologyText(late, {1, {{{5'000'000'009, 0, 5'000'000'008, 0}}}}, {}, Ascii),
             "GROUP  NAME  SIDE    PORT  CONNECTIONS\n"
             "0      J     source  j     k\n"
@@ -45,14 +45,14 @@ TEST(TopologyText, DeviceWithoutGroupsHasHeadings) {
 }
 
 TEST(TopologyText, NamesAreShownWithoutControlCharacters) {
-  const wire::Topology odd{{{1, 1, "a\x1b[2J", wire::TopologySide{1, "", {"b\nc"}}, std::nullopt}}};
+  const wire::Topology odd{{{1, "a\x1b[2J", device::SideOfGroup{1, "", {"b\nc"}}, std::nullopt, {}, 1}}};
   const std::string text = topologyText(odd, {}, {}, Ascii);
   EXPECT_NE(text.find("a\\x1B[2J"), std::string::npos) << text;
   EXPECT_NE(text.find("b\\x0Ac"), std::string::npos) << text;
 }
 
 TEST(TopologyText, ShowsEachPortOfTheLargestSide) {
-  const wire::Topology large{{{1, 1, "G", wire::TopologySide{65535, "P", {}}, std::nullopt}}};
+  const wire::Topology large{{{1, "G", device::SideOfGroup{65535, "P", {}}, std::nullopt, {}, 1}}};
   const std::string text = topologyText(large, {}, {}, Ascii);
   EXPECT_EQ(std::ranges::count(text, '\n'), 65536);
   EXPECT_NE(text.find(" P65535 "), std::string::npos);
@@ -76,7 +76,7 @@ TEST(TopologyJson, DeviceWithoutGroupsHasEmptyLists) {
 }
 
 TEST(TopologyJson, AnyNameBecomesValidText) {
-  const wire::Topology odd{{{1, 1, "\"\xff\\", wire::TopologySide{1, "", {"b\n"}}, std::nullopt}}};
+  const wire::Topology odd{{{1, "\"\xff\\", device::SideOfGroup{1, "", {"b\n"}}, std::nullopt, {}, 1}}};
   const auto document = nlohmann::json::parse(topologyJson(odd, {}, {}));
   EXPECT_EQ(document["groups"][0]["name"], "\"\xEF\xBF\xBD\\");
   EXPECT_EQ(document["groups"][0]["sources"][0], "b\n");
@@ -98,7 +98,7 @@ TEST(TopologyText, OriginalNamesAreShownBesideOurs) {
 }
 
 TEST(TopologyText, NamesBeyondAsciiAreShownInUtf8AndKeepTheColumns) {
-  const wire::Topology topology{{{3, 3, "Keys", wire::TopologySide{2, "", {"a_", "b"}}, std::nullopt}}};
+  const wire::Topology topology{{{3, "Keys", device::SideOfGroup{2, "", {"a_", "b"}}, std::nullopt, {}, 3}}};
   const wire::Originals originals{{{3, bytes("Keys"), {bytes("K\xC3\xB6ln \xE2\x80\xAEx"), bytes("Z\xC3")}, {}}}};
   const wire::Links links{1, {}};
   EXPECT_EQ(topologyText(topology, links, originals, Utf8),
@@ -114,6 +114,7 @@ TEST(TopologyText, NamesBeyondAsciiAreShownInUtf8AndKeepTheColumns) {
 TEST(TopologyText, PortsThatHaveGoneAreLeftOut) {
   wire::Topology topology = sample();
   topology.groups[1].sinks->names[0].clear();
+  topology.groups[1].sinks->removeUnnamed();
   EXPECT_EQ(topologyText({{topology.groups[1]}}, {}, SampleOriginals, Ascii),
             "GROUP  NAME  SIDE  PORT   ORIGINAL  CONNECTIONS\n"
             "65535  Rack  sink  Right  20:1 R    -\n");
@@ -122,6 +123,7 @@ TEST(TopologyText, PortsThatHaveGoneAreLeftOut) {
 TEST(TopologyJson, HasOriginalNames) {
   wire::Topology topology{{sample().groups[1], sample().groups[2]}};
   topology.groups[0].sinks->names[1].clear();
+  topology.groups[0].sinks->removeUnnamed();
   EXPECT_EQ(nlohmann::json::parse(topologyJson(topology, {}, SampleOriginals)), nlohmann::json::parse(R"({
     "groups": [
       {"id": 65535, "name": "Rack", "original": "Rack 19", "sources": null, "original_sources": null,

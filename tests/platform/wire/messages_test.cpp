@@ -22,8 +22,8 @@ struct Sample {
 
 std::vector<Sample> samples() {
   constexpr std::uint64_t Session = 0x1122334455667788;
-  const TopologySide numbered{3, "KeysOut", {}};
-  const TopologySide listed{2, "", {"a", "bc"}};
+  const device::SideOfGroup numbered{3, "KeysOut", {}};
+  const device::SideOfGroup listed{2, "", {"a", "bc"}};
   return {
       {"Hello", Hello{"top", 0x01020304}, "E5 02 01 01 0D 0C 0B 0A 03 00 'top' 04 03 02 01"},
       {"Goodbye", Goodbye{Session}, "E5 02 02 01 0D 0C 0B 0A 88 77 66 55 44 33 22 11"},
@@ -49,7 +49,7 @@ std::vector<Sample> samples() {
       {"Result", Result{device::Status::Refused, 0x0102030405060708},
        "E5 02 02 02 0D 0C 0B 0A 05 00 00 00 08 07 06 05 04 03 02 01"},
       {"Topology",
-       Topology{{{0x0102030405060708, 41, "Keys", numbered, std::nullopt}, {8, {}, "X", std::nullopt, listed}}},
+       Topology{{{0x0102030405060708, "Keys", numbered, std::nullopt, {}, 41}, {8, "X", std::nullopt, listed}}},
        "E5 02 03 02 0D 0C 0B 0A 02 00 00 00"
        "08 07 06 05 04 03 02 01 01 29 00 04 00 'Keys' 01 03 00 07 00 'KeysOut' 00 00 00 00 00"
        "08 00 00 00 00 00 00 00 00 01 00 'X' 00 01 02 00 00 00 02 00 00 00 01 00 'a' 02 00 'bc'"},

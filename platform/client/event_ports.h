@@ -10,7 +10,7 @@
 namespace client {
 
 // Thread-safe.
-class PortRegistry {
+class EventPorts {
  public:
   // Returns the port's number; numbers are not reused.
   std::uint32_t add(EvtSrv::EventPort& port);

@@ -3,23 +3,24 @@
 
 #include <cstdint>
 #include <map>
+#include <span>
 #include <unordered_map>
 #include <utility>
 #include <vector>
 
-#include "platform/client/port_names.h"
-#include "platform/wire/messages.h"
+#include "platform/device/port.h"
+#include "platform/device/topology.h"
 
 namespace client {
 
 // A console counts the ports of a side without gaps; the service leaves a gap where a port was removed. Ports that are
 // added later have numbers after those of the first. On a side without gaps, both indices are equal.
-class PortNumbers {
+class GaplessIndices {
  public:
-  PortNumbers() = default;
+  GaplessIndices() = default;
 
-  // topology: all groups have ids.
-  explicit PortNumbers(const wire::Topology& topology);
+  // groups: all have ids (see GroupIds).
+  explicit GaplessIndices(std::span<const device::Group> groups);
 
   // The number of ports at the beginning.
   std::uint16_t count(std::uint16_t group, device::Side side, std::uint16_t serviceCount) const;
@@ -38,7 +39,7 @@ class PortNumbers {
     std::uint16_t add(std::uint16_t index);
   };
 
-  void enter(std::uint16_t group, device::Side side, const wire::TopologySide& ports);
+  void enter(std::uint16_t group, device::Side side, const device::SideOfGroup& ports);
 
   std::map<std::pair<std::uint16_t, device::Side>, Gapless> sides_;  // only sides with gaps
 };
