@@ -77,7 +77,7 @@ TEST(EventLines, PortsOfSeveralEventsKeepTheirNames) {
   std::string out;
   for (const char* port : {"A", "B", "A"}) {
     const Bytes bytes = event(0, {{0, {1}}});
-      EXPECT_TRUE(of.append(port, bytes, out));
+    EXPECT_TRUE(of.append(port, bytes, out));
   }
   EXPECT_EQ(out, "0.000000000 A 0 0x01\n0.000000000 B 0 0x01\n0.000000000 A 0 0x01\n");
 }
