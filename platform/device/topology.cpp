@@ -8,6 +8,11 @@
 #include "platform/device/port_name.h"
 
 namespace device {
+namespace {
+
+std::size_t hashOf(std::string_view text) { return std::hash<std::string_view>{}(text); }
+
+}  // namespace
 
 bool SideOfGroup::allGone() const { return !gone.empty() && std::ranges::find(gone, false) == gone.end(); }
 
@@ -36,18 +41,18 @@ Topology::Topology(std::vector<Group> groups) : groups_(std::move(groups)) {
     if (groups_[at].sources) enter({at, Side::Source});
     if (groups_[at].sinks) enter({at, Side::Sink});
   }
-  std::ranges::stable_sort(byName_, {}, &NamedPort::nameHash);
+  std::ranges::stable_sort(byName_, {}, &Entry::hash);
+  std::ranges::stable_sort(byPrefix_, {}, &Entry::hash);
 }
 
 void Topology::enter(SideAt at) {
   const SideOfGroup& ports = sideAt(at);
   if (ports.count == 0) return;
-  if (ports.names.empty()) byPrefix_.emplace(ports.prefix, at);
+  if (ports.names.empty()) byPrefix_.push_back({hashOf(ports.prefix), at, 0});
   assert(ports.names.empty() || ports.names.size() == ports.count);
   for (std::size_t index = 0; index < ports.names.size(); ++index) {
     const std::string& name = ports.names[index];
-    if (name.empty()) continue;
-    byName_.push_back({std::hash<std::string_view>{}(name), at, static_cast<std::uint16_t>(index)});
+    if (!name.empty()) byName_.push_back({hashOf(name), at, static_cast<std::uint16_t>(index)});
   }
 }
 
@@ -77,17 +82,25 @@ std::optional<PortId> Topology::port(std::string_view name) const {
 }
 
 std::optional<PortId> Topology::place(std::string_view name) const {
-  const std::size_t hash = std::hash<std::string_view>{}(name);
-  for (const NamedPort& named : std::ranges::equal_range(byName_, hash, {}, &NamedPort::nameHash)) {
+  for (const Entry& named : withHashOf(byName_, name)) {
     if (sideAt(named.at).names[named.index] == name) return portAt(named.at, named.index);
   }
   std::optional<PortId> found;
   anyNumbering(name, [&](std::string_view prefix, std::uint16_t index) {
-    const auto numbered = byPrefix_.find(prefix);
-    if (numbered != byPrefix_.end() && index < sideAt(numbered->second).count) found = portAt(numbered->second, index);
+    for (const Entry& numbered : withHashOf(byPrefix_, prefix)) {
+      const SideOfGroup& ports = sideAt(numbered.at);
+      if (ports.prefix != prefix || index >= ports.count) continue;
+      found = portAt(numbered.at, index);
+      break;
+    }
     return found.has_value();
   });
   return found;
+}
+
+std::span<const Topology::Entry> Topology::withHashOf(const std::vector<Entry>& entries, std::string_view text) {
+  const auto range = std::ranges::equal_range(entries, hashOf(text), {}, &Entry::hash);
+  return {range.begin(), range.end()};
 }
 
 std::string Topology::name(PortId port) const {

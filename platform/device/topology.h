@@ -3,8 +3,8 @@
 
 #include <cstddef>
 #include <cstdint>
-#include <map>
 #include <optional>
+#include <span>
 #include <string>
 #include <string_view>
 #include <unordered_map>
@@ -97,21 +97,23 @@ class Topology {
     std::uint32_t group = 0;  // its position in groups_
     Side side = Side::Source;
   };
-  struct NamedPort {
-    std::size_t nameHash = 0;
+  struct Entry {
+    std::size_t hash = 0;
     SideAt at;
     std::uint16_t index = 0;
   };
 
   void enter(SideAt at);
+  static std::span<const Entry> withHashOf(const std::vector<Entry>& entries, std::string_view text);
   const SideOfGroup* sideOf(PortId port) const;
   const SideOfGroup& sideAt(SideAt at) const { return *groups_[at.group].side(at.side); }
   PortId portAt(SideAt at, std::uint16_t index) const { return {groups_[at.group].handle, index, at.side}; }
 
   std::vector<Group> groups_;
   std::unordered_map<std::uint64_t, std::uint32_t> byHandle_;  // to the position in groups_
-  std::map<std::string, SideAt, std::less<>> byPrefix_;        // sides with numbered ports
-  std::vector<NamedPort> byName_;                              // ports with listed names, sorted by hash
+  // Sorted by hash, without copies of the texts: a device may have thousands of names.
+  std::vector<Entry> byName_;    // ports with listed names
+  std::vector<Entry> byPrefix_;  // the first port of each side with numbered ports
 };
 
 }  // namespace device

@@ -28,7 +28,7 @@ void checkTopology(const std::vector<device::Group>& groups) {
         const device::PortId port{group.handle, static_cast<std::uint16_t>(index), side};
         const std::string name = topology.name(port);
         require(!name.empty());
-        require(topology.exists(port) || !topology.place(name));
+        require(topology.exists(port) == topology.place(name).has_value());
       }
     }
   }

@@ -99,6 +99,7 @@ TEST(Topology, GroupsWithOneHandleAreSafe) {
       {numberedGroup(5, "A", std::nullopt, 1), numberedGroup(5, "B", 9, std::nullopt), listed(5, "C", {"c", "c"})});
   EXPECT_EQ(topology.port("AIn1"), (PortId{5, 0, Side::Sink}));
   EXPECT_EQ(topology.port("BOut9"), std::nullopt);
+  EXPECT_EQ(topology.place("BOut9"), (PortId{5, 8, Side::Source}));
   EXPECT_EQ(topology.port("c"), std::nullopt);
   EXPECT_EQ(topology.place("c"), (PortId{5, 0, Side::Source}));
   EXPECT_EQ(topology.name({5, 0, Side::Source}), "AOut1");

@@ -184,7 +184,7 @@ TEST_F(DispatcherTest, HandlesAreCountedFromARandomNumberOn) {
     answers = peers_.take("x");
     const auto topology = std::get<wire::Topology>(wire::decode(answers.at(0))->body);
     EXPECT_EQ(topology.groups.at(1).handle, topology.groups.at(0).handle + 1);
-    EXPECT_EQ(topology.groups.at(1).id, 1U);
+    EXPECT_EQ(topology.groups.at(1).wantedId, 1U);
     const std::uint64_t handle = topology.groups.at(0).handle;
     dispatcher.receive("x", wire::encode(3, wire::Patch{session, true, {handle, 0, handle + 1, 1}}), Time(1));
     dispatcher.receive("x", wire::encode(4, wire::AskLinks{session}), Time(1));
