@@ -32,16 +32,16 @@ std::vector<std::string> endpointsWhenUnset() {
 Endpoint parseEndpoint(std::string_view text, std::uint32_t behaviour) {
   if (text.starts_with("tcp://")) {
     if ((behaviour & EvtSrv::ConBehave_DisableOverNetwork) != 0) {
-      return NoEndpoint{"refused: this program uses no service over the network"};
+      return NoEndpoint{"network services are disabled in this program"};
     }
-    return NoEndpoint{"services over the network are not supported"};
+    return NoEndpoint{"network services are not supported"};
   }
   if (text.starts_with(Local)) {
     const std::string_view path = text.substr(Local.size());
-    if (path.empty()) return NoEndpoint{"no path (ipc://PATH)"};
+    if (path.empty()) return NoEndpoint{"the path is missing (use ipc://PATH)"};
     return LocalEndpoint{std::string(path)};
   }
-  if (!text.starts_with(Embedded)) return NoEndpoint{"not an endpoint (ipc://PATH, embedded:FILE)"};
+  if (!text.starts_with(Embedded)) return NoEndpoint{"not a valid endpoint (use ipc://PATH or embedded:FILE)"};
   return EmbeddedEndpoint{std::string(text.substr(Embedded.size()))};
 }
 

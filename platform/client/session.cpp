@@ -43,14 +43,12 @@ wire::Tap toTap(std::uint64_t session, const client::TapList::Entry& tap) {
   return {session, tap.first.first, tap.second.holderBytes, tap.first.second};
 }
 
-std::string tapsText(std::size_t taps) {
-  return std::to_string(taps) + (taps == 1 ? " tap" : " taps") + " attached again";
-}
+std::string tapsText(std::size_t taps) { return std::to_string(taps) + (taps == 1 ? " tap" : " taps") + " restored"; }
 
 std::string returnText(std::size_t attached, std::size_t wanted) {
-  if (wanted == 0) return "the service is back";
+  if (wanted == 0) return "connected to the service again";
   const std::string count = attached == wanted ? "" : std::to_string(attached) + " of ";
-  return "the service is back, " + count + tapsText(wanted);
+  return "connected to the service again, " + count + tapsText(wanted);
 }
 
 }  // namespace
@@ -69,7 +67,7 @@ std::variant<std::shared_ptr<EventPortManager::Session>, std::string> EventPortM
     if (session->events_->open(deadline)) return session;
     // Within the same deadline, so that open blocks no longer.
     session->close(deadline);
-    return "the service gives no events";
+    return "cannot open the event connection to the service";
   } catch (const std::exception& failure) {
     return failure.what();
   }
@@ -216,7 +214,7 @@ void EventPortManager::Session::lose() {
   if (std::exchange(mirrorKnown_, false)) carried_.keep(mirror_, topology_);
   session_ = 0;
   nextLook_ = std::chrono::steady_clock::now();
-  report(endpoint_, "the service has gone");
+  report(endpoint_, "connection to the service lost");
 }
 
 bool EventPortManager::Session::attach() {

@@ -51,7 +51,7 @@ void sayProblem(const ServicePlace& place, const std::string& endpoint, const cl
 void sayTaken(const ServicePlace& place, const std::string& endpoint) {
   if (!place.isDefault) return;
   const bool isBuiltin = endpoint == client::embeddedEndpoint({});
-  const std::string why = isBuiltin ? ", a built-in device that nobody else sees; " + place.advice : "";
+  const std::string why = isBuiltin ? ", a built-in device that only this process sees; " + place.advice : "";
   sys::sayLine("using " + sys::printable(endpoint) + why);
 }
 

@@ -103,7 +103,7 @@ Outcome run(const WatchCommand& command, const ServicePlace& place) {
     port.flush();
     if (received == EvtSrv::EvtRes_DoNothing && !outputHasReader()) break;
   }
-  if (port.malformed()) return Failure{sys::printable(endpoint) + ": the service has sent a malformed event"};
+  if (port.malformed()) return Failure{sys::printable(endpoint) + ": the service sent a malformed event"};
   const int error = port.error();
   return error == 0 || error == EPIPE || error == EINTR ? Outcome() : Failure{outputProblem(error)};
 }

@@ -77,8 +77,8 @@ std::string devicesText(const Options& options) {
 // Claims the place of an endpoint's socket. Returns it, or why streamd cannot listen there.
 std::variant<std::unique_ptr<SocketPlace>, std::string> claim(std::string_view endpoint) {
   constexpr std::string_view Local = "ipc://";
-  if (endpoint.starts_with("tcp://")) return "services over the network are not supported";
-  if (!endpoint.starts_with(Local) || endpoint.size() == Local.size()) return "not an endpoint (ipc://PATH)";
+  if (endpoint.starts_with("tcp://")) return "network services are not supported";
+  if (!endpoint.starts_with(Local) || endpoint.size() == Local.size()) return "not a valid endpoint (use ipc://PATH)";
   const std::string_view path = endpoint.substr(Local.size());
   // ZeroMQ would take @ as a socket without a file, which has no mode that keeps other users out, and * as a path of
   // its own choice.

@@ -112,8 +112,8 @@ TEST(SessionNews, LossIsToldWhenAServiceThatWasLateAnswers) {
   EXPECT_NE((*session)->number(), 0U) << "a service that is late is not lost";
   late = false;
   const std::string front = sys::programLine("test: ");
-  const std::string expected = front + "the service has gone\n" + front + "the service is back\n" + front +
-                               "lost with the service that was here before: the connection of \"a\" to \"b\"\n";
+  const std::string expected = front + "connection to the service lost\n" + front + "connected to the service again\n" +
+                               front + "lost when the service restarted: the connection of \"a\" to \"b\"\n";
   std::string said;
   while (said.size() < expected.size() && !deadline.passed()) {
     (*session)->receive(10);
@@ -159,8 +159,8 @@ TEST(SessionNews, LossIsToldThoughNewsOfTheGraphWereMissed) {
   while (!told.passed()) (*session)->receive(10);
   const std::string front = sys::programLine("test: ");
   EXPECT_EQ(testing::internal::GetCapturedStderr(),
-            front + "the service has gone\n" + front + "the service is back\n" + front +
-                "lost with the service that was here before: the connection of \"a\" to \"b\"\n");
+            front + "connection to the service lost\n" + front + "connected to the service again\n" + front +
+                "lost when the service restarted: the connection of \"a\" to \"b\"\n");
 }
 
 TEST(SessionNews, TryingATapAgainLeavesAServiceThatIsSlowItsTwoSeconds) {
@@ -173,7 +173,8 @@ TEST(SessionNews, TryingATapAgainLeavesAServiceThatIsSlowItsTwoSeconds) {
     if (std::holds_alternative<wire::AskLinks>(body)) self.reply(tag, wire::Links{});
     if (std::holds_alternative<wire::Patch>(body)) self.reply(tag, wire::Result{});
     if (!std::holds_alternative<wire::Tap>(body)) return;
-    // The port is not there when the service is back, and later the service takes longer than trying again waits.
+    // The port is not there when connected to the service again, and later the service takes longer than trying again
+    // waits.
     const int number = ++taps;
     if (number > 2) std::this_thread::sleep_for(std::chrono::milliseconds(700));
     self.reply(tag, wire::Result{number == 2 ? device::Status::NotFound : device::Status::Ok, 0});

@@ -47,7 +47,7 @@ TEST(SmfBytes, WhatIsNotWholeIsAProblemAndNotTaken) {
       {"", "100: the text ends too early"},
       {"80", "101: the text ends too early"},
       {"FF FF FF", "103: the text ends too early"},
-      {"FF FF FF FF 7F", "100: a number of more than four bytes"},
+      {"FF FF FF FF 7F", "100: variable-length number longer than four bytes"},
   };
   for (const auto& [bytes, problem] : table) {
     const ByteVector input = fromHex(bytes);

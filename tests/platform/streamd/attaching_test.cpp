@@ -54,7 +54,8 @@ TEST_F(Attaching, RequestsForTheGraphNoticeThatTheServiceHasGone) {
   while (patcher.getConnectSinkPorts(6, 1, sinks) != StrmSrv::StrmRes_Success) ASSERT_FALSE(deadline.passed());
   EXPECT_TRUE(sinks.empty()) << "the new service's graph";
   const std::string line = sys::programLine(daemon_.endpoint() + ": ");
-  EXPECT_EQ(testing::internal::GetCapturedStderr(), line + "the service has gone\n" + line + "the service is back\n");
+  EXPECT_EQ(testing::internal::GetCapturedStderr(),
+            line + "connection to the service lost\n" + line + "connected to the service again\n");
 }
 
 TEST_F(Attaching, RequestsForTheGraphFindANewServiceWithoutTheirChannel) {
@@ -189,7 +190,8 @@ TEST_F(Attaching, SenderOfAServiceThatIsKilledFailsAtOnce) {
   daemon_.signal(SIGKILL);
   sender.join();
   EXPECT_EQ(last, StrmSrv::StrmRes_NoService);
-  EXPECT_EQ(testing::internal::GetCapturedStderr(), sys::programLine(daemon_.endpoint() + ": the service has gone\n"));
+  EXPECT_EQ(testing::internal::GetCapturedStderr(),
+            sys::programLine(daemon_.endpoint() + ": connection to the service lost\n"));
 }
 
 TEST(AttachingMany, AnyNumberOfTapsComesBack) {
@@ -204,7 +206,8 @@ TEST(AttachingMany, AnyNumberOfTapsComesBack) {
   ASSERT_TRUE(daemon.waitForExit(Deadline(Patience)));
   daemon.restart();
   EXPECT_TRUE(receiveUntil(manager, [&] {
-    return daemon.log().find("has gone") == std::string::npos && port.tap("BigOut1") == EvtSrv::EvtRes_Success;
+    return daemon.log().find("lost its connection") == std::string::npos &&
+           port.tap("BigOut1") == EvtSrv::EvtRes_Success;
   }));
   Injector injector(daemon.socket());
   EXPECT_EQ(injector.stats().clients.at(0).taps, static_cast<std::uint32_t>(Many));
@@ -230,18 +233,20 @@ TEST_F(Attaching, SilentServiceIsNotAskedAgainAndAgain) {
   while (patcher.getConnectSinkPorts(6, 1, sinks) != StrmSrv::StrmRes_Success) ASSERT_FALSE(deadline.passed());
   // What was asked of it while it was stopped has cost the client nothing.
   EXPECT_EQ(port.disconnect("ThruIn1", nullptr), EvtSrv::EvtRes_Success);
-  EXPECT_EQ(daemon_.log().find("has gone"), std::string::npos) << daemon_.log();
+  EXPECT_EQ(daemon_.log().find("lost its connection"), std::string::npos) << daemon_.log();
 }
 
 class AttachingToTwoDevices : public testing::Test {
  protected:
-  std::string goneAndBack() const { return line + "the service has gone\n" + line + "the service is back\n"; }
+  std::string goneAndBack() const {
+    return line + "connection to the service lost\n" + line + "connected to the service again\n";
+  }
 
   const DeviceFile device{"[[group]]\nid = 41\nname = \"Rack\"\nsinks = 2\n"};
   testsupport::StreamDaemon daemon{FLOWSCOPE_BINARY_DIR "/streamd", {"--driver", "builtin", "--device", device.path()}};
   const EndpointVariable endpoint{daemon.endpoint()};
   const std::string line = sys::programLine(daemon.endpoint() + ": ");
-  const std::string lost = line + "lost with the service that was here before: the connection of ";
+  const std::string lost = line + "lost when the service restarted: the connection of ";
 };
 
 // Those within a device stand as it says; those between two are the service's alone.

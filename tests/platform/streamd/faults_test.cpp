@@ -100,9 +100,9 @@ TEST_F(Faults, ClientsThatDoNotWaitForTheirAnswerLeaveNothingBehind) {
       hasty.send(zmq::buffer(hello));
     }
   }
-  ASSERT_TRUE(daemon_.logged("hasty (process 1) has come\n", Deadline(Patience), 100));
+  ASSERT_TRUE(daemon_.logged("hasty (process 1) connected\n", Deadline(Patience), 100));
   EXPECT_TRUE(clientCountBecomes(1));
-  EXPECT_TRUE(daemon_.logged("hasty (process 1) has gone\n", Deadline(Patience), 100));
+  EXPECT_TRUE(daemon_.logged("hasty (process 1) lost its connection\n", Deadline(Patience), 100));
 }
 
 TEST_F(Faults, GarbageOnTheSocketHarmsNobody) {
@@ -212,7 +212,7 @@ TEST_F(Faults, TapsComeBackWithTheService) {
   EXPECT_TRUE(receiveUntil(manager, [&] { return one.sendNoteOn(1, 1, 1) == StrmSrv::StrmRes_NoService; }));
   EXPECT_EQ(two.tap("MidiDinOut1"), EvtSrv::EvtRes_NoService);
   EXPECT_EQ(patcher.connect(6, 1, 5, 0), StrmSrv::StrmRes_NoService);
-  EXPECT_EQ(testing::internal::GetCapturedStderr(), line + "the service has gone\n");
+  EXPECT_EQ(testing::internal::GetCapturedStderr(), line + "connection to the service lost\n");
 
   testing::internal::CaptureStderr();
   daemon_.restart();
@@ -228,7 +228,7 @@ TEST_F(Faults, TapsComeBackWithTheService) {
   std::vector<StrmSrv::PortRecord> sinks;
   EXPECT_EQ(patcher.getConnectSinkPorts(6, 1, sinks), StrmSrv::StrmRes_Success);
   EXPECT_TRUE(sinks.empty()) << "the new service's graph";
-  EXPECT_EQ(testing::internal::GetCapturedStderr(), line + "the service is back, 2 taps attached again\n");
+  EXPECT_EQ(testing::internal::GetCapturedStderr(), line + "connected to the service again, 2 taps restored\n");
 }
 
 TEST_F(Faults, RequestsFindTheServiceWithoutReceiving) {
@@ -244,8 +244,8 @@ TEST_F(Faults, RequestsFindTheServiceWithoutReceiving) {
   daemon_.restart();
   while (port.tap("ThruIn1") != EvtSrv::EvtRes_Success) ASSERT_FALSE(deadline.passed());
   const std::string text = testing::internal::GetCapturedStderr();
-  EXPECT_THAT(text, testing::HasSubstr("the service has gone\n"));
-  EXPECT_THAT(text, testing::HasSubstr("the service is back"));
+  EXPECT_THAT(text, testing::HasSubstr("connection to the service lost\n"));
+  EXPECT_THAT(text, testing::HasSubstr("connected to the service again"));
   Injector injector(daemon_.socket());
   injector.inject("ThruIn1", 1);
   injector.inject(Port, 1);
@@ -273,7 +273,7 @@ TEST_F(Faults, PortsThatTheNewServiceDoesNotHaveAreCounted) {
   testing::internal::CaptureStderr();
   EXPECT_TRUE(receiveUntil(manager, [&] { return port.tap("ThruIn1") == EvtSrv::EvtRes_Success; }));
   EXPECT_THAT(testing::internal::GetCapturedStderr(),
-              testing::HasSubstr("the service is back, 1 of 2 taps attached again\n"));
+              testing::HasSubstr("connected to the service again, 1 of 2 taps restored\n"));
 }
 
 TEST_F(Faults, StalledReaderCountsExactlyItsOwnLoss) {

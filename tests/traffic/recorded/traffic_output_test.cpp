@@ -280,7 +280,7 @@ class StoppedReader : public testing::Test {
 
   const std::string name = testing::TempDir() + "stopped_" + std::to_string(::getpid());
   const std::string lostLine =
-      "flowscope: cannot write to " + name + ": its reader has stopped, and the rest is lost\n";
+      "flowscope: cannot write to " + name + ": its reader does not read any more; the rest is lost\n";
   TrafficFile traffic;
   int reader = -1;
   std::atomic<std::size_t> written = 0;

@@ -69,7 +69,7 @@ TEST_F(JackGraph, AClientThatReturnsHasItsIdAgainAndALineInTheLog) {
   JackPeer again("keys", {"out"}, {});
   ASSERT_TRUE(driven.runUntilThere("keys:out"));
   EXPECT_EQ(driven.place("keys:out"), place);
-  EXPECT_THAT(driven.lines, ElementsAre("client \"keys\" has gone", "client \"keys\" is back"));
+  EXPECT_THAT(driven.lines, ElementsAre("client \"keys\" disconnected", "client \"keys\" connected again"));
 }
 
 TEST_F(JackGraph, OwnConnectionsAreMadeInJackAndReportedAtOnce) {
