@@ -22,7 +22,7 @@ std::string lookAt(Arrivals& arrivals, const std::vector<wire::TopologyGroup>& g
   return arrivals.look({groups}).value_or("nothing");
 }
 
-TEST(Arrivals, WhatIsListedHasNotCome) {
+TEST(Arrivals, ListedPortsAreNotReported) {
   Arrivals arrivals;
   EXPECT_FALSE(arrivals.isListed());
   arrivals.list({{group("A", {"a", "b"}, {"x"})}});
@@ -31,7 +31,7 @@ TEST(Arrivals, WhatIsListedHasNotCome) {
   EXPECT_EQ(lookAt(arrivals, {group("A", {"a", "b"}, {"x"})}), "nothing") << "and is back";
 }
 
-TEST(Arrivals, GroupIsToldOfOnceWithItsName) {
+TEST(Arrivals, AddedGroupIsReportedOnceWithItsName) {
   Arrivals arrivals;
   arrivals.list({{group("A", {"a"})}});
   const auto come = std::vector{group("A", {"a"}), group("B", {"b"})};
@@ -41,7 +41,7 @@ TEST(Arrivals, GroupIsToldOfOnceWithItsName) {
   EXPECT_EQ(lookAt(arrivals, come), "group \"B\" was added; restart the console to list it") << "it had gone";
 }
 
-TEST(Arrivals, PortsOfListedAndOfLaterGroupsAreToldOf) {
+TEST(Arrivals, AddedPortsOfListedAndOfLaterGroupsAreReported) {
   Arrivals arrivals;
   arrivals.list({{group("A", {"a"})}});
   EXPECT_EQ(lookAt(arrivals, {group("A", {"a"}, {"x"})}), "port \"x\" was added; restart the console to list it");
@@ -51,7 +51,7 @@ TEST(Arrivals, PortsOfListedAndOfLaterGroupsAreToldOf) {
             "2 ports (\"y\", \"c\") were added; restart the console to list them");
 }
 
-TEST(Arrivals, ManyAreCountedAndTheFirstAreNamed) {
+TEST(Arrivals, ManyAreReportedAsACountWithTheFirstNames) {
   Arrivals arrivals;
   arrivals.list({});
   std::vector<wire::TopologyGroup> groups{group("A", {"a"}), group("B", {"b"}), group("C", {"c"}), group("D", {"d"})};
@@ -62,7 +62,7 @@ TEST(Arrivals, ManyAreCountedAndTheFirstAreNamed) {
   EXPECT_EQ(lookAt(arrivals, groups), "group \"E\" and port \"e\" were added; restart the console to list them");
 }
 
-TEST(Arrivals, NumberedPortsAreCounted) {
+TEST(Arrivals, AddedNumberedPortsAreReportedAsACount) {
   Arrivals arrivals;
   arrivals.list({{{0, {}, "A", wire::TopologySide{3, "AOut", {}}, std::nullopt}}});
   EXPECT_EQ(lookAt(arrivals, {{0, {}, "A", wire::TopologySide{3, "AOut", {}}, std::nullopt}}), "nothing");
@@ -75,7 +75,7 @@ wire::TopologyGroup numbered(std::uint16_t sources, const std::string& prefix = 
 }
 
 // Another device may count what this one names.
-TEST(Arrivals, NumberedPortsAreTheirNames) {
+TEST(Arrivals, NumberedPortsEqualPortsWithTheSameNames) {
   const struct {
     wire::TopologyGroup listed;
     wire::TopologyGroup there;
@@ -107,7 +107,7 @@ TEST(Arrivals, NumberedPortsAreTheirNames) {
   }
 }
 
-TEST(Arrivals, NumberedPortsAreToldOfAgainWhenTheyHadGone) {
+TEST(Arrivals, NumberedPortsAddedAgainAreReportedAgain) {
   Arrivals arrivals;
   arrivals.list({{numbered(2)}});
   EXPECT_EQ(lookAt(arrivals, {numbered(4)}), "2 ports (\"AOut3\", ...) were added; restart the console to list them");

@@ -183,7 +183,7 @@ TEST_F(PlayCommandLine, FilesAndPortsThatCannotBePlayedAreReported) {
   EXPECT_EQ(stats()["in"], 0);
 }
 
-TEST_F(PlayCommandLine, ReportsThatTheServiceHasGone) {
+TEST_F(PlayCommandLine, ReportsThatTheConnectionIsLost) {
   const std::vector<std::vector<std::string>> rows{{"--loop", "--speed", "0"}, {"--speed", "0.01"}};
   for (const auto& options : rows) {
     std::vector<std::string> words{"play", Song, "DeckOut1"};

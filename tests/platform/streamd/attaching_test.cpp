@@ -38,7 +38,7 @@ class Attaching : public testing::Test {
   EndpointVariable endpoint_{daemon_.endpoint()};
 };
 
-TEST_F(Attaching, RequestsForTheGraphNoticeThatTheServiceHasGone) {
+TEST_F(Attaching, GraphRequestsNoticeThatTheServiceIsLost) {
   EventPortManager manager(Behaviour, true);
   StrmSrv::Patcher patcher(manager, 0);
   std::vector<StrmSrv::PortRecord> sinks;
@@ -58,7 +58,7 @@ TEST_F(Attaching, RequestsForTheGraphNoticeThatTheServiceHasGone) {
             line + "connection to the service lost\n" + line + "connected to the service again\n");
 }
 
-TEST_F(Attaching, RequestsForTheGraphFindANewServiceWithoutTheirChannel) {
+TEST_F(Attaching, GraphRequestsFindANewServiceWithoutTheirChannel) {
   EventPortManager manager(Behaviour, true);
   StrmSrv::Patcher patcher(manager, 0);
   kill();
@@ -69,7 +69,7 @@ TEST_F(Attaching, RequestsForTheGraphFindANewServiceWithoutTheirChannel) {
 }
 
 // As one does that is started again on a system whose clients have come in another order.
-TEST_F(Attaching, PortsAreTheSameOnesWhenTheServiceHasNumberedThemAnew) {
+TEST_F(Attaching, PortsAreFoundAgainAfterTheServiceRenumbersThem) {
   EventPortManager manager(Behaviour, true);
   StrmSrv::Patcher patcher(manager, 0);
   kill();
@@ -116,7 +116,7 @@ sink = "ThruIn1"
   EXPECT_EQ(links->links[2], (wire::LinkRecord{topology->groups[2].handle, 1, topology->groups[0].handle, 0}));
 }
 
-TEST_F(Attaching, ReceivingInsideAPortDoesNothingWhenTheServiceHasGone) {
+TEST_F(Attaching, ReceivingInsideAPortDoesNothingAfterTheServiceIsLost) {
   EventPortManager manager(Behaviour, true);
   RecordingPort port(manager);
   ASSERT_EQ(port.tap(Port), EvtSrv::EvtRes_Success);
@@ -194,7 +194,7 @@ TEST_F(Attaching, SenderOfAServiceThatIsKilledFailsAtOnce) {
             sys::programLine(daemon_.endpoint() + ": connection to the service lost\n"));
 }
 
-TEST(AttachingMany, AnyNumberOfTapsComesBack) {
+TEST(AttachingMany, AnyNumberOfTapsIsRestored) {
   constexpr int Many = 10'000;  // more than are made in the time that a single answer has
   const DeviceFile device("[[group]]\nid = 0\nname = \"Big\"\nsources = " + std::to_string(Many) + "\n");
   testsupport::StreamDaemon daemon{FLOWSCOPE_BINARY_DIR "/streamd", {"--device", device.path()}};
@@ -213,7 +213,7 @@ TEST(AttachingMany, AnyNumberOfTapsComesBack) {
   EXPECT_EQ(injector.stats().clients.at(0).taps, static_cast<std::uint32_t>(Many));
 }
 
-TEST_F(Attaching, SilentServiceIsNotAskedAgainAndAgain) {
+TEST_F(Attaching, SilentServiceIsNotQueriedRepeatedly) {
   EventPortManager manager(Behaviour, true);
   StrmSrv::Patcher patcher(manager, 0);
   RecordingPort port(manager);
