@@ -147,8 +147,8 @@ std::variant<CommandLine, Saying> parseCommandLine(const std::vector<std::string
   const auto* const given =
       app.add_option(
              "--endpoint", endpoint,
-             "Where the service is, as in EVTSRV_ENDPOINT; with neither, what flowscope takes (stats: the well-known "
-             "local socket)")
+             "Endpoint of the service; default: EVTSRV_ENDPOINT, else the service that flowscope would use (stats: the "
+             "well-known local socket)")
           ->type_name("E");
   app.set_version_flag("--version", FLOWSCOPE_VERSION);
   app.require_subcommand(1);

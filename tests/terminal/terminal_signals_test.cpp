@@ -32,16 +32,18 @@ using test::killedBy;
 using test::RecordingHost;
 using test::TerminalSession;
 
+// Makes the terminal raw and reads keys until a signal ends the process.
+int readKeys(const TerminalSession::Inside& inside) {
+  StdinKeySource keys;
+  const TerminalSignals signals(keys);
+  setTerminalMode(TerminalMode::Raw);
+  inside.say("ready");
+  for (;;) keys.readByte();
+}
+
 TEST(TerminalSignals, TheTerminalIsGivenBackBeforeASignalEndsTheProgram) {
   for (const int signal : testsupport::endingSignals()) {
-    TerminalSession session([](const TerminalSession::Inside& inside) {
-      StdinKeySource keys;
-      const TerminalSignals signals(keys);
-      setTerminalMode(TerminalMode::Raw);
-      inside.say("ready");
-      for (;;) keys.readByte();
-      return 0;
-    });
+    TerminalSession session(readKeys);
     EXPECT_EQ(session.awaitReport("ready"), "ready");
     EXPECT_FALSE(session.hasSavedSettings()) << signal;
     session.signal(signal);
@@ -51,14 +53,7 @@ TEST(TerminalSignals, TheTerminalIsGivenBackBeforeASignalEndsTheProgram) {
 }
 
 TEST(TerminalSignals, TheTerminalIsGivenBackAfterTheInterruptKey) {
-  TerminalSession session([](const TerminalSession::Inside& inside) {
-    StdinKeySource keys;
-    const TerminalSignals signals(keys);
-    setTerminalMode(TerminalMode::Raw);
-    inside.say("ready");
-    for (;;) keys.readByte();
-    return 0;
-  });
+  TerminalSession session(readKeys);
   EXPECT_EQ(session.awaitReport("ready"), "ready");
   session.type("\x03");
   EXPECT_EQ(session.end(), killedBy(SIGINT));

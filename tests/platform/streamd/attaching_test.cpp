@@ -9,6 +9,7 @@
 
 #include "platform/system/program_line.h"
 #include "tests/platform/client/fixture.h"
+#include "tests/platform/streamd/daemon_fixture.h"
 #include "tests/platform/streamd/injector.h"
 #include "tests/platform/streamd/quiet_device.h"
 #include "tests/support/stream_daemon.h"
@@ -23,20 +24,7 @@ using client::RecordingPort;
 using EvtSrv::EventPortManager;
 using testsupport::Deadline;
 
-constexpr std::uint32_t Behaviour = EvtSrv::ConBehave_Default;
-const std::string Port = "MidiUsbOut2";  // nothing is connected to it, and it emits nothing
-
-class Attaching : public testing::Test {
- protected:
-  void kill() {
-    daemon_.signal(SIGKILL);
-    ASSERT_TRUE(daemon_.waitForExit(Deadline(Patience)));
-  }
-
-  DeviceFile device_;
-  testsupport::StreamDaemon daemon_{FLOWSCOPE_BINARY_DIR "/streamd", {"--device", device_.path()}};
-  EndpointVariable endpoint_{daemon_.endpoint()};
-};
+class Attaching : public DaemonTest {};
 
 TEST_F(Attaching, GraphRequestsNoticeThatTheServiceIsLost) {
   EventPortManager manager(Behaviour, true);

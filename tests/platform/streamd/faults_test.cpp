@@ -14,6 +14,7 @@
 #include "platform/system/program_line.h"
 #include "tests/platform/client/fixture.h"
 #include "tests/platform/host/raw_client.h"
+#include "tests/platform/streamd/daemon_fixture.h"
 #include "tests/platform/streamd/injector.h"
 #include "tests/platform/streamd/quiet_device.h"
 #include "tests/platform/streamd/raw_socket.h"
@@ -31,10 +32,6 @@ using EvtSrv::EventPortManager;
 using testsupport::Deadline;
 using Texts = std::vector<std::string>;
 
-constexpr std::uint32_t Behaviour = EvtSrv::ConBehave_Default;
-const std::string Streamd = FLOWSCOPE_BINARY_DIR "/streamd";
-const std::string Port = "MidiUsbOut2";  // nothing is connected to it, and it emits nothing
-
 std::string received(const std::string& port, std::uint32_t number) {
   const wire::InjectItem note = numberedNote(number);
   return port + ": " + std::to_string(note.bytes[1]) + ' ' + std::to_string(note.bytes[2]) + ' ' +
@@ -50,8 +47,10 @@ Texts receivedFromTo(const std::string& port, std::uint32_t from, std::uint32_t 
 // A queue that one step of a flood does not fill, but a hundred do.
 constexpr const char* QueueBytes = "262144";
 
-class Faults : public testing::Test {
+class Faults : public DaemonTest {
  protected:
+  Faults() : DaemonTest({"--queue-bytes", QueueBytes}) {}
+
   // The service knows so many clients, the injector among them.
   bool clientCountBecomes(std::size_t count) {
     const Deadline deadline(Patience);
@@ -72,9 +71,6 @@ class Faults : public testing::Test {
     EXPECT_EQ(port.texts, Texts{"MidiDinOut1: 1 2 3"});
   }
 
-  DeviceFile device_;
-  testsupport::StreamDaemon daemon_{Streamd, {"--device", device_.path(), "--queue-bytes", QueueBytes}};
-  EndpointVariable endpoint_{daemon_.endpoint()};
   Injector injector_{daemon_.socket()};
 };
 

@@ -47,6 +47,12 @@ std::string printed(const std::string& endpoint, const std::string& program, std
   return result.standardOutput;
 }
 
+void sendOutputTo(testsupport::ChildDescriptors& descriptors, const std::string& file) {
+  descriptors.open(STDIN_FILENO, "/dev/null", O_RDONLY);
+  descriptors.open(STDOUT_FILENO, file, O_WRONLY | O_CREAT);
+  descriptors.open(STDERR_FILENO, "/dev/null", O_WRONLY);
+}
+
 // streamd with JACK, whose environment says which server.
 std::unique_ptr<StreamDaemon> daemonOnJack(const std::string& locale = "C") {
   std::vector<std::string> arguments{"LC_ALL=" + locale};
@@ -179,9 +185,7 @@ TEST_F(JackPrograms, MessagesOfAConnectionAreSeenOnceAtEitherEnd) {
   const testsupport::ScratchFolder folder;
   const std::string seen = folder.path() / "seen";
   testsupport::ChildDescriptors descriptors;
-  descriptors.open(STDIN_FILENO, "/dev/null", O_RDONLY);
-  descriptors.open(STDOUT_FILENO, seen, O_WRONLY | O_CREAT);
-  descriptors.open(STDERR_FILENO, "/dev/null", O_WRONLY);
+  sendOutputTo(descriptors, seen);
   auto environment = JackServer::environment();
   environment["EVTSRV_ENDPOINT"] = daemon->endpoint();
   const testsupport::Child watch(
@@ -236,9 +240,7 @@ TEST_F(JackPrograms, JacksOwnDumpSeesInjectedMessages) {
   const testsupport::ScratchFolder folder;
   const std::string heard = folder.path() / "heard";
   testsupport::ChildDescriptors descriptors;
-  descriptors.open(STDIN_FILENO, "/dev/null", O_RDONLY);
-  descriptors.open(STDOUT_FILENO, heard, O_WRONLY | O_CREAT);
-  descriptors.open(STDERR_FILENO, "/dev/null", O_WRONLY);
+  sendOutputTo(descriptors, heard);
   const testsupport::Child dump({"stdbuf", {"-oL", "jack_midi_dump", "dump"}, JackServer::environment(), {}},
                                 descriptors);
   const Deadline deadline(Patience);
