@@ -1,6 +1,9 @@
 // Messages to a JACK server.
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
+#include <jack/jack.h>
+
+#include <memory>
 
 #include "tests/platform/drivers/jack/server/messages_fixture.h"
 
@@ -120,6 +123,19 @@ TEST_F(JackMessages, MessagesForASinkThatHasGoneAreLogged) {
   ASSERT_TRUE(driven->runUntil([&] { return driven->lines.size() == 2; }));
   EXPECT_THAT(driven->lines, ElementsAre("client \"brief\" disconnected",
                                          "1 message for \"brief:in\" not sent: the port does not exist any more"));
+}
+
+TEST_F(JackMessages, MessagesForASinkThatCannotBeConnectedAreLogged) {
+  // JACK connects nothing to a client that is not active.
+  const std::unique_ptr<jack_client_t, int (*)(jack_client_t*)> idle(
+      jack_client_open("idle", static_cast<jack_options_t>(JackNoStartServer | JackUseExactName), nullptr),
+      jack_client_close);
+  ASSERT_NE(idle, nullptr);
+  jack_port_register(idle.get(), "in", JACK_DEFAULT_MIDI_TYPE, JackPortIsInput, 0);
+  ASSERT_TRUE(driven->runUntilThere("idle:in"));
+  driven->deliver("idle:in", {0x90, 1, 1});
+  ASSERT_TRUE(driven->runUntil([&] { return !driven->lines.empty(); }));
+  EXPECT_THAT(driven->lines, ElementsAre("1 message for \"idle:in\" not sent: cannot connect to the port"));
 }
 
 TEST_F(JackMessages, MessagesThatStillWaitWhenASinkGoesAreCounted) {
