@@ -41,7 +41,7 @@ void TapSet::ensure(device::PortId source, Tap& tap, device::DriverEvents& event
   const int code = drain_.sequencer().subscribe(wanted);
   if (code < 0 && !drain_.sequencer().stands(wanted)) {
     if (!tap.refused) {
-      events.noted("cannot listen to \"" + book_.topology().name(source) + "\": " + errorText(code));
+      events.noted("cannot subscribe to \"" + book_.topology().name(source) + "\": " + errorText(code));
     }
     tap.refused = true;
     return;

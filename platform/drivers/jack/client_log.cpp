@@ -11,12 +11,12 @@ std::vector<std::string> ClientLog::update(const std::vector<std::string>& clien
       ++at;
       continue;
     }
-    lines.push_back("client \"" + *at + "\" has gone");
+    lines.push_back("client \"" + *at + "\" disconnected");
     gone_.add(*at);
     at = here_.erase(at);
   }
   for (const std::string& name : clients) {
-    if (here_.insert(name).second && gone_.take(name)) lines.push_back("client \"" + name + "\" is back");
+    if (here_.insert(name).second && gone_.take(name)) lines.push_back("client \"" + name + "\" connected again");
   }
   return lines;
 }

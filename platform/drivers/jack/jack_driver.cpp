@@ -51,6 +51,9 @@ class JackDriver : public device::Driver {
     clientLog_.update(ports_.clients(), [](const std::string&) { return true; });
   }
 
+  // Call before start if there is no client. cause: why.
+  void startWithout(std::string cause) { noClient_ = std::move(cause); }
+
   const device::Topology& topology() const override { return ports_.topology(); }
   const std::vector<device::Link>& initialLinks() const override { return none_; }
   int descriptor() const override { return wakeup_->descriptor(); }
@@ -77,6 +80,7 @@ class JackDriver : public device::Driver {
   std::shared_ptr<sys::EventDescriptor> wakeup_;
   std::unique_ptr<Caretaker> caretaker_;
   std::unique_ptr<JackClient> client_;  // null while no server runs
+  std::string noClient_;
   device::DriverEvents* events_ = nullptr;
   PortDirectory ports_;
   ClientLog clientLog_;
@@ -93,7 +97,7 @@ class JackDriver : public device::Driver {
 void JackDriver::start(device::DriverEvents& events, device::Time now) {
   events_ = &events;
   if (!client_) {
-    events_->warned("no JACK server runs: waiting for one");
+    events_->warned(noClient_ + "; trying again");
     return;
   }
   wasThere_ = true;
@@ -184,7 +188,9 @@ void JackDriver::finish(device::Time now) {
 // Returns true if there were any.
 bool JackDriver::countSkipped(device::Time now) {
   const auto skipped = client_ ? client_->takeSkipped() : 0;
-  if (skipped > 0) bursts_.add(skipped, "period", "skipped, too late: messages may be lost", now, BetweenSkipLines);
+  if (skipped > 0)
+    bursts_.add(skipped, "period", "skipped because this program or the JACK server was late; messages may be lost",
+                now, BetweenSkipLines);
   return skipped > 0;
 }
 
@@ -193,7 +199,7 @@ void JackDriver::lookForClient(device::Time now) {
   if (!opened) return;
   if (auto* client = std::get_if<std::unique_ptr<JackClient>>(&*opened)) {
     client_ = std::move(*client);
-    events_->warned(wasThere_ ? "the JACK server is back" : "the JACK server is there");
+    events_->warned(wasThere_ ? "connected to the JACK server again" : "connected to the JACK server");
     wasThere_ = true;
     refresh(now);
     tellLinks(now);
@@ -288,7 +294,7 @@ void JackDriver::clientGone(device::Time now) {
   restore_.reset();
   caretaker_->close(std::move(client_));
   caretaker_->open(true);
-  events_->warned("the JACK server has gone");
+  events_->warned("connection to the JACK server lost");
   if (ports_.update({})) events_->topologyChanged(now);
 }
 
@@ -303,11 +309,16 @@ std::variant<std::unique_ptr<device::Driver>, std::string> openJack(Absent absen
   caretaker->open(false);
   auto opened = caretaker->result(jack::PatienceAtTheStart);
   const std::string* problem = opened ? std::get_if<std::string>(&*opened) : nullptr;
-  if (absent == Absent::Fails && !opened) return std::string("the JACK server does not answer");
-  if (absent == Absent::Fails && problem != nullptr) return *problem;
+  const std::string cause = problem != nullptr ? *problem : "the JACK server does not answer";
+  const bool isOpen = opened && problem == nullptr;
+  if (absent == Absent::Fails && !isOpen) return cause;
   if (problem != nullptr) caretaker->open(true);
   auto driver = std::make_unique<jack::JackDriver>(std::move(wakeup), std::move(caretaker));
-  if (opened && problem == nullptr) driver->adopt(std::get<0>(std::move(*opened)));
+  if (isOpen) {
+    driver->adopt(std::get<0>(std::move(*opened)));
+  } else {
+    driver->startWithout(cause);
+  }
   return driver;
 }
 

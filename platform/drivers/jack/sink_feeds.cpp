@@ -29,7 +29,9 @@ bool SinkFeeds::send(JackClient& client, const PortDirectory& ports, device::Por
   const auto found = feeds_.find(sink);
   Feed* feed = found != feeds_.end() ? &found->second : open(client, ports, sink, now);
   if (feed == nullptr) {
-    bursts_.addUnsent(1, ports.text(sink), unsent::PortHasGone, now);
+    const auto name = ports.name(sink);
+    const bool exists = name && jack_port_by_name(client.handle(), name->c_str()) != nullptr;
+    bursts_.addUnsent(1, ports.text(sink), exists ? unsent::NotConnected : unsent::PortHasGone, now);
     return true;
   }
   if (waiting_ + bytes.size() > MaxWaiting) {

@@ -16,13 +16,13 @@ TEST(Presence, TellsWhoLeavesAndReturns) {
   const ForeignClient two{2, "two", {}};
   const std::vector<ForeignClient> both{one, two};
   EXPECT_THAT(presence.update(both), IsEmpty());
-  EXPECT_THAT(presence.update(std::vector{two}), ElementsAre("client \"one\" has gone"));
+  EXPECT_THAT(presence.update(std::vector{two}), ElementsAre("client \"one\" disconnected"));
   EXPECT_THAT(presence.update(std::vector{two}), IsEmpty());
   // New, under a number that was another's.
   const std::vector<ForeignClient> three{two, {1, "three", {}}};
   EXPECT_THAT(presence.update(three), IsEmpty());
   const std::vector<ForeignClient> again{two, {1, "three", {}}, {5, "one", {}}, {6, "one", {}}};
-  EXPECT_THAT(presence.update(again), ElementsAre("client \"one\" is back"));
+  EXPECT_THAT(presence.update(again), ElementsAre("client \"one\" connected again"));
 }
 
 TEST(NameOfPort, HasTheClientInIt) {

@@ -15,9 +15,9 @@ bool runs(const std::string& /*client*/) { return true; }
 TEST(ClientLog, LogsKnownClientsThatLeaveAndReturn) {
   ClientLog log;
   EXPECT_THAT(log.update({"a", "b"}, gone), IsEmpty());
-  EXPECT_THAT(log.update({"b", "c"}, gone), ElementsAre("client \"a\" has gone"));
+  EXPECT_THAT(log.update({"b", "c"}, gone), ElementsAre("client \"a\" disconnected"));
   EXPECT_THAT(log.update({"b", "c"}, gone), IsEmpty());
-  EXPECT_THAT(log.update({"c", "a"}, gone), ElementsAre("client \"b\" has gone", "client \"a\" is back"));
+  EXPECT_THAT(log.update({"c", "a"}, gone), ElementsAre("client \"b\" disconnected", "client \"a\" connected again"));
 }
 
 TEST(ClientLog, AClientWithoutPortsHasNotGone) {
@@ -26,7 +26,7 @@ TEST(ClientLog, AClientWithoutPortsHasNotGone) {
   EXPECT_THAT(log.update({}, runs), IsEmpty());
   EXPECT_THAT(log.update({"a"}, gone), IsEmpty());
   log.update({}, runs);
-  EXPECT_THAT(log.update({}, gone), ElementsAre("client \"a\" has gone"));
+  EXPECT_THAT(log.update({}, gone), ElementsAre("client \"a\" disconnected"));
 }
 
 TEST(ClientLog, ClientsThatLeaveWithTheServerAreNotLogged) {
