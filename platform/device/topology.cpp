@@ -99,8 +99,10 @@ std::optional<PortId> Topology::place(std::string_view name) const {
 }
 
 std::span<const Topology::Entry> Topology::withHashOf(const std::vector<Entry>& entries, std::string_view text) {
-  const auto range = std::ranges::equal_range(entries, hashOf(text), {}, &Entry::hash);
-  return {range.begin(), range.end()};
+  const std::size_t hash = hashOf(text);
+  const auto first = std::ranges::lower_bound(entries, hash, {}, &Entry::hash);
+  const auto last = std::ranges::upper_bound(entries, hash, {}, &Entry::hash);
+  return {first, last};
 }
 
 std::string Topology::name(PortId port) const {
