@@ -69,7 +69,8 @@ class Topology {
  public:
   Topology() = default;
 
-  // groups: handles and port names must be unique.
+  // groups: handles and port names should be unique. Of several equal ones, which only another process may send, one is
+  // found.
   explicit Topology(std::vector<Group> groups);
 
   const std::vector<Group>& groups() const { return groups_; }

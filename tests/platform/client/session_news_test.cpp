@@ -95,7 +95,7 @@ TEST(SessionNews, LostConnectionsAreReportedOnceALateServiceAnswers) {
     };
   };
   auto service = std::make_unique<PlayedService>(serviceContext, "ipc://" + path,
-                                                 answerWith({3, {{1, 0, 2, 0, true}, {1, 0, 2, 1, true}}}));
+                                                 answerWith({3, {{{1, 0, 2, 0}, true}, {{1, 0, 2, 1}, true}}}));
   const auto opened = Session::open(channel::Connector::toLocalSocket(path), "test");
   const auto* session = std::get_if<std::shared_ptr<Session>>(&opened);
   ASSERT_NE(session, nullptr);
@@ -107,7 +107,7 @@ TEST(SessionNews, LostConnectionsAreReportedOnceALateServiceAnswers) {
   while ((*session)->number() != 0 && !deadline.passed()) (*session)->receiveEvent(10);
   late = true;
   asked = 0;
-  service = std::make_unique<PlayedService>(serviceContext, "ipc://" + path, answerWith({1, {{1, 0, 2, 1, true}}}));
+  service = std::make_unique<PlayedService>(serviceContext, "ipc://" + path, answerWith({1, {{{1, 0, 2, 1}, true}}}));
   while (asked < 2 && !deadline.passed()) (*session)->receiveEvent(10);
   EXPECT_NE((*session)->number(), 0U) << "a service that is late is not lost";
   late = false;
@@ -140,7 +140,7 @@ TEST(SessionNews, LostConnectionsAreReportedAfterMissedGraphChanges) {
     };
   };
   auto service =
-      std::make_unique<PlayedService>(serviceContext, "ipc://" + path, answerWith({3, {{1, 0, 2, 0, true}}}));
+      std::make_unique<PlayedService>(serviceContext, "ipc://" + path, answerWith({3, {{{1, 0, 2, 0}, true}}}));
   const auto opened = Session::open(channel::Connector::toLocalSocket(path), "test");
   const auto* session = std::get_if<std::shared_ptr<Session>>(&opened);
   ASSERT_NE(session, nullptr);
