@@ -159,20 +159,16 @@ class JointTopology {
 // Readable when any of the drivers' descriptors is.
 class AnyReadable {
  public:
-  explicit AnyReadable(const std::vector<NamedDriver>& drivers) {
-    for (const auto& [name, driver] : drivers) {
-      if (driver->descriptor() >= 0) add(driver->descriptor());
-    }
-  }
+  AnyReadable() = default;
   AnyReadable(const AnyReadable&) = delete;
   AnyReadable& operator=(const AnyReadable&) = delete;
   ~AnyReadable() {
     if (descriptor_ >= 0) close(descriptor_);
   }
 
+  // -1 while nothing has been added.
   int descriptor() const { return descriptor_; }
 
- private:
   void add(int descriptor) {
     if (descriptor_ < 0) descriptor_ = epoll_create1(EPOLL_CLOEXEC);
     epoll_event readable{.events = EPOLLIN, .data = {}};
@@ -180,29 +176,28 @@ class AnyReadable {
     throw std::system_error(errno, std::generic_category(), "epoll");
   }
 
+ private:
   int descriptor_ = -1;
 };
 
 class SideBySide : public device::Driver {
  public:
-  explicit SideBySide(std::vector<NamedDriver> drivers)
-      : drivers_(std::move(drivers)), readable_(drivers_), joint_(drivers_) {
-    for (std::size_t device = 0; device < drivers_.size(); ++device) {
-      for (const device::Link& link : drivers_[device].driver->initialLinks()) {
-        if (const auto entered = jointLink(device, link)) links_.push_back(*entered);
-      }
-    }
-  }
+  explicit SideBySide(std::vector<NamedDriver> drivers) : drivers_(std::move(drivers)), joint_(drivers_) {}
 
   const device::Topology& topology() const override { return joint_.topology(); }
 
-  const std::vector<device::Link>& initialLinks() const override { return links_; }
-
-  void start(device::DriverEvents& events, device::Time now) override {
+  device::Started start(device::DriverEvents& events, device::Time now) override {
+    device::Started all;
     for (std::size_t device = 0; device < drivers_.size(); ++device) {
       members_.push_back(std::make_unique<Member>(*this, device, events));
-      drivers_[device].driver->start(*members_.back(), now);
+      const device::Started one = drivers_[device].driver->start(*members_.back(), now);
+      for (const device::Link& link : one.links) {
+        if (const auto entered = jointLink(device, link)) all.links.push_back(*entered);
+      }
+      if (one.descriptor >= 0) readable_.add(one.descriptor);
     }
+    all.descriptor = readable_.descriptor();
+    return all;
   }
 
   void deliver(device::PortId sink, const device::Message& message, device::Time now) override {
@@ -227,10 +222,6 @@ class SideBySide : public device::Driver {
     return earliest;
   }
 
-  void finish(device::Time now) override {
-    for (const auto& [name, driver] : drivers_) driver->finish(now);
-  }
-
   std::optional<device::Status> patch(bool made, const device::Link& link, device::Time now) override {
     const Origin* source = joint_.origin(link.sourceGroup);
     const Origin* sink = joint_.origin(link.sinkGroup);
@@ -238,10 +229,12 @@ class SideBySide : public device::Driver {
     return driverOf(*source).patch(made, {source->group, link.sourceIndex, sink->group, link.sinkIndex}, now);
   }
 
-  int descriptor() const override { return readable_.descriptor(); }
-
   bool behind() const override {
     return std::ranges::any_of(drivers_, [](const NamedDriver& one) { return one.driver->behind(); });
+  }
+
+  void finish(device::Time now) override {
+    for (const auto& [name, driver] : drivers_) driver->finish(now);
   }
 
  private:
@@ -297,7 +290,6 @@ class SideBySide : public device::Driver {
   AnyReadable readable_;
   JointTopology joint_;
   std::map<device::PortId, Origin> used_;  // a device that has removed a source must still be told that it is unused
-  std::vector<device::Link> links_;
 };
 
 }  // namespace

@@ -29,11 +29,14 @@ class PatchGraph {
   };
 
   // A port's connections, by a number that grows with each connection made.
-  using Peers = std::map<std::uint64_t, Peer>;
+  using Peers = std::map<std::int64_t, Peer>;
 
-  // topology says which ports exist, and must outlive the graph. initial: the connections at version 0; those between
-  // ports that do not exist are left out.
-  PatchGraph(const device::Topology& topology, const std::vector<device::Link>& initial);
+  // topology says which ports exist, and must outlive the graph. initial: see begin.
+  explicit PatchGraph(const device::Topology& topology, const std::vector<device::Link>& initial = {});
+
+  // Enters the connections of version 0. They come before all others, even those that were made before this call. Those
+  // between ports that do not exist are left out. Call this at most once.
+  void begin(const std::vector<device::Link>& initial);
 
   // Ok, without a change, if the connection already exists; NotFound if one of its ports does not exist.
   device::Status connect(const device::Link& link, Carrier carrier = Carrier::Service);
@@ -60,15 +63,15 @@ class PatchGraph {
   std::uint64_t version() const { return version_; }
 
  private:
-  bool insert(const device::Link& link, Carrier carrier);
-  void forget(device::PortId port, std::uint64_t order);
+  bool insert(const device::Link& link, Carrier carrier, std::int64_t order);
+  void forget(device::PortId port, std::int64_t order);
 
   const device::Topology& topology_;
-  std::map<std::uint64_t, device::Link> links_;
-  std::unordered_map<device::Link, std::uint64_t, LinkHash> orders_;
+  std::map<std::int64_t, device::Link> links_;
+  std::unordered_map<device::Link, std::int64_t, LinkHash> orders_;
   std::unordered_map<device::PortId, Peers, PortHash> peers_;
-  Peers none_;  // for ports without connections
-  std::uint64_t nextOrder_ = 0;
+  Peers none_;                  // for ports without connections
+  std::int64_t nextOrder_ = 0;  // initial connections have negative numbers
   std::uint64_t version_ = 0;
 };
 

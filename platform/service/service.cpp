@@ -22,7 +22,7 @@ struct Service::State {
   State(std::unique_ptr<device::Driver> device, Limits sizes)
       : driver(std::move(device)),
         limits(sizes),
-        graph(driver->topology(), driver->initialLinks()),
+        graph(driver->topology()),
         router(
             graph,
             [this](device::PortId port, const device::Message& message, device::Time now) {
@@ -146,6 +146,7 @@ struct Service::State {
   }
 
   std::unique_ptr<device::Driver> driver;
+  int descriptor = -1;  // the driver's
   Limits limits;
   std::unordered_set<device::PortId, PortHash> used;  // as last reported to the driver
   std::vector<device::PortId> unsettled;              // sources whose taps or connections changed
@@ -166,7 +167,9 @@ struct Service::State {
 
 Service::Service(std::unique_ptr<device::Driver> driver, Limits limits, device::Time now)
     : state_(std::make_unique<State>(std::move(driver), limits)) {
-  state_->driver->start(*this, now);
+  const device::Started started = state_->driver->start(*this, now);
+  state_->descriptor = started.descriptor;
+  state_->graph.begin(started.links);
   for (const device::Link& link : state_->graph.links()) state_->refreshUse(link.source(), now);
   state_->settle(now);
 }
@@ -311,7 +314,7 @@ bool Service::behind() const { return state_->driver->behind(); }
 
 std::vector<Service::Note> Service::takeNotes() { return std::exchange(state_->notes, {}); }
 
-int Service::descriptor() const { return state_->driver->descriptor(); }
+int Service::descriptor() const { return state_->descriptor; }
 
 std::uint64_t Service::lostBefore() const { return state_->lostBefore; }
 

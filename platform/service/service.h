@@ -105,7 +105,7 @@ class Service : private device::DriverEvents {
   };
   std::vector<Note> takeNotes();
 
-  // See Driver::descriptor.
+  // See device::Started.
   int descriptor() const;
 
   // Does the work that is due. Returns when to call again (see Driver::advance). The result holds until the next call

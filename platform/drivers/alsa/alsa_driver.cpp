@@ -40,11 +40,11 @@ class AlsaDriver : public device::Driver {
   }
 
   const device::Topology& topology() const override { return book_.topology(); }
-  const std::vector<device::Link>& initialLinks() const override { return noLinks_; }
 
-  void start(device::DriverEvents& events, device::Time now) override {
+  device::Started start(device::DriverEvents& events, device::Time now) override {
     events_ = &events;
     readAll(now);
+    return {.links = {}, .descriptor = ready_.descriptor()};
   }
 
   void deliver(device::PortId sink, const device::Message& message, device::Time now) override {
@@ -57,9 +57,8 @@ class AlsaDriver : public device::Driver {
 
   std::optional<device::Time> advance(device::Time now) override;
   std::optional<device::Status> patch(bool made, const device::Link& link, device::Time now) override;
-  void finish(device::Time /*now*/) override { output_.finish(*events_); }
-  int descriptor() const override { return ready_.descriptor(); }
   bool behind() const override { return output_.behind(); }
+  void finish(device::Time /*now*/) override { output_.finish(*events_); }
 
  private:
   std::optional<device::Link> linkOf(const Subscription& subscription) const;
@@ -74,7 +73,6 @@ class AlsaDriver : public device::Driver {
   AlsaOutput output_;
   TapSet taps_;
   DescriptorSet ready_;
-  const std::vector<device::Link> noLinks_;
   device::DriverEvents* events_ = nullptr;
   std::set<device::Link> links_;  // as reported
   Changes changes_;               // announced, not handled yet

@@ -21,9 +21,10 @@ class DeviceDriver : public device::Driver {
 
   const device::Topology& topology() const override { return topology_; }
 
-  const std::vector<device::Link>& initialLinks() const override { return links_; }
-
-  void start(device::DriverEvents& events, device::Time /*now*/) override { events_ = &events; }
+  device::Started start(device::DriverEvents& events, device::Time /*now*/) override {
+    events_ = &events;
+    return {.links = links_};
+  }
 
   void deliver(device::PortId sink, const device::Message& message, device::Time now) override {
     const device::PortId source{sink.group, sink.index, device::Side::Source};

@@ -52,11 +52,9 @@ class JackDriver : public device::Driver {
   }
 
   const device::Topology& topology() const override { return ports_.topology(); }
-  const std::vector<device::Link>& initialLinks() const override { return none_; }
-  int descriptor() const override { return wakeup_->descriptor(); }
   bool behind() const override { return feeds_.waitingBytes() > ManyWaitingBytes; }
 
-  void start(device::DriverEvents& events, device::Time now) override;
+  device::Started start(device::DriverEvents& events, device::Time now) override;
   void deliver(device::PortId sink, const device::Message& message, device::Time now) override;
   void setUsed(device::PortId source, bool used, device::Time now) override;
   std::optional<device::Time> advance(device::Time now) override;
@@ -73,7 +71,6 @@ class JackDriver : public device::Driver {
   void tellLinks(device::Time now);
   void clientGone(device::Time now);
 
-  const std::vector<device::Link> none_;
   std::shared_ptr<sys::EventDescriptor> wakeup_;
   std::unique_ptr<Caretaker> caretaker_;
   std::unique_ptr<JackClient> client_;  // null while no server runs
@@ -90,14 +87,15 @@ class JackDriver : public device::Driver {
   std::optional<device::Time> restore_;  // when to restore taps_
 };
 
-void JackDriver::start(device::DriverEvents& events, device::Time now) {
+device::Started JackDriver::start(device::DriverEvents& events, device::Time now) {
   events_ = &events;
-  if (!client_) {
+  wasThere_ = client_ != nullptr;
+  if (wasThere_) {
+    tellLinks(now);
+  } else {
     events_->warned("no JACK server runs: waiting for one");
-    return;
   }
-  wasThere_ = true;
-  tellLinks(now);
+  return {.links = {}, .descriptor = wakeup_->descriptor()};
 }
 
 void JackDriver::deliver(device::PortId sink, const device::Message& message, device::Time now) {

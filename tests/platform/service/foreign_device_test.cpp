@@ -79,6 +79,19 @@ TEST_F(ForeignDevice, ConnectionOfTheOtherSystemShowsAtOnce) {
   EXPECT_TRUE(service_->links().empty());
 }
 
+TEST(ServiceStart, ConnectionsThatTheServiceCarriesPrecedeThoseOfTheOtherSystem) {
+  Told told;
+  auto device = std::make_unique<TestDevice>(evenTopology(2, 1), std::vector{Within}, told);
+  device->onStart = [](device::DriverEvents& events, device::Time now) { events.linked(Across, now); };
+  Service service(std::move(device), {}, {});
+  EXPECT_EQ(service.links(), (std::vector{Within, Across}));
+  const auto changes = service.takeGraphChanges();
+  ASSERT_EQ(changes.size(), 1U);
+  EXPECT_EQ(changes[0].version, 1U);
+  EXPECT_EQ(changes[0].link, Across);
+  EXPECT_EQ(told, (Told{"start", "use G0Out1"}));
+}
+
 TEST_F(ForeignDevice, ConnectionsOfOtherClientsShow) {
   act([](device::DriverEvents& events) {
     events.linked(Across, {});

@@ -75,6 +75,21 @@ TEST(PatchGraph, InitialConnectionsAreVersionZero) {
 }
 
 // Cost that grew with the number of connections, or with those of one port, would not end within the test's limit.
+TEST(PatchGraph, InitialConnectionsComeFirstHoweverLateTheyAreEntered) {
+  const device::Topology topology = evenTopology(3, 2);
+  PatchGraph graph(topology);
+  const device::Link early = link(out(0, 0), in(1, 0));
+  const device::Link late = link(out(0, 0), in(2, 0));
+  EXPECT_EQ(graph.connect(early, PatchGraph::Carrier::Device), device::Status::Ok);
+  graph.begin({link(out(2, 0), in(0, 1)), link(out(0, 5), in(0, 0)), link(out(0, 0), in(0, 0))});
+  EXPECT_EQ(graph.version(), 1U);
+  EXPECT_EQ(graph.connect(late), device::Status::Ok);
+  EXPECT_EQ(graph.links(), (std::vector{link(out(2, 0), in(0, 1)), link(out(0, 0), in(0, 0)), early, late}));
+  EXPECT_EQ(peersOf(graph, out(0, 0)), (std::vector{in(0, 0), in(1, 0), in(2, 0)}));
+  EXPECT_EQ(graph.disconnect(link(out(0, 0), in(0, 0))), device::Status::Ok);
+  EXPECT_EQ(peersOf(graph, out(0, 0)), (std::vector{in(1, 0), in(2, 0)}));
+}
+
 TEST(PatchGraph, HundredThousandConnectionsOfOnePortStayFast) {
   constexpr std::uint16_t PortsPerGroup = 50'000;
   const device::Topology topology = evenTopology(2, PortsPerGroup);
