@@ -8,12 +8,12 @@
 
 #include "platform/drivers/alsa/alsa_output.h"
 #include "platform/drivers/alsa/announcements.h"
-#include "platform/drivers/alsa/descriptor_set.h"
 #include "platform/drivers/alsa/event_drain.h"
 #include "platform/drivers/alsa/presence.h"
 #include "platform/drivers/alsa/sequencer_view.h"
 #include "platform/drivers/alsa/tap_set.h"
 #include "platform/drivers/foreign/port_book.h"
+#include "platform/system/descriptor_set.h"
 
 namespace drivers {
 namespace alsa {
@@ -72,7 +72,7 @@ class AlsaDriver : public device::Driver {
   Presence presence_;
   AlsaOutput output_;
   TapSet taps_;
-  DescriptorSet ready_;
+  sys::DescriptorSet ready_;
   device::DriverEvents* events_ = nullptr;
   std::set<device::Link> links_;  // as reported
   Changes changes_;               // announced, not handled yet

@@ -1,4 +1,4 @@
-#include "platform/drivers/alsa/descriptor_set.h"
+#include "platform/system/descriptor_set.h"
 
 #include <sys/epoll.h>
 #include <unistd.h>
@@ -6,7 +6,7 @@
 #include <cerrno>
 #include <system_error>
 
-namespace drivers::alsa {
+namespace sys {
 
 DescriptorSet::DescriptorSet(std::initializer_list<int> descriptors) : descriptor_(epoll_create1(EPOLL_CLOEXEC)) {
   if (descriptor_ < 0) throw std::system_error(errno, std::generic_category(), "epoll_create1");
@@ -23,4 +23,4 @@ DescriptorSet::DescriptorSet(std::initializer_list<int> descriptors) : descripto
 
 DescriptorSet::~DescriptorSet() { close(descriptor_); }
 
-}  // namespace drivers::alsa
+}  // namespace sys

@@ -3,7 +3,7 @@
 
 #include <initializer_list>
 
-namespace drivers::alsa {
+namespace sys {
 
 // A descriptor that is readable while any of a set is. The descriptors of the set must outlive it.
 class DescriptorSet {
@@ -20,4 +20,4 @@ class DescriptorSet {
   int descriptor_;
 };
 
-}  // namespace drivers::alsa
+}  // namespace sys
