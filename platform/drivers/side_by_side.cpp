@@ -1,16 +1,12 @@
 #include "platform/drivers/side_by_side.h"
 
-#include <sys/epoll.h>
-#include <unistd.h>
-
 #include <algorithm>
-#include <cerrno>
 #include <map>
-#include <system_error>
 #include <unordered_map>
 #include <utility>
 
 #include "platform/device/names.h"
+#include "platform/system/descriptor_set.h"
 
 namespace drivers {
 namespace {
@@ -156,30 +152,6 @@ class JointTopology {
   device::Topology topology_;
 };
 
-// Readable when any of the drivers' descriptors is.
-class AnyReadable {
- public:
-  AnyReadable() = default;
-  AnyReadable(const AnyReadable&) = delete;
-  AnyReadable& operator=(const AnyReadable&) = delete;
-  ~AnyReadable() {
-    if (descriptor_ >= 0) close(descriptor_);
-  }
-
-  // -1 while nothing has been added.
-  int descriptor() const { return descriptor_; }
-
-  void add(int descriptor) {
-    if (descriptor_ < 0) descriptor_ = epoll_create1(EPOLL_CLOEXEC);
-    epoll_event readable{.events = EPOLLIN, .data = {}};
-    if (descriptor_ >= 0 && epoll_ctl(descriptor_, EPOLL_CTL_ADD, descriptor, &readable) == 0) return;
-    throw std::system_error(errno, std::generic_category(), "epoll");
-  }
-
- private:
-  int descriptor_ = -1;
-};
-
 class SideBySide : public device::Driver {
  public:
   explicit SideBySide(std::vector<NamedDriver> drivers) : drivers_(std::move(drivers)), joint_(drivers_) {}
@@ -194,9 +166,10 @@ class SideBySide : public device::Driver {
       for (const device::Link& link : one.links) {
         if (const auto entered = jointLink(device, link)) all.links.push_back(*entered);
       }
-      if (one.descriptor >= 0) readable_.add(one.descriptor);
+      if (one.descriptor < 0) continue;
+      readable_.add(one.descriptor);
+      all.descriptor = readable_.descriptor();
     }
-    all.descriptor = readable_.descriptor();
     return all;
   }
 
@@ -287,7 +260,7 @@ class SideBySide : public device::Driver {
 
   std::vector<std::unique_ptr<Member>> members_;  // destroyed after the drivers, which call them
   std::vector<NamedDriver> drivers_;
-  AnyReadable readable_;
+  sys::DescriptorSet readable_;  // while any descriptor of a driver is
   JointTopology joint_;
   std::map<device::PortId, Origin> used_;  // a device that has removed a source must still be told that it is unused
 };

@@ -17,7 +17,7 @@ struct NamedDriver {
 // Makes a device with the groups of all the others, those of the first device first. Groups get handles in order of
 // appearance. Groups and ports get unique names. A group keeps its handle and names as long as its device has it.
 // Groups and ports that are added later get a log line. The service carries connections between ports of two devices.
-// Its start throws std::system_error if the system has no descriptor left.
+// Throws std::system_error if the system has no descriptor left.
 std::unique_ptr<device::Driver> makeSideBySide(std::vector<NamedDriver> drivers);
 
 }  // namespace drivers

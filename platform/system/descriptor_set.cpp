@@ -8,19 +8,18 @@
 
 namespace sys {
 
-DescriptorSet::DescriptorSet(std::initializer_list<int> descriptors) : descriptor_(epoll_create1(EPOLL_CLOEXEC)) {
+DescriptorSet::DescriptorSet() : descriptor_(epoll_create1(EPOLL_CLOEXEC)) {
   if (descriptor_ < 0) throw std::system_error(errno, std::generic_category(), "epoll_create1");
-  for (const int descriptor : descriptors) {
-    epoll_event wanted{};
-    wanted.events = EPOLLIN;
-    if (epoll_ctl(descriptor_, EPOLL_CTL_ADD, descriptor, &wanted) < 0) {
-      const int problem = errno;
-      close(descriptor_);
-      throw std::system_error(problem, std::generic_category(), "epoll_ctl");
-    }
-  }
 }
 
 DescriptorSet::~DescriptorSet() { close(descriptor_); }
+
+void DescriptorSet::add(int descriptor) {
+  epoll_event wanted{};
+  wanted.events = EPOLLIN;
+  if (epoll_ctl(descriptor_, EPOLL_CTL_ADD, descriptor, &wanted) < 0) {
+    throw std::system_error(errno, std::generic_category(), "epoll_ctl");
+  }
+}
 
 }  // namespace sys

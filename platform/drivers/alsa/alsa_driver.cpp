@@ -26,12 +26,9 @@ constexpr int MostEventsInOnePiece = 1'000;
 
 class AlsaDriver : public device::Driver {
  public:
-  AlsaDriver()
-      : control_("flowscope"),
-        drain_(MostBytesOfQueue),
-        output_(control_),
-        taps_(drain_, book_),
-        ready_{control_.descriptor(), drain_.descriptor()} {
+  AlsaDriver() : control_("flowscope"), drain_(MostBytesOfQueue), output_(control_), taps_(drain_, book_) {
+    ready_.add(control_.descriptor());
+    ready_.add(drain_.descriptor());
     // Before the first read, so that no change in between is missed.
     listenToAnnouncements(control_);
     const SequencerView view = readSequencer(control_);
