@@ -9,8 +9,8 @@
 #include <utility>
 
 #include "platform/drivers/foreign/burst_log.h"
+#include "platform/drivers/foreign/client_log.h"
 #include "platform/drivers/jack/caretaker.h"
-#include "platform/drivers/jack/client_log.h"
 #include "platform/drivers/jack/echoes.h"
 #include "platform/drivers/jack/jack_client.h"
 #include "platform/drivers/jack/jack_graph.h"

@@ -1,9 +1,9 @@
-#include "platform/drivers/jack/client_log.h"
+#include "platform/drivers/foreign/client_log.h"
 
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
-namespace drivers::jack {
+namespace drivers {
 namespace {
 
 using testing::ElementsAre;
@@ -37,4 +37,4 @@ TEST(ClientLog, ClientsThatLeaveWithTheServerAreNotLogged) {
 }
 
 }  // namespace
-}  // namespace drivers::jack
+}  // namespace drivers

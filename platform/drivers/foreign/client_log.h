@@ -8,7 +8,7 @@
 
 #include "platform/drivers/foreign/recent_names.h"
 
-namespace drivers::jack {
+namespace drivers {
 
 // Remembers clients that disconnected as long as RecentNames does.
 class ClientLog {
@@ -26,4 +26,4 @@ class ClientLog {
   RecentNames gone_;
 };
 
-}  // namespace drivers::jack
+}  // namespace drivers

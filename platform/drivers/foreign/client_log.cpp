@@ -1,6 +1,6 @@
-#include "platform/drivers/jack/client_log.h"
+#include "platform/drivers/foreign/client_log.h"
 
-namespace drivers::jack {
+namespace drivers {
 
 std::vector<std::string> ClientLog::update(const std::vector<std::string>& clients,
                                            const std::function<bool(const std::string& client)>& stillRuns) {
@@ -26,4 +26,4 @@ void ClientLog::serverGone() {
   gone_.clear();
 }
 
-}  // namespace drivers::jack
+}  // namespace drivers
