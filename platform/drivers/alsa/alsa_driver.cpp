@@ -9,9 +9,9 @@
 #include "platform/drivers/alsa/alsa_output.h"
 #include "platform/drivers/alsa/announcements.h"
 #include "platform/drivers/alsa/event_drain.h"
-#include "platform/drivers/alsa/presence.h"
 #include "platform/drivers/alsa/sequencer_view.h"
 #include "platform/drivers/alsa/tap_set.h"
+#include "platform/drivers/foreign/client_log.h"
 #include "platform/drivers/foreign/port_book.h"
 #include "platform/system/descriptor_set.h"
 
@@ -33,7 +33,7 @@ class AlsaDriver : public device::Driver {
     listenToAnnouncements(control_);
     const SequencerView view = readSequencer(control_);
     book_.update(view.clients);
-    presence_.update(view.clients);
+    clientLog_.update(view.clients);
   }
 
   const device::Topology& topology() const override { return book_.topology(); }
@@ -66,7 +66,7 @@ class AlsaDriver : public device::Driver {
   Sequencer control_;  // queries, connects, sends, and receives announcements
   EventDrain drain_;
   PortBook book_;
-  Presence presence_;
+  ClientLog clientLog_;
   AlsaOutput output_;
   TapSet taps_;
   sys::DescriptorSet ready_;
@@ -89,7 +89,7 @@ std::optional<device::Link> AlsaDriver::linkOf(const Subscription& subscription)
 void AlsaDriver::readAll(device::Time now) {
   const SequencerView view = readSequencer(control_);
   if (book_.update(view.clients)) events_->topologyChanged(now);
-  for (const std::string& line : presence_.update(view.clients)) events_->noted(line);
+  for (const std::string& line : clientLog_.update(view.clients)) events_->noted(line);
   output_.setReceivers(view.receivers, now);
   std::set<device::Link> standing;
   for (const Subscription& subscription : view.subscriptions) {

@@ -2,26 +2,29 @@
 
 namespace drivers {
 
-std::vector<std::string> ClientLog::update(const std::vector<std::string>& clients,
-                                           const std::function<bool(const std::string& client)>& stillRuns) {
+std::vector<std::string> ClientLog::update(std::span<const ForeignClient> clients, const StillRuns& stillRuns) {
   std::vector<std::string> lines;
-  const std::set<std::string> now(clients.begin(), clients.end());
+  std::set<std::pair<std::uint64_t, std::string>> now;
+  for (const ForeignClient& client : clients) now.emplace(client.key, client.name);
   for (auto at = here_.begin(); at != here_.end();) {
-    if (now.contains(*at) || stillRuns(*at)) {
+    const std::string& name = at->second;
+    if (now.contains(*at) || (stillRuns && stillRuns(name))) {
       ++at;
       continue;
     }
-    lines.push_back("client \"" + *at + "\" has gone");
-    gone_.add(*at);
+    lines.push_back("client \"" + name + "\" has gone");
+    gone_.add(name);
     at = here_.erase(at);
   }
-  for (const std::string& name : clients) {
-    if (here_.insert(name).second && gone_.take(name)) lines.push_back("client \"" + name + "\" is back");
+  for (const ForeignClient& client : clients) {
+    if (here_.emplace(client.key, client.name).second && gone_.take(client.name)) {
+      lines.push_back("client \"" + client.name + "\" is back");
+    }
   }
   return lines;
 }
 
-void ClientLog::serverGone() {
+void ClientLog::systemGone() {
   here_.clear();
   gone_.clear();
 }

@@ -48,7 +48,7 @@ class JackDriver : public device::Driver {
   void adopt(std::unique_ptr<JackClient> client) {
     client_ = std::move(client);
     ports_.update(readPorts(client_->handle(), client_->portPrefix()));
-    clientLog_.update(ports_.clients(), [](const std::string&) { return true; });
+    clientLog_.update(ports_.clients());
   }
 
   const device::Topology& topology() const override { return ports_.topology(); }
@@ -281,7 +281,7 @@ void JackDriver::clientGone(device::Time now) {
   taps_.clientGone(*events_, now);
   feeds_.clientGone(*client_, now);
   echoes_.clear();
-  clientLog_.serverGone();
+  clientLog_.systemGone();
   stale_ = false;
   restore_.reset();
   caretaker_->close(std::move(client_));

@@ -18,7 +18,7 @@ bool PortDirectory::update(const std::vector<JackPort>& ports) {
   names_.clear();
   for (const auto& [name, key] : keys_) names_.emplace(key, name);
   clients_.clear();
-  for (const ForeignClient& client : clients) clients_.push_back(client.name);
+  for (const ForeignClient& client : clients) clients_.push_back({0, client.name, {}});
   return book_.update(clients);
 }
 

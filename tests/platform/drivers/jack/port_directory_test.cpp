@@ -11,7 +11,7 @@ using testing::ElementsAre;
 TEST(PortDirectory, ClientsAreGroupsAndFullNamesArePorts) {
   PortDirectory ports;
   EXPECT_TRUE(ports.update({{"synth:in", false}, {"keys:out 1", true}, {"synth:thru", true}, {"keys:a:b", true}}));
-  EXPECT_THAT(ports.clients(), ElementsAre("synth", "keys"));
+  EXPECT_THAT(ports.clients(), ElementsAre(ForeignClient{0, "synth", {}}, ForeignClient{0, "keys", {}}));
   ASSERT_EQ(ports.topology().groups().size(), 2U);
   EXPECT_EQ(ports.topology().groups()[0].name, "synth");
   EXPECT_EQ(ports.topology().groups()[0].sinks->names, std::vector<std::string>{"synth:in"});
