@@ -79,10 +79,7 @@ class AlsaDriver : public device::Driver {
 };
 
 std::optional<device::Link> AlsaDriver::linkOf(const Subscription& subscription) const {
-  const auto source = book_.place(keyOf(subscription.sender), device::Side::Source);
-  const auto sink = book_.place(keyOf(subscription.receiver), device::Side::Sink);
-  if (!source || !sink) return std::nullopt;
-  return device::Link{source->group, source->index, sink->group, sink->index};
+  return book_.link(keyOf(subscription.sender), keyOf(subscription.receiver));
 }
 
 // Reports the difference between what exists now and what has been reported.

@@ -3,11 +3,11 @@
 #include <algorithm>
 #include <chrono>
 #include <string>
-#include <thread>
 #include <utility>
 #include <vector>
 
-#include "platform/midi/midi_stream.h"
+#include "platform/drivers/foreign/final_drain.h"
+#include "platform/drivers/foreign/sendable.h"
 #include "platform/system/earliest.h"
 
 namespace drivers::alsa {
@@ -20,8 +20,6 @@ constexpr device::Time LongestPause = std::chrono::milliseconds(16);
 // Small, because a program only waits until its last message is accepted: little may be left to send when it ends.
 constexpr std::size_t BehindBytes = 4U << 10U;
 
-constexpr device::Time LastPatience = std::chrono::seconds(1);
-
 // Senders are held back long before this limit; what other devices emit cannot be held back.
 constexpr std::size_t MostBytesOfSink = 8U << 20U;
 
@@ -31,23 +29,19 @@ AlsaOutput::AlsaOutput(Sequencer& sequencer)
     : sequencer_(sequencer), port_(sequencer.createPort("out", SND_SEQ_PORT_CAP_READ)) {}
 
 AlsaOutput::~AlsaOutput() {
-  const auto clockNow = [] { return device::Time(std::chrono::steady_clock::now().time_since_epoch()); };
-  std::size_t left = bytes();
-  for (device::Time last = clockNow(); left != 0 && clockNow() - last < LastPatience;) {
-    std::this_thread::sleep_for(ShortestPause);
-    for (auto& [address, sink] : sinks_) go(sink, clockNow());
-    if (std::exchange(left, bytes()) != left) last = clockNow();
-  }
+  const auto sendMore = [this] {
+    const device::Time now = std::chrono::steady_clock::now().time_since_epoch();
+    for (auto& [address, sink] : sinks_) go(sink, now);
+  };
+  drainFinally(ShortestPause, sendMore, [this] { return bytes(); });
 }
 
 void AlsaOutput::send(Address to, const device::Message& message, device::Time now) {
   const auto receiver = receivers_.find(to);
   if (receiver == receivers_.end()) return;
   std::vector<std::uint8_t> bytes;
-  const midi::Sendable sendable = midi::appendMidi(message, bytes);
-  if (sendable != midi::Sendable::Yes) {
-    log_.addUnsent(1, receiver->second.text,
-                   sendable == midi::Sendable::NoSuchChannel ? unsent::NoSuchChannel : unsent::NotOneMessage, now);
+  if (const auto why = appendSendable(message, bytes)) {
+    log_.addUnsent(1, receiver->second.text, *why, now);
     return;
   }
   Sink& sink = sinks_.try_emplace(to, Sink{SinkQueue(port_, to, receiver->second)}).first->second;

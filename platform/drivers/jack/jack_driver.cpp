@@ -10,6 +10,7 @@
 
 #include "platform/drivers/foreign/burst_log.h"
 #include "platform/drivers/foreign/client_log.h"
+#include "platform/drivers/foreign/sendable.h"
 #include "platform/drivers/jack/caretaker.h"
 #include "platform/drivers/jack/echoes.h"
 #include "platform/drivers/jack/jack_client.h"
@@ -17,7 +18,6 @@
 #include "platform/drivers/jack/port_directory.h"
 #include "platform/drivers/jack/sink_feeds.h"
 #include "platform/drivers/jack/source_taps.h"
-#include "platform/midi/midi_stream.h"
 #include "platform/system/earliest.h"
 
 namespace drivers::jack {
@@ -100,20 +100,12 @@ device::Started JackDriver::start(device::DriverEvents& events, device::Time now
 
 void JackDriver::deliver(device::PortId sink, const device::Message& message, device::Time now) {
   std::vector<std::uint8_t> bytes;
-  switch (midi::appendMidi(message, bytes)) {
-    case midi::Sendable::NoSuchChannel:
-      bursts_.addUnsent(1, ports_.text(sink), unsent::NoSuchChannel, now);
-      break;
-    case midi::Sendable::NotOneMessage:
-      bursts_.addUnsent(1, ports_.text(sink), unsent::NotOneMessage, now);
-      break;
-    case midi::Sendable::Yes:
-      if (!client_) {
-        bursts_.addUnsent(1, ports_.text(sink), unsent::PortHasGone, now);
-      } else if (!feeds_.send(*client_, ports_, sink, bytes, now)) {
-        return;
-      }
-      break;
+  if (const auto why = appendSendable(message, bytes)) {
+    bursts_.addUnsent(1, ports_.text(sink), *why, now);
+  } else if (!client_) {
+    bursts_.addUnsent(1, ports_.text(sink), unsent::PortHasGone, now);
+  } else if (!feeds_.send(*client_, ports_, sink, bytes, now)) {
+    return;
   }
   // advance may be due sooner than it last returned: something waits, or is to be logged.
   wakeup_->wake();
@@ -235,14 +227,12 @@ void JackDriver::readNotice(const Notice& notice, device::Time now) {
   if (notice.source.starts_with(prefix)) return;
   if (stale_) refresh(now);
   if (!echoes_.isNews(notice.source, notice.sink, made)) return;
-  const auto source = ports_.place(notice.source, device::Side::Source);
-  const auto sink = ports_.place(notice.sink, device::Side::Sink);
-  if (!source || !sink) return;
-  const device::Link link{source->group, source->index, sink->group, sink->index};
+  const auto link = ports_.link(notice.source, notice.sink);
+  if (!link) return;
   if (made) {
-    events_->linked(link, now);
+    events_->linked(*link, now);
   } else {
-    events_->unlinked(link, now);
+    events_->unlinked(*link, now);
   }
 }
 
@@ -267,9 +257,7 @@ void JackDriver::tellLinks(device::Time now) {
       const auto name = ports_.name(source);
       if (!name) continue;
       for (const std::string& other : connectionsOf(client_->handle(), *name)) {
-        if (const auto sink = ports_.place(other, device::Side::Sink)) {
-          events_->linked({source.group, source.index, sink->group, sink->index}, now);
-        }
+        if (const auto link = ports_.link(*name, other)) events_->linked(*link, now);
       }
     }
   }

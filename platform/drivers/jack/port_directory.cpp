@@ -33,6 +33,12 @@ std::optional<device::PortId> PortDirectory::place(const std::string& name, devi
   return key == keys_.end() ? std::nullopt : book_.place(key->second, side);
 }
 
+std::optional<device::Link> PortDirectory::link(const std::string& source, const std::string& sink) const {
+  const auto from = keys_.find(source);
+  const auto to = keys_.find(sink);
+  return from == keys_.end() || to == keys_.end() ? std::nullopt : book_.link(from->second, to->second);
+}
+
 // A name that is known already keeps its key.
 std::uint64_t PortDirectory::keyOf(const std::string& name, Keys& now) {
   if (const auto known = now.find(name); known != now.end()) return known->second;

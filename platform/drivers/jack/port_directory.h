@@ -32,6 +32,9 @@ class PortDirectory {
   // Returns nullopt if no port has this name now.
   std::optional<device::PortId> place(const std::string& name, device::Side side) const;
 
+  // Returns the connection between these ports; nullopt unless both exist, the first as a source, the other as a sink.
+  std::optional<device::Link> link(const std::string& source, const std::string& sink) const;
+
   // Returns all clients that have ports now, in order, with their names alone: these are unique in JACK.
   const std::vector<ForeignClient>& clients() const { return clients_; }
 

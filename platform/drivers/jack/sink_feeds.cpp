@@ -6,8 +6,8 @@
 #include <cerrno>
 #include <chrono>
 #include <thread>
-#include <utility>
 
+#include "platform/drivers/foreign/final_drain.h"
 #include "platform/system/earliest.h"
 
 namespace drivers::jack {
@@ -17,7 +17,6 @@ using namespace std::chrono_literals;
 
 constexpr device::Time IdleFor = 10s;
 constexpr device::Time BetweenFeedTries = 1s;
-constexpr auto LastPatience = 1s;
 
 // Senders are held back long before this limit; what comes from other systems cannot be held back.
 constexpr std::size_t MaxWaiting = std::size_t{16} * 1024 * 1024;
@@ -68,19 +67,16 @@ std::optional<device::Time> SinkFeeds::pump(JackClient& client, const PortDirect
 }
 
 void SinkFeeds::finish(JackClient& client) {
-  using Clock = std::chrono::steady_clock;
+  if (unsentBytes(client) == 0) return;
   const auto pause = std::max<std::chrono::nanoseconds>(client.period(), 1ms);
-  std::size_t left = unsentBytes(client);
-  if (left == 0) return;
-  for (auto moved = Clock::now(); left != 0 && Clock::now() - moved < LastPatience;) {
-    std::this_thread::sleep_for(pause);
+  const auto sendMore = [this] {
     for (auto& [sink, feed] : feeds_) {
       waiting_ -= feed.outlet.waitingBytes();
       feed.outlet.pump();
       waiting_ += feed.outlet.waitingBytes();
     }
-    if (std::exchange(left, unsentBytes(client)) != left) moved = Clock::now();
-  }
+  };
+  drainFinally(pause, sendMore, [&] { return unsentBytes(client); });
   // What the process callback has written for a period is read in that period, which may not be over yet.
   std::this_thread::sleep_for(2 * pause);
 }

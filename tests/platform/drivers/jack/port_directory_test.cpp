@@ -20,6 +20,9 @@ TEST(PortDirectory, ClientsAreGroupsAndFullNamesArePorts) {
   EXPECT_EQ(ports.place("keys:a:b", device::Side::Source), (device::PortId{1, 1, device::Side::Source}));
   EXPECT_EQ(ports.place("keys:a:b", device::Side::Sink), std::nullopt);
   EXPECT_EQ(ports.name({1, 0, device::Side::Source}), "keys:out 1");
+  EXPECT_EQ(ports.link("keys:a:b", "synth:in"), (device::Link{1, 1, 0, 0}));
+  EXPECT_EQ(ports.link("synth:in", "keys:a:b"), std::nullopt);
+  EXPECT_EQ(ports.link("keys:a:b", "synth:out"), std::nullopt);
 }
 
 TEST(PortDirectory, ReturningPortsHaveTheirPlacesAgain) {
