@@ -8,10 +8,10 @@
 #include "platform/drivers/described/device_file.h"
 #include "platform/drivers/side_by_side.h"
 #ifdef FLOWSCOPE_HAVE_ALSA
-#include "platform/drivers/alsa/alsa_driver.h"
+#include "platform/drivers/alsa/driver.h"
 #endif
 #ifdef FLOWSCOPE_HAVE_JACK
-#include "platform/drivers/jack/jack_driver.h"
+#include "platform/drivers/jack/driver.h"
 #endif
 
 namespace drivers {

@@ -9,8 +9,8 @@
 #include <span>
 #include <vector>
 
-#include "platform/drivers/alsa/sequencer.h"
-#include "platform/drivers/alsa/sequencer_view.h"
+#include "platform/drivers/alsa/client.h"
+#include "platform/drivers/alsa/graph.h"
 
 namespace drivers::alsa {
 

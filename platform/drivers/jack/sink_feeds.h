@@ -9,9 +9,9 @@
 #include <utility>
 
 #include "platform/drivers/foreign/burst_log.h"
-#include "platform/drivers/jack/jack_client.h"
-#include "platform/drivers/jack/outlet.h"
+#include "platform/drivers/jack/client.h"
 #include "platform/drivers/jack/port_directory.h"
+#include "platform/drivers/jack/sink_queue.h"
 
 namespace drivers::jack {
 

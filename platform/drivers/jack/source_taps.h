@@ -9,10 +9,10 @@
 #include <unordered_map>
 
 #include "platform/device/driver.h"
-#include "platform/drivers/jack/capture_reader.h"
-#include "platform/drivers/jack/jack_client.h"
+#include "platform/drivers/jack/client.h"
 #include "platform/drivers/jack/port_directory.h"
-#include "platform/drivers/jack/skip_news.h"
+#include "platform/drivers/jack/skipped_periods.h"
+#include "platform/drivers/jack/source_reader.h"
 
 namespace drivers::jack {
 

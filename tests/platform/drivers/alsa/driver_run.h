@@ -12,7 +12,7 @@
 #include <vector>
 
 #include "platform/device/driver.h"
-#include "platform/drivers/alsa/alsa_driver.h"
+#include "platform/drivers/alsa/driver.h"
 
 namespace drivers::alsa {
 

@@ -1,6 +1,6 @@
 #include <gtest/gtest.h>
 
-#include "platform/drivers/alsa/sequencer_view.h"
+#include "platform/drivers/alsa/graph.h"
 
 namespace drivers::alsa {
 namespace {

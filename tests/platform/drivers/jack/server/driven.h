@@ -13,7 +13,7 @@
 #include <variant>
 #include <vector>
 
-#include "platform/drivers/jack/jack_driver.h"
+#include "platform/drivers/jack/driver.h"
 #include "tests/platform/midi/smf_maker.h"
 #include "tests/support/deadline.h"
 

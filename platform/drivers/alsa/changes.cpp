@@ -1,0 +1,44 @@
+#include "platform/drivers/alsa/changes.h"
+
+#include <cerrno>
+
+namespace drivers::alsa {
+
+void listenToAnnouncements(Sequencer& sequencer) {
+  const Address port = sequencer.createPort("announcements", SND_SEQ_PORT_CAP_WRITE | SND_SEQ_PORT_CAP_NO_EXPORT);
+  const int code = sequencer.subscribe({{SND_SEQ_CLIENT_SYSTEM, SND_SEQ_PORT_SYSTEM_ANNOUNCE}, port});
+  if (code < 0) throw SequencerError("cannot listen to the ALSA sequencer's announcements", code);
+}
+
+void readAnnouncements(const Sequencer& sequencer, Changes& changes) {
+  for (;;) {
+    snd_seq_event_t* event = nullptr;
+    const int code = snd_seq_event_input(sequencer.handle(), &event);
+    if (code == -EINTR) continue;
+    if (code == -ENOSPC) {
+      changes.ports = true;
+      continue;
+    }
+    if (code < 0) return;
+    switch (event->type) {
+      case SND_SEQ_EVENT_CLIENT_START:
+      case SND_SEQ_EVENT_CLIENT_EXIT:
+      case SND_SEQ_EVENT_CLIENT_CHANGE:
+      case SND_SEQ_EVENT_PORT_START:
+      case SND_SEQ_EVENT_PORT_EXIT:
+      case SND_SEQ_EVENT_PORT_CHANGE:
+        changes.ports = true;
+        break;
+      case SND_SEQ_EVENT_PORT_SUBSCRIBED:
+      case SND_SEQ_EVENT_PORT_UNSUBSCRIBED: {
+        const auto& [sender, receiver] = event->data.connect;
+        changes.subscriptions.push_back({{sender.client, sender.port}, {receiver.client, receiver.port}});
+        break;
+      }
+      default:
+        break;
+    }
+  }
+}
+
+}  // namespace drivers::alsa

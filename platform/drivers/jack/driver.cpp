@@ -1,0 +1,300 @@
+#include "platform/drivers/jack/driver.h"
+
+#include <jack/jack.h>
+
+#include <cerrno>
+#include <chrono>
+#include <csignal>
+#include <optional>
+#include <utility>
+
+#include "platform/drivers/foreign/burst_log.h"
+#include "platform/drivers/foreign/client_log.h"
+#include "platform/drivers/foreign/sendable.h"
+#include "platform/drivers/jack/client.h"
+#include "platform/drivers/jack/client_opener.h"
+#include "platform/drivers/jack/echoes.h"
+#include "platform/drivers/jack/graph.h"
+#include "platform/drivers/jack/port_directory.h"
+#include "platform/drivers/jack/sink_feeds.h"
+#include "platform/drivers/jack/source_taps.h"
+#include "platform/system/earliest.h"
+
+namespace drivers::jack {
+namespace {
+
+using namespace std::chrono_literals;
+
+constexpr auto PatienceAtTheStart = 5s;
+constexpr device::Time BetweenRestores = 1s;
+// On a busy machine periods are skipped all the time.
+constexpr device::Time BetweenSkipLines = 10s;
+// Bytes of events in one call; about four thousand short events.
+constexpr std::size_t PieceBytes = std::size_t{64} * 1024;
+constexpr std::size_t ManyWaitingBytes = std::size_t{256} * 1024;
+
+class JackDriver : public device::Driver {
+ public:
+  JackDriver(std::shared_ptr<sys::EventDescriptor> wakeup, std::unique_ptr<Caretaker> caretaker)
+      : wakeup_(std::move(wakeup)), caretaker_(std::move(caretaker)) {}
+
+  ~JackDriver() override {
+    if (!client_) return;
+    feeds_.finish(*client_);
+    caretaker_->close(std::move(client_));
+  }
+
+  // Call before start. Takes over an open client.
+  void adopt(std::unique_ptr<JackClient> client) {
+    client_ = std::move(client);
+    ports_.update(readPorts(client_->handle(), client_->portPrefix()));
+    clientLog_.update(ports_.clients());
+  }
+
+  const device::Topology& topology() const override { return ports_.topology(); }
+  bool behind() const override { return feeds_.waitingBytes() > ManyWaitingBytes; }
+
+  device::Started start(device::DriverEvents& events, device::Time now) override;
+  void deliver(device::PortId sink, const device::Message& message, device::Time now) override;
+  void setUsed(device::PortId source, bool used, device::Time now) override;
+  std::optional<device::Time> advance(device::Time now) override;
+  std::optional<device::Status> patch(bool made, const device::Link& link, device::Time now) override;
+  void finish(device::Time now) override;
+
+ private:
+  void outliveServers();
+  bool countSkipped(device::Time now);
+  void lookForClient(device::Time now);
+  void readNotices(device::Time now);
+  void readNotice(const Notice& notice, device::Time now);
+  void refresh(device::Time now);
+  void tellLinks(device::Time now);
+  void clientGone(device::Time now);
+
+  std::shared_ptr<sys::EventDescriptor> wakeup_;
+  std::unique_ptr<Caretaker> caretaker_;
+  std::unique_ptr<JackClient> client_;  // null while no server runs
+  device::DriverEvents* events_ = nullptr;
+  PortDirectory ports_;
+  ClientLog clientLog_;
+  Echoes echoes_;
+  SourceTaps taps_;
+  BurstLog bursts_;
+  SinkFeeds feeds_{bursts_};
+  bool stale_ = false;     // ports were added or removed that ports_ does not know of yet
+  bool wasThere_ = false;  // a server has run before
+  bool outlives_ = false;
+  std::optional<device::Time> restore_;  // when to restore taps_
+};
+
+device::Started JackDriver::start(device::DriverEvents& events, device::Time now) {
+  events_ = &events;
+  wasThere_ = client_ != nullptr;
+  if (wasThere_) {
+    tellLinks(now);
+  } else {
+    events_->warned("no JACK server runs: waiting for one");
+  }
+  return {.links = {}, .descriptor = wakeup_->descriptor()};
+}
+
+void JackDriver::deliver(device::PortId sink, const device::Message& message, device::Time now) {
+  std::vector<std::uint8_t> bytes;
+  if (const auto why = appendSendable(message, bytes)) {
+    bursts_.addUnsent(1, ports_.text(sink), *why, now);
+  } else if (!client_) {
+    bursts_.addUnsent(1, ports_.text(sink), unsent::PortHasGone, now);
+  } else if (!feeds_.send(*client_, ports_, sink, bytes, now)) {
+    return;
+  }
+  // advance may be due sooner than it last returned: something waits, or is to be logged.
+  wakeup_->wake();
+}
+
+void JackDriver::setUsed(device::PortId source, bool used, device::Time /*now*/) {
+  taps_.setUsed(client_.get(), ports_, source, used);
+}
+
+// A request to a dying server must not end the process. The service's thread blocks SIGPIPE, because the thread that
+// starts the driver belongs to the program.
+void JackDriver::outliveServers() {
+  if (std::exchange(outlives_, true)) return;
+  sigset_t pipe;
+  sigemptyset(&pipe);
+  sigaddset(&pipe, SIGPIPE);
+  pthread_sigmask(SIG_BLOCK, &pipe, nullptr);
+}
+
+std::optional<device::Time> JackDriver::advance(device::Time now) {
+  outliveServers();
+  wakeup_->clear();
+  lookForClient(now);
+  std::optional<device::Time> next;
+  if (client_) {
+    // Reports what a client sent before reporting that it disconnected.
+    const bool more = taps_.take(*client_, *events_, now, PieceBytes);
+    if (countSkipped(now)) taps_.skipped();
+    readNotices(now);
+    if (client_ && more) {
+      next = now;
+    } else if (client_ && restore_ && *restore_ <= now) {
+      restore_.reset();
+      if (const auto line = taps_.restore(*client_, ports_)) events_->noted(*line);
+    }
+  }
+  sys::keepEarlier(next, taps_.tellSkipped(*events_, now));
+  if (client_) sys::keepEarlier(next, feeds_.pump(*client_, ports_, now));
+  sys::keepEarlier(next, bursts_.advance(now, [&](std::string_view line) { events_->noted(line); }));
+  sys::keepEarlier(next, restore_);
+  return next;
+}
+
+std::optional<device::Status> JackDriver::patch(bool made, const device::Link& link, device::Time now) {
+  const auto source = ports_.name(link.source());
+  const auto sink = ports_.name(link.sink());
+  if (!client_ || !source || !sink) return device::Status::NotFound;
+  if (made) {
+    const int result = jack_connect(client_->handle(), source->c_str(), sink->c_str());
+    if (result != 0 && result != EEXIST) return device::Status::Refused;
+    if (result == 0) echoes_.expect(*source, *sink, true);
+    events_->linked(link, now);
+  } else {
+    if (jack_disconnect(client_->handle(), source->c_str(), sink->c_str()) != 0) return device::Status::NotFound;
+    echoes_.expect(*source, *sink, false);
+    events_->unlinked(link, now);
+  }
+  return device::Status::Ok;
+}
+
+void JackDriver::finish(device::Time now) {
+  countSkipped(now);
+  bursts_.finish([&](std::string_view line) { events_->noted(line); });
+}
+
+// Returns true if there were any.
+bool JackDriver::countSkipped(device::Time now) {
+  const auto skipped = client_ ? client_->takeSkipped() : 0;
+  if (skipped > 0) bursts_.add(skipped, "period", "skipped, too late: messages may be lost", now, BetweenSkipLines);
+  return skipped > 0;
+}
+
+void JackDriver::lookForClient(device::Time now) {
+  auto opened = caretaker_->result();
+  if (!opened) return;
+  if (auto* client = std::get_if<std::unique_ptr<JackClient>>(&*opened)) {
+    client_ = std::move(*client);
+    events_->warned(wasThere_ ? "the JACK server is back" : "the JACK server is there");
+    wasThere_ = true;
+    refresh(now);
+    tellLinks(now);
+  } else {
+    // The first try failed after openJack had stopped waiting for it.
+    caretaker_->open(true);
+  }
+}
+
+void JackDriver::readNotices(device::Time now) {
+  for (const Notice& notice : client_->notices().take()) {
+    readNotice(notice, now);
+    if (!client_) return;
+  }
+  if (stale_) refresh(now);
+}
+
+void JackDriver::readNotice(const Notice& notice, device::Time now) {
+  switch (notice.kind) {
+    case Notice::Kind::Ports:
+      stale_ = true;
+      return;
+    case Notice::Kind::Renamed:
+      refresh(now);
+      tellLinks(now);
+      return;
+    case Notice::Kind::Ended:
+      clientGone(now);
+      return;
+    case Notice::Kind::Connected:
+    case Notice::Kind::Disconnected:
+      break;
+  }
+  const std::string& prefix = client_->portPrefix();
+  const bool made = notice.kind == Notice::Kind::Connected;
+  if (notice.sink.starts_with(prefix)) {
+    // Another client ended a tap's connection, unless the source no longer exists.
+    if (!made) sys::keepEarlier(restore_, now + BetweenRestores);
+    return;
+  }
+  if (notice.source.starts_with(prefix)) return;
+  if (stale_) refresh(now);
+  if (!echoes_.isNews(notice.source, notice.sink, made)) return;
+  const auto link = ports_.link(notice.source, notice.sink);
+  if (!link) return;
+  if (made) {
+    events_->linked(*link, now);
+  } else {
+    events_->unlinked(*link, now);
+  }
+}
+
+void JackDriver::refresh(device::Time now) {
+  stale_ = false;
+  jack_client_t* handle = client_->handle();
+  const bool changed = ports_.update(readPorts(handle, client_->portPrefix()));
+  for (const std::string& line : clientLog_.update(
+           ports_.clients(), [handle](const std::string& client) { return clientRuns(handle, client); })) {
+    events_->noted(line);
+  }
+  if (changed) events_->topologyChanged(now);
+  // A port that returned unnoticed also needs its tap again.
+  restore_ = now;
+}
+
+void JackDriver::tellLinks(device::Time now) {
+  for (const device::Group& group : ports_.topology().groups()) {
+    const std::uint16_t count = group.sources ? group.sources->count : std::uint16_t{0};
+    for (std::uint16_t index = 0; index < count; ++index) {
+      const device::PortId source{group.handle, index, device::Side::Source};
+      const auto name = ports_.name(source);
+      if (!name) continue;
+      for (const std::string& other : connectionsOf(client_->handle(), *name)) {
+        if (const auto link = ports_.link(*name, other)) events_->linked(*link, now);
+      }
+    }
+  }
+}
+
+void JackDriver::clientGone(device::Time now) {
+  while (taps_.take(*client_, *events_, now, PieceBytes)) {
+  }
+  taps_.clientGone(*events_, now);
+  feeds_.clientGone(*client_, now);
+  echoes_.clear();
+  clientLog_.systemGone();
+  stale_ = false;
+  restore_.reset();
+  caretaker_->close(std::move(client_));
+  caretaker_->open(true);
+  events_->warned("the JACK server has gone");
+  if (ports_.update({})) events_->topologyChanged(now);
+}
+
+}  // namespace
+}  // namespace drivers::jack
+
+namespace drivers {
+
+std::variant<std::unique_ptr<device::Driver>, std::string> openJack(Absent absent) {
+  auto wakeup = std::make_shared<sys::EventDescriptor>();
+  auto caretaker = std::make_unique<jack::Caretaker>(wakeup);
+  caretaker->open(false);
+  auto opened = caretaker->result(jack::PatienceAtTheStart);
+  const std::string* problem = opened ? std::get_if<std::string>(&*opened) : nullptr;
+  if (absent == Absent::Fails && !opened) return std::string("the JACK server does not answer");
+  if (absent == Absent::Fails && problem != nullptr) return *problem;
+  if (problem != nullptr) caretaker->open(true);
+  auto driver = std::make_unique<jack::JackDriver>(std::move(wakeup), std::move(caretaker));
+  if (opened && problem == nullptr) driver->adopt(std::get<0>(std::move(*opened)));
+  return driver;
+}
+
+}  // namespace drivers
