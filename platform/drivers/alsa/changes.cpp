@@ -4,16 +4,16 @@
 
 namespace drivers::alsa {
 
-void listenToAnnouncements(Sequencer& sequencer) {
-  const Address port = sequencer.createPort("announcements", SND_SEQ_PORT_CAP_WRITE | SND_SEQ_PORT_CAP_NO_EXPORT);
-  const int code = sequencer.subscribe({{SND_SEQ_CLIENT_SYSTEM, SND_SEQ_PORT_SYSTEM_ANNOUNCE}, port});
+void listenToAnnouncements(Client& client) {
+  const Address port = client.createPort("announcements", SND_SEQ_PORT_CAP_WRITE | SND_SEQ_PORT_CAP_NO_EXPORT);
+  const int code = client.subscribe({{SND_SEQ_CLIENT_SYSTEM, SND_SEQ_PORT_SYSTEM_ANNOUNCE}, port});
   if (code < 0) throw SequencerError("cannot listen to the ALSA sequencer's announcements", code);
 }
 
-void readAnnouncements(const Sequencer& sequencer, Changes& changes) {
+void readAnnouncements(const Client& client, Changes& changes) {
   for (;;) {
     snd_seq_event_t* event = nullptr;
-    const int code = snd_seq_event_input(sequencer.handle(), &event);
+    const int code = snd_seq_event_input(client.handle(), &event);
     if (code == -EINTR) continue;
     if (code == -ENOSPC) {
       changes.ports = true;

@@ -17,10 +17,10 @@ struct Changes {
 };
 
 // Subscribes a port of the client to System:Announce. Throws SequencerError.
-void listenToAnnouncements(Sequencer& sequencer);
+void listenToAnnouncements(Client& client);
 
 // Adds what has been announced to that client since the last call. If the kernel lost announcements, anything may have
 // changed.
-void readAnnouncements(const Sequencer& sequencer, Changes& changes);
+void readAnnouncements(const Client& client, Changes& changes);
 
 }  // namespace drivers::alsa

@@ -12,7 +12,7 @@ namespace {
 
 constexpr std::size_t MostClients = 256;
 
-// The client numbers of the Sequencers in this process: there may be more than one driver.
+// The numbers of the Clients in this process: there may be more than one driver.
 std::array<std::atomic<bool>, MostClients>& own() {
   static std::array<std::atomic<bool>, MostClients> numbers{};
   return numbers;
@@ -38,7 +38,7 @@ std::string errorText(int code) { return snd_strerror(code); }
 
 SequencerError::SequencerError(const std::string& what, int code) : std::runtime_error(what + ": " + errorText(code)) {}
 
-Sequencer::Sequencer(const char* name) {
+Client::Client(const char* name) {
   if (const int code = snd_seq_open(&handle_, "default", SND_SEQ_OPEN_DUPLEX, SND_SEQ_NONBLOCK); code < 0) {
     throw SequencerError("cannot open the ALSA sequencer", code);
   }
@@ -47,34 +47,34 @@ Sequencer::Sequencer(const char* name) {
   snd_seq_set_client_name(handle_, name);
 }
 
-Sequencer::~Sequencer() {
+Client::~Client() {
   // Before closing: once the number is free, the next client gets it.
   own().at(client_) = false;
   snd_seq_close(handle_);
 }
 
-int Sequencer::descriptor() const {
+int Client::descriptor() const {
   pollfd polled{};
   snd_seq_poll_descriptors(handle_, &polled, 1, POLLIN);
   return polled.fd;
 }
 
-Address Sequencer::createPort(const char* name, unsigned capabilities) {
+Address Client::createPort(const char* name, unsigned capabilities) {
   const int port = snd_seq_create_simple_port(handle_, name, capabilities,
                                               SND_SEQ_PORT_TYPE_MIDI_GENERIC | SND_SEQ_PORT_TYPE_APPLICATION);
   if (port < 0) throw SequencerError("cannot make a port in the ALSA sequencer", port);
   return {client_, static_cast<std::uint8_t>(port)};
 }
 
-int Sequencer::subscribe(const Subscription& subscription) const {
+int Client::subscribe(const Subscription& subscription) const {
   return with(subscription, [&](auto* form) { return snd_seq_subscribe_port(handle_, form); });
 }
 
-int Sequencer::unsubscribe(const Subscription& subscription) const {
+int Client::unsubscribe(const Subscription& subscription) const {
   return with(subscription, [&](auto* form) { return snd_seq_unsubscribe_port(handle_, form); });
 }
 
-bool Sequencer::stands(const Subscription& subscription) const {
+bool Client::stands(const Subscription& subscription) const {
   return with(subscription, [&](auto* form) { return snd_seq_get_port_subscription(handle_, form); }) == 0;
 }
 

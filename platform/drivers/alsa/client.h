@@ -1,4 +1,4 @@
-// A client of the ALSA sequencer that belongs to this driver.
+// Our clients of the ALSA sequencer.
 #pragma once
 
 #include <alsa/asoundlib.h>
@@ -21,16 +21,15 @@ class SequencerError : public std::runtime_error {
 std::string errorText(int code);
 
 // Requests are thread-safe; only one thread at a time may read events. Reading and writing never block.
-class Sequencer {
+class Client {
  public:
   // Throws SequencerError.
-  explicit Sequencer(const char* name);
-  Sequencer(const Sequencer&) = delete;
-  Sequencer& operator=(const Sequencer&) = delete;
-  ~Sequencer();
+  explicit Client(const char* name);
+  Client(const Client&) = delete;
+  Client& operator=(const Client&) = delete;
+  ~Client();
 
   snd_seq_t* handle() const { return handle_; }
-  std::uint8_t client() const { return client_; }
 
   // Readable when events have arrived.
   int descriptor() const;
@@ -50,7 +49,7 @@ class Sequencer {
   std::uint8_t client_ = 0;
 };
 
-// True for a client that a driver in this process opened as a Sequencer.
+// True for a client that a driver in this process opened as a Client.
 bool isOwn(const snd_seq_client_info_t& client);
 
 }  // namespace drivers::alsa

@@ -26,14 +26,14 @@ constexpr int MostEventsInOnePiece = 1'000;
 
 class AlsaDriver : public device::Driver {
  public:
-  AlsaDriver() : control_("flowscope"), drain_(MostBytesOfQueue), output_(control_), taps_(drain_, book_) {
+  AlsaDriver() : control_("flowscope"), input_(MostBytesOfQueue), feeds_(control_), taps_(input_, book_) {
     ready_.add(control_.descriptor());
-    ready_.add(drain_.descriptor());
+    ready_.add(input_.descriptor());
     // Before the first read, so that no change in between is missed.
     listenToAnnouncements(control_);
-    const SequencerView view = readSequencer(control_);
-    book_.update(view.clients);
-    clientLog_.update(view.clients);
+    const Graph graph = readGraph(control_);
+    book_.update(graph.clients);
+    clientLog_.update(graph.clients);
   }
 
   const device::Topology& topology() const override { return book_.topology(); }
@@ -45,7 +45,7 @@ class AlsaDriver : public device::Driver {
   }
 
   void deliver(device::PortId sink, const device::Message& message, device::Time now) override {
-    if (const auto key = book_.key(sink)) output_.send(addressOf(*key), message, now);
+    if (const auto key = book_.key(sink)) feeds_.send(addressOf(*key), message, now);
   }
 
   void setUsed(device::PortId source, bool used, device::Time /*now*/) override {
@@ -54,8 +54,8 @@ class AlsaDriver : public device::Driver {
 
   std::optional<device::Time> advance(device::Time now) override;
   std::optional<device::Status> patch(bool made, const device::Link& link, device::Time now) override;
-  bool behind() const override { return output_.behind(); }
-  void finish(device::Time /*now*/) override { output_.finish(*events_); }
+  bool behind() const override { return feeds_.behind(); }
+  void finish(device::Time /*now*/) override { feeds_.finish(*events_); }
 
  private:
   std::optional<device::Link> linkOf(const Subscription& subscription) const;
@@ -63,12 +63,12 @@ class AlsaDriver : public device::Driver {
   void readOne(const Subscription& subscription, device::Time now);
   bool takeEvents(device::Time now);
 
-  Sequencer control_;  // queries, connects, sends, and receives announcements
-  EventDrain drain_;
+  Client control_;  // queries, connects, sends, and receives announcements
+  Input input_;
   PortBook book_;
   ClientLog clientLog_;
-  AlsaOutput output_;
-  TapSet taps_;
+  SinkFeeds feeds_;
+  SourceTaps taps_;
   sys::DescriptorSet ready_;
   device::DriverEvents* events_ = nullptr;
   std::set<device::Link> links_;  // as reported
@@ -84,12 +84,12 @@ std::optional<device::Link> AlsaDriver::linkOf(const Subscription& subscription)
 
 // Reports the difference between what exists now and what has been reported.
 void AlsaDriver::readAll(device::Time now) {
-  const SequencerView view = readSequencer(control_);
-  if (book_.update(view.clients)) events_->topologyChanged(now);
-  for (const std::string& line : clientLog_.update(view.clients)) events_->noted(line);
-  output_.setReceivers(view.receivers, now);
+  const Graph graph = readGraph(control_);
+  if (book_.update(graph.clients)) events_->topologyChanged(now);
+  for (const std::string& line : clientLog_.update(graph.clients)) events_->noted(line);
+  feeds_.setReceivers(graph.receivers, now);
   std::set<device::Link> standing;
-  for (const Subscription& subscription : view.subscriptions) {
+  for (const Subscription& subscription : graph.subscriptions) {
     if (const auto link = linkOf(subscription)) standing.insert(*link);
   }
   const std::set<device::Link> told = std::exchange(links_, standing);
@@ -118,10 +118,10 @@ std::optional<device::Time> AlsaDriver::advance(device::Time now) {
   readAnnouncements(control_, changes_);
   const bool begun = taken_ < batch_.size();
   // Reports what a source emitted before reporting that it was removed.
-  if (!begun && changes_.any()) drain_.catchUp();
+  if (!begun && changes_.any()) input_.catchUp();
   const bool changed = !begun && changes_.any();
   if (!begun) {
-    batch_ = drain_.take();
+    batch_ = input_.take();
     taken_ = 0;
     due_ = changed ? std::exchange(changes_, {}) : Changes{};
   }
@@ -135,7 +135,7 @@ std::optional<device::Time> AlsaDriver::advance(device::Time now) {
       taps_.refresh(*events_);
     }
   }
-  const auto next = output_.advance(*events_, now);
+  const auto next = feeds_.advance(*events_, now);
   return more || changes_.any() ? std::optional(now) : next;
 }
 

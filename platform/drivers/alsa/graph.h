@@ -24,7 +24,7 @@ struct Receiver {
   friend bool operator==(const Receiver&, const Receiver&) = default;
 };
 
-struct SequencerView {
+struct Graph {
   std::vector<ForeignClient> clients;  // those with MIDI ports, in order of their numbers
   std::vector<Subscription> subscriptions;
   std::map<Address, Receiver> receivers;
@@ -33,10 +33,10 @@ struct SequencerView {
 // Reads everything from the kernel. Leaves out client 0, the kernel's own (its timer and announcements are not MIDI),
 // ports that their owner hides, and the clients of drivers in this process. What disappears meanwhile may be included
 // or not.
-SequencerView readSequencer(const Sequencer& sequencer);
+Graph readGraph(const Client& own);
 
 // Returns the receivers that are subscribed to a port that emits.
-std::vector<Address> receiversOf(const Sequencer& sequencer, Address sender);
+std::vector<Address> receiversOf(const Client& own, Address sender);
 
 // Returns the name for a port: its own if that begins with the client's, otherwise both.
 std::string nameOfPort(std::string_view client, std::string_view port);

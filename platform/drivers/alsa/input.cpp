@@ -26,31 +26,31 @@ void comeFirst() {
 
 }  // namespace
 
-EventDrain::EventDrain(std::size_t mostBytes)
-    : sequencer_("flowscope taps"),
+Input::Input(std::size_t mostBytes)
+    : client_("flowscope taps"),
       // Others may see the port, but not subscribe to it.
-      port_(sequencer_.createPort("taps", SND_SEQ_PORT_CAP_WRITE)),
+      port_(client_.createPort("taps", SND_SEQ_PORT_CAP_WRITE)),
       queue_(mostBytes) {
-  if (const int code = snd_seq_set_client_pool_input(sequencer_.handle(), PoolCells); code < 0) {
+  if (const int code = snd_seq_set_client_pool_input(client_.handle(), PoolCells); code < 0) {
     throw SequencerError("cannot get room for events from the ALSA sequencer", code);
   }
-  snd_seq_set_input_buffer_size(sequencer_.handle(), PoolCells * sizeof(snd_seq_event_t));
+  snd_seq_set_input_buffer_size(client_.handle(), PoolCells * sizeof(snd_seq_event_t));
   const sys::WithoutSignals quiet;
   thread_ = std::thread([this] { run(); });
 }
 
-EventDrain::~EventDrain() {
+Input::~Input() {
   stop_.wake();
   thread_.join();
 }
 
-std::vector<QueuedEvent> EventDrain::take() {
+std::vector<QueuedEvent> Input::take() {
   // Before taking: what arrives in between sets it again.
   wakeup_.clear();
   return queue_.take();
 }
 
-void EventDrain::catchUp() {
+void Input::catchUp() {
   wanted_ = true;
   const std::lock_guard lock(reading_);
   wanted_ = false;
@@ -59,12 +59,12 @@ void EventDrain::catchUp() {
 }
 
 // Returns false if no more events can arrive.
-bool EventDrain::readSome() {
+bool Input::readSome() {
   bool any = false;
   int code = 0;
   for (int read = 0; read < MostInOnePiece; ++read) {
     snd_seq_event_t* event = nullptr;
-    code = snd_seq_event_input(sequencer_.handle(), &event);
+    code = snd_seq_event_input(client_.handle(), &event);
     if (code == -ENOSPC) {
       queue_.addOverflow();
     } else if (code == -EINTR) {
@@ -80,10 +80,10 @@ bool EventDrain::readSome() {
   return code >= 0 || code == -EAGAIN || code == -EINTR || code == -ENOSPC;
 }
 
-void EventDrain::run() {
+void Input::run() {
   comeFirst();
   pthread_setname_np(pthread_self(), "alsa-drain");
-  std::array<pollfd, 2> polled{pollfd{sequencer_.descriptor(), POLLIN, 0}, pollfd{stop_.descriptor(), POLLIN, 0}};
+  std::array<pollfd, 2> polled{pollfd{client_.descriptor(), POLLIN, 0}, pollfd{stop_.descriptor(), POLLIN, 0}};
   for (bool goesOn = true; goesOn;) {
     if (poll(polled.data(), polled.size(), -1) < 0 && errno != EINTR) return;
     if (polled[1].revents != 0) return;

@@ -15,15 +15,15 @@ namespace drivers::alsa {
 // A client with one port to which sources are subscribed, and a thread that only reads its events into a queue. If the
 // kernel's event pool for the client fills up, the kernel drops all of it. So the pool is as large as the kernel
 // allows, and the thread reads it whatever the service is doing.
-class EventDrain {
+class Input {
  public:
   // mostBytes: how many bytes may wait in the queue. Throws SequencerError or std::system_error.
-  explicit EventDrain(std::size_t mostBytes);
-  EventDrain(const EventDrain&) = delete;
-  EventDrain& operator=(const EventDrain&) = delete;
-  ~EventDrain();
+  explicit Input(std::size_t mostBytes);
+  Input(const Input&) = delete;
+  Input& operator=(const Input&) = delete;
+  ~Input();
 
-  const Sequencer& sequencer() const { return sequencer_; }
+  const Client& client() const { return client_; }
   Address port() const { return port_; }
 
   // Readable when there is something to take.
@@ -40,7 +40,7 @@ class EventDrain {
   bool readSome();
   void run();
 
-  Sequencer sequencer_;
+  Client client_;
   Address port_;
   EventQueue queue_;
   sys::EventDescriptor wakeup_;

@@ -25,10 +25,9 @@ constexpr std::size_t MostBytesOfSink = 8U << 20U;
 
 }  // namespace
 
-AlsaOutput::AlsaOutput(Sequencer& sequencer)
-    : sequencer_(sequencer), port_(sequencer.createPort("out", SND_SEQ_PORT_CAP_READ)) {}
+SinkFeeds::SinkFeeds(Client& client) : client_(client), port_(client.createPort("out", SND_SEQ_PORT_CAP_READ)) {}
 
-AlsaOutput::~AlsaOutput() {
+SinkFeeds::~SinkFeeds() {
   const auto sendMore = [this] {
     const device::Time now = std::chrono::steady_clock::now().time_since_epoch();
     for (auto& [address, sink] : sinks_) go(sink, now);
@@ -36,7 +35,7 @@ AlsaOutput::~AlsaOutput() {
   drainFinally(ShortestPause, sendMore, [this] { return bytes(); });
 }
 
-void AlsaOutput::send(Address to, const device::Message& message, device::Time now) {
+void SinkFeeds::send(Address to, const device::Message& message, device::Time now) {
   const auto receiver = receivers_.find(to);
   if (receiver == receivers_.end()) return;
   std::vector<std::uint8_t> bytes;
@@ -53,7 +52,7 @@ void AlsaOutput::send(Address to, const device::Message& message, device::Time n
   if (sink.queue.messages() == 1) go(sink, now);
 }
 
-void AlsaOutput::setReceivers(const std::map<Address, Receiver>& receivers, device::Time now) {
+void SinkFeeds::setReceivers(const std::map<Address, Receiver>& receivers, device::Time now) {
   receivers_ = receivers;
   for (auto sink = sinks_.begin(); sink != sinks_.end();) {
     auto& queue = sink->second.queue;
@@ -68,7 +67,7 @@ void AlsaOutput::setReceivers(const std::map<Address, Receiver>& receivers, devi
   }
 }
 
-std::optional<device::Time> AlsaOutput::advance(device::DriverEvents& events, device::Time now) {
+std::optional<device::Time> SinkFeeds::advance(device::DriverEvents& events, device::Time now) {
   std::optional<device::Time> next;
   for (auto& [address, sink] : sinks_) {
     if (sink.queue.messages() == 0) continue;
@@ -79,26 +78,26 @@ std::optional<device::Time> AlsaOutput::advance(device::DriverEvents& events, de
   return next;
 }
 
-void AlsaOutput::finish(device::DriverEvents& events) {
+void SinkFeeds::finish(device::DriverEvents& events) {
   log_.finish([&](std::string_view text) { events.noted(text); });
 }
 
-bool AlsaOutput::behind() const { return bytes() > BehindBytes; }
+bool SinkFeeds::behind() const { return bytes() > BehindBytes; }
 
-std::size_t AlsaOutput::bytes() const {
+std::size_t SinkFeeds::bytes() const {
   std::size_t sum = 0;
   for (const auto& [address, sink] : sinks_) sum += sink.queue.bytes();
   return sum;
 }
 
-void AlsaOutput::drop(SinkQueue& queue, device::Time now) {
+void SinkFeeds::drop(SinkQueue& queue, device::Time now) {
   if (queue.messages() != 0) log_.addUnsent(queue.messages(), queue.receiver().text, unsent::PortHasGone, now);
 }
 
-void AlsaOutput::go(Sink& sink, device::Time now) {
+void SinkFeeds::go(Sink& sink, device::Time now) {
   for (;;) {
     const std::size_t before = sink.queue.bytes();
-    const SinkQueue::Progress progress = sink.queue.send(sequencer_, encoder_);
+    const SinkQueue::Progress progress = sink.queue.send(client_, encoder_);
     switch (progress) {
       case SinkQueue::Progress::Refused:
         log_.addUnsent(1, sink.queue.receiver().text, errorText(sink.queue.code()), now);

@@ -14,15 +14,15 @@ namespace drivers::alsa {
 
 // Sends each message to one port only. What a port has no room for waits, in order, and does not delay other ports.
 // Messages that are not sent are counted and logged.
-class AlsaOutput {
+class SinkFeeds {
  public:
-  // sequencer: sends the messages; must outlive this object. Throws SequencerError.
-  explicit AlsaOutput(Sequencer& sequencer);
+  // client: sends the messages; must outlive this object. Throws SequencerError.
+  explicit SinkFeeds(Client& client);
 
   // Blocks while it sends what waits; gives up if no receiver makes room for a second.
-  ~AlsaOutput();
-  AlsaOutput(const AlsaOutput&) = delete;
-  AlsaOutput& operator=(const AlsaOutput&) = delete;
+  ~SinkFeeds();
+  SinkFeeds(const SinkFeeds&) = delete;
+  SinkFeeds& operator=(const SinkFeeds&) = delete;
 
   // Sends the message, or keeps it until advance.
   void send(Address to, const device::Message& message, device::Time now);
@@ -50,7 +50,7 @@ class AlsaOutput {
   void drop(SinkQueue& queue, device::Time now);
   void go(Sink& sink, device::Time now);
 
-  Sequencer& sequencer_;
+  Client& client_;
   const Address port_;
   EventEncoder encoder_;
   std::map<Address, Receiver> receivers_;

@@ -20,7 +20,7 @@ std::span<const std::uint8_t> EventDecoder::decode(const snd_seq_event_t& event)
   return {bytes_.data(), size > 0 ? static_cast<std::size_t>(size) : 0};
 }
 
-void TappedSource::read(const QueuedEvent& event, EventDecoder& decoder, const midi::MidiReader::Take& take) {
+void SourceReader::read(const QueuedEvent& event, EventDecoder& decoder, const midi::MidiReader::Take& take) {
   if (event.event.type != SND_SEQ_EVENT_SYSEX) {
     others_.read(decoder.decode(event.event), take);
     return;
@@ -32,7 +32,7 @@ void TappedSource::read(const QueuedEvent& event, EventDecoder& decoder, const m
   exclusive_.read(event.data, take);
 }
 
-void TappedSource::cut() {
+void SourceReader::cut() {
   const std::uint64_t before = exclusive_.takeBroken();
   exclusive_.restart();
   exclusive_.takeBroken();
@@ -40,7 +40,7 @@ void TappedSource::cut() {
   skipsTail_ = true;
 }
 
-std::uint64_t TappedSource::takeBroken() {
+std::uint64_t SourceReader::takeBroken() {
   return std::exchange(broken_, 0) + exclusive_.takeBroken() + others_.takeBroken();
 }
 

@@ -33,7 +33,7 @@ class EventDecoder {
 
 // Assembles messages from the events of one source. A system exclusive message arrives in pieces, and other messages
 // may arrive between them: a port may have several senders.
-class TappedSource {
+class SourceReader {
  public:
   // Reads an event of this source. take: called with each message that is complete.
   void read(const QueuedEvent& event, EventDecoder& decoder, const midi::MidiReader::Take& take);

@@ -4,7 +4,7 @@
 
 namespace drivers::alsa {
 
-void TapSet::setUsed(device::PortId source, bool used, device::DriverEvents& events) {
+void SourceTaps::setUsed(device::PortId source, bool used, device::DriverEvents& events) {
   if (used) {
     ensure(source, taps_[source], events);
     return;
@@ -12,23 +12,23 @@ void TapSet::setUsed(device::PortId source, bool used, device::DriverEvents& eve
   const auto found = taps_.find(source);
   if (found == taps_.end()) return;
   if (const auto address = found->second.address) {
-    drain_.sequencer().unsubscribe({*address, drain_.port()});
+    input_.client().unsubscribe({*address, input_.port()});
     sources_.erase(*address);
   }
   taps_.erase(found);
 }
 
-void TapSet::refresh(device::DriverEvents& events) {
+void SourceTaps::refresh(device::DriverEvents& events) {
   for (auto& [source, tap] : taps_) ensure(source, tap, events);
 }
 
-void TapSet::ensure(device::PortId source, Tap& tap, device::DriverEvents& events) {
+void SourceTaps::ensure(device::PortId source, Tap& tap, device::DriverEvents& events) {
   const auto key = book_.key(source);
   const auto address = key ? std::optional(addressOf(*key)) : std::nullopt;
   if (tap.address && tap.address != address) {
     // Another source may have the address now; a renamed client keeps its address.
     if (const auto taken = sources_.find(*tap.address); taken != sources_.end() && taken->second == source) {
-      drain_.sequencer().unsubscribe({*tap.address, drain_.port()});
+      input_.client().unsubscribe({*tap.address, input_.port()});
       sources_.erase(taken);
     }
     tap.address.reset();
@@ -37,9 +37,9 @@ void TapSet::ensure(device::PortId source, Tap& tap, device::DriverEvents& event
     tap.refused = false;
     return;
   }
-  const Subscription wanted{*address, drain_.port()};
-  const int code = drain_.sequencer().subscribe(wanted);
-  if (code < 0 && !drain_.sequencer().stands(wanted)) {
+  const Subscription wanted{*address, input_.port()};
+  const int code = input_.client().subscribe(wanted);
+  if (code < 0 && !input_.client().stands(wanted)) {
     if (!tap.refused) {
       events.noted("cannot listen to \"" + book_.topology().name(source) + "\": " + errorText(code));
     }
@@ -53,7 +53,7 @@ void TapSet::ensure(device::PortId source, Tap& tap, device::DriverEvents& event
   sources_[*address] = source;
 }
 
-void TapSet::take(const QueuedEvent& event, device::DriverEvents& events, device::Time now) {
+void SourceTaps::take(const QueuedEvent& event, device::DriverEvents& events, device::Time now) {
   if (event.kind == QueuedEvent::Kind::Overflow) {
     for (auto& [source, tap] : taps_) {
       if (!tap.address) continue;
@@ -65,7 +65,7 @@ void TapSet::take(const QueuedEvent& event, device::DriverEvents& events, device
   const auto found = sources_.find(event.source);
   if (found == sources_.end()) return;
   const device::PortId source = found->second;
-  TappedSource& reader = taps_.at(source).reader;
+  SourceReader& reader = taps_.at(source).reader;
   if (event.kind == QueuedEvent::Kind::Lost) {
     if (event.cut) reader.cut();
     // 0 would mean that the number is unknown.

@@ -11,12 +11,12 @@
 
 namespace drivers::alsa {
 
-// Keeps all used sources subscribed to the drain's port, and makes messages of the events that arrive from them. A
+// Keeps all used sources subscribed to the input's port, and makes messages of the events that arrive from them. A
 // source stays used while it does not exist, and is subscribed again when it returns.
-class TapSet {
+class SourceTaps {
  public:
   // Both must outlive this object.
-  TapSet(const EventDrain& drain, const PortBook& book) : drain_(drain), book_(book) {}
+  SourceTaps(const Input& input, const PortBook& book) : input_(input), book_(book) {}
 
   // Takes effect before it returns. Logs a subscription that the sequencer refuses.
   void setUsed(device::PortId source, bool used, device::DriverEvents& events);
@@ -31,12 +31,12 @@ class TapSet {
   struct Tap {
     std::optional<Address> address;  // nullopt: the source does not exist, or cannot be subscribed
     bool refused = false;            // the sequencer refused, which has been logged
-    TappedSource reader;
+    SourceReader reader;
   };
 
   void ensure(device::PortId source, Tap& tap, device::DriverEvents& events);
 
-  const EventDrain& drain_;
+  const Input& input_;
   const PortBook& book_;
   EventDecoder decoder_;
   std::map<device::PortId, Tap> taps_;

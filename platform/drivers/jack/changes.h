@@ -1,4 +1,4 @@
-// Notices from JACK's notification thread to the service's thread.
+// Changes that JACK's notification thread reports to the service's thread.
 #pragma once
 
 #include <mutex>
@@ -8,7 +8,7 @@
 
 namespace drivers::jack {
 
-struct Notice {
+struct Change {
   enum class Kind {
     Ports,         // ports or a client were added or removed
     Renamed,       // a port has a new name and keeps its connections
@@ -22,22 +22,22 @@ struct Notice {
   std::string sink{};
 };
 
-// Notices in order. Thread-safe.
-class NoticeQueue {
+// Changes in order. Thread-safe.
+class ChangeQueue {
  public:
-  void add(Notice notice) {
+  void add(Change change) {
     const std::lock_guard lock(mutex_);
-    notices_.push_back(std::move(notice));
+    changes_.push_back(std::move(change));
   }
 
-  std::vector<Notice> take() {
+  std::vector<Change> take() {
     const std::lock_guard lock(mutex_);
-    return std::exchange(notices_, {});
+    return std::exchange(changes_, {});
   }
 
  private:
   std::mutex mutex_;
-  std::vector<Notice> notices_;
+  std::vector<Change> changes_;
 };
 
 }  // namespace drivers::jack

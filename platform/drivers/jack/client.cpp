@@ -43,11 +43,11 @@ std::string problem(jack_status_t status) {
 
 }  // namespace
 
-std::variant<std::unique_ptr<JackClient>, std::string> JackClient::open(std::shared_ptr<sys::EventDescriptor> wakeup) {
+std::variant<std::unique_ptr<Client>, std::string> Client::open(std::shared_ptr<sys::EventDescriptor> wakeup) {
   jack_set_error_function(beSilent);
   jack_set_info_function(beSilent);
   // The constructor is private.
-  std::unique_ptr<JackClient> opened(new JackClient(std::move(wakeup)));
+  std::unique_ptr<Client> opened(new Client(std::move(wakeup)));
   auto status = static_cast<jack_status_t>(0);
   const std::string name = freshName();
   const OpenedDescriptors descriptors;
@@ -60,36 +60,36 @@ std::variant<std::unique_ptr<JackClient>, std::string> JackClient::open(std::sha
   return opened;
 }
 
-JackClient::~JackClient() {
+Client::~Client() {
   if (client_ != nullptr) jack_client_close(client_);
 }
 
-bool JackClient::activate() {
+bool Client::activate() {
   jack_on_info_shutdown(
       client_,
       [](jack_status_t, const char*, void* self) {
-        uncancelled([=] { static_cast<JackClient*>(self)->tell({Notice::Kind::Ended}); });
+        uncancelled([=] { static_cast<Client*>(self)->tell({Change::Kind::Ended}); });
       },
       this);
   const auto portsChanged = [](jack_port_id_t, int, void* self) {
-    uncancelled([=] { static_cast<JackClient*>(self)->tell({Notice::Kind::Ports}); });
+    uncancelled([=] { static_cast<Client*>(self)->tell({Change::Kind::Ports}); });
   };
   const auto clientsChanged = [](const char*, int, void* self) {
-    uncancelled([=] { static_cast<JackClient*>(self)->tell({Notice::Kind::Ports}); });
+    uncancelled([=] { static_cast<Client*>(self)->tell({Change::Kind::Ports}); });
   };
   const auto renamed = [](jack_port_id_t, const char*, const char*, void* self) {
-    uncancelled([=] { static_cast<JackClient*>(self)->tell({Notice::Kind::Renamed}); });
+    uncancelled([=] { static_cast<Client*>(self)->tell({Change::Kind::Renamed}); });
   };
   // Reads the names here, because another port may soon have the same number.
   const auto connected = [](jack_port_id_t from, jack_port_id_t to, int made, void* self) {
     uncancelled([=] {
-      auto* client = static_cast<JackClient*>(self);
-      client->tell({made != 0 ? Notice::Kind::Connected : Notice::Kind::Disconnected, nameOf(client->client_, from),
+      auto* client = static_cast<Client*>(self);
+      client->tell({made != 0 ? Change::Kind::Connected : Change::Kind::Disconnected, nameOf(client->client_, from),
                     nameOf(client->client_, to)});
     });
   };
   const auto process = [](jack_nframes_t frames, void* self) {
-    uncancelled([=] { static_cast<JackClient*>(self)->process(frames); });
+    uncancelled([=] { static_cast<Client*>(self)->process(frames); });
     return 0;
   };
   return jack_set_port_registration_callback(client_, portsChanged, this) == 0 &&
@@ -99,7 +99,7 @@ bool JackClient::activate() {
          jack_set_process_callback(client_, process, this) == 0 && jack_activate(client_) == 0;
 }
 
-void JackClient::process(jack_nframes_t frames) {
+void Client::process(jack_nframes_t frames) {
   const jack_nframes_t begin = jack_last_frame_time(client_);
   // JACK calls a late client once more in the period that has begun meanwhile; the buffers then hold what the client
   // has already read and written.
@@ -112,8 +112,8 @@ void JackClient::process(jack_nframes_t frames) {
     wakes = true;
   }
   gate_.enter();
-  wakes |= capture_.process(frames);
-  playback_.process(frames);
+  wakes |= input_.process(frames);
+  output_.process(frames);
   gate_.leave();
   if (jack_last_frame_time(client_) != begin) {
     // The next period has begun meanwhile, so it is unknown what the buffers held.
@@ -123,17 +123,17 @@ void JackClient::process(jack_nframes_t frames) {
   if (wakes) wakeup_->wake();
 }
 
-void JackClient::tell(Notice notice) {
-  notices_.add(std::move(notice));
+void Client::tell(Change change) {
+  changes_.add(std::move(change));
   wakeup_->wake();
 }
 
-std::chrono::nanoseconds JackClient::period() const {
+std::chrono::nanoseconds Client::period() const {
   const auto rate = std::max<jack_nframes_t>(jack_get_sample_rate(client_), 1);
   return std::chrono::nanoseconds(1s) * jack_get_buffer_size(client_) / rate;
 }
 
-bool JackClient::awaitConnection(const jack_port_t* port) const {
+bool Client::awaitConnection(const jack_port_t* port) const {
   const auto pause = std::max<std::chrono::nanoseconds>(period() / 8, 100us);
   const auto end = std::chrono::steady_clock::now() + PeriodsToWait * std::max<std::chrono::nanoseconds>(period(), 1ms);
   while (jack_port_connected(port) == 0) {

@@ -22,18 +22,18 @@ namespace drivers::jack {
 
 // Active as long as it lives. JACK's threads end with it; they receive no signals if the thread that opens it receives
 // none.
-class JackClient {
+class Client {
  public:
   // Opens a client on the server that JACK's own rules choose; never starts a server. wakeup: woken when there is
-  // something to take from notices() or capture(). Returns the client, or one line that says why there is none. May
+  // something to take from changes() or input(). Returns the client, or one line that says why there is none. May
   // block for long if the server does.
-  static std::variant<std::unique_ptr<JackClient>, std::string> open(std::shared_ptr<sys::EventDescriptor> wakeup);
+  static std::variant<std::unique_ptr<Client>, std::string> open(std::shared_ptr<sys::EventDescriptor> wakeup);
 
-  JackClient(const JackClient&) = delete;
-  JackClient& operator=(const JackClient&) = delete;
+  Client(const Client&) = delete;
+  Client& operator=(const Client&) = delete;
 
   // May block for long if the server does, or no longer exists.
-  ~JackClient();
+  ~Client();
 
   jack_client_t* handle() const { return client_; }
 
@@ -47,26 +47,26 @@ class JackClient {
   // late. What was sent to the client in them is lost.
   std::uint64_t takeSkipped() { return skipped_.exchange(0); }
 
-  NoticeQueue& notices() { return notices_; }
-  CapturePorts& capture() { return capture_; }
-  PlaybackPorts& playback() { return playback_; }
+  ChangeQueue& changes() { return changes_; }
+  Input& input() { return input_; }
+  Output& output() { return output_; }
 
   // Blocks until a new connection to or from one of our ports is in effect: one or two periods, ten at most. Returns
   // whether it is.
   bool awaitConnection(const jack_port_t* port) const;
 
  private:
-  explicit JackClient(std::shared_ptr<sys::EventDescriptor> wakeup) : wakeup_(std::move(wakeup)) {}
+  explicit Client(std::shared_ptr<sys::EventDescriptor> wakeup) : wakeup_(std::move(wakeup)) {}
 
   bool activate();
   void process(jack_nframes_t frames);
-  void tell(Notice notice);
+  void tell(Change change);
 
   std::shared_ptr<sys::EventDescriptor> wakeup_;
-  NoticeQueue notices_;
+  ChangeQueue changes_;
   ProcessGate gate_;
-  CapturePorts capture_{gate_};
-  PlaybackPorts playback_{gate_};
+  Input input_{gate_};
+  Output output_{gate_};
   jack_client_t* client_ = nullptr;
   std::string prefix_;
   std::atomic<std::uint64_t> skipped_{0};

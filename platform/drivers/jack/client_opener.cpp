@@ -20,7 +20,7 @@ constexpr auto PatienceAtTheEnd = 2s;
 
 }  // namespace
 
-struct Caretaker::Work {
+struct ClientOpener::Work {
   explicit Work(std::shared_ptr<sys::EventDescriptor> woken) : wakeup(std::move(woken)) {}
 
   void run();
@@ -35,11 +35,11 @@ struct Caretaker::Work {
   bool ended = false;
   bool untilThere = false;
   std::optional<Clock::time_point> nextTry;
-  std::vector<std::unique_ptr<JackClient>> toClose;
+  std::vector<std::unique_ptr<Client>> toClose;
   std::optional<Opened> result;
 };
 
-void Caretaker::Work::run() {
+void ClientOpener::Work::run() {
   std::unique_lock lock(mutex);
   while (true) {
     closeAll(lock);
@@ -56,7 +56,7 @@ void Caretaker::Work::run() {
   changed.notify_all();
 }
 
-void Caretaker::Work::closeAll(std::unique_lock<std::mutex>& lock) {
+void ClientOpener::Work::closeAll(std::unique_lock<std::mutex>& lock) {
   while (!toClose.empty()) {
     auto closing = std::exchange(toClose, {});
     lock.unlock();
@@ -65,10 +65,10 @@ void Caretaker::Work::closeAll(std::unique_lock<std::mutex>& lock) {
   }
 }
 
-void Caretaker::Work::tryToOpen(std::unique_lock<std::mutex>& lock) {
+void ClientOpener::Work::tryToOpen(std::unique_lock<std::mutex>& lock) {
   nextTry.reset();
   lock.unlock();
-  Opened opened = JackClient::open(wakeup);
+  Opened opened = Client::open(wakeup);
   lock.lock();
   const bool isThere = opened.index() == 0;
   if (!isThere && untilThere) {
@@ -84,7 +84,8 @@ void Caretaker::Work::tryToOpen(std::unique_lock<std::mutex>& lock) {
   wakeup->wake();
 }
 
-Caretaker::Caretaker(std::shared_ptr<sys::EventDescriptor> wakeup) : work_(std::make_shared<Work>(std::move(wakeup))) {
+ClientOpener::ClientOpener(std::shared_ptr<sys::EventDescriptor> wakeup)
+    : work_(std::make_shared<Work>(std::move(wakeup))) {
   const sys::WithoutSignals quiet;
   thread_ = std::thread([work = work_] {
     pthread_setname_np(pthread_self(), "jack");
@@ -92,7 +93,7 @@ Caretaker::Caretaker(std::shared_ptr<sys::EventDescriptor> wakeup) : work_(std::
   });
 }
 
-Caretaker::~Caretaker() {
+ClientOpener::~ClientOpener() {
   std::unique_lock lock(work_->mutex);
   if (work_->result && work_->result->index() == 0) {
     work_->toClose.push_back(std::get<0>(std::move(*work_->result)));
@@ -108,22 +109,22 @@ Caretaker::~Caretaker() {
   }
 }
 
-void Caretaker::open(bool untilThere) {
+void ClientOpener::open(bool untilThere) {
   const std::lock_guard lock(work_->mutex);
   work_->untilThere = untilThere;
   work_->nextTry = Clock::now();
   work_->changed.notify_all();
 }
 
-void Caretaker::close(std::unique_ptr<JackClient> client) {
+void ClientOpener::close(std::unique_ptr<Client> client) {
   const std::lock_guard lock(work_->mutex);
   work_->toClose.push_back(std::move(client));
   work_->changed.notify_all();
 }
 
-std::optional<Caretaker::Opened> Caretaker::result() { return result(0ms); }
+std::optional<ClientOpener::Opened> ClientOpener::result() { return result(0ms); }
 
-std::optional<Caretaker::Opened> Caretaker::result(std::chrono::milliseconds patience) {
+std::optional<ClientOpener::Opened> ClientOpener::result(std::chrono::milliseconds patience) {
   std::unique_lock lock(work_->mutex);
   work_->changed.wait_for(lock, patience, [&] { return work_->result.has_value(); });
   return std::exchange(work_->result, std::nullopt);

@@ -35,17 +35,17 @@ constexpr std::size_t ManyWaitingBytes = std::size_t{256} * 1024;
 
 class JackDriver : public device::Driver {
  public:
-  JackDriver(std::shared_ptr<sys::EventDescriptor> wakeup, std::unique_ptr<Caretaker> caretaker)
-      : wakeup_(std::move(wakeup)), caretaker_(std::move(caretaker)) {}
+  JackDriver(std::shared_ptr<sys::EventDescriptor> wakeup, std::unique_ptr<ClientOpener> opener)
+      : wakeup_(std::move(wakeup)), opener_(std::move(opener)) {}
 
   ~JackDriver() override {
     if (!client_) return;
     feeds_.finish(*client_);
-    caretaker_->close(std::move(client_));
+    opener_->close(std::move(client_));
   }
 
   // Call before start. Takes over an open client.
-  void adopt(std::unique_ptr<JackClient> client) {
+  void adopt(std::unique_ptr<Client> client) {
     client_ = std::move(client);
     ports_.update(readPorts(client_->handle(), client_->portPrefix()));
     clientLog_.update(ports_.clients());
@@ -65,15 +65,15 @@ class JackDriver : public device::Driver {
   void outliveServers();
   bool countSkipped(device::Time now);
   void lookForClient(device::Time now);
-  void readNotices(device::Time now);
-  void readNotice(const Notice& notice, device::Time now);
+  void readChanges(device::Time now);
+  void readChange(const Change& change, device::Time now);
   void refresh(device::Time now);
   void tellLinks(device::Time now);
   void clientGone(device::Time now);
 
   std::shared_ptr<sys::EventDescriptor> wakeup_;
-  std::unique_ptr<Caretaker> caretaker_;
-  std::unique_ptr<JackClient> client_;  // null while no server runs
+  std::unique_ptr<ClientOpener> opener_;
+  std::unique_ptr<Client> client_;  // null while no server runs
   device::DriverEvents* events_ = nullptr;
   PortDirectory ports_;
   ClientLog clientLog_;
@@ -134,7 +134,7 @@ std::optional<device::Time> JackDriver::advance(device::Time now) {
     // Reports what a client sent before reporting that it disconnected.
     const bool more = taps_.take(*client_, *events_, now, PieceBytes);
     if (countSkipped(now)) taps_.skipped();
-    readNotices(now);
+    readChanges(now);
     if (client_ && more) {
       next = now;
     } else if (client_ && restore_ && *restore_ <= now) {
@@ -179,9 +179,9 @@ bool JackDriver::countSkipped(device::Time now) {
 }
 
 void JackDriver::lookForClient(device::Time now) {
-  auto opened = caretaker_->result();
+  auto opened = opener_->result();
   if (!opened) return;
-  if (auto* client = std::get_if<std::unique_ptr<JackClient>>(&*opened)) {
+  if (auto* client = std::get_if<std::unique_ptr<Client>>(&*opened)) {
     client_ = std::move(*client);
     events_->warned(wasThere_ ? "the JACK server is back" : "the JACK server is there");
     wasThere_ = true;
@@ -189,45 +189,45 @@ void JackDriver::lookForClient(device::Time now) {
     tellLinks(now);
   } else {
     // The first try failed after openJack had stopped waiting for it.
-    caretaker_->open(true);
+    opener_->open(true);
   }
 }
 
-void JackDriver::readNotices(device::Time now) {
-  for (const Notice& notice : client_->notices().take()) {
-    readNotice(notice, now);
+void JackDriver::readChanges(device::Time now) {
+  for (const Change& change : client_->changes().take()) {
+    readChange(change, now);
     if (!client_) return;
   }
   if (stale_) refresh(now);
 }
 
-void JackDriver::readNotice(const Notice& notice, device::Time now) {
-  switch (notice.kind) {
-    case Notice::Kind::Ports:
+void JackDriver::readChange(const Change& change, device::Time now) {
+  switch (change.kind) {
+    case Change::Kind::Ports:
       stale_ = true;
       return;
-    case Notice::Kind::Renamed:
+    case Change::Kind::Renamed:
       refresh(now);
       tellLinks(now);
       return;
-    case Notice::Kind::Ended:
+    case Change::Kind::Ended:
       clientGone(now);
       return;
-    case Notice::Kind::Connected:
-    case Notice::Kind::Disconnected:
+    case Change::Kind::Connected:
+    case Change::Kind::Disconnected:
       break;
   }
   const std::string& prefix = client_->portPrefix();
-  const bool made = notice.kind == Notice::Kind::Connected;
-  if (notice.sink.starts_with(prefix)) {
+  const bool made = change.kind == Change::Kind::Connected;
+  if (change.sink.starts_with(prefix)) {
     // Another client ended a tap's connection, unless the source no longer exists.
     if (!made) sys::keepEarlier(restore_, now + BetweenRestores);
     return;
   }
-  if (notice.source.starts_with(prefix)) return;
+  if (change.source.starts_with(prefix)) return;
   if (stale_) refresh(now);
-  if (!echoes_.isNews(notice.source, notice.sink, made)) return;
-  const auto link = ports_.link(notice.source, notice.sink);
+  if (!echoes_.isNews(change.source, change.sink, made)) return;
+  const auto link = ports_.link(change.source, change.sink);
   if (!link) return;
   if (made) {
     events_->linked(*link, now);
@@ -272,8 +272,8 @@ void JackDriver::clientGone(device::Time now) {
   clientLog_.systemGone();
   stale_ = false;
   restore_.reset();
-  caretaker_->close(std::move(client_));
-  caretaker_->open(true);
+  opener_->close(std::move(client_));
+  opener_->open(true);
   events_->warned("the JACK server has gone");
   if (ports_.update({})) events_->topologyChanged(now);
 }
@@ -285,14 +285,14 @@ namespace drivers {
 
 std::variant<std::unique_ptr<device::Driver>, std::string> openJack(Absent absent) {
   auto wakeup = std::make_shared<sys::EventDescriptor>();
-  auto caretaker = std::make_unique<jack::Caretaker>(wakeup);
-  caretaker->open(false);
-  auto opened = caretaker->result(jack::PatienceAtTheStart);
+  auto opener = std::make_unique<jack::ClientOpener>(wakeup);
+  opener->open(false);
+  auto opened = opener->result(jack::PatienceAtTheStart);
   const std::string* problem = opened ? std::get_if<std::string>(&*opened) : nullptr;
   if (absent == Absent::Fails && !opened) return std::string("the JACK server does not answer");
   if (absent == Absent::Fails && problem != nullptr) return *problem;
-  if (problem != nullptr) caretaker->open(true);
-  auto driver = std::make_unique<jack::JackDriver>(std::move(wakeup), std::move(caretaker));
+  if (problem != nullptr) opener->open(true);
+  auto driver = std::make_unique<jack::JackDriver>(std::move(wakeup), std::move(opener));
   if (opened && problem == nullptr) driver->adopt(std::get<0>(std::move(*opened)));
   return driver;
 }

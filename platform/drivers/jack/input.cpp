@@ -15,7 +15,7 @@ namespace drivers::jack {
 namespace {
 
 // A third of a second of one port that is completely full, at 128 frames a period.
-constexpr std::size_t CaptureRingBytes = std::size_t{4} * 1024 * 1024;
+constexpr std::size_t InputRingBytes = std::size_t{4} * 1024 * 1024;
 
 struct Record {
   std::uint32_t number = 0;
@@ -29,10 +29,10 @@ std::span<const std::uint8_t> bytesOf(const Record& record) {
 
 }  // namespace
 
-CapturePorts::CapturePorts(const ProcessGate& gate)
-    : gate_(gate), ring_(CaptureRingBytes), slots_(std::make_unique<std::array<Slot, MaxPorts>>()) {}
+Input::Input(const ProcessGate& gate)
+    : gate_(gate), ring_(InputRingBytes), slots_(std::make_unique<std::array<Slot, MaxPorts>>()) {}
 
-bool CapturePorts::process(jack_nframes_t frames) {
+bool Input::process(jack_nframes_t frames) {
   bool pushed = false;
   const std::size_t used = used_.load(std::memory_order_acquire);
   for (std::size_t at = 0; at < used; ++at) {
@@ -42,7 +42,7 @@ bool CapturePorts::process(jack_nframes_t frames) {
   return pushed;
 }
 
-bool CapturePorts::processSlot(Slot& slot, jack_port_t* port, jack_nframes_t frames) {
+bool Input::processSlot(Slot& slot, jack_port_t* port, jack_nframes_t frames) {
   void* buffer = jack_port_get_buffer(port, frames);
   if (buffer == nullptr) return false;
   bool pushed = false;
@@ -57,7 +57,7 @@ bool CapturePorts::processSlot(Slot& slot, jack_port_t* port, jack_nframes_t fra
       if (ring_.push(bytesOf(record), bytes)) continue;
     }
     slot.gap = true;
-    if (CaptureReader::begins(bytes)) ++slot.lost;
+    if (SourceReader::begins(bytes)) ++slot.lost;
   }
   // JACK fills a period's buffer from its beginning, so what did not fit is missing at the end.
   if (const std::uint32_t lost = jack_midi_get_lost_event_count(buffer); lost > 0) {
@@ -68,14 +68,14 @@ bool CapturePorts::processSlot(Slot& slot, jack_port_t* port, jack_nframes_t fra
   return pushed;
 }
 
-bool CapturePorts::pushGap(Slot& slot) {
+bool Input::pushGap(Slot& slot) {
   if (!ring_.push(bytesOf({slot.number, 0, slot.lost}), {})) return false;
   slot.gap = false;
   slot.lost = 0;
   return true;
 }
 
-std::optional<std::uint32_t> CapturePorts::open(jack_client_t* client) {
+std::optional<std::uint32_t> Input::open(jack_client_t* client) {
   const auto free = std::ranges::find_if(*slots_, [](const Slot& slot) { return slot.port.load() == nullptr; });
   if (free == slots_->end()) return std::nullopt;
   const std::size_t at = static_cast<std::size_t>(free - slots_->begin());
@@ -90,19 +90,19 @@ std::optional<std::uint32_t> CapturePorts::open(jack_client_t* client) {
   return free->number;
 }
 
-const CapturePorts::Slot* CapturePorts::find(std::uint32_t number) const {
+const Input::Slot* Input::find(std::uint32_t number) const {
   const auto found = std::ranges::find_if(
       *slots_, [&](const Slot& slot) { return slot.number == number && slot.port.load() != nullptr; });
   return found == slots_->end() ? nullptr : &*found;
 }
 
-jack_port_t* CapturePorts::port(std::uint32_t number) const {
+jack_port_t* Input::port(std::uint32_t number) const {
   const Slot* slot = find(number);
   assert(slot != nullptr);
   return slot->port.load();
 }
 
-void CapturePorts::close(jack_client_t* client, std::uint32_t number) {
+void Input::close(jack_client_t* client, std::uint32_t number) {
   const Slot* slot = find(number);
   if (slot == nullptr) return;
   jack_port_t* port = (*slots_)[static_cast<std::size_t>(slot - slots_->data())].port.exchange(nullptr);
@@ -110,7 +110,7 @@ void CapturePorts::close(jack_client_t* client, std::uint32_t number) {
   jack_port_unregister(client, port);
 }
 
-bool CapturePorts::take(std::size_t bytes, const TakeEvent& event, const TakeGap& gap) {
+bool Input::take(std::size_t bytes, const TakeEvent& event, const TakeGap& gap) {
   std::vector<std::uint8_t> body;
   for (std::size_t taken = 0; taken < bytes;) {
     if (ring_.size() < sizeof(Record)) return false;

@@ -19,12 +19,12 @@ namespace drivers::jack {
 
 // Events that arrive reach the service through one ring, in order. Events that the ring has no room for are lost and
 // counted. The count of lost messages is at the place of the first loss.
-class CapturePorts {
+class Input {
  public:
   static constexpr std::size_t MaxPorts = 1024;
 
   // gate: that of the process callback; must outlive this object.
-  explicit CapturePorts(const ProcessGate& gate);
+  explicit Input(const ProcessGate& gate);
 
   // Process callback: reads what arrived at all ports in this period. Returns true if it wrote to the ring. Takes no
   // lock and does not allocate.

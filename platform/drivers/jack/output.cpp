@@ -12,7 +12,7 @@
 namespace drivers::jack {
 namespace {
 
-constexpr std::size_t PlaybackRingBytes = 4 * Outlet::MaxPiece;
+constexpr std::size_t OutputRingBytes = 4 * SinkQueue::MaxPiece;
 
 // True if a message ends with this piece.
 bool endsMessage(std::uint8_t first, std::uint8_t last) {
@@ -36,10 +36,9 @@ std::uint64_t messagesIn(SpscRing& ring) {
 
 }  // namespace
 
-PlaybackPorts::PlaybackPorts(const ProcessGate& gate)
-    : gate_(gate), slots_(std::make_unique<std::array<Slot, MaxPorts>>()) {}
+Output::Output(const ProcessGate& gate) : gate_(gate), slots_(std::make_unique<std::array<Slot, MaxPorts>>()) {}
 
-void PlaybackPorts::process(jack_nframes_t frames) {
+void Output::process(jack_nframes_t frames) {
   const std::size_t used = used_.load(std::memory_order_acquire);
   for (std::size_t at = 0; at < used; ++at) {
     Slot& slot = (*slots_)[at];
@@ -47,7 +46,7 @@ void PlaybackPorts::process(jack_nframes_t frames) {
   }
 }
 
-void PlaybackPorts::processSlot(Slot& slot, jack_port_t* port, jack_nframes_t frames) {
+void Output::processSlot(Slot& slot, jack_port_t* port, jack_nframes_t frames) {
   void* buffer = jack_port_get_buffer(port, frames);
   if (buffer == nullptr) return;
   jack_midi_clear_buffer(buffer);
@@ -76,14 +75,14 @@ void PlaybackPorts::processSlot(Slot& slot, jack_port_t* port, jack_nframes_t fr
   }
 }
 
-std::optional<std::size_t> PlaybackPorts::open(jack_client_t* client) {
+std::optional<std::size_t> Output::open(jack_client_t* client) {
   const auto free = std::ranges::find_if(*slots_, [](const Slot& slot) { return slot.port.load() == nullptr; });
   if (free == slots_->end()) return std::nullopt;
   const auto number = static_cast<std::size_t>(free - slots_->begin());
   const std::string name = "playback_" + std::to_string(number + 1);
   jack_port_t* port = jack_port_register(client, name.c_str(), JACK_DEFAULT_MIDI_TYPE, JackPortIsOutput, 0);
   if (port == nullptr) return std::nullopt;
-  free->ring = std::make_unique<SpscRing>(PlaybackRingBytes);
+  free->ring = std::make_unique<SpscRing>(OutputRingBytes);
   free->settled.store(false);
   free->offset = 0;
   free->port.store(port);
@@ -91,15 +90,15 @@ std::optional<std::size_t> PlaybackPorts::open(jack_client_t* client) {
   return number;
 }
 
-jack_port_t* PlaybackPorts::port(std::size_t number) const { return (*slots_)[number].port.load(); }
+jack_port_t* Output::port(std::size_t number) const { return (*slots_)[number].port.load(); }
 
-SpscRing& PlaybackPorts::ring(std::size_t number) { return *(*slots_)[number].ring; }
+SpscRing& Output::ring(std::size_t number) { return *(*slots_)[number].ring; }
 
-bool PlaybackPorts::settled(std::size_t number) const { return (*slots_)[number].settled.load(); }
+bool Output::settled(std::size_t number) const { return (*slots_)[number].settled.load(); }
 
-bool PlaybackPorts::waits(std::size_t number) const { return (*slots_)[number].ring->size() > 0; }
+bool Output::waits(std::size_t number) const { return (*slots_)[number].ring->size() > 0; }
 
-std::uint64_t PlaybackPorts::close(jack_client_t* client, std::size_t number) {
+std::uint64_t Output::close(jack_client_t* client, std::size_t number) {
   Slot& slot = (*slots_)[number];
   jack_port_t* port = slot.port.exchange(nullptr);
   gate_.pass();

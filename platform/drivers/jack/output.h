@@ -17,12 +17,12 @@ namespace drivers::jack {
 
 // Each port has a ring of its own. What is to be sent waits there, in pieces (sink_queue.h), until the port's
 // connection is in effect and a period's buffer has room. A piece that is too large for any period's buffer is split.
-class PlaybackPorts {
+class Output {
  public:
   static constexpr std::size_t MaxPorts = 1024;
 
   // gate: that of the process callback; must outlive this object.
-  explicit PlaybackPorts(const ProcessGate& gate);
+  explicit Output(const ProcessGate& gate);
 
   // Process callback: fills the buffers of this period. Takes no lock and does not allocate.
   void process(jack_nframes_t frames);

@@ -24,7 +24,7 @@ std::size_t sizeAt(std::span<const std::uint8_t> bytes) {
 
 }  // namespace
 
-void Outlet::put(std::span<const std::uint8_t> message) {
+void SinkQueue::put(std::span<const std::uint8_t> message) {
   pump();
   bool waits = waitingBytes() > 0;
   while (!message.empty()) {
@@ -40,7 +40,7 @@ void Outlet::put(std::span<const std::uint8_t> message) {
   }
 }
 
-void Outlet::pump() {
+void SinkQueue::pump() {
   while (waitingBytes() > 0) {
     const auto rest = std::span<const std::uint8_t>(waiting_).subspan(begin_);
     const std::size_t size = sizeof(std::uint32_t) + sizeAt(rest);

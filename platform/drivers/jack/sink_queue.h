@@ -12,13 +12,13 @@ namespace drivers::jack {
 
 // The service's end of a ring of pieces: each is a size (four bytes in this machine's order) and that many bytes. What
 // the ring has no room for waits here.
-class Outlet {
+class SinkQueue {
  public:
   // The most bytes of a piece. Longer messages, which are system exclusive, become several pieces.
   static constexpr std::size_t MaxPiece = std::size_t{64} * 1024;
 
   // ring: must outlive this object and be large enough for a piece.
-  explicit Outlet(SpscRing& ring) : ring_(ring) {}
+  explicit SinkQueue(SpscRing& ring) : ring_(ring) {}
 
   // Appends a message.
   void put(std::span<const std::uint8_t> message);

@@ -10,20 +10,20 @@ constexpr device::Time Apart = std::chrono::seconds(1);
 
 }  // namespace
 
-std::vector<device::PortId> SkipNews::take(device::Time now) {
+std::vector<device::PortId> SkippedPeriods::take(device::Time now) {
   std::vector<device::PortId> due;
-  for (auto& [source, news] : news_) {
-    if (!news.waits || (news.told && now < *news.told + Apart)) continue;
+  for (auto& [source, report] : reports_) {
+    if (!report.waits || (report.told && now < *report.told + Apart)) continue;
     due.push_back(source);
-    news = {false, now};
+    report = {false, now};
   }
   return due;
 }
 
-std::optional<device::Time> SkipNews::next() const {
+std::optional<device::Time> SkippedPeriods::next() const {
   std::optional<device::Time> first;
-  for (const auto& [source, news] : news_) {
-    if (news.waits && news.told) first = std::min(first.value_or(*news.told + Apart), *news.told + Apart);
+  for (const auto& [source, report] : reports_) {
+    if (report.waits && report.told) first = std::min(first.value_or(*report.told + Apart), *report.told + Apart);
   }
   return first;
 }

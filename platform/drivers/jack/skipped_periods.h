@@ -10,13 +10,13 @@
 namespace drivers::jack {
 
 // Reports each source at once, and then at most once a second: on a busy machine periods are skipped all the time.
-class SkipNews {
+class SkippedPeriods {
  public:
   // A period was skipped while this source was used.
-  void add(device::PortId source) { news_[source].waits = true; }
+  void add(device::PortId source) { reports_[source].waits = true; }
 
   // The source is no longer used: drops what waits for it.
-  void forget(device::PortId source) { news_.erase(source); }
+  void forget(device::PortId source) { reports_.erase(source); }
 
   // Returns the sources that are due, in order.
   std::vector<device::PortId> take(device::Time now);
@@ -25,12 +25,12 @@ class SkipNews {
   std::optional<device::Time> next() const;
 
  private:
-  struct News {
+  struct Report {
     bool waits = false;
     std::optional<device::Time> told{};
   };
 
-  std::map<device::PortId, News> news_;
+  std::map<device::PortId, Report> reports_;
 };
 
 }  // namespace drivers::jack

@@ -6,7 +6,7 @@
 
 namespace drivers::jack {
 
-void CaptureReader::read(std::span<const std::uint8_t> event, const midi::MidiReader::Take& take) {
+void SourceReader::read(std::span<const std::uint8_t> event, const midi::MidiReader::Take& take) {
   if (event.empty()) return;
   if (skipping_ && !begins(event)) return;
   // A real-time message may arrive between the pieces of another message.
@@ -14,15 +14,15 @@ void CaptureReader::read(std::span<const std::uint8_t> event, const midi::MidiRe
   reader_.read(event, take);
 }
 
-void CaptureReader::gap(std::uint64_t lost) {
+void SourceReader::gap(std::uint64_t lost) {
   reader_.restart();
   lost_ += lost;
   skipping_ = true;
 }
 
-std::uint64_t CaptureReader::takeLost() { return std::exchange(lost_, 0) + reader_.takeBroken(); }
+std::uint64_t SourceReader::takeLost() { return std::exchange(lost_, 0) + reader_.takeBroken(); }
 
-bool CaptureReader::begins(std::span<const std::uint8_t> event) {
+bool SourceReader::begins(std::span<const std::uint8_t> event) {
   return !event.empty() && midi::isStatusByte(event.front()) && event.front() != midi::EndOfExclusive;
 }
 

@@ -10,7 +10,7 @@ namespace drivers::jack {
 
 // An event is a message, or a piece of a system exclusive one. Where events are missing, the rest of a message that
 // lacks a piece is left out and counts as lost once.
-class CaptureReader {
+class SourceReader {
  public:
   // Reads an event; take as for MidiReader::read.
   void read(std::span<const std::uint8_t> event, const midi::MidiReader::Take& take);

@@ -30,7 +30,7 @@ class TappedSourceTest : public ::testing::Test {
   }
 
   EventDecoder decoder_;
-  TappedSource source_;
+  SourceReader source_;
   std::string told_;
 };
 

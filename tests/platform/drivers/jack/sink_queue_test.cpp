@@ -19,54 +19,54 @@ Bytes piece(SpscRing& ring) {
   return bytes;
 }
 
-TEST(Outlet, MessagesWithoutRoomInTheRingWaitInOrder) {
+TEST(SinkQueue, MessagesWithoutRoomInTheRingWaitInOrder) {
   SpscRing ring(16);  // two messages of three bytes
-  Outlet outlet(ring);
-  for (std::uint8_t number = 0; number < 9; ++number) outlet.put(Bytes{0x90, number, 1});
-  EXPECT_EQ(outlet.waitingMessages(), 7U);
-  EXPECT_GT(outlet.waitingBytes(), 0U);
+  SinkQueue queue(ring);
+  for (std::uint8_t number = 0; number < 9; ++number) queue.put(Bytes{0x90, number, 1});
+  EXPECT_EQ(queue.waitingMessages(), 7U);
+  EXPECT_GT(queue.waitingBytes(), 0U);
   for (std::uint8_t number = 0; number < 9; ++number) {
     EXPECT_EQ(piece(ring), (Bytes{0x90, number, 1}));
-    outlet.pump();
+    queue.pump();
   }
   EXPECT_EQ(ring.size(), 0U);
-  EXPECT_EQ(outlet.waitingMessages(), 0U);
-  EXPECT_EQ(outlet.waitingBytes(), 0U);
+  EXPECT_EQ(queue.waitingMessages(), 0U);
+  EXPECT_EQ(queue.waitingBytes(), 0U);
 }
 
-TEST(Outlet, LaterMessagesDoNotOvertakeWaitingOnes) {
+TEST(SinkQueue, LaterMessagesDoNotOvertakeWaitingOnes) {
   SpscRing ring(16);
-  Outlet outlet(ring);
-  outlet.put(Bytes(9, 1));
-  outlet.put(Bytes(8, 2));
-  outlet.put(Bytes{3});
+  SinkQueue queue(ring);
+  queue.put(Bytes(9, 1));
+  queue.put(Bytes(8, 2));
+  queue.put(Bytes{3});
   EXPECT_EQ(piece(ring), Bytes(9, 1));
-  outlet.put(Bytes{4});
+  queue.put(Bytes{4});
   EXPECT_EQ(piece(ring), Bytes(8, 2));
-  outlet.pump();
+  queue.pump();
   EXPECT_EQ(piece(ring), Bytes{3});
   EXPECT_EQ(piece(ring), Bytes{4});
 }
 
-TEST(Outlet, ALongMessageWaitsAsOneUntilItsLastPieceIsWritten) {
-  SpscRing ring(Outlet::MaxPiece * 2);
-  Outlet outlet(ring);
-  Bytes message(Outlet::MaxPiece * 3 + 5, 7);
+TEST(SinkQueue, ALongMessageWaitsAsOneUntilItsLastPieceIsWritten) {
+  SpscRing ring(SinkQueue::MaxPiece * 2);
+  SinkQueue queue(ring);
+  Bytes message(SinkQueue::MaxPiece * 3 + 5, 7);
   message.front() = 0xF0;
   message.back() = 0xF7;
-  outlet.put(message);
-  EXPECT_EQ(outlet.waitingMessages(), 1U);
+  queue.put(message);
+  EXPECT_EQ(queue.waitingMessages(), 1U);
   Bytes joined = piece(ring);
-  EXPECT_EQ(joined.size(), Outlet::MaxPiece);
-  outlet.pump();
-  EXPECT_EQ(outlet.waitingMessages(), 1U);
+  EXPECT_EQ(joined.size(), SinkQueue::MaxPiece);
+  queue.pump();
+  EXPECT_EQ(queue.waitingMessages(), 1U);
   while (ring.size() > 0) {
     const Bytes next = piece(ring);
     joined.insert(joined.end(), next.begin(), next.end());
-    outlet.pump();
+    queue.pump();
   }
   EXPECT_EQ(joined, message);
-  EXPECT_EQ(outlet.waitingMessages(), 0U);
+  EXPECT_EQ(queue.waitingMessages(), 0U);
 }
 
 }  // namespace
