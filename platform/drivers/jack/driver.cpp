@@ -1,21 +1,15 @@
 #include "platform/drivers/jack/driver.h"
 
-#include <jack/jack.h>
-
-#include <cerrno>
 #include <chrono>
 #include <csignal>
 #include <optional>
 #include <utility>
 
 #include "platform/drivers/foreign/burst_log.h"
-#include "platform/drivers/foreign/client_log.h"
 #include "platform/drivers/foreign/sendable.h"
 #include "platform/drivers/jack/client.h"
 #include "platform/drivers/jack/client_opener.h"
-#include "platform/drivers/jack/echoes.h"
-#include "platform/drivers/jack/graph.h"
-#include "platform/drivers/jack/port_directory.h"
+#include "platform/drivers/jack/graph_reports.h"
 #include "platform/drivers/jack/sink_feeds.h"
 #include "platform/drivers/jack/source_taps.h"
 #include "platform/system/earliest.h"
@@ -26,7 +20,6 @@ namespace {
 using namespace std::chrono_literals;
 
 constexpr auto PatienceAtTheStart = 5s;
-constexpr device::Time BetweenRestores = 1s;
 // On a busy machine periods are skipped all the time.
 constexpr device::Time BetweenSkipLines = 10s;
 // Bytes of events in one call; about four thousand short events.
@@ -47,11 +40,10 @@ class JackDriver : public device::Driver {
   // Call before start. Takes over an open client.
   void adopt(std::unique_ptr<Client> client) {
     client_ = std::move(client);
-    ports_.update(readPorts(client_->handle(), client_->portPrefix()));
-    clientLog_.update(ports_.clients());
+    graph_.begin(*client_);
   }
 
-  const device::Topology& topology() const override { return ports_.topology(); }
+  const device::Topology& topology() const override { return graph_.ports().topology(); }
   bool behind() const override { return feeds_.waitingBytes() > ManyWaitingBytes; }
 
   device::Started start(device::DriverEvents& events, device::Time now) override;
@@ -65,33 +57,25 @@ class JackDriver : public device::Driver {
   void outliveServers();
   bool countSkipped(device::Time now);
   void lookForClient(device::Time now);
-  void readChanges(device::Time now);
-  void readChange(const Change& change, device::Time now);
-  void refresh(device::Time now);
-  void tellLinks(device::Time now);
   void clientGone(device::Time now);
 
   std::shared_ptr<sys::EventDescriptor> wakeup_;
   std::unique_ptr<ClientOpener> opener_;
   std::unique_ptr<Client> client_;  // null while no server runs
   device::DriverEvents* events_ = nullptr;
-  PortDirectory ports_;
-  ClientLog clientLog_;
-  Echoes echoes_;
+  GraphReports graph_;
   SourceTaps taps_;
   BurstLog bursts_;
   SinkFeeds feeds_{bursts_};
-  bool stale_ = false;     // ports were added or removed that ports_ does not know of yet
   bool wasThere_ = false;  // a server has run before
   bool outlives_ = false;
-  std::optional<device::Time> restore_;  // when to restore taps_
 };
 
 device::Started JackDriver::start(device::DriverEvents& events, device::Time now) {
   events_ = &events;
   wasThere_ = client_ != nullptr;
   if (wasThere_) {
-    tellLinks(now);
+    graph_.readLinks(*client_, *events_, now);
   } else {
     events_->warned("no JACK server runs: waiting for one");
   }
@@ -101,10 +85,10 @@ device::Started JackDriver::start(device::DriverEvents& events, device::Time now
 void JackDriver::deliver(device::PortId sink, const device::Message& message, device::Time now) {
   std::vector<std::uint8_t> bytes;
   if (const auto why = appendSendable(message, bytes)) {
-    bursts_.addUnsent(1, ports_.text(sink), *why, now);
+    bursts_.addUnsent(1, graph_.ports().text(sink), *why, now);
   } else if (!client_) {
-    bursts_.addUnsent(1, ports_.text(sink), unsent::PortHasGone, now);
-  } else if (!feeds_.send(*client_, ports_, sink, bytes, now)) {
+    bursts_.addUnsent(1, graph_.ports().text(sink), unsent::PortHasGone, now);
+  } else if (!feeds_.send(*client_, graph_.ports(), sink, bytes, now)) {
     return;
   }
   // advance may be due sooner than it last returned: something waits, or is to be logged.
@@ -112,7 +96,7 @@ void JackDriver::deliver(device::PortId sink, const device::Message& message, de
 }
 
 void JackDriver::setUsed(device::PortId source, bool used, device::Time /*now*/) {
-  taps_.setUsed(client_.get(), ports_, source, used);
+  taps_.setUsed(client_.get(), graph_.ports(), source, used);
 }
 
 // A request to a dying server must not end the process. The service's thread blocks SIGPIPE, because the thread that
@@ -134,36 +118,24 @@ std::optional<device::Time> JackDriver::advance(device::Time now) {
     // Reports what a client sent before reporting that it disconnected.
     const bool more = taps_.take(*client_, *events_, now, PieceBytes);
     if (countSkipped(now)) taps_.skipped();
-    readChanges(now);
-    if (client_ && more) {
+    if (!graph_.readChanges(*client_, *events_, now)) {
+      clientGone(now);
+    } else if (more) {
       next = now;
-    } else if (client_ && restore_ && *restore_ <= now) {
-      restore_.reset();
-      if (const auto line = taps_.restore(*client_, ports_)) events_->noted(*line);
+    } else if (graph_.tapsDue() && *graph_.tapsDue() <= now) {
+      graph_.tapsRestored();
+      if (const auto line = taps_.restore(*client_, graph_.ports())) events_->noted(*line);
     }
   }
   sys::keepEarlier(next, taps_.tellSkipped(*events_, now));
-  if (client_) sys::keepEarlier(next, feeds_.pump(*client_, ports_, now));
+  if (client_) sys::keepEarlier(next, feeds_.pump(*client_, graph_.ports(), now));
   sys::keepEarlier(next, bursts_.advance(now, [&](std::string_view line) { events_->noted(line); }));
-  sys::keepEarlier(next, restore_);
+  sys::keepEarlier(next, graph_.tapsDue());
   return next;
 }
 
 std::optional<device::Status> JackDriver::patch(bool made, const device::Link& link, device::Time now) {
-  const auto source = ports_.name(link.source());
-  const auto sink = ports_.name(link.sink());
-  if (!client_ || !source || !sink) return device::Status::NotFound;
-  if (made) {
-    const int result = jack_connect(client_->handle(), source->c_str(), sink->c_str());
-    if (result != 0 && result != EEXIST) return device::Status::Refused;
-    if (result == 0) echoes_.expect(*source, *sink, true);
-    events_->linked(link, now);
-  } else {
-    if (jack_disconnect(client_->handle(), source->c_str(), sink->c_str()) != 0) return device::Status::NotFound;
-    echoes_.expect(*source, *sink, false);
-    events_->unlinked(link, now);
-  }
-  return device::Status::Ok;
+  return client_ ? graph_.patch(*client_, made, link, *events_, now) : device::Status::NotFound;
 }
 
 void JackDriver::finish(device::Time now) {
@@ -185,81 +157,11 @@ void JackDriver::lookForClient(device::Time now) {
     client_ = std::move(*client);
     events_->warned(wasThere_ ? "the JACK server is back" : "the JACK server is there");
     wasThere_ = true;
-    refresh(now);
-    tellLinks(now);
+    graph_.readPorts(*client_, *events_, now);
+    graph_.readLinks(*client_, *events_, now);
   } else {
     // The first try failed after openJack had stopped waiting for it.
     opener_->open(true);
-  }
-}
-
-void JackDriver::readChanges(device::Time now) {
-  for (const Change& change : client_->changes().take()) {
-    readChange(change, now);
-    if (!client_) return;
-  }
-  if (stale_) refresh(now);
-}
-
-void JackDriver::readChange(const Change& change, device::Time now) {
-  switch (change.kind) {
-    case Change::Kind::Ports:
-      stale_ = true;
-      return;
-    case Change::Kind::Renamed:
-      refresh(now);
-      tellLinks(now);
-      return;
-    case Change::Kind::Ended:
-      clientGone(now);
-      return;
-    case Change::Kind::Connected:
-    case Change::Kind::Disconnected:
-      break;
-  }
-  const std::string& prefix = client_->portPrefix();
-  const bool made = change.kind == Change::Kind::Connected;
-  if (change.sink.starts_with(prefix)) {
-    // Another client ended a tap's connection, unless the source no longer exists.
-    if (!made) sys::keepEarlier(restore_, now + BetweenRestores);
-    return;
-  }
-  if (change.source.starts_with(prefix)) return;
-  if (stale_) refresh(now);
-  if (!echoes_.isNews(change.source, change.sink, made)) return;
-  const auto link = ports_.link(change.source, change.sink);
-  if (!link) return;
-  if (made) {
-    events_->linked(*link, now);
-  } else {
-    events_->unlinked(*link, now);
-  }
-}
-
-void JackDriver::refresh(device::Time now) {
-  stale_ = false;
-  jack_client_t* handle = client_->handle();
-  const bool changed = ports_.update(readPorts(handle, client_->portPrefix()));
-  for (const std::string& line : clientLog_.update(
-           ports_.clients(), [handle](const std::string& client) { return clientRuns(handle, client); })) {
-    events_->noted(line);
-  }
-  if (changed) events_->topologyChanged(now);
-  // A port that returned unnoticed also needs its tap again.
-  restore_ = now;
-}
-
-void JackDriver::tellLinks(device::Time now) {
-  for (const device::Group& group : ports_.topology().groups()) {
-    const std::uint16_t count = group.sources ? group.sources->count : std::uint16_t{0};
-    for (std::uint16_t index = 0; index < count; ++index) {
-      const device::PortId source{group.handle, index, device::Side::Source};
-      const auto name = ports_.name(source);
-      if (!name) continue;
-      for (const std::string& other : connectionsOf(client_->handle(), *name)) {
-        if (const auto link = ports_.link(*name, other)) events_->linked(*link, now);
-      }
-    }
   }
 }
 
@@ -268,14 +170,10 @@ void JackDriver::clientGone(device::Time now) {
   }
   taps_.clientGone(*events_, now);
   feeds_.clientGone(*client_, now);
-  echoes_.clear();
-  clientLog_.systemGone();
-  stale_ = false;
-  restore_.reset();
   opener_->close(std::move(client_));
   opener_->open(true);
   events_->warned("the JACK server has gone");
-  if (ports_.update({})) events_->topologyChanged(now);
+  graph_.clientGone(*events_, now);
 }
 
 }  // namespace
