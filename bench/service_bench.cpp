@@ -12,8 +12,8 @@
 #include <zmq.hpp>
 
 #include "bench/peers.h"
-#include "platform/client/connection.h"
-#include "platform/client/control_channel.h"
+#include "platform/channel/connector.h"
+#include "platform/channel/control_channel.h"
 #include "tests/support/scratch_folder.h"
 #include "tests/support/stream_daemon.h"
 
@@ -35,7 +35,7 @@ double percentile(std::vector<double> values, double part) {
 // The service with a silent device, and a client that injects messages.
 class Service {
  public:
-  Service() { control_.greet("bench", client::Deadline(client::AnswerTime)); }
+  Service() { control_.greet("bench", channel::Deadline(channel::AnswerTime)); }
 
   std::string endpoint() const { return daemon_.endpoint(); }
   pid_t process() const { return daemon_.id(); }
@@ -61,8 +61,8 @@ class Service {
   testsupport::ScratchFolder folder_;
   testsupport::StreamDaemon daemon_{FLOWSCOPE_BINARY_DIR "/streamd",
                                     {"--device", written(folder_), "--queue-bytes", "1073741824"}};
-  client::Connection connection_{client::LocalEndpoint{daemon_.socket()}};
-  client::ControlChannel control_{connection_.context(), connection_.address()};
+  channel::Connector connector_ = channel::Connector::toLocalSocket(daemon_.socket());
+  channel::ControlChannel control_{connector_};
 };
 
 // A relay, and a sender that sends through it.

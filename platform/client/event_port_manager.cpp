@@ -8,34 +8,35 @@
 #include <vector>
 
 #include "evtsrv.h"
-#include "platform/client/connection.h"
-#include "platform/client/endpoint.h"
-#include "platform/client/service_search.h"
+#include "platform/channel/address.h"
 #include "platform/client/session.h"
+#include "platform/reach/service_search.h"
 #include "platform/system/program_line.h"
 
 namespace EvtSrv {
 namespace {
 
-// The endpoints to try in turn; all but the last are used only if something listens there.
-std::vector<std::string> endpointsToTry() {
-  if (auto endpoint = client::endpointOfVariable()) return {std::move(*endpoint)};
-  return client::endpointsWhenUnset();
+// The addresses to try in turn; all but the last are used only if something listens there.
+std::vector<std::string> addressesToTry() {
+  if (auto address = channel::addressOfVariable()) return {std::move(*address)};
+  return reach::defaultAddresses();
 }
 
 }  // namespace
 
 EventPortManager::EventPortManager(std::uint32_t behaviour, bool /*dispatchOnReceive*/) {
-  const auto take = [this](client::Connection connection, const std::string& endpoint) -> std::optional<std::string> {
-    auto session = Session::open(std::move(connection), endpoint);
+  const auto take = [this](channel::Connector connector, const std::string& address) -> std::optional<std::string> {
+    auto session = Session::open(std::move(connector), address);
     if (auto* cause = std::get_if<std::string>(&session)) return std::move(*cause);
     session_ = std::get<std::shared_ptr<Session>>(std::move(session));
     return std::nullopt;
   };
-  const auto report = [](const std::string& endpoint, const client::ConnectionProblem& problem) {
-    sys::sayLine(client::endpointLine(endpoint, problem.cause));
+  const auto report = [](const std::string& address, const channel::ConnectProblem& problem) {
+    sys::sayLine(channel::addressLine(address, problem.cause));
   };
-  client::findService(endpointsToTry(), behaviour, take, report);
+  const auto network =
+      (behaviour & ConBehave_DisableOverNetwork) != 0 ? reach::Network::Refused : reach::Network::Allowed;
+  reach::findService(addressesToTry(), network, take, report);
 }
 
 EventPortManager::~EventPortManager() {

@@ -22,8 +22,8 @@ constexpr std::chrono::milliseconds RefreshInterval{100};
 
 struct Patcher::State {
   using Session = EvtSrv::EventPortManager::Session;
-  using Peers = std::vector<client::ServicePort>;
-  using AskPeers = bool (Session::*)(client::ServicePort port, std::uint64_t number, Peers& result);
+  using Peers = std::vector<channel::ServicePort>;
+  using AskPeers = bool (Session::*)(channel::ServicePort port, std::uint64_t number, Peers& result);
 
   std::weak_ptr<Session> session;
   std::vector<GroupRecord> sources;
@@ -42,13 +42,13 @@ struct Patcher::State {
   std::uint64_t version = 1;
 
   StreamResult patch(bool made, PortRecord source, PortRecord sink);
-  StreamResult peers(PortRecord port, client::Side side, AskPeers ask, std::vector<PortRecord>& result);
+  StreamResult peers(PortRecord port, device::Side side, AskPeers ask, std::vector<PortRecord>& result);
   std::uint64_t currentVersion();
   std::uint64_t follow(Session& service);
-  void learn(const Session::Device& device, std::span<const client::ServicePort> wanted = {});
+  void learn(const Session::Device& device, std::span<const channel::ServicePort> wanted = {});
   bool learnsMore(Session& service);
-  client::ServicePort toService(PortRecord port, client::Side side);
-  void toConsole(Session& service, client::Side side, Peers& peers, std::vector<PortRecord>& ports);
+  channel::ServicePort toService(PortRecord port, device::Side side);
+  void toConsole(Session& service, device::Side side, Peers& peers, std::vector<PortRecord>& ports);
 };
 
 // Returns the number of the session whose ports places knows. It is the service's own number if the service answers.
@@ -65,10 +65,10 @@ std::uint64_t Patcher::State::follow(Session& service) {
 }
 
 // Of the unknown groups, only those of the wanted ports become known, because ids are few.
-void Patcher::State::learn(const Session::Device& device, std::span<const client::ServicePort> wanted) {
+void Patcher::State::learn(const Session::Device& device, std::span<const channel::ServicePort> wanted) {
   places.follow(device.topology, device.session != followed,
                 [&](const wire::TopologyGroup& group) -> std::optional<std::uint16_t> {
-                  const auto isOfIt = [&](client::ServicePort port) { return port.group == group.handle; };
+                  const auto isOfIt = [&](channel::ServicePort port) { return port.group == group.handle; };
                   return std::ranges::any_of(wanted, isOfIt) ? ids.enter(group) : std::nullopt;
                 });
   followed = device.session;
@@ -88,16 +88,16 @@ bool Patcher::State::learnsMore(Session& service) {
   return true;
 }
 
-client::ServicePort Patcher::State::toService(PortRecord port, client::Side side) {
+channel::ServicePort Patcher::State::toService(PortRecord port, device::Side side) {
   const std::lock_guard guard(mutex);
   return places.toService({port.groupId, numbers.toService(port.groupId, port.portIndex, side)}, side);
 }
 
 // Turns the service's ports into the console's. Ports that were added since the beginning become known here; one that
 // the service does not know was just removed.
-void Patcher::State::toConsole(Session& service, client::Side side, Peers& peers, std::vector<PortRecord>& ports) {
+void Patcher::State::toConsole(Session& service, device::Side side, Peers& peers, std::vector<PortRecord>& ports) {
   const std::lock_guard guard(mutex);
-  const auto isUnknown = [&](client::ServicePort port) { return !places.fromService(port, side); };
+  const auto isUnknown = [&](channel::ServicePort port) { return !places.fromService(port, side); };
   if (std::ranges::any_of(peers, isUnknown) && std::chrono::steady_clock::now() >= nextRefresh) {
     const auto device = service.device();
     if (device && device->session == followed) learn(*device, peers);
@@ -105,7 +105,7 @@ void Patcher::State::toConsole(Session& service, client::Side side, Peers& peers
   }
   // The next answer may differ, though the graph is the same.
   if (std::erase_if(peers, isUnknown) > 0) ++version;
-  for (const client::ServicePort peer : peers) {
+  for (const channel::ServicePort peer : peers) {
     const PortRecord place = *places.fromService(peer, side);
     ports.push_back({place.groupId, numbers.toConsole(place.groupId, place.portIndex, side)});
   }
@@ -118,10 +118,10 @@ namespace {
 constexpr int Attempts = 2;
 
 std::vector<GroupRecord> groupsOf(const wire::Topology& topology, const client::PortNumbers& numbers,
-                                  client::Side side) {
+                                  device::Side side) {
   std::vector<GroupRecord> groups;
   for (const wire::TopologyGroup& group : topology.groups) {
-    const auto& ports = side == client::Side::Source ? group.sources : group.sinks;
+    const auto& ports = side == device::Side::Source ? group.sources : group.sinks;
     if (ports) groups.push_back({*group.id, numbers.count(*group.id, side, ports->count)});
   }
   return groups;
@@ -158,8 +158,8 @@ Patcher::Patcher(EvtSrv::EventPortManager& manager, unsigned streamType) : state
   state_->numbers = client::PortNumbers(topology);
   // Other types have no streams.
   if (streamType == 0) {
-    state_->sources = groupsOf(topology, state_->numbers, client::Side::Source);
-    state_->sinks = groupsOf(topology, state_->numbers, client::Side::Sink);
+    state_->sources = groupsOf(topology, state_->numbers, device::Side::Source);
+    state_->sinks = groupsOf(topology, state_->numbers, device::Side::Sink);
   }
   state_->places = client::PortPlaces(std::move(device->topology));
   state_->followed = device->session;
@@ -172,8 +172,8 @@ StreamResult Patcher::State::patch(bool made, PortRecord source, PortRecord sink
   std::optional<device::Status> status;
   for (int attempt = 0; attempt < Attempts; ++attempt) {
     const std::uint64_t number = follow(*service);
-    const client::ServicePort from = toService(source, client::Side::Source);
-    const client::ServicePort to = toService(sink, client::Side::Sink);
+    const channel::ServicePort from = toService(source, device::Side::Source);
+    const channel::ServicePort to = toService(sink, device::Side::Sink);
     status = service->patch(made, {from.group, from.index, to.group, to.index}, number);
     if (status == device::Status::NotFound && learnsMore(*service)) continue;
     if (status != device::Status::NoSession) break;
@@ -181,7 +181,7 @@ StreamResult Patcher::State::patch(bool made, PortRecord source, PortRecord sink
   return toResult(status);
 }
 
-StreamResult Patcher::State::peers(PortRecord port, client::Side side, AskPeers ask, std::vector<PortRecord>& result) {
+StreamResult Patcher::State::peers(PortRecord port, device::Side side, AskPeers ask, std::vector<PortRecord>& result) {
   result.clear();
   const auto service = session.lock();
   if (!service) return StrmRes_NoService;
@@ -189,7 +189,7 @@ StreamResult Patcher::State::peers(PortRecord port, client::Side side, AskPeers 
     const std::uint64_t number = follow(*service);
     Peers peers;
     if (!((*service).*ask)(toService(port, side), number, peers)) continue;
-    toConsole(*service, side == client::Side::Source ? client::Side::Sink : client::Side::Source, peers, result);
+    toConsole(*service, side == device::Side::Source ? device::Side::Sink : device::Side::Source, peers, result);
     return StrmRes_Success;
   }
   // The graph may be unchanged when the service answers again, but this answer was different.
@@ -229,19 +229,19 @@ StreamResult Patcher::disconnect(std::uint16_t sourceGroup, std::uint16_t source
 
 StreamResult Patcher::getConnectSourcePorts(std::uint16_t sinkGroup, std::uint16_t sinkPort,
                                             std::vector<PortRecord>& result) {
-  return state_->peers({sinkGroup, sinkPort}, client::Side::Sink, &State::Session::sourcesOf, result);
+  return state_->peers({sinkGroup, sinkPort}, device::Side::Sink, &State::Session::sourcesOf, result);
 }
 
 StreamResult Patcher::getConnectSinkPorts(std::uint16_t sourceGroup, std::uint16_t sourcePort,
                                           std::vector<PortRecord>& result) {
-  return state_->peers({sourceGroup, sourcePort}, client::Side::Source, &State::Session::sinksOf, result);
+  return state_->peers({sourceGroup, sourcePort}, device::Side::Source, &State::Session::sinksOf, result);
 }
 
 std::uint64_t Patcher::version() { return state_->currentVersion(); }
 
 std::string Patcher::makeStreamPortName(unsigned /*streamType*/, std::uint16_t group, std::uint16_t port,
                                         int sink) const {
-  const client::Side side = sink == 0 ? client::Side::Source : client::Side::Sink;
+  const device::Side side = sink == 0 ? device::Side::Source : device::Side::Sink;
   const std::lock_guard guard(state_->mutex);
   return state_->places.name({group, state_->numbers.toService(group, port, side)}, side);
 }

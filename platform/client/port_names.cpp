@@ -9,8 +9,8 @@
 namespace client {
 namespace {
 
-const std::optional<wire::TopologySide>& sideOf(const wire::TopologyGroup& group, Side side) {
-  return side == Side::Source ? group.sources : group.sinks;
+const std::optional<wire::TopologySide>& sideOf(const wire::TopologyGroup& group, device::Side side) {
+  return side == device::Side::Source ? group.sources : group.sinks;
 }
 
 bool isOneOf(std::string_view name, const std::optional<wire::TopologySide>& side) {
@@ -29,7 +29,7 @@ PortNames::PortNames(wire::Topology topology) : topology_(std::move(topology)) {
   }
 }
 
-std::string PortNames::name(std::uint16_t group, std::uint16_t index, Side side) const {
+std::string PortNames::name(std::uint16_t group, std::uint16_t index, device::Side side) const {
   const wire::TopologyGroup* known = find(group);
   if (known != nullptr) {
     const auto& ports = sideOf(*known, side);
@@ -37,8 +37,8 @@ std::string PortNames::name(std::uint16_t group, std::uint16_t index, Side side)
       return ports->names.empty() ? ports->prefix + std::to_string(index + 1) : ports->names[index];
     }
   }
-  return device::missingPortName(known == nullptr ? std::string_view{} : known->name, group, side == Side::Sink, index,
-                                 [this](const std::string& name) { return has(name); });
+  return device::missingPortName(known == nullptr ? std::string_view{} : known->name, group, side == device::Side::Sink,
+                                 index, [this](const std::string& name) { return has(name); });
 }
 
 const wire::TopologyGroup* PortNames::find(std::uint16_t group) const {
@@ -46,7 +46,7 @@ const wire::TopologyGroup* PortNames::find(std::uint16_t group) const {
   return found == byId_.end() ? nullptr : &topology_.groups[found->second];
 }
 
-bool PortNames::has(std::uint16_t group, std::uint16_t index, Side side) const {
+bool PortNames::has(std::uint16_t group, std::uint16_t index, device::Side side) const {
   const wire::TopologyGroup* known = find(group);
   return known != nullptr && sideOf(*known, side) && sideOf(*known, side)->has(index);
 }

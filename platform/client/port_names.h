@@ -7,7 +7,8 @@
 #include <string_view>
 #include <unordered_map>
 
-#include "platform/client/service_port.h"
+#include "platform/channel/service_port.h"
+#include "platform/device/port.h"
 #include "platform/wire/messages.h"
 
 namespace client {
@@ -19,10 +20,10 @@ class PortNames {
   explicit PortNames(wire::Topology topology);
 
   // The name of a port; for a port that does not exist, a name in the same style that no port has.
-  std::string name(std::uint16_t group, std::uint16_t index, Side side) const;
+  std::string name(std::uint16_t group, std::uint16_t index, device::Side side) const;
 
   // True when there is such a port.
-  bool has(std::uint16_t group, std::uint16_t index, Side side) const;
+  bool has(std::uint16_t group, std::uint16_t index, device::Side side) const;
 
   // True when a port of either side has this name.
   bool has(std::string_view name) const;

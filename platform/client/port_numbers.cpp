@@ -6,12 +6,12 @@ namespace client {
 
 PortNumbers::PortNumbers(const wire::Topology& topology) {
   for (const wire::TopologyGroup& group : topology.groups) {
-    if (group.sources) enter(*group.id, Side::Source, *group.sources);
-    if (group.sinks) enter(*group.id, Side::Sink, *group.sinks);
+    if (group.sources) enter(*group.id, device::Side::Source, *group.sources);
+    if (group.sinks) enter(*group.id, device::Side::Sink, *group.sinks);
   }
 }
 
-void PortNumbers::enter(std::uint16_t group, Side side, const wire::TopologySide& ports) {
+void PortNumbers::enter(std::uint16_t group, device::Side side, const wire::TopologySide& ports) {
   Gapless gapless;
   for (std::uint16_t index = 0; index < ports.count; ++index) {
     if (ports.has(index)) gapless.add(index);
@@ -28,12 +28,12 @@ std::uint16_t PortNumbers::Gapless::add(std::uint16_t index) {
   return known->second;
 }
 
-std::uint16_t PortNumbers::count(std::uint16_t group, Side side, std::uint16_t serviceCount) const {
+std::uint16_t PortNumbers::count(std::uint16_t group, device::Side side, std::uint16_t serviceCount) const {
   const auto found = sides_.find({group, side});
   return found == sides_.end() ? serviceCount : found->second.firstCount;
 }
 
-std::uint16_t PortNumbers::toService(std::uint16_t group, std::uint16_t index, Side side) const {
+std::uint16_t PortNumbers::toService(std::uint16_t group, std::uint16_t index, device::Side side) const {
   const auto found = sides_.find({group, side});
   if (found == sides_.end()) return index;
   // No service has a port with the last index, because a count has 16 bits.
@@ -41,7 +41,7 @@ std::uint16_t PortNumbers::toService(std::uint16_t group, std::uint16_t index, S
   return index < numbers.size() ? numbers[index] : std::numeric_limits<std::uint16_t>::max();
 }
 
-std::uint16_t PortNumbers::toConsole(std::uint16_t group, std::uint16_t index, Side side) {
+std::uint16_t PortNumbers::toConsole(std::uint16_t group, std::uint16_t index, device::Side side) {
   const auto found = sides_.find({group, side});
   return found == sides_.end() ? index : found->second.add(index);
 }

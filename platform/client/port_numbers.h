@@ -22,13 +22,13 @@ class PortNumbers {
   explicit PortNumbers(const wire::Topology& topology);
 
   // The number of ports at the beginning.
-  std::uint16_t count(std::uint16_t group, Side side, std::uint16_t serviceCount) const;
+  std::uint16_t count(std::uint16_t group, device::Side side, std::uint16_t serviceCount) const;
 
   // The service's index of the port with this console index.
-  std::uint16_t toService(std::uint16_t group, std::uint16_t index, Side side) const;
+  std::uint16_t toService(std::uint16_t group, std::uint16_t index, device::Side side) const;
 
   // The console's index of the service's port; a port without one gets one.
-  std::uint16_t toConsole(std::uint16_t group, std::uint16_t index, Side side);
+  std::uint16_t toConsole(std::uint16_t group, std::uint16_t index, device::Side side);
 
  private:
   struct Gapless {
@@ -38,9 +38,9 @@ class PortNumbers {
     std::uint16_t add(std::uint16_t index);
   };
 
-  void enter(std::uint16_t group, Side side, const wire::TopologySide& ports);
+  void enter(std::uint16_t group, device::Side side, const wire::TopologySide& ports);
 
-  std::map<std::pair<std::uint16_t, Side>, Gapless> sides_;  // only sides with gaps
+  std::map<std::pair<std::uint16_t, device::Side>, Gapless> sides_;  // only sides with gaps
 };
 
 }  // namespace client

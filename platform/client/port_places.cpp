@@ -12,12 +12,12 @@ constexpr std::uint16_t Last = std::numeric_limits<std::uint16_t>::max();
 constexpr std::uint64_t PortsOfGroup = Last + 1U;
 
 // No service has a port with the last index: a count has 16 bits.
-constexpr ServicePort Nowhere{std::numeric_limits<std::uint64_t>::max(), Last};
+constexpr channel::ServicePort Nowhere{std::numeric_limits<std::uint64_t>::max(), Last};
 
 template <class Visit>
 void forEachSide(const wire::TopologyGroup& group, const Visit& visit) {
-  if (group.sources) visit(*group.sources, Side::Source);
-  if (group.sinks) visit(*group.sinks, Side::Sink);
+  if (group.sources) visit(*group.sources, device::Side::Source);
+  if (group.sinks) visit(*group.sinks, device::Side::Sink);
 }
 
 std::string nameOf(const wire::TopologySide& ports, std::uint16_t index) {
@@ -34,16 +34,17 @@ PortPlaces::PortPlaces(wire::Topology first) : first_(std::move(first)) {
   }
 }
 
-PortPlaces::Key PortPlaces::key(PortRecord port, Side side) {
-  return (Key{port.groupId} * PortsOfGroup + port.portIndex) * 2 + (side == Side::Sink ? 1 : 0);
+PortPlaces::Key PortPlaces::key(PortRecord port, device::Side side) {
+  return (Key{port.groupId} * PortsOfGroup + port.portIndex) * 2 + (side == device::Side::Sink ? 1 : 0);
 }
 
 template <class Value>
 auto PortPlaces::ofGroup(std::map<Key, Value>& byPlace, std::uint16_t id) {
-  return std::pair(byPlace.lower_bound(key({id, 0}, Side::Source)), byPlace.upper_bound(key({id, Last}, Side::Sink)));
+  return std::pair(byPlace.lower_bound(key({id, 0}, device::Side::Source)),
+                   byPlace.upper_bound(key({id, Last}, device::Side::Sink)));
 }
 
-bool PortPlaces::knows(PortRecord port, Side side) const {
+bool PortPlaces::knows(PortRecord port, device::Side side) const {
   return first_.has(port.groupId, port.portIndex, side) || later_.contains(key(port, side));
 }
 
@@ -61,11 +62,11 @@ void PortPlaces::follow(const wire::Topology& now, bool isAnother, const NewGrou
   }
   for (const wire::TopologyGroup& group : now.groups) {
     if (const auto inPlace = ids_.find(group.handle); inPlace != ids_.end()) {
-      forEachSide(group, [&](const wire::TopologySide& ports, Side side) {
+      forEachSide(group, [&](const wire::TopologySide& ports, device::Side side) {
         followInPlace(group.handle, inPlace->second, ports, side);
       });
     } else if (const auto moved = moved_.find(group.handle); moved != moved_.end()) {
-      forEachSide(group, [&](const wire::TopologySide& ports, Side side) {
+      forEachSide(group, [&](const wire::TopologySide& ports, device::Side side) {
         for (std::uint16_t index = 0; index < ports.count; ++index) {
           if (ports.has(index)) followByName({group.handle, index}, moved->second, side, nameOf(ports, index));
         }
@@ -111,11 +112,12 @@ void PortPlaces::forgetHandleOf(std::uint16_t id) {
 void PortPlaces::forgetMove(Key place) {
   const auto found = toService_.find(place);
   if (found == toService_.end()) return;
-  fromService_.erase({found->second, place % 2 != 0 ? Side::Sink : Side::Source});
+  fromService_.erase({found->second, place % 2 != 0 ? device::Side::Sink : device::Side::Source});
   toService_.erase(found);
 }
 
-void PortPlaces::followInPlace(std::uint64_t handle, std::uint16_t id, const wire::TopologySide& ports, Side side) {
+void PortPlaces::followInPlace(std::uint64_t handle, std::uint16_t id, const wire::TopologySide& ports,
+                               device::Side side) {
   for (std::uint16_t index = 0; index < ports.count; ++index) {
     const PortRecord place{id, index};
     if (!ports.has(index)) continue;
@@ -134,7 +136,8 @@ void PortPlaces::followInPlace(std::uint64_t handle, std::uint16_t id, const wir
   }
 }
 
-void PortPlaces::followByName(ServicePort there, std::uint16_t id, Side side, const std::string& name) {
+void PortPlaces::followByName(channel::ServicePort there, std::uint16_t id, device::Side side,
+                              const std::string& name) {
   if (fromService_.contains({there, side})) return;
   const auto known = placeOf(name, side);
   PortRecord place = known.value_or(PortRecord{id, there.index});
@@ -147,12 +150,12 @@ void PortPlaces::followByName(ServicePort there, std::uint16_t id, Side side, co
   fromService_[{there, side}] = place;
 }
 
-void PortPlaces::learn(PortRecord place, Side side, const std::string& name) {
+void PortPlaces::learn(PortRecord place, device::Side side, const std::string& name) {
   later_.emplace(key(place, side), name);
   if (namesEntered_) byName_.try_emplace(name, place, side);
 }
 
-std::optional<PortRecord> PortPlaces::placeOf(const std::string& name, Side side) {
+std::optional<PortRecord> PortPlaces::placeOf(const std::string& name, device::Side side) {
   enterNames();
   const auto found = byName_.find(name);
   return found == byName_.end() || found->second.second != side ? std::nullopt : std::optional(found->second.first);
@@ -161,7 +164,7 @@ std::optional<PortRecord> PortPlaces::placeOf(const std::string& name, Side side
 void PortPlaces::enterNames() {
   if (std::exchange(namesEntered_, true)) return;
   for (const wire::TopologyGroup& group : first_.topology().groups) {
-    forEachSide(group, [&](const wire::TopologySide& ports, Side side) {
+    forEachSide(group, [&](const wire::TopologySide& ports, device::Side side) {
       for (std::uint16_t index = 0; index < ports.count; ++index) {
         if (ports.has(index)) byName_.try_emplace(nameOf(ports, index), PortRecord{*group.id, index}, side);
       }
@@ -170,17 +173,17 @@ void PortPlaces::enterNames() {
   for (const auto& [place, name] : later_) {
     const PortRecord port{static_cast<std::uint16_t>(place / 2 / PortsOfGroup),
                           static_cast<std::uint16_t>(place / 2 % PortsOfGroup)};
-    byName_.try_emplace(name, port, place % 2 != 0 ? Side::Sink : Side::Source);
+    byName_.try_emplace(name, port, place % 2 != 0 ? device::Side::Sink : device::Side::Source);
   }
 }
 
-ServicePort PortPlaces::toService(PortRecord port, Side side) const {
+channel::ServicePort PortPlaces::toService(PortRecord port, device::Side side) const {
   if (const auto moved = toService_.find(key(port, side)); moved != toService_.end()) return moved->second;
   const auto handle = handles_.find(port.groupId);
-  return handle == handles_.end() ? Nowhere : ServicePort{handle->second, port.portIndex};
+  return handle == handles_.end() ? Nowhere : channel::ServicePort{handle->second, port.portIndex};
 }
 
-std::optional<PortRecord> PortPlaces::fromService(ServicePort port, Side side) const {
+std::optional<PortRecord> PortPlaces::fromService(channel::ServicePort port, device::Side side) const {
   if (const auto moved = fromService_.find({port, side}); moved != fromService_.end()) return moved->second;
   const auto id = ids_.find(port.group);
   if (id == ids_.end()) return std::nullopt;
@@ -190,7 +193,7 @@ std::optional<PortRecord> PortPlaces::fromService(ServicePort port, Side side) c
   return knows(place, side) ? std::optional(place) : std::nullopt;
 }
 
-std::string PortPlaces::name(PortRecord port, Side side) const {
+std::string PortPlaces::name(PortRecord port, device::Side side) const {
   const auto later = later_.find(key(port, side));
   return later == later_.end() ? first_.name(port.groupId, port.portIndex, side) : later->second;
 }

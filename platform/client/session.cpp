@@ -3,6 +3,7 @@
 #include <poll.h>
 
 #include <algorithm>
+#include <array>
 #include <cerrno>
 #include <exception>
 #include <mutex>
@@ -10,12 +11,13 @@
 #include <string_view>
 #include <utility>
 
-#include "platform/client/endpoint.h"
+#include "platform/channel/address.h"
 #include "platform/system/program_line.h"
+#include "platform/wire/events.h"
 
 namespace EvtSrv {
 
-using client::Deadline;
+using channel::Deadline;
 
 namespace {
 
@@ -37,9 +39,9 @@ constexpr std::size_t TapsAtOnce = 100;
 // Time to deliver the events that arrived before the service was lost. Ends earlier if the channel is closed.
 constexpr std::chrono::milliseconds RestTime{100};
 
-void report(const std::string& endpoint, std::string_view what) { sys::sayLine(client::endpointLine(endpoint, what)); }
+void report(const std::string& address, std::string_view what) { sys::sayLine(channel::addressLine(address, what)); }
 
-wire::Tap toTap(std::uint64_t session, const client::TapList::Entry& tap) {
+wire::Tap toTap(std::uint64_t session, const channel::TapList::Entry& tap) {
   return {session, tap.first.first, tap.second.holderBytes, tap.first.second};
 }
 
@@ -56,16 +58,14 @@ std::string returnText(std::size_t attached, std::size_t wanted) {
 }  // namespace
 
 std::variant<std::shared_ptr<EventPortManager::Session>, std::string> EventPortManager::Session::open(
-    client::Connection connection, std::string endpoint) {
-  const Deadline deadline(client::AnswerTime);
+    channel::Connector connector, std::string address) {
+  const Deadline deadline(channel::AnswerTime);
   try {
-    const std::shared_ptr<Session> session(new Session(std::move(connection), std::move(endpoint)));
-    zmq::context_t& context = session->connection_.context();
-    const std::string& address = session->connection_.address();
-    auto& control = session->channels_.emplace(context, address).control;
+    const std::shared_ptr<Session> session(new Session(std::move(connector), std::move(address)));
+    auto& control = session->channels_.emplace(session->connector_).control;
     if (!control.greet(program_invocation_short_name, deadline)) return "the service does not answer";
     session->session_ = control.session();
-    session->events_.emplace(context, address, control.session());
+    session->events_.emplace(session->connector_, control.session());
     if (session->events_->open(deadline)) return session;
     // Within the same deadline, so that open blocks no longer.
     session->close(deadline);
@@ -91,10 +91,13 @@ void EventPortManager::Session::close(const Deadline& deadline) {
 EventResult EventPortManager::Session::receive(int milliseconds) {
   if (events_ && events_->dispatching()) return EvtRes_DoNothing;
   const Deadline deadline{std::chrono::milliseconds(milliseconds)};
+  const auto take = [this](std::uint32_t eventPort, std::string_view port, std::span<const std::uint8_t> event) {
+    return passOn(eventPort, port, event);
+  };
   const std::uint64_t session = session_;
   if (events_ && events_->session() != session) {
     // Events that arrived before the service was lost are still delivered.
-    if (events_->receive(ports_, Deadline(RestTime))) return EvtRes_Success;
+    if (events_->receive(take, Deadline(RestTime))) return EvtRes_Success;
     events_.reset();
   }
   if (session == 0) {
@@ -106,7 +109,7 @@ EventResult EventPortManager::Session::receive(int milliseconds) {
   lookForArrivals();
   followGraph();
   if (!events_ && !openEvents(session)) return EvtRes_DoNothing;
-  if (events_->receive(ports_, deadline)) return EvtRes_Success;
+  if (events_->receive(take, deadline)) return EvtRes_Success;
   if (events_->lost()) {
     const std::lock_guard guard(mutex_);
     if (session_ == session) lose();
@@ -116,7 +119,7 @@ EventResult EventPortManager::Session::receive(int milliseconds) {
 
 std::optional<device::Status> EventPortManager::Session::tap(std::uint32_t port, const std::string& name,
                                                              std::uint32_t holderBytes) {
-  const Deadline deadline(client::AnswerTime);
+  const Deadline deadline(channel::AnswerTime);
   const std::lock_guard guard(mutex_);
   const auto status = request(
       [&](std::uint64_t session) {
@@ -132,7 +135,7 @@ std::optional<device::Status> EventPortManager::Session::tap(std::uint32_t port,
 }
 
 std::optional<device::Status> EventPortManager::Session::untap(std::uint32_t port, const std::string& name) {
-  const Deadline deadline(client::AnswerTime);
+  const Deadline deadline(channel::AnswerTime);
   const std::lock_guard guard(mutex_);
   taps_.remove(port, name);
   const auto status = request([&](std::uint64_t session) { return wire::Untap{session, port, name}; }, deadline);
@@ -141,7 +144,7 @@ std::optional<device::Status> EventPortManager::Session::untap(std::uint32_t por
 }
 
 std::optional<device::Status> EventPortManager::Session::untapAll(std::uint32_t port) {
-  const Deadline deadline(client::AnswerTime);
+  const Deadline deadline(channel::AnswerTime);
   const std::lock_guard guard(mutex_);
   taps_.removeAll(port);
   const auto status = request([&](std::uint64_t session) { return wire::UntapAll{session, port}; }, deadline);
@@ -158,7 +161,7 @@ std::optional<device::Status> EventPortManager::Session::request(
 }
 
 bool EventPortManager::Session::send(std::uint32_t port, std::uint16_t group, std::span<const std::uint8_t> bytes) {
-  const Deadline deadline(client::AnswerTime);
+  const Deadline deadline(channel::AnswerTime);
   const std::lock_guard guard(mutex_);
   if (!channels_) return false;
   const bool sent = channels_->control.send(port, group, bytes);
@@ -167,7 +170,7 @@ bool EventPortManager::Session::send(std::uint32_t port, std::uint16_t group, st
 }
 
 std::optional<EventPortManager::Session::Device> EventPortManager::Session::device() {
-  const Deadline deadline(client::AnswerTime);
+  const Deadline deadline(channel::AnswerTime);
   const std::lock_guard guard(mutex_);
   if (!attached() || silent()) return std::nullopt;
   const std::uint64_t number = channels_->control.session();
@@ -196,7 +199,7 @@ void EventPortManager::Session::keepTopology(wire::Topology topology) {
 bool EventPortManager::Session::attached() {
   if (closed_ || channels_) return !closed_;
   if (std::chrono::steady_clock::now() < nextLook_) return false;
-  if (connection_.whyUnreachable() == 0 && attach()) return true;
+  if (connector_.whyUnreachable() == 0 && attach()) return true;
   nextLook_ = std::chrono::steady_clock::now() + LookInterval;
   return false;
 }
@@ -210,21 +213,21 @@ void EventPortManager::Session::noticeLoss(const Deadline& deadline) {
 }
 
 void EventPortManager::Session::lose() {
-  if (!connection_.mayReturn()) return;
+  if (!connector_.mayReturn()) return;
   channels_.reset();
   mirrorValid_ = false;
   if (std::exchange(mirrorKnown_, false)) carried_.keep(mirror_, topology_);
   session_ = 0;
   nextLook_ = std::chrono::steady_clock::now();
-  report(endpoint_, "the service has gone");
+  report(address_, "the service has gone");
 }
 
 bool EventPortManager::Session::attach() {
   try {
-    auto& control = channels_.emplace(connection_.context(), connection_.address()).control;
+    auto& control = channels_.emplace(connector_).control;
     bool answered = control.greet(program_invocation_short_name, Deadline(AttachTime));
     std::size_t tapped = 0;
-    for (client::TapList::Entry* const tap : taps_.inOrder()) {
+    for (channel::TapList::Entry* const tap : taps_.inOrder()) {
       if (!answered) break;
       const auto result = control.ask<wire::Result>(toTap(control.session(), *tap), Deadline(AttachTime));
       answered = result.has_value();
@@ -234,7 +237,7 @@ bool EventPortManager::Session::attach() {
     if (answered) {
       session_ = control.session();
       tapsAreMissing_ = tapped < taps_.size();
-      report(endpoint_, returnText(tapped, taps_.size()));
+      report(address_, returnText(tapped, taps_.size()));
       reportLostLinks();
       isBack_ = true;
       return true;
@@ -248,7 +251,7 @@ bool EventPortManager::Session::attach() {
 
 bool EventPortManager::Session::openEvents(std::uint64_t session) {
   try {
-    events_.emplace(connection_.context(), connection_.address(), session);
+    events_.emplace(connector_, session);
     if (events_->open(Deadline(AttachTime))) return true;
   } catch (const std::exception&) {
     // As above.
@@ -257,6 +260,19 @@ bool EventPortManager::Session::openEvents(std::uint64_t session) {
   const std::lock_guard guard(mutex_);
   if (session_ == session) lose();
   return false;
+}
+
+bool EventPortManager::Session::passOn(std::uint32_t eventPort, std::string_view port,
+                                       std::span<const std::uint8_t> event) {
+  // The port may have been removed meanwhile.
+  EventPort* to = ports_.find(eventPort);
+  const auto header = wire::readEventHeader(event);
+  if (to == nullptr || !header) return false;
+  std::array<char, device::MaxNameBytes + 1> name{};
+  std::ranges::copy(port, name.begin());
+  MemoryHolder data(event);
+  to->receiveMain(name.data(), header->type, &data, nullptr);
+  return true;
 }
 
 void EventPortManager::Session::waitForService(const Deadline& deadline) {
@@ -278,7 +294,7 @@ void EventPortManager::Session::tapMissing() {
   std::size_t tried = 0;
   std::size_t tapped = 0;
   for (std::size_t i = 0; i < taps.size() && tried < TapsAtOnce; ++i) {
-    client::TapList::Entry& tap = *taps[(first + i) % taps.size()];
+    channel::TapList::Entry& tap = *taps[(first + i) % taps.size()];
     nextMissing_ = first + i + 1;
     if (!tap.second.isMissing) continue;
     ++tried;
@@ -292,7 +308,7 @@ void EventPortManager::Session::tapMissing() {
     if (!tap.second.isMissing) ++tapped;
   }
   tapsAreMissing_ = std::ranges::any_of(taps, [](const auto* tap) { return tap->second.isMissing; });
-  if (tapped > 0) report(endpoint_, tapsText(tapped));
+  if (tapped > 0) report(address_, tapsText(tapped));
 }
 
 }  // namespace EvtSrv

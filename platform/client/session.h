@@ -13,18 +13,18 @@
 #include <vector>
 
 #include "evtsrv.h"
+#include "platform/channel/carried_links.h"
+#include "platform/channel/connector.h"
+#include "platform/channel/control_channel.h"
+#include "platform/channel/deadline.h"
+#include "platform/channel/event_channel.h"
+#include "platform/channel/fair_mutex.h"
+#include "platform/channel/graph_channel.h"
+#include "platform/channel/link_mirror.h"
+#include "platform/channel/service_port.h"
+#include "platform/channel/tap_list.h"
 #include "platform/client/arrivals.h"
-#include "platform/client/carried_links.h"
-#include "platform/client/connection.h"
-#include "platform/client/control_channel.h"
-#include "platform/client/deadline.h"
-#include "platform/client/event_channel.h"
-#include "platform/client/fair_mutex.h"
-#include "platform/client/graph_channel.h"
-#include "platform/client/link_mirror.h"
 #include "platform/client/port_registry.h"
-#include "platform/client/service_port.h"
-#include "platform/client/tap_list.h"
 #include "platform/wire/messages.h"
 
 namespace EvtSrv {
@@ -42,20 +42,20 @@ namespace EvtSrv {
 // thread retries up to 100 taps of ports that did not exist then, in turn, until all exist.
 class EventPortManager::Session {
  public:
-  // Attaches. endpoint: the connection's name on standard error. If no service answers, returns the cause as text.
+  // Attaches. address: the service's name on standard error. If no service answers, returns the cause as text.
   // Blocks for at most two seconds.
-  static std::variant<std::shared_ptr<Session>, std::string> open(client::Connection connection, std::string endpoint);
+  static std::variant<std::shared_ptr<Session>, std::string> open(channel::Connector connector, std::string address);
 
   Session(const Session&) = delete;
   Session& operator=(const Session&) = delete;
   ~Session();
 
-  // The endpoint given to open.
-  const std::string& endpoint() const { return endpoint_; }
+  // The address given to open.
+  const std::string& address() const { return address_; }
 
   // Sends what is pending, sends Goodbye and closes all sockets. No call has an answer afterwards. Must not run during
   // receive. Blocks until the deadline at most, after the requests of other threads are done.
-  void close(const client::Deadline& deadline = client::Deadline(client::AnswerTime));
+  void close(const channel::Deadline& deadline = channel::Deadline(channel::AnswerTime));
 
   std::uint32_t addPort(EventPort& port) { return ports_.add(port); }
   void removePort(std::uint32_t number) { ports_.remove(number); }
@@ -99,11 +99,11 @@ class EventPortManager::Session {
 
   // Copies what the up-to-date mirror says; blocks only if the mirror has to be fetched anew. Returns false, with an
   // empty result, if there is no mirror or the session's number is not the given one.
-  bool sourcesOf(client::ServicePort sink, std::uint64_t number, std::vector<client::ServicePort>& result) {
-    return peersOf(&client::LinkMirror::sourcesOf, sink, number, result);
+  bool sourcesOf(channel::ServicePort sink, std::uint64_t number, std::vector<channel::ServicePort>& result) {
+    return peersOf(&channel::LinkMirror::sourcesOf, sink, number, result);
   }
-  bool sinksOf(client::ServicePort source, std::uint64_t number, std::vector<client::ServicePort>& result) {
-    return peersOf(&client::LinkMirror::sinksOf, source, number, result);
+  bool sinksOf(channel::ServicePort source, std::uint64_t number, std::vector<channel::ServicePort>& result) {
+    return peersOf(&channel::LinkMirror::sinksOf, source, number, result);
   }
 
   // The version of the graph that the up-to-date mirror shows; nullopt where the two calls above return false.
@@ -112,22 +112,22 @@ class EventPortManager::Session {
  private:
   // Closed together; guarded by mutex_.
   struct Channels {
-    Channels(zmq::context_t& context, const std::string& address) : control(context, address) {}
-    client::ControlChannel control;
-    std::optional<client::GraphChannel> graph;  // created by the first question about the graph
+    explicit Channels(const channel::Connector& connector) : control(connector) {}
+    channel::ControlChannel control;
+    std::optional<channel::GraphChannel> graph;  // created by the first question about the graph
   };
 
-  Session(client::Connection connection, std::string endpoint)
-      : connection_(std::move(connection)), endpoint_(std::move(endpoint)) {}
+  Session(channel::Connector connector, std::string address)
+      : connector_(std::move(connector)), address_(std::move(address)) {}
 
   // With mutex_ locked.
   std::optional<device::Status> request(const std::function<wire::Body(std::uint64_t session)>& message,
-                                        const client::Deadline& deadline);
+                                        const channel::Deadline& deadline);
 
   // With mutex_ locked: returns whether the service is there, as far as is known; looks for it if it is gone.
   bool attached();
   // With mutex_ locked: call after a request without an answer, in a call with this deadline.
-  void noticeLoss(const client::Deadline& deadline);
+  void noticeLoss(const channel::Deadline& deadline);
   // With mutex_ locked and channels_ set: the service missed a deadline a moment ago and is not queried.
   bool silent() const;
   void lose();
@@ -138,7 +138,8 @@ class EventPortManager::Session {
 
   // For the receiving thread.
   bool openEvents(std::uint64_t session);
-  void waitForService(const client::Deadline& deadline);
+  bool passOn(std::uint32_t eventPort, std::string_view port, std::span<const std::uint8_t> event);
+  void waitForService(const channel::Deadline& deadline);
   void tapMissing();
   void lookForArrivals();
   void followGraph();
@@ -148,34 +149,35 @@ class EventPortManager::Session {
   void reportLostLinks();
 
   // With mutex_ locked and channels_ set. If it returns false, channels_ may be empty.
-  bool openGraph(const client::Deadline& deadline);
-  using PeersOf = std::span<const client::ServicePort> (client::LinkMirror::*)(client::ServicePort);
-  bool peersOf(PeersOf peers, client::ServicePort port, std::uint64_t number, std::vector<client::ServicePort>& result);
+  bool openGraph(const channel::Deadline& deadline);
+  using PeersOf = std::span<const channel::ServicePort> (channel::LinkMirror::*)(channel::ServicePort);
+  bool peersOf(PeersOf peers, channel::ServicePort port, std::uint64_t number,
+               std::vector<channel::ServicePort>& result);
   // For questions: afterwards the mirror shows what had arrived a moment ago and all that this client did. If it
   // returns false, the mirror could not be updated and channels_ may be empty.
-  bool lookAtGraph(const client::Deadline& deadline);
-  bool bringMirrorUp(const client::Deadline& deadline);
-  bool waitForVersion(std::uint64_t version, const client::Deadline& deadline);
+  bool lookAtGraph(const channel::Deadline& deadline);
+  bool bringMirrorUp(const channel::Deadline& deadline);
+  bool waitForVersion(std::uint64_t version, const channel::Deadline& deadline);
 
-  client::Connection connection_;  // destroyed last
-  std::string endpoint_;
+  channel::Connector connector_;  // destroyed last
+  std::string address_;
   client::PortRegistry ports_;
-  client::FairMutex mutex_;
+  channel::FairMutex mutex_;
   std::optional<Channels> channels_;  // empty while the service is gone, and after close
-  client::LinkMirror mirror_;         // guarded by mutex_, like all members up to events_
+  channel::LinkMirror mirror_;        // guarded by mutex_, like all members up to events_
   bool mirrorValid_ = false;
   bool mirrorKnown_ = false;  // it has been valid for this service; what it holds may be out of date
   std::chrono::steady_clock::time_point nextGraphLook_;
   wire::Topology topology_;            // the last answer
   std::uint64_t topologySession_ = 0;  // the number of the session that gave it
-  client::CarriedLinks carried_;
+  channel::CarriedLinks carried_;
   client::Arrivals arrivals_;
-  client::TapList taps_;
+  channel::TapList taps_;
   std::size_t nextMissing_ = 0;  // the tap to try next if it is missing
   std::chrono::steady_clock::time_point nextTapLook_;
   bool closed_ = false;
   std::chrono::steady_clock::time_point nextLook_;  // when to look for a lost service, or to query a silent one
-  std::optional<client::EventChannel> events_;      // used by the receiving thread
+  std::optional<channel::EventChannel> events_;     // used by the receiving thread
   std::atomic<bool> tapsAreMissing_{false};
   std::atomic<bool> isBack_{false};  // the service is back, and the receiving thread has not yet looked for arrivals
   std::optional<std::chrono::steady_clock::time_point> arrivalLook_;  // of the receiving thread: when to look

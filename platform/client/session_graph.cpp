@@ -7,7 +7,7 @@
 
 namespace EvtSrv {
 
-using client::Deadline;
+using channel::Deadline;
 
 namespace {
 
@@ -22,7 +22,7 @@ constexpr std::chrono::milliseconds FollowInterval{200};
 
 std::optional<device::Status> EventPortManager::Session::patch(bool made, const wire::LinkRecord& link,
                                                                std::uint64_t number) {
-  const Deadline deadline(client::AnswerTime);
+  const Deadline deadline(channel::AnswerTime);
   const std::lock_guard guard(mutex_);
   // Before the change, so that what follows it arrives as changes.
   if (!attached() || silent()) return std::nullopt;
@@ -39,10 +39,10 @@ std::optional<device::Status> EventPortManager::Session::patch(bool made, const 
   return std::nullopt;
 }
 
-bool EventPortManager::Session::peersOf(PeersOf peers, client::ServicePort port, std::uint64_t number,
-                                        std::vector<client::ServicePort>& result) {
+bool EventPortManager::Session::peersOf(PeersOf peers, channel::ServicePort port, std::uint64_t number,
+                                        std::vector<channel::ServicePort>& result) {
   result.clear();
-  const Deadline deadline(client::AnswerTime);
+  const Deadline deadline(channel::AnswerTime);
   const std::lock_guard guard(mutex_);
   if (!attached() || channels_->control.session() != number || !lookAtGraph(deadline)) return false;
   const auto found = (mirror_.*peers)(port);
@@ -51,7 +51,7 @@ bool EventPortManager::Session::peersOf(PeersOf peers, client::ServicePort port,
 }
 
 std::optional<std::uint64_t> EventPortManager::Session::graphVersion(std::uint64_t number) {
-  const Deadline deadline(client::AnswerTime);
+  const Deadline deadline(channel::AnswerTime);
   const std::lock_guard guard(mutex_);
   if (!attached() || channels_->control.session() != number || !lookAtGraph(deadline)) return std::nullopt;
   return mirror_.version();
@@ -62,14 +62,14 @@ bool EventPortManager::Session::openGraph(const Deadline& deadline) {
   if (graph && graph->isOpen()) return true;
   if (silent()) return false;
   try {
-    if (!graph) graph.emplace(connection_.context(), connection_.address(), channels_->control.session());
+    if (!graph) graph.emplace(connector_, channels_->control.session());
   } catch (const std::exception&) {
     return false;
   }
-  const client::Opening opening = graph->open(deadline);
+  const channel::Opening opening = graph->open(deadline);
   // The service no longer knows this client.
-  if (opening == client::Opening::Refused) lose();
-  return opening == client::Opening::Opened;
+  if (opening == channel::Opening::Refused) lose();
+  return opening == channel::Opening::Opened;
 }
 
 bool EventPortManager::Session::lookAtGraph(const Deadline& deadline) {

@@ -3,13 +3,13 @@
 #include <chrono>
 #include <mutex>
 
-#include "platform/client/endpoint.h"
+#include "platform/channel/address.h"
 #include "platform/client/session.h"
 #include "platform/system/program_line.h"
 
 namespace EvtSrv {
 
-using client::Deadline;
+using channel::Deadline;
 
 namespace {
 
@@ -52,7 +52,7 @@ void EventPortManager::Session::lookForArrivals() {
     return;
   }
   keepTopology(std::move(*topology));
-  if (const auto line = arrivals_.look(topology_)) sys::sayLine(client::endpointLine(endpoint_, *line));
+  if (const auto line = arrivals_.look(topology_)) sys::sayLine(channel::addressLine(address_, *line));
 }
 
 void EventPortManager::Session::tellLostLinks() {
@@ -72,7 +72,7 @@ void EventPortManager::Session::reportLostLinks() {
   lossIsUntold_ = !links;
   nextLossLook_ = Clock::now() + NewsInterval;
   if (!links) return;
-  if (const auto line = carried_.compare(*links, *topology)) sys::sayLine(client::endpointLine(endpoint_, *line));
+  if (const auto line = carried_.compare(*links, *topology)) sys::sayLine(channel::addressLine(address_, *line));
 }
 
 }  // namespace EvtSrv

@@ -9,8 +9,8 @@
 #include <string_view>
 #include <zmq.hpp>
 
+#include "platform/channel/socket_monitor.h"
 #include "platform/host/peers.h"
-#include "platform/host/socket_monitor.h"
 
 namespace host {
 
@@ -49,7 +49,7 @@ class RouterSocket : public Peers {
   bool sendFrame(const void* bytes, std::size_t size, int flags);
 
   zmq::socket_t socket_;
-  SocketMonitor monitor_;
+  channel::SocketMonitor monitor_;
   zmq::message_t peer_;
   zmq::message_t message_;
 };

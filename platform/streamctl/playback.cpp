@@ -22,7 +22,7 @@ device::Time clockNow() { return std::chrono::steady_clock::now().time_since_epo
 // Sends frames and keeps track of the notes that sound.
 class Sender {
  public:
-  Sender(client::ControlChannel& channel, const std::string& port) : channel_(channel), port_(port) {}
+  Sender(channel::ControlChannel& channel, const std::string& port) : channel_(channel), port_(port) {}
 
   // Returns false if the service does not take this message or an earlier one.
   bool add(const device::Message& message) {
@@ -49,7 +49,7 @@ class Sender {
   }
 
  private:
-  client::ControlChannel& channel_;
+  channel::ControlChannel& channel_;
   const std::string& port_;
   midi::SoundingNotes sounding_;
   FrameBatch batch_;
@@ -57,7 +57,7 @@ class Sender {
 };
 
 // Returns false if the service does not take everything.
-bool play(Sender& sender, client::ControlChannel& channel, midi::Player& player, std::uint64_t pass,
+bool play(Sender& sender, channel::ControlChannel& channel, midi::Player& player, std::uint64_t pass,
           const StopSignals& signals, const std::function<void(std::uint64_t messages)>& progress) {
   std::uint64_t messages = 0;
   player.start(clockNow());
@@ -80,7 +80,7 @@ bool play(Sender& sender, client::ControlChannel& channel, midi::Player& player,
 }
 
 // Plays. If playing ends early, ends the sounding notes.
-bool playAndSilence(client::ControlChannel& channel, const std::string& port, midi::Player& player, std::uint64_t pass,
+bool playAndSilence(channel::ControlChannel& channel, const std::string& port, midi::Player& player, std::uint64_t pass,
                     const StopSignals& signals, const std::function<void(std::uint64_t messages)>& progress) {
   Sender sender(channel, port);
   const bool played = play(sender, channel, player, pass, signals, progress);

@@ -3,31 +3,29 @@
 #include <exception>
 #include <utility>
 
-#include "evtsrv.h"
-#include "platform/client/deadline.h"
-#include "platform/client/endpoint.h"
-#include "platform/client/service_search.h"
+#include "platform/channel/address.h"
+#include "platform/channel/deadline.h"
+#include "platform/reach/service_search.h"
 #include "platform/system/printable.h"
 
 namespace streamctl {
 std::unique_ptr<ServiceClient> ServiceClient::open(const ServicePlace& place) {
   std::unique_ptr<ServiceClient> taken;
-  const auto take = [&taken](client::Connection connection, const std::string& endpoint) -> std::optional<std::string> {
+  const auto take = [&taken](channel::Connector connector, const std::string& endpoint) -> std::optional<std::string> {
     try {
-      std::unique_ptr<ServiceClient> opened(new ServiceClient(std::move(connection), endpoint));
-      const client::Connection& to = opened->connection_;
-      opened->channel_.emplace(to.context(), to.address());
-      if (!opened->channel_->greet("streamctl", client::Deadline(client::AnswerTime))) return opened->whyNoAnswer();
+      std::unique_ptr<ServiceClient> opened(new ServiceClient(std::move(connector), endpoint));
+      opened->channel_.emplace(opened->connector_);
+      if (!opened->channel_->greet("streamctl", channel::Deadline(channel::AnswerTime))) return opened->whyNoAnswer();
       taken = std::move(opened);
       return std::nullopt;
     } catch (const std::exception& failure) {
       return failure.what();
     }
   };
-  const auto report = [&place](const std::string& endpoint, const client::ConnectionProblem& problem) {
+  const auto report = [&place](const std::string& endpoint, const channel::ConnectProblem& problem) {
     sayProblem(place, endpoint, problem);
   };
-  if (client::findService(place.endpoints, EvtSrv::ConBehave_Void, take, report)) sayTaken(place, taken->endpoint_);
+  if (reach::findService(place.endpoints, reach::Network::Allowed, take, report)) sayTaken(place, taken->endpoint_);
   return taken;
 }
 
@@ -38,7 +36,7 @@ std::string ServiceClient::whyNoAnswer() {
 
 std::string ServiceClient::whyNot(const std::string& port) {
   if (channel_->refusal() == device::Status::NotFound) return noSuchPort(port);
-  return client::endpointLine(endpoint_, whyNoAnswer());
+  return channel::addressLine(endpoint_, whyNoAnswer());
 }
 
 void ServiceClient::leave() { channel_->ask<wire::Result>(wire::Goodbye{channel_->session()}); }

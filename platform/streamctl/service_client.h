@@ -5,8 +5,8 @@
 #include <optional>
 #include <string>
 
-#include "platform/client/connection.h"
-#include "platform/client/control_channel.h"
+#include "platform/channel/connector.h"
+#include "platform/channel/control_channel.h"
 #include "platform/streamctl/service_place.h"
 #include "platform/wire/messages.h"
 
@@ -20,7 +20,7 @@ class ServiceClient {
   // each service, and for disk access.
   static std::unique_ptr<ServiceClient> open(const ServicePlace& place);
 
-  client::ControlChannel& channel() { return *channel_; }
+  channel::ControlChannel& channel() { return *channel_; }
 
   // Blocks for at most two seconds. Returns nullopt if there is no answer; whyNot says why.
   template <class Answer, class Request>
@@ -36,14 +36,14 @@ class ServiceClient {
   void leave();
 
  private:
-  ServiceClient(client::Connection connection, std::string endpoint)
-      : connection_(std::move(connection)), endpoint_(std::move(endpoint)) {}
+  ServiceClient(channel::Connector connector, std::string endpoint)
+      : connector_(std::move(connector)), endpoint_(std::move(endpoint)) {}
 
   std::string whyNoAnswer();
 
-  client::Connection connection_;  // destroyed last
+  channel::Connector connector_;  // destroyed last
   std::string endpoint_;
-  std::optional<client::ControlChannel> channel_;
+  std::optional<channel::ControlChannel> channel_;
 };
 
 // The message that no port has this name.

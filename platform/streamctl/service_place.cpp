@@ -3,8 +3,8 @@
 #include <utility>
 #include <variant>
 
-#include "evtsrv.h"
-#include "platform/client/endpoint.h"
+#include "platform/channel/address.h"
+#include "platform/reach/service_search.h"
 #include "platform/system/printable.h"
 #include "platform/system/program_line.h"
 
@@ -22,7 +22,7 @@ const std::string Start = "start streamd";
 
 // Somebody has said where: only a streamd that listens there helps.
 ServicePlace placeGiven(std::string endpoint) {
-  const bool isDefault = endpoint == client::endpointsWhenUnset().front();
+  const bool isDefault = endpoint == reach::defaultAddresses().front();
   std::string advice = isDefault ? Start : Start + " --listen " + sys::printable(endpoint);
   return {{std::move(endpoint)}, false, std::move(advice)};
 }
@@ -31,8 +31,8 @@ ServicePlace placeGiven(std::string endpoint) {
 
 ServicePlace placeToLook(const std::optional<std::string>& given) {
   if (given) return placeGiven(*given);
-  if (auto endpoint = client::endpointOfVariable()) return placeGiven(std::move(*endpoint));
-  return {client::endpointsWhenUnset(), true, AnyService};
+  if (auto endpoint = channel::addressOfVariable()) return placeGiven(std::move(*endpoint));
+  return {reach::defaultAddresses(), true, AnyService};
 }
 
 ServicePlace placeOfStreamd(ServicePlace place) {
@@ -41,16 +41,18 @@ ServicePlace placeOfStreamd(ServicePlace place) {
   return {{std::move(place.endpoints.front())}, false, Start};
 }
 
-void sayProblem(const ServicePlace& place, const std::string& endpoint, const client::ConnectionProblem& problem) {
-  const auto parsed = client::parseEndpoint(endpoint, EvtSrv::ConBehave_Void);
-  const bool noStreamd = problem.nobodyThere && std::holds_alternative<client::LocalEndpoint>(parsed);
-  const std::string line = client::endpointLine(endpoint, problem.cause);
+void sayProblem(const ServicePlace& place, const std::string& endpoint, const channel::ConnectProblem& problem) {
+  const auto parsed = channel::parseAddress(endpoint);
+  const auto* address = std::get_if<channel::Address>(&parsed);
+  const bool isLocal = address != nullptr && address->transport == channel::Transport::Local;
+  const bool noStreamd = problem.nobodyThere && isLocal;
+  const std::string line = channel::addressLine(endpoint, problem.cause);
   sys::sayLine(noStreamd ? line + "; " + place.advice : line);
 }
 
 void sayTaken(const ServicePlace& place, const std::string& endpoint) {
   if (!place.isDefault) return;
-  const bool isBuiltin = endpoint == client::embeddedEndpoint({});
+  const bool isBuiltin = endpoint == channel::Address{}.text();
   const std::string why = isBuiltin ? ", a built-in device that nobody else sees; " + place.advice : "";
   sys::sayLine("using " + sys::printable(endpoint) + why);
 }

@@ -6,7 +6,7 @@
 #include <string_view>
 #include <vector>
 
-#include "platform/client/connection.h"
+#include "platform/channel/connector.h"
 
 namespace streamctl {
 
@@ -24,7 +24,7 @@ ServicePlace placeOfStreamd(ServicePlace place);
 
 // Prints to standard error why there is no service at an endpoint of the place and, if no streamd listens there, what
 // to do next.
-void sayProblem(const ServicePlace& place, const std::string& endpoint, const client::ConnectionProblem& problem);
+void sayProblem(const ServicePlace& place, const std::string& endpoint, const channel::ConnectProblem& problem);
 
 // If the user has not said where, prints to standard error which endpoint is used, and also what to do next if nobody
 // else sees its device.

@@ -17,10 +17,10 @@
 namespace streamctl {
 namespace {
 
+using channel::ServicePort;
+using channel::ServicePortHash;
 using client::PortNames;
-using client::ServicePort;
-using client::ServicePortHash;
-using client::Side;
+using device::Side;
 
 // For each port of one side, the names of its peers, separated by blanks.
 using Peers = std::unordered_map<ServicePort, std::string, ServicePortHash>;

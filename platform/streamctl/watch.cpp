@@ -8,8 +8,9 @@
 #include <variant>
 
 #include "evtsrv.h"
-#include "platform/client/connection.h"
+#include "platform/channel/connector.h"
 #include "platform/client/session.h"
+#include "platform/reach/service_search.h"
 #include "platform/streamctl/event_lines.h"
 #include "platform/streamctl/output.h"
 #include "platform/streamctl/service_client.h"
@@ -59,14 +60,14 @@ class WatchPort : public EvtSrv::EventPort {
   bool malformed_ = false;
 };
 
-using Opened = std::variant<client::Connection, client::ConnectionProblem>;
+using Opened = channel::ConnectorOrProblem;
 
 // Makes the library use the only endpoint of the place. Prints why if there is no service: only this program knows what
 // to do next. A service in this process stays alive for the library as long as the result.
 Opened makeKnown(const ServicePlace& place) {
   const std::string& endpoint = place.endpoints.front();
-  Opened opened = client::openConnection(endpoint, EvtSrv::ConBehave_Void);
-  if (const auto* problem = std::get_if<client::ConnectionProblem>(&opened)) {
+  Opened opened = reach::openAddress(endpoint, reach::Network::Allowed);
+  if (const auto* problem = std::get_if<channel::ConnectProblem>(&opened)) {
     sayProblem(place, endpoint, *problem);
   } else {
     setenv("EVTSRV_ENDPOINT", endpoint.c_str(), 1);
@@ -87,10 +88,10 @@ Outcome run(const WatchCommand& command, const ServicePlace& place) {
   std::signal(SIGPIPE, SIG_IGN);
   std::optional<Opened> opened;
   if (!place.isDefault) opened = makeKnown(place);
-  if (opened && std::holds_alternative<client::ConnectionProblem>(*opened)) return Failure{};
+  if (opened && std::holds_alternative<channel::ConnectProblem>(*opened)) return Failure{};
   EvtSrv::EventPortManager manager(EvtSrv::ConBehave_Void, true);
   if (manager.session() == nullptr) return Failure{};  // the library has printed why
-  const std::string& endpoint = manager.session()->endpoint();
+  const std::string& endpoint = manager.session()->address();
   sayTaken(place, endpoint);
   WatchPort port(manager, command.json ? LineForm::Json : LineForm::Text, signals);
   for (const std::string& name : command.ports) {

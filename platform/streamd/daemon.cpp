@@ -12,6 +12,7 @@
 #include <vector>
 #include <zmq.hpp>
 
+#include "platform/channel/address.h"
 #include "platform/drivers/catalogue.h"
 #include "platform/host/host.h"
 #include "platform/streamd/line_log.h"
@@ -76,14 +77,17 @@ std::string devicesText(const Options& options) {
 
 // Claims the place of an endpoint's socket. Returns it, or why streamd cannot listen there.
 std::variant<std::unique_ptr<SocketPlace>, std::string> claim(std::string_view endpoint) {
-  constexpr std::string_view Local = "ipc://";
-  if (endpoint.starts_with("tcp://")) return "services over the network are not supported";
-  if (!endpoint.starts_with(Local) || endpoint.size() == Local.size()) return "not an endpoint (ipc://PATH)";
-  const std::string_view path = endpoint.substr(Local.size());
+  const auto parsed = channel::parseAddress(endpoint);
+  const auto* address = std::get_if<channel::Address>(&parsed);
+  if (address != nullptr && address->transport == channel::Transport::Network) {
+    return "services over the network are not supported";
+  }
+  if (address == nullptr || address->transport != channel::Transport::Local) return "not an endpoint (ipc://PATH)";
+  const std::string& path = address->place;
   // ZeroMQ would take @ as a socket without a file, which has no mode that keeps other users out, and * as a path of
   // its own choice.
   if (path.front() == '@' || path.front() == '*') return "the path must not begin with @ or *";
-  return SocketPlace::claim(std::string(path));
+  return SocketPlace::claim(path);
 }
 
 }  // namespace

@@ -3,6 +3,7 @@
 #include <CLI/CLI.hpp>
 #include <cstdio>
 
+#include "platform/channel/address.h"
 #include "platform/drivers/catalogue.h"
 #include "platform/host/limits.h"
 #include "platform/system/local_socket.h"
@@ -26,7 +27,7 @@ std::vector<std::string> driverNames() {
 }  // namespace
 
 std::variant<Options, EndWith> parseOptions(int count, const char* const* words) {
-  Options options{.endpoints = {"ipc://" + sys::wellKnownSocket()},
+  Options options{.endpoints = {channel::Address{channel::Transport::Local, sys::wellKnownSocket()}.text()},
                   .drivers = {},
                   .device = {},
                   .queueBytes = service::Limits{}.queueBytes};

@@ -13,8 +13,8 @@
 
 #include "core/flowscope_shell.h"
 #include "core/line_executor.h"
-#include "platform/client/connection.h"
 #include "platform/host/embedded_service.h"
+#include "platform/reach/running_services.h"
 #include "tests/core/shell_fixture.h"
 #include "tests/platform/service/device.h"
 #include "tests/support/deadline.h"
@@ -77,7 +77,7 @@ class LiveListing : public testing::Test {
         std::make_unique<service::TestDevice>(service::evenTopology(Groups, PortsPerSide), std::move(links), told_);
     device->onAdvance = [this](device::DriverEvents& /*events*/, device::Time now) { return gate.pass(now); };
     service_ = std::make_shared<host::EmbeddedService>(std::move(device));
-    client::shareService("embedded:live", service_);
+    reach::shareService("live", service_);
     ::setenv("EVTSRV_ENDPOINT", "embedded:live", 1);
     manager = std::make_unique<EvtSrv::EventPortManager>(EvtSrv::ConBehave_Void, true);
     shell = std::make_unique<FlowScope>(*manager, true, around_.io);

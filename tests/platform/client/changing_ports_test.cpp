@@ -44,7 +44,7 @@ class ChangingPorts : public testing::Test {
     auto device = std::make_unique<ObeyingDevice>(told_);
     device_ = device.get();
     service_ = std::make_shared<host::EmbeddedService>(std::move(device));
-    shareService("embedded:test", service_);
+    reach::shareService("test", service_);
   }
 
   void setPorts(const std::vector<device::Group>& groups) {

@@ -12,8 +12,8 @@
 #include <vector>
 
 #include "evtsrv.h"
-#include "platform/client/connection.h"
 #include "platform/host/embedded_service.h"
+#include "platform/reach/running_services.h"
 #include "strmsrv.h"
 #include "tests/platform/service/device.h"
 #include "tests/support/deadline.h"
@@ -41,7 +41,7 @@ class TestService {
     auto device = std::make_unique<service::TestDevice>(std::move(topology), std::vector<device::Link>{}, told_);
     device->remembersDeliveries = false;
     service_ = std::make_shared<host::EmbeddedService>(std::move(device), limits);
-    shareService("embedded:test", service_);
+    reach::shareService("test", service_);
   }
 
   const std::shared_ptr<host::EmbeddedService>& service() { return service_; }

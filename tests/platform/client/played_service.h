@@ -12,7 +12,7 @@
 #include <zmq.hpp>
 
 #include "platform/wire/messages.h"
-#include "tests/platform/client/fake_service.h"
+#include "tests/platform/channel/fake_service.h"
 
 namespace client {
 
@@ -59,7 +59,7 @@ class PlayedService {
     }
   }
 
-  FakeService service_;
+  channel::FakeService service_;
   Answer answer_;
   std::atomic<bool> stop_{false};
   std::string eventPeer_;

@@ -10,6 +10,8 @@
 namespace client {
 namespace {
 
+using device::Side;
+
 using device::SideOfGroup;
 
 // The service's own view of a device, and the client's.

@@ -5,6 +5,8 @@
 namespace client {
 namespace {
 
+using device::Side;
+
 wire::Topology withGaps() {
   return {{{77, 1, "G", wire::TopologySide{4, "", {"", "b", "", "d"}}, wire::TopologySide{2, "", {"x", "y"}}}}};
 }

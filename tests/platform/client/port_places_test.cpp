@@ -9,6 +9,9 @@
 namespace client {
 namespace {
 
+using channel::ServicePort;
+using device::Side;
+
 using StrmSrv::PortRecord;
 
 // A group whose handle is its id; a side without names is not there, an empty name stands for a port that has gone.

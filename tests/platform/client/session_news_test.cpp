@@ -37,7 +37,7 @@ TEST(SessionNews, ServiceIsAskedForWhatHasComeOnceASecond) {
     // Ports only go, so there is never a line.
     self.toEventChannel(wire::TopologyChanged{});
   });
-  const auto opened = Session::open(Connection(context, "inproc://news"), "test");
+  const auto opened = Session::open(channel::Connector(context, "inproc://news"), "test");
   const auto* session = std::get_if<std::shared_ptr<Session>>(&opened);
   ASSERT_NE(session, nullptr);
   (*session)->list(twoGroups());
@@ -65,7 +65,7 @@ TEST(SessionNews, ReceivingDoesNotWaitForARequestOfAnotherThread) {
     while (!received && !deadline.passed()) std::this_thread::yield();
     self.reply(tag, wire::Result{});
   });
-  const auto opened = Session::open(Connection(context, "inproc://news"), "test");
+  const auto opened = Session::open(channel::Connector(context, "inproc://news"), "test");
   const auto* session = std::get_if<std::shared_ptr<Session>>(&opened);
   ASSERT_NE(session, nullptr);
   std::optional<device::Status> status;
@@ -96,7 +96,7 @@ TEST(SessionNews, LossIsToldWhenAServiceThatWasLateAnswers) {
   };
   auto service = std::make_unique<PlayedService>(serviceContext, "ipc://" + path,
                                                  answerWith({3, {{1, 0, 2, 0, true}, {1, 0, 2, 1, true}}}));
-  const auto opened = Session::open(Connection(LocalEndpoint{path}), "test");
+  const auto opened = Session::open(channel::Connector::toLocalSocket(path), "test");
   const auto* session = std::get_if<std::shared_ptr<Session>>(&opened);
   ASSERT_NE(session, nullptr);
   ASSERT_TRUE((*session)->device());
@@ -141,7 +141,7 @@ TEST(SessionNews, LossIsToldThoughNewsOfTheGraphWereMissed) {
   };
   auto service =
       std::make_unique<PlayedService>(serviceContext, "ipc://" + path, answerWith({3, {{1, 0, 2, 0, true}}}));
-  const auto opened = Session::open(Connection(LocalEndpoint{path}), "test");
+  const auto opened = Session::open(channel::Connector::toLocalSocket(path), "test");
   const auto* session = std::get_if<std::shared_ptr<Session>>(&opened);
   ASSERT_NE(session, nullptr);
   ASSERT_TRUE((*session)->graphVersion((*session)->number()));
@@ -179,7 +179,7 @@ TEST(SessionNews, TryingATapAgainLeavesAServiceThatIsSlowItsTwoSeconds) {
     self.reply(tag, wire::Result{number == 2 ? device::Status::NotFound : device::Status::Ok, 0});
   };
   auto service = std::make_unique<PlayedService>(serviceContext, "ipc://" + path, answer);
-  const auto opened = Session::open(Connection(LocalEndpoint{path}), "test");
+  const auto opened = Session::open(channel::Connector::toLocalSocket(path), "test");
   const auto* session = std::get_if<std::shared_ptr<Session>>(&opened);
   ASSERT_NE(session, nullptr);
   ASSERT_EQ((*session)->tap(1, "a", 100), device::Status::Ok);

@@ -22,14 +22,14 @@ namespace client {
 namespace {
 
 using Session = EvtSrv::EventPortManager::Session;
-using Ports = std::vector<ServicePort>;
+using Ports = std::vector<channel::ServicePort>;
 
 class SessionTest : public testing::Test {
  protected:
   // The session with a service that answers like this, null when it gives none.
   std::shared_ptr<Session> openWith(PlayedService::Answer answer) {
     service_ = std::make_unique<PlayedService>(*context_, Address, std::move(answer));
-    auto opened = Session::open(Connection(context_, Address), "test");
+    auto opened = Session::open(channel::Connector(context_, Address), "test");
     if (auto* cause = std::get_if<std::string>(&opened)) {
       cause_ = *cause;
       return nullptr;
@@ -62,7 +62,7 @@ TEST_F(SessionTest, ServiceThatRefusesEventsIsNoService) {
 }
 
 TEST_F(SessionTest, AddressWithoutServiceIsNoService) {
-  const auto opened = Session::open(Connection(context_, "nonsense"), "test");
+  const auto opened = Session::open(channel::Connector(context_, "nonsense"), "test");
   EXPECT_TRUE(std::holds_alternative<std::string>(opened));
 }
 
@@ -129,7 +129,7 @@ TEST_F(SessionTest, ReportsTheVersionOfTheMirror) {
 TEST_F(SessionTest, CallOfSeveralRequestsHasOneDeadline) {
   std::atomic<bool> slow{false};
   const auto session = openWith([&](PlayedService& service, std::uint32_t tag, const wire::Body& body) {
-    if (slow) std::this_thread::sleep_for(AnswerTime * 6 / 10);
+    if (slow) std::this_thread::sleep_for(channel::AnswerTime * 6 / 10);
     service.answerGreeting(tag, body);
     if (std::holds_alternative<wire::AskLinks>(body)) service.reply(tag, wire::Links{});
     if (std::holds_alternative<wire::Patch>(body)) service.reply(tag, wire::Result{});
@@ -203,7 +203,7 @@ TEST(SessionTransport, WorksOverSocketsOfTheSystem) {
   device->remembersDeliveries = false;
   host::RunningHost host(address, std::move(device), {.service = {}, .firstHandle = 0});
   {
-    const auto opened = Session::open(Connection(std::make_shared<zmq::context_t>(), address), "test");
+    const auto opened = Session::open(channel::Connector(std::make_shared<zmq::context_t>(), address), "test");
     const auto* found = std::get_if<std::shared_ptr<Session>>(&opened);
     EXPECT_NE(found, nullptr);
     if (found != nullptr) {

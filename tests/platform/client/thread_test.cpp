@@ -7,7 +7,7 @@
 #include <vector>
 
 #include "kstd.h"
-#include "platform/client/fair_mutex.h"
+#include "platform/channel/fair_mutex.h"
 #include "tests/platform/client/fixture.h"
 #include "utilsrv.h"
 
@@ -122,13 +122,13 @@ int intrusions(Mutex& mutex) {
 TEST(Mutexes, LetOneThreadInAtATime) {
   KSTD::KThreadMutex plain;
   EXPECT_EQ(intrusions(plain), 0);
-  client::FairMutex fair;
+  channel::FairMutex fair;
   EXPECT_EQ(intrusions(fair), 0);
 }
 
 TEST(Mutexes, FairMutexLetsInWaitingThreads) {
   struct Work {
-    client::FairMutex mutex;
+    channel::FairMutex mutex;
     std::atomic<bool> busy{false};
     std::atomic<bool> stop{false};
   } work;
@@ -151,7 +151,7 @@ TEST(Mutexes, FairMutexLetsInWaitingThreads) {
 }
 
 TEST(Mutexes, FairMutexIsTriedWithoutWaiting) {
-  client::FairMutex mutex;
+  channel::FairMutex mutex;
   ASSERT_TRUE(mutex.try_lock());
   bool locked = true;
   std::thread([&] { locked = mutex.try_lock(); }).join();

@@ -7,7 +7,7 @@
 
 #include "platform/streamctl/stop_signals.h"
 #include "platform/wire/messages.h"
-#include "tests/platform/client/fake_service.h"
+#include "tests/platform/channel/fake_service.h"
 #include "tests/platform/midi/smf_maker.h"
 #include "tests/platform/streamctl/service_fixture.h"
 
@@ -210,7 +210,7 @@ class RefusingService {
   }
 
   zmq::context_t context_;
-  client::FakeService service_;
+  channel::FakeService service_;
   std::uint64_t frames_ = 0;
   Lines messages_;
 };

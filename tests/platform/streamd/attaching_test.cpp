@@ -168,7 +168,7 @@ TEST_F(Attaching, SenderWaitsForAServiceThatIsStoppedAndLosesNothing) {
     }
   });
   // Longer than a service has for an answer.
-  std::this_thread::sleep_for(client::AnswerTime + std::chrono::milliseconds(500));
+  std::this_thread::sleep_for(channel::AnswerTime + std::chrono::milliseconds(500));
   daemon_.signal(SIGCONT);
   sender.join();
   EXPECT_EQ(failed, 0);

@@ -10,8 +10,8 @@
 #include <utility>
 #include <vector>
 
-#include "platform/client/connection.h"
-#include "platform/client/control_channel.h"
+#include "platform/channel/connector.h"
+#include "platform/channel/control_channel.h"
 
 namespace streamd {
 
@@ -33,8 +33,8 @@ inline std::string rawLine(std::uint32_t number) {
 class Injector {
  public:
   explicit Injector(const std::string& socket)
-      : connection_(client::LocalEndpoint{socket}), control_(connection_.context(), connection_.address()) {
-    EXPECT_TRUE(control_.greet("injector", client::Deadline(client::AnswerTime)));
+      : connector_(channel::Connector::toLocalSocket(socket)), control_(connector_) {
+    EXPECT_TRUE(control_.greet("injector", channel::Deadline(channel::AnswerTime)));
   }
 
   // Passes the notes with the next count numbers through the port, and waits until the service has taken them.
@@ -54,11 +54,11 @@ class Injector {
     return std::move(stats).value_or(wire::Stats{});
   }
 
-  client::ControlChannel& control() { return control_; }
+  channel::ControlChannel& control() { return control_; }
 
  private:
-  client::Connection connection_;
-  client::ControlChannel control_;
+  channel::Connector connector_;
+  channel::ControlChannel control_;
   std::uint32_t next_ = 0;
 };
 

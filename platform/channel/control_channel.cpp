@@ -1,0 +1,85 @@
+#include "platform/channel/control_channel.h"
+
+#include <unistd.h>
+
+#include <algorithm>
+#include <utility>
+
+namespace channel {
+
+bool ControlChannel::greet(const std::string& program, const Deadline& deadline) {
+  const wire::Hello hello{program.substr(0, device::MaxNameBytes), static_cast<std::uint32_t>(getpid())};
+  const auto welcome = ask<wire::Welcome>(hello, deadline);
+  if (!welcome) return false;
+  session_ = welcome->session;
+  window_ = welcome->sendWindow;
+  return true;
+}
+
+bool ControlChannel::send(std::uint32_t eventPort, std::uint16_t group, std::span<const std::uint8_t> bytes) {
+  return handOver(wire::Send{session_, eventPort, group, {bytes.begin(), bytes.end()}}, Patience::UntilItGoes);
+}
+
+bool ControlChannel::inject(const std::string& port, std::vector<wire::InjectItem> messages) {
+  return handOver(wire::Inject{session_, port, std::move(messages)}, Patience::TwoSeconds);
+}
+
+bool ControlChannel::finish() { return waitForRoom(0, Patience::TwoSeconds) && !refusal_; }
+
+bool ControlChannel::handOver(const wire::Body& message, Patience patience) {
+  // Reading costs as much as sending, so it is done only when half of the window is used up.
+  if (sent_ - taken_ >= (window_ + 1) / 2) takeIn(0);
+  if (forgotten_ || window_ == 0 || !waitForRoom(window_ - 1, patience) || !connection_.send(0, message)) return false;
+  ++sent_;
+  return true;
+}
+
+bool ControlChannel::waitForRoom(std::uint64_t onTheWay, Patience patience) {
+  const bool tillItGoes = patience == Patience::UntilItGoes && connection_.noticesClosing();
+  for (std::uint64_t before = taken_; sent_ - taken_ > onTheWay; before = taken_) {
+    Deadline deadline(AnswerTime);
+    while (taken_ == before) {
+      if (std::exchange(heard_, false)) deadline = Deadline(AnswerTime);
+      if (!connection_.waitThroughSignals(tillItGoes ? Deadline(AnswerTime) : deadline)) {
+        if (!tillItGoes || connection_.closed()) return false;
+      }
+      takeIn(0);
+      if (forgotten_) return false;
+    }
+  }
+  return true;
+}
+
+std::optional<wire::Body> ControlChannel::askAnything(const wire::Body& request, const Deadline& deadline) {
+  takeIn(0);
+  if (forgotten_) return std::nullopt;
+  if (++lastTag_ == 0) ++lastTag_;
+  if (!connection_.send(lastTag_, request)) return std::nullopt;
+  do {
+    if (!connection_.waitThroughSignals(deadline)) return std::nullopt;
+    if (auto answer = takeIn(lastTag_)) return answer;
+    if (forgotten_) return std::nullopt;
+  } while (!deadline.passed());
+  return std::nullopt;
+}
+
+std::optional<wire::Body> ControlChannel::takeIn(std::uint32_t tag) {
+  std::optional<wire::Body> answer;
+  while (const auto message = connection_.receive()) {
+    auto envelope = wire::decode(*message);
+    if (!envelope) continue;
+    const auto* result = std::get_if<wire::Result>(&envelope->body);
+    if (result != nullptr && result->status == device::Status::NoSession) forgotten_ = true;
+    if (result != nullptr && envelope->tag == 0) refusal_ = result->status;
+    if (const auto* taken = std::get_if<wire::Taken>(&envelope->body)) {
+      if (taken->count <= sent_) taken_ = std::max(taken_, taken->count);
+      heard_ = true;
+    } else if (tag != 0 && envelope->tag == tag) {
+      // Answers to requests that have timed out have older tags.
+      answer = std::move(envelope->body);
+    }
+  }
+  return answer;
+}
+
+}  // namespace channel

@@ -1,0 +1,84 @@
+// Requests and Send messages of one client.
+#pragma once
+
+#include <cstdint>
+#include <optional>
+#include <span>
+#include <string>
+#include <variant>
+#include <vector>
+
+#include "platform/channel/connection.h"
+#include "platform/channel/connector.h"
+#include "platform/channel/deadline.h"
+#include "platform/wire/messages.h"
+
+namespace channel {
+
+// The control socket. Not thread-safe: threads that share it hold a lock.
+class ControlChannel {
+ public:
+  // Throws zmq::error_t if the system gives no socket.
+  explicit ControlChannel(const Connector& connector) : connection_(connector.connect()) {}
+
+  // Introduces this client to the service. Returns false if the service does not answer in time.
+  bool greet(const std::string& program, const Deadline& deadline);
+
+  // The number of the session; 0 until the service has answered a greeting.
+  std::uint64_t session() const { return session_; }
+
+  // Sends a request and waits for the answer. Returns nullopt if none arrives in time or if it has another type, and
+  // without waiting if the service is known to have forgotten this client.
+  template <class Answer>
+  std::optional<Answer> ask(const wire::Body& request, const Deadline& deadline = Deadline(AnswerTime)) {
+    auto answer = askAnything(request, deadline);
+    if (!answer || !std::holds_alternative<Answer>(*answer)) return std::nullopt;
+    return std::get<Answer>(std::move(*answer));
+  }
+
+  // Sends a request without waiting for its answer. Does not block.
+  void tell(const wire::Body& request) { connection_.send(0, request); }
+
+  // True if the connection is closed or the service has forgotten this client: no request gets an answer any more.
+  bool lost() { return forgotten_ || connection_.closed(); }
+
+  // Sends a message; not empty, and at most device::MaxMessageBytes. Blocks only while the service is behind by the
+  // whole window, for as long as that lasts: a stopped service of another process takes the message when it continues.
+  // Returns false at once if the connection is closed or the service is known to have forgotten this client; messages
+  // sent just before that is known are lost. Within the process, where no connection closes, returns false if the
+  // service takes nothing for two seconds and does not say that its device holds it back.
+  bool send(std::uint32_t eventPort, std::uint16_t group, std::span<const std::uint8_t> bytes);
+
+  // Sends messages to pass through the device port of this name. No message is empty, and the frame of all of them has
+  // at most 1 MiB. Blocks and fails as send does within the process.
+  bool inject(const std::string& port, std::vector<wire::InjectItem> messages);
+
+  // Waits until the service has taken everything that was sent. Returns false if it takes nothing for two seconds and
+  // does not say that it is held back, if the connection is closed, or if the service has refused something.
+  bool finish();
+
+  // The status of the last message that the service refused to inject; nullopt if it refused none.
+  std::optional<device::Status> refusal() const { return refusal_; }
+
+ private:
+  enum class Patience : std::uint8_t { TwoSeconds, UntilItGoes };
+
+  // Waits until at most onTheWay frames are not taken yet.
+  bool waitForRoom(std::uint64_t onTheWay, Patience patience);
+  bool handOver(const wire::Body& message, Patience patience);
+  std::optional<wire::Body> askAnything(const wire::Body& request, const Deadline& deadline);
+  // Handles all messages that are ready. Returns the answer with this tag if it is among them.
+  std::optional<wire::Body> takeIn(std::uint32_t tag);
+
+  Connection connection_;
+  std::uint64_t session_ = 0;
+  std::uint32_t lastTag_ = 0;
+  std::uint32_t window_ = 0;
+  std::uint64_t sent_ = 0;
+  std::uint64_t taken_ = 0;
+  bool heard_ = false;      // a Taken message arrived, even if taken_ did not grow
+  bool forgotten_ = false;  // by the service
+  std::optional<device::Status> refusal_;
+};
+
+}  // namespace channel

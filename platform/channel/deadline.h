@@ -1,0 +1,30 @@
+// The moment at which waiting ends.
+#pragma once
+
+#include <algorithm>
+#include <chrono>
+#include <limits>
+
+namespace channel {
+
+// The timeout for an answer of the service, for each endpoint that a new manager tries (opening JACK takes up to five
+// seconds more), and for the destruction of a manager.
+inline constexpr std::chrono::milliseconds AnswerTime{2000};
+
+class Deadline {
+ public:
+  explicit Deadline(std::chrono::milliseconds fromNow) : end_(std::chrono::steady_clock::now() + fromNow) {}
+
+  bool passed() const { return std::chrono::steady_clock::now() >= end_; }
+
+  // The time left, rounded up; 0 if the deadline has passed.
+  std::chrono::milliseconds left() const {
+    const auto rest = std::chrono::ceil<std::chrono::milliseconds>(end_ - std::chrono::steady_clock::now());
+    return std::clamp(rest, std::chrono::milliseconds(0), std::chrono::milliseconds(std::numeric_limits<int>::max()));
+  }
+
+ private:
+  std::chrono::steady_clock::time_point end_;
+};
+
+}  // namespace channel

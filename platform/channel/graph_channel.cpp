@@ -1,0 +1,37 @@
+#include "platform/channel/graph_channel.h"
+
+#include <variant>
+
+namespace channel {
+namespace {
+
+// The service waits for GraphSeen only after many more changes (wire::MinGraphWindow).
+constexpr std::uint64_t TellAfterChanges = wire::MinGraphWindow / 4;
+
+}  // namespace
+
+Opening GraphChannel::open(const Deadline& deadline) {
+  if (opening_ != Opening::NotYet) return opening_;
+  if (!asked_) asked_ = askToOpen(connection_, wire::OpenGraph{session_});
+  if (asked_) opening_ = waitForOpening(connection_, deadline);
+  return opening_;
+}
+
+bool GraphChannel::drain(LinkMirror& mirror) {
+  bool complete = true;
+  while (const auto message = connection_.receive()) {
+    const auto envelope = wire::decode(*message);
+    if (!envelope) continue;
+    if (std::holds_alternative<wire::GraphStale>(envelope->body)) complete = false;
+    if (const auto* change = std::get_if<wire::GraphChanged>(&envelope->body)) {
+      if (!mirror.apply(*change)) complete = false;
+    }
+  }
+  if (mirror.version() - told_ >= TellAfterChanges) {
+    told_ = mirror.version();
+    connection_.send(0, wire::GraphSeen{session_, told_});
+  }
+  return complete;
+}
+
+}  // namespace channel
