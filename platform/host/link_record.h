@@ -8,7 +8,7 @@
 
 namespace host {
 
-// Handles in messages are offset by firstHandle: see Limits::firstHandle.
+// Handles in messages are offset by firstHandle: see Settings::firstHandle.
 inline wire::LinkRecord linkRecord(const device::Link& link, bool carried, std::uint64_t firstHandle) {
   return {link.sourceGroup + firstHandle, link.sourceIndex, link.sinkGroup + firstHandle, link.sinkIndex, carried};
 }

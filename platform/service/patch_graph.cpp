@@ -43,9 +43,9 @@ std::vector<device::Link> PatchGraph::orphans() const {
   return orphans;
 }
 
-const PatchGraph::Peers& PatchGraph::peers(device::PortId port) const {
-  const auto found = peers_.find(port);
-  return found == peers_.end() ? none_ : found->second;
+const PatchGraph::Neighbours& PatchGraph::neighbours(device::PortId port) const {
+  const auto found = neighbours_.find(port);
+  return found == neighbours_.end() ? none_ : found->second;
 }
 
 std::vector<device::Link> PatchGraph::links() const {
@@ -58,22 +58,22 @@ std::vector<device::Link> PatchGraph::links() const {
 std::optional<PatchGraph::Carrier> PatchGraph::carrier(const device::Link& link) const {
   const auto found = orders_.find(link);
   if (found == orders_.end()) return std::nullopt;
-  return peers(link.source()).at(found->second).carrier;
+  return neighbours(link.source()).at(found->second).carrier;
 }
 
 // Returns false if the connection already exists.
 bool PatchGraph::insert(const device::Link& link, Carrier carrier, std::int64_t order) {
   if (!orders_.emplace(link, order).second) return false;
   links_.emplace_hint(links_.end(), order, link);
-  peers_[link.source()].emplace(order, Peer{link.sink(), carrier});
-  peers_[link.sink()].emplace(order, Peer{link.source(), carrier});
+  neighbours_[link.source()].emplace(order, Neighbour{link.sink(), carrier});
+  neighbours_[link.sink()].emplace(order, Neighbour{link.source(), carrier});
   return true;
 }
 
 void PatchGraph::forget(device::PortId port, std::int64_t order) {
-  const auto found = peers_.find(port);
+  const auto found = neighbours_.find(port);
   found->second.erase(order);
-  if (found->second.empty()) peers_.erase(found);
+  if (found->second.empty()) neighbours_.erase(found);
 }
 
 }  // namespace service

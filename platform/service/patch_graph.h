@@ -23,13 +23,13 @@ class PatchGraph {
   enum class Carrier : std::uint8_t { Service, Device };
 
   // The port at the other end of a connection.
-  struct Peer {
+  struct Neighbour {
     device::PortId port;
     Carrier carrier = Carrier::Service;
   };
 
   // A port's connections, by a number that grows with each connection made.
-  using Peers = std::map<std::int64_t, Peer>;
+  using Neighbours = std::map<std::int64_t, Neighbour>;
 
   // topology says which ports exist, and must outlive the graph. initial: see begin.
   explicit PatchGraph(const device::Topology& topology, const std::vector<device::Link>& initial = {});
@@ -49,7 +49,7 @@ class PatchGraph {
 
   // Returns the sinks of a source or the sources of a sink, in the order of creation; empty if the port has none or
   // does not exist. Valid until the next change.
-  const Peers& peers(device::PortId port) const;
+  const Neighbours& neighbours(device::PortId port) const;
 
   // All connections, in the order of creation.
   std::vector<device::Link> links() const;
@@ -69,8 +69,8 @@ class PatchGraph {
   const device::Topology& topology_;
   std::map<std::int64_t, device::Link> links_;
   std::unordered_map<device::Link, std::int64_t, LinkHash> orders_;
-  std::unordered_map<device::PortId, Peers, PortHash> peers_;
-  Peers none_;                  // for ports without connections
+  std::unordered_map<device::PortId, Neighbours, PortHash> neighbours_;
+  Neighbours none_;             // for ports without connections
   std::int64_t nextOrder_ = 0;  // initial connections have negative numbers
   std::uint64_t version_ = 0;
 };

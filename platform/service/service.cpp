@@ -13,7 +13,7 @@
 namespace service {
 
 struct Service::State {
-  State(std::unique_ptr<device::Driver> device, Limits sizes)
+  State(std::unique_ptr<device::Driver> device, QueueLimits sizes)
       : driver(std::move(device)),
         graph(driver->topology()),
         use(*driver, graph, taps),
@@ -99,7 +99,7 @@ struct Service::State {
   std::uint64_t topologyVersion = 0;
 };
 
-Service::Service(std::unique_ptr<device::Driver> driver, Limits limits, device::Time now)
+Service::Service(std::unique_ptr<device::Driver> driver, QueueLimits limits, device::Time now)
     : state_(std::make_unique<State>(std::move(driver), limits)) {
   const device::Started started = state_->driver->start(*this, now);
   state_->descriptor = started.descriptor;
@@ -281,7 +281,7 @@ void Service::lost(device::PortId source, std::uint64_t count, device::Time /*no
     for (const Tap& tap : state_->taps.of(port)) clients.insert(tap.client);
   };
   enter(source);
-  for (const auto& [order, sink] : state_->graph.peers(source)) enter(sink.port);
+  for (const auto& [order, sink] : state_->graph.neighbours(source)) enter(sink.port);
   for (const ClientId client : clients) state_->clients.queue(client)->addLossBefore(count);
 }
 

@@ -6,7 +6,7 @@
 namespace service {
 
 bool SourceUse::isWanted(device::PortId source) const {
-  return isTapped(source) || std::ranges::any_of(graph_.peers(source), [this](const auto& sink) {
+  return isTapped(source) || std::ranges::any_of(graph_.neighbours(source), [this](const auto& sink) {
            return sink.second.carrier == PatchGraph::Carrier::Service || isTapped(sink.second.port);
          });
 }
@@ -33,7 +33,7 @@ void SourceUse::refreshAround(std::span<const device::PortId> ports, device::Tim
     if (port.side == device::Side::Source) {
       enter(port);
     } else {
-      for (const auto& [order, peer] : graph_.peers(port)) enter(peer.port);
+      for (const auto& [order, neighbour] : graph_.neighbours(port)) enter(neighbour.port);
     }
   }
   for (const device::PortId source : sources) refresh(source, now);
@@ -43,7 +43,7 @@ void SourceUse::markAround(device::PortId port) {
   if (port.side == device::Side::Source) {
     mark(port);
   } else {
-    for (const auto& [order, peer] : graph_.peers(port)) mark(peer.port);
+    for (const auto& [order, neighbour] : graph_.neighbours(port)) mark(neighbour.port);
   }
 }
 

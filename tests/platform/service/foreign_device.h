@@ -32,7 +32,7 @@ class ForeignDevice : public testing::Test {
       }
       return device::Status::Ok;
     };
-    service_ = std::make_unique<Service>(std::move(owned), Limits{}, device::Time{});
+    service_ = std::make_unique<Service>(std::move(owned), QueueLimits{}, device::Time{});
     client_ = service_->addClient();
     told_.clear();
   }

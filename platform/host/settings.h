@@ -1,4 +1,4 @@
-// Limits on what waits in a host and what is in flight to its clients.
+// Settings of a host: limits on what waits in it and what is in flight to its clients, and its handles.
 #pragma once
 
 #include <cstddef>
@@ -9,8 +9,8 @@
 
 namespace host {
 
-struct Limits {
-  service::Limits service;
+struct Settings {
+  service::QueueLimits service;
 
   // Unacknowledged bytes of Events entries that may be in flight to a client. Events are sent whole while any room is
   // left, so one event more may be in flight. At least wire::MinEventWindow.

@@ -1,4 +1,4 @@
-// The other ends of a host's socket.
+// A host's socket to its peers.
 #pragma once
 
 #include <cstdint>
@@ -8,9 +8,9 @@
 
 namespace host {
 
-class Peers {
+class PeerSocket {
  public:
-  virtual ~Peers() = default;
+  virtual ~PeerSocket() = default;
 
   // Sends a message to a peer without blocking; copies both. peer: its routing id, any bytes. Returns false if the peer
   // disconnected or takes no more: the message is then lost, and the peer must be given up.
