@@ -39,7 +39,7 @@ extern "C" int LLVMFuzzerTestOneInput(const char* data, std::size_t size) {
   }
   auto device = std::get<drivers::ParsedDevice>(std::move(result)).device;
   const std::vector<device::Link> links = device.links;
-  const auto driver = drivers::makeDeviceDriver(std::move(device));
+  const auto driver = drivers::makeDescribedDevice(std::move(device));
   for (const device::Group& group : driver->topology().groups()) checkGroup(driver->topology(), group);
   for (const device::Link& link : links) {
     require(driver->topology().exists(link.source()) && driver->topology().exists(link.sink()));

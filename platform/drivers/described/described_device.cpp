@@ -9,9 +9,9 @@ namespace {
 
 constexpr int MaxPieceOfPlayer = 256;  // messages of one player per call of advance
 
-class DeviceDriver : public device::Driver {
+class DescribedDevice : public device::Driver {
  public:
-  explicit DeviceDriver(DeviceDescription description)
+  explicit DescribedDevice(DeviceDescription description)
       : topology_(std::move(description.groups)),
         links_(std::move(description.links)),
         thrus_(description.thrus.begin(), description.thrus.end()) {
@@ -61,8 +61,8 @@ class DeviceDriver : public device::Driver {
 
 }  // namespace
 
-std::unique_ptr<device::Driver> makeDeviceDriver(DeviceDescription description) {
-  return std::make_unique<DeviceDriver>(std::move(description));
+std::unique_ptr<device::Driver> makeDescribedDevice(DeviceDescription description) {
+  return std::make_unique<DescribedDevice>(std::move(description));
 }
 
 }  // namespace drivers
