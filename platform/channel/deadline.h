@@ -15,6 +15,12 @@ class Deadline {
  public:
   explicit Deadline(std::chrono::milliseconds fromNow) : end_(std::chrono::steady_clock::now() + fromNow) {}
 
+  // The deadline at this time of the monotonic clock.
+  static Deadline at(std::chrono::nanoseconds time) {
+    return Deadline(
+        std::chrono::steady_clock::time_point(std::chrono::duration_cast<std::chrono::steady_clock::duration>(time)));
+  }
+
   bool passed() const { return std::chrono::steady_clock::now() >= end_; }
 
   // The time left, rounded up; 0 if the deadline has passed.
@@ -24,6 +30,8 @@ class Deadline {
   }
 
  private:
+  explicit Deadline(std::chrono::steady_clock::time_point end) : end_(end) {}
+
   std::chrono::steady_clock::time_point end_;
 };
 

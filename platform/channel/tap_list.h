@@ -42,6 +42,12 @@ class TapList {
 
   std::size_t size() const { return taps_.size(); }
 
+  // Returns null if the tap is not wanted. Valid until the next change.
+  Entry* find(const Key& key) {
+    const auto found = taps_.find(key);
+    return found == taps_.end() ? nullptr : &*found;
+  }
+
   // In the order of tapping, which is the order in which a message is sent through several ports. Sorts all taps. Valid
   // until the next change.
   std::vector<Entry*> inOrder() {

@@ -45,7 +45,7 @@ EventPortManager::~EventPortManager() {
 }
 
 EventResult EventPortManager::receiveEvent(int milliseconds) {
-  if (session_) return session_->receive(std::max(milliseconds, 0));
+  if (session_) return session_->receiveEvent(std::max(milliseconds, 0));
   poll(nullptr, 0, std::max(milliseconds, 0));
   return EvtRes_DoNothing;
 }

@@ -45,7 +45,7 @@ TEST(SessionNews, ServiceIsAskedForWhatHasComeOnceASecond) {
   // Makes the service tell that something has changed.
   ASSERT_TRUE((*session)->device());
   const testsupport::Deadline given(std::chrono::milliseconds(2500));
-  while (!given.passed()) (*session)->receive(10);
+  while (!given.passed()) (*session)->receiveEvent(10);
   const auto looks = asked - 1;
   EXPECT_GE(looks, 1);
   EXPECT_LE(looks, 1 + (Clock::now() - start) / std::chrono::seconds(1));
@@ -74,7 +74,7 @@ TEST(SessionNews, ReceivingDoesNotWaitForARequestOfAnotherThread) {
   while (!patching && !deadline.passed()) std::this_thread::yield();
   // Until it is time to look for what has come.
   const testsupport::Deadline given(std::chrono::milliseconds(400));
-  while (!given.passed()) (*session)->receive(10);
+  while (!given.passed()) (*session)->receiveEvent(10);
   received = true;
   patcher.join();
   EXPECT_EQ(status, device::Status::Ok) << "the request has waited for receiving, which has waited for the request";
@@ -104,11 +104,11 @@ TEST(SessionNews, LossIsToldWhenAServiceThatWasLateAnswers) {
   testing::internal::CaptureStderr();
   service.reset();
   const testsupport::Deadline deadline(Patience);
-  while ((*session)->number() != 0 && !deadline.passed()) (*session)->receive(10);
+  while ((*session)->number() != 0 && !deadline.passed()) (*session)->receiveEvent(10);
   late = true;
   asked = 0;
   service = std::make_unique<PlayedService>(serviceContext, "ipc://" + path, answerWith({1, {{1, 0, 2, 1, true}}}));
-  while (asked < 2 && !deadline.passed()) (*session)->receive(10);
+  while (asked < 2 && !deadline.passed()) (*session)->receiveEvent(10);
   EXPECT_NE((*session)->number(), 0U) << "a service that is late is not lost";
   late = false;
   const std::string front = sys::programLine("test: ");
@@ -116,12 +116,12 @@ TEST(SessionNews, LossIsToldWhenAServiceThatWasLateAnswers) {
                                "lost with the service that was here before: the connection of \"a\" to \"b\"\n";
   std::string said;
   while (said.size() < expected.size() && !deadline.passed()) {
-    (*session)->receive(10);
+    (*session)->receiveEvent(10);
     said += testing::internal::GetCapturedStderr();
     testing::internal::CaptureStderr();
   }
   const testsupport::Deadline quiet(std::chrono::milliseconds(1500));
-  while (!quiet.passed()) (*session)->receive(10);
+  while (!quiet.passed()) (*session)->receiveEvent(10);
   EXPECT_EQ(said + testing::internal::GetCapturedStderr(), expected) << "once";
 }
 
@@ -148,15 +148,15 @@ TEST(SessionNews, LossIsToldThoughNewsOfTheGraphWereMissed) {
   ASSERT_TRUE((*session)->device());
   // Until news of the graph have been taken in.
   const testsupport::Deadline given(std::chrono::milliseconds(600));
-  while (!given.passed()) (*session)->receive(10);
+  while (!given.passed()) (*session)->receiveEvent(10);
   testing::internal::CaptureStderr();
   service.reset();
   const testsupport::Deadline deadline(Patience);
-  while ((*session)->number() != 0 && !deadline.passed()) (*session)->receive(10);
+  while ((*session)->number() != 0 && !deadline.passed()) (*session)->receiveEvent(10);
   service = std::make_unique<PlayedService>(serviceContext, "ipc://" + path, answerWith({1, {}}));
-  while ((*session)->number() == 0 && !deadline.passed()) (*session)->receive(10);
+  while ((*session)->number() == 0 && !deadline.passed()) (*session)->receiveEvent(10);
   const testsupport::Deadline told(std::chrono::milliseconds(1500));
-  while (!told.passed()) (*session)->receive(10);
+  while (!told.passed()) (*session)->receiveEvent(10);
   const std::string front = sys::programLine("test: ");
   EXPECT_EQ(testing::internal::GetCapturedStderr(),
             front + "the service has gone\n" + front + "the service is back\n" + front +
@@ -186,9 +186,9 @@ TEST(SessionNews, TryingATapAgainLeavesAServiceThatIsSlowItsTwoSeconds) {
   testing::internal::CaptureStderr();
   service.reset();
   const testsupport::Deadline deadline(Patience);
-  while ((*session)->number() != 0 && !deadline.passed()) (*session)->receive(10);
+  while ((*session)->number() != 0 && !deadline.passed()) (*session)->receiveEvent(10);
   service = std::make_unique<PlayedService>(serviceContext, "ipc://" + path, answer);
-  while ((*session)->number() == 0 && !deadline.passed()) (*session)->receive(10);
+  while ((*session)->number() == 0 && !deadline.passed()) (*session)->receiveEvent(10);
   std::optional<device::Status> status;
   std::atomic<bool> patched{false};
   std::thread patcher([&] {
@@ -196,7 +196,7 @@ TEST(SessionNews, TryingATapAgainLeavesAServiceThatIsSlowItsTwoSeconds) {
     status = (*session)->patch(true, {0, 0, 1, 1}, (*session)->number());
     patched = true;
   });
-  while (!patched && !deadline.passed()) (*session)->receive(10);
+  while (!patched && !deadline.passed()) (*session)->receiveEvent(10);
   patcher.join();
   EXPECT_EQ(status, device::Status::Ok);
   EXPECT_GE(taps, 3);

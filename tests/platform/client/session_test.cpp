@@ -156,7 +156,7 @@ TEST_F(SessionTest, RequestsFailAfterClose) {
   EXPECT_FALSE(session->sinksOf({0, 0}, session->number(), ports));
   EXPECT_FALSE(session->sourcesOf({0, 0}, session->number(), ports));
   EXPECT_EQ(ports, Ports{});
-  EXPECT_EQ(session->receive(0), EvtSrv::EvtRes_DoNothing);
+  EXPECT_EQ(session->receiveEvent(0), EvtSrv::EvtRes_DoNothing);
 }
 
 TEST_F(SessionTest, SenderWaitsForTheWindowAndNoLonger) {

@@ -1,15 +1,19 @@
-#include "platform/client/arrivals.h"
+#include "platform/channel/arrivals.h"
 
 #include <algorithm>
+#include <chrono>
 #include <set>
 #include <string_view>
 #include <utility>
 #include <vector>
 
-namespace client {
+namespace channel {
 namespace {
 
 constexpr std::size_t MostNames = 3;
+
+constexpr std::chrono::milliseconds GatherTime{200};
+constexpr std::chrono::milliseconds AskInterval{1000};
 
 constexpr std::size_t MostDigits = 5;  // of a port's number
 
@@ -125,4 +129,17 @@ std::optional<std::string> Arrivals::look(const wire::Topology& now) {
                                                  : " have come: a new console shows them");
 }
 
-}  // namespace client
+void ArrivalTimer::news(device::Time now) {
+  if (!due_) due_ = std::max(now + device::Time(GatherTime), earliest_);
+}
+
+void ArrivalTimer::asked(bool answered, device::Time now) {
+  earliest_ = now + AskInterval;
+  if (answered) {
+    due_.reset();
+  } else {
+    due_ = earliest_;
+  }
+}
+
+}  // namespace channel

@@ -11,9 +11,10 @@
 #include <unordered_map>
 #include <unordered_set>
 
+#include "platform/device/port.h"
 #include "platform/wire/messages.h"
 
-namespace client {
+namespace channel {
 
 // Compares, by name, the groups and ports of a device with those that consoles of this process list. A new one is
 // reported once, and once more when it goes and comes back. One that comes and goes between two looks is not reported.
@@ -58,4 +59,24 @@ class Arrivals {
   Groups told_;  // those that are there, but not listed
 };
 
-}  // namespace client
+// When to ask the service whether something was added. A program that connects adds its ports one after the other, so
+// the question waits a moment; and there is at most one a second.
+class ArrivalTimer {
+ public:
+  // Something may have been added.
+  void news(device::Time now);
+
+  bool isDue(device::Time now) const { return due_ && *due_ <= now; }
+
+  // Nobody wants to know.
+  void drop() { due_.reset(); }
+
+  // The service was asked. Without an answer, it is asked again.
+  void asked(bool answered, device::Time now);
+
+ private:
+  std::optional<device::Time> due_;
+  device::Time earliest_{0};
+};
+
+}  // namespace channel

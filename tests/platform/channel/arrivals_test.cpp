@@ -1,12 +1,15 @@
-#include "platform/client/arrivals.h"
+#include "platform/channel/arrivals.h"
 
 #include <gtest/gtest.h>
 
+#include <chrono>
 #include <string>
 #include <vector>
 
-namespace client {
+namespace channel {
 namespace {
+
+using namespace std::chrono_literals;
 
 using Names = std::vector<std::string>;
 
@@ -117,5 +120,39 @@ TEST(Arrivals, NumberedPortsAreToldOfAgainWhenTheyHadGone) {
   EXPECT_EQ(lookAt(arrivals, {numbered(8)}), "port \"AOut8\" has come: a new console shows it");
 }
 
+TEST(ArrivalTimer, GathersForAMoment) {
+  ArrivalTimer timer;
+  EXPECT_FALSE(timer.isDue(100s));
+  timer.news(100s);
+  EXPECT_FALSE(timer.isDue(100s + 199ms));
+  timer.news(100s + 199ms);
+  EXPECT_TRUE(timer.isDue(100s + 200ms)) << "counted from the first news";
+}
+
+TEST(ArrivalTimer, AsksOnceASecond) {
+  ArrivalTimer timer;
+  timer.news(100s);
+  timer.asked(true, 101s);
+  EXPECT_FALSE(timer.isDue(200s)) << "there was nothing new since";
+  timer.news(101s);
+  EXPECT_FALSE(timer.isDue(102s - 1ms));
+  EXPECT_TRUE(timer.isDue(102s));
+}
+
+TEST(ArrivalTimer, AsksAgainAfterASecondWithoutAnAnswer) {
+  ArrivalTimer timer;
+  timer.news(100s);
+  timer.asked(false, 101s);
+  EXPECT_FALSE(timer.isDue(102s - 1ms));
+  EXPECT_TRUE(timer.isDue(102s));
+}
+
+TEST(ArrivalTimer, ForgetsNewsThatNobodyWants) {
+  ArrivalTimer timer;
+  timer.news(100s);
+  timer.drop();
+  EXPECT_FALSE(timer.isDue(200s));
+}
+
 }  // namespace
-}  // namespace client
+}  // namespace channel

@@ -1,0 +1,245 @@
+#include "platform/channel/session.h"
+
+#include <poll.h>
+
+#include <algorithm>
+#include <cerrno>
+#include <chrono>
+#include <exception>
+#include <mutex>
+#include <utility>
+#include <variant>
+
+#include "platform/channel/address.h"
+#include "platform/system/program_line.h"
+
+namespace channel {
+namespace {
+
+// The longest sleep while the service is gone.
+constexpr std::chrono::milliseconds LookInterval{200};
+
+// Time to deliver the events that arrived before the service was lost. Ends earlier if the channel is closed.
+constexpr std::chrono::milliseconds RestTime{100};
+
+// How often the receiving thread reads changes. The report about connections that a service has lost may be this old.
+constexpr std::chrono::milliseconds FollowInterval{200};
+
+// How long work may wait for the requests of other threads, so that events need not.
+constexpr std::chrono::milliseconds WorkDelay{1000};
+
+device::Time clockNow() { return std::chrono::steady_clock::now().time_since_epoch(); }
+
+}  // namespace
+
+Session::Session(Connector connector, std::string address)
+    : connector_(std::move(connector)),
+      address_(std::move(address)),
+      attachment_(connector_.mayReturn()),
+      graph_(connector_) {}
+
+Session::~Session() { close(); }
+
+std::optional<std::string> Session::open() {
+  const Deadline deadline(AnswerTime);
+  try {
+    {
+      const std::lock_guard guard(mutex_);
+      control_.emplace(connector_);
+      if (!control_->greet(program_invocation_short_name, deadline)) return "the service does not answer";
+      attachment_.connected(control_->session());
+      work();
+    }
+    events_.emplace(connector_, number_);
+    if (events_->open(deadline)) return std::nullopt;
+    // Within the same deadline, so that open blocks no longer.
+    close(deadline);
+    return "the service gives no events";
+  } catch (const std::exception& failure) {
+    return failure.what();
+  }
+}
+
+void Session::close(const Deadline& deadline) {
+  const std::lock_guard guard(mutex_);
+  attachment_.close();
+  if (control_ && control_->session() != 0) control_->ask<wire::Result>(wire::Goodbye{control_->session()}, deadline);
+  graph_.close();
+  control_.reset();
+  events_.reset();
+  number_ = 0;
+}
+
+bool Session::attached() {
+  if (attachment_.isClosed()) return false;
+  if (!control_) work();
+  return control_.has_value();
+}
+
+void Session::work() {
+  for (bool done = false; !done;) {
+    const auto action = attachment_.next(clockNow());
+    done = std::holds_alternative<Attachment::Wait>(action);
+    std::visit([this](const auto& each) { perform(each); }, action);
+    tellLines();
+    if (attachment_.isAttached() && number_ == 0) {
+      number_ = attachment_.session();
+      isBack_ = true;
+    }
+  }
+}
+
+void Session::perform(const Attachment::Connect& action) {
+  try {
+    if (connector_.whyUnreachable() == 0) {
+      control_.emplace(connector_);
+      if (control_->greet(program_invocation_short_name, Deadline::at(action.until))) {
+        return attachment_.connected(control_->session());
+      }
+    }
+  } catch (const std::exception&) {
+    // The system gives no socket; perhaps next time.
+  }
+  giveUp();
+}
+
+void Session::perform(const Attachment::MakeTap& action) {
+  const auto result = control_->ask<wire::Result>(action.request, Deadline::at(action.until));
+  if (!result) return giveUp();
+  attachment_.tapped(result->status);
+}
+
+void Session::perform(const Attachment::AskLinks& action) {
+  const auto topology =
+      control_->ask<wire::Topology>(wire::AskTopology{control_->session()}, Deadline::at(action.until));
+  const auto links =
+      topology ? control_->ask<wire::Links>(wire::AskLinks{control_->session()}, Deadline(Attachment::ActionTime))
+               : std::nullopt;
+  if (!links) return giveUp();
+  attachment_.answered(*links, *topology, clockNow());
+}
+
+void Session::perform(const Attachment::Wait& action) { nextWork_ = action.until; }
+
+void Session::giveUp() {
+  const bool isAttached = attachment_.isAttached();
+  attachment_.unanswered(clockNow());
+  if (isAttached) {
+    if (control_->lost()) lose();
+  } else {
+    control_.reset();
+  }
+}
+
+void Session::lose() {
+  if (!connector_.mayReturn()) return;
+  if (graph_.isKnown()) attachment_.remember(graph_.links(), topology_);
+  graph_.forget();
+  graph_.close();
+  control_.reset();
+  number_ = 0;
+  attachment_.lost(clockNow());
+  tellLines();
+}
+
+void Session::noticeLoss(const Deadline& deadline) {
+  if (!control_) return;
+  if (control_->lost()) return lose();
+  if (deadline.passed()) attachment_.missedDeadline(clockNow());
+}
+
+bool Session::isSilent() const { return attachment_.isSilent(clockNow()); }
+
+void Session::tellLines() {
+  while (const auto line = attachment_.takeLine()) sys::sayLine(addressLine(address_, *line));
+}
+
+bool Session::receive(const TakeEvent& take, const Deadline& deadline) {
+  if (events_ && events_->dispatching()) return false;
+  const std::uint64_t number = number_;
+  if (events_ && events_->session() != number) {
+    // Events that arrived before the service was lost are still delivered.
+    if (events_->receive(take, Deadline(RestTime))) return true;
+    events_.reset();
+  }
+  if (number == 0) {
+    waitForService(deadline);
+    return false;
+  }
+  workIfDue();
+  lookForArrivals();
+  followGraph();
+  if (!events_ && !openEvents(number)) return false;
+  if (events_->receive(take, deadline)) return true;
+  if (events_->lost()) {
+    const std::lock_guard guard(mutex_);
+    if (number_ == number) lose();
+  }
+  return false;
+}
+
+bool Session::openEvents(std::uint64_t session) {
+  try {
+    events_.emplace(connector_, session);
+    if (events_->open(Deadline(Attachment::ActionTime))) return true;
+  } catch (const std::exception&) {
+    // The system gives no socket; perhaps next time.
+  }
+  events_.reset();
+  const std::lock_guard guard(mutex_);
+  if (number_ == session) lose();
+  return false;
+}
+
+void Session::waitForService(const Deadline& deadline) {
+  {
+    const std::lock_guard guard(mutex_);
+    if (attached()) return;
+  }
+  poll(nullptr, 0, static_cast<int>(std::min(deadline.left(), LookInterval).count()));
+}
+
+void Session::workIfDue() {
+  const device::Time now = clockNow();
+  const device::Time due = nextWork_;
+  if (now < due) return;
+  std::unique_lock guard(mutex_, std::defer_lock);
+  if (now - due < WorkDelay) {
+    if (!guard.try_lock()) return;
+  } else {
+    guard.lock();
+  }
+  if (control_) work();
+}
+
+void Session::lookForArrivals() {
+  const device::Time now = clockNow();
+  if (isBack_.exchange(false) || (events_ && events_->takeTopologyNews())) arrivalTimer_.news(now);
+  if (!arrivalTimer_.isDue(now)) return;
+  // Received events must not wait for a request of another thread.
+  const std::unique_lock guard(mutex_, std::try_to_lock);
+  if (!guard || !control_ || isSilent()) return;
+  // Without a console nobody needs the news. As we do not ask, the service sends no more.
+  if (!arrivals_.isListed()) return arrivalTimer_.drop();
+  auto topology =
+      control_->ask<wire::Topology>(wire::AskTopology{control_->session()}, Deadline(Attachment::ActionTime));
+  arrivalTimer_.asked(topology.has_value(), clockNow());
+  if (!topology) {
+    // Does not count as silent: other requests have a longer timeout.
+    if (control_->lost()) lose();
+    return;
+  }
+  keepTopology(std::move(*topology));
+  if (const auto line = arrivals_.look(topology_)) sys::sayLine(addressLine(address_, *line));
+}
+
+void Session::followGraph() {
+  const device::Time now = clockNow();
+  if (now < nextFollow_) return;
+  const std::unique_lock guard(mutex_, std::try_to_lock);
+  if (!guard) return;
+  nextFollow_ = now + FollowInterval;
+  graph_.follow();
+}
+
+}  // namespace channel

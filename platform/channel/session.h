@@ -1,0 +1,157 @@
+// A client's connection to a service, as long as the client lives.
+#pragma once
+
+#include <atomic>
+#include <cstdint>
+#include <functional>
+#include <optional>
+#include <span>
+#include <string>
+#include <vector>
+
+#include "platform/channel/arrivals.h"
+#include "platform/channel/attachment.h"
+#include "platform/channel/connector.h"
+#include "platform/channel/control_channel.h"
+#include "platform/channel/deadline.h"
+#include "platform/channel/event_channel.h"
+#include "platform/channel/fair_mutex.h"
+#include "platform/channel/graph_mirror.h"
+#include "platform/channel/service_port.h"
+#include "platform/wire/messages.h"
+
+namespace channel {
+
+// One client of a service: its three channels, its taps and its mirror of the patch graph. It performs what its
+// Attachment decides. Thread-safe, except for receive and close. A call that returns nullopt or false without another
+// reason had no answer: the service is gone or did not answer within two seconds of the call, the system gives no
+// socket, or the session is closed. After two seconds without an answer the service is not asked for one second; calls
+// in that time return at once without an answer.
+//
+// When a service that may come back is gone, the session writes one line to standard error. From then on every request
+// and every receive looks for the service, several times a second. When it is back, the session attaches with all its
+// taps and says so in one line, and says in another line which connections between two systems that this client knew
+// were lost. Attaching takes time in proportion to the taps, some ten thousand a second. The receiving thread retries
+// taps of ports that did not exist then.
+class Session {
+ public:
+  // address: the service's name on standard error. Does nothing before open.
+  Session(Connector connector, std::string address);
+  Session(const Session&) = delete;
+  Session& operator=(const Session&) = delete;
+  ~Session();
+
+  // Attaches. Call it once, before all else. If no service answers, returns the cause as text. Blocks for at most two
+  // seconds.
+  std::optional<std::string> open();
+
+  // The address given to the constructor.
+  const std::string& address() const { return address_; }
+
+  // Sends what is pending, sends Goodbye and closes all connections. No call has an answer afterwards. Must not run
+  // during receive. Blocks until the deadline at most, after the requests of other threads are done.
+  void close(const Deadline& deadline = Deadline(AnswerTime));
+
+  // Waits for events and passes them to take (see EventChannel::receive). Returns true if one was taken. Does nothing
+  // while an event is taken. One thread at a time.
+  bool receive(const TakeEvent& take, const Deadline& deadline);
+
+  std::optional<device::Status> tap(std::uint32_t eventPort, const std::string& name, std::uint32_t holderBytes);
+  std::optional<device::Status> untap(std::uint32_t eventPort, const std::string& name);
+  std::optional<device::Status> untapAll(std::uint32_t eventPort);
+
+  // Blocks only while the service is behind, also while it is stopped; fails at once while it is gone. bytes: not
+  // empty, at most device::MaxMessageBytes.
+  bool send(std::uint32_t eventPort, std::uint16_t group, std::span<const std::uint8_t> bytes);
+
+  // The service's number of this session; 0 while the service is gone. Another service gives another number, and may
+  // have other ports at the same places.
+  std::uint64_t number() const { return number_; }
+
+  struct Device {
+    std::uint64_t session = 0;  // the session whose device it is
+    std::uint64_t version = 0;  // see deviceVersion
+    wire::Topology topology;
+  };
+  std::optional<Device> device();
+
+  // Changes after each answer of the service about its device that differs from the one before, whichever call of this
+  // session asked. Does not block.
+  std::uint64_t deviceVersion() const { return deviceVersion_; }
+
+  // The last of these answers, without asking the service.
+  Device lastDevice();
+
+  // Says that a console lists the groups and ports of this topology. From now on, groups and ports that are added and
+  // not listed cost one line on standard error, at most one a second, while a thread receives.
+  void list(const wire::Topology& topology);
+
+  // Returns the status once the mirror shows what the service did. Returns NoSession and does nothing if the session's
+  // number is not the given one.
+  std::optional<device::Status> patch(bool made, const wire::LinkRecord& link, std::uint64_t number);
+
+  // Copies what the up-to-date mirror says; blocks only if the mirror has to be fetched anew. Returns false, with an
+  // empty result, if there is no mirror or the session's number is not the given one.
+  bool sourcesOf(ServicePort sink, std::uint64_t number, std::vector<ServicePort>& result) {
+    return peersOf(&LinkMirror::sourcesOf, sink, number, result);
+  }
+  bool sinksOf(ServicePort source, std::uint64_t number, std::vector<ServicePort>& result) {
+    return peersOf(&LinkMirror::sinksOf, source, number, result);
+  }
+
+  // The version of the graph that the up-to-date mirror shows; nullopt where the two calls above return false.
+  std::optional<std::uint64_t> graphVersion(std::uint64_t number);
+
+ private:
+  // All with mutex_ locked, up to the receiving thread's.
+
+  // Returns whether the service is there, as far as is known; looks for it if it is gone.
+  bool attached();
+  // Performs what is due.
+  void work();
+  void perform(const Attachment::Connect& action);
+  void perform(const Attachment::MakeTap& action);
+  void perform(const Attachment::AskLinks& action);
+  void perform(const Attachment::Wait& action);
+  // The action had no answer.
+  void giveUp();
+  void lose();
+  // Call after a request without an answer, in a call with this deadline.
+  void noticeLoss(const Deadline& deadline);
+  // True if the service missed a deadline a moment ago and is not queried.
+  bool isSilent() const;
+  void tellLines();
+  void keepTopology(wire::Topology topology);
+  std::optional<device::Status> request(const std::function<wire::Body(std::uint64_t session)>& message,
+                                        const Deadline& deadline);
+  using PeersOf = std::span<const ServicePort> (LinkMirror::*)(ServicePort);
+  bool peersOf(PeersOf peers, ServicePort port, std::uint64_t number, std::vector<ServicePort>& result);
+  bool lookAtGraph(std::uint64_t number);
+  bool isCurrent(GraphMirror::Freshness freshness, const Deadline& deadline);
+
+  // For the receiving thread.
+  bool openEvents(std::uint64_t session);
+  void waitForService(const Deadline& deadline);
+  void workIfDue();
+  void lookForArrivals();
+  void followGraph();
+
+  Connector connector_;  // destroyed last
+  std::string address_;
+  FairMutex mutex_;
+  Attachment attachment_;                  // guarded by mutex_, like all members up to arrivals_
+  std::optional<ControlChannel> control_;  // empty while the service is gone, and after close
+  GraphMirror graph_;
+  wire::Topology topology_;            // the last answer
+  std::uint64_t topologySession_ = 0;  // the number of the session that gave it
+  Arrivals arrivals_;
+  std::optional<EventChannel> events_;  // used by the receiving thread, like all members up to nextFollow_
+  ArrivalTimer arrivalTimer_;
+  device::Time nextFollow_{0};  // when to read changes of the graph
+  std::atomic<device::Time> nextWork_{Attachment::Never};
+  std::atomic<bool> isBack_{false};  // the service is back, and the receiving thread has not yet looked for arrivals
+  std::atomic<std::uint64_t> deviceVersion_{0};
+  std::atomic<std::uint64_t> number_{0};
+};
+
+}  // namespace channel
