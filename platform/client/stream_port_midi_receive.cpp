@@ -1,4 +1,4 @@
-#include "platform/client/record_reader.h"
+#include "platform/wire/events.h"
 #include "strmsrv.h"
 
 namespace StrmSrv {
@@ -35,7 +35,7 @@ std::size_t neededBytes(std::uint8_t status) {
 }
 
 // Calls the receiver of a message. Returns false if the bytes are not a message.
-bool receive(StreamPortMIDI& port, const client::Record& record) {
+bool receive(StreamPortMIDI& port, const wire::Record& record) {
   const auto& bytes = record.message;
   const std::uint8_t status = bytes[0];
   const std::size_t needed = neededBytes(status);
@@ -92,7 +92,11 @@ bool receive(StreamPortMIDI& port, const client::Record& record) {
 EvtSrv::EventResult StreamPortMIDI::receiveMain(const char* /*name*/, unsigned type, EvtSrv::MemoryHolder* data,
                                                 EvtSrv::MemoryHolder* /*reply*/) {
   if (type != EvtSrv::EvtTyp_Debug_Receive || data == nullptr) return EvtSrv::EvtRes_Success;
-  client::RecordReader records(*data);
+  // Whatever the records are, the event has been read then.
+  const std::uint8_t* first = data->getCurrentOffset(0);
+  const auto left = static_cast<std::size_t>(data->buffer() + data->size() - first);
+  data->getCurrentOffset(left);
+  wire::RecordReader records({first, left}, wire::isBigEndian({data->buffer(), data->size()}));
   bool complete = true;
   while (const auto record = records.next()) complete &= receive(*this, *record);
   return complete && records.ok() ? EvtSrv::EvtRes_Success : EvtSrv::EvtRes_UnknownError;

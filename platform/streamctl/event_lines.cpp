@@ -2,9 +2,7 @@
 
 #include <array>
 #include <charconv>
-#include <span>
 
-#include "platform/client/record_reader.h"
 #include "platform/streamctl/json_text.h"
 #include "platform/system/printable.h"
 #include "platform/wire/events.h"
@@ -57,8 +55,8 @@ void appendDecimals(std::span<const std::uint8_t> bytes, std::string& out) {
 
 }  // namespace
 
-bool EventLines::append(std::string_view port, EvtSrv::MemoryHolder& data, std::string& out) {
-  const auto header = wire::readEventHeader({data.buffer(), data.size()});
+bool EventLines::append(std::string_view port, std::span<const std::uint8_t> event, std::string& out) {
+  const auto header = wire::readEventHeader(event);
   if (!header) return false;
   front_.clear();
   if (form_ == LineForm::Text) {
@@ -69,7 +67,7 @@ bool EventLines::append(std::string_view port, EvtSrv::MemoryHolder& data, std::
     appendNumber(header->time, front_);
     front_.append(",\"port\":").append(shown(port)).append(",\"group\":");
   }
-  client::RecordReader records(data);
+  wire::RecordReader records(event.subspan(wire::EventHeaderBytes), header->bigEndian);
   while (const auto record = records.next()) {
     out += front_;
     appendNumber(record->group, out);

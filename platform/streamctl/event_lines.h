@@ -4,10 +4,9 @@
 #include <cstdint>
 #include <functional>
 #include <map>
+#include <span>
 #include <string>
 #include <string_view>
-
-#include "evtsrv.h"
 
 namespace streamctl {
 
@@ -24,9 +23,9 @@ class EventLines {
  public:
   explicit EventLines(LineForm form) : form_(form) {}
 
-  // Appends the lines of an event of the port to out. data: the event, with its cursor behind the header. Returns false
-  // if the event is malformed; the messages before the error have their lines then.
-  bool append(std::string_view port, EvtSrv::MemoryHolder& data, std::string& out);
+  // Appends the lines of an event of the port to out. event: header and records. Returns false if the event is
+  // malformed; the messages before the error have their lines then.
+  bool append(std::string_view port, std::span<const std::uint8_t> event, std::string& out);
 
  private:
   const std::string& shown(std::string_view port);

@@ -1,15 +1,17 @@
 #include "platform/streamctl/watch.h"
 
 #include <cerrno>
+#include <chrono>
 #include <csignal>
-#include <cstdlib>
+#include <cstdint>
+#include <memory>
 #include <optional>
+#include <span>
+#include <string_view>
 #include <utility>
-#include <variant>
 
-#include "evtsrv.h"
-#include "platform/channel/connector.h"
-#include "platform/client/session.h"
+#include "platform/channel/address.h"
+#include "platform/channel/session.h"
 #include "platform/reach/service_search.h"
 #include "platform/streamctl/event_lines.h"
 #include "platform/streamctl/output.h"
@@ -20,24 +22,25 @@
 namespace streamctl {
 namespace {
 
-constexpr std::size_t HolderBytes = 64U << 10U;
+// All taps belong to one event port.
+constexpr std::uint32_t EventPort = 1;
+
+constexpr std::uint32_t HolderBytes = 64U << 10U;
 
 // The size of one write while messages arrive without a pause.
 constexpr std::size_t WriteAfter = 64U << 10U;
 
 // The longest wait for messages without a check for a reader of the output.
-constexpr int LongestReceive = 200;  // milliseconds
+constexpr std::chrono::milliseconds LongestReceive{200};
 
-class WatchPort : public EvtSrv::EventPort {
+// Prints the messages of events.
+class Printer {
  public:
-  WatchPort(EvtSrv::EventPortManager& manager, LineForm form, const StopSignals& signals)
-      : EventPort(manager), lines_(form), signals_(signals) {}
+  Printer(LineForm form, const StopSignals& signals) : lines_(form), signals_(signals) {}
 
-  EvtSrv::EventResult receiveMain(const char* name, unsigned /*type*/, EvtSrv::MemoryHolder* data,
-                                  EvtSrv::MemoryHolder* /*reply*/) override {
-    if (!lines_.append(name, *data, text_)) malformed_ = true;
+  void print(std::string_view port, std::span<const std::uint8_t> event) {
+    if (!lines_.append(port, event, text_)) malformed_ = true;
     if (text_.size() >= WriteAfter) flush();
-    return EvtSrv::EvtRes_Success;
   }
 
   // Writes what was received; does nothing after a failure.
@@ -60,25 +63,29 @@ class WatchPort : public EvtSrv::EventPort {
   bool malformed_ = false;
 };
 
-using Opened = channel::ConnectorOrProblem;
-
-// Makes the library use the only endpoint of the place. Prints why if there is no service: only this program knows what
-// to do next. A service in this process stays alive for the library as long as the result.
-Opened makeKnown(const ServicePlace& place) {
-  const std::string& endpoint = place.endpoints.front();
-  Opened opened = reach::openAddress(endpoint, reach::Network::Allowed);
-  if (const auto* problem = std::get_if<channel::ConnectProblem>(&opened)) {
-    sayProblem(place, endpoint, *problem);
-  } else {
-    setenv("EVTSRV_ENDPOINT", endpoint.c_str(), 1);
-  }
-  return opened;
+// Attaches to the first service of the place that answers. Returns null if none does; prints like ServiceClient::open.
+std::unique_ptr<channel::Session> openSession(const ServicePlace& place) {
+  std::unique_ptr<channel::Session> session;
+  const auto take = [&](channel::Connector connector, const std::string& address) -> std::optional<std::string> {
+    auto opened = std::make_unique<channel::Session>(std::move(connector), address);
+    if (auto cause = opened->open()) return cause;
+    session = std::move(opened);
+    return std::nullopt;
+  };
+  const auto report = [&](const std::string& address, const channel::ConnectProblem& problem) {
+    sayProblem(place, address, problem);
+  };
+  if (reach::findService(place.endpoints, reach::Network::Allowed, take, report)) sayTaken(place, session->address());
+  return session;
 }
 
-// Why the tap failed.
-std::string causeOf(EvtSrv::EventResult result, const std::string& port, const std::string& endpoint) {
-  const bool unknown = result == EvtSrv::EvtRes_NotFound || result == EvtSrv::EvtRes_BadArgument;
-  return unknown ? noSuchPort(port) : sys::printable(endpoint) + ": the service does not answer";
+// Taps the port. Returns why it has not.
+std::optional<std::string> tap(channel::Session& session, const std::string& port) {
+  if (port.size() > device::MaxNameBytes) return noSuchPort(port);
+  const auto status = session.tap(EventPort, port, HolderBytes);
+  if (status == device::Status::Ok) return std::nullopt;
+  if (status == device::Status::NotFound) return noSuchPort(port);
+  return channel::addressLine(session.address(), "the service does not answer");
 }
 
 }  // namespace
@@ -86,26 +93,25 @@ std::string causeOf(EvtSrv::EventResult result, const std::string& port, const s
 Outcome run(const WatchCommand& command, const ServicePlace& place) {
   const StopSignals signals;
   std::signal(SIGPIPE, SIG_IGN);
-  std::optional<Opened> opened;
-  if (!place.isDefault) opened = makeKnown(place);
-  if (opened && std::holds_alternative<channel::ConnectProblem>(*opened)) return Failure{};
-  EvtSrv::EventPortManager manager(EvtSrv::ConBehave_Void, true);
-  if (manager.session() == nullptr) return Failure{};  // the library has printed why
-  const std::string& endpoint = manager.session()->address();
-  sayTaken(place, endpoint);
-  WatchPort port(manager, command.json ? LineForm::Json : LineForm::Text, signals);
-  for (const std::string& name : command.ports) {
-    EvtSrv::MemoryHolder holder(HolderBytes);
-    const auto result = port.connect(name.c_str(), EvtSrv::DebugPortName, nullptr, &holder, EvtSrv::ConBehave_Void);
-    if (result != EvtSrv::EvtRes_Success) return Failure{causeOf(result, name, endpoint)};
+  const auto session = openSession(place);
+  if (!session) return Failure{};
+  for (const std::string& port : command.ports) {
+    if (auto cause = tap(*session, port)) return Failure{std::move(*cause)};
   }
-  while (signals.caught() == 0 && port.error() == 0 && !port.malformed()) {
-    const auto received = manager.receiveEvent(LongestReceive);
-    port.flush();
-    if (received == EvtSrv::EvtRes_DoNothing && !outputHasReader()) break;
+  Printer printer(command.json ? LineForm::Json : LineForm::Text, signals);
+  const auto take = [&](std::uint32_t /*eventPort*/, std::string_view port, std::span<const std::uint8_t> event) {
+    printer.print(port, event);
+    return true;
+  };
+  while (signals.caught() == 0 && printer.error() == 0 && !printer.malformed()) {
+    const bool received = session->receive(take, channel::Deadline(LongestReceive));
+    printer.flush();
+    if (!received && !outputHasReader()) break;
   }
-  if (port.malformed()) return Failure{sys::printable(endpoint) + ": the service has sent a malformed event"};
-  const int error = port.error();
+  if (printer.malformed()) {
+    return Failure{channel::addressLine(session->address(), "the service has sent a malformed event")};
+  }
+  const int error = printer.error();
   return error == 0 || error == EPIPE || error == EINTR ? Outcome() : Failure{outputProblem(error)};
 }
 

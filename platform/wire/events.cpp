@@ -44,12 +44,14 @@ void writeEventHeader(const EventHeader& header, std::span<std::uint8_t, EventHe
   std::ranges::copy(bytes, out.begin());
 }
 
+bool isBigEndian(std::span<const std::uint8_t> event) { return !event.empty() && event[0] == BigEndianFlag; }
+
 std::optional<EventHeader> readEventHeader(std::span<const std::uint8_t> event) {
   if (event.size() < EventHeaderBytes) return std::nullopt;
   ByteReader from(event);
   EventHeader header;
-  header.bigEndian = from.number<std::uint8_t>() == BigEndianFlag;
-  from.number<std::uint8_t>();
+  header.bigEndian = isBigEndian(event);
+  from.number<std::uint16_t>();
   header.type = from.number<std::uint16_t>(header.bigEndian);
   header.size = from.number<std::uint32_t>(header.bigEndian);
   header.sequence = from.number<std::uint32_t>(header.bigEndian);
@@ -69,6 +71,19 @@ void appendRecord(std::uint16_t group, std::span<const std::uint8_t> message, st
   ByteWriter to(out);
   to.bytes(recordFront(group, message.size()));
   to.bytes(message);
+}
+
+std::optional<Record> RecordReader::next() {
+  if (!ok_ || rest_.empty()) return std::nullopt;
+  ByteReader from(rest_);
+  const auto length = from.number<std::uint32_t>(bigEndian_);
+  Record record;
+  record.group = from.number<std::uint16_t>(bigEndian_);
+  if (length <= sizeof record.group) from.fail();
+  record.message = from.bytes(length - sizeof record.group);
+  ok_ = from.ok();
+  rest_ = from.rest();
+  return ok_ ? std::optional(record) : std::nullopt;
 }
 
 void appendEventEntry(const EventEntry& entry, std::vector<std::uint8_t>& out) {

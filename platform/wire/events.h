@@ -32,11 +32,36 @@ void writeEventHeader(const EventHeader& header, std::span<std::uint8_t, EventHe
 // from the size in the header.
 std::optional<EventHeader> readEventHeader(std::span<const std::uint8_t> event);
 
+// The byte order of an event's sender, also of an event that has only its first byte.
+bool isBigEndian(std::span<const std::uint8_t> event);
+
 // Returns the bytes before a record's message: length and group id. messageBytes + 2 must fit into 32 bits.
 std::array<std::uint8_t, RecordOverheadBytes> recordFront(std::uint16_t group, std::size_t messageBytes);
 
 // Appends one record: length, group id, message bytes.
 void appendRecord(std::uint16_t group, std::span<const std::uint8_t> message, std::vector<std::uint8_t>& out);
+
+// One record. The bytes belong to the event.
+struct Record {
+  std::uint16_t group = 0;
+  std::span<const std::uint8_t> message;  // at least one byte
+};
+
+// Reads the records of an event one after another.
+class RecordReader {
+ public:
+  // records: what follows an event's header. bigEndian: the sender's byte order. Views stay valid as long as the bytes.
+  RecordReader(std::span<const std::uint8_t> records, bool bigEndian) : rest_(records), bigEndian_(bigEndian) {}
+
+  // Returns the next record. nullopt at the end, and from a malformed record on (ok() is then false).
+  std::optional<Record> next();
+  bool ok() const { return ok_; }
+
+ private:
+  std::span<const std::uint8_t> rest_;
+  bool bigEndian_;
+  bool ok_ = true;
+};
 
 // An entry of an Events message: an event for an event port, or a loss at this place.
 struct EventEntry {

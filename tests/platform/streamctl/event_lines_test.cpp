@@ -29,9 +29,8 @@ Bytes event(std::uint64_t time, const std::vector<Record>& records) {
 
 // The lines of one event; ok, if given, says whether it was understood.
 std::string lines(LineForm form, const Bytes& bytes, std::string_view port = "P1", bool* ok = nullptr) {
-  EvtSrv::MemoryHolder data{std::span<const std::uint8_t>(bytes)};
   std::string out;
-  const bool understood = EventLines(form).append(port, data, out);
+  const bool understood = EventLines(form).append(port, bytes, out);
   if (ok != nullptr) *ok = understood;
   return out;
 }
@@ -78,8 +77,7 @@ TEST(EventLines, PortsOfSeveralEventsKeepTheirNames) {
   std::string out;
   for (const char* port : {"A", "B", "A"}) {
     const Bytes bytes = event(0, {{0, {1}}});
-    EvtSrv::MemoryHolder data{std::span<const std::uint8_t>(bytes)};
-    EXPECT_TRUE(of.append(port, data, out));
+    EXPECT_TRUE(of.append(port, bytes, out));
   }
   EXPECT_EQ(out, "0.000000000 A 0 0x01\n0.000000000 B 0 0x01\n0.000000000 A 0 0x01\n");
 }
