@@ -1,6 +1,10 @@
 // The service on a device whose connections are another system's.
 #include <gtest/gtest.h>
 
+#include <memory>
+#include <utility>
+#include <vector>
+
 #include "platform/service/service.h"
 #include "tests/platform/service/foreign_device.h"
 
@@ -21,6 +25,14 @@ TEST_F(ForeignDevice, ConnectionOfTheOtherSystemShowsAtOnce) {
   EXPECT_TRUE(service_->takeGraphChanges().empty());
   EXPECT_EQ(service_->disconnect(Across, {}), Status::Ok);
   EXPECT_TRUE(service_->links().empty());
+}
+
+TEST(ServiceStart, TheDeviceSaysWhichDescriptorWakesTheService) {
+  Told told;
+  auto device = std::make_unique<TestDevice>(evenTopology(1, 1), std::vector<device::Link>{}, told);
+  device->descriptor = 77;
+  const Service service(std::move(device), {}, {});
+  EXPECT_EQ(service.descriptor(), 77);
 }
 
 TEST(ServiceStart, ConnectionsThatTheServiceCarriesPrecedeThoseOfTheOtherSystem) {
