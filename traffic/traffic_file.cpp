@@ -66,7 +66,7 @@ void TrafficFile::write(std::string_view text) const {
   if (cause == EAGAIN) stream->abandoned = true;
   if (stream->refused.exchange(true) && cause != EAGAIN) return;
   const std::string said =
-      cause == EAGAIN ? "its reader has stopped, and the rest is lost" : std::generic_category().message(cause);
+      cause == EAGAIN ? "its reader does not read any more; the rest is lost" : std::generic_category().message(cause);
   sayError("cannot write to " + stream->name + ": " + said);
 }
 

@@ -17,7 +17,7 @@ struct Scheme {
 
 constexpr std::array Schemes{
     Scheme{Transport::Embedded, "embedded:", ""},
-    Scheme{Transport::Local, "ipc://", "no path (ipc://PATH)"},
+    Scheme{Transport::Local, "ipc://", "the path is missing (use ipc://PATH)"},
     Scheme{Transport::Network, "tcp://", "no host and port (tcp://HOST:PORT)"},
 };
 
@@ -37,7 +37,7 @@ std::variant<Address, std::string> parseAddress(std::string_view text) {
     if (place.empty() && !scheme.noPlace.empty()) return std::string(scheme.noPlace);
     return Address{scheme.transport, std::string(place)};
   }
-  return "not an endpoint (ipc://PATH, embedded:FILE)";
+  return "not a valid endpoint (use ipc://PATH or embedded:FILE)";
 }
 
 std::optional<std::string> addressOfVariable() {

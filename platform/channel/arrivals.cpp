@@ -125,8 +125,8 @@ std::optional<std::string> Arrivals::look(const wire::Topology& now) {
   if (groups.count + ports.count == 0) return std::nullopt;
   std::string text = groups.count == 0 ? std::string() : groups.text("group");
   if (ports.count > 0) text += (text.empty() ? "" : " and ") + ports.text("port");
-  return text + (groups.count + ports.count == 1 ? " has come: a new console shows it"
-                                                 : " have come: a new console shows them");
+  return text + (groups.count + ports.count == 1 ? " was added; restart the console to list it"
+                                                 : " were added; restart the console to list them");
 }
 
 void ArrivalTimer::news(device::Time now) {

@@ -16,14 +16,12 @@ constexpr std::size_t TapsAtOnce = 100;
 // Interval of asking for the connections of a service that is back.
 constexpr std::chrono::milliseconds LinksInterval{1000};
 
-std::string tapsText(std::size_t taps) {
-  return std::to_string(taps) + (taps == 1 ? " tap" : " taps") + " attached again";
-}
+std::string tapsText(std::size_t taps) { return std::to_string(taps) + (taps == 1 ? " tap" : " taps") + " restored"; }
 
 std::string returnText(std::size_t attached, std::size_t wanted) {
-  if (wanted == 0) return "the service is back";
+  if (wanted == 0) return "connected to the service again";
   const std::string count = attached == wanted ? "" : std::to_string(attached) + " of ";
-  return "the service is back, " + count + tapsText(wanted);
+  return "connected to the service again, " + count + tapsText(wanted);
 }
 
 }  // namespace
@@ -147,7 +145,7 @@ void Attachment::lost(device::Time now) {
   wasLost_ = true;
   round_.reset();
   nextLook_ = now;
-  say("the service has gone");
+  say("connection to the service lost");
 }
 
 }  // namespace channel

@@ -19,6 +19,14 @@
 
 namespace channel {
 
+// Taps to make, one after the other.
+struct TapRound {
+  std::vector<TapList::Key> keys;
+  std::size_t at = 0;
+  std::size_t made = 0;
+  std::optional<device::Time> until;  // of all together; nullopt: each has its own
+};
+
 // Decides when to connect, which taps to make and what to tell the user. It performs nothing and reads no clock: next()
 // names an action, and the caller performs it and says how it ended.
 //
@@ -99,14 +107,6 @@ class Attachment {
 
   static constexpr std::chrono::milliseconds SilenceTime{1000};
 
-  // Taps to make, one after the other.
-  struct Round {
-    std::vector<TapList::Key> keys;
-    std::size_t at = 0;
-    std::size_t made = 0;
-    std::optional<device::Time> until;  // of all together; nullopt: each has its own
-  };
-
   // The wanted tap that the round has reached; null at its end.
   TapList::Entry* reached();
   MakeTap request(const TapList::Entry& tap, device::Time now) const;
@@ -122,7 +122,7 @@ class Attachment {
   TapList taps_;
   CarriedLinks carried_;
   std::deque<std::string> lines_;
-  std::optional<Round> round_;
+  std::optional<TapRound> round_;
   bool wasLost_ = false;
   bool tapsAreMissing_ = false;
   std::size_t nextMissing_ = 0;  // the tap to try next if it is missing, in the order of tapping

@@ -47,7 +47,7 @@ std::optional<std::string> CarriedLinks::compare(const wire::Links& links, const
   }
   if (lost.empty()) return std::nullopt;
   const auto& [from, to] = *lost.begin();
-  std::string text = "lost with the service that was here before: the connection of \"" + from + "\" to \"" + to + '"';
+  std::string text = "lost when the service restarted: the connection of \"" + from + "\" to \"" + to + '"';
   if (lost.size() > 1) text += " and " + std::to_string(lost.size() - 1) + " more between two systems";
   return text;
 }

@@ -21,9 +21,9 @@ std::string messagesText(std::uint64_t count) {
 
 void reportLoss(std::uint64_t count) { sys::sayLine(messagesText(count) + " lost: this program reads too slowly"); }
 
-void reportLossBefore(std::uint64_t count) { sys::sayLine(messagesText(count) + " lost on the way to the service"); }
+void reportLossBefore(std::uint64_t count) { sys::sayLine(messagesText(count) + " lost before reaching the service"); }
 
-void reportUncountedLosses(std::uint64_t times) { sys::sayLine(wire::uncountedLossText(times, "to the service")); }
+void reportUncountedLosses(std::uint64_t times) { sys::sayLine(wire::uncountedLossText(times)); }
 
 std::chrono::nanoseconds clockNow() { return std::chrono::steady_clock::now().time_since_epoch(); }
 

@@ -54,7 +54,7 @@ std::optional<std::string> Session::open() {
     if (events_->open(deadline)) return std::nullopt;
     // Within the same deadline, so that open blocks no longer.
     close(deadline);
-    return "the service gives no events";
+    return "cannot open the event connection to the service";
   } catch (const std::exception& failure) {
     return failure.what();
   }

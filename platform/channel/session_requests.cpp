@@ -36,7 +36,9 @@ std::optional<device::Status> Session::untap(std::uint32_t eventPort, const std:
   const Deadline deadline(AnswerTime);
   const std::lock_guard guard(mutex_);
   attachment_.taps().remove(eventPort, name);
-  return request([&](std::uint64_t session) { return wire::Untap{session, eventPort, name}; }, deadline);
+  const auto status = request([&](std::uint64_t session) { return wire::Untap{session, eventPort, name}; }, deadline);
+  if (!status && control_) control_->tell(wire::Untap{control_->session(), eventPort, name});
+  return status;
 }
 
 std::optional<device::Status> Session::untapAll(std::uint32_t eventPort) {

@@ -65,7 +65,7 @@ DriverOrProblem openDevice(std::string_view device) {
 DriverOrProblem openDrivers(const std::vector<std::string>& names, const std::string& file) {
   for (const Entry& entry : Entries) {
     if (entry.isSystem && std::ranges::count(names, entry.name) > 1)
-      return std::string(entry.name) + ": asked for twice";
+      return std::string(entry.name) + ": may be given only once";
   }
   std::vector<NamedDriver> opened;
   for (const std::string& name : names) {

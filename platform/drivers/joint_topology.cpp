@@ -31,7 +31,7 @@ bool anyPortIsThere(const device::Group& group) { return !newPorts({}, group).em
 std::optional<std::string> arrivalLine(const device::Group& before, const device::Group& now) {
   const auto names = newPorts(before, now);
   if (names.empty()) return std::nullopt;
-  std::string line = "group \"" + now.name + (anyPortIsThere(before) ? "\" has more ports: " : "\" has come: ");
+  std::string line = "group \"" + now.name + (anyPortIsThere(before) ? "\" has new ports: " : "\" was added: ");
   const std::size_t named = std::min(names.size(), MostPortsInALine);
   for (std::size_t at = 0; at < named; ++at) line += (at == 0 ? "\"" : ", \"") + names[at] + '"';
   if (named < names.size()) line += " and " + std::to_string(names.size() - named) + " more";

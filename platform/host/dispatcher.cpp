@@ -115,7 +115,7 @@ void Dispatcher::handle(const Request& request, wire::Hello& message) {
   session.program = std::move(message.program);
   session.process = message.process;
   noteConnection(session, 0, request.now);
-  log(session, "has come");
+  log(session, "connected");
   answer(request, wire::Welcome{session.number, settings_.sendWindow});
 }
 
@@ -123,7 +123,7 @@ void Dispatcher::handle(const Request& request, wire::Goodbye& message) {
   Session* session = sessionFor(request, message.session, &Session::controlPeer);
   if (session == nullptr) return;
   logLoss(*session, request.now);
-  log(*session, "has left");
+  log(*session, "disconnected");
   service_.removeClient(session->client, request.now);
   sessions_.remove(message.session);
   answer(request, device::Status::Ok);

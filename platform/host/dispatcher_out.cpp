@@ -25,7 +25,7 @@ constexpr device::Time ProbeInterval = std::chrono::milliseconds(50);
 constexpr device::Time LossLogInterval = std::chrono::seconds(1);
 
 std::string lossText(std::uint64_t count) {
-  return "has lost " + std::to_string(count) + (count == 1 ? " message" : " messages") + ": it reads too slowly";
+  return "lost " + std::to_string(count) + (count == 1 ? " message" : " messages") + ": it reads too slowly";
 }
 
 }  // namespace
@@ -114,7 +114,7 @@ void Dispatcher::removeGone(device::Time now) {
   for (const std::uint64_t number : gone) {
     Session& session = *sessions_.find(number);
     logLoss(session, now);
-    log(session, "has gone");
+    log(session, "lost its connection");
     service_.removeClient(session.client, now);
     sessions_.remove(number);
   }
@@ -162,12 +162,12 @@ std::optional<device::Time> Dispatcher::logLossesBefore(device::Time now) {
 
 void Dispatcher::logLossBefore(std::uint64_t count) const {
   if (!log_ || count == 0) return;
-  log_(std::to_string(count) + (count == 1 ? " message" : " messages") + " lost on the way here");
+  log_(std::to_string(count) + (count == 1 ? " message" : " messages") + " lost before reaching the service");
 }
 
 void Dispatcher::logUncountedLoss(std::uint64_t times) const {
   if (!log_ || times == 0) return;
-  log_(wire::uncountedLossText(times, "here"));
+  log_(wire::uncountedLossText(times));
 }
 
 void Dispatcher::finish(device::Time now) {

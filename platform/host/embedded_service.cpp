@@ -28,7 +28,7 @@ EmbeddedService::EmbeddedService(std::unique_ptr<device::Driver> driver, const S
       host_.run();
     } catch (const std::exception& failure) {
       // The program continues; clients get no more answers.
-      sys::sayLine(std::string("the service has ended: ") + sys::printable(failure.what()));
+      sys::sayLine(std::string("the service stopped: ") + sys::printable(failure.what()));
     }
   });
 }

@@ -19,7 +19,7 @@ std::uint32_t SmfReader::variable() {
     *this = ahead;
     return value;
   }
-  throw SmfProblem(offset_, "a number of more than four bytes");
+  throw SmfProblem(offset_, "variable-length number longer than four bytes");
 }
 
 SmfReader SmfReader::take(std::size_t count, const char* name) {

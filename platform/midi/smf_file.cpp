@@ -33,7 +33,7 @@ TimeBase readDivision(SmfReader& in) {
   }
   const auto frames = static_cast<std::uint8_t>(0x100 - first);
   const bool known = frames == 24 || frames == 25 || frames == 29 || frames == 30;
-  if (!known || second == 0) throw SmfProblem(start, "a time division that does not exist");
+  if (!known || second == 0) throw SmfProblem(start, "invalid time division");
   return TimeBase::perFrame(frames, second);
 }
 

@@ -22,7 +22,7 @@ std::optional<SmfEvent> SmfTrack::next() {
 
   const bool running = !in_.atEnd() && !isStatusByte(in_.rest().front());
   const std::uint8_t status = running ? runningStatus_ : in_.byte();
-  if (status == 0) throw SmfProblem(in_.offset(), "a data byte where an event should begin");
+  if (status == 0) throw SmfProblem(in_.offset(), "data byte without running status");
   if (status == MetaEvent) {
     const std::uint8_t type = in_.byte();
     ended_ = type == MetaEndOfTrack;
@@ -39,7 +39,7 @@ SmfReader takeMessageData(std::uint8_t status, SmfReader& in) {
   const std::size_t size = messageSize(status);
   // In a file, 0xFF begins a meta event, not a System Reset.
   if (size == 0 || status == MetaEvent) {
-    throw SmfProblem(in.offset() - 1, "no message begins with " + hex(status));
+    throw SmfProblem(in.offset() - 1, "invalid status byte " + hex(status));
   }
   const SmfReader data = in.take(size - 1, "the message");
   requireDataBytes(data);

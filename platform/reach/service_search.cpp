@@ -38,8 +38,8 @@ channel::ConnectorOrProblem openAddress(const std::string& address, Network netw
     case Transport::Network:
       break;
   }
-  if (network == Network::Refused) return ConnectProblem{"refused: this program uses no service over the network"};
-  return ConnectProblem{"services over the network are not supported"};
+  if (network == Network::Refused) return ConnectProblem{"network services are disabled in this program"};
+  return ConnectProblem{"network services are not supported"};
 }
 
 bool findService(const std::vector<std::string>& addresses, Network network, const TakeService& take,

@@ -19,7 +19,7 @@ struct Counts {
   std::uint64_t in = 0;  // emitted by the device's sources, sent, or injected
   std::uint64_t out = 0;
   std::uint64_t lost = 0;             // copies dropped because a queue was full
-  std::uint64_t lostBefore = 0;       // messages lost before they reached the service, as far as known
+  std::uint64_t lostBefore = 0;       // messages lost before reaching the service, as far as known
   std::uint64_t uncountedLosses = 0;  // how many more times an unknown number, perhaps none, was lost
 };
 

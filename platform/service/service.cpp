@@ -78,7 +78,7 @@ struct Service::State {
   bool hasGone(device::PortId port) {
     if (topology().exists(port)) return false;
     if (goneTold.insert(port).second) {
-      notes.push_back({"\"" + taps.find(port)->name + "\" has gone: what is sent to it is lost", true});
+      notes.push_back({"port \"" + taps.find(port)->name + "\" does not exist: messages to it are lost", true});
     }
     return true;
   }

@@ -19,7 +19,7 @@ namespace service {
 
 // The events that wait for one client, in order and limited in bytes. A record that would exceed the limit is dropped
 // and counted. The count becomes an entry of its own exactly where the records are missing: before the next accepted
-// record, or after everything that waited has been taken. Messages lost before they reached the service are entered
+// record, or after everything that waited has been taken. Messages lost before reaching the service are entered
 // likewise.
 //
 // Consecutive records of one tap share an event while it fits the tap's holder, and for SharingTime after its first
@@ -37,7 +37,7 @@ class TapQueue {
   void add(EventPortId eventPort, device::PortId port, std::string_view name, std::uint32_t holderBytes,
            const device::Message& message, device::Time now);
 
-  // Messages were lost before they reached the service, and before the next record. count: how many, 0 if unknown.
+  // Messages were lost before reaching the service, and before the next record. count: how many, 0 if unknown.
   // Known and unknown losses stay separate, so that the count stays exact.
   void addLossBefore(std::uint64_t count);
 

@@ -38,7 +38,7 @@ void addBytes(CLI::App& app, std::vector<std::uint8_t>& target) {
     }
     return true;
   };
-  app.add_option("BYTE", take, "The message: bytes of any kind; bare numbers are decimal, 0x begins hexadecimal ones")
+  app.add_option("BYTE", take, "Bytes of the message; bare numbers are decimal, 0x marks hexadecimal ones")
       ->type_name("")
       ->expected(1, -1)
       ->allow_extra_args()
@@ -55,46 +55,46 @@ struct Draft {
 };
 
 void addInject(CLI::App& app, InjectCommand& inject) {
-  CLI::App& sub = *app.add_subcommand("inject", "Pass a message through a port");
-  sub.add_option("PORT", inject.port, "Name of the port")->type_name("")->required();
+  CLI::App& sub = *app.add_subcommand("inject", "Send a message through a port");
+  sub.add_option("PORT", inject.port, "Port name")->type_name("")->required();
   addBytes(sub, inject.message);
   addNumber<std::uint16_t>(
       sub, "--group", inject.group, [](std::uint16_t) { return true; }, "a group id (0 to 65535)",
-      "Group id of the message, in place of the channel (0)")
+      "Group id of the message; stands for the MIDI channel (default 0)")
       ->type_name("N");
   addNumber<std::uint64_t>(
-      sub, "--count", inject.count, [](std::uint64_t count) { return count > 0; }, "a number from 1 on",
-      "How many times (1)")
+      sub, "--count", inject.count, [](std::uint64_t count) { return count > 0; }, "a whole number above 0",
+      "Number of times to send it (default 1)")
       ->type_name("K");
   addNumber<double>(
       sub, "--rate", inject.perSecond, [](double rate) { return std::isfinite(rate) && rate > 0; }, "a number above 0",
-      "How many in a second; else as fast as the service takes them")
+      "Messages per second (default: as fast as the service accepts them)")
       ->type_name("PER_SECOND");
 }
 
 void addPlay(CLI::App& app, PlayCommand& play) {
   CLI::App& sub = *app.add_subcommand("play", "Play a Standard MIDI File through a port");
-  sub.add_option("FILE", play.file, "The file")->type_name("")->required();
-  sub.add_option("PORT", play.port, "Name of the port")->type_name("")->required();
-  sub.add_flag("--loop", play.loop, "Again and again, until a signal");
+  sub.add_option("FILE", play.file, "Standard MIDI File")->type_name("")->required();
+  sub.add_option("PORT", play.port, "Port name")->type_name("")->required();
+  sub.add_flag("--loop", play.loop, "Repeat until a signal arrives");
   addNumber<double>(
       sub, "--speed", play.speed,
       [](double speed) { return speed == 0 || (speed >= midi::MinSpeed && speed <= midi::MaxSpeed); },
-      "a speed (0.01 to 1000, or 0)", "Times as fast (1); 0: without any pause")
+      "a speed (0.01 to 1000, or 0)", "Speed factor (default 1); 0 plays without pauses")
       ->type_name("X");
 }
 
 // The caller finds out which command was given and reads its part of draft.
 void addCommands(CLI::App& app, Draft& draft) {
   CLI::App& list = *app.add_subcommand("list", "Show groups, ports and connections");
-  list.add_flag("--json", draft.list.json, "As a JSON document");
+  list.add_flag("--json", draft.list.json, "Print a JSON document");
   addInject(app, draft.inject);
   addPlay(app, draft.play);
-  CLI::App& watch = *app.add_subcommand("watch", "Print each message that passes these ports");
-  watch.add_option("PORT", draft.watch.ports, "Names of ports")->type_name("")->required();
-  watch.add_flag("--json", draft.watch.json, "A JSON object for each message");
+  CLI::App& watch = *app.add_subcommand("watch", "Print each message that passes the given ports");
+  watch.add_option("PORT", draft.watch.ports, "Port names")->type_name("")->required();
+  watch.add_flag("--json", draft.watch.json, "Print a JSON object for each message");
   CLI::App& stats = *app.add_subcommand("stats", "Show clients, counts of messages, and queues");
-  stats.add_flag("--json", draft.stats.json, "As a JSON document");
+  stats.add_flag("--json", draft.stats.json, "Print a JSON document");
 }
 
 std::vector<std::string> namesOfCommands(const CLI::App& app) {
@@ -127,7 +127,7 @@ std::string problemOf(const CLI::App& app, const std::vector<std::string>& words
   const std::vector<std::string> names = namesOfCommands(app);
   if (!word && wrong.get_name() == "RequiredError") return "a command is required: " + CLI::detail::join(names, ", ");
   if (!word || std::ranges::find(names, *word) != names.end()) return sys::printable(wrong.what());
-  return "no such command: " + sys::printable(*word) + "; there are " + CLI::detail::join(names, ", ");
+  return "no such command: " + sys::printable(*word) + "; the commands are " + CLI::detail::join(names, ", ");
 }
 
 Command chosen(const CLI::App& app, Draft draft) {
@@ -147,8 +147,8 @@ std::variant<CommandLine, Saying> parseCommandLine(const std::vector<std::string
   const auto* const given =
       app.add_option(
              "--endpoint", endpoint,
-             "Where the service is, as in EVTSRV_ENDPOINT; with neither, what flowscope takes (stats: the well-known "
-             "local socket)")
+             "Endpoint of the service; default: EVTSRV_ENDPOINT, else the service that flowscope would use (stats: the "
+             "well-known local socket)")
           ->type_name("E");
   app.set_version_flag("--version", FLOWSCOPE_VERSION);
   app.require_subcommand(1);
@@ -165,7 +165,7 @@ std::variant<CommandLine, Saying> parseCommandLine(const std::vector<std::string
   } catch (const CLI::CallForVersion& version) {
     return Saying{false, std::string(version.what()) + '\n'};
   } catch (const CLI::ParseError& wrong) {
-    return Saying{true, problemOf(app, words, wrong) + " (--help tells more)"};
+    return Saying{true, problemOf(app, words, wrong) + " (see --help)"};
   }
   CommandLine line{std::nullopt, chosen(app, std::move(draft))};
   if (given->count() > 0) line.endpoint = std::move(endpoint);

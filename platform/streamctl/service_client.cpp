@@ -30,8 +30,8 @@ std::unique_ptr<ServiceClient> ServiceClient::open(const ServicePlace& place) {
 }
 
 std::string ServiceClient::whyNoAnswer() {
-  if (channel_->lost()) return "the service has gone";
-  return channel_->refusal() ? "the service has refused a message" : "the service does not answer";
+  if (channel_->lost()) return "connection to the service lost";
+  return channel_->refusal() ? "the service refused a message" : "the service does not answer";
 }
 
 std::string ServiceClient::whyNot(const std::string& port) {

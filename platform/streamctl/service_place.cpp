@@ -53,7 +53,7 @@ void sayProblem(const ServicePlace& place, const std::string& endpoint, const ch
 void sayTaken(const ServicePlace& place, const std::string& endpoint) {
   if (!place.isDefault) return;
   const bool isBuiltin = endpoint == channel::Address{}.text();
-  const std::string why = isBuiltin ? ", a built-in device that nobody else sees; " + place.advice : "";
+  const std::string why = isBuiltin ? ", a built-in device that only this process sees; " + place.advice : "";
   sys::sayLine("using " + sys::printable(endpoint) + why);
 }
 

@@ -23,7 +23,7 @@ std::string fill(std::uint64_t bytes, std::uint64_t limit) {
 std::string statsText(const wire::Stats& stats) {
   std::string lost = std::to_string(stats.lost);
   if (const auto times = stats.uncountedLosses; times > 0) {
-    lost += ", and " + std::to_string(times) + (times == 1 ? " time" : " times") + " an unknown number";
+    lost += "; " + std::to_string(times) + (times == 1 ? " more loss" : " more losses") + " of unknown size";
   }
   std::string text = textTable({{"messages in", std::to_string(stats.in)},
                                 {"messages out", std::to_string(stats.out)},

@@ -109,7 +109,7 @@ Outcome run(const WatchCommand& command, const ServicePlace& place) {
     if (!received && !outputHasReader()) break;
   }
   if (printer.malformed()) {
-    return Failure{channel::addressLine(session->address(), "the service has sent a malformed event")};
+    return Failure{channel::addressLine(session->address(), "the service sent a malformed event")};
   }
   const int error = printer.error();
   return error == 0 || error == EPIPE || error == EINTR ? Outcome() : Failure{outputProblem(error)};

@@ -80,9 +80,10 @@ std::variant<std::unique_ptr<SocketPlace>, std::string> claim(std::string_view e
   const auto parsed = channel::parseAddress(endpoint);
   const auto* address = std::get_if<channel::Address>(&parsed);
   if (address != nullptr && address->transport == channel::Transport::Network) {
-    return "services over the network are not supported";
+    return "network services are not supported";
   }
-  if (address == nullptr || address->transport != channel::Transport::Local) return "not an endpoint (ipc://PATH)";
+  if (address == nullptr || address->transport != channel::Transport::Local)
+    return "not a valid endpoint (use ipc://PATH)";
   const std::string& path = address->place;
   // ZeroMQ would take @ as a socket without a file, which has no mode that keeps other users out, and * as a path of
   // its own choice.

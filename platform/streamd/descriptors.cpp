@@ -1,6 +1,5 @@
 #include "platform/streamd/descriptors.h"
 
-#include <fcntl.h>
 #include <sys/resource.h>
 #include <sys/socket.h>
 #include <sys/syscall.h>
@@ -20,12 +19,6 @@ bool isSpare(int descriptor) {
 }
 
 }  // namespace
-
-void openStandardDescriptors() {
-  for (int descriptor = STDIN_FILENO; descriptor <= STDERR_FILENO; ++descriptor) {
-    if (fcntl(descriptor, F_GETFD) < 0) open("/dev/null", O_RDWR);
-  }
-}
 
 void raiseDescriptorLimit() {
   rlimit limit{};

@@ -24,7 +24,7 @@ void LineLog::write(std::string_view line) {
   std::string text;
   if (leftOut_ > 0) {
     text =
-        withPrefix(std::to_string(leftOut_) + (leftOut_ == 1 ? " line" : " lines") + " left out: nobody read the log");
+        withPrefix(std::to_string(leftOut_) + (leftOut_ == 1 ? " line" : " lines") + " dropped: nobody read the log");
   }
   text += withPrefix(line);
   leftOut_ = 0;

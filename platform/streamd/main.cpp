@@ -6,9 +6,10 @@
 #include "platform/streamd/daemon.h"
 #include "platform/streamd/descriptors.h"
 #include "platform/streamd/options.h"
+#include "platform/system/standard_descriptors.h"
 
 int main(int count, char** words) {
-  streamd::openStandardDescriptors();
+  sys::openStandardDescriptors();
   streamd::raiseDescriptorLimit();
   // A log without a reader must not end the service.
   std::signal(SIGPIPE, SIG_IGN);

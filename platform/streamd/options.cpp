@@ -33,20 +33,19 @@ std::variant<Options, EndWith> parseOptions(int count, const char* const* words)
                   .queueBytes = service::QueueLimits{}.queueBytes};
   CLI::App app{"Serves the MIDI streams of a device to consoles and tools.", "streamd"};
   app.set_version_flag("--version", FLOWSCOPE_VERSION);
-  app.add_option("--listen", options.endpoints, "Where clients come: ipc://PATH; may be given several times")
+  app.add_option("--listen", options.endpoints, "Endpoint for clients: ipc://PATH; may be given several times")
       ->type_name("ENDPOINT")
       ->allow_extra_args(false)
       ->capture_default_str();
-  app.add_option(
-         "--driver", options.drivers,
-         "Where ports come from: " + drivers::namesOfAll() +
-             "; may be given several times, their groups then stand side by side; builtin unless --device is given")
+  app.add_option("--driver", options.drivers,
+                 "Driver that provides ports: " + drivers::namesOfAll() +
+                     "; may be given several times to serve the groups of all; default: builtin, or none with --device")
       ->type_name("NAME")
       ->allow_extra_args(false)
       ->check(CLI::IsMember(driverNames()));
-  app.add_option("--device", options.device, "TOML file that describes a device, whose groups come last")
+  app.add_option("--device", options.device, "TOML file that describes a device; its groups are listed last")
       ->type_name("FILE");
-  app.add_option("--queue-bytes", options.queueBytes, "How much may wait for a client that reads slowly")
+  app.add_option("--queue-bytes", options.queueBytes, "Queue limit per client in bytes; more is dropped")
       ->type_name("N")
       ->check(CLI::Range(SmallestQueue, LargestQueue))
       ->capture_default_str();
@@ -55,7 +54,7 @@ std::variant<Options, EndWith> parseOptions(int count, const char* const* words)
   } catch (const CLI::ParseError& problem) {
     // The parser reports requests for help and version as errors, too.
     if (problem.get_exit_code() == 0) return EndWith{app.exit(problem)};
-    std::fprintf(stderr, "streamd: %s (--help tells more)\n", sys::printable(problem.what()).c_str());
+    std::fprintf(stderr, "streamd: %s (see --help)\n", sys::printable(problem.what()).c_str());
     return EndWith{UsageStatus};
   }
   if (options.drivers.empty() && options.device.empty()) options.drivers.emplace_back("builtin");

@@ -65,7 +65,7 @@ std::variant<int, std::string> lockFile(const std::string& path) {
 std::optional<std::string> clearAway(const std::string& path) {
   struct stat there {};
   if (lstat(path.c_str(), &there) < 0) return errno == ENOENT ? std::nullopt : std::optional(words(errno));
-  if (!S_ISSOCK(there.st_mode)) return "there is something that is no socket";
+  if (!S_ISSOCK(there.st_mode)) return "the path exists and is not a socket";
   const int cause = sys::whyNobodyListens(path);
   if (cause == 0) return Taken;
   if (cause != ECONNREFUSED) return words(cause);

@@ -28,7 +28,7 @@ std::variant<std::vector<std::uint8_t>, std::string> readFile(const std::filesys
   const std::unique_ptr<std::FILE, FileCloser> file(std::fopen(path.c_str(), "rbe"));
   if (!file) return std::generic_category().message(errno);
   std::vector<std::uint8_t> bytes(static_cast<std::size_t>(size));
-  if (std::fread(bytes.data(), 1, bytes.size(), file.get()) != bytes.size()) return "cannot be read to its end";
+  if (std::fread(bytes.data(), 1, bytes.size(), file.get()) != bytes.size()) return "cannot read the whole file";
   return bytes;
 }
 

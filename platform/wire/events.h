@@ -69,7 +69,7 @@ struct EventEntry {
   std::string_view port{};                // name of the tapped device port
   std::span<const std::uint8_t> event{};  // header and records
   std::uint64_t lost = 0;                 // above 0: no event; this many records were dropped
-  // Set: no event; this many messages were lost before they reached the service, 0 if the number is unknown.
+  // Set: no event; this many messages were lost before reaching the service, 0 if the number is unknown.
   std::optional<std::uint64_t> lostBefore{};
 };
 

@@ -3,14 +3,13 @@
 
 #include <cstdint>
 #include <string>
-#include <string_view>
 
 namespace wire {
 
-// Returns the text for losses of unknown size that happened this many times. where: follows "lost on the way".
-inline std::string uncountedLossText(std::uint64_t times, std::string_view where) {
+// Returns the text for losses of unknown size that happened this many times.
+inline std::string uncountedLossText(std::uint64_t times) {
   const std::string front = times == 1 ? std::string() : std::to_string(times) + " times ";
-  return (front + "an unknown number of messages, perhaps none, lost on the way ").append(where);
+  return front + "an unknown number of messages, perhaps none, lost before reaching the service";
 }
 
 }  // namespace wire

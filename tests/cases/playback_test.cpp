@@ -158,7 +158,7 @@ TEST(PlaybackFile, OutlivesTheServiceThatItIsPlayedTo) {
   writer.join();
   EXPECT_EQ(result.status, testsupport::ExitStatus::exited(0));
   EXPECT_EQ(result.standardOutput, "/\n");
-  EXPECT_EQ(result.standardError, "flowscope: " + daemon.endpoint() + ": the service has gone\n");
+  EXPECT_EQ(result.standardError, "flowscope: " + daemon.endpoint() + ": connection to the service lost\n");
 }
 
 // The console tells its own peak, before and behind a file of a million lines and a hundred million bytes.

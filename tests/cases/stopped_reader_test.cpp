@@ -31,7 +31,7 @@ constexpr auto Patience = 60s;
 constexpr int Capacity = 4096;    // bytes of the pipe
 constexpr int LongestPiece = 64;  // more than the console writes at once
 constexpr std::string_view Prompt = "[ /]$ ";
-constexpr const char* Lost = "flowscope: cannot write to pipe: its reader has stopped, and the rest is lost\r\n";
+constexpr const char* Lost = "flowscope: cannot write to pipe: its reader does not read any more; the rest is lost\r\n";
 
 class StoppedReader : public testing::Test {
  protected:

@@ -15,7 +15,7 @@ using Names = std::vector<std::string>;
 
 constexpr std::array<std::string_view, 4> Commands{"cat", "cd", "con", "ls"};
 
-TEST(Completion, CommandsThatFit) {
+TEST(Completion, OffersTheCommandsThatBeginWithTheWord) {
   struct Row {
     const char* word;
     std::optional<Names> candidates;
@@ -34,7 +34,7 @@ TEST(Completion, CommandsThatFit) {
   for (const auto& row : rows) EXPECT_EQ(matchCommandSet(Commands, row.word), row.candidates);
 }
 
-TEST(Completion, CommonPrefix) {
+TEST(Completion, FindsTheCommonPrefixOfItsCandidates) {
   struct Row {
     Names candidates;
     const char* prefix;
@@ -68,7 +68,7 @@ class Offer : public testing::Test {
 
 constexpr const char* Prompt = "\033[0G[p]$ \033[6G";
 
-TEST_F(Offer, NoCandidateDrawsTheLineAgain) {
+TEST_F(Offer, WithoutCandidatesDrawsTheLineAgain) {
   type("ls x");
   offerCommands(editor, output, "p", {});
   EXPECT_EQ(out.take(), std::string(Prompt) + "ls x\033[0K\033[10G");
@@ -77,7 +77,7 @@ TEST_F(Offer, NoCandidateDrawsTheLineAgain) {
   EXPECT_EQ(editor.buffer(), "ls x");
 }
 
-TEST_F(Offer, OneCommandBecomesTheLine) {
+TEST_F(Offer, OfOneCommandReplacesTheLine) {
   type("co");
   offerCommands(editor, output, "p", Names{"con "});
   EXPECT_EQ(editor.buffer(), "con ");
@@ -85,7 +85,7 @@ TEST_F(Offer, OneCommandBecomesTheLine) {
   EXPECT_EQ(out.take(), std::string(Prompt) + "con \033[0K\033[10G");
 }
 
-TEST_F(Offer, SeveralCommandsAreListedAndTheFirstWordStays) {
+TEST_F(Offer, OfSeveralCommandsListsThemAndKeepsTheLine) {
   type("c");
   offerCommands(editor, output, "p", Names{"cat ", "cd ", "con "});
   EXPECT_EQ(editor.buffer(), "c");
@@ -94,7 +94,7 @@ TEST_F(Offer, SeveralCommandsAreListedAndTheFirstWordStays) {
   EXPECT_TRUE(printed.ends_with(std::string(Prompt) + "c\033[0K\033[7G")) << printed;
 }
 
-TEST_F(Offer, OnePathReplacesTheLastPart) {
+TEST_F(Offer, OfOnePathReplacesTheLastPartOfThePath) {
   type("cd a/b/Seq");
   offerPaths(editor, output, "p", Names{"Sequencer/"});
   EXPECT_EQ(editor.buffer(), "cd a/b/Sequencer/");
@@ -103,13 +103,13 @@ TEST_F(Offer, OnePathReplacesTheLastPart) {
   EXPECT_EQ(editor.buffer(), "cd a/b/Sequencer/x yes");
 }
 
-TEST_F(Offer, TheParentGetsASlash) {
+TEST_F(Offer, OfTheParentAddsASlash) {
   type("cd .");
   offerPaths(editor, output, "p", Names{".."});
   EXPECT_EQ(editor.buffer(), "cd ../");
 }
 
-TEST_F(Offer, SeveralPathsGrowTheLineByWhatTheyShare) {
+TEST_F(Offer, OfSeveralPathsCompletesTheirCommonPrefix) {
   type("cd S");
   offerPaths(editor, output, "p", Names{"SequencerOut1", "SequencerOut2"});
   EXPECT_EQ(editor.buffer(), "cd SequencerOut");

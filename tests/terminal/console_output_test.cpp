@@ -36,7 +36,7 @@ struct Row {
   std::string quiet;
 };
 
-TEST(ConsoleOutput, ExactBytesOfEachOperation) {
+TEST(ConsoleOutput, WritesTheExactBytesOfEachOperation) {
   const std::vector<Row> rows{
       {"applyStyle", [](auto& out) { out.applyStyle(AttrBold | AttrReverse, ColourRed); }, "\x1b[7m\x1b[1m\x1b[31m",
        ""},
@@ -98,7 +98,7 @@ TEST(ConsoleOutput, ExactBytesOfEachOperation) {
   }
 }
 
-TEST(ConsoleOutput, ReportsResults) {
+TEST(ConsoleOutput, ReportsErrorsAsOneLine) {
   struct Report {
     ResultCode code;
     std::string message;
@@ -143,7 +143,7 @@ int list(ConsoleOutput& output) {
   return printed;
 }
 
-TEST(ConsoleOutput, PagesOfTwentyFourRows) {
+TEST(ConsoleOutput, AsksAfterEachPageOfTwentyFourRows) {
   struct Page {
     std::string_view name;
     std::deque<int> answers;
@@ -189,7 +189,7 @@ TEST(ConsoleOutput, QuietOutputNeverAsks) {
   EXPECT_EQ(fixture.keys.reads, 0);
 }
 
-TEST(ConsoleOutput, BecomesQuiet) {
+TEST(ConsoleOutput, BecomesQuietWhenTold) {
   Fixture fixture(false);
   EXPECT_FALSE(fixture.output.quiet());
   fixture.output.setQuiet(true);
@@ -198,14 +198,14 @@ TEST(ConsoleOutput, BecomesQuiet) {
   EXPECT_EQ(fixture.stream.take(), "abc\n");
 }
 
-TEST(ConsoleOutput, AnswersTheSizeAndTheStream) {
+TEST(ConsoleOutput, ReturnsTheSizeAndTheStream) {
   Fixture fixture(false, 33);
   EXPECT_EQ(fixture.output.terminalRows(), 33);
   EXPECT_EQ(fixture.output.terminalColumns(), 80);
   EXPECT_EQ(fixture.output.stream(), fixture.stream.stream());
 }
 
-TEST(ConsoleOutput, DoesNotFlush) {
+TEST(ConsoleOutput, DoesNotFlushItsStream) {
   char* bytes = nullptr;
   std::size_t size = 0;
   std::FILE* stream = open_memstream(&bytes, &size);

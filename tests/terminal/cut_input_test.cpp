@@ -51,7 +51,7 @@ std::vector<int> keysOf(std::string_view bytes, std::size_t cut) {
   return sink.keys;
 }
 
-TEST(InputThread, AnInputCutAnywhereGivesTheSameKeys) {
+TEST(InputThread, DeliversTheSameKeysWhereverTheInputIsCut) {
   const std::string bytes =
       testsupport::keyBytes("ab<left>c<up><home><del>yz<end><pgup><pgdn><esc>[1;5A<esc>Oq<esc>[Z<down><right>").value();
   const std::vector<int> whole = keysOf(bytes, bytes.size());

@@ -12,7 +12,7 @@ struct Row {
   ExpandedLine expanded;
 };
 
-TEST(HistoryExpansion, References) {
+TEST(HistoryExpansion, ReplacesEachKindOfReference) {
   const std::vector<std::string> history{"ls", "cd a"};
   const Row rows[] = {
       {"cat !$", {"cat a", "cat a"}},
@@ -46,13 +46,13 @@ TEST(HistoryExpansion, References) {
   for (const auto& row : rows) EXPECT_EQ(expandHistory(row.line, history), row.expanded) << row.line;
 }
 
-TEST(HistoryExpansion, ThePrefixFindsTheLatestEntry) {
+TEST(HistoryExpansion, OfAPrefixIsTheLatestEntry) {
   const std::vector<std::string> history{"cd a", "cat b", "cd c", "pwd"};
   EXPECT_EQ(expandHistory("!c", history).executed, "cd c");
   EXPECT_EQ(expandHistory("!ca", history).executed, "cat b");
 }
 
-TEST(HistoryExpansion, EmptyHistoryLeavesTheLineAsTyped) {
+TEST(HistoryExpansion, WithAnEmptyHistoryLeavesTheLineUnchanged) {
   for (const char* line : {"!!", "cat !$", "!-1", "!-0"}) {
     EXPECT_EQ(expandHistory(line, {}), (ExpandedLine{line, line})) << line;
   }
@@ -60,12 +60,12 @@ TEST(HistoryExpansion, EmptyHistoryLeavesTheLineAsTyped) {
   EXPECT_EQ(expandHistory("!x", {}), (ExpandedLine{"x", "!x"}));
 }
 
-TEST(HistoryExpansion, WhatAnExpansionBringsInIsNotExpandedAgain) {
+TEST(HistoryExpansion, IsNotExpandedAgain) {
   const std::vector<std::string> history{"cat x!$y"};
   EXPECT_EQ(expandHistory("pwd !$ !$", history).executed, "pwd x!$y x!$y");
 }
 
-TEST(HistoryExpansion, AnEntryWithoutWordsGivesTheEmptyText) {
+TEST(HistoryExpansion, OfAnEntryWithoutWordsIsEmpty) {
   const std::vector<std::string> history{"   "};
   EXPECT_EQ(expandHistory("cd !$x", history).executed, "cd x");
 }

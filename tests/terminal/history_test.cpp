@@ -21,7 +21,7 @@ TEST(History, KeepsEveryLineInOrder) {
   EXPECT_EQ(recorded(lines).entries(), lines);
 }
 
-TEST(History, AnEmptyOneAnswersTheCurrentLine) {
+TEST(History, IfEmptyReturnsTheCurrentLine) {
   History history;
   EXPECT_EQ(history.back("typed", 1), "typed");
   EXPECT_EQ(history.forward("typed", 1), "typed");
@@ -36,7 +36,7 @@ TEST(History, WalksBackAndForthAndReturnsToTheTypedLine) {
   EXPECT_EQ(seen, (Lines{"three", "two", "one", "one", "two", "three", "typed", "typed"}));
 }
 
-TEST(History, WalksManyAtOnceAndStopsAtTheEnds) {
+TEST(History, WalksSeveralLinesAtOnceAndStopsAtBothEnds) {
   Lines lines;
   for (int i = 0; i < 15; ++i) lines.push_back(std::to_string(i));
   History history = recorded(lines);
@@ -46,13 +46,13 @@ TEST(History, WalksManyAtOnceAndStopsAtTheEnds) {
   EXPECT_EQ(history.forward("10", 10), "typed");
 }
 
-TEST(History, AZeroCountChangesNothing) {
+TEST(History, DoesNotMoveByACountOfZero) {
   History history = recorded({"one"});
   EXPECT_EQ(history.back("typed", 0), "typed");
   EXPECT_EQ(history.back("typed", 1), "one");
 }
 
-TEST(History, EditedLinesStayOnTheWay) {
+TEST(History, KeepsEditedLinesDuringAWalk) {
   History history = recorded({"one", "two"});
   EXPECT_EQ(history.back("typed", 1), "two");
   EXPECT_EQ(history.back("two edited", 1), "one");
@@ -62,7 +62,7 @@ TEST(History, EditedLinesStayOnTheWay) {
   EXPECT_EQ(history.entries(), (Lines{"one", "two"}));
 }
 
-TEST(History, RecordingForgetsTheEditedLines) {
+TEST(History, ForgetsEditedLinesWhenALineIsRecorded) {
   History history = recorded({"one", "two", "three"});
   EXPECT_EQ(history.back("typed", 3), "one");
   EXPECT_EQ(history.forward("one edited", 1), "two");
@@ -71,7 +71,7 @@ TEST(History, RecordingForgetsTheEditedLines) {
   EXPECT_EQ(history.back("four", 3), "one");
 }
 
-TEST(History, RecordingEndsTheWalk) {
+TEST(History, EndsTheWalkWhenALineIsRecorded) {
   History history = recorded({"one", "two"});
   EXPECT_EQ(history.back("typed", 2), "one");
   history.record("one");

@@ -81,7 +81,7 @@ class Keyboard {
   testsupport::UniqueFd writeEnd_;
 };
 
-TEST(InputThread, DeliversKeysOnAThreadOfItsOwnThenTheEnd) {
+TEST(InputThread, DeliversKeysAndThenTheEndOnItsOwnThread) {
   ScriptedKeys keys({'a', 0x1b, '[', 'A', InputResumed, 'b'});
   RecordingSink sink;
   {
@@ -96,7 +96,7 @@ TEST(InputThread, DeliversKeysOnAThreadOfItsOwnThenTheEnd) {
   EXPECT_EQ(sink.threads.front(), sink.threads.back());
 }
 
-TEST(InputThread, AResumptionInsideASequenceDoesNotBreakIt) {
+TEST(InputThread, KeepsAKeySequenceThatAResumptionInterrupts) {
   ScriptedKeys keys({0x1b, '[', InputResumed, '5', InputResumed, '~'});
   RecordingSink sink;
   {
@@ -141,7 +141,7 @@ TEST(InputThread, ReadsNothingBeforeTheGateOpens) {
   EXPECT_EQ(sink.ends, 0);
 }
 
-TEST(InputThread, BeingToldToStopIsNotTheEndOfTheInput) {
+TEST(InputThread, DoesNotReportTheEndOfInputWhenItIsStopped) {
   SilentKeys keys;
   RecordingSink sink;
   {
@@ -153,7 +153,7 @@ TEST(InputThread, BeingToldToStopIsNotTheEndOfTheInput) {
   EXPECT_EQ(sink.ends, 0);
 }
 
-TEST(InputThread, StopsBehindTheKeyThatClearsTheFlag) {
+TEST(InputThread, StopsAfterTheKeyThatClearsTheFlag) {
   ScriptedKeys keys({'a', 'q', 'b'});
   RecordingSink sink;
   sink.stopAt = 'q';
@@ -168,7 +168,7 @@ TEST(InputThread, StopsBehindTheKeyThatClearsTheFlag) {
   EXPECT_EQ(sink.ends, 0);
 }
 
-TEST(InputThread, TheFlagIsLookedAtBeforeEachByte) {
+TEST(InputThread, ChecksTheFlagBeforeEachByte) {
   // Cleared by somebody else while a sequence is open.
   class ClearingKeys : public KeySource {
    public:
@@ -191,7 +191,7 @@ TEST(InputThread, TheFlagIsLookedAtBeforeEachByte) {
   EXPECT_TRUE(sink.codes.empty());
 }
 
-TEST(InputThread, AThreadThatWaitsForAKeyCanBeEnded) {
+TEST(InputThread, EndsWhileItWaitsForAKey) {
   Keyboard keyboard;
   RecordingSink sink;
   sink.waitFor = 'a';
@@ -205,7 +205,7 @@ TEST(InputThread, AThreadThatWaitsForAKeyCanBeEnded) {
   EXPECT_EQ(sink.ends, 0) << "being told to stop is not the end of the input";
 }
 
-TEST(InputThread, FinishingWaitsForTheCommandThatRuns) {
+TEST(InputThread, WaitsForTheRunningCommandBeforeItEnds) {
   // A command that goes on for as long as the flag is set, and then a little longer.
   class SlowSink : public KeySink {
    public:
@@ -231,7 +231,7 @@ TEST(InputThread, FinishingWaitsForTheCommandThatRuns) {
   thread.finish();
 }
 
-TEST(InputThread, TheEditorRunsLinesOnItAndAsksTheHostToStopAtTheEnd) {
+TEST(InputThread, RunsTheEditorsLinesAndReportsTheEndOfInput) {
   class Host : public RecordingHost {
    public:
     void inputEnded() override {
@@ -256,7 +256,7 @@ TEST(InputThread, TheEditorRunsLinesOnItAndAsksTheHostToStopAtTheEnd) {
   EXPECT_NE(runner, std::this_thread::get_id());
 }
 
-TEST(InputThread, AnEditorBeforeItsGateIsOpenGoesAwayAtOnce) {
+TEST(InputThread, EndsAtOnceIfItsGateWasNeverOpened) {
   RecordingHost host;
   MemoryStream stream;
   Keyboard keyboard;

@@ -32,7 +32,7 @@ struct Row {
   std::vector<int> codes;
 };
 
-TEST(KeyDecoder, KeysToCodes) {
+TEST(KeyDecoder, DecodesTheSequenceOfEachKey) {
   const std::vector<Row> rows{
       {"aZ0~ ", {'a', 'Z', '0', '~', ' '}},
       {"<x00><x01><x7f><x80><xff>", {0, 1, 127, 128, 255}},
@@ -75,7 +75,7 @@ TEST(KeyDecoder, KeysToCodes) {
   for (const Row& row : rows) EXPECT_EQ(decode(row.keys), row.codes) << row.keys;
 }
 
-TEST(KeyDecoder, EveryByteAloneButEscapeIsItself) {
+TEST(KeyDecoder, DecodesEachByteExceptEscapeAsItself) {
   for (int byte = 0; byte < 256; ++byte) {
     KeyDecoder decoder;
     const auto code = decoder.feed(static_cast<unsigned char>(byte));
@@ -87,7 +87,7 @@ TEST(KeyDecoder, EveryByteAloneButEscapeIsItself) {
   }
 }
 
-TEST(KeyDecoder, AnyByteInAnyStateLeavesADecoderThatWorks) {
+TEST(KeyDecoder, StillWorksAfterAnyByteInAnyState) {
   for (const std::string_view opened : {"", "\x1b", "\x1b[", "\x1b[1"}) {
     for (int byte = 0; byte < 256; ++byte) {
       KeyDecoder decoder;

@@ -31,7 +31,7 @@ struct Row {
   std::string_view after;
 };
 
-TEST(LineBuffer, Edits) {
+TEST(LineBuffer, AppliesEachEdit) {
   const std::vector<Row> rows{
       {"stay", "a|b", [](auto& line) { line.move(CursorMove::Stay); }, "a|b"},
       {"start", "a|b", [](auto& line) { line.move(CursorMove::LineStart); }, "|ab"},

@@ -15,7 +15,7 @@ using test::Typed;
 using test::Typist;
 using Lines = std::vector<std::string>;
 
-TEST(LineEditor, EnterRunsRecordsAndClears) {
+TEST(LineEditor, RunsRecordsAndClearsTheLineOnEnter) {
   Typist typist;
   typist.type("cd Midi<c-j> ls <left><c-j>");
   EXPECT_EQ(typist.host.lines, (Lines{"cd Midi", " ls "}));
@@ -23,21 +23,21 @@ TEST(LineEditor, EnterRunsRecordsAndClears) {
   EXPECT_EQ(typist.line(), "|");
 }
 
-TEST(LineEditor, EnterOnAnEmptyLineRecordsAndRunsNothing) {
+TEST(LineEditor, RecordsAndRunsNothingOnEnterInAnEmptyLine) {
   Typist typist;
   typist.type("<c-j><c-j>");
   EXPECT_TRUE(typist.host.lines.empty());
   EXPECT_TRUE(typist.editor.history().entries().empty());
 }
 
-TEST(LineEditor, ABlankLineIsNotEmpty) {
+TEST(LineEditor, RecordsAndRunsALineOfBlanks) {
   Typist typist;
   typist.type("  <c-j>");
   EXPECT_EQ(typist.host.lines, (Lines{"  "}));
   EXPECT_EQ(typist.editor.history().entries(), (Lines{"  "}));
 }
 
-TEST(LineEditor, QuittingDrawsNoPromptAndKeepsTheLine) {
+TEST(LineEditor, DrawsNoPromptAndKeepsTheLineAfterQuit) {
   Typist typist;
   typist.host.answer = ResultQuit;
   EXPECT_EQ(typist.drawn("quit"),
@@ -48,7 +48,7 @@ TEST(LineEditor, QuittingDrawsNoPromptAndKeepsTheLine) {
   EXPECT_EQ(typist.editor.history().entries(), (Lines{"quit"}));
 }
 
-TEST(LineEditor, OtherResultsDrawThePromptOfTheNewPath) {
+TEST(LineEditor, DrawsThePromptOfTheNewPathAfterACommand) {
   for (const ResultCode answer : {ResultOk, ResultSilent, ResultNotFound, ResultUnknownError}) {
     Typist typist;
     typist.host.answer = answer;
@@ -59,7 +59,7 @@ TEST(LineEditor, OtherResultsDrawThePromptOfTheNewPath) {
   }
 }
 
-TEST(LineEditor, ACommandThatChangesTheLineDoesNotChangeWhatRuns) {
+TEST(LineEditor, RunsTheLineAsTypedIfItsCommandChangesTheLine) {
   Typist typist;
   // Long enough to stand outside of the string object.
   const std::string line = "tab cat Midi/Source/Sequencer/SequencerOut1";
@@ -70,7 +70,7 @@ TEST(LineEditor, ACommandThatChangesTheLineDoesNotChangeWhatRuns) {
   EXPECT_EQ(typist.line(), "|");
 }
 
-TEST(LineEditor, TabRunsTheTabCommandOnTheLine) {
+TEST(LineEditor, RunsTheTabCommandWithTheLineOnTab) {
   struct Completion {
     std::string_view keys;
     std::string line;
@@ -89,7 +89,7 @@ TEST(LineEditor, TabRunsTheTabCommandOnTheLine) {
   }
 }
 
-TEST(LineEditor, TheTabCommandMayCompleteTheLine) {
+TEST(LineEditor, LetsTheTabCommandCompleteTheLine) {
   Typist typist;
   typist.host.during = [&] {
     typist.editor.drawPrompt("p /");
@@ -102,7 +102,7 @@ TEST(LineEditor, TheTabCommandMayCompleteTheLine) {
   EXPECT_EQ(typist.line(), "cd Midi/|");
 }
 
-TEST(LineEditor, ALineWithoutSeparatorHasNoLastWordToReplace) {
+TEST(LineEditor, ReplacesNoWordInALineWithoutASeparator) {
   Typist typist;
   typist.type("c");
   typist.stream.take();
@@ -133,7 +133,7 @@ TEST(LineEditor, WalksThroughTheHistory) {
   }
 }
 
-TEST(LineEditor, WalkingNoStepsDrawsNothing) {
+TEST(LineEditor, DrawsNothingForAHistoryWalkOfNoSteps) {
   Typist typist;
   typist.type("one<c-j>");
   typist.stream.take();
@@ -142,7 +142,7 @@ TEST(LineEditor, WalkingNoStepsDrawsNothing) {
   EXPECT_EQ(typist.stream.take(), "");
 }
 
-TEST(LineEditor, AReplayedLineIsRecordedAgain) {
+TEST(LineEditor, RecordsARecalledLineAgain) {
   Typist typist;
   typist.type("one<c-j>two<c-j><up><up><c-j>");
   EXPECT_EQ(typist.host.lines, (Lines{"one", "two", "one"}));

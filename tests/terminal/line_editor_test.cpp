@@ -21,7 +21,7 @@ using test::Typed;
 using test::Typist;
 using Lines = std::vector<std::string>;
 
-TEST(LineEditor, APromptOfThreeCharactersPutsTheLineAtColumnEight) {
+TEST(LineEditor, StartsTheLineAtColumnEightAfterAPromptOfThreeCharacters) {
   RecordingHost host;
   MemoryStream stream;
   ScriptedKeys keys;
@@ -31,7 +31,7 @@ TEST(LineEditor, APromptOfThreeCharactersPutsTheLineAtColumnEight) {
   EXPECT_EQ(stream.take(), "\x1b[0G[p /]$ \x1b[8G\x1b[0K\x1b[8G");
 }
 
-TEST(LineEditor, ThePromptMayBringANewLine) {
+TEST(LineEditor, ReplacesTheLineIfThePromptIsDrawnWithOne) {
   Typist typist;
   typist.type("old");
   typist.stream.take();
@@ -42,7 +42,7 @@ TEST(LineEditor, ThePromptMayBringANewLine) {
   EXPECT_EQ(typist.line(), "|");
 }
 
-TEST(LineEditor, KeysEditTheLine) {
+TEST(LineEditor, EditsTheLineByKeys) {
   const std::vector<Typed> rows{
       {"letters", "ab", "ab|"},
       {"insert inside", "ab<left>c", "ac|b"},
@@ -83,7 +83,7 @@ TEST(LineEditor, KeysEditTheLine) {
   }
 }
 
-TEST(LineEditor, CodesThatNoByteProduces) {
+TEST(LineEditor, IgnoresUnknownKeyCodes) {
   Typist typist;
   typist.type("abc");
   typist.stream.take();
@@ -103,7 +103,7 @@ struct Drawing {
   std::string drawn;
 };
 
-TEST(LineEditor, ExactBytesOfEachKey) {
+TEST(LineEditor, DrawsTheExactBytesForEachKey) {
   const std::vector<Drawing> drawings{
       {"insert at the end", "a", "b", "\x1b[8Gab\x1b[0K\x1b[10G"},
       {"insert inside", "ab<left>", "c", "\x1b[8Gacb\x1b[0K\x1b[10G"},
@@ -137,7 +137,7 @@ TEST(LineEditor, ExactBytesOfEachKey) {
   }
 }
 
-TEST(LineEditor, ResumingDrawsThePromptAndKeepsTheCursor) {
+TEST(LineEditor, DrawsThePromptAndKeepsTheCursorWhenResumed) {
   Typist typist;
   typist.type("abc<left><left>");
   typist.stream.take();
@@ -167,7 +167,7 @@ TEST(LineEditor, FlushesAfterEachKey) {
   std::free(bytes);
 }
 
-TEST(LineEditor, AQuietOneDrawsNothingAndReadsNothing) {
+TEST(LineEditor, IfQuietDrawsNothingAndReadsNothing) {
   Typist typist(true);
   typist.editor.openGate();
   EXPECT_EQ(typist.drawn("ab<left><home><bs><del><up><tab><c-k><c-w>ls<c-j>"), "");
@@ -179,7 +179,7 @@ TEST(LineEditor, AQuietOneDrawsNothingAndReadsNothing) {
   EXPECT_EQ(typist.keys.reads, 0);
 }
 
-TEST(LineEditor, RunningIsStoredWithTheProcessWideFlag) {
+TEST(LineEditor, SharesItsRunningFlagWithTheProcess) {
   Typist typist;
   EXPECT_TRUE(typist.editor.running());
   EXPECT_TRUE(inputRunning);

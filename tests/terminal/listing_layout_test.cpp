@@ -43,7 +43,7 @@ class ListingLayout : public testing::Test {
   ConsoleOutput quiet{out.stream(), size, keys, true};
 };
 
-TEST_F(ListingLayout, Texts) {
+TEST_F(ListingLayout, ShowsMissingNamesAndDataAsPlaceholders) {
   EXPECT_EQ(nameOrNotFound(nullptr), "notfound");
   EXPECT_EQ(nameOrNotFound(""), "");
   EXPECT_EQ(formatData(nullptr), "[nodata]");
@@ -53,7 +53,7 @@ TEST_F(ListingLayout, Texts) {
   EXPECT_EQ(blanks(-2), "");
 }
 
-TEST_F(ListingLayout, Geometry) {
+TEST_F(ListingLayout, ComputesTheColumnsForTheWidth) {
   struct Row {
     Names names;
     int width;
@@ -73,7 +73,7 @@ TEST_F(ListingLayout, Geometry) {
   for (const auto& row : rows) EXPECT_EQ(measureNames(row.names, row.width), row.geometry) << row.width;
 }
 
-TEST_F(ListingLayout, NodesAreMeasuredWithTheirSlash) {
+TEST_F(ListingLayout, MeasuresNodesWithTheirSlash) {
   Node parent("p");
   parent.add("abc");
   EXPECT_EQ(measureNodes(parent, 80).cellWidth, 5);
@@ -113,7 +113,7 @@ TEST_F(ListingLayout, ColumnsStopAtThePrompt) {
             "\033[7m\033[5m\033[39mMore\033[27m\033[25m\033[2K");
 }
 
-TEST_F(ListingLayout, ResettingStartsAFreshPage) {
+TEST_F(ListingLayout, ResetStartsANewPage) {
   size.rowCount = 4;
   size.columnCount = 1;
   EXPECT_TRUE(listColumns(output, Names{"a", "b"}, true, true));
@@ -123,7 +123,7 @@ TEST_F(ListingLayout, ResettingStartsAFreshPage) {
   EXPECT_FALSE(listColumns(output, Names{"a", "b"}, false, true));
 }
 
-TEST_F(ListingLayout, TreeWithData) {
+TEST_F(ListingLayout, TreeShowsDataBehindNames) {
   Node root("top");
   root.add("a").data = "1\n2";
   Node& inner = root.add("longer");
@@ -140,7 +140,7 @@ TEST_F(ListingLayout, TreeWithData) {
             "            +-- notfound  [nodata]\n");
 }
 
-TEST_F(ListingLayout, TreeWithoutDataPadsLeavesAndNotNodes) {
+TEST_F(ListingLayout, TreeWithoutDataPadsOnlyLeaves) {
   Node root("top");
   root.add("a");
   root.add("bcd").add("e");
@@ -151,7 +151,7 @@ TEST_F(ListingLayout, TreeWithoutDataPadsLeavesAndNotNodes) {
   EXPECT_EQ(out.take(), "+-- alone\n");
 }
 
-TEST_F(ListingLayout, TreeLinesCarryTheStyleOfTheirNode) {
+TEST_F(ListingLayout, TreeLinesHaveTheStyleOfTheirNode) {
   Node root("top");
   root.attributes = AttrBold;
   root.add("a").attributes = AttrReverse;

@@ -37,7 +37,7 @@ struct Row {
   std::string seen;
 };
 
-TEST(PagingCounters, PagedListingAfterAReset) {
+TEST(PagingCounters, PagedListingAfterAResetAsksAfterEachPage) {
   const std::vector<Row> rows{
       {"fits", 24, 22, {}, dots(22)},
       {"q stops", 24, 100, {'q'}, dots(22) + "?|"},
@@ -65,34 +65,34 @@ TEST(PagingCounters, UnpagedListingNeverAsks) {
   }
 }
 
-TEST(PagingCounters, UnpagedLinesLeaveAPageForAPagedListingThatDoesNotReset) {
+TEST(PagingCounters, UnpagedLinesLeaveAPageForAPagedListingWithoutAReset) {
   PagingCounters counters;
   show(counters, 24, false, 1000);
   // The first count is at its end already; the lines of the page are counted by themselves.
   EXPECT_EQ(show(counters, 24, true, 100), dots(22) + "?|");
 }
 
-TEST(PagingCounters, FewUnpagedLinesCountTowardsThePage) {
+TEST(PagingCounters, UnpagedLinesCountTowardsThePage) {
   PagingCounters counters;
   show(counters, 24, false, 10);
   // Twelve until the first count is full, then ten more until the page is.
   EXPECT_EQ(show(counters, 24, true, 100), dots(22) + "?|");
 }
 
-TEST(PagingCounters, AListingContinuesThePageOfTheOneBefore) {
+TEST(PagingCounters, ListingContinuesThePageOfTheListingBefore) {
   PagingCounters counters;
   show(counters, 24, true, 20);
   EXPECT_EQ(show(counters, 24, true, 100), dots(2) + "?|");
 }
 
-TEST(PagingCounters, ResetBeginsAnew) {
+TEST(PagingCounters, ResetStartsBothCountersAgain) {
   PagingCounters counters;
   show(counters, 24, true, 22);
   counters.reset();
   EXPECT_EQ(show(counters, 24, true, 100), dots(22) + "?|");
 }
 
-TEST(PagingCounters, RowsAreTakenAnewForEachLine) {
+TEST(PagingCounters, RowsAreReadAgainForEachLine) {
   PagingCounters counters;
   EXPECT_EQ(show(counters, 24, true, 10), dots(10));
   EXPECT_EQ(show(counters, 5, true, 10), "?|");

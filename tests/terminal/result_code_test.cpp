@@ -36,7 +36,7 @@ TEST(ResultCode, EachCodeHasItsMessage) {
   }
 }
 
-TEST(ResultCode, SuccessSilenceAndQuitHaveNone) {
+TEST(ResultCode, SuccessSilenceAndQuitHaveNoMessage) {
   for (const ResultCode code : {1, 3, 11}) EXPECT_EQ(resultMessage(code), nullptr) << code;
 }
 

@@ -52,7 +52,7 @@ std::vector<int> readAll(KeySource& keys) {
   return answers;
 }
 
-TEST(StdinKeySource, AnswersBytesThenTheEnd) {
+TEST(StdinKeySource, ReturnsBytesAndThenTheEnd) {
   Pipe pipe;
   StdinKeySource keys(pipe.in());
   pipe.type(std::string_view("a\0\x1b\xff\x80", 5));
@@ -61,7 +61,7 @@ TEST(StdinKeySource, AnswersBytesThenTheEnd) {
   EXPECT_EQ(keys.readByte(), EndOfInput);
 }
 
-TEST(StdinKeySource, AClosedDescriptorIsTheEnd) {
+TEST(StdinKeySource, ReturnsTheEndForAClosedDescriptor) {
   Pipe pipe;
   StdinKeySource keys(pipe.in());
   const int descriptor = fileno(pipe.in());
@@ -71,7 +71,7 @@ TEST(StdinKeySource, AClosedDescriptorIsTheEnd) {
   EXPECT_EQ(dup2(kept.get(), descriptor), descriptor);  // for fclose
 }
 
-TEST(StdinKeySource, ADescriptorThatDoesNotBlockIsWaitedFor) {
+TEST(StdinKeySource, WaitsOnANonBlockingDescriptor) {
   Pipe pipe;
   fcntl(fileno(pipe.in()), F_SETFL, O_NONBLOCK);
   StdinKeySource keys(pipe.in());
@@ -85,7 +85,7 @@ TEST(StdinKeySource, ADescriptorThatDoesNotBlockIsWaitedFor) {
 std::atomic<int> stolenFrom{-1};
 std::atomic<int> stolen{0};
 
-TEST(StdinKeySource, AByteThatSomebodyElseTookIsNotTheEnd) {
+TEST(StdinKeySource, ContinuesAfterAnotherReaderTookAByte) {
   constexpr int Typed = 3000;
   stolen = 0;
   // The handler runs on the reader's thread, mostly after its waiting and before its reading.
@@ -115,7 +115,7 @@ TEST(StdinKeySource, AByteThatSomebodyElseTookIsNotTheEnd) {
   EXPECT_EQ(static_cast<int>(answers.size()) - 1 + stolen, Typed);
 }
 
-TEST(StdinKeySource, AResumptionComesBeforeWaitingKeysAndOnce) {
+TEST(StdinKeySource, ReturnsAResumptionOnceAndBeforeWaitingKeys) {
   Pipe pipe;
   StdinKeySource keys(pipe.in());
   pipe.type("ab");
@@ -125,7 +125,7 @@ TEST(StdinKeySource, AResumptionComesBeforeWaitingKeysAndOnce) {
   EXPECT_EQ(readAll(keys), (std::vector<int>{InputResumed, 'a', 'b', EndOfInput}));
 }
 
-TEST(StdinKeySource, AResumptionWakesTheReader) {
+TEST(StdinKeySource, ResumptionWakesTheReader) {
   Pipe pipe;
   StdinKeySource keys(pipe.in());
   std::vector<int> answers;
@@ -152,7 +152,7 @@ TEST(StdinKeySource, StoppingWakesTheReaderForGood) {
 
 std::atomic<int> interruptions{0};
 
-TEST(StdinKeySource, ASignalIsNotTheEnd) {
+TEST(StdinKeySource, ContinuesAfterASignal) {
   struct sigaction action {};
   struct sigaction before {};
   action.sa_handler = [](int) { ++interruptions; };

@@ -1,185 +1,32 @@
 // A program on the terminal as a job of the shell that started it: stopped, continued, and from its prompt to its end.
-#include <fcntl.h>
 #include <gtest/gtest.h>
-#include <sys/wait.h>
 #include <unistd.h>
 
 #include <array>
 #include <csignal>
 #include <cstdio>
 #include <cstdlib>
-#include <functional>
 #include <string>
 #include <string_view>
 #include <vector>
 
-#include "terminal/job_control.h"
 #include "terminal/line_editor.h"
 #include "terminal/stdin_key_source.h"
 #include "terminal/terminal_mode.h"
 #include "terminal/terminal_signals.h"
+#include "tests/terminal/child_process.h"
 #include "tests/terminal/fakes.h"
 #include "tests/terminal/terminal_session.h"
 
 namespace flowscope {
 namespace {
 
-using test::describeStatus;
+using test::awaitChild;
 using test::killedBy;
 using test::limitChild;
 using test::readUntil;
 using test::RecordingHost;
 using test::TerminalSession;
-
-TEST(TerminalSignals, WhereNobodyCouldContinueItTheProgramIsNotStopped) {
-  // The leader of a session has no shell above it.
-  TerminalSession session([](const TerminalSession::Inside& inside) {
-    StdinKeySource keys;
-    const TerminalSignals signals(keys);
-    setTerminalMode(TerminalMode::Raw);
-    raise(SIGTSTP);
-    inside.say(inside.mode());
-    inside.say(keys.readByte() == InputResumed ? "resumed" : "a key");
-    return 0;
-  });
-  EXPECT_EQ(session.allReports(), "raw resumed");
-  EXPECT_EQ(session.end(), "exited 0");
-}
-
-// Runs the code in a child process.
-pid_t startChild(const std::function<void()>& code) {
-  const pid_t child = fork();
-  if (child != 0) return child;
-  limitChild();
-  code();
-  _exit(0);
-}
-
-// How a child has stopped or ended, as soon as it has.
-std::string awaitChild(pid_t child) {
-  int status = 0;
-  waitpid(child, &status, WUNTRACED);
-  return describeStatus(status);
-}
-
-// A child that makes the terminal raw, stops itself, and goes on with a terminal that somebody has restored meanwhile.
-int stopAndContinue(const TerminalSession::Inside& inside, void (*begin)(),
-                    const std::function<void(KeySource& keys)>& goOn) {
-  const pid_t child = startChild([&] {
-    begin();
-    StdinKeySource keys;
-    const TerminalSignals signals(keys);
-    setTerminalMode(TerminalMode::Raw);
-    raise(SIGSTOP);
-    goOn(keys);
-  });
-  awaitChild(child);
-  tcsetattr(0, TCSANOW, &inside.settingsAtStart);
-  kill(child, SIGCONT);
-  inside.say(awaitChild(child));
-  return 0;
-}
-
-void toBackground() { setpgid(0, 0); }
-
-TEST(TerminalSignals, ContinuingInTheBackgroundLeavesTheTerminalAlone) {
-  TerminalSession session([](const TerminalSession::Inside& inside) {
-    return stopAndContinue(inside, toBackground, [&](KeySource& keys) {
-      inside.say(inside.mode());
-      dup2(open("/dev/null", O_RDONLY), 0);  // reading from the terminal would stop a process in the background
-      inside.say(keys.readByte() == InputResumed ? "resumed " : "end ");
-    });
-  });
-  EXPECT_EQ(session.allReports(), "saved end exited 0");
-}
-
-void toItsOwnSession() { setsid(); }
-
-TEST(TerminalSignals, AfterAStopATerminalThatControlsNoSessionIsRawAgain) {
-  TerminalSession session([](const TerminalSession::Inside& inside) {
-    return stopAndContinue(inside, toItsOwnSession, [&](KeySource& keys) {
-      inside.say(keys.readByte() == InputResumed ? "resumed " : "a key ");
-      inside.say(inside.mode());
-    });
-  });
-  EXPECT_EQ(session.allReports(), "resumed raw exited 0");
-}
-
-void ignoreInputStops() { signal(SIGTTIN, SIG_IGN); }
-
-// As a parent leaves it that holds back what could stop it.
-void blockStops() {
-  sigset_t stops;
-  sigemptyset(&stops);
-  sigaddset(&stops, SIGTTIN);
-  sigaddset(&stops, SIGTTOU);
-  pthread_sigmask(SIG_BLOCK, &stops, nullptr);
-}
-
-TEST(StdinKeySource, InputInTheBackgroundWhereNothingStopsIsTheEnd) {
-  for (void (*const refuse)() : {ignoreInputStops, blockStops}) {
-    TerminalSession session([refuse](const TerminalSession::Inside& inside) {
-      const pid_t child = startChild([&] {
-        toBackground();
-        refuse();
-        StdinKeySource keys;
-        inside.say(keys.readByte() == EndOfInput ? "end " : "a key ");
-      });
-      [[maybe_unused]] const ssize_t typed = write(inside.keyboard, "\n", 1);
-      inside.say(awaitChild(child));
-      return 0;
-    });
-    EXPECT_EQ(session.allReports(), "end exited 0");
-  }
-}
-
-TEST(StdinKeySource, InputInTheBackgroundWhereNobodyCouldContinueItIsTheEnd) {
-  TerminalSession session([](const TerminalSession::Inside& inside) {
-    std::array<int, 2> life{};
-    if (pipe(life.data()) != 0) return 1;
-    // The shell that has started it is gone.
-    const pid_t shell = fork();
-    if (shell == 0) {
-      const pid_t self = getpid();
-      if (fork() > 0) _exit(0);
-      limitChild();
-      setpgid(0, 0);
-      while (getppid() == self) usleep(1000);
-      StdinKeySource keys;
-      inside.say(keys.readByte() == EndOfInput ? "end" : "a key");
-      _exit(0);
-    }
-    close(life[1]);
-    waitpid(shell, nullptr, 0);
-    [[maybe_unused]] const ssize_t typed = write(inside.keyboard, "\n", 1);
-    readUntil(life[0], {});
-    return 0;
-  });
-  EXPECT_EQ(session.allReports(), "end");
-}
-
-TEST(JobControl, AStopForInputStopsTheWholeGroup) {
-  TerminalSession session([](const TerminalSession::Inside& inside) {
-    const pid_t reader = startChild([] {
-      setpgid(0, 0);
-      raise(SIGSTOP);
-      stopForInput(0);
-    });
-    awaitChild(reader);
-    const pid_t other = startChild([&] {
-      setpgid(0, reader);
-      kill(reader, SIGCONT);
-      for (;;) pause();
-    });
-    for (const pid_t child : {reader, other}) inside.say(awaitChild(child) + " ");
-    kill(-reader, SIGCONT);
-    inside.say(awaitChild(reader));
-    kill(other, SIGKILL);
-    return 0;
-  });
-  const std::string stopped = "stopped by " + std::to_string(SIGTTIN) + " ";
-  EXPECT_EQ(session.allReports(), stopped + stopped + "exited 0");
-}
 
 // The other side of a job: what the shell that started it sees and does.
 class Job {
@@ -241,32 +88,50 @@ class Job {
 constexpr std::string_view FirstPrompt = "\x1b[0G[p /]$ \x1b[8G\x1b[0K\x1b[8G";
 constexpr std::string_view WithLine = "\x1b[0G[p /]$ \x1b[8Gab\x1b[0K\x1b[10G\x1b[9G";
 
-TEST(TerminalSignals, StopsWithTheTerminalGivenBackAndContinuesWithItsPrompt) {
+void type(const TerminalSession::Inside& inside, std::string_view keys) {
+  [[maybe_unused]] const ssize_t typed = write(inside.keyboard, keys.data(), keys.size());
+}
+
+// Types the line "ab" and moves the cursor onto its "b".
+void typeLine(const TerminalSession::Inside& inside, const Job& job) {
+  type(inside, "ab\x1b[D");
+  inside.say(job.awaitDrawn("\x1b[8Gab\x1b[0K\x1b[10G\x1b[9G"));
+}
+
+void continueWithLine(const TerminalSession::Inside& inside, const Job& job) {
+  job.continueInForeground();
+  inside.say(job.awaitDrawn(WithLine));
+  inside.say(inside.mode());
+}
+
+// Answers the status for the session's child.
+int terminate(const TerminalSession::Inside& inside, const Job& job) {
+  job.signalAll(SIGTERM);
+  inside.say(job.awaitStop());
+  inside.say(inside.mode());
+  return 0;
+}
+
+TEST(TerminalSignals, ProgramStopsWithTheTerminalGivenBackAndContinuesWithItsPrompt) {
   TerminalSession session([](const TerminalSession::Inside& inside) {
     const Job job;
     inside.say(job.awaitDrawn(FirstPrompt));
     inside.say(inside.mode());
-    [[maybe_unused]] ssize_t typed = write(inside.keyboard, "ab\x1b[D", 5);
-    inside.say(job.awaitDrawn("\x1b[8Gab\x1b[0K\x1b[10G\x1b[9G"));
+    typeLine(inside, job);
     // More than once, since a handler that was taken off would go unnoticed the first time.
     for (int round = 0; round < 3; ++round) {
-      typed = write(inside.keyboard, "\x1a", 1);
+      type(inside, "\x1a");
       inside.say(job.awaitStop());
       inside.say(inside.mode());
-      job.continueInForeground();
-      inside.say(job.awaitDrawn(WithLine));
-      inside.say(inside.mode());
+      continueWithLine(inside, job);
     }
-    job.signalAll(SIGTERM);
-    inside.say(job.awaitStop());
-    inside.say(inside.mode());
-    return 0;
+    return terminate(inside, job);
   });
   const std::string round = "stopped by " + std::to_string(SIGTSTP) + " saved drawn raw ";
   EXPECT_EQ(session.allReports(), "drawn raw drawn " + round + round + round + killedBy(SIGTERM) + " saved ");
 }
 
-TEST(TerminalSignals, AStopThatCannotBeHandledIsMadeGoodWhenItContinues) {
+TEST(TerminalSignals, TheTerminalIsRawAgainAfterAStopThatCannotBeHandled) {
   TerminalSession session([](const TerminalSession::Inside& inside) {
     const Job job;
     inside.say(job.awaitDrawn(FirstPrompt));
@@ -286,43 +151,37 @@ TEST(TerminalSignals, AStopThatCannotBeHandledIsMadeGoodWhenItContinues) {
             "drawn stopped by " + std::to_string(SIGSTOP) + " saved drawn raw " + killedBy(SIGKILL) + " ");
 }
 
-TEST(TerminalSignals, StoppedByInputInTheBackgroundItDrawsItsPromptWithoutAKey) {
+TEST(TerminalSignals, PromptIsDrawnWithoutAKeyAfterAStopByBackgroundInput) {
   TerminalSession session([](const TerminalSession::Inside& inside) {
     const Job job;
     inside.say(job.awaitDrawn(FirstPrompt));
-    [[maybe_unused]] ssize_t typed = write(inside.keyboard, "ab\x1b[D", 5);
-    inside.say(job.awaitDrawn("\x1b[8Gab\x1b[0K\x1b[10G\x1b[9G"));
-    typed = write(inside.keyboard, "\x1a", 1);
+    typeLine(inside, job);
+    type(inside, "\x1a");
     inside.say(job.awaitStop());
     // More than once, since it may be continued in the background again.
     for (int round = 0; round < 2; ++round) {
       job.signalAll(SIGCONT);
-      typed = write(inside.keyboard, "\n", 1);
+      type(inside, "\n");
       inside.say(job.awaitStop());
       inside.say(inside.mode());
     }
     tcflush(0, TCIFLUSH);  // in place of the shell, which reads it
-    job.continueInForeground();
-    inside.say(job.awaitDrawn(WithLine));
-    inside.say(inside.mode());
-    job.signalAll(SIGTERM);
-    inside.say(job.awaitStop());
-    inside.say(inside.mode());
-    return 0;
+    continueWithLine(inside, job);
+    return terminate(inside, job);
   });
   const std::string stopped = "stopped by " + std::to_string(SIGTTIN) + " saved ";
   EXPECT_EQ(session.allReports(), "drawn drawn stopped by " + std::to_string(SIGTSTP) + " " + stopped + stopped +
                                       "drawn raw " + killedBy(SIGTERM) + " saved ");
 }
 
-TEST(TerminalSignals, StoppedByInputInTheBackgroundItEndsThere) {
+TEST(TerminalSignals, ProgramStoppedByBackgroundInputEndsByASignal) {
   TerminalSession session([](const TerminalSession::Inside& inside) {
     const Job job;
     inside.say(job.awaitDrawn(FirstPrompt));
-    [[maybe_unused]] ssize_t typed = write(inside.keyboard, "\x1a", 1);
+    type(inside, "\x1a");
     inside.say(job.awaitStop());
     job.signalAll(SIGCONT);
-    typed = write(inside.keyboard, "\n", 1);
+    type(inside, "\n");
     inside.say(job.awaitStop());
     tcflush(0, TCIFLUSH);  // in place of the shell, which reads it
     job.signalAll(SIGTERM);
@@ -360,7 +219,7 @@ int wholeSession() {
   return host.lines == std::vector<std::string>{"quit"} ? 0 : 1;
 }
 
-TEST(TerminalSignals, ASessionFromPromptToQuit) {
+TEST(TerminalSignals, SessionRunsFromItsPromptToQuit) {
   TerminalSession session([](const TerminalSession::Inside&) { return wholeSession(); });
   std::string seen = session.awaitOutput(FirstPrompt);
   session.type("qiu\x1b[D\x1b[D\x1b[3~\x1b[4~it\r");

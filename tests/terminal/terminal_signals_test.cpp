@@ -32,16 +32,18 @@ using test::killedBy;
 using test::RecordingHost;
 using test::TerminalSession;
 
+// Makes the terminal raw and reads keys until a signal ends the process.
+int readKeys(const TerminalSession::Inside& inside) {
+  StdinKeySource keys;
+  const TerminalSignals signals(keys);
+  setTerminalMode(TerminalMode::Raw);
+  inside.say("ready");
+  for (;;) keys.readByte();
+}
+
 TEST(TerminalSignals, TheTerminalIsGivenBackBeforeASignalEndsTheProgram) {
   for (const int signal : testsupport::endingSignals()) {
-    TerminalSession session([](const TerminalSession::Inside& inside) {
-      StdinKeySource keys;
-      const TerminalSignals signals(keys);
-      setTerminalMode(TerminalMode::Raw);
-      inside.say("ready");
-      for (;;) keys.readByte();
-      return 0;
-    });
+    TerminalSession session(readKeys);
     EXPECT_EQ(session.awaitReport("ready"), "ready");
     EXPECT_FALSE(session.hasSavedSettings()) << signal;
     session.signal(signal);
@@ -50,15 +52,8 @@ TEST(TerminalSignals, TheTerminalIsGivenBackBeforeASignalEndsTheProgram) {
   }
 }
 
-TEST(TerminalSignals, TheInterruptKeyGivesTheTerminalBack) {
-  TerminalSession session([](const TerminalSession::Inside& inside) {
-    StdinKeySource keys;
-    const TerminalSignals signals(keys);
-    setTerminalMode(TerminalMode::Raw);
-    inside.say("ready");
-    for (;;) keys.readByte();
-    return 0;
-  });
+TEST(TerminalSignals, TheTerminalIsGivenBackAfterTheInterruptKey) {
+  TerminalSession session(readKeys);
   EXPECT_EQ(session.awaitReport("ready"), "ready");
   session.type("\x03");
   EXPECT_EQ(session.end(), killedBy(SIGINT));
@@ -102,7 +97,7 @@ std::vector<Failure> failures() {
   };
 }
 
-TEST(TerminalSignals, AProgramThatFailsOnItsMainThreadGivesTheTerminalBack) {
+TEST(TerminalSignals, TheTerminalIsGivenBackWhenTheMainThreadCrashes) {
   for (const Failure& failure : failures()) {
     TerminalSession session([&](const TerminalSession::Inside& inside) {
       StdinKeySource keys;
@@ -118,7 +113,7 @@ TEST(TerminalSignals, AProgramThatFailsOnItsMainThreadGivesTheTerminalBack) {
   }
 }
 
-TEST(TerminalSignals, AProgramThatFailsInACommandGivesTheTerminalBack) {
+TEST(TerminalSignals, TheTerminalIsGivenBackWhenACommandCrashes) {
   for (const Failure& failure : failures()) {
     TerminalSession session([&](const TerminalSession::Inside& inside) {
       StdinKeySource keys;
@@ -141,7 +136,7 @@ TEST(TerminalSignals, AProgramThatFailsInACommandGivesTheTerminalBack) {
   }
 }
 
-TEST(TerminalSignals, WhatWasIgnoredBeforeStaysIgnored) {
+TEST(TerminalSignals, IgnoredSignalsStayIgnored) {
   TerminalSession session([](const TerminalSession::Inside& inside) {
     std::vector<int> ignored = testsupport::endingSignals();
     ignored.push_back(SIGTSTP);
@@ -158,7 +153,7 @@ TEST(TerminalSignals, WhatWasIgnoredBeforeStaysIgnored) {
   EXPECT_EQ(session.end(), "exited 0");
 }
 
-TEST(TerminalSignals, AProgramThatFaultsEndsAlsoWhereThatIsIgnored) {
+TEST(TerminalSignals, AFaultEndsTheProgramEvenIfItsSignalIsIgnored) {
   for (const int signal : testsupport::faultSignals()) {
     TerminalSession session([signal](const TerminalSession::Inside& inside) {
       std::signal(signal, SIG_IGN);
@@ -175,7 +170,7 @@ TEST(TerminalSignals, AProgramThatFaultsEndsAlsoWhereThatIsIgnored) {
   }
 }
 
-TEST(TerminalSignals, SignalsThatEndNothingAreLeftAlone) {
+TEST(TerminalSignals, SignalsThatEndNoProcessKeepTheirDefault) {
   for (const int signal : {SIGCHLD, SIGURG, SIGWINCH, SIGTTIN, SIGTTOU}) {
     test::ScriptedKeys keys;
     const TerminalSignals signals(keys);
@@ -204,7 +199,7 @@ std::array<sighandler_t, 2> handlersInsideAndAfter(int signal) {
   return {inside.sa_handler, after.sa_handler};
 }
 
-TEST(TerminalSignals, AHandlerForTheProgramsFaultsComesBackAfterwards) {
+TEST(TerminalSignals, HandlersForFaultsAreRestoredAfterwards) {
   for (const int signal : testsupport::faultSignals()) {
     const auto [inside, after] = handlersInsideAndAfter(signal);
     EXPECT_NE(inside, ownHandler) << signal;
@@ -212,7 +207,7 @@ TEST(TerminalSignals, AHandlerForTheProgramsFaultsComesBackAfterwards) {
   }
 }
 
-TEST(TerminalSignals, OtherHandlersStay) {
+TEST(TerminalSignals, HandlersOfOthersStay) {
   std::vector<int> others = testsupport::endingSignals();
   for (const int fault : testsupport::faultSignals()) std::erase(others, fault);
   others.insert(others.end(), {SIGTSTP, SIGCONT});
@@ -223,7 +218,7 @@ TEST(TerminalSignals, OtherHandlersStay) {
   }
 }
 
-TEST(TerminalSignals, WhatIsDoneByDefaultIsDoneSoAfterwards) {
+TEST(TerminalSignals, DefaultActionsAreRestoredAfterwards) {
   test::ScriptedKeys keys;
   { const TerminalSignals signals(keys); }
   struct sigaction after {};

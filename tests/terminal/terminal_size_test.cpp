@@ -38,7 +38,7 @@ TEST(TerminalSize, AsksTheTerminalEachTime) {
   }
 }
 
-TEST(TerminalSize, WithoutATerminalItIsTheUsualOne) {
+TEST(TerminalSize, WithoutATerminalIsTheDefault) {
   std::array<int, 2> ends{};
   ASSERT_EQ(pipe(ends.data()), 0);
   const UniqueFd readEnd(ends[0]);

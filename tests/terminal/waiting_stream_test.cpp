@@ -94,7 +94,7 @@ TEST(WaitingStream, WaitsForRoomInAPipe) { expectAllLines(makePipe(), "\n"); }
 
 TEST(WaitingStream, WaitsForRoomOnATerminal) { expectAllLines(makeTerminal(), "\r\n"); }
 
-TEST(WaitingStream, IsBufferedByLinesOnATerminalAlone) {
+TEST(WaitingStream, IsLineBufferedOnlyOnATerminal) {
   const Line terminal = makeTerminal();
   const Line pipe = makePipe();
   doNotBlock(terminal.readEnd);
@@ -116,7 +116,7 @@ TEST(WaitingStream, LeavesItsDescriptorOpen) {
   EXPECT_NE(fcntl(pipe.writeEnd.get(), F_GETFD), -1);
 }
 
-TEST(WaitingStream, AnErrorEndsTheWaiting) {
+TEST(WaitingStream, StopsWaitingOnAnError) {
   Line terminal = makeTerminal();
   doNotBlock(terminal.writeEnd);
   std::thread writer([&] {

@@ -45,7 +45,7 @@ class LostService : public testing::Test {
     shell.renewPatcher();
   }
 
-  std::string line() const { return sys::programLine(endpoint + ": the service has gone\n"); }
+  std::string line() const { return sys::programLine(endpoint + ": connection to the service lost\n"); }
 
  private:
   // While the test runs: the other tests of the program have a service in the process.
@@ -112,7 +112,8 @@ TEST_F(LostService, IsListedWithoutConnectionsUntilItIsBack) {
   const host::RunningHost another(endpoint, builtinDevice());
   while (listed() != before && !deadline.passed()) std::this_thread::sleep_for(std::chrono::milliseconds(1));
   EXPECT_EQ(listed(), before);
-  EXPECT_EQ(testing::internal::GetCapturedStderr(), line() + sys::programLine(endpoint + ": the service is back\n"));
+  EXPECT_EQ(testing::internal::GetCapturedStderr(),
+            line() + sys::programLine(endpoint + ": connected to the service again\n"));
 }
 
 }  // namespace

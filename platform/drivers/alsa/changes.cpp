@@ -7,7 +7,7 @@ namespace drivers::alsa {
 void listenToAnnouncements(Client& client) {
   const Address port = client.createPort("announcements", SND_SEQ_PORT_CAP_WRITE | SND_SEQ_PORT_CAP_NO_EXPORT);
   const int code = client.subscribe({{SND_SEQ_CLIENT_SYSTEM, SND_SEQ_PORT_SYSTEM_ANNOUNCE}, port});
-  if (code < 0) throw SequencerError("cannot listen to the ALSA sequencer's announcements", code);
+  if (code < 0) throw SequencerError("cannot subscribe to the announcements of the ALSA sequencer", code);
 }
 
 void readAnnouncements(const Client& client, Changes& changes) {

@@ -62,7 +62,7 @@ int Client::descriptor() const {
 Address Client::createPort(const char* name, unsigned capabilities) {
   const int port = snd_seq_create_simple_port(handle_, name, capabilities,
                                               SND_SEQ_PORT_TYPE_MIDI_GENERIC | SND_SEQ_PORT_TYPE_APPLICATION);
-  if (port < 0) throw SequencerError("cannot make a port in the ALSA sequencer", port);
+  if (port < 0) throw SequencerError("cannot create a port in the ALSA sequencer", port);
   return {client_, static_cast<std::uint8_t>(port)};
 }
 

@@ -32,7 +32,7 @@ Input::Input(std::size_t mostBytes)
       port_(client_.createPort("taps", SND_SEQ_PORT_CAP_WRITE)),
       queue_(mostBytes) {
   if (const int code = snd_seq_set_client_pool_input(client_.handle(), PoolCells); code < 0) {
-    throw SequencerError("cannot get room for events from the ALSA sequencer", code);
+    throw SequencerError("cannot enlarge the event pool of the ALSA sequencer client", code);
   }
   snd_seq_set_input_buffer_size(client_.handle(), PoolCells * sizeof(snd_seq_event_t));
   const sys::WithoutSignals quiet;

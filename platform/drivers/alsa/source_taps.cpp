@@ -41,7 +41,7 @@ void SourceTaps::ensure(device::PortId source, Tap& tap, device::DriverEvents& e
   const int code = input_.client().subscribe(wanted);
   if (code < 0 && !input_.client().stands(wanted)) {
     if (!tap.refused) {
-      events.noted("cannot listen to \"" + book_.topology().name(source) + "\": " + errorText(code));
+      events.noted("cannot subscribe to \"" + book_.topology().name(source) + "\": " + errorText(code));
     }
     tap.refused = true;
     return;

@@ -71,10 +71,9 @@ class DeviceParser {
     if (!table.has("file") && !table.has("clock")) table.fail("", "a player needs a file or a clock");
     if (table.has("file") && table.has("clock")) table.fail("clock", "a player has a file or a clock, not both");
     for (const char* key : {"loop", "speed"}) {
-      if (table.has("clock") && table.has(key))
-        table.fail(key, std::string(key) + " goes with a file, not with a clock");
+      if (table.has("clock") && table.has(key)) table.fail(key, std::string(key) + " is allowed only with file");
     }
-    if (file && (file->empty() || file->find('\0') != std::string::npos)) table.fail("file", "not the name of a file");
+    if (file && (file->empty() || file->find('\0') != std::string::npos)) table.fail("file", "invalid file name");
     if (problem_) return;
     if (clock) {
       parsed_.device.clocks.push_back({*source, midi::ClockPlayback{*clock}});
@@ -88,7 +87,7 @@ class DeviceParser {
     if (!name) return std::nullopt;
     const auto found = topology_.port(*name);
     if (!found) {
-      table.fail(key, "no port is called '" + printable(*name) + "'");
+      table.fail(key, "no such port: '" + printable(*name) + "'");
     } else if (found->side != side) {
       table.fail(key, "'" + *name + "' is a " + (side == device::Side::Source ? "sink" : "source") + ", not a " +
                           std::string(key));

@@ -16,10 +16,11 @@ namespace drivers {
 
 // Reasons why messages are not sent to a port, for BurstLog::addUnsent.
 namespace unsent {
-inline constexpr std::string_view NoSuchChannel = "there are no more than 16 channels";
-inline constexpr std::string_view NotOneMessage = "what was to go is not one MIDI message";
-inline constexpr std::string_view TooMuchWaits = "too much waits for it";
-inline constexpr std::string_view PortHasGone = "it has gone";
+inline constexpr std::string_view NoSuchChannel = "group id and channel do not form a MIDI channel (0 to 15)";
+inline constexpr std::string_view NotOneMessage = "not exactly one complete MIDI message";
+inline constexpr std::string_view TooMuchWaits = "its queue is full";
+inline constexpr std::string_view NotConnected = "cannot connect to the port";
+inline constexpr std::string_view PortHasGone = "the port does not exist any more";
 }  // namespace unsent
 
 // Counts equal events and makes one log line of them: a second after the first event, but no sooner than apart after

@@ -12,13 +12,13 @@ std::vector<std::string> ClientLog::update(std::span<const ForeignClient> client
       ++at;
       continue;
     }
-    lines.push_back("client \"" + name + "\" has gone");
+    lines.push_back("client \"" + name + "\" disconnected");
     gone_.add(name);
     at = here_.erase(at);
   }
   for (const ForeignClient& client : clients) {
     if (here_.emplace(client.key, client.name).second && gone_.take(client.name)) {
-      lines.push_back("client \"" + client.name + "\" is back");
+      lines.push_back("client \"" + client.name + "\" connected again");
     }
   }
   return lines;

@@ -36,9 +36,9 @@ std::string freshName() {
 }
 
 std::string problem(jack_status_t status) {
-  if ((status & JackServerFailed) != 0) return "no JACK server runs";
-  if ((status & JackVersionError) != 0) return "the JACK server speaks another version of its protocol";
-  return "the JACK server takes no client";
+  if ((status & JackServerFailed) != 0) return "no JACK server is running";
+  if ((status & JackVersionError) != 0) return "the JACK server uses another protocol version";
+  return "the JACK server refuses the connection";
 }
 
 }  // namespace
@@ -56,7 +56,7 @@ std::variant<std::unique_ptr<Client>, std::string> Client::open(std::shared_ptr<
   opened->prefix_ = std::string(jack_get_client_name(opened->client_)) + ":";
   const bool active = opened->activate();
   descriptors.keepToOurselves();
-  if (!active) return std::string("the JACK server does not let a client become active");
+  if (!active) return std::string("the JACK server does not activate our client");
   return opened;
 }
 

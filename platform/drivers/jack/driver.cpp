@@ -3,6 +3,7 @@
 #include <chrono>
 #include <csignal>
 #include <optional>
+#include <string>
 #include <utility>
 
 #include "platform/drivers/foreign/burst_log.h"
@@ -43,6 +44,9 @@ class JackDriver : public device::Driver {
     graph_.begin(*client_);
   }
 
+  // Call before start if there is no client. cause: why.
+  void startWithout(std::string cause) { noClient_ = std::move(cause); }
+
   const device::Topology& topology() const override { return graph_.ports().topology(); }
   bool behind() const override { return feeds_.waitingBytes() > ManyWaitingBytes; }
 
@@ -62,6 +66,7 @@ class JackDriver : public device::Driver {
   std::shared_ptr<sys::EventDescriptor> wakeup_;
   std::unique_ptr<ClientOpener> opener_;
   std::unique_ptr<Client> client_;  // null while no server runs
+  std::string noClient_;            // why there was none at the start
   device::DriverEvents* events_ = nullptr;
   GraphReports graph_;
   SourceTaps taps_;
@@ -77,7 +82,7 @@ device::Started JackDriver::start(device::DriverEvents& events, device::Time now
   if (wasThere_) {
     graph_.readLinks(*client_, *events_, now);
   } else {
-    events_->warned("no JACK server runs: waiting for one");
+    events_->warned(noClient_ + "; trying again");
   }
   return {.links = {}, .descriptor = wakeup_->descriptor()};
 }
@@ -146,7 +151,9 @@ void JackDriver::finish(device::Time now) {
 // Returns true if there were any.
 bool JackDriver::countSkipped(device::Time now) {
   const auto skipped = client_ ? client_->takeSkipped() : 0;
-  if (skipped > 0) bursts_.add(skipped, "period", "skipped, too late: messages may be lost", now, BetweenSkipLines);
+  if (skipped > 0)
+    bursts_.add(skipped, "period", "skipped because this program or the JACK server was late; messages may be lost",
+                now, BetweenSkipLines);
   return skipped > 0;
 }
 
@@ -155,7 +162,7 @@ void JackDriver::lookForClient(device::Time now) {
   if (!opened) return;
   if (auto* client = std::get_if<std::unique_ptr<Client>>(&*opened)) {
     client_ = std::move(*client);
-    events_->warned(wasThere_ ? "the JACK server is back" : "the JACK server is there");
+    events_->warned(wasThere_ ? "connected to the JACK server again" : "connected to the JACK server");
     wasThere_ = true;
     graph_.readPorts(*client_, *events_, now);
     graph_.readLinks(*client_, *events_, now);
@@ -172,7 +179,7 @@ void JackDriver::clientGone(device::Time now) {
   feeds_.clientGone(*client_, now);
   opener_->close(std::move(client_));
   opener_->open(true);
-  events_->warned("the JACK server has gone");
+  events_->warned("connection to the JACK server lost");
   graph_.clientGone(*events_, now);
 }
 
@@ -187,11 +194,16 @@ std::variant<std::unique_ptr<device::Driver>, std::string> openJack(Absent absen
   opener->open(false);
   auto opened = opener->result(jack::PatienceAtTheStart);
   const std::string* problem = opened ? std::get_if<std::string>(&*opened) : nullptr;
-  if (absent == Absent::Fails && !opened) return std::string("the JACK server does not answer");
-  if (absent == Absent::Fails && problem != nullptr) return *problem;
+  const std::string cause = problem != nullptr ? *problem : "the JACK server does not answer";
+  const bool isOpen = opened && problem == nullptr;
+  if (absent == Absent::Fails && !isOpen) return cause;
   if (problem != nullptr) opener->open(true);
   auto driver = std::make_unique<jack::JackDriver>(std::move(wakeup), std::move(opener));
-  if (opened && problem == nullptr) driver->adopt(std::get<0>(std::move(*opened)));
+  if (isOpen) {
+    driver->adopt(std::get<0>(std::move(*opened)));
+  } else {
+    driver->startWithout(cause);
+  }
   return driver;
 }
 

@@ -28,7 +28,9 @@ bool SinkFeeds::send(Client& client, const PortDirectory& ports, device::PortId 
   const auto found = feeds_.find(sink);
   Feed* feed = found != feeds_.end() ? &found->second : open(client, ports, sink, now);
   if (feed == nullptr) {
-    bursts_.addUnsent(1, ports.text(sink), unsent::PortHasGone, now);
+    const auto name = ports.name(sink);
+    const bool exists = name && jack_port_by_name(client.handle(), name->c_str()) != nullptr;
+    bursts_.addUnsent(1, ports.text(sink), exists ? unsent::NotConnected : unsent::PortHasGone, now);
     return true;
   }
   if (waiting_ + bytes.size() > MaxWaiting) {

@@ -29,7 +29,7 @@ std::optional<std::string> SourceTaps::restore(Client& client, const PortDirecto
     }
   }
   if (without == 0) return std::nullopt;
-  return "JACK has no port left to see " + std::to_string(without) + " used sources";
+  return "JACK has no port left to receive from " + std::to_string(without) + (without == 1 ? " source" : " sources");
 }
 
 void SourceTaps::clientGone(device::DriverEvents& events, device::Time now) {

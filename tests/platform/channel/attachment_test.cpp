@@ -81,7 +81,7 @@ TEST_F(AttachmentTest, LossIsToldOnceAndTheServiceIsLookedForAtOnce) {
   attachment.lost(now);
   attachment.lost(now);
   EXPECT_FALSE(attachment.isAttached());
-  EXPECT_EQ(takeLines(), Lines{"the service has gone"});
+  EXPECT_EQ(takeLines(), Lines{"connection to the service lost"});
   EXPECT_TRUE(isNext<Attachment::Connect>());
 }
 
@@ -117,13 +117,13 @@ TEST_F(AttachmentTest, ReturnMakesAllTapsInTheOrderOfTapping) {
   attachment.tapped(device::Status::Ok);
   EXPECT_EQ(idle(), Attachment::Never);
   EXPECT_TRUE(attachment.isAttached());
-  EXPECT_EQ(takeLines(), (Lines{"the service has gone", "the service is back, 2 taps attached again"}));
+  EXPECT_EQ(takeLines(), (Lines{"connection to the service lost", "connected to the service again, 2 taps restored"}));
 }
 
 TEST_F(AttachmentTest, ReturnWithoutTapsIsToldAsWell) {
   attach();
   EXPECT_EQ(comeBack(device::Status::Ok), 0U);
-  EXPECT_EQ(takeLines(), (Lines{"the service has gone", "the service is back"}));
+  EXPECT_EQ(takeLines(), (Lines{"connection to the service lost", "connected to the service again"}));
 }
 
 TEST_F(AttachmentTest, TapThatEndsWhileAttachingIsNotMade) {
@@ -144,7 +144,7 @@ TEST_F(AttachmentTest, ServiceThatFallsSilentWhileAttachingIsLookedForAgain) {
   attachment.unanswered(now);
   EXPECT_FALSE(attachment.isAttaching());
   EXPECT_EQ(idle(), 200ms);
-  EXPECT_EQ(takeLines(), Lines{"the service has gone"}) << "it is not back yet";
+  EXPECT_EQ(takeLines(), Lines{"connection to the service lost"}) << "it is not back yet";
   now += 200ms;
   ASSERT_TRUE(isNext<Attachment::Connect>());
   attachment.connected(Session + 2);
@@ -155,7 +155,8 @@ TEST_F(AttachmentTest, MissingTapsAreTriedAHundredASecondInTurn) {
   attach();
   addTaps(150);
   EXPECT_EQ(comeBack(device::Status::NotFound), 150U);
-  EXPECT_EQ(takeLines(), (Lines{"the service has gone", "the service is back, 0 of 150 taps attached again"}));
+  EXPECT_EQ(takeLines(),
+            (Lines{"connection to the service lost", "connected to the service again, 0 of 150 taps restored"}));
   EXPECT_EQ(idle(), 1s);
   now += 1s;
   for (int tap = 0; tap < 100; ++tap) {
@@ -170,10 +171,10 @@ TEST_F(AttachmentTest, MissingTapsAreTriedAHundredASecondInTurn) {
     attachment.tapped(device::Status::Ok);
   }
   EXPECT_EQ(idle(), 1s);
-  EXPECT_EQ(takeLines(), Lines{"100 taps attached again"});
+  EXPECT_EQ(takeLines(), Lines{"100 taps restored"});
   now += 1s;
   for (; !nextTap().empty(); now += 1ms) attachment.tapped(device::Status::Ok);
-  EXPECT_EQ(takeLines(), Lines{"50 taps attached again"});
+  EXPECT_EQ(takeLines(), Lines{"50 taps restored"});
   EXPECT_EQ(idle(), Attachment::Never) << "all are made";
 }
 
@@ -192,7 +193,7 @@ TEST_F(AttachmentTest, MissingTapsShareOneTimeout) {
   ASSERT_NE(tap, nullptr);
   EXPECT_EQ(tap->until, until);
   attachment.unanswered(now);
-  EXPECT_EQ(takeLines(), Lines{"1 tap attached again"});
+  EXPECT_EQ(takeLines(), Lines{"1 tap restored"});
   EXPECT_TRUE(attachment.isAttached()) << "only the connection's end is a loss";
   EXPECT_EQ(idle(), 700ms);
 }
@@ -238,7 +239,7 @@ class AttachmentLinks : public AttachmentTest {
 TEST_F(AttachmentLinks, LostConnectionsAreToldAfterTheReturn) {
   EXPECT_TRUE(isNext<Attachment::AskLinks>());
   attachment.answered({0, {}}, topology, now);
-  EXPECT_EQ(takeLines(), Lines{"lost with the service that was here before: the connection of \"j:a\" to \"AIn1\""});
+  EXPECT_EQ(takeLines(), Lines{"lost when the service restarted: the connection of \"j:a\" to \"AIn1\""});
   EXPECT_EQ(idle(), Attachment::Never);
 }
 

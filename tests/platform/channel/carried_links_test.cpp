@@ -19,7 +19,7 @@ TEST(CarriedLinks, AreReportedWhenTheyAreNotRestored) {
   carried.keep(mirror, topology(10));
   EXPECT_FALSE(carried.empty());
   EXPECT_EQ(carried.compare({0, {}}, topology(70)),
-            "lost with the service that was here before: the connection of \"j:a\" to \"AIn1\" and 1 more between two "
+            "lost when the service restarted: the connection of \"j:a\" to \"AIn1\" and 1 more between two "
             "systems");
   EXPECT_TRUE(carried.empty()) << "it is told once";
 }
@@ -30,7 +30,7 @@ TEST(CarriedLinks, AreNotReportedWhenTheyAreRestored) {
   CarriedLinks carried;
   carried.keep(mirror, topology(10));
   EXPECT_EQ(carried.compare({9, {{70, 1, 71, 0, true}}}, topology(70)),
-            "lost with the service that was here before: the connection of \"j:a\" to \"AIn1\"");
+            "lost when the service restarted: the connection of \"j:a\" to \"AIn1\"");
   carried.keep(mirror, topology(10));
   EXPECT_EQ(carried.compare({9, {{70, 1, 71, 0, true}, {70, 0, 71, 0, true}}}, topology(70)), std::nullopt);
 }

@@ -274,7 +274,7 @@ TEST_F(ChangingPorts, ServiceThatIsLateWithNewPortsStillAnswersCommands) {
     return !said.empty();
   }));
   testing::internal::GetCapturedStderr();
-  EXPECT_EQ(said, sys::programLine("embedded:test: group \"B\" has come: a new console shows it\n"));
+  EXPECT_EQ(said, sys::programLine("embedded:test: group \"B\" was added; restart the console to list it\n"));
 }
 
 TEST_F(ChangingPorts, NewPortsAreReportedInOneLineASecond) {
@@ -299,10 +299,10 @@ TEST_F(ChangingPorts, NewPortsAreReportedInOneLineASecond) {
   };
   const std::string front = sys::programLine("embedded:test: ");
   setPorts({group(1'000, "A", {"a", "listed"}, {}), group(1'001, "B", {"b"}, {})});
-  EXPECT_EQ(nextLine(), front + "group \"B\" has come: a new console shows it\n");
+  EXPECT_EQ(nextLine(), front + "group \"B\" was added; restart the console to list it\n");
   setPorts({group(1'000, "A", {"a", "listed", "c"}, {}), group(1'001, "B", {"b"}, {})});
   setPorts({group(1'000, "A", {"a", "listed", "c"}, {}), group(1'001, "B", {"b"}, {}), group(1'002, "D", {"d"}, {})});
-  EXPECT_EQ(nextLine(), front + "group \"D\" and port \"c\" have come: a new console shows them\n");
+  EXPECT_EQ(nextLine(), front + "group \"D\" and port \"c\" were added; restart the console to list them\n");
   ASSERT_EQ(times.size(), 2U);
   EXPECT_GE(times[1].second - times[0].first, std::chrono::seconds(1));
   setPorts({group(1'000, "A", {"a", "listed", "c"}, {}), group(1'001, "B", {"b"}, {})});
@@ -349,8 +349,8 @@ TEST_F(ChangingPorts, LossOnTheWayToTheServiceIsReported) {
   });
   EXPECT_TRUE(receiveUntil(manager, [&] { return port.texts.size() == 2; }));
   EXPECT_EQ(testing::internal::GetCapturedStderr(),
-            sys::programLine("5 messages lost on the way to the service\n") +
-                sys::programLine("an unknown number of messages, perhaps none, lost on the way to the service\n"));
+            sys::programLine("5 messages lost before reaching the service\n") +
+                sys::programLine("an unknown number of messages, perhaps none, lost before reaching the service\n"));
 }
 
 // Longer than a service may be silent, and more messages than may be on their way.

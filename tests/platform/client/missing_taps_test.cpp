@@ -55,9 +55,9 @@ TEST(MissingTaps, AreMadeWhenTheirPortsAppear) {
   EXPECT_TRUE(receiveUntil(manager, [&] { return port.texts.size() == 2; }));
   EXPECT_EQ(port.texts.back(), "G0Out2: 1 2 3");
   const std::string line = sys::programLine(endpoint + ": ");
-  EXPECT_EQ(testing::internal::GetCapturedStderr(), line + "the service has gone\n" + line +
-                                                        "the service is back, 0 of 1 tap attached again\n" + line +
-                                                        "1 tap attached again\n");
+  EXPECT_EQ(testing::internal::GetCapturedStderr(), line + "connection to the service lost\n" + line +
+                                                        "connected to the service again, 0 of 1 tap restored\n" + line +
+                                                        "1 tap restored\n");
 }
 
 }  // namespace

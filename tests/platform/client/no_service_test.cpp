@@ -24,10 +24,10 @@ struct Row {
 const std::vector<Row>& endpoints() {
   static const std::vector<Row> rows = {
       {"ipc:///run/nowhere", EvtSrv::ConBehave_Default, "ipc:///run/nowhere: No such file or directory\n"},
-      {"tcp://host:1", EvtSrv::ConBehave_Void, "tcp://host:1: services over the network are not supported\n"},
+      {"tcp://host:1", EvtSrv::ConBehave_Void, "tcp://host:1: network services are not supported\n"},
       {"tcp://host:1", EvtSrv::ConBehave_DisableOverNetwork,
-       "tcp://host:1: refused: this program uses no service over the network\n"},
-      {"nonsense", EvtSrv::ConBehave_Default, "nonsense: not an endpoint (ipc://PATH, embedded:FILE)\n"},
+       "tcp://host:1: network services are disabled in this program\n"},
+      {"nonsense", EvtSrv::ConBehave_Default, "nonsense: not a valid endpoint (use ipc://PATH or embedded:FILE)\n"},
       {"embedded:/nowhere/a\x1b[31m\nb", EvtSrv::ConBehave_Default,
        "embedded:/nowhere/a\\x1B[31m\\x0Ab: /nowhere/a\\x1B[31m\\x0Ab: No such file or directory\n"},
       {"ipc://\n", EvtSrv::ConBehave_Default, "ipc://\\x0A: No such file or directory\n"},

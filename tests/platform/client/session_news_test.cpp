@@ -26,7 +26,7 @@ wire::Topology twoGroups() {
            {2, {}, "B", std::nullopt, wire::TopologySide{2, "", {"b", "c"}}}}};
 }
 
-TEST(SessionNews, ServiceIsAskedForWhatHasComeOnceASecond) {
+TEST(SessionNews, ServiceIsAskedForAddedPortsOnceASecond) {
   std::atomic<int> asked{0};
   const auto context = std::make_shared<zmq::context_t>(0);
   PlayedService service(*context, "inproc://news", [&](PlayedService& self, std::uint32_t tag, const wire::Body& body) {
@@ -51,7 +51,7 @@ TEST(SessionNews, ServiceIsAskedForWhatHasComeOnceASecond) {
   EXPECT_LE(looks, 1 + (Clock::now() - start) / std::chrono::seconds(1));
 }
 
-TEST(SessionNews, ReceivingDoesNotWaitForARequestOfAnotherThread) {
+TEST(SessionNews, ReceiveDoesNotWaitForARequestOfAnotherThread) {
   std::atomic<bool> patching{false};
   std::atomic<bool> received{false};
   const auto context = std::make_shared<zmq::context_t>(0);
@@ -80,7 +80,7 @@ TEST(SessionNews, ReceivingDoesNotWaitForARequestOfAnotherThread) {
   EXPECT_EQ(status, device::Status::Ok) << "the request has waited for receiving, which has waited for the request";
 }
 
-TEST(SessionNews, LossIsToldWhenAServiceThatWasLateAnswers) {
+TEST(SessionNews, LostConnectionsAreReportedOnceALateServiceAnswers) {
   const testsupport::ScratchFolder folder;
   const std::string path = folder.path() / "service";
   zmq::context_t serviceContext;
@@ -112,8 +112,8 @@ TEST(SessionNews, LossIsToldWhenAServiceThatWasLateAnswers) {
   EXPECT_NE((*session)->number(), 0U) << "a service that is late is not lost";
   late = false;
   const std::string front = sys::programLine("test: ");
-  const std::string expected = front + "the service has gone\n" + front + "the service is back\n" + front +
-                               "lost with the service that was here before: the connection of \"a\" to \"b\"\n";
+  const std::string expected = front + "connection to the service lost\n" + front + "connected to the service again\n" +
+                               front + "lost when the service restarted: the connection of \"a\" to \"b\"\n";
   std::string said;
   while (said.size() < expected.size() && !deadline.passed()) {
     (*session)->receiveEvent(10);
@@ -126,7 +126,7 @@ TEST(SessionNews, LossIsToldWhenAServiceThatWasLateAnswers) {
 }
 
 // News that are too many for the client's window, as others make them, leave it with what it knew.
-TEST(SessionNews, LossIsToldThoughNewsOfTheGraphWereMissed) {
+TEST(SessionNews, LostConnectionsAreReportedAfterMissedGraphChanges) {
   const testsupport::ScratchFolder folder;
   const std::string path = folder.path() / "service";
   zmq::context_t serviceContext;
@@ -159,11 +159,11 @@ TEST(SessionNews, LossIsToldThoughNewsOfTheGraphWereMissed) {
   while (!told.passed()) (*session)->receiveEvent(10);
   const std::string front = sys::programLine("test: ");
   EXPECT_EQ(testing::internal::GetCapturedStderr(),
-            front + "the service has gone\n" + front + "the service is back\n" + front +
-                "lost with the service that was here before: the connection of \"a\" to \"b\"\n");
+            front + "connection to the service lost\n" + front + "connected to the service again\n" + front +
+                "lost when the service restarted: the connection of \"a\" to \"b\"\n");
 }
 
-TEST(SessionNews, TryingATapAgainLeavesAServiceThatIsSlowItsTwoSeconds) {
+TEST(SessionNews, RetriedTapDoesNotShortenTheTimeoutOfARequest) {
   const testsupport::ScratchFolder folder;
   const std::string path = folder.path() / "service";
   zmq::context_t serviceContext;
@@ -173,7 +173,8 @@ TEST(SessionNews, TryingATapAgainLeavesAServiceThatIsSlowItsTwoSeconds) {
     if (std::holds_alternative<wire::AskLinks>(body)) self.reply(tag, wire::Links{});
     if (std::holds_alternative<wire::Patch>(body)) self.reply(tag, wire::Result{});
     if (!std::holds_alternative<wire::Tap>(body)) return;
-    // The port is not there when the service is back, and later the service takes longer than trying again waits.
+    // The port is not there when the service is back, and later the service takes longer than trying again
+    // waits.
     const int number = ++taps;
     if (number > 2) std::this_thread::sleep_for(std::chrono::milliseconds(700));
     self.reply(tag, wire::Result{number == 2 ? device::Status::NotFound : device::Status::Ok, 0});

@@ -58,7 +58,7 @@ TEST_F(SessionTest, ServiceThatRefusesEventsIsNoService) {
               }
             }),
             nullptr);
-  EXPECT_EQ(cause_, "the service gives no events");
+  EXPECT_EQ(cause_, "cannot open the event connection to the service");
 }
 
 TEST_F(SessionTest, AddressWithoutServiceIsNoService) {

@@ -49,8 +49,8 @@ TEST(OpenDevice, TakesOtherNamesForFiles) {
 }
 
 TEST(OpenDrivers, RefusesASystemThatIsNamedTwice) {
-  EXPECT_EQ(problemOf(openDrivers({"alsa", "builtin", "alsa"}, "")), "alsa: asked for twice");
-  EXPECT_EQ(problemOf(openDrivers({"jack", "jack"}, "")), "jack: asked for twice");
+  EXPECT_EQ(problemOf(openDrivers({"alsa", "builtin", "alsa"}, "")), "alsa: may be given only once");
+  EXPECT_EQ(problemOf(openDrivers({"jack", "jack"}, "")), "jack: may be given only once");
 }
 
 TEST(OpenDrivers, ReportsWhichNameIsUnknown) {

@@ -144,7 +144,7 @@ TEST_F(SideBySideTest, GroupsThatComeLaterAreListedBehindAllOthers) {
   groups[0].sinks->names = {"G0In1"};
   groups[0].sinks->gone = {true};
   one_->change(device::Topology(groups));
-  EXPECT_EQ(teller_.told, (Told{"noted one: group \"G2\" has come: \"G2Out1\", \"G2In1\"", "changed"}));
+  EXPECT_EQ(teller_.told, (Told{"noted one: group \"G2\" was added: \"G2Out1\", \"G2In1\"", "changed"}));
   const device::Topology& topology = joint_->topology();
   ASSERT_EQ(topology.groups().size(), 5U);
   EXPECT_EQ(topology.groups()[4].name, "G2");
@@ -168,10 +168,10 @@ TEST_F(SideBySideTest, NewPortsAreLoggedUnderTheirJointNames) {
     return device::SideOfGroup{count, "", std::move(names), {}, std::move(gone)};
   };
   two_->change(with({{7, "Late", ports({"G0Out1"}), std::nullopt}}));
-  EXPECT_EQ(teller_.told, (Told{"noted two: group \"Late\" has come: \"G0Out1_3\"", "changed"}));
+  EXPECT_EQ(teller_.told, (Told{"noted two: group \"Late\" was added: \"G0Out1_3\"", "changed"}));
   teller_.told.clear();
   two_->change(with({{7, "Late", ports({"G0Out1", "x"}, {true, false}), ports({"y"})}}));
-  EXPECT_EQ(teller_.told, (Told{"noted two: group \"Late\" has more ports: \"x\", \"y\"", "changed"}));
+  EXPECT_EQ(teller_.told, (Told{"noted two: group \"Late\" has new ports: \"x\", \"y\"", "changed"}));
   teller_.told.clear();
   two_->change(with({{7, "Late", ports({"G0Out1", "x"}, {true, true}), ports({"y"}, {true})}}));
   EXPECT_EQ(teller_.told, Told{"changed"}) << "that it has gone is the driver's to say";
@@ -180,8 +180,8 @@ TEST_F(SideBySideTest, NewPortsAreLoggedUnderTheirJointNames) {
   two_->change(with({{7, "Late", ports({"G0Out1", "x"}), ports({"y"}, {true})}, {8, "Late", ports(many), {}}}));
   EXPECT_EQ(
       teller_.told,
-      (Told{"noted two: group \"Late\" has come: \"G0Out1_3\", \"x\"",
-            "noted two: group \"Late_2\" has come: \"1\", \"2\", \"3\", \"4\", \"5\", \"6\", \"7\", \"8\" and 2 more",
+      (Told{"noted two: group \"Late\" was added: \"G0Out1_3\", \"x\"",
+            "noted two: group \"Late_2\" was added: \"1\", \"2\", \"3\", \"4\", \"5\", \"6\", \"7\", \"8\" and 2 more",
             "changed"}));
 }
 

@@ -13,12 +13,12 @@ namespace {
 
 TEST_F(DispatcherTest, NotesOfTheDeviceAreLogged) {
   device_->onAdvance = [](device::DriverEvents& events, Time) -> std::optional<Time> {
-    events.noted("client \"a\x1b\" has gone");
+    events.noted("client \"a\x1b\" disconnected");
     events.warned("no server");
     return std::nullopt;
   };
   dispatcher_->advance(Time(0));
-  EXPECT_EQ(log_, (Texts{"client \"a\\x1B\" has gone", "no server"}));
+  EXPECT_EQ(log_, (Texts{"client \"a\\x1B\" disconnected", "no server"}));
 }
 
 TEST_F(DispatcherTest, WarningsAreReportedWithoutALog) {
@@ -40,9 +40,9 @@ TEST_F(DispatcherTest, LossOnTheWayToTheServiceIsLoggedOnceASecondAtMost) {
   };
   EXPECT_EQ(dispatcher_->advance(Time(0)), std::nullopt);
   EXPECT_EQ(dispatcher_->advance(Time(1)), Time(std::chrono::seconds(1)));
-  EXPECT_EQ(log_, Texts{"2 messages lost on the way here"});
+  EXPECT_EQ(log_, Texts{"2 messages lost before reaching the service"});
   dispatcher_->advance(std::chrono::seconds(1));
-  EXPECT_EQ(log_.back(), "4 messages lost on the way here");
+  EXPECT_EQ(log_.back(), "4 messages lost before reaching the service");
 }
 
 TEST_F(DispatcherTest, UncountedLossIsLoggedEveryTenSecondsAtMost) {
@@ -53,14 +53,14 @@ TEST_F(DispatcherTest, UncountedLossIsLoggedEveryTenSecondsAtMost) {
     return std::nullopt;
   };
   EXPECT_EQ(dispatcher_->advance(Time(0)), std::nullopt);
-  EXPECT_EQ(log_, (Texts{"3 messages lost on the way here",
-                         "an unknown number of messages, perhaps none, lost on the way here"}));
+  EXPECT_EQ(log_, (Texts{"3 messages lost before reaching the service",
+                         "an unknown number of messages, perhaps none, lost before reaching the service"}));
   log_.clear();
   counted = false;
   EXPECT_EQ(dispatcher_->advance(std::chrono::seconds(4)), Time(std::chrono::seconds(10)));
   EXPECT_EQ(log_, Texts{});
   dispatcher_->advance(std::chrono::seconds(10));
-  EXPECT_EQ(log_, Texts{"4 times an unknown number of messages, perhaps none, lost on the way here"});
+  EXPECT_EQ(log_, Texts{"4 times an unknown number of messages, perhaps none, lost before reaching the service"});
 }
 
 TEST_F(DispatcherTest, LossesAndNotesThatAreLeftAreLoggedAtTheEnd) {
@@ -74,8 +74,8 @@ TEST_F(DispatcherTest, LossesAndNotesThatAreLeftAreLoggedAtTheEnd) {
   dispatcher_->advance(Time(1));
   log_.clear();
   dispatcher_->finish(Time(2));
-  EXPECT_EQ(log_, (Texts{"4 periods skipped", "2 messages lost on the way here",
-                         "an unknown number of messages, perhaps none, lost on the way here"}));
+  EXPECT_EQ(log_, (Texts{"4 periods skipped", "2 messages lost before reaching the service",
+                         "an unknown number of messages, perhaps none, lost before reaching the service"}));
   dispatcher_->finish(Time(3));
   EXPECT_EQ(log_.size(), 4U) << "only the device has more to tell";
 }
@@ -130,7 +130,7 @@ TEST_F(DispatcherTest, SenderThatIsHeldBackAndHasGoneIsForgottenAtOnce) {
   say("a control", 0, note(session, 1));
   peers_.unreachable.insert("a control");
   dispatcher_->advance(std::chrono::hours(1));
-  EXPECT_EQ(log_.back(), "test (process 5) has gone");
+  EXPECT_EQ(log_.back(), "test (process 5) lost its connection");
 }
 
 TEST_F(DispatcherTest, OriginalNamesAreSentOnRequest) {

@@ -19,7 +19,7 @@ TEST_F(DispatcherTest, HelloMakesClientWithSessionOfItsOwn) {
   EXPECT_NE(one, 0U);
   EXPECT_NE(two, 0U);
   EXPECT_NE(one, two);
-  EXPECT_EQ(log_, (Texts{"test (process 5) has come", "test (process 5) has come"}));
+  EXPECT_EQ(log_, (Texts{"test (process 5) connected", "test (process 5) connected"}));
 }
 
 TEST_F(DispatcherTest, WelcomeNamesTheSendWindow) {
@@ -35,7 +35,7 @@ TEST_F(DispatcherTest, SecondHelloOfOnePeerIsOutOfPlace) {
 
 TEST_F(DispatcherTest, NameOfProgramIsPrintableInTheLog) {
   say("a", 1, wire::Hello{"\x1b[2J\n", 5});
-  EXPECT_EQ(log_, Texts{"\\x1B[2J\\x0A (process 5) has come"});
+  EXPECT_EQ(log_, Texts{"\\x1B[2J\\x0A (process 5) connected"});
 }
 
 TEST_F(DispatcherTest, GoodbyeIsAnsweredAndEndsTheClient) {
@@ -46,7 +46,7 @@ TEST_F(DispatcherTest, GoodbyeIsAnsweredAndEndsTheClient) {
   EXPECT_EQ(told_, (service::Told{"start", "use G0Out1", "unuse G0Out1"}));
   say("a control", 4, wire::Tap{session, EventPort, HolderBytes, "G0Out1"});
   EXPECT_EQ(peers_.texts("a control"), Texts{"4: no session at 0"});
-  EXPECT_EQ(log_.back(), "test (process 5) has left");
+  EXPECT_EQ(log_.back(), "test (process 5) disconnected");
 }
 
 TEST_F(DispatcherTest, PeerMayGreetAgainAfterGoodbye) {

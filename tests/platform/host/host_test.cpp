@@ -187,7 +187,7 @@ TEST(Host, DeviceThatThrowsEndsTheServiceAndNotTheProgram) {
     const EmbeddedService service(std::move(device));
     reached.get_future().wait();
   }
-  EXPECT_EQ(testing::internal::GetCapturedStderr(), sys::programLine("the service has ended: no memory\n"));
+  EXPECT_EQ(testing::internal::GetCapturedStderr(), sys::programLine("the service stopped: no memory\n"));
 }
 
 TEST(Host, ReportsWhyItCannotBind) {

@@ -51,7 +51,7 @@ std::vector<Row> rows() {
   };
 }
 
-TEST(MidiReader, CutsMessages) {
+TEST(MidiReader, CutsBytesIntoMessages) {
   for (const Row& row : rows()) {
     MidiReader reader;
     EXPECT_EQ(readIn(reader, row.bytes), row.messages) << row.what;
@@ -60,7 +60,7 @@ TEST(MidiReader, CutsMessages) {
   }
 }
 
-TEST(MidiReader, HowBytesAreCutMakesNoDifference) {
+TEST(MidiReader, ReadsTheSameHoweverTheBytesAreCut) {
   for (const Row& row : rows()) {
     MidiReader reader;
     Texts texts;
@@ -72,7 +72,7 @@ TEST(MidiReader, HowBytesAreCutMakesNoDifference) {
   }
 }
 
-TEST(MidiReader, RestartForgetsWhatHasBegun) {
+TEST(MidiReader, RestartForgetsAnUnfinishedMessage) {
   MidiReader reader;
   readIn(reader, {0xF0, 1, 2});
   reader.restart();
@@ -83,14 +83,14 @@ TEST(MidiReader, RestartForgetsWhatHasBegun) {
   EXPECT_EQ(readIn(reader, {3, 4}), Texts{}) << "no running status";
 }
 
-TEST(MidiReader, RestOfACutSystemExclusiveIsOneLoss) {
+TEST(MidiReader, CountsTheRestOfACutSystemExclusiveAsOneLoss) {
   MidiReader reader;
   reader.restart();
   EXPECT_EQ(readIn(reader, {5, 6, 7, 0xF7, 0x90, 1, 2}), Texts{"0: 90 01 02"});
   EXPECT_EQ(reader.takeBroken(), 1U);
 }
 
-TEST(MidiReader, LongestSystemExclusive) {
+TEST(MidiReader, ReadsTheLongestSystemExclusiveAndNoLongerOne) {
   for (const std::size_t size : {device::MaxMessageBytes, device::MaxMessageBytes + 1}) {
     MidiReader reader;
     Bytes bytes(size, 1);
@@ -144,7 +144,7 @@ TEST(AppendMidi, JoinsTheChannelOrRefuses) {
   }
 }
 
-TEST(AppendMidi, WhatIsSentIsReadBack) {
+TEST(AppendMidi, MessagesAreReadBackAsTheyWereSent) {
   for (std::uint16_t group = 0; group < 16; ++group) {
     Bytes out;
     const Bytes note{0x90, 0x3C, 0x40};

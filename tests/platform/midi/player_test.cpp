@@ -60,7 +60,7 @@ TEST(ScorePlayer, PlaysOnceInTimeWithoutALoop) {
   EXPECT_FALSE(player->next(2h));
 }
 
-TEST(ScorePlayer, IsNotStartedTwice) {
+TEST(ScorePlayer, IgnoresASecondStart) {
   const auto player = makePlayer(ScorePlayback{sample(), false, 1});
   player->start(5s);
   play(*player, 5100ms);
@@ -71,13 +71,13 @@ TEST(ScorePlayer, IsNotStartedTwice) {
   EXPECT_EQ(player->due(), std::nullopt);
 }
 
-TEST(ScorePlayer, ALoopLastsAsLongAsTheScore) {
+TEST(ScorePlayer, RepeatsALoopAfterTheLengthOfTheScore) {
   const auto player = makePlayer(ScorePlayback{sample(), true, 1});
   player->start(0s);
   EXPECT_THAT(times(play(*player, 2500ms)), ElementsAre(0ms, 200ms, 600ms, 1000ms, 1200ms, 1600ms, 2000ms, 2200ms));
 }
 
-TEST(ScorePlayer, SpeedDividesTheTimes) {
+TEST(ScorePlayer, DividesTimesByTheSpeed) {
   const auto fast = makePlayer(ScorePlayback{sample(), true, 40});
   fast->start(1s);
   EXPECT_THAT(times(play(*fast, 1s + 45ms)), ElementsAre(1000ms, 1005ms, 1015ms, 1025ms, 1030ms, 1040ms));
@@ -86,7 +86,7 @@ TEST(ScorePlayer, SpeedDividesTheTimes) {
   EXPECT_THAT(times(play(*slow, 2400ms)), ElementsAre(0ms, 400ms, 1200ms, 2000ms, 2400ms));
 }
 
-TEST(ScorePlayer, WithoutPausesAllIsDueAtOnceInOrder) {
+TEST(ScorePlayer, WithoutPausesPlaysAllAtOnceInOrder) {
   const auto player = makePlayer(ScorePlayback{sample(), false, 0});
   player->start(3s);
   const auto played = play(*player, 3s);
@@ -100,7 +100,7 @@ TEST(ScorePlayer, WithoutPausesAllIsDueAtOnceInOrder) {
   EXPECT_LE(*endless->due(), 3s);
 }
 
-TEST(ScorePlayer, HoursOfALoopDoNotDrift) {
+TEST(ScorePlayer, DoesNotDriftOverHoursOfALoop) {
   Score score = sample();
   score.length = 1001ms;
   const auto player = makePlayer(ScorePlayback{score, true, 1});
@@ -110,13 +110,13 @@ TEST(ScorePlayer, HoursOfALoopDoNotDrift) {
   EXPECT_EQ(played[43156 * 3].time, 43156 * 1001ms + 7ns);
 }
 
-TEST(ScorePlayer, AScoreThatLastsNoTimeDoesNotSpin) {
+TEST(ScorePlayer, DoesNotSpinOnAScoreWithoutLength) {
   const auto player = makePlayer(ScorePlayback{{{{0ms, 0, fromHex("F8")}}, 0ms}, true, 1});
   player->start(0s);
   EXPECT_THAT(times(play(*player, 3ms)), ElementsAre(0ms, 1ms, 2ms, 3ms));
 }
 
-TEST(ScorePlayer, AnEmptyScoreWantsNothing) {
+TEST(ScorePlayer, HasNothingToDoForAnEmptyScore) {
   for (const double speed : {0.0, 1.0}) {
     const auto player = makePlayer(ScorePlayback{{{}, 1s}, true, speed});
     player->start(0s);
@@ -125,7 +125,7 @@ TEST(ScorePlayer, AnEmptyScoreWantsNothing) {
   }
 }
 
-TEST(ScorePlayer, ALittleLateItCatchesUpAndKeepsItsRhythm) {
+TEST(ScorePlayer, CatchesUpAndKeepsItsRhythmWhenItIsALittleLate) {
   const auto player = makePlayer(ScorePlayback{sample(), true, 1});
   player->start(0s);
   int count = 0;
@@ -134,7 +134,7 @@ TEST(ScorePlayer, ALittleLateItCatchesUpAndKeepsItsRhythm) {
   EXPECT_EQ(player->due(), 1000ms);
 }
 
-TEST(ScorePlayer, AfterALongPauseItGoesOnWhereItWas) {
+TEST(ScorePlayer, ContinuesWhereItWasAfterALongPause) {
   const auto player = makePlayer(ScorePlayback{sample(), true, 1});
   player->start(0s);
   play(*player, 100ms);
@@ -159,7 +159,7 @@ TEST(ClockPlayer, BeatsTwentyFourTimesAQuarter) {
   EXPECT_EQ(played[48].time, 2s);
 }
 
-TEST(ClockPlayer, TempoTable) {
+TEST(ClockPlayer, HasTheIntervalOfEachTempo) {
   const struct {
     double beatsPerMinute;
     std::size_t inAMinute;
@@ -171,7 +171,7 @@ TEST(ClockPlayer, TempoTable) {
   }
 }
 
-TEST(ClockPlayer, HoursDoNotDrift) {
+TEST(ClockPlayer, DoesNotDriftOverHours) {
   const auto player = makePlayer(ClockPlayback{120});
   player->start(0s);
   const auto played = play(*player, 5h);
@@ -179,7 +179,7 @@ TEST(ClockPlayer, HoursDoNotDrift) {
   EXPECT_EQ(played.back().time, 5h);
 }
 
-TEST(ClockPlayer, AfterALongPauseItLeavesOutWhatWasMissed) {
+TEST(ClockPlayer, SkipsMissedBeatsAfterALongPause) {
   const auto player = makePlayer(ClockPlayback{120});
   player->start(0s);
   play(*player, 1s);
@@ -189,7 +189,7 @@ TEST(ClockPlayer, AfterALongPauseItLeavesOutWhatWasMissed) {
   EXPECT_EQ(player->due(), 1h + 20833333ns);
 }
 
-TEST(ClockPlayer, ALittleLateItCatchesUp) {
+TEST(ClockPlayer, CatchesUpWhenItIsALittleLate) {
   const auto player = makePlayer(ClockPlayback{120});
   player->start(0s);
   int count = 0;

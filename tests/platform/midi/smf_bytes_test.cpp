@@ -7,7 +7,7 @@
 namespace midi {
 namespace {
 
-TEST(SmfBytes, VariableNumbers) {
+TEST(SmfBytes, ReadsVariableLengthNumbers) {
   const struct {
     std::uint32_t value;
     std::string_view bytes;
@@ -42,12 +42,12 @@ std::string problemOf(Read read) {
   return "none";
 }
 
-TEST(SmfBytes, WhatIsNotWholeIsAProblemAndNotTaken) {
+TEST(SmfBytes, ThrowsOnTruncatedDataAndTakesNothing) {
   const std::pair<const char*, const char*> table[] = {
       {"", "100: the text ends too early"},
       {"80", "101: the text ends too early"},
       {"FF FF FF", "103: the text ends too early"},
-      {"FF FF FF FF 7F", "100: a number of more than four bytes"},
+      {"FF FF FF FF 7F", "100: variable-length number longer than four bytes"},
   };
   for (const auto& [bytes, problem] : table) {
     const ByteVector input = fromHex(bytes);
@@ -63,7 +63,7 @@ TEST(SmfBytes, WhatIsNotWholeIsAProblemAndNotTaken) {
   EXPECT_EQ(problemOf([&] { reader.byte(); }), "3: the text ends too early");
 }
 
-TEST(SmfBytes, APartKnowsItsPlaceAndItsEnd) {
+TEST(SmfBytes, PartsKnowTheirOffsetAndEnd) {
   const ByteVector input = fromHex("01 02 03 04");
   SmfReader reader(input, "the text", 10);
   reader.byte();

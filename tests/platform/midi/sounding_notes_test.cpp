@@ -26,7 +26,7 @@ std::vector<std::string> ends(SoundingNotes& notes) {
   return texts;
 }
 
-TEST(SoundingNotes, HaveEndsUntilTheyAreOver) {
+TEST(SoundingNotes, HaveEndingMessagesUntilTheyEnd) {
   using Texts = std::vector<std::string>;
   const struct {
     const char* what;
@@ -64,13 +64,13 @@ TEST(SoundingNotes, HaveEndsUntilTheyAreOver) {
   }
 }
 
-TEST(SoundingNotes, EmptyMessageIsNone) {
+TEST(SoundingNotes, IgnoreAnEmptyMessage) {
   SoundingNotes notes;
   notes.passed({0, {}});
   EXPECT_EQ(ends(notes).size(), 0U);
 }
 
-TEST(SoundingNotes, AllOfThemCanSound) {
+TEST(SoundingNotes, CanAllSoundAtOnce) {
   SoundingNotes notes;
   for (std::uint16_t group = 0; group < 16; ++group) {
     for (std::uint8_t note = 0; note < 128; ++note) notes.passed({group, ByteVector{0x90, note, 1}});

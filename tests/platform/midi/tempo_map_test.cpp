@@ -7,7 +7,7 @@ namespace {
 
 using namespace std::chrono_literals;
 
-TEST(TempoMap, WithoutChangesAQuarterIsHalfASecond) {
+TEST(TempoMap, WithoutChangesGivesAQuarterHalfASecond) {
   const TempoMap map(TimeBase::perQuarter(480), {});
   EXPECT_EQ(map.at(0), 0ns);
   EXPECT_EQ(map.at(1), 1041667ns);  // 1,041,666.67
@@ -20,7 +20,7 @@ TEST(TempoMap, RoundsOnceAndDoesNotDrift) {
   EXPECT_EQ(map.at(7'000'000), 333'333'000'000us);
 }
 
-TEST(TempoMap, ChangesCountFromTheirTick) {
+TEST(TempoMap, AppliesChangesFromTheirTick) {
   // Out of order, and two at one tick.
   const TempoMap map(TimeBase::perQuarter(96), {{192, 250'000}, {96, 1'000'000}, {288, 1}, {288, 2'000'000}});
   EXPECT_EQ(map.at(96), 500ms);
@@ -30,7 +30,7 @@ TEST(TempoMap, ChangesCountFromTheirTick) {
   EXPECT_EQ(map.at(384), 3750ms);
 }
 
-TEST(TempoMap, FramesIgnoreTheTempo) {
+TEST(TempoMap, IgnoresTheTempoForFrames) {
   const struct {
     std::uint8_t frames;
     std::uint8_t ticks;
@@ -45,7 +45,7 @@ TEST(TempoMap, FramesIgnoreTheTempo) {
   }
 }
 
-TEST(TempoMap, MoreThanAYearIsNothing) {
+TEST(TempoMap, ReturnsNothingBeyondAYear) {
   const TempoMap slow(TimeBase::perQuarter(1), {{0, 0xFFFFFF}});
   EXPECT_EQ(slow.at(0x7FFFFFFF), std::nullopt);
   EXPECT_TRUE(slow.at(1'800'000).has_value());

@@ -56,8 +56,8 @@ TEST_F(ServiceSearch, NamesTheLastWhereNobodyIs) {
 
 TEST_F(ServiceSearch, NamesWhatIsWrongAndGoesOn) {
   EXPECT_TRUE(search({"nonsense", "tcp://host:1", "embedded:"}));
-  EXPECT_EQ(lines, (Lines{"nonsense: not an endpoint (ipc://PATH, embedded:FILE)",
-                          "tcp://host:1: refused: this program uses no service over the network", "try embedded:"}));
+  EXPECT_EQ(lines, (Lines{"nonsense: not a valid endpoint (use ipc://PATH or embedded:FILE)",
+                          "tcp://host:1: network services are disabled in this program", "try embedded:"}));
 }
 
 TEST_F(ServiceSearch, NamesAServiceThatIsOfNoUseAndGoesOn) {

@@ -61,7 +61,7 @@ TEST_F(ForeignDevice, SendingToAPortThatHasGoneIsReportedOnceEachTime) {
     service_->send(client_, One, {0, Note}, {});
     const auto notes = service_->takeNotes();
     ASSERT_EQ(notes.size(), 1U);
-    EXPECT_EQ(notes[0].line, "\"G1In1\" has gone: what is sent to it is lost");
+    EXPECT_EQ(notes[0].line, "port \"G1In1\" does not exist: messages to it are lost");
     EXPECT_TRUE(notes[0].isWarning);
     act([&](device::DriverEvents&) { device_->change(with); });
     service_->send(client_, One, {0, Note}, {});
@@ -94,8 +94,8 @@ TEST_F(ForeignDevice, TapsOfAForgottenPortFollowItsName) {
   EXPECT_EQ(service_->send(client_, One, {0, Note}, {}), Status::Ok);
   const auto notes = service_->takeNotes();
   ASSERT_EQ(notes.size(), 2U);
-  EXPECT_EQ(notes[0].line, "\"G1Out1\" has gone: what is sent to it is lost");
-  EXPECT_EQ(notes[1].line, "\"G1In1\" has gone: what is sent to it is lost");
+  EXPECT_EQ(notes[0].line, "port \"G1Out1\" does not exist: messages to it are lost");
+  EXPECT_EQ(notes[1].line, "port \"G1In1\" does not exist: messages to it are lost");
   news();
   groups.push_back(back);
   act([&](device::DriverEvents&) { device_->change(device::Topology(groups)); });

@@ -134,8 +134,8 @@ TEST(CommandLine, WrongArgumentsAreReportedInOnePrintableLine) {
 
 TEST(CommandLine, MissingCommandIsReportedWithTheListOfCommands) {
   constexpr const char* Unknown =
-      "no such command: con; there are list, inject, play, watch, stats (--help tells more)";
-  constexpr const char* Missing = "a command is required: list, inject, play, watch, stats (--help tells more)";
+      "no such command: con; the commands are list, inject, play, watch, stats (see --help)";
+  constexpr const char* Missing = "a command is required: list, inject, play, watch, stats (see --help)";
   const struct {
     std::vector<std::string> words;
     std::string line;
@@ -145,7 +145,7 @@ TEST(CommandLine, MissingCommandIsReportedWithTheListOfCommands) {
                {{"--endpoint", "list", "con"}, Unknown},
                {{"--endpoint=list", "con"}, Unknown},
                {{"--bogus", "con"}, Unknown},
-               {{"c\x1bn"}, "no such command: c\\x1Bn; there are list, inject, play, watch, stats (--help tells more)"},
+               {{"c\x1bn"}, "no such command: c\\x1Bn; the commands are list, inject, play, watch, stats (see --help)"},
                {{}, Missing},
                {{"--endpoint", "list"}, Missing}};
   for (const auto& row : table) EXPECT_EQ(said(row.words).text, row.line);

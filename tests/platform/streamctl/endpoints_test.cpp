@@ -31,7 +31,7 @@ TEST_F(Endpoints, OptionComesBeforeTheVariable) {
   EXPECT_THAT(controlAt("nonsense", {"--endpoint", endpoint(), "list"}), Succeeds());
   EXPECT_THAT(controlAt("nonsense", {"inject", "DeckOut1", "1", "--endpoint", endpoint()}), Succeeds());
   EXPECT_THAT(controlAt("nonsense", {"list"}),
-              FailsSaying("streamctl: nonsense: not an endpoint (ipc://PATH, embedded:FILE)"));
+              FailsSaying("streamctl: nonsense: not a valid endpoint (use ipc://PATH or embedded:FILE)"));
 }
 
 #ifdef FLOWSCOPE_HAVE_JACK
@@ -44,7 +44,7 @@ const std::string Advice = "start streamd";
 std::string ownServiceTaken() {
   const bool hasSequencer = access("/dev/snd/seq", R_OK | W_OK) == 0;
   return "streamctl: using embedded:" +
-         (hasSequencer ? "alsa" : ", a built-in device that nobody else sees; " + Advice) + "\n";
+         (hasSequencer ? "alsa" : ", a built-in device that only this process sees; " + Advice) + "\n";
 }
 
 TEST_F(Endpoints, WithoutAnEndpointTheWellKnownSocketOfStreamdIsUsed) {
@@ -118,10 +118,10 @@ TEST_F(Endpoints, WhereStreamdListensUnaskedTheAdviceIsShort) {
 TEST_F(Endpoints, AdviceIsGivenForSocketsOnly) {
   const std::vector<std::pair<std::string, std::string>> rows{
       {"embedded:/nowhere", "embedded:/nowhere: /nowhere: No such file or directory"},
-      {"tcp://host:1", "tcp://host:1: services over the network are not supported"},
+      {"tcp://host:1", "tcp://host:1: network services are not supported"},
       {"ipc://" + path("device.toml/x"),
        "ipc://" + path("device.toml/x") + ": Not a directory; start streamd --listen ipc://" + path("device.toml/x")},
-      {"ipc://", "ipc://: no path (ipc://PATH)"}};
+      {"ipc://", "ipc://: the path is missing (use ipc://PATH)"}};
   for (const auto& [where, line] : rows) EXPECT_THAT(controlAt(where, {"list"}), FailsSaying("streamctl: " + line));
 }
 
@@ -131,7 +131,7 @@ TEST_F(Endpoints, EveryCommandSendsGoodbye) {
   int left = 0;
   for (const auto& words : rows) {
     EXPECT_THAT(control(words), Succeeds());
-    EXPECT_TRUE(daemon_->logged(" has left\n", Deadline(Patience), ++left)) << words[0];
+    EXPECT_TRUE(daemon_->logged(" disconnected\n", Deadline(Patience), ++left)) << words[0];
   }
 }
 
@@ -157,7 +157,7 @@ TEST_F(Endpoints, WrongArgumentsHaveAStatusOfTheirOwn) {
     EXPECT_TRUE(result.standardError.starts_with("streamctl: ")) << result.standardError;
   }
   EXPECT_EQ(control({"con"}).standardError,
-            "streamctl: no such command: con; there are list, inject, play, watch, stats (--help tells more)\n");
+            "streamctl: no such command: con; the commands are list, inject, play, watch, stats (see --help)\n");
 }
 
 TEST_F(Endpoints, AnEmptyOneIsRefused) {
@@ -166,8 +166,7 @@ TEST_F(Endpoints, AnEmptyOneIsRefused) {
   for (const auto& words : rows) {
     const auto result = control(words);
     EXPECT_EQ(result.status, ExitStatus::exited(2)) << testing::PrintToString(words);
-    EXPECT_EQ(result.standardError,
-              "streamctl: --endpoint: is empty; give ipc://PATH or embedded:FILE (--help tells more)\n");
+    EXPECT_EQ(result.standardError, "streamctl: --endpoint: is empty; give ipc://PATH or embedded:FILE (see --help)\n");
   }
 }
 

@@ -136,7 +136,7 @@ TEST_F(InjectCommandLine, ReportsThatTheServiceHasGone) {
     ASSERT_TRUE(hasIn(1));
     killService();
     EXPECT_EQ(inject->end(), ExitStatus::exited(1));
-    EXPECT_EQ(inject->errors(), "streamctl: " + endpoint() + ": the service has gone\n");
+    EXPECT_EQ(inject->errors(), "streamctl: " + endpoint() + ": connection to the service lost\n");
     EXPECT_EQ(inject->output(), "");
     startServiceAgain();
   }

@@ -223,7 +223,7 @@ TEST_F(PlayEarlyEnd, ByAServiceErrorEndsTheSoundingNotes) {
   const auto play = start("play", {"--endpoint", refusing, "play", path("song.mid"), "DeckOut1", "--speed", "4"});
   service.serveUntilTheEndOf(*play);
   EXPECT_EQ(play->end(), ExitStatus::exited(1));
-  EXPECT_EQ(play->errors(), "streamctl: " + refusing + ": the service has refused a message\n");
+  EXPECT_EQ(play->errors(), "streamctl: " + refusing + ": the service refused a message\n");
   const Lines& all = service.messages();
   ASSERT_GE(all.size(), 6U);
   EXPECT_THAT(Lines(all.begin(), all.begin() + 4), ElementsAre("3 90 3C 40", "3 80 3C 40", "4 90 3E 40", "5 90 40 40"));

@@ -156,7 +156,8 @@ TEST_F(PlayCommandLine, BarIsGoneAfterASignalAndBeforeAComplaint) {
   while (orphaned.output().find('%') == std::string::npos) ASSERT_TRUE(orphaned.read(Deadline(Patience)));
   killService();
   EXPECT_EQ(orphaned.waitForExit(Deadline(Patience)), ExitStatus::exited(1));
-  EXPECT_THAT(orphaned.output(), testing::EndsWith("\r\x1b[Kstreamctl: " + endpoint() + ": the service has gone\r\n"));
+  EXPECT_THAT(orphaned.output(),
+              testing::EndsWith("\r\x1b[Kstreamctl: " + endpoint() + ": connection to the service lost\r\n"));
 }
 
 TEST_F(PlayCommandLine, NoBarOnATerminalThatCannotMoveItsCursor) {
@@ -182,7 +183,7 @@ TEST_F(PlayCommandLine, FilesAndPortsThatCannotBePlayedAreReported) {
   EXPECT_EQ(stats()["in"], 0);
 }
 
-TEST_F(PlayCommandLine, ReportsThatTheServiceHasGone) {
+TEST_F(PlayCommandLine, ReportsThatTheConnectionIsLost) {
   const std::vector<std::vector<std::string>> rows{{"--loop", "--speed", "0"}, {"--speed", "0.01"}};
   for (const auto& options : rows) {
     std::vector<std::string> words{"play", Song, "DeckOut1"};
@@ -191,7 +192,7 @@ TEST_F(PlayCommandLine, ReportsThatTheServiceHasGone) {
     ASSERT_TRUE(hasIn(1));
     killService();
     EXPECT_EQ(play->end(), ExitStatus::exited(1));
-    EXPECT_EQ(play->errors(), "streamctl: " + endpoint() + ": the service has gone\n");
+    EXPECT_EQ(play->errors(), "streamctl: " + endpoint() + ": connection to the service lost\n");
     startServiceAgain();
   }
 }

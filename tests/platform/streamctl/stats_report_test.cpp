@@ -25,10 +25,10 @@ TEST(StatsText, HasTotalsAndALineForEachClient) {
 TEST(StatsText, ShowsUncountedLossesBesideTheCount) {
   wire::Stats stats = Sample;
   stats.uncountedLosses = 1;
-  EXPECT_NE(statsText(stats).find("\nmessages lost  5, and 1 time an unknown number\nqueue limit    1000 bytes\n"),
+  EXPECT_NE(statsText(stats).find("\nmessages lost  5; 1 more loss of unknown size\nqueue limit    1000 bytes\n"),
             std::string::npos);
   stats.uncountedLosses = 2;
-  EXPECT_NE(statsText(stats).find("\nmessages lost  5, and 2 times an unknown number\n"), std::string::npos);
+  EXPECT_NE(statsText(stats).find("\nmessages lost  5; 2 more losses of unknown size\n"), std::string::npos);
   EXPECT_EQ(nlohmann::json::parse(statsJson(stats))["uncounted_losses"], 2);
 }
 

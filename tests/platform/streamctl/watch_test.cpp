@@ -111,7 +111,8 @@ TEST_F(WatchCommandLine, GoesOnWhenTheServiceIsBack) {
   ASSERT_THAT(control({"inject", "DeckOut1", "1"}), Succeeds());
   ASSERT_TRUE(watch->hasLines(1));
   killService();
-  ASSERT_TRUE(comesTrue([&] { return watch->errors() == "streamctl: " + endpoint() + ": the service has gone\n"; }));
+  ASSERT_TRUE(
+      comesTrue([&] { return watch->errors() == "streamctl: " + endpoint() + ": connection to the service lost\n"; }));
   startServiceAgain();
   ASSERT_TRUE(hasTaps(1));
   ASSERT_THAT(control({"inject", "DeckOut1", "2"}), Succeeds());
@@ -120,8 +121,8 @@ TEST_F(WatchCommandLine, GoesOnWhenTheServiceIsBack) {
   EXPECT_EQ(watch->end(), ExitStatus::exited(0));
   EXPECT_THAT(withoutTimes(watch->output()), ElementsAre("DeckOut1 0 0x01", "DeckOut1 0 0x02"));
   EXPECT_THAT(linesOf(watch->errors()),
-              ElementsAre("streamctl: " + endpoint() + ": the service has gone",
-                          "streamctl: " + endpoint() + ": the service is back, 1 tap attached again"));
+              ElementsAre("streamctl: " + endpoint() + ": connection to the service lost",
+                          "streamctl: " + endpoint() + ": connected to the service again, 1 tap restored"));
 }
 
 TEST_F(WatchCommandLine, FullSpeedIsSeenComplete) {

@@ -9,6 +9,7 @@
 
 #include "platform/system/program_line.h"
 #include "tests/platform/client/fixture.h"
+#include "tests/platform/streamd/daemon_fixture.h"
 #include "tests/platform/streamd/injector.h"
 #include "tests/platform/streamd/quiet_device.h"
 #include "tests/support/stream_daemon.h"
@@ -23,22 +24,9 @@ using client::RecordingPort;
 using EvtSrv::EventPortManager;
 using testsupport::Deadline;
 
-constexpr std::uint32_t Behaviour = EvtSrv::ConBehave_Default;
-const std::string Port = "MidiUsbOut2";  // nothing is connected to it, and it emits nothing
+class Attaching : public DaemonTest {};
 
-class Attaching : public testing::Test {
- protected:
-  void kill() {
-    daemon_.signal(SIGKILL);
-    ASSERT_TRUE(daemon_.waitForExit(Deadline(Patience)));
-  }
-
-  DeviceFile device_;
-  testsupport::StreamDaemon daemon_{FLOWSCOPE_BINARY_DIR "/streamd", {"--device", device_.path()}};
-  EndpointVariable endpoint_{daemon_.endpoint()};
-};
-
-TEST_F(Attaching, RequestsForTheGraphNoticeThatTheServiceHasGone) {
+TEST_F(Attaching, GraphRequestsNoticeThatTheServiceIsLost) {
   EventPortManager manager(Behaviour, true);
   StrmSrv::Patcher patcher(manager, 0);
   std::vector<StrmSrv::PortRecord> sinks;
@@ -54,10 +42,11 @@ TEST_F(Attaching, RequestsForTheGraphNoticeThatTheServiceHasGone) {
   while (patcher.getConnectSinkPorts(6, 1, sinks) != StrmSrv::StrmRes_Success) ASSERT_FALSE(deadline.passed());
   EXPECT_TRUE(sinks.empty()) << "the new service's graph";
   const std::string line = sys::programLine(daemon_.endpoint() + ": ");
-  EXPECT_EQ(testing::internal::GetCapturedStderr(), line + "the service has gone\n" + line + "the service is back\n");
+  EXPECT_EQ(testing::internal::GetCapturedStderr(),
+            line + "connection to the service lost\n" + line + "connected to the service again\n");
 }
 
-TEST_F(Attaching, RequestsForTheGraphFindANewServiceWithoutTheirChannel) {
+TEST_F(Attaching, GraphRequestsFindANewServiceWithoutTheirChannel) {
   EventPortManager manager(Behaviour, true);
   StrmSrv::Patcher patcher(manager, 0);
   kill();
@@ -68,7 +57,7 @@ TEST_F(Attaching, RequestsForTheGraphFindANewServiceWithoutTheirChannel) {
 }
 
 // As one does that is started again on a system whose clients have come in another order.
-TEST_F(Attaching, PortsAreTheSameOnesWhenTheServiceHasNumberedThemAnew) {
+TEST_F(Attaching, PortsAreFoundAgainAfterTheServiceRenumbersThem) {
   EventPortManager manager(Behaviour, true);
   StrmSrv::Patcher patcher(manager, 0);
   kill();
@@ -115,7 +104,7 @@ sink = "ThruIn1"
   EXPECT_EQ(links->links[2], (wire::LinkRecord{topology->groups[2].handle, 1, topology->groups[0].handle, 0}));
 }
 
-TEST_F(Attaching, ReceivingInsideAPortDoesNothingWhenTheServiceHasGone) {
+TEST_F(Attaching, ReceivingInsideAPortDoesNothingAfterTheServiceIsLost) {
   EventPortManager manager(Behaviour, true);
   RecordingPort port(manager);
   ASSERT_EQ(port.tap(Port), EvtSrv::EvtRes_Success);
@@ -189,10 +178,11 @@ TEST_F(Attaching, SenderOfAServiceThatIsKilledFailsAtOnce) {
   daemon_.signal(SIGKILL);
   sender.join();
   EXPECT_EQ(last, StrmSrv::StrmRes_NoService);
-  EXPECT_EQ(testing::internal::GetCapturedStderr(), sys::programLine(daemon_.endpoint() + ": the service has gone\n"));
+  EXPECT_EQ(testing::internal::GetCapturedStderr(),
+            sys::programLine(daemon_.endpoint() + ": connection to the service lost\n"));
 }
 
-TEST(AttachingMany, AnyNumberOfTapsComesBack) {
+TEST(AttachingMany, AnyNumberOfTapsIsRestored) {
   constexpr int Many = 10'000;  // more than are made in the time that a single answer has
   const DeviceFile device("[[group]]\nid = 0\nname = \"Big\"\nsources = " + std::to_string(Many) + "\n");
   testsupport::StreamDaemon daemon{FLOWSCOPE_BINARY_DIR "/streamd", {"--device", device.path()}};
@@ -204,13 +194,14 @@ TEST(AttachingMany, AnyNumberOfTapsComesBack) {
   ASSERT_TRUE(daemon.waitForExit(Deadline(Patience)));
   daemon.restart();
   EXPECT_TRUE(receiveUntil(manager, [&] {
-    return daemon.log().find("has gone") == std::string::npos && port.tap("BigOut1") == EvtSrv::EvtRes_Success;
+    return daemon.log().find("lost its connection") == std::string::npos &&
+           port.tap("BigOut1") == EvtSrv::EvtRes_Success;
   }));
   Injector injector(daemon.socket());
   EXPECT_EQ(injector.stats().clients.at(0).taps, static_cast<std::uint32_t>(Many));
 }
 
-TEST_F(Attaching, SilentServiceIsNotAskedAgainAndAgain) {
+TEST_F(Attaching, SilentServiceIsNotQueriedRepeatedly) {
   EventPortManager manager(Behaviour, true);
   StrmSrv::Patcher patcher(manager, 0);
   RecordingPort port(manager);
@@ -230,18 +221,20 @@ TEST_F(Attaching, SilentServiceIsNotAskedAgainAndAgain) {
   while (patcher.getConnectSinkPorts(6, 1, sinks) != StrmSrv::StrmRes_Success) ASSERT_FALSE(deadline.passed());
   // What was asked of it while it was stopped has cost the client nothing.
   EXPECT_EQ(port.disconnect("ThruIn1", nullptr), EvtSrv::EvtRes_Success);
-  EXPECT_EQ(daemon_.log().find("has gone"), std::string::npos) << daemon_.log();
+  EXPECT_EQ(daemon_.log().find("lost its connection"), std::string::npos) << daemon_.log();
 }
 
 class AttachingToTwoDevices : public testing::Test {
  protected:
-  std::string goneAndBack() const { return line + "the service has gone\n" + line + "the service is back\n"; }
+  std::string goneAndBack() const {
+    return line + "connection to the service lost\n" + line + "connected to the service again\n";
+  }
 
   const DeviceFile device{"[[group]]\nid = 41\nname = \"Rack\"\nsinks = 2\n"};
   testsupport::StreamDaemon daemon{FLOWSCOPE_BINARY_DIR "/streamd", {"--driver", "builtin", "--device", device.path()}};
   const EndpointVariable endpoint{daemon.endpoint()};
   const std::string line = sys::programLine(daemon.endpoint() + ": ");
-  const std::string lost = line + "lost with the service that was here before: the connection of ";
+  const std::string lost = line + "lost when the service restarted: the connection of ";
 };
 
 // Those within a device stand as it says; those between two are the service's alone.

@@ -82,7 +82,7 @@ TEST_F(Consoles, KilledConsoleIsForgottenAndTheOtherGoesOn) {
   ASSERT_EQ(injector_.stats().clients.size(), 3U);
   killed->terminal().signal(SIGKILL);
   EXPECT_TRUE(clientCountBecomes(2));
-  EXPECT_TRUE(daemon_.logged(") has gone\n", Deadline(Console::Patience)));
+  EXPECT_TRUE(daemon_.logged(") lost its connection\n", Deadline(Console::Patience)));
   injector_.inject(Port, 10);
   EXPECT_EQ(other->notesUntil(9), numbersBelow(10));
 }
@@ -153,9 +153,9 @@ TEST_F(Consoles, StoppedConsoleIsToldItsExactLoss) {
 TEST_F(Consoles, TapComesBackWithAServiceThatWasKilled) {
   const auto console = watchingConsole();
   daemon_.signal(SIGKILL);
-  EXPECT_TRUE(console->shows("flowscope: " + daemon_.endpoint() + ": the service has gone"));
+  EXPECT_TRUE(console->shows("flowscope: " + daemon_.endpoint() + ": connection to the service lost"));
   daemon_.restart();
-  EXPECT_TRUE(console->shows("flowscope: " + daemon_.endpoint() + ": the service is back, 1 tap attached again"));
+  EXPECT_TRUE(console->shows("flowscope: " + daemon_.endpoint() + ": connected to the service again, 1 tap restored"));
   Injector again(daemon_.socket());
   again.inject(Port, 20);
   EXPECT_EQ(console->notesUntil(19), numbersBelow(20));
@@ -166,7 +166,7 @@ TEST_F(Consoles, TapComesBackWithAServiceThatWasKilled) {
 TEST_F(Consoles, ConsoleQuitsAtOnceWithoutItsService) {
   const auto console = watchingConsole();
   daemon_.signal(SIGTERM);
-  EXPECT_TRUE(console->shows("the service has gone"));
+  EXPECT_TRUE(console->shows("connection to the service lost"));
   console->type("ls /Midi/Source/MidiUsb");
   EXPECT_TRUE(console->shows("MidiUsbOut2")) << "what was there when it started";
   console->type("quit");

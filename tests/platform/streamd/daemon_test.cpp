@@ -166,8 +166,8 @@ TEST(Streamd, LogsClientsThatConnectAndLeave) {
   const testsupport::StreamDaemon daemon(Streamd);
   EXPECT_THAT(daemon.log(), HasSubstr("streamd: built-in device: 9 groups, 12 sources, 14 sinks\n"));
   groupsAt(daemon.endpoint());
-  EXPECT_TRUE(daemon.logged(") has left\n", Deadline(Patience)));
-  EXPECT_THAT(daemon.log(), testing::ContainsRegex("streamd: flowscope \\(process [0-9]+\\) has come\n"));
+  EXPECT_TRUE(daemon.logged(") disconnected\n", Deadline(Patience)));
+  EXPECT_THAT(daemon.log(), testing::ContainsRegex("streamd: flowscope \\(process [0-9]+\\) connected\n"));
 }
 
 TEST(Streamd, WrongOptionsAreAUsageError) {
@@ -182,7 +182,7 @@ TEST(Streamd, WrongOptionsAreAUsageError) {
                                                                      {"--queue-bytes", "much"}}) {
     const auto result = run(arguments);
     EXPECT_EQ(result.status, ExitStatus::exited(2)) << arguments[0];
-    EXPECT_THAT(result.standardError, testing::MatchesRegex("streamd: [ -~]+ \\(--help tells more\\)\n"));
+    EXPECT_THAT(result.standardError, testing::MatchesRegex("streamd: [ -~]+ \\(see --help\\)\n"));
     EXPECT_EQ(result.standardOutput, "") << arguments[0];
   }
 }
@@ -244,13 +244,13 @@ TEST(Streamd, ReportsInOneLineWhyItCannotServe) {
            {{"--device", "/nowhere.toml"}, "/nowhere.toml: No such file or directory\n"},
            {{"--device", bad}, bad + ":2: "},
            {{"--driver", "builtin", "--device", bad}, bad + ":2: "},
-           {{"--driver", "jack", "--driver", "builtin", "--driver", "jack"}, "jack: asked for twice\n"},
-           {{"--listen", "tcp://127.0.0.1:5"}, "tcp://127.0.0.1:5: services over the network are not supported\n"},
-           {{"--listen", "here"}, "here: not an endpoint (ipc://PATH)\n"},
-           {{"--listen", "ipc://"}, "ipc://: not an endpoint (ipc://PATH)\n"},
+           {{"--driver", "jack", "--driver", "builtin", "--driver", "jack"}, "jack: may be given only once\n"},
+           {{"--listen", "tcp://127.0.0.1:5"}, "tcp://127.0.0.1:5: network services are not supported\n"},
+           {{"--listen", "here"}, "here: not a valid endpoint (use ipc://PATH)\n"},
+           {{"--listen", "ipc://"}, "ipc://: not a valid endpoint (use ipc://PATH)\n"},
            {{"--listen", "ipc://@name"}, "ipc://@name: the path must not begin with @ or *\n"},
            {{"--listen", "ipc://*"}, "ipc://*: the path must not begin with @ or *\n"},
-           {{"--listen", "ipc://" + file}, file + ": there is something that is no socket\n"}}) {
+           {{"--listen", "ipc://" + file}, file + ": the path exists and is not a socket\n"}}) {
     const auto result = run(row.arguments);
     EXPECT_EQ(result.status, ExitStatus::exited(1)) << row.line;
     EXPECT_THAT(result.standardError, HasSubstr(row.line));

@@ -14,6 +14,7 @@
 #include "platform/system/program_line.h"
 #include "tests/platform/client/fixture.h"
 #include "tests/platform/host/raw_client.h"
+#include "tests/platform/streamd/daemon_fixture.h"
 #include "tests/platform/streamd/injector.h"
 #include "tests/platform/streamd/quiet_device.h"
 #include "tests/platform/streamd/raw_socket.h"
@@ -31,10 +32,6 @@ using EvtSrv::EventPortManager;
 using testsupport::Deadline;
 using Texts = std::vector<std::string>;
 
-constexpr std::uint32_t Behaviour = EvtSrv::ConBehave_Default;
-const std::string Streamd = FLOWSCOPE_BINARY_DIR "/streamd";
-const std::string Port = "MidiUsbOut2";  // nothing is connected to it, and it emits nothing
-
 std::string received(const std::string& port, std::uint32_t number) {
   const wire::InjectItem note = numberedNote(number);
   return port + ": " + std::to_string(note.bytes[1]) + ' ' + std::to_string(note.bytes[2]) + ' ' +
@@ -50,8 +47,10 @@ Texts receivedFromTo(const std::string& port, std::uint32_t from, std::uint32_t 
 // A queue that one step of a flood does not fill, but a hundred do.
 constexpr const char* QueueBytes = "262144";
 
-class Faults : public testing::Test {
+class Faults : public DaemonTest {
  protected:
+  Faults() : DaemonTest({"--queue-bytes", QueueBytes}) {}
+
   // The service knows so many clients, the injector among them.
   bool clientCountBecomes(std::size_t count) {
     const Deadline deadline(Patience);
@@ -72,9 +71,6 @@ class Faults : public testing::Test {
     EXPECT_EQ(port.texts, Texts{"MidiDinOut1: 1 2 3"});
   }
 
-  DeviceFile device_;
-  testsupport::StreamDaemon daemon_{Streamd, {"--device", device_.path(), "--queue-bytes", QueueBytes}};
-  EndpointVariable endpoint_{daemon_.endpoint()};
   Injector injector_{daemon_.socket()};
 };
 
@@ -100,9 +96,9 @@ TEST_F(Faults, ClientsThatDoNotWaitForTheirAnswerLeaveNothingBehind) {
       hasty.send(zmq::buffer(hello));
     }
   }
-  ASSERT_TRUE(daemon_.logged("hasty (process 1) has come\n", Deadline(Patience), 100));
+  ASSERT_TRUE(daemon_.logged("hasty (process 1) connected\n", Deadline(Patience), 100));
   EXPECT_TRUE(clientCountBecomes(1));
-  EXPECT_TRUE(daemon_.logged("hasty (process 1) has gone\n", Deadline(Patience), 100));
+  EXPECT_TRUE(daemon_.logged("hasty (process 1) lost its connection\n", Deadline(Patience), 100));
 }
 
 TEST_F(Faults, GarbageOnTheSocketHarmsNobody) {
@@ -212,7 +208,7 @@ TEST_F(Faults, TapsComeBackWithTheService) {
   EXPECT_TRUE(receiveUntil(manager, [&] { return one.sendNoteOn(1, 1, 1) == StrmSrv::StrmRes_NoService; }));
   EXPECT_EQ(two.tap("MidiDinOut1"), EvtSrv::EvtRes_NoService);
   EXPECT_EQ(patcher.connect(6, 1, 5, 0), StrmSrv::StrmRes_NoService);
-  EXPECT_EQ(testing::internal::GetCapturedStderr(), line + "the service has gone\n");
+  EXPECT_EQ(testing::internal::GetCapturedStderr(), line + "connection to the service lost\n");
 
   testing::internal::CaptureStderr();
   daemon_.restart();
@@ -228,7 +224,7 @@ TEST_F(Faults, TapsComeBackWithTheService) {
   std::vector<StrmSrv::PortRecord> sinks;
   EXPECT_EQ(patcher.getConnectSinkPorts(6, 1, sinks), StrmSrv::StrmRes_Success);
   EXPECT_TRUE(sinks.empty()) << "the new service's graph";
-  EXPECT_EQ(testing::internal::GetCapturedStderr(), line + "the service is back, 2 taps attached again\n");
+  EXPECT_EQ(testing::internal::GetCapturedStderr(), line + "connected to the service again, 2 taps restored\n");
 }
 
 TEST_F(Faults, RequestsFindTheServiceWithoutReceiving) {
@@ -244,8 +240,8 @@ TEST_F(Faults, RequestsFindTheServiceWithoutReceiving) {
   daemon_.restart();
   while (port.tap("ThruIn1") != EvtSrv::EvtRes_Success) ASSERT_FALSE(deadline.passed());
   const std::string text = testing::internal::GetCapturedStderr();
-  EXPECT_THAT(text, testing::HasSubstr("the service has gone\n"));
-  EXPECT_THAT(text, testing::HasSubstr("the service is back"));
+  EXPECT_THAT(text, testing::HasSubstr("connection to the service lost\n"));
+  EXPECT_THAT(text, testing::HasSubstr("connected to the service again"));
   Injector injector(daemon_.socket());
   injector.inject("ThruIn1", 1);
   injector.inject(Port, 1);
@@ -273,7 +269,7 @@ TEST_F(Faults, PortsThatTheNewServiceDoesNotHaveAreCounted) {
   testing::internal::CaptureStderr();
   EXPECT_TRUE(receiveUntil(manager, [&] { return port.tap("ThruIn1") == EvtSrv::EvtRes_Success; }));
   EXPECT_THAT(testing::internal::GetCapturedStderr(),
-              testing::HasSubstr("the service is back, 1 of 2 taps attached again\n"));
+              testing::HasSubstr("connected to the service again, 1 of 2 taps restored\n"));
 }
 
 TEST_F(Faults, StalledReaderCountsExactlyItsOwnLoss) {

@@ -53,12 +53,12 @@ TEST_F(LineLogTest, LeavesOutAndCountsLinesThatNobodyReads) {
   text();
   log.write("three");
   log.write("four");
-  EXPECT_EQ(text(), "streamd: 2 lines left out: nobody read the log\nstreamd: three\nstreamd: four\n");
+  EXPECT_EQ(text(), "streamd: 2 lines dropped: nobody read the log\nstreamd: three\nstreamd: four\n");
   fill();
   log.write("five");
   text();
   log.write("six");
-  EXPECT_EQ(text(), "streamd: 1 line left out: nobody read the log\nstreamd: six\n");
+  EXPECT_EQ(text(), "streamd: 1 line dropped: nobody read the log\nstreamd: six\n");
 }
 
 TEST(LineLog, FullOrClosedDescriptorIsNoFailure) {

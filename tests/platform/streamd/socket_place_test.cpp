@@ -126,7 +126,7 @@ TEST_F(SocketPlaceTest, FilesThatAreNoSocketStay) {
   const std::string directory = folder_.path() / "directory";
   fs::create_directory(directory);
   for (const std::string& path : {file, link, directory}) {
-    EXPECT_EQ(refusal(path), "there is something that is no socket") << path;
+    EXPECT_EQ(refusal(path), "the path exists and is not a socket") << path;
     EXPECT_TRUE(fs::exists(fs::symlink_status(path))) << path;
   }
   EXPECT_EQ(fs::file_size(file), 8U);

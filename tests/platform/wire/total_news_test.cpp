@@ -33,9 +33,9 @@ TEST(TotalNews, TakeAllReportsWithoutWaiting) {
 }
 
 TEST(LossText, SaysHowManyTimesOnlyWhenThereWereSeveral) {
-  EXPECT_EQ(uncountedLossText(1, "here"), "an unknown number of messages, perhaps none, lost on the way here");
-  EXPECT_EQ(uncountedLossText(2, "to the service"),
-            "2 times an unknown number of messages, perhaps none, lost on the way to the service");
+  EXPECT_EQ(uncountedLossText(1), "an unknown number of messages, perhaps none, lost before reaching the service");
+  EXPECT_EQ(uncountedLossText(2),
+            "2 times an unknown number of messages, perhaps none, lost before reaching the service");
 }
 
 }  // namespace

@@ -26,9 +26,11 @@ constexpr const char* PlayedDevice =
     "      Out2.1\n"
     "      Out2.2\n";
 
-class Playback : public RecordedTest {
+class FromCommand : public RecordedTest {
  protected:
-  Playback() : RecordedTest({{{2, 3}}, {}, PlayedDevice}) { shell.currentPath() = {"Midi", "Source", "Seq", "Out2.0"}; }
+  FromCommand() : RecordedTest({{{2, 3}}, {}, PlayedDevice}) {
+    shell.currentPath() = {"Midi", "Source", "Seq", "Out2.0"};
+  }
 
   // What a file with this content sends at the current directory.
   Names play(const std::string& content) {
@@ -43,7 +45,7 @@ class Playback : public RecordedTest {
   }
 };
 
-TEST_F(Playback, SendsEachKindOfMessage) {
+TEST_F(FromCommand, SendsEachKindOfMessage) {
   EXPECT_THAT(play("0x80 1 2 3\n"
                    "0x90 4 5 6\n"
                    "0xA0 7 8 9\n"
@@ -57,17 +59,17 @@ TEST_F(Playback, SendsEachKindOfMessage) {
                           "system exclusive 240 126 127 247 to 2"));
 }
 
-TEST_F(Playback, LinesAreReadOneByOne) {
+TEST_F(FromCommand, ReadsLinesOneByOne) {
   EXPECT_THAT(play("0x91 0x3C 0x40 0x01 0xD0 1 2\n\n144 60\n64 1\nnothing here\n144 60 64 1"),
               ElementsAre("note on 60 64 to 1", "after touch 1 to 2", "note on 60 64 to 1"));
 }
 
-TEST_F(Playback, AnEmptyFileAttachesAndSendsNothing) {
+TEST_F(FromCommand, AttachesAndSendsNothingForAnEmptyFile) {
   EXPECT_THAT(play(""), IsEmpty());
   EXPECT_THAT(calls(), ElementsAre("connect Out2.0 DebugPort 1004"));
 }
 
-TEST_F(Playback, ALongLineIsReadInPieces) {
+TEST_F(FromCommand, ReadsALongLineInPieces) {
   // The first 1023 characters end inside the group of the first message.
   const std::string start = "0x90 1 2 3";
   const std::string padding(1023 - start.size(), ' ');
@@ -82,12 +84,12 @@ TEST_F(Playback, ALongLineIsReadInPieces) {
   EXPECT_TRUE(longest.front().ends_with(" 1 1 247 to 2"));
 }
 
-TEST_F(Playback, AZeroByteEndsItsLine) {
+TEST_F(FromCommand, EndsALineAtAZeroByte) {
   EXPECT_THAT(play(std::string("144 1 2 3 \0 144 4 5 6\n144 7 8 9\n", 32)),
               ElementsAre("note on 1 2 to 3", "note on 7 8 to 9"));
 }
 
-TEST_F(Playback, ProgramChangesAreNotPlayedAsTheyAreLogged) {
+TEST_F(FromCommand, DoesNotPlayProgramChangesAsToWritesThem) {
   const TemporaryFile log;
   const ChannelMessage message{ChannelKind::ProgramChange, 5, 0, 1};
   TextPiece text;
@@ -96,14 +98,14 @@ TEST_F(Playback, ProgramChangesAreNotPlayedAsTheyAreLogged) {
   EXPECT_THAT(play(line), IsEmpty());
 }
 
-TEST_F(Playback, ResultsOfSendingAreIgnored) {
+TEST_F(FromCommand, IgnoresTheResultsOfSending) {
   for (const auto result : {StrmSrv::StrmRes_Success, StrmSrv::StrmRes_NoService, StrmSrv::StrmRes_BadArgument}) {
     recording::library().sendResult = result;
     EXPECT_THAT(play("0xD0 1 2\n0xD0 3 4\n"), ElementsAre("after touch 1 to 2", "after touch 3 to 4"));
   }
 }
 
-TEST_F(Playback, SendsTheFileOnceForEachMatch) {
+TEST_F(FromCommand, SendsTheFileOnceForEachMatch) {
   const TemporaryFile file("0xD0 1 2\n");
   EXPECT_EQ(fromCommand(shell, file.name(), "../Out2.[12]"), ResultOk);
   EXPECT_THAT(calls(), ElementsAre("connect Out2.1 DebugPort 1004", "send after touch 1 to 2",
@@ -112,7 +114,7 @@ TEST_F(Playback, SendsTheFileOnceForEachMatch) {
   EXPECT_EQ(trafficOutput().trafficMode, TrafficOff);
 }
 
-TEST_F(Playback, ResultIsThatOfTheLastMatch) {
+TEST_F(FromCommand, ReturnsTheResultOfTheLastMatch) {
   const TemporaryFile file("0xD0 1 2\n");
   recording::library().connectResults["Out2.1"] = EvtSrv::EvtRes_NotFound;
   EXPECT_EQ(fromCommand(shell, file.name(), "../Out2.[12]"), ResultOk);
@@ -121,7 +123,7 @@ TEST_F(Playback, ResultIsThatOfTheLastMatch) {
   EXPECT_EQ(fromCommand(shell, file.name(), "../Out2.[01]"), ResultConnectError);
 }
 
-TEST_F(Playback, NothingIsSentToPortsThatCannotBeAttached) {
+TEST_F(FromCommand, SendsNothingToPortsThatCannotBeAttached) {
   const TemporaryFile file("0xD0 1 2\n");
   EXPECT_EQ(fromCommand(shell, nullptr, nullptr), ResultBadArgument);
   EXPECT_EQ(fromCommand(shell, file.name(), "zz*"), ResultSilent);
@@ -135,7 +137,7 @@ TEST_F(Playback, NothingIsSentToPortsThatCannotBeAttached) {
   EXPECT_THAT(calls(), IsEmpty());
 }
 
-TEST_F(Playback, PortIsAttachedEvenIfTheFileCannotBeRead) {
+TEST_F(FromCommand, AttachesThePortEvenIfTheFileCannotBeRead) {
   EXPECT_EQ(fromCommand(shell, "/nowhere/at/all", nullptr), ResultOpenFileError);
   EXPECT_THAT(shell.attached(), ElementsAre("Out2.0"));
   EXPECT_EQ(fromCommand(shell, "/", nullptr), ResultOpenFileError);

@@ -29,9 +29,9 @@ constexpr const char* LoggedDevice =
     "      Out2.2\n"
     "  Sink\n";
 
-class Logging : public RecordedTest {
+class ToCommand : public RecordedTest {
  protected:
-  Logging() : RecordedTest({{{2, 3}}, {}, LoggedDevice}, false) {}
+  ToCommand() : RecordedTest({{{2, 3}}, {}, LoggedDevice}, false) {}
 
   // A message arrives.
   void arrive(std::uint8_t value) {
@@ -43,7 +43,7 @@ class Logging : public RecordedTest {
   TemporaryFile file{"old"};
 };
 
-TEST_F(Logging, WritesTheTextThatTheScreenShows) {
+TEST_F(ToCommand, WritesTheTextThatTheScreenShows) {
   EXPECT_EQ(toCommand(shell, file.name(), "/Midi/Source/Seq/Out2.0"), ResultOk);
   EXPECT_EQ(trafficOutput().trafficMode, TrafficScreenAndFile);
   EXPECT_EQ(file.content(), "");
@@ -61,7 +61,7 @@ TEST_F(Logging, WritesTheTextThatTheScreenShows) {
   EXPECT_EQ(trafficOutput().trafficMode, TrafficOff);
 }
 
-TEST_F(Logging, WithoutAPatternAttachesTheCurrentDirectory) {
+TEST_F(ToCommand, WithoutAPatternAttachesTheCurrentDirectory) {
   shell.currentPath() = {"Midi", "Source", "Seq"};
   EXPECT_EQ(toCommand(shell, file.name(), nullptr), ResultOk);
   EXPECT_THAT(shell.attached(), ElementsAre("Out2.0", "Out2.1", "Out2.2"));
@@ -71,13 +71,13 @@ TEST_F(Logging, WithoutAPatternAttachesTheCurrentDirectory) {
   EXPECT_FALSE(shell.monitor().labelled());
 }
 
-TEST_F(Logging, WithoutAFileNameIsABadArgument) {
+TEST_F(ToCommand, WithoutAFileNameIsABadArgument) {
   EXPECT_EQ(toCommand(shell, nullptr, nullptr), ResultBadArgument);
   EXPECT_THAT(calls(), IsEmpty());
   EXPECT_EQ(trafficOutput().trafficMode, TrafficOff);
 }
 
-TEST_F(Logging, PortsThatCannotBeAttachedLeaveTheFileAlone) {
+TEST_F(ToCommand, LeavesTheFileUnchangedIfAPortCannotBeAttached) {
   EXPECT_EQ(toCommand(shell, file.name(), "zz*"), ResultSilent);
   EXPECT_EQ(toCommand(shell, file.name(), "/"), ResultSilent);
   EXPECT_EQ(toCommand(shell, file.name(), "/Midi/Source/Seq"), ResultConnectError);
@@ -93,7 +93,7 @@ TEST_F(Logging, PortsThatCannotBeAttachedLeaveTheFileAlone) {
   EXPECT_THAT(shell.attached(), IsEmpty());
 }
 
-TEST_F(Logging, AFileThatCannotBeOpenedLeavesTheMonitorAttached) {
+TEST_F(ToCommand, LeavesTheMonitorAttachedIfTheFileCannotBeOpened) {
   EXPECT_EQ(toCommand(shell, "/nowhere/at/all", "/Midi/Source/Seq/Out2.0"), ResultOpenFileError);
   EXPECT_THAT(shell.attached(), ElementsAre("Out2.0"));
   EXPECT_EQ(trafficOutput().trafficMode, TrafficOff);
@@ -102,7 +102,7 @@ TEST_F(Logging, AFileThatCannotBeOpenedLeavesTheMonitorAttached) {
   EXPECT_EQ(trafficOutput().trafficMode, TrafficScreen);
 }
 
-TEST_F(Logging, ScreenGoesOnWhenALaterFileCannotBeOpened) {
+TEST_F(ToCommand, KeepsShowingTrafficIfALaterFileCannotBeOpened) {
   EXPECT_EQ(toCommand(shell, file.name(), "/Midi/Source/Seq/Out2.0"), ResultOk);
   arrive(1);
   EXPECT_EQ(toCommand(shell, "/nowhere/at/all", nullptr), ResultOpenFileError);
@@ -114,7 +114,7 @@ TEST_F(Logging, ScreenGoesOnWhenALaterFileCannotBeOpened) {
   EXPECT_EQ(endCommand(shell), ResultOk);
 }
 
-TEST_F(Logging, SeveralMatchesAttachAllAndOpenTheFileForEach) {
+TEST_F(ToCommand, AttachesAllMatchesAndOpensTheFileForEach) {
   EXPECT_EQ(toCommand(shell, file.name(), "/Midi/Source/Seq/*"), ResultOk);
   EXPECT_THAT(shell.attached(), ElementsAre("Out2.0", "Out2.1", "Out2.2"));
   arrive(1);
@@ -126,7 +126,7 @@ TEST_F(Logging, SeveralMatchesAttachAllAndOpenTheFileForEach) {
   EXPECT_THAT(file.positions(), ElementsAre(0U, 0U));
 }
 
-TEST_F(Logging, ResultIsThatOfTheLastMatch) {
+TEST_F(ToCommand, ReturnsTheResultOfTheLastMatch) {
   recording::library().connectResults["Out2.1"] = EvtSrv::EvtRes_NotFound;
   EXPECT_EQ(toCommand(shell, file.name(), "/Midi/Source/Seq/*"), ResultOk);
   EXPECT_THAT(shell.attached(), ElementsAre("Out2.0", "Out2.2"));
@@ -136,7 +136,7 @@ TEST_F(Logging, ResultIsThatOfTheLastMatch) {
   EXPECT_EQ(file.content(), "0xD0 0x01 0x01\n");
 }
 
-TEST_F(Logging, FileStartsAgainTheSecondTime) {
+TEST_F(ToCommand, EmptiesTheFileTheSecondTime) {
   EXPECT_EQ(toCommand(shell, file.name(), "/Midi/Source/Seq/Out2.0"), ResultOk);
   arrive(1);
   EXPECT_EQ(toCommand(shell, file.name(), nullptr), ResultOk);
@@ -145,7 +145,7 @@ TEST_F(Logging, FileStartsAgainTheSecondTime) {
   EXPECT_EQ(file.content(), "0xD0 0x02 0x01\n");
 }
 
-TEST_F(Logging, CatStopsTheWritingAndLeavesTheFileOpen) {
+TEST_F(ToCommand, IsStoppedByCatWhichLeavesTheFileOpen) {
   EXPECT_EQ(toCommand(shell, file.name(), "/Midi/Source/Seq/Out2.0"), ResultOk);
   arrive(1);
   EXPECT_EQ(catCommand(shell, 0, nullptr), ResultOk);
@@ -158,7 +158,7 @@ TEST_F(Logging, CatStopsTheWritingAndLeavesTheFileOpen) {
   EXPECT_FALSE(trafficOutput().trafficFile.isOpen());
 }
 
-TEST_F(Logging, ThePagerStartsAFreshPage) {
+TEST_F(ToCommand, StartsANewPage) {
   shell.type("", 6);
   for (int i = 0; i < 4; ++i) EXPECT_TRUE(shell.output().writeLine({0, 0, "line"}, true));
   EXPECT_EQ(toCommand(shell, file.name(), "/Midi/Source/Seq/Out2.0"), ResultOk);
@@ -171,7 +171,7 @@ TEST_F(Logging, ThePagerStartsAFreshPage) {
   EXPECT_THAT(shell.printed(), testing::HasSubstr("More"));
 }
 
-TEST_F(Logging, BelowAPortPatternsStartAtThePort) {
+TEST_F(ToCommand, BelowAPortMatchesPatternsFromThePort) {
   shell.currentPath() = {"Midi", "Source", "Seq", "Out2.0", "Tone", "In3.1"};
   EXPECT_EQ(toCommand(shell, file.name(), "../Out2.2"), ResultOk);
   EXPECT_THAT(shell.attached(), ElementsAre("Out2.2"));

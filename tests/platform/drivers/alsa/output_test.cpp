@@ -107,8 +107,9 @@ TEST_F(AlsaOutputTest, MessagesThatMidiCannotCarryAreCountedAndLogged) {
   driver().advance(clockNow() + std::chrono::seconds(2));
   EXPECT_THAT(run->notes,
               ::testing::UnorderedElementsAre(
-                  "3 messages for \"" + toText(in) + " peer in\" not sent: there are no more than 16 channels",
-                  "1 message for \"" + toText(in) + " peer in\" not sent: what was to go is not one MIDI message"));
+                  "3 messages for \"" + toText(in) +
+                      " peer in\" not sent: group id and channel do not form a MIDI channel (0 to 15)",
+                  "1 message for \"" + toText(in) + " peer in\" not sent: not exactly one complete MIDI message"));
   EXPECT_THAT(peer.read(), IsEmpty());
 }
 
@@ -122,8 +123,8 @@ TEST_F(AlsaOutputTest, MessagesThatWaitForAReceiverThatLeavesAreCountedAndLogged
   const std::string text = toText(in) + " peer in";
   EXPECT_TRUE(run->until([&] { return run->notes.size() >= 2; }));
   // A pool has 200 cells.
-  EXPECT_THAT(run->notes,
-              ElementsAre("client \"peer\" has gone", "1000 messages for \"" + text + "\" not sent: it has gone"));
+  EXPECT_THAT(run->notes, ElementsAre("client \"peer\" disconnected",
+                                      "1000 messages for \"" + text + "\" not sent: the port does not exist any more"));
 }
 
 }  // namespace

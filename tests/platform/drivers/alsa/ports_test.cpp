@@ -92,7 +92,7 @@ TEST_F(AlsaPorts, TapsAndPlacesReturnWithTheirClient) {
   const device::PortId place = run->place("peer_out");
   peer.reset();
   ASSERT_TRUE(run->until([&] { return !driver().topology().exists(place); }));
-  EXPECT_THAT(run->notes, ElementsAre("client \"peer\" has gone"));
+  EXPECT_THAT(run->notes, ElementsAre("client \"peer\" disconnected"));
   // Somebody else may have the number meanwhile.
   Peer other("other");
   const Address otherOut = other.port("other out", SourceCapabilities);
@@ -100,7 +100,7 @@ TEST_F(AlsaPorts, TapsAndPlacesReturnWithTheirClient) {
   peer.emplace("peer");
   const Address out = peer->port("peer out", SourceCapabilities);
   EXPECT_EQ(run->place("peer_out"), place);
-  EXPECT_THAT(run->notes, ElementsAre("client \"peer\" has gone", "client \"peer\" is back"));
+  EXPECT_THAT(run->notes, ElementsAre("client \"peer\" disconnected", "client \"peer\" connected again"));
   other.note(otherOut, 1, 1);
   ASSERT_TRUE(peer->note(out, 2, 60));
   settle(*peer, out);

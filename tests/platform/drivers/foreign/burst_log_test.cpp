@@ -82,8 +82,8 @@ TEST_F(BurstLogTest, NamesThePortThatMissesMessages) {
   log.addUnsent(4, "drums:in", unsent::TooMuchWaits, 0s);
   log.addUnsent(5, "drums:in", unsent::TooMuchWaits, 0s);
   advance(1s);
-  EXPECT_THAT(lines, ElementsAre("9 messages for \"drums:in\" not sent: too much waits for it",
-                                 "1 message for \"synth:in\" not sent: it has gone"));
+  EXPECT_THAT(lines, ElementsAre("9 messages for \"drums:in\" not sent: its queue is full",
+                                 "1 message for \"synth:in\" not sent: the port does not exist any more"));
 }
 
 }  // namespace

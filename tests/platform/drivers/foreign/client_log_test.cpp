@@ -22,9 +22,10 @@ bool runs(const std::string& /*client*/) { return true; }
 TEST(ClientLog, LogsKnownClientsThatLeaveAndReturn) {
   ClientLog log;
   EXPECT_THAT(log.update(named({"a", "b"}), gone), IsEmpty());
-  EXPECT_THAT(log.update(named({"b", "c"}), gone), ElementsAre("client \"a\" has gone"));
+  EXPECT_THAT(log.update(named({"b", "c"}), gone), ElementsAre("client \"a\" disconnected"));
   EXPECT_THAT(log.update(named({"b", "c"}), gone), IsEmpty());
-  EXPECT_THAT(log.update(named({"c", "a"}), gone), ElementsAre("client \"b\" has gone", "client \"a\" is back"));
+  EXPECT_THAT(log.update(named({"c", "a"}), gone),
+              ElementsAre("client \"b\" disconnected", "client \"a\" connected again"));
 }
 
 TEST(ClientLog, AClientWithoutPortsHasNotGone) {
@@ -33,7 +34,7 @@ TEST(ClientLog, AClientWithoutPortsHasNotGone) {
   EXPECT_THAT(log.update(named({}), runs), IsEmpty());
   EXPECT_THAT(log.update(named({"a"}), gone), IsEmpty());
   log.update(named({}), runs);
-  EXPECT_THAT(log.update(named({}), gone), ElementsAre("client \"a\" has gone"));
+  EXPECT_THAT(log.update(named({}), gone), ElementsAre("client \"a\" disconnected"));
 }
 
 TEST(ClientLog, ClientsThatLeaveWithTheServerAreNotLogged) {
@@ -49,13 +50,13 @@ TEST(ClientLog, TellsClientsOfOneNameApartByTheirKeys) {
   const ForeignClient two{2, "two", {}};
   const std::vector<ForeignClient> both{one, two};
   EXPECT_THAT(log.update(both), IsEmpty());
-  EXPECT_THAT(log.update(std::vector{two}), ElementsAre("client \"one\" has gone"));
+  EXPECT_THAT(log.update(std::vector{two}), ElementsAre("client \"one\" disconnected"));
   EXPECT_THAT(log.update(std::vector{two}), IsEmpty());
   // New, under a number that was another's.
   const std::vector<ForeignClient> three{two, {1, "three", {}}};
   EXPECT_THAT(log.update(three), IsEmpty());
   const std::vector<ForeignClient> again{two, {1, "three", {}}, {5, "one", {}}, {6, "one", {}}};
-  EXPECT_THAT(log.update(again), ElementsAre("client \"one\" is back"));
+  EXPECT_THAT(log.update(again), ElementsAre("client \"one\" connected again"));
 }
 
 }  // namespace

@@ -140,7 +140,7 @@ class Driven : private device::DriverEvents {
     lossNews.push_back(name(source) + " " + std::to_string(count));
   }
   void noted(std::string_view line) override {
-    if (line.find(" skipped, too late") != line.npos) {
+    if (line.find(" skipped because ") != line.npos) {
       ++late;
     } else {
       lines.emplace_back(line);

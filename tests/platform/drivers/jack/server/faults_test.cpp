@@ -30,7 +30,7 @@ TEST_F(JackFaults, WithoutAServerThereIsACauseAndNoDriver) {
   EXPECT_EQ(testing::internal::GetCapturedStdout(), "");
   EXPECT_EQ(testing::internal::GetCapturedStderr(), "");
   ASSERT_TRUE(std::holds_alternative<std::string>(opened));
-  EXPECT_EQ(std::get<std::string>(opened), "no JACK server runs");
+  EXPECT_EQ(std::get<std::string>(opened), "no JACK server is running");
 }
 
 TEST_F(JackFaults, DriverWaitsForAServer) {
@@ -39,7 +39,7 @@ TEST_F(JackFaults, DriverWaitsForAServer) {
   JackServer server;
   ASSERT_TRUE(driven.runUntil([&] { return driven.lines.size() == 2; }));
   EXPECT_THAT(driven.lines,
-              ElementsAre("warning: no JACK server runs: waiting for one", "warning: the JACK server is there"));
+              ElementsAre("warning: no JACK server is running; trying again", "warning: connected to the JACK server"));
   JackPeer keys("keys", {"out"}, {});
   EXPECT_TRUE(driven.runUntilThere("keys:out"));
 }
@@ -78,14 +78,15 @@ void endAndReturn(void (JackServer::*end)()) {
     driven.lines.clear();
     (server.*end)();
     ASSERT_TRUE(driven.runUntil([&] { return !driven.lines.empty(); }));
-    EXPECT_THAT(driven.lines, ElementsAre("warning: the JACK server has gone"));
+    EXPECT_THAT(driven.lines, ElementsAre("warning: connection to the JACK server lost"));
     EXPECT_FALSE(driven.isThere("peer:out"));
     EXPECT_THAT(driven.links, IsEmpty());
     EXPECT_EQ(driven.patch(true, "peer:out", "peer:in"), device::Status::NotFound);
     server.start();
     peer.emplace("peer", "out", "in");
     ASSERT_TRUE(driven.runUntilThere("peer:out"));
-    EXPECT_THAT(driven.lines, ElementsAre("warning: the JACK server has gone", "warning: the JACK server is back"));
+    EXPECT_THAT(driven.lines, ElementsAre("warning: connection to the JACK server lost",
+                                          "warning: connected to the JACK server again"));
     EXPECT_EQ(driven.place("peer:out"), source);
     server.tool("jack_connect", {"peer:out", "peer:in"});
     ASSERT_TRUE(driven.runUntil([&] { return driven.links.contains("peer:out peer:in"); }));

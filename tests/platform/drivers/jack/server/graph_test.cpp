@@ -57,7 +57,7 @@ TEST_F(JackGraph, PortsComeGoAndReturnToTheirPlaces) {
   EXPECT_THAT(driven.lines, IsEmpty());  // the client has been there all the time
 }
 
-TEST_F(JackGraph, AClientThatReturnsHasItsIdAgainAndALineInTheLog) {
+TEST_F(JackGraph, ClientThatReturnsGetsItsOldIdAndALogLine) {
   auto keys = std::make_unique<JackPeer>("keys", std::vector<std::string>{"out"}, std::vector<std::string>{});
   Driven driven;
   const device::PortId place = driven.place("keys:out");
@@ -69,7 +69,7 @@ TEST_F(JackGraph, AClientThatReturnsHasItsIdAgainAndALineInTheLog) {
   JackPeer again("keys", {"out"}, {});
   ASSERT_TRUE(driven.runUntilThere("keys:out"));
   EXPECT_EQ(driven.place("keys:out"), place);
-  EXPECT_THAT(driven.lines, ElementsAre("client \"keys\" has gone", "client \"keys\" is back"));
+  EXPECT_THAT(driven.lines, ElementsAre("client \"keys\" disconnected", "client \"keys\" connected again"));
 }
 
 TEST_F(JackGraph, OwnConnectionsAreMadeInJackAndReportedAtOnce) {
@@ -101,7 +101,7 @@ TEST_F(JackGraph, ConnectionsOfOtherClientsAreReportedAsTheyHappen) {
   EXPECT_THAT(driven.linkNews, ElementsAre("+keys:out synth:in", "-keys:out synth:in", "-keys:out synth:in2"));
 }
 
-TEST_F(JackGraph, NoEchoOfAnOwnChangeUndoesALaterOne) {
+TEST_F(JackGraph, EchoOfAnOwnChangeUndoesNoLaterChange) {
   JackPeer keys("keys", {"out"}, {});
   JackPeer synth("synth", {}, {"in"});
   Driven driven;
@@ -150,7 +150,7 @@ TEST_F(JackGraph, ARenamedPortKeepsItsConnectionsAndItsTap) {
   EXPECT_THAT(driven.links, ElementsAre("keys:loud synth:in"));
 }
 
-TEST_F(JackGraph, TwoDriversSeeOneServer) {
+TEST_F(JackGraph, TwoDriversShareOneServer) {
   JackPeer keys("keys", {"out"}, {});
   JackPeer synth("synth", {}, {"in"});
   Driven one;

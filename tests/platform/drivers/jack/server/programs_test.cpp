@@ -47,6 +47,12 @@ std::string printed(const std::string& endpoint, const std::string& program, std
   return result.standardOutput;
 }
 
+void sendOutputTo(testsupport::ChildDescriptors& descriptors, const std::string& file) {
+  descriptors.open(STDIN_FILENO, "/dev/null", O_RDONLY);
+  descriptors.open(STDOUT_FILENO, file, O_WRONLY | O_CREAT);
+  descriptors.open(STDERR_FILENO, "/dev/null", O_WRONLY);
+}
+
 // streamd with JACK, whose environment says which server.
 std::unique_ptr<StreamDaemon> daemonOnJack(const std::string& locale = "C") {
   std::vector<std::string> arguments{"LC_ALL=" + locale};
@@ -99,8 +105,8 @@ TEST_F(JackPrograms, NamesBeyondAsciiAreShownWhereTheLocaleHasThem) {
     peer.reset();
     return daemon->logged(line, Deadline(Patience));
   };
-  EXPECT_TRUE(logged("C.UTF-8", "client \"K\xC3\xB6ln\\xE2\\x80\\xAE\" has gone"));
-  EXPECT_TRUE(logged("C", "client \"K\\xC3\\xB6ln\\xE2\\x80\\xAE\" has gone"));
+  EXPECT_TRUE(logged("C.UTF-8", "client \"K\xC3\xB6ln\\xE2\\x80\\xAE\" disconnected"));
+  EXPECT_TRUE(logged("C", "client \"K\\xC3\\xB6ln\\xE2\\x80\\xAE\" disconnected"));
 }
 
 TEST_F(JackPrograms, ADaemonSeesConnectionsOfOtherClients) {
@@ -120,8 +126,9 @@ TEST_F(JackPrograms, MessagesInjectedIntoASinkArriveThereOnly) {
   printed(daemon->endpoint(), "streamctl", {"inject", "--group", "3", "synth:in", "0x90", "60", "100"});
   EXPECT_EQ(synth->arrived(), "93 3C 64");
   printed(daemon->endpoint(), "streamctl", {"inject", "--group", "16", "synth:in", "0x90", "60", "100"});
-  EXPECT_TRUE(daemon->logged("jack: 1 message for \"synth:in\" not sent: there are no more than 16 channels\n",
-                             Deadline(Patience)))
+  EXPECT_TRUE(daemon->logged(
+      "jack: 1 message for \"synth:in\" not sent: group id and channel do not form a MIDI channel (0 to 15)\n",
+      Deadline(Patience)))
       << daemon->log();
   printed(daemon->endpoint(), "streamctl", {"inject", "keys:in", "0x90", "61", "100"});
   EXPECT_EQ(keys->arrived(), "90 3D 64");
@@ -178,9 +185,7 @@ TEST_F(JackPrograms, MessagesOfAConnectionAreSeenOnceAtEitherEnd) {
   const testsupport::ScratchFolder folder;
   const std::string seen = folder.path() / "seen";
   testsupport::ChildDescriptors descriptors;
-  descriptors.open(STDIN_FILENO, "/dev/null", O_RDONLY);
-  descriptors.open(STDOUT_FILENO, seen, O_WRONLY | O_CREAT);
-  descriptors.open(STDERR_FILENO, "/dev/null", O_WRONLY);
+  sendOutputTo(descriptors, seen);
   auto environment = JackServer::environment();
   environment["EVTSRV_ENDPOINT"] = daemon->endpoint();
   const testsupport::Child watch(
@@ -207,14 +212,14 @@ TEST_F(JackPrograms, ClientsHaveNamesHoweverManyHaveComeAndGone) {
     const std::string name = "p" + std::to_string(number);
     {
       const JackPeer passing(name, {"out"}, {});
-      ASSERT_TRUE(daemon->logged("jack: group \"" + name + "\" has come: \"" + name + ":out\"\n", Deadline(Patience)))
+      ASSERT_TRUE(daemon->logged("jack: group \"" + name + "\" was added: \"" + name + ":out\"\n", Deadline(Patience)))
           << daemon->log();
     }
-    ASSERT_TRUE(daemon->logged("jack: client \"" + name + "\" has gone\n", Deadline(Patience))) << daemon->log();
+    ASSERT_TRUE(daemon->logged("jack: client \"" + name + "\" disconnected\n", Deadline(Patience))) << daemon->log();
   }
   streamd::Console early(daemon->endpoint());
   PeerProcess last("last", "out", "in");
-  EXPECT_TRUE(early.shows("group \"last\" has come: a new console shows it")) << "but not this one";
+  EXPECT_TRUE(early.shows("group \"last\" was added; restart the console to list it")) << "but not this one";
 
   const std::string listed = printed(daemon->endpoint(), "flowscope", {"-c", "ls -r /Midi/Source"});
   EXPECT_THAT(listed, HasSubstr("last:out"));
@@ -235,9 +240,7 @@ TEST_F(JackPrograms, JacksOwnDumpSeesInjectedMessages) {
   const testsupport::ScratchFolder folder;
   const std::string heard = folder.path() / "heard";
   testsupport::ChildDescriptors descriptors;
-  descriptors.open(STDIN_FILENO, "/dev/null", O_RDONLY);
-  descriptors.open(STDOUT_FILENO, heard, O_WRONLY | O_CREAT);
-  descriptors.open(STDERR_FILENO, "/dev/null", O_WRONLY);
+  sendOutputTo(descriptors, heard);
   const testsupport::Child dump({"stdbuf", {"-oL", "jack_midi_dump", "dump"}, JackServer::environment(), {}},
                                 descriptors);
   const Deadline deadline(Patience);
@@ -256,10 +259,10 @@ TEST_F(JackPrograms, ADaemonOutlivesTheServer) {
   // With a client left over from the dead server, a new one was seen to get nothing from the next server of that name.
   synth.reset();
   keys.reset();
-  EXPECT_TRUE(daemon->logged("the JACK server has gone\n", Deadline(Patience))) << daemon->log();
+  EXPECT_TRUE(daemon->logged("connection to the JACK server lost\n", Deadline(Patience))) << daemon->log();
   server->start();
   keys.emplace("keys", "out", "in");
-  EXPECT_TRUE(daemon->logged("the JACK server is back\n", Deadline(Patience))) << daemon->log();
+  EXPECT_TRUE(daemon->logged("connected to the JACK server again\n", Deadline(Patience))) << daemon->log();
   // JACK loses what falls into a period for which somebody was late.
   std::optional<std::string> arrived;
   for (int turn = 0; turn < 5 && !arrived; ++turn) {

@@ -1,6 +1,9 @@
 // Messages to a JACK server.
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
+#include <jack/jack.h>
+
+#include <memory>
 
 #include "tests/platform/drivers/jack/server/messages_fixture.h"
 
@@ -103,9 +106,10 @@ TEST_F(JackMessages, MessagesThatMidiCannotCarryAreRefusedAndLogged) {
     driven->deliver("peer:in", {0x90, 1});
     driven->deliver("peer:in", {0x90, 2, 2}, 15);
     driven->runUntil([&] { return driven->lines.size() == 2; });
-    EXPECT_THAT(driven->lines,
-                ElementsAre("2 messages for \"peer:in\" not sent: there are no more than 16 channels",
-                            "1 message for \"peer:in\" not sent: what was to go is not one MIDI message"));
+    EXPECT_THAT(
+        driven->lines,
+        ElementsAre("2 messages for \"peer:in\" not sent: group id and channel do not form a MIDI channel (0 to 15)",
+                    "1 message for \"peer:in\" not sent: not exactly one complete MIDI message"));
     return peer->arrived("in") == expected;
   });
 }
@@ -117,15 +121,28 @@ TEST_F(JackMessages, MessagesForASinkThatHasGoneAreLogged) {
   // The driver has not looked since.
   driven->deliver("brief:in", {0x90, 1, 1});
   ASSERT_TRUE(driven->runUntil([&] { return driven->lines.size() == 2; }));
-  EXPECT_THAT(driven->lines,
-              ElementsAre("client \"brief\" has gone", "1 message for \"brief:in\" not sent: it has gone"));
+  EXPECT_THAT(driven->lines, ElementsAre("client \"brief\" disconnected",
+                                         "1 message for \"brief:in\" not sent: the port does not exist any more"));
+}
+
+TEST_F(JackMessages, MessagesForASinkThatCannotBeConnectedAreLogged) {
+  // JACK connects nothing to a client that is not active.
+  const std::unique_ptr<jack_client_t, int (*)(jack_client_t*)> idle(
+      jack_client_open("idle", static_cast<jack_options_t>(JackNoStartServer | JackUseExactName), nullptr),
+      jack_client_close);
+  ASSERT_NE(idle, nullptr);
+  jack_port_register(idle.get(), "in", JACK_DEFAULT_MIDI_TYPE, JackPortIsInput, 0);
+  ASSERT_TRUE(driven->runUntilThere("idle:in"));
+  driven->deliver("idle:in", {0x90, 1, 1});
+  ASSERT_TRUE(driven->runUntil([&] { return !driven->lines.empty(); }));
+  EXPECT_THAT(driven->lines, ElementsAre("1 message for \"idle:in\" not sent: cannot connect to the port"));
 }
 
 TEST_F(JackMessages, MessagesThatStillWaitWhenASinkGoesAreCounted) {
   // JACK takes a second for so much.
   for (int message = 0; message < 200; ++message) driven->deliver("peer:in", longExclusive(60'000));
   peer.reset();
-  const auto line = ContainsRegex("^[1-9][0-9]* messages for \"peer:in\" not sent: it has gone$");
+  const auto line = ContainsRegex("^[1-9][0-9]* messages for \"peer:in\" not sent: the port does not exist any more$");
   EXPECT_TRUE(driven->runUntil([&] { return Matches(Contains(line))(driven->lines); }));
 }
 
