@@ -46,6 +46,16 @@ class DriverEvents {
   DriverEvents& operator=(const DriverEvents&) = default;
 };
 
+// What the service needs to know of a driver once, when it starts.
+struct Started {
+  // The connections that the service carries from the start, in the order of creation.
+  std::vector<Link> links;
+
+  // Readable when Driver::advance must be called, even before the time that it returned. Valid while the driver lives;
+  // -1 if there is none.
+  int descriptor = -1;
+};
+
 // A device: its ports, and what they do. All operations run on the service's thread. None blocks for longer than a few
 // requests to the other system take. The destructor may wait until queued messages are sent.
 class Driver {
@@ -57,13 +67,10 @@ class Driver {
   // gets it back when it returns.
   virtual const Topology& topology() const = 0;
 
-  // The connections that the service carries from the start, in the order of creation.
-  virtual const std::vector<Link>& initialLinks() const = 0;
-
   // Sets the receiver of all events. Called once, before all operations below, on the thread that creates the service;
   // the service's own thread may be another one, which has not started yet. Calls linked for each connection that
-  // exists in the other system.
-  virtual void start(DriverEvents& events, Time now) = 0;
+  // exists in the other system; emits no message yet.
+  virtual Started start(DriverEvents& events, Time now) = 0;
 
   // A message arrived at a sink port of the device; the driver delivers it to the port once. The driver may call
   // DriverEvents::emitted from inside this call (a thru); the service breaks loops. A message that cannot be delivered
@@ -75,23 +82,19 @@ class Driver {
   virtual void setUsed(PortId source, bool used, Time now) = 0;
 
   // Does a bounded piece of the work that is due at now. Returns when to call it again: a time at or before now means
-  // at once; nullopt: call again when descriptor() is readable.
+  // at once; nullopt: call again when Started::descriptor is readable.
   virtual std::optional<Time> advance(Time now) = 0;
-
-  // The service ends; nothing is called after this. Notes all counts that were not reported yet.
-  virtual void finish(Time /*now*/) {}
 
   // Makes (made is true) or removes (made is false) a connection in the other system, and calls linked or unlinked
   // before it returns. Both ports exist. Ok if the connection to make already exists; NotFound if the connection to
   // remove does not exist; nullopt if the other system does not handle this connection: the service then carries it.
   virtual std::optional<Status> patch(bool made, const Link& link, Time now);
 
-  // Readable when advance must be called, even before the time that advance returned. Never changes while the driver
-  // lives. -1 if there is none.
-  virtual int descriptor() const { return -1; }
-
   // True while so much output waits that senders must be held back. A change leads to a call of advance.
   virtual bool behind() const { return false; }
+
+  // The service ends; nothing is called after this. Notes all counts that were not reported yet.
+  virtual void finish(Time /*now*/) {}
 };
 
 inline std::optional<Status> Driver::patch(bool /*made*/, const Link& /*link*/, Time /*now*/) { return std::nullopt; }

@@ -8,18 +8,18 @@
 #include "platform/drivers/described/device_file.h"
 #include "platform/drivers/side_by_side.h"
 #ifdef FLOWSCOPE_HAVE_ALSA
-#include "platform/drivers/alsa/alsa_driver.h"
+#include "platform/drivers/alsa/driver.h"
 #endif
 #ifdef FLOWSCOPE_HAVE_JACK
-#include "platform/drivers/jack/jack_driver.h"
+#include "platform/drivers/jack/driver.h"
 #endif
 
 namespace drivers {
 namespace {
 
-DriverOrProblem openBuiltin(Service /*service*/) { return makeBuiltinDriver(); }
+DriverOrProblem openBuiltin(Lifetime /*service*/) { return makeBuiltinDriver(); }
 
-DriverOrProblem openSequencer(Service /*service*/) {
+DriverOrProblem openSequencer(Lifetime /*service*/) {
 #ifdef FLOWSCOPE_HAVE_ALSA
   return openAlsa();
 #else
@@ -27,9 +27,9 @@ DriverOrProblem openSequencer(Service /*service*/) {
 #endif
 }
 
-DriverOrProblem openServer([[maybe_unused]] Service service) {
+DriverOrProblem openServer([[maybe_unused]] Lifetime service) {
 #ifdef FLOWSCOPE_HAVE_JACK
-  return openJack(service == Service::Long ? Absent::IsWaitedFor : Absent::Fails);
+  return openJack(service == Lifetime::Long ? Absent::IsWaitedFor : Absent::Fails);
 #else
   return "built without support for JACK";
 #endif
@@ -59,7 +59,7 @@ std::string namesOfAll() {
 DriverOrProblem openDevice(std::string_view device) {
   if (device.empty()) return makeBuiltinDriver();
   const Entry* entry = find(device);
-  return entry != nullptr && entry->isSystem ? entry->open(Service::Short) : loadDeviceFile(std::string(device));
+  return entry != nullptr && entry->isSystem ? entry->open(Lifetime::Short) : loadDeviceFile(std::string(device));
 }
 
 DriverOrProblem openDrivers(const std::vector<std::string>& names, const std::string& file) {
@@ -70,7 +70,7 @@ DriverOrProblem openDrivers(const std::vector<std::string>& names, const std::st
   std::vector<NamedDriver> opened;
   for (const std::string& name : names) {
     const Entry* entry = find(name);
-    auto driver = entry == nullptr ? DriverOrProblem("no such driver") : entry->open(Service::Long);
+    auto driver = entry == nullptr ? DriverOrProblem("no such driver") : entry->open(Lifetime::Long);
     if (const auto* problem = std::get_if<std::string>(&driver)) return name + ": " + *problem;
     opened.push_back({name, std::get<std::unique_ptr<device::Driver>>(std::move(driver))});
   }

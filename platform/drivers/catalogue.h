@@ -16,7 +16,7 @@ namespace drivers {
 using DriverOrProblem = std::variant<std::unique_ptr<device::Driver>, std::string>;
 
 // How long the service that uses the driver lives. With Long, a driver may wait for a system that does not run yet.
-enum class Service { Short, Long };
+enum class Lifetime { Short, Long };
 
 // A driver and its name.
 struct Entry {
@@ -24,7 +24,7 @@ struct Entry {
   std::string_view text;  // "JACK": what the driver serves, for users
 
   // Blocks while the other system answers.
-  DriverOrProblem (*open)(Service service);
+  DriverOrProblem (*open)(Lifetime service);
 
   // True if the ports are those of another system. Such a driver can be requested by name alone (embedded:jack), and at
   // most once: a second one would list all ports twice, and the copies would hear each other. If the system does not

@@ -37,21 +37,21 @@ service::EventPortId toPort(std::uint32_t number) { return service::EventPortId{
 
 }  // namespace
 
-Dispatcher::Dispatcher(service::Service& service, Peers& peers, const Limits& limits, Log log, Log warnings)
+Dispatcher::Dispatcher(service::Service& service, PeerSocket& peers, const Settings& settings, Log log, Log warnings)
     : service_(service),
       peers_(peers),
-      limits_(limits),
+      settings_(settings),
       log_(std::move(log)),
       warnings_(std::move(warnings)),
-      firstHandle_(limits.firstHandle ? *limits.firstHandle : randomNumber()),
+      firstHandle_(settings.firstHandle ? *settings.firstHandle : randomNumber()),
       topologyVersion_(service.topologyVersion()),
       lostBefore_(LossBeforeInterval),
       uncountedLosses_(UncountedLossInterval),
       events_(wire::encode(0, wire::Events{})),
       eventsFront_(events_.size()) {
-  limits_.eventWindow = std::max<std::size_t>(limits_.eventWindow, wire::MinEventWindow);
-  limits_.graphWindow = std::max<std::uint64_t>(limits_.graphWindow, wire::MinGraphWindow);
-  limits_.sendWindow = std::max<std::uint32_t>(limits_.sendWindow, 1);
+  settings_.eventWindow = std::max<std::size_t>(settings_.eventWindow, wire::MinEventWindow);
+  settings_.graphWindow = std::max<std::uint64_t>(settings_.graphWindow, wire::MinGraphWindow);
+  settings_.sendWindow = std::max<std::uint32_t>(settings_.sendWindow, 1);
 }
 
 void Dispatcher::receive(std::string_view peer, std::span<const std::uint8_t> message, device::Time now) {
@@ -116,7 +116,7 @@ void Dispatcher::handle(const Request& request, wire::Hello& message) {
   session.process = message.process;
   noteConnection(session, 0, request.now);
   log(session, "connected");
-  answer(request, wire::Welcome{session.number, limits_.sendWindow});
+  answer(request, wire::Welcome{session.number, settings_.sendWindow});
 }
 
 void Dispatcher::handle(const Request& request, wire::Goodbye& message) {
@@ -213,7 +213,7 @@ void Dispatcher::handle(const Request& request, wire::Inject& message) {
 
 void Dispatcher::handle(const Request& request, wire::AskStats& message) {
   if (sessionFor(request, message.session, &Session::controlPeer) == nullptr) return;
-  answer(request, statsMessage(service_, sessions_, limits_));
+  answer(request, statsMessage(service_, sessions_, settings_));
 }
 
 void Dispatcher::handle(const Request& request, wire::OpenEvents& message) {

@@ -8,10 +8,10 @@
 #include <unordered_map>
 #include <vector>
 
-#include "platform/host/limits.h"
 #include "platform/host/log.h"
-#include "platform/host/peers.h"
+#include "platform/host/peer_socket.h"
 #include "platform/host/session_table.h"
+#include "platform/host/settings.h"
 #include "platform/service/service.h"
 #include "platform/wire/messages.h"
 #include "platform/wire/total_news.h"
@@ -19,7 +19,7 @@
 namespace host {
 
 // Passes the messages of clients to a service, and the service's answers and news to the clients. Outgoing messages
-// reach Peers before the operation returns. Has no sockets, threads or clock of its own.
+// reach the PeerSocket before the operation returns. Has no sockets, threads or clock of its own.
 //
 // Nothing is sent beyond what a client has room for: events, graph changes, and Send and Inject messages have windows,
 // and a request has one answer. So a peer that takes no more has broken the rules or disconnected, and its client is
@@ -30,13 +30,13 @@ namespace host {
 class Dispatcher {
  public:
   // service and peers must outlive the dispatcher. warnings: receives the device's warnings, which log receives too.
-  Dispatcher(service::Service& service, Peers& peers, const Limits& limits, Log log, Log warnings = {});
+  Dispatcher(service::Service& service, PeerSocket& peers, const Settings& settings, Log log, Log warnings = {});
 
   // Handles a message from peer.
   void receive(std::string_view peer, std::span<const std::uint8_t> message, device::Time now);
 
-  // A connection (see Peers::connection) seems to be closed. Sends to its clients for a while, to find out whether they
-  // are still there.
+  // A connection (see PeerSocket::connection) seems to be closed. Sends to its clients for a while, to find out whether
+  // they are still there.
   void connectionClosed(int connection, device::Time now);
 
   // No message is ready: tells waiting senders how far the service has come.
@@ -103,11 +103,11 @@ class Dispatcher {
   void log(const Session& session, std::string_view what) const;
 
   service::Service& service_;
-  Peers& peers_;
-  Limits limits_;
+  PeerSocket& peers_;
+  Settings settings_;
   Log log_;
   Log warnings_;
-  std::uint64_t firstHandle_;      // see Limits
+  std::uint64_t firstHandle_;      // see Settings
   std::uint64_t topologyVersion_;  // as last reported to the sessions
   SessionTable sessions_;
   std::unordered_map<int, device::Time> closedAt_;  // recently closed connections

@@ -33,7 +33,7 @@ std::string lossText(std::uint64_t count) {
 void Dispatcher::countTaken(Session& session) {
   ++session.taken;
   takenOwed_ = true;
-  const std::uint64_t often = std::max<std::uint64_t>(limits_.sendWindow / 4, 1);
+  const std::uint64_t often = std::max<std::uint64_t>(settings_.sendWindow / 4, 1);
   if (session.taken - session.takenTold >= often && !service_.behind()) sendTaken(session);
 }
 
@@ -70,8 +70,8 @@ void Dispatcher::sendEvents() {
 }
 
 void Dispatcher::sendEvents(Session& session) {
-  while (!session.gone && session.events.onItsWay() < limits_.eventWindow && service_.hasEvents(session.client)) {
-    const std::uint64_t room = limits_.eventWindow - session.events.onItsWay();
+  while (!session.gone && session.events.onItsWay() < settings_.eventWindow && service_.hasEvents(session.client)) {
+    const std::uint64_t room = settings_.eventWindow - session.events.onItsWay();
     events_.resize(eventsFront_);
     const auto most = static_cast<std::size_t>(std::min<std::uint64_t>(room, MaxEventsBytes));
     session.events.sent(service_.takeEvents(session.client, most, events_));
@@ -85,7 +85,7 @@ void Dispatcher::sendGraphChanges() {
     const auto message = wire::encode(0, wire::GraphChanged{change.version, change.added, record});
     for (auto& [number, session] : sessions_.all()) {
       if (session.graphPeer.empty() || session.graphStale) continue;
-      if (session.graph.onItsWay() < limits_.graphWindow) {
+      if (session.graph.onItsWay() < settings_.graphWindow) {
         session.graph.sent(1);
         sendTo(session.graphPeer, message);
       } else {

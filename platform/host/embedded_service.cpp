@@ -18,8 +18,8 @@ constexpr int IoThreads = 0;
 
 }  // namespace
 
-EmbeddedService::EmbeddedService(std::unique_ptr<device::Driver> driver, const Limits& limits, Log warnings)
-    : context_(IoThreads), host_(context_, std::move(driver), limits, Log{}, std::move(warnings)) {
+EmbeddedService::EmbeddedService(std::unique_ptr<device::Driver> driver, const Settings& settings, Log warnings)
+    : context_(IoThreads), host_(context_, std::move(driver), settings, Log{}, std::move(warnings)) {
   if (const auto problem = host_.bind(address_)) throw std::runtime_error(*problem);
   const sys::WithoutSignals quiet;
   thread_ = std::thread([this] {

@@ -8,8 +8,8 @@
 
 #include "platform/device/driver.h"
 #include "platform/host/host.h"
-#include "platform/host/limits.h"
 #include "platform/host/log.h"
+#include "platform/host/settings.h"
 
 namespace host {
 
@@ -20,7 +20,7 @@ class EmbeddedService {
  public:
   // Throws an exception derived from std::exception if the system provides no thread or no socket. warnings: see
   // Dispatcher.
-  explicit EmbeddedService(std::unique_ptr<device::Driver> driver, const Limits& limits = {}, Log warnings = {});
+  explicit EmbeddedService(std::unique_ptr<device::Driver> driver, const Settings& settings = {}, Log warnings = {});
   EmbeddedService(const EmbeddedService&) = delete;
   EmbeddedService& operator=(const EmbeddedService&) = delete;
   ~EmbeddedService();

@@ -1,4 +1,4 @@
-// Handles of groups in messages are offset by firstHandle: see Limits::firstHandle.
+// Handles of groups in messages are offset by firstHandle: see Settings::firstHandle.
 #pragma once
 
 #include <cstdint>

@@ -23,10 +23,11 @@ long pollTimeout(std::optional<device::Time> until) {
 
 }  // namespace
 
-Host::Host(zmq::context_t& context, std::unique_ptr<device::Driver> driver, const Limits& limits, Log log, Log warnings)
+Host::Host(zmq::context_t& context, std::unique_ptr<device::Driver> driver, const Settings& settings, Log log,
+           Log warnings)
     : socket_(context),
-      service_(std::move(driver), limits.service, clockNow()),
-      dispatcher_(service_, socket_, limits, std::move(log), std::move(warnings)) {}
+      service_(std::move(driver), settings.service, clockNow()),
+      dispatcher_(service_, socket_, settings, std::move(log), std::move(warnings)) {}
 
 void Host::run() {
   bool drained = true;

@@ -9,9 +9,9 @@
 
 #include "platform/device/driver.h"
 #include "platform/host/dispatcher.h"
-#include "platform/host/limits.h"
 #include "platform/host/log.h"
 #include "platform/host/router_socket.h"
+#include "platform/host/settings.h"
 #include "platform/service/service.h"
 #include "platform/system/event_descriptor.h"
 
@@ -22,7 +22,7 @@ class Host {
  public:
   // Starts the device at once. context must outlive the host. warnings: see Dispatcher. Throws zmq::error_t or
   // std::system_error if the system provides no socket.
-  Host(zmq::context_t& context, std::unique_ptr<device::Driver> driver, const Limits& limits, Log log,
+  Host(zmq::context_t& context, std::unique_ptr<device::Driver> driver, const Settings& settings, Log log,
        Log warnings = {});
 
   // Accepts clients at this ZeroMQ endpoint from now on. Returns nullopt on success, else the reason in words.

@@ -10,12 +10,12 @@
 #include <zmq.hpp>
 
 #include "platform/channel/socket_monitor.h"
-#include "platform/host/peers.h"
+#include "platform/host/peer_socket.h"
 
 namespace host {
 
 // A ROUTER socket. For one thread at a time. Signals do not interrupt its operations.
-class RouterSocket : public Peers {
+class RouterSocket : public PeerSocket {
  public:
   // A message and its sender. Views into the socket, valid until the next receive.
   struct Incoming {

@@ -47,7 +47,7 @@ struct Session {
   std::string controlPeer;
   std::string eventPeer;
   std::string graphPeer;
-  std::array<std::optional<int>, 3> connections;  // of the three sockets, see Peers::connection
+  std::array<std::optional<int>, 3> connections;  // of the three sockets, see PeerSocket::connection
 
   Credit events;  // in bytes of entries
   Credit graph;   // in versions of the patch graph

@@ -5,7 +5,7 @@
 
 namespace host {
 
-wire::Stats statsMessage(const service::Service& service, const SessionTable& sessions, const Limits& limits) {
+wire::Stats statsMessage(const service::Service& service, const SessionTable& sessions, const Settings& settings) {
   std::vector<const Session*> inOrder;
   for (const auto& [number, session] : sessions.all()) inOrder.push_back(&session);
   std::ranges::sort(inOrder, {}, &Session::client);
@@ -14,7 +14,7 @@ wire::Stats statsMessage(const service::Service& service, const SessionTable& se
   wire::Stats message{.in = all.in,
                       .out = all.out,
                       .lost = all.lost + all.lostBefore,
-                      .queueLimit = limits.service.queueBytes,
+                      .queueLimit = settings.service.queueBytes,
                       .clients = {},
                       .uncountedLosses = all.uncountedLosses};
   for (const Session* session : inOrder) {

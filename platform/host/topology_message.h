@@ -1,5 +1,5 @@
 // A device's topology, and its names in other systems, as messages. Handles are offset by firstHandle (see
-// Limits::firstHandle).
+// Settings::firstHandle).
 #pragma once
 
 #include <cstdint>

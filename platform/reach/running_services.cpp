@@ -49,7 +49,7 @@ channel::ConnectorOrProblem openEmbedded(const std::string& device) {
     const std::string address = channel::Address{channel::Transport::Embedded, device}.text();
     const auto warn = [address](std::string_view line) { sys::sayLine(channel::addressLine(address, line)); };
     const auto service = std::make_shared<host::EmbeddedService>(
-        std::get<std::unique_ptr<device::Driver>>(std::move(driver)), host::Limits{}, warn);
+        std::get<std::unique_ptr<device::Driver>>(std::move(driver)), host::Settings{}, warn);
     known = service;
     return connectorTo(service);
   } catch (const std::exception& failure) {

@@ -4,21 +4,29 @@ namespace service {
 
 PatchGraph::PatchGraph(const device::Topology& topology, const std::vector<device::Link>& initial)
     : topology_(topology) {
+  begin(initial);
+}
+
+void PatchGraph::begin(const std::vector<device::Link>& initial) {
+  auto order = -static_cast<std::int64_t>(initial.size());
   for (const device::Link& link : initial) {
-    if (topology_.exists(link.source()) && topology_.exists(link.sink())) insert(link, Carrier::Service);
+    if (topology_.exists(link.source()) && topology_.exists(link.sink())) insert(link, Carrier::Service, order++);
   }
 }
 
 device::Status PatchGraph::connect(const device::Link& link, Carrier carrier) {
   if (!topology_.exists(link.source()) || !topology_.exists(link.sink())) return device::Status::NotFound;
-  if (insert(link, carrier)) ++version_;
+  if (insert(link, carrier, nextOrder_)) {
+    ++nextOrder_;
+    ++version_;
+  }
   return device::Status::Ok;
 }
 
 device::Status PatchGraph::disconnect(const device::Link& link) {
   const auto found = orders_.find(link);
   if (found == orders_.end()) return device::Status::NotFound;
-  const std::uint64_t order = found->second;
+  const std::int64_t order = found->second;
   orders_.erase(found);
   links_.erase(order);
   forget(link.source(), order);
@@ -35,9 +43,9 @@ std::vector<device::Link> PatchGraph::orphans() const {
   return orphans;
 }
 
-const PatchGraph::Peers& PatchGraph::peers(device::PortId port) const {
-  const auto found = peers_.find(port);
-  return found == peers_.end() ? none_ : found->second;
+const PatchGraph::Neighbours& PatchGraph::neighbours(device::PortId port) const {
+  const auto found = neighbours_.find(port);
+  return found == neighbours_.end() ? none_ : found->second;
 }
 
 std::vector<device::Link> PatchGraph::links() const {
@@ -50,23 +58,22 @@ std::vector<device::Link> PatchGraph::links() const {
 std::optional<PatchGraph::Carrier> PatchGraph::carrier(const device::Link& link) const {
   const auto found = orders_.find(link);
   if (found == orders_.end()) return std::nullopt;
-  return peers(link.source()).at(found->second).carrier;
+  return neighbours(link.source()).at(found->second).carrier;
 }
 
 // Returns false if the connection already exists.
-bool PatchGraph::insert(const device::Link& link, Carrier carrier) {
-  if (!orders_.emplace(link, nextOrder_).second) return false;
-  links_.emplace_hint(links_.end(), nextOrder_, link);
-  peers_[link.source()].emplace(nextOrder_, Peer{link.sink(), carrier});
-  peers_[link.sink()].emplace(nextOrder_, Peer{link.source(), carrier});
-  ++nextOrder_;
+bool PatchGraph::insert(const device::Link& link, Carrier carrier, std::int64_t order) {
+  if (!orders_.emplace(link, order).second) return false;
+  links_.emplace_hint(links_.end(), order, link);
+  neighbours_[link.source()].emplace(order, Neighbour{link.sink(), carrier});
+  neighbours_[link.sink()].emplace(order, Neighbour{link.source(), carrier});
   return true;
 }
 
-void PatchGraph::forget(device::PortId port, std::uint64_t order) {
-  const auto found = peers_.find(port);
+void PatchGraph::forget(device::PortId port, std::int64_t order) {
+  const auto found = neighbours_.find(port);
   found->second.erase(order);
-  if (found->second.empty()) peers_.erase(found);
+  if (found->second.empty()) neighbours_.erase(found);
 }
 
 }  // namespace service

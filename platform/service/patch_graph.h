@@ -23,17 +23,20 @@ class PatchGraph {
   enum class Carrier : std::uint8_t { Service, Device };
 
   // The port at the other end of a connection.
-  struct Peer {
+  struct Neighbour {
     device::PortId port;
     Carrier carrier = Carrier::Service;
   };
 
   // A port's connections, by a number that grows with each connection made.
-  using Peers = std::map<std::uint64_t, Peer>;
+  using Neighbours = std::map<std::int64_t, Neighbour>;
 
-  // topology says which ports exist, and must outlive the graph. initial: the connections at version 0; those between
-  // ports that do not exist are left out.
-  PatchGraph(const device::Topology& topology, const std::vector<device::Link>& initial);
+  // topology says which ports exist, and must outlive the graph. initial: see begin.
+  explicit PatchGraph(const device::Topology& topology, const std::vector<device::Link>& initial = {});
+
+  // Enters the connections of version 0. They come before all others, even those that were made before this call. Those
+  // between ports that do not exist are left out. Call this at most once.
+  void begin(const std::vector<device::Link>& initial);
 
   // Ok, without a change, if the connection already exists; NotFound if one of its ports does not exist.
   device::Status connect(const device::Link& link, Carrier carrier = Carrier::Service);
@@ -46,7 +49,7 @@ class PatchGraph {
 
   // Returns the sinks of a source or the sources of a sink, in the order of creation; empty if the port has none or
   // does not exist. Valid until the next change.
-  const Peers& peers(device::PortId port) const;
+  const Neighbours& neighbours(device::PortId port) const;
 
   // All connections, in the order of creation.
   std::vector<device::Link> links() const;
@@ -60,15 +63,15 @@ class PatchGraph {
   std::uint64_t version() const { return version_; }
 
  private:
-  bool insert(const device::Link& link, Carrier carrier);
-  void forget(device::PortId port, std::uint64_t order);
+  bool insert(const device::Link& link, Carrier carrier, std::int64_t order);
+  void forget(device::PortId port, std::int64_t order);
 
   const device::Topology& topology_;
-  std::map<std::uint64_t, device::Link> links_;
-  std::unordered_map<device::Link, std::uint64_t, device::LinkHash> orders_;
-  std::unordered_map<device::PortId, Peers, device::PortHash> peers_;
-  Peers none_;  // for ports without connections
-  std::uint64_t nextOrder_ = 0;
+  std::map<std::int64_t, device::Link> links_;
+  std::unordered_map<device::Link, std::int64_t, device::LinkHash> orders_;
+  std::unordered_map<device::PortId, Neighbours, device::PortHash> neighbours_;
+  Neighbours none_;             // for ports without connections
+  std::int64_t nextOrder_ = 0;  // initial connections have negative numbers
   std::uint64_t version_ = 0;
 };
 

@@ -65,9 +65,9 @@ void Router::travel() {
 // Sinks that the device already served come first: otherwise a path through the service could reach such a sink earlier
 // and deliver the message again.
 void Router::pushSinks(const Step& step) {
-  const auto& sinks = graph_.peers(step.port);
+  const auto& sinks = graph_.neighbours(step.port);
   for (const bool brought : {false, true}) {
-    std::for_each(sinks.rbegin(), sinks.rend(), [&](const PatchGraph::Peers::value_type& sink) {
+    std::for_each(sinks.rbegin(), sinks.rend(), [&](const PatchGraph::Neighbours::value_type& sink) {
       if ((step.byDevice && sink.second.carrier == PatchGraph::Carrier::Device) != brought) return;
       ahead_.push_back({sink.second.port, step.message, step.now, brought, step.owned});
     });

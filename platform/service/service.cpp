@@ -2,27 +2,22 @@
 
 #include <algorithm>
 #include <set>
-#include <unordered_map>
-#include <unordered_set>
 #include <utility>
 
+#include "platform/service/client_table.h"
 #include "platform/service/patch_graph.h"
 #include "platform/service/router.h"
-#include "platform/service/tap_queue.h"
+#include "platform/service/source_use.h"
 #include "platform/service/tap_table.h"
 
 namespace service {
 
 struct Service::State {
-  struct Client {
-    TapQueue queue;
-    std::uint64_t in = 0;
-  };
-
-  State(std::unique_ptr<device::Driver> device, Limits sizes)
+  State(std::unique_ptr<device::Driver> device, QueueLimits sizes)
       : driver(std::move(device)),
-        limits(sizes),
-        graph(driver->topology(), driver->initialLinks()),
+        graph(driver->topology()),
+        use(*driver, graph, taps),
+        clients(sizes.queueBytes),
         router(
             graph,
             [this](device::PortId port, const device::Message& message, device::Time now) {
@@ -33,13 +28,12 @@ struct Service::State {
             }) {}
 
   const device::Topology& topology() const { return driver->topology(); }
-  bool knows(ClientId client) const { return clients.contains(client); }
 
   void copyToTaps(device::PortId port, const device::Message& message, device::Time now) {
     const TapTable::TappedPort* tapped = taps.find(port);
     if (tapped == nullptr) return;
     for (const Tap& tap : tapped->taps) {
-      clients.at(tap.client).queue.add(tap.eventPort, port, tapped->name, tap.holderBytes, message, now);
+      clients.queue(tap.client)->add(tap.eventPort, port, tapped->name, tap.holderBytes, message, now);
     }
   }
 
@@ -49,62 +43,15 @@ struct Service::State {
 
   bool tapped(device::PortId port) const { return !taps.of(port).empty(); }
 
-  // True if anyone needs what a source emits: a tap of the source or of a connected sink, or the service itself, which
-  // carries it on.
-  bool wanted(device::PortId source) const {
-    return tapped(source) || std::ranges::any_of(graph.peers(source), [this](const auto& sink) {
-             return sink.second.carrier == PatchGraph::Carrier::Service || tapped(sink.second.port);
-           });
-  }
-
-  void refreshUse(device::PortId source, device::Time now) {
-    const bool isUsed = wanted(source);
-    if (isUsed == used.contains(source)) return;
-    if (isUsed) {
-      used.insert(source);
-    } else {
-      used.erase(source);
-    }
-    driver->setUsed(source, isUsed, now);
-  }
-
-  // Call this after a change of the port's taps.
-  void refreshUseAround(device::PortId port, device::Time now) { refreshUseAround(std::vector{port}, now); }
-
-  // Like above, for many ports: checks a source only once even if several of the ports are connected to it.
-  void refreshUseAround(const std::vector<device::PortId>& ports, device::Time now) {
-    std::unordered_set<device::PortId, device::PortHash> seen;
-    std::vector<device::PortId> sources;
-    const auto enter = [&](device::PortId source) {
-      if (seen.insert(source).second) sources.push_back(source);
-    };
-    for (const device::PortId port : ports) {
-      if (port.side == device::Side::Source) {
-        enter(port);
-      } else {
-        for (const auto& [order, peer] : graph.peers(port)) enter(peer.port);
-      }
-    }
-    for (const device::PortId source : sources) refreshUse(source, now);
-  }
-
-  // settle refreshes the uses later, when the driver's operation has returned.
+  // Call settle when the driver's operation has returned.
   void graphChanged(bool added, const device::Link& link) {
     changes.push_back({graph.version(), added, link, isCarried(link)});
-    unsettled.push_back(link.source());
+    use.mark(link.source());
   }
 
   bool isCarried(const device::Link& link) const {
     if (graph.carrier(link) != PatchGraph::Carrier::Service) return false;
     return topology().find(link.sourceGroup)->system != topology().find(link.sinkGroup)->system;
-  }
-
-  // Marks the sources that a change of the port's taps affects.
-  void tapsChanged(device::PortId port) {
-    if (port.side == device::Side::Source) unsettled.push_back(port);
-    for (const auto& [order, peer] : graph.peers(port)) {
-      if (port.side == device::Side::Sink) unsettled.push_back(peer.port);
-    }
   }
 
   // Moves the taps of ports that the device dropped to the ports that have their names now.
@@ -114,8 +61,8 @@ struct Service::State {
       const auto now = topology().port(taps.find(port)->name);
       if (!now) continue;
       taps.move(port, *now);
-      tapsChanged(port);
-      tapsChanged(*now);
+      use.markAround(port);
+      use.markAround(*now);
     }
   }
 
@@ -136,89 +83,70 @@ struct Service::State {
     return true;
   }
 
-  // Returns whether there was anything to settle.
-  bool settle(device::Time now) {
-    const bool any = !unsettled.empty();
-    while (!unsettled.empty()) {
-      for (const device::PortId source : std::exchange(unsettled, {})) refreshUse(source, now);
-    }
-    return any;
-  }
-
   std::unique_ptr<device::Driver> driver;
-  Limits limits;
-  std::unordered_set<device::PortId, device::PortHash> used;  // as last reported to the driver
-  std::vector<device::PortId> unsettled;                      // sources whose taps or connections changed
+  int descriptor = -1;  // the driver's
   PatchGraph graph;
   TapTable taps;
-  std::unordered_map<ClientId, Client> clients;
+  SourceUse use;
+  ClientTable clients;
   Router router;
   std::vector<GraphChange> changes;
-  Counts past;           // of disconnected clients
   std::uint64_t in = 0;  // from all clients and the device
   std::uint64_t lostBefore = 0;
   std::uint64_t uncountedLosses = 0;
   std::vector<Note> notes;
   std::set<device::PortId> goneTold;  // removed ports that notes have warned of, until they return
   std::uint64_t topologyVersion = 0;
-  std::uint32_t lastClient = 0;
 };
 
-Service::Service(std::unique_ptr<device::Driver> driver, Limits limits, device::Time now)
+Service::Service(std::unique_ptr<device::Driver> driver, QueueLimits limits, device::Time now)
     : state_(std::make_unique<State>(std::move(driver), limits)) {
-  state_->driver->start(*this, now);
-  for (const device::Link& link : state_->graph.links()) state_->refreshUse(link.source(), now);
-  state_->settle(now);
+  const device::Started started = state_->driver->start(*this, now);
+  state_->descriptor = started.descriptor;
+  state_->graph.begin(started.links);
+  for (const device::Link& link : state_->graph.links()) state_->use.refresh(link.source(), now);
+  state_->use.settle(now);
 }
 
 Service::~Service() = default;
 
-ClientId Service::addClient() {
-  const ClientId client{++state_->lastClient};
-  state_->clients.emplace(client, State::Client{.queue = TapQueue(state_->limits.queueBytes)});
-  return client;
-}
+ClientId Service::addClient() { return state_->clients.add(); }
 
 void Service::removeClient(ClientId client, device::Time now) {
-  const ClientCounts counted = counts(client);
-  state_->past.out += counted.out;
-  state_->past.lost += counted.lost;
-  const auto ended = state_->taps.removeClient(client);
-  state_->clients.erase(client);
-  state_->refreshUseAround(ended, now);
+  state_->clients.remove(client);
+  state_->use.refreshAround(state_->taps.removeClient(client), now);
 }
 
 device::Status Service::tap(ClientId client, EventPortId port, std::string_view name, std::uint32_t holderBytes,
                             device::Time now) {
-  if (!state_->knows(client)) return device::Status::NoSession;
+  if (!state_->clients.contains(client)) return device::Status::NoSession;
   const auto devicePort = state_->topology().port(name);
   if (!devicePort) return device::Status::NotFound;
   state_->taps.add(client, port, *devicePort, holderBytes, name);
-  state_->refreshUseAround(*devicePort, now);
+  state_->use.refreshAround(*devicePort, now);
   return device::Status::Ok;
 }
 
 device::Status Service::untap(ClientId client, EventPortId port, std::string_view name, device::Time now) {
-  if (!state_->knows(client)) return device::Status::NoSession;
+  if (!state_->clients.contains(client)) return device::Status::NoSession;
   // Also finds a removed port, because its tap would return with it.
   auto place = state_->topology().place(name);
   if (!place || !state_->taps.remove(client, port, *place)) {
     place = state_->tappedPlace(client, port, name);
     if (!place || !state_->taps.remove(client, port, *place)) return device::Status::Nothing;
   }
-  state_->refreshUseAround(*place, now);
+  state_->use.refreshAround(*place, now);
   return device::Status::Ok;
 }
 
 void Service::untapAll(ClientId client, EventPortId port, device::Time now) {
-  state_->refreshUseAround(state_->taps.removeAll(client, port), now);
+  state_->use.refreshAround(state_->taps.removeAll(client, port), now);
 }
 
 device::Status Service::send(ClientId client, EventPortId port, const device::Message& message, device::Time now) {
-  const auto sender = state_->clients.find(client);
-  if (sender == state_->clients.end()) return device::Status::NoSession;
+  if (!state_->clients.contains(client)) return device::Status::NoSession;
   if (message.bytes.empty()) return device::Status::BadRequest;
-  ++sender->second.in;
+  state_->clients.countIn(client);
   ++state_->in;
   auto ports = state_->taps.tappedBy(client, port);
   std::erase_if(ports, [this](device::PortId tapped) { return state_->hasGone(tapped); });
@@ -228,12 +156,11 @@ device::Status Service::send(ClientId client, EventPortId port, const device::Me
 
 device::Status Service::inject(ClientId client, std::string_view name, const device::Message& message,
                                device::Time now) {
-  const auto sender = state_->clients.find(client);
-  if (sender == state_->clients.end()) return device::Status::NoSession;
+  if (!state_->clients.contains(client)) return device::Status::NoSession;
   const auto port = state_->topology().port(name);
   if (!port) return device::Status::NotFound;
   if (message.bytes.empty()) return device::Status::BadRequest;
-  ++sender->second.in;
+  state_->clients.countIn(client);
   ++state_->in;
   state_->router.pass({&*port, 1}, message, now);
   return device::Status::Ok;
@@ -247,7 +174,7 @@ device::Status Service::connect(const device::Link& link, device::Time now) {
     status = state_->graph.connect(link);
     if (state_->graph.version() != before) state_->graphChanged(true, link);
   }
-  state_->settle(now);
+  state_->use.settle(now);
   return *status;
 }
 
@@ -258,7 +185,7 @@ device::Status Service::disconnect(const device::Link& link, device::Time now) {
     status = state_->graph.disconnect(link);
     if (status == device::Status::Ok) state_->graphChanged(false, link);
   }
-  state_->settle(now);
+  state_->use.settle(now);
   return *status;
 }
 
@@ -279,31 +206,26 @@ const device::Topology& Service::topology() const { return state_->topology(); }
 std::uint64_t Service::topologyVersion() const { return state_->topologyVersion; }
 
 std::size_t Service::takeEvents(ClientId client, std::size_t maxBytes, std::vector<std::uint8_t>& out) {
-  const auto found = state_->clients.find(client);
-  return found == state_->clients.end() ? 0 : found->second.queue.take(maxBytes, out);
+  TapQueue* queue = state_->clients.queue(client);
+  return queue == nullptr ? 0 : queue->take(maxBytes, out);
 }
 
 bool Service::hasEvents(ClientId client) const {
-  const auto found = state_->clients.find(client);
-  return found != state_->clients.end() && !found->second.queue.empty();
+  const TapQueue* queue = std::as_const(state_->clients).queue(client);
+  return queue != nullptr && !queue->empty();
 }
 
 ClientCounts Service::counts(ClientId client) const {
-  const auto found = state_->clients.find(client);
-  if (found == state_->clients.end()) return {};
-  const auto& [queue, in] = found->second;
-  return {state_->taps.count(client), in, queue.accepted(), queue.lost(), queue.bytes()};
+  ClientCounts all = state_->clients.counts(client);
+  all.taps = state_->taps.count(client);
+  return all;
 }
 
 Counts Service::counts() const {
-  Counts all = state_->past;
+  Counts all = state_->clients.counts();
   all.in = state_->in;
   all.lostBefore = state_->lostBefore;
   all.uncountedLosses = state_->uncountedLosses;
-  for (const auto& [id, client] : state_->clients) {
-    all.out += client.queue.accepted();
-    all.lost += client.queue.lost();
-  }
   return all;
 }
 
@@ -311,7 +233,7 @@ bool Service::behind() const { return state_->driver->behind(); }
 
 std::vector<Service::Note> Service::takeNotes() { return std::exchange(state_->notes, {}); }
 
-int Service::descriptor() const { return state_->driver->descriptor(); }
+int Service::descriptor() const { return state_->descriptor; }
 
 std::uint64_t Service::lostBefore() const { return state_->lostBefore; }
 
@@ -321,7 +243,7 @@ void Service::finish(device::Time now) { state_->driver->finish(now); }
 
 std::optional<device::Time> Service::advance(device::Time now) {
   const auto next = state_->driver->advance(now);
-  return state_->settle(now) ? now : next;
+  return state_->use.settle(now) ? now : next;
 }
 
 void Service::emitted(device::PortId source, const device::Message& message, device::Time now) {
@@ -359,8 +281,8 @@ void Service::lost(device::PortId source, std::uint64_t count, device::Time /*no
     for (const Tap& tap : state_->taps.of(port)) clients.insert(tap.client);
   };
   enter(source);
-  for (const auto& [order, sink] : state_->graph.peers(source)) enter(sink.port);
-  for (const ClientId client : clients) state_->clients.at(client).queue.addLossBefore(count);
+  for (const auto& [order, sink] : state_->graph.neighbours(source)) enter(sink.port);
+  for (const ClientId client : clients) state_->clients.queue(client)->addLossBefore(count);
 }
 
 void Service::noted(std::string_view line) { state_->notes.push_back({std::string(line), false}); }

@@ -17,7 +17,7 @@
 
 namespace service {
 
-struct Limits {
+struct QueueLimits {
   std::size_t queueBytes = 8U << 20U;  // limit of waiting bytes per client
 };
 
@@ -39,7 +39,7 @@ struct GraphChange {
 class Service : private device::DriverEvents {
  public:
   // Starts the driver at once.
-  Service(std::unique_ptr<device::Driver> driver, Limits limits, device::Time now);
+  Service(std::unique_ptr<device::Driver> driver, QueueLimits limits, device::Time now);
   ~Service() override;
 
   ClientId addClient();
@@ -105,7 +105,7 @@ class Service : private device::DriverEvents {
   };
   std::vector<Note> takeNotes();
 
-  // See Driver::descriptor.
+  // See device::Started.
   int descriptor() const;
 
   // Does the work that is due. Returns when to call again (see Driver::advance). The result holds until the next call

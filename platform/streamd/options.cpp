@@ -5,7 +5,7 @@
 
 #include "platform/channel/address.h"
 #include "platform/drivers/catalogue.h"
-#include "platform/host/limits.h"
+#include "platform/host/settings.h"
 #include "platform/system/local_socket.h"
 #include "platform/system/printable.h"
 
@@ -30,7 +30,7 @@ std::variant<Options, EndWith> parseOptions(int count, const char* const* words)
   Options options{.endpoints = {channel::Address{channel::Transport::Local, sys::wellKnownSocket()}.text()},
                   .drivers = {},
                   .device = {},
-                  .queueBytes = service::Limits{}.queueBytes};
+                  .queueBytes = service::QueueLimits{}.queueBytes};
   CLI::App app{"Serves the MIDI streams of a device to consoles and tools.", "streamd"};
   app.set_version_flag("--version", FLOWSCOPE_VERSION);
   app.add_option("--listen", options.endpoints, "Endpoint for clients: ipc://PATH; may be given several times")

@@ -2,6 +2,8 @@
 #include <cstdint>
 #include <cstdlib>
 #include <string_view>
+#include <utility>
+#include <vector>
 
 #include "platform/drivers/described/device_parser.h"
 #include "platform/system/printable.h"
@@ -35,9 +37,11 @@ extern "C" int LLVMFuzzerTestOneInput(const char* data, std::size_t size) {
     require(sys::printable(problem->cause) == problem->cause);
     return 0;
   }
-  const auto driver = drivers::makeDeviceDriver(std::get<drivers::ParsedDevice>(std::move(result)).device);
+  auto device = std::get<drivers::ParsedDevice>(std::move(result)).device;
+  const std::vector<device::Link> links = device.links;
+  const auto driver = drivers::makeDescribedDevice(std::move(device));
   for (const device::Group& group : driver->topology().groups()) checkGroup(driver->topology(), group);
-  for (const device::Link& link : driver->initialLinks()) {
+  for (const device::Link& link : links) {
     require(driver->topology().exists(link.source()) && driver->topology().exists(link.sink()));
   }
   return 0;

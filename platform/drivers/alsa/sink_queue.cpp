@@ -45,21 +45,21 @@ void SinkQueue::add(std::vector<std::uint8_t> message) {
   waiting_.push_back(std::move(message));
 }
 
-SinkQueue::Progress SinkQueue::send(const Sequencer& sequencer, EventEncoder& encoder) {
+SinkQueue::Progress SinkQueue::send(const Client& client, EventEncoder& encoder) {
   for (int events = 0; events < MostEvents; ++events) {
     if (waiting_.empty()) return Progress::Done;
-    const Progress progress = sendPiece(sequencer, encoder);
+    const Progress progress = sendPiece(client, encoder);
     if (progress != Progress::More) return progress;
   }
   return waiting_.empty() ? Progress::Done : Progress::More;
 }
 
 // Returns what an event to this receiver may take.
-SinkQueue::Room SinkQueue::room(const Sequencer& sequencer) const {
+SinkQueue::Room SinkQueue::room(const Client& client) const {
   if (receiver_.rawMidi) return {NoCount, roomAt(*receiver_.rawMidi).value_or(PieceBytes)};
   Room least{NoCount, PieceBytes};
-  const auto consider = [&](std::uint8_t client) {
-    const auto cells = cellsOf(sequencer.descriptor(), client);
+  const auto consider = [&](std::uint8_t number) {
+    const auto cells = cellsOf(client.descriptor(), number);
     if (!cells) return;
     least.cells = std::min(least.cells, cells->free);
     least.bytes = std::min(least.bytes, bytesIn(cells->all));
@@ -68,16 +68,16 @@ SinkQueue::Room SinkQueue::room(const Sequencer& sequencer) const {
     consider(to_.client);
   } else {
     // The port holds nothing itself: it passes events on to its subscribers at once.
-    for (const Address receiver : receiversOf(sequencer, to_)) consider(receiver.client);
+    for (const Address receiver : receiversOf(client, to_)) consider(receiver.client);
   }
   return least;
 }
 
-SinkQueue::Progress SinkQueue::sendPiece(const Sequencer& sequencer, EventEncoder& encoder) {
-  if (receiver_.rawMidi && !std::exchange(opened_, true)) sequencer.subscribe({from_, to_});
+SinkQueue::Progress SinkQueue::sendPiece(const Client& client, EventEncoder& encoder) {
+  if (receiver_.rawMidi && !std::exchange(opened_, true)) client.subscribe({from_, to_});
   auto& message = waiting_.front();
   const bool exclusive = message.front() == midi::SystemExclusive;
-  const auto [cells, bytes] = room(sequencer);
+  const auto [cells, bytes] = room(client);
   // A buffer takes pieces of any size, but many small ones are slow. A pool takes no piece that is larger than itself.
   const std::size_t most = receiver_.rawMidi ? PieceBytes : bytes;
   const std::size_t size = exclusive ? std::min(message.size() - sent_, most) : message.size();
@@ -97,7 +97,7 @@ SinkQueue::Progress SinkQueue::sendPiece(const Sequencer& sequencer, EventEncode
   snd_seq_ev_set_source(&event, from_.port);
   snd_seq_ev_set_dest(&event, to_.client, to_.port);
   snd_seq_ev_set_direct(&event);
-  code_ = snd_seq_event_output_direct(sequencer.handle(), &event);
+  code_ = snd_seq_event_output_direct(client.handle(), &event);
   if (code_ == -EAGAIN || code_ == -ENOMEM || code_ == -EINTR) {
     // A port of the kernel passes the event on to several receivers. Some may have it already and must not get it
     // twice.

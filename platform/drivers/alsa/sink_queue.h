@@ -9,8 +9,8 @@
 #include <span>
 #include <vector>
 
-#include "platform/drivers/alsa/sequencer.h"
-#include "platform/drivers/alsa/sequencer_view.h"
+#include "platform/drivers/alsa/client.h"
+#include "platform/drivers/alsa/graph.h"
 
 namespace drivers::alsa {
 
@@ -48,7 +48,7 @@ class SinkQueue {
   void add(std::vector<std::uint8_t> message);
 
   // Sends until it cannot go on, a bounded number of events.
-  Progress send(const Sequencer& sequencer, EventEncoder& encoder);
+  Progress send(const Client& client, EventEncoder& encoder);
 
   // Drops all messages.
   void clear();
@@ -70,8 +70,8 @@ class SinkQueue {
     std::size_t bytes = 0;  // of data that one event may have, or that fit into a device's buffer
   };
 
-  Room room(const Sequencer& sequencer) const;
-  Progress sendPiece(const Sequencer& sequencer, EventEncoder& encoder);
+  Room room(const Client& client) const;
+  Progress sendPiece(const Client& client, EventEncoder& encoder);
   Progress refuse(int code);
   void dropFirst();
 

@@ -78,7 +78,7 @@ std::unique_ptr<device::Driver> makeBuiltinDriver() {
   device.thrus = {Arpeggiator, Thru};
   device.scores.push_back({{Sequencer, 0, device::Side::Source}, midi::ScorePlayback{phrase(), true, 1}});
   device.clocks.push_back({{Clock, 0, device::Side::Source}, midi::ClockPlayback{BeatsPerMinute}});
-  return makeDeviceDriver(std::move(device));
+  return makeDescribedDevice(std::move(device));
 }
 
 }  // namespace drivers

@@ -9,9 +9,9 @@ namespace {
 
 constexpr int MaxPieceOfPlayer = 256;  // messages of one player per call of advance
 
-class DeviceDriver : public device::Driver {
+class DescribedDevice : public device::Driver {
  public:
-  explicit DeviceDriver(DeviceDescription description)
+  explicit DescribedDevice(DeviceDescription description)
       : topology_(std::move(description.groups)),
         links_(std::move(description.links)),
         thrus_(description.thrus.begin(), description.thrus.end()) {
@@ -21,9 +21,10 @@ class DeviceDriver : public device::Driver {
 
   const device::Topology& topology() const override { return topology_; }
 
-  const std::vector<device::Link>& initialLinks() const override { return links_; }
-
-  void start(device::DriverEvents& events, device::Time /*now*/) override { events_ = &events; }
+  device::Started start(device::DriverEvents& events, device::Time /*now*/) override {
+    events_ = &events;
+    return {.links = links_};
+  }
 
   void deliver(device::PortId sink, const device::Message& message, device::Time now) override {
     const device::PortId source{sink.group, sink.index, device::Side::Source};
@@ -60,8 +61,8 @@ class DeviceDriver : public device::Driver {
 
 }  // namespace
 
-std::unique_ptr<device::Driver> makeDeviceDriver(DeviceDescription description) {
-  return std::make_unique<DeviceDriver>(std::move(description));
+std::unique_ptr<device::Driver> makeDescribedDevice(DeviceDescription description) {
+  return std::make_unique<DescribedDevice>(std::move(description));
 }
 
 }  // namespace drivers

@@ -29,6 +29,6 @@ struct DeviceDescription {
 
 // Makes the driver of a described device. If advance is called late, it emits the overdue messages player by player,
 // those of each player in order, and at most a few hundred of each player per call.
-std::unique_ptr<device::Driver> makeDeviceDriver(DeviceDescription description);
+std::unique_ptr<device::Driver> makeDescribedDevice(DeviceDescription description);
 
 }  // namespace drivers

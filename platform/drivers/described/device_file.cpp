@@ -40,7 +40,7 @@ std::variant<std::unique_ptr<device::Driver>, std::string> loadDeviceFile(const 
   if (const auto* problem = std::get_if<DeviceFileProblem>(&parsed)) return located(path, *problem);
   auto loaded = loadPlayers(std::get<ParsedDevice>(std::move(parsed)), std::filesystem::path(path).parent_path());
   if (const auto* problem = std::get_if<DeviceFileProblem>(&loaded)) return located(path, *problem);
-  return makeDeviceDriver(std::get<DeviceDescription>(std::move(loaded)));
+  return makeDescribedDevice(std::get<DeviceDescription>(std::move(loaded)));
 }
 
 }  // namespace drivers

@@ -164,6 +164,13 @@ std::optional<device::PortId> PortBook::place(std::uint64_t key, device::Side si
   return found == places.end() ? std::nullopt : std::optional(found->second);
 }
 
+std::optional<device::Link> PortBook::link(std::uint64_t sourceKey, std::uint64_t sinkKey) const {
+  const auto source = place(sourceKey, device::Side::Source);
+  const auto sink = place(sinkKey, device::Side::Sink);
+  if (!source || !sink) return std::nullopt;
+  return device::Link{source->group, source->index, sink->group, sink->index};
+}
+
 std::optional<std::uint64_t> PortBook::key(device::PortId port) const {
   const auto group = groups_.find(port.group);
   if (group == groups_.end()) return std::nullopt;

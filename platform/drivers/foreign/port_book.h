@@ -57,6 +57,9 @@ class PortBook {
   // Returns the place of an existing port; nullopt if it has none on that side.
   std::optional<device::PortId> place(std::uint64_t key, device::Side side) const;
 
+  // Returns the connection between existing ports; nullopt unless one is a source and the other a sink.
+  std::optional<device::Link> link(std::uint64_t sourceKey, std::uint64_t sinkKey) const;
+
   // Returns the key of the port at a place; nullopt if the port no longer exists or never did.
   std::optional<std::uint64_t> key(device::PortId port) const;
 

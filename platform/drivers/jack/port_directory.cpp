@@ -18,7 +18,7 @@ bool PortDirectory::update(const std::vector<JackPort>& ports) {
   names_.clear();
   for (const auto& [name, key] : keys_) names_.emplace(key, name);
   clients_.clear();
-  for (const ForeignClient& client : clients) clients_.push_back(client.name);
+  for (const ForeignClient& client : clients) clients_.push_back({0, client.name, {}});
   return book_.update(clients);
 }
 
@@ -31,6 +31,12 @@ std::optional<std::string> PortDirectory::name(device::PortId port) const {
 std::optional<device::PortId> PortDirectory::place(const std::string& name, device::Side side) const {
   const auto key = keys_.find(name);
   return key == keys_.end() ? std::nullopt : book_.place(key->second, side);
+}
+
+std::optional<device::Link> PortDirectory::link(const std::string& source, const std::string& sink) const {
+  const auto from = keys_.find(source);
+  const auto to = keys_.find(sink);
+  return from == keys_.end() || to == keys_.end() ? std::nullopt : book_.link(from->second, to->second);
 }
 
 // A name that is known already keeps its key.

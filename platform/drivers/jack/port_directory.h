@@ -32,8 +32,11 @@ class PortDirectory {
   // Returns nullopt if no port has this name now.
   std::optional<device::PortId> place(const std::string& name, device::Side side) const;
 
-  // Returns the names of all clients that have ports now, in order.
-  const std::vector<std::string>& clients() const { return clients_; }
+  // Returns the connection between these ports; nullopt unless both exist, the first as a source, the other as a sink.
+  std::optional<device::Link> link(const std::string& source, const std::string& sink) const;
+
+  // Returns all clients that have ports now, in order, with their names alone: these are unique in JACK.
+  const std::vector<ForeignClient>& clients() const { return clients_; }
 
  private:
   using Keys = std::unordered_map<std::string, std::uint64_t>;
@@ -44,7 +47,7 @@ class PortDirectory {
   Keys keys_;                                             // of all existing clients and ports
   std::unordered_map<std::uint64_t, std::string> names_;  // of all existing clients and ports, by key
   std::uint64_t nextKey_ = 0;
-  std::vector<std::string> clients_;
+  std::vector<ForeignClient> clients_;
 };
 
 }  // namespace drivers::jack

@@ -6,8 +6,8 @@
 #include <cerrno>
 #include <chrono>
 #include <thread>
-#include <utility>
 
+#include "platform/drivers/foreign/final_drain.h"
 #include "platform/system/earliest.h"
 
 namespace drivers::jack {
@@ -17,14 +17,13 @@ using namespace std::chrono_literals;
 
 constexpr device::Time IdleFor = 10s;
 constexpr device::Time BetweenFeedTries = 1s;
-constexpr auto LastPatience = 1s;
 
 // Senders are held back long before this limit; what comes from other systems cannot be held back.
 constexpr std::size_t MaxWaiting = std::size_t{16} * 1024 * 1024;
 
 }  // namespace
 
-bool SinkFeeds::send(JackClient& client, const PortDirectory& ports, device::PortId sink,
+bool SinkFeeds::send(Client& client, const PortDirectory& ports, device::PortId sink,
                      std::span<const std::uint8_t> bytes, device::Time now) {
   const auto found = feeds_.find(sink);
   Feed* feed = found != feeds_.end() ? &found->second : open(client, ports, sink, now);
@@ -38,28 +37,28 @@ bool SinkFeeds::send(JackClient& client, const PortDirectory& ports, device::Por
     bursts_.addUnsent(1, feed->sinkName, unsent::TooMuchWaits, now);
     return true;
   }
-  waiting_ -= feed->outlet.waitingBytes();
-  feed->outlet.put(bytes);
-  waiting_ += feed->outlet.waitingBytes();
+  waiting_ -= feed->queue.waitingBytes();
+  feed->queue.put(bytes);
+  waiting_ += feed->queue.waitingBytes();
   feed->lastUse = now;
-  return found == feeds_.end() || feed->outlet.waitingBytes() > 0;
+  return found == feeds_.end() || feed->queue.waitingBytes() > 0;
 }
 
-std::optional<device::Time> SinkFeeds::pump(JackClient& client, const PortDirectory& ports, device::Time now) {
+std::optional<device::Time> SinkFeeds::pump(Client& client, const PortDirectory& ports, device::Time now) {
   std::optional<device::Time> next;
   for (auto at = feeds_.begin(); at != feeds_.end();) {
     const auto name = ports.name(at->first);
     Feed& feed = at->second;
-    waiting_ -= feed.outlet.waitingBytes();
-    feed.outlet.pump();
-    waiting_ += feed.outlet.waitingBytes();
-    const bool waits = client.playback().waits(feed.number);
-    const bool retries = waits && !client.playback().settled(feed.number) && now >= feed.lastTry + BetweenFeedTries;
+    waiting_ -= feed.queue.waitingBytes();
+    feed.queue.pump();
+    waiting_ += feed.queue.waitingBytes();
+    const bool waits = client.output().waits(feed.number);
+    const bool retries = waits && !client.output().settled(feed.number) && now >= feed.lastTry + BetweenFeedTries;
     if (!name || (!waits && now >= feed.lastUse + IdleFor) || (retries && !connect(client, *name, feed, now))) {
       at = close(client, at, now);
       continue;
     }
-    if (feed.outlet.waitingBytes() > 0) {
+    if (feed.queue.waitingBytes() > 0) {
       sys::keepEarlier(next, now + std::max<device::Time>(client.period(), 1ms));
     } else {
       sys::keepEarlier(next, waits ? now + BetweenFeedTries : feed.lastUse + IdleFor);
@@ -69,58 +68,54 @@ std::optional<device::Time> SinkFeeds::pump(JackClient& client, const PortDirect
   return next;
 }
 
-void SinkFeeds::finish(JackClient& client) {
-  using Clock = std::chrono::steady_clock;
+void SinkFeeds::finish(Client& client) {
+  if (unsentBytes(client) == 0) return;
   const auto pause = std::max<std::chrono::nanoseconds>(client.period(), 1ms);
-  std::size_t left = unsentBytes(client);
-  if (left == 0) return;
-  for (auto moved = Clock::now(); left != 0 && Clock::now() - moved < LastPatience;) {
-    std::this_thread::sleep_for(pause);
+  const auto sendMore = [this] {
     for (auto& [sink, feed] : feeds_) {
-      waiting_ -= feed.outlet.waitingBytes();
-      feed.outlet.pump();
-      waiting_ += feed.outlet.waitingBytes();
+      waiting_ -= feed.queue.waitingBytes();
+      feed.queue.pump();
+      waiting_ += feed.queue.waitingBytes();
     }
-    if (std::exchange(left, unsentBytes(client)) != left) moved = Clock::now();
-  }
+  };
+  drainFinally(pause, sendMore, [&] { return unsentBytes(client); });
   // What the process callback has written for a period is read in that period, which may not be over yet.
   std::this_thread::sleep_for(2 * pause);
 }
 
-std::size_t SinkFeeds::unsentBytes(JackClient& client) const {
+std::size_t SinkFeeds::unsentBytes(Client& client) const {
   std::size_t bytes = waiting_;
-  for (const auto& [sink, feed] : feeds_) bytes += client.playback().ring(feed.number).size();
+  for (const auto& [sink, feed] : feeds_) bytes += client.output().ring(feed.number).size();
   return bytes;
 }
 
-void SinkFeeds::clientGone(JackClient& client, device::Time now) {
+void SinkFeeds::clientGone(Client& client, device::Time now) {
   for (auto at = feeds_.begin(); at != feeds_.end();) at = close(client, at, now);
 }
 
-SinkFeeds::Feed* SinkFeeds::open(JackClient& client, const PortDirectory& ports, device::PortId sink,
-                                 device::Time now) {
+SinkFeeds::Feed* SinkFeeds::open(Client& client, const PortDirectory& ports, device::PortId sink, device::Time now) {
   const auto name = ports.name(sink);
-  const auto number = name ? client.playback().open(client.handle()) : std::nullopt;
+  const auto number = name ? client.output().open(client.handle()) : std::nullopt;
   if (!number) return nullptr;
-  Feed feed(*name, *number, client.playback().ring(*number));
+  Feed feed(*name, *number, client.output().ring(*number));
   if (!connect(client, *name, feed, now)) {
-    client.playback().close(client.handle(), *number);
+    client.output().close(client.handle(), *number);
     return nullptr;
   }
   return &feeds_.emplace(sink, feed).first->second;
 }
 
-bool SinkFeeds::connect(JackClient& client, const std::string& sink, Feed& feed, device::Time now) {
+bool SinkFeeds::connect(Client& client, const std::string& sink, Feed& feed, device::Time now) {
   feed.lastTry = now;
-  const char* own = jack_port_name(client.playback().port(feed.number));
+  const char* own = jack_port_name(client.output().port(feed.number));
   const int result = jack_connect(client.handle(), own, sink.c_str());
   return result == 0 || result == EEXIST;
 }
 
-SinkFeeds::Feeds::iterator SinkFeeds::close(JackClient& client, Feeds::iterator feed, device::Time now) {
-  waiting_ -= feed->second.outlet.waitingBytes();
-  std::uint64_t left = feed->second.outlet.waitingMessages();
-  left += client.playback().close(client.handle(), feed->second.number);
+SinkFeeds::Feeds::iterator SinkFeeds::close(Client& client, Feeds::iterator feed, device::Time now) {
+  waiting_ -= feed->second.queue.waitingBytes();
+  std::uint64_t left = feed->second.queue.waitingMessages();
+  left += client.output().close(client.handle(), feed->second.number);
   if (left > 0) bursts_.addUnsent(left, feed->second.sinkName, unsent::PortHasGone, now);
   return feeds_.erase(feed);
 }

@@ -9,9 +9,9 @@
 #include <utility>
 
 #include "platform/drivers/foreign/burst_log.h"
-#include "platform/drivers/jack/jack_client.h"
-#include "platform/drivers/jack/outlet.h"
+#include "platform/drivers/jack/client.h"
 #include "platform/drivers/jack/port_directory.h"
+#include "platform/drivers/jack/sink_queue.h"
 
 namespace drivers::jack {
 
@@ -22,18 +22,18 @@ class SinkFeeds {
   explicit SinkFeeds(BurstLog& bursts) : bursts_(bursts) {}
 
   // Sends the bytes of a message to a sink. What has no room now waits here. Returns true if pump must be called.
-  bool send(JackClient& client, const PortDirectory& ports, device::PortId sink, std::span<const std::uint8_t> bytes,
+  bool send(Client& client, const PortDirectory& ports, device::PortId sink, std::span<const std::uint8_t> bytes,
             device::Time now);
 
   // Moves on what waits, and closes ports that are idle or whose sink no longer exists. Returns when to call again;
   // nullopt if no port is open.
-  std::optional<device::Time> pump(JackClient& client, const PortDirectory& ports, device::Time now);
+  std::optional<device::Time> pump(Client& client, const PortDirectory& ports, device::Time now);
 
   // Blocks while it sends what waits, here and in the rings; gives up if nothing has moved for a second.
-  void finish(JackClient& client);
+  void finish(Client& client);
 
   // Call this before the client is closed. Drops all that waits.
-  void clientGone(JackClient& client, device::Time now);
+  void clientGone(Client& client, device::Time now);
 
   // Bytes that wait here, without those in the rings.
   std::size_t waitingBytes() const { return waiting_; }
@@ -41,21 +41,21 @@ class SinkFeeds {
  private:
   struct Feed {
     Feed(std::string sink, std::size_t portNumber, SpscRing& ring)
-        : sinkName(std::move(sink)), number(portNumber), outlet(ring) {}
+        : sinkName(std::move(sink)), number(portNumber), queue(ring) {}
 
     std::string sinkName;
     std::size_t number;
-    Outlet outlet;
+    SinkQueue queue;
     device::Time lastUse{0};
     device::Time lastTry{0};  // when it last tried to connect
   };
   using Feeds = std::map<device::PortId, Feed>;
 
-  std::size_t unsentBytes(JackClient& client) const;
+  std::size_t unsentBytes(Client& client) const;
 
-  Feed* open(JackClient& client, const PortDirectory& ports, device::PortId sink, device::Time now);
-  static bool connect(JackClient& client, const std::string& sink, Feed& feed, device::Time now);
-  Feeds::iterator close(JackClient& client, Feeds::iterator feed, device::Time now);
+  Feed* open(Client& client, const PortDirectory& ports, device::PortId sink, device::Time now);
+  static bool connect(Client& client, const std::string& sink, Feed& feed, device::Time now);
+  Feeds::iterator close(Client& client, Feeds::iterator feed, device::Time now);
 
   BurstLog& bursts_;
   Feeds feeds_;

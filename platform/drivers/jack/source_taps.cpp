@@ -6,20 +6,20 @@
 
 namespace drivers::jack {
 
-void SourceTaps::setUsed(JackClient* client, const PortDirectory& ports, device::PortId source, bool used) {
+void SourceTaps::setUsed(Client* client, const PortDirectory& ports, device::PortId source, bool used) {
   if (!used) {
     used_.erase(source);
-    skips_.forget(source);
+    skipped_.forget(source);
     if (client != nullptr) untap(*client, source);
     return;
   }
   used_.insert(source);
   const auto name = ports.name(source);
   if (client == nullptr || !name || !tap(*client, *name, source)) return;
-  client->awaitConnection(client->capture().port(taps_.at(source).number));
+  client->awaitConnection(client->input().port(taps_.at(source).number));
 }
 
-std::optional<std::string> SourceTaps::restore(JackClient& client, const PortDirectory& ports) {
+std::optional<std::string> SourceTaps::restore(Client& client, const PortDirectory& ports) {
   std::size_t without = 0;
   for (const device::PortId source : used_) {
     if (const auto name = ports.name(source)) {
@@ -42,20 +42,20 @@ void SourceTaps::clientGone(device::DriverEvents& events, device::Time now) {
 }
 
 void SourceTaps::skipped() {
-  for (const auto& [source, tap] : taps_) skips_.add(source);
+  for (const auto& [source, tap] : taps_) skipped_.add(source);
 }
 
 std::optional<device::Time> SourceTaps::tellSkipped(device::DriverEvents& events, device::Time now) {
-  for (const device::PortId source : skips_.take(now)) events.lost(source, 0, now);
-  return skips_.next();
+  for (const device::PortId source : skipped_.take(now)) events.lost(source, 0, now);
+  return skipped_.next();
 }
 
-bool SourceTaps::take(JackClient& client, device::DriverEvents& events, device::Time now, std::size_t bytes) {
+bool SourceTaps::take(Client& client, device::DriverEvents& events, device::Time now, std::size_t bytes) {
   const auto event = [&](std::uint32_t number, std::span<const std::uint8_t> arrived) {
     const auto found = sources_.find(number);
     if (found == sources_.end()) return;
     const device::PortId source = found->second;
-    CaptureReader& reader = taps_.at(source).reader;
+    SourceReader& reader = taps_.at(source).reader;
     // A broken message ends where the next one begins, so it is reported first.
     const auto tellLost = [&] {
       if (const auto lost = reader.takeLost(); lost > 0) events.lost(source, lost, now);
@@ -69,30 +69,30 @@ bool SourceTaps::take(JackClient& client, device::DriverEvents& events, device::
   const auto gap = [&](std::uint32_t number, std::uint64_t lost) {
     const auto found = sources_.find(number);
     if (found == sources_.end()) return;
-    CaptureReader& reader = taps_.at(found->second).reader;
+    SourceReader& reader = taps_.at(found->second).reader;
     reader.gap(lost);
     if (const auto all = reader.takeLost(); all > 0) events.lost(found->second, all, now);
   };
-  return client.capture().take(bytes, event, gap);
+  return client.input().take(bytes, event, gap);
 }
 
-bool SourceTaps::tap(JackClient& client, const std::string& name, device::PortId source) {
+bool SourceTaps::tap(Client& client, const std::string& name, device::PortId source) {
   auto found = taps_.find(source);
   if (found == taps_.end()) {
-    const auto number = client.capture().open(client.handle());
+    const auto number = client.input().open(client.handle());
     if (!number) return false;
     found = taps_.emplace(source, Tap{*number}).first;
     sources_.emplace(*number, source);
   }
   // A connection that exists already stays.
-  jack_connect(client.handle(), name.c_str(), jack_port_name(client.capture().port(found->second.number)));
+  jack_connect(client.handle(), name.c_str(), jack_port_name(client.input().port(found->second.number)));
   return true;
 }
 
-void SourceTaps::untap(JackClient& client, device::PortId source) {
+void SourceTaps::untap(Client& client, device::PortId source) {
   const auto found = taps_.find(source);
   if (found == taps_.end()) return;
-  client.capture().close(client.handle(), found->second.number);
+  client.input().close(client.handle(), found->second.number);
   sources_.erase(found->second.number);
   taps_.erase(found);
 }

@@ -35,9 +35,9 @@ class EndpointVariable {
 class TestService {
  public:
   // Three groups with two sources and two sinks each: "G0Out1" to "G2In2".
-  explicit TestService(const host::Limits& limits = {}) : TestService(service::evenTopology(3, 2), limits) {}
+  explicit TestService(const host::Settings& limits = {}) : TestService(service::evenTopology(3, 2), limits) {}
 
-  TestService(device::Topology topology, const host::Limits& limits) {
+  TestService(device::Topology topology, const host::Settings& limits) {
     auto device = std::make_unique<service::TestDevice>(std::move(topology), std::vector<device::Link>{}, told_);
     device->remembersDeliveries = false;
     service_ = std::make_shared<host::EmbeddedService>(std::move(device), limits);

@@ -21,7 +21,9 @@ namespace client {
 // A device that does what a test hands it, on the service's thread.
 class ObeyingDevice : public service::TestDevice {
  public:
-  explicit ObeyingDevice(service::Told& told) : TestDevice(service::evenTopology(0, 0), {}, told) {}
+  explicit ObeyingDevice(service::Told& told) : TestDevice(service::evenTopology(0, 0), {}, told) {
+    descriptor = wake_;
+  }
   ~ObeyingDevice() override { close(wake_); }
 
   // Returns when it is done and the service has dealt with it.
@@ -32,8 +34,6 @@ class ObeyingDevice : public service::TestDevice {
     while (action_ != nullptr && !deadline.passed()) usleep(100);
     EXPECT_EQ(action_, nullptr);
   }
-
-  int descriptor() const override { return wake_; }
 
   std::optional<device::Time> advance(device::Time now) override {
     // The turn after it, so that the news are on their way.

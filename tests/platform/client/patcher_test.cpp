@@ -215,7 +215,7 @@ TEST(Patcher, TwoManagersMayChangeTheGraphAtOnce) {
 }
 
 TEST(Patcher, CatchesUpAfterMissingTooManyChanges) {
-  TestService service(host::Limits{.service = {}, .eventWindow = 0, .sendWindow = 1024, .graphWindow = 0});
+  TestService service(host::Settings{.service = {}, .eventWindow = 0, .sendWindow = 1024, .graphWindow = 0});
   EventPortManager sleeper(Behaviour, true);
   EventPortManager worker(Behaviour, true);
   Patcher sleeping(sleeper, 0);

@@ -115,7 +115,7 @@ TEST(Sending, TwentyThousandAtFullSpeedArriveCompleteAndInOrder) {
 
 TEST(Sending, WaitsWithinTheSmallestWindow) {
   constexpr std::uint16_t Count = 2'000;
-  TestService service(host::Limits{.service = {}, .eventWindow = 0, .sendWindow = 1, .graphWindow = 0});
+  TestService service(host::Settings{.service = {}, .eventWindow = 0, .sendWindow = 1, .graphWindow = 0});
   EventPortManager manager(Behaviour, true);
   CountingPort port(manager);
   port.connect("G0Out1", EvtSrv::DebugPortName, nullptr, nullptr, 0);
@@ -169,7 +169,7 @@ std::uint64_t reportedLoss(const std::string& text) {
 TEST(Sending, FullQueueReportsItsExactLossAndOtherQueuesLoseNothing) {
   constexpr std::uint16_t Count = 5'000;
   TestService service(
-      host::Limits{.service = {.queueBytes = 4096}, .eventWindow = 0, .sendWindow = 64, .graphWindow = 0});
+      host::Settings{.service = {.queueBytes = 4096}, .eventWindow = 0, .sendWindow = 64, .graphWindow = 0});
   EventPortManager slow(Behaviour, true);
   EventPortManager quick(Behaviour, true);
   CountingPort late(slow);

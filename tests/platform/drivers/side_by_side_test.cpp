@@ -49,43 +49,37 @@ class Teller : public device::DriverEvents {
   Told told;
 };
 
-class PolledDevice : public TestDevice {
- public:
-  using TestDevice::TestDevice;
-  int descriptor() const override { return polled; }
-  int polled = -1;
-};
-
 // Two devices of two groups, which call their groups and ports alike.
 class SideBySideTest : public testing::Test {
  protected:
   SideBySideTest() {
-    auto one = std::make_unique<PolledDevice>(evenTopology(2, 1), std::vector{link(out(0, 0), in(1, 0))}, toldOne_);
-    auto two = std::make_unique<PolledDevice>(evenTopology(2, 1), std::vector{link(out(1, 0), in(0, 0))}, toldTwo_);
+    auto one = std::make_unique<TestDevice>(evenTopology(2, 1), std::vector{link(out(0, 0), in(1, 0))}, toldOne_);
+    auto two = std::make_unique<TestDevice>(evenTopology(2, 1), std::vector{link(out(1, 0), in(0, 0))}, toldTwo_);
     one_ = one.get();
     two_ = two.get();
-    two_->polled = eventfd(0, EFD_CLOEXEC);
+    two_->descriptor = eventfd(0, EFD_CLOEXEC);
     std::vector<NamedDriver> drivers;
     drivers.push_back({"one", std::move(one)});
     drivers.push_back({"two", std::move(two)});
     joint_ = makeSideBySide(std::move(drivers));
-    joint_->start(teller_, {});
+    started_ = joint_->start(teller_, {});
     toldOne_.clear();
     toldTwo_.clear();
   }
-  ~SideBySideTest() override { close(two_->polled); }
+  ~SideBySideTest() override { close(two_->descriptor); }
 
   bool isReadable() const {
-    pollfd readable{joint_->descriptor(), POLLIN, 0};
+    pollfd readable{started_.descriptor, POLLIN, 0};
     return poll(&readable, 1, 0) == 1;
   }
 
   Told toldOne_;
   Told toldTwo_;
-  PolledDevice* one_ = nullptr;
-  PolledDevice* two_ = nullptr;
+  TestDevice* one_ = nullptr;
+  TestDevice* two_ = nullptr;
   Teller teller_;
   std::unique_ptr<device::Driver> joint_;
+  device::Started started_;
 };
 
 TEST_F(SideBySideTest, GroupsStandSideBySideUnderNamesThatDiffer) {
@@ -97,7 +91,7 @@ TEST_F(SideBySideTest, GroupsStandSideBySideUnderNamesThatDiffer) {
   EXPECT_EQ(topology.name(out(0, 0)), "G0Out1");
   EXPECT_EQ(topology.name(out(2, 0)), "G0Out1_2");
   EXPECT_EQ(topology.port("G1In1_2"), in(3, 0));
-  EXPECT_THAT(joint_->initialLinks(), ElementsAre(link(out(0, 0), in(1, 0)), link(out(3, 0), in(2, 0))));
+  EXPECT_THAT(started_.links, ElementsAre(link(out(0, 0), in(1, 0)), link(out(3, 0), in(2, 0))));
 }
 
 TEST_F(SideBySideTest, EachDriverIsCalledWithItsOwnPortIds) {
@@ -235,7 +229,7 @@ TEST_F(SideBySideTest, GroupsKeepTheIdsThatTheyAskForAndNameTheirSystem) {
 
 TEST_F(SideBySideTest, IsReadableAndBehindWhenAnyDriverIs) {
   EXPECT_FALSE(isReadable());
-  eventfd_write(two_->polled, 1);
+  eventfd_write(two_->descriptor, 1);
   EXPECT_TRUE(isReadable());
   EXPECT_FALSE(joint_->behind());
   two_->isBehind = true;
@@ -253,7 +247,8 @@ TEST(SideBySide, HasNoDescriptorWhenNoDriverHasOne) {
   Told told;
   std::vector<NamedDriver> drivers;
   drivers.push_back({"one", std::make_unique<TestDevice>(evenTopology(1, 1), std::vector<device::Link>{}, told)});
-  EXPECT_EQ(makeSideBySide(std::move(drivers))->descriptor(), -1);
+  Teller teller;
+  EXPECT_EQ(makeSideBySide(std::move(drivers))->start(teller, {}).descriptor, -1);
 }
 
 }  // namespace

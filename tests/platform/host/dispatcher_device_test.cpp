@@ -23,7 +23,7 @@ TEST_F(DispatcherTest, NotesOfTheDeviceAreLogged) {
 
 TEST_F(DispatcherTest, WarningsAreReportedWithoutALog) {
   Texts warnings;
-  Dispatcher quiet(*service_, peers_, Limits{}, Log{}, [&](std::string_view line) { warnings.emplace_back(line); });
+  Dispatcher quiet(*service_, peers_, Settings{}, Log{}, [&](std::string_view line) { warnings.emplace_back(line); });
   device_->onAdvance = [](device::DriverEvents& events, Time) -> std::optional<Time> {
     events.noted("only noted");
     events.warned("no\tserver");
@@ -175,8 +175,8 @@ TEST_F(DispatcherTest, ChangedTopologyIsReportedOnceUntilItIsFetched) {
 
 // They mean nothing to another service, nor to this one when it is started again.
 TEST_F(DispatcherTest, HandlesAreCountedFromARandomNumberOn) {
-  const auto firstHandle = [&](Limits limits) {
-    Dispatcher dispatcher(*service_, peers_, limits, Log{});
+  const auto firstHandle = [&](Settings settings) {
+    Dispatcher dispatcher(*service_, peers_, settings, Log{});
     dispatcher.receive("x", wire::encode(1, wire::Hello{"x", 1}), Time(1));
     auto answers = peers_.take("x");
     const auto session = std::get<wire::Welcome>(wire::decode(answers.at(0))->body).session;

@@ -26,7 +26,7 @@ using Texts = std::vector<std::string>;
 inline constexpr std::uint32_t EventPort = 1;
 inline constexpr std::uint32_t HolderBytes = 1004;
 
-class RecordingPeers : public Peers {
+class RecordingSocket : public PeerSocket {
  public:
   bool send(std::string_view peer, std::span<const std::uint8_t> message) override {
     if (unreachable.contains(peer)) return false;
@@ -57,13 +57,13 @@ class RecordingPeers : public Peers {
 class DispatcherTest : public testing::Test {
  protected:
   // Two groups with two sources and two sinks each; the smallest windows.
-  explicit DispatcherTest(Limits limits = {
+  explicit DispatcherTest(Settings settings = {
                               .service = {}, .eventWindow = 0, .sendWindow = 8, .graphWindow = 0, .firstHandle = 0}) {
     auto device =
         std::make_unique<service::TestDevice>(service::evenTopology(2, 2), std::vector<device::Link>{}, told_);
     device_ = device.get();
-    service_ = std::make_unique<service::Service>(std::move(device), limits.service, Time(0));
-    dispatcher_ = std::make_unique<Dispatcher>(*service_, peers_, limits,
+    service_ = std::make_unique<service::Service>(std::move(device), settings.service, Time(0));
+    dispatcher_ = std::make_unique<Dispatcher>(*service_, peers_, settings,
                                                [this](std::string_view line) { log_.emplace_back(line); });
   }
 
@@ -98,7 +98,7 @@ class DispatcherTest : public testing::Test {
   service::Told told_;
   service::TestDevice* device_ = nullptr;
   std::unique_ptr<service::Service> service_;
-  RecordingPeers peers_;
+  RecordingSocket peers_;
   Texts log_;
   std::unique_ptr<Dispatcher> dispatcher_;
 };

@@ -176,7 +176,7 @@ TEST_F(DispatcherTest, StatisticsListClientsInTheOrderOfConnecting) {
   EXPECT_EQ(stats.in, 1U);
   EXPECT_EQ(stats.out, 1U);
   EXPECT_EQ(stats.lost, 0U);
-  EXPECT_EQ(stats.queueLimit, service::Limits{}.queueBytes);
+  EXPECT_EQ(stats.queueLimit, service::QueueLimits{}.queueBytes);
   ASSERT_EQ(stats.clients.size(), 2U);
   EXPECT_EQ(stats.clients[0].program, "test");
   EXPECT_EQ(stats.clients[0].process, 5U);

@@ -17,8 +17,8 @@ namespace host {
 // Serves on a thread of its own from its making to its end.
 class RunningHost {
  public:
-  RunningHost(const std::string& endpoint, std::unique_ptr<device::Driver> device, const Limits& limits = {}) {
-    host_.emplace(context_, std::move(device), limits, Log{});
+  RunningHost(const std::string& endpoint, std::unique_ptr<device::Driver> device, const Settings& settings = {}) {
+    host_.emplace(context_, std::move(device), settings, Log{});
     EXPECT_EQ(host_->bind(endpoint), std::nullopt);
     thread_ = std::thread([this] { host_->run(); });
   }

@@ -62,6 +62,10 @@ class TestDevice : public device::Driver {
   TestDevice(device::Topology topology, std::vector<device::Link> links, Told& told)
       : topology_(std::move(topology)), links_(std::move(links)), told_(told) {}
 
+  // What start does, and the descriptor that it returns.
+  std::function<void(device::DriverEvents&, device::Time)> onStart;
+  int descriptor = -1;
+
   // What it does when a message arrives at a sink, and when it advances.
   Answer onDeliver;
   std::function<std::optional<device::Time>(device::DriverEvents&, device::Time)> onAdvance;
@@ -80,11 +84,12 @@ class TestDevice : public device::Driver {
   }
 
   const device::Topology& topology() const override { return topology_; }
-  const std::vector<device::Link>& initialLinks() const override { return links_; }
 
-  void start(device::DriverEvents& events, device::Time /*now*/) override {
+  device::Started start(device::DriverEvents& events, device::Time now) override {
     events_ = &events;
     told_.emplace_back("start");
+    if (onStart) onStart(events, now);
+    return {links_, descriptor};
   }
 
   void deliver(device::PortId sink, const device::Message& message, device::Time now) override {

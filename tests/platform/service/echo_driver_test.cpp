@@ -15,8 +15,11 @@ namespace {
 class EchoDriver : public device::Driver {
  public:
   const device::Topology& topology() const override { return topology_; }
-  const std::vector<device::Link>& initialLinks() const override { return links_; }
-  void start(device::DriverEvents& events, device::Time /*now*/) override { events_ = &events; }
+
+  device::Started start(device::DriverEvents& events, device::Time /*now*/) override {
+    events_ = &events;
+    return {};
+  }
 
   void deliver(device::PortId sink, const device::Message& message, device::Time now) override {
     events_->emitted({sink.group, sink.index, device::Side::Source}, message, now);
@@ -27,7 +30,6 @@ class EchoDriver : public device::Driver {
 
  private:
   device::Topology topology_{{device::numberedGroup(0, "Echo", 1, 1)}};
-  std::vector<device::Link> links_;
   device::DriverEvents* events_ = nullptr;
 };
 

@@ -21,7 +21,7 @@ inline constexpr std::uint32_t Holder = 1004;
 
 // A service on a device of four groups with two ports a side, and its clients' view of it.
 struct House {
-  explicit House(std::vector<device::Link> links = {}, Limits limits = {},
+  explicit House(std::vector<device::Link> links = {}, QueueLimits limits = {},
                  const std::function<void(TestDevice&)>& prepare = nullptr,
                  device::Topology topology = evenTopology(4, 2)) {
     auto owned = std::make_unique<TestDevice>(std::move(topology), std::move(links), told);

@@ -9,9 +9,9 @@ namespace {
 
 using device::Status;
 
-std::vector<device::PortId> peersOf(const PatchGraph& graph, device::PortId port) {
+std::vector<device::PortId> neighboursOf(const PatchGraph& graph, device::PortId port) {
   std::vector<device::PortId> ports;
-  for (const auto& [order, peer] : graph.peers(port)) ports.push_back(peer.port);
+  for (const auto& [order, neighbour] : graph.neighbours(port)) ports.push_back(neighbour.port);
   return ports;
 }
 
@@ -24,11 +24,11 @@ TEST(PatchGraph, KeepsTheOrderOfMakingBothWays) {
   EXPECT_EQ(graph.links(), made);
   EXPECT_EQ(graph.size(), 4U);
   EXPECT_EQ(graph.version(), 4U);
-  EXPECT_EQ(peersOf(graph, out(1, 2)), (std::vector{in(0, 0), in(1, 1)}));
-  EXPECT_EQ(peersOf(graph, out(0, 0)), (std::vector{in(1, 1), in(0, 0)}));
-  EXPECT_EQ(peersOf(graph, in(0, 0)), (std::vector{out(1, 2), out(0, 0)}));
-  EXPECT_EQ(peersOf(graph, in(1, 1)), (std::vector{out(0, 0), out(1, 2)}));
-  EXPECT_EQ(peersOf(graph, in(1, 2)), std::vector<device::PortId>());
+  EXPECT_EQ(neighboursOf(graph, out(1, 2)), (std::vector{in(0, 0), in(1, 1)}));
+  EXPECT_EQ(neighboursOf(graph, out(0, 0)), (std::vector{in(1, 1), in(0, 0)}));
+  EXPECT_EQ(neighboursOf(graph, in(0, 0)), (std::vector{out(1, 2), out(0, 0)}));
+  EXPECT_EQ(neighboursOf(graph, in(1, 1)), (std::vector{out(0, 0), out(1, 2)}));
+  EXPECT_EQ(neighboursOf(graph, in(1, 2)), std::vector<device::PortId>());
 }
 
 TEST(PatchGraph, ConnectedPairStaysOneConnectionInItsPlace) {
@@ -70,11 +70,26 @@ TEST(PatchGraph, InitialConnectionsAreVersionZero) {
   EXPECT_EQ(graph.version(), 0U);
   EXPECT_EQ(graph.disconnect(good), Status::Ok);
   EXPECT_EQ(graph.version(), 1U);
-  EXPECT_TRUE(graph.peers(out(0, 1)).empty());
-  EXPECT_TRUE(graph.peers(in(0, 0)).empty());
+  EXPECT_TRUE(graph.neighbours(out(0, 1)).empty());
+  EXPECT_TRUE(graph.neighbours(in(0, 0)).empty());
 }
 
 // Cost that grew with the number of connections, or with those of one port, would not end within the test's limit.
+TEST(PatchGraph, InitialConnectionsComeFirstHoweverLateTheyAreEntered) {
+  const device::Topology topology = evenTopology(3, 2);
+  PatchGraph graph(topology);
+  const device::Link early = link(out(0, 0), in(1, 0));
+  const device::Link late = link(out(0, 0), in(2, 0));
+  EXPECT_EQ(graph.connect(early, PatchGraph::Carrier::Device), device::Status::Ok);
+  graph.begin({link(out(2, 0), in(0, 1)), link(out(0, 5), in(0, 0)), link(out(0, 0), in(0, 0))});
+  EXPECT_EQ(graph.version(), 1U);
+  EXPECT_EQ(graph.connect(late), device::Status::Ok);
+  EXPECT_EQ(graph.links(), (std::vector{link(out(2, 0), in(0, 1)), link(out(0, 0), in(0, 0)), early, late}));
+  EXPECT_EQ(neighboursOf(graph, out(0, 0)), (std::vector{in(0, 0), in(1, 0), in(2, 0)}));
+  EXPECT_EQ(graph.disconnect(link(out(0, 0), in(0, 0))), device::Status::Ok);
+  EXPECT_EQ(neighboursOf(graph, out(0, 0)), (std::vector{in(1, 0), in(2, 0)}));
+}
+
 TEST(PatchGraph, HundredThousandConnectionsOfOnePortStayFast) {
   constexpr std::uint16_t PortsPerGroup = 50'000;
   const device::Topology topology = evenTopology(2, PortsPerGroup);
@@ -89,7 +104,7 @@ TEST(PatchGraph, HundredThousandConnectionsOfOnePortStayFast) {
     ASSERT_EQ(graph.connect(middle), Status::Ok);
   }
   EXPECT_EQ(graph.size(), 100'000U);
-  EXPECT_EQ(graph.peers(out(0, 0)).size(), 100'000U);
+  EXPECT_EQ(graph.neighbours(out(0, 0)).size(), 100'000U);
   EXPECT_EQ(graph.version(), 300'000U);
   for (std::uint32_t i = 0; i < 100'000; ++i) ASSERT_EQ(graph.disconnect(link(out(0, 0), sink(i))), Status::Ok);
   EXPECT_TRUE(graph.links().empty());

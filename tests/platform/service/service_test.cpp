@@ -82,7 +82,7 @@ std::string textOf(const ClientCounts& counts) {
 }
 
 TEST(Service, CountsTapsAndMessagesOfEachClient) {
-  House house({Keys}, Limits{.queueBytes = 64});
+  House house({Keys}, QueueLimits{.queueBytes = 64});
   const ClientId watcher = house.service->addClient();
   house.tap(watcher, "G0Out1");
   house.tap(watcher, "G1In1", EventPortId{2});

@@ -157,7 +157,7 @@ TEST(TapQueue, DefaultSizeHoldsMinutesOfAFullPort) {
       {"one byte", {0xF8}, microseconds(320), std::chrono::minutes(5)},
   };
   for (const auto& row : table) {
-    TapQueue queue(Limits{}.queueBytes);
+    TapQueue queue(QueueLimits{}.queueBytes);
     device::Time now{};
     while (queue.lost() == 0) {
       queue.add(One, out(0, 0), "p", Holder, {0, row.message}, now);

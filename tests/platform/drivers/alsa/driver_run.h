@@ -12,7 +12,7 @@
 #include <vector>
 
 #include "platform/device/driver.h"
-#include "platform/drivers/alsa/alsa_driver.h"
+#include "platform/drivers/alsa/driver.h"
 
 namespace drivers::alsa {
 
@@ -24,7 +24,7 @@ class DriverRun : public device::DriverEvents {
     auto opened = openAlsa();
     if (auto* problem = std::get_if<std::string>(&opened)) throw std::runtime_error(*problem);
     driver = std::move(std::get<std::unique_ptr<device::Driver>>(opened));
-    driver->start(*this, clockNow());
+    descriptor_ = driver->start(*this, clockNow()).descriptor;
   }
 
   // Serves the driver like the service until it is so; false when that does not come.
@@ -37,7 +37,7 @@ class DriverRun : public device::DriverEvents {
       if (reached()) break;
       device::Time wait = std::chrono::milliseconds(20);
       if (next) wait = std::min(wait, *next - now);
-      pollfd polled{driver->descriptor(), POLLIN, 0};
+      pollfd polled{descriptor_, POLLIN, 0};
       const auto milliseconds = std::chrono::ceil<std::chrono::milliseconds>(wait).count();
       poll(&polled, 1, static_cast<int>(std::max<std::int64_t>(milliseconds, 0)));
     }
@@ -88,6 +88,9 @@ class DriverRun : public device::DriverEvents {
   std::size_t seen = 0;
   std::uint64_t known = 0;  // lost
   int unknown = 0;          // losses whose number the kernel has not said
+
+ private:
+  int descriptor_ = -1;
 };
 
 }  // namespace drivers::alsa

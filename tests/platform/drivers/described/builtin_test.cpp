@@ -46,8 +46,9 @@ TEST(BuiltinDevice, HasItsGroups) {
 
 TEST(BuiltinDevice, HasItsConnectionsInOrder) {
   const auto driver = makeBuiltinDriver();
+  DeviceRecorder recorder;
   std::vector<std::string> links;
-  for (const device::Link& link : driver->initialLinks()) {
+  for (const device::Link& link : driver->start(recorder, {}).links) {
     EXPECT_TRUE(driver->topology().exists(link.source()));
     EXPECT_TRUE(driver->topology().exists(link.sink()));
     links.push_back(driver->topology().name(link.source()) + " " + driver->topology().name(link.sink()));

@@ -11,11 +11,11 @@ namespace {
 using namespace std::chrono_literals;
 using testing::ElementsAre;
 
-TEST(DeviceDriver, AThruJoinsEqualIndexesOnly) {
+TEST(DescribedDevice, AThruJoinsEqualIndexesOnly) {
   DeviceDescription device;
   device.groups = {device::numberedGroup(9, "T", 2, 3), device::numberedGroup(10, "U", 2, 2)};
   device.thrus = {9};
-  const auto driver = makeDeviceDriver(std::move(device));
+  const auto driver = makeDescribedDevice(std::move(device));
   DeviceRecorder recorder;
   driver->start(recorder, 0s);
   const midi::ByteVector bytes = midi::fromHex("F0 01 F7");
@@ -26,13 +26,13 @@ TEST(DeviceDriver, AThruJoinsEqualIndexesOnly) {
   EXPECT_THAT(recorder.all, ElementsAre(Emitted{{9, 1, device::Side::Source}, 1s, 3, "F0 01 F7"}));
 }
 
-TEST(DeviceDriver, PlayersStartWithTheFirstUseOfTheirSource) {
+TEST(DescribedDevice, PlayersStartWithTheFirstUseOfTheirSource) {
   DeviceDescription device;
   device.groups = {device::numberedGroup(0, "A", 2, std::nullopt)};
   const midi::Score score{{{100ms, 5, midi::fromHex("90 01 01")}}, 1s};
   device.scores.push_back({{0, 0, device::Side::Source}, midi::ScorePlayback{score, false, 1}});
   device.scores.push_back({{0, 1, device::Side::Source}, midi::ScorePlayback{score, false, 1}});
-  const auto driver = makeDeviceDriver(std::move(device));
+  const auto driver = makeDescribedDevice(std::move(device));
   DeviceRecorder recorder;
   driver->start(recorder, 0s);
   driver->setUsed({0, 1, device::Side::Source}, true, 10s);
@@ -46,7 +46,7 @@ TEST(DeviceDriver, PlayersStartWithTheFirstUseOfTheirSource) {
                                         Emitted{{0, 0, device::Side::Source}, 20s + 100ms, 5, "90 01 01"}));
 }
 
-TEST(DeviceDriver, AFloodComesInPiecesAndComplete) {
+TEST(DescribedDevice, AFloodComesInPiecesAndComplete) {
   DeviceDescription device;
   device.groups = {device::numberedGroup(0, "A", 2, std::nullopt)};
   midi::Score score;
@@ -57,7 +57,7 @@ TEST(DeviceDriver, AFloodComesInPiecesAndComplete) {
   const auto expected = score.events;
   device.scores.push_back({{0, 0, device::Side::Source}, midi::ScorePlayback{std::move(score), false, 0}});
   device.clocks.push_back({{0, 1, device::Side::Source}, midi::ClockPlayback{120}});
-  const auto driver = makeDeviceDriver(std::move(device));
+  const auto driver = makeDescribedDevice(std::move(device));
   DeviceRecorder recorder;
   driver->start(recorder, 0s);
   driver->setUsed({0, 0, device::Side::Source}, true, 1s);

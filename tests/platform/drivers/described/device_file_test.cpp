@@ -48,9 +48,8 @@ TEST_F(DeviceFile, PlaysTheFileBesideIt) {
                                             "[[player]]\nsource = 'SynthOut1'\nfile = 'songs/song.mid'\nspeed = 2\n"));
   ASSERT_TRUE(std::holds_alternative<std::unique_ptr<device::Driver>>(loaded)) << std::get<std::string>(loaded);
   device::Driver& driver = *std::get<std::unique_ptr<device::Driver>>(loaded);
-  EXPECT_THAT(driver.initialLinks(), ElementsAre(device::Link{4, 1, 4, 0}));
   DeviceRecorder recorder;
-  driver.start(recorder, 0s);
+  EXPECT_THAT(driver.start(recorder, 0s).links, ElementsAre(device::Link{4, 1, 4, 0}));
   constexpr device::PortId Out1{4, 0, device::Side::Source};
   driver.setUsed(Out1, true, 1s);
   run(driver, 1s, 1s + 600ms);

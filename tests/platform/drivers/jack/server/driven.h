@@ -13,7 +13,7 @@
 #include <variant>
 #include <vector>
 
-#include "platform/drivers/jack/jack_driver.h"
+#include "platform/drivers/jack/driver.h"
 #include "tests/platform/midi/smf_maker.h"
 #include "tests/support/deadline.h"
 
@@ -27,7 +27,7 @@ class Driven : private device::DriverEvents {
     auto opened = openJack(absent);
     if (const auto* problem = std::get_if<std::string>(&opened)) throw std::runtime_error(*problem);
     driver_ = std::get<0>(std::move(opened));
-    driver_->start(*this, now());
+    descriptor_ = driver_->start(*this, now()).descriptor;
   }
 
   // Runs it until something holds, for some seconds at most. Answers whether it does.
@@ -107,7 +107,7 @@ class Driven : private device::DriverEvents {
     const auto wanted = driver_->advance(now());
     auto wait = std::chrono::milliseconds(deadline.atMost(std::chrono::milliseconds(20)).pollTimeout());
     if (wanted) wait = std::min(wait, std::max(std::chrono::ceil<std::chrono::milliseconds>(*wanted - now()), {}));
-    pollfd ready{driver_->descriptor(), POLLIN, 0};
+    pollfd ready{descriptor_, POLLIN, 0};
     poll(&ready, 1, static_cast<int>(wait.count()));
   }
 
@@ -149,6 +149,7 @@ class Driven : private device::DriverEvents {
   void warned(std::string_view line) override { lines.push_back("warning: " + std::string(line)); }
 
   std::unique_ptr<device::Driver> driver_;
+  int descriptor_ = -1;
 };
 
 }  // namespace drivers::jack

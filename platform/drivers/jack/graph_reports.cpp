@@ -1,0 +1,119 @@
+#include "platform/drivers/jack/graph_reports.h"
+
+#include <jack/jack.h>
+
+#include <cerrno>
+#include <chrono>
+#include <cstdint>
+
+#include "platform/drivers/jack/graph.h"
+#include "platform/system/earliest.h"
+
+namespace drivers::jack {
+namespace {
+
+constexpr device::Time BetweenRestores = std::chrono::seconds(1);
+
+}  // namespace
+
+void GraphReports::begin(const Client& client) {
+  ports_.update(jack::readPorts(client.handle(), client.portPrefix()));
+  clientLog_.update(ports_.clients());
+}
+
+void GraphReports::readPorts(const Client& client, device::DriverEvents& events, device::Time now) {
+  stale_ = false;
+  jack_client_t* handle = client.handle();
+  const bool changed = ports_.update(jack::readPorts(handle, client.portPrefix()));
+  const auto stillRuns = [handle](const std::string& name) { return clientRuns(handle, name); };
+  for (const std::string& line : clientLog_.update(ports_.clients(), stillRuns)) events.noted(line);
+  if (changed) events.topologyChanged(now);
+  // A port that returned unnoticed also needs its tap again.
+  tapsDue_ = now;
+}
+
+void GraphReports::readLinks(const Client& client, device::DriverEvents& events, device::Time now) {
+  for (const device::Group& group : ports_.topology().groups()) {
+    const std::uint16_t count = group.sources ? group.sources->count : std::uint16_t{0};
+    for (std::uint16_t index = 0; index < count; ++index) {
+      const auto source = ports_.name({group.handle, index, device::Side::Source});
+      if (!source) continue;
+      for (const std::string& sink : connectionsOf(client.handle(), *source)) {
+        if (const auto link = ports_.link(*source, sink)) events.linked(*link, now);
+      }
+    }
+  }
+}
+
+bool GraphReports::readChanges(Client& client, device::DriverEvents& events, device::Time now) {
+  for (const Change& change : client.changes().take()) {
+    if (!readChange(change, client, events, now)) return false;
+  }
+  if (stale_) readPorts(client, events, now);
+  return true;
+}
+
+// Returns false if nothing follows.
+bool GraphReports::readChange(const Change& change, const Client& client, device::DriverEvents& events,
+                              device::Time now) {
+  switch (change.kind) {
+    case Change::Kind::Ports:
+      stale_ = true;
+      return true;
+    case Change::Kind::Renamed:
+      readPorts(client, events, now);
+      readLinks(client, events, now);
+      return true;
+    case Change::Kind::Ended:
+      return false;
+    case Change::Kind::Connected:
+    case Change::Kind::Disconnected:
+      break;
+  }
+  const std::string& prefix = client.portPrefix();
+  const bool made = change.kind == Change::Kind::Connected;
+  if (change.sink.starts_with(prefix)) {
+    // Another client ended a tap's connection, unless the source no longer exists.
+    if (!made) sys::keepEarlier(tapsDue_, now + BetweenRestores);
+    return true;
+  }
+  if (change.source.starts_with(prefix)) return true;
+  if (stale_) readPorts(client, events, now);
+  if (!echoes_.isNews(change.source, change.sink, made)) return true;
+  const auto link = ports_.link(change.source, change.sink);
+  if (!link) return true;
+  if (made) {
+    events.linked(*link, now);
+  } else {
+    events.unlinked(*link, now);
+  }
+  return true;
+}
+
+device::Status GraphReports::patch(const Client& client, bool made, const device::Link& link,
+                                   device::DriverEvents& events, device::Time now) {
+  const auto source = ports_.name(link.source());
+  const auto sink = ports_.name(link.sink());
+  if (!source || !sink) return device::Status::NotFound;
+  if (made) {
+    const int result = jack_connect(client.handle(), source->c_str(), sink->c_str());
+    if (result != 0 && result != EEXIST) return device::Status::Refused;
+    if (result == 0) echoes_.expect(*source, *sink, true);
+    events.linked(link, now);
+  } else {
+    if (jack_disconnect(client.handle(), source->c_str(), sink->c_str()) != 0) return device::Status::NotFound;
+    echoes_.expect(*source, *sink, false);
+    events.unlinked(link, now);
+  }
+  return device::Status::Ok;
+}
+
+void GraphReports::clientGone(device::DriverEvents& events, device::Time now) {
+  echoes_.clear();
+  clientLog_.systemGone();
+  stale_ = false;
+  tapsDue_.reset();
+  if (ports_.update({})) events.topologyChanged(now);
+}
+
+}  // namespace drivers::jack

@@ -1,0 +1,55 @@
+// Tells the service of JACK's ports and connections.
+#pragma once
+
+#include <optional>
+#include <string>
+
+#include "platform/device/driver.h"
+#include "platform/drivers/foreign/client_log.h"
+#include "platform/drivers/jack/changes.h"
+#include "platform/drivers/jack/client.h"
+#include "platform/drivers/jack/echoes.h"
+#include "platform/drivers/jack/port_directory.h"
+
+namespace drivers::jack {
+
+// Knows which ports and connections the service was told of, and reports what has changed since.
+class GraphReports {
+ public:
+  // The ports that were last read.
+  const PortDirectory& ports() const { return ports_; }
+
+  // Reads the ports without a report. Call this before any report, at most once.
+  void begin(const Client& client);
+
+  // Reads and reports the ports.
+  void readPorts(const Client& client, device::DriverEvents& events, device::Time now);
+
+  // Reads and reports all connections.
+  void readLinks(const Client& client, device::DriverEvents& events, device::Time now);
+
+  // Reports what JACK has announced to the client. Returns false if the server has ended: then call clientGone.
+  bool readChanges(Client& client, device::DriverEvents& events, device::Time now);
+
+  // See device::Driver::patch. Blocks for a request.
+  device::Status patch(const Client& client, bool made, const device::Link& link, device::DriverEvents& events,
+                       device::Time now);
+
+  // The client was closed: reports that no port exists. Returning clients get no lines of their own.
+  void clientGone(device::DriverEvents& events, device::Time now);
+
+  // When to restore taps, which may have lost their connections; nullopt: all have them. Holds until tapsRestored.
+  std::optional<device::Time> tapsDue() const { return tapsDue_; }
+  void tapsRestored() { tapsDue_.reset(); }
+
+ private:
+  bool readChange(const Change& change, const Client& client, device::DriverEvents& events, device::Time now);
+
+  PortDirectory ports_;
+  ClientLog clientLog_;
+  Echoes echoes_;
+  bool stale_ = false;  // ports were added or removed that ports_ does not know of yet
+  std::optional<device::Time> tapsDue_;
+};
+
+}  // namespace drivers::jack

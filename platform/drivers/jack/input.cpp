@@ -1,0 +1,132 @@
+#include "platform/drivers/jack/input.h"
+
+#include <jack/jack.h>
+#include <jack/midiport.h>
+
+#include <algorithm>
+#include <cassert>
+#include <cstring>
+#include <string>
+#include <vector>
+
+#include "platform/drivers/jack/source_reader.h"
+
+namespace drivers::jack {
+namespace {
+
+// A third of a second of one port that is completely full, at 128 frames a period.
+constexpr std::size_t InputRingBytes = std::size_t{4} * 1024 * 1024;
+
+struct Record {
+  std::uint32_t number = 0;
+  std::uint32_t size = 0;  // bytes that follow; 0: a gap
+  std::uint64_t lost = 0;
+};
+
+std::span<const std::uint8_t> bytesOf(const Record& record) {
+  return {reinterpret_cast<const std::uint8_t*>(&record), sizeof record};
+}
+
+}  // namespace
+
+Input::Input(const ProcessGate& gate)
+    : gate_(gate), ring_(InputRingBytes), slots_(std::make_unique<std::array<Slot, MaxPorts>>()) {}
+
+bool Input::process(jack_nframes_t frames) {
+  bool pushed = false;
+  const std::size_t used = used_.load(std::memory_order_acquire);
+  for (std::size_t at = 0; at < used; ++at) {
+    Slot& slot = (*slots_)[at];
+    if (jack_port_t* port = slot.port.load()) pushed |= processSlot(slot, port, frames);
+  }
+  return pushed;
+}
+
+bool Input::processSlot(Slot& slot, jack_port_t* port, jack_nframes_t frames) {
+  void* buffer = jack_port_get_buffer(port, frames);
+  if (buffer == nullptr) return false;
+  bool pushed = false;
+  const std::uint32_t count = jack_midi_get_event_count(buffer);
+  for (std::uint32_t at = 0; at < count; ++at) {
+    jack_midi_event_t event;
+    if (jack_midi_event_get(&event, buffer, at) != 0 || event.size == 0) continue;
+    const std::span<const std::uint8_t> bytes(event.buffer, event.size);
+    if (!slot.gap || pushGap(slot)) {
+      pushed = true;
+      const Record record{slot.number, static_cast<std::uint32_t>(event.size), 0};
+      if (ring_.push(bytesOf(record), bytes)) continue;
+    }
+    slot.gap = true;
+    if (SourceReader::begins(bytes)) ++slot.lost;
+  }
+  // JACK fills a period's buffer from its beginning, so what did not fit is missing at the end.
+  if (const std::uint32_t lost = jack_midi_get_lost_event_count(buffer); lost > 0) {
+    slot.gap = true;
+    slot.lost += lost;
+  }
+  if (slot.gap) pushed |= pushGap(slot);
+  return pushed;
+}
+
+bool Input::pushGap(Slot& slot) {
+  if (!ring_.push(bytesOf({slot.number, 0, slot.lost}), {})) return false;
+  slot.gap = false;
+  slot.lost = 0;
+  return true;
+}
+
+std::optional<std::uint32_t> Input::open(jack_client_t* client) {
+  const auto free = std::ranges::find_if(*slots_, [](const Slot& slot) { return slot.port.load() == nullptr; });
+  if (free == slots_->end()) return std::nullopt;
+  const std::size_t at = static_cast<std::size_t>(free - slots_->begin());
+  const std::string name = "capture_" + std::to_string(at + 1);
+  jack_port_t* port = jack_port_register(client, name.c_str(), JACK_DEFAULT_MIDI_TYPE, JackPortIsInput, 0);
+  if (port == nullptr) return std::nullopt;
+  free->number = ++lastNumber_;
+  free->gap = false;
+  free->lost = 0;
+  free->port.store(port);
+  used_.store(std::max(used_.load(), at + 1), std::memory_order_release);
+  return free->number;
+}
+
+const Input::Slot* Input::find(std::uint32_t number) const {
+  const auto found = std::ranges::find_if(
+      *slots_, [&](const Slot& slot) { return slot.number == number && slot.port.load() != nullptr; });
+  return found == slots_->end() ? nullptr : &*found;
+}
+
+jack_port_t* Input::port(std::uint32_t number) const {
+  const Slot* slot = find(number);
+  assert(slot != nullptr);
+  return slot->port.load();
+}
+
+void Input::close(jack_client_t* client, std::uint32_t number) {
+  const Slot* slot = find(number);
+  if (slot == nullptr) return;
+  jack_port_t* port = (*slots_)[static_cast<std::size_t>(slot - slots_->data())].port.exchange(nullptr);
+  gate_.pass();
+  jack_port_unregister(client, port);
+}
+
+bool Input::take(std::size_t bytes, const TakeEvent& event, const TakeGap& gap) {
+  std::vector<std::uint8_t> body;
+  for (std::size_t taken = 0; taken < bytes;) {
+    if (ring_.size() < sizeof(Record)) return false;
+    Record record;
+    ring_.peek(0, {reinterpret_cast<std::uint8_t*>(&record), sizeof record});
+    body.resize(record.size);
+    ring_.peek(sizeof record, body);
+    ring_.drop(sizeof record + record.size);
+    taken += sizeof record + record.size;
+    if (record.size > 0) {
+      event(record.number, body);
+    } else {
+      gap(record.number, record.lost);
+    }
+  }
+  return ring_.size() >= sizeof(Record);
+}
+
+}  // namespace drivers::jack

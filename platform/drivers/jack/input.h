@@ -1,0 +1,71 @@
+// Our input ports, each connected to one JACK source.
+#pragma once
+
+#include <jack/types.h>
+
+#include <array>
+#include <atomic>
+#include <cstddef>
+#include <cstdint>
+#include <functional>
+#include <memory>
+#include <optional>
+#include <span>
+
+#include "platform/drivers/jack/process_gate.h"
+#include "platform/drivers/jack/spsc_ring.h"
+
+namespace drivers::jack {
+
+// Events that arrive reach the service through one ring, in order. Events that the ring has no room for are lost and
+// counted. The count of lost messages is at the place of the first loss.
+class Input {
+ public:
+  static constexpr std::size_t MaxPorts = 1024;
+
+  // gate: that of the process callback; must outlive this object.
+  explicit Input(const ProcessGate& gate);
+
+  // Process callback: reads what arrived at all ports in this period. Returns true if it wrote to the ring. Takes no
+  // lock and does not allocate.
+  bool process(jack_nframes_t frames);
+
+  // Service: makes a port. Returns its number, which no other port of this object has had; nullopt if JACK or this
+  // object has no port left. Blocks for a request.
+  std::optional<std::uint32_t> open(jack_client_t* client);
+
+  // Service: returns the port with this number, which must be open.
+  jack_port_t* port(std::uint32_t number) const;
+
+  // Service: closes the port, with its connection. What the ring still holds of it keeps its number, which is no longer
+  // open. Blocks for a request.
+  void close(jack_client_t* client, std::uint32_t number);
+
+  using TakeEvent = std::function<void(std::uint32_t number, std::span<const std::uint8_t> event)>;
+  using TakeGap = std::function<void(std::uint32_t number, std::uint64_t lost)>;
+
+  // Service: takes about this many bytes out of the ring. event: called for each event. gap: called where events are
+  // missing (lost: how many messages lost their beginning). Returns true if the ring holds more.
+  bool take(std::size_t bytes, const TakeEvent& event, const TakeGap& gap);
+
+ private:
+  struct Slot {
+    std::atomic<jack_port_t*> port{nullptr};
+    std::uint32_t number = 0;  // changes only while port is null
+    // For the process callback:
+    bool gap = false;
+    std::uint64_t lost = 0;
+  };
+
+  const Slot* find(std::uint32_t number) const;
+  bool processSlot(Slot& slot, jack_port_t* port, jack_nframes_t frames);
+  bool pushGap(Slot& slot);
+
+  const ProcessGate& gate_;
+  SpscRing ring_;
+  std::unique_ptr<std::array<Slot, MaxPorts>> slots_;
+  std::atomic<std::size_t> used_{0};  // slots from here on have never had a port
+  std::uint32_t lastNumber_ = 0;
+};
+
+}  // namespace drivers::jack
