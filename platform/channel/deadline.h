@@ -11,6 +11,9 @@ namespace channel {
 // seconds more), and for the destruction of a manager.
 inline constexpr std::chrono::milliseconds AnswerTime{2000};
 
+// The monotonic time, since an arbitrary start.
+inline std::chrono::nanoseconds clockNow() { return std::chrono::steady_clock::now().time_since_epoch(); }
+
 class Deadline {
  public:
   explicit Deadline(std::chrono::milliseconds fromNow) : end_(std::chrono::steady_clock::now() + fromNow) {}

@@ -25,8 +25,6 @@ void reportLossBefore(std::uint64_t count) { sys::sayLine(messagesText(count) + 
 
 void reportUncountedLosses(std::uint64_t times) { sys::sayLine(wire::uncountedLossText(times)); }
 
-std::chrono::nanoseconds clockNow() { return std::chrono::steady_clock::now().time_since_epoch(); }
-
 // Sets a flag during its lifetime and clears it also when an exception passes.
 class WhileTrue {
  public:

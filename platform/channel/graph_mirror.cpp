@@ -7,7 +7,7 @@ namespace {
 
 // A listing asks a hundred thousand times. Reading the socket each time would cost four fifths of its time, in system
 // calls that find nothing. A mirror this old is indistinguishable from one read just before the change.
-constexpr std::chrono::microseconds LookInterval{50};
+constexpr std::chrono::microseconds DrainInterval{50};
 
 }  // namespace
 
@@ -46,7 +46,7 @@ GraphMirror::Freshness GraphMirror::update(ControlChannel& control, bool mayAsk,
 GraphMirror::Freshness GraphMirror::look(ControlChannel& control, bool mayAsk, const Deadline& deadline) {
   const auto now = std::chrono::steady_clock::now();
   if (isValid_ && now < nextLook_) return Freshness::Current;
-  nextLook_ = now + LookInterval;
+  nextLook_ = now + DrainInterval;
   // Otherwise the mirror of a service that is gone would never change.
   if (control.lost()) return Freshness::Stale;
   return update(control, mayAsk, deadline);

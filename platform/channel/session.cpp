@@ -16,8 +16,7 @@
 namespace channel {
 namespace {
 
-// The longest sleep while the service is gone.
-constexpr std::chrono::milliseconds LookInterval{200};
+constexpr std::chrono::milliseconds LongestSleep{200};  // while the service is gone
 
 // Time to deliver the events that arrived before the service was lost. Ends earlier if the channel is closed.
 constexpr std::chrono::milliseconds RestTime{100};
@@ -27,8 +26,6 @@ constexpr std::chrono::milliseconds FollowInterval{200};
 
 // How long work may wait for the requests of other threads, so that events need not.
 constexpr std::chrono::milliseconds WorkDelay{1000};
-
-device::Time clockNow() { return std::chrono::steady_clock::now().time_since_epoch(); }
 
 }  // namespace
 
@@ -196,7 +193,7 @@ void Session::waitForService(const Deadline& deadline) {
     const std::lock_guard guard(mutex_);
     if (attached()) return;
   }
-  poll(nullptr, 0, static_cast<int>(std::min(deadline.left(), LookInterval).count()));
+  poll(nullptr, 0, static_cast<int>(std::min(deadline.left(), LongestSleep).count()));
 }
 
 void Session::workIfDue() {

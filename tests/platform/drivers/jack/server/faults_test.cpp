@@ -82,7 +82,9 @@ void endAndReturn(void (JackServer::*end)()) {
     EXPECT_FALSE(driven.isThere("peer:out"));
     EXPECT_THAT(driven.links, IsEmpty());
     EXPECT_EQ(driven.patch(true, "peer:out", "peer:in"), device::Status::NotFound);
-    server.start();
+    peer.reset();
+    server.startAlone();
+    ASSERT_TRUE(driven.runUntil([&] { return driven.lines.size() > 1; }));
     peer.emplace("peer", "out", "in");
     ASSERT_TRUE(driven.runUntilThere("peer:out"));
     EXPECT_THAT(driven.lines, ElementsAre("warning: connection to the JACK server lost",

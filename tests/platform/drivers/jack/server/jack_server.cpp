@@ -137,9 +137,9 @@ JackServer::~JackServer() {
   child_->wait(Deadline(LeavingPatience));
 }
 
-void JackServer::start() {
+void JackServer::startAlone() {
   removeSemaphores(serverName().text());
-  const std::string log = folder_.path() / "log";
+  const std::string log = logPath();
   ChildDescriptors descriptors;
   descriptors.open(STDIN_FILENO, "/dev/null", O_RDONLY);
   descriptors.open(STDOUT_FILENO, log, O_WRONLY | O_CREAT | O_APPEND);
@@ -149,10 +149,14 @@ void JackServer::start() {
           "jackd", {"-r", "-n", serverName().text(), "-d", "dummy", "-r", "48000", "-p", Period}, environment(), {}},
       descriptors);
   serverName().write(child_->id());
+}
+
+void JackServer::start() {
+  startAlone();
   const auto ready =
       runProcess({"jack_wait", {"-w", "-t", std::to_string(Patience / 1s)}, environment(), {}}, {}, Deadline(Patience));
   if (ready.status == testsupport::ExitStatus::exited(0)) return;
-  std::ifstream in(log);
+  std::ifstream in(logPath());
   throw std::runtime_error("jackd does not run: " + std::string(std::istreambuf_iterator<char>(in), {}));
 }
 

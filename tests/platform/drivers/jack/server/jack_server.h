@@ -37,6 +37,11 @@ class JackServer {
 
   void start();
 
+  // Like start, but does not wait until the server runs: a client that is to come by itself shows that. start waits
+  // with a client that leaves. Who joins at that moment may take its place for taken, and then wakes no client that
+  // gets the place next.
+  void startAlone();
+
   // What one of JACK's tools, which must succeed, prints: jack_lsp -c ...
   std::string tool(const std::string& program, const std::vector<std::string>& arguments = {}) const;
 
@@ -45,6 +50,7 @@ class JackServer {
 
  private:
   void end(int signal);
+  std::string logPath() const { return folder_.path() / "log"; }
 
   testsupport::ScratchFolder folder_;
   std::optional<testsupport::Child> child_;
