@@ -19,7 +19,7 @@ class GaplessIndices {
  public:
   GaplessIndices() = default;
 
-  // groups: all have ids (see GroupIds).
+  // groups: all have ids (see channel::GroupIds).
   explicit GaplessIndices(std::span<const device::Group> groups);
 
   // The number of ports at the beginning.

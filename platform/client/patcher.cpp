@@ -5,8 +5,8 @@
 #include <span>
 #include <utility>
 
+#include "platform/channel/group_ids.h"
 #include "platform/client/gapless_indices.h"
-#include "platform/client/group_ids.h"
 #include "platform/client/port_places.h"
 #include "platform/client/session.h"
 #include "strmsrv.h"
@@ -17,6 +17,14 @@ namespace {
 
 // Minimum time between two queries, because an unknown port may never become known, nor a removed one return.
 constexpr std::chrono::milliseconds RefreshInterval{100};
+
+// GroupNameTable holds their names.
+channel::GroupIds& groupIdsOfThisProcess() {
+  // Never destroyed: a patcher may outlive static objects.
+  static auto* const ids =
+      new channel::GroupIds([](std::uint16_t id, const std::string& name) { GroupNameTable.publish(id, name); });
+  return *ids;
+}
 
 }  // namespace
 
@@ -31,7 +39,7 @@ struct Patcher::State {
   std::mutex mutex;  // for all below
   client::GaplessIndices indices;
   client::PortPlaces places;
-  client::HeldGroupIds ids{client::groupIdsOfThisProcess()};
+  channel::HeldGroupIds ids{groupIdsOfThisProcess()};
   std::uint64_t followed = 0;       // the number of the session whose ports places knows
   std::uint64_t deviceVersion = 0;  // the version of its device
   std::chrono::steady_clock::time_point nextRefresh;

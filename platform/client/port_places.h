@@ -27,7 +27,7 @@ class PortPlaces {
 
   PortPlaces() = default;
 
-  // first: all groups have ids (see GroupIds).
+  // first: all groups have ids (see channel::GroupIds).
   explicit PortPlaces(std::vector<device::Group> first);
 
   // Updates the places to the ports that the service has now. New ports of known groups become known. isAnother: the

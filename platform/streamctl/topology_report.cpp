@@ -8,7 +8,7 @@
 #include <utility>
 #include <vector>
 
-#include "platform/client/group_ids.h"
+#include "platform/channel/group_ids.h"
 #include "platform/device/port_hash.h"
 #include "platform/device/topology.h"
 #include "platform/streamctl/json_text.h"
@@ -139,7 +139,7 @@ std::string nameIn(const device::Topology& device, device::PortId port) {
 }
 
 device::Topology withGroupIds(const wire::Topology& topology) {
-  return device::Topology(client::withGroupIds(topology.groups));
+  return device::Topology(channel::withGroupIds(topology.groups));
 }
 
 }  // namespace

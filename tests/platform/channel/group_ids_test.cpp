@@ -1,4 +1,4 @@
-#include "platform/client/group_ids.h"
+#include "platform/channel/group_ids.h"
 
 #include <gtest/gtest.h>
 
@@ -6,7 +6,7 @@
 #include <string>
 #include <vector>
 
-namespace client {
+namespace channel {
 namespace {
 
 using Ids = std::map<std::string, std::uint16_t>;
@@ -110,4 +110,4 @@ TEST(GroupIds, GroupsBeyondTheLastIdAreLeftOut) {
 }
 
 }  // namespace
-}  // namespace client
+}  // namespace channel

@@ -15,7 +15,7 @@
 
 #include "platform/device/topology.h"
 
-namespace client {
+namespace channel {
 
 // Maps group names to ids. While anybody holds an id, the id keeps its name and the name keeps its id. So several lists
 // of groups, made one after the other or from several services, agree on the name of an id. Thread-safe.
@@ -54,9 +54,6 @@ class GroupIds {
   std::unordered_map<std::string, std::vector<std::uint16_t>> byName_;  // in the order in which they were given
 };
 
-// The ids of this process. StrmSrv::GroupNameTable holds their names.
-GroupIds& groupIdsOfThisProcess();
-
 // Ids that are released on destruction.
 class HeldGroupIds {
  public:
@@ -87,4 +84,4 @@ class HeldGroupIds {
 // The groups with the ids that they have in a process that knows no other groups.
 std::vector<device::Group> withGroupIds(std::vector<device::Group> groups);
 
-}  // namespace client
+}  // namespace channel

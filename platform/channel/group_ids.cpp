@@ -1,11 +1,9 @@
-#include "platform/client/group_ids.h"
+#include "platform/channel/group_ids.h"
 
 #include <limits>
 #include <unordered_set>
 
-#include "strmsrv.h"
-
-namespace client {
+namespace channel {
 namespace {
 
 constexpr std::uint32_t MaxIds = std::numeric_limits<std::uint16_t>::max() + 1U;
@@ -78,16 +76,9 @@ std::optional<std::uint16_t> GroupIds::lowestFree(std::uint32_t& from) const {
   return std::nullopt;
 }
 
-GroupIds& groupIdsOfThisProcess() {
-  // Never destroyed: a patcher may outlive static objects.
-  static auto* const ids =
-      new GroupIds([](std::uint16_t id, const std::string& name) { StrmSrv::GroupNameTable.publish(id, name); });
-  return *ids;
-}
-
 std::vector<device::Group> withGroupIds(std::vector<device::Group> groups) {
   GroupIds().enter(groups);
   return groups;
 }
 
-}  // namespace client
+}  // namespace channel
