@@ -18,7 +18,7 @@ struct Scheme {
 constexpr std::array Schemes{
     Scheme{Transport::Embedded, "embedded:", ""},
     Scheme{Transport::Local, "ipc://", "the path is missing (use ipc://PATH)"},
-    Scheme{Transport::Network, "tcp://", "no host and port (tcp://HOST:PORT)"},
+    Scheme{Transport::Network, "tcp://", ""},
 };
 
 }  // namespace

@@ -17,7 +17,7 @@ enum class Transport : std::uint8_t {
 
 struct Address {
   Transport transport = Transport::Embedded;
-  std::string place;  // not empty, except with Embedded
+  std::string place;  // not empty with Local
 
   // The text of which parseAddress makes this address.
   std::string text() const;

@@ -51,7 +51,7 @@ std::optional<std::string> Attachment::takeLine() {
 
 Attachment::Action Attachment::nextWhenAttached(device::Time now) {
   if (isSilent(now)) return Wait{silentUntil_};
-  if (!round_ && !carried_.empty() && now >= nextLinksLook_) return AskLinks{now + ActionTime};
+  if (!round_ && !carried_.empty() && now >= nextLinksLook_) return AskLinks{now + 2 * ActionTime};
   if (!round_ && tapsAreMissing_ && now >= nextRound_) startRound(now);
   if (round_) {
     if (const auto* tap = reached()) return request(*tap, now);
@@ -62,6 +62,7 @@ Attachment::Action Attachment::nextWhenAttached(device::Time now) {
 }
 
 void Attachment::connected(std::uint64_t session) {
+  if (state_ == State::Closed) return;
   state_ = State::Attaching;
   session_ = session;
   silentUntil_ = device::Time(0);
@@ -87,11 +88,13 @@ void Attachment::tapped(device::Status status) {
   if (tap == nullptr) return;
   tap->second.isMissing = status != device::Status::Ok;
   if (!tap->second.isMissing) ++round_->made;
+  nextMissing_ = tap->second.order + 1;
   ++round_->at;
 }
 
 void Attachment::finishAttaching(device::Time now) {
   state_ = State::Attached;
+  nextMissing_ = 0;
   tapsAreMissing_ = round_->made < taps_.size();
   if (wasLost_) say(returnText(round_->made, taps_.size()));
   round_.reset();
@@ -104,11 +107,11 @@ void Attachment::startRound(device::Time now) {
   round_.emplace();
   round_->until = now + ActionTime;
   const auto taps = taps_.inOrder();
-  const std::size_t first = nextMissing_;
+  const auto orderOf = [](const TapList::Entry* tap) { return tap->second.order; };
+  const auto first = static_cast<std::size_t>(std::ranges::lower_bound(taps, nextMissing_, {}, orderOf) - taps.begin());
   for (std::size_t i = 0; i < taps.size() && round_->keys.size() < TapsAtOnce; ++i) {
     const TapList::Entry& tap = *taps[(first + i) % taps.size()];
     if (tap.second.isMissing) round_->keys.push_back(tap.first);
-    nextMissing_ = first + i + 1;
   }
 }
 
@@ -127,6 +130,7 @@ void Attachment::unanswered(device::Time now) {
   if (state_ == State::Attached) {
     // Does not count as silent: other requests have a longer timeout.
     if (round_) {
+      if (const auto* tap = reached()) nextMissing_ = tap->second.order + 1;
       endRound();
     } else {
       nextLinksLook_ = now + LinksInterval;

@@ -8,6 +8,7 @@
 #include <limits>
 #include <optional>
 #include <string>
+#include <utility>
 #include <variant>
 #include <vector>
 
@@ -35,7 +36,7 @@ struct TapRound {
 // second, up to 100 taps of ports that did not exist are tried again, in turn, until all exist.
 class Attachment {
  public:
-  // An action must not take longer than `until`.
+  // An action must end before `until`.
   //
   // Connect and say hello; ends with connected or unanswered.
   struct Connect {
@@ -46,7 +47,7 @@ class Attachment {
     wire::Tap request;
     device::Time until;
   };
-  // Ask for the device's ports and connections; ends with answered or unanswered.
+  // Ask for the device's ports, then for its connections; ends with answered or unanswered.
   struct AskLinks {
     device::Time until;
   };
@@ -61,7 +62,8 @@ class Attachment {
   // mayReturn: the service may end and come back (see Connector). Otherwise lost does nothing.
   explicit Attachment(bool mayReturn) : mayReturn_(mayReturn) {}
 
-  // Until an action has ended, next returns the same action again.
+  // Returns what to do now. Until it has ended, or the service is silent, next returns it again, perhaps with a later
+  // `until`.
   Action next(device::Time now);
 
   // A line for the user, once; nullopt if there is none. Ask after each call that may change something.
@@ -71,7 +73,8 @@ class Attachment {
   void tapped(device::Status status);
   void answered(const wire::Links& links, const wire::Topology& topology, device::Time now);
 
-  // The action did not end in time, or failed. If isAttaching was true, it is false now: close the connection.
+  // The action did not end in time, or failed. If the client is not attached, close the connection. If the connection
+  // itself has closed, call lost as well.
   void unanswered(device::Time now);
 
   // The connection has closed, or the service has forgotten the client.
@@ -83,8 +86,7 @@ class Attachment {
   // The client leaves. There is nothing to do from then on.
   void close() { state_ = State::Closed; }
 
-  // True while the service has been greeted, but not all taps are made.
-  bool isAttaching() const { return state_ == State::Attaching; }
+  // True once the service has been greeted and all taps are made, as far as their ports exist.
   bool isAttached() const { return state_ == State::Attached; }
   bool isClosed() const { return state_ == State::Closed; }
   bool isSilent(device::Time now) const { return now < silentUntil_; }
@@ -125,8 +127,8 @@ class Attachment {
   std::optional<TapRound> round_;
   bool wasLost_ = false;
   bool tapsAreMissing_ = false;
-  std::size_t nextMissing_ = 0;  // the tap to try next if it is missing, in the order of tapping
-  device::Time nextLook_{0};     // while the service is gone
+  std::uint64_t nextMissing_ = 0;  // the order of the tap to try next if it is missing
+  device::Time nextLook_{0};       // while the service is gone
   device::Time silentUntil_{0};
   device::Time nextRound_{0};
   device::Time nextLinksLook_{0};

@@ -16,8 +16,9 @@
 
 namespace channel {
 
-// Takes an event for one of the client's event ports. port: the name of the device's port. Both views are valid for the
-// call only. Returns false if the client has no such event port (any more).
+// Takes an event for one of the client's event ports. port: the name of the device's port, at most MaxNameBytes. event:
+// header and records, as the service sent them. Both views are valid for the call only. Returns false if the client has
+// no such event port (any more).
 using TakeEvent =
     std::function<bool(std::uint32_t eventPort, std::string_view port, std::span<const std::uint8_t> event)>;
 

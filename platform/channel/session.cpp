@@ -24,9 +24,6 @@ constexpr std::chrono::milliseconds RestTime{100};
 // How often the receiving thread reads changes. The report about connections that a service has lost may be this old.
 constexpr std::chrono::milliseconds FollowInterval{200};
 
-// How long work may wait for the requests of other threads, so that events need not.
-constexpr std::chrono::milliseconds WorkDelay{1000};
-
 }  // namespace
 
 Session::Session(Connector connector, std::string address)
@@ -46,6 +43,7 @@ std::optional<std::string> Session::open() {
       if (!control_->greet(program_invocation_short_name, deadline)) return "the service does not answer";
       attachment_.connected(control_->session());
       work();
+      isBack_ = false;
     }
     events_.emplace(connector_, number_);
     if (events_->open(deadline)) return std::nullopt;
@@ -74,30 +72,31 @@ bool Session::attached() {
 }
 
 void Session::work() {
-  for (bool done = false; !done;) {
+  bool waits = false;
+  do {
     const auto action = attachment_.next(clockNow());
-    done = std::holds_alternative<Attachment::Wait>(action);
-    std::visit([this](const auto& each) { perform(each); }, action);
-    tellLines();
+    waits = std::holds_alternative<Attachment::Wait>(action);
     if (attachment_.isAttached() && number_ == 0) {
       number_ = attachment_.session();
       isBack_ = true;
     }
-  }
+    tellLines();
+    try {
+      std::visit([this](const auto& each) { perform(each); }, action);
+    } catch (const std::exception&) {
+      // The system gives no socket or no memory; perhaps next time.
+      if (attachment_.isAttached()) throw;
+      giveUp();
+    }
+    // The next call looks for a service that is lost here.
+  } while (control_ && !waits);
 }
 
 void Session::perform(const Attachment::Connect& action) {
-  try {
-    if (connector_.whyUnreachable() == 0) {
-      control_.emplace(connector_);
-      if (control_->greet(program_invocation_short_name, Deadline::at(action.until))) {
-        return attachment_.connected(control_->session());
-      }
-    }
-  } catch (const std::exception&) {
-    // The system gives no socket; perhaps next time.
-  }
-  giveUp();
+  if (connector_.whyUnreachable() != 0) return giveUp();
+  control_.emplace(connector_);
+  if (!control_->greet(program_invocation_short_name, Deadline::at(action.until))) return giveUp();
+  attachment_.connected(control_->session());
 }
 
 void Session::perform(const Attachment::MakeTap& action) {
@@ -109,9 +108,9 @@ void Session::perform(const Attachment::MakeTap& action) {
 void Session::perform(const Attachment::AskLinks& action) {
   const auto topology =
       control_->ask<wire::Topology>(wire::AskTopology{control_->session()}, Deadline::at(action.until));
-  const auto links =
-      topology ? control_->ask<wire::Links>(wire::AskLinks{control_->session()}, Deadline(Attachment::ActionTime))
-               : std::nullopt;
+  const auto links = topology
+                         ? control_->ask<wire::Links>(wire::AskLinks{control_->session()}, Deadline::at(action.until))
+                         : std::nullopt;
   if (!links) return giveUp();
   attachment_.answered(*links, *topology, clockNow());
 }
@@ -197,16 +196,10 @@ void Session::waitForService(const Deadline& deadline) {
 }
 
 void Session::workIfDue() {
-  const device::Time now = clockNow();
-  const device::Time due = nextWork_;
-  if (now < due) return;
-  std::unique_lock guard(mutex_, std::defer_lock);
-  if (now - due < WorkDelay) {
-    if (!guard.try_lock()) return;
-  } else {
-    guard.lock();
-  }
-  if (control_) work();
+  if (clockNow() < nextWork_.load()) return;
+  // Received events must not wait for a request of another thread.
+  const std::unique_lock guard(mutex_, std::try_to_lock);
+  if (guard && control_) work();
 }
 
 void Session::lookForArrivals() {

@@ -53,9 +53,11 @@ class Session {
   void close(const Deadline& deadline = Deadline(AnswerTime));
 
   // Waits for events and passes them to take (see EventChannel::receive). Returns true if one was taken. Does nothing
-  // while an event is taken. One thread at a time.
+  // while an event is taken. Does due work first, so that it may take longer than the deadline: half a second for each
+  // answer of a service that is late. One thread at a time.
   bool receive(const TakeEvent& take, const Deadline& deadline);
 
+  // eventPort: a number that the client chooses; take gets it with each event.
   std::optional<device::Status> tap(std::uint32_t eventPort, const std::string& name, std::uint32_t holderBytes);
   std::optional<device::Status> untap(std::uint32_t eventPort, const std::string& name);
   std::optional<device::Status> untapAll(std::uint32_t eventPort);
@@ -119,7 +121,7 @@ class Session {
   void keepTopology(wire::Topology topology);
   std::optional<device::Status> request(const std::function<wire::Body(std::uint64_t session)>& message,
                                         const Deadline& deadline);
-  bool lookAtGraph(std::uint64_t number);
+  bool lookAtGraph(const Deadline& deadline, std::uint64_t number);
   bool isCurrent(GraphMirror::Freshness freshness, const Deadline& deadline);
 
   // For the receiving thread.
@@ -140,9 +142,9 @@ class Session {
   Arrivals arrivals_;
   std::optional<EventChannel> events_;  // used by the receiving thread, like all members up to nextFollow_
   ArrivalTimer arrivalTimer_;
-  device::Time nextFollow_{0};  // when to read changes of the graph
-  std::atomic<device::Time> nextWork_{Attachment::Never};
-  std::atomic<bool> isBack_{false};  // the service is back, and the receiving thread has not yet looked for arrivals
+  device::Time nextFollow_{0};                             // when to read changes of the graph
+  std::atomic<device::Time> nextWork_{Attachment::Never};  // when the attachment has something to do
+  std::atomic<bool> isBack_{false};  // the service is back, and the receiving thread does not know yet
   std::atomic<std::uint64_t> deviceVersion_{0};
   std::atomic<std::uint64_t> number_{0};
 };

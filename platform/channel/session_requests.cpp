@@ -109,20 +109,21 @@ std::optional<device::Status> Session::patch(bool made, const device::Link& link
 
 bool Session::peersOf(device::PortId port, std::uint64_t number, std::vector<device::PortId>& result) {
   result.clear();
+  const Deadline deadline(AnswerTime);
   const std::lock_guard guard(mutex_);
-  if (!lookAtGraph(number)) return false;
+  if (!lookAtGraph(deadline, number)) return false;
   const auto found = graph_.links().peers(port);
   result.assign(found.begin(), found.end());
   return true;
 }
 
 std::optional<std::uint64_t> Session::graphVersion(std::uint64_t number) {
+  const Deadline deadline(AnswerTime);
   const std::lock_guard guard(mutex_);
-  return lookAtGraph(number) ? std::optional(graph_.links().version()) : std::nullopt;
+  return lookAtGraph(deadline, number) ? std::optional(graph_.links().version()) : std::nullopt;
 }
 
-bool Session::lookAtGraph(std::uint64_t number) {
-  const Deadline deadline(AnswerTime);
+bool Session::lookAtGraph(const Deadline& deadline, std::uint64_t number) {
   if (!attached() || control_->session() != number) return false;
   return isCurrent(graph_.look(*control_, !isSilent(), deadline), deadline);
 }

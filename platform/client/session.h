@@ -6,6 +6,7 @@
 #include <span>
 #include <string>
 #include <string_view>
+#include <utility>
 #include <variant>
 
 #include "evtsrv.h"
@@ -29,9 +30,10 @@ class EventPortManager::Session : public channel::Session {
   EventResult receiveEvent(int milliseconds);
 
  private:
+  Session(channel::Connector connector, std::string address)
+      : channel::Session(std::move(connector), std::move(address)) {}
   using channel::Session::open;
   using channel::Session::receive;
-  using channel::Session::Session;
 
   bool dispatch(std::uint32_t eventPort, std::string_view port, std::span<const std::uint8_t> event);
 

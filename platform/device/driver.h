@@ -29,7 +29,7 @@ class DriverEvents {
   // Driver::topology returns something new. Connections of ports that no longer exist end with this call.
   virtual void topologyChanged(Time now) = 0;
 
-  // Messages of this source were lost on the way from the other system, after the messages emitted so far. count: how
+  // Messages of this source were lost before they reached the driver, after the messages emitted so far. count: how
   // many; 0 if the other system does not say.
   virtual void lost(PortId source, std::uint64_t count, Time now) = 0;
 
@@ -69,7 +69,8 @@ class Driver {
 
   // Sets the receiver of all events. Called once, before all operations below, on the thread that creates the service;
   // the service's own thread may be another one, which has not started yet. Calls linked for each connection that
-  // exists in the other system; emits no message yet.
+  // exists in the other system, which Started does not list again; emits no message yet. May throw an exception derived
+  // from std::exception if the system gives no descriptor.
   virtual Started start(DriverEvents& events, Time now) = 0;
 
   // A message arrived at a sink port of the device; the driver delivers it to the port once. The driver may call

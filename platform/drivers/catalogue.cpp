@@ -17,9 +17,9 @@
 namespace drivers {
 namespace {
 
-DriverOrProblem openBuiltin(Lifetime /*service*/) { return makeBuiltinDriver(); }
+DriverOrProblem openBuiltin(Lifetime /*lifetime*/) { return makeBuiltinDriver(); }
 
-DriverOrProblem openSequencer(Lifetime /*service*/) {
+DriverOrProblem openSequencer(Lifetime /*lifetime*/) {
 #ifdef FLOWSCOPE_HAVE_ALSA
   return openAlsa();
 #else
@@ -27,9 +27,9 @@ DriverOrProblem openSequencer(Lifetime /*service*/) {
 #endif
 }
 
-DriverOrProblem openServer([[maybe_unused]] Lifetime service) {
+DriverOrProblem openServer([[maybe_unused]] Lifetime lifetime) {
 #ifdef FLOWSCOPE_HAVE_JACK
-  return openJack(service == Lifetime::Long ? Absent::IsWaitedFor : Absent::Fails);
+  return openJack(lifetime == Lifetime::Long ? Absent::IsWaitedFor : Absent::Fails);
 #else
   return "built without support for JACK";
 #endif

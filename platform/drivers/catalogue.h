@@ -24,7 +24,7 @@ struct Entry {
   std::string_view text;  // "JACK": what the driver serves, for users
 
   // Blocks while the other system answers.
-  DriverOrProblem (*open)(Lifetime service);
+  DriverOrProblem (*open)(Lifetime lifetime);
 
   // True if the ports are those of another system. Such a driver can be requested by name alone (embedded:jack), and at
   // most once: a second one would list all ports twice, and the copies would hear each other. If the system does not

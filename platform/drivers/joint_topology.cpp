@@ -10,7 +10,7 @@ namespace {
 constexpr std::size_t MostPortsInALine = 8;
 
 bool isThere(const std::optional<device::SideOfGroup>& side, std::uint16_t index) {
-  return side && index < side->count && !side->hasGone(index);
+  return side && side->exists(index);
 }
 
 // Returns the names of the ports that exist now and did not exist before.

@@ -6,13 +6,16 @@
 #include <limits>
 #include <utility>
 
+#include "platform/channel/deadline.h"
+
 namespace host {
+
+using channel::clockNow;
+
 namespace {
 
 // Messages served before the device gets its turn.
 constexpr int MessagesAtOnce = 64;
-
-device::Time clockNow() { return std::chrono::steady_clock::now().time_since_epoch(); }
 
 // Converts to a timeout for zmq_poll. Rounds up, so that it never wakes too early.
 long pollTimeout(std::optional<device::Time> until) {

@@ -3,7 +3,6 @@
 
 #include <memory>
 #include <string>
-#include <string_view>
 
 #include "platform/channel/connector.h"
 #include "platform/host/embedded_service.h"

@@ -1,5 +1,7 @@
 #include "platform/service/patch_graph.h"
 
+#include <cassert>
+
 namespace service {
 
 PatchGraph::PatchGraph(const device::Topology& topology, const std::vector<device::Link>& initial)
@@ -8,6 +10,7 @@ PatchGraph::PatchGraph(const device::Topology& topology, const std::vector<devic
 }
 
 void PatchGraph::begin(const std::vector<device::Link>& initial) {
+  assert(links_.empty() || links_.begin()->first >= 0);
   auto order = -static_cast<std::int64_t>(initial.size());
   for (const device::Link& link : initial) {
     if (topology_.exists(link.source()) && topology_.exists(link.sink())) insert(link, Carrier::Service, order++);

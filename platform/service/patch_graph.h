@@ -35,7 +35,7 @@ class PatchGraph {
   explicit PatchGraph(const device::Topology& topology, const std::vector<device::Link>& initial = {});
 
   // Enters the connections of version 0. They come before all others, even those that were made before this call. Those
-  // between ports that do not exist are left out. Call this at most once.
+  // between ports that do not exist are left out. Call this once at most with any.
   void begin(const std::vector<device::Link>& initial);
 
   // Ok, without a change, if the connection already exists; NotFound if one of its ports does not exist.

@@ -4,11 +4,15 @@
 #include <chrono>
 #include <utility>
 
+#include "platform/channel/deadline.h"
 #include "platform/device/topology.h"
 #include "platform/midi/sounding_notes.h"
 #include "platform/streamctl/frame_batch.h"
 
 namespace streamctl {
+
+using channel::clockNow;
+
 namespace {
 
 // The longest wait for the next message without a check of the service.
@@ -17,8 +21,6 @@ constexpr std::chrono::milliseconds LongestWait{100};
 // How many bytes may be sent before the service has taken them. The service's window counts frames, and a frame may
 // have a megabyte.
 constexpr std::size_t MaxBytesOnTheWay = 1U << 20U;
-
-device::Time clockNow() { return std::chrono::steady_clock::now().time_since_epoch(); }
 
 // Sends frames and keeps track of the notes that sound.
 class Sender {

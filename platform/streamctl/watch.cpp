@@ -17,7 +17,6 @@
 #include "platform/streamctl/output.h"
 #include "platform/streamctl/service_client.h"
 #include "platform/streamctl/stop_signals.h"
-#include "platform/system/printable.h"
 
 namespace streamctl {
 namespace {

@@ -62,7 +62,7 @@ class FieldWriter {
     if (value) field(*value);
   }
 
-  // The names of a side's ports, which has its count already: none if they are numbered. That of a removed port is
+  // The names of a side's ports, which has its count already: none if they are numbered and all exist. That of a removed port is
   // empty.
   void portNames(const device::SideOfGroup& side) {
     assert(side.names.empty() || side.names.size() == side.count);

@@ -171,7 +171,7 @@ struct Stats {
   std::uint64_t lost = 0;
   std::uint64_t queueLimit = 0;      // bytes that may wait for one client
   std::vector<ClientStats> clients;  // in the order of connecting
-  // How many times an unknown number of messages, perhaps none, was lost on the way to the service. Not part of lost.
+  // How many times an unknown number of messages, perhaps none, was lost before reaching the service. Not part of lost.
   std::uint64_t uncountedLosses = 0;
 };
 

@@ -21,6 +21,12 @@ constexpr device::Time BetweenFeedTries = 1s;
 // Senders are held back long before this limit; what comes from other systems cannot be held back.
 constexpr std::size_t MaxWaiting = std::size_t{16} * 1024 * 1024;
 
+// Why nothing can be sent to the sink with this name in JACK, nullopt if it has none.
+std::string_view whyNoFeed(const Client& client, const std::optional<std::string>& name) {
+  const bool exists = name && jack_port_by_name(client.handle(), name->c_str()) != nullptr;
+  return exists ? unsent::NotConnected : unsent::PortHasGone;
+}
+
 }  // namespace
 
 bool SinkFeeds::send(Client& client, const PortDirectory& ports, device::PortId sink,
@@ -28,9 +34,7 @@ bool SinkFeeds::send(Client& client, const PortDirectory& ports, device::PortId 
   const auto found = feeds_.find(sink);
   Feed* feed = found != feeds_.end() ? &found->second : open(client, ports, sink, now);
   if (feed == nullptr) {
-    const auto name = ports.name(sink);
-    const bool exists = name && jack_port_by_name(client.handle(), name->c_str()) != nullptr;
-    bursts_.addUnsent(1, ports.text(sink), exists ? unsent::NotConnected : unsent::PortHasGone, now);
+    bursts_.addUnsent(1, ports.text(sink), whyNoFeed(client, ports.name(sink)), now);
     return true;
   }
   if (waiting_ + bytes.size() > MaxWaiting) {
@@ -55,7 +59,7 @@ std::optional<device::Time> SinkFeeds::pump(Client& client, const PortDirectory&
     const bool waits = client.output().waits(feed.number);
     const bool retries = waits && !client.output().settled(feed.number) && now >= feed.lastTry + BetweenFeedTries;
     if (!name || (!waits && now >= feed.lastUse + IdleFor) || (retries && !connect(client, *name, feed, now))) {
-      at = close(client, at, now);
+      at = close(client, at, whyNoFeed(client, name), now);
       continue;
     }
     if (feed.queue.waitingBytes() > 0) {
@@ -90,7 +94,7 @@ std::size_t SinkFeeds::unsentBytes(Client& client) const {
 }
 
 void SinkFeeds::clientGone(Client& client, device::Time now) {
-  for (auto at = feeds_.begin(); at != feeds_.end();) at = close(client, at, now);
+  for (auto at = feeds_.begin(); at != feeds_.end();) at = close(client, at, unsent::PortHasGone, now);
 }
 
 SinkFeeds::Feed* SinkFeeds::open(Client& client, const PortDirectory& ports, device::PortId sink, device::Time now) {
@@ -112,11 +116,12 @@ bool SinkFeeds::connect(Client& client, const std::string& sink, Feed& feed, dev
   return result == 0 || result == EEXIST;
 }
 
-SinkFeeds::Feeds::iterator SinkFeeds::close(Client& client, Feeds::iterator feed, device::Time now) {
+SinkFeeds::Feeds::iterator SinkFeeds::close(Client& client, Feeds::iterator feed, std::string_view reason,
+                                            device::Time now) {
   waiting_ -= feed->second.queue.waitingBytes();
   std::uint64_t left = feed->second.queue.waitingMessages();
   left += client.output().close(client.handle(), feed->second.number);
-  if (left > 0) bursts_.addUnsent(left, feed->second.sinkName, unsent::PortHasGone, now);
+  if (left > 0) bursts_.addUnsent(left, feed->second.sinkName, reason, now);
   return feeds_.erase(feed);
 }
 

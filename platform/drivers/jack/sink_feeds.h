@@ -6,6 +6,7 @@
 #include <optional>
 #include <span>
 #include <string>
+#include <string_view>
 #include <utility>
 
 #include "platform/drivers/foreign/burst_log.h"
@@ -55,7 +56,8 @@ class SinkFeeds {
 
   Feed* open(Client& client, const PortDirectory& ports, device::PortId sink, device::Time now);
   static bool connect(Client& client, const std::string& sink, Feed& feed, device::Time now);
-  Feeds::iterator close(Client& client, Feeds::iterator feed, device::Time now);
+  // reason: of what is not sent, see unsent.
+  Feeds::iterator close(Client& client, Feeds::iterator feed, std::string_view reason, device::Time now);
 
   BurstLog& bursts_;
   Feeds feeds_;

@@ -27,6 +27,7 @@ const std::vector<Row> Table = {
     {"ipc:///run/a b", {Transport::Local, "/run/a b"}},
     {"ipc://here", {Transport::Local, "here"}},
     {"tcp://host:5", {Transport::Network, "host:5"}},
+    {"tcp://", {Transport::Network, ""}},
 };
 
 TEST(Address, TextNamesTransportAndPlace) {
@@ -38,8 +39,8 @@ TEST(Address, TextOfAnAddressIsTheOneItWasReadFrom) {
 }
 
 TEST(Address, OtherTextsAreRefusedWithACause) {
-  for (const char* text : {"", "ipc://", "ipc:/path", "tcp://", "embedded",
-                           "EMBEDDED:", " embedded:", "inproc://service", "nonsense", "/path"}) {
+  for (const char* text :
+       {"", "ipc://", "ipc:/path", "embedded", "EMBEDDED:", " embedded:", "inproc://service", "nonsense", "/path"}) {
     const auto parsed = parseAddress(text);
     const auto* cause = std::get_if<std::string>(&parsed);
     ASSERT_NE(cause, nullptr) << text;

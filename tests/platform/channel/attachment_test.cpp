@@ -113,7 +113,7 @@ TEST_F(AttachmentTest, ReturnMakesAllTapsInTheOrderOfTapping) {
   EXPECT_EQ(nextTap(), "b") << "until it is made";
   attachment.tapped(device::Status::Ok);
   EXPECT_EQ(nextTap(), "a");
-  EXPECT_TRUE(attachment.isAttaching());
+  EXPECT_FALSE(attachment.isAttached());
   attachment.tapped(device::Status::Ok);
   EXPECT_EQ(idle(), Attachment::Never);
   EXPECT_TRUE(attachment.isAttached());
@@ -142,7 +142,7 @@ TEST_F(AttachmentTest, ServiceThatFallsSilentWhileAttachingIsLookedForAgain) {
   attachment.connected(Session + 1);
   attachment.tapped(device::Status::Ok);
   attachment.unanswered(now);
-  EXPECT_FALSE(attachment.isAttaching());
+  EXPECT_FALSE(attachment.isAttached());
   EXPECT_EQ(idle(), 200ms);
   EXPECT_EQ(takeLines(), Lines{"connection to the service lost"}) << "it is not back yet";
   now += 200ms;
@@ -196,6 +196,21 @@ TEST_F(AttachmentTest, MissingTapsShareOneTimeout) {
   EXPECT_EQ(takeLines(), Lines{"1 tap restored"});
   EXPECT_TRUE(attachment.isAttached()) << "only the connection's end is a loss";
   EXPECT_EQ(idle(), 700ms);
+}
+
+TEST_F(AttachmentTest, TapWithoutAnAnswerDoesNotKeepOthersFromTheirTurn) {
+  attach();
+  addTaps(3);
+  comeBack(device::Status::NotFound);
+  now += 1s;
+  ASSERT_EQ(nextTap(), "T0");
+  attachment.unanswered(now);
+  now += 1s;
+  EXPECT_EQ(nextTap(), "T1");
+  attachment.tapped(device::Status::NotFound);
+  attachment.unanswered(now);
+  now += 1s;
+  EXPECT_EQ(nextTap(), "T0");
 }
 
 TEST_F(AttachmentTest, SilentServiceIsAskedNothingForASecond) {

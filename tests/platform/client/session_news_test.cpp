@@ -51,6 +51,22 @@ TEST(SessionNews, ServiceIsAskedForAddedPortsOnceASecond) {
   EXPECT_LE(looks, 1 + (Clock::now() - start) / std::chrono::seconds(1));
 }
 
+TEST(SessionNews, ServiceThatSaysNothingIsNotAskedForAddedPorts) {
+  std::atomic<int> asked{0};
+  const auto context = std::make_shared<zmq::context_t>(0);
+  PlayedService service(*context, "inproc://news", [&](PlayedService& self, std::uint32_t tag, const wire::Body& body) {
+    self.answerGreeting(tag, body);
+    if (std::holds_alternative<wire::AskTopology>(body)) ++asked;
+  });
+  const auto opened = Session::open(channel::Connector(context, "inproc://news"), "test");
+  const auto* session = std::get_if<std::shared_ptr<Session>>(&opened);
+  ASSERT_NE(session, nullptr);
+  (*session)->list(twoGroups());
+  const testsupport::Deadline given(std::chrono::milliseconds(600));
+  while (!given.passed()) (*session)->receiveEvent(10);
+  EXPECT_EQ(asked, 0);
+}
+
 TEST(SessionNews, ReceiveDoesNotWaitForARequestOfAnotherThread) {
   std::atomic<bool> patching{false};
   std::atomic<bool> received{false};

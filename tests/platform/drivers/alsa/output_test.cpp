@@ -13,9 +13,9 @@ namespace {
 using ::testing::ElementsAre;
 using ::testing::IsEmpty;
 
-class AlsaOutputTest : public AlsaDriverTest {};
+class AlsaSinkFeeds : public AlsaDriverTest {};
 
-TEST_F(AlsaOutputTest, SendsToTheGivenSinkOnly) {
+TEST_F(AlsaSinkFeeds, SendsToTheGivenSinkOnly) {
   Peer peer("peer");
   Peer other("other");
   const Address in = peer.port("peer in", SinkCapabilities);
@@ -47,7 +47,7 @@ TEST_F(AlsaOutputTest, SendsToTheGivenSinkOnly) {
   EXPECT_EQ(in.client, out.client);
 }
 
-TEST_F(AlsaOutputTest, SlowReceiverLosesNothingAndHoldsUpNobody) {
+TEST_F(AlsaSinkFeeds, SlowReceiverLosesNothingAndHoldsUpNobody) {
   Peer slow("slow");
   Peer quick("quick");
   slow.port("slow in", SinkCapabilities);
@@ -79,7 +79,7 @@ TEST_F(AlsaOutputTest, SlowReceiverLosesNothingAndHoldsUpNobody) {
   EXPECT_FALSE(driver().behind());
 }
 
-TEST_F(AlsaOutputTest, SlowReceiverBehindTheThroughPortLosesNothing) {
+TEST_F(AlsaSinkFeeds, SlowReceiverBehindTheThroughPortLosesNothing) {
   Peer slow("slow");
   const Address in = slow.port("slow in", SinkCapabilities);
   ASSERT_EQ(slow.subscribe({{14, 0}, in}), 0);
@@ -97,7 +97,7 @@ TEST_F(AlsaOutputTest, SlowReceiverBehindTheThroughPortLosesNothing) {
   EXPECT_EQ(overflows, 0);
 }
 
-TEST_F(AlsaOutputTest, MessagesThatMidiCannotCarryAreCountedAndLogged) {
+TEST_F(AlsaSinkFeeds, MessagesThatMidiCannotCarryAreCountedAndLogged) {
   Peer peer("peer");
   const Address in = peer.port("peer in", SinkCapabilities);
   const device::PortId sink = run->place("peer_in");
@@ -113,7 +113,7 @@ TEST_F(AlsaOutputTest, MessagesThatMidiCannotCarryAreCountedAndLogged) {
   EXPECT_THAT(peer.read(), IsEmpty());
 }
 
-TEST_F(AlsaOutputTest, MessagesThatWaitForAReceiverThatLeavesAreCountedAndLogged) {
+TEST_F(AlsaSinkFeeds, MessagesThatWaitForAReceiverThatLeavesAreCountedAndLogged) {
   std::optional<Peer> peer("peer");
   const Address in = peer->port("peer in", SinkCapabilities);
   const device::PortId sink = run->place("peer_in");

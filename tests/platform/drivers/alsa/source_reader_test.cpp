@@ -9,7 +9,7 @@
 namespace drivers::alsa {
 namespace {
 
-class TappedSourceTest : public ::testing::Test {
+class AlsaSourceReader : public ::testing::Test {
  protected:
   void exclusive(const char* bytes) {
     QueuedEvent event;
@@ -34,7 +34,7 @@ class TappedSourceTest : public ::testing::Test {
   std::string told_;
 };
 
-TEST_F(TappedSourceTest, OtherMessagesStandBetweenThePiecesOfSystemExclusive) {
+TEST_F(AlsaSourceReader, OtherMessagesStandBetweenThePiecesOfSystemExclusive) {
   exclusive("F0 01");
   note(3);
   exclusive("02");
@@ -44,7 +44,7 @@ TEST_F(TappedSourceTest, OtherMessagesStandBetweenThePiecesOfSystemExclusive) {
   EXPECT_EQ(source_.takeBroken(), 0U);
 }
 
-TEST_F(TappedSourceTest, RestOfAMessageThatBeganBeforeTheTapIsNoLoss) {
+TEST_F(AlsaSourceReader, RestOfAMessageThatBeganBeforeTheTapIsNoLoss) {
   exclusive("01 02");
   exclusive("F7");
   exclusive("F0 03 F7");
@@ -52,7 +52,7 @@ TEST_F(TappedSourceTest, RestOfAMessageThatBeganBeforeTheTapIsNoLoss) {
   EXPECT_EQ(source_.takeBroken(), 0U);
 }
 
-TEST_F(TappedSourceTest, MessageCutByALossIsNotCountedAgain) {
+TEST_F(AlsaSourceReader, MessageCutByALossIsNotCountedAgain) {
   exclusive("F0 01");
   source_.cut();
   exclusive("02 F7");
@@ -61,7 +61,7 @@ TEST_F(TappedSourceTest, MessageCutByALossIsNotCountedAgain) {
   EXPECT_EQ(source_.takeBroken(), 0U);
 }
 
-TEST_F(TappedSourceTest, MessageThatItsSenderCutsIsCountedAsBroken) {
+TEST_F(AlsaSourceReader, MessageThatItsSenderCutsIsCountedAsBroken) {
   exclusive("F0 01");
   exclusive("F0 02");
   source_.cut();
@@ -69,7 +69,7 @@ TEST_F(TappedSourceTest, MessageThatItsSenderCutsIsCountedAsBroken) {
   EXPECT_EQ(source_.takeBroken(), 1U);
 }
 
-TEST_F(TappedSourceTest, EventsWithoutMidiAreIgnored) {
+TEST_F(AlsaSourceReader, EventsWithoutMidiAreIgnored) {
   QueuedEvent event;
   for (const auto type : {SND_SEQ_EVENT_PORT_SUBSCRIBED, SND_SEQ_EVENT_USR0, SND_SEQ_EVENT_ECHO, SND_SEQ_EVENT_TEMPO,
                           SND_SEQ_EVENT_SYSEX, SND_SEQ_EVENT_NONE}) {
