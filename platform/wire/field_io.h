@@ -62,8 +62,8 @@ class FieldWriter {
     if (value) field(*value);
   }
 
-  // The names of a side's ports, which has its count already: none if they are numbered and all exist. That of a removed port is
-  // empty.
+  // The names of a side's ports, which has its count already: none if they are numbered and all exist. That of a
+  // removed port is empty.
   void portNames(const device::SideOfGroup& side) {
     assert(side.names.empty() || side.names.size() == side.count);
     const bool isListed = !side.names.empty() || std::ranges::find(side.gone, true) != side.gone.end();
