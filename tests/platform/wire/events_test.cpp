@@ -2,7 +2,11 @@
 
 #include <gtest/gtest.h>
 
+#include <cstddef>
+#include <cstdint>
 #include <string>
+#include <utility>
+#include <vector>
 
 #include "platform/wire/messages.h"
 #include "tests/platform/wire/bytes_of.h"
@@ -190,6 +194,50 @@ TEST(EventReader, TakesTheLongestName) {
   const auto entry = reader.next();
   ASSERT_TRUE(entry);
   EXPECT_EQ(entry->port, name);
+}
+
+using Bytes = std::vector<std::uint8_t>;
+
+struct ReadRecords {
+  std::vector<std::pair<std::uint16_t, Bytes>> records;
+  bool ok = false;
+};
+
+ReadRecords readRecords(const Bytes& bytes, bool bigEndian = false) {
+  ReadRecords read;
+  RecordReader reader(bytes, bigEndian);
+  while (const auto record = reader.next()) {
+    read.records.emplace_back(record->group, Bytes(record->message.begin(), record->message.end()));
+  }
+  read.ok = reader.ok();
+  return read;
+}
+
+TEST(Records, AreReadInBothByteOrders) {
+  const std::vector<std::pair<std::uint16_t, Bytes>> expected{{0x0102, bytesOf("90 3C 40")}, {3, bytesOf("F8")}};
+  const auto little = readRecords(bytesOf("05 00 00 00 02 01 90 3C 40 03 00 00 00 03 00 F8"));
+  EXPECT_EQ(little.records, expected);
+  EXPECT_TRUE(little.ok);
+  const auto big = readRecords(bytesOf("00 00 00 05 01 02 90 3C 40 00 00 00 03 00 03 F8"), true);
+  EXPECT_EQ(big.records, expected);
+  EXPECT_TRUE(big.ok);
+}
+
+TEST(Records, EndAtAMalformedOne) {
+  const Bytes whole = bytesOf("03 00 00 00 03 00 F8");
+  EXPECT_TRUE(readRecords({}).ok);
+  for (const char* rest : {"00 00 00 00 00 00 F8", "01 00 00 00 00 00 F8", "02 00 00 00 00 00 F8",
+                           "04 00 00 00 00 00 F8", "FF FF FF FF 00 00 F8"}) {
+    Bytes bytes = whole;
+    const Bytes malformed = bytesOf(rest);
+    bytes.insert(bytes.end(), malformed.begin(), malformed.end());
+    const auto read = readRecords(bytes);
+    EXPECT_EQ(read.records.size(), 1U) << rest;
+    EXPECT_FALSE(read.ok) << rest;
+  }
+  for (std::size_t size = 1; size < whole.size(); ++size) {
+    EXPECT_FALSE(readRecords({whole.begin(), whole.begin() + static_cast<std::ptrdiff_t>(size)}).ok) << size;
+  }
 }
 
 }  // namespace
