@@ -7,7 +7,6 @@
 #include <vector>
 
 #include "kstd.h"
-#include "platform/channel/fair_mutex.h"
 #include "tests/platform/client/fixture.h"
 #include "utilsrv.h"
 
@@ -119,51 +118,9 @@ int intrusions(Mutex& mutex) {
   return work.intrusions;
 }
 
-TEST(Mutexes, LetOneThreadInAtATime) {
-  KSTD::KThreadMutex plain;
-  EXPECT_EQ(intrusions(plain), 0);
-  channel::FairMutex fair;
-  EXPECT_EQ(intrusions(fair), 0);
-}
-
-TEST(Mutexes, FairMutexLetsInWaitingThreads) {
-  struct Work {
-    channel::FairMutex mutex;
-    std::atomic<bool> busy{false};
-    std::atomic<bool> stop{false};
-  } work;
-  const Thread greedy(
-      [](void* argument) {
-        auto& shared = *static_cast<Work*>(argument);
-        while (!shared.stop) {
-          const std::lock_guard guard(shared.mutex);
-          shared.busy = true;
-        }
-      },
-      &work, nullptr);
-  while (!work.busy) sched_yield();
-  // Would not come back if the greedy one could keep it.
-  for (int i = 0; i < 100; ++i) {
-    const std::lock_guard guard(work.mutex);
-  }
-  work.stop = true;
-  SUCCEED();
-}
-
-TEST(Mutexes, FairMutexIsTriedWithoutWaiting) {
-  channel::FairMutex mutex;
-  ASSERT_TRUE(mutex.try_lock());
-  bool locked = true;
-  std::thread([&] { locked = mutex.try_lock(); }).join();
-  EXPECT_FALSE(locked);
-  mutex.unlock();
-  std::thread([&] {
-    locked = mutex.try_lock();
-    if (locked) mutex.unlock();
-  }).join();
-  EXPECT_TRUE(locked);
-  mutex.lock();
-  mutex.unlock();
+TEST(Mutex, LetsOneThreadInAtATime) {
+  KSTD::KThreadMutex mutex;
+  EXPECT_EQ(intrusions(mutex), 0);
 }
 
 }  // namespace
