@@ -93,10 +93,9 @@ TEST(Thread, MayBeDestroyedByItsOwnEntry) {
 }
 
 // How often a thread found another one inside.
-template <class Mutex>
-int intrusions(Mutex& mutex) {
+int intrusions(KSTD::KThreadMutex& mutex) {
   struct Work {
-    Mutex& mutex;
+    KSTD::KThreadMutex& mutex;
     std::atomic<bool> inside{false};
     std::atomic<int> intrusions{0};
   } work{mutex};

@@ -37,9 +37,9 @@ class JackServer {
 
   void start();
 
-  // Like start, but does not wait until the server runs: a client that is to come by itself shows that. start waits
-  // with a client that leaves. Who joins at that moment may take its place for taken, and then wakes no client that
-  // gets the place next.
+  // Like start, but does not wait until the server runs. start waits with a client, which then leaves; a program that
+  // joins at that moment may never wake the next client (see docs/drivers.md). So a test in which a program comes back
+  // by itself uses this.
   void startAlone();
 
   // What one of JACK's tools, which must succeed, prints: jack_lsp -c ...
