@@ -1,0 +1,54 @@
+#include "platform/channel/frames.h"
+
+namespace channel {
+namespace {
+
+// More memory than this is not kept for a connection that may stay silent.
+constexpr std::size_t KeptBytes = 64U << 10U;
+
+}  // namespace
+
+void appendFrame(std::span<const std::uint8_t> message, std::vector<std::uint8_t>& out) {
+  for (std::size_t shift = 0; shift < FrameFrontBytes * 8; shift += 8) {
+    out.push_back(static_cast<std::uint8_t>(message.size() >> shift));
+  }
+  out.insert(out.end(), message.begin(), message.end());
+}
+
+void FrameReader::feed(std::span<const std::uint8_t> bytes) {
+  if (taken_ == buffer_.size()) {
+    buffer_.clear();
+    taken_ = 0;
+    if (buffer_.capacity() > KeptBytes) std::vector<std::uint8_t>().swap(buffer_);
+  } else if (taken_ >= buffer_.size() / 2) {
+    buffer_.erase(buffer_.begin(), buffer_.begin() + static_cast<std::ptrdiff_t>(taken_));
+    taken_ = 0;
+  }
+  buffer_.insert(buffer_.end(), bytes.begin(), bytes.end());
+}
+
+std::optional<std::span<const std::uint8_t>> FrameReader::next() {
+  if (!ready()) return std::nullopt;
+  const auto message = std::span<const std::uint8_t>(buffer_).subspan(taken_ + FrameFrontBytes, *nextLength());
+  taken_ += FrameFrontBytes + message.size();
+  return message;
+}
+
+bool FrameReader::ready() const {
+  const auto length = nextLength();
+  return length && *length <= MaxFrameBytes && buffer_.size() - taken_ - FrameFrontBytes >= *length;
+}
+
+bool FrameReader::broken() const {
+  const auto length = nextLength();
+  return length && *length > MaxFrameBytes;
+}
+
+std::optional<std::size_t> FrameReader::nextLength() const {
+  if (buffer_.size() - taken_ < FrameFrontBytes) return std::nullopt;
+  std::size_t length = 0;
+  for (std::size_t i = 0; i < FrameFrontBytes; ++i) length |= std::size_t{buffer_[taken_ + i]} << (i * 8);
+  return length;
+}
+
+}  // namespace channel

@@ -1,0 +1,50 @@
+// Messages on a stream of bytes: each is a frame, its length first.
+#pragma once
+
+#include <cstddef>
+#include <cstdint>
+#include <optional>
+#include <span>
+#include <vector>
+
+#include "platform/device/limits.h"
+
+namespace channel {
+
+// The length of a frame: four bytes, little-endian. It does not count itself.
+inline constexpr std::size_t FrameFrontBytes = 4;
+
+// The longest message that a frame carries: a MIDI message of the longest kind and what surrounds it.
+inline constexpr std::size_t MaxFrameBytes = device::MaxMessageBytes + 4096;
+
+// Appends the frame of a message, which has at most MaxFrameBytes.
+void appendFrame(std::span<const std::uint8_t> message, std::vector<std::uint8_t>& out);
+
+// Finds the frames in a stream that arrives in pieces of any size. Needs memory only for what has arrived and was not
+// taken. Computes only.
+class FrameReader {
+ public:
+  // The next bytes of the stream. Copies them.
+  void feed(std::span<const std::uint8_t> bytes);
+
+  // The message of the next frame; nullopt if it is not complete yet. Valid until the next call of feed or next.
+  std::optional<std::span<const std::uint8_t>> next();
+
+  // True if next returns a message.
+  bool ready() const;
+
+  // True if the next frame is too long: next returns nullopt from now on, and feed must not be called.
+  bool broken() const;
+
+  // The memory in use.
+  std::size_t bytes() const { return buffer_.capacity(); }
+
+ private:
+  // The length of the next frame's message; nullopt if it has not arrived.
+  std::optional<std::size_t> nextLength() const;
+
+  std::vector<std::uint8_t> buffer_;
+  std::size_t taken_ = 0;  // bytes of buffer_ that belong to frames before
+};
+
+}  // namespace channel
