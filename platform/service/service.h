@@ -28,6 +28,12 @@ struct CarriedLink {
   bool carried = false;
 };
 
+// A place in the list of connections, from where it goes on.
+struct LinkPosition {
+  std::int64_t after = 0;
+  std::int64_t end = 0;
+};
+
 // A change of the patch graph, as reported to clients. added is false for a removed connection.
 struct GraphChange {
   std::uint64_t version = 0;  // of the graph after this change; the first change makes version 1
@@ -46,6 +52,10 @@ class Service : private device::DriverEvents {
 
   // Ends the client's taps and drops its waiting events. An unknown client is no error, here and below: operations that
   // return a status return NoSession, the others do nothing.
+  //
+  // No operation works for long. What would, as the end of many taps, takes effect at once for all clients, and advance
+  // cleans up in pieces: call it after each operation that takes a time. Until then the driver may still report what
+  // nobody needs, or not report yet what a tap of a sink with very many connections needs.
   void removeClient(ClientId client, device::Time now);
 
   // Taps. holderBytes: the largest event (header included) that several records may share. Repeating a tap returns Ok
@@ -68,6 +78,13 @@ class Service : private device::DriverEvents {
   device::Status disconnect(const device::Link& link, device::Time now);
   std::vector<device::Link> links() const;
   std::vector<CarriedLink> connections() const;  // like links
+
+  // The same list in pieces, between which connections may be made and removed: connectionsAfter returns up to `most`
+  // (at least 1) connections after the position and moves it; an empty piece is the end. Each connection that exists
+  // from firstConnection to the end is listed exactly once. A connection made in between is left out; one removed in
+  // between may be. So the list and all changes after the version at firstConnection make the graph of the end.
+  LinkPosition firstConnection() const;
+  std::vector<CarriedLink> connectionsAfter(LinkPosition& position, std::size_t most) const;
   std::uint64_t graphVersion() const;
   std::vector<GraphChange> takeGraphChanges();
 
@@ -108,8 +125,8 @@ class Service : private device::DriverEvents {
   // See device::Started.
   int descriptor() const;
 
-  // Does the work that is due. Returns when to call again (see Driver::advance). The result holds until the next call
-  // of an operation that takes a time.
+  // Does a bounded piece of the work that is due. Returns when to call again (see Driver::advance). The result holds
+  // until the next call of an operation that takes a time.
   std::optional<device::Time> advance(device::Time now);
 
  private:
