@@ -17,6 +17,7 @@ namespace {
 
 // How much is done at once of what may be any amount: about a millisecond each.
 constexpr std::size_t TapsAtOnce = 2000;
+constexpr std::size_t MemoryAtOnce = 1U << 20U;
 constexpr std::size_t ChangesAtOnce = 500;
 constexpr std::size_t SourcesAtOnce = 250;  // each is an operation of the driver
 
@@ -41,7 +42,7 @@ struct Service::State {
 
   void copyToTaps(device::PortId port, const device::Message& message, device::Time now) {
     taps.forEach(port, [&](const Tap& tap, const std::string& name) {
-      clients.queue(tap.client)->add(tap.eventPort, port, name, tap.holderBytes, message, now);
+      clients.addMessage(tap.client, tap.eventPort, port, name, tap.holderBytes, message, now);
     });
   }
 
@@ -104,13 +105,16 @@ struct Service::State {
   bool work(device::Time now) {
     const bool any = isWorkLeft();
     sweepTaps();
+    clients.sweep(MemoryAtOnce);
     endSevered();
     moveTaps();
     use.settle(SourcesAtOnce, now);
     return any;
   }
 
-  bool isWorkLeft() { return taps.hasEnded() || graph.hasSevered() || !homeless.empty() || use.isUnsettled(); }
+  bool isWorkLeft() {
+    return taps.hasEnded() || clients.hasRemoved() || graph.hasSevered() || !homeless.empty() || use.isUnsettled();
+  }
 
   // For a port that a message is about to pass: returns whether it was removed. Warns at the first message it misses.
   bool hasGone(device::PortId port) {
@@ -149,7 +153,7 @@ Service::Service(std::unique_ptr<device::Driver> driver, QueueLimits limits, dev
 
 Service::~Service() = default;
 
-ClientId Service::addClient() { return state_->clients.add(); }
+ClientId Service::addClient(std::uint32_t user) { return state_->clients.add(user); }
 
 void Service::removeClient(ClientId client, device::Time now) {
   state_->clients.remove(client);
@@ -267,13 +271,21 @@ const device::Topology& Service::topology() const { return state_->topology(); }
 std::uint64_t Service::topologyVersion() const { return state_->topologyVersion; }
 
 std::size_t Service::takeEvents(ClientId client, std::size_t maxBytes, std::vector<std::uint8_t>& out) {
-  TapQueue* queue = state_->clients.queue(client);
-  return queue == nullptr ? 0 : queue->take(maxBytes, out);
+  return state_->clients.take(client, maxBytes, out);
 }
 
-bool Service::hasEvents(ClientId client) const {
-  const TapQueue* queue = std::as_const(state_->clients).queue(client);
-  return queue != nullptr && !queue->empty();
+bool Service::hasEvents(ClientId client) const { return state_->clients.hasEvents(client); }
+
+std::vector<ClientId> Service::takeReadyClients() { return state_->clients.takeReady(); }
+
+std::size_t Service::waitingMemory() const { return state_->clients.memory(); }
+
+std::size_t Service::waitingMemory(std::uint32_t user) const { return state_->clients.memory(user); }
+
+std::size_t Service::dropOldest(std::size_t memory) { return state_->clients.dropOldest(memory); }
+
+std::size_t Service::dropOldestOf(std::uint32_t user, std::size_t memory) {
+  return state_->clients.dropOldestOf(user, memory);
 }
 
 ClientCounts Service::counts(ClientId client) const {
@@ -345,7 +357,7 @@ void Service::lost(device::PortId source, std::uint64_t count, device::Time /*no
   };
   enter(source);
   for (const auto& [order, sink] : state_->graph.neighbours(source)) enter(sink.port);
-  for (const ClientId client : clients) state_->clients.queue(client)->addLossBefore(count);
+  for (const ClientId client : clients) state_->clients.addLossBefore(client, count);
 }
 
 void Service::noted(std::string_view line) { state_->notes.push_back({std::string(line), false}); }

@@ -48,7 +48,8 @@ class Service : private device::DriverEvents {
   Service(std::unique_ptr<device::Driver> driver, QueueLimits limits, device::Time now);
   ~Service() override;
 
-  ClientId addClient();
+  // user: whose client it is; any number. Memory is counted for each user.
+  ClientId addClient(std::uint32_t user = 0);
 
   // Ends the client's taps and drops its waiting events. An unknown client is no error, here and below: operations that
   // return a status return NoSession, the others do nothing.
@@ -100,6 +101,21 @@ class Service : private device::DriverEvents {
 
   // True if events wait for the client.
   bool hasEvents(ClientId client) const;
+
+  // Returns the clients for which events began to wait since the last call, each once. A client for which events
+  // still wait from before is not among them: look at it again when it has room.
+  std::vector<ClientId> takeReadyClients();
+
+  // Memory that the allocator spends on the events that wait for all clients, or for those of one user.
+  std::size_t waitingMemory() const;
+  std::size_t waitingMemory(std::uint32_t user) const;
+
+  // Drops the oldest waiting events of the client with the most memory, of the user with the most memory, again and
+  // again, until so much memory is free again, or nothing is left to drop. Each of these clients gets a loss in their
+  // place, and they count as lost. dropOldestOf drops events of this user's clients alone. Return how much became free.
+  // Take about 1 ms a MiB, and 1 ms for ten thousand clients.
+  std::size_t dropOldest(std::size_t memory);
+  std::size_t dropOldestOf(std::uint32_t user, std::size_t memory);
 
   // All zero for an unknown client.
   ClientCounts counts(ClientId client) const;
