@@ -13,7 +13,7 @@ constexpr std::size_t DropBytes = 64U << 10U;
 
 ClientId ClientTable::add(std::uint32_t user) {
   const ClientId client{++last_};
-  clients_.emplace(client, Client{.queue = TapQueue(queueBytes_), .user = user});
+  clients_.emplace(client, Client{.queue = TapQueue(queueBytes_), .id = client, .user = user});
   ++users_[user].clients;
   return client;
 }
@@ -48,7 +48,9 @@ void ClientTable::change(Client& client, const Change& change) {
   change(client.queue);
   // Unsigned differences may wrap; their sums are right.
   accepted_ += client.queue.accepted() - std::exchange(client.accepted, client.queue.accepted());
-  lost_ += client.queue.lost() - std::exchange(client.lost, client.queue.lost());
+  const std::uint64_t lost = client.queue.lost() - std::exchange(client.lost, client.queue.lost());
+  lost_ += lost;
+  if (lost > 0 && !std::exchange(client.isLosing, true)) losing_.push_back(client.id);
   const std::size_t memory = client.queue.memory();
   if (memory == client.memory) return;
   const std::size_t more = memory - std::exchange(client.memory, memory);
@@ -97,6 +99,16 @@ std::vector<ClientId> ClientTable::takeReady() {
     return found->second.queue.empty();
   });
   return ready;
+}
+
+std::vector<ClientId> ClientTable::takeLosing() {
+  std::vector<ClientId> losing = std::exchange(losing_, {});
+  std::erase_if(losing, [this](ClientId id) {
+    const auto found = clients_.find(id);
+    if (found != clients_.end()) found->second.isLosing = false;
+    return found == clients_.end();
+  });
+  return losing;
 }
 
 std::size_t ClientTable::memory(std::uint32_t user) const {

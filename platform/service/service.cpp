@@ -278,6 +278,8 @@ bool Service::hasEvents(ClientId client) const { return state_->clients.hasEvent
 
 std::vector<ClientId> Service::takeReadyClients() { return state_->clients.takeReady(); }
 
+std::vector<ClientId> Service::takeLosingClients() { return state_->clients.takeLosing(); }
+
 std::size_t Service::waitingMemory() const { return state_->clients.memory(); }
 
 std::size_t Service::waitingMemory(std::uint32_t user) const { return state_->clients.memory(user); }

@@ -106,6 +106,9 @@ class Service : private device::DriverEvents {
   // still wait from before is not among them: look at it again when it has room.
   std::vector<ClientId> takeReadyClients();
 
+  // Returns the clients that lost messages since the last call, each once.
+  std::vector<ClientId> takeLosingClients();
+
   // Memory that the allocator spends on the events that wait for all clients, or for those of one user.
   std::size_t waitingMemory() const;
   std::size_t waitingMemory(std::uint32_t user) const;
