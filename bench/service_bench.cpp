@@ -9,9 +9,9 @@
 #include <string>
 #include <thread>
 #include <vector>
-#include <zmq.hpp>
 
 #include "bench/peers.h"
+#include "bench/stream_sockets.h"
 #include "platform/channel/connector.h"
 #include "platform/channel/control_channel.h"
 #include "tests/support/scratch_folder.h"
@@ -68,19 +68,21 @@ class Service {
 // A relay, and a sender that sends through it.
 class BareRelay {
  public:
-  BareRelay() { sender_.connect(in()); }
+  std::string in() const { return folder_.path() / "in"; }
+  std::string out() const { return folder_.path() / "out"; }
 
-  std::string in() const { return "ipc://" + (folder_.path() / "in").string(); }
-  std::string out() const { return "ipc://" + (folder_.path() / "out").string(); }
-
-  void send(const std::vector<std::uint8_t>& bytes) { sender_.send(zmq::buffer(bytes), zmq::send_flags::none); }
+  void send(const std::vector<std::uint8_t>& bytes) {
+    frame_.clear();
+    channel::appendFrame(bytes, frame_);
+    bench::writeAll(sender_.get(), frame_);
+  }
 
  private:
   testsupport::ScratchFolder folder_;
   testsupport::ChildDescriptors descriptors_;
   testsupport::Child relay_{bench::commandOf("bare_peer", {"relay", in(), out()}), descriptors_};
-  zmq::context_t context_;
-  zmq::socket_t sender_{context_, zmq::socket_type::push};
+  testsupport::UniqueFd sender_ = bench::connectTo(in());
+  std::vector<std::uint8_t> frame_;
 };
 
 const std::vector<std::uint8_t> Note{0x90, 0x3C, 0x40};

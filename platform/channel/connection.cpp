@@ -1,70 +1,81 @@
 #include "platform/channel/connection.h"
 
-#include <array>
+#include <poll.h>
+
 #include <cerrno>
+#include <utility>
 
 #include "platform/system/through_signals.h"
 
 namespace channel {
 namespace {
 
-// Above the sum of all windows, on both sides of the socket.
-constexpr int HighWaterMark = 32'768;
+// An answer, for example the list of all connections, may be long.
+constexpr std::size_t LongestAnswer = 1U << 30U;
+
+// More may not wait for a service that takes nothing: all windows and the longest message together are shorter.
+constexpr std::size_t MaxWaiting = 4U << 20U;
 
 }  // namespace
 
-Connection::Connection(zmq::context_t& context, const std::string& address)
-    : socket_(context, zmq::socket_type::dealer) {
-  if (!address.starts_with("inproc://")) {
-    monitor_.emplace(context, socket_, ZMQ_EVENT_DISCONNECTED | ZMQ_EVENT_CLOSED);
-  }
-  socket_.set(zmq::sockopt::sndhwm, HighWaterMark);
-  socket_.set(zmq::sockopt::rcvhwm, HighWaterMark);
-  // A client with messages to deliver sends Goodbye and waits for the answer.
-  socket_.set(zmq::sockopt::linger, 0);
-  // A service that comes back does not know this client, so the caller connects anew with another socket.
-  socket_.set(zmq::sockopt::reconnect_ivl, -1);
-  // Not zmq::socket_t::connect, which throws when a signal interrupts it.
-  if (sys::throughSignals([&] { return zmq_connect(socket_.handle(), address.c_str()); }) < 0) throw zmq::error_t();
-}
+Connection::Connection(sys::UniqueDescriptor socket)
+    : socket_(std::move(socket)), stream_(socket_.get(), LongestAnswer), closed_(!socket_) {}
 
 bool Connection::send(std::span<const std::uint8_t> message) {
-  return sys::throughSignals(
-             [&] { return zmq_send(socket_.handle(), message.data(), message.size(), ZMQ_DONTWAIT); }) >= 0;
+  if (closed_ || stream_.waiting() + message.size() > MaxWaiting) return false;
+  stream_.queue(message);
+  return stream_.flush();
+}
+
+bool Connection::flush(const Deadline& deadline) {
+  while (!closed_) {
+    if (!stream_.flush()) return false;
+    if (stream_.waiting() == 0) return true;
+    pollfd socket{socket_.get(), POLLOUT, 0};
+    if (sys::throughSignals([&] { return poll(&socket, 1, static_cast<int>(deadline.left().count())); }) == 0) break;
+  }
+  return false;
 }
 
 std::optional<std::span<const std::uint8_t>> Connection::receive() {
-  const int size =
-      sys::throughSignals([this] { return zmq_msg_recv(message_.handle(), socket_.handle(), ZMQ_DONTWAIT); });
-  if (size < 0) return std::nullopt;
-  return std::span(message_.data<const std::uint8_t>(), message_.size());
+  read();
+  return stream_.next();
+}
+
+void Connection::read() {
+  if (stream_.waiting() > 0) stream_.flush();
+  while (!closed_ && !stream_.ready()) {
+    const auto result = stream_.read();
+    if (result == Stream::Read::Nothing) return;
+    closed_ = result == Stream::Read::Ended;
+  }
 }
 
 Connection::Wait Connection::wait(const Deadline& deadline) {
-  std::array<zmq_pollitem_t, 2> items{{{socket_.handle(), 0, ZMQ_POLLIN, 0}, {nullptr, 0, ZMQ_POLLIN, 0}}};
-  if (monitor_) items[1].socket = monitor_->handle();
-  const auto time = closed_ ? 0 : static_cast<long>(deadline.left().count());
-  const int ready = zmq_poll(items.data(), monitor_ ? 2 : 1, time);
-  if (ready < 0 && errno == EINTR) return Wait::Interrupted;
-  // Messages that arrived before the end come first.
-  if (items[0].revents != 0) return Wait::Ready;
-  if (!closed()) return Wait::Over;
-  // A message may have arrived between the polls of the two sockets.
-  return zmq_poll(items.data(), 1, 0) > 0 ? Wait::Ready : Wait::Closed;
+  for (;;) {
+    read();
+    if (stream_.ready()) return Wait::Ready;
+    if (closed_) return Wait::Closed;
+    const auto output = static_cast<short>(stream_.waiting() > 0 ? POLLOUT : 0);
+    pollfd socket{socket_.get(), static_cast<short>(POLLIN | output), 0};
+    const int ready = poll(&socket, 1, static_cast<int>(deadline.left().count()));
+    if (ready < 0 && errno == EINTR) return Wait::Interrupted;
+    if (ready == 0) return Wait::Over;
+  }
 }
 
 bool Connection::waitThroughSignals(const Deadline& deadline) {
   for (;;) {
     const Wait result = wait(deadline);
     if (result == Wait::Ready) return true;
-    // By its own clock, ZeroMQ may end a wait some milliseconds early.
-    if (result == Wait::Closed || deadline.passed()) return false;
+    if (result != Wait::Interrupted || deadline.passed()) return false;
   }
 }
 
 bool Connection::closed() {
-  while (monitor_ && monitor_->next()) closed_ = true;
-  return closed_;
+  if (closed_) return true;
+  pollfd socket{socket_.get(), POLLRDHUP, 0};
+  return sys::throughSignals([&] { return poll(&socket, 1, 0); }) > 0;
 }
 
 }  // namespace channel

@@ -1,29 +1,32 @@
 // How to reach a service.
 #pragma once
 
-#include <memory>
+#include <functional>
 #include <string>
 #include <utility>
 #include <variant>
-#include <zmq.hpp>
 
 #include "platform/channel/connection.h"
+#include "platform/channel/deadline.h"
+#include "platform/system/unique_descriptor.h"
 
 namespace channel {
 
 // Makes connections to one service.
 class Connector {
  public:
-  // For a service at a ZeroMQ address of the context.
-  Connector(std::shared_ptr<zmq::context_t> context, std::string address)
-      : context_(std::move(context)), address_(std::move(address)) {}
+  // Returns a socket that is connected to the service and does not block; empty if it takes no connection. Thread-safe.
+  using Open = std::function<sys::UniqueDescriptor()>;
 
-  // For the service of another process that listens at the local socket with this path; does not connect yet. Throws
-  // zmq::error_t if the system gives no sockets.
-  static Connector toLocalSocket(const std::string& path);
+  // For a service of this process.
+  explicit Connector(Open open) : open_(std::move(open)) {}
 
-  // Throws zmq::error_t if the system gives no socket. Destroy all connections before the connector.
-  Connection connect() const { return {*context_, address_}; }
+  // For the service of another process that listens at the local socket with this path; does not connect yet.
+  static Connector toLocalSocket(std::string path);
+
+  // Blocks until the deadline at most: many clients may want to connect at the same time. The connection is closed if
+  // the service takes none. Throws an exception derived from std::exception if the system gives no socket.
+  Connection connect(const Deadline& deadline = Deadline(AnswerTime)) const;
 
   // True if the service may end and come back: one in another process.
   bool mayReturn() const { return !socketPath_.empty(); }
@@ -33,8 +36,9 @@ class Connector {
   int whyUnreachable() const;
 
  private:
-  std::shared_ptr<zmq::context_t> context_;
-  std::string address_;
+  Connector() = default;
+
+  Open open_;
   std::string socketPath_;  // empty in this process
 };
 

@@ -31,17 +31,24 @@ bool ControlChannel::handOver(const wire::Body& message, Patience patience) {
   if (sent_ - taken_ >= (window_ + 1) / 2) takeIn(0);
   if (forgotten_ || window_ == 0 || !waitForRoom(window_ - 1, patience) || !connection_.send(0, message)) return false;
   ++sent_;
+  return waitForSocket(patience);
+}
+
+bool ControlChannel::waitForSocket(Patience patience) {
+  while (!connection_.flush(Deadline(AnswerTime))) {
+    if (!untilItGoes(patience) || connection_.closed()) return false;
+  }
   return true;
 }
 
 bool ControlChannel::waitForRoom(std::uint64_t onTheWay, Patience patience) {
-  const bool tillItGoes = patience == Patience::UntilItGoes && connection_.noticesClosing();
   for (std::uint64_t before = taken_; sent_ - taken_ > onTheWay; before = taken_) {
     Deadline deadline(AnswerTime);
     while (taken_ == before) {
       if (std::exchange(heard_, false)) deadline = Deadline(AnswerTime);
-      if (!connection_.waitThroughSignals(tillItGoes ? Deadline(AnswerTime) : deadline)) {
-        if (!tillItGoes || connection_.closed()) return false;
+      const bool waits = untilItGoes(patience);
+      if (!connection_.waitThroughSignals(waits ? Deadline(AnswerTime) : deadline)) {
+        if (!waits || connection_.closed()) return false;
       }
       takeIn(0);
       if (forgotten_) return false;

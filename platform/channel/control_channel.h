@@ -18,8 +18,9 @@ namespace channel {
 // The control socket. Not thread-safe: threads that share it hold a lock.
 class ControlChannel {
  public:
-  // Throws zmq::error_t if the system gives no socket.
-  explicit ControlChannel(const Connector& connector) : connection_(connector.connect()) {}
+  // Blocks as Connector::connect does. Throws an exception derived from std::exception if the system gives no socket.
+  explicit ControlChannel(const Connector& connector, const Deadline& deadline = Deadline(AnswerTime))
+      : connection_(connector.connect(deadline)), mayReturn_(connector.mayReturn()) {}
 
   // Introduces this client to the service. Returns false if the service does not answer in time.
   bool greet(const std::string& program, const Deadline& deadline);
@@ -45,8 +46,8 @@ class ControlChannel {
   // Sends a message; not empty, and at most device::MaxMessageBytes. Blocks only while the service is behind by the
   // whole window, for as long as that lasts: a stopped service of another process takes the message when it continues.
   // Returns false at once if the connection is closed or the service is known to have forgotten this client; messages
-  // sent just before that is known are lost. Within the process, where no connection closes, returns false if the
-  // service takes nothing for two seconds and does not say that its device holds it back.
+  // sent just before that is known are lost. Within the process, where nothing stops a service alone, returns false if
+  // the service takes nothing for two seconds and does not say that its device holds it back.
   bool send(std::uint32_t eventPort, std::uint16_t group, std::span<const std::uint8_t> bytes);
 
   // Sends messages to pass through the device port of this name. No message is empty, and the frame of all of them has
@@ -66,11 +67,15 @@ class ControlChannel {
   // Waits until at most onTheWay frames are not taken yet.
   bool waitForRoom(std::uint64_t onTheWay, Patience patience);
   bool handOver(const wire::Body& message, Patience patience);
+  // Waits until the socket has taken everything.
+  bool waitForSocket(Patience patience);
+  bool untilItGoes(Patience patience) const { return patience == Patience::UntilItGoes && mayReturn_; }
   std::optional<wire::Body> askAnything(const wire::Body& request, const Deadline& deadline);
   // Handles all messages that are ready. Returns the answer with this tag if it is among them.
   std::optional<wire::Body> takeIn(std::uint32_t tag);
 
   Connection connection_;
+  bool mayReturn_;  // see Connector
   std::uint64_t session_ = 0;
   std::uint32_t lastTag_ = 0;
   std::uint32_t window_ = 0;

@@ -39,8 +39,8 @@ class WhileTrue {
 
 }  // namespace
 
-EventChannel::EventChannel(const Connector& connector, std::uint64_t session)
-    : connection_(connector.connect()), session_(session), uncounted_(reportUncountedLosses) {}
+EventChannel::EventChannel(const Connector& connector, std::uint64_t session, const Deadline& deadline)
+    : connection_(connector.connect(deadline)), session_(session), uncounted_(reportUncountedLosses) {}
 
 bool EventChannel::open(const Deadline& deadline) {
   return askToOpen(connection_, wire::OpenEvents{session_}) && waitForOpening(connection_, deadline) == Opening::Opened;

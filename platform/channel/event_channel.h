@@ -25,8 +25,8 @@ using TakeEvent =
 // The event socket. Only for the receiving thread.
 class EventChannel {
  public:
-  // Throws zmq::error_t if the system gives no socket.
-  EventChannel(const Connector& connector, std::uint64_t session);
+  // Blocks as Connector::connect does. Throws an exception derived from std::exception if the system gives no socket.
+  EventChannel(const Connector& connector, std::uint64_t session, const Deadline& deadline);
 
   std::uint64_t session() const { return session_; }
 

@@ -36,12 +36,12 @@ std::optional<std::span<const std::uint8_t>> FrameReader::next() {
 
 bool FrameReader::ready() const {
   const auto length = nextLength();
-  return length && *length <= MaxFrameBytes && buffer_.size() - taken_ - FrameFrontBytes >= *length;
+  return length && *length <= longest_ && buffer_.size() - taken_ - FrameFrontBytes >= *length;
 }
 
 bool FrameReader::broken() const {
   const auto length = nextLength();
-  return length && *length > MaxFrameBytes;
+  return length && *length > longest_;
 }
 
 std::optional<std::size_t> FrameReader::nextLength() const {

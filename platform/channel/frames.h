@@ -24,6 +24,11 @@ void appendFrame(std::span<const std::uint8_t> message, std::vector<std::uint8_t
 // taken. Computes only.
 class FrameReader {
  public:
+  FrameReader() = default;
+
+  // longest: the longest message that is accepted.
+  explicit FrameReader(std::size_t longest) : longest_(longest) {}
+
   // The next bytes of the stream. Copies them.
   void feed(std::span<const std::uint8_t> bytes);
 
@@ -43,6 +48,7 @@ class FrameReader {
   // The length of the next frame's message; nullopt if it has not arrived.
   std::optional<std::size_t> nextLength() const;
 
+  std::size_t longest_ = MaxFrameBytes;
   std::vector<std::uint8_t> buffer_;
   std::size_t taken_ = 0;  // bytes of buffer_ that belong to frames before
 };

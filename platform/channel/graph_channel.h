@@ -14,15 +14,18 @@ namespace channel {
 // The graph socket. Not thread-safe: threads that share it hold a lock.
 class GraphChannel {
  public:
-  // Throws zmq::error_t if the system gives no socket.
-  GraphChannel(const Connector& connector, std::uint64_t session)
-      : connection_(connector.connect()), session_(session) {}
+  // Blocks as Connector::connect does. Throws an exception derived from std::exception if the system gives no socket.
+  GraphChannel(const Connector& connector, std::uint64_t session, const Deadline& deadline)
+      : connection_(connector.connect(deadline)), session_(session) {}
 
   // Asks for changes, unless it has asked already, and waits for the answer. NotYet: no answer in time; call again,
   // because the service would take a channel that closes with its question open for a client that died.
   Opening open(const Deadline& deadline);
 
   bool isOpen() const { return opening_ == Opening::Opened; }
+
+  // True if the connection is closed.
+  bool lost() { return connection_.closed(); }
 
   // Applies all changes that have arrived to the mirror; does not block. Returns false if the mirror must be reset
   // first: there were too many changes, or some are missing.

@@ -15,7 +15,7 @@ GraphMirror::Freshness GraphMirror::open(std::uint64_t session, bool mayAsk, con
   if (channel_ && channel_->isOpen()) return Freshness::Current;
   if (!mayAsk) return Freshness::Stale;
   try {
-    if (!channel_) channel_.emplace(connector_, session);
+    if (!channel_) channel_.emplace(connector_, session, deadline);
   } catch (const std::exception&) {
     return Freshness::Stale;
   }
@@ -25,6 +25,7 @@ GraphMirror::Freshness GraphMirror::open(std::uint64_t session, bool mayAsk, con
     case Opening::Refused:
       return Freshness::Forgotten;
     case Opening::NotYet:
+      if (channel_->lost()) channel_.reset();
       break;
   }
   return Freshness::Stale;

@@ -39,13 +39,13 @@ std::optional<std::string> Session::open() {
   try {
     {
       const std::lock_guard guard(mutex_);
-      control_.emplace(connector_);
+      control_.emplace(connector_, deadline);
       if (!control_->greet(program_invocation_short_name, deadline)) return "the service does not answer";
       attachment_.connected(control_->session());
       work();
       isBack_ = false;
     }
-    events_.emplace(connector_, number_);
+    events_.emplace(connector_, number_, deadline);
     if (events_->open(deadline)) return std::nullopt;
     // Within the same deadline, so that open blocks no longer.
     close(deadline);
@@ -94,8 +94,9 @@ void Session::work() {
 
 void Session::perform(const Attachment::Connect& action) {
   if (connector_.whyUnreachable() != 0) return giveUp();
-  control_.emplace(connector_);
-  if (!control_->greet(program_invocation_short_name, Deadline::at(action.until))) return giveUp();
+  const Deadline deadline = Deadline::at(action.until);
+  control_.emplace(connector_, deadline);
+  if (!control_->greet(program_invocation_short_name, deadline)) return giveUp();
   attachment_.connected(control_->session());
 }
 
@@ -168,16 +169,21 @@ bool Session::receive(const TakeEvent& take, const Deadline& deadline) {
   if (!events_ && !openEvents(number)) return false;
   if (events_->receive(take, deadline)) return true;
   if (events_->lost()) {
-    const std::lock_guard guard(mutex_);
-    if (number_ == number) lose();
+    {
+      const std::lock_guard guard(mutex_);
+      if (number_ == number) lose();
+    }
+    // The service of this process has stopped for good.
+    if (number_ == number) poll(nullptr, 0, static_cast<int>(deadline.left().count()));
   }
   return false;
 }
 
 bool Session::openEvents(std::uint64_t session) {
   try {
-    events_.emplace(connector_, session);
-    if (events_->open(Deadline(Attachment::ActionTime))) return true;
+    const Deadline deadline(Attachment::ActionTime);
+    events_.emplace(connector_, session, deadline);
+    if (events_->open(deadline)) return true;
   } catch (const std::exception&) {
     // The system gives no socket; perhaps next time.
   }

@@ -16,10 +16,6 @@
 namespace host {
 namespace {
 
-// How long a client is probed. ZeroMQ reports a closed connection a moment before it forgets the peer, and the number
-// of a connection may already belong to a new client.
-constexpr device::Time SuspicionTime = std::chrono::seconds(1);
-
 std::optional<device::Time> earliest(std::initializer_list<std::optional<device::Time>> times) {
   std::optional<device::Time> first;
   for (const auto& time : times) {
@@ -37,9 +33,10 @@ service::EventPortId toPort(std::uint32_t number) { return service::EventPortId{
 
 }  // namespace
 
-Dispatcher::Dispatcher(service::Service& service, PeerSocket& peers, const Settings& settings, Log log, Log warnings)
+Dispatcher::Dispatcher(service::Service& service, Connections& connections, const Settings& settings, Log log,
+                       Log warnings)
     : service_(service),
-      peers_(peers),
+      connections_(connections),
       settings_(settings),
       log_(std::move(log)),
       warnings_(std::move(warnings)),
@@ -54,8 +51,8 @@ Dispatcher::Dispatcher(service::Service& service, PeerSocket& peers, const Setti
   settings_.sendWindow = std::max<std::uint32_t>(settings_.sendWindow, 1);
 }
 
-void Dispatcher::receive(std::string_view peer, std::span<const std::uint8_t> message, device::Time now) {
-  Request request{peer, 0, now};
+void Dispatcher::receive(ConnectionId from, std::span<const std::uint8_t> message, device::Time now) {
+  Request request{from, 0, now};
   if (auto envelope = wire::decode(message)) {
     request.tag = envelope->tag;
     std::visit([&](auto& body) { handle(request, body); }, envelope->body);
@@ -64,13 +61,11 @@ void Dispatcher::receive(std::string_view peer, std::span<const std::uint8_t> me
     answer(request, device::Status::BadRequest);
   }
   sendEvents();
-  removeGone(now);
 }
 
-void Dispatcher::idle(device::Time now) {
+void Dispatcher::idle() {
   if (service_.behind() || !std::exchange(takenOwed_, false)) return;
   for (auto& [number, session] : sessions_.all()) sendTaken(session);
-  removeGone(now);
 }
 
 std::optional<device::Time> Dispatcher::advance(device::Time now) {
@@ -79,48 +74,36 @@ std::optional<device::Time> Dispatcher::advance(device::Time now) {
   sendEvents();
   tellTopologyChanged();
   sendNotes();
-  const auto probeNext = probeSuspects(now);
   const auto heldBackNext = tellHeldBack(now);
-  removeGone(now);
-  return earliest({serviceNext, probeNext, heldBackNext, logLosses(now), logLossesBefore(now)});
+  return earliest({serviceNext, heldBackNext, logLosses(now), logLossesBefore(now)});
 }
 
-void Dispatcher::connectionClosed(int connection, device::Time now) {
-  std::erase_if(closedAt_, [&](const auto& closed) { return closed.second + SuspicionTime < now; });
-  closedAt_[connection] = now;
-  for (auto& [number, session] : sessions_.all()) {
-    if (std::ranges::find(session.connections, connection) == session.connections.end()) continue;
-    session.suspicion = Suspicion{.nextProbe = now, .end = now + SuspicionTime};
-  }
-}
-
-void Dispatcher::noteConnection(Session& session, std::size_t socket, device::Time now) {
-  const auto connection = peers_.connection();
-  if (!connection) return;
-  session.connections.at(socket) = connection;
-  // The report that a connection closed may overtake messages that came by it just before.
-  const auto closed = closedAt_.find(*connection);
-  if (closed == closedAt_.end() || closed->second + SuspicionTime < now) return;
-  session.suspicion = Suspicion{.nextProbe = now, .end = now + SuspicionTime};
+void Dispatcher::connectionClosed(ConnectionId connection, device::Time now) {
+  Session* session = sessions_.findByConnection(connection);
+  if (session == nullptr) return;
+  if (connection != session->control) return connections_.endAfterReading(session->control);
+  logLoss(*session, now);
+  log(*session, "lost its connection");
+  service_.removeClient(session->client, now);
+  sessions_.remove(session->number);
 }
 
 void Dispatcher::handle(const Request& request, wire::Hello& message) {
   // A Hello without a tag gets no answer, so nobody could learn of its session.
   if (request.tag == 0) return;
-  if (sessions_.findByPeer(request.peer) != nullptr) {
+  if (sessions_.findByConnection(request.from) != nullptr) {
     answer(request, device::Status::BadRequest);
     return;
   }
-  Session& session = *sessions_.add(request.peer, service_.addClient());
+  Session& session = *sessions_.add(request.from, service_.addClient());
   session.program = std::move(message.program);
   session.process = message.process;
-  noteConnection(session, 0, request.now);
   log(session, "connected");
   answer(request, wire::Welcome{session.number, settings_.sendWindow});
 }
 
 void Dispatcher::handle(const Request& request, wire::Goodbye& message) {
-  Session* session = sessionFor(request, message.session, &Session::controlPeer);
+  Session* session = sessionFor(request, message.session, &Session::control);
   if (session == nullptr) return;
   logLoss(*session, request.now);
   log(*session, "disconnected");
@@ -130,27 +113,27 @@ void Dispatcher::handle(const Request& request, wire::Goodbye& message) {
 }
 
 void Dispatcher::handle(const Request& request, wire::Tap& message) {
-  const Session* session = sessionFor(request, message.session, &Session::controlPeer);
+  const Session* session = sessionFor(request, message.session, &Session::control);
   if (session == nullptr) return;
   answer(request,
          service_.tap(session->client, toPort(message.eventPort), message.name, message.holderBytes, request.now));
 }
 
 void Dispatcher::handle(const Request& request, wire::Untap& message) {
-  const Session* session = sessionFor(request, message.session, &Session::controlPeer);
+  const Session* session = sessionFor(request, message.session, &Session::control);
   if (session == nullptr) return;
   answer(request, service_.untap(session->client, toPort(message.eventPort), message.name, request.now));
 }
 
 void Dispatcher::handle(const Request& request, wire::UntapAll& message) {
-  const Session* session = sessionFor(request, message.session, &Session::controlPeer);
+  const Session* session = sessionFor(request, message.session, &Session::control);
   if (session == nullptr) return;
   service_.untapAll(session->client, toPort(message.eventPort), request.now);
   answer(request, device::Status::Ok);
 }
 
 void Dispatcher::handle(const Request& request, wire::Patch& message) {
-  if (sessionFor(request, message.session, &Session::controlPeer) == nullptr) return;
+  if (sessionFor(request, message.session, &Session::control) == nullptr) return;
   const device::Link link = inService(message.link, firstHandle_);
   const device::Status status =
       message.made ? service_.connect(link, request.now) : service_.disconnect(link, request.now);
@@ -160,19 +143,19 @@ void Dispatcher::handle(const Request& request, wire::Patch& message) {
 }
 
 void Dispatcher::handle(const Request& request, wire::AskTopology& message) {
-  Session* session = sessionFor(request, message.session, &Session::controlPeer);
+  Session* session = sessionFor(request, message.session, &Session::control);
   if (session == nullptr) return;
   session->topologyTold = false;
   answer(request, topologyMessage(service_.topology(), firstHandle_));
 }
 
 void Dispatcher::handle(const Request& request, wire::AskOriginals& message) {
-  if (sessionFor(request, message.session, &Session::controlPeer) == nullptr) return;
+  if (sessionFor(request, message.session, &Session::control) == nullptr) return;
   answer(request, originalsMessage(service_.topology(), firstHandle_));
 }
 
 void Dispatcher::handle(const Request& request, wire::AskLinks& message) {
-  Session* session = sessionFor(request, message.session, &Session::controlPeer);
+  Session* session = sessionFor(request, message.session, &Session::control);
   if (session == nullptr) return;
   wire::Links links{service_.graphVersion(), {}};
   for (const auto& [link, carried] : service_.connections()) {
@@ -185,9 +168,10 @@ void Dispatcher::handle(const Request& request, wire::AskLinks& message) {
 
 void Dispatcher::handle(const Request& request, wire::Send& message) {
   Session* session = sessions_.find(message.session);
-  if (session == nullptr || session->controlPeer != request.peer) {
+  if (session == nullptr || session->control != request.from) {
     // Answered even without a tag: nothing else says that the message was not delivered.
-    sendTo(request.peer, wire::encode(request.tag, wire::Result{device::Status::NoSession, service_.graphVersion()}));
+    connections_.send(request.from,
+                      wire::encode(request.tag, wire::Result{device::Status::NoSession, service_.graphVersion()}));
     return;
   }
   service_.send(session->client, toPort(message.eventPort), {message.group, message.bytes}, request.now);
@@ -197,7 +181,7 @@ void Dispatcher::handle(const Request& request, wire::Send& message) {
 void Dispatcher::handle(const Request& request, wire::Inject& message) {
   Session* session = sessions_.find(message.session);
   device::Status status = device::Status::NoSession;
-  if (session != nullptr && session->controlPeer == request.peer) {
+  if (session != nullptr && session->control == request.from) {
     status = device::Status::Ok;
     for (const wire::InjectItem& item : message.messages) {
       status = service_.inject(session->client, message.name, {item.group, item.bytes}, request.now);
@@ -207,41 +191,37 @@ void Dispatcher::handle(const Request& request, wire::Inject& message) {
   }
   // Answered even without a tag, as for Send.
   if (status != device::Status::Ok) {
-    sendTo(request.peer, wire::encode(request.tag, wire::Result{status, service_.graphVersion()}));
+    connections_.send(request.from, wire::encode(request.tag, wire::Result{status, service_.graphVersion()}));
   }
 }
 
 void Dispatcher::handle(const Request& request, wire::AskStats& message) {
-  if (sessionFor(request, message.session, &Session::controlPeer) == nullptr) return;
+  if (sessionFor(request, message.session, &Session::control) == nullptr) return;
   answer(request, statsMessage(service_, sessions_, settings_));
 }
 
 void Dispatcher::handle(const Request& request, wire::OpenEvents& message) {
   Session* session = sessions_.find(message.session);
   if (session == nullptr) return answer(request, device::Status::NoSession);
-  const bool opened = sessions_.openEvents(*session, request.peer);
-  if (opened) noteConnection(*session, 1, request.now);
+  const bool opened = sessions_.openEvents(*session, request.from);
   answer(request, opened ? device::Status::Ok : device::Status::BadRequest);
 }
 
 void Dispatcher::handle(const Request& request, wire::Consumed& message) {
-  Session* session = sessionFor(request, message.session, &Session::eventPeer);
+  Session* session = sessionFor(request, message.session, &Session::eventChannel);
   if (session != nullptr) session->events.acknowledge(message.bytes);
 }
 
 void Dispatcher::handle(const Request& request, wire::OpenGraph& message) {
   Session* session = sessions_.find(message.session);
   if (session == nullptr) return answer(request, device::Status::NoSession);
-  const bool opened = sessions_.openGraph(*session, request.peer);
-  if (opened) {
-    session->graph = Credit(service_.graphVersion());
-    noteConnection(*session, 2, request.now);
-  }
+  const bool opened = sessions_.openGraph(*session, request.from);
+  if (opened) session->graph = Credit(service_.graphVersion());
   answer(request, opened ? device::Status::Ok : device::Status::BadRequest);
 }
 
 void Dispatcher::handle(const Request& request, wire::GraphSeen& message) {
-  Session* session = sessionFor(request, message.session, &Session::graphPeer);
+  Session* session = sessionFor(request, message.session, &Session::graphChannel);
   if (session != nullptr) session->graph.acknowledge(message.version);
 }
 
@@ -250,9 +230,9 @@ void Dispatcher::handle(const Request& request, Message& /*message*/) {
   answer(request, device::Status::BadRequest);
 }
 
-Session* Dispatcher::sessionFor(const Request& request, std::uint64_t number, std::string Session::*peer) {
+Session* Dispatcher::sessionFor(const Request& request, std::uint64_t number, ConnectionId Session::*connection) {
   Session* session = sessions_.find(number);
-  if (session != nullptr && session->*peer == request.peer) return session;
+  if (session != nullptr && session->*connection == request.from) return session;
   answer(request, device::Status::NoSession);
   return nullptr;
 }
@@ -262,7 +242,7 @@ void Dispatcher::answer(const Request& request, device::Status status) {
 }
 
 void Dispatcher::answer(const Request& request, const wire::Body& body) {
-  if (request.tag != 0) sendTo(request.peer, wire::encode(request.tag, body));
+  if (request.tag != 0) connections_.send(request.from, wire::encode(request.tag, body));
 }
 
 }  // namespace host

@@ -5,11 +5,10 @@
 #include <optional>
 #include <span>
 #include <string_view>
-#include <unordered_map>
 #include <vector>
 
+#include "platform/host/connections.h"
 #include "platform/host/log.h"
-#include "platform/host/peer_socket.h"
 #include "platform/host/session_table.h"
 #include "platform/host/settings.h"
 #include "platform/service/service.h"
@@ -19,28 +18,28 @@
 namespace host {
 
 // Passes the messages of clients to a service, and the service's answers and news to the clients. Outgoing messages
-// reach the PeerSocket before the operation returns. Has no sockets, threads or clock of its own.
+// reach the Connections before the operation returns. Has no sockets, threads or clock of its own.
 //
 // Nothing is sent beyond what a client has room for: events, graph changes, and Send and Inject messages have windows,
-// and a request has one answer. So a peer that takes no more has broken the rules or disconnected, and its client is
-// removed.
+// and a request has one answer.
 //
 // A message that is malformed, of another version or not allowed on this socket is answered with a Result if it has a
 // tag, and is otherwise ignored.
 class Dispatcher {
  public:
-  // service and peers must outlive the dispatcher. warnings: receives the device's warnings, which log receives too.
-  Dispatcher(service::Service& service, PeerSocket& peers, const Settings& settings, Log log, Log warnings = {});
+  // service and connections must outlive the dispatcher. warnings: receives the device's warnings, which log receives
+  // too.
+  Dispatcher(service::Service& service, Connections& connections, const Settings& settings, Log log, Log warnings = {});
 
-  // Handles a message from peer.
-  void receive(std::string_view peer, std::span<const std::uint8_t> message, device::Time now);
+  // Handles a message.
+  void receive(ConnectionId from, std::span<const std::uint8_t> message, device::Time now);
 
-  // A connection (see PeerSocket::connection) seems to be closed. Sends to its clients for a while, to find out whether
-  // they are still there.
-  void connectionClosed(int connection, device::Time now);
+  // A connection has closed, after its last message. The client ends with its control channel; what it sent there
+  // before another of its connections closed is still handled.
+  void connectionClosed(ConnectionId connection, device::Time now);
 
   // No message is ready: tells waiting senders how far the service has come.
-  void idle(device::Time now);
+  void idle();
 
   // Does the work that is due, in the service and here. Returns when to call again (see service::Service::advance).
   std::optional<device::Time> advance(device::Time now);
@@ -50,7 +49,7 @@ class Dispatcher {
 
  private:
   struct Request {
-    std::string_view peer;
+    ConnectionId from;
     std::uint32_t tag;
     device::Time now;
   };
@@ -75,13 +74,12 @@ class Dispatcher {
   template <class Message>
   void handle(const Request& request, Message& message);
 
-  // Returns the session with this number if the request came from its socket for this purpose; else answers the request
+  // Returns the session with this number if the request came by this one of its connections; else answers the request
   // and returns null.
-  Session* sessionFor(const Request& request, std::uint64_t number, std::string Session::*peer);
+  Session* sessionFor(const Request& request, std::uint64_t number, ConnectionId Session::*connection);
 
   void answer(const Request& request, device::Status status);
   void answer(const Request& request, const wire::Body& body);
-  void sendTo(std::string_view peer, std::span<const std::uint8_t> message);
   void sendNotes();
   void countTaken(Session& session);
   void sendTaken(Session& session);
@@ -90,11 +88,7 @@ class Dispatcher {
   void sendEvents(Session& session);
   void sendGraphChanges();
   void tellTopologyChanged();
-  void removeGone(device::Time now);
-  // Records by which connection a message just came from one of the session's sockets (0 control, 1 events, 2 graph).
-  void noteConnection(Session& session, std::size_t socket, device::Time now);
   // These return when to call them again.
-  std::optional<device::Time> probeSuspects(device::Time now);
   std::optional<device::Time> logLosses(device::Time now);
   std::optional<device::Time> logLossesBefore(device::Time now);
   void logLossBefore(std::uint64_t count) const;
@@ -103,15 +97,13 @@ class Dispatcher {
   void log(const Session& session, std::string_view what) const;
 
   service::Service& service_;
-  PeerSocket& peers_;
+  Connections& connections_;
   Settings settings_;
   Log log_;
   Log warnings_;
   std::uint64_t firstHandle_;      // see Settings
   std::uint64_t topologyVersion_;  // as last reported to the sessions
   SessionTable sessions_;
-  std::unordered_map<int, device::Time> closedAt_;  // recently closed connections
-  bool someGone_ = false;
   bool takenOwed_ = false;
   device::Time heldBackToldAt_{};
   wire::TotalNews lostBefore_;

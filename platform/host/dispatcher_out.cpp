@@ -19,8 +19,6 @@ constexpr std::size_t MaxEventsBytes = 64U << 10U;
 // Well within the two seconds that a client waits.
 constexpr device::Time HeldBackInterval = std::chrono::milliseconds(500);
 
-constexpr device::Time ProbeInterval = std::chrono::milliseconds(50);
-
 // An overloaded client loses messages in a thousand places a second.
 constexpr device::Time LossLogInterval = std::chrono::seconds(1);
 
@@ -37,18 +35,10 @@ void Dispatcher::countTaken(Session& session) {
   if (session.taken - session.takenTold >= often && !service_.behind()) sendTaken(session);
 }
 
-void Dispatcher::sendTo(std::string_view peer, std::span<const std::uint8_t> message) {
-  if (peers_.send(peer, message)) return;
-  Session* session = sessions_.findByPeer(peer);
-  if (session == nullptr) return;
-  session->gone = true;
-  someGone_ = true;
-}
-
 void Dispatcher::sendTaken(Session& session) {
   if (session.taken == session.takenTold) return;
   session.takenTold = session.taken;
-  sendTo(session.controlPeer, wire::encode(0, wire::Taken{session.taken}));
+  connections_.send(session.control, wire::encode(0, wire::Taken{session.taken}));
 }
 
 std::optional<device::Time> Dispatcher::tellHeldBack(device::Time now) {
@@ -56,7 +46,7 @@ std::optional<device::Time> Dispatcher::tellHeldBack(device::Time now) {
   if (now >= heldBackToldAt_ + HeldBackInterval) {
     for (auto& [number, session] : sessions_.all()) {
       if (session.taken != session.takenTold)
-        sendTo(session.controlPeer, wire::encode(0, wire::Taken{session.takenTold}));
+        connections_.send(session.control, wire::encode(0, wire::Taken{session.takenTold}));
     }
     heldBackToldAt_ = now;
   }
@@ -65,17 +55,17 @@ std::optional<device::Time> Dispatcher::tellHeldBack(device::Time now) {
 
 void Dispatcher::sendEvents() {
   for (auto& [number, session] : sessions_.all()) {
-    if (!session.eventPeer.empty()) sendEvents(session);
+    if (session.eventChannel != ConnectionId::None) sendEvents(session);
   }
 }
 
 void Dispatcher::sendEvents(Session& session) {
-  while (!session.gone && session.events.onItsWay() < settings_.eventWindow && service_.hasEvents(session.client)) {
+  while (session.events.onItsWay() < settings_.eventWindow && service_.hasEvents(session.client)) {
     const std::uint64_t room = settings_.eventWindow - session.events.onItsWay();
     events_.resize(eventsFront_);
     const auto most = static_cast<std::size_t>(std::min<std::uint64_t>(room, MaxEventsBytes));
     session.events.sent(service_.takeEvents(session.client, most, events_));
-    sendTo(session.eventPeer, events_);
+    connections_.send(session.eventChannel, events_);
   }
 }
 
@@ -84,13 +74,13 @@ void Dispatcher::sendGraphChanges() {
     const wire::LinkRecord record{onWire(change.link, firstHandle_), change.carried};
     const auto message = wire::encode(0, wire::GraphChanged{change.version, change.added, record});
     for (auto& [number, session] : sessions_.all()) {
-      if (session.graphPeer.empty() || session.graphStale) continue;
+      if (session.graphChannel == ConnectionId::None || session.graphStale) continue;
       if (session.graph.onItsWay() < settings_.graphWindow) {
         session.graph.sent(1);
-        sendTo(session.graphPeer, message);
+        connections_.send(session.graphChannel, message);
       } else {
         session.graphStale = true;
-        sendTo(session.graphPeer, wire::encode(0, wire::GraphStale{}));
+        connections_.send(session.graphChannel, wire::encode(0, wire::GraphStale{}));
       }
     }
   }
@@ -100,43 +90,9 @@ void Dispatcher::sendGraphChanges() {
 void Dispatcher::tellTopologyChanged() {
   if (std::exchange(topologyVersion_, service_.topologyVersion()) == topologyVersion_) return;
   for (auto& [number, session] : sessions_.all()) {
-    if (session.eventPeer.empty() || std::exchange(session.topologyTold, true)) continue;
-    sendTo(session.eventPeer, wire::encode(0, wire::TopologyChanged{}));
+    if (session.eventChannel == ConnectionId::None || std::exchange(session.topologyTold, true)) continue;
+    connections_.send(session.eventChannel, wire::encode(0, wire::TopologyChanged{}));
   }
-}
-
-void Dispatcher::removeGone(device::Time now) {
-  if (!std::exchange(someGone_, false)) return;
-  std::vector<std::uint64_t> gone;
-  for (const auto& [number, session] : sessions_.all()) {
-    if (session.gone) gone.push_back(number);
-  }
-  for (const std::uint64_t number : gone) {
-    Session& session = *sessions_.find(number);
-    logLoss(session, now);
-    log(session, "lost its connection");
-    service_.removeClient(session.client, now);
-    sessions_.remove(number);
-  }
-}
-
-std::optional<device::Time> Dispatcher::probeSuspects(device::Time now) {
-  std::optional<device::Time> next;
-  for (auto& [number, session] : sessions_.all()) {
-    if (!session.suspicion) continue;
-    if (now >= session.suspicion->nextProbe) {
-      for (const std::string* peer : {&session.controlPeer, &session.eventPeer, &session.graphPeer}) {
-        if (!peer->empty()) sendTo(*peer, wire::encode(0, wire::Probe{}));
-      }
-      session.suspicion->nextProbe = now + ProbeInterval;
-    }
-    if (now >= session.suspicion->end) {
-      session.suspicion.reset();
-    } else if (!next || session.suspicion->nextProbe < *next) {
-      next = session.suspicion->nextProbe;
-    }
-  }
-  return next;
 }
 
 std::optional<device::Time> Dispatcher::logLosses(device::Time now) {

@@ -3,24 +3,17 @@
 #include <pthread.h>
 
 #include <exception>
-#include <stdexcept>
+#include <string>
 #include <utility>
 
+#include "platform/system/local_socket.h"
 #include "platform/system/printable.h"
 #include "platform/system/program_line.h"
 #include "platform/system/without_signals.h"
 
 namespace host {
-namespace {
-
-// No I/O threads: nothing leaves the process.
-constexpr int IoThreads = 0;
-
-}  // namespace
-
 EmbeddedService::EmbeddedService(std::unique_ptr<device::Driver> driver, const Settings& settings, Log warnings)
-    : context_(IoThreads), host_(context_, std::move(driver), settings, Log{}, std::move(warnings)) {
-  if (const auto problem = host_.bind(address_)) throw std::runtime_error(*problem);
+    : host_(std::move(driver), settings, Log{}, std::move(warnings)) {
   const sys::WithoutSignals quiet;
   thread_ = std::thread([this] {
     pthread_setname_np(pthread_self(), "evtsrv");
@@ -28,6 +21,7 @@ EmbeddedService::EmbeddedService(std::unique_ptr<device::Driver> driver, const S
       host_.run();
     } catch (const std::exception& failure) {
       // The program continues; clients get no more answers.
+      hasStopped_ = true;
       sys::sayLine(std::string("the service stopped: ") + sys::printable(failure.what()));
     }
   });
@@ -36,6 +30,13 @@ EmbeddedService::EmbeddedService(std::unique_ptr<device::Driver> driver, const S
 EmbeddedService::~EmbeddedService() {
   host_.stop();
   thread_.join();
+}
+
+sys::UniqueDescriptor EmbeddedService::connect() {
+  if (hasStopped_) return {};
+  auto [ours, theirs] = sys::localSocketPair();
+  host_.adopt(std::move(theirs));
+  return std::move(ours);
 }
 
 }  // namespace host

@@ -1,21 +1,21 @@
 // A service inside this process.
 #pragma once
 
+#include <atomic>
 #include <memory>
-#include <string>
 #include <thread>
-#include <zmq.hpp>
 
 #include "platform/device/driver.h"
 #include "platform/host/host.h"
 #include "platform/host/log.h"
 #include "platform/host/settings.h"
+#include "platform/system/unique_descriptor.h"
 
 namespace host {
 
-// A host on its own thread, which receives only signals of its own faults. The destructor stops it; all sockets of the
-// context must be closed by then. A service that cannot continue, for lack of memory for example, writes one line to
-// standard error and then answers nobody.
+// A host on its own thread, which receives only signals of its own faults. The destructor stops it and closes all
+// connections. A service that cannot continue, for lack of memory for example, writes one line to standard error,
+// closes all connections and takes no more.
 class EmbeddedService {
  public:
   // Throws an exception derived from std::exception if the system provides no thread or no socket. warnings: see
@@ -25,14 +25,13 @@ class EmbeddedService {
   EmbeddedService& operator=(const EmbeddedService&) = delete;
   ~EmbeddedService();
 
-  // The service's address, and the context in which it is valid.
-  zmq::context_t& context() { return context_; }
-  const std::string& address() const { return address_; }
+  // Returns a socket that is connected to the service and does not block; empty if the service takes no connection.
+  // Throws std::system_error if the system gives no socket. Thread-safe.
+  sys::UniqueDescriptor connect();
 
  private:
-  zmq::context_t context_;
-  std::string address_ = "inproc://service";
   Host host_;
+  std::atomic<bool> hasStopped_{false};
   std::thread thread_;
 };
 

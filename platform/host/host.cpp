@@ -1,9 +1,8 @@
 #include "platform/host/host.h"
 
-#include <algorithm>
-#include <array>
+#include <asio/post.hpp>
 #include <chrono>
-#include <limits>
+#include <span>
 #include <utility>
 
 #include "platform/channel/deadline.h"
@@ -14,33 +13,60 @@ using channel::clockNow;
 
 namespace {
 
-// Messages served before the device gets its turn.
-constexpr int MessagesAtOnce = 64;
+// Turns of connections, and events of the loop, before the device gets its turn.
+constexpr int TurnsAtOnce = 64;
 
-// Converts to a timeout for zmq_poll. Rounds up, so that it never wakes too early.
-long pollTimeout(std::optional<device::Time> until) {
-  if (!until) return -1;
-  const auto left = std::chrono::ceil<std::chrono::milliseconds>(*until - clockNow()).count();
-  return static_cast<long>(std::clamp<decltype(left)>(left, 0, std::numeric_limits<int>::max()));
-}
+// Only one thread runs the loop.
+constexpr int LoopThreads = 1;
 
 }  // namespace
 
-Host::Host(zmq::context_t& context, std::unique_ptr<device::Driver> driver, const Settings& settings, Log log,
-           Log warnings)
-    : socket_(context),
+Host::Watched::Watched(asio::io_context& loop, int descriptor) : descriptor_(loop, descriptor) {}
+
+void Host::Watched::watch() {
+  if (std::exchange(isWatched_, true)) return;
+  descriptor_.async_wait(asio::posix::stream_descriptor::wait_read,
+                         [this](const std::error_code& /*problem*/) { isWatched_ = false; });
+}
+
+Host::Host(std::unique_ptr<device::Driver> driver, const Settings& settings, Log log, Log warnings)
+    : loop_(LoopThreads),
+      server_(loop_,
+              {[this](ConnectionId from, std::span<const std::uint8_t> message) {
+                 dispatcher_.receive(from, message, clockNow());
+               },
+               [this](ConnectionId connection) { dispatcher_.connectionClosed(connection, clockNow()); }},
+              log),
       service_(std::move(driver), settings.service, clockNow()),
-      dispatcher_(service_, socket_, settings, std::move(log), std::move(warnings)) {}
+      dispatcher_(service_, server_, settings, std::move(log), std::move(warnings)),
+      wakeWatched_(loop_, wake_.descriptor()) {
+  if (service_.descriptor() >= 0) serviceWatched_.emplace(loop_, service_.descriptor());
+}
+
+Host::~Host() = default;
+
+void Host::adopt(sys::UniqueDescriptor socket) {
+  asio::post(loop_, [this, socket = std::move(socket)]() mutable { server_.adopt(std::move(socket)); });
+}
 
 void Host::run() {
-  bool drained = true;
+  try {
+    serve();
+  } catch (...) {
+    server_.closeAll();
+    throw;
+  }
+  server_.closeAll();
+}
+
+void Host::serve() {
+  bool busy = false;
   while (!stopping_) {
     const auto next = dispatcher_.advance(clockNow());
-    if (drained) {
-      dispatcher_.idle(clockNow());
-      wait(next);
-    }
-    drained = !serve();
+    if (!busy) dispatcher_.idle();
+    server_.flush();
+    wait(busy ? clockNow() : next);
+    busy = server_.serve(TurnsAtOnce);
   }
   dispatcher_.finish(clockNow());
 }
@@ -51,23 +77,16 @@ void Host::stop() noexcept {
 }
 
 void Host::wait(std::optional<device::Time> until) {
-  std::array<zmq_pollitem_t, 4> items{{{socket_.handle(), 0, ZMQ_POLLIN, 0},
-                                       {socket_.monitorHandle(), 0, ZMQ_POLLIN, 0},
-                                       {nullptr, wake_.descriptor(), ZMQ_POLLIN, 0},
-                                       {nullptr, service_.descriptor(), ZMQ_POLLIN, 0}}};
-  const std::size_t count = service_.descriptor() < 0 ? items.size() - 1 : items.size();
-  // A signal ends the wait early, which does no harm.
-  zmq_poll(items.data(), static_cast<int>(count), pollTimeout(until));
-}
-
-bool Host::serve() {
-  while (const auto closed = socket_.closedConnection()) dispatcher_.connectionClosed(*closed, clockNow());
-  for (int served = 0; served < MessagesAtOnce; ++served) {
-    const auto incoming = socket_.receive();
-    if (!incoming) return false;
-    dispatcher_.receive(incoming->peer, incoming->message, clockNow());
+  wakeWatched_.watch();
+  if (serviceWatched_) serviceWatched_->watch();
+  if (!until) {
+    loop_.run_one();
+  } else if (*until > clockNow()) {
+    using Clock = std::chrono::steady_clock;
+    loop_.run_one_until(Clock::time_point(std::chrono::duration_cast<Clock::duration>(*until)));
   }
-  return true;
+  // Bounded, since handlers of a storm of connections follow one another without end.
+  for (int i = 0; i < TurnsAtOnce && loop_.poll_one() > 0; ++i) continue;
 }
 
 }  // namespace host

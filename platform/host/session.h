@@ -1,13 +1,12 @@
 // What a host knows about one client.
 #pragma once
 
-#include <array>
 #include <cstddef>
 #include <cstdint>
-#include <optional>
 #include <string>
 
 #include "platform/device/port.h"
+#include "platform/host/connections.h"
 #include "platform/service/client_id.h"
 
 namespace host {
@@ -31,23 +30,16 @@ class Credit {
   std::uint64_t acknowledged_;
 };
 
-// The client is probed, because one of its connections seems to be closed.
-struct Suspicion {
-  device::Time nextProbe{};
-  device::Time end{};  // a client that can be reached until then is alive
-};
-
-// One client, from its Hello to its Goodbye. A peer is the routing id of one of its three sockets; it is empty until
-// that socket has opened its channel.
+// One client, from its Hello to its Goodbye.
 struct Session {
   std::uint64_t number = 0;  // random, so that other clients cannot guess it; never 0
   service::ClientId client{};
   std::string program;
   std::uint32_t process = 0;
-  std::string controlPeer;
-  std::string eventPeer;
-  std::string graphPeer;
-  std::array<std::optional<int>, 3> connections;  // of the three sockets, see PeerSocket::connection
+  // Its connections; None until one has opened its channel.
+  ConnectionId control = ConnectionId::None;
+  ConnectionId eventChannel = ConnectionId::None;
+  ConnectionId graphChannel = ConnectionId::None;
 
   Credit events;  // in bytes of entries
   Credit graph;   // in versions of the patch graph
@@ -59,9 +51,6 @@ struct Session {
 
   std::uint64_t lossTold = 0;  // lost copies, as last logged
   device::Time lossToldAt{};
-
-  std::optional<Suspicion> suspicion;
-  bool gone = false;  // cannot be reached; will be removed
 };
 
 }  // namespace host

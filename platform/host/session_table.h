@@ -1,34 +1,31 @@
 // The clients of a host.
 #pragma once
 
-#include <cstddef>
 #include <cstdint>
-#include <functional>
-#include <string>
-#include <string_view>
 #include <unordered_map>
 
+#include "platform/host/connections.h"
 #include "platform/host/session.h"
 
 namespace host {
 
-// Sessions by number and by the peers of their sockets. A reference to a session stays valid until that session is
+// Sessions by number and by their connections. A reference to a session stays valid until that session is
 // removed.
 class SessionTable {
  public:
   using Sessions = std::unordered_map<std::uint64_t, Session>;
 
-  // Adds a session with a random number. Returns null if the peer already is a socket of a session.
-  Session* add(std::string_view controlPeer, service::ClientId client);
+  // Adds a session with a random number. Returns null if the connection already is one of a session.
+  Session* add(ConnectionId control, service::ClientId client);
 
   // Return null if there is no such session.
   Session* find(std::uint64_t number);
-  Session* findByPeer(std::string_view peer);
+  Session* findByConnection(ConnectionId connection);
 
-  // Sets the session's event or graph socket to the peer. Returns false, without a change, if that socket is already
-  // set, or if the peer is a socket of another session.
-  bool openEvents(Session& session, std::string_view peer) { return open(session, session.eventPeer, peer); }
-  bool openGraph(Session& session, std::string_view peer) { return open(session, session.graphPeer, peer); }
+  // Sets the session's event or graph channel to the connection. Returns false, without a change, if that channel is
+  // already set, or if the connection is one of another session.
+  bool openEvents(Session& session, ConnectionId connection) { return open(session, session.eventChannel, connection); }
+  bool openGraph(Session& session, ConnectionId connection) { return open(session, session.graphChannel, connection); }
 
   void remove(std::uint64_t number);
 
@@ -36,15 +33,10 @@ class SessionTable {
   const Sessions& all() const { return sessions_; }
 
  private:
-  struct TextHash {
-    using is_transparent = void;
-    std::size_t operator()(std::string_view text) const noexcept { return std::hash<std::string_view>{}(text); }
-  };
-
-  bool open(Session& session, std::string& slot, std::string_view peer);
+  bool open(Session& session, ConnectionId& slot, ConnectionId connection);
 
   Sessions sessions_;
-  std::unordered_map<std::string, std::uint64_t, TextHash, std::equal_to<>> byPeer_;
+  std::unordered_map<ConnectionId, std::uint64_t> byConnection_;
 };
 
 }  // namespace host

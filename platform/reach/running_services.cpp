@@ -33,7 +33,7 @@ bool isSystem(std::string_view device) {
 }  // namespace
 
 channel::Connector connectorTo(const std::shared_ptr<host::EmbeddedService>& service) {
-  return {std::shared_ptr<zmq::context_t>(service, &service->context()), service->address()};
+  return channel::Connector([service] { return service->connect(); });
 }
 
 channel::ConnectorOrProblem openEmbedded(const std::string& device) {

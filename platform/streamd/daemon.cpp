@@ -10,7 +10,6 @@
 #include <utility>
 #include <variant>
 #include <vector>
-#include <zmq.hpp>
 
 #include "platform/channel/address.h"
 #include "platform/drivers/catalogue.h"
@@ -85,8 +84,8 @@ std::variant<std::unique_ptr<SocketPlace>, std::string> claim(std::string_view e
   if (address == nullptr || address->transport != channel::Transport::Local)
     return "not a valid endpoint (use ipc://PATH)";
   const std::string& path = address->place;
-  // ZeroMQ would take @ as a socket without a file, which has no mode that keeps other users out, and * as a path of
-  // its own choice.
+  // Many programs take @ for a socket without a file, which has no mode that keeps other users out, and * for a path of
+  // their own choice. A file of such a name would surprise their users.
   if (path.front() == '@' || path.front() == '*') return "the path must not begin with @ or *";
   return SocketPlace::claim(path);
 }
@@ -104,8 +103,7 @@ int serve(const Options& options) {
 
   // Released after the sockets are closed.
   std::vector<std::unique_ptr<SocketPlace>> places;
-  zmq::context_t context;
-  host::Host host(context, std::move(driver), {.service = {.queueBytes = options.queueBytes}}, logLine);
+  host::Host host(std::move(driver), {.service = {.queueBytes = options.queueBytes}}, logLine);
   const StoppedBySignals stopped(host);
   logOf(devicesText(options), deviceText);
   for (const std::string& endpoint : options.endpoints) {
@@ -116,7 +114,7 @@ int serve(const Options& options) {
     }
     places.push_back(std::get<std::unique_ptr<SocketPlace>>(std::move(place)));
     const SocketMode mode;
-    if (const auto problem = host.bind(endpoint)) {
+    if (const auto problem = host.listen(places.back()->path())) {
       logOf(endpoint, *problem);
       return FailureStatus;
     }

@@ -19,6 +19,8 @@ class SocketPlace {
   SocketPlace(const SocketPlace&) = delete;
   SocketPlace& operator=(const SocketPlace&) = delete;
 
+  const std::string& path() const { return path_; }
+
   // Removes the socket, which must be closed, and releases the place.
   ~SocketPlace();
 

@@ -46,8 +46,6 @@ inline constexpr std::uint16_t KindOf<Links> = 0x0204;
 template <>
 inline constexpr std::uint16_t KindOf<Taken> = 0x0205;
 template <>
-inline constexpr std::uint16_t KindOf<Probe> = 0x0206;
-template <>
 inline constexpr std::uint16_t KindOf<Stats> = 0x0207;
 template <>
 inline constexpr std::uint16_t KindOf<Originals> = 0x0208;

@@ -164,9 +164,6 @@ void fields(Io& io, Fields<Io, Taken> m) {
 }
 
 template <class Io>
-void fields(Io& /*io*/, Fields<Io, Probe> /*m*/) {}
-
-template <class Io>
 void fields(Io& io, Fields<Io, ClientStats> m) {
   io(m.program);
   io(m.process);

@@ -152,9 +152,6 @@ struct Taken {
   std::uint64_t count = 0;
 };
 
-// Tests whether the client can be reached. The client ignores it.
-struct Probe {};
-
 // What one client has done and what waits for it. Counts MIDI messages, not the frames that carry them.
 struct ClientStats {
   std::string program;
@@ -221,8 +218,8 @@ struct GraphChanged {
 struct GraphStale {};
 
 using Body = std::variant<Hello, Goodbye, Tap, Untap, UntapAll, Patch, AskTopology, AskLinks, Send, Inject, AskStats,
-                          AskOriginals, Welcome, Result, Topology, Originals, Links, Taken, Probe, Stats, OpenEvents,
-                          Consumed, Events, TopologyChanged, OpenGraph, GraphSeen, GraphChanged, GraphStale>;
+                          AskOriginals, Welcome, Result, Topology, Originals, Links, Taken, Stats, OpenEvents, Consumed,
+                          Events, TopologyChanged, OpenGraph, GraphSeen, GraphChanged, GraphStale>;
 
 // One message. An answer has the tag of its request; all other messages of the service have tag 0.
 struct Envelope {

@@ -59,8 +59,9 @@ class LostService : public testing::Test {
 
  protected:
   testsupport::ScratchFolder scratch;
-  std::string endpoint = "ipc://" + (scratch.path() / "socket").string();
-  host::RunningHost service{endpoint, builtinDevice()};
+  std::string socket = scratch.path() / "socket";
+  std::string endpoint = "ipc://" + socket;
+  host::RunningHost service{socket, builtinDevice()};
   Endpoint variable{endpoint};
   EvtSrv::EventPortManager manager{EvtSrv::ConBehave_Default, true};
   TestShell shell{manager};
@@ -109,7 +110,7 @@ TEST_F(LostService, IsListedWithoutConnectionsUntilItIsBack) {
   while (listed() != "\n" && !deadline.passed()) std::this_thread::sleep_for(std::chrono::milliseconds(1));
   EXPECT_EQ(listed(), "\n");
   EXPECT_EQ(listed(), "\n");
-  const host::RunningHost another(endpoint, builtinDevice());
+  const host::RunningHost another(socket, builtinDevice());
   while (listed() != before && !deadline.passed()) std::this_thread::sleep_for(std::chrono::milliseconds(1));
   EXPECT_EQ(listed(), before);
   EXPECT_EQ(testing::internal::GetCapturedStderr(),

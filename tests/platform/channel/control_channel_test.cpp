@@ -24,7 +24,7 @@ class ControlChannelTest : public testing::Test {
     const testsupport::Deadline deadline(Patience);
     std::optional<wire::Envelope> hello;
     while (!(hello = service_.receive())) ASSERT_FALSE(deadline.passed());
-    ASSERT_TRUE(service_.send(hello->tag, wire::Welcome{7, Window}));
+    service_.send(hello->tag, wire::Welcome{7, Window});
     ASSERT_TRUE(greeted.get());
   }
 
@@ -32,16 +32,15 @@ class ControlChannelTest : public testing::Test {
 
   static constexpr std::uint32_t Window = 100;
 
-  std::shared_ptr<zmq::context_t> context_ = std::make_shared<zmq::context_t>(0);
-  FakeService service_{*context_, "inproc://fake"};
-  Connector connector_{context_, "inproc://fake"};
+  FakeService service_;
+  Connector connector_ = service_.connector();
   ControlChannel channel_{connector_};
 };
 
 TEST_F(ControlChannelTest, GivesUpAtOnceWhenTheServiceHasForgottenTheClient) {
   ASSERT_TRUE(sendNote());
   ASSERT_TRUE(service_.receive());
-  ASSERT_TRUE(service_.send(0, wire::Result{device::Status::NoSession, 0}));
+  service_.send(0, wire::Result{device::Status::NoSession, 0});
   EXPECT_FALSE(channel_.ask<wire::Result>(wire::UntapAll{7, 1}));
   EXPECT_FALSE(sendNote());
   EXPECT_FALSE(service_.receive()) << "nothing more was sent";
@@ -50,7 +49,7 @@ TEST_F(ControlChannelTest, GivesUpAtOnceWhenTheServiceHasForgottenTheClient) {
 TEST_F(ControlChannelTest, SenderNoticesAForgottenSessionInTheMiddleOfItsWindow) {
   ASSERT_TRUE(sendNote());
   ASSERT_TRUE(service_.receive());
-  ASSERT_TRUE(service_.send(0, wire::Result{device::Status::NoSession, 0}));
+  service_.send(0, wire::Result{device::Status::NoSession, 0});
   std::uint32_t sent = 1;
   while (sent < Window && sendNote()) ++sent;
   EXPECT_EQ(sent, Window / 2);
@@ -61,7 +60,7 @@ TEST_F(ControlChannelTest, AnswerThatThereIsNoSessionIsReturned) {
   const testsupport::Deadline deadline(Patience);
   std::optional<wire::Envelope> request;
   while (!(request = service_.receive())) ASSERT_FALSE(deadline.passed());
-  ASSERT_TRUE(service_.send(request->tag, wire::Result{device::Status::NoSession, 0}));
+  service_.send(request->tag, wire::Result{device::Status::NoSession, 0});
   const auto answer = asked.get();
   ASSERT_TRUE(answer);
   EXPECT_EQ(answer->status, device::Status::NoSession);
@@ -71,7 +70,7 @@ TEST_F(ControlChannelTest, AnswerThatThereIsNoSessionIsReturned) {
 TEST_F(ControlChannelTest, OtherResultsWithoutARequestAreIgnored) {
   ASSERT_TRUE(sendNote());
   ASSERT_TRUE(service_.receive());
-  ASSERT_TRUE(service_.send(0, wire::Result{device::Status::BadRequest, 0}));
+  service_.send(0, wire::Result{device::Status::BadRequest, 0});
   for (std::uint32_t sent = 1; sent < Window; ++sent) ASSERT_TRUE(sendNote()) << sent;
 }
 

@@ -182,7 +182,7 @@ TEST(Lifetime, GarbageOfOtherClientsDisturbsNobody) {
   EventPortManager manager(Behaviour, true);
   RecordingPort port(manager);
   port.tap("G0Out1");
-  host::RawClient raw(service.service()->context(), service.service()->address());
+  host::RawClient raw(service.service()->connect());
   for (std::uint32_t i = 0; i < 100; ++i) {
     ASSERT_TRUE(raw.send(service::Bytes(i, 0xE5)));
     ASSERT_TRUE(raw.send(0, wire::UntapAll{i, 1}));

@@ -33,11 +33,12 @@ std::unique_ptr<device::Driver> deviceWithPortsLater(const std::atomic<bool>& ha
 
 TEST(MissingTaps, AreMadeWhenTheirPortsAppear) {
   const testsupport::ScratchFolder folder;
-  const std::string endpoint = "ipc://" + (folder.path() / "socket").string();
+  const std::string socket = folder.path() / "socket";
+  const std::string endpoint = "ipc://" + socket;
   const EndpointVariable variable(endpoint);
   std::atomic<bool> hasPorts{true};
   service::Told told;
-  auto service = std::make_unique<host::RunningHost>(endpoint, deviceWithPortsLater(hasPorts, told));
+  auto service = std::make_unique<host::RunningHost>(socket, deviceWithPortsLater(hasPorts, told));
   EvtSrv::EventPortManager manager(EvtSrv::ConBehave_Default, true);
   RecordingPort port(manager);
   const testsupport::Deadline deadline(Patience);
@@ -47,7 +48,7 @@ TEST(MissingTaps, AreMadeWhenTheirPortsAppear) {
   testing::internal::CaptureStderr();
   service.reset();
   hasPorts = false;
-  service = std::make_unique<host::RunningHost>(endpoint, deviceWithPortsLater(hasPorts, told));
+  service = std::make_unique<host::RunningHost>(socket, deviceWithPortsLater(hasPorts, told));
   // An answer that only the new service gives.
   while (port.tap("G0Out1") != EvtSrv::EvtRes_NotFound) ASSERT_FALSE(deadline.passed());
   manager.receiveEvent(0);

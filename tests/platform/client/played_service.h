@@ -9,7 +9,6 @@
 #include <thread>
 #include <utility>
 #include <variant>
-#include <zmq.hpp>
 
 #include "platform/wire/messages.h"
 #include "tests/platform/channel/fake_service.h"
@@ -23,16 +22,21 @@ class PlayedService {
  public:
   using Answer = std::function<void(PlayedService&, std::uint32_t tag, const wire::Body&)>;
 
-  PlayedService(zmq::context_t& context, const std::string& address, Answer answer)
-      : service_(context, address), answer_(std::move(answer)) {
-    thread_ = std::thread([this] { run(); });
-  }
+  // Within this process (see connector).
+  explicit PlayedService(Answer answer) : answer_(std::move(answer)), thread_([this] { run(); }) {}
+
+  // At a local socket with this path.
+  PlayedService(const std::string& path, Answer answer)
+      : service_(path), answer_(std::move(answer)), thread_([this] { run(); }) {}
   PlayedService(const PlayedService&) = delete;
   PlayedService& operator=(const PlayedService&) = delete;
   ~PlayedService() {
     stop_ = true;
     thread_.join();
   }
+
+  // Must not be used when the service has gone.
+  channel::Connector connector() { return service_.connector(); }
 
   // To whom the message at hand came from.
   void reply(std::uint32_t tag, const wire::Body& body) { service_.send(tag, body); }
@@ -62,8 +66,8 @@ class PlayedService {
   channel::FakeService service_;
   Answer answer_;
   std::atomic<bool> stop_{false};
-  std::string eventPeer_;
-  std::string graphPeer_;
+  host::ConnectionId eventPeer_ = host::ConnectionId::None;
+  host::ConnectionId graphPeer_ = host::ConnectionId::None;
   std::thread thread_;
 };
 

@@ -28,7 +28,7 @@ class ReturningService : public testing::Test {
   void start() {
     auto device = std::make_unique<ObeyingDevice>(told_);
     device_ = device.get();
-    host_ = std::make_unique<host::RunningHost>(address_, std::move(device));
+    host_ = std::make_unique<host::RunningHost>(socket_, std::move(device));
   }
 
   void stop() { host_.reset(); }
@@ -52,7 +52,8 @@ class ReturningService : public testing::Test {
   }
 
   testsupport::ScratchFolder folder_;
-  std::string address_ = "ipc://" + (folder_.path() / "service").string();
+  std::string socket_ = folder_.path() / "service";
+  std::string address_ = "ipc://" + socket_;
   EndpointVariable endpoint_{address_};
   service::Told told_;
   ObeyingDevice* device_ = nullptr;

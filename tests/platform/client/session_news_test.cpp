@@ -7,7 +7,6 @@
 #include <string>
 #include <thread>
 #include <variant>
-#include <zmq.hpp>
 
 #include "platform/client/session.h"
 #include "platform/system/program_line.h"
@@ -28,8 +27,7 @@ wire::Topology twoGroups() {
 
 TEST(SessionNews, ServiceIsAskedForAddedPortsOnceASecond) {
   std::atomic<int> asked{0};
-  const auto context = std::make_shared<zmq::context_t>(0);
-  PlayedService service(*context, "inproc://news", [&](PlayedService& self, std::uint32_t tag, const wire::Body& body) {
+  PlayedService service([&](PlayedService& self, std::uint32_t tag, const wire::Body& body) {
     self.answerGreeting(tag, body);
     if (!std::holds_alternative<wire::AskTopology>(body)) return;
     ++asked;
@@ -37,7 +35,7 @@ TEST(SessionNews, ServiceIsAskedForAddedPortsOnceASecond) {
     // Ports only go, so there is never a line.
     self.toEventChannel(wire::TopologyChanged{});
   });
-  const auto opened = Session::open(channel::Connector(context, "inproc://news"), "test");
+  const auto opened = Session::open(service.connector(), "test");
   const auto* session = std::get_if<std::shared_ptr<Session>>(&opened);
   ASSERT_NE(session, nullptr);
   (*session)->list(twoGroups());
@@ -53,12 +51,11 @@ TEST(SessionNews, ServiceIsAskedForAddedPortsOnceASecond) {
 
 TEST(SessionNews, ServiceThatSaysNothingIsNotAskedForAddedPorts) {
   std::atomic<int> asked{0};
-  const auto context = std::make_shared<zmq::context_t>(0);
-  PlayedService service(*context, "inproc://news", [&](PlayedService& self, std::uint32_t tag, const wire::Body& body) {
+  PlayedService service([&](PlayedService& self, std::uint32_t tag, const wire::Body& body) {
     self.answerGreeting(tag, body);
     if (std::holds_alternative<wire::AskTopology>(body)) ++asked;
   });
-  const auto opened = Session::open(channel::Connector(context, "inproc://news"), "test");
+  const auto opened = Session::open(service.connector(), "test");
   const auto* session = std::get_if<std::shared_ptr<Session>>(&opened);
   ASSERT_NE(session, nullptr);
   (*session)->list(twoGroups());
@@ -70,8 +67,7 @@ TEST(SessionNews, ServiceThatSaysNothingIsNotAskedForAddedPorts) {
 TEST(SessionNews, ReceiveDoesNotWaitForARequestOfAnotherThread) {
   std::atomic<bool> patching{false};
   std::atomic<bool> received{false};
-  const auto context = std::make_shared<zmq::context_t>(0);
-  PlayedService service(*context, "inproc://news", [&](PlayedService& self, std::uint32_t tag, const wire::Body& body) {
+  PlayedService service([&](PlayedService& self, std::uint32_t tag, const wire::Body& body) {
     self.answerGreeting(tag, body);
     if (std::holds_alternative<wire::AskLinks>(body)) self.reply(tag, wire::Links{});
     if (!std::holds_alternative<wire::Patch>(body)) return;
@@ -81,7 +77,7 @@ TEST(SessionNews, ReceiveDoesNotWaitForARequestOfAnotherThread) {
     while (!received && !deadline.passed()) std::this_thread::yield();
     self.reply(tag, wire::Result{});
   });
-  const auto opened = Session::open(channel::Connector(context, "inproc://news"), "test");
+  const auto opened = Session::open(service.connector(), "test");
   const auto* session = std::get_if<std::shared_ptr<Session>>(&opened);
   ASSERT_NE(session, nullptr);
   std::optional<device::Status> status;
@@ -99,7 +95,6 @@ TEST(SessionNews, ReceiveDoesNotWaitForARequestOfAnotherThread) {
 TEST(SessionNews, LostConnectionsAreReportedOnceALateServiceAnswers) {
   const testsupport::ScratchFolder folder;
   const std::string path = folder.path() / "service";
-  zmq::context_t serviceContext;
   std::atomic<bool> late{false};
   std::atomic<int> asked{0};
   const auto answerWith = [&](const wire::Links& links) {
@@ -110,8 +105,7 @@ TEST(SessionNews, LostConnectionsAreReportedOnceALateServiceAnswers) {
       if (std::holds_alternative<wire::AskLinks>(body)) self.reply(tag, links);
     };
   };
-  auto service = std::make_unique<PlayedService>(serviceContext, "ipc://" + path,
-                                                 answerWith({3, {{{1, 0, 2, 0}, true}, {{1, 0, 2, 1}, true}}}));
+  auto service = std::make_unique<PlayedService>(path, answerWith({3, {{{1, 0, 2, 0}, true}, {{1, 0, 2, 1}, true}}}));
   const auto opened = Session::open(channel::Connector::toLocalSocket(path), "test");
   const auto* session = std::get_if<std::shared_ptr<Session>>(&opened);
   ASSERT_NE(session, nullptr);
@@ -123,7 +117,7 @@ TEST(SessionNews, LostConnectionsAreReportedOnceALateServiceAnswers) {
   while ((*session)->number() != 0 && !deadline.passed()) (*session)->receiveEvent(10);
   late = true;
   asked = 0;
-  service = std::make_unique<PlayedService>(serviceContext, "ipc://" + path, answerWith({1, {{{1, 0, 2, 1}, true}}}));
+  service = std::make_unique<PlayedService>(path, answerWith({1, {{{1, 0, 2, 1}, true}}}));
   while (asked < 2 && !deadline.passed()) (*session)->receiveEvent(10);
   EXPECT_NE((*session)->number(), 0U) << "a service that is late is not lost";
   late = false;
@@ -145,7 +139,6 @@ TEST(SessionNews, LostConnectionsAreReportedOnceALateServiceAnswers) {
 TEST(SessionNews, LostConnectionsAreReportedAfterMissedGraphChanges) {
   const testsupport::ScratchFolder folder;
   const std::string path = folder.path() / "service";
-  zmq::context_t serviceContext;
   const auto answerWith = [](const wire::Links& links) {
     return [links](PlayedService& self, std::uint32_t tag, const wire::Body& body) {
       self.answerGreeting(tag, body);
@@ -155,8 +148,7 @@ TEST(SessionNews, LostConnectionsAreReportedAfterMissedGraphChanges) {
       self.reply(tag, twoGroups());
     };
   };
-  auto service =
-      std::make_unique<PlayedService>(serviceContext, "ipc://" + path, answerWith({3, {{{1, 0, 2, 0}, true}}}));
+  auto service = std::make_unique<PlayedService>(path, answerWith({3, {{{1, 0, 2, 0}, true}}}));
   const auto opened = Session::open(channel::Connector::toLocalSocket(path), "test");
   const auto* session = std::get_if<std::shared_ptr<Session>>(&opened);
   ASSERT_NE(session, nullptr);
@@ -169,7 +161,7 @@ TEST(SessionNews, LostConnectionsAreReportedAfterMissedGraphChanges) {
   service.reset();
   const testsupport::Deadline deadline(Patience);
   while ((*session)->number() != 0 && !deadline.passed()) (*session)->receiveEvent(10);
-  service = std::make_unique<PlayedService>(serviceContext, "ipc://" + path, answerWith({1, {}}));
+  service = std::make_unique<PlayedService>(path, answerWith({1, {}}));
   while ((*session)->number() == 0 && !deadline.passed()) (*session)->receiveEvent(10);
   const testsupport::Deadline told(std::chrono::milliseconds(1500));
   while (!told.passed()) (*session)->receiveEvent(10);
@@ -182,7 +174,6 @@ TEST(SessionNews, LostConnectionsAreReportedAfterMissedGraphChanges) {
 TEST(SessionNews, RetriedTapDoesNotShortenTheTimeoutOfARequest) {
   const testsupport::ScratchFolder folder;
   const std::string path = folder.path() / "service";
-  zmq::context_t serviceContext;
   std::atomic<int> taps{0};
   const auto answer = [&](PlayedService& self, std::uint32_t tag, const wire::Body& body) {
     self.answerGreeting(tag, body);
@@ -195,7 +186,7 @@ TEST(SessionNews, RetriedTapDoesNotShortenTheTimeoutOfARequest) {
     if (number > 2) std::this_thread::sleep_for(std::chrono::milliseconds(700));
     self.reply(tag, wire::Result{number == 2 ? device::Status::NotFound : device::Status::Ok, 0});
   };
-  auto service = std::make_unique<PlayedService>(serviceContext, "ipc://" + path, answer);
+  auto service = std::make_unique<PlayedService>(path, answer);
   const auto opened = Session::open(channel::Connector::toLocalSocket(path), "test");
   const auto* session = std::get_if<std::shared_ptr<Session>>(&opened);
   ASSERT_NE(session, nullptr);
@@ -204,7 +195,7 @@ TEST(SessionNews, RetriedTapDoesNotShortenTheTimeoutOfARequest) {
   service.reset();
   const testsupport::Deadline deadline(Patience);
   while ((*session)->number() != 0 && !deadline.passed()) (*session)->receiveEvent(10);
-  service = std::make_unique<PlayedService>(serviceContext, "ipc://" + path, answer);
+  service = std::make_unique<PlayedService>(path, answer);
   while ((*session)->number() == 0 && !deadline.passed()) (*session)->receiveEvent(10);
   std::optional<device::Status> status;
   std::atomic<bool> patched{false};

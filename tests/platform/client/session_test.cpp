@@ -3,7 +3,6 @@
 #include "platform/client/session.h"
 
 #include <gtest/gtest.h>
-#include <unistd.h>
 
 #include <atomic>
 #include <chrono>
@@ -12,11 +11,11 @@
 #include <thread>
 #include <variant>
 #include <vector>
-#include <zmq.hpp>
 
 #include "tests/platform/client/fixture.h"
 #include "tests/platform/client/played_service.h"
 #include "tests/platform/host/running_host.h"
+#include "tests/support/scratch_folder.h"
 
 namespace client {
 namespace {
@@ -28,8 +27,8 @@ class SessionTest : public testing::Test {
  protected:
   // The session with a service that answers like this, null when it gives none.
   std::shared_ptr<Session> openWith(PlayedService::Answer answer) {
-    service_ = std::make_unique<PlayedService>(*context_, Address, std::move(answer));
-    auto opened = Session::open(channel::Connector(context_, Address), "test");
+    service_ = std::make_unique<PlayedService>(std::move(answer));
+    auto opened = Session::open(service_->connector(), "test");
     if (auto* cause = std::get_if<std::string>(&opened)) {
       cause_ = *cause;
       return nullptr;
@@ -37,9 +36,6 @@ class SessionTest : public testing::Test {
     return std::get<std::shared_ptr<Session>>(opened);
   }
 
-  static constexpr const char* Address = "inproc://played";
-
-  std::shared_ptr<zmq::context_t> context_ = std::make_shared<zmq::context_t>(0);
   std::unique_ptr<PlayedService> service_;
   std::string cause_;
 };
@@ -62,7 +58,7 @@ TEST_F(SessionTest, ServiceThatRefusesEventsIsNoService) {
 }
 
 TEST_F(SessionTest, AddressWithoutServiceIsNoService) {
-  const auto opened = Session::open(channel::Connector(context_, "nonsense"), "test");
+  const auto opened = Session::open(channel::Connector::toLocalSocket("/nonsense"), "test");
   EXPECT_TRUE(std::holds_alternative<std::string>(opened));
 }
 
@@ -197,13 +193,14 @@ TEST_F(SessionTest, SenderGivesUpWhenTheServiceTakesNothing) {
 
 // The same code, whatever the transport.
 TEST(SessionTransport, WorksOverSocketsOfTheSystem) {
-  const std::string address = "ipc://@session-test-" + std::to_string(getpid());
+  const testsupport::ScratchFolder folder;
+  const std::string path = folder.path() / "service";
   service::Told told;
   auto device = std::make_unique<service::TestDevice>(service::evenTopology(2, 2), std::vector<device::Link>{}, told);
   device->remembersDeliveries = false;
-  host::RunningHost host(address, std::move(device), {.service = {}, .firstHandle = 0});
+  host::RunningHost host(path, std::move(device), {.service = {}, .firstHandle = 0});
   {
-    const auto opened = Session::open(channel::Connector(std::make_shared<zmq::context_t>(), address), "test");
+    const auto opened = Session::open(channel::Connector::toLocalSocket(path), "test");
     const auto* found = std::get_if<std::shared_ptr<Session>>(&opened);
     EXPECT_NE(found, nullptr);
     if (found != nullptr) {

@@ -3,7 +3,6 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
-#include <algorithm>
 #include <chrono>
 #include <string>
 #include <vector>
@@ -13,84 +12,45 @@
 namespace host {
 namespace {
 
-class ClosedConnection : public DispatcherTest {
- protected:
-  void SetUp() override {
-    peers_.current = 11;
-    gone_ = attach("a");
-    peers_.current = 12;
-    here_ = attach("b");
-  }
-
-  std::uint64_t gone_ = 0;
-  std::uint64_t here_ = 0;
-};
-
-TEST_F(ClosedConnection, ClientThatCannotBeReachedIsRemoved) {
-  tap("a", gone_, "G0Out1");
-  peers_.unreachable.insert("a control");
-  dispatcher_->connectionClosed(11, Time(5));
-  dispatcher_->advance(Time(5));
+TEST_F(DispatcherTest, ClientEndsWithItsControlChannel) {
+  const std::uint64_t gone = attach("a");
+  const std::uint64_t here = attach("b");
+  tap("a", gone, "G0Out1");
+  tap("b", here, "G0Out1");
+  hangUp("a control");
   EXPECT_EQ(log_.back(), "test (process 5) lost its connection");
-  EXPECT_EQ(told_.back(), "unuse G0Out1");
-  EXPECT_EQ(peers_.texts("b control"), Texts{}) << "who came by another connection is not asked";
+  say("b control", 0, note(here, 1));
+  EXPECT_EQ(peers_.texts("b events"), Texts{"events [1 G0Out1: 90 01 40]"});
+  EXPECT_EQ(peers_.texts("a events"), Texts{});
+  say("b control", 9, wire::UntapAll{here, EventPort});
+  EXPECT_EQ(told_.back(), "unuse G0Out1") << "no tap of the client that has gone is left";
 }
 
-TEST_F(ClosedConnection, ProbesUntilZeroMqHasForgottenThePeer) {
-  dispatcher_->connectionClosed(11, Time(0));
-  const auto next = dispatcher_->advance(Time(0));
-  EXPECT_EQ(peers_.texts("a graph"), Texts{"probe"}) << "still known";
-  ASSERT_EQ(next, Time(std::chrono::milliseconds(50)));
-  EXPECT_EQ(dispatcher_->advance(Time(1)), next);
-  EXPECT_EQ(peers_.texts("a graph"), Texts{}) << "not yet again";
-  peers_.unreachable.insert("a events");
-  dispatcher_->advance(*next);
-  EXPECT_EQ(log_.back(), "test (process 5) lost its connection");
-}
-
-TEST_F(ClosedConnection, ReachableClientStaysAndIsProbedForASecond) {
-  dispatcher_->connectionClosed(12, Time(0));
-  std::optional<Time> next = Time(0);
-  int probes = 0;
-  while (next && probes < 100) {
-    next = dispatcher_->advance(*next);
-    probes += static_cast<int>(peers_.texts("b control").size());
-  }
-  EXPECT_FALSE(next) << "it ends";
-  EXPECT_EQ(probes, 21) << "every 50 milliseconds for a second";
-  say("b control", 3, wire::AskLinks{here_});
-  EXPECT_EQ(peers_.texts("b control"), Texts{"3: links at 0"});
-}
-
-TEST_F(ClosedConnection, MayBeReportedBeforeTheFirstMessage) {
-  dispatcher_->connectionClosed(13, Time(0));
-  peers_.current = 13;
-  hello("c control");
-  peers_.unreachable.insert("c control");
+// So messages that a client sent before it died are not lost, whichever of its connections is seen to close first.
+TEST_F(DispatcherTest, ControlChannelOfAClientThatDiesIsReadToItsEnd) {
+  const std::uint64_t session = attach("a");
+  tap("a", session, "G0Out1");
+  hangUp("a events");
+  hangUp("a graph");
+  EXPECT_EQ(peers_.ended, (Texts{"a control", "a control"}));
+  say("a control", 0, note(session, 1));
+  EXPECT_EQ(service_->counts().in, 1U);
   log_.clear();
-  dispatcher_->advance(Time(1));
+  hangUp("a control");
   EXPECT_EQ(log_, Texts{"test (process 5) lost its connection"});
 }
 
-TEST_F(ClosedConnection, IsForgottenAfterASecond) {
-  dispatcher_->connectionClosed(13, Time(0) - std::chrono::seconds(2));
-  peers_.current = 13;
-  hello("c control");
-  EXPECT_FALSE(dispatcher_->advance(Time(1)));
-  EXPECT_EQ(peers_.texts("c control"), Texts{}) << "a new client, whose connection has an old number";
-}
-
-TEST_F(ClosedConnection, AnyOfTheThreeConnectionsRemovesTheClient) {
-  peers_.current = 13;
-  say("c control", 1, wire::Hello{"test", 5});
-  const auto session = std::get<wire::Welcome>(wire::decode(peers_.take("c control").at(0))->body).session;
-  peers_.current = 14;
-  say("c events", 1, wire::OpenEvents{session});
-  peers_.unreachable.insert("c events");
+TEST_F(DispatcherTest, ConnectionWithoutASessionClosesUnnoticed) {
+  say("stranger", 3, wire::AskLinks{1});
   log_.clear();
-  dispatcher_->connectionClosed(14, Time(0));
-  dispatcher_->advance(Time(0));
-  EXPECT_EQ(log_, Texts{"test (process 5) lost its connection"});
+  hangUp("stranger");
+  hangUp("unheard");
+  const std::uint64_t session = attach("a");
+  say("a control", 9, wire::Goodbye{session});
+  log_.clear();
+  for (const char* peer : {"a control", "a events", "a graph"}) hangUp(peer);
+  EXPECT_EQ(log_, Texts{});
+  EXPECT_EQ(peers_.ended, Texts{});
 }
 
 class SmallQueue : public DispatcherTest {
@@ -129,21 +89,6 @@ TEST_F(SmallQueue, LossIsLoggedBeforeItsClientLeaves) {
   ASSERT_EQ(log_.size(), 2U);
   EXPECT_THAT(log_[0], testing::HasSubstr(" lost "));
   EXPECT_EQ(log_[1], "test (process 5) disconnected");
-}
-
-TEST_F(DispatcherTest, UnreachableClientIsRemovedAndOtherClientsStay) {
-  const std::uint64_t gone = attach("a");
-  const std::uint64_t here = attach("b");
-  tap("a", gone, "G0Out1");
-  tap("b", here, "G0Out1");
-  peers_.unreachable.insert("a events");
-  say("b control", 0, note(here, 1));
-  EXPECT_EQ(peers_.texts("b events"), Texts{"events [1 G0Out1: 90 01 40]"});
-  EXPECT_EQ(log_.back(), "test (process 5) lost its connection");
-  say("a control", 8, wire::AskLinks{gone});
-  EXPECT_EQ(peers_.texts("a control"), Texts{"8: no session at 0"});
-  say("b control", 9, wire::UntapAll{here, EventPort});
-  EXPECT_EQ(told_.back(), "unuse G0Out1") << "no tap of the client that has gone is left";
 }
 
 }  // namespace

@@ -3,10 +3,9 @@
 
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <map>
 #include <memory>
-#include <optional>
-#include <set>
 #include <span>
 #include <string>
 #include <string_view>
@@ -26,16 +25,22 @@ using Texts = std::vector<std::string>;
 inline constexpr std::uint32_t EventPort = 1;
 inline constexpr std::uint32_t HolderBytes = 1004;
 
-class RecordingSocket : public PeerSocket {
+// Connections that a test calls by names.
+class RecordingConnections : public Connections {
  public:
-  bool send(std::string_view peer, std::span<const std::uint8_t> message) override {
-    if (unreachable.contains(peer)) return false;
-    sent_[std::string(peer)].emplace_back(message.begin(), message.end());
-    order.emplace_back(peer);
-    return true;
+  void send(ConnectionId to, std::span<const std::uint8_t> message) override {
+    order.push_back(nameOf(to));
+    sent_[order.back()].emplace_back(message.begin(), message.end());
   }
 
-  std::optional<int> connection() const override { return current; }
+  void endAfterReading(ConnectionId connection) override { ended.push_back(nameOf(connection)); }
+
+  ConnectionId of(const std::string& peer) {
+    const auto known = std::ranges::find(names_, peer);
+    const auto index = known - names_.begin();
+    if (known == names_.end()) names_.push_back(peer);
+    return ConnectionId{static_cast<std::uint64_t>(index) + 1};
+  }
 
   // What was sent to a peer since the last time it was asked.
   std::vector<Bytes> take(const std::string& peer) { return std::exchange(sent_[peer], {}); }
@@ -46,11 +51,15 @@ class RecordingSocket : public PeerSocket {
     return texts;
   }
 
-  std::set<std::string, std::less<>> unreachable;
   Texts order;  // who was sent something, message by message
-  std::optional<int> current;
+  Texts ended;  // which are to end once they are read
 
  private:
+  const std::string& nameOf(ConnectionId connection) const {
+    return names_.at(static_cast<std::size_t>(connection) - 1);
+  }
+
+  Texts names_;
   std::map<std::string, std::vector<Bytes>> sent_;
 };
 
@@ -68,7 +77,9 @@ class DispatcherTest : public testing::Test {
   }
 
   void say(const std::string& peer, std::uint32_t tag, const wire::Body& body) { say(peer, wire::encode(tag, body)); }
-  void say(const std::string& peer, const Bytes& bytes) { dispatcher_->receive(peer, bytes, Time(1)); }
+  void say(const std::string& peer, const Bytes& bytes) { dispatcher_->receive(peers_.of(peer), bytes, Time(1)); }
+
+  void hangUp(const std::string& peer) { dispatcher_->connectionClosed(peers_.of(peer), Time(1)); }
 
   std::uint64_t hello(const std::string& peer) {
     say(peer, 1, wire::Hello{"test", 5});
@@ -98,7 +109,7 @@ class DispatcherTest : public testing::Test {
   service::Told told_;
   service::TestDevice* device_ = nullptr;
   std::unique_ptr<service::Service> service_;
-  RecordingSocket peers_;
+  RecordingConnections peers_;
   Texts log_;
   std::unique_ptr<Dispatcher> dispatcher_;
 };

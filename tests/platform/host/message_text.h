@@ -22,7 +22,6 @@ inline std::string textOf(const wire::Welcome& m) { return "welcome, window " + 
 inline std::string textOf(const wire::Taken& m) { return "taken " + std::to_string(m.count); }
 inline std::string textOf(const wire::GraphStale& /*m*/) { return "stale"; }
 inline std::string textOf(const wire::TopologyChanged& /*m*/) { return "topology changed"; }
-inline std::string textOf(const wire::Probe& /*m*/) { return "probe"; }
 
 inline std::string textOf(const wire::Result& m) {
   constexpr std::array Names = {"ok", "nothing", "not found", "bad request", "no session", "refused"};

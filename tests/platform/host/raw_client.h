@@ -1,46 +1,45 @@
 // A client that says what a test wants, right or wrong.
 #pragma once
 
+#include <chrono>
 #include <cstdint>
 #include <optional>
-#include <span>
 #include <string>
 #include <utility>
 #include <variant>
 #include <vector>
-#include <zmq.hpp>
 
+#include "platform/channel/connection.h"
+#include "platform/channel/deadline.h"
+#include "platform/system/local_socket.h"
+#include "platform/system/unique_descriptor.h"
 #include "platform/wire/messages.h"
 
 namespace host {
 
-// One DEALER socket.
+// One connection.
 class RawClient {
- public:
-  RawClient(zmq::context_t& context, const std::string& address) : socket_(context, zmq::socket_type::dealer) {
-    socket_.set(zmq::sockopt::linger, 0);
-    socket_.set(zmq::sockopt::rcvtimeo, PatienceMilliseconds);
-    socket_.set(zmq::sockopt::sndtimeo, PatienceMilliseconds);
-    socket_.connect(address);
-  }
+  static constexpr std::chrono::milliseconds Patience{10'000};
 
-  // The parts of one message.
-  bool send(std::span<const std::vector<std::uint8_t>> parts) {
-    for (std::size_t i = 0; i < parts.size(); ++i) {
-      const int flags = i + 1 < parts.size() ? ZMQ_SNDMORE : 0;
-      if (zmq_send(socket_.handle(), parts[i].data(), parts[i].size(), flags) < 0) return false;
-    }
-    return true;
+ public:
+  explicit RawClient(sys::UniqueDescriptor socket) : connection_(std::move(socket)) {}
+
+  // To a local socket with this path.
+  explicit RawClient(const std::string& path) : RawClient(sys::connectLocalSocket(path, Patience)) {}
+
+  // False when the service does not take it in this time; then it is sent while the next message is waited for.
+  bool send(const std::vector<std::uint8_t>& bytes, std::chrono::milliseconds patience = Patience) {
+    return connection_.send(bytes) && connection_.flush(channel::Deadline(patience));
   }
-  bool send(const std::vector<std::uint8_t>& bytes) { return send(std::span(&bytes, 1)); }
-  bool send(std::uint32_t tag, const wire::Body& body) { return send(wire::encode(tag, body)); }
+  bool send(std::uint32_t tag, const wire::Body& body, std::chrono::milliseconds patience = Patience) {
+    return send(wire::encode(tag, body), patience);
+  }
 
   // The next message; nothing when none comes for ten seconds.
   std::optional<std::vector<std::uint8_t>> receive() {
-    zmq::message_t message;
-    if (!socket_.recv(message)) return std::nullopt;
-    const auto* bytes = message.data<const std::uint8_t>();
-    return std::vector<std::uint8_t>(bytes, bytes + message.size());
+    if (!connection_.waitThroughSignals(channel::Deadline(Patience))) return std::nullopt;
+    const auto message = *connection_.receive();
+    return std::vector<std::uint8_t>(message.begin(), message.end());
   }
 
   // The session that the service gives; 0 when it gives none. What it says before is skipped.
@@ -55,9 +54,7 @@ class RawClient {
   }
 
  private:
-  static constexpr int PatienceMilliseconds = 10'000;
-
-  zmq::socket_t socket_;
+  channel::Connection connection_;
 };
 
 }  // namespace host

@@ -8,41 +8,45 @@ namespace {
 constexpr service::ClientId One{1};
 constexpr service::ClientId Two{2};
 
-TEST(SessionTable, FindsByNumberAndByAnyPeer) {
+constexpr ConnectionId Control{1};
+constexpr ConnectionId Events{2};
+constexpr ConnectionId Graph{3};
+
+TEST(SessionTable, FindsByNumberAndByAnyConnection) {
   SessionTable table;
-  Session* session = table.add("control", One);
+  Session* session = table.add(Control, One);
   ASSERT_NE(session, nullptr);
-  EXPECT_TRUE(table.openEvents(*session, "events"));
-  EXPECT_TRUE(table.openGraph(*session, "graph"));
+  EXPECT_TRUE(table.openEvents(*session, Events));
+  EXPECT_TRUE(table.openGraph(*session, Graph));
   EXPECT_EQ(table.find(session->number), session);
-  for (const char* peer : {"control", "events", "graph"}) EXPECT_EQ(table.findByPeer(peer), session) << peer;
-  EXPECT_EQ(table.findByPeer("nobody"), nullptr);
+  for (const ConnectionId each : {Control, Events, Graph}) EXPECT_EQ(table.findByConnection(each), session);
+  EXPECT_EQ(table.findByConnection(ConnectionId{9}), nullptr);
   EXPECT_EQ(table.find(session->number + 1), nullptr);
 }
 
-TEST(SessionTable, PeerBelongsToOneSession) {
+TEST(SessionTable, ConnectionBelongsToOneSession) {
   SessionTable table;
-  Session* one = table.add("a", One);
-  Session* two = table.add("b", Two);
+  Session* one = table.add(ConnectionId{4}, One);
+  Session* two = table.add(ConnectionId{5}, Two);
   ASSERT_NE(two, nullptr);
-  EXPECT_EQ(table.add("a", Two), nullptr);
-  EXPECT_FALSE(table.openEvents(*two, "a"));
-  EXPECT_TRUE(table.openEvents(*two, "e"));
-  EXPECT_FALSE(table.openGraph(*one, "e"));
-  EXPECT_FALSE(table.openEvents(*two, "e2"));
+  EXPECT_EQ(table.add(ConnectionId{4}, Two), nullptr);
+  EXPECT_FALSE(table.openEvents(*two, ConnectionId{4}));
+  EXPECT_TRUE(table.openEvents(*two, ConnectionId{6}));
+  EXPECT_FALSE(table.openGraph(*one, ConnectionId{6}));
+  EXPECT_FALSE(table.openEvents(*two, ConnectionId{7}));
 }
 
 TEST(SessionTable, RemovedSessionLeavesNothing) {
   SessionTable table;
-  Session* session = table.add("control", One);
-  table.openEvents(*session, "events");
+  Session* session = table.add(Control, One);
+  table.openEvents(*session, Events);
   const std::uint64_t number = session->number;
   table.remove(number);
   table.remove(number);
   EXPECT_EQ(table.find(number), nullptr);
-  EXPECT_EQ(table.findByPeer("control"), nullptr);
-  EXPECT_EQ(table.findByPeer("events"), nullptr);
-  EXPECT_NE(table.add("control", Two), nullptr);
+  EXPECT_EQ(table.findByConnection(Control), nullptr);
+  EXPECT_EQ(table.findByConnection(Events), nullptr);
+  EXPECT_NE(table.add(Control, Two), nullptr);
 }
 
 TEST(Credit, CountsWhatIsSentAndNotAcknowledged) {

@@ -3,7 +3,6 @@
 
 #include <optional>
 #include <set>
-#include <zmq.hpp>
 
 #include "platform/streamctl/stop_signals.h"
 #include "platform/wire/messages.h"
@@ -177,7 +176,7 @@ TEST_F(PlayEarlyEnd, SignalThatIsIgnoredEndsNothing) {
 // A service with one port that takes two frames of messages and refuses the third, and what it gets.
 class RefusingService {
  public:
-  explicit RefusingService(const std::string& endpoint) : service_(context_, endpoint) {}
+  explicit RefusingService(const std::string& path) : service_(path) {}
 
   // Serves until the program has ended.
   void serveUntilTheEndOf(Background& program) {
@@ -209,7 +208,6 @@ class RefusingService {
     }
   }
 
-  zmq::context_t context_;
   channel::FakeService service_;
   std::uint64_t frames_ = 0;
   Lines messages_;
@@ -219,7 +217,7 @@ TEST_F(PlayEarlyEnd, ByAServiceErrorEndsTheSoundingNotes) {
   // Half a second apart.
   writeSong(std::string("00 93 3C 40 60 83 3C 40 00 94 3E 40 60 95 40 40 60 94 3E 00 ") + TrackEnd);
   const std::string refusing = "ipc://" + path("refusing");
-  RefusingService service(refusing);
+  RefusingService service(path("refusing"));
   const auto play = start("play", {"--endpoint", refusing, "play", path("song.mid"), "DeckOut1", "--speed", "4"});
   service.serveUntilTheEndOf(*play);
   EXPECT_EQ(play->end(), ExitStatus::exited(1));

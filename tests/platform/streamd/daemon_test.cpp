@@ -16,6 +16,7 @@
 #include <thread>
 #include <vector>
 
+#include "tests/platform/streamd/injector.h"
 #include "tests/platform/streamd/raw_socket.h"
 #include "tests/support/case_runner.h"
 #include "tests/support/process.h"
@@ -189,14 +190,16 @@ TEST(Streamd, WrongOptionsAreAUsageError) {
 
 TEST(Streamd, ClientWithTooManyConnectionsHarmsNobody) {
   testsupport::StreamDaemon daemon("/bin/sh", {"-c", "ulimit -n 64; exec \"$0\" \"$@\"", Streamd});
+  streamd::Injector before(daemon.socket());
   std::vector<std::unique_ptr<streamd::RawSocket>> many;
   while (many.size() < 100) many.push_back(std::make_unique<streamd::RawSocket>(daemon.socket()));
-  EXPECT_TRUE(many.back()->closes());
+  const std::string line = "streamd: new clients have to wait: Too many open files\n";
+  EXPECT_TRUE(daemon.logged(line, Deadline(Patience)));
+  before.inject("MidiDinOut1", 10);
+  EXPECT_EQ(before.stats().clients.at(0).in, 10U) << "who was there before goes on";
   many.clear();
-  const Deadline deadline(Patience);
-  std::string groups;
-  while (groups.find("Keyboard") == std::string::npos && !deadline.passed()) groups = groupsAt(daemon.endpoint());
-  EXPECT_THAT(groups, HasSubstr("Keyboard")) << daemon.log();
+  EXPECT_THAT(groupsAt(daemon.endpoint()), HasSubstr("Keyboard")) << daemon.log();
+  EXPECT_EQ(daemon.log().find(line, daemon.log().find(line) + 1), std::string::npos) << "once";
 }
 
 TEST(Streamd, TakesAsManyDescriptorsAsItMay) {

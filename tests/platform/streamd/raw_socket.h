@@ -1,4 +1,4 @@
-// A connection to a service without ZeroMQ.
+// A connection to a service that says any bytes.
 #pragma once
 
 #include <sys/socket.h>

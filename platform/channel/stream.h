@@ -1,0 +1,58 @@
+// Frames in both directions on one socket.
+#pragma once
+
+#include <cstddef>
+#include <cstdint>
+#include <optional>
+#include <span>
+#include <vector>
+
+#include "platform/channel/frames.h"
+
+namespace channel {
+
+// What one read may bring.
+inline constexpr std::size_t ReadBytes = 64U << 10U;
+
+// A stream socket that does not block, with the frames that have arrived and those that wait to be written. Never
+// blocks, and never raises SIGPIPE. Not thread-safe.
+class Stream {
+ public:
+  // socket: stays open while the stream is used; -1: the stream has ended. longest: the longest message that is
+  // accepted.
+  explicit Stream(int socket, std::size_t longest = MaxFrameBytes) : socket_(socket), reader_(longest) {}
+
+  enum class Read : std::uint8_t { Bytes, Nothing, Ended };
+
+  // Reads once. Bytes: some arrived; Nothing: none are there; Ended: none will arrive, because the other end has
+  // closed, the connection is broken, or a frame is too long. What arrived before can still be taken.
+  Read read();
+
+  // The message of the next frame that has arrived; nullopt if none is complete. Valid until the next call of read or
+  // next.
+  std::optional<std::span<const std::uint8_t>> next() { return reader_.next(); }
+
+  // True if next returns a message.
+  bool ready() const { return reader_.ready(); }
+
+  // Adds a frame to those that wait. Copies the message.
+  void queue(std::span<const std::uint8_t> message);
+
+  // Writes what waits, as far as the socket takes it. Returns false if the other end takes nothing any more; what
+  // waited is then lost.
+  bool flush();
+
+  // Bytes that wait to be written.
+  std::size_t waiting() const { return out_.size() - written_; }
+
+  // The memory in use.
+  std::size_t bytes() const { return reader_.bytes() + out_.capacity(); }
+
+ private:
+  int socket_;
+  FrameReader reader_;
+  std::vector<std::uint8_t> out_;
+  std::size_t written_ = 0;  // bytes of out_
+};
+
+}  // namespace channel

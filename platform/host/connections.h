@@ -1,0 +1,24 @@
+// A host's connections to its clients.
+#pragma once
+
+#include <cstdint>
+#include <span>
+
+namespace host {
+
+// Names one connection. No number is used twice while the process runs.
+enum class ConnectionId : std::uint64_t { None = 0 };
+
+// What a dispatcher needs of the connections. For the host's thread.
+class Connections {
+ public:
+  virtual ~Connections() = default;
+
+  // Sends a message, without blocking; copies it. Does nothing if the connection has closed.
+  virtual void send(ConnectionId to, std::span<const std::uint8_t> message) = 0;
+
+  // Closes a connection once everything that has arrived by it has been handled. Does nothing if it has closed.
+  virtual void endAfterReading(ConnectionId connection) = 0;
+};
+
+}  // namespace host

@@ -1,0 +1,209 @@
+#include "platform/host/stream_server.h"
+
+#include <sys/resource.h>
+#include <sys/socket.h>
+
+#include <chrono>
+#include <system_error>
+#include <utility>
+
+namespace host {
+namespace {
+
+// Connections that may wait to be accepted; the system's own limit is as high. Beyond it a client waits.
+constexpr int WaitingConnections = 4096;
+
+// Above this, a connection is not read from until its peer has taken some: no peer that follows the rules has as much
+// on its way, apart from one long answer.
+constexpr std::size_t MaxWaitingBytes = 1U << 20U;
+
+// Turns of one connection before the next has one.
+constexpr int TurnsInARow = 16;
+
+// Descriptors that are not used for connections, so that everything else can still be opened.
+constexpr rlim_t SpareDescriptors = 16;
+
+constexpr std::chrono::seconds AcceptAgainTime{1};
+
+// A lack that follows another one within this time is part of it.
+constexpr std::chrono::seconds QuietTime{10};
+
+bool isSpare(int descriptor) {
+  rlimit limit{};
+  return getrlimit(RLIMIT_NOFILE, &limit) == 0 && static_cast<rlim_t>(descriptor) + SpareDescriptors >= limit.rlim_cur;
+}
+
+// Whether accepting failed for lack of something, and not because the peer has left.
+bool lacksResources(const std::error_code& cause) {
+  return cause == std::errc::too_many_files_open || cause == std::errc::too_many_files_open_in_system ||
+         cause == std::errc::no_buffer_space || cause == std::errc::not_enough_memory;
+}
+
+}  // namespace
+
+StreamServer::StreamServer(asio::io_context& loop, Receiver receiver, Log log)
+    : loop_(loop), receiver_(std::move(receiver)), log_(std::move(log)), acceptAgain_(loop) {}
+
+std::optional<std::string> StreamServer::listen(const std::string& path) {
+  try {
+    Acceptor& acceptor = acceptors_.emplace_back(loop_);
+    acceptor.open();
+    acceptor.bind(asio::local::stream_protocol::endpoint(path));
+    acceptor.listen(WaitingConnections);
+    accept(acceptor);
+    return std::nullopt;
+  } catch (const std::system_error& failure) {
+    acceptors_.pop_back();
+    return failure.code().message();
+  }
+}
+
+void StreamServer::adopt(sys::UniqueDescriptor socket) {
+  Socket connected(loop_);
+  connected.assign(asio::generic::stream_protocol(AF_UNIX, 0), socket.get());
+  socket.release();
+  enter(std::move(connected));
+}
+
+void StreamServer::enter(Socket socket) {
+  const ConnectionId id{++last_};
+  Peer& peer = *peers_.emplace(id, std::make_unique<Peer>(std::move(socket), id)).first->second;
+  waitToRead(peer);
+}
+
+void StreamServer::accept(Acceptor& acceptor) {
+  acceptor.async_accept([this, &acceptor](const std::error_code& problem, asio::local::stream_protocol::socket socket) {
+    if (problem == asio::error::operation_aborted) return;
+    if (lacksResources(problem)) return pauseAccepting(acceptor, problem);
+    if (!problem) {
+      if (isSpare(socket.native_handle())) {
+        held_.push_back(std::move(socket));
+        return pauseAccepting(acceptor, std::make_error_code(std::errc::too_many_files_open));
+      }
+      enter(std::move(socket));
+    }
+    accept(acceptor);
+  });
+}
+
+void StreamServer::pauseAccepting(Acceptor& acceptor, const std::error_code& reason) {
+  const auto now = asio::steady_timer::clock_type::now();
+  const auto before = std::exchange(lackedAt_, now);
+  if (log_ && (!before || now - *before > QuietTime)) log_("new clients have to wait: " + reason.message());
+  paused_.push_back(&acceptor);
+  if (!held_.empty()) return;
+  acceptAgain_.expires_after(AcceptAgainTime);
+  acceptAgain_.async_wait([this](const std::error_code& problem) {
+    if (!problem) resumeAccepting();
+  });
+}
+
+void StreamServer::resumeAccepting() {
+  for (Socket& socket : std::exchange(held_, {})) enter(std::move(socket));
+  for (Acceptor* acceptor : std::exchange(paused_, {})) accept(*acceptor);
+}
+
+StreamServer::Peer* StreamServer::find(ConnectionId id) {
+  const auto found = peers_.find(id);
+  return found == peers_.end() ? nullptr : found->second.get();
+}
+
+void StreamServer::waitToRead(Peer& peer) {
+  peer.socket.async_wait(Socket::wait_read, [this, id = peer.id](const std::error_code& problem) {
+    if (!problem && find(id) != nullptr) ready_.push_back(id);
+  });
+}
+
+bool StreamServer::serve(int turns) {
+  for (; turns > 0 && !ready_.empty(); --turns) takeTurn();
+  return !ready_.empty();
+}
+
+void StreamServer::takeTurn() {
+  Peer* peer = find(ready_.front());
+  if (peer == nullptr) return ready_.pop_front();
+  if (const auto message = peer->stream.next()) {
+    receiver_.received(peer->id, *message);
+    return nextPeer(*peer);
+  }
+  // What was sent may have been taken already.
+  if (peer->stream.waiting() > MaxWaitingBytes) write(*peer);
+  if (peer->stream.waiting() > MaxWaitingBytes) {
+    peer->isPaused = true;
+    return ready_.pop_front();
+  }
+  switch (peer->stream.read()) {
+    case channel::Stream::Read::Bytes:
+      return nextPeer(*peer);
+    case channel::Stream::Read::Nothing:
+      ready_.pop_front();
+      peer->inARow = 0;
+      return waitToRead(*peer);
+    case channel::Stream::Read::Ended:
+      ready_.pop_front();
+      return close(*peer);
+  }
+}
+
+void StreamServer::nextPeer(Peer& peer) {
+  if (++peer.inARow < TurnsInARow) return;
+  peer.inARow = 0;
+  ready_.pop_front();
+  ready_.push_back(peer.id);
+}
+
+void StreamServer::close(Peer& peer) {
+  const ConnectionId id = peer.id;
+  peers_.erase(id);
+  receiver_.closed(id);
+  resumeAccepting();
+}
+
+void StreamServer::closeAll() {
+  paused_.clear();
+  acceptors_.clear();
+  held_.clear();
+  peers_.clear();
+  ready_.clear();
+}
+
+void StreamServer::send(ConnectionId to, std::span<const std::uint8_t> message) {
+  Peer* peer = find(to);
+  if (peer == nullptr) return;
+  peer->stream.queue(message);
+  if (!peer->waitsToWrite && !std::exchange(peer->isUnflushed, true)) unflushed_.push_back(to);
+}
+
+void StreamServer::endAfterReading(ConnectionId connection) {
+  if (Peer* peer = find(connection)) {
+    std::error_code ignored;
+    peer->socket.shutdown(Socket::shutdown_receive, ignored);
+  }
+}
+
+void StreamServer::flush() {
+  for (const ConnectionId id : unflushed_) {
+    Peer* peer = find(id);
+    if (peer == nullptr) continue;
+    peer->isUnflushed = false;
+    write(*peer);
+  }
+  unflushed_.clear();
+}
+
+void StreamServer::write(Peer& peer) {
+  peer.stream.flush();
+  if (peer.isPaused && peer.stream.waiting() <= MaxWaitingBytes) {
+    peer.isPaused = false;
+    ready_.push_back(peer.id);
+  }
+  if (peer.stream.waiting() == 0 || std::exchange(peer.waitsToWrite, true)) return;
+  peer.socket.async_wait(Socket::wait_write, [this, id = peer.id](const std::error_code& problem) {
+    Peer* waiting = problem ? nullptr : find(id);
+    if (waiting == nullptr) return;
+    waiting->waitsToWrite = false;
+    write(*waiting);
+  });
+}
+
+}  // namespace host

@@ -1,0 +1,113 @@
+// The sockets of a host.
+#pragma once
+
+#include <asio/generic/stream_protocol.hpp>
+#include <asio/io_context.hpp>
+#include <asio/local/stream_protocol.hpp>
+#include <asio/steady_timer.hpp>
+#include <cstddef>
+#include <cstdint>
+#include <deque>
+#include <functional>
+#include <list>
+#include <memory>
+#include <optional>
+#include <span>
+#include <string>
+#include <system_error>
+#include <unordered_map>
+#include <utility>
+#include <vector>
+
+#include "platform/channel/stream.h"
+#include "platform/host/connections.h"
+#include "platform/host/log.h"
+#include "platform/system/unique_descriptor.h"
+
+namespace host {
+
+// Accepts connections and carries their frames. Whatever its peers do, no connection holds up another: each has its
+// turn, and reads only when its turn comes. A peer that does not take what is sent to it is not read from. A peer that
+// announces a frame that is too long is disconnected.
+//
+// If descriptors run out, no connection is accepted until one closes or a second has passed. One line says so, however
+// often that happens in a row.
+//
+// For one thread, which also runs the loop.
+class StreamServer : public Connections {
+ public:
+  // What arrives. Called by serve only.
+  struct Receiver {
+    // The message is valid during the call.
+    std::function<void(ConnectionId from, std::span<const std::uint8_t> message)> received;
+    // Comes after the connection's last message.
+    std::function<void(ConnectionId connection)> closed;
+  };
+
+  // loop must outlive the server.
+  StreamServer(asio::io_context& loop, Receiver receiver, Log log);
+
+  // Accepts connections at a local socket with this path, which must not exist. Returns nullopt on success, else the
+  // reason in words.
+  std::optional<std::string> listen(const std::string& path);
+
+  // Takes over a connected stream socket. Throws std::system_error if the system has no memory for it.
+  void adopt(sys::UniqueDescriptor socket);
+
+  // Handles what has arrived, in `turns` turns at most: a turn is a message or a read. Returns true if something is
+  // left to do.
+  bool serve(int turns);
+
+  // Writes what was sent since the last call. Call it before waiting.
+  void flush();
+
+  // Closes all connections.
+  void closeAll();
+
+  void send(ConnectionId to, std::span<const std::uint8_t> message) override;
+  void endAfterReading(ConnectionId connection) override;
+
+ private:
+  using Socket = asio::generic::stream_protocol::socket;
+  using Acceptor = asio::local::stream_protocol::acceptor;
+
+  struct Peer {
+    Peer(Socket connected, ConnectionId number)
+        : socket(std::move(connected)), stream(socket.native_handle()), id(number) {}
+
+    Socket socket;
+    channel::Stream stream;
+    ConnectionId id;
+    int inARow = 0;            // turns without another connection's
+    bool isUnflushed = false;  // stands in unflushed_
+    bool waitsToWrite = false;
+    bool isPaused = false;  // not read from until it takes what is sent to it
+  };
+
+  Peer* find(ConnectionId id);
+  void enter(Socket socket);
+  void accept(Acceptor& acceptor);
+  void pauseAccepting(Acceptor& acceptor, const std::error_code& reason);
+  void resumeAccepting();
+  void waitToRead(Peer& peer);
+  void write(Peer& peer);
+  // Performs one turn of the connection at the front of ready_.
+  void takeTurn();
+  void nextPeer(Peer& peer);
+  void close(Peer& peer);
+
+  asio::io_context& loop_;
+  Receiver receiver_;
+  Log log_;
+  std::list<Acceptor> acceptors_;
+  asio::steady_timer acceptAgain_;
+  std::vector<Acceptor*> paused_;  // they wait for descriptors
+  std::vector<Socket> held_;       // accepted with the last descriptors; they wait until a connection closes
+  std::optional<asio::steady_timer::time_point> lackedAt_;  // descriptors, the last time
+  std::unordered_map<ConnectionId, std::unique_ptr<Peer>> peers_;
+  std::deque<ConnectionId> ready_;  // may have something to read; each stands here once
+  std::vector<ConnectionId> unflushed_;
+  std::uint64_t last_ = 0;
+};
+
+}  // namespace host

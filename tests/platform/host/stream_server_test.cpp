@@ -1,0 +1,212 @@
+#include "platform/host/stream_server.h"
+
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+
+#include <algorithm>
+#include <chrono>
+#include <cstdint>
+#include <map>
+#include <memory>
+#include <string>
+#include <thread>
+#include <utility>
+#include <vector>
+
+#include "platform/channel/connection.h"
+#include "platform/system/local_socket.h"
+#include "tests/platform/streamd/raw_socket.h"
+#include "tests/support/deadline.h"
+#include "tests/support/scratch_folder.h"
+
+namespace host {
+namespace {
+
+using testsupport::Deadline;
+using Bytes = std::vector<std::uint8_t>;
+using Texts = std::vector<std::string>;
+
+constexpr std::chrono::seconds Patience{20};
+
+class StreamServerTest : public testing::Test {
+ protected:
+  channel::Connection connect() {
+    auto [ours, theirs] = sys::localSocketPair();
+    server_.adopt(std::move(theirs));
+    return channel::Connection(std::move(ours));
+  }
+
+  // One round of the loop, with so many turns.
+  bool round(int turns) {
+    loop_.poll();
+    const bool more = server_.serve(turns);
+    server_.flush();
+    return more;
+  }
+
+  // Rounds until nothing is left to do.
+  void serveAll() {
+    while (loop_.poll() > 0 || round(64)) continue;
+  }
+
+  asio::io_context loop_;
+  Texts events_;  // "1: hi", "1 closed"
+  Texts log_;
+  StreamServer server_{loop_,
+                       {[this](ConnectionId from, std::span<const std::uint8_t> message) {
+                          events_.push_back(nameOf(from) + ": " + std::string(message.begin(), message.end()));
+                          if (echoes_) server_.send(from, message);
+                        },
+                        [this](ConnectionId connection) { events_.push_back(nameOf(connection) + " closed"); }},
+                       [this](std::string_view line) { log_.emplace_back(line); }};
+  bool echoes_ = false;
+  asio::executor_work_guard<asio::io_context::executor_type> work_ = asio::make_work_guard(loop_);
+
+  static std::string nameOf(ConnectionId id) { return std::to_string(static_cast<std::uint64_t>(id)); }
+};
+
+Bytes bytesOf(std::string_view text) { return {text.begin(), text.end()}; }
+
+TEST_F(StreamServerTest, MessagesComeWholeAndInOrderThenTheEnd) {
+  {
+    channel::Connection client = connect();
+    for (const char* text : {"one", "", "two"}) EXPECT_TRUE(client.send(bytesOf(text)));
+  }
+  serveAll();
+  EXPECT_EQ(events_, (Texts{"1: one", "1: ", "1: two", "1 closed"}));
+}
+
+TEST_F(StreamServerTest, AnswersReachTheirConnection) {
+  echoes_ = true;
+  channel::Connection one = connect();
+  channel::Connection two = connect();
+  one.send(bytesOf("one"));
+  two.send(bytesOf("two"));
+  serveAll();
+  for (auto* client : {&one, &two}) {
+    const auto answer = client->receive();
+    ASSERT_TRUE(answer);
+    EXPECT_EQ(Bytes(answer->begin(), answer->end()), bytesOf(client == &one ? "one" : "two"));
+  }
+}
+
+TEST_F(StreamServerTest, FrameThatIsTooLongEndsItsConnection) {
+  auto [ours, theirs] = sys::localSocketPair();
+  server_.adopt(std::move(theirs));
+  const Bytes front{0xFF, 0xFF, 0xFF, 0x7F, 'x'};
+  ASSERT_EQ(write(ours.get(), front.data(), front.size()), static_cast<ssize_t>(front.size()));
+  serveAll();
+  EXPECT_EQ(events_, Texts{"1 closed"});
+}
+
+TEST_F(StreamServerTest, RestOfAFrameThatNeverComesIsNoMessage) {
+  {
+    auto [ours, theirs] = sys::localSocketPair();
+    server_.adopt(std::move(theirs));
+    const Bytes half{5, 0, 0, 0, 'h', 'a', 'l', 'f'};
+    ASSERT_EQ(write(ours.get(), half.data(), half.size()), static_cast<ssize_t>(half.size()));
+    serveAll();
+    EXPECT_EQ(events_, Texts{});
+  }
+  serveAll();
+  EXPECT_EQ(events_, Texts{"1 closed"});
+}
+
+TEST_F(StreamServerTest, FloodDoesNotKeepOthersWaiting) {
+  channel::Connection flood = connect();
+  channel::Connection other = connect();
+  for (int i = 0; i < 250; ++i) flood.send(bytesOf("f"));
+  round(1);  // has read, and handles what it has read
+  other.send(bytesOf("o"));
+  for (int i = 0; i < 4; ++i) round(16);
+  EXPECT_THAT(events_, testing::Contains("2: o"));
+  EXPECT_LT(events_.size(), 100U);
+  serveAll();
+  EXPECT_EQ(events_.size(), 251U);
+}
+
+TEST_F(StreamServerTest, PeerThatTakesNothingIsNotReadFrom) {
+  echoes_ = true;
+  channel::Connection deaf = connect();
+  const Bytes big(100'000, 'x');
+  std::size_t sent = 0;
+  // Each is flushed before the next; the server answers as long as it reads.
+  const auto sendOne = [&] {
+    if (!deaf.send(big)) return false;
+    const Deadline deadline(Patience);
+    while (!deaf.flush(channel::Deadline(std::chrono::milliseconds(0)))) {
+      const std::size_t before = events_.size();
+      serveAll();
+      if (events_.size() == before) return false;
+      if (deadline.passed()) return false;
+    }
+    serveAll();
+    return true;
+  };
+  while (sent < 1'000 && sendOne()) ++sent;
+  EXPECT_GT(sent, 5U);
+  EXPECT_LT(sent, 30U) << "what waits is bounded";
+  // It reads: everything is handled and answered.
+  std::size_t answers = 0;
+  const Deadline deadline(Patience);
+  while (answers < sent + 1 && !deadline.passed()) {
+    while (deaf.receive()) ++answers;
+    serveAll();
+  }
+  EXPECT_EQ(answers, sent + 1);
+}
+
+TEST_F(StreamServerTest, ConnectionThatIsToEndIsReadFirst) {
+  channel::Connection client = connect();
+  client.send(bytesOf("before"));
+  loop_.poll();
+  server_.endAfterReading(ConnectionId{1});
+  serveAll();
+  EXPECT_EQ(events_, (Texts{"1: before", "1 closed"}));
+  EXPECT_TRUE(client.closed());
+  server_.endAfterReading(ConnectionId{1});
+  server_.send(ConnectionId{1}, bytesOf("nobody"));
+}
+
+TEST_F(StreamServerTest, PeerThatDiesWithoutReadingIsNoticed) {
+  echoes_ = true;
+  {
+    channel::Connection deaf = connect();
+    for (int i = 0; i < 40; ++i) {
+      deaf.send(Bytes(100'000, 'x'));
+      deaf.flush(channel::Deadline(std::chrono::milliseconds(0)));
+      serveAll();
+    }
+  }
+  serveAll();
+  EXPECT_EQ(events_.back(), "1 closed");
+}
+
+TEST_F(StreamServerTest, ConnectionsThatComeAndGoLeaveNothing) {
+  constexpr int Many = 3'000;
+  const testsupport::ScratchFolder folder;
+  const std::string path = folder.path() / "socket";
+  ASSERT_EQ(server_.listen(path), std::nullopt);
+  const Deadline deadline(Patience);
+  int came = 0;
+  while (came < Many && !deadline.passed()) {
+    if (streamd::RawSocket(path, SOCK_NONBLOCK).connected()) ++came;
+    if (came % 100 == 0) serveAll();
+  }
+  serveAll();
+  EXPECT_EQ(came, Many);
+  EXPECT_EQ(std::ranges::count_if(events_, [](const auto& event) { return event.ends_with(" closed"); }), Many);
+}
+
+TEST_F(StreamServerTest, ClosesAllAtTheEnd) {
+  channel::Connection one = connect();
+  channel::Connection two = connect();
+  serveAll();
+  server_.closeAll();
+  EXPECT_TRUE(one.closed());
+  EXPECT_TRUE(two.closed());
+  EXPECT_EQ(events_, Texts{}) << "nobody is told";
+}
+
+}  // namespace
+}  // namespace host
