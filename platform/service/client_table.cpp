@@ -58,23 +58,23 @@ void ClientTable::change(Client& client, const Change& change) {
   users_.at(client.user).memory += more;
 }
 
-void ClientTable::addMessage(ClientId id, EventPortId eventPort, device::PortId port, std::string_view name,
+void ClientTable::addMessage(ClientId client, EventPortId eventPort, device::PortId port, std::string_view name,
                              std::uint32_t holderBytes, const device::Message& message, device::Time now) {
-  const auto found = clients_.find(id);
+  const auto found = clients_.find(client);
   if (found == clients_.end()) return;
-  Client& client = found->second;
-  const bool wasEmpty = client.queue.empty();
-  change(client, [&](TapQueue& queue) { queue.add(eventPort, port, name, holderBytes, message, now); });
-  if (wasEmpty && !std::exchange(client.isReady, true)) ready_.push_back(id);
+  Client& known = found->second;
+  const bool wasEmpty = known.queue.empty();
+  change(known, [&](TapQueue& queue) { queue.add(eventPort, port, name, holderBytes, message, now); });
+  if (wasEmpty && !std::exchange(known.isReady, true)) ready_.push_back(client);
 }
 
-void ClientTable::addLossBefore(ClientId id, std::uint64_t count) {
-  const auto found = clients_.find(id);
+void ClientTable::addLossBefore(ClientId client, std::uint64_t count) {
+  const auto found = clients_.find(client);
   if (found == clients_.end()) return;
-  Client& client = found->second;
-  const bool wasEmpty = client.queue.empty();
-  client.queue.addLossBefore(count);
-  if (wasEmpty && !std::exchange(client.isReady, true)) ready_.push_back(id);
+  Client& known = found->second;
+  const bool wasEmpty = known.queue.empty();
+  known.queue.addLossBefore(count);
+  if (wasEmpty && !std::exchange(known.isReady, true)) ready_.push_back(client);
 }
 
 std::size_t ClientTable::take(ClientId client, std::size_t maxBytes, std::vector<std::uint8_t>& out) {

@@ -90,7 +90,7 @@ class ClientTable {
   // Changes a client's queue, and enters what that changed.
   template <class Change>
   void change(Client& client, const Change& change);
-  std::size_t drop(std::optional<std::uint32_t> user, std::size_t memory);
+  std::size_t drop(std::optional<std::uint32_t> only, std::size_t memory);
 
   std::size_t queueBytes_;
   std::unordered_map<ClientId, Client> clients_;
