@@ -35,7 +35,7 @@ double percentile(std::vector<double> values, double part) {
 // The service with a silent device, and a client that injects messages.
 class Service {
  public:
-  Service() { control_.greet("bench", channel::Deadline(channel::AnswerTime)); }
+  Service() { control_.greet(channel::Deadline(channel::AnswerTime)); }
 
   std::string endpoint() const { return daemon_.endpoint(); }
   pid_t process() const { return daemon_.id(); }

@@ -1,35 +1,32 @@
 #include "platform/channel/control_channel.h"
 
-#include <unistd.h>
-
 #include <algorithm>
 #include <utility>
 
 namespace channel {
 
-bool ControlChannel::greet(const std::string& program, const Deadline& deadline) {
-  const wire::Hello hello{program.substr(0, device::MaxNameBytes), static_cast<std::uint32_t>(getpid())};
-  const auto welcome = ask<wire::Welcome>(hello, deadline);
-  if (!welcome) return false;
-  session_ = welcome->session;
-  window_ = welcome->sendWindow;
-  return true;
+bool ControlChannel::greet(const Deadline& deadline) {
+  const auto welcome = ask<wire::Welcome>(wire::Hello{}, deadline);
+  if (welcome) welcome_ = *welcome;
+  return welcome.has_value();
 }
 
 bool ControlChannel::send(std::uint32_t eventPort, std::uint16_t group, std::span<const std::uint8_t> bytes) {
-  return handOver(wire::Send{session_, eventPort, group, {bytes.begin(), bytes.end()}}, Patience::UntilItGoes);
+  return handOver(wire::Send{welcome_.session, eventPort, group, {bytes.begin(), bytes.end()}}, Patience::UntilItGoes);
 }
 
 bool ControlChannel::inject(const std::string& port, std::vector<wire::InjectItem> messages) {
-  return handOver(wire::Inject{session_, port, std::move(messages)}, Patience::TwoSeconds);
+  return handOver(wire::Inject{welcome_.session, port, std::move(messages)}, Patience::TwoSeconds);
 }
 
 bool ControlChannel::finish() { return waitForRoom(0, Patience::TwoSeconds) && !refusal_; }
 
 bool ControlChannel::handOver(const wire::Body& message, Patience patience) {
   // Reading costs as much as sending, so it is done only when half of the window is used up.
-  if (sent_ - taken_ >= (window_ + 1) / 2) takeIn(0);
-  if (forgotten_ || window_ == 0 || !waitForRoom(window_ - 1, patience) || !connection_.send(0, message)) return false;
+  if (sent_ - taken_ >= (welcome_.sendWindow + 1) / 2) takeIn(0);
+  if (forgotten_ || welcome_.sendWindow == 0 || !waitForRoom(welcome_.sendWindow - 1, patience) ||
+      !connection_.send(0, message))
+    return false;
   ++sent_;
   return waitForSocket(patience);
 }

@@ -23,10 +23,13 @@ class ControlChannel {
       : connection_(connector.connect(deadline)), mayReturn_(connector.mayReturn()) {}
 
   // Introduces this client to the service. Returns false if the service does not answer in time.
-  bool greet(const std::string& program, const Deadline& deadline);
+  bool greet(const Deadline& deadline);
 
   // The number of the session; 0 until the service has answered a greeting.
-  std::uint64_t session() const { return session_; }
+  std::uint64_t session() const { return welcome_.session; }
+
+  // What the other channels of this client show to the service.
+  const wire::Welcome& welcome() const { return welcome_; }
 
   // Sends a request and waits for the answer. Returns nullopt if none arrives in time or if it has another type, and
   // without waiting if the service is known to have forgotten this client.
@@ -75,10 +78,9 @@ class ControlChannel {
   std::optional<wire::Body> takeIn(std::uint32_t tag);
 
   Connection connection_;
-  bool mayReturn_;  // see Connector
-  std::uint64_t session_ = 0;
+  bool mayReturn_;         // see Connector
+  wire::Welcome welcome_;  // session 0 until the service has answered
   std::uint32_t lastTag_ = 0;
-  std::uint32_t window_ = 0;
   std::uint64_t sent_ = 0;
   std::uint64_t taken_ = 0;
   bool heard_ = false;      // a Taken message arrived, even if taken_ did not grow

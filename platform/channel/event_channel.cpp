@@ -39,11 +39,12 @@ class WhileTrue {
 
 }  // namespace
 
-EventChannel::EventChannel(const Connector& connector, std::uint64_t session, const Deadline& deadline)
-    : connection_(connector.connect(deadline)), session_(session), uncounted_(reportUncountedLosses) {}
+EventChannel::EventChannel(const Connector& connector, const wire::Welcome& welcome, const Deadline& deadline)
+    : connection_(connector.connect(deadline)), welcome_(welcome), uncounted_(reportUncountedLosses) {}
 
 bool EventChannel::open(const Deadline& deadline) {
-  return askToOpen(connection_, wire::OpenEvents{session_}) && waitForOpening(connection_, deadline) == Opening::Opened;
+  return askToOpen(connection_, wire::OpenEvents{welcome_.session, welcome_.token}) &&
+         waitForOpening(connection_, deadline) == Opening::Opened;
 }
 
 bool EventChannel::receive(const TakeEvent& take, const Deadline& deadline) {
@@ -103,7 +104,7 @@ void EventChannel::entriesDone() {
   consumed_ += entryBytes_;
   if (consumed_ - consumedTold_ < TellAfter) return;
   consumedTold_ = consumed_;
-  connection_.send(0, wire::Consumed{session_, consumed_});
+  connection_.send(0, wire::Consumed{welcome_.session, consumed_});
 }
 
 }  // namespace channel

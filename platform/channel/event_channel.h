@@ -13,6 +13,7 @@
 #include "platform/channel/deadline.h"
 #include "platform/channel/uncounted_losses.h"
 #include "platform/wire/events.h"
+#include "platform/wire/messages.h"
 
 namespace channel {
 
@@ -26,9 +27,9 @@ using TakeEvent =
 class EventChannel {
  public:
   // Blocks as Connector::connect does. Throws an exception derived from std::exception if the system gives no socket.
-  EventChannel(const Connector& connector, std::uint64_t session, const Deadline& deadline);
+  EventChannel(const Connector& connector, const wire::Welcome& welcome, const Deadline& deadline);
 
-  std::uint64_t session() const { return session_; }
+  std::uint64_t session() const { return welcome_.session; }
 
   // True if the connection is closed. Events that arrived before can still be received.
   bool lost() { return connection_.closed(); }
@@ -54,7 +55,7 @@ class EventChannel {
   void entriesDone();
 
   Connection connection_;
-  std::uint64_t session_;
+  wire::Welcome welcome_;
   std::optional<wire::EventReader> entries_;  // what is left of the message that the socket holds
   std::size_t entryBytes_ = 0;                // of that message
   std::uint64_t consumed_ = 0;

@@ -17,18 +17,30 @@ void appendFrame(std::span<const std::uint8_t> message, std::vector<std::uint8_t
 
 void FrameReader::feed(std::span<const std::uint8_t> bytes) {
   if (taken_ == buffer_.size()) {
-    buffer_.clear();
-    taken_ = 0;
-    if (buffer_.capacity() > KeptBytes) std::vector<std::uint8_t>().swap(buffer_);
+    forgetTaken();
   } else if (taken_ >= buffer_.size() / 2) {
-    buffer_.erase(buffer_.begin(), buffer_.begin() + static_cast<std::ptrdiff_t>(taken_));
+    const auto rest = buffer_.begin() + static_cast<std::ptrdiff_t>(taken_);
+    if (buffer_.capacity() > KeptBytes && buffer_.size() - taken_ + bytes.size() <= KeptBytes) {
+      buffer_ = std::vector<std::uint8_t>(rest, buffer_.end());
+    } else {
+      buffer_.erase(buffer_.begin(), rest);
+    }
     taken_ = 0;
   }
   buffer_.insert(buffer_.end(), bytes.begin(), bytes.end());
 }
 
+void FrameReader::forgetTaken() {
+  buffer_.clear();
+  taken_ = 0;
+  if (buffer_.capacity() > KeptBytes) std::vector<std::uint8_t>().swap(buffer_);
+}
+
 std::optional<std::span<const std::uint8_t>> FrameReader::next() {
-  if (!ready()) return std::nullopt;
+  if (!ready()) {
+    if (taken_ == buffer_.size()) forgetTaken();
+    return std::nullopt;
+  }
   const auto message = std::span<const std::uint8_t>(buffer_).subspan(taken_ + FrameFrontBytes, *nextLength());
   taken_ += FrameFrontBytes + message.size();
   return message;

@@ -45,6 +45,8 @@ class FrameReader {
   std::size_t bytes() const { return buffer_.capacity(); }
 
  private:
+  // All frames have been taken.
+  void forgetTaken();
   // The length of the next frame's message; nullopt if it has not arrived.
   std::optional<std::size_t> nextLength() const;
 

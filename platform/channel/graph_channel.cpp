@@ -12,7 +12,7 @@ constexpr std::uint64_t TellAfterChanges = wire::MinGraphWindow / 4;
 
 Opening GraphChannel::open(const Deadline& deadline) {
   if (opening_ != Opening::NotYet) return opening_;
-  if (!asked_) asked_ = askToOpen(connection_, wire::OpenGraph{session_});
+  if (!asked_) asked_ = askToOpen(connection_, wire::OpenGraph{welcome_.session, welcome_.token});
   if (asked_) opening_ = waitForOpening(connection_, deadline);
   return opening_;
 }
@@ -29,7 +29,7 @@ bool GraphChannel::drain(LinkMirror& mirror) {
   }
   if (mirror.version() - told_ >= TellAfterChanges) {
     told_ = mirror.version();
-    connection_.send(0, wire::GraphSeen{session_, told_});
+    connection_.send(0, wire::GraphSeen{welcome_.session, told_});
   }
   return complete;
 }

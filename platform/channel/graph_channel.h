@@ -15,8 +15,8 @@ namespace channel {
 class GraphChannel {
  public:
   // Blocks as Connector::connect does. Throws an exception derived from std::exception if the system gives no socket.
-  GraphChannel(const Connector& connector, std::uint64_t session, const Deadline& deadline)
-      : connection_(connector.connect(deadline)), session_(session) {}
+  GraphChannel(const Connector& connector, const wire::Welcome& welcome, const Deadline& deadline)
+      : connection_(connector.connect(deadline)), welcome_(welcome) {}
 
   // Asks for changes, unless it has asked already, and waits for the answer. NotYet: no answer in time; call again,
   // because the service would take a channel that closes with its question open for a client that died.
@@ -36,7 +36,7 @@ class GraphChannel {
 
  private:
   Connection connection_;
-  std::uint64_t session_;
+  wire::Welcome welcome_;
   bool asked_ = false;
   Opening opening_ = Opening::NotYet;
   std::uint64_t told_ = 0;  // the mirror's version that the service was last told

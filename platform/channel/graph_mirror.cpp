@@ -11,11 +11,11 @@ constexpr std::chrono::microseconds DrainInterval{50};
 
 }  // namespace
 
-GraphMirror::Freshness GraphMirror::open(std::uint64_t session, bool mayAsk, const Deadline& deadline) {
+GraphMirror::Freshness GraphMirror::open(const wire::Welcome& welcome, bool mayAsk, const Deadline& deadline) {
   if (channel_ && channel_->isOpen()) return Freshness::Current;
   if (!mayAsk) return Freshness::Stale;
   try {
-    if (!channel_) channel_.emplace(connector_, session, deadline);
+    if (!channel_) channel_.emplace(connector_, welcome, deadline);
   } catch (const std::exception&) {
     return Freshness::Stale;
   }
@@ -32,7 +32,7 @@ GraphMirror::Freshness GraphMirror::open(std::uint64_t session, bool mayAsk, con
 }
 
 GraphMirror::Freshness GraphMirror::update(ControlChannel& control, bool mayAsk, const Deadline& deadline) {
-  if (const auto opened = open(control.session(), mayAsk, deadline); opened != Freshness::Current) return opened;
+  if (const auto opened = open(control.welcome(), mayAsk, deadline); opened != Freshness::Current) return opened;
   if (!channel_->drain(links_)) isValid_ = false;
   if (isValid_) return Freshness::Current;
   if (!mayAsk) return Freshness::Stale;

@@ -50,7 +50,7 @@ class GraphMirror {
   LinkMirror& links() { return links_; }
 
  private:
-  Freshness open(std::uint64_t session, bool mayAsk, const Deadline& deadline);
+  Freshness open(const wire::Welcome& welcome, bool mayAsk, const Deadline& deadline);
 
   const Connector& connector_;
   std::optional<GraphChannel> channel_;

@@ -36,16 +36,18 @@ Session::~Session() { close(); }
 
 std::optional<std::string> Session::open() {
   const Deadline deadline(AnswerTime);
+  wire::Welcome welcome;
   try {
     {
       const std::lock_guard guard(mutex_);
       control_.emplace(connector_, deadline);
-      if (!control_->greet(program_invocation_short_name, deadline)) return "the service does not answer";
-      attachment_.connected(control_->session());
+      if (!control_->greet(deadline)) return "the service does not answer";
+      welcome = control_->welcome();
+      attachment_.connected(welcome.session);
       work();
       isBack_ = false;
     }
-    events_.emplace(connector_, number_, deadline);
+    events_.emplace(connector_, welcome, deadline);
     if (events_->open(deadline)) return std::nullopt;
     // Within the same deadline, so that open blocks no longer.
     close(deadline);
@@ -96,7 +98,7 @@ void Session::perform(const Attachment::Connect& action) {
   if (connector_.whyUnreachable() != 0) return giveUp();
   const Deadline deadline = Deadline::at(action.until);
   control_.emplace(connector_, deadline);
-  if (!control_->greet(program_invocation_short_name, deadline)) return giveUp();
+  if (!control_->greet(deadline)) return giveUp();
   attachment_.connected(control_->session());
 }
 
@@ -180,9 +182,16 @@ bool Session::receive(const TakeEvent& take, const Deadline& deadline) {
 }
 
 bool Session::openEvents(std::uint64_t session) {
+  wire::Welcome welcome;
+  {
+    const std::lock_guard guard(mutex_);
+    // The service may have gone again.
+    if (!control_ || control_->session() != session) return false;
+    welcome = control_->welcome();
+  }
   try {
     const Deadline deadline(Attachment::ActionTime);
-    events_.emplace(connector_, session, deadline);
+    events_.emplace(connector_, welcome, deadline);
     if (events_->open(deadline)) return true;
   } catch (const std::exception&) {
     // The system gives no socket; perhaps next time.

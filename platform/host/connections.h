@@ -4,6 +4,8 @@
 #include <cstdint>
 #include <span>
 
+#include "platform/host/peer_identity.h"
+
 namespace host {
 
 // Names one connection. No number is used twice while the process runs.
@@ -19,6 +21,9 @@ class Connections {
 
   // Closes a connection once everything that has arrived by it has been handled. Does nothing if it has closed.
   virtual void endAfterReading(ConnectionId connection) = 0;
+
+  // Who is at the other end. Of a connection that has closed, nothing is known.
+  virtual PeerIdentity identity(ConnectionId connection) const = 0;
 
   // Closes a connection at once. Does nothing if it has closed. Must not be called while a message is handled.
   virtual void disconnect(ConnectionId connection) = 0;

@@ -109,19 +109,20 @@ void Dispatcher::end(Session& session, std::string_view how, device::Time now) {
   sessions_.remove(session.number);
 }
 
-void Dispatcher::handle(const Request& request, wire::Hello& message) {
+void Dispatcher::handle(const Request& request, wire::Hello& /*message*/) {
   // A Hello without a tag gets no answer, so nobody could learn of its session.
   if (request.tag == 0) return;
   if (sessions_.findByConnection(request.from) != nullptr) {
     answer(request, device::Status::BadRequest);
     return;
   }
-  Session& session = *sessions_.add(request.from, service_.addClient());
-  session.program = std::move(message.program);
-  session.process = message.process;
+  PeerIdentity peer = connections_.identity(request.from);
+  Session& session = *sessions_.add(request.from, service_.addClient(peer.user.value_or(0)));
+  session.peer = std::move(peer);
+  session.token = {randomNumber(), randomNumber()};
   newcomers_.leave(request.from);
   log(session, "connected");
-  answer(request, wire::Welcome{session.number, settings_.sendWindow});
+  answer(request, wire::Welcome{session.number, settings_.sendWindow, session.token});
 }
 
 void Dispatcher::handle(const Request& request, wire::Goodbye& message) {
@@ -220,8 +221,8 @@ void Dispatcher::handle(const Request& request, wire::AskStats& message) {
 }
 
 void Dispatcher::handle(const Request& request, wire::OpenEvents& message) {
-  Session* session = sessions_.find(message.session);
-  if (session == nullptr) return answer(request, device::Status::NoSession);
+  Session* session = sessionToOpen(request, message.session, message.token);
+  if (session == nullptr) return;
   const bool opened = sessions_.openEvents(*session, request.from);
   answer(request, opened ? device::Status::Ok : device::Status::BadRequest);
   if (!opened) return;
@@ -237,8 +238,8 @@ void Dispatcher::handle(const Request& request, wire::Consumed& message) {
 }
 
 void Dispatcher::handle(const Request& request, wire::OpenGraph& message) {
-  Session* session = sessions_.find(message.session);
-  if (session == nullptr) return answer(request, device::Status::NoSession);
+  Session* session = sessionToOpen(request, message.session, message.token);
+  if (session == nullptr) return;
   const bool opened = sessions_.openGraph(*session, request.from);
   if (opened) {
     newcomers_.leave(request.from);
@@ -260,6 +261,15 @@ void Dispatcher::handle(const Request& request, Message& /*message*/) {
 Session* Dispatcher::sessionFor(const Request& request, std::uint64_t number, ConnectionId Session::*connection) {
   Session* session = sessions_.find(number);
   if (session != nullptr && session->*connection == request.from) return session;
+  answer(request, device::Status::NoSession);
+  return nullptr;
+}
+
+Session* Dispatcher::sessionToOpen(const Request& request, std::uint64_t number, const wire::Token& token) {
+  Session* session = sessions_.find(number);
+  if (session != nullptr && session->token == token && session->peer.user == connections_.identity(request.from).user) {
+    return session;
+  }
   answer(request, device::Status::NoSession);
   return nullptr;
 }

@@ -84,6 +84,10 @@ class Dispatcher {
   // and returns null.
   Session* sessionFor(const Request& request, std::uint64_t number, ConnectionId Session::*connection);
 
+  // Returns the session with this number if the request shows its token and comes from the same user; else answers the
+  // request and returns null.
+  Session* sessionToOpen(const Request& request, std::uint64_t number, const wire::Token& token);
+
   // Logs how the client ended, and forgets it.
   void end(Session& session, std::string_view how, device::Time now);
   void answer(const Request& request, device::Status status);

@@ -156,7 +156,8 @@ void Dispatcher::logLoss(Session& session, device::Time now) {
 
 void Dispatcher::log(const Session& session, std::string_view what) const {
   if (!log_) return;
-  log_(sys::printable(session.program) + " (process " + std::to_string(session.process) + ") " + std::string(what));
+  log_(sys::printable(session.peer.program) + " (process " + std::to_string(session.peer.process) + ") " +
+       std::string(what));
 }
 
 }  // namespace host

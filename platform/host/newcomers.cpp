@@ -10,7 +10,7 @@ void Newcomers::enter(ConnectionId connection, device::Time now) {
 
 std::optional<ConnectionId> Newcomers::overdue(device::Time now) {
   dropGone();
-  if (entries_.empty() || (now < entries_.front().until && waiting_.size() <= Most)) return std::nullopt;
+  if (entries_.empty() || now < end()) return std::nullopt;
   const ConnectionId connection = entries_.front().connection;
   leave(connection);
   return connection;
@@ -18,7 +18,12 @@ std::optional<ConnectionId> Newcomers::overdue(device::Time now) {
 
 std::optional<device::Time> Newcomers::next() {
   dropGone();
-  return entries_.empty() ? std::nullopt : std::optional(entries_.front().until);
+  return entries_.empty() ? std::nullopt : std::optional(end());
+}
+
+device::Time Newcomers::end() const {
+  const device::Time until = entries_.front().until;
+  return waiting_.size() > Most ? until - Patience + Moment : until;
 }
 
 void Newcomers::dropGone() {

@@ -13,12 +13,15 @@
 
 namespace host {
 
-// Bounds what connections cost that open no channel: each has two seconds, and if there are too many, the oldest goes.
+// Bounds what connections cost that open no channel: each has two seconds, or only a moment while there are too many.
 // So silent connections keep nobody away, and take no room from clients that exist.
 class Newcomers {
  public:
   static constexpr device::Time Patience = std::chrono::seconds(2);
   static constexpr std::size_t Most = 256;
+
+  // Whoever says hello at once is safe, also in a burst of clients: the service may need this long to read it.
+  static constexpr device::Time Moment = std::chrono::milliseconds(250);
 
   // Connections are entered in the order of time, each once until it leaves.
   void enter(ConnectionId connection, device::Time now);
@@ -37,6 +40,9 @@ class Newcomers {
     ConnectionId connection{};
     device::Time until{};
   };
+
+  // Until when the oldest may stay. There must be one.
+  device::Time end() const;
 
   // Drops entries of connections that have left.
   void dropGone();

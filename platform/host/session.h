@@ -3,11 +3,12 @@
 
 #include <cstddef>
 #include <cstdint>
-#include <string>
 
 #include "platform/device/port.h"
 #include "platform/host/connections.h"
+#include "platform/host/peer_identity.h"
 #include "platform/service/client_id.h"
+#include "platform/wire/messages.h"
 
 namespace host {
 
@@ -34,8 +35,8 @@ class Credit {
 struct Session {
   std::uint64_t number = 0;  // random, so that other clients cannot guess it; never 0
   service::ClientId client{};
-  std::string program;
-  std::uint32_t process = 0;
+  wire::Token token;
+  PeerIdentity peer;
   // Its connections; None until one has opened its channel, and once it has closed.
   ConnectionId control = ConnectionId::None;
   ConnectionId eventChannel = ConnectionId::None;

@@ -19,8 +19,8 @@ wire::Stats statsMessage(const service::Service& service, const SessionTable& se
                       .uncountedLosses = all.uncountedLosses};
   for (const Session* session : inOrder) {
     const service::ClientCounts counts = service.counts(session->client);
-    message.clients.push_back({.program = session->program,
-                               .process = session->process,
+    message.clients.push_back({.program = session->peer.program,
+                               .process = session->peer.process,
                                .taps = counts.taps,
                                .in = counts.in,
                                .out = counts.out,

@@ -20,6 +20,9 @@ constexpr std::size_t MaxWaitingBytes = 1U << 20U;
 // Turns of one connection before the next has one.
 constexpr int TurnsInARow = 16;
 
+// While so many connections wait for their turn, no more are accepted.
+constexpr std::size_t BusyConnections = 64;
+
 // Descriptors that are not used for connections, so that everything else can still be opened.
 constexpr rlim_t SpareDescriptors = 16;
 
@@ -83,6 +86,8 @@ void StreamServer::accept(Acceptor& acceptor) {
       }
       enter(std::move(socket));
     }
+    // Whoever is there comes first: meanwhile the others wait in the system's queue.
+    if (ready_.size() >= BusyConnections) return paused_.push_back(&acceptor);
     accept(acceptor);
   });
 }
@@ -92,6 +97,7 @@ void StreamServer::pauseAccepting(Acceptor& acceptor, const std::error_code& rea
   const auto before = std::exchange(lackedAt_, now);
   if (log_ && (!before || now - *before > QuietTime)) log_("new clients have to wait: " + reason.message());
   paused_.push_back(&acceptor);
+  lacksDescriptors_ = true;
   if (!held_.empty()) return;
   acceptAgain_.expires_after(AcceptAgainTime);
   acceptAgain_.async_wait([this](const std::error_code& problem) {
@@ -100,11 +106,12 @@ void StreamServer::pauseAccepting(Acceptor& acceptor, const std::error_code& rea
 }
 
 void StreamServer::resumeAccepting() {
+  lacksDescriptors_ = false;
   for (Socket& socket : std::exchange(held_, {})) enter(std::move(socket));
   for (Acceptor* acceptor : std::exchange(paused_, {})) accept(*acceptor);
 }
 
-StreamServer::Peer* StreamServer::find(ConnectionId id) {
+StreamServer::Peer* StreamServer::find(ConnectionId id) const {
   const auto found = peers_.find(id);
   return found == peers_.end() ? nullptr : found->second.get();
 }
@@ -117,6 +124,7 @@ void StreamServer::waitToRead(Peer& peer) {
 
 bool StreamServer::serve(int turns) {
   for (; turns > 0 && !ready_.empty(); --turns) takeTurn();
+  if (ready_.size() < BusyConnections && held_.empty() && !lacksDescriptors_) resumeAccepting();
   return !ready_.empty();
 }
 
@@ -179,6 +187,11 @@ void StreamServer::endAfterReading(ConnectionId connection) {
     std::error_code ignored;
     peer->socket.shutdown(Socket::shutdown_receive, ignored);
   }
+}
+
+PeerIdentity StreamServer::identity(ConnectionId connection) const {
+  Peer* peer = find(connection);
+  return peer == nullptr ? PeerIdentity{} : identityOf(peer->socket.native_handle());
 }
 
 void StreamServer::flush() {

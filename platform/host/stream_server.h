@@ -30,8 +30,8 @@ namespace host {
 // turn, and reads only when its turn comes. A peer that does not take what is sent to it is not read from. A peer that
 // announces a frame that is too long is disconnected.
 //
-// If descriptors run out, no connection is accepted until one closes or a second has passed. One line says so, however
-// often that happens in a row.
+// While many connections wait for their turn, no more are accepted. If descriptors run out, no connection is accepted
+// until one closes or a second has passed. One line says so, however often that happens in a row.
 //
 // For one thread, which also runs the loop.
 class StreamServer : public Connections {
@@ -67,6 +67,7 @@ class StreamServer : public Connections {
 
   void send(ConnectionId to, std::span<const std::uint8_t> message) override;
   void endAfterReading(ConnectionId connection) override;
+  PeerIdentity identity(ConnectionId connection) const override;
   void disconnect(ConnectionId connection) override;
 
  private:
@@ -86,7 +87,7 @@ class StreamServer : public Connections {
     bool isPaused = false;  // not read from until it takes what is sent to it
   };
 
-  Peer* find(ConnectionId id);
+  Peer* find(ConnectionId id) const;
   void enter(Socket socket);
   void accept(Acceptor& acceptor);
   void pauseAccepting(Acceptor& acceptor, const std::error_code& reason);
@@ -102,8 +103,9 @@ class StreamServer : public Connections {
   Log log_;
   std::list<Acceptor> acceptors_;
   asio::steady_timer acceptAgain_;
-  std::vector<Acceptor*> paused_;  // they wait for descriptors
-  std::vector<Socket> held_;       // accepted with the last descriptors; they wait until a connection closes
+  std::vector<Acceptor*> paused_;  // they wait for descriptors, or until the loop has caught up
+  bool lacksDescriptors_ = false;
+  std::vector<Socket> held_;  // accepted with the last descriptors; they wait until a connection closes
   std::optional<asio::steady_timer::time_point> lackedAt_;  // descriptors, the last time
   std::unordered_map<ConnectionId, std::unique_ptr<Peer>> peers_;
   std::deque<ConnectionId> ready_;  // may have something to read; each stands here once

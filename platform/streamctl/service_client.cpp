@@ -15,7 +15,7 @@ std::unique_ptr<ServiceClient> ServiceClient::open(const ServicePlace& place) {
     try {
       std::unique_ptr<ServiceClient> opened(new ServiceClient(std::move(connector), endpoint));
       opened->channel_.emplace(opened->connector_);
-      if (!opened->channel_->greet("streamctl", channel::Deadline(channel::AnswerTime))) return opened->whyNoAnswer();
+      if (!opened->channel_->greet(channel::Deadline(channel::AnswerTime))) return opened->whyNoAnswer();
       taken = std::move(opened);
       return std::nullopt;
     } catch (const std::exception& failure) {

@@ -13,10 +13,7 @@ constexpr std::size_t HeaderBytes = 8;
 }  // namespace
 
 template <class Io>
-void fields(Io& io, Fields<Io, Hello> m) {
-  io(m.program);
-  io(m.process);
-}
+void fields(Io& /*io*/, Fields<Io, Hello> /*m*/) {}
 
 template <class Io>
 void fields(Io& io, Fields<Io, Goodbye> m) {
@@ -114,9 +111,16 @@ void fields(Io& io, Fields<Io, Originals> m) {
 }
 
 template <class Io>
+void fields(Io& io, Fields<Io, Token> m) {
+  io(m.high);
+  io(m.low);
+}
+
+template <class Io>
 void fields(Io& io, Fields<Io, Welcome> m) {
   io(m.session);
   io(m.sendWindow);
+  io.field(m.token);
 }
 
 template <class Io>
@@ -187,6 +191,7 @@ void fields(Io& io, Fields<Io, Stats> m) {
 template <class Io>
 void fields(Io& io, Fields<Io, OpenEvents> m) {
   io(m.session);
+  io.field(m.token);
 }
 
 template <class Io>
@@ -206,6 +211,7 @@ void fields(Io& /*io*/, Fields<Io, TopologyChanged> /*m*/) {}
 template <class Io>
 void fields(Io& io, Fields<Io, OpenGraph> m) {
   io(m.session);
+  io.field(m.token);
 }
 
 template <class Io>

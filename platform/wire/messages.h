@@ -19,7 +19,7 @@
 
 namespace wire {
 
-inline constexpr std::uint8_t ProtocolVersion = 2;
+inline constexpr std::uint8_t ProtocolVersion = 3;
 
 // The smallest windows that a service grants a client: bytes of Events entries, and graph changes, that may be
 // unacknowledged. A client that acknowledges each quarter of them at the latest (Consumed, GraphSeen) never stalls.
@@ -29,10 +29,7 @@ inline constexpr std::uint64_t MinGraphWindow = 256;
 // --- control channel, client to service ---
 
 // The first message of a client. Answer: Welcome.
-struct Hello {
-  std::string program;  // for the service's log
-  std::uint32_t process = 0;
-};
+struct Hello {};
 
 // The client disconnects. Answer: Result, after the service has processed everything sent before.
 struct Goodbye {
@@ -107,9 +104,17 @@ struct AskStats {
 
 // --- control channel, service to client ---
 
+// 128 random bits. Whoever has them may open the other channels of a session.
+struct Token {
+  std::uint64_t high = 0;
+  std::uint64_t low = 0;
+  friend bool operator==(const Token&, const Token&) = default;
+};
+
 struct Welcome {
   std::uint64_t session = 0;
   std::uint32_t sendWindow = 0;  // limit on Send and Inject not yet counted in Taken; at the limit the client waits
+  Token token{};
 };
 
 struct Result {
@@ -177,6 +182,7 @@ struct Stats {
 // Client to service: asks for events on the socket that this message came from. Answer, on that socket: Result.
 struct OpenEvents {
   std::uint64_t session = 0;
+  Token token{};  // of Welcome
 };
 
 // Client to service: total bytes of Events entries that the client has processed.
@@ -199,6 +205,7 @@ struct TopologyChanged {};
 // Client to service: asks for graph changes on the socket that this message came from. Answer, on that socket: Result.
 struct OpenGraph {
   std::uint64_t session = 0;
+  Token token{};  // of Welcome
 };
 
 // Client to service: the client has processed all changes up to this version.

@@ -20,7 +20,7 @@ class ControlChannelTest : public testing::Test {
  protected:
   // The client says hello and is welcomed.
   void SetUp() override {
-    auto greeted = std::async(std::launch::async, [this] { return channel_.greet("test", Deadline(Patience)); });
+    auto greeted = std::async(std::launch::async, [this] { return channel_.greet(Deadline(Patience)); });
     const testsupport::Deadline deadline(Patience);
     std::optional<wire::Envelope> hello;
     while (!(hello = service_.receive())) ASSERT_FALSE(deadline.passed());
@@ -76,7 +76,7 @@ TEST_F(ControlChannelTest, OtherResultsWithoutARequestAreIgnored) {
 
 class Injecting : public testing::Test {
  protected:
-  void SetUp() override { ASSERT_TRUE(channel_.greet("test", Deadline(AnswerTime))); }
+  void SetUp() override { ASSERT_TRUE(channel_.greet(Deadline(AnswerTime))); }
 
   wire::Stats stats() { return channel_.ask<wire::Stats>(wire::AskStats{channel_.session()}).value_or(wire::Stats{}); }
 
@@ -104,7 +104,7 @@ TEST(ControlChannel, SendAfterLeavingFails) {
   TestService service;
   const Connector connector = reach::connectorTo(service.service());
   ControlChannel channel(connector);
-  ASSERT_TRUE(channel.greet("test", Deadline(AnswerTime)));
+  ASSERT_TRUE(channel.greet(Deadline(AnswerTime)));
   ASSERT_TRUE(channel.ask<wire::Result>(wire::Goodbye{channel.session()}));
   bool sent = true;
   const testsupport::Deadline deadline(Patience);

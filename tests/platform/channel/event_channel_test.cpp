@@ -48,7 +48,7 @@ class EventChannelTest : public testing::Test {
 
   FakeService service_;
   Connector connector_ = service_.connector();
-  EventChannel channel_{connector_, 7, Deadline(AnswerTime)};
+  EventChannel channel_{connector_, wire::Welcome{7, 8}, Deadline(AnswerTime)};
   std::vector<std::string> taken_;  // the ports of the events
 };
 

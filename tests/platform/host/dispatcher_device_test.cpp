@@ -167,7 +167,7 @@ TEST_F(DispatcherTest, ChangedTopologyIsReportedOnceUntilItIsFetched) {
 TEST_F(DispatcherTest, HandlesAreCountedFromARandomNumberOn) {
   const auto firstHandle = [&](Settings settings) {
     Dispatcher dispatcher(*service_, peers_, settings, Log{});
-    dispatcher.receive(peers_.of("x"), wire::encode(1, wire::Hello{"x", 1}), Time(1));
+    dispatcher.receive(peers_.of("x"), wire::encode(1, wire::Hello{}), Time(1));
     auto answers = peers_.take("x");
     const auto session = std::get<wire::Welcome>(wire::decode(answers.at(0))->body).session;
     dispatcher.receive(peers_.of("x"), wire::encode(2, wire::AskTopology{session}), Time(1));

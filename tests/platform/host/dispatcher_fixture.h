@@ -35,6 +35,11 @@ class RecordingConnections : public Connections {
 
   void endAfterReading(ConnectionId connection) override { ended.push_back(nameOf(connection)); }
 
+  PeerIdentity identity(ConnectionId connection) const override {
+    const auto found = identities.find(nameOf(connection));
+    return found == identities.end() ? PeerIdentity{1000, 5, "test"} : found->second;
+  }
+
   void disconnect(ConnectionId connection) override { disconnected.push_back(nameOf(connection)); }
 
   ConnectionId of(const std::string& peer) {
@@ -56,6 +61,7 @@ class RecordingConnections : public Connections {
   Texts order;  // who was sent something, message by message
   Texts ended;  // which are to end once they are read
   Texts disconnected;
+  std::map<std::string, PeerIdentity> identities;  // of those that are not user 1000's process 5, "test"
 
  private:
   const std::string& nameOf(ConnectionId connection) const {
@@ -84,19 +90,21 @@ class DispatcherTest : public testing::Test {
 
   void hangUp(const std::string& peer) { dispatcher_->connectionClosed(peers_.of(peer), Time(1)); }
 
-  std::uint64_t hello(const std::string& peer) {
-    say(peer, 1, wire::Hello{"test", 5});
+  wire::Welcome welcome(const std::string& peer) {
+    say(peer, 1, wire::Hello{});
     const auto answers = peers_.take(peer);
-    if (answers.size() != 1) return 0;
+    if (answers.size() != 1) return {};
     const auto envelope = wire::decode(answers[0]);
-    return std::get<wire::Welcome>(envelope->body).session;
+    return std::get<wire::Welcome>(envelope->body);
   }
+  std::uint64_t hello(const std::string& peer) { return welcome(peer).session; }
 
   // A client with all channels, called after its peers: "a control", "a events", "a graph".
   std::uint64_t attach(const std::string& name) {
-    const std::uint64_t session = hello(name + " control");
-    say(name + " events", 1, wire::OpenEvents{session});
-    say(name + " graph", 1, wire::OpenGraph{session});
+    const auto [session, window, token] = welcome(name + " control");
+    tokens_[session] = token;
+    say(name + " events", 1, wire::OpenEvents{session, token});
+    say(name + " graph", 1, wire::OpenGraph{session, token});
     peers_.take(name + " events");
     peers_.take(name + " graph");
     return session;
@@ -109,6 +117,7 @@ class DispatcherTest : public testing::Test {
 
   wire::Send note(std::uint64_t session, std::uint8_t number) { return {session, EventPort, 0, {0x90, number, 0x40}}; }
 
+  std::map<std::uint64_t, wire::Token> tokens_;  // by session
   service::Told told_;
   service::TestDevice* device_ = nullptr;
   std::unique_ptr<service::Service> service_;

@@ -30,10 +30,10 @@ TEST_F(DispatcherTest, EventsOfTheDeviceAreSentAtOnce) {
 }
 
 TEST_F(DispatcherTest, EventsWaitForTheChannel) {
-  const std::uint64_t session = hello("a control");
+  const auto [session, window, token] = welcome("a control");
   tap("a", session, "G0Out1");
   say("a control", 0, note(session, 1));
-  say("a events", 3, wire::OpenEvents{session});
+  say("a events", 3, wire::OpenEvents{session, token});
   EXPECT_EQ(peers_.texts("a events"), (Texts{"3: ok at 0", "events [1 G0Out1: 90 01 40]"}));
 }
 

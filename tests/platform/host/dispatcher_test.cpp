@@ -23,18 +23,19 @@ TEST_F(DispatcherTest, HelloMakesClientWithSessionOfItsOwn) {
 }
 
 TEST_F(DispatcherTest, WelcomeNamesTheSendWindow) {
-  say("a", 3, wire::Hello{"test", 5});
+  say("a", 3, wire::Hello{});
   EXPECT_EQ(peers_.texts("a"), Texts{"3: welcome, window 8"});
 }
 
 TEST_F(DispatcherTest, SecondHelloOfOnePeerIsOutOfPlace) {
   hello("a");
-  say("a", 2, wire::Hello{"again", 5});
+  say("a", 2, wire::Hello{});
   EXPECT_EQ(peers_.texts("a"), Texts{"2: bad request at 0"});
 }
 
 TEST_F(DispatcherTest, NameOfProgramIsPrintableInTheLog) {
-  say("a", 1, wire::Hello{"\x1b[2J\n", 5});
+  peers_.identities["a"] = {1000, 5, "\x1b[2J\n"};
+  say("a", 1, wire::Hello{});
   EXPECT_EQ(log_, Texts{"\\x1B[2J\\x0A (process 5) connected"});
 }
 
@@ -84,6 +85,7 @@ TEST_F(DispatcherTest, MessagesOutOfPlaceAreAnsweredAndHarmNobody) {
   const std::uint64_t session = attach("a");
   const std::uint64_t other = attach("b");
   tap("b", other, "G0Out1");
+  const wire::Token token = tokens_.at(session);
   struct Row {
     std::string peer;
     wire::Body body;
@@ -97,11 +99,14 @@ TEST_F(DispatcherTest, MessagesOutOfPlaceAreAnsweredAndHarmNobody) {
       {"a control", wire::AskLinks{session + 1}, "no session"},
       {"a control", wire::Consumed{session, 1}, "no session"},
       {"a control", wire::GraphSeen{session, 1}, "no session"},
-      {"stranger", wire::OpenEvents{session + 1}, "no session"},
+      {"stranger", wire::OpenEvents{session + 1, token}, "no session"},
+      {"stranger", wire::OpenEvents{session, {}}, "no session"},
+      {"stranger", wire::OpenEvents{session, {token.high, token.low + 1}}, "no session"},
+      {"stranger", wire::OpenGraph{session, {token.high + 1, token.low}}, "no session"},
       // A channel opens once.
-      {"stranger", wire::OpenEvents{session}, "bad request"},
-      {"stranger", wire::OpenGraph{session}, "bad request"},
-      {"b graph", wire::OpenEvents{session}, "bad request"},
+      {"stranger", wire::OpenEvents{session, token}, "bad request"},
+      {"stranger", wire::OpenGraph{session, token}, "bad request"},
+      {"b graph", wire::OpenEvents{session, token}, "bad request"},
       // What only the service says.
       {"a control", wire::Welcome{session, 1}, "bad request"},
       {"a control", wire::Result{}, "bad request"},
@@ -120,6 +125,16 @@ TEST_F(DispatcherTest, MessagesOutOfPlaceAreAnsweredAndHarmNobody) {
   }
   say("b control", 0, note(other, 1));
   EXPECT_EQ(peers_.texts("b events"), Texts{"events [1 G0Out1: 90 01 40]"});
+}
+
+TEST_F(DispatcherTest, ChannelsOpenForTheUserOfTheSessionOnly) {
+  const auto [session, window, token] = welcome("a control");
+  peers_.identities["thief"] = {1001, 6, "thief"};
+  say("thief", 1, wire::OpenEvents{session, token});
+  say("thief", 2, wire::OpenGraph{session, token});
+  EXPECT_EQ(peers_.texts("thief"), (Texts{"1: no session at 0", "2: no session at 0"}));
+  say("a events", 1, wire::OpenEvents{session, token});
+  EXPECT_EQ(peers_.texts("a events"), Texts{"1: ok at 0"});
 }
 
 TEST_F(DispatcherTest, MalformedMessagesAreRefusedWhenTheyHaveTag) {
@@ -163,7 +178,8 @@ TEST_F(DispatcherTest, InjectThatFailsIsAnsweredEvenWithoutATag) {
 
 TEST_F(DispatcherTest, StatisticsListClientsInTheOrderOfConnecting) {
   const std::uint64_t first = attach("a");
-  say("b", 1, wire::Hello{"other", 6});
+  peers_.identities["b"] = {1001, 6, "other"};
+  say("b", 1, wire::Hello{});
   tap("a", first, "G0Out1");
   say("a control", 0, note(first, 1));
   peers_.take("a control");

@@ -74,11 +74,11 @@ TEST_F(HostTest, GarbageHarmsOnlyItsSender) {
   EXPECT_NE(bad.hello(), 0U) << "and even that one may begin properly";
 }
 
-TEST_F(HostTest, TruncatedHelloIsRefused) {
+TEST_F(HostTest, TruncatedRequestIsRefused) {
   RawClient half = connect();
-  Bytes hello = wire::encode(6, wire::Hello{"program", 1});
-  hello.resize(hello.size() / 2);
-  ASSERT_TRUE(half.send(hello));
+  Bytes request = wire::encode(6, wire::OpenEvents{1});
+  request.resize(request.size() / 2);
+  ASSERT_TRUE(half.send(request));
   const auto answer = half.receive();
   ASSERT_TRUE(answer);
   EXPECT_EQ(messageText(*answer), "6: bad request at 0");

@@ -33,11 +33,13 @@ TEST(Newcomers, OldestGoesWhenThereAreTooMany) {
   for (std::uint64_t i = 1; i <= Newcomers::Most; ++i) newcomers.enter(ConnectionId{i}, Begin);
   EXPECT_EQ(newcomers.overdue(Begin), std::nullopt);
   newcomers.enter(ConnectionId{Newcomers::Most + 1}, Begin);
-  EXPECT_EQ(newcomers.overdue(Begin), ConnectionId{1});
-  EXPECT_EQ(newcomers.overdue(Begin), std::nullopt);
+  EXPECT_EQ(newcomers.next(), Begin + Newcomers::Moment);
+  EXPECT_EQ(newcomers.overdue(Begin + Newcomers::Moment - Time(1)), std::nullopt) << "each has a moment";
+  EXPECT_EQ(newcomers.overdue(Begin + Newcomers::Moment), ConnectionId{1});
+  EXPECT_EQ(newcomers.overdue(Begin + Newcomers::Moment), std::nullopt);
   newcomers.leave(ConnectionId{2});
-  newcomers.enter(ConnectionId{Newcomers::Most + 2}, Begin);
-  EXPECT_EQ(newcomers.overdue(Begin), std::nullopt) << "one has left";
+  newcomers.enter(ConnectionId{Newcomers::Most + 2}, Begin + Newcomers::Moment);
+  EXPECT_EQ(newcomers.overdue(Begin + Newcomers::Moment), std::nullopt) << "one has left";
 }
 
 TEST(Newcomers, OneThatHasLeftMayComeAgain) {

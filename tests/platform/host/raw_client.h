@@ -44,7 +44,7 @@ class RawClient {
 
   // The session that the service gives; 0 when it gives none. What it says before is skipped.
   std::uint64_t hello() {
-    send(1, wire::Hello{"raw", 1});
+    send(1, wire::Hello{});
     while (const auto bytes = receive()) {
       const auto envelope = wire::decode(*bytes);
       if (!envelope) return 0;

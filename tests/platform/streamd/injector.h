@@ -34,7 +34,7 @@ class Injector {
  public:
   explicit Injector(const std::string& socket)
       : connector_(channel::Connector::toLocalSocket(socket)), control_(connector_) {
-    EXPECT_TRUE(control_.greet("injector", channel::Deadline(channel::AnswerTime)));
+    EXPECT_TRUE(control_.greet(channel::Deadline(channel::AnswerTime)));
   }
 
   // Passes the notes with the next count numbers through the port, and waits until the service has taken them.

@@ -22,62 +22,66 @@ struct Sample {
 
 std::vector<Sample> samples() {
   constexpr std::uint64_t Session = 0x1122334455667788;
+  constexpr Token Secret{0x0102030405060708, 0x1112131415161718};
   const device::SideOfGroup numbered{3, "KeysOut", {}};
   const device::SideOfGroup listed{2, "", {"a", "bc"}};
   return {
-      {"Hello", Hello{"top", 0x01020304}, "E5 02 01 01 0D 0C 0B 0A 03 00 'top' 04 03 02 01"},
-      {"Goodbye", Goodbye{Session}, "E5 02 02 01 0D 0C 0B 0A 88 77 66 55 44 33 22 11"},
+      {"Hello", Hello{}, "E5 03 01 01 0D 0C 0B 0A"},
+      {"Goodbye", Goodbye{Session}, "E5 03 02 01 0D 0C 0B 0A 88 77 66 55 44 33 22 11"},
       {"Tap", Tap{Session, 5, 1004, "In1"},
-       "E5 02 03 01 0D 0C 0B 0A 88 77 66 55 44 33 22 11 05 00 00 00 EC 03 00 00 03 00 'In1'"},
-      {"Untap", Untap{Session, 5, "In1"}, "E5 02 04 01 0D 0C 0B 0A 88 77 66 55 44 33 22 11 05 00 00 00 03 00 'In1'"},
-      {"UntapAll", UntapAll{Session, 5}, "E5 02 05 01 0D 0C 0B 0A 88 77 66 55 44 33 22 11 05 00 00 00"},
+       "E5 03 03 01 0D 0C 0B 0A 88 77 66 55 44 33 22 11 05 00 00 00 EC 03 00 00 03 00 'In1'"},
+      {"Untap", Untap{Session, 5, "In1"}, "E5 03 04 01 0D 0C 0B 0A 88 77 66 55 44 33 22 11 05 00 00 00 03 00 'In1'"},
+      {"UntapAll", UntapAll{Session, 5}, "E5 03 05 01 0D 0C 0B 0A 88 77 66 55 44 33 22 11 05 00 00 00"},
       {"Patch", Patch{Session, true, {0x0102030405060708, 0x0304, 0x0506, 0x0708}},
-       "E5 02 06 01 0D 0C 0B 0A 88 77 66 55 44 33 22 11 01"
+       "E5 03 06 01 0D 0C 0B 0A 88 77 66 55 44 33 22 11 01"
        "08 07 06 05 04 03 02 01 04 03 06 05 00 00 00 00 00 00 08 07"},
       {"Unpatch", Patch{Session, false, {1, 2, 3, 4}},
-       "E5 02 06 01 0D 0C 0B 0A 88 77 66 55 44 33 22 11 00"
+       "E5 03 06 01 0D 0C 0B 0A 88 77 66 55 44 33 22 11 00"
        "01 00 00 00 00 00 00 00 02 00 03 00 00 00 00 00 00 00 04 00"},
-      {"AskTopology", AskTopology{Session}, "E5 02 07 01 0D 0C 0B 0A 88 77 66 55 44 33 22 11"},
-      {"AskLinks", AskLinks{Session}, "E5 02 08 01 0D 0C 0B 0A 88 77 66 55 44 33 22 11"},
+      {"AskTopology", AskTopology{Session}, "E5 03 07 01 0D 0C 0B 0A 88 77 66 55 44 33 22 11"},
+      {"AskLinks", AskLinks{Session}, "E5 03 08 01 0D 0C 0B 0A 88 77 66 55 44 33 22 11"},
       {"Send", Send{Session, 5, 0x0203, {0x90, 0x3C, 0x40}},
-       "E5 02 09 01 0D 0C 0B 0A 88 77 66 55 44 33 22 11 05 00 00 00 03 02 03 00 00 00 90 3C 40"},
+       "E5 03 09 01 0D 0C 0B 0A 88 77 66 55 44 33 22 11 05 00 00 00 03 02 03 00 00 00 90 3C 40"},
       {"Inject", Inject{Session, "In1", {{0x0203, {0xF8}}, {4, {0x90, 0x3C}}}},
-       "E5 02 0A 01 0D 0C 0B 0A 88 77 66 55 44 33 22 11 03 00 'In1' 02 00 00 00"
+       "E5 03 0A 01 0D 0C 0B 0A 88 77 66 55 44 33 22 11 03 00 'In1' 02 00 00 00"
        "03 02 01 00 00 00 F8 04 00 02 00 00 00 90 3C"},
-      {"AskStats", AskStats{Session}, "E5 02 0B 01 0D 0C 0B 0A 88 77 66 55 44 33 22 11"},
-      {"Welcome", Welcome{Session, 1024}, "E5 02 01 02 0D 0C 0B 0A 88 77 66 55 44 33 22 11 00 04 00 00"},
+      {"AskStats", AskStats{Session}, "E5 03 0B 01 0D 0C 0B 0A 88 77 66 55 44 33 22 11"},
+      {"Welcome", Welcome{Session, 1024, Secret},
+       "E5 03 01 02 0D 0C 0B 0A 88 77 66 55 44 33 22 11 00 04 00 00 08 07 06 05 04 03 02 01 18 17 16 15 14 13 12 11"},
       {"Result", Result{device::Status::Refused, 0x0102030405060708},
-       "E5 02 02 02 0D 0C 0B 0A 05 00 00 00 08 07 06 05 04 03 02 01"},
+       "E5 03 02 02 0D 0C 0B 0A 05 00 00 00 08 07 06 05 04 03 02 01"},
       {"Topology",
        Topology{{{0x0102030405060708, "Keys", numbered, std::nullopt, {}, 41}, {8, "X", std::nullopt, listed}}},
-       "E5 02 03 02 0D 0C 0B 0A 02 00 00 00"
+       "E5 03 03 02 0D 0C 0B 0A 02 00 00 00"
        "08 07 06 05 04 03 02 01 01 29 00 04 00 'Keys' 01 03 00 07 00 'KeysOut' 00 00 00 00 00"
        "08 00 00 00 00 00 00 00 00 01 00 'X' 00 01 02 00 00 00 02 00 00 00 01 00 'a' 02 00 'bc'"},
       {"Links", Links{9, {{{1, 2, 3, 4}}, {{0x0102, 0x0304, 0x0506, 0x0708}, true}}},
-       "E5 02 04 02 0D 0C 0B 0A 09 00 00 00 00 00 00 00 02 00 00 00"
+       "E5 03 04 02 0D 0C 0B 0A 09 00 00 00 00 00 00 00 02 00 00 00"
        "01 00 00 00 00 00 00 00 02 00 03 00 00 00 00 00 00 00 04 00 00"
        "02 01 00 00 00 00 00 00 04 03 06 05 00 00 00 00 00 00 08 07 01"},
-      {"Taken", Taken{0x0102030405060708}, "E5 02 05 02 0D 0C 0B 0A 08 07 06 05 04 03 02 01"},
+      {"Taken", Taken{0x0102030405060708}, "E5 03 05 02 0D 0C 0B 0A 08 07 06 05 04 03 02 01"},
       {"Stats", Stats{1, 2, 3, 4, {{"top", 5, 6, 7, 8, 9, 0x0A0B}}, 0x0C0D},
-       "E5 02 07 02 0D 0C 0B 0A 01 00 00 00 00 00 00 00 02 00 00 00 00 00 00 00 03 00 00 00 00 00 00 00"
+       "E5 03 07 02 0D 0C 0B 0A 01 00 00 00 00 00 00 00 02 00 00 00 00 00 00 00 03 00 00 00 00 00 00 00"
        "04 00 00 00 00 00 00 00 01 00 00 00 03 00 'top' 05 00 00 00 06 00 00 00"
        "07 00 00 00 00 00 00 00 08 00 00 00 00 00 00 00 09 00 00 00 00 00 00 00 0B 0A 00 00 00 00 00 00"
        "0D 0C 00 00 00 00 00 00"},
-      {"AskOriginals", AskOriginals{Session}, "E5 02 0C 01 0D 0C 0B 0A 88 77 66 55 44 33 22 11"},
+      {"AskOriginals", AskOriginals{Session}, "E5 03 0C 01 0D 0C 0B 0A 88 77 66 55 44 33 22 11"},
       {"Originals", Originals{{{0x0102, {'a', '/'}, {{0xFF}, {}}, {}}}},
-       "E5 02 08 02 0D 0C 0B 0A 01 00 00 00"
+       "E5 03 08 02 0D 0C 0B 0A 01 00 00 00"
        "02 01 00 00 00 00 00 00 02 00 00 00 'a/' 02 00 00 00 01 00 00 00 FF 00 00 00 00 00 00 00 00"},
-      {"OpenEvents", OpenEvents{Session}, "E5 02 01 03 0D 0C 0B 0A 88 77 66 55 44 33 22 11"},
+      {"OpenEvents", OpenEvents{Session, Secret},
+       "E5 03 01 03 0D 0C 0B 0A 88 77 66 55 44 33 22 11 08 07 06 05 04 03 02 01 18 17 16 15 14 13 12 11"},
       {"Consumed", Consumed{Session, 0x0102030405060708},
-       "E5 02 02 03 0D 0C 0B 0A 88 77 66 55 44 33 22 11 08 07 06 05 04 03 02 01"},
-      {"Events", Events{EntryBytes}, "E5 02 03 03 0D 0C 0B 0A 02 07 00 00 00 00 00 00 00", true},
-      {"TopologyChanged", TopologyChanged{}, "E5 02 04 03 0D 0C 0B 0A"},
-      {"OpenGraph", OpenGraph{Session}, "E5 02 01 04 0D 0C 0B 0A 88 77 66 55 44 33 22 11"},
-      {"GraphSeen", GraphSeen{Session, 6}, "E5 02 02 04 0D 0C 0B 0A 88 77 66 55 44 33 22 11 06 00 00 00 00 00 00 00"},
+       "E5 03 02 03 0D 0C 0B 0A 88 77 66 55 44 33 22 11 08 07 06 05 04 03 02 01"},
+      {"Events", Events{EntryBytes}, "E5 03 03 03 0D 0C 0B 0A 02 07 00 00 00 00 00 00 00", true},
+      {"TopologyChanged", TopologyChanged{}, "E5 03 04 03 0D 0C 0B 0A"},
+      {"OpenGraph", OpenGraph{Session, Secret},
+       "E5 03 01 04 0D 0C 0B 0A 88 77 66 55 44 33 22 11 08 07 06 05 04 03 02 01 18 17 16 15 14 13 12 11"},
+      {"GraphSeen", GraphSeen{Session, 6}, "E5 03 02 04 0D 0C 0B 0A 88 77 66 55 44 33 22 11 06 00 00 00 00 00 00 00"},
       {"GraphChanged", GraphChanged{6, true, {{1, 2, 3, 4}, true}},
-       "E5 02 03 04 0D 0C 0B 0A 06 00 00 00 00 00 00 00 01"
+       "E5 03 03 04 0D 0C 0B 0A 06 00 00 00 00 00 00 00 01"
        "01 00 00 00 00 00 00 00 02 00 03 00 00 00 00 00 00 00 04 00 01"},
-      {"GraphStale", GraphStale{}, "E5 02 04 04 0D 0C 0B 0A"},
+      {"GraphStale", GraphStale{}, "E5 03 04 04 0D 0C 0B 0A"},
   };
 }
 
@@ -147,54 +151,56 @@ TEST(Messages, BytesThatAreNoMessageAreRefused) {
   };
   const Case cases[] = {
       {"nothing", "", DecodeError::Malformed},
-      {"other magic", "E4 02 04 04 00 00 00 00", DecodeError::Malformed},
-      {"other magic and version", "E4 03 04 04 00 00 00 00", DecodeError::Malformed},
-      {"next version", "E5 03 04 04 00 00 00 00", DecodeError::WrongVersion},
+      {"other magic", "E4 03 04 04 00 00 00 00", DecodeError::Malformed},
+      {"other magic and version", "E4 04 04 04 00 00 00 00", DecodeError::Malformed},
+      {"next version", "E5 04 04 04 00 00 00 00", DecodeError::WrongVersion},
       {"version 0", "E5 00 04 04 00 00 00 00", DecodeError::WrongVersion},
-      {"next version, in a form unknown here", "E5 03 'anything at all'", DecodeError::WrongVersion},
-      {"kind 0", "E5 02 00 00 00 00 00 00", DecodeError::Malformed},
-      {"a kind after the last", "E5 02 05 04 00 00 00 00", DecodeError::Malformed},
-      {"name that reaches past the end", "E5 02 01 01 00 00 00 00 08 00 'top' 04 03 02 01", DecodeError::Malformed},
-      {"name of 65535 bytes", "E5 02 01 01 00 00 00 00 FF FF 'top' 04 03 02 01", DecodeError::Malformed},
+      {"next version, in a form unknown here", "E5 04 'anything at all'", DecodeError::WrongVersion},
+      {"kind 0", "E5 03 00 00 00 00 00 00", DecodeError::Malformed},
+      {"a kind after the last", "E5 03 05 04 00 00 00 00", DecodeError::Malformed},
+      {"name that reaches past the end", "E5 03 04 01 00 00 00 00 88 77 66 55 44 33 22 11 05 00 00 00 08 00 'top'",
+       DecodeError::Malformed},
+      {"name of 65535 bytes", "E5 03 04 01 00 00 00 00 88 77 66 55 44 33 22 11 05 00 00 00 FF FF 'top'",
+       DecodeError::Malformed},
       {"truth value 2",
-       "E5 02 06 01 00 00 00 00 01 00 00 00 00 00 00 00 02"
+       "E5 03 06 01 00 00 00 00 01 00 00 00 00 00 00 00 02"
        "00 00 00 00 00 00 00 00 00 00 00 00 00 00 00 00 00 00 00 00",
        DecodeError::Malformed},
-      {"unknown status", "E5 02 02 02 00 00 00 00 06 00 00 00 00 00 00 00 00 00 00 00", DecodeError::Malformed},
-      {"message of 4 GiB", "E5 02 09 01 00 00 00 00 01 00 00 00 00 00 00 00 05 00 00 00 00 00 FF FF FF FF 90",
+      {"unknown status", "E5 03 02 02 00 00 00 00 06 00 00 00 00 00 00 00 00 00 00 00", DecodeError::Malformed},
+      {"message of 4 GiB", "E5 03 09 01 00 00 00 00 01 00 00 00 00 00 00 00 05 00 00 00 00 00 FF FF FF FF 90",
        DecodeError::Malformed},
-      {"4294967295 groups", "E5 02 03 02 00 00 00 00 FF FF FF FF 00 00 00 00 00 00 00 00 00 00 00 00 00",
+      {"4294967295 groups", "E5 03 03 02 00 00 00 00 FF FF FF FF 00 00 00 00 00 00 00 00 00 00 00 00 00",
        DecodeError::Malformed},
-      {"two groups where one has room", "E5 02 03 02 00 00 00 00 02 00 00 00 00 00 00 00 00 00 00 00 00 00 00 00 00",
+      {"two groups where one has room", "E5 03 03 02 00 00 00 00 02 00 00 00 00 00 00 00 00 00 00 00 00 00 00 00 00",
        DecodeError::Malformed},
       {"4294967295 links",
-       "E5 02 04 02 00 00 00 00 00 00 00 00 00 00 00 00 FF FF FF FF"
+       "E5 03 04 02 00 00 00 00 00 00 00 00 00 00 00 00 FF FF FF FF"
        "01 00 00 00 00 00 00 00 02 00 03 00 00 00 00 00 00 00 04 00 00",
        DecodeError::Malformed},
       {"4294967295 names",
-       "E5 02 03 02 00 00 00 00 01 00 00 00 00 00 00 00 00 00 00 00 00 00 00 01 FF FF 00 00 FF FF FF FF 00",
+       "E5 03 03 02 00 00 00 00 01 00 00 00 00 00 00 00 00 00 00 00 00 00 00 01 FF FF 00 00 FF FF FF FF 00",
        DecodeError::Malformed},
       {"two names for three ports",
-       "E5 02 03 02 00 00 00 00 01 00 00 00 08 00 00 00 00 00 00 00 00 00 00 00 01 03 00 00 00 02 00 00 00 01 00 'a' "
+       "E5 03 03 02 00 00 00 00 01 00 00 00 08 00 00 00 00 00 00 00 00 00 00 00 01 03 00 00 00 02 00 00 00 01 00 'a' "
        "01 00 'b'",
        DecodeError::Malformed},
       {"a side that is neither there nor not",
-       "E5 02 03 02 00 00 00 00 01 00 00 00 00 00 00 00 00 00 00 00 00 00 00 02 00", DecodeError::Malformed},
+       "E5 03 03 02 00 00 00 00 01 00 00 00 00 00 00 00 00 00 00 00 00 00 00 02 00", DecodeError::Malformed},
       {"an id that is neither there nor not",
-       "E5 02 03 02 00 00 00 00 01 00 00 00 00 00 00 00 00 00 00 00 02 00 00 00 00", DecodeError::Malformed},
+       "E5 03 03 02 00 00 00 00 01 00 00 00 00 00 00 00 00 00 00 00 02 00 00 00 00", DecodeError::Malformed},
   };
   for (const Case& c : cases) EXPECT_EQ(errorOf(bytesOf(c.bytes)), c.error) << c.what;
 }
 
 TEST(Messages, LongestNameIsAcceptedAndALongerOneRefused) {
-  const auto bytes = encode(1, Hello{std::string(device::MaxNameBytes, 'n'), 2});
+  const auto bytes = encode(1, Untap{1, 2, std::string(device::MaxNameBytes, 'n')});
   const auto envelope = decode(bytes);
   ASSERT_TRUE(envelope);
-  EXPECT_EQ(std::get<Hello>(envelope->body).program, std::string(device::MaxNameBytes, 'n'));
+  EXPECT_EQ(std::get<Untap>(envelope->body).name, std::string(device::MaxNameBytes, 'n'));
 
   auto longer = bytes;
-  ++longer[8];
-  longer.insert(longer.begin() + 10, 'n');
+  ++longer[20];
+  longer.push_back('n');
   EXPECT_EQ(errorOf(longer), DecodeError::Malformed);
 }
 
@@ -216,11 +222,11 @@ TEST(Messages, TagIsReadFromBytesThatCannotBeDecoded) {
     std::optional<std::uint32_t> tag;
   };
   const Case cases[] = {
-      {"E5 02 04 04 0D 0C 0B 0A", Tag},
-      {"E5 02 99 99 0D 0C 0B 0A", Tag},
+      {"E5 03 04 04 0D 0C 0B 0A", Tag},
+      {"E5 03 99 99 0D 0C 0B 0A", Tag},
       {"E5 07 04 04 0D 0C 0B 0A 'anything at all'", Tag},
       {"E4 02 04 04 0D 0C 0B 0A", std::nullopt},
-      {"E5 02 04 04 0D 0C 0B", std::nullopt},
+      {"E5 03 04 04 0D 0C 0B", std::nullopt},
       {"E5", std::nullopt},
       {"", std::nullopt},
   };

@@ -1,0 +1,50 @@
+#include "platform/host/peer_identity.h"
+
+#include <sys/socket.h>
+
+#include <array>
+#include <fstream>
+
+#include "platform/device/limits.h"
+
+namespace host {
+namespace {
+
+// The name of a process, without a line end; empty if there is none.
+std::string programOf(std::uint32_t process) {
+  std::ifstream file("/proc/" + std::to_string(process) + "/comm", std::ios::binary);
+  std::array<char, device::MaxNameBytes + 1> name{};
+  file.read(name.data(), device::MaxNameBytes);
+  std::string program(name.data(), static_cast<std::size_t>(file.gcount()));
+  if (program.ends_with('\n')) program.pop_back();
+  return program;
+}
+
+}  // namespace
+
+PeerIdentity identityOf(int socket) {
+  ucred credentials{};
+  socklen_t size = sizeof credentials;
+  PeerIdentity identity{{}, 0, "unknown"};
+  if (getsockopt(socket, SOL_SOCKET, SO_PEERCRED, &credentials, &size) < 0) return identity;
+  static const bool known = usersAreKnown();
+  if (known) identity.user = credentials.uid;
+  // 0: a process of another process namespace.
+  if (credentials.pid <= 0) return identity;
+  identity.process = static_cast<std::uint32_t>(credentials.pid);
+  if (auto program = programOf(identity.process); !program.empty()) identity.program = std::move(program);
+  return identity;
+}
+
+bool usersAreKnown() {
+  std::ifstream file("/proc/self/uid_map");
+  std::uint64_t first = 1;
+  std::uint64_t outside = 1;
+  std::uint64_t count = 0;
+  // Without the file there are no user namespaces.
+  if (!file) return true;
+  file >> first >> outside >> count;
+  return first == 0 && outside == 0 && count >= UINT32_MAX;
+}
+
+}  // namespace host
