@@ -1,44 +1,156 @@
 #include "platform/service/client_table.h"
 
-namespace service {
+#include <algorithm>
+#include <utility>
 
-ClientId ClientTable::add() {
+namespace service {
+namespace {
+
+// Dropped from one client before another one may have the most.
+constexpr std::size_t DropBytes = 64U << 10U;
+
+}  // namespace
+
+ClientId ClientTable::add(std::uint32_t user) {
   const ClientId client{++last_};
-  clients_.emplace(client, Client{.queue = TapQueue(queueBytes_)});
+  clients_.emplace(client, Client{.queue = TapQueue(queueBytes_), .user = user});
+  ++users_[user].clients;
   return client;
 }
 
 void ClientTable::remove(ClientId client) {
-  const ClientCounts counted = counts(client);
-  past_.out += counted.out;
-  past_.lost += counted.lost;
-  clients_.erase(client);
+  const auto found = clients_.find(client);
+  if (found == clients_.end()) return;
+  removed_.push_back(std::move(found->second));
+  clients_.erase(found);
 }
 
-TapQueue* ClientTable::queue(ClientId client) {
-  const auto found = clients_.find(client);
-  return found == clients_.end() ? nullptr : &found->second.queue;
+void ClientTable::sweep(std::size_t memory) {
+  const std::size_t before = memory_;
+  while (!removed_.empty()) {
+    Client& client = removed_.front();
+    const std::size_t freed = before - memory_;
+    // Whatever is dropped here has been counted as accepted, and stays so.
+    if (client.queue.hasEvents() && freed < memory) client.queue.dropOldest(memory - freed);
+    const std::size_t left = client.queue.hasEvents() ? client.queue.memory() : 0;
+    const auto user = users_.find(client.user);
+    user->second.memory -= client.memory - left;
+    memory_ -= client.memory - left;
+    client.memory = left;
+    if (client.queue.hasEvents()) return;
+    if (--user->second.clients == 0) users_.erase(user);
+    removed_.pop_front();
+  }
 }
 
-const TapQueue* ClientTable::queue(ClientId client) const {
+template <class Change>
+void ClientTable::change(Client& client, const Change& change) {
+  change(client.queue);
+  // Unsigned differences may wrap; their sums are right.
+  accepted_ += client.queue.accepted() - std::exchange(client.accepted, client.queue.accepted());
+  lost_ += client.queue.lost() - std::exchange(client.lost, client.queue.lost());
+  const std::size_t memory = client.queue.memory();
+  if (memory == client.memory) return;
+  const std::size_t more = memory - std::exchange(client.memory, memory);
+  memory_ += more;
+  users_.at(client.user).memory += more;
+}
+
+void ClientTable::addMessage(ClientId id, EventPortId eventPort, device::PortId port, std::string_view name,
+                             std::uint32_t holderBytes, const device::Message& message, device::Time now) {
+  const auto found = clients_.find(id);
+  if (found == clients_.end()) return;
+  Client& client = found->second;
+  const bool wasEmpty = client.queue.empty();
+  change(client, [&](TapQueue& queue) { queue.add(eventPort, port, name, holderBytes, message, now); });
+  if (wasEmpty && !std::exchange(client.isReady, true)) ready_.push_back(id);
+}
+
+void ClientTable::addLossBefore(ClientId id, std::uint64_t count) {
+  const auto found = clients_.find(id);
+  if (found == clients_.end()) return;
+  Client& client = found->second;
+  const bool wasEmpty = client.queue.empty();
+  client.queue.addLossBefore(count);
+  if (wasEmpty && !std::exchange(client.isReady, true)) ready_.push_back(id);
+}
+
+std::size_t ClientTable::take(ClientId client, std::size_t maxBytes, std::vector<std::uint8_t>& out) {
   const auto found = clients_.find(client);
-  return found == clients_.end() ? nullptr : &found->second.queue;
+  if (found == clients_.end()) return 0;
+  std::size_t taken = 0;
+  change(found->second, [&](TapQueue& queue) { taken = queue.take(maxBytes, out); });
+  return taken;
+}
+
+bool ClientTable::hasEvents(ClientId client) const {
+  const auto found = clients_.find(client);
+  return found != clients_.end() && !found->second.queue.empty();
+}
+
+std::vector<ClientId> ClientTable::takeReady() {
+  std::vector<ClientId> ready = std::exchange(ready_, {});
+  std::erase_if(ready, [this](ClientId id) {
+    const auto found = clients_.find(id);
+    if (found == clients_.end()) return true;
+    found->second.isReady = false;
+    return found->second.queue.empty();
+  });
+  return ready;
+}
+
+std::size_t ClientTable::memory(std::uint32_t user) const {
+  const auto found = users_.find(user);
+  return found == users_.end() ? 0 : found->second.memory;
+}
+
+std::size_t ClientTable::dropOldest(std::size_t memory) { return drop(std::nullopt, memory); }
+
+std::size_t ClientTable::dropOldestOf(std::uint32_t user, std::size_t memory) { return drop(user, memory); }
+
+std::size_t ClientTable::drop(std::optional<std::uint32_t> only, std::size_t memory) {
+  const std::size_t before = memory_;
+  if (!only) sweep(memory);
+  // The clients of each user, those with the most memory at the front of a heap.
+  struct Candidates {
+    std::size_t memory = 0;  // of all of them
+    std::vector<Client*> clients{};
+  };
+  const auto less = [](const Client* one, const Client* other) { return one->memory < other->memory; };
+  std::map<std::uint32_t, Candidates> users;
+  for (auto& [id, client] : clients_) {
+    if (!client.queue.hasEvents() || (only && client.user != *only)) continue;
+    Candidates& candidates = users[client.user];
+    candidates.memory += client.memory;
+    candidates.clients.push_back(&client);
+  }
+  for (auto& [user, candidates] : users) std::ranges::make_heap(candidates.clients, less);
+  while (before - memory_ < memory && !users.empty()) {
+    const auto most = std::ranges::max_element(users, {}, [](const auto& one) { return one.second.memory; });
+    auto& [total, clients] = most->second;
+    Client& client = *clients.front();
+    std::ranges::pop_heap(clients, less);
+    const std::size_t had = client.memory;
+    const std::size_t wanted = std::min(DropBytes, memory - (before - memory_));
+    change(client, [&](TapQueue& queue) { queue.dropOldest(wanted); });
+    total -= had - client.memory;
+    if (client.queue.hasEvents()) {
+      std::ranges::push_heap(clients, less);
+    } else {
+      clients.pop_back();
+      if (clients.empty()) users.erase(most);
+    }
+  }
+  return before - memory_;
 }
 
 ClientCounts ClientTable::counts(ClientId client) const {
   const auto found = clients_.find(client);
   if (found == clients_.end()) return {};
-  const auto& [queue, in] = found->second;
-  return {0, in, queue.accepted(), queue.lost(), queue.bytes()};
+  const Client& known = found->second;
+  return {0, known.in, known.queue.accepted(), known.queue.lost(), known.queue.bytes()};
 }
 
-Counts ClientTable::counts() const {
-  Counts all = past_;
-  for (const auto& [id, client] : clients_) {
-    all.out += client.queue.accepted();
-    all.lost += client.queue.lost();
-  }
-  return all;
-}
+Counts ClientTable::counts() const { return {.out = accepted_, .lost = lost_}; }
 
 }  // namespace service

@@ -3,7 +3,12 @@
 
 #include <cstddef>
 #include <cstdint>
+#include <deque>
+#include <map>
+#include <optional>
+#include <string_view>
 #include <unordered_map>
+#include <vector>
 
 #include "platform/service/client_id.h"
 #include "platform/service/counts.h"
@@ -11,21 +16,45 @@
 
 namespace service {
 
+// Counts are kept, not summed up: no operation takes longer because there are more clients, except dropOldest.
 class ClientTable {
  public:
   // queueBytes: limit of waiting bytes per client.
   explicit ClientTable(std::size_t queueBytes) : queueBytes_(queueBytes) {}
 
-  ClientId add();
+  // user: whose client it is; any number.
+  ClientId add(std::uint32_t user = 0);
 
-  // Drops what waits for the client; an unknown client is no error.
+  // What waits for the client is out of reach at once; sweep frees its memory. An unknown client is no error.
   void remove(ClientId client);
+
+  // Frees about so much memory of removed clients.
+  void sweep(std::size_t memory);
+
+  // True while sweep has work.
+  bool hasRemoved() const { return !removed_.empty(); }
 
   bool contains(ClientId client) const { return clients_.contains(client); }
 
-  // Returns null for an unknown client. The pointer is valid until the client is removed.
-  TapQueue* queue(ClientId client);
-  const TapQueue* queue(ClientId client) const;
+  // Like the operations of TapQueue. An unknown client gets and has nothing.
+  void addMessage(ClientId client, EventPortId eventPort, device::PortId port, std::string_view name,
+                  std::uint32_t holderBytes, const device::Message& message, device::Time now);
+  void addLossBefore(ClientId client, std::uint64_t count);
+  std::size_t take(ClientId client, std::size_t maxBytes, std::vector<std::uint8_t>& out);
+  bool hasEvents(ClientId client) const;
+
+  // Returns the clients for which events began to wait since the last call, each once.
+  std::vector<ClientId> takeReady();
+
+  // Memory of what waits for all clients, or for those of a user, with that of removed clients that is not free yet.
+  std::size_t memory() const { return memory_; }
+  std::size_t memory(std::uint32_t user) const;
+
+  // Drops the oldest events of the client with the most memory, of the user with the most memory, again and again,
+  // until so much memory is free again, or nothing is left to drop. Each client gets a loss instead. The second drops
+  // events of this user's clients alone. Return how much became free.
+  std::size_t dropOldest(std::size_t memory);
+  std::size_t dropOldestOf(std::uint32_t user, std::size_t memory);
 
   // Counts a message that the client, which must exist, sent or injected.
   void countIn(ClientId client) { ++clients_.at(client).in; }
@@ -37,14 +66,35 @@ class ClientTable {
   Counts counts() const;
 
  private:
+  struct User {
+    std::size_t clients = 0;  // with removed ones that sweep has not freed yet
+    std::size_t memory = 0;
+  };
+
   struct Client {
     TapQueue queue;
+    std::uint32_t user = 0;
     std::uint64_t in = 0;
+    bool isReady = false;  // stands in ready_
+    // As counted in the totals.
+    std::size_t memory = 0;
+    std::uint64_t accepted = 0;
+    std::uint64_t lost = 0;
   };
+
+  // Changes a client's queue, and enters what that changed.
+  template <class Change>
+  void change(Client& client, const Change& change);
+  std::size_t drop(std::optional<std::uint32_t> user, std::size_t memory);
 
   std::size_t queueBytes_;
   std::unordered_map<ClientId, Client> clients_;
-  Counts past_;  // of removed clients
+  std::map<std::uint32_t, User> users_;
+  std::deque<Client> removed_;
+  std::vector<ClientId> ready_;
+  std::size_t memory_ = 0;
+  std::uint64_t accepted_ = 0;
+  std::uint64_t lost_ = 0;
   std::uint32_t last_ = 0;
 };
 

@@ -9,8 +9,8 @@ namespace service {
 struct ClientCounts {
   std::uint32_t taps = 0;
   std::uint64_t in = 0;        // sent or injected by the client
-  std::uint64_t out = 0;       // copies taken into its queue
-  std::uint64_t lost = 0;      // copies dropped because its queue was full
+  std::uint64_t out = 0;       // copies taken into its queue, and not dropped again
+  std::uint64_t lost = 0;      // copies dropped because its queue, or the service's memory, was full
   std::size_t queueBytes = 0;  // bytes that wait in its queue
 };
 
@@ -18,7 +18,7 @@ struct ClientCounts {
 struct Counts {
   std::uint64_t in = 0;  // emitted by the device's sources, sent, or injected
   std::uint64_t out = 0;
-  std::uint64_t lost = 0;             // copies dropped because a queue was full
+  std::uint64_t lost = 0;             // copies dropped because a queue, or the service's memory, was full
   std::uint64_t lostBefore = 0;       // messages lost before reaching the service, as far as known
   std::uint64_t uncountedLosses = 0;  // how many more times an unknown number, perhaps none, was lost
 };

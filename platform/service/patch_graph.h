@@ -3,15 +3,16 @@
 
 #include <cstddef>
 #include <cstdint>
+#include <deque>
+#include <limits>
 #include <map>
 #include <optional>
-#include <unordered_map>
 #include <vector>
 
 #include "platform/device/port.h"
-#include "platform/device/port_hash.h"
 #include "platform/device/status.h"
 #include "platform/device/topology.h"
+#include "platform/service/port_map.h"
 
 namespace service {
 
@@ -22,13 +23,20 @@ class PatchGraph {
   // Which side carries messages along a connection: the service, or the device itself.
   enum class Carrier : std::uint8_t { Service, Device };
 
+  // A connection of the whole list.
+  struct Entry {
+    device::Link link;
+    Carrier carrier = Carrier::Service;
+  };
+
   // The port at the other end of a connection.
   struct Neighbour {
     device::PortId port;
     Carrier carrier = Carrier::Service;
   };
 
-  // A port's connections, by a number that grows with each connection made.
+  // Connections by a number that grows with each connection made: all, and those of a port.
+  using Entries = std::map<std::int64_t, Entry>;
   using Neighbours = std::map<std::int64_t, Neighbour>;
 
   // topology says which ports exist, and must outlive the graph. initial: see begin.
@@ -44,14 +52,32 @@ class PatchGraph {
   // NotFound if there is no such connection.
   device::Status disconnect(const device::Link& link);
 
-  // Returns the connections of ports that no longer exist, in the order of creation.
-  std::vector<device::Link> orphans() const;
+  // The topology has changed: the connections of ports that no longer exist are severed. A severed connection carries
+  // nothing any more and does not come back with its ports, but stays in the graph until it is disconnected.
+  void severMissing();
+
+  // Returns up to `most` severed connections, in the order of creation.
+  std::vector<device::Link> severed(std::size_t most);
+
+  bool hasSevered();
+
+  // Takes no time while nothing is severed.
+  bool isSevered(const device::Link& link) const;
 
   // Returns the sinks of a source or the sources of a sink, in the order of creation; empty if the port has none or
   // does not exist. Valid until the next change.
   const Neighbours& neighbours(device::PortId port) const;
 
-  // All connections, in the order of creation.
+  // True if the service carries one of the port's connections.
+  bool isCarriedByService(device::PortId port) const;
+
+  // All connections, in the order of creation. Valid until the next change.
+  const Entries& entries() const { return links_; }
+
+  // The number of the next connection made.
+  std::int64_t nextNumber() const { return nextOrder_; }
+
+  // Like entries, without the numbers.
   std::vector<device::Link> links() const;
 
   // Returns who carries a connection; nullopt if it does not exist.
@@ -63,15 +89,25 @@ class PatchGraph {
   std::uint64_t version() const { return version_; }
 
  private:
+  struct Ends {
+    Neighbours neighbours;
+    std::size_t byService = 0;
+    // Connections with lower numbers are severed.
+    std::int64_t severedBelow = std::numeric_limits<std::int64_t>::min();
+  };
+
   bool insert(const device::Link& link, Carrier carrier, std::int64_t order);
   void forget(device::PortId port, std::int64_t order);
+  bool isSeveredAt(device::PortId port, std::int64_t order) const;
 
   const device::Topology& topology_;
-  std::map<std::int64_t, device::Link> links_;
-  std::unordered_map<device::Link, std::int64_t, device::LinkHash> orders_;
-  std::unordered_map<device::PortId, Neighbours, device::PortHash> neighbours_;
-  Neighbours none_;             // for ports without connections
-  std::int64_t nextOrder_ = 0;  // initial connections have negative numbers
+  Entries links_;
+  // Ordered, because a hash table would now and then move all its entries at once.
+  std::map<device::Link, std::int64_t> orders_;
+  PortMap<Ends> ends_;
+  std::deque<device::PortId> severedPorts_;  // may have severed connections
+  Neighbours none_;                          // for ports without connections
+  std::int64_t nextOrder_ = 0;               // initial connections have negative numbers
   std::uint64_t version_ = 0;
 };
 

@@ -15,7 +15,7 @@ void Router::pass(std::span<const device::PortId> ports, const device::Message& 
 }
 
 void Router::forgetMissing(const device::Topology& topology) {
-  std::erase_if(lastTrip_, [&](const auto& passed) { return !topology.exists(passed.first); });
+  for (const device::PortId port : lastTrip_.missing(topology, lastTrip_.size())) lastTrip_.erase(port);
 }
 
 void Router::emitted(device::PortId source, const device::Message& message, device::Time now) {
@@ -68,8 +68,10 @@ void Router::pushSinks(const Step& step) {
   const auto& sinks = graph_.neighbours(step.port);
   for (const bool brought : {false, true}) {
     std::for_each(sinks.rbegin(), sinks.rend(), [&](const PatchGraph::Neighbours::value_type& sink) {
+      const device::PortId to = sink.second.port;
+      if (graph_.isSevered({step.port.group, step.port.index, to.group, to.index})) return;
       if ((step.byDevice && sink.second.carrier == PatchGraph::Carrier::Device) != brought) return;
-      ahead_.push_back({sink.second.port, step.message, step.now, brought, step.owned});
+      ahead_.push_back({to, step.message, step.now, brought, step.owned});
     });
   }
 }

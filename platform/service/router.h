@@ -5,13 +5,12 @@
 #include <functional>
 #include <memory>
 #include <span>
-#include <unordered_map>
 #include <vector>
 
 #include "platform/device/port.h"
-#include "platform/device/port_hash.h"
 #include "platform/device/topology.h"
 #include "platform/service/patch_graph.h"
+#include "platform/service/port_map.h"
 
 namespace service {
 
@@ -66,7 +65,7 @@ class Router {
   std::vector<Step> answers_;       // emitted by the device while arrived_ runs
   const Step* atDevice_ = nullptr;  // the step that arrived_ handles, or null
   std::uint64_t trip_ = 0;
-  std::unordered_map<device::PortId, std::uint64_t, device::PortHash> lastTrip_;  // the last trip that passed each port
+  PortMap<std::uint64_t> lastTrip_;  // the last trip that passed each port
 };
 
 }  // namespace service

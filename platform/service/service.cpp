@@ -1,6 +1,7 @@
 #include "platform/service/service.h"
 
 #include <algorithm>
+#include <limits>
 #include <set>
 #include <utility>
 
@@ -11,6 +12,16 @@
 #include "platform/service/tap_table.h"
 
 namespace service {
+
+namespace {
+
+// How much is done at once of what may be any amount: about a millisecond each.
+constexpr std::size_t TapsAtOnce = 2000;
+constexpr std::size_t MemoryAtOnce = 1U << 20U;
+constexpr std::size_t ChangesAtOnce = 500;
+constexpr std::size_t SourcesAtOnce = 250;  // each is an operation of the driver
+
+}  // namespace
 
 struct Service::State {
   State(std::unique_ptr<device::Driver> device, QueueLimits sizes)
@@ -30,55 +41,86 @@ struct Service::State {
   const device::Topology& topology() const { return driver->topology(); }
 
   void copyToTaps(device::PortId port, const device::Message& message, device::Time now) {
-    const TapTable::TappedPort* tapped = taps.find(port);
-    if (tapped == nullptr) return;
-    for (const Tap& tap : tapped->taps) {
-      clients.queue(tap.client)->add(tap.eventPort, port, tapped->name, tap.holderBytes, message, now);
-    }
+    taps.forEach(port, [&](const Tap& tap, const std::string& name) {
+      clients.addMessage(tap.client, tap.eventPort, port, name, tap.holderBytes, message, now);
+    });
   }
 
   bool bothExist(const device::Link& link) const {
     return topology().exists(link.source()) && topology().exists(link.sink());
   }
 
-  bool tapped(device::PortId port) const { return !taps.of(port).empty(); }
-
   // Call settle when the driver's operation has returned.
   void graphChanged(bool added, const device::Link& link) {
-    changes.push_back({graph.version(), added, link, isCarried(link)});
-    use.mark(link.source());
+    const auto carrier = graph.carrier(link);
+    changes.push_back({graph.version(), added, link, carrier && isCarried({link, *carrier})});
+    use.connectionChanged(link);
   }
 
-  bool isCarried(const device::Link& link) const {
-    if (graph.carrier(link) != PatchGraph::Carrier::Service) return false;
-    return topology().find(link.sourceGroup)->system != topology().find(link.sinkGroup)->system;
+  bool isCarried(const PatchGraph::Entry& entry) const {
+    if (entry.carrier != PatchGraph::Carrier::Service) return false;
+    const device::Group* source = topology().find(entry.link.sourceGroup);
+    const device::Group* sink = topology().find(entry.link.sinkGroup);
+    // A connection of a group that was dropped stays for a moment.
+    return source != nullptr && sink != nullptr && source->system != sink->system;
   }
 
-  // Moves the taps of ports that the device dropped to the ports that have their names now.
+  void disconnect(const device::Link& link) {
+    if (graph.disconnect(link) == device::Status::Ok) graphChanged(false, link);
+  }
+
+  // What is left of a connection whose port was removed ends, before anything else happens to the same pair.
+  void disconnectSevered(const device::Link& link) {
+    if (graph.isSevered(link)) disconnect(link);
+  }
+
+  // Work that one operation would take too long for.
+
+  void endSevered() {
+    for (const device::Link& link : graph.severed(ChangesAtOnce)) disconnect(link);
+  }
+
+  // Moves the taps of ports that the device dropped to the ports that have their names now. Ports without such a
+  // namesake keep their taps and are not looked at again until the topology changes.
   void moveTaps() {
-    for (const device::PortId port : taps.ports()) {
-      if (topology().knows(port)) continue;
-      const auto now = topology().port(taps.find(port)->name);
-      if (!now) continue;
-      taps.move(port, *now);
-      use.markAround(port);
-      use.markAround(*now);
+    std::size_t left = ChangesAtOnce;
+    while (!homeless.empty() && left > 0) {
+      const device::PortId port = homeless.back();
+      const std::string* name = taps.name(port);
+      const auto now = name == nullptr ? std::nullopt : topology().port(*name);
+      const bool wasTapped = now && taps.isTapped(*now);
+      const std::size_t moved = now ? taps.move(port, *now, left) : 0;
+      if (moved < left) homeless.pop_back();
+      if (moved > 0 && !taps.isTapped(port)) use.tapsChanged(port);
+      if (moved > 0 && !wasTapped) use.tapsChanged(*now);
+      left -= std::min(left, std::max<std::size_t>(moved, 1));
     }
   }
 
-  // Returns the tapped port of this name, which may have been removed or dropped.
-  std::optional<device::PortId> tappedPlace(ClientId client, EventPortId eventPort, std::string_view name) const {
-    for (const device::PortId port : taps.tappedBy(client, eventPort)) {
-      if (taps.find(port)->name == name) return port;
-    }
-    return std::nullopt;
+  void sweepTaps() {
+    for (const device::PortId port : taps.sweep(TapsAtOnce)) use.tapsChanged(port);
+  }
+
+  // Returns false if there was nothing to do.
+  bool work(device::Time now) {
+    const bool any = isWorkLeft();
+    sweepTaps();
+    clients.sweep(MemoryAtOnce);
+    endSevered();
+    moveTaps();
+    use.settle(SourcesAtOnce, now);
+    return any;
+  }
+
+  bool isWorkLeft() {
+    return taps.hasEnded() || clients.hasRemoved() || graph.hasSevered() || !homeless.empty() || use.isUnsettled();
   }
 
   // For a port that a message is about to pass: returns whether it was removed. Warns at the first message it misses.
   bool hasGone(device::PortId port) {
     if (topology().exists(port)) return false;
     if (goneTold.insert(port).second) {
-      notes.push_back({"port \"" + taps.find(port)->name + "\" does not exist: messages to it are lost", true});
+      notes.push_back({"port \"" + *taps.name(port) + "\" does not exist: messages to it are lost", true});
     }
     return true;
   }
@@ -95,7 +137,8 @@ struct Service::State {
   std::uint64_t lostBefore = 0;
   std::uint64_t uncountedLosses = 0;
   std::vector<Note> notes;
-  std::set<device::PortId> goneTold;  // removed ports that notes have warned of, until they return
+  std::vector<device::PortId> homeless;  // tapped ports that the device dropped, still to look at
+  std::set<device::PortId> goneTold;     // removed ports that notes have warned of, until they return
   std::uint64_t topologyVersion = 0;
 };
 
@@ -104,17 +147,18 @@ Service::Service(std::unique_ptr<device::Driver> driver, QueueLimits limits, dev
   const device::Started started = state_->driver->start(*this, now);
   state_->descriptor = started.descriptor;
   state_->graph.begin(started.links);
-  for (const device::Link& link : state_->graph.links()) state_->use.refresh(link.source(), now);
-  state_->use.settle(now);
+  for (const device::Link& link : state_->graph.links()) state_->use.connectionChanged(link);
+  state_->use.settle(std::numeric_limits<std::size_t>::max(), now);
 }
 
 Service::~Service() = default;
 
-ClientId Service::addClient() { return state_->clients.add(); }
+ClientId Service::addClient(std::uint32_t user) { return state_->clients.add(user); }
 
 void Service::removeClient(ClientId client, device::Time now) {
   state_->clients.remove(client);
-  state_->use.refreshAround(state_->taps.removeClient(client), now);
+  state_->taps.removeClient(client);
+  state_->work(now);
 }
 
 device::Status Service::tap(ClientId client, EventPortId port, std::string_view name, std::uint32_t holderBytes,
@@ -122,8 +166,10 @@ device::Status Service::tap(ClientId client, EventPortId port, std::string_view 
   if (!state_->clients.contains(client)) return device::Status::NoSession;
   const auto devicePort = state_->topology().port(name);
   if (!devicePort) return device::Status::NotFound;
+  const bool wasTapped = state_->taps.isTapped(*devicePort);
   state_->taps.add(client, port, *devicePort, holderBytes, name);
-  state_->use.refreshAround(*devicePort, now);
+  if (!wasTapped) state_->use.tapsChanged(*devicePort);
+  state_->use.settle(SourcesAtOnce, now);
   return device::Status::Ok;
 }
 
@@ -132,15 +178,17 @@ device::Status Service::untap(ClientId client, EventPortId port, std::string_vie
   // Also finds a removed port, because its tap would return with it.
   auto place = state_->topology().place(name);
   if (!place || !state_->taps.remove(client, port, *place)) {
-    place = state_->tappedPlace(client, port, name);
+    place = state_->taps.find(client, port, name);
     if (!place || !state_->taps.remove(client, port, *place)) return device::Status::Nothing;
   }
-  state_->use.refreshAround(*place, now);
+  if (!state_->taps.isTapped(*place)) state_->use.tapsChanged(*place);
+  state_->use.settle(SourcesAtOnce, now);
   return device::Status::Ok;
 }
 
 void Service::untapAll(ClientId client, EventPortId port, device::Time now) {
-  state_->use.refreshAround(state_->taps.removeAll(client, port), now);
+  state_->taps.removeAll(client, port);
+  state_->work(now);
 }
 
 device::Status Service::send(ClientId client, EventPortId port, const device::Message& message, device::Time now) {
@@ -168,24 +216,26 @@ device::Status Service::inject(ClientId client, std::string_view name, const dev
 
 device::Status Service::connect(const device::Link& link, device::Time now) {
   if (!state_->bothExist(link)) return device::Status::NotFound;
+  state_->disconnectSevered(link);
   auto status = state_->driver->patch(true, link, now);
   if (!status) {
     const std::uint64_t before = state_->graph.version();
     status = state_->graph.connect(link);
     if (state_->graph.version() != before) state_->graphChanged(true, link);
   }
-  state_->use.settle(now);
+  state_->use.settle(SourcesAtOnce, now);
   return *status;
 }
 
 device::Status Service::disconnect(const device::Link& link, device::Time now) {
   if (!state_->bothExist(link)) return device::Status::NotFound;
+  state_->disconnectSevered(link);
   auto status = state_->driver->patch(false, link, now);
   if (!status) {
     status = state_->graph.disconnect(link);
     if (status == device::Status::Ok) state_->graphChanged(false, link);
   }
-  state_->use.settle(now);
+  state_->use.settle(SourcesAtOnce, now);
   return *status;
 }
 
@@ -193,8 +243,23 @@ std::vector<device::Link> Service::links() const { return state_->graph.links();
 
 std::vector<CarriedLink> Service::connections() const {
   std::vector<CarriedLink> all;
-  for (const device::Link& link : state_->graph.links()) all.push_back({link, state_->isCarried(link)});
+  for (const auto& [number, entry] : state_->graph.entries()) all.push_back({entry.link, state_->isCarried(entry)});
   return all;
+}
+
+LinkPosition Service::firstConnection() const {
+  return {.after = std::numeric_limits<std::int64_t>::min(), .end = state_->graph.nextNumber()};
+}
+
+std::vector<CarriedLink> Service::connectionsAfter(LinkPosition& position, std::size_t most) const {
+  std::vector<CarriedLink> piece;
+  const auto& all = state_->graph.entries();
+  for (auto next = all.upper_bound(position.after); next != all.end() && next->first < position.end; ++next) {
+    if (piece.size() == most) break;
+    piece.push_back({next->second.link, state_->isCarried(next->second)});
+    position.after = next->first;
+  }
+  return piece;
 }
 
 std::uint64_t Service::graphVersion() const { return state_->graph.version(); }
@@ -206,13 +271,21 @@ const device::Topology& Service::topology() const { return state_->topology(); }
 std::uint64_t Service::topologyVersion() const { return state_->topologyVersion; }
 
 std::size_t Service::takeEvents(ClientId client, std::size_t maxBytes, std::vector<std::uint8_t>& out) {
-  TapQueue* queue = state_->clients.queue(client);
-  return queue == nullptr ? 0 : queue->take(maxBytes, out);
+  return state_->clients.take(client, maxBytes, out);
 }
 
-bool Service::hasEvents(ClientId client) const {
-  const TapQueue* queue = std::as_const(state_->clients).queue(client);
-  return queue != nullptr && !queue->empty();
+bool Service::hasEvents(ClientId client) const { return state_->clients.hasEvents(client); }
+
+std::vector<ClientId> Service::takeReadyClients() { return state_->clients.takeReady(); }
+
+std::size_t Service::waitingMemory() const { return state_->clients.memory(); }
+
+std::size_t Service::waitingMemory(std::uint32_t user) const { return state_->clients.memory(user); }
+
+std::size_t Service::dropOldest(std::size_t memory) { return state_->clients.dropOldest(memory); }
+
+std::size_t Service::dropOldestOf(std::uint32_t user, std::size_t memory) {
+  return state_->clients.dropOldestOf(user, memory);
 }
 
 ClientCounts Service::counts(ClientId client) const {
@@ -243,7 +316,7 @@ void Service::finish(device::Time now) { state_->driver->finish(now); }
 
 std::optional<device::Time> Service::advance(device::Time now) {
   const auto next = state_->driver->advance(now);
-  return state_->use.settle(now) ? now : next;
+  return state_->work(now) ? now : next;
 }
 
 void Service::emitted(device::PortId source, const device::Message& message, device::Time now) {
@@ -254,21 +327,23 @@ void Service::emitted(device::PortId source, const device::Message& message, dev
 }
 
 void Service::linked(const device::Link& link, device::Time /*now*/) {
+  state_->disconnectSevered(link);
   const std::uint64_t before = state_->graph.version();
   state_->graph.connect(link, PatchGraph::Carrier::Device);
   if (state_->graph.version() != before) state_->graphChanged(true, link);
 }
 
-void Service::unlinked(const device::Link& link, device::Time /*now*/) {
-  if (state_->graph.disconnect(link) == device::Status::Ok) state_->graphChanged(false, link);
-}
+void Service::unlinked(const device::Link& link, device::Time /*now*/) { state_->disconnect(link); }
 
-void Service::topologyChanged(device::Time now) {
-  for (const device::Link& link : state_->graph.orphans()) unlinked(link, now);
+void Service::topologyChanged(device::Time /*now*/) {
+  state_->graph.severMissing();
+  state_->endSevered();
+  state_->homeless = state_->taps.unknown(state_->topology(), std::numeric_limits<std::size_t>::max());
   state_->moveTaps();
   state_->router.forgetMissing(state_->topology());
-  std::erase_if(state_->goneTold,
-                [this](device::PortId port) { return state_->topology().exists(port) || !state_->tapped(port); });
+  std::erase_if(state_->goneTold, [this](device::PortId port) {
+    return state_->topology().exists(port) || !state_->taps.isTapped(port);
+  });
   ++state_->topologyVersion;
 }
 
@@ -278,11 +353,11 @@ void Service::lost(device::PortId source, std::uint64_t count, device::Time /*no
   // A client that taps several places misses the same messages, so it gets one loss.
   std::set<ClientId> clients;
   const auto enter = [&](device::PortId port) {
-    for (const Tap& tap : state_->taps.of(port)) clients.insert(tap.client);
+    state_->taps.forEach(port, [&](const Tap& tap, const std::string& /*name*/) { clients.insert(tap.client); });
   };
   enter(source);
   for (const auto& [order, sink] : state_->graph.neighbours(source)) enter(sink.port);
-  for (const ClientId client : clients) state_->clients.queue(client)->addLossBefore(count);
+  for (const ClientId client : clients) state_->clients.addLossBefore(client, count);
 }
 
 void Service::noted(std::string_view line) { state_->notes.push_back({std::string(line), false}); }

@@ -28,6 +28,12 @@ struct CarriedLink {
   bool carried = false;
 };
 
+// A place in the list of connections, from where it goes on.
+struct LinkPosition {
+  std::int64_t after = 0;
+  std::int64_t end = 0;
+};
+
 // A change of the patch graph, as reported to clients. added is false for a removed connection.
 struct GraphChange {
   std::uint64_t version = 0;  // of the graph after this change; the first change makes version 1
@@ -42,10 +48,15 @@ class Service : private device::DriverEvents {
   Service(std::unique_ptr<device::Driver> driver, QueueLimits limits, device::Time now);
   ~Service() override;
 
-  ClientId addClient();
+  // user: whose client it is; any number. Memory is counted for each user.
+  ClientId addClient(std::uint32_t user = 0);
 
   // Ends the client's taps and drops its waiting events. An unknown client is no error, here and below: operations that
   // return a status return NoSession, the others do nothing.
+  //
+  // No operation works for long. What would, as the end of many taps, takes effect at once for all clients, and advance
+  // cleans up in pieces: call it after each operation that takes a time. Until then the driver may still report what
+  // nobody needs, or not report yet what a tap of a sink with very many connections needs.
   void removeClient(ClientId client, device::Time now);
 
   // Taps. holderBytes: the largest event (header included) that several records may share. Repeating a tap returns Ok
@@ -68,6 +79,13 @@ class Service : private device::DriverEvents {
   device::Status disconnect(const device::Link& link, device::Time now);
   std::vector<device::Link> links() const;
   std::vector<CarriedLink> connections() const;  // like links
+
+  // The same list in pieces, between which connections may be made and removed: connectionsAfter returns up to `most`
+  // (at least 1) connections after the position and moves it; an empty piece is the end. Each connection that exists
+  // from firstConnection to the end is listed exactly once. A connection made in between is left out; one removed in
+  // between may be. So the list and all changes after the version at firstConnection make the graph of the end.
+  LinkPosition firstConnection() const;
+  std::vector<CarriedLink> connectionsAfter(LinkPosition& position, std::size_t most) const;
   std::uint64_t graphVersion() const;
   std::vector<GraphChange> takeGraphChanges();
 
@@ -83,6 +101,21 @@ class Service : private device::DriverEvents {
 
   // True if events wait for the client.
   bool hasEvents(ClientId client) const;
+
+  // Returns the clients for which events began to wait since the last call, each once. A client for which events
+  // still wait from before is not among them: look at it again when it has room.
+  std::vector<ClientId> takeReadyClients();
+
+  // Memory that the allocator spends on the events that wait for all clients, or for those of one user.
+  std::size_t waitingMemory() const;
+  std::size_t waitingMemory(std::uint32_t user) const;
+
+  // Drops the oldest waiting events of the client with the most memory, of the user with the most memory, again and
+  // again, until so much memory is free again, or nothing is left to drop. Each of these clients gets a loss in their
+  // place, and they count as lost. dropOldestOf drops events of this user's clients alone. Return how much became free.
+  // Take about 1 ms a MiB, and 1 ms for ten thousand clients.
+  std::size_t dropOldest(std::size_t memory);
+  std::size_t dropOldestOf(std::uint32_t user, std::size_t memory);
 
   // All zero for an unknown client.
   ClientCounts counts(ClientId client) const;
@@ -108,8 +141,8 @@ class Service : private device::DriverEvents {
   // See device::Started.
   int descriptor() const;
 
-  // Does the work that is due. Returns when to call again (see Driver::advance). The result holds until the next call
-  // of an operation that takes a time.
+  // Does a bounded piece of the work that is due. Returns when to call again (see Driver::advance). The result holds
+  // until the next call of an operation that takes a time.
   std::optional<device::Time> advance(device::Time now);
 
  private:

@@ -1,58 +1,93 @@
 #include "platform/service/source_use.h"
 
 #include <algorithm>
-#include <utility>
+#include <limits>
+#include <vector>
 
 namespace service {
+namespace {
+
+constexpr std::int64_t BeforeAll = std::numeric_limits<std::int64_t>::min();
+
+}  // namespace
+
+void SourceUse::connectionChanged(const device::Link& link) {
+  note(link.source(), link.sink(), graph_.carrier(link).has_value() && taps_.isTapped(link.sink()));
+  unsettled_.push_back(link.source());
+}
+
+void SourceUse::tapsChanged(device::PortId port) {
+  if (port.side == device::Side::Source) {
+    unsettled_.push_back(port);
+    return;
+  }
+  if (graph_.neighbours(port).empty()) return;
+  // A sink that waits for its turn begins again then.
+  const bool isNew = walked_.insert_or_assign(port, BeforeAll).second;
+  if (isNew) unsettled_.push_back(port);
+}
+
+bool SourceUse::settle(std::size_t most, device::Time now) {
+  if (unsettled_.empty()) return false;
+  while (most > 0 && !unsettled_.empty()) {
+    const device::PortId port = unsettled_.front();
+    unsettled_.pop_front();
+    if (port.side == device::Side::Source) {
+      refresh(port, now);
+      --most;
+    } else {
+      most -= settleSink(port, most, now);
+    }
+  }
+  return true;
+}
+
+// Returns how many sources it has looked at, at least 1.
+std::size_t SourceUse::settleSink(device::PortId sink, std::size_t most, device::Time now) {
+  const auto walk = walked_.find(sink);
+  const auto& connections = graph_.neighbours(sink);
+  std::vector<device::PortId> sources;
+  auto next = connections.upper_bound(walk->second);
+  for (; next != connections.end() && sources.size() < most; ++next) {
+    sources.push_back(next->second.port);
+    walk->second = next->first;
+  }
+  if (next == connections.end()) {
+    walked_.erase(walk);
+  } else {
+    unsettled_.push_back(sink);
+  }
+  const bool isTapped = taps_.isTapped(sink);
+  for (const device::PortId source : sources) note(source, sink, isTapped);
+  // From here on the driver may report changes.
+  for (const device::PortId source : sources) refresh(source, now);
+  return std::max<std::size_t>(sources.size(), 1);
+}
+
+void SourceUse::note(device::PortId source, device::PortId sink, bool isTapped) {
+  if (isTapped) {
+    sources_[source].tapped.insert(sink);
+  } else if (Source* known = sources_.find(source); known != nullptr) {
+    known->tapped.erase(sink);
+  }
+}
 
 bool SourceUse::isWanted(device::PortId source) const {
-  return isTapped(source) || std::ranges::any_of(graph_.neighbours(source), [this](const auto& sink) {
-           return sink.second.carrier == PatchGraph::Carrier::Service || isTapped(sink.second.port);
-         });
+  const Source* known = sources_.find(source);
+  return taps_.isTapped(source) || graph_.isCarriedByService(source) || (known != nullptr && !known->tapped.empty());
 }
 
 void SourceUse::refresh(device::PortId source, device::Time now) {
   const bool isUsed = isWanted(source);
-  if (isUsed == used_.contains(source)) return;
+  const Source* known = sources_.find(source);
+  const bool wasUsed = known != nullptr && known->isUsed;
   if (isUsed) {
-    used_.insert(source);
+    sources_[source].isUsed = true;
   } else {
-    used_.erase(source);
+    sources_.erase(source);
   }
+  if (isUsed == wasUsed) return;
   driver_.setUsed(source, isUsed, now);
-}
-
-void SourceUse::refreshAround(std::span<const device::PortId> ports, device::Time now) {
-  // A source is checked only once, even if several of the ports are connected to it.
-  std::unordered_set<device::PortId, device::PortHash> seen;
-  std::vector<device::PortId> sources;
-  const auto enter = [&](device::PortId source) {
-    if (seen.insert(source).second) sources.push_back(source);
-  };
-  for (const device::PortId port : ports) {
-    if (port.side == device::Side::Source) {
-      enter(port);
-    } else {
-      for (const auto& [order, neighbour] : graph_.neighbours(port)) enter(neighbour.port);
-    }
-  }
-  for (const device::PortId source : sources) refresh(source, now);
-}
-
-void SourceUse::markAround(device::PortId port) {
-  if (port.side == device::Side::Source) {
-    mark(port);
-  } else {
-    for (const auto& [order, neighbour] : graph_.neighbours(port)) mark(neighbour.port);
-  }
-}
-
-bool SourceUse::settle(device::Time now) {
-  const bool any = !unsettled_.empty();
-  while (!unsettled_.empty()) {
-    for (const device::PortId source : std::exchange(unsettled_, {})) refresh(source, now);
-  }
-  return any;
 }
 
 }  // namespace service

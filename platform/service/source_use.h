@@ -1,14 +1,16 @@
 // Which sources of the device somebody needs.
 #pragma once
 
-#include <span>
-#include <unordered_set>
-#include <vector>
+#include <cstddef>
+#include <cstdint>
+#include <deque>
+#include <map>
+#include <set>
 
 #include "platform/device/driver.h"
 #include "platform/device/port.h"
-#include "platform/device/port_hash.h"
 #include "platform/service/patch_graph.h"
+#include "platform/service/port_map.h"
 #include "platform/service/tap_table.h"
 
 namespace service {
@@ -16,37 +18,44 @@ namespace service {
 // A source is used while a client taps it or a sink connected to it, and while the service carries one of its
 // connections. Tells the driver when that changes (see Driver::setUsed).
 //
-// A driver may report changes inside its operations, where it must not be called: they are marked, and settled when the
-// operation has returned.
+// A driver may report changes inside its operations, where it must not be called. And a change may concern any number
+// of sources. So changes are only noted here, and settled piece by piece when the operation has returned.
 class SourceUse {
  public:
   // All must outlive this object.
   SourceUse(device::Driver& driver, const PatchGraph& graph, const TapTable& taps)
       : driver_(driver), graph_(graph), taps_(taps) {}
 
-  // The taps or connections of this source changed: tells the driver at once.
-  void refresh(device::PortId source, device::Time now);
+  // This connection was made or ended.
+  void connectionChanged(const device::Link& link);
 
-  // The taps of these ports changed: tells the driver at once.
-  void refreshAround(std::span<const device::PortId> ports, device::Time now);
-  void refreshAround(device::PortId port, device::Time now) { refreshAround({&port, 1}, now); }
+  // This port is tapped now, or no longer (see TapTable::isTapped).
+  void tapsChanged(device::PortId port);
 
-  // Marks a source whose taps or connections changed, or the sources that a change of the port's taps affects.
-  void mark(device::PortId source) { unsettled_.push_back(source); }
-  void markAround(device::PortId port);
+  // Tells the driver of changes; looks at up to `most` sources, in the order of the changes. Returns false if there was
+  // nothing to settle.
+  bool settle(std::size_t most, device::Time now);
 
-  // Tells the driver what has been marked. Returns false if nothing was.
-  bool settle(device::Time now);
+  // True while something remains to settle.
+  bool isUnsettled() const { return !unsettled_.empty(); }
 
  private:
-  bool isTapped(device::PortId port) const { return !taps_.of(port).empty(); }
+  struct Source {
+    bool isUsed = false;                // as last reported to the driver
+    std::set<device::PortId> tapped{};  // connected sinks that are tapped
+  };
+
   bool isWanted(device::PortId source) const;
+  void refresh(device::PortId source, device::Time now);
+  void note(device::PortId source, device::PortId sink, bool isTapped);
+  std::size_t settleSink(device::PortId sink, std::size_t most, device::Time now);
 
   device::Driver& driver_;
   const PatchGraph& graph_;
   const TapTable& taps_;
-  std::unordered_set<device::PortId, device::PortHash> used_;  // as last reported to the driver
-  std::vector<device::PortId> unsettled_;
+  PortMap<Source> sources_;
+  std::deque<device::PortId> unsettled_;           // each sink once
+  std::map<device::PortId, std::int64_t> walked_;  // of each unsettled sink: its connections up to here are settled
 };
 
 }  // namespace service

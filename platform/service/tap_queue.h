@@ -4,16 +4,16 @@
 #include <chrono>
 #include <cstddef>
 #include <cstdint>
-#include <deque>
+#include <map>
 #include <string>
 #include <string_view>
-#include <unordered_map>
+#include <utility>
 #include <vector>
 
 #include "platform/device/port.h"
-#include "platform/device/port_hash.h"
-#include "platform/service/byte_fifo.h"
 #include "platform/service/client_id.h"
+#include "platform/service/fifo.h"
+#include "platform/service/losses.h"
 
 namespace service {
 
@@ -29,7 +29,7 @@ class TapQueue {
  public:
   static constexpr device::Time SharingTime = std::chrono::milliseconds(10);
 
-  // limit: in bytes of stored data, both records and bookkeeping.
+  // limit: in bytes() of stored data, both records and bookkeeping.
   explicit TapQueue(std::size_t limit);
 
   // A message passed port, which is called name and which eventPort taps. holderBytes: the largest event that several
@@ -46,53 +46,60 @@ class TapQueue {
   // appended.
   std::size_t take(std::size_t maxBytes, std::vector<std::uint8_t>& out);
 
-  bool empty() const { return entries_.empty() && waitingLosses() == 0; }
+  // Drops the oldest events until memory() is smaller by at least this, or nothing but losses waits. The records become
+  // a loss in front of what remains, and count as lost, no longer as accepted. Takes up to about 1 ms a MiB.
+  void dropOldest(std::size_t memory);
+
+  bool empty() const { return entries_.empty() && newest_.kinds() == 0; }
+
+  // True if there is something that dropOldest can drop.
+  bool hasEvents() const { return !entries_.empty(); }
 
   // Stored bytes, without the ports' names (each is stored once); never above the limit.
   std::size_t bytes() const { return records_.size() + entries_.size() * sizeof(Entry); }
+
+  // Memory that the allocator spends on what waits, with names and all bookkeeping; 0 if nothing waits. At most the
+  // double of bytes(), and 16 KiB twice and some 250 bytes for each port that waiting events come from.
+  std::size_t memory() const { return records_.memory() + entries_.memory() + originMemory_; }
 
   // Records accepted and dropped in total.
   std::uint64_t accepted() const { return accepted_; }
   std::uint64_t lost() const { return lost_; }
 
  private:
-  enum class Kind : std::uint8_t { Event, Loss, LossBefore };
+  // A port that waiting events come from.
+  struct Origin {
+    std::string name{};
+    std::size_t entries = 0;
+  };
+  using Origins = std::map<device::PortId, Origin>;
 
   // An event or a loss. The events' records stand in records_ in the order of the entries.
   struct Entry {
-    std::uint64_t lostOrTime = 0;  // of a loss: how many; of an event: the time of its first record
+    std::uint64_t lostOrTime = 0;           // of a loss: how many; of an event: the time of its first record
+    Origins::value_type* origin = nullptr;  // null for a loss
     EventPortId eventPort{};
-    std::uint32_t recordBytes = 0;  // 0 for a loss
-    std::uint32_t origin = 0;       // of an event: an index into origins_
-    Kind kind = Kind::Event;
+    std::uint32_t recordBytes = 0;  // of a loss: its kind
   };
-
-  // A port that waiting events come from.
-  struct Origin {
-    device::PortId port;
-    std::string name;
-    std::size_t entries = 0;  // 0: this slot is free
-  };
+  static_assert(sizeof(Entry) == 24);
+  enum LossKind : std::uint32_t { Loss, LossBefore };
 
   bool mayJoin(const Entry& entry, EventPortId eventPort, device::PortId port, std::uint32_t holderBytes,
                std::size_t recordBytes, device::Time now) const;
-  std::uint32_t enterOrigin(device::PortId port, std::string_view name);
-  void leaveOrigin(std::uint32_t index);
-
-  std::size_t waitingLosses() const {
-    return (dropped_ > 0 ? 1U : 0U) + (lostBefore_ > 0 ? 1U : 0U) + (lostUncounted_ ? 1U : 0U);
-  }
+  Origins::value_type* enterOrigin(device::PortId port, std::string_view name);
+  void leaveOrigin(Origins::value_type* origin);
+  static std::size_t memoryOf(const Origin& origin);
+  static Losses lossesOf(const Entry& entry);
   void enterLosses();
+  void dropFront(std::vector<std::uint8_t>& records);
 
   std::size_t limit_;
-  std::deque<Entry> entries_;  // oldest first
-  ByteFifo records_;
-  std::vector<Origin> origins_;
-  std::vector<std::uint32_t> freeOrigins_;
-  std::unordered_map<device::PortId, std::uint32_t, device::PortHash> originOf_;
-  std::uint64_t dropped_ = 0;     // since the last accepted record
-  std::uint64_t lostBefore_ = 0;  // likewise
-  bool lostUncounted_ = false;    // likewise; an unknown number was lost
+  Fifo<Entry> entries_;
+  Fifo<std::uint8_t> records_;
+  Origins origins_;
+  std::size_t originMemory_ = 0;
+  Losses oldest_;  // before the first entry
+  Losses newest_;  // since the last accepted record
   std::uint64_t accepted_ = 0;
   std::uint64_t lost_ = 0;
   std::uint32_t sequence_ = 0;

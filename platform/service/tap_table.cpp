@@ -1,116 +1,194 @@
 #include "platform/service/tap_table.h"
 
-#include <algorithm>
+#include <utility>
 
 namespace service {
 
 bool TapTable::add(ClientId client, EventPortId eventPort, device::PortId port, std::uint32_t holderBytes,
                    std::string_view name) {
-  auto& [portName, taps] = taps_[port];
-  const auto same = [&](const Tap& tap) { return tap.client == client && tap.eventPort == eventPort; };
-  if (std::ranges::any_of(taps, same)) return false;
-  portName = name;
-  taps.push_back({client, eventPort, holderBytes, nextOrder_});
-  tapped_[{client, eventPort}].emplace(nextOrder_, port);
+  Client& known = clients_[client];
+  std::unique_ptr<EventPort>& owner = known.eventPorts[eventPort];
+  if (!owner) owner = std::make_unique<EventPort>(EventPort{.client = client, .id = eventPort});
+  if (owner->orders.find(port) != nullptr) return false;
+  TappedPort& tapped = enter(port, name);
+  tapped.taps.append({nextOrder_, owner.get(), client, eventPort, holderBytes});
+  owner->places.append({nextOrder_, port});
+  owner->orders[port] = nextOrder_;
+  ++known.taps;
   ++nextOrder_;
   return true;
 }
 
 bool TapTable::remove(ClientId client, EventPortId eventPort, device::PortId port) {
-  const auto taps = of(port);
-  const auto same = [&](const Tap& tap) { return tap.client == client && tap.eventPort == eventPort; };
-  const auto found = std::ranges::find_if(taps, same);
-  if (found == taps.end()) return false;
-  const std::uint64_t order = found->order;
-  dropFromPort(port, order, nullptr);
-  const auto ports = tapped_.find({client, eventPort});
-  ports->second.erase(order);
-  if (ports->second.empty()) tapped_.erase(ports);
+  const EventPort* const owner = find(client, eventPort);
+  const std::uint64_t* const order = owner == nullptr ? nullptr : owner->orders.find(port);
+  if (order == nullptr) return false;
+  Client& known = clients_.at(client);
+  dropFromPort(port, *order);
+  forget(*known.eventPorts.at(eventPort), *order, port);
   return true;
 }
 
-std::vector<device::PortId> TapTable::removeAll(ClientId client, EventPortId eventPort) {
-  std::vector<device::PortId> ended;
-  const auto ports = tapped_.find({client, eventPort});
-  if (ports == tapped_.end()) return ended;
-  for (const auto& [order, port] : ports->second) dropFromPort(port, order, &ended);
-  tapped_.erase(ports);
-  return ended;
+void TapTable::removeAll(ClientId client, EventPortId eventPort) {
+  const auto known = clients_.find(client);
+  if (known == clients_.end()) return;
+  const auto found = known->second.eventPorts.find(eventPort);
+  if (found == known->second.eventPorts.end()) return;
+  known->second.taps -= static_cast<std::uint32_t>(found->second->places.size());
+  end(std::move(found->second));
+  known->second.eventPorts.erase(found);
+  if (known->second.eventPorts.empty()) clients_.erase(known);
 }
 
-std::vector<device::PortId> TapTable::removeClient(ClientId client) {
-  std::vector<device::PortId> ended;
-  auto ports = tapped_.lower_bound({client, EventPortId{0}});
-  while (ports != tapped_.end() && ports->first.first == client) {
-    for (const auto& [order, port] : ports->second) dropFromPort(port, order, &ended);
-    ports = tapped_.erase(ports);
+void TapTable::removeClient(ClientId client) {
+  const auto known = clients_.find(client);
+  if (known == clients_.end()) return;
+  for (auto& [id, eventPort] : known->second.eventPorts) end(std::move(eventPort));
+  clients_.erase(known);
+}
+
+void TapTable::end(std::unique_ptr<EventPort> eventPort) {
+  eventPort->ended = true;
+  ended_.push_back(std::move(eventPort));
+}
+
+std::vector<device::PortId> TapTable::sweep(std::size_t most) {
+  std::vector<device::PortId> freed;
+  while (!ended_.empty()) {
+    EventPort& owner = *ended_.front();
+    for (; most > 0 && !owner.places.empty(); --most) {
+      const TappedPlace last = owner.places.back();
+      if (dropFromPort(last.port, last.order)) freed.push_back(last.port);
+      owner.places.remove(last.order);
+      owner.orders.erase(last.port);
+    }
+    if (!owner.places.empty()) break;
+    ended_.pop_front();
   }
-  return ended;
+  return freed;
 }
 
-std::span<const Tap> TapTable::of(device::PortId port) const {
-  const auto found = taps_.find(port);
-  if (found == taps_.end()) return {};
-  return found->second.taps;
+bool TapTable::contains(ClientId client, EventPortId eventPort, device::PortId port) const {
+  const EventPort* owner = find(client, eventPort);
+  return owner != nullptr && owner->orders.find(port) != nullptr;
 }
 
-const TapTable::TappedPort* TapTable::find(device::PortId port) const {
-  const auto found = taps_.find(port);
-  return found == taps_.end() ? nullptr : &found->second;
+std::optional<device::PortId> TapTable::find(ClientId client, EventPortId eventPort, std::string_view name) const {
+  const auto [first, last] = byName_.equal_range(name);
+  for (auto at = first; at != last; ++at) {
+    if (contains(client, eventPort, at->second)) return at->second;
+  }
+  return std::nullopt;
 }
 
-std::vector<device::PortId> TapTable::ports() const {
-  std::vector<device::PortId> all;
-  all.reserve(taps_.size());
-  for (const auto& [port, tapped] : taps_) all.push_back(port);
-  return all;
+std::vector<Tap> TapTable::of(device::PortId port) const {
+  std::vector<Tap> taps;
+  forEach(port, [&](const Tap& tap, const std::string& /*name*/) { taps.push_back(tap); });
+  return taps;
 }
 
-void TapTable::move(device::PortId from, device::PortId to) {
-  const auto found = taps_.find(from);
-  if (found == taps_.end() || from == to) return;
-  const TappedPort moved = std::move(found->second);
-  taps_.erase(found);
-  TappedPort& into = taps_[to];
-  into.name = moved.name;
-  for (const Tap& tap : moved.taps) {
-    TappedPorts& ports = tapped_.at({tap.client, tap.eventPort});
-    const auto same = [&](const Tap& one) { return one.client == tap.client && one.eventPort == tap.eventPort; };
-    if (std::ranges::any_of(into.taps, same)) {
-      ports.erase(tap.order);
+const std::string* TapTable::name(device::PortId port) const {
+  const TappedPort* tapped = ports_.find(port);
+  return tapped == nullptr ? nullptr : &tapped->name;
+}
+
+std::size_t TapTable::move(device::PortId from, device::PortId to, std::size_t most) {
+  TappedPort* const source = ports_.find(from);
+  if (source == nullptr || from == to) return 0;
+  std::vector<Place> moved;
+  while (moved.size() < most && !source->taps.empty()) {
+    moved.push_back(source->taps.back());
+    source->taps.remove(moved.back().order);
+  }
+  const std::size_t count = moved.size();
+  std::vector<Place> entered;
+  TappedPort& into = enter(to, source->name);
+  for (auto place = moved.rbegin(); place != moved.rend(); ++place) {
+    EventPort& owner = *place->owner;
+    if (owner.orders.find(to) != nullptr) {
+      // This event port taps both: one tap remains.
+      if (!owner.ended) --clients_.at(owner.client).taps;
+      owner.places.remove(place->order);
+      owner.orders.erase(from);
       continue;
     }
-    into.taps.push_back(tap);
-    ports.at(tap.order) = to;
+    owner.places.find(place->order)->port = to;
+    owner.orders.erase(from);
+    owner.orders[to] = place->order;
+    entered.push_back(*place);
   }
-  std::ranges::sort(into.taps, {}, &Tap::order);
+  into.taps.merge(entered);
+  if (source->taps.empty()) leave(from);
+  return count;
 }
 
 std::uint32_t TapTable::count(ClientId client) const {
-  std::uint32_t count = 0;
-  for (auto ports = tapped_.lower_bound({client, EventPortId{0}});
-       ports != tapped_.end() && ports->first.first == client; ++ports) {
-    count += static_cast<std::uint32_t>(ports->second.size());
-  }
-  return count;
+  const auto known = clients_.find(client);
+  return known == clients_.end() ? 0 : known->second.taps;
+}
+
+std::size_t TapTable::eventPorts(ClientId client) const {
+  const auto known = clients_.find(client);
+  return known == clients_.end() ? 0 : known->second.eventPorts.size();
 }
 
 std::vector<device::PortId> TapTable::tappedBy(ClientId client, EventPortId eventPort) const {
   std::vector<device::PortId> ports;
-  const auto found = tapped_.find({client, eventPort});
-  if (found == tapped_.end()) return ports;
-  ports.reserve(found->second.size());
-  for (const auto& [order, port] : found->second) ports.push_back(port);
+  const EventPort* owner = find(client, eventPort);
+  if (owner == nullptr) return ports;
+  ports.reserve(owner->places.size());
+  owner->places.forEach([&](const TappedPlace& place) { ports.push_back(place.port); });
   return ports;
 }
 
-// Appends the port to ended (if not null) if this was its last tap.
-void TapTable::dropFromPort(device::PortId port, std::uint64_t order, std::vector<device::PortId>* ended) {
-  const auto found = taps_.find(port);
-  std::erase_if(found->second.taps, [&](const Tap& tap) { return tap.order == order; });
-  if (!found->second.taps.empty()) return;
-  taps_.erase(found);
-  if (ended != nullptr) ended->push_back(port);
+const TapTable::EventPort* TapTable::find(ClientId client, EventPortId eventPort) const {
+  const auto known = clients_.find(client);
+  if (known == clients_.end()) return nullptr;
+  const auto found = known->second.eventPorts.find(eventPort);
+  return found == known->second.eventPorts.end() ? nullptr : found->second.get();
+}
+
+// A tap of an event port that has not ended is gone from its port.
+void TapTable::forget(EventPort& owner, std::uint64_t order, device::PortId port) {
+  owner.places.remove(order);
+  owner.orders.erase(port);
+  Client& known = clients_.at(owner.client);
+  --known.taps;
+  if (!owner.places.empty()) return;
+  const ClientId client = owner.client;
+  known.eventPorts.erase(owner.id);
+  if (known.eventPorts.empty()) clients_.erase(client);
+}
+
+// Returns true if this was the port's last tap.
+bool TapTable::dropFromPort(device::PortId port, std::uint64_t order) {
+  TappedPort* tapped = ports_.find(port);
+  tapped->taps.remove(order);
+  if (!tapped->taps.empty()) return false;
+  leave(port);
+  return true;
+}
+
+TapTable::TappedPort& TapTable::enter(device::PortId port, std::string_view name) {
+  if (TappedPort* known = ports_.find(port); known != nullptr) {
+    if (known->name == name) return *known;
+    leaveName(port, *known);
+  }
+  TappedPort& tapped = ports_[port];
+  tapped.name = name;
+  byName_.emplace(tapped.name, port);
+  return tapped;
+}
+
+void TapTable::leave(device::PortId port) {
+  leaveName(port, *ports_.find(port));
+  ports_.erase(port);
+}
+
+void TapTable::leaveName(device::PortId port, const TappedPort& tapped) {
+  auto [at, end] = byName_.equal_range(tapped.name);
+  while (at != end && at->second != port) ++at;
+  if (at != end) byName_.erase(at);
 }
 
 }  // namespace service

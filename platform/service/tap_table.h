@@ -1,18 +1,21 @@
 // Which client taps which port.
 #pragma once
 
+#include <cstddef>
 #include <cstdint>
+#include <deque>
 #include <map>
-#include <span>
+#include <memory>
+#include <optional>
 #include <string>
 #include <string_view>
 #include <unordered_map>
-#include <utility>
 #include <vector>
 
 #include "platform/device/port.h"
-#include "platform/device/port_hash.h"
 #include "platform/service/client_id.h"
+#include "platform/service/ordered_list.h"
+#include "platform/service/port_map.h"
 
 namespace service {
 
@@ -25,14 +28,11 @@ struct Tap {
 };
 
 // The taps of all clients. A tap is a client, one of its event ports, and a device port with its name.
+//
+// Making, finding and ending one tap costs the same however many there are, on the port, of the client, or in all. Many
+// taps that end together end at once for everybody, and leave work behind that sweep does in pieces.
 class TapTable {
  public:
-  // The taps and the name of one port, also after the port was removed or dropped.
-  struct TappedPort {
-    std::string name;
-    std::vector<Tap> taps;  // in the order of tapping
-  };
-
   // Returns false, without a change, if this tap already exists.
   bool add(ClientId client, EventPortId eventPort, device::PortId port, std::uint32_t holderBytes,
            std::string_view name);
@@ -40,36 +40,105 @@ class TapTable {
   // Returns false if there is no such tap.
   bool remove(ClientId client, EventPortId eventPort, device::PortId port);
 
-  // Ends all taps of an event port, or of a client. Returns the ports that now have no tap, each once.
-  std::vector<device::PortId> removeAll(ClientId client, EventPortId eventPort);
-  std::vector<device::PortId> removeClient(ClientId client);
+  // End all taps of an event port, or of a client.
+  void removeAll(ClientId client, EventPortId eventPort);
+  void removeClient(ClientId client);
 
-  // Returns the taps of a port, in the order of tapping. Valid until the next change.
-  std::span<const Tap> of(device::PortId port) const;
+  // Forgets up to `most` taps that removeAll or removeClient ended. Returns the ports that now have no tap, each once.
+  std::vector<device::PortId> sweep(std::size_t most);
 
-  // Like of, with the port's name; null if the port has no taps. Valid until the next change.
-  const TappedPort* find(device::PortId port) const;
+  // True while sweep has work.
+  bool hasEnded() const { return !ended_.empty(); }
 
-  // All ports that have taps, in no particular order.
-  std::vector<device::PortId> ports() const;
+  bool contains(ClientId client, EventPortId eventPort, device::PortId port) const;
 
-  // Moves all taps of one port to another, where they stand in the order of tapping.
-  void move(device::PortId from, device::PortId to);
+  // True if the port has taps, also while all of them have ended and sweep has not come to them yet.
+  bool isTapped(device::PortId port) const { return ports_.find(port) != nullptr; }
 
-  // How many taps a client has.
+  // Returns the port that this event port tapped under this name, which may have been removed or dropped.
+  std::optional<device::PortId> find(ClientId client, EventPortId eventPort, std::string_view name) const;
+
+  // Calls visit(tap, name) for the taps of a port, in the order of tapping. The name is the port's, also after it was
+  // removed or dropped. visit must not change the table.
+  template <class Visit>
+  void forEach(device::PortId port, const Visit& visit) const {
+    const TappedPort* tapped = ports_.find(port);
+    if (tapped == nullptr) return;
+    tapped->taps.forEach([&](const Place& place) {
+      if (!place.owner->ended) visit(place.tap(), tapped->name);
+    });
+  }
+
+  // The taps of a port, in the order of tapping.
+  std::vector<Tap> of(device::PortId port) const;
+
+  // The name of a tapped port (see isTapped); else null. Valid until the port's last tap is gone.
+  const std::string* name(device::PortId port) const;
+
+  // Up to `most` ports that have taps, but no place in the topology any more.
+  std::vector<device::PortId> unknown(const device::Topology& topology, std::size_t most) const {
+    return ports_.unknown(topology, most);
+  }
+
+  // Moves up to `most` taps of one port to another, where they stand in the order of tapping. Returns how many it has
+  // looked at; fewer than `most` if none is left.
+  std::size_t move(device::PortId from, device::PortId to, std::size_t most);
+
+  // How many taps, and event ports with taps, a client has.
   std::uint32_t count(ClientId client) const;
+  std::size_t eventPorts(ClientId client) const;
 
   // Returns the ports that an event port taps, in the order of tapping.
   std::vector<device::PortId> tappedBy(ClientId client, EventPortId eventPort) const;
 
  private:
-  using EventPortKey = std::pair<ClientId, EventPortId>;
-  using TappedPorts = std::map<std::uint64_t, device::PortId>;  // by order
+  struct TappedPlace {
+    std::uint64_t order = 0;
+    device::PortId port;
+  };
 
-  void dropFromPort(device::PortId port, std::uint64_t order, std::vector<device::PortId>* ended);
+  // An event port that has taps. After it has ended, the same event port may tap again, as another one.
+  struct EventPort {
+    ClientId client{};
+    EventPortId id{};
+    bool ended = false;
+    OrderedList<TappedPlace> places{};
+    PortMap<std::uint64_t> orders{};  // of its taps
+  };
 
-  std::unordered_map<device::PortId, TappedPort, device::PortHash> taps_;
-  std::map<EventPortKey, TappedPorts> tapped_;
+  // A tap, as its port knows it.
+  struct Place {
+    std::uint64_t order = 0;
+    EventPort* owner = nullptr;
+    ClientId client{};  // the owner's; repeated here, because each message needs it
+    EventPortId eventPort{};
+    std::uint32_t holderBytes = 0;
+
+    Tap tap() const { return {client, eventPort, holderBytes, order}; }
+  };
+
+  struct TappedPort {
+    std::string name;
+    OrderedList<Place> taps;
+  };
+
+  struct Client {
+    std::uint32_t taps = 0;
+    std::map<EventPortId, std::unique_ptr<EventPort>> eventPorts;
+  };
+
+  const EventPort* find(ClientId client, EventPortId eventPort) const;
+  TappedPort& enter(device::PortId port, std::string_view name);
+  void leave(device::PortId port);
+  void leaveName(device::PortId port, const TappedPort& tapped);
+  void end(std::unique_ptr<EventPort> eventPort);
+  void forget(EventPort& owner, std::uint64_t order, device::PortId port);
+  bool dropFromPort(device::PortId port, std::uint64_t order);
+
+  PortMap<TappedPort> ports_;
+  std::multimap<std::string_view, device::PortId> byName_;  // views of the names in ports_
+  std::unordered_map<ClientId, Client> clients_;
+  std::deque<std::unique_ptr<EventPort>> ended_;
   std::uint64_t nextOrder_ = 0;
 };
 

@@ -110,14 +110,43 @@ TEST(PatchGraph, HundredThousandConnectionsOfOnePortStayFast) {
   EXPECT_TRUE(graph.links().empty());
 }
 
-TEST(PatchGraph, OrphansAreConnectionsOfPortsThatHaveGone) {
+TEST(PatchGraph, ConnectionsOfPortsThatHaveGoneAreSevered) {
   device::Topology topology = evenTopology(2, 2);
-  PatchGraph graph(topology, {link(out(0, 0), in(1, 0)), link(out(1, 1), in(0, 1)), link(out(0, 0), in(0, 0))});
-  EXPECT_TRUE(graph.orphans().empty());
+  const device::Link across = link(out(0, 0), in(1, 0));
+  const device::Link back = link(out(1, 1), in(0, 1));
+  const device::Link within = link(out(0, 0), in(0, 0));
+  PatchGraph graph(topology, {across, back, within});
+  graph.severMissing();
+  EXPECT_FALSE(graph.hasSevered());
   topology = evenTopology(2, 1);
-  EXPECT_EQ(graph.orphans(), std::vector{link(out(1, 1), in(0, 1))});
+  graph.severMissing();
+  EXPECT_EQ(graph.severed(9), std::vector{back});
+  EXPECT_TRUE(graph.isSevered(back));
+  EXPECT_FALSE(graph.isSevered(across));
   topology = evenTopology(1, 1);
-  EXPECT_EQ(graph.orphans(), (std::vector{link(out(0, 0), in(1, 0)), link(out(1, 1), in(0, 1))}));
+  graph.severMissing();
+  EXPECT_EQ(graph.severed(9), (std::vector{across, back}));
+  EXPECT_EQ(graph.severed(1).size(), 1U);
+  for (const device::Link& link : {across, back}) EXPECT_EQ(graph.disconnect(link), Status::Ok);
+  EXPECT_FALSE(graph.hasSevered());
+  EXPECT_TRUE(graph.severed(9).empty());
+  EXPECT_EQ(graph.links(), std::vector{within});
+}
+
+TEST(PatchGraph, SeveredConnectionStaysSeveredWhenItsPortReturns) {
+  device::Topology topology = evenTopology(2, 2);
+  const device::Link across = link(out(0, 0), in(1, 0));
+  PatchGraph graph(topology, {across});
+  topology = evenTopology(1, 2);
+  graph.severMissing();
+  topology = evenTopology(2, 2);
+  graph.severMissing();
+  EXPECT_TRUE(graph.isSevered(across));
+  EXPECT_EQ(graph.severed(9), std::vector{across});
+  EXPECT_EQ(graph.disconnect(across), Status::Ok);
+  EXPECT_EQ(graph.connect(across), Status::Ok);
+  EXPECT_FALSE(graph.isSevered(across));
+  EXPECT_FALSE(graph.hasSevered());
 }
 
 }  // namespace

@@ -157,6 +157,35 @@ TEST(Service, ConnectionsChangeForEverybodyAndAreReported) {
   EXPECT_TRUE(house.service->links().empty());
 }
 
+// Connections of a small device, listed in pieces of one and of two.
+TEST(Service, ListInPiecesHasEachConnectionOnceWhateverChangesInBetween) {
+  const device::Link second = link(out(0, 0), in(2, 0));
+  const device::Link third = link(out(1, 1), in(0, 0));
+  const device::Link fourth = link(out(3, 0), in(3, 1));
+  const device::Link fresh = link(out(2, 0), in(3, 0));
+  for (const std::size_t most : {1U, 2U}) {
+    House house({Keys, second, third});
+    house.service->connect(fourth, {});
+    LinkPosition position = house.service->firstConnection();
+    std::vector<device::Link> listed;
+    const auto next = [&] {
+      const auto piece = house.service->connectionsAfter(position, most);
+      EXPECT_LE(piece.size(), most);
+      for (const CarriedLink& one : piece) listed.push_back(one.link);
+      return !piece.empty();
+    };
+    EXPECT_TRUE(next());
+    house.service->disconnect(Keys, {});
+    house.service->connect(Keys, {});
+    house.service->connect(fresh, {});
+    house.service->disconnect(third, {});
+    house.service->connect(third, {});
+    while (next()) house.service->connect(link(out(3, 1), in(3, 1)), {});
+    EXPECT_EQ(listed, (std::vector{Keys, second, fourth})) << "third ended before its turn, and another one came later";
+    EXPECT_FALSE(next());
+  }
+}
+
 TEST(Service, DeviceEmitsWhileItAdvances) {
   House house({Keys}, {}, [](TestDevice& device) {
     device.onAdvance = [](device::DriverEvents& events, device::Time now) -> std::optional<device::Time> {

@@ -82,6 +82,78 @@ TEST(TapQueue, RecordAfterALossDoesNotJoinTheEventBeforeIt) {
   EXPECT_EQ(textsOf(roomy.take()), (Texts{"1 G0Out1: 90 01 01", "lost 1", "1 G0Out1: 90 03 01", "1 G0Out1: 90 04 01"}));
 }
 
+TEST(TapQueue, DroppedEventsAreALossBeforeWhatRemains) {
+  Queue q;
+  const auto note = [&](std::uint8_t number, int at) { q.add({0x90, number, 1}, milliseconds(20 * at)); };
+  note(1, 1);
+  note(2, 1);
+  note(3, 2);
+  q.queue.addLossBefore(5);
+  note(4, 3);
+  EXPECT_EQ(q.queue.accepted(), 4U);
+  q.queue.dropOldest(1);
+  EXPECT_EQ(q.queue.lost(), 4U) << "so few events stand in one chunk of memory";
+  EXPECT_EQ(q.queue.accepted(), 0U);
+  EXPECT_EQ(q.queue.memory(), 0U);
+  EXPECT_FALSE(q.queue.hasEvents());
+  EXPECT_FALSE(q.queue.empty());
+  note(5, 4);
+  EXPECT_EQ(textsOf(q.take()), (Texts{"lost 4", "lost before 5", "1 G0Out1: 90 05 01"}));
+  EXPECT_TRUE(q.queue.empty());
+  q.queue.dropOldest(1);
+  EXPECT_TRUE(q.queue.empty());
+}
+
+// Numbered messages, some of which find no room, some of which are dropped later; and losses before the service. Each
+// number is read or lies in a loss of the right size and place.
+TEST(TapQueue, EveryMessageIsReadOrLostInItsPlaceHoweverMuchIsDropped) {
+  std::uint32_t random = 1;
+  const auto chance = [&](std::uint32_t of) {
+    random = random * 1664525U + 1013904223U;
+    return (random >> 8U) % of == 0;
+  };
+  Queue q(60'000);
+  std::uint32_t sent = 0;
+  std::uint32_t next = 0;
+  std::uint64_t lost = 0;
+  std::uint64_t before = 0;
+  std::uint64_t expectedBefore = 0;
+  const auto read = [&](const std::vector<Received>& all) {
+    for (const Received& one : all) {
+      if (one.lostBefore) {
+        before += *one.lostBefore;
+      } else if (one.lost > 0) {
+        lost += one.lost;
+        next += static_cast<std::uint32_t>(one.lost);
+      } else {
+        const Bytes& bytes = one.message;
+        ASSERT_EQ(bytes[1] << 16U | bytes[2] << 8U | bytes[3], next);
+        ++next;
+      }
+    }
+  };
+  for (int turn = 0; turn < 100'000; ++turn) {
+    q.add({0xF0, static_cast<std::uint8_t>(sent >> 16U), static_cast<std::uint8_t>(sent >> 8U),
+           static_cast<std::uint8_t>(sent)},
+          microseconds(100 * turn), out(0, chance(3) ? 1 : 0));
+    ++sent;
+    if (chance(50)) {
+      q.queue.addLossBefore(3);
+      expectedBefore += 3;
+    }
+    if (chance(100)) q.queue.dropOldest(chance(5) ? 1'000'000 : 5'000);
+    if (chance(80)) read(q.take(3'000));
+  }
+  read(q.take());
+  EXPECT_EQ(next, sent);
+  EXPECT_EQ(before, expectedBefore);
+  EXPECT_EQ(lost, q.queue.lost());
+  EXPECT_EQ(q.queue.accepted() + q.queue.lost(), sent);
+  EXPECT_GT(q.queue.accepted(), 10'000U);
+  EXPECT_GT(q.queue.lost(), 1'000U);
+  EXPECT_EQ(q.queue.memory(), 0U);
+}
+
 TEST(TapQueue, MessageLargerThanTheQueueIsLost) {
   Queue q(1000);
   q.add(Bytes(1000 - EventCost - 6, 0xF0));

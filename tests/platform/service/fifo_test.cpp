@@ -1,4 +1,4 @@
-#include "platform/service/byte_fifo.h"
+#include "platform/service/fifo.h"
 
 #include <gtest/gtest.h>
 
@@ -9,9 +9,10 @@ namespace service {
 namespace {
 
 using Bytes = std::vector<std::uint8_t>;
+using ByteFifo = Fifo<std::uint8_t>;
 
-TEST(ByteFifo, GivesBackTheBytesInAnyPieces) {
-  constexpr std::size_t Chunk = ByteFifo::ChunkBytes;
+TEST(Fifo, GivesBackTheBytesInAnyPieces) {
+  constexpr std::size_t Chunk = ByteFifo::MaxChunkBytes;
   const std::size_t pieces[] = {1, Chunk - 1, Chunk, Chunk + 1, 3 * Chunk, 0, 7, 2 * Chunk - 7};
   ByteFifo fifo;
   std::deque<std::uint8_t> expected;
@@ -36,7 +37,7 @@ TEST(ByteFifo, GivesBackTheBytesInAnyPieces) {
   EXPECT_EQ(last, Bytes(expected.begin(), expected.end()));
 }
 
-TEST(ByteFifo, AppendsToWhatIsThere) {
+TEST(Fifo, AppendsToWhatIsThere) {
   ByteFifo fifo;
   fifo.append(Bytes{2, 3});
   Bytes bytes = {1};
@@ -44,18 +45,18 @@ TEST(ByteFifo, AppendsToWhatIsThere) {
   EXPECT_EQ(bytes, (Bytes{1, 2, 3}));
 }
 
-TEST(ByteFifo, GivesItsMemoryBackAsItIsRead) {
+TEST(Fifo, GivesItsMemoryBackAsItIsRead) {
   ByteFifo fifo;
-  fifo.append(Bytes(100 * ByteFifo::ChunkBytes));
+  fifo.append(Bytes(100 * ByteFifo::MaxChunkBytes));
   EXPECT_EQ(fifo.chunkCount(), 100U);
   Bytes bytes;
-  fifo.moveTo(90 * ByteFifo::ChunkBytes + 1, bytes);
+  fifo.moveTo(90 * ByteFifo::MaxChunkBytes + 1, bytes);
   EXPECT_EQ(fifo.chunkCount(), 10U);
   fifo.moveTo(fifo.size(), bytes);
   EXPECT_LE(fifo.chunkCount(), 1U);
 }
 
-TEST(ByteFifo, SmallBacklogHoldsLittleMemory) {
+TEST(Fifo, SmallBacklogHoldsLittleMemory) {
   ByteFifo fifo;
   Bytes bytes;
   for (int i = 0; i < 100'000; ++i) {
@@ -65,6 +66,43 @@ TEST(ByteFifo, SmallBacklogHoldsLittleMemory) {
   }
   EXPECT_EQ(bytes.size(), 900'000U);
   EXPECT_LE(fifo.chunkCount(), 1U);
+}
+
+TEST(Fifo, ChunksAreAsLargeAsWhatWaits) {
+  ByteFifo fifo;
+  EXPECT_EQ(fifo.memory(), 0U);
+  fifo.append(Bytes(9));
+  EXPECT_LT(fifo.memory(), 400U);
+  std::size_t size = 9;
+  while (size < 1'000'000) {
+    fifo.append(Bytes(9));
+    size += 9;
+    ASSERT_GE(fifo.memory(), size);
+    ASSERT_LE(fifo.memory(), 2 * size + 1000);
+  }
+  Bytes bytes;
+  fifo.moveTo(size - 9, bytes);
+  EXPECT_LE(fifo.memory(), 2 * ByteFifo::MaxChunkBytes);
+  fifo.moveTo(9, bytes);
+  EXPECT_EQ(fifo.memory(), 0U);
+}
+
+TEST(Fifo, HoldsItemsThatAreNoBytes) {
+  struct Pair {
+    std::uint64_t one = 0;
+    std::uint64_t two = 0;
+  };
+  Fifo<Pair> fifo;
+  for (std::uint64_t i = 0; i < 10'000; ++i) {
+    fifo.append({i, 0});
+    fifo.back().two = i * i;
+  }
+  for (std::uint64_t i = 0; i < 10'000; ++i) {
+    ASSERT_EQ(fifo.front().one, i);
+    ASSERT_EQ(fifo.front().two, i * i);
+    fifo.pop();
+  }
+  EXPECT_TRUE(fifo.empty());
 }
 
 }  // namespace

@@ -1,0 +1,241 @@
+// No single operation keeps others waiting for long, however much there is.
+#include <gtest/gtest.h>
+
+#include <algorithm>
+#include <string>
+#include <utility>
+#include <vector>
+
+#include "tests/platform/service/house.h"
+#include "tests/platform/service/longest.h"
+
+namespace service {
+namespace {
+
+using device::Status;
+
+// A device that says nothing, with two groups of 60,000 ports a side.
+constexpr std::uint16_t ManyPorts = 60'000;
+
+struct LargeHouse : House {
+  LargeHouse() : House({}, {}, nullptr, evenTopology(2, ManyPorts)) { told.reserve(8 * ManyPorts); }
+
+  // Does all work that is left. Returns how many slices it took.
+  int finishWork() {
+    for (int slices = 0;; ++slices) {
+      if (!longest([&] { return service->advance({}); })) return slices;
+    }
+  }
+
+  void tapMany(ClientId client, std::uint32_t eventPorts, std::uint32_t ports) {
+    for (std::uint32_t port = 0; port < ports; ++port) {
+      const std::string name = "G0Out" + std::to_string(port + 1);
+      for (std::uint32_t eventPort = 0; eventPort < eventPorts; ++eventPort) {
+        const auto status = longest([&] { return service->tap(client, EventPortId{eventPort}, name, Holder, {}); });
+        ASSERT_EQ(status, Status::Ok);
+      }
+    }
+    told.clear();
+  }
+
+  Longest longest;
+};
+
+TEST(Slices, ClientWithManyTapsLeavesInPieces) {
+  for (const auto& [eventPorts, ports] : {std::pair{4U, 50'000U}, std::pair{1000U, 200U}}) {
+    LargeHouse house;
+    const ClientId client = house.service->addClient();
+    house.tapMany(client, eventPorts, ports);
+    house.longest([&] { house.service->removeClient(client, {}); });
+    EXPECT_GT(house.finishWork(), 10);
+    EXPECT_EQ(house.told.size(), ports) << "no source is used any more";
+    EXPECT_LT(house.longest.time(), LongestAllowed) << eventPorts << " taps on each of " << ports << " ports";
+  }
+}
+
+TEST(Slices, AllTapsOfAnEventPortEndInPieces) {
+  LargeHouse house;
+  const ClientId client = house.service->addClient();
+  house.tapMany(client, 1, ManyPorts);
+  house.longest([&] { house.service->untapAll(client, EventPortId{0}, {}); });
+  EXPECT_EQ(house.service->counts(client).taps, 0U);
+  EXPECT_GT(house.finishWork(), 10);
+  EXPECT_EQ(house.told.size(), ManyPorts);
+  EXPECT_LT(house.longest.time(), LongestAllowed);
+}
+
+// What ends in pieces has ended for everybody at once.
+TEST(Slices, TapsThatEndedGetNothingWhileTheyAreCleanedUp) {
+  constexpr std::uint32_t Many = 20'000;
+  LargeHouse house;
+  const ClientId leaver = house.service->addClient();
+  const ClientId stayer = house.service->addClient();
+  house.tapMany(leaver, 1, Many);
+  house.tap(stayer, "G0Out1");
+  house.tapMany(stayer, 1, Many);
+  house.service->removeClient(leaver, {});
+  EXPECT_EQ(house.service->counts(leaver).taps, 0U);
+  house.service->untapAll(stayer, EventPortId{0}, {});
+  EXPECT_EQ(house.service->counts(stayer).taps, 1U);
+  const auto copies = [&] { return house.service->counts().out; };
+  house.inject("G0Out1", {0xF8});
+  EXPECT_EQ(house.texts(stayer), Texts{"1 G0Out1: F8"});
+  EXPECT_EQ(copies(), 1U);
+  // A tap made again is a new one, behind the others.
+  EXPECT_EQ(house.tap(stayer, "G0Out1", EventPortId{0}), Status::Ok);
+  EXPECT_EQ(house.tap(stayer, "G0Out2", EventPortId{0}), Status::Ok);
+  house.inject("G0Out1", {0xFA});
+  EXPECT_EQ(house.texts(stayer), (Texts{"1 G0Out1: FA", "0 G0Out1: FA"}));
+  house.told.clear();
+  EXPECT_GT(house.finishWork(), 10);
+  EXPECT_EQ(house.told.size(), Many - 2) << "the two that are tapped again stay in use";
+  house.inject("G0Out2", {0xFC});
+  house.inject("G0Out3", {0xFE});
+  EXPECT_EQ(house.texts(stayer), Texts{"0 G0Out2: FC"});
+  EXPECT_EQ(copies(), 4U);
+}
+
+TEST(Slices, TapsOfOnePortAreManyAndQuick) {
+  for (const std::uint32_t clients : {20U, 20'000U}) {
+    const std::uint32_t eventPorts = 20'000 / clients;
+    LargeHouse house;
+    std::vector<ClientId> all;
+    for (std::uint32_t client = 0; client < clients; ++client) {
+      all.push_back(house.service->addClient());
+      house.tapMany(all.back(), eventPorts, 1);
+    }
+    house.longest([&] { house.inject("G0Out1", {0xF8}); });
+    EXPECT_EQ(house.service->counts().out, 20'000U);
+    house.longest([&] { house.device->events().lost(out(0, 0), 3, {}); });
+    for (const ClientId client : all) EXPECT_EQ(house.take(client).size(), eventPorts + 1);
+    const auto middle = all.begin() + clients / 2;
+    for (std::uint32_t eventPort = 0; eventPort < eventPorts; ++eventPort) {
+      const auto untap = [&] { return house.service->untap(*middle, EventPortId{eventPort}, "G0Out1", {}); };
+      ASSERT_EQ(house.longest(untap), Status::Ok);
+    }
+    all.erase(middle);
+    house.longest([&] { house.inject("G0Out1", {0xFA}); });
+    EXPECT_EQ(house.service->counts().out, 40'000U - eventPorts);
+    for (const ClientId client : all) {
+      house.longest([&] { house.service->removeClient(client, {}); });
+    }
+    house.finishWork();
+    EXPECT_EQ(house.told, Told{"unuse G0Out1"});
+    EXPECT_LT(house.longest.time(), LongestAllowed) << clients << " clients";
+  }
+}
+
+// Connects all sources of both groups to one sink in the other system, which carries them.
+void connectAllTo(LargeHouse& house, device::PortId sink) {
+  for (const std::uint64_t group : {0U, 1U}) {
+    for (std::uint16_t index = 0; index < ManyPorts; ++index) {
+      house.longest([&] {
+        house.device->events().linked(link(out(group, index), sink), {});
+        house.service->takeGraphChanges();
+      });
+    }
+  }
+  house.finishWork();
+}
+
+TEST(Slices, TapOfASinkWithManySourcesUsesThemInPieces) {
+  LargeHouse house;
+  const ClientId client = house.service->addClient();
+  connectAllTo(house, in(0, 7));
+  EXPECT_EQ(house.told, Told{"start"});
+  house.told.clear();
+  house.longest([&] { house.tap(client, "G0In8"); });
+  const std::size_t first = house.told.size();
+  EXPECT_GT(first, 0U);
+  EXPECT_LT(first, 1000U);
+  house.finishWork();
+  EXPECT_EQ(house.told.size(), 2U * ManyPorts);
+  // Changes of mind on the way are settled, too, and pile up nothing.
+  house.told.clear();
+  for (int turn = 0; turn < 1001; ++turn) {
+    const bool taps = turn % 2 == 1;
+    house.longest([&] {
+      if (taps) {
+        house.tap(client, "G0In8");
+      } else {
+        house.service->untapAll(client, One, {});
+      }
+    });
+  }
+  const int slices = house.finishWork();
+  EXPECT_GT(slices, 0);
+  EXPECT_LT(slices, 1000);
+  house.told.clear();
+  house.tap(client, "G0In8");
+  house.finishWork();
+  EXPECT_EQ(house.told.size(), 2U * ManyPorts) << "none was in use";
+  EXPECT_LT(house.longest.time(), LongestAllowed);
+}
+
+TEST(Slices, ConnectionsOfPortsThatHaveGoneEndInPieces) {
+  LargeHouse house;
+  connectAllTo(house, in(0, 7));
+  std::vector<device::Group> groups = house.device->topology().groups();
+  groups[0].sinks->gone.assign(ManyPorts, true);
+  house.longest([&] { house.device->change(device::Topology(groups)); });
+  const std::size_t atOnce = house.service->takeGraphChanges().size();
+  EXPECT_GT(atOnce, 0U);
+  EXPECT_LT(atOnce, 2000U);
+  house.inject("G1Out60000", {0xF8});
+  EXPECT_FALSE(std::ranges::any_of(house.told, [](const std::string& one) { return one.starts_with("deliver"); }));
+  // The port returns, and one of its connections is made again: a new one.
+  groups[0].sinks->gone.clear();
+  house.longest([&] { house.device->change(device::Topology(groups)); });
+  const device::Link again = link(out(1, 59'999), in(0, 7));
+  house.longest([&] { house.device->events().linked(again, {}); });
+  house.finishWork();
+  EXPECT_EQ(house.service->links(), std::vector{again});
+  const auto changes = house.service->takeGraphChanges();
+  EXPECT_EQ(changes.size(), 2U * ManyPorts - atOnce + 1);
+  EXPECT_EQ(changes.back().version, house.service->graphVersion());
+  EXPECT_EQ(std::ranges::count(changes, true, &GraphChange::added), 1);
+  EXPECT_LT(house.longest.time(), LongestAllowed);
+}
+
+TEST(Slices, TapsOfADroppedGroupMoveInPieces) {
+  LargeHouse house;
+  const ClientId client = house.service->addClient();
+  house.tapMany(client, 1, ManyPorts);
+  std::vector<device::Group> groups = house.device->topology().groups();
+  groups[0].handle = 9;
+  house.longest([&] { house.device->change(device::Topology(groups)); });
+  house.finishWork();
+  EXPECT_EQ(house.told.size(), 2U * ManyPorts) << "each source has ended and another one begun";
+  house.inject("G0Out60000", {0xF8});
+  EXPECT_EQ(house.texts(client), Texts{"0 G0Out60000: F8"});
+  EXPECT_LT(house.longest.time(), LongestAllowed);
+}
+
+TEST(Slices, AMillionConnectionsAreMadeAndListedInPieces) {
+  constexpr std::size_t AtOnce = 10'000;
+  LargeHouse house;
+  constexpr std::uint16_t Sinks = testsupport::Sanitized ? 2 : 20;
+  std::vector<device::Link> expected;
+  for (std::uint16_t sink = 0; sink < Sinks; ++sink) {
+    for (std::uint16_t source = 0; source < 50'000; ++source) {
+      expected.push_back(link(out(0, source), in(1, sink)));
+      house.longest([&] {
+        house.service->connect(link(out(0, source), in(1, sink)), {});
+        house.service->takeGraphChanges();
+      });
+    }
+  }
+  LinkPosition position = house.service->firstConnection();
+  std::vector<device::Link> listed;
+  for (;;) {
+    const auto piece = house.longest([&] { return house.service->connectionsAfter(position, AtOnce); });
+    if (piece.empty()) break;
+    EXPECT_EQ(piece.size(), AtOnce);
+    for (const CarriedLink& one : piece) listed.push_back(one.link);
+  }
+  EXPECT_TRUE(listed == expected) << listed.size() << " of " << expected.size();
+  EXPECT_LT(house.longest.time(), LongestAllowed);
+}
+
+}  // namespace
+}  // namespace service
