@@ -19,6 +19,9 @@ class Connections {
 
   // Closes a connection once everything that has arrived by it has been handled. Does nothing if it has closed.
   virtual void endAfterReading(ConnectionId connection) = 0;
+
+  // Closes a connection at once. Does nothing if it has closed. Must not be called while a message is handled.
+  virtual void disconnect(ConnectionId connection) = 0;
 };
 
 }  // namespace host

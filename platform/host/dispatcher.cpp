@@ -64,8 +64,13 @@ void Dispatcher::receive(ConnectionId from, std::span<const std::uint8_t> messag
 }
 
 void Dispatcher::idle() {
-  if (service_.behind() || !std::exchange(takenOwed_, false)) return;
-  for (auto& [number, session] : sessions_.all()) sendTaken(session);
+  if (service_.behind()) return;
+  for (const service::ClientId client : std::exchange(takenOwed_, {})) {
+    Session* session = sessions_.findByClient(client);
+    if (session == nullptr) continue;
+    session->takenIsOwed = false;
+    sendTaken(*session);
+  }
 }
 
 std::optional<device::Time> Dispatcher::advance(device::Time now) {
@@ -75,17 +80,33 @@ std::optional<device::Time> Dispatcher::advance(device::Time now) {
   tellTopologyChanged();
   sendNotes();
   const auto heldBackNext = tellHeldBack(now);
-  return earliest({serviceNext, heldBackNext, logLosses(now), logLossesBefore(now)});
+  while (const auto connection = newcomers_.overdue(now)) connections_.disconnect(*connection);
+  return earliest({serviceNext, heldBackNext, newcomers_.next(), logLosses(now), logLossesBefore(now)});
 }
 
+void Dispatcher::connectionOpened(ConnectionId connection, device::Time now) { newcomers_.enter(connection, now); }
+
 void Dispatcher::connectionClosed(ConnectionId connection, device::Time now) {
-  Session* session = sessions_.findByConnection(connection);
-  if (session == nullptr) return;
-  if (connection != session->control) return connections_.endAfterReading(session->control);
-  logLoss(*session, now);
-  log(*session, "lost its connection");
-  service_.removeClient(session->client, now);
-  sessions_.remove(session->number);
+  if (Session* session = sessions_.findByConnection(connection)) {
+    if (connection == session->control) {
+      end(*session, "lost its connection", now);
+    } else {
+      sessions_.close(*session, connection);
+      connections_.endAfterReading(session->control);
+    }
+  }
+  newcomers_.leave(connection);
+}
+
+void Dispatcher::end(Session& session, std::string_view how, device::Time now) {
+  logLoss(session, now);
+  log(session, how);
+  service_.removeClient(session.client, now);
+  // They belong to nobody any more.
+  for (const ConnectionId connection : {session.control, session.eventChannel, session.graphChannel}) {
+    if (connection != ConnectionId::None) newcomers_.enter(connection, now);
+  }
+  sessions_.remove(session.number);
 }
 
 void Dispatcher::handle(const Request& request, wire::Hello& message) {
@@ -98,6 +119,7 @@ void Dispatcher::handle(const Request& request, wire::Hello& message) {
   Session& session = *sessions_.add(request.from, service_.addClient());
   session.program = std::move(message.program);
   session.process = message.process;
+  newcomers_.leave(request.from);
   log(session, "connected");
   answer(request, wire::Welcome{session.number, settings_.sendWindow});
 }
@@ -105,10 +127,7 @@ void Dispatcher::handle(const Request& request, wire::Hello& message) {
 void Dispatcher::handle(const Request& request, wire::Goodbye& message) {
   Session* session = sessionFor(request, message.session, &Session::control);
   if (session == nullptr) return;
-  logLoss(*session, request.now);
-  log(*session, "disconnected");
-  service_.removeClient(session->client, request.now);
-  sessions_.remove(message.session);
+  end(*session, "disconnected", request.now);
   answer(request, device::Status::Ok);
 }
 
@@ -205,18 +224,26 @@ void Dispatcher::handle(const Request& request, wire::OpenEvents& message) {
   if (session == nullptr) return answer(request, device::Status::NoSession);
   const bool opened = sessions_.openEvents(*session, request.from);
   answer(request, opened ? device::Status::Ok : device::Status::BadRequest);
+  if (!opened) return;
+  newcomers_.leave(request.from);
+  sendEvents(*session);
 }
 
 void Dispatcher::handle(const Request& request, wire::Consumed& message) {
   Session* session = sessionFor(request, message.session, &Session::eventChannel);
-  if (session != nullptr) session->events.acknowledge(message.bytes);
+  if (session == nullptr) return;
+  session->events.acknowledge(message.bytes);
+  sendEvents(*session);
 }
 
 void Dispatcher::handle(const Request& request, wire::OpenGraph& message) {
   Session* session = sessions_.find(message.session);
   if (session == nullptr) return answer(request, device::Status::NoSession);
   const bool opened = sessions_.openGraph(*session, request.from);
-  if (opened) session->graph = Credit(service_.graphVersion());
+  if (opened) {
+    newcomers_.leave(request.from);
+    session->graph = Credit(service_.graphVersion());
+  }
   answer(request, opened ? device::Status::Ok : device::Status::BadRequest);
 }
 

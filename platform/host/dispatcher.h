@@ -3,12 +3,15 @@
 
 #include <cstdint>
 #include <optional>
+#include <set>
 #include <span>
 #include <string_view>
+#include <utility>
 #include <vector>
 
 #include "platform/host/connections.h"
 #include "platform/host/log.h"
+#include "platform/host/newcomers.h"
 #include "platform/host/session_table.h"
 #include "platform/host/settings.h"
 #include "platform/service/service.h"
@@ -33,6 +36,9 @@ class Dispatcher {
 
   // Handles a message.
   void receive(ConnectionId from, std::span<const std::uint8_t> message, device::Time now);
+
+  // A connection has been made. It is closed again unless it opens a channel soon (see Newcomers).
+  void connectionOpened(ConnectionId connection, device::Time now);
 
   // A connection has closed, after its last message. The client ends with its control channel; what it sent there
   // before another of its connections closed is still handled.
@@ -78,13 +84,17 @@ class Dispatcher {
   // and returns null.
   Session* sessionFor(const Request& request, std::uint64_t number, ConnectionId Session::*connection);
 
+  // Logs how the client ended, and forgets it.
+  void end(Session& session, std::string_view how, device::Time now);
   void answer(const Request& request, device::Status status);
   void answer(const Request& request, const wire::Body& body);
   void sendNotes();
   void countTaken(Session& session);
   void sendTaken(Session& session);
   std::optional<device::Time> tellHeldBack(device::Time now);
+  // To the clients for which events began to wait.
   void sendEvents();
+  // As far as this client has room.
   void sendEvents(Session& session);
   void sendGraphChanges();
   void tellTopologyChanged();
@@ -104,8 +114,10 @@ class Dispatcher {
   std::uint64_t firstHandle_;      // see Settings
   std::uint64_t topologyVersion_;  // as last reported to the sessions
   SessionTable sessions_;
-  bool takenOwed_ = false;
+  Newcomers newcomers_;
+  std::vector<service::ClientId> takenOwed_;  // they have sent what Taken does not count yet
   device::Time heldBackToldAt_{};
+  std::set<std::pair<device::Time, service::ClientId>> lossesDue_;  // when to log about whom
   wire::TotalNews lostBefore_;
   wire::TotalNews uncountedLosses_;
   std::vector<std::uint8_t> events_;  // an Events message under construction

@@ -30,7 +30,7 @@ std::string lossText(std::uint64_t count) {
 
 void Dispatcher::countTaken(Session& session) {
   ++session.taken;
-  takenOwed_ = true;
+  if (!std::exchange(session.takenIsOwed, true)) takenOwed_.push_back(session.client);
   const std::uint64_t often = std::max<std::uint64_t>(settings_.sendWindow / 4, 1);
   if (session.taken - session.takenTold >= often && !service_.behind()) sendTaken(session);
 }
@@ -42,11 +42,12 @@ void Dispatcher::sendTaken(Session& session) {
 }
 
 std::optional<device::Time> Dispatcher::tellHeldBack(device::Time now) {
-  if (!takenOwed_ || !service_.behind()) return std::nullopt;
+  if (takenOwed_.empty() || !service_.behind()) return std::nullopt;
   if (now >= heldBackToldAt_ + HeldBackInterval) {
-    for (auto& [number, session] : sessions_.all()) {
-      if (session.taken != session.takenTold)
-        connections_.send(session.control, wire::encode(0, wire::Taken{session.takenTold}));
+    for (const service::ClientId client : takenOwed_) {
+      const Session* session = sessions_.findByClient(client);
+      if (session != nullptr && session->taken != session->takenTold)
+        connections_.send(session->control, wire::encode(0, wire::Taken{session->takenTold}));
     }
     heldBackToldAt_ = now;
   }
@@ -54,12 +55,13 @@ std::optional<device::Time> Dispatcher::tellHeldBack(device::Time now) {
 }
 
 void Dispatcher::sendEvents() {
-  for (auto& [number, session] : sessions_.all()) {
-    if (session.eventChannel != ConnectionId::None) sendEvents(session);
+  for (const service::ClientId client : service_.takeReadyClients()) {
+    if (Session* session = sessions_.findByClient(client)) sendEvents(*session);
   }
 }
 
 void Dispatcher::sendEvents(Session& session) {
+  if (session.eventChannel == ConnectionId::None) return;
   while (session.events.onItsWay() < settings_.eventWindow && service_.hasEvents(session.client)) {
     const std::uint64_t room = settings_.eventWindow - session.events.onItsWay();
     events_.resize(eventsFront_);
@@ -96,16 +98,19 @@ void Dispatcher::tellTopologyChanged() {
 }
 
 std::optional<device::Time> Dispatcher::logLosses(device::Time now) {
-  std::optional<device::Time> next;
-  for (auto& [number, session] : sessions_.all()) {
-    const device::Time due = session.lossToldAt + LossLogInterval;
-    if (session.lossTold == 0 || now >= due) {
-      logLoss(session, now);
-    } else if (service_.counts(session.client).lost != session.lossTold && (!next || due < *next)) {
-      next = due;
-    }
+  for (const service::ClientId client : service_.takeLosingClients()) {
+    Session* session = sessions_.findByClient(client);
+    if (session == nullptr || std::exchange(session->lossIsDue, true)) continue;
+    lossesDue_.emplace(session->lossTold == 0 ? now : session->lossToldAt + LossLogInterval, client);
   }
-  return next;
+  while (!lossesDue_.empty() && lossesDue_.begin()->first <= now) {
+    Session* session = sessions_.findByClient(lossesDue_.begin()->second);
+    lossesDue_.erase(lossesDue_.begin());
+    if (session == nullptr) continue;
+    session->lossIsDue = false;
+    logLoss(*session, now);
+  }
+  return lossesDue_.empty() ? std::nullopt : std::optional(lossesDue_.begin()->first);
 }
 
 std::optional<device::Time> Dispatcher::logLossesBefore(device::Time now) {

@@ -32,7 +32,8 @@ void Host::Watched::watch() {
 Host::Host(std::unique_ptr<device::Driver> driver, const Settings& settings, Log log, Log warnings)
     : loop_(LoopThreads),
       server_(loop_,
-              {[this](ConnectionId from, std::span<const std::uint8_t> message) {
+              {[this](ConnectionId connection) { dispatcher_.connectionOpened(connection, clockNow()); },
+               [this](ConnectionId from, std::span<const std::uint8_t> message) {
                  dispatcher_.receive(from, message, clockNow());
                },
                [this](ConnectionId connection) { dispatcher_.connectionClosed(connection, clockNow()); }},

@@ -36,7 +36,7 @@ struct Session {
   service::ClientId client{};
   std::string program;
   std::uint32_t process = 0;
-  // Its connections; None until one has opened its channel.
+  // Its connections; None until one has opened its channel, and once it has closed.
   ConnectionId control = ConnectionId::None;
   ConnectionId eventChannel = ConnectionId::None;
   ConnectionId graphChannel = ConnectionId::None;
@@ -48,9 +48,11 @@ struct Session {
 
   std::uint64_t taken = 0;      // Send and Inject processed
   std::uint64_t takenTold = 0;  // as last reported to the client
+  bool takenIsOwed = false;     // see Dispatcher
 
   std::uint64_t lossTold = 0;  // lost copies, as last logged
   device::Time lossToldAt{};
+  bool lossIsDue = false;  // a line about others waits for its time
 };
 
 }  // namespace host

@@ -15,6 +15,7 @@ Session* SessionTable::add(ConnectionId control, service::ClientId client) {
   session.client = client;
   session.control = control;
   byConnection_.emplace(control, number);
+  byClient_.emplace(client, number);
   return &session;
 }
 
@@ -28,12 +29,24 @@ Session* SessionTable::findByConnection(ConnectionId connection) {
   return found == byConnection_.end() ? nullptr : find(found->second);
 }
 
+Session* SessionTable::findByClient(service::ClientId client) {
+  const auto found = byClient_.find(client);
+  return found == byClient_.end() ? nullptr : find(found->second);
+}
+
 bool SessionTable::open(Session& session, ConnectionId& slot, ConnectionId connection) {
   const Session* owner = findByConnection(connection);
   if (slot != ConnectionId::None || (owner != nullptr && owner != &session)) return false;
   slot = connection;
   byConnection_.emplace(connection, session.number);
   return true;
+}
+
+void SessionTable::close(Session& session, ConnectionId connection) {
+  for (ConnectionId* slot : {&session.eventChannel, &session.graphChannel}) {
+    if (*slot == connection) *slot = ConnectionId::None;
+  }
+  byConnection_.erase(connection);
 }
 
 void SessionTable::remove(std::uint64_t number) {
@@ -43,6 +56,7 @@ void SessionTable::remove(std::uint64_t number) {
        {found->second.control, found->second.eventChannel, found->second.graphChannel}) {
     byConnection_.erase(connection);
   }
+  byClient_.erase(found->second.client);
   sessions_.erase(found);
 }
 

@@ -9,7 +9,7 @@
 
 namespace host {
 
-// Sessions by number and by their connections. A reference to a session stays valid until that session is
+// Sessions by number, by client and by their connections. A reference to a session stays valid until that session is
 // removed.
 class SessionTable {
  public:
@@ -21,11 +21,15 @@ class SessionTable {
   // Return null if there is no such session.
   Session* find(std::uint64_t number);
   Session* findByConnection(ConnectionId connection);
+  Session* findByClient(service::ClientId client);
 
   // Sets the session's event or graph channel to the connection. Returns false, without a change, if that channel is
   // already set, or if the connection is one of another session.
   bool openEvents(Session& session, ConnectionId connection) { return open(session, session.eventChannel, connection); }
   bool openGraph(Session& session, ConnectionId connection) { return open(session, session.graphChannel, connection); }
+
+  // The session's event or graph channel is this connection no more.
+  void close(Session& session, ConnectionId connection);
 
   void remove(std::uint64_t number);
 
@@ -37,6 +41,7 @@ class SessionTable {
 
   Sessions sessions_;
   std::unordered_map<ConnectionId, std::uint64_t> byConnection_;
+  std::unordered_map<service::ClientId, std::uint64_t> byClient_;
 };
 
 }  // namespace host

@@ -69,6 +69,7 @@ void StreamServer::enter(Socket socket) {
   const ConnectionId id{++last_};
   Peer& peer = *peers_.emplace(id, std::make_unique<Peer>(std::move(socket), id)).first->second;
   waitToRead(peer);
+  receiver_.opened(id);
 }
 
 void StreamServer::accept(Acceptor& acceptor) {
@@ -141,7 +142,9 @@ void StreamServer::takeTurn() {
       return waitToRead(*peer);
     case channel::Stream::Read::Ended:
       ready_.pop_front();
-      return close(*peer);
+      const ConnectionId id = peer->id;
+      disconnect(id);
+      return receiver_.closed(id);
   }
 }
 
@@ -152,11 +155,8 @@ void StreamServer::nextPeer(Peer& peer) {
   ready_.push_back(peer.id);
 }
 
-void StreamServer::close(Peer& peer) {
-  const ConnectionId id = peer.id;
-  peers_.erase(id);
-  receiver_.closed(id);
-  resumeAccepting();
+void StreamServer::disconnect(ConnectionId connection) {
+  if (peers_.erase(connection) > 0) resumeAccepting();
 }
 
 void StreamServer::closeAll() {

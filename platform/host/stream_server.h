@@ -36,11 +36,12 @@ namespace host {
 // For one thread, which also runs the loop.
 class StreamServer : public Connections {
  public:
-  // What arrives. Called by serve only.
+  // What arrives. opened is called by the loop and adopt, the others by serve only.
   struct Receiver {
+    std::function<void(ConnectionId connection)> opened;
     // The message is valid during the call.
     std::function<void(ConnectionId from, std::span<const std::uint8_t> message)> received;
-    // Comes after the connection's last message.
+    // Comes after the connection's last message; not after disconnect and closeAll.
     std::function<void(ConnectionId connection)> closed;
   };
 
@@ -66,6 +67,7 @@ class StreamServer : public Connections {
 
   void send(ConnectionId to, std::span<const std::uint8_t> message) override;
   void endAfterReading(ConnectionId connection) override;
+  void disconnect(ConnectionId connection) override;
 
  private:
   using Socket = asio::generic::stream_protocol::socket;
@@ -94,7 +96,6 @@ class StreamServer : public Connections {
   // Performs one turn of the connection at the front of ready_.
   void takeTurn();
   void nextPeer(Peer& peer);
-  void close(Peer& peer);
 
   asio::io_context& loop_;
   Receiver receiver_;

@@ -13,7 +13,7 @@ constexpr std::size_t DropBytes = 64U << 10U;
 
 ClientId ClientTable::add(std::uint32_t user) {
   const ClientId client{++last_};
-  clients_.emplace(client, Client{.queue = TapQueue(queueBytes_), .user = user});
+  clients_.emplace(client, Client{.queue = TapQueue(queueBytes_), .id = client, .user = user});
   ++users_[user].clients;
   return client;
 }
@@ -48,7 +48,9 @@ void ClientTable::change(Client& client, const Change& change) {
   change(client.queue);
   // Unsigned differences may wrap; their sums are right.
   accepted_ += client.queue.accepted() - std::exchange(client.accepted, client.queue.accepted());
-  lost_ += client.queue.lost() - std::exchange(client.lost, client.queue.lost());
+  const std::uint64_t lost = client.queue.lost() - std::exchange(client.lost, client.queue.lost());
+  lost_ += lost;
+  if (lost > 0 && !std::exchange(client.isLosing, true)) losing_.push_back(client.id);
   const std::size_t memory = client.queue.memory();
   if (memory == client.memory) return;
   const std::size_t more = memory - std::exchange(client.memory, memory);
@@ -56,23 +58,23 @@ void ClientTable::change(Client& client, const Change& change) {
   users_.at(client.user).memory += more;
 }
 
-void ClientTable::addMessage(ClientId id, EventPortId eventPort, device::PortId port, std::string_view name,
+void ClientTable::addMessage(ClientId client, EventPortId eventPort, device::PortId port, std::string_view name,
                              std::uint32_t holderBytes, const device::Message& message, device::Time now) {
-  const auto found = clients_.find(id);
+  const auto found = clients_.find(client);
   if (found == clients_.end()) return;
-  Client& client = found->second;
-  const bool wasEmpty = client.queue.empty();
-  change(client, [&](TapQueue& queue) { queue.add(eventPort, port, name, holderBytes, message, now); });
-  if (wasEmpty && !std::exchange(client.isReady, true)) ready_.push_back(id);
+  Client& known = found->second;
+  const bool wasEmpty = known.queue.empty();
+  change(known, [&](TapQueue& queue) { queue.add(eventPort, port, name, holderBytes, message, now); });
+  if (wasEmpty && !std::exchange(known.isReady, true)) ready_.push_back(client);
 }
 
-void ClientTable::addLossBefore(ClientId id, std::uint64_t count) {
-  const auto found = clients_.find(id);
+void ClientTable::addLossBefore(ClientId client, std::uint64_t count) {
+  const auto found = clients_.find(client);
   if (found == clients_.end()) return;
-  Client& client = found->second;
-  const bool wasEmpty = client.queue.empty();
-  client.queue.addLossBefore(count);
-  if (wasEmpty && !std::exchange(client.isReady, true)) ready_.push_back(id);
+  Client& known = found->second;
+  const bool wasEmpty = known.queue.empty();
+  known.queue.addLossBefore(count);
+  if (wasEmpty && !std::exchange(known.isReady, true)) ready_.push_back(client);
 }
 
 std::size_t ClientTable::take(ClientId client, std::size_t maxBytes, std::vector<std::uint8_t>& out) {
@@ -97,6 +99,16 @@ std::vector<ClientId> ClientTable::takeReady() {
     return found->second.queue.empty();
   });
   return ready;
+}
+
+std::vector<ClientId> ClientTable::takeLosing() {
+  std::vector<ClientId> losing = std::exchange(losing_, {});
+  std::erase_if(losing, [this](ClientId id) {
+    const auto found = clients_.find(id);
+    if (found != clients_.end()) found->second.isLosing = false;
+    return found == clients_.end();
+  });
+  return losing;
 }
 
 std::size_t ClientTable::memory(std::uint32_t user) const {

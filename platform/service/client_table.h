@@ -46,6 +46,9 @@ class ClientTable {
   // Returns the clients for which events began to wait since the last call, each once.
   std::vector<ClientId> takeReady();
 
+  // Returns the clients that lost messages since the last call, each once.
+  std::vector<ClientId> takeLosing();
+
   // Memory of what waits for all clients, or for those of a user, with that of removed clients that is not free yet.
   std::size_t memory() const { return memory_; }
   std::size_t memory(std::uint32_t user) const;
@@ -73,9 +76,11 @@ class ClientTable {
 
   struct Client {
     TapQueue queue;
+    ClientId id{};
     std::uint32_t user = 0;
     std::uint64_t in = 0;
-    bool isReady = false;  // stands in ready_
+    bool isReady = false;   // stands in ready_
+    bool isLosing = false;  // stands in losing_
     // As counted in the totals.
     std::size_t memory = 0;
     std::uint64_t accepted = 0;
@@ -85,13 +90,14 @@ class ClientTable {
   // Changes a client's queue, and enters what that changed.
   template <class Change>
   void change(Client& client, const Change& change);
-  std::size_t drop(std::optional<std::uint32_t> user, std::size_t memory);
+  std::size_t drop(std::optional<std::uint32_t> only, std::size_t memory);
 
   std::size_t queueBytes_;
   std::unordered_map<ClientId, Client> clients_;
   std::map<std::uint32_t, User> users_;
   std::deque<Client> removed_;
   std::vector<ClientId> ready_;
+  std::vector<ClientId> losing_;
   std::size_t memory_ = 0;
   std::uint64_t accepted_ = 0;
   std::uint64_t lost_ = 0;

@@ -58,6 +58,7 @@ std::vector<device::Link> PatchGraph::severed(std::size_t most) {
     severedPorts_.push_back(port);
   }
   std::vector<device::Link> links;
+  links.reserve(found.size());
   for (const auto& [order, link] : found) links.push_back(link);
   return links;
 }

@@ -24,8 +24,9 @@ constexpr std::size_t SourcesAtOnce = 250;  // each is an operation of the drive
 }  // namespace
 
 struct Service::State {
-  State(std::unique_ptr<device::Driver> device, QueueLimits sizes)
+  State(std::unique_ptr<device::Driver> device, QueueLimits sizes, TableLimits tableLimits)
       : driver(std::move(device)),
+        limits(tableLimits),
         graph(driver->topology()),
         use(*driver, graph, taps),
         clients(sizes.queueBytes),
@@ -44,6 +45,12 @@ struct Service::State {
     taps.forEach(port, [&](const Tap& tap, const std::string& name) {
       clients.addMessage(tap.client, tap.eventPort, port, name, tap.holderBytes, message, now);
     });
+  }
+
+  bool mayTap(ClientId client, EventPortId eventPort, device::PortId port) const {
+    if (taps.contains(client, eventPort, port)) return true;
+    return taps.count(client) < limits.taps &&
+           (taps.hasTaps(client, eventPort) || taps.eventPorts(client) < limits.eventPorts);
   }
 
   bool bothExist(const device::Link& link) const {
@@ -126,6 +133,7 @@ struct Service::State {
   }
 
   std::unique_ptr<device::Driver> driver;
+  TableLimits limits;
   int descriptor = -1;  // the driver's
   PatchGraph graph;
   TapTable taps;
@@ -142,8 +150,8 @@ struct Service::State {
   std::uint64_t topologyVersion = 0;
 };
 
-Service::Service(std::unique_ptr<device::Driver> driver, QueueLimits limits, device::Time now)
-    : state_(std::make_unique<State>(std::move(driver), limits)) {
+Service::Service(std::unique_ptr<device::Driver> driver, QueueLimits limits, device::Time now, TableLimits tables)
+    : state_(std::make_unique<State>(std::move(driver), limits, tables)) {
   const device::Started started = state_->driver->start(*this, now);
   state_->descriptor = started.descriptor;
   state_->graph.begin(started.links);
@@ -166,6 +174,7 @@ device::Status Service::tap(ClientId client, EventPortId port, std::string_view 
   if (!state_->clients.contains(client)) return device::Status::NoSession;
   const auto devicePort = state_->topology().port(name);
   if (!devicePort) return device::Status::NotFound;
+  if (!state_->mayTap(client, port, *devicePort)) return device::Status::Refused;
   const bool wasTapped = state_->taps.isTapped(*devicePort);
   state_->taps.add(client, port, *devicePort, holderBytes, name);
   if (!wasTapped) state_->use.tapsChanged(*devicePort);
@@ -217,6 +226,7 @@ device::Status Service::inject(ClientId client, std::string_view name, const dev
 device::Status Service::connect(const device::Link& link, device::Time now) {
   if (!state_->bothExist(link)) return device::Status::NotFound;
   state_->disconnectSevered(link);
+  if (state_->graph.size() >= state_->limits.links && !state_->graph.carrier(link)) return device::Status::Refused;
   auto status = state_->driver->patch(true, link, now);
   if (!status) {
     const std::uint64_t before = state_->graph.version();
@@ -277,6 +287,8 @@ std::size_t Service::takeEvents(ClientId client, std::size_t maxBytes, std::vect
 bool Service::hasEvents(ClientId client) const { return state_->clients.hasEvents(client); }
 
 std::vector<ClientId> Service::takeReadyClients() { return state_->clients.takeReady(); }
+
+std::vector<ClientId> Service::takeLosingClients() { return state_->clients.takeLosing(); }
 
 std::size_t Service::waitingMemory() const { return state_->clients.memory(); }
 

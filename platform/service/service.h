@@ -21,6 +21,20 @@ struct QueueLimits {
   std::size_t queueBytes = 8U << 20U;  // limit of waiting bytes per client
 };
 
+// Limits on what clients can make.
+struct TableLimits {
+  // Of one client: enough for all ports of two groups that are as large as possible. A tap takes 150 to 300 bytes.
+  std::uint32_t taps = 1U << 18U;
+
+  // Event ports of one client that have taps. A message is copied once to each that taps its port, so this bounds what
+  // one client can make a message cost all others.
+  std::size_t eventPorts = 1024;
+
+  // Connections of the device that clients make: all pairs of a thousand sources and a thousand sinks. A connection
+  // takes about 350 bytes. Another system may report more.
+  std::size_t links = 1U << 20U;
+};
+
 // A connection of the device. carried: the service carries it from one of several systems to another, so it ends with
 // the service.
 struct CarriedLink {
@@ -45,7 +59,7 @@ struct GraphChange {
 class Service : private device::DriverEvents {
  public:
   // Starts the driver at once.
-  Service(std::unique_ptr<device::Driver> driver, QueueLimits limits, device::Time now);
+  Service(std::unique_ptr<device::Driver> driver, QueueLimits limits, device::Time now, TableLimits tables = {});
   ~Service() override;
 
   // user: whose client it is; any number. Memory is counted for each user.
@@ -60,7 +74,8 @@ class Service : private device::DriverEvents {
   void removeClient(ClientId client, device::Time now);
 
   // Taps. holderBytes: the largest event (header included) that several records may share. Repeating a tap returns Ok
-  // and changes nothing. NotFound: no port has that name. untap returns Nothing if there is no such tap.
+  // and changes nothing. NotFound: no port has that name. Refused: the client has as many taps, or event ports with
+  // taps, as it may (see TableLimits). untap returns Nothing if there is no such tap.
   device::Status tap(ClientId client, EventPortId port, std::string_view name, std::uint32_t holderBytes,
                      device::Time now);
   device::Status untap(ClientId client, EventPortId port, std::string_view name, device::Time now);
@@ -74,7 +89,8 @@ class Service : private device::DriverEvents {
   // Passes a message through one device port in the same way, tapped or not. NotFound: no port has that name.
   device::Status inject(ClientId client, std::string_view name, const device::Message& message, device::Time now);
 
-  // Patch graph. graphVersion counts changes. takeGraphChanges returns all changes since its last call, by anyone.
+  // Patch graph. connect returns Refused if there are as many connections as there may be, or the device does not make
+  // this one. graphVersion counts changes. takeGraphChanges returns all changes since its last call, by anyone.
   device::Status connect(const device::Link& link, device::Time now);
   device::Status disconnect(const device::Link& link, device::Time now);
   std::vector<device::Link> links() const;
@@ -105,6 +121,9 @@ class Service : private device::DriverEvents {
   // Returns the clients for which events began to wait since the last call, each once. A client for which events
   // still wait from before is not among them: look at it again when it has room.
   std::vector<ClientId> takeReadyClients();
+
+  // Returns the clients that lost messages since the last call, each once.
+  std::vector<ClientId> takeLosingClients();
 
   // Memory that the allocator spends on the events that wait for all clients, or for those of one user.
   std::size_t waitingMemory() const;

@@ -55,6 +55,8 @@ class TapTable {
   // True if the port has taps, also while all of them have ended and sweep has not come to them yet.
   bool isTapped(device::PortId port) const { return ports_.find(port) != nullptr; }
 
+  bool hasTaps(ClientId client, EventPortId eventPort) const { return find(client, eventPort) != nullptr; }
+
   // Returns the port that this event port tapped under this name, which may have been removed or dropped.
   std::optional<device::PortId> find(ClientId client, EventPortId eventPort, std::string_view name) const;
 

@@ -80,7 +80,8 @@ class FakeService {
   host::ConnectionId peer_ = host::ConnectionId::None;
   std::vector<std::uint8_t> message_;
   host::StreamServer server_{loop_,
-                             {[this](host::ConnectionId from, std::span<const std::uint8_t> message) {
+                             {[](host::ConnectionId) {},
+                              [this](host::ConnectionId from, std::span<const std::uint8_t> message) {
                                 arrived_.emplace_back(from, std::vector(message.begin(), message.end()));
                               },
                               [](host::ConnectionId) {}},

@@ -33,6 +33,8 @@ TEST_F(DispatcherTest, ControlChannelOfAClientThatDiesIsReadToItsEnd) {
   hangUp("a events");
   hangUp("a graph");
   EXPECT_EQ(peers_.ended, (Texts{"a control", "a control"}));
+  EXPECT_EQ(dispatcher_->advance(Time(std::chrono::seconds(9))), std::nullopt);
+  EXPECT_EQ(peers_.disconnected, Texts{});
   say("a control", 0, note(session, 1));
   EXPECT_EQ(service_->counts().in, 1U);
   log_.clear();
@@ -51,6 +53,27 @@ TEST_F(DispatcherTest, ConnectionWithoutASessionClosesUnnoticed) {
   for (const char* peer : {"a control", "a events", "a graph"}) hangUp(peer);
   EXPECT_EQ(log_, Texts{});
   EXPECT_EQ(peers_.ended, Texts{});
+}
+
+TEST_F(DispatcherTest, ConnectionThatOpensNoChannelIsClosedAfterTwoSeconds) {
+  const Time begin = std::chrono::hours(1);
+  for (const char* peer : {"a control", "a events", "a graph", "silent"}) {
+    dispatcher_->connectionOpened(peers_.of(peer), begin);
+  }
+  const std::uint64_t session = attach("a");
+  say("silent", 3, wire::AskLinks{session});
+  EXPECT_EQ(dispatcher_->advance(begin), begin + std::chrono::seconds(2));
+  dispatcher_->advance(begin + std::chrono::seconds(2) - Time(1));
+  EXPECT_EQ(peers_.disconnected, Texts{});
+  EXPECT_EQ(dispatcher_->advance(begin + std::chrono::seconds(2)), std::nullopt);
+  EXPECT_EQ(peers_.disconnected, Texts{"silent"});
+}
+
+TEST_F(DispatcherTest, ConnectionsOfAClientThatLeftAreClosedAfterTwoSeconds) {
+  const std::uint64_t session = attach("a");
+  say("a control", 3, wire::Goodbye{session});
+  dispatcher_->advance(Time(std::chrono::seconds(3)));
+  EXPECT_EQ(peers_.disconnected, (Texts{"a control", "a events", "a graph"}));
 }
 
 class SmallQueue : public DispatcherTest {

@@ -35,6 +35,8 @@ class RecordingConnections : public Connections {
 
   void endAfterReading(ConnectionId connection) override { ended.push_back(nameOf(connection)); }
 
+  void disconnect(ConnectionId connection) override { disconnected.push_back(nameOf(connection)); }
+
   ConnectionId of(const std::string& peer) {
     const auto known = std::ranges::find(names_, peer);
     const auto index = known - names_.begin();
@@ -53,6 +55,7 @@ class RecordingConnections : public Connections {
 
   Texts order;  // who was sent something, message by message
   Texts ended;  // which are to end once they are read
+  Texts disconnected;
 
  private:
   const std::string& nameOf(ConnectionId connection) const {

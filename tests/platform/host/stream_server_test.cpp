@@ -53,7 +53,8 @@ class StreamServerTest : public testing::Test {
   Texts events_;  // "1: hi", "1 closed"
   Texts log_;
   StreamServer server_{loop_,
-                       {[this](ConnectionId from, std::span<const std::uint8_t> message) {
+                       {[](ConnectionId) {},
+                        [this](ConnectionId from, std::span<const std::uint8_t> message) {
                           events_.push_back(nameOf(from) + ": " + std::string(message.begin(), message.end()));
                           if (echoes_) server_.send(from, message);
                         },
@@ -166,6 +167,17 @@ TEST_F(StreamServerTest, ConnectionThatIsToEndIsReadFirst) {
   EXPECT_TRUE(client.closed());
   server_.endAfterReading(ConnectionId{1});
   server_.send(ConnectionId{1}, bytesOf("nobody"));
+}
+
+TEST_F(StreamServerTest, DisconnectedPeerIsNotHeardAnyMore) {
+  channel::Connection client = connect();
+  client.send(bytesOf("too late"));
+  round(0);
+  server_.disconnect(ConnectionId{1});
+  server_.disconnect(ConnectionId{1});
+  serveAll();
+  EXPECT_EQ(events_, Texts{});
+  EXPECT_TRUE(client.closed());
 }
 
 TEST_F(StreamServerTest, PeerThatDiesWithoutReadingIsNoticed) {

@@ -78,6 +78,24 @@ TEST(ClientTable, TellsOnceForWhomEventsBeganToWait) {
   EXPECT_EQ(clients.takeReady(), Ids{one});
 }
 
+TEST(ClientTable, TellsOnceWhoLost) {
+  ClientTable clients(100);
+  const ClientId one = clients.add();
+  const ClientId two = clients.add();
+  const auto flood = [&](ClientId client) {
+    for (int i = 0; i < 20; ++i) addNote(clients, client);
+  };
+  addNote(clients, one);
+  EXPECT_EQ(clients.takeLosing(), Ids());
+  flood(two);
+  EXPECT_EQ(clients.takeLosing(), Ids{two});
+  EXPECT_EQ(clients.takeLosing(), Ids());
+  flood(one);
+  flood(two);
+  clients.remove(two);
+  EXPECT_EQ(clients.takeLosing(), Ids{one}) << "the other has gone";
+}
+
 TEST(ClientTable, MemoryIsCountedForEachUser) {
   ClientTable clients(1U << 20U);
   const ClientId ann = clients.add(7);

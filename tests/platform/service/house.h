@@ -23,11 +23,11 @@ inline constexpr std::uint32_t Holder = 1004;
 struct House {
   explicit House(std::vector<device::Link> links = {}, QueueLimits limits = {},
                  const std::function<void(TestDevice&)>& prepare = nullptr,
-                 device::Topology topology = evenTopology(4, 2)) {
+                 device::Topology topology = evenTopology(4, 2), TableLimits tables = {}) {
     auto owned = std::make_unique<TestDevice>(std::move(topology), std::move(links), told);
     device = owned.get();
     if (prepare) prepare(*owned);
-    service = std::make_unique<Service>(std::move(owned), limits, device::Time{});
+    service = std::make_unique<Service>(std::move(owned), limits, device::Time{}, tables);
     injector = service->addClient();
   }
 

@@ -36,6 +36,44 @@ TEST(Service, TapIsRefusedWithoutClientOrPort) {
   EXPECT_EQ(house.news(), Told());
 }
 
+TEST(Service, TapsOfAClientAreLimited) {
+  House house({}, {}, nullptr, evenTopology(4, 2), {.taps = 3});
+  const ClientId client = house.service->addClient();
+  const ClientId other = house.service->addClient();
+  EXPECT_EQ(house.tap(client, "G0Out1"), Status::Ok);
+  EXPECT_EQ(house.tap(client, "G0Out1", Two), Status::Ok);
+  EXPECT_EQ(house.tap(client, "G0In1"), Status::Ok);
+  house.news();
+  EXPECT_EQ(house.tap(client, "G0Out2"), Status::Refused);
+  EXPECT_EQ(house.news(), Told());
+  EXPECT_EQ(house.tap(client, "G9Out1"), Status::NotFound);
+  EXPECT_EQ(house.tap(client, "G0In1"), Status::Ok) << "there is this tap";
+  EXPECT_EQ(house.tap(other, "G0Out2"), Status::Ok) << "each client has its own limit";
+  EXPECT_EQ(house.service->counts(client).taps, 3U);
+  EXPECT_EQ(house.service->untap(client, Two, "G0Out1", {}), Status::Ok);
+  EXPECT_EQ(house.tap(client, "G0Out2"), Status::Ok);
+  EXPECT_EQ(house.tap(client, "G1Out2"), Status::Refused);
+  house.service->untapAll(client, One, {});
+  EXPECT_EQ(house.tap(client, "G1Out2"), Status::Ok);
+}
+
+TEST(Service, EventPortsOfAClientAreLimited) {
+  House house({}, {}, nullptr, evenTopology(4, 2), {.eventPorts = 2});
+  const ClientId client = house.service->addClient();
+  EXPECT_EQ(house.tap(client, "G0Out1", One), Status::Ok);
+  EXPECT_EQ(house.tap(client, "G0Out1", Two), Status::Ok);
+  EXPECT_EQ(house.tap(client, "G0Out1", EventPortId{3}), Status::Refused);
+  EXPECT_EQ(house.tap(client, "G0Out2", Two), Status::Ok);
+  EXPECT_EQ(house.tap(house.injector, "G0Out1", EventPortId{3}), Status::Ok);
+  EXPECT_EQ(house.service->untap(client, One, "G0Out1", {}), Status::Ok);
+  EXPECT_EQ(house.tap(client, "G0Out1", EventPortId{3}), Status::Ok);
+}
+
+TEST(Service, LimitsHoldWhatConsolesNeed) {
+  EXPECT_GT(TableLimits{}.taps, 2U * 2U * 0xFFFFU) << "all ports of two groups with as many ports as possible";
+  EXPECT_GE(TableLimits{}.links, 1'000'000U);
+}
+
 TEST(Service, SameTapTwiceGetsOneCopy) {
   House house;
   const ClientId client = house.service->addClient();

@@ -186,6 +186,22 @@ TEST(Service, ListInPiecesHasEachConnectionOnceWhateverChangesInBetween) {
   }
 }
 
+TEST(Service, ConnectionsThatClientsMakeAreLimited) {
+  House house({Keys}, {}, nullptr, evenTopology(4, 2), {.links = 2});
+  const device::Link second = link(out(0, 0), in(2, 0));
+  const device::Link third = link(out(0, 0), in(3, 0));
+  EXPECT_EQ(house.service->connect(second, {}), Status::Ok);
+  EXPECT_EQ(house.service->connect(third, {}), Status::Refused);
+  EXPECT_EQ(house.service->connect(Keys, {}), Status::Ok) << "it exists";
+  EXPECT_EQ(house.service->connect(link(out(9, 0), in(3, 0)), {}), Status::NotFound);
+  EXPECT_EQ(house.service->links(), (std::vector{Keys, second}));
+  house.device->events().linked(third, {});
+  EXPECT_EQ(house.service->links().size(), 3U) << "what another system has made exists";
+  EXPECT_EQ(house.service->disconnect(second, {}), Status::Ok);
+  EXPECT_EQ(house.service->disconnect(third, {}), Status::Ok);
+  EXPECT_EQ(house.service->connect(second, {}), Status::Ok);
+}
+
 TEST(Service, DeviceEmitsWhileItAdvances) {
   House house({Keys}, {}, [](TestDevice& device) {
     device.onAdvance = [](device::DriverEvents& events, device::Time now) -> std::optional<device::Time> {
