@@ -35,18 +35,6 @@ using EvtSrv::EventPortManager;
 using testsupport::Deadline;
 using Texts = std::vector<std::string>;
 
-std::string received(const std::string& port, std::uint32_t number) {
-  const wire::InjectItem note = numberedNote(number);
-  return port + ": " + std::to_string(note.bytes[1]) + ' ' + std::to_string(note.bytes[2]) + ' ' +
-         std::to_string(note.group);
-}
-
-Texts receivedFromTo(const std::string& port, std::uint32_t from, std::uint32_t to) {
-  Texts texts;
-  for (std::uint32_t number = from; number < to; ++number) texts.push_back(received(port, number));
-  return texts;
-}
-
 // A queue that one step of a flood does not fill, but a hundred do.
 constexpr const char* QueueBytes = "262144";
 

@@ -30,6 +30,19 @@ inline std::string rawLine(std::uint32_t number) {
   return {text.data(), static_cast<std::size_t>(size)};
 }
 
+// The text of a client's RecordingPort for it.
+inline std::string received(const std::string& port, std::uint32_t number) {
+  const wire::InjectItem note = numberedNote(number);
+  return port + ": " + std::to_string(note.bytes[1]) + ' ' + std::to_string(note.bytes[2]) + ' ' +
+         std::to_string(note.group);
+}
+
+inline std::vector<std::string> receivedFromTo(const std::string& port, std::uint32_t from, std::uint32_t to) {
+  std::vector<std::string> texts;
+  for (std::uint32_t number = from; number < to; ++number) texts.push_back(received(port, number));
+  return texts;
+}
+
 class Injector {
  public:
   explicit Injector(const std::string& socket)

@@ -247,9 +247,10 @@ TEST_F(Attacks, StormOfHellos) {
 TEST_F(Attacks, RequestsWithoutReading) {
   attack("deaf", "0.5");
   const Counts& counts = service_.stop();
-  EXPECT_EQ(counts.hellos, 8);
-  EXPECT_GT(counts.requests, 1000);
-  EXPECT_GT(counts.unread, 1000);
+  EXPECT_GT(counts.hellos, 0);
+  EXPECT_LE(counts.hellos, 8);
+  EXPECT_GT(counts.requests, 100);
+  EXPECT_GT(counts.unread, 100);
 }
 
 TEST_F(Attacks, ForgedSessions) {
