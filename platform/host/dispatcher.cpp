@@ -63,7 +63,7 @@ void Dispatcher::receive(ConnectionId from, std::span<const std::uint8_t> messag
   sendEvents();
 }
 
-void Dispatcher::idle() {
+void Dispatcher::tellTaken() {
   if (service_.behind()) return;
   for (const service::ClientId client : std::exchange(takenOwed_, {})) {
     Session* session = sessions_.findByClient(client);

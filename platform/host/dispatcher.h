@@ -44,8 +44,9 @@ class Dispatcher {
   // before another of its connections closed is still handled.
   void connectionClosed(ConnectionId connection, device::Time now);
 
-  // No message is ready: tells waiting senders how far the service has come.
-  void idle();
+  // Tells senders how far the service has come. Call it once in a while: once a message would cost as much as the
+  // message.
+  void tellTaken();
 
   // Does the work that is due, in the service and here. Returns when to call again (see service::Service::advance).
   std::optional<device::Time> advance(device::Time now);

@@ -64,7 +64,7 @@ void Host::serve() {
   bool busy = false;
   while (!stopping_) {
     const auto next = dispatcher_.advance(clockNow());
-    if (!busy) dispatcher_.idle();
+    dispatcher_.tellTaken();
     server_.flush();
     wait(busy ? clockNow() : next);
     busy = server_.serve(TurnsAtOnce);

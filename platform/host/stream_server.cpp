@@ -3,6 +3,7 @@
 #include <sys/resource.h>
 #include <sys/socket.h>
 
+#include <algorithm>
 #include <chrono>
 #include <system_error>
 #include <utility>
@@ -19,6 +20,9 @@ constexpr std::size_t MaxWaitingBytes = 1U << 20U;
 
 // Turns of one connection before the next has one.
 constexpr int TurnsInARow = 16;
+
+// Of the connections that have ended, so many are closed even while others have work.
+constexpr int ClosingsAtLeast = 4;
 
 // While so many connections wait for their turn, no more are accepted.
 constexpr std::size_t BusyConnections = 64;
@@ -124,8 +128,16 @@ void StreamServer::waitToRead(Peer& peer) {
 
 bool StreamServer::serve(int turns) {
   for (; turns > 0 && !ready_.empty(); --turns) takeTurn();
+  int closings = ready_.empty() ? turns : 0;
+  for (closings = std::max(closings, ClosingsAtLeast); closings > 0 && !closing_.empty(); --closings) {
+    const ConnectionId id = closing_.front();
+    closing_.pop_front();
+    if (find(id) == nullptr) continue;
+    disconnect(id);
+    receiver_.closed(id);
+  }
   if (ready_.size() < BusyConnections && held_.empty() && !lacksDescriptors_) resumeAccepting();
-  return !ready_.empty();
+  return !ready_.empty() || !closing_.empty();
 }
 
 void StreamServer::takeTurn() {
@@ -150,9 +162,8 @@ void StreamServer::takeTurn() {
       return waitToRead(*peer);
     case channel::Stream::Read::Ended:
       ready_.pop_front();
-      const ConnectionId id = peer->id;
-      disconnect(id);
-      return receiver_.closed(id);
+      closing_.push_back(peer->id);
+      return;
   }
 }
 
@@ -173,6 +184,7 @@ void StreamServer::closeAll() {
   held_.clear();
   peers_.clear();
   ready_.clear();
+  closing_.clear();
 }
 
 void StreamServer::send(ConnectionId to, std::span<const std::uint8_t> message) {

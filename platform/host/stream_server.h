@@ -108,7 +108,8 @@ class StreamServer : public Connections {
   std::vector<Socket> held_;  // accepted with the last descriptors; they wait until a connection closes
   std::optional<asio::steady_timer::time_point> lackedAt_;  // descriptors, the last time
   std::unordered_map<ConnectionId, std::unique_ptr<Peer>> peers_;
-  std::deque<ConnectionId> ready_;  // may have something to read; each stands here once
+  std::deque<ConnectionId> ready_;    // may have something to read; each stands here once
+  std::deque<ConnectionId> closing_;  // have ended; thousands may end at once, and those that live come first
   std::vector<ConnectionId> unflushed_;
   std::uint64_t last_ = 0;
 };

@@ -95,10 +95,10 @@ TEST_F(DispatcherTest, SendersAreHeldBackWhileTheDeviceIsBehind) {
   tap("a", session, "G0In1");
   device_->isBehind = true;
   for (std::uint8_t i = 0; i < 8; ++i) say("a control", 0, note(session, i));
-  dispatcher_->idle();
+  dispatcher_->tellTaken();
   EXPECT_EQ(peers_.texts("a control"), Texts{});
   device_->isBehind = false;
-  dispatcher_->idle();
+  dispatcher_->tellTaken();
   EXPECT_EQ(peers_.texts("a control"), Texts{"taken 8"});
 }
 

@@ -123,10 +123,10 @@ TEST_F(DispatcherTest, TakenIsSentWhenNoMessageIsReady) {
   attach("b");
   say("a control", 0, note(one, 1));
   EXPECT_EQ(peers_.texts("a control"), Texts{});
-  dispatcher_->idle();
+  dispatcher_->tellTaken();
   EXPECT_EQ(peers_.texts("a control"), Texts{"taken 1"});
   EXPECT_EQ(peers_.texts("b control"), Texts{});
-  dispatcher_->idle();
+  dispatcher_->tellTaken();
   EXPECT_EQ(peers_.texts("a control"), Texts{});
 }
 
@@ -144,7 +144,7 @@ TEST_F(DispatcherTest, SendWithoutSessionIsAnsweredWithoutBeingAsked) {
 TEST_F(DispatcherTest, RefusedSendCountsAsTaken) {
   const std::uint64_t session = attach("a");
   say("a control", 0, wire::Send{session, EventPort, 0, {}});
-  dispatcher_->idle();
+  dispatcher_->tellTaken();
   EXPECT_EQ(peers_.texts("a control"), Texts{"taken 1"});
 }
 

@@ -160,7 +160,7 @@ TEST_F(DispatcherTest, InjectedMessagesPassThePortInOrder) {
   say("b control", 0, wire::Inject{injector, "G0In1", {{0, {0x90, 1, 1}}, {0, {0x01}}}});
   EXPECT_EQ(peers_.texts("a events"), Texts{"events [1 G0In1: 90 01 01] [1 G0In1: 01]"});
   EXPECT_EQ(peers_.texts("b control"), Texts{}) << "not answered";
-  dispatcher_->idle();
+  dispatcher_->tellTaken();
   EXPECT_EQ(peers_.texts("b control"), Texts{"taken 1"}) << "a frame, however many messages it carries";
 }
 
