@@ -1,12 +1,6 @@
 #include "platform/channel/frames.h"
 
 namespace channel {
-namespace {
-
-// More memory than this is not kept for a connection that may stay silent.
-constexpr std::size_t KeptBytes = 64U << 10U;
-
-}  // namespace
 
 void appendFrame(std::span<const std::uint8_t> message, std::vector<std::uint8_t>& out) {
   for (std::size_t shift = 0; shift < FrameFrontBytes * 8; shift += 8) {

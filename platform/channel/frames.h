@@ -17,6 +17,9 @@ inline constexpr std::size_t FrameFrontBytes = 4;
 // The longest message that a frame carries: a MIDI message of the longest kind and what surrounds it.
 inline constexpr std::size_t MaxFrameBytes = device::MaxMessageBytes + 4096;
 
+// More memory than this is not kept for a connection that may stay silent.
+inline constexpr std::size_t KeptBytes = 64U << 10U;
+
 // Appends the frame of a message, which has at most MaxFrameBytes.
 void appendFrame(std::span<const std::uint8_t> message, std::vector<std::uint8_t>& out);
 

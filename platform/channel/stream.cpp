@@ -8,12 +8,6 @@
 #include "platform/system/through_signals.h"
 
 namespace channel {
-namespace {
-
-// More memory than this is not kept for a connection to which nothing is written.
-constexpr std::size_t KeptBytes = 64U << 10U;
-
-}  // namespace
 
 Stream::Read Stream::read() {
   if (reader_.broken()) return Read::Ended;

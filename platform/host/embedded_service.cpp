@@ -34,9 +34,9 @@ EmbeddedService::~EmbeddedService() {
 
 sys::UniqueDescriptor EmbeddedService::connect() {
   if (hasStopped_) return {};
-  auto [ours, theirs] = sys::localSocketPair();
-  host_.adopt(std::move(theirs));
-  return std::move(ours);
+  auto ends = sys::localSocketPair();
+  host_.adopt(std::move(ends.second));
+  return std::move(ends.first);
 }
 
 }  // namespace host
