@@ -108,7 +108,7 @@ TEST(Slices, TapsOfOnePortAreManyAndQuick) {
     EXPECT_EQ(house.service->counts().out, 20'000U);
     house.longest([&] { house.device->events().lost(out(0, 0), 3, {}); });
     for (const ClientId client : all) EXPECT_EQ(house.take(client).size(), eventPorts + 1);
-    const auto middle = all.begin() + clients / 2;
+    const auto middle = all.begin() + static_cast<std::ptrdiff_t>(clients / 2);
     for (std::uint32_t eventPort = 0; eventPort < eventPorts; ++eventPort) {
       const auto untap = [&] { return house.service->untap(*middle, EventPortId{eventPort}, "G0Out1", {}); };
       ASSERT_EQ(house.longest(untap), Status::Ok);
