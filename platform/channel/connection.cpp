@@ -13,7 +13,8 @@ namespace {
 // An answer, for example the list of all connections, may be long.
 constexpr std::size_t LongestAnswer = 1U << 30U;
 
-// More may not wait for a service that takes nothing: all windows and the longest message together are shorter.
+// More may not wait for a service that takes nothing: requests and reports of what was read are short, and of long
+// messages only one waits.
 constexpr std::size_t MaxWaiting = 4U << 20U;
 
 }  // namespace
@@ -73,7 +74,7 @@ bool Connection::waitThroughSignals(const Deadline& deadline) {
 }
 
 bool Connection::closed() {
-  if (closed_) return true;
+  if (closed_ || stream_.failed()) return true;
   pollfd socket{socket_.get(), POLLRDHUP, 0};
   return sys::throughSignals([&] { return poll(&socket, 1, 0); }) > 0;
 }

@@ -30,6 +30,9 @@ class Connection {
   // Waits until the socket has taken everything. Returns false if it does not in time, or never will.
   bool flush(const Deadline& deadline);
 
+  // Bytes that wait until the socket takes them.
+  std::size_t waiting() const { return stream_.waiting(); }
+
   // The bytes of the next message, nullopt if none is ready. Valid until the next receive or wait.
   std::optional<std::span<const std::uint8_t>> receive();
 

@@ -1,9 +1,16 @@
 #include "platform/channel/control_channel.h"
 
 #include <algorithm>
+#include <chrono>
 #include <utility>
 
 namespace channel {
+namespace {
+
+// How often a sender that waits for the socket reads.
+constexpr std::chrono::milliseconds ReadInterval{20};
+
+}  // namespace
 
 bool ControlChannel::greet(const Deadline& deadline) {
   const auto welcome = ask<wire::Welcome>(wire::Hello{}, deadline);
@@ -32,8 +39,15 @@ bool ControlChannel::handOver(const wire::Body& message, Patience patience) {
 }
 
 bool ControlChannel::waitForSocket(Patience patience) {
-  while (!connection_.flush(Deadline(AnswerTime))) {
-    if (!untilItGoes(patience) || connection_.closed()) return false;
+  Deadline deadline(AnswerTime);
+  for (std::size_t before = connection_.waiting(); !connection_.flush(Deadline(ReadInterval));) {
+    // The service does not read from a client that does not read its answers.
+    takeIn(0);
+    if (forgotten_ || connection_.closed()) return false;
+    const bool takesSome = connection_.waiting() < before || std::exchange(heard_, false);
+    if (takesSome || untilItGoes(patience)) deadline = Deadline(AnswerTime);
+    if (deadline.passed()) return false;
+    before = connection_.waiting();
   }
   return true;
 }

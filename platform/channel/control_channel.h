@@ -47,10 +47,11 @@ class ControlChannel {
   bool lost() { return forgotten_ || connection_.closed(); }
 
   // Sends a message; not empty, and at most device::MaxMessageBytes. Blocks only while the service is behind by the
-  // whole window, for as long as that lasts: a stopped service of another process takes the message when it continues.
-  // Returns false at once if the connection is closed or the service is known to have forgotten this client; messages
-  // sent just before that is known are lost. Within the process, where nothing stops a service alone, returns false if
-  // the service takes nothing for two seconds and does not say that its device holds it back.
+  // whole window, or by what the socket holds, for as long as that lasts: a stopped service of another process takes
+  // the message when it continues. Returns false at once if the connection is closed or the service is known to have
+  // forgotten this client; messages sent just before that is known are lost. Within the process, where nothing stops a
+  // service alone, returns false if the service takes nothing for two seconds and does not say that its device holds it
+  // back.
   bool send(std::uint32_t eventPort, std::uint16_t group, std::span<const std::uint8_t> bytes);
 
   // Sends messages to pass through the device port of this name. No message is empty, and the frame of all of them has

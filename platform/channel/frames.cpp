@@ -1,12 +1,17 @@
 #include "platform/channel/frames.h"
 
+#include <algorithm>
+
 namespace channel {
 
 void appendFrame(std::span<const std::uint8_t> message, std::vector<std::uint8_t>& out) {
-  for (std::size_t shift = 0; shift < FrameFrontBytes * 8; shift += 8) {
-    out.push_back(static_cast<std::uint8_t>(message.size() >> shift));
+  // In one step, so that half a frame is never left behind.
+  const std::size_t before = out.size();
+  out.resize(before + FrameFrontBytes + message.size());
+  for (std::size_t i = 0; i < FrameFrontBytes; ++i) {
+    out[before + i] = static_cast<std::uint8_t>(message.size() >> (i * 8));
   }
-  out.insert(out.end(), message.begin(), message.end());
+  std::ranges::copy(message, out.begin() + static_cast<std::ptrdiff_t>(before + FrameFrontBytes));
 }
 
 void FrameReader::feed(std::span<const std::uint8_t> bytes) {

@@ -14,13 +14,14 @@ namespace channel {
 // The length of a frame: four bytes, little-endian. It does not count itself.
 inline constexpr std::size_t FrameFrontBytes = 4;
 
-// The longest message that a frame carries: a MIDI message of the longest kind and what surrounds it.
+// The longest message that a service accepts: a MIDI message of the longest kind and what surrounds it. Its answers may
+// be longer.
 inline constexpr std::size_t MaxFrameBytes = device::MaxMessageBytes + 4096;
 
 // More memory than this is not kept for a connection that may stay silent.
 inline constexpr std::size_t KeptBytes = 64U << 10U;
 
-// Appends the frame of a message, which has at most MaxFrameBytes.
+// Appends the frame of a message.
 void appendFrame(std::span<const std::uint8_t> message, std::vector<std::uint8_t>& out);
 
 // Finds the frames in a stream that arrives in pieces of any size. Needs memory only for what has arrived and was not

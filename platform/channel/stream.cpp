@@ -21,6 +21,7 @@ Stream::Read Stream::read() {
 }
 
 void Stream::queue(std::span<const std::uint8_t> message) {
+  if (failed_) return;
   if (written_ > 0 && written_ >= out_.size() / 2) {
     out_.erase(out_.begin(), out_.begin() + static_cast<std::ptrdiff_t>(written_));
     written_ = 0;
@@ -29,18 +30,18 @@ void Stream::queue(std::span<const std::uint8_t> message) {
 }
 
 bool Stream::flush() {
-  bool takes = true;
-  while (takes && waiting() > 0) {
+  while (!failed_ && waiting() > 0) {
     const auto sent = sys::throughSignals(
         [&] { return send(socket_, out_.data() + written_, waiting(), MSG_NOSIGNAL | MSG_DONTWAIT); });
     if (sent < 0 && errno == EAGAIN) return true;
-    takes = sent >= 0;
-    if (takes) written_ += static_cast<std::size_t>(sent);
+    // A part of a frame may have been sent, so nothing may follow.
+    failed_ = sent < 0;
+    if (!failed_) written_ += static_cast<std::size_t>(sent);
   }
   out_.clear();
   written_ = 0;
   if (out_.capacity() > KeptBytes) std::vector<std::uint8_t>().swap(out_);
-  return takes;
+  return !failed_;
 }
 
 }  // namespace channel

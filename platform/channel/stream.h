@@ -38,9 +38,12 @@ class Stream {
   // Adds a frame to those that wait. Copies the message.
   void queue(std::span<const std::uint8_t> message);
 
-  // Writes what waits, as far as the socket takes it. Returns false if the other end takes nothing any more; what
-  // waited is then lost.
+  // Writes what waits, as far as the socket takes it. Returns false if the other end takes nothing any more, now and
+  // from then on; what waits is lost.
   bool flush();
+
+  // True once flush has returned false.
+  bool failed() const { return failed_; }
 
   // Bytes that wait to be written.
   std::size_t waiting() const { return out_.size() - written_; }
@@ -53,6 +56,7 @@ class Stream {
   FrameReader reader_;
   std::vector<std::uint8_t> out_;
   std::size_t written_ = 0;  // bytes of out_
+  bool failed_ = false;
 };
 
 }  // namespace channel

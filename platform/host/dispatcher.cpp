@@ -29,6 +29,9 @@ constexpr device::Time LossBeforeInterval = std::chrono::seconds(1);
 // A system that is late loses an unknown number of messages again and again.
 constexpr device::Time UncountedLossInterval = std::chrono::seconds(10);
 
+// Connections that belong to nobody and are closed at once, between which others are served.
+constexpr int ClosedAtOnce = 16;
+
 service::EventPortId toPort(std::uint32_t number) { return service::EventPortId{number}; }
 
 }  // namespace
@@ -80,7 +83,11 @@ std::optional<device::Time> Dispatcher::advance(device::Time now) {
   tellTopologyChanged();
   sendNotes();
   const auto heldBackNext = tellHeldBack(now);
-  while (const auto connection = newcomers_.overdue(now)) connections_.disconnect(*connection);
+  for (int closed = 0; closed < ClosedAtOnce; ++closed) {
+    const auto connection = newcomers_.overdue(now);
+    if (!connection) break;
+    connections_.disconnect(*connection);
+  }
   return earliest({serviceNext, heldBackNext, newcomers_.next(), logLosses(now), logLossesBefore(now)});
 }
 
@@ -177,6 +184,8 @@ void Dispatcher::handle(const Request& request, wire::AskOriginals& message) {
 void Dispatcher::handle(const Request& request, wire::AskLinks& message) {
   Session* session = sessionFor(request, message.session, &Session::control);
   if (session == nullptr) return;
+  // What the answer includes is no news any more.
+  sendGraphChanges();
   wire::Links links{service_.graphVersion(), {}};
   for (const auto& [link, carried] : service_.connections()) {
     links.links.push_back({onWire(link, firstHandle_), carried});
@@ -243,6 +252,7 @@ void Dispatcher::handle(const Request& request, wire::OpenGraph& message) {
   const bool opened = sessions_.openGraph(*session, request.from);
   if (opened) {
     newcomers_.leave(request.from);
+    sendGraphChanges();
     session->graph = Credit(service_.graphVersion());
   }
   answer(request, opened ? device::Status::Ok : device::Status::BadRequest);

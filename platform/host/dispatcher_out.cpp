@@ -44,6 +44,7 @@ void Dispatcher::sendTaken(Session& session) {
 std::optional<device::Time> Dispatcher::tellHeldBack(device::Time now) {
   if (takenOwed_.empty() || !service_.behind()) return std::nullopt;
   if (now >= heldBackToldAt_ + HeldBackInterval) {
+    std::erase_if(takenOwed_, [this](service::ClientId client) { return sessions_.findByClient(client) == nullptr; });
     for (const service::ClientId client : takenOwed_) {
       const Session* session = sessions_.findByClient(client);
       if (session != nullptr && session->taken != session->takenTold)

@@ -3,6 +3,7 @@
 #include <asio/post.hpp>
 #include <chrono>
 #include <span>
+#include <system_error>
 #include <utility>
 
 #include "platform/channel/deadline.h"
@@ -47,7 +48,13 @@ Host::Host(std::unique_ptr<device::Driver> driver, const Settings& settings, Log
 Host::~Host() = default;
 
 void Host::adopt(sys::UniqueDescriptor socket) {
-  asio::post(loop_, [this, socket = std::move(socket)]() mutable { server_.adopt(std::move(socket)); });
+  asio::post(loop_, [this, socket = std::move(socket)]() mutable {
+    try {
+      server_.adopt(std::move(socket));
+    } catch (const std::system_error&) {
+      // The system has no room for it; the other end sees it close.
+    }
+  });
 }
 
 void Host::run() {
@@ -61,13 +68,12 @@ void Host::run() {
 }
 
 void Host::serve() {
-  bool busy = false;
   while (!stopping_) {
     const auto next = dispatcher_.advance(clockNow());
     dispatcher_.tellTaken();
     server_.flush();
-    wait(busy ? clockNow() : next);
-    busy = server_.serve(TurnsAtOnce);
+    wait(server_.hasWork() ? clockNow() : next);
+    server_.serve(TurnsAtOnce);
   }
   dispatcher_.finish(clockNow());
 }

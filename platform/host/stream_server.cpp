@@ -1,5 +1,6 @@
 #include "platform/host/stream_server.h"
 
+#include <fcntl.h>
 #include <sys/resource.h>
 #include <sys/socket.h>
 
@@ -14,8 +15,8 @@ namespace {
 // Connections that may wait to be accepted; the system's own limit is as high. Beyond it a client waits.
 constexpr int WaitingConnections = 4096;
 
-// Above this, a connection is not read from until its peer has taken some: no peer that follows the rules has as much
-// on its way, apart from one long answer.
+// Above this, nothing of a connection is handled until its peer has taken some: no peer that follows the rules has as
+// much on its way, apart from one long answer.
 constexpr std::size_t MaxWaitingBytes = 1U << 20U;
 
 // Turns of one connection before the next has one.
@@ -24,8 +25,9 @@ constexpr int TurnsInARow = 16;
 // Of the connections that have ended, so many are closed even while others have work.
 constexpr int ClosingsAtLeast = 4;
 
-// While so many connections wait for their turn, no more are accepted.
+// While so many connections wait for their turn, only one more is accepted in some rounds.
 constexpr std::size_t BusyConnections = 64;
+constexpr unsigned AcceptEvery = 4;
 
 // Descriptors that are not used for connections, so that everything else can still be opened.
 constexpr rlim_t SpareDescriptors = 16;
@@ -85,7 +87,7 @@ void StreamServer::accept(Acceptor& acceptor) {
     if (lacksResources(problem)) return pauseAccepting(acceptor, problem);
     if (!problem) {
       if (isSpare(socket.native_handle())) {
-        held_.push_back(std::move(socket));
+        held_.emplace_back(socket.release());
         return pauseAccepting(acceptor, std::make_error_code(std::errc::too_many_files_open));
       }
       enter(std::move(socket));
@@ -102,7 +104,10 @@ void StreamServer::pauseAccepting(Acceptor& acceptor, const std::error_code& rea
   if (log_ && (!before || now - *before > QuietTime)) log_("new clients have to wait: " + reason.message());
   paused_.push_back(&acceptor);
   lacksDescriptors_ = true;
-  if (!held_.empty()) return;
+  waitForDescriptors();
+}
+
+void StreamServer::waitForDescriptors() {
   acceptAgain_.expires_after(AcceptAgainTime);
   acceptAgain_.async_wait([this](const std::error_code& problem) {
     if (!problem) resumeAccepting();
@@ -110,8 +115,17 @@ void StreamServer::pauseAccepting(Acceptor& acceptor, const std::error_code& rea
 }
 
 void StreamServer::resumeAccepting() {
+  for (sys::UniqueDescriptor& socket : std::exchange(held_, {})) {
+    // Under its own number it would use up what is spared.
+    sys::UniqueDescriptor lowest(fcntl(socket.get(), F_DUPFD_CLOEXEC, 0));
+    if (!lowest || isSpare(lowest.get())) {
+      held_.push_back(std::move(socket));
+    } else {
+      adopt(std::move(lowest));
+    }
+  }
+  if (!held_.empty()) return waitForDescriptors();
   lacksDescriptors_ = false;
-  for (Socket& socket : std::exchange(held_, {})) enter(std::move(socket));
   for (Acceptor* acceptor : std::exchange(paused_, {})) accept(*acceptor);
 }
 
@@ -136,22 +150,23 @@ bool StreamServer::serve(int turns) {
     disconnect(id);
     receiver_.closed(id);
   }
-  if (ready_.size() < BusyConnections && held_.empty() && !lacksDescriptors_) resumeAccepting();
-  return !ready_.empty() || !closing_.empty();
+  const bool mayAccept = ready_.size() < BusyConnections || ++busyRounds_ % AcceptEvery == 0;
+  if (mayAccept && !lacksDescriptors_) resumeAccepting();
+  return hasWork();
 }
 
 void StreamServer::takeTurn() {
   Peer* peer = find(ready_.front());
   if (peer == nullptr) return ready_.pop_front();
-  if (const auto message = peer->stream.next()) {
-    receiver_.received(peer->id, *message);
-    return nextPeer(*peer);
-  }
   // What was sent may have been taken already.
   if (peer->stream.waiting() > MaxWaitingBytes) write(*peer);
   if (peer->stream.waiting() > MaxWaitingBytes) {
     peer->isPaused = true;
     return ready_.pop_front();
+  }
+  if (const auto message = peer->stream.next()) {
+    receiver_.received(peer->id, *message);
+    return nextPeer(*peer);
   }
   switch (peer->stream.read()) {
     case channel::Stream::Read::Bytes:
@@ -175,7 +190,7 @@ void StreamServer::nextPeer(Peer& peer) {
 }
 
 void StreamServer::disconnect(ConnectionId connection) {
-  if (peers_.erase(connection) > 0) resumeAccepting();
+  if (peers_.erase(connection) > 0 && lacksDescriptors_) resumeAccepting();
 }
 
 void StreamServer::closeAll() {
@@ -217,7 +232,11 @@ void StreamServer::flush() {
 }
 
 void StreamServer::write(Peer& peer) {
-  peer.stream.flush();
+  if (!peer.stream.flush()) {
+    // Ends reading, too.
+    std::error_code ignored;
+    peer.socket.shutdown(Socket::shutdown_both, ignored);
+  }
   if (peer.isPaused && peer.stream.waiting() <= MaxWaitingBytes) {
     peer.isPaused = false;
     ready_.push_back(peer.id);

@@ -30,13 +30,13 @@ namespace host {
 // turn, and reads only when its turn comes. A peer that does not take what is sent to it is not read from. A peer that
 // announces a frame that is too long is disconnected.
 //
-// While many connections wait for their turn, no more are accepted. If descriptors run out, no connection is accepted
+// While many connections wait for their turn, few more are accepted. If descriptors run out, no connection is accepted
 // until one closes or a second has passed. One line says so, however often that happens in a row.
 //
 // For one thread, which also runs the loop.
 class StreamServer : public Connections {
  public:
-  // What arrives. opened is called by the loop and adopt, the others by serve only.
+  // What arrives. received and closed are called by serve only.
   struct Receiver {
     std::function<void(ConnectionId connection)> opened;
     // The message is valid during the call.
@@ -58,6 +58,9 @@ class StreamServer : public Connections {
   // Handles what has arrived, in `turns` turns at most: a turn is a message or a read. Returns true if something is
   // left to do.
   bool serve(int turns);
+
+  // True if something is left to do.
+  bool hasWork() const { return !ready_.empty() || !closing_.empty(); }
 
   // Writes what was sent since the last call. Call it before waiting.
   void flush();
@@ -92,6 +95,7 @@ class StreamServer : public Connections {
   void accept(Acceptor& acceptor);
   void pauseAccepting(Acceptor& acceptor, const std::error_code& reason);
   void resumeAccepting();
+  void waitForDescriptors();
   void waitToRead(Peer& peer);
   void write(Peer& peer);
   // Performs one turn of the connection at the front of ready_.
@@ -105,7 +109,8 @@ class StreamServer : public Connections {
   asio::steady_timer acceptAgain_;
   std::vector<Acceptor*> paused_;  // they wait for descriptors, or until the loop has caught up
   bool lacksDescriptors_ = false;
-  std::vector<Socket> held_;  // accepted with the last descriptors; they wait until a connection closes
+  std::vector<sys::UniqueDescriptor> held_;  // accepted with the last descriptors; they wait for lower ones
+  unsigned busyRounds_ = 0;
   std::optional<asio::steady_timer::time_point> lackedAt_;  // descriptors, the last time
   std::unordered_map<ConnectionId, std::unique_ptr<Peer>> peers_;
   std::deque<ConnectionId> ready_;    // may have something to read; each stands here once

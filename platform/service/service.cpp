@@ -58,10 +58,10 @@ struct Service::State {
   }
 
   // Call settle when the driver's operation has returned.
-  void graphChanged(bool added, const device::Link& link) {
+  void graphChanged(bool added, const device::Link& link, SourceUse::Turn turn = SourceUse::Turn::Last) {
     const auto carrier = graph.carrier(link);
     changes.push_back({graph.version(), added, link, carrier && isCarried({link, *carrier})});
-    use.connectionChanged(link);
+    use.connectionChanged(link, turn);
   }
 
   bool isCarried(const PatchGraph::Entry& entry) const {
@@ -177,7 +177,8 @@ device::Status Service::tap(ClientId client, EventPortId port, std::string_view 
   if (!state_->mayTap(client, port, *devicePort)) return device::Status::Refused;
   const bool wasTapped = state_->taps.isTapped(*devicePort);
   state_->taps.add(client, port, *devicePort, holderBytes, name);
-  if (!wasTapped) state_->use.tapsChanged(*devicePort);
+  // Before what others have left to do: from the answer on, nothing may be missed.
+  if (!wasTapped) state_->use.tapsChanged(*devicePort, SourceUse::Turn::Next);
   state_->use.settle(SourcesAtOnce, now);
   return device::Status::Ok;
 }
@@ -191,6 +192,11 @@ device::Status Service::untap(ClientId client, EventPortId port, std::string_vie
     if (!place || !state_->taps.remove(client, port, *place)) return device::Status::Nothing;
   }
   if (!state_->taps.isTapped(*place)) state_->use.tapsChanged(*place);
+  // A tap of a dropped port that has not moved yet would come back with its port.
+  const auto other = state_->taps.find(client, port, name);
+  if (other && state_->taps.remove(client, port, *other) && !state_->taps.isTapped(*other)) {
+    state_->use.tapsChanged(*other);
+  }
   state_->use.settle(SourcesAtOnce, now);
   return device::Status::Ok;
 }
@@ -231,7 +237,7 @@ device::Status Service::connect(const device::Link& link, device::Time now) {
   if (!status) {
     const std::uint64_t before = state_->graph.version();
     status = state_->graph.connect(link);
-    if (state_->graph.version() != before) state_->graphChanged(true, link);
+    if (state_->graph.version() != before) state_->graphChanged(true, link, SourceUse::Turn::Next);
   }
   state_->use.settle(SourcesAtOnce, now);
   return *status;
@@ -368,7 +374,9 @@ void Service::lost(device::PortId source, std::uint64_t count, device::Time /*no
     state_->taps.forEach(port, [&](const Tap& tap, const std::string& /*name*/) { clients.insert(tap.client); });
   };
   enter(source);
-  for (const auto& [order, sink] : state_->graph.neighbours(source)) enter(sink.port);
+  for (const auto& [order, sink] : state_->graph.neighbours(source)) {
+    if (!state_->graph.isSevered({source.group, source.index, sink.port.group, sink.port.index})) enter(sink.port);
+  }
   for (const ClientId client : clients) state_->clients.addLossBefore(client, count);
 }
 

@@ -11,20 +11,25 @@ constexpr std::int64_t BeforeAll = std::numeric_limits<std::int64_t>::min();
 
 }  // namespace
 
-void SourceUse::connectionChanged(const device::Link& link) {
+void SourceUse::connectionChanged(const device::Link& link, Turn turn) {
   note(link.source(), link.sink(), graph_.carrier(link).has_value() && taps_.isTapped(link.sink()));
-  unsettled_.push_back(link.source());
+  enter(link.source(), turn);
 }
 
-void SourceUse::tapsChanged(device::PortId port) {
-  if (port.side == device::Side::Source) {
+void SourceUse::enter(device::PortId port, Turn turn) {
+  if (turn == Turn::Next) {
+    unsettled_.push_front(port);
+  } else {
     unsettled_.push_back(port);
-    return;
   }
+}
+
+void SourceUse::tapsChanged(device::PortId port, Turn turn) {
+  if (port.side == device::Side::Source) return enter(port, turn);
   if (graph_.neighbours(port).empty()) return;
   // A sink that waits for its turn begins again then.
   const bool isNew = walked_.insert_or_assign(port, BeforeAll).second;
-  if (isNew) unsettled_.push_back(port);
+  if (isNew) enter(port, turn);
 }
 
 bool SourceUse::settle(std::size_t most, device::Time now) {

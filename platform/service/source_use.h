@@ -22,17 +22,20 @@ namespace service {
 // of sources. So changes are only noted here, and settled piece by piece when the operation has returned.
 class SourceUse {
  public:
+  // When a change is settled: after all others, or before them.
+  enum class Turn : std::uint8_t { Last, Next };
+
   // All must outlive this object.
   SourceUse(device::Driver& driver, const PatchGraph& graph, const TapTable& taps)
       : driver_(driver), graph_(graph), taps_(taps) {}
 
   // This connection was made or ended.
-  void connectionChanged(const device::Link& link);
+  void connectionChanged(const device::Link& link, Turn turn = Turn::Last);
 
   // This port is tapped now, or no longer (see TapTable::isTapped).
-  void tapsChanged(device::PortId port);
+  void tapsChanged(device::PortId port, Turn turn = Turn::Last);
 
-  // Tells the driver of changes; looks at up to `most` sources, in the order of the changes. Returns false if there was
+  // Tells the driver of changes; looks at up to `most` sources. Returns false if there was
   // nothing to settle.
   bool settle(std::size_t most, device::Time now);
 
@@ -45,6 +48,7 @@ class SourceUse {
     std::set<device::PortId> tapped{};  // connected sinks that are tapped
   };
 
+  void enter(device::PortId port, Turn turn);
   bool isWanted(device::PortId source) const;
   void refresh(device::PortId source, device::Time now);
   void note(device::PortId source, device::PortId sink, bool isTapped);

@@ -14,8 +14,9 @@ std::unique_ptr<ServiceClient> ServiceClient::open(const ServicePlace& place) {
   const auto take = [&taken](channel::Connector connector, const std::string& endpoint) -> std::optional<std::string> {
     try {
       std::unique_ptr<ServiceClient> opened(new ServiceClient(std::move(connector), endpoint));
-      opened->channel_.emplace(opened->connector_);
-      if (!opened->channel_->greet(channel::Deadline(channel::AnswerTime))) return opened->whyNoAnswer();
+      const channel::Deadline deadline(channel::AnswerTime);
+      opened->channel_.emplace(opened->connector_, deadline);
+      if (!opened->channel_->greet(deadline)) return opened->whyNoAnswer();
       taken = std::move(opened);
       return std::nullopt;
     } catch (const std::exception& failure) {
