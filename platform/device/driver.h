@@ -26,7 +26,8 @@ class DriverEvents {
   virtual void linked(const Link& link, Time now) = 0;
   virtual void unlinked(const Link& link, Time now) = 0;
 
-  // Driver::topology returns something new. Connections of ports that no longer exist end with this call.
+  // Driver::topology returns something new. Connections of ports that no longer exist carry nothing from this
+  // call on.
   virtual void topologyChanged(Time now) = 0;
 
   // Messages of this source were lost before they reached the driver, after the messages emitted so far. count: how

@@ -56,7 +56,7 @@ class PatchGraph {
   // nothing any more and does not come back with its ports, but stays in the graph until it is disconnected.
   void severMissing();
 
-  // Returns up to `most` severed connections, in the order of creation.
+  // Returns up to `most` severed connections, those of one port in the order of creation.
   std::vector<device::Link> severed(std::size_t most);
 
   bool hasSevered();

@@ -65,7 +65,8 @@ class PortMap {
   bool empty() const { return size_ == 0; }
 
   // Up to `most` ports that have a value and do not exist in the topology (missing), or whose places are not even kept
-  // there (unknown). A group of which no port was removed costs no more than looking it up.
+  // there (unknown). A group whose side keeps no list of removed ports costs no more than
+  // looking it up.
   std::vector<device::PortId> missing(const device::Topology& topology, std::size_t most) const {
     return portsThat(topology, most,
                      [](const device::SideOfGroup& side, std::uint16_t index) { return !side.exists(index); });

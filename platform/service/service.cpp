@@ -15,7 +15,7 @@ namespace service {
 
 namespace {
 
-// How much is done at once of what may be any amount: about a millisecond each.
+// How much is done at once of what may be any amount: about a millisecond each, without what a driver needs.
 constexpr std::size_t TapsAtOnce = 2000;
 constexpr std::size_t MemoryAtOnce = 1U << 20U;
 constexpr std::size_t ChangesAtOnce = 500;

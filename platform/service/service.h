@@ -23,7 +23,8 @@ struct QueueLimits {
 
 // Limits on what clients can make.
 struct TableLimits {
-  // Of one client: enough for all ports of two groups that are as large as possible. A tap takes 150 to 300 bytes.
+  // Of one client: enough for all ports of two groups that are as large as possible. A tap takes 150 to 300 bytes;
+  // the first of an event port far up in a large group up to 33 KB.
   std::uint32_t taps = 1U << 18U;
 
   // Event ports of one client that have taps. A message is copied once to each that taps its port, so this bounds what
@@ -70,7 +71,8 @@ class Service : private device::DriverEvents {
   //
   // No operation works for long. What would, as the end of many taps, takes effect at once for all clients, and advance
   // cleans up in pieces: call it after each operation that takes a time. Until then the driver may still report what
-  // nobody needs, or not report yet what a tap of a sink with very many connections needs.
+  // nobody needs, or not report yet what a tap of a sink with very many connections needs; connections of removed ports
+  // are still listed, though they carry nothing; and taps of a dropped group may not have moved to its successor yet.
   void removeClient(ClientId client, device::Time now);
 
   // Taps. holderBytes: the largest event (header included) that several records may share. Repeating a tap returns Ok

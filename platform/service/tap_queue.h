@@ -59,7 +59,7 @@ class TapQueue {
   std::size_t bytes() const { return records_.size() + entries_.size() * sizeof(Entry); }
 
   // Memory that the allocator spends on what waits, with names and all bookkeeping; 0 if nothing waits. At most the
-  // double of bytes(), and 16 KiB twice and some 250 bytes for each port that waiting events come from.
+  // double of bytes(), and 16 KiB four times and some 250 bytes for each port that waiting events come from.
   std::size_t memory() const { return records_.memory() + entries_.memory() + originMemory_; }
 
   // Records accepted and dropped in total.
