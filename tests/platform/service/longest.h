@@ -9,8 +9,12 @@
 
 namespace service {
 
-// Ten times what an operation of the service may take; more under a sanitizer.
+// Ten times what an operation of the service may take; more under a sanitizer and without optimization.
+#ifdef __OPTIMIZE__
 inline constexpr std::chrono::milliseconds LongestAllowed{testsupport::Sanitized ? 500 : 50};
+#else
+inline constexpr std::chrono::milliseconds LongestAllowed{500};
+#endif
 
 // Measures operations in processor time of this thread, so that other work on the machine does not count.
 class Longest {
