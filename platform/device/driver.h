@@ -47,6 +47,12 @@ class DriverEvents {
   DriverEvents& operator=(const DriverEvents&) = default;
 };
 
+// What a driver makes of a message for one of its sinks.
+enum class Delivery : std::uint8_t {
+  Taken,      // delivered, or waiting in the driver; a loss for any other reason is noted
+  Unsendable  // the other system has no form for it, so the driver has dropped, counted and noted it
+};
+
 // What the service needs to know of a driver once, when it starts.
 struct Started {
   // The connections that the service carries from the start, in the order of creation.
@@ -76,8 +82,8 @@ class Driver {
 
   // A message arrived at a sink port of the device; the driver delivers it to the port once. The driver may call
   // DriverEvents::emitted from inside this call (a thru); the service breaks loops. A message that cannot be delivered
-  // now waits in the driver. A message that the other system cannot represent is counted and noted.
-  virtual void deliver(PortId sink, const Message& message, Time now) = 0;
+  // now waits in the driver. Whether the other system has a form for a message is known at once: the sender is told.
+  virtual Delivery deliver(PortId sink, const Message& message, Time now) = 0;
 
   // Says whether anyone needs what a source port emits. Holds until the next call for this port, also while the port
   // does not exist. The last result of advance may no longer hold: call advance again afterwards.

@@ -36,8 +36,10 @@ class SideBySide : public device::Driver {
     return all;
   }
 
-  void deliver(device::PortId sink, const device::Message& message, device::Time now) override {
-    if (const Origin* origin = joint_.origin(sink.group)) driverOf(*origin).deliver(port(*origin, sink), message, now);
+  device::Delivery deliver(device::PortId sink, const device::Message& message, device::Time now) override {
+    const Origin* origin = joint_.origin(sink.group);
+    if (origin == nullptr) return device::Delivery::Taken;
+    return driverOf(*origin).deliver(port(*origin, sink), message, now);
   }
 
   void setUsed(device::PortId source, bool used, device::Time now) override {

@@ -160,7 +160,7 @@ ClientCounts ClientTable::counts(ClientId client) const {
   const auto found = clients_.find(client);
   if (found == clients_.end()) return {};
   const Client& known = found->second;
-  return {0, known.in, known.queue.accepted(), known.queue.lost(), known.queue.bytes()};
+  return {0, known.in, known.queue.accepted(), known.queue.lost(), known.queue.bytes(), known.unsendable};
 }
 
 Counts ClientTable::counts() const { return {.out = accepted_, .lost = lost_}; }

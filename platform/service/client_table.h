@@ -62,6 +62,9 @@ class ClientTable {
   // Counts a message that the client, which must exist, sent or injected.
   void countIn(ClientId client) { ++clients_.at(client).in; }
 
+  // Counts one of these messages as unsendable (see ClientCounts).
+  void countUnsendable(ClientId client) { ++clients_.at(client).unsendable; }
+
   // All zero for an unknown client. Leaves out taps.
   ClientCounts counts(ClientId client) const;
 
@@ -79,6 +82,7 @@ class ClientTable {
     ClientId id{};
     std::uint32_t user = 0;
     std::uint64_t in = 0;
+    std::uint64_t unsendable = 0;
     bool isReady = false;   // stands in ready_
     bool isLosing = false;  // stands in losing_
     // As counted in the totals.

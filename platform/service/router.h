@@ -36,6 +36,9 @@ class Router {
   // Passes a message through these ports, in this order, on one trip. Must not be called inside passed or arrived.
   void pass(std::span<const device::PortId> ports, const device::Message& message, device::Time now);
 
+  // The number of the trip that has begun last.
+  std::uint64_t trip() const { return trip_; }
+
   // Ports were removed: forgets which trips passed them.
   void forgetMissing(const device::Topology& topology);
 

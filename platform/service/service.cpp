@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <limits>
 #include <set>
+#include <span>
 #include <utility>
 
 #include "platform/service/client_table.h"
@@ -36,7 +37,7 @@ struct Service::State {
               copyToTaps(port, message, now);
             },
             [this](device::PortId sink, const device::Message& message, device::Time now) {
-              driver->deliver(sink, message, now);
+              if (driver->deliver(sink, message, now) == device::Delivery::Unsendable) countUnsendable();
             }) {}
 
   const device::Topology& topology() const { return driver->topology(); }
@@ -45,6 +46,22 @@ struct Service::State {
     taps.forEach(port, [&](const Tap& tap, const std::string& name) {
       clients.addMessage(tap.client, tap.eventPort, port, name, tap.holderBytes, message, now);
     });
+  }
+
+  // Passes a message of a client through these ports.
+  void pass(ClientId client, std::span<const device::PortId> ports, const device::Message& message, device::Time now) {
+    clients.countIn(client);
+    ++in;
+    sender = client;
+    router.pass(ports, message, now);
+    sender.reset();
+  }
+
+  // Once for each message, which may reach several sinks.
+  void countUnsendable() {
+    if (std::exchange(unsendableTrip, router.trip()) == router.trip()) return;
+    ++unsendable;
+    if (sender) clients.countUnsendable(*sender);
   }
 
   bool mayTap(ClientId client, EventPortId eventPort, device::PortId port) const {
@@ -144,6 +161,9 @@ struct Service::State {
   std::uint64_t in = 0;  // from all clients and the device
   std::uint64_t lostBefore = 0;
   std::uint64_t uncountedLosses = 0;
+  std::uint64_t unsendable = 0;
+  std::uint64_t unsendableTrip = 0;  // the last trip that was counted
+  std::optional<ClientId> sender;    // whose message the router passes; nullopt: the device emitted it
   std::vector<Note> notes;
   std::vector<device::PortId> homeless;  // tapped ports that the device dropped, still to look at
   std::set<device::PortId> goneTold;     // removed ports that notes have warned of, until they return
@@ -209,11 +229,9 @@ void Service::untapAll(ClientId client, EventPortId port, device::Time now) {
 device::Status Service::send(ClientId client, EventPortId port, const device::Message& message, device::Time now) {
   if (!state_->clients.contains(client)) return device::Status::NoSession;
   if (message.bytes.empty()) return device::Status::BadRequest;
-  state_->clients.countIn(client);
-  ++state_->in;
   auto ports = state_->taps.tappedBy(client, port);
   std::erase_if(ports, [this](device::PortId tapped) { return state_->hasGone(tapped); });
-  state_->router.pass(ports, message, now);
+  state_->pass(client, ports, message, now);
   return device::Status::Ok;
 }
 
@@ -223,9 +241,7 @@ device::Status Service::inject(ClientId client, std::string_view name, const dev
   const auto port = state_->topology().port(name);
   if (!port) return device::Status::NotFound;
   if (message.bytes.empty()) return device::Status::BadRequest;
-  state_->clients.countIn(client);
-  ++state_->in;
-  state_->router.pass({&*port, 1}, message, now);
+  state_->pass(client, {&*port, 1}, message, now);
   return device::Status::Ok;
 }
 
@@ -317,6 +333,7 @@ Counts Service::counts() const {
   all.in = state_->in;
   all.lostBefore = state_->lostBefore;
   all.uncountedLosses = state_->uncountedLosses;
+  all.unsendable = state_->unsendable;
   return all;
 }
 

@@ -85,7 +85,8 @@ class Service : private device::DriverEvents {
 
   // Passes a message through every existing device port that the event port taps, in the order of tapping: at a source
   // as if it had emitted the message, at a sink as if it had arrived there. Warns of a removed port at the first
-  // message that it misses. BadRequest: the message has no bytes.
+  // message that it misses. BadRequest: the message has no bytes. When send or inject returns, counts knows whether the
+  // message was unsendable.
   device::Status send(ClientId client, EventPortId port, const device::Message& message, device::Time now);
 
   // Passes a message through one device port in the same way, tapped or not. NotFound: no port has that name.

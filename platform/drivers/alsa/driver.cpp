@@ -43,8 +43,9 @@ class AlsaDriver : public device::Driver {
     return {.links = {}, .descriptor = ready_.descriptor()};
   }
 
-  void deliver(device::PortId sink, const device::Message& message, device::Time now) override {
-    if (const auto key = graph_.ports().key(sink)) feeds_.send(addressOf(*key), message, now);
+  device::Delivery deliver(device::PortId sink, const device::Message& message, device::Time now) override {
+    const auto key = graph_.ports().key(sink);
+    return key ? feeds_.send(addressOf(*key), message, now) : device::Delivery::Taken;
   }
 
   void setUsed(device::PortId source, bool used, device::Time /*now*/) override {

@@ -35,21 +35,22 @@ SinkFeeds::~SinkFeeds() {
   drainFinally(ShortestPause, sendMore, [this] { return bytes(); });
 }
 
-void SinkFeeds::send(Address to, const device::Message& message, device::Time now) {
+device::Delivery SinkFeeds::send(Address to, const device::Message& message, device::Time now) {
   const auto receiver = receivers_.find(to);
-  if (receiver == receivers_.end()) return;
+  if (receiver == receivers_.end()) return device::Delivery::Taken;
   std::vector<std::uint8_t> bytes;
   if (const auto why = appendSendable(message, bytes)) {
     log_.addUnsent(1, receiver->second.text, *why, now);
-    return;
+    return device::Delivery::Unsendable;
   }
   Sink& sink = sinks_.try_emplace(to, Sink{SinkQueue(port_, to, receiver->second)}).first->second;
   if (sink.queue.bytes() + bytes.size() > MostBytesOfSink) {
     log_.addUnsent(1, receiver->second.text, unsent::TooMuchWaits, now);
-    return;
+    return device::Delivery::Taken;
   }
   sink.queue.add(std::move(bytes));
   if (sink.queue.messages() == 1) go(sink, now);
+  return device::Delivery::Taken;
 }
 
 void SinkFeeds::setReceivers(const std::map<Address, Receiver>& receivers, device::Time now) {

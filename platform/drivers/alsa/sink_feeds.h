@@ -25,7 +25,7 @@ class SinkFeeds {
   SinkFeeds& operator=(const SinkFeeds&) = delete;
 
   // Sends the message, or keeps it until advance.
-  void send(Address to, const device::Message& message, device::Time now);
+  device::Delivery send(Address to, const device::Message& message, device::Time now);
 
   // Sets the receivers that exist now. Drops what waits for other ports.
   void setReceivers(const std::map<Address, Receiver>& receivers, device::Time now);

@@ -26,9 +26,10 @@ class DescribedDevice : public device::Driver {
     return {.links = links_};
   }
 
-  void deliver(device::PortId sink, const device::Message& message, device::Time now) override {
+  device::Delivery deliver(device::PortId sink, const device::Message& message, device::Time now) override {
     const device::PortId source{sink.group, sink.index, device::Side::Source};
     if (thrus_.contains(sink.group) && topology_.exists(source)) events_->emitted(source, message, now);
+    return device::Delivery::Taken;
   }
 
   void setUsed(device::PortId source, bool used, device::Time now) override {

@@ -51,7 +51,7 @@ class JackDriver : public device::Driver {
   bool behind() const override { return feeds_.waitingBytes() > ManyWaitingBytes; }
 
   device::Started start(device::DriverEvents& events, device::Time now) override;
-  void deliver(device::PortId sink, const device::Message& message, device::Time now) override;
+  device::Delivery deliver(device::PortId sink, const device::Message& message, device::Time now) override;
   void setUsed(device::PortId source, bool used, device::Time now) override;
   std::optional<device::Time> advance(device::Time now) override;
   std::optional<device::Status> patch(bool made, const device::Link& link, device::Time now) override;
@@ -87,17 +87,20 @@ device::Started JackDriver::start(device::DriverEvents& events, device::Time now
   return {.links = {}, .descriptor = wakeup_->descriptor()};
 }
 
-void JackDriver::deliver(device::PortId sink, const device::Message& message, device::Time now) {
+device::Delivery JackDriver::deliver(device::PortId sink, const device::Message& message, device::Time now) {
+  auto delivery = device::Delivery::Taken;
   std::vector<std::uint8_t> bytes;
   if (const auto why = appendSendable(message, bytes)) {
     bursts_.addUnsent(1, graph_.ports().text(sink), *why, now);
+    delivery = device::Delivery::Unsendable;
   } else if (!client_) {
     bursts_.addUnsent(1, graph_.ports().text(sink), unsent::PortHasGone, now);
   } else if (!feeds_.send(*client_, graph_.ports(), sink, bytes, now)) {
-    return;
+    return delivery;
   }
   // advance may be due sooner than it last returned: something waits, or is to be logged.
   wakeup_->wake();
+  return delivery;
 }
 
 void JackDriver::setUsed(device::PortId source, bool used, device::Time /*now*/) {

@@ -103,6 +103,17 @@ TEST_F(SideBySideTest, EachDriverIsCalledWithItsOwnPortIds) {
   EXPECT_EQ(toldTwo_, (Told{"deliver G1In1 90 01 02", "unuse G0Out1"}));
 }
 
+TEST_F(SideBySideTest, EachDriverSaysWhetherItHasAFormForAMessage) {
+  two_->isUnsendable = [](device::PortId sink, const device::Message& message) {
+    return sink == in(1, 0) && message.group > 15;
+  };
+  const Bytes note{0x90, 1, 2};
+  EXPECT_EQ(joint_->deliver(in(3, 0), {16, note}, {}), device::Delivery::Unsendable);
+  EXPECT_EQ(joint_->deliver(in(3, 0), {15, note}, {}), device::Delivery::Taken);
+  EXPECT_EQ(joint_->deliver(in(1, 0), {16, note}, {}), device::Delivery::Taken) << "the other driver";
+  EXPECT_EQ(joint_->deliver(in(9, 0), {16, note}, {}), device::Delivery::Taken) << "a port of none";
+}
+
 TEST_F(SideBySideTest, EventsOfEachDriverHaveTheJointPortIds) {
   const Bytes note{0x90, 1, 2};
   one_->events().emitted(out(1, 0), {5, note}, {});

@@ -68,6 +68,10 @@ class TestDevice : public device::Driver {
 
   // What it does when a message arrives at a sink, and when it advances.
   Answer onDeliver;
+
+  // Whether it has no form for a message.
+  std::function<bool(device::PortId sink, const device::Message&)> isUnsendable;
+
   std::function<std::optional<device::Time>(device::DriverEvents&, device::Time)> onAdvance;
   std::function<void(device::DriverEvents&, device::PortId source, bool used, device::Time)> onUsed;
   std::function<void(device::DriverEvents&)> onFinish;
@@ -92,9 +96,11 @@ class TestDevice : public device::Driver {
     return {links_, descriptor};
   }
 
-  void deliver(device::PortId sink, const device::Message& message, device::Time now) override {
+  device::Delivery deliver(device::PortId sink, const device::Message& message, device::Time now) override {
     if (remembersDeliveries) told_.push_back("deliver " + topology_.name(sink) + hexOf(message.bytes));
     if (onDeliver) onDeliver(*events_, sink, message, now);
+    const bool hasNoForm = isUnsendable && isUnsendable(sink, message);
+    return hasNoForm ? device::Delivery::Unsendable : device::Delivery::Taken;
   }
 
   void setUsed(device::PortId source, bool used, device::Time now) override {

@@ -21,8 +21,9 @@ class EchoDriver : public device::Driver {
     return {};
   }
 
-  void deliver(device::PortId sink, const device::Message& message, device::Time now) override {
+  device::Delivery deliver(device::PortId sink, const device::Message& message, device::Time now) override {
     events_->emitted({sink.group, sink.index, device::Side::Source}, message, now);
+    return device::Delivery::Taken;
   }
 
   void setUsed(device::PortId /*source*/, bool /*used*/, device::Time /*now*/) override {}

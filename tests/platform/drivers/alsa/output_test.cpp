@@ -29,7 +29,7 @@ TEST_F(AlsaSinkFeeds, SendsToTheGivenSinkOnly) {
   driver().deliver(sink, {5, note}, clockNow());
   driver().deliver(sink, {0, clock}, clockNow());
   driver().deliver(sink, {0, exclusive}, clockNow());
-  driver().deliver(sink, {15, note}, clockNow());
+  EXPECT_EQ(driver().deliver(sink, {15, note}, clockNow()), device::Delivery::Taken);
   std::vector<std::uint8_t> expected{0x95, 60, 1, 0xF8};
   expected.insert(expected.end(), exclusive.begin(), exclusive.end());
   expected.insert(expected.end(), {0x9F, 60, 1});
@@ -102,8 +102,10 @@ TEST_F(AlsaSinkFeeds, MessagesThatMidiCannotCarryAreCountedAndLogged) {
   const Address in = peer.port("peer in", SinkCapabilities);
   const device::PortId sink = run->place("peer_in");
   const std::vector<std::uint8_t> note{0x90, 60, 1};
-  for (int sent = 0; sent < 3; ++sent) driver().deliver(sink, {16, note}, clockNow());
-  driver().deliver(sink, {0, std::span(note).first(2)}, clockNow());
+  for (int sent = 0; sent < 3; ++sent) {
+    EXPECT_EQ(driver().deliver(sink, {16, note}, clockNow()), device::Delivery::Unsendable);
+  }
+  EXPECT_EQ(driver().deliver(sink, {0, std::span(note).first(2)}, clockNow()), device::Delivery::Unsendable);
   driver().advance(clockNow() + std::chrono::seconds(2));
   EXPECT_THAT(run->notes,
               ::testing::UnorderedElementsAre(

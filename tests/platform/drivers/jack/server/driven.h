@@ -59,8 +59,8 @@ class Driven : private device::DriverEvents {
 
   void use(const std::string& source, bool used = true) { driver_->setUsed(place(source), used, now()); }
 
-  void deliver(const std::string& sink, const std::vector<std::uint8_t>& bytes, std::uint16_t group = 0) {
-    driver_->deliver(place(sink), {group, bytes}, now());
+  device::Delivery deliver(const std::string& sink, const std::vector<std::uint8_t>& bytes, std::uint16_t group = 0) {
+    return driver_->deliver(place(sink), {group, bytes}, now());
   }
 
   // Nothing, which is no answer of this driver's, becomes Refused.

@@ -101,10 +101,10 @@ TEST_F(JackMessages, MessagesThatMidiCannotCarryAreRefusedAndLogged) {
   const std::vector<JackEvent> expected{{0x9F, 2, 2}};
   tryUndisturbed([&] {
     driven->lines.clear();
-    driven->deliver("peer:in", {0x90, 1, 1}, 16);
-    driven->deliver("peer:in", {0x90, 1, 1}, 17);
-    driven->deliver("peer:in", {0x90, 1});
-    driven->deliver("peer:in", {0x90, 2, 2}, 15);
+    EXPECT_EQ(driven->deliver("peer:in", {0x90, 1, 1}, 16), device::Delivery::Unsendable);
+    EXPECT_EQ(driven->deliver("peer:in", {0x90, 1, 1}, 17), device::Delivery::Unsendable);
+    EXPECT_EQ(driven->deliver("peer:in", {0x90, 1}), device::Delivery::Unsendable);
+    EXPECT_EQ(driven->deliver("peer:in", {0x90, 2, 2}, 15), device::Delivery::Taken);
     driven->runUntil([&] { return driven->lines.size() == 2; });
     EXPECT_THAT(
         driven->lines,
