@@ -135,6 +135,8 @@ void Dispatcher::handle(const Request& request, wire::Hello& /*message*/) {
 void Dispatcher::handle(const Request& request, wire::Goodbye& message) {
   Session* session = sessionFor(request, message.session, &Session::control);
   if (session == nullptr) return;
+  // A client that leaves right after it sent still learns what could not be sent.
+  sendTaken(*session);
   end(*session, "disconnected", request.now);
   answer(request, device::Status::Ok);
 }

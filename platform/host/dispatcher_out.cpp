@@ -38,7 +38,8 @@ void Dispatcher::countTaken(Session& session) {
 void Dispatcher::sendTaken(Session& session) {
   if (session.taken == session.takenTold) return;
   session.takenTold = session.taken;
-  connections_.send(session.control, wire::encode(0, wire::Taken{session.taken}));
+  connections_.send(session.control,
+                    wire::encode(0, wire::Taken{session.taken, service_.counts(session.client).unsendable}));
 }
 
 std::optional<device::Time> Dispatcher::tellHeldBack(device::Time now) {
@@ -48,7 +49,8 @@ std::optional<device::Time> Dispatcher::tellHeldBack(device::Time now) {
     for (const service::ClientId client : takenOwed_) {
       const Session* session = sessions_.findByClient(client);
       if (session != nullptr && session->taken != session->takenTold)
-        connections_.send(session->control, wire::encode(0, wire::Taken{session->takenTold}));
+        connections_.send(session->control,
+                          wire::encode(0, wire::Taken{session->takenTold, service_.counts(client).unsendable}));
     }
     heldBackToldAt_ = now;
   }

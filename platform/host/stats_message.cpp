@@ -16,7 +16,8 @@ wire::Stats statsMessage(const service::Service& service, const SessionTable& se
                       .lost = all.lost + all.lostBefore,
                       .queueLimit = settings.service.queueBytes,
                       .clients = {},
-                      .uncountedLosses = all.uncountedLosses};
+                      .uncountedLosses = all.uncountedLosses,
+                      .unsendable = all.unsendable};
   for (const Session* session : inOrder) {
     const service::ClientCounts counts = service.counts(session->client);
     message.clients.push_back({.program = session->peer.program,
@@ -25,7 +26,8 @@ wire::Stats statsMessage(const service::Service& service, const SessionTable& se
                                .in = counts.in,
                                .out = counts.out,
                                .lost = counts.lost,
-                               .queueBytes = counts.queueBytes});
+                               .queueBytes = counts.queueBytes,
+                               .unsendable = counts.unsendable});
   }
   return message;
 }

@@ -12,4 +12,11 @@ inline std::string uncountedLossText(std::uint64_t times) {
   return front + "an unknown number of messages, perhaps none, lost before reaching the service";
 }
 
+// Returns the text for so many messages that another system has no form for.
+inline std::string unsendableText(std::uint64_t count) {
+  return std::to_string(count) + (count == 1 ? " message" : " messages") +
+         " not sent: another system has no form for " + (count == 1 ? "it" : "them") +
+         ", such as for a group id above 15";
+}
+
 }  // namespace wire

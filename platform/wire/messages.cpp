@@ -165,6 +165,7 @@ void fields(Io& io, Fields<Io, Links> m) {
 template <class Io>
 void fields(Io& io, Fields<Io, Taken> m) {
   io(m.count);
+  io(m.unsendable);
 }
 
 template <class Io>
@@ -176,6 +177,7 @@ void fields(Io& io, Fields<Io, ClientStats> m) {
   io(m.out);
   io(m.lost);
   io(m.queueBytes);
+  io(m.unsendable);
 }
 
 template <class Io>
@@ -186,6 +188,7 @@ void fields(Io& io, Fields<Io, Stats> m) {
   io(m.queueLimit);
   io(m.clients);
   io(m.uncountedLosses);
+  io(m.unsendable);
 }
 
 template <class Io>

@@ -152,9 +152,11 @@ struct Links {
   std::vector<LinkRecord> links;  // in the order of creation
 };
 
-// How many Send and Inject of this client the service has processed in total.
+// How many Send and Inject of this client the service has processed in total, and how many of the messages in them
+// reached a port of another system which has no form for them.
 struct Taken {
   std::uint64_t count = 0;
+  std::uint64_t unsendable = 0;
 };
 
 // What one client has done and what waits for it. Counts MIDI messages, not the frames that carry them.
@@ -166,6 +168,7 @@ struct ClientStats {
   std::uint64_t out = 0;   // copies handed to the client
   std::uint64_t lost = 0;  // copies dropped because its queue was full
   std::uint64_t queueBytes = 0;
+  std::uint64_t unsendable = 0;  // of in: another system has no form for them
 };
 struct Stats {
   std::uint64_t in = 0;  // messages that entered the device: emitted, sent or injected; includes disconnected clients
@@ -175,6 +178,8 @@ struct Stats {
   std::vector<ClientStats> clients;  // in the order of connecting
   // How many times an unknown number of messages, perhaps none, was lost before reaching the service. Not part of lost.
   std::uint64_t uncountedLosses = 0;
+  // Messages that another system has no form for, also those that no client sent. Not part of lost.
+  std::uint64_t unsendable = 0;
 };
 
 // --- event channel ---

@@ -19,7 +19,10 @@ inline std::string textOf(const device::Link& link) {
 }
 
 inline std::string textOf(const wire::Welcome& m) { return "welcome, window " + std::to_string(m.sendWindow); }
-inline std::string textOf(const wire::Taken& m) { return "taken " + std::to_string(m.count); }
+inline std::string textOf(const wire::Taken& m) {
+  const std::string text = "taken " + std::to_string(m.count);
+  return m.unsendable == 0 ? text : text + ", " + std::to_string(m.unsendable) + " unsendable";
+}
 inline std::string textOf(const wire::GraphStale& /*m*/) { return "stale"; }
 inline std::string textOf(const wire::TopologyChanged& /*m*/) { return "topology changed"; }
 
