@@ -19,22 +19,25 @@ bool ControlChannel::greet(const Deadline& deadline) {
 }
 
 bool ControlChannel::send(std::uint32_t eventPort, std::uint16_t group, std::span<const std::uint8_t> bytes) {
-  return handOver(wire::Send{welcome_.session, eventPort, group, {bytes.begin(), bytes.end()}}, Patience::UntilItGoes);
+  return handOver(wire::Send{welcome_.session, eventPort, group, {bytes.begin(), bytes.end()}}, 1,
+                  Patience::UntilItGoes);
 }
 
 bool ControlChannel::inject(const std::string& port, std::vector<wire::InjectItem> messages) {
-  return handOver(wire::Inject{welcome_.session, port, std::move(messages)}, Patience::TwoSeconds);
+  const std::uint64_t count = messages.size();
+  return handOver(wire::Inject{welcome_.session, port, std::move(messages)}, count, Patience::TwoSeconds);
 }
 
 bool ControlChannel::finish() { return waitForRoom(0, Patience::TwoSeconds) && !refusal_; }
 
-bool ControlChannel::handOver(const wire::Body& message, Patience patience) {
+bool ControlChannel::handOver(const wire::Body& message, std::uint64_t messages, Patience patience) {
   // Reading costs as much as sending, so it is done only when half of the window is used up.
   if (sent_ - taken_ >= (welcome_.sendWindow + 1) / 2) takeIn(0);
   if (forgotten_ || welcome_.sendWindow == 0 || !waitForRoom(welcome_.sendWindow - 1, patience) ||
       !connection_.send(0, message))
     return false;
   ++sent_;
+  messages_ += messages;
   return waitForSocket(patience);
 }
 
@@ -91,6 +94,7 @@ std::optional<wire::Body> ControlChannel::takeIn(std::uint32_t tag) {
     if (result != nullptr && envelope->tag == 0) refusal_ = result->status;
     if (const auto* taken = std::get_if<wire::Taken>(&envelope->body)) {
       if (taken->count <= sent_) taken_ = std::max(taken_, taken->count);
+      if (taken->unsendable <= messages_) unsendable_ = std::max(unsendable_, taken->unsendable);
       heard_ = true;
     } else if (tag != 0 && envelope->tag == tag) {
       // Answers to requests that have timed out have older tags.

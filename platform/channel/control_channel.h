@@ -43,6 +43,16 @@ class ControlChannel {
   // Sends a request without waiting for its answer. Does not block.
   void tell(const wire::Body& request) { connection_.send(0, request); }
 
+  // Handles what the service has said about messages that are on their way. Does not block.
+  void look() {
+    if (sent_ != taken_) takeIn(0);
+  }
+
+  // How many of the messages that were sent or injected another system has no form for, as far as the service has
+  // said: after finish, and after the answer to a Goodbye, it has said all. It sends Taken after each round of its
+  // loop, which look and all calls that wait for the service handle.
+  std::uint64_t unsendable() const { return unsendable_; }
+
   // True if the connection is closed or the service has forgotten this client: no request gets an answer any more.
   bool lost() { return forgotten_ || connection_.closed(); }
 
@@ -70,7 +80,8 @@ class ControlChannel {
 
   // Waits until at most onTheWay frames are not taken yet.
   bool waitForRoom(std::uint64_t onTheWay, Patience patience);
-  bool handOver(const wire::Body& message, Patience patience);
+  // messages: how many are in it.
+  bool handOver(const wire::Body& message, std::uint64_t messages, Patience patience);
   // Waits until the socket has taken everything.
   bool waitForSocket(Patience patience);
   bool untilItGoes(Patience patience) const { return patience == Patience::UntilItGoes && mayReturn_; }
@@ -84,6 +95,8 @@ class ControlChannel {
   std::uint32_t lastTag_ = 0;
   std::uint64_t sent_ = 0;
   std::uint64_t taken_ = 0;
+  std::uint64_t messages_ = 0;  // in what was sent
+  std::uint64_t unsendable_ = 0;
   bool heard_ = false;      // a Taken message arrived, even if taken_ did not grow
   bool forgotten_ = false;  // by the service
   std::optional<device::Status> refusal_;

@@ -21,7 +21,8 @@ constexpr std::chrono::milliseconds LongestSleep{200};  // while the service is 
 // Time to deliver the events that arrived before the service was lost. Ends earlier if the channel is closed.
 constexpr std::chrono::milliseconds RestTime{100};
 
-// How often the receiving thread reads changes. The report about connections that a service has lost may be this old.
+// How often the receiving thread reads changes of the graph, and the counts of messages that could not be sent. The
+// report about connections that a service has lost may be this old.
 constexpr std::chrono::milliseconds FollowInterval{200};
 
 }  // namespace
@@ -61,6 +62,7 @@ void Session::close(const Deadline& deadline) {
   const std::lock_guard guard(mutex_);
   attachment_.close();
   if (control_ && control_->session() != 0) control_->ask<wire::Result>(wire::Goodbye{control_->session()}, deadline);
+  tellLastUnsendable();
   graph_.close();
   control_.reset();
   events_.reset();
@@ -135,6 +137,7 @@ void Session::lose() {
   if (graph_.isKnown()) attachment_.remember(graph_.links(), topology_);
   graph_.forget();
   graph_.close();
+  tellLastUnsendable();
   control_.reset();
   number_ = 0;
   attachment_.lost(clockNow());
@@ -153,6 +156,20 @@ void Session::tellLines() {
   while (const auto line = attachment_.takeLine()) sys::sayLine(addressLine(address_, *line));
 }
 
+void Session::tellUnsendable() {
+  unsendable_.counted(control_->unsendable());
+  if (!unsendable_.hasNews()) return;
+  if (const auto line = unsendable_.line(clockNow())) sys::sayLine(*line);
+}
+
+void Session::tellLastUnsendable() {
+  if (!control_) return;
+  control_->look();
+  unsendable_.counted(control_->unsendable());
+  unsendable_.sessionEnded();
+  if (const auto line = unsendable_.lastLine(clockNow())) sys::sayLine(*line);
+}
+
 bool Session::receive(const TakeEvent& take, const Deadline& deadline) {
   if (events_ && events_->dispatching()) return false;
   const std::uint64_t number = number_;
@@ -167,7 +184,7 @@ bool Session::receive(const TakeEvent& take, const Deadline& deadline) {
   }
   workIfDue();
   lookForArrivals();
-  followGraph();
+  follow();
   if (!events_ && !openEvents(number)) return false;
   if (events_->receive(take, deadline)) return true;
   if (events_->lost()) {
@@ -238,13 +255,16 @@ void Session::lookForArrivals() {
   if (const auto line = arrivals_.look(topology_)) sys::sayLine(addressLine(address_, *line));
 }
 
-void Session::followGraph() {
+void Session::follow() {
   const device::Time now = clockNow();
   if (now < nextFollow_) return;
   const std::unique_lock guard(mutex_, std::try_to_lock);
   if (!guard) return;
   nextFollow_ = now + FollowInterval;
   graph_.follow();
+  if (!control_) return;
+  control_->look();
+  tellUnsendable();
 }
 
 }  // namespace channel

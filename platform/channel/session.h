@@ -17,6 +17,7 @@
 #include "platform/channel/event_channel.h"
 #include "platform/channel/fair_mutex.h"
 #include "platform/channel/graph_mirror.h"
+#include "platform/channel/unsendable_report.h"
 #include "platform/device/port.h"
 #include "platform/wire/messages.h"
 
@@ -33,6 +34,9 @@ namespace channel {
 // taps and says so in one line, and says in another line which connections between two systems that this client knew
 // were lost. Attaching takes time in proportion to the taps, some ten thousand a second. The receiving thread retries
 // taps of ports that did not exist then.
+//
+// Messages that another system has no form for cost a line on standard error, with their count: at most one a second,
+// while a thread sends or receives, and one when the session or the service ends.
 class Session {
  public:
   // address: the service's name on standard error. Does nothing before open.
@@ -63,7 +67,7 @@ class Session {
   std::optional<device::Status> untapAll(std::uint32_t eventPort);
 
   // Blocks only while the service is behind, also while it is stopped; fails at once while it is gone. bytes: not
-  // empty, at most device::MaxMessageBytes.
+  // empty, at most device::MaxMessageBytes. True does not mean that the message had a form in another system.
   bool send(std::uint32_t eventPort, std::uint16_t group, std::span<const std::uint8_t> bytes);
 
   // The service's number of this session; 0 while the service is gone. Another service gives another number, and may
@@ -118,6 +122,9 @@ class Session {
   // True if the service missed a deadline a moment ago and is not queried.
   bool isSilent() const;
   void tellLines();
+  void tellUnsendable();
+  // For the last time in this session.
+  void tellLastUnsendable();
   void keepTopology(wire::Topology topology);
   std::optional<device::Status> request(const std::function<wire::Body(std::uint64_t session)>& message,
                                         const Deadline& deadline);
@@ -129,20 +136,21 @@ class Session {
   void waitForService(const Deadline& deadline);
   void workIfDue();
   void lookForArrivals();
-  void followGraph();
+  void follow();
 
   Connector connector_;  // destroyed last
   std::string address_;
   FairMutex mutex_;
   Attachment attachment_;                  // guarded by mutex_, like all members up to arrivals_
   std::optional<ControlChannel> control_;  // empty while the service is gone, and after close
+  UnsendableReport unsendable_;
   GraphMirror graph_;
   wire::Topology topology_;            // the last answer
   std::uint64_t topologySession_ = 0;  // the number of the session that gave it
   Arrivals arrivals_;
   std::optional<EventChannel> events_;  // used by the receiving thread, like all members up to nextFollow_
   ArrivalTimer arrivalTimer_;
-  device::Time nextFollow_{0};                             // when to read changes of the graph
+  device::Time nextFollow_{0};                             // when to read what the service tells unasked
   std::atomic<device::Time> nextWork_{Attachment::Never};  // when the attachment has something to do
   std::atomic<bool> isBack_{false};  // the service is back, and the receiving thread does not know yet
   std::atomic<std::uint64_t> deviceVersion_{0};

@@ -55,6 +55,7 @@ bool Session::send(std::uint32_t eventPort, std::uint16_t group, std::span<const
   const std::lock_guard guard(mutex_);
   if (!control_) return false;
   const bool sent = control_->send(eventPort, group, bytes);
+  tellUnsendable();
   if (!sent) noticeLoss(deadline);
   return sent;
 }

@@ -8,6 +8,7 @@
 #include "platform/device/topology.h"
 #include "platform/midi/sounding_notes.h"
 #include "platform/streamctl/frame_batch.h"
+#include "platform/wire/loss_text.h"
 
 namespace streamctl {
 
@@ -95,6 +96,14 @@ bool playAndSilence(channel::ControlChannel& channel, const std::string& port, m
   return played && silenced && taken;
 }
 
+// What to say of the messages that another system has no form for; nullopt if there were none.
+std::optional<std::string> unsendableOf(channel::ControlChannel& channel) {
+  // A service that is lost may have said something before.
+  channel.look();
+  if (channel.unsendable() == 0) return std::nullopt;
+  return wire::unsendableText(channel.unsendable());
+}
+
 }  // namespace
 
 std::optional<std::string> playInto(ServiceClient& service, const std::string& port, midi::Player& player,
@@ -104,9 +113,11 @@ std::optional<std::string> playInto(ServiceClient& service, const std::string& p
   auto topology = service.ask<wire::Topology, wire::AskTopology>();
   if (!topology) return service.whyNot();
   if (!device::Topology(std::move(topology->groups)).port(port)) return noSuchPort(port);
-  if (!playAndSilence(service.channel(), port, player, pass, signals, progress)) return service.whyNot(port);
+  const bool played = playAndSilence(service.channel(), port, player, pass, signals, progress);
+  const auto unsendable = unsendableOf(service.channel());
+  if (!played) return service.whyNot(port) + (unsendable ? "; " + *unsendable : std::string());
   service.leave();
-  return std::nullopt;
+  return unsendable;
 }
 
 }  // namespace streamctl

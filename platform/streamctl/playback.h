@@ -14,8 +14,8 @@ namespace streamctl {
 
 // Starts the player and passes its messages through the port, in time, until it ends or a signal arrives. Then waits
 // until the service has taken everything, and sends Goodbye. Returns nullopt on success, else the cause as one
-// printable line. Calls progress several times a second and after each frame with the number of the player's messages
-// sent so far.
+// printable line, also if another system has no form for some of the messages: the others are still sent. Calls
+// progress several times a second and after each frame with the number of the player's messages sent so far.
 //
 // pass: the number of messages in one pass of the player. Sounding notes are ended before another pass begins, and when
 // playing ends early; with 0 they are not ended.

@@ -28,12 +28,15 @@ std::string statsText(const wire::Stats& stats) {
   std::string text = textTable({{"messages in", std::to_string(stats.in)},
                                 {"messages out", std::to_string(stats.out)},
                                 {"messages lost", lost},
+                                {"messages unsendable", std::to_string(stats.unsendable)},
                                 {"queue limit", std::to_string(stats.queueLimit) + " bytes"}});
-  std::vector<std::vector<std::string>> rows{{"PROGRAM", "PROCESS", "TAPS", "IN", "OUT", "LOST", "QUEUE", "FILL"}};
+  std::vector<std::vector<std::string>> rows{
+      {"PROGRAM", "PROCESS", "TAPS", "IN", "OUT", "LOST", "UNSENDABLE", "QUEUE", "FILL"}};
   for (const wire::ClientStats& client : stats.clients) {
     rows.push_back({sys::printable(client.program), std::to_string(client.process), std::to_string(client.taps),
                     std::to_string(client.in), std::to_string(client.out), std::to_string(client.lost),
-                    std::to_string(client.queueBytes), fill(client.queueBytes, stats.queueLimit)});
+                    std::to_string(client.unsendable), std::to_string(client.queueBytes),
+                    fill(client.queueBytes, stats.queueLimit)});
   }
   return text + '\n' + textTable(rows);
 }
@@ -47,12 +50,14 @@ std::string statsJson(const wire::Stats& stats) {
                        {"in", client.in},
                        {"out", client.out},
                        {"lost", client.lost},
+                       {"unsendable", client.unsendable},
                        {"queue_bytes", client.queueBytes}});
   }
   return jsonText(JsonValue{{"in", stats.in},
                             {"out", stats.out},
                             {"lost", stats.lost},
                             {"uncounted_losses", stats.uncountedLosses},
+                            {"unsendable", stats.unsendable},
                             {"queue_limit", stats.queueLimit},
                             {"clients", std::move(clients)}},
                   2) +

@@ -74,16 +74,59 @@ TEST_F(ControlChannelTest, OtherResultsWithoutARequestAreIgnored) {
   for (std::uint32_t sent = 1; sent < Window; ++sent) ASSERT_TRUE(sendNote()) << sent;
 }
 
+TEST_F(ControlChannelTest, CountOfUnsendableMessagesIsTheServicesButNeverMoreThanWereSent) {
+  ASSERT_TRUE(sendNote());
+  ASSERT_TRUE(sendNote());
+  ASSERT_TRUE(channel_.inject("In1", {{16, {0xF8}}, {17, {0xF8}}}));
+  while (service_.receive()) continue;
+  const auto told = [&](std::uint64_t unsendable) {
+    service_.send(0, wire::Taken{1, unsendable});
+    channel_.look();
+    return channel_.unsendable();
+  };
+  EXPECT_EQ(channel_.unsendable(), 0U);
+  EXPECT_EQ(told(2), 2U);
+  EXPECT_EQ(told(4), 4U) << "two sent, and two in one frame";
+  EXPECT_EQ(told(3), 4U) << "it never falls";
+  EXPECT_EQ(told(5), 4U) << "there were no five";
+}
+
+// A channel to a service, not to a stand-in.
 class Injecting : public testing::Test {
  protected:
   void SetUp() override { ASSERT_TRUE(channel_.greet(Deadline(AnswerTime))); }
 
   wire::Stats stats() { return channel_.ask<wire::Stats>(wire::AskStats{channel_.session()}).value_or(wire::Stats{}); }
 
-  TestService service_;  // not a stand-in
+  // Group 2 has 16 channels.
+  TestService service_{service::evenTopology(3, 2), {}, [](service::TestDevice& device) {
+                         device.isUnsendable = [](device::PortId sink, const device::Message& message) {
+                           return sink.group == 2 && message.group > 15;
+                         };
+                       }};
   Connector connector_ = reach::connectorTo(service_.service());
   ControlChannel channel_{connector_};
 };
+
+TEST_F(Injecting, CountsWhatAnotherSystemHasNoFormForUpToTheLastMessage) {
+  std::uint64_t expected = 0;
+  for (const int frames : {1, 2, 3000}) {
+    for (int i = 0; i < frames; ++i) {
+      ASSERT_TRUE(channel_.inject("G2In1", {{15, {0xF8}}, {16, {0xF8}}, {65535, {0xF8}}}));
+      ASSERT_TRUE(channel_.inject("G1In1", {{16, {0xF8}}}));
+    }
+    expected += 2 * static_cast<std::uint64_t>(frames);
+    ASSERT_TRUE(channel_.finish());
+    ASSERT_EQ(channel_.unsendable(), expected);
+  }
+  EXPECT_EQ(stats().unsendable, expected);
+}
+
+TEST_F(Injecting, KnowsAfterTheGoodbyeWhatCouldNotBeSent) {
+  ASSERT_TRUE(channel_.inject("G2In1", {{16, {0xF8}}}));
+  ASSERT_TRUE(channel_.ask<wire::Result>(wire::Goodbye{channel_.session()}));
+  EXPECT_EQ(channel_.unsendable(), 1U);
+}
 
 TEST_F(Injecting, IsFinishedWhenTheServiceHasTakenEverything) {
   constexpr int Frames = 5000;  // more than a window

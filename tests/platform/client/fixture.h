@@ -37,9 +37,12 @@ class TestService {
   // Three groups with two sources and two sinks each: "G0Out1" to "G2In2".
   explicit TestService(const host::Settings& limits = {}) : TestService(service::evenTopology(3, 2), limits) {}
 
-  TestService(device::Topology topology, const host::Settings& limits) {
+  // prepare: called with the device before it is used.
+  TestService(device::Topology topology, const host::Settings& limits,
+              const std::function<void(service::TestDevice&)>& prepare = {}) {
     auto device = std::make_unique<service::TestDevice>(std::move(topology), std::vector<device::Link>{}, told_);
     device->remembersDeliveries = false;
+    if (prepare) prepare(*device);
     service_ = std::make_shared<host::EmbeddedService>(std::move(device), limits);
     reach::shareService("test", service_);
   }

@@ -34,14 +34,20 @@ using testsupport::StreamDaemon;
 
 constexpr auto Patience = 20s;
 
-// What a program prints that is run at an endpoint to its end.
-std::string printed(const std::string& endpoint, const std::string& program, std::vector<std::string> arguments,
-                    const std::string& locale = "C") {
+// What comes of a program that is run at an endpoint to its end.
+testsupport::ProcessResult run(const std::string& endpoint, const std::string& program,
+                               std::vector<std::string> arguments, const std::string& locale = "C") {
   auto environment = JackServer::environment();
   environment["EVTSRV_ENDPOINT"] = endpoint;
   environment["LC_ALL"] = locale;
-  const auto result =
-      runProcess({FLOWSCOPE_BINARY_DIR "/" + program, std::move(arguments), environment, {}}, {}, Deadline(Patience));
+  return runProcess({FLOWSCOPE_BINARY_DIR "/" + program, std::move(arguments), environment, {}}, {},
+                    Deadline(Patience));
+}
+
+// What it prints.
+std::string printed(const std::string& endpoint, const std::string& program, std::vector<std::string> arguments,
+                    const std::string& locale = "C") {
+  const auto result = run(endpoint, program, std::move(arguments), locale);
   EXPECT_EQ(result.status, ExitStatus::exited(0)) << result.standardError;
   EXPECT_EQ(result.standardError, "");
   return result.standardOutput;
@@ -54,12 +60,13 @@ void sendOutputTo(testsupport::ChildDescriptors& descriptors, const std::string&
 }
 
 // streamd with JACK, whose environment says which server.
-std::unique_ptr<StreamDaemon> daemonOnJack(const std::string& locale = "C") {
+std::unique_ptr<StreamDaemon> daemonOnJack(const std::string& locale = "C", const std::vector<std::string>& more = {}) {
   std::vector<std::string> arguments{"LC_ALL=" + locale};
   for (const auto& [name, value] : JackServer::environment()) {
     if (name.starts_with("JACK_")) arguments.push_back(name + "=" + value);
   }
   arguments.insert(arguments.end(), {FLOWSCOPE_BINARY_DIR "/streamd", "--driver", "jack"});
+  arguments.insert(arguments.end(), more.begin(), more.end());
   return std::make_unique<StreamDaemon>("/usr/bin/env", std::move(arguments));
 }
 
@@ -125,13 +132,66 @@ TEST_F(JackPrograms, MessagesInjectedIntoASinkArriveThereOnly) {
   const auto daemon = daemonOnJack();
   printed(daemon->endpoint(), "streamctl", {"inject", "--group", "3", "synth:in", "0x90", "60", "100"});
   EXPECT_EQ(synth->arrived(), "93 3C 64");
-  printed(daemon->endpoint(), "streamctl", {"inject", "--group", "16", "synth:in", "0x90", "60", "100"});
+  const auto refused =
+      run(daemon->endpoint(), "streamctl", {"inject", "--group", "16", "synth:in", "0x90", "60", "100"});
+  EXPECT_EQ(refused.status, ExitStatus::exited(1));
+  EXPECT_EQ(refused.standardError,
+            "streamctl: 1 message not sent: another system has no form for it, such as for a group id above 15\n");
   EXPECT_TRUE(daemon->logged(
       "jack: 1 message for \"synth:in\" not sent: group id and channel do not form a MIDI channel (0 to 15)\n",
       Deadline(Patience)))
       << daemon->log();
   printed(daemon->endpoint(), "streamctl", {"inject", "keys:in", "0x90", "61", "100"});
   EXPECT_EQ(keys->arrived(), "90 3D 64");
+}
+
+constexpr const char* ThreeUnsendable =
+    "3 messages not sent: another system has no form for them, such as for a group id above 15\n";
+
+TEST_F(JackPrograms, SenderLearnsOfMessagesThatJackHasNoFormFor) {
+  const auto daemon = daemonOnJack();
+  const std::vector<std::string> inject{"inject", "--group", "16", "--count", "3", "synth:in", "0x90", "60", "100"};
+  for (const std::string& endpoint : {daemon->endpoint(), std::string("embedded:jack")}) {
+    const auto refused = run(endpoint, "streamctl", inject);
+    EXPECT_EQ(refused.status, ExitStatus::exited(1));
+    EXPECT_EQ(refused.standardError, std::string("streamctl: ") + ThreeUnsendable);
+    EXPECT_EQ(refused.standardOutput, "");
+  }
+  const auto half = run(daemon->endpoint(), "streamctl", {"inject", "synth:in", "0x90", "60"});
+  EXPECT_EQ(half.status, ExitStatus::exited(1)) << "half a message has no form either";
+  printed(daemon->endpoint(), "streamctl", {"inject", "--group", "16", "keys:out", "0x90", "60", "100"});
+  EXPECT_THAT(printed(daemon->endpoint(), "streamctl", {"stats"}), HasSubstr("\nmessages unsendable  4\n"));
+  EXPECT_THAT(printed(daemon->endpoint(), "streamctl", {"stats", "--json"}), HasSubstr("\"unsendable\": 4,"));
+}
+
+TEST_F(JackPrograms, SenderLearnsOfMessagesThatReachJackFromAnotherDevice) {
+  const auto daemon = daemonOnJack("C", {"--driver", "builtin"});
+  printed(daemon->endpoint(), "flowscope", {"-c", "con /Midi/Source/Thru/ThruOut1 /Midi/Sink/synth/synth:in"});
+  const auto inject = [&](const std::string& group) {
+    return run(daemon->endpoint(), "streamctl",
+               {"inject", "--group", group, "--count", "3", "ThruIn1", "0x90", "1", "1"});
+  };
+  const auto refused = inject("16");
+  EXPECT_EQ(refused.status, ExitStatus::exited(1));
+  EXPECT_EQ(refused.standardError, std::string("streamctl: ") + ThreeUnsendable);
+  EXPECT_EQ(inject("3").status, ExitStatus::exited(0));
+  EXPECT_EQ(synth->arrived(), "93 01 01");
+}
+
+TEST_F(JackPrograms, ConsoleReportsMessagesThatJackHasNoFormFor) {
+  const testsupport::ScratchFolder folder;
+  folder.write("song", "0x90 0x30 0x64 16 0x90 0x31 0x64 17\n0x90 0x32 0x64 2 0xF0 0x01 0x90 0xF7 0\n");
+  const std::string from = "from " + (folder.path() / "song").string() + " /Midi/Sink/synth/synth:in";
+  const auto daemon = daemonOnJack();
+  for (const std::string& endpoint : {daemon->endpoint(), std::string("embedded:jack")}) {
+    const auto console = run(endpoint, "flowscope", {"-c", from});
+    EXPECT_EQ(console.status, ExitStatus::exited(0));
+    EXPECT_EQ(console.standardError, std::string("flowscope: ") + ThreeUnsendable);
+    EXPECT_EQ(synth->arrived(), "92 32 64") << "the others are sent";
+  }
+  streamd::Console console(daemon->endpoint());
+  console.type(from);
+  EXPECT_TRUE(console.shows(std::string("flowscope: 3 messages not sent: another system has no form for them")));
 }
 
 TEST_F(JackPrograms, MessagesSentBeforeAProgramEndsArrive) {
