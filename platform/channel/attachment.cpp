@@ -9,6 +9,9 @@ namespace {
 // Interval of looking for a service that is gone.
 constexpr std::chrono::milliseconds LookInterval{200};
 
+// Time without a connection to a service that sends what it must not.
+constexpr std::chrono::seconds FaultTime{10};
+
 // Interval of trying missing taps, and how many at once: other threads wait meanwhile.
 constexpr std::chrono::milliseconds RoundInterval{1000};
 constexpr std::size_t TapsAtOnce = 100;
@@ -143,13 +146,13 @@ void Attachment::unanswered(device::Time now) {
   nextLook_ = now + LookInterval;
 }
 
-void Attachment::lost(device::Time now) {
+void Attachment::lost(device::Time now, const std::optional<std::string>& fault) {
   if (!mayReturn_ || state_ != State::Attached) return;
   state_ = State::Gone;
   wasLost_ = true;
   round_.reset();
-  nextLook_ = now;
-  say("connection to the service lost");
+  nextLook_ = fault ? now + FaultTime : now;
+  say(fault ? "connection closed: " + *fault : "connection to the service lost");
 }
 
 }  // namespace channel

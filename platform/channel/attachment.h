@@ -77,8 +77,10 @@ class Attachment {
   // itself has closed, call lost as well.
   void unanswered(device::Time now);
 
-  // The connection has closed, or the service has forgotten the client.
-  void lost(device::Time now);
+  // The connection has closed, or the service has forgotten the client. fault: what the service did wrong, if this
+  // client has closed the connection because of it. Such a service is not looked for for ten seconds: it would do the
+  // same again.
+  void lost(device::Time now, const std::optional<std::string>& fault = {});
 
   // A request of the client had no answer in time. The service is silent for a second: it would hold up each caller.
   void missedDeadline(device::Time now) { silentUntil_ = now + SilenceTime; }

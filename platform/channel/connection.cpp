@@ -1,6 +1,7 @@
 #include "platform/channel/connection.h"
 
 #include <poll.h>
+#include <sys/socket.h>
 
 #include <cerrno>
 #include <utility>
@@ -10,17 +11,18 @@
 namespace channel {
 namespace {
 
-// An answer, for example the list of all connections, may be long.
-constexpr std::size_t LongestAnswer = 1U << 30U;
-
 // More may not wait for a service that takes nothing: requests and reports of what was read are short, and of long
 // messages only one waits.
 constexpr std::size_t MaxWaiting = 4U << 20U;
 
+// Reads before the caller looks at the clock again. A message that has arrived takes fewer, unless it came byte by
+// byte.
+constexpr int ReadsAtOnce = 64;
+
 }  // namespace
 
 Connection::Connection(sys::UniqueDescriptor socket)
-    : socket_(std::move(socket)), stream_(socket_.get(), LongestAnswer), closed_(!socket_) {}
+    : socket_(std::move(socket)), stream_(socket_.get()), closed_(!socket_) {}
 
 bool Connection::send(std::span<const std::uint8_t> message) {
   if (closed_ || stream_.waiting() + message.size() > MaxWaiting) return false;
@@ -44,19 +46,26 @@ std::optional<std::span<const std::uint8_t>> Connection::receive() {
 }
 
 void Connection::read() {
-  if (stream_.waiting() > 0) stream_.flush();
-  while (!closed_ && !stream_.ready()) {
+  if (!closed_ && stream_.waiting() > 0) stream_.flush();
+  for (int reads = 0; reads < ReadsAtOnce && !closed_ && !stream_.ready(); ++reads) {
     const auto result = stream_.read();
     if (result == Stream::Read::Nothing) return;
-    closed_ = result == Stream::Read::Ended;
+    if (result == Stream::Read::Ended) close();
   }
 }
 
+void Connection::close() {
+  // The descriptor stays, because its number must not become that of something else.
+  if (!std::exchange(closed_, true)) shutdown(socket_.get(), SHUT_RDWR);
+}
+
 Connection::Wait Connection::wait(const Deadline& deadline) {
-  for (;;) {
+  for (bool isLast = false;;) {
     read();
     if (stream_.ready()) return Wait::Ready;
     if (closed_) return Wait::Closed;
+    // However often single bytes arrive.
+    if (std::exchange(isLast, deadline.passed())) return Wait::Over;
     const auto output = static_cast<short>(stream_.waiting() > 0 ? POLLOUT : 0);
     pollfd socket{socket_.get(), static_cast<short>(POLLIN | output), 0};
     const int ready = poll(&socket, 1, static_cast<int>(deadline.left().count()));

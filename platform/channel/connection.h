@@ -5,6 +5,7 @@
 #include <cstdint>
 #include <optional>
 #include <span>
+#include <string_view>
 
 #include "platform/channel/deadline.h"
 #include "platform/channel/stream.h"
@@ -12,6 +13,9 @@
 #include "platform/wire/messages.h"
 
 namespace channel {
+
+// What to tell the user when Connection::gotTooLong returns true.
+inline constexpr std::string_view TooLongMessage = "the service sent a message that is too long";
 
 // A stream socket connected to a service. A connection that has closed, or could not be made, stays closed. Not
 // thread-safe: threads that share it hold a lock. Signals interrupt no call except wait.
@@ -43,11 +47,17 @@ class Connection {
   // Like wait, but continues after signals. Returns false if no message arrives in time or none will arrive.
   bool waitThroughSignals(const Deadline& deadline);
 
+  // Closes the connection; the service sees its end at once.
+  void close();
+
+  // True once the connection has closed because the service announced a message longer than MaxFrameBytes.
+  bool gotTooLong() const { return stream_.broken(); }
+
   // True once the connection has closed. Messages that arrived before can still be received. Does not block.
   bool closed();
 
  private:
-  // Takes in what has arrived, up to the first whole message.
+  // Takes in some of what has arrived, up to the first whole message.
   void read();
 
   sys::UniqueDescriptor socket_;

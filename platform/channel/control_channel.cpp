@@ -31,8 +31,9 @@ bool ControlChannel::inject(const std::string& port, std::vector<wire::InjectIte
 bool ControlChannel::finish() { return waitForRoom(0, Patience::TwoSeconds) && !refusal_; }
 
 bool ControlChannel::handOver(const wire::Body& message, std::uint64_t messages, Patience patience) {
-  // Reading costs as much as sending, so it is done only when half of the window is used up.
-  if (sent_ - taken_ >= (welcome_.sendWindow + 1) / 2) takeIn(0);
+  // Reading costs as much as sending, so it is done only when half of the window is used up, or when the service may
+  // wait until this client takes the rest of an answer.
+  if (answerIsOwed_ || sent_ - taken_ >= (welcome_.sendWindow + 1) / 2) takeIn(0);
   if (forgotten_ || welcome_.sendWindow == 0 || !waitForRoom(welcome_.sendWindow - 1, patience) ||
       !connection_.send(0, message))
     return false;
@@ -72,19 +73,34 @@ bool ControlChannel::waitForRoom(std::uint64_t onTheWay, Patience patience) {
 }
 
 std::optional<wire::Body> ControlChannel::askAnything(const wire::Body& request, const Deadline& deadline) {
-  takeIn(0);
+  takeIn(0, deadline);
   if (forgotten_) return std::nullopt;
   if (++lastTag_ == 0) ++lastTag_;
   if (!connection_.send(lastTag_, request)) return std::nullopt;
+  pieces_.clear();
+  answerIsOwed_ = true;
   do {
     if (!connection_.waitThroughSignals(deadline)) return std::nullopt;
-    if (auto answer = takeIn(lastTag_)) return answer;
+    if (auto answer = takeIn(lastTag_, deadline)) return answer;
     if (forgotten_) return std::nullopt;
   } while (!deadline.passed());
   return std::nullopt;
 }
 
-std::optional<wire::Body> ControlChannel::takeIn(std::uint32_t tag) {
+std::optional<std::string> ControlChannel::fault() const {
+  if (connection_.gotTooLong()) return std::string(TooLongMessage);
+  switch (pieces_.fault()) {
+    case wire::PieceJoiner::Fault::None:
+      break;
+    case wire::PieceJoiner::Fault::TooLong:
+      return "the service sent an answer that is too long";
+    case wire::PieceJoiner::Fault::Unfitting:
+      return "the service sent an answer whose pieces do not fit together";
+  }
+  return std::nullopt;
+}
+
+std::optional<wire::Body> ControlChannel::takeIn(std::uint32_t tag, const Deadline& deadline) {
   std::optional<wire::Body> answer;
   while (const auto message = connection_.receive()) {
     auto envelope = wire::decode(*message);
@@ -98,8 +114,16 @@ std::optional<wire::Body> ControlChannel::takeIn(std::uint32_t tag) {
       heard_ = true;
     } else if (tag != 0 && envelope->tag == tag) {
       // Answers to requests that have timed out have older tags.
-      answer = std::move(envelope->body);
+      if (auto whole = pieces_.add(std::move(envelope->body), message->size())) {
+        answer = std::move(whole);
+        answerIsOwed_ = false;
+      }
+      if (pieces_.fault() != wire::PieceJoiner::Fault::None) {
+        connection_.close();
+        break;
+      }
     }
+    if (answer || deadline.passed()) break;
   }
   return answer;
 }

@@ -12,6 +12,7 @@
 #include "platform/channel/connector.h"
 #include "platform/channel/deadline.h"
 #include "platform/wire/messages.h"
+#include "platform/wire/pieces.h"
 
 namespace channel {
 
@@ -31,8 +32,9 @@ class ControlChannel {
   // What the other channels of this client show to the service.
   const wire::Welcome& welcome() const { return welcome_; }
 
-  // Sends a request and waits for the answer. Returns nullopt if none arrives in time or if it has another type, and
-  // without waiting if the service is known to have forgotten this client.
+  // Sends a request and waits for the answer, with all its pieces. Returns nullopt if it has not arrived in time or if
+  // it has another type, and without waiting if the service is known to have forgotten this client. If the service
+  // sends more than an answer may have, the connection is closed; fault says so then.
   template <class Answer>
   std::optional<Answer> ask(const wire::Body& request, const Deadline& deadline = Deadline(AnswerTime)) {
     auto answer = askAnything(request, deadline);
@@ -52,6 +54,10 @@ class ControlChannel {
   // said: after finish, and after the answer to a Goodbye, it has said all. It sends Taken after each round of its
   // loop, which look and all calls that wait for the service handle.
   std::uint64_t unsendable() const { return unsendable_; }
+
+  // What is wrong with what the service sent, if this client has closed the connection because of it; a text without
+  // its end, in words for the user. Otherwise nullopt.
+  std::optional<std::string> fault() const;
 
   // True if the connection is closed or the service has forgotten this client: no request gets an answer any more.
   bool lost() { return forgotten_ || connection_.closed(); }
@@ -86,13 +92,15 @@ class ControlChannel {
   bool waitForSocket(Patience patience);
   bool untilItGoes(Patience patience) const { return patience == Patience::UntilItGoes && mayReturn_; }
   std::optional<wire::Body> askAnything(const wire::Body& request, const Deadline& deadline);
-  // Handles all messages that are ready. Returns the answer with this tag if it is among them.
-  std::optional<wire::Body> takeIn(std::uint32_t tag);
+  // Handles the messages that are ready, until the deadline. Returns the answer with this tag if it is complete.
+  std::optional<wire::Body> takeIn(std::uint32_t tag, const Deadline& deadline = Deadline(AnswerTime));
 
   Connection connection_;
   bool mayReturn_;         // see Connector
   wire::Welcome welcome_;  // session 0 until the service has answered
   std::uint32_t lastTag_ = 0;
+  wire::PieceJoiner pieces_;   // of the answer to the last request
+  bool answerIsOwed_ = false;  // it has not arrived completely
   std::uint64_t sent_ = 0;
   std::uint64_t taken_ = 0;
   std::uint64_t messages_ = 0;  // in what was sent

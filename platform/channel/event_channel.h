@@ -5,6 +5,7 @@
 #include <functional>
 #include <optional>
 #include <span>
+#include <string>
 #include <string_view>
 #include <utility>
 
@@ -33,6 +34,11 @@ class EventChannel {
 
   // True if the connection is closed. Events that arrived before can still be received.
   bool lost() { return connection_.closed(); }
+
+  // As ControlChannel::fault.
+  std::optional<std::string> fault() const {
+    return connection_.gotTooLong() ? std::optional<std::string>(TooLongMessage) : std::nullopt;
+  }
 
   // True while an event is taken: do not destroy the channel then.
   bool dispatching() const { return dispatching_; }

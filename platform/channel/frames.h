@@ -14,8 +14,8 @@ namespace channel {
 // The length of a frame: four bytes, little-endian. It does not count itself.
 inline constexpr std::size_t FrameFrontBytes = 4;
 
-// The longest message that a service accepts: a MIDI message of the longest kind and what surrounds it. Its answers may
-// be longer.
+// The longest message in either direction: a MIDI message of the longest kind and what surrounds it. A longer answer
+// comes in pieces.
 inline constexpr std::size_t MaxFrameBytes = device::MaxMessageBytes + 4096;
 
 // More memory than this is not kept for a connection that may stay silent.

@@ -42,7 +42,7 @@ std::optional<std::string> Session::open() {
     {
       const std::lock_guard guard(mutex_);
       control_.emplace(connector_, deadline);
-      if (!control_->greet(deadline)) return "the service does not answer";
+      if (!control_->greet(deadline)) return control_->fault().value_or("the service does not answer");
       welcome = control_->welcome();
       attachment_.connected(welcome.session);
       work();
@@ -132,15 +132,16 @@ void Session::giveUp() {
   }
 }
 
-void Session::lose() {
+void Session::lose(std::optional<std::string> fault) {
   if (!connector_.mayReturn()) return;
+  if (!fault && control_) fault = control_->fault();
   if (graph_.isKnown()) attachment_.remember(graph_.links(), topology_);
   graph_.forget();
   graph_.close();
   tellLastUnsendable();
   control_.reset();
   number_ = 0;
-  attachment_.lost(clockNow());
+  attachment_.lost(clockNow(), fault);
   tellLines();
 }
 
@@ -190,7 +191,7 @@ bool Session::receive(const TakeEvent& take, const Deadline& deadline) {
   if (events_->lost()) {
     {
       const std::lock_guard guard(mutex_);
-      if (number_ == number) lose();
+      if (number_ == number) lose(events_->fault());
     }
     // The service of this process has stopped for good.
     if (number_ == number) poll(nullptr, 0, static_cast<int>(deadline.left().count()));

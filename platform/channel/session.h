@@ -32,8 +32,9 @@ namespace channel {
 // When a service that may come back is gone, the session writes one line to standard error. From then on every request
 // and every receive looks for the service, several times a second. When it is back, the session attaches with all its
 // taps and says so in one line, and says in another line which connections between two systems that this client knew
-// were lost. Attaching takes time in proportion to the taps, some ten thousand a second. The receiving thread retries
-// taps of ports that did not exist then.
+// were lost. If a service sends what it must not (see ControlChannel::fault), the session closes the connection, says
+// so in one line instead, and does not look for the service for ten seconds. Attaching takes time in proportion to the
+// taps, some ten thousand a second. The receiving thread retries taps of ports that did not exist then.
 //
 // Messages that another system has no form for cost a line on standard error, with their count: at most one a second,
 // while a thread sends or receives, and one when the session or the service ends.
@@ -116,7 +117,9 @@ class Session {
   void perform(const Attachment::Wait& action);
   // The action had no answer.
   void giveUp();
-  void lose();
+  // The connection is lost. fault: why, if it was another channel than control that got what it must not (see
+  // ControlChannel::fault).
+  void lose(std::optional<std::string> fault = {});
   // Call after a request without an answer, in a call with this deadline.
   void noticeLoss(const Deadline& deadline);
   // True if the service missed a deadline a moment ago and is not queried.

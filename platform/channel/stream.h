@@ -18,9 +18,8 @@ inline constexpr std::size_t ReadBytes = 64U << 10U;
 // blocks, and never raises SIGPIPE. Not thread-safe.
 class Stream {
  public:
-  // socket: stays open while the stream is used; -1: the stream has ended. longest: the longest message that is
-  // accepted.
-  explicit Stream(int socket, std::size_t longest = MaxFrameBytes) : socket_(socket), reader_(longest) {}
+  // socket: stays open while the stream is used; -1: the stream has ended.
+  explicit Stream(int socket) : socket_(socket) {}
 
   enum class Read : std::uint8_t { Bytes, Nothing, Ended };
 
@@ -34,6 +33,9 @@ class Stream {
 
   // True if next returns a message.
   bool ready() const { return reader_.ready(); }
+
+  // True if the next frame is longer than MaxFrameBytes: the stream has ended before it.
+  bool broken() const { return reader_.broken(); }
 
   // Adds a frame to those that wait. Copies the message.
   void queue(std::span<const std::uint8_t> message);

@@ -9,8 +9,6 @@
 
 #include "platform/host/handle_offset.h"
 #include "platform/host/random_number.h"
-#include "platform/host/stats_message.h"
-#include "platform/host/topology_message.h"
 #include "platform/system/printable.h"
 
 namespace host {
@@ -144,8 +142,9 @@ void Dispatcher::handle(const Request& request, wire::Goodbye& message) {
 void Dispatcher::handle(const Request& request, wire::Tap& message) {
   const Session* session = sessionFor(request, message.session, &Session::control);
   if (session == nullptr) return;
-  answer(request,
-         service_.tap(session->client, toPort(message.eventPort), message.name, message.holderBytes, request.now));
+  // An event must fit into a message to the client.
+  const auto holderBytes = std::min<std::uint32_t>(message.holderBytes, device::MaxMessageBytes);
+  answer(request, service_.tap(session->client, toPort(message.eventPort), message.name, holderBytes, request.now));
 }
 
 void Dispatcher::handle(const Request& request, wire::Untap& message) {
@@ -174,13 +173,13 @@ void Dispatcher::handle(const Request& request, wire::Patch& message) {
 void Dispatcher::handle(const Request& request, wire::AskTopology& message) {
   Session* session = sessionFor(request, message.session, &Session::control);
   if (session == nullptr) return;
-  session->topologyTold = false;
-  answer(request, topologyMessage(service_.topology(), firstHandle_));
+  session->topologyTold = session->topologyTold && request.tag != 0;
+  answer(request, *session, topologyAnswer(service_, firstHandle_));
 }
 
 void Dispatcher::handle(const Request& request, wire::AskOriginals& message) {
-  if (sessionFor(request, message.session, &Session::control) == nullptr) return;
-  answer(request, originalsMessage(service_.topology(), firstHandle_));
+  Session* session = sessionFor(request, message.session, &Session::control);
+  if (session != nullptr) answer(request, *session, originalsAnswer(service_, firstHandle_));
 }
 
 void Dispatcher::handle(const Request& request, wire::AskLinks& message) {
@@ -188,13 +187,9 @@ void Dispatcher::handle(const Request& request, wire::AskLinks& message) {
   if (session == nullptr) return;
   // What the answer includes is no news any more.
   sendGraphChanges();
-  wire::Links links{service_.graphVersion(), {}};
-  for (const auto& [link, carried] : service_.connections()) {
-    links.links.push_back({onWire(link, firstHandle_), carried});
-  }
-  session->graph = Credit(links.version);
+  session->graph = Credit(service_.graphVersion());
   session->graphStale = false;
-  answer(request, links);
+  answer(request, *session, linksAnswer(service_, firstHandle_));
 }
 
 void Dispatcher::handle(const Request& request, wire::Send& message) {
@@ -227,8 +222,8 @@ void Dispatcher::handle(const Request& request, wire::Inject& message) {
 }
 
 void Dispatcher::handle(const Request& request, wire::AskStats& message) {
-  if (sessionFor(request, message.session, &Session::control) == nullptr) return;
-  answer(request, statsMessage(service_, sessions_, settings_));
+  Session* session = sessionFor(request, message.session, &Session::control);
+  if (session != nullptr) answer(request, *session, statsAnswer(service_, sessions_, settings_));
 }
 
 void Dispatcher::handle(const Request& request, wire::OpenEvents& message) {
@@ -292,6 +287,24 @@ void Dispatcher::answer(const Request& request, device::Status status) {
 
 void Dispatcher::answer(const Request& request, const wire::Body& body) {
   if (request.tag != 0) connections_.send(request.from, wire::encode(request.tag, body));
+}
+
+void Dispatcher::answer(const Request& request, Session& session, std::unique_ptr<LongAnswer> pieces) {
+  if (request.tag == 0) return;
+  session.answer = std::move(pieces);
+  session.answerTag = request.tag;
+  continued(request.from);
+}
+
+void Dispatcher::continued(ConnectionId connection) {
+  Session* session = sessions_.findByConnection(connection);
+  if (session == nullptr || session->control != connection || session->answer == nullptr) return;
+  const auto [piece, more] = session->answer->next();
+  connections_.send(connection, wire::encode(session->answerTag, piece));
+  if (more) return connections_.continueLater(connection);
+  session->answer.reset();
+  // It shows all changes up to now.
+  if (std::holds_alternative<wire::Topology>(piece)) session->topologyTold = false;
 }
 
 }  // namespace host

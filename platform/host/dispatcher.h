@@ -2,6 +2,7 @@
 #pragma once
 
 #include <cstdint>
+#include <memory>
 #include <optional>
 #include <set>
 #include <span>
@@ -11,6 +12,7 @@
 
 #include "platform/host/connections.h"
 #include "platform/host/log.h"
+#include "platform/host/long_answer.h"
 #include "platform/host/newcomers.h"
 #include "platform/host/session_table.h"
 #include "platform/host/settings.h"
@@ -24,7 +26,7 @@ namespace host {
 // reach the Connections before the operation returns. Has no sockets, threads or clock of its own.
 //
 // Nothing is sent beyond what a client has room for: events, graph changes, and Send and Inject messages have windows,
-// and a request has one answer.
+// and a request has one answer, which a client gets in pieces as it takes them.
 //
 // A message that is malformed, of another version or not allowed on this socket is answered with a Result if it has a
 // tag, and is otherwise ignored.
@@ -43,6 +45,9 @@ class Dispatcher {
   // A connection has closed, after its last message. The client ends with its control channel; what it sent there
   // before another of its connections closed is still handled.
   void connectionClosed(ConnectionId connection, device::Time now);
+
+  // A connection that continueLater was called for has its turn: sends the next piece of its answer.
+  void continued(ConnectionId connection);
 
   // Tells senders how far the service has come. Call it once in a while: once a message would cost as much as the
   // message.
@@ -93,6 +98,8 @@ class Dispatcher {
   void end(Session& session, std::string_view how, device::Time now);
   void answer(const Request& request, device::Status status);
   void answer(const Request& request, const wire::Body& body);
+  // Sends the first piece now.
+  void answer(const Request& request, Session& session, std::unique_ptr<LongAnswer> pieces);
   void sendNotes();
   void countTaken(Session& session);
   void sendTaken(Session& session);

@@ -37,7 +37,8 @@ Host::Host(std::unique_ptr<device::Driver> driver, const Settings& settings, Log
                [this](ConnectionId from, std::span<const std::uint8_t> message) {
                  dispatcher_.receive(from, message, clockNow());
                },
-               [this](ConnectionId connection) { dispatcher_.connectionClosed(connection, clockNow()); }},
+               [this](ConnectionId connection) { dispatcher_.connectionClosed(connection, clockNow()); },
+               [this](ConnectionId connection) { dispatcher_.continued(connection); }},
               log),
       service_(std::move(driver), settings.service, clockNow()),
       dispatcher_(service_, server_, settings, std::move(log), std::move(warnings)),

@@ -3,9 +3,11 @@
 
 #include <cstddef>
 #include <cstdint>
+#include <memory>
 
 #include "platform/device/port.h"
 #include "platform/host/connections.h"
+#include "platform/host/long_answer.h"
 #include "platform/host/peer_identity.h"
 #include "platform/service/client_id.h"
 #include "platform/wire/messages.h"
@@ -46,6 +48,9 @@ struct Session {
   Credit graph;   // in versions of the patch graph
   bool graphStale = false;
   bool topologyTold = false;  // TopologyChanged was sent, and the client has not asked since
+
+  std::unique_ptr<LongAnswer> answer;  // what is left of the answer to the last request; null if nothing is
+  std::uint32_t answerTag = 0;
 
   std::uint64_t taken = 0;      // Send and Inject processed
   std::uint64_t takenTold = 0;  // as last reported to the client

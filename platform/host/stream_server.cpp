@@ -16,11 +16,18 @@ namespace {
 constexpr int WaitingConnections = 4096;
 
 // Above this, nothing of a connection is handled until its peer has taken some: no peer that follows the rules has as
-// much on its way, apart from one long answer.
+// much on its way.
 constexpr std::size_t MaxWaitingBytes = 1U << 20U;
+
+// Above this, the next piece of a long answer waits.
+constexpr std::size_t RoomBytes = 256U << 10U;
 
 // Turns of one connection before the next has one.
 constexpr int TurnsInARow = 16;
+
+// A message counts as one turn more for so much that is sent to its connection: a piece of a long answer takes a
+// millisecond, so only one or two fit into a round.
+constexpr std::size_t BytesOfATurn = 8U << 10U;
 
 // Of the connections that have ended, so many are closed even while others have work.
 constexpr int ClosingsAtLeast = 4;
@@ -36,6 +43,8 @@ constexpr std::chrono::seconds AcceptAgainTime{1};
 
 // A lack that follows another one within this time is part of it.
 constexpr std::chrono::seconds QuietTime{10};
+
+std::size_t waitingLimit(bool continues) { return continues ? RoomBytes : MaxWaitingBytes; }
 
 bool isSpare(int descriptor) {
   rlimit limit{};
@@ -141,7 +150,7 @@ void StreamServer::waitToRead(Peer& peer) {
 }
 
 bool StreamServer::serve(int turns) {
-  for (; turns > 0 && !ready_.empty(); --turns) takeTurn();
+  while (turns > 0 && !ready_.empty()) turns -= takeTurn();
   int closings = ready_.empty() ? turns : 0;
   for (closings = std::max(closings, ClosingsAtLeast); closings > 0 && !closing_.empty(); --closings) {
     const ConnectionId id = closing_.front();
@@ -155,31 +164,46 @@ bool StreamServer::serve(int turns) {
   return hasWork();
 }
 
-void StreamServer::takeTurn() {
+int StreamServer::takeTurn() {
   Peer* peer = find(ready_.front());
-  if (peer == nullptr) return ready_.pop_front();
-  // What was sent may have been taken already.
-  if (peer->stream.waiting() > MaxWaitingBytes) write(*peer);
-  if (peer->stream.waiting() > MaxWaitingBytes) {
-    peer->isPaused = true;
-    return ready_.pop_front();
+  if (peer == nullptr) {
+    ready_.pop_front();
+    return 1;
   }
-  if (const auto message = peer->stream.next()) {
-    receiver_.received(peer->id, *message);
-    return nextPeer(*peer);
+  const std::size_t limit = waitingLimit(peer->continues);
+  // What was sent may have been taken already.
+  if (peer->stream.waiting() > limit) write(*peer);
+  if (peer->stream.waiting() > limit) {
+    peer->isPaused = true;
+    ready_.pop_front();
+    return 1;
+  }
+  // Nobody gets the rest of an answer once its reader has gone.
+  const bool continues = std::exchange(peer->continues, false) && !peer->stream.failed();
+  const auto message = continues ? std::nullopt : peer->stream.next();
+  if (continues || message) {
+    const std::size_t before = peer->stream.waiting();
+    continues ? receiver_.continued(peer->id) : receiver_.received(peer->id, *message);
+    const int turns = 1 + static_cast<int>((peer->stream.waiting() - before) / BytesOfATurn);
+    peer->inARow += continues ? TurnsInARow : turns - 1;
+    nextPeer(*peer);
+    return turns;
   }
   switch (peer->stream.read()) {
     case channel::Stream::Read::Bytes:
-      return nextPeer(*peer);
+      nextPeer(*peer);
+      break;
     case channel::Stream::Read::Nothing:
       ready_.pop_front();
       peer->inARow = 0;
-      return waitToRead(*peer);
+      waitToRead(*peer);
+      break;
     case channel::Stream::Read::Ended:
       ready_.pop_front();
       closing_.push_back(peer->id);
-      return;
+      break;
   }
+  return 1;
 }
 
 void StreamServer::nextPeer(Peer& peer) {
@@ -207,6 +231,10 @@ void StreamServer::send(ConnectionId to, std::span<const std::uint8_t> message) 
   if (peer == nullptr) return;
   peer->stream.queue(message);
   if (!peer->waitsToWrite && !std::exchange(peer->isUnflushed, true)) unflushed_.push_back(to);
+}
+
+void StreamServer::continueLater(ConnectionId connection) {
+  if (Peer* peer = find(connection)) peer->continues = true;
 }
 
 void StreamServer::endAfterReading(ConnectionId connection) {
@@ -237,7 +265,7 @@ void StreamServer::write(Peer& peer) {
     std::error_code ignored;
     peer.socket.shutdown(Socket::shutdown_both, ignored);
   }
-  if (peer.isPaused && peer.stream.waiting() <= MaxWaitingBytes) {
+  if (peer.isPaused && peer.stream.waiting() <= waitingLimit(peer.continues)) {
     peer.isPaused = false;
     ready_.push_back(peer.id);
   }

@@ -27,8 +27,9 @@
 namespace host {
 
 // Accepts connections and carries their frames. Whatever its peers do, no connection holds up another: each has its
-// turn, and reads only when its turn comes. A peer that does not take what is sent to it is not read from. A peer that
-// announces a frame that is too long is disconnected.
+// turn, and reads only when its turn comes. A peer that does not take what is sent to it is not read from. Neither is
+// one whose last request is still being answered, piece by piece. A peer that announces a frame that is too long is
+// disconnected.
 //
 // While many connections wait for their turn, few more are accepted. If descriptors run out, no connection is accepted
 // until one closes or a second has passed. One line says so, however often that happens in a row.
@@ -36,13 +37,15 @@ namespace host {
 // For one thread, which also runs the loop.
 class StreamServer : public Connections {
  public:
-  // What arrives. received and closed are called by serve only.
+  // What arrives. received, closed and continued are called by serve only.
   struct Receiver {
     std::function<void(ConnectionId connection)> opened;
     // The message is valid during the call.
     std::function<void(ConnectionId from, std::span<const std::uint8_t> message)> received;
     // Comes after the connection's last message; not after disconnect and closeAll.
     std::function<void(ConnectionId connection)> closed;
+    // See Connections::continueLater.
+    std::function<void(ConnectionId connection)> continued{};
   };
 
   // loop must outlive the server.
@@ -55,8 +58,8 @@ class StreamServer : public Connections {
   // Takes over a connected stream socket. Throws std::system_error if the system has no memory for it.
   void adopt(sys::UniqueDescriptor socket);
 
-  // Handles what has arrived, in `turns` turns at most: a turn is a message or a read. Returns true if something is
-  // left to do.
+  // Handles what has arrived, in about `turns` turns: a turn is a message or a read; a message with a long answer
+  // counts as several. Returns true if something is left to do.
   bool serve(int turns);
 
   // True if something is left to do.
@@ -69,6 +72,7 @@ class StreamServer : public Connections {
   void closeAll();
 
   void send(ConnectionId to, std::span<const std::uint8_t> message) override;
+  void continueLater(ConnectionId connection) override;
   void endAfterReading(ConnectionId connection) override;
   PeerIdentity identity(ConnectionId connection) const override;
   void disconnect(ConnectionId connection) override;
@@ -87,7 +91,8 @@ class StreamServer : public Connections {
     int inARow = 0;            // turns without another connection's
     bool isUnflushed = false;  // stands in unflushed_
     bool waitsToWrite = false;
-    bool isPaused = false;  // not read from until it takes what is sent to it
+    bool isPaused = false;   // not read from until it takes what is sent to it
+    bool continues = false;  // see continueLater
   };
 
   Peer* find(ConnectionId id) const;
@@ -98,8 +103,8 @@ class StreamServer : public Connections {
   void waitForDescriptors();
   void waitToRead(Peer& peer);
   void write(Peer& peer);
-  // Performs one turn of the connection at the front of ready_.
-  void takeTurn();
+  // Performs one turn of the connection at the front of ready_. Returns for how many it counts.
+  int takeTurn();
   void nextPeer(Peer& peer);
 
   asio::io_context& loop_;

@@ -31,6 +31,7 @@ std::unique_ptr<ServiceClient> ServiceClient::open(const ServicePlace& place) {
 }
 
 std::string ServiceClient::whyNoAnswer() {
+  if (const auto fault = channel_->fault()) return *fault;
   if (channel_->lost()) return "connection to the service lost";
   return channel_->refusal() ? "the service refused a message" : "the service does not answer";
 }

@@ -63,11 +63,12 @@ class FieldWriter {
   }
 
   // The names of a side's ports, which has its count already: none if they are numbered and all exist. That of a
-  // removed port is empty.
+  // removed port is empty. In a piece the names are some of them.
   void portNames(const device::SideOfGroup& side) {
-    assert(side.names.empty() || side.names.size() == side.count);
+    assert(side.names.size() <= side.count);
     const bool isListed = !side.names.empty() || std::ranges::find(side.gone, true) != side.gone.end();
-    const std::uint16_t count = isListed ? side.count : std::uint16_t{0};
+    const std::size_t listed = side.names.empty() ? side.count : side.names.size();
+    const auto count = static_cast<std::uint16_t>(isListed ? listed : 0);
     to_.number(std::uint32_t{count});
     for (std::uint16_t index = 0; index < count; ++index) {
       (*this)(std::string_view(side.hasGone(index) ? std::string() : side.nameOf(index)));
@@ -145,8 +146,8 @@ class FieldReader {
 
   void portNames(device::SideOfGroup& side) {
     (*this)(side.names);
-    require(side.names.empty() || side.names.size() == side.count);
-    side.removeUnnamed();
+    require(side.names.size() <= side.count);
+    if (side.names.size() == side.count) side.removeUnnamed();
   }
 
   void rest(std::span<const std::uint8_t>& value) { value = from_.bytes(from_.left()); }

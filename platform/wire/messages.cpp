@@ -10,6 +10,19 @@ namespace {
 constexpr std::uint8_t Magic = 0xE5;
 constexpr std::size_t HeaderBytes = 8;
 
+bool isWhole(const std::optional<device::SideOfGroup>& side) {
+  return !side || side->names.empty() || side->names.size() == side->count;
+}
+
+// Whether all groups but those that other pieces continue have all their names.
+bool isWholeInside(const Topology& piece) {
+  for (std::size_t i = 0; i < piece.groups.size(); ++i) {
+    const bool continues = (i == 0 && !piece.part.first) || (i + 1 == piece.groups.size() && piece.part.more);
+    if (!continues && !(isWhole(piece.groups[i].sources) && isWhole(piece.groups[i].sinks))) return false;
+  }
+  return true;
+}
+
 }  // namespace
 
 template <class Io>
@@ -98,6 +111,12 @@ void fields(Io& io, Fields<Io, AskOriginals> m) {
 }
 
 template <class Io>
+void fields(Io& io, Fields<Io, Part> m) {
+  io(m.first);
+  io(m.more);
+}
+
+template <class Io>
 void fields(Io& io, Fields<Io, OriginalGroup> m) {
   io(m.handle);
   io(m.name);
@@ -107,6 +126,7 @@ void fields(Io& io, Fields<Io, OriginalGroup> m) {
 
 template <class Io>
 void fields(Io& io, Fields<Io, Originals> m) {
+  io.field(m.part);
   io(m.groups);
 }
 
@@ -147,7 +167,9 @@ void fields(Io& io, Fields<Io, device::Group> m) {
 
 template <class Io>
 void fields(Io& io, Fields<Io, Topology> m) {
+  io.field(m.part);
   io(m.groups);
+  if constexpr (!Io::Writes) io.require(isWholeInside(m));
 }
 
 template <class Io>
@@ -158,6 +180,7 @@ void fields(Io& io, Fields<Io, LinkRecord> m) {
 
 template <class Io>
 void fields(Io& io, Fields<Io, Links> m) {
+  io.field(m.part);
   io(m.version);
   io(m.links);
 }
@@ -182,6 +205,7 @@ void fields(Io& io, Fields<Io, ClientStats> m) {
 
 template <class Io>
 void fields(Io& io, Fields<Io, Stats> m) {
+  io.field(m.part);
   io(m.in);
   io(m.out);
   io(m.lost);

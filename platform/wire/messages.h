@@ -60,12 +60,12 @@ struct Patch {
   device::Link link;
 };
 
-// Answer: Topology.
+// Answer: Topology, in pieces (see Part).
 struct AskTopology {
   std::uint64_t session = 0;
 };
 
-// Answer: Links. The graph channel continues from the version in the answer.
+// Answer: Links, in pieces (see Part). The graph channel continues from the version in the answer.
 struct AskLinks {
   std::uint64_t session = 0;
 };
@@ -92,12 +92,12 @@ struct Inject {
   std::vector<InjectItem> messages;
 };
 
-// Answer: Originals.
+// Answer: Originals, in pieces (see Part).
 struct AskOriginals {
   std::uint64_t session = 0;
 };
 
-// Answer: Stats.
+// Answer: Stats, in pieces (see Part).
 struct AskStats {
   std::uint64_t session = 0;
 };
@@ -122,15 +122,28 @@ struct Result {
   std::uint64_t graphVersion = 0;
 };
 
+// Where a message stands in an answer that may be too long for one message. All pieces have the tag of the request;
+// PieceJoiner makes them one message again.
+struct Part {
+  bool first = true;  // the answer begins here, perhaps anew: earlier pieces do not count
+  bool more = false;  // another piece follows
+  friend bool operator==(const Part&, const Part&) = default;
+};
+
 // Handles are never those of other groups, now or later. Names of removed ports, original names (see Originals) and
 // systems are not sent: after decoding they are empty.
+//
+// The last group of a piece may continue as the first group of the next one, with the same handle. Each holds some of
+// the names; a list of names then has fewer entries than the side has ports.
 struct Topology {
   std::vector<device::Group> groups;
+  Part part{};
   friend bool operator==(const Topology&, const Topology&) = default;
 };
 
 // Names of groups and ports in the system that they come from, any bytes. Groups that come from no other system are
-// left out. A side has as many names as ports, including removed ports.
+// left out. A side has as many names as ports, including removed ports. A group may continue in the next piece, with
+// the same handle and without its name.
 using Original = std::vector<std::uint8_t>;
 struct OriginalGroup {
   std::uint64_t handle = 0;
@@ -140,6 +153,7 @@ struct OriginalGroup {
 };
 struct Originals {
   std::vector<OriginalGroup> groups;
+  Part part{};
 };
 
 struct LinkRecord {
@@ -147,9 +161,12 @@ struct LinkRecord {
   bool carried = false;  // the service carries it from one system to another; it ends with the service
   friend bool operator==(const LinkRecord&, const LinkRecord&) = default;
 };
+// All pieces have the same version. A connection that ends meanwhile may be missing, and one that is made meanwhile is:
+// GraphChanged tells both.
 struct Links {
   std::uint64_t version = 0;
   std::vector<LinkRecord> links;  // in the order of creation
+  Part part{};
 };
 
 // How many Send and Inject of this client the service has processed in total, and how many of the messages in them
@@ -170,6 +187,7 @@ struct ClientStats {
   std::uint64_t queueBytes = 0;
   std::uint64_t unsendable = 0;  // of in: another system has no form for them
 };
+// In pieces, the totals are those at the time of each piece.
 struct Stats {
   std::uint64_t in = 0;  // messages that entered the device: emitted, sent or injected; includes disconnected clients
   std::uint64_t out = 0;
@@ -180,6 +198,7 @@ struct Stats {
   std::uint64_t uncountedLosses = 0;
   // Messages that another system has no form for, also those that no client sent. Not part of lost.
   std::uint64_t unsendable = 0;
+  Part part{};
 };
 
 // --- event channel ---
@@ -240,7 +259,7 @@ struct Envelope {
 };
 
 // Encodes one message. Names and MIDI messages must be within MaxNameBytes and MaxMessageBytes. A side's list of names
-// must be empty or have count names.
+// must be empty or have count names, except in pieces (see Topology).
 std::vector<std::uint8_t> encode(std::uint32_t tag, const Body& body);
 
 enum class DecodeError : std::uint8_t { None, Malformed, WrongVersion };

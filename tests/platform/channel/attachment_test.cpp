@@ -85,6 +85,16 @@ TEST_F(AttachmentTest, LossIsToldOnceAndTheServiceIsLookedForAtOnce) {
   EXPECT_TRUE(isNext<Attachment::Connect>());
 }
 
+TEST_F(AttachmentTest, ServiceThatSendsWhatItMustNotIsLeftAloneForTenSeconds) {
+  attach();
+  attachment.lost(now, "the service sent an answer that is too long");
+  attachment.lost(now, "again");
+  EXPECT_EQ(takeLines(), Lines{"connection closed: the service sent an answer that is too long"});
+  EXPECT_EQ(idle(), 10s);
+  now += 10s;
+  EXPECT_TRUE(isNext<Attachment::Connect>());
+}
+
 TEST_F(AttachmentTest, ServiceThatIsGoneIsLookedForFiveTimesASecond) {
   attach();
   attachment.lost(now);

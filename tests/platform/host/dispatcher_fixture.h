@@ -33,6 +33,8 @@ class RecordingConnections : public Connections {
     sent_[order.back()].emplace_back(message.begin(), message.end());
   }
 
+  void continueLater(ConnectionId connection) override { continuing.push_back(nameOf(connection)); }
+
   void endAfterReading(ConnectionId connection) override { ended.push_back(nameOf(connection)); }
 
   PeerIdentity identity(ConnectionId connection) const override {
@@ -58,8 +60,9 @@ class RecordingConnections : public Connections {
     return texts;
   }
 
-  Texts order;  // who was sent something, message by message
-  Texts ended;  // which are to end once they are read
+  Texts order;       // who was sent something, message by message
+  Texts continuing;  // which are to continue
+  Texts ended;       // which are to end once they are read
   Texts disconnected;
   std::map<std::string, PeerIdentity> identities;  // of those that are not user 1000's process 5, "test"
 

@@ -6,6 +6,7 @@
 #include <algorithm>
 #include <chrono>
 #include <cstdint>
+#include <functional>
 #include <map>
 #include <memory>
 #include <string>
@@ -57,10 +58,16 @@ class StreamServerTest : public testing::Test {
                         [this](ConnectionId from, std::span<const std::uint8_t> message) {
                           events_.push_back(nameOf(from) + ": " + std::string(message.begin(), message.end()));
                           if (echoes_) server_.send(from, message);
+                          if (message.size() == 1 && message[0] == '+') server_.continueLater(from);
                         },
-                        [this](ConnectionId connection) { events_.push_back(nameOf(connection) + " closed"); }},
+                        [this](ConnectionId connection) { events_.push_back(nameOf(connection) + " closed"); },
+                        [this](ConnectionId connection) {
+                          events_.push_back(nameOf(connection) + " continues");
+                          if (continue_) continue_(connection);
+                        }},
                        [this](std::string_view line) { log_.emplace_back(line); }};
   bool echoes_ = false;
+  std::function<void(ConnectionId connection)> continue_;
   asio::executor_work_guard<asio::io_context::executor_type> work_ = asio::make_work_guard(loop_);
 
   static std::string nameOf(ConnectionId id) { return std::to_string(static_cast<std::uint64_t>(id)); }
@@ -155,6 +162,82 @@ TEST_F(StreamServerTest, PeerThatTakesNothingIsNotReadFrom) {
     serveAll();
   }
   EXPECT_EQ(answers, sent + 1);
+}
+
+TEST_F(StreamServerTest, ConnectionThatContinuesIsNotHeardBeforeItsEnd) {
+  channel::Connection client = connect();
+  int left = 3;
+  continue_ = [&](ConnectionId id) {
+    if (--left > 0) server_.continueLater(id);
+  };
+  for (const char* text : {"a", "+", "b"}) client.send(bytesOf(text));
+  serveAll();
+  EXPECT_EQ(events_, (Texts{"1: a", "1: +", "1 continues", "1 continues", "1 continues", "1: b"}));
+}
+
+TEST_F(StreamServerTest, ConnectionsThatContinueShareTheTurns) {
+  constexpr std::size_t Clients = 30;
+  const Bytes piece(100'000, 'p');
+  continue_ = [&](ConnectionId id) {
+    server_.send(id, piece);
+    server_.continueLater(id);
+  };
+  std::vector<channel::Connection> clients;
+  for (std::size_t i = 0; i < Clients; ++i) {
+    clients.push_back(connect());
+    clients.back().send(bytesOf("+"));
+  }
+  const auto begun = [&] { return std::ranges::count_if(events_, [](const auto& e) { return e.ends_with("+"); }); };
+  const Deadline deadline(Patience);
+  while (begun() < static_cast<int>(Clients) && !deadline.passed()) round(1);
+  events_.clear();
+  round(64);
+  const auto pieces = events_.size();
+  EXPECT_GE(pieces, 1U);
+  EXPECT_LE(pieces, 6U) << "a round does not take longer because many answers are long";
+  std::ranges::sort(events_);
+  EXPECT_EQ(std::ranges::unique(events_).size(), 0U) << "each has one turn before any has two";
+}
+
+TEST_F(StreamServerTest, OnlyAClientThatTakesNothingWaitsForItsAnswer) {
+  const Bytes piece(100'000, 'p');
+  std::size_t left = 200;
+  continue_ = [&](ConnectionId id) {
+    server_.send(id, piece);
+    if (--left > 0) server_.continueLater(id);
+  };
+  channel::Connection slow = connect();
+  channel::Connection other = connect();
+  for (const char* text : {"+", "after"}) slow.send(bytesOf(text));
+  serveAll();
+  EXPECT_GT(left, 180U) << "what waits is bounded";
+  other.send(bytesOf("o"));
+  serveAll();
+  EXPECT_EQ(events_.back(), "2: o");
+  std::size_t pieces = 0;
+  for (const Deadline deadline(Patience); pieces < 200 && !deadline.passed();) {
+    while (slow.receive()) ++pieces;
+    serveAll();
+  }
+  EXPECT_EQ(pieces, 200U);
+  EXPECT_EQ(events_.back(), "1: after");
+}
+
+TEST_F(StreamServerTest, NobodyContinuesForAClientThatHasGone) {
+  const Bytes piece(100'000, 'p');
+  continue_ = [&](ConnectionId id) {
+    server_.send(id, piece);
+    server_.continueLater(id);
+  };
+  {
+    channel::Connection client = connect();
+    client.send(bytesOf("+"));
+    serveAll();
+  }
+  const std::size_t before = events_.size();
+  serveAll();
+  EXPECT_LE(events_.size(), before + 2);
+  EXPECT_EQ(events_.back(), "1 closed");
 }
 
 TEST_F(StreamServerTest, ConnectionThatIsToEndIsReadFirst) {

@@ -52,23 +52,38 @@ std::vector<Sample> samples() {
        "E5 03 02 02 0D 0C 0B 0A 05 00 00 00 08 07 06 05 04 03 02 01"},
       {"Topology",
        Topology{{{0x0102030405060708, "Keys", numbered, std::nullopt, {}, 41}, {8, "X", std::nullopt, listed}}},
-       "E5 03 03 02 0D 0C 0B 0A 02 00 00 00"
+       "E5 03 03 02 0D 0C 0B 0A 01 00 02 00 00 00"
        "08 07 06 05 04 03 02 01 01 29 00 04 00 'Keys' 01 03 00 07 00 'KeysOut' 00 00 00 00 00"
        "08 00 00 00 00 00 00 00 00 01 00 'X' 00 01 02 00 00 00 02 00 00 00 01 00 'a' 02 00 'bc'"},
+      {"first piece of Topology", Topology{{{8, "X", std::nullopt, device::SideOfGroup{2, "", {"a"}}}}, {true, true}},
+       "E5 03 03 02 0D 0C 0B 0A 01 01 01 00 00 00"
+       "08 00 00 00 00 00 00 00 00 01 00 'X' 00 01 02 00 00 00 01 00 00 00 01 00 'a'"},
+      {"last piece of Topology", Topology{{{8, "X", std::nullopt, device::SideOfGroup{2, "", {"bc"}}}}, {false, false}},
+       "E5 03 03 02 0D 0C 0B 0A 00 00 01 00 00 00"
+       "08 00 00 00 00 00 00 00 00 01 00 'X' 00 01 02 00 00 00 01 00 00 00 02 00 'bc'"},
+      {"piece of Links", Links{9, {{{1, 2, 3, 4}}}, {false, true}},
+       "E5 03 04 02 0D 0C 0B 0A 00 01 09 00 00 00 00 00 00 00 01 00 00 00"
+       "01 00 00 00 00 00 00 00 02 00 03 00 00 00 00 00 00 00 04 00 00"},
+      {"piece of Stats", Stats{1, 2, 3, 4, {}, 5, 6, {false, true}},
+       "E5 03 07 02 0D 0C 0B 0A 00 01 01 00 00 00 00 00 00 00 02 00 00 00 00 00 00 00 03 00 00 00 00 00 00 00"
+       "04 00 00 00 00 00 00 00 00 00 00 00 05 00 00 00 00 00 00 00 06 00 00 00 00 00 00 00"},
+      {"piece of Originals", Originals{{{0x0102, {}, {}, {{'b'}}}}, {false, true}},
+       "E5 03 08 02 0D 0C 0B 0A 00 01 01 00 00 00"
+       "02 01 00 00 00 00 00 00 00 00 00 00 00 00 00 00 01 00 00 00 01 00 00 00 'b'"},
       {"Links", Links{9, {{{1, 2, 3, 4}}, {{0x0102, 0x0304, 0x0506, 0x0708}, true}}},
-       "E5 03 04 02 0D 0C 0B 0A 09 00 00 00 00 00 00 00 02 00 00 00"
+       "E5 03 04 02 0D 0C 0B 0A 01 00 09 00 00 00 00 00 00 00 02 00 00 00"
        "01 00 00 00 00 00 00 00 02 00 03 00 00 00 00 00 00 00 04 00 00"
        "02 01 00 00 00 00 00 00 04 03 06 05 00 00 00 00 00 00 08 07 01"},
       {"Taken", Taken{0x0102030405060708, 0x1112131415161718},
        "E5 03 05 02 0D 0C 0B 0A 08 07 06 05 04 03 02 01 18 17 16 15 14 13 12 11"},
       {"Stats", Stats{1, 2, 3, 4, {{"top", 5, 6, 7, 8, 9, 0x0A0B, 0x0E0F}}, 0x0C0D, 0x1011},
-       "E5 03 07 02 0D 0C 0B 0A 01 00 00 00 00 00 00 00 02 00 00 00 00 00 00 00 03 00 00 00 00 00 00 00"
+       "E5 03 07 02 0D 0C 0B 0A 01 00 01 00 00 00 00 00 00 00 02 00 00 00 00 00 00 00 03 00 00 00 00 00 00 00"
        "04 00 00 00 00 00 00 00 01 00 00 00 03 00 'top' 05 00 00 00 06 00 00 00"
        "07 00 00 00 00 00 00 00 08 00 00 00 00 00 00 00 09 00 00 00 00 00 00 00 0B 0A 00 00 00 00 00 00"
        "0F 0E 00 00 00 00 00 00 0D 0C 00 00 00 00 00 00 11 10 00 00 00 00 00 00"},
       {"AskOriginals", AskOriginals{Session}, "E5 03 0C 01 0D 0C 0B 0A 88 77 66 55 44 33 22 11"},
       {"Originals", Originals{{{0x0102, {'a', '/'}, {{0xFF}, {}}, {}}}},
-       "E5 03 08 02 0D 0C 0B 0A 01 00 00 00"
+       "E5 03 08 02 0D 0C 0B 0A 01 00 01 00 00 00"
        "02 01 00 00 00 00 00 00 02 00 00 00 'a/' 02 00 00 00 01 00 00 00 FF 00 00 00 00 00 00 00 00"},
       {"OpenEvents", OpenEvents{Session, Secret},
        "E5 03 01 03 0D 0C 0B 0A 88 77 66 55 44 33 22 11 08 07 06 05 04 03 02 01 18 17 16 15 14 13 12 11"},
@@ -170,27 +185,55 @@ TEST(Messages, BytesThatAreNoMessageAreRefused) {
       {"unknown status", "E5 03 02 02 00 00 00 00 06 00 00 00 00 00 00 00 00 00 00 00", DecodeError::Malformed},
       {"message of 4 GiB", "E5 03 09 01 00 00 00 00 01 00 00 00 00 00 00 00 05 00 00 00 00 00 FF FF FF FF 90",
        DecodeError::Malformed},
-      {"4294967295 groups", "E5 03 03 02 00 00 00 00 FF FF FF FF 00 00 00 00 00 00 00 00 00 00 00 00 00",
+      {"4294967295 groups", "E5 03 03 02 00 00 00 00 01 00 FF FF FF FF 00 00 00 00 00 00 00 00 00 00 00 00 00",
        DecodeError::Malformed},
-      {"two groups where one has room", "E5 03 03 02 00 00 00 00 02 00 00 00 00 00 00 00 00 00 00 00 00 00 00 00 00",
-       DecodeError::Malformed},
+      {"two groups where one has room",
+       "E5 03 03 02 00 00 00 00 01 00 02 00 00 00 00 00 00 00 00 00 00 00 00 00 00 00 00", DecodeError::Malformed},
       {"4294967295 links",
-       "E5 03 04 02 00 00 00 00 00 00 00 00 00 00 00 00 FF FF FF FF"
+       "E5 03 04 02 00 00 00 00 01 00 00 00 00 00 00 00 00 00 FF FF FF FF"
        "01 00 00 00 00 00 00 00 02 00 03 00 00 00 00 00 00 00 04 00 00",
        DecodeError::Malformed},
       {"4294967295 names",
-       "E5 03 03 02 00 00 00 00 01 00 00 00 00 00 00 00 00 00 00 00 00 00 00 01 FF FF 00 00 FF FF FF FF 00",
+       "E5 03 03 02 00 00 00 00 01 00 01 00 00 00 00 00 00 00 00 00 00 00 00 00 00 01 FF FF 00 00 FF FF FF FF 00",
        DecodeError::Malformed},
       {"two names for three ports",
-       "E5 03 03 02 00 00 00 00 01 00 00 00 08 00 00 00 00 00 00 00 00 00 00 00 01 03 00 00 00 02 00 00 00 01 00 'a' "
+       "E5 03 03 02 00 00 00 00 01 00 01 00 00 00 08 00 00 00 00 00 00 00 00 00 00 00 01 03 00 00 00 02 00 00 00 01 00 "
+       "'a' "
        "01 00 'b'",
        DecodeError::Malformed},
+      {"a piece that is neither the first nor not", "E5 03 03 02 00 00 00 00 02 00 00 00 00 00",
+       DecodeError::Malformed},
+      {"more pieces or not", "E5 03 03 02 00 00 00 00 01 02 00 00 00 00", DecodeError::Malformed},
       {"a side that is neither there nor not",
-       "E5 03 03 02 00 00 00 00 01 00 00 00 00 00 00 00 00 00 00 00 00 00 00 02 00", DecodeError::Malformed},
+       "E5 03 03 02 00 00 00 00 01 00 01 00 00 00 00 00 00 00 00 00 00 00 00 00 00 02 00", DecodeError::Malformed},
       {"an id that is neither there nor not",
-       "E5 03 03 02 00 00 00 00 01 00 00 00 00 00 00 00 00 00 00 00 02 00 00 00 00", DecodeError::Malformed},
+       "E5 03 03 02 00 00 00 00 01 00 01 00 00 00 00 00 00 00 00 00 00 00 02 00 00 00 00", DecodeError::Malformed},
   };
   for (const Case& c : cases) EXPECT_EQ(errorOf(bytesOf(c.bytes)), c.error) << c.what;
+}
+
+TEST(Messages, NamesMayBeMissingOnlyWhereAPieceIsCut) {
+  const device::Group whole{1, "G", device::SideOfGroup{2, "", {"a", "b"}}, std::nullopt};
+  const device::Group cut{2, "G", std::nullopt, device::SideOfGroup{3, "", {"a", "b"}}};
+  struct Case {
+    std::vector<device::Group> groups;
+    Part part;
+    bool isAllowed;
+  };
+  constexpr Part First{.first = true, .more = true};
+  constexpr Part Middle{.first = false, .more = true};
+  constexpr Part Last{.first = false, .more = false};
+  const Case cases[] = {
+      {{whole, cut}, {}, false},     {{cut, whole}, {}, false},    {{cut}, First, true},
+      {{whole, cut}, First, true},   {{cut, whole}, First, false}, {{cut, whole, cut}, Middle, true},
+      {{whole, cut}, Middle, true},  {{cut, whole}, Middle, true}, {{whole, cut, whole}, Middle, false},
+      {{cut, whole}, Last, true},    {{whole, cut}, Last, false},  {{cut}, Last, true},
+      {{whole, whole}, First, true}, {{whole, whole}, {}, true},
+  };
+  for (const Case& c : cases) {
+    const auto bytes = encode(Tag, Topology{c.groups, c.part});
+    EXPECT_EQ(errorOf(bytes), c.isAllowed ? DecodeError::None : DecodeError::Malformed) << &c - cases;
+  }
 }
 
 TEST(Messages, LongestNameIsAcceptedAndALongerOneRefused) {
