@@ -48,7 +48,12 @@ class FrameReader {
   // The memory in use.
   std::size_t bytes() const { return buffer_.capacity(); }
 
+  // Frees the memory that what has arrived and was not taken does not need. Ends the life of what next has returned.
+  void trim();
+
  private:
+  // Makes room for so many bytes more.
+  void grow(std::size_t bytes);
   // All frames have been taken.
   void forgetTaken();
   // The length of the next frame's message; nullopt if it has not arrived.

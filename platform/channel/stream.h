@@ -51,6 +51,9 @@ class Stream {
   // The memory in use.
   std::size_t bytes() const { return reader_.bytes() + out_.capacity(); }
 
+  // Frees the memory that is kept for later. Ends the life of what next has returned.
+  void trim();
+
  private:
   int socket_;
   FrameReader reader_;
