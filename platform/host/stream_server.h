@@ -33,8 +33,8 @@ namespace host {
 // turn, and reads only when its turn comes. A peer that does not take what is sent to it is not read from. A peer that
 // announces a frame that is too long is disconnected.
 //
-// What connections hold is entered in a ledger: what has arrived and was not handled, and what waits to be written. While
-// that is too much, turns come one by one, so that its owner can do something about it between them.
+// What connections hold is entered in a ledger: what has arrived and was not handled, and what waits to be written.
+// While that is too much, turns come one by one, so that its owner can do something about it between them.
 //
 // While many connections wait for their turn, few more are accepted. If descriptors run out, no connection is accepted
 // until one closes or a second has passed. One line says so, however often that happens in a row.
@@ -42,8 +42,8 @@ namespace host {
 // For one thread, which also runs the loop.
 class StreamServer : public Connections {
  public:
-  // What a connection costs besides its buffers: here, in the loop, and in the tables of others. Measured with mallinfo2
-  // over 10,000 connections.
+  // What a connection costs besides its buffers: here, in the loop, and in the tables of others. Measured with
+  // mallinfo2 over 10,000 connections.
   static constexpr std::size_t ConnectionBytes = 1024;
 
   // What arrives. received and closed are called by serve only.

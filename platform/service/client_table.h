@@ -19,8 +19,8 @@ namespace service {
 
 // Counts are kept, not summed up: no operation takes longer because there are more clients, except dropOldest.
 //
-// Enters in a ledger what each user's clients hold. When a new message makes that too much, the oldest events of whoever
-// holds the most are dropped first, in pieces, so that what waits cannot grow faster than it is dropped.
+// Enters in a ledger what each user's clients hold. When a new message makes that too much, the oldest events of
+// whoever holds the most are dropped first, in pieces, so that what waits cannot grow faster than it is dropped.
 class ClientTable {
  public:
   // What a client costs besides what waits for it: here, as a session of the host, and in all their tables. Measured

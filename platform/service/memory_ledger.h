@@ -27,7 +27,7 @@ class MemoryLedger {
   std::size_t mostOfUser() const { return ceiling_ / 2; }
 
   // What belongs to no user may have no more than this, so that something is left for clients.
-  std::size_t mostShared() const { return ceiling_ / 2; }
+  std::size_t mostShared() const { return ceiling_ - ceiling_ / 4; }
 
   std::size_t total() const { return ofUsers_ + shared_; }
   std::size_t shared() const { return shared_; }

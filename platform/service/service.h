@@ -25,7 +25,7 @@ struct QueueLimits {
 
 // Limits on what clients can make.
 struct TableLimits {
-  // Of one client: enough for all ports of two groups that are as large as possible. A tap takes 150 to 230 bytes.
+  // Of one client: enough for all ports of two groups that are as large as possible. A tap takes some 170 bytes.
   std::uint32_t taps = 1U << 18U;
 
   // Event ports of one client that have taps. A message is copied once to each that taps its port, so this bounds what
@@ -78,7 +78,8 @@ class Service : private device::DriverEvents {
 
   // Taps. holderBytes: the largest event (header included) that several records may share. Repeating a tap returns Ok
   // and changes nothing. NotFound: no port has that name. Refused: the client has as many taps, or event ports with
-  // taps, as it may (see TableLimits), or its user holds as much memory as it may. untap returns Nothing if there is no such tap.
+  // taps, as it may (see TableLimits), or its user holds as much memory as it may. untap returns Nothing if there is no
+  // such tap.
   device::Status tap(ClientId client, EventPortId port, std::string_view name, std::uint32_t holderBytes,
                      device::Time now);
   device::Status untap(ClientId client, EventPortId port, std::string_view name, device::Time now);

@@ -70,7 +70,7 @@ class RecordingConnections : public Connections {
   Texts order;  // who was sent something, message by message
   Texts ended;  // which are to end once they are read
   Texts disconnected;
-  std::map<std::uint32_t, Texts> heavy;  // of each user, largest first
+  std::map<std::uint32_t, Texts> heavy;            // of each user, largest first
   std::map<std::string, PeerIdentity> identities;  // of those that are not user 1000's process 5, "test"
 
  private:

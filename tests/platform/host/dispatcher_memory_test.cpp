@@ -1,12 +1,17 @@
 // How a dispatcher bounds what one user's clients take.
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
+#include <malloc.h>
 
 #include <cstdint>
+#include <memory>
+#include <optional>
+#include <span>
 #include <string>
 #include <vector>
 
 #include "tests/platform/host/dispatcher_fixture.h"
+#include "tests/support/sanitizer.h"
 
 namespace host {
 namespace {
@@ -126,6 +131,42 @@ TEST_F(SmallMemory, WhatCannotBeFreedKeepsNobodyBusy) {
   memory().change(Ann, 0, MiB);
   EXPECT_EQ(advance(), std::nullopt);
   EXPECT_EQ(peers_.disconnected, Texts());
+}
+
+// Says nothing to anybody.
+class Nobody : public Connections {
+ public:
+  void send(ConnectionId /*to*/, std::span<const std::uint8_t> /*message*/) override {}
+  void endAfterReading(ConnectionId /*connection*/) override {}
+  PeerIdentity identity(ConnectionId /*connection*/) const override { return {Ann, 5, "program"}; }
+  void disconnect(ConnectionId /*connection*/) override {}
+  std::optional<ConnectionId> heaviestOf(std::uint32_t /*user*/) override { return std::nullopt; }
+};
+
+TEST(SessionMemory, IsAboutWhatTheAllocatorSpends) {
+  if (testsupport::Sanitized) GTEST_SKIP() << "the sanitizer has an allocator of its own";
+  const auto allocated = [] {
+    const auto use = mallinfo2();
+    return static_cast<double>(use.uordblks + use.hblkhd);
+  };
+  service::Told told;
+  service::Service service(
+      std::make_unique<service::TestDevice>(service::evenTopology(1, 1), std::vector<device::Link>{}, told), {}, {});
+  Nobody nobody;
+  Dispatcher dispatcher(service, nobody, {}, {});
+  constexpr std::uint64_t Count = 10'000;
+  const double before = allocated();
+  const Bytes hello = wire::encode(1, wire::Hello{});
+  for (std::uint64_t i = 1; i <= Count; ++i) {
+    dispatcher.connectionOpened(ConnectionId{i}, Time(0));
+    dispatcher.receive(ConnectionId{i}, hello, Time(0));
+  }
+  const double spent = (allocated() - before) / Count;
+  ASSERT_EQ(service.clientsOf(Ann), Count);
+  const double counted = static_cast<double>(service.memory().of(Ann)) / Count;
+  RecordProperty("spent", std::to_string(spent));
+  EXPECT_GT(counted, spent) << "three connections also stand in tables";
+  EXPECT_LT(counted, 2 * spent);
 }
 
 }  // namespace

@@ -1,5 +1,6 @@
 // What a server's connections hold, and which of them hold too much.
 #include <gtest/gtest.h>
+#include <malloc.h>
 #include <sys/socket.h>
 #include <unistd.h>
 
@@ -10,9 +11,10 @@
 #include <utility>
 #include <vector>
 
-#include "platform/channel/connection.h"
+#include "platform/channel/frames.h"
 #include "platform/host/stream_server.h"
 #include "platform/system/local_socket.h"
+#include "tests/support/sanitizer.h"
 
 namespace host {
 namespace {
@@ -56,10 +58,10 @@ class ServerMemory : public testing::Test {
   service::MemoryLedger ledger_{16 * MiB};
   asio::io_context loop_;
   int messages_ = 0;
-  StreamServer server_{loop_,
-                       {[](ConnectionId) {}, [this](ConnectionId, std::span<const std::uint8_t>) { ++messages_; },
-                        [](ConnectionId) {}},
-                       {}};
+  StreamServer server_{
+      loop_,
+      {[](ConnectionId) {}, [this](ConnectionId, std::span<const std::uint8_t>) { ++messages_; }, [](ConnectionId) {}},
+      {}};
   asio::executor_work_guard<asio::io_context::executor_type> work_ = asio::make_work_guard(loop_);
 };
 
@@ -146,6 +148,26 @@ TEST_F(ServerMemory, TurnsComeOneByOneWhileSomebodyHoldsTooMuch) {
   ledger_.change(user_ + 1, 9 * MiB, 0);
   server_.serve(64);
   EXPECT_EQ(messages_, 10);
+}
+
+TEST_F(ServerMemory, OfAConnectionIsAboutWhatTheAllocatorSpends) {
+  if (testsupport::Sanitized) GTEST_SKIP() << "the sanitizer has an allocator of its own";
+  constexpr std::size_t Count = 400;
+  std::vector<sys::UniqueDescriptor> clients;
+  clients.reserve(Count);
+  connect();
+  serveAll();
+  const auto allocated = [] {
+    const auto use = mallinfo2();
+    return static_cast<double>(use.uordblks + use.hblkhd);
+  };
+  const double before = allocated();
+  while (clients.size() < Count) clients.push_back(connect());
+  serveAll();
+  const double spent = (allocated() - before) / Count;
+  RecordProperty("spent", std::to_string(spent));
+  EXPECT_GT(double{StreamServer::ConnectionBytes}, 0.9 * spent);
+  EXPECT_LT(double{StreamServer::ConnectionBytes}, 2 * spent);
 }
 
 }  // namespace

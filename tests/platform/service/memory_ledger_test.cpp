@@ -78,8 +78,8 @@ TEST(MemoryLedger, HasRoomUpToTheHalfAndUpToTheReserve) {
   MemoryLedger ledger(1600);
   EXPECT_TRUE(ledger.hasRoom(One, 800));
   EXPECT_FALSE(ledger.hasRoom(One, 801));
-  EXPECT_TRUE(ledger.hasSharedRoom(800));
-  EXPECT_FALSE(ledger.hasSharedRoom(801));
+  EXPECT_TRUE(ledger.hasSharedRoom(1200));
+  EXPECT_FALSE(ledger.hasSharedRoom(1201));
   ledger.change(One, 0, 790);
   ledger.change(Two, 0, 700);
   EXPECT_TRUE(ledger.hasRoom(One, 10));
