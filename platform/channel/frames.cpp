@@ -40,10 +40,7 @@ void FrameReader::grow(std::size_t bytes) {
 }
 
 void FrameReader::trim() {
-  if (buffer_.capacity() == buffer_.size() - taken_) return;
-  const auto rest = buffer_.begin() + static_cast<std::ptrdiff_t>(taken_);
-  buffer_ = std::vector<std::uint8_t>(rest, buffer_.end());
-  taken_ = 0;
+  if (taken_ == 0 && buffer_.capacity() > buffer_.size()) buffer_ = std::vector<std::uint8_t>(buffer_);
 }
 
 void FrameReader::forgetTaken() {

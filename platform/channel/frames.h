@@ -48,7 +48,8 @@ class FrameReader {
   // The memory in use.
   std::size_t bytes() const { return buffer_.capacity(); }
 
-  // Frees the memory that what has arrived and was not taken does not need. Ends the life of what next has returned.
+  // Frees the memory that what has arrived does not need. Does nothing while a message that next has returned may be in
+  // use: until it is called again and returns none.
   void trim();
 
  private:

@@ -51,7 +51,7 @@ class Stream {
   // The memory in use.
   std::size_t bytes() const { return reader_.bytes() + out_.capacity(); }
 
-  // Frees the memory that is kept for later. Ends the life of what next has returned.
+  // Frees the memory that is kept for later. What next has returned stays valid.
   void trim();
 
  private:
