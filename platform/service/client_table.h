@@ -25,7 +25,7 @@ class ClientTable {
  public:
   // What a client costs besides what waits for it: here, as a session of the host, and in all their tables. Measured
   // with mallinfo2 over 10,000 sessions.
-  static constexpr std::size_t ClientBytes = 1536;
+  static constexpr std::size_t ClientBytes = 1024;
 
   // queueBytes: limit of waiting bytes per client. ledger: must outlive the table; null: there is no ceiling.
   explicit ClientTable(std::size_t queueBytes, MemoryLedger* ledger = nullptr)
