@@ -89,10 +89,8 @@ TEST_F(SmallMemory, RecordsGoFirstThenTheConnectionsThatHoldTheMost) {
   const std::uint64_t sender = hello("sender");
   log_.clear();
   const Bytes tune(100'000, 0xF8);
-  for (int i = 0; i < 4; ++i) {
-    say("sender", 0, wire::Inject{sender, "G0Out1", {{0, tune}}});
-    // The window is small, so most of it waits.
-  }
+  // The window is small, so all but the first wait.
+  for (int i = 0; i < 4; ++i) say("sender", 0, wire::Inject{sender, "G0Out1", {{0, tune}}});
   peers_.heavy[Ann] = {"deaf control", "other"};
   ASSERT_GT(service_->waitingMemory(Ann), 200'000U);
   EXPECT_EQ(advance(), std::nullopt) << "nobody holds too much";
@@ -101,7 +99,7 @@ TEST_F(SmallMemory, RecordsGoFirstThenTheConnectionsThatHoldTheMost) {
   // Buffers, for example.
   memory().change(Ann, 0, MiB / 2 - 150'000);
   advance();
-  EXPECT_EQ(service_->counts().lost, 3U) << "as little as helps";
+  EXPECT_EQ(service_->counts().lost, 2U) << "as little as helps";
   EXPECT_FALSE(memory().isOver());
   EXPECT_EQ(peers_.disconnected, Texts());
 
