@@ -13,9 +13,16 @@ constexpr std::chrono::milliseconds ReadInterval{20};
 }  // namespace
 
 bool ControlChannel::greet(const Deadline& deadline) {
-  const auto welcome = ask<wire::Welcome>(wire::Hello{}, deadline);
-  if (welcome) welcome_ = *welcome;
-  return welcome.has_value();
+  const auto answer = askAnything(wire::Hello{}, deadline);
+  const auto* welcome = answer ? std::get_if<wire::Welcome>(&*answer) : nullptr;
+  const auto* result = answer ? std::get_if<wire::Result>(&*answer) : nullptr;
+  isGreetingRefused_ = result != nullptr && result->status == device::Status::Refused;
+  if (welcome != nullptr) welcome_ = *welcome;
+  return welcome != nullptr;
+}
+
+std::string ControlChannel::whyNotGreeted() const {
+  return isGreetingRefused_ ? "the service accepts no more clients of this user" : "the service does not answer";
 }
 
 bool ControlChannel::send(std::uint32_t eventPort, std::uint16_t group, std::span<const std::uint8_t> bytes) {

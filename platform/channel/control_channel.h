@@ -23,8 +23,11 @@ class ControlChannel {
   explicit ControlChannel(const Connector& connector, const Deadline& deadline = Deadline(AnswerTime))
       : connection_(connector.connect(deadline)), mayReturn_(connector.mayReturn()) {}
 
-  // Introduces this client to the service. Returns false if the service does not answer in time.
+  // Introduces this client to the service. Returns false if the service does not answer in time, or refuses.
   bool greet(const Deadline& deadline);
+
+  // After greet has returned false: why, in words.
+  std::string whyNotGreeted() const;
 
   // The number of the session; 0 until the service has answered a greeting.
   std::uint64_t session() const { return welcome_.session; }
@@ -107,6 +110,7 @@ class ControlChannel {
   std::uint64_t unsendable_ = 0;
   bool heard_ = false;      // a Taken message arrived, even if taken_ did not grow
   bool forgotten_ = false;  // by the service
+  bool isGreetingRefused_ = false;
   std::optional<device::Status> refusal_;
 };
 

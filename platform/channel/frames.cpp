@@ -26,7 +26,21 @@ void FrameReader::feed(std::span<const std::uint8_t> bytes) {
     }
     taken_ = 0;
   }
+  grow(bytes.size());
   buffer_.insert(buffer_.end(), bytes.begin(), bytes.end());
+}
+
+void FrameReader::grow(std::size_t bytes) {
+  // Elsewhere a vector does well. To double its size for a long frame would take twice the memory of the frame.
+  const auto length = nextLength();
+  const std::size_t needed = buffer_.size() + bytes;
+  if (!length || *length <= KeptBytes || needed <= buffer_.capacity()) return;
+  const std::size_t end = taken_ + FrameFrontBytes + *length;
+  buffer_.reserve(std::max(needed, std::min(end, 2 * buffer_.capacity())));
+}
+
+void FrameReader::trim() {
+  if (taken_ == 0 && buffer_.capacity() > buffer_.size()) buffer_ = std::vector<std::uint8_t>(buffer_);
 }
 
 void FrameReader::forgetTaken() {

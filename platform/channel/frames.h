@@ -48,7 +48,13 @@ class FrameReader {
   // The memory in use.
   std::size_t bytes() const { return buffer_.capacity(); }
 
+  // Frees the memory that what has arrived does not need. Does nothing while a message that next has returned may be in
+  // use: until it is called again and returns none.
+  void trim();
+
  private:
+  // Makes room for so many bytes more.
+  void grow(std::size_t bytes);
   // All frames have been taken.
   void forgetTaken();
   // The length of the next frame's message; nullopt if it has not arrived.

@@ -42,7 +42,7 @@ std::optional<std::string> Session::open() {
     {
       const std::lock_guard guard(mutex_);
       control_.emplace(connector_, deadline);
-      if (!control_->greet(deadline)) return control_->fault().value_or("the service does not answer");
+      if (!control_->greet(deadline)) return control_->fault().value_or(control_->whyNotGreeted());
       welcome = control_->welcome();
       attachment_.connected(welcome.session);
       work();

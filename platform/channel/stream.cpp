@@ -29,6 +29,14 @@ void Stream::queue(std::span<const std::uint8_t> message) {
   appendFrame(message, out_);
 }
 
+void Stream::trim() {
+  reader_.trim();
+  if (out_.capacity() > waiting()) {
+    out_ = std::vector<std::uint8_t>(out_.begin() + static_cast<std::ptrdiff_t>(written_), out_.end());
+    written_ = 0;
+  }
+}
+
 bool Stream::flush() {
   while (!failed_ && waiting() > 0) {
     const auto sent = sys::throughSignals(

@@ -53,6 +53,9 @@ class Stream {
   // The memory in use.
   std::size_t bytes() const { return reader_.bytes() + out_.capacity(); }
 
+  // Frees the memory that is kept for later. What next has returned stays valid.
+  void trim();
+
  private:
   int socket_;
   FrameReader reader_;

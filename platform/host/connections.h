@@ -2,6 +2,7 @@
 #pragma once
 
 #include <cstdint>
+#include <optional>
 #include <span>
 
 #include "platform/host/peer_identity.h"
@@ -32,6 +33,11 @@ class Connections {
 
   // Closes a connection at once. Does nothing if it has closed. Must not be called while a message is handled.
   virtual void disconnect(ConnectionId connection) = 0;
+
+  // The connection that holds the most memory of this user, who is 0 where users are unknown. First frees what the
+  // user's connections keep without need; nullopt while that is enough, or there is nothing to gain. Must not be called
+  // while a message is handled.
+  virtual std::optional<ConnectionId> heaviestOf(std::uint32_t user) = 0;
 };
 
 }  // namespace host

@@ -81,12 +81,13 @@ std::optional<device::Time> Dispatcher::advance(device::Time now) {
   tellTopologyChanged();
   sendNotes();
   const auto heldBackNext = tellHeldBack(now);
+  const auto reliefNext = relieve(now) ? std::optional(now) : std::nullopt;
   for (int closed = 0; closed < ClosedAtOnce; ++closed) {
     const auto connection = newcomers_.overdue(now);
     if (!connection) break;
     connections_.disconnect(*connection);
   }
-  return earliest({serviceNext, heldBackNext, newcomers_.next(), logLosses(now), logLossesBefore(now)});
+  return earliest({serviceNext, heldBackNext, reliefNext, newcomers_.next(), logLosses(now), logLossesBefore(now)});
 }
 
 void Dispatcher::connectionOpened(ConnectionId connection, device::Time now) { newcomers_.enter(connection, now); }
@@ -122,6 +123,7 @@ void Dispatcher::handle(const Request& request, wire::Hello& /*message*/) {
     return;
   }
   PeerIdentity peer = connections_.identity(request.from);
+  if (!admits(peer)) return answer(request, device::Status::Refused);
   Session& session = *sessions_.add(request.from, service_.addClient(peer.user.value_or(0)));
   session.peer = std::move(peer);
   session.token = {randomNumber(), randomNumber()};
@@ -161,8 +163,10 @@ void Dispatcher::handle(const Request& request, wire::UntapAll& message) {
 }
 
 void Dispatcher::handle(const Request& request, wire::Patch& message) {
-  if (sessionFor(request, message.session, &Session::control) == nullptr) return;
+  const Session* session = sessionFor(request, message.session, &Session::control);
+  if (session == nullptr) return;
   const device::Link link = inService(message.link, firstHandle_);
+  if (message.made && !service_.hasRoomFor(session->client, link)) return answer(request, device::Status::Refused);
   const device::Status status =
       message.made ? service_.connect(link, request.now) : service_.disconnect(link, request.now);
   // The change goes out before the answer, so that the client that made it usually sees it by then.

@@ -14,6 +14,7 @@
 #include "platform/host/log.h"
 #include "platform/host/long_answer.h"
 #include "platform/host/newcomers.h"
+#include "platform/host/peer_identity.h"
 #include "platform/host/session_table.h"
 #include "platform/host/settings.h"
 #include "platform/service/service.h"
@@ -94,6 +95,15 @@ class Dispatcher {
   // request and returns null.
   Session* sessionToOpen(const Request& request, std::uint64_t number, const wire::Token& token);
 
+  // Whether there is room for one more session of this user.
+  bool admits(const PeerIdentity& peer) const;
+
+  // Frees some of the memory of whoever holds too much. Returns true if more remains to do.
+  bool relieve(device::Time now);
+
+  // Ends a connection that holds too much, and its client.
+  void endHeavy(ConnectionId connection, device::Time now);
+
   // Logs how the client ended, and forgets it.
   void end(Session& session, std::string_view how, device::Time now);
   void answer(const Request& request, device::Status status);
@@ -116,7 +126,8 @@ class Dispatcher {
   void logLossBefore(std::uint64_t count) const;
   void logUncountedLoss(std::uint64_t times) const;
   void logLoss(Session& session, device::Time now);
-  void log(const Session& session, std::string_view what) const;
+  void log(const Session& session, std::string_view what) const { log(session.peer, what); }
+  void log(const PeerIdentity& peer, std::string_view what) const;
 
   service::Service& service_;
   Connections& connections_;

@@ -157,10 +157,9 @@ void Dispatcher::logLoss(Session& session, device::Time now) {
   session.lossToldAt = now;
 }
 
-void Dispatcher::log(const Session& session, std::string_view what) const {
+void Dispatcher::log(const PeerIdentity& peer, std::string_view what) const {
   if (!log_) return;
-  log_(sys::printable(session.peer.program) + " (process " + std::to_string(session.peer.process) + ") " +
-       std::string(what));
+  log_(sys::printable(peer.program) + " (process " + std::to_string(peer.process) + ") " + std::string(what));
 }
 
 }  // namespace host

@@ -7,6 +7,7 @@
 #include <utility>
 
 #include "platform/channel/deadline.h"
+#include "platform/system/earliest.h"
 
 namespace host {
 
@@ -31,7 +32,9 @@ void Host::Watched::watch() {
 }
 
 Host::Host(std::unique_ptr<device::Driver> driver, const Settings& settings, Log log, Log warnings)
-    : loop_(LoopThreads),
+    : log_(log),
+      warnings_(std::move(warnings)),
+      loop_(LoopThreads),
       server_(loop_,
               {[this](ConnectionId connection) { dispatcher_.connectionOpened(connection, clockNow()); },
                [this](ConnectionId from, std::span<const std::uint8_t> message) {
@@ -39,10 +42,11 @@ Host::Host(std::unique_ptr<device::Driver> driver, const Settings& settings, Log
                },
                [this](ConnectionId connection) { dispatcher_.connectionClosed(connection, clockNow()); },
                [this](ConnectionId connection) { dispatcher_.continued(connection); }},
-              log),
+              std::move(log)),
       service_(std::move(driver), settings.service, clockNow()),
-      dispatcher_(service_, server_, settings, std::move(log), std::move(warnings)),
+      dispatcher_(service_, server_, settings, log_.log(clockNow), warnings_.log(clockNow)),
       wakeWatched_(loop_, wake_.descriptor()) {
+  server_.countIn(service_.memory());
   if (service_.descriptor() >= 0) serviceWatched_.emplace(loop_, service_.descriptor());
 }
 
@@ -70,13 +74,16 @@ void Host::run() {
 
 void Host::serve() {
   while (!stopping_) {
-    const auto next = dispatcher_.advance(clockNow());
+    auto next = dispatcher_.advance(clockNow());
+    for (LogLimit* log : {&log_, &warnings_}) sys::keepEarlier(next, log->advance(clockNow()));
     dispatcher_.tellTaken();
     server_.flush();
     wait(server_.hasWork() ? clockNow() : next);
     server_.serve(TurnsAtOnce);
   }
   dispatcher_.finish(clockNow());
+  log_.finish();
+  warnings_.finish();
 }
 
 void Host::stop() noexcept {

@@ -11,6 +11,7 @@
 #include "platform/device/driver.h"
 #include "platform/host/dispatcher.h"
 #include "platform/host/log.h"
+#include "platform/host/log_limit.h"
 #include "platform/host/settings.h"
 #include "platform/host/stream_server.h"
 #include "platform/service/service.h"
@@ -22,7 +23,8 @@ namespace host {
 // Runs the service of one device, for clients that connect to it. Not thread-safe, except stop and adopt.
 class Host {
  public:
-  // Starts the device at once. warnings: see Dispatcher. Throws std::system_error if the system provides no descriptor.
+  // Starts the device at once. warnings: see Dispatcher. Both get a bounded number of lines (see LogLimit), except for
+  // what concerns the service itself. Throws std::system_error if the system provides no descriptor.
   Host(std::unique_ptr<device::Driver> driver, const Settings& settings, Log log, Log warnings = {});
   Host(const Host&) = delete;
   Host& operator=(const Host&) = delete;
@@ -63,6 +65,8 @@ class Host {
 
   std::atomic<bool> stopping_{false};
   sys::EventDescriptor wake_;
+  LogLimit log_;
+  LogLimit warnings_;
   asio::io_context loop_;
   StreamServer server_;
   service::Service service_;

@@ -22,6 +22,14 @@ std::string programOf(std::uint32_t process) {
 
 }  // namespace
 
+std::optional<std::uint32_t> userOf(int socket) {
+  ucred credentials{};
+  socklen_t size = sizeof credentials;
+  static const bool known = usersAreKnown();
+  if (!known || getsockopt(socket, SOL_SOCKET, SO_PEERCRED, &credentials, &size) < 0) return std::nullopt;
+  return credentials.uid;
+}
+
 PeerIdentity identityOf(int socket) {
   ucred credentials{};
   socklen_t size = sizeof credentials;

@@ -1,4 +1,4 @@
-// Settings of a host: limits on what waits in it and what is in flight to its clients, and its handles.
+// Settings of a host: limits on what is held for its clients and what is in flight to them, and its handles.
 #pragma once
 
 #include <cstddef>
@@ -22,6 +22,9 @@ struct Settings {
   // Unacknowledged changes of the patch graph that may be in flight to a client; beyond this limit the client is told
   // to ask for the whole graph. At least wire::MinGraphWindow.
   std::uint64_t graphWindow = 1024;
+
+  // Sessions of one user.
+  std::size_t sessionsOfUser = 16384;
 
   // The first handle of a group in messages. Random unless set, so that no two services use one handle for two groups,
   // not even the same service after a restart.

@@ -5,7 +5,10 @@
 #include <sys/socket.h>
 
 #include <algorithm>
+#include <bit>
 #include <chrono>
+#include <iterator>
+#include <limits>
 #include <system_error>
 #include <utility>
 
@@ -38,6 +41,12 @@ constexpr unsigned AcceptEvery = 4;
 
 // Descriptors that are not used for connections, so that everything else can still be opened.
 constexpr rlim_t SpareDescriptors = 16;
+
+// Connections whose buffers are smaller are not worth closing.
+constexpr std::size_t HeavyBytes = 4096;
+
+// Connections that are trimmed at once.
+constexpr int TrimmedAtOnce = 16;
 
 constexpr std::chrono::seconds AcceptAgainTime{1};
 
@@ -86,6 +95,8 @@ void StreamServer::adopt(sys::UniqueDescriptor socket) {
 void StreamServer::enter(Socket socket) {
   const ConnectionId id{++last_};
   Peer& peer = *peers_.emplace(id, std::make_unique<Peer>(std::move(socket), id)).first->second;
+  peer.user = userOf(peer.socket.native_handle()).value_or(0);
+  enterMemory(peer);
   waitToRead(peer);
   receiver_.opened(id);
 }
@@ -150,7 +161,10 @@ void StreamServer::waitToRead(Peer& peer) {
 }
 
 bool StreamServer::serve(int turns) {
-  while (turns > 0 && !ready_.empty()) turns -= takeTurn();
+  for (bool isFirst = true; turns > 0 && !ready_.empty(); isFirst = false) {
+    if (!isFirst && holdsTooMuch()) break;
+    turns -= takeTurn();
+  }
   int closings = ready_.empty() ? turns : 0;
   for (closings = std::max(closings, ClosingsAtLeast); closings > 0 && !closing_.empty(); --closings) {
     const ConnectionId id = closing_.front();
@@ -189,7 +203,9 @@ int StreamServer::takeTurn() {
     nextPeer(*peer);
     return turns;
   }
-  switch (peer->stream.read()) {
+  const auto read = peer->stream.read();
+  enterMemory(*peer);
+  switch (read) {
     case channel::Stream::Read::Bytes:
       nextPeer(*peer);
       break;
@@ -214,13 +230,18 @@ void StreamServer::nextPeer(Peer& peer) {
 }
 
 void StreamServer::disconnect(ConnectionId connection) {
-  if (peers_.erase(connection) > 0 && lacksDescriptors_) resumeAccepting();
+  Peer* peer = find(connection);
+  if (peer == nullptr) return;
+  enterMemory(*peer, false);
+  peers_.erase(connection);
+  if (lacksDescriptors_) resumeAccepting();
 }
 
 void StreamServer::closeAll() {
   paused_.clear();
   acceptors_.clear();
   held_.clear();
+  for (auto& [id, peer] : peers_) enterMemory(*peer, false);
   peers_.clear();
   ready_.clear();
   closing_.clear();
@@ -230,11 +251,39 @@ void StreamServer::send(ConnectionId to, std::span<const std::uint8_t> message) 
   Peer* peer = find(to);
   if (peer == nullptr) return;
   peer->stream.queue(message);
+  enterMemory(*peer);
   if (!peer->waitsToWrite && !std::exchange(peer->isUnflushed, true)) unflushed_.push_back(to);
 }
 
 void StreamServer::continueLater(ConnectionId connection) {
   if (Peer* peer = find(connection)) peer->continues = true;
+}
+
+void StreamServer::enterMemory(Peer& peer, bool isThere) {
+  if (ledger_ == nullptr) return;
+  const std::size_t held = isThere ? peer.stream.bytes() : 0;
+  const std::size_t bytes = isThere ? ConnectionBytes + held : 0;
+  if (bytes == peer.counted) return;
+  ledger_->change(peer.user, std::exchange(peer.counted, bytes), bytes);
+  const int size = held < HeavyBytes ? 0 : static_cast<int>(std::bit_width(held));
+  if (size == peer.size) return;
+  if (peer.size > 0) heavy_.erase({peer.user, peer.size, peer.id});
+  if (size > 0) heavy_.emplace(peer.user, size, peer.id);
+  peer.size = size;
+}
+
+std::optional<ConnectionId> StreamServer::heaviestOf(std::uint32_t user) {
+  constexpr ConnectionId Last{std::numeric_limits<std::uint64_t>::max()};
+  for (int i = 0; i < TrimmedAtOnce && holdsTooMuch(); ++i) {
+    const auto after = heavy_.upper_bound({user, std::numeric_limits<int>::max(), Last});
+    if (after == heavy_.begin() || std::get<0>(*std::prev(after)) != user) return std::nullopt;
+    Peer& peer = *find(std::get<2>(*std::prev(after)));
+    const int before = peer.size;
+    peer.stream.trim();
+    enterMemory(peer);
+    if (peer.size == before) return peer.id;
+  }
+  return std::nullopt;
 }
 
 void StreamServer::endAfterReading(ConnectionId connection) {
@@ -265,6 +314,7 @@ void StreamServer::write(Peer& peer) {
     std::error_code ignored;
     peer.socket.shutdown(Socket::shutdown_both, ignored);
   }
+  enterMemory(peer);
   if (peer.isPaused && peer.stream.waiting() <= waitingLimit(peer.continues)) {
     peer.isPaused = false;
     ready_.push_back(peer.id);

@@ -9,18 +9,28 @@ namespace {
 // Dropped from one client before another one may have the most.
 constexpr std::size_t DropBytes = 64U << 10U;
 
+// Dropped at once when there is too much: some 2 ms, and then as much may be added.
+constexpr std::size_t ReliefBytes = 2U << 20U;
+
+// Looking for what to drop costs too much for less than this.
+constexpr std::size_t LeastRelief = 64U << 10U;
+
 }  // namespace
 
 ClientId ClientTable::add(std::uint32_t user) {
   const ClientId client{++last_};
   clients_.emplace(client, Client{.queue = TapQueue(queueBytes_), .id = client, .user = user});
-  ++users_[user].clients;
+  User& known = users_[user];
+  ++known.clients;
+  ++known.present;
+  enter(user, 0, ClientBytes);
   return client;
 }
 
 void ClientTable::remove(ClientId client) {
   const auto found = clients_.find(client);
   if (found == clients_.end()) return;
+  --users_.at(found->second.user).present;
   removed_.push_back(std::move(found->second));
   clients_.erase(found);
 }
@@ -36,8 +46,10 @@ void ClientTable::sweep(std::size_t memory) {
     const auto user = users_.find(client.user);
     user->second.memory -= client.memory - left;
     memory_ -= client.memory - left;
+    enter(client.user, client.memory, left);
     client.memory = left;
     if (client.queue.hasEvents()) return;
+    enter(client.user, ClientBytes, 0);
     if (--user->second.clients == 0) users_.erase(user);
     removed_.pop_front();
   }
@@ -53,6 +65,7 @@ void ClientTable::change(Client& client, const Change& change) {
   if (lost > 0 && !std::exchange(client.isLosing, true)) losing_.push_back(client.id);
   const std::size_t memory = client.queue.memory();
   if (memory == client.memory) return;
+  enter(client.user, client.memory, memory);
   const std::size_t more = memory - std::exchange(client.memory, memory);
   memory_ += more;
   users_.at(client.user).memory += more;
@@ -64,8 +77,14 @@ void ClientTable::addMessage(ClientId client, EventPortId eventPort, device::Por
   if (found == clients_.end()) return;
   Client& known = found->second;
   const bool wasEmpty = known.queue.empty();
-  change(known, [&](TapQueue& queue) { queue.add(eventPort, port, name, holderBytes, message, now); });
+  // The largest users may hold what cannot be dropped here; then nobody gets more.
+  const bool isFull = ledger_ != nullptr && ledger_->isFull();
+  change(known, [&](TapQueue& queue) {
+    if (isFull) return queue.lose();
+    queue.add(eventPort, port, name, holderBytes, message, now);
+  });
   if (wasEmpty && !std::exchange(known.isReady, true)) ready_.push_back(client);
+  relieve();
 }
 
 void ClientTable::addLossBefore(ClientId client, std::uint64_t count) {
@@ -109,6 +128,31 @@ std::vector<ClientId> ClientTable::takeLosing() {
     return found == clients_.end();
   });
   return losing;
+}
+
+void ClientTable::enter(std::uint32_t user, std::size_t before, std::size_t now) {
+  if (ledger_ != nullptr) ledger_->change(user, before, now);
+}
+
+std::size_t ClientTable::relieve() {
+  if (ledger_ == nullptr || !ledger_->isOver()) return 0;
+  const std::size_t before = memory_;
+  sweep(ReliefBytes);
+  const auto user = ledger_->heaviest();
+  // More than the excess, so that this is not due again at once.
+  const std::size_t wanted = std::min(ReliefBytes, ledger_->excess() + ledger_->ceiling() / 64);
+  if (user && memory(*user) >= std::min(LeastRelief, wanted)) drop(user, wanted);
+  return before - memory_;
+}
+
+std::uint32_t ClientTable::user(ClientId client) const {
+  const auto found = clients_.find(client);
+  return found == clients_.end() ? 0 : found->second.user;
+}
+
+std::size_t ClientTable::clientsOf(std::uint32_t user) const {
+  const auto found = users_.find(user);
+  return found == users_.end() ? 0 : found->second.present;
 }
 
 std::size_t ClientTable::memory(std::uint32_t user) const {

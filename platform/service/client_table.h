@@ -12,15 +12,24 @@
 
 #include "platform/service/client_id.h"
 #include "platform/service/counts.h"
+#include "platform/service/memory_ledger.h"
 #include "platform/service/tap_queue.h"
 
 namespace service {
 
 // Counts are kept, not summed up: no operation takes longer because there are more clients, except dropOldest.
+//
+// Enters in a ledger what each user's clients hold. When a new message makes that too much, the oldest events of
+// whoever holds the most are dropped first, in pieces, so that what waits cannot grow faster than it is dropped.
 class ClientTable {
  public:
-  // queueBytes: limit of waiting bytes per client.
-  explicit ClientTable(std::size_t queueBytes) : queueBytes_(queueBytes) {}
+  // What a client costs besides what waits for it: here, as a session of the host, and in all their tables. Measured
+  // with mallinfo2 over 10,000 sessions.
+  static constexpr std::size_t ClientBytes = 1024;
+
+  // queueBytes: limit of waiting bytes per client. ledger: must outlive the table; null: there is no ceiling.
+  explicit ClientTable(std::size_t queueBytes, MemoryLedger* ledger = nullptr)
+      : queueBytes_(queueBytes), ledger_(ledger) {}
 
   // user: whose client it is; any number.
   ClientId add(std::uint32_t user = 0);
@@ -35,6 +44,12 @@ class ClientTable {
   bool hasRemoved() const { return !removed_.empty(); }
 
   bool contains(ClientId client) const { return clients_.contains(client); }
+
+  // The user given to add, for a client that exists; 0 for another.
+  std::uint32_t user(ClientId client) const;
+
+  // How many clients of this user exist.
+  std::size_t clientsOf(std::uint32_t user) const;
 
   // Like the operations of TapQueue. An unknown client gets and has nothing.
   void addMessage(ClientId client, EventPortId eventPort, device::PortId port, std::string_view name,
@@ -59,6 +74,10 @@ class ClientTable {
   std::size_t dropOldest(std::size_t memory);
   std::size_t dropOldestOf(std::uint32_t user, std::size_t memory);
 
+  // Drops some of the oldest events of whoever the ledger says holds too much, in the same way; about 2 MiB at most.
+  // Does nothing if nobody does, or if too little waits there. Returns how much memory became free.
+  std::size_t relieve();
+
   // Counts a message that the client, which must exist, sent or injected.
   void countIn(ClientId client) { ++clients_.at(client).in; }
 
@@ -74,6 +93,7 @@ class ClientTable {
  private:
   struct User {
     std::size_t clients = 0;  // with removed ones that sweep has not freed yet
+    std::size_t present = 0;  // without them
     std::size_t memory = 0;
   };
 
@@ -95,8 +115,10 @@ class ClientTable {
   template <class Change>
   void change(Client& client, const Change& change);
   std::size_t drop(std::optional<std::uint32_t> only, std::size_t memory);
+  void enter(std::uint32_t user, std::size_t before, std::size_t now);
 
   std::size_t queueBytes_;
+  MemoryLedger* ledger_;
   std::unordered_map<ClientId, Client> clients_;
   std::map<std::uint32_t, User> users_;
   std::deque<Client> removed_;

@@ -20,6 +20,9 @@ namespace service {
 // connections. Looking up a port costs no more than its own connections.
 class PatchGraph {
  public:
+  // What a connection takes in all tables.
+  static constexpr std::size_t LinkBytes = 352;
+
   // Which side carries messages along a connection: the service, or the device itself.
   enum class Carrier : std::uint8_t { Service, Device };
 

@@ -26,11 +26,13 @@ constexpr std::size_t SourcesAtOnce = 250;  // each is an operation of the drive
 
 struct Service::State {
   State(std::unique_ptr<device::Driver> device, QueueLimits sizes, TableLimits tableLimits)
-      : driver(std::move(device)),
+      : memory(sizes.memory),
+        driver(std::move(device)),
         limits(tableLimits),
         graph(driver->topology()),
+        taps(memory, [this](ClientId client) { return clients.user(client); }),
         use(*driver, graph, taps),
-        clients(sizes.queueBytes),
+        clients(sizes.queueBytes, &memory),
         router(
             graph,
             [this](device::PortId port, const device::Message& message, device::Time now) {
@@ -66,7 +68,8 @@ struct Service::State {
 
   bool mayTap(ClientId client, EventPortId eventPort, device::PortId port) const {
     if (taps.contains(client, eventPort, port)) return true;
-    return taps.count(client) < limits.taps &&
+    constexpr std::size_t Bytes = TapTable::EventPortBytes + TapTable::TapBytes;
+    return memory.hasRoom(clients.user(client), Bytes) && taps.count(client) < limits.taps &&
            (taps.hasTaps(client, eventPort) || taps.eventPorts(client) < limits.eventPorts);
   }
 
@@ -74,10 +77,16 @@ struct Service::State {
     return topology().exists(link.source()) && topology().exists(link.sink());
   }
 
+  // Refuses no connection that exists.
+  bool mayConnect(const device::Link& link) const {
+    return graph.carrier(link) || (graph.size() < limits.links && memory.hasSharedRoom(PatchGraph::LinkBytes));
+  }
+
   // Call settle when the driver's operation has returned.
   void graphChanged(bool added, const device::Link& link, SourceUse::Turn turn = SourceUse::Turn::Last) {
     const auto carrier = graph.carrier(link);
     changes.push_back({graph.version(), added, link, carrier && isCarried({link, *carrier})});
+    memory.setShared(graph.size() * PatchGraph::LinkBytes);
     use.connectionChanged(link, turn);
   }
 
@@ -149,6 +158,7 @@ struct Service::State {
     return true;
   }
 
+  MemoryLedger memory;
   std::unique_ptr<device::Driver> driver;
   TableLimits limits;
   int descriptor = -1;  // the driver's
@@ -175,6 +185,7 @@ Service::Service(std::unique_ptr<device::Driver> driver, QueueLimits limits, dev
   const device::Started started = state_->driver->start(*this, now);
   state_->descriptor = started.descriptor;
   state_->graph.begin(started.links);
+  state_->memory.setShared(state_->graph.size() * PatchGraph::LinkBytes);
   for (const device::Link& link : state_->graph.links()) state_->use.connectionChanged(link);
   state_->use.settle(std::numeric_limits<std::size_t>::max(), now);
 }
@@ -248,7 +259,7 @@ device::Status Service::inject(ClientId client, std::string_view name, const dev
 device::Status Service::connect(const device::Link& link, device::Time now) {
   if (!state_->bothExist(link)) return device::Status::NotFound;
   state_->disconnectSevered(link);
-  if (state_->graph.size() >= state_->limits.links && !state_->graph.carrier(link)) return device::Status::Refused;
+  if (!state_->mayConnect(link)) return device::Status::Refused;
   auto status = state_->driver->patch(true, link, now);
   if (!status) {
     const std::uint64_t before = state_->graph.version();
@@ -311,6 +322,21 @@ bool Service::hasEvents(ClientId client) const { return state_->clients.hasEvent
 std::vector<ClientId> Service::takeReadyClients() { return state_->clients.takeReady(); }
 
 std::vector<ClientId> Service::takeLosingClients() { return state_->clients.takeLosing(); }
+
+std::size_t Service::clientsOf(std::uint32_t user) const { return state_->clients.clientsOf(user); }
+
+bool Service::hasRoomForClient(std::uint32_t user) const {
+  return state_->memory.hasRoomForClient(user, ClientTable::ClientBytes);
+}
+
+MemoryLedger& Service::memory() { return state_->memory; }
+
+bool Service::hasRoomFor(ClientId client, const device::Link& link) const {
+  return state_->graph.carrier(link) || !state_->bothExist(link) ||
+         state_->memory.hasRoom(state_->clients.user(client), PatchGraph::LinkBytes);
+}
+
+std::size_t Service::relieve() { return state_->clients.relieve(); }
 
 std::size_t Service::waitingMemory() const { return state_->clients.memory(); }
 

@@ -14,17 +14,18 @@
 #include "platform/device/status.h"
 #include "platform/service/client_id.h"
 #include "platform/service/counts.h"
+#include "platform/service/memory_ledger.h"
 
 namespace service {
 
 struct QueueLimits {
   std::size_t queueBytes = 8U << 20U;  // limit of waiting bytes per client
+  std::size_t memory = 512U << 20U;    // that is held for all clients; see MemoryLedger
 };
 
 // Limits on what clients can make.
 struct TableLimits {
-  // Of one client: enough for all ports of two groups that are as large as possible. A tap takes 150 to 300 bytes;
-  // the first of an event port far up in a large group up to 33 KB.
+  // Of one client: enough for all ports of two groups that are as large as possible. A tap takes some 170 bytes.
   std::uint32_t taps = 1U << 18U;
 
   // Event ports of one client that have taps. A message is copied once to each that taps its port, so this bounds what
@@ -77,7 +78,8 @@ class Service : private device::DriverEvents {
 
   // Taps. holderBytes: the largest event (header included) that several records may share. Repeating a tap returns Ok
   // and changes nothing. NotFound: no port has that name. Refused: the client has as many taps, or event ports with
-  // taps, as it may (see TableLimits). untap returns Nothing if there is no such tap.
+  // taps, as it may (see TableLimits), or its user holds as much memory as it may. untap returns Nothing if there is no
+  // such tap.
   device::Status tap(ClientId client, EventPortId port, std::string_view name, std::uint32_t holderBytes,
                      device::Time now);
   device::Status untap(ClientId client, EventPortId port, std::string_view name, device::Time now);
@@ -127,6 +129,24 @@ class Service : private device::DriverEvents {
 
   // Returns the clients that lost messages since the last call, each once.
   std::vector<ClientId> takeLosingClients();
+
+  // How many clients of this user exist.
+  std::size_t clientsOf(std::uint32_t user) const;
+
+  // Whether there is memory for one more client of this user.
+  bool hasRoomForClient(std::uint32_t user) const;
+
+  // What is held for clients: their events, taps and clients, entered here, and what others enter. Connections belong
+  // to no user. When there is too much, new events make the oldest ones go (see relieve), and taps and connections are
+  // Refused. The rest is up to the caller.
+  MemoryLedger& memory();
+
+  // False if the client's user holds as much memory as it may, and this would be a new connection.
+  bool hasRoomFor(ClientId client, const device::Link& link) const;
+
+  // Drops some of the oldest waiting events of whoever holds too much memory, as dropOldestOf does; takes up to 3 ms.
+  // Returns how much became free; 0 if nobody holds too much, or there is too little to drop.
+  std::size_t relieve();
 
   // Memory that the allocator spends on the events that wait for all clients, or for those of one user.
   std::size_t waitingMemory() const;

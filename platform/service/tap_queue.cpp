@@ -20,8 +20,7 @@ void TapQueue::add(EventPortId eventPort, device::PortId port, std::string_view 
                      mayJoin(entries_.back(), eventPort, port, holderBytes, recordBytes, now);
   const std::size_t newEntries = joins ? 0 : 1 + newest_.kinds();
   if (bytes() + recordBytes + newEntries * sizeof(Entry) > limit_) {
-    ++newest_.dropped;
-    ++lost_;
+    lose();
     return;
   }
   enterLosses();
@@ -33,6 +32,11 @@ void TapQueue::add(EventPortId eventPort, device::PortId port, std::string_view 
   entries_.back().recordBytes += static_cast<std::uint32_t>(recordBytes);
   records_.append(wire::recordFront(message.group, message.bytes.size()));
   records_.append(message.bytes);
+}
+
+void TapQueue::lose() {
+  ++newest_.dropped;
+  ++lost_;
 }
 
 void TapQueue::addLossBefore(std::uint64_t count) { newest_ += {.before = count, .uncounted = count == 0}; }

@@ -37,6 +37,9 @@ class TapQueue {
   void add(EventPortId eventPort, device::PortId port, std::string_view name, std::uint32_t holderBytes,
            const device::Message& message, device::Time now);
 
+  // A record like that of add is dropped and counted, because the service has no memory for it.
+  void lose();
+
   // Messages were lost before reaching the service, and before the next record. count: how many, 0 if unknown.
   // Known and unknown losses stay separate, so that the count stays exact.
   void addLossBefore(std::uint64_t count);

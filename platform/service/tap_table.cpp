@@ -8,12 +8,16 @@ bool TapTable::add(ClientId client, EventPortId eventPort, device::PortId port, 
                    std::string_view name) {
   Client& known = clients_[client];
   std::unique_ptr<EventPort>& owner = known.eventPorts[eventPort];
-  if (!owner) owner = std::make_unique<EventPort>(EventPort{.client = client, .id = eventPort});
-  if (owner->orders.find(port) != nullptr) return false;
+  if (!owner) {
+    owner = std::make_unique<EventPort>(EventPort{.client = client, .id = eventPort});
+    if (userOf_) owner->user = userOf_(client);
+  }
+  if (owner->orders.contains(port)) return false;
   TappedPort& tapped = enter(port, name);
   tapped.taps.append({nextOrder_, owner.get(), client, eventPort, holderBytes});
   owner->places.append({nextOrder_, port});
-  owner->orders[port] = nextOrder_;
+  owner->orders.emplace(port, nextOrder_);
+  enterMemory(*owner);
   ++known.taps;
   ++nextOrder_;
   return true;
@@ -21,11 +25,13 @@ bool TapTable::add(ClientId client, EventPortId eventPort, device::PortId port, 
 
 bool TapTable::remove(ClientId client, EventPortId eventPort, device::PortId port) {
   const EventPort* const owner = find(client, eventPort);
-  const std::uint64_t* const order = owner == nullptr ? nullptr : owner->orders.find(port);
-  if (order == nullptr) return false;
+  if (owner == nullptr) return false;
+  const auto found = owner->orders.find(port);
+  if (found == owner->orders.end()) return false;
+  const std::uint64_t order = found->second;
   Client& known = clients_.at(client);
-  dropFromPort(port, *order);
-  forget(*known.eventPorts.at(eventPort), *order, port);
+  dropFromPort(port, order);
+  forget(*known.eventPorts.at(eventPort), order, port);
   return true;
 }
 
@@ -62,6 +68,7 @@ std::vector<device::PortId> TapTable::sweep(std::size_t most) {
       owner.places.remove(last.order);
       owner.orders.erase(last.port);
     }
+    enterMemory(owner);
     if (!owner.places.empty()) break;
     ended_.pop_front();
   }
@@ -70,7 +77,7 @@ std::vector<device::PortId> TapTable::sweep(std::size_t most) {
 
 bool TapTable::contains(ClientId client, EventPortId eventPort, device::PortId port) const {
   const EventPort* owner = find(client, eventPort);
-  return owner != nullptr && owner->orders.find(port) != nullptr;
+  return owner != nullptr && owner->orders.contains(port);
 }
 
 std::optional<device::PortId> TapTable::find(ClientId client, EventPortId eventPort, std::string_view name) const {
@@ -105,11 +112,12 @@ std::size_t TapTable::move(device::PortId from, device::PortId to, std::size_t m
   TappedPort& into = enter(to, source->name);
   for (auto place = moved.rbegin(); place != moved.rend(); ++place) {
     EventPort& owner = *place->owner;
-    if (owner.orders.find(to) != nullptr) {
+    if (owner.orders.contains(to)) {
       // This event port taps both: one tap remains.
       if (!owner.ended) --clients_.at(owner.client).taps;
       owner.places.remove(place->order);
       owner.orders.erase(from);
+      enterMemory(owner);
       continue;
     }
     owner.places.find(place->order)->port = to;
@@ -152,12 +160,20 @@ const TapTable::EventPort* TapTable::find(ClientId client, EventPortId eventPort
 void TapTable::forget(EventPort& owner, std::uint64_t order, device::PortId port) {
   owner.places.remove(order);
   owner.orders.erase(port);
+  enterMemory(owner);
   Client& known = clients_.at(owner.client);
   --known.taps;
   if (!owner.places.empty()) return;
   const ClientId client = owner.client;
   known.eventPorts.erase(owner.id);
   if (known.eventPorts.empty()) clients_.erase(client);
+}
+
+void TapTable::enterMemory(EventPort& eventPort) {
+  if (ledger_ == nullptr) return;
+  const std::size_t taps = eventPort.places.size();
+  const std::size_t bytes = taps == 0 ? 0 : EventPortBytes + taps * TapBytes;
+  ledger_->change(eventPort.user, std::exchange(eventPort.counted, bytes), bytes);
 }
 
 // Returns true if this was the port's last tap.

@@ -16,7 +16,7 @@ std::unique_ptr<ServiceClient> ServiceClient::open(const ServicePlace& place) {
       std::unique_ptr<ServiceClient> opened(new ServiceClient(std::move(connector), endpoint));
       const channel::Deadline deadline(channel::AnswerTime);
       opened->channel_.emplace(opened->connector_, deadline);
-      if (!opened->channel_->greet(deadline)) return opened->whyNoAnswer();
+      if (!opened->channel_->greet(deadline)) return opened->whyNotGreeted();
       taken = std::move(opened);
       return std::nullopt;
     } catch (const std::exception& failure) {
@@ -29,6 +29,8 @@ std::unique_ptr<ServiceClient> ServiceClient::open(const ServicePlace& place) {
   if (reach::findService(place.endpoints, reach::Network::Allowed, take, report)) sayTaken(place, taken->endpoint_);
   return taken;
 }
+
+std::string ServiceClient::whyNotGreeted() { return channel_->lost() ? whyNoAnswer() : channel_->whyNotGreeted(); }
 
 std::string ServiceClient::whyNoAnswer() {
   if (const auto fault = channel_->fault()) return *fault;

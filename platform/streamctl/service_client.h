@@ -39,6 +39,7 @@ class ServiceClient {
   ServiceClient(channel::Connector connector, std::string endpoint)
       : connector_(std::move(connector)), endpoint_(std::move(endpoint)) {}
 
+  std::string whyNotGreeted();
   std::string whyNoAnswer();
 
   channel::Connector connector_;  // destroyed last

@@ -104,7 +104,8 @@ int serve(const Options& options) {
 
   // Released after the sockets are closed.
   std::vector<std::unique_ptr<SocketPlace>> places;
-  host::Host host(std::move(driver), {.service = {.queueBytes = options.queueBytes}}, logLine);
+  host::Host host(std::move(driver), {.service = {.queueBytes = options.queueBytes, .memory = options.memory}},
+                  logLine);
   const StoppedBySignals stopped(host);
   logOf(devicesText(options), deviceText);
   if (!host::usersAreKnown()) logLine("in a user namespace: users cannot be told apart");

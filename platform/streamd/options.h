@@ -13,6 +13,7 @@ struct Options {
   std::vector<std::string> drivers;    // names of the catalogue; at least one, unless there is a device file
   std::string device;                  // a device file, or empty
   std::size_t queueBytes = 0;
+  std::size_t memory = 0;  // bytes
 };
 
 // The program must end with this status; its messages are already printed.

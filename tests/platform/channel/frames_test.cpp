@@ -231,6 +231,41 @@ TEST(Frames, MemoryOfALongMessageIsGivenBack) {
   EXPECT_LE(reader.bytes(), 64U << 10U);
 }
 
+TEST(Frames, BufferOfALongMessageIsNoLongerThanTheMessage) {
+  const Bytes stream = streamOf({messageOf(MaxFrameBytes)});
+  constexpr std::size_t Piece = 50'000;
+  FrameReader reader;
+  for (std::size_t at = 0; at < stream.size(); at += Piece) {
+    reader.feed(std::span(stream).subspan(at, std::min(Piece, stream.size() - at)));
+    ASSERT_LE(reader.bytes(), stream.size() + Piece) << at;
+  }
+  Messages taken;
+  takeAll(reader, taken);
+  EXPECT_EQ(taken, Messages{messageOf(MaxFrameBytes)});
+}
+
+TEST(Frames, TrimKeepsWhatHasArrivedAndWhatIsInUse) {
+  FrameReader reader;
+  Messages taken;
+  reader.feed(streamOf({messageOf(50'000)}));
+  takeAll(reader, taken);
+  EXPECT_GT(reader.bytes(), 40'000U) << "kept for later";
+  reader.trim();
+  EXPECT_EQ(reader.bytes(), 0U);
+  const Bytes stream = streamOf({messageOf(1000), messageOf(2000)});
+  reader.feed(std::span(stream).first(2500));
+  reader.trim();
+  EXPECT_EQ(reader.bytes(), 2500U);
+  const auto first = reader.next();
+  ASSERT_TRUE(first);
+  reader.trim();
+  EXPECT_EQ(Bytes(first->begin(), first->end()), messageOf(1000));
+  reader.feed(std::span(stream).subspan(2500));
+  taken.clear();
+  takeAll(reader, taken);
+  EXPECT_EQ(taken, Messages{messageOf(2000)});
+}
+
 // Pieces that never end where a frame ends, for as long as a connection lives.
 TEST(Frames, MemoryStaysSmallWhereverThePiecesEnd) {
   const Bytes frame = streamOf({messageOf(40)});

@@ -45,6 +45,15 @@ TEST_F(SessionTest, SilentServiceIsNoService) {
   EXPECT_EQ(cause_, "the service does not answer");
 }
 
+TEST_F(SessionTest, ServiceThatTakesNoMoreClientsSaysSo) {
+  EXPECT_EQ(openWith([](PlayedService& service, std::uint32_t tag, const wire::Body& body) {
+              if (std::holds_alternative<wire::Hello>(body))
+                service.reply(tag, wire::Result{device::Status::Refused, 0});
+            }),
+            nullptr);
+  EXPECT_EQ(cause_, "the service accepts no more clients of this user");
+}
+
 TEST_F(SessionTest, ServiceThatRefusesEventsIsNoService) {
   EXPECT_EQ(openWith([](PlayedService& service, std::uint32_t tag, const wire::Body& body) {
               if (std::holds_alternative<wire::OpenEvents>(body)) {

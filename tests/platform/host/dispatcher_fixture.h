@@ -6,6 +6,7 @@
 #include <algorithm>
 #include <map>
 #include <memory>
+#include <optional>
 #include <span>
 #include <string>
 #include <string_view>
@@ -44,6 +45,14 @@ class RecordingConnections : public Connections {
 
   void disconnect(ConnectionId connection) override { disconnected.push_back(nameOf(connection)); }
 
+  std::optional<ConnectionId> heaviestOf(std::uint32_t user) override {
+    const auto found = heavy.find(user);
+    if (found == heavy.end() || found->second.empty()) return std::nullopt;
+    const std::string peer = found->second.front();
+    found->second.erase(found->second.begin());
+    return of(peer);
+  }
+
   ConnectionId of(const std::string& peer) {
     const auto known = std::ranges::find(names_, peer);
     const auto index = known - names_.begin();
@@ -64,6 +73,7 @@ class RecordingConnections : public Connections {
   Texts continuing;  // which are to continue
   Texts ended;       // which are to end once they are read
   Texts disconnected;
+  std::map<std::uint32_t, Texts> heavy;            // of each user, largest first
   std::map<std::string, PeerIdentity> identities;  // of those that are not user 1000's process 5, "test"
 
  private:

@@ -180,7 +180,13 @@ TEST(Streamd, WrongOptionsAreAUsageError) {
                                                                      {"--driver"},
                                                                      {"--queue-bytes", "1023"},
                                                                      {"--queue-bytes", "2147483649"},
-                                                                     {"--queue-bytes", "much"}}) {
+                                                                     {"--queue-bytes", "much"},
+                                                                     {"--memory", "16777215"},
+                                                                     {"--memory", "15MiB"},
+                                                                     {"--memory", "2t"},
+                                                                     {"--memory", "1.5GiB"},
+                                                                     {"--memory", "much"},
+                                                                     {"--memory", ""}}) {
     const auto result = run(arguments);
     EXPECT_EQ(result.status, ExitStatus::exited(2)) << arguments[0];
     EXPECT_THAT(result.standardError, testing::MatchesRegex("streamd: [ -~]+ \\(see --help\\)\n"));
@@ -227,7 +233,7 @@ TEST(Streamd, ClosedStandardErrorBecomesDevNull) {
 TEST(Streamd, HelpAndVersionAreNoErrors) {
   const auto help = run({"--help"});
   EXPECT_EQ(help.status, ExitStatus::exited(0));
-  for (const char* option : {"--listen", "--driver", "--device", "--queue-bytes"}) {
+  for (const char* option : {"--listen", "--driver", "--device", "--queue-bytes", "--memory"}) {
     EXPECT_THAT(help.standardOutput, HasSubstr(option));
   }
   EXPECT_EQ(run({"--version"}).status, ExitStatus::exited(0));
