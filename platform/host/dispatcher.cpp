@@ -63,6 +63,7 @@ void Dispatcher::receive(ConnectionId from, std::span<const std::uint8_t> messag
     request.tag = *tag;
     answer(request, device::Status::BadRequest);
   }
+  sendLaterAnswers();
   sendEvents();
 }
 
@@ -79,6 +80,7 @@ void Dispatcher::tellTaken() {
 std::optional<device::Time> Dispatcher::advance(device::Time now) {
   const auto serviceNext = service_.advance(now);
   sendGraphChanges();
+  sendLaterAnswers();
   sendEvents();
   tellTopologyChanged();
   sendNotes();
@@ -109,6 +111,7 @@ void Dispatcher::end(Session& session, std::string_view how, device::Time now) {
   logLoss(session, now);
   log(session, how);
   service_.removeClient(session.client, now);
+  dropAnswers(session.number);
   // They belong to nobody any more.
   for (const ConnectionId connection : {session.control, session.eventChannel, session.graphChannel}) {
     if (connection != ConnectionId::None) newcomers_.enter(connection, now);
@@ -142,7 +145,7 @@ void Dispatcher::handle(const Request& request, wire::Goodbye& message) {
 void Dispatcher::handle(const Request& request, wire::Tap& message) {
   const Session* session = sessionFor(request, message.session, &Session::control);
   if (session == nullptr) return;
-  answer(request,
+  answer(request, message.session,
          service_.tap(session->client, toPort(message.eventPort), message.name, message.holderBytes, request.now));
 }
 
@@ -162,11 +165,11 @@ void Dispatcher::handle(const Request& request, wire::UntapAll& message) {
 void Dispatcher::handle(const Request& request, wire::Patch& message) {
   if (sessionFor(request, message.session, &Session::control) == nullptr) return;
   const device::Link link = inService(message.link, firstHandle_);
-  const device::Status status =
+  const service::Reply reply =
       message.made ? service_.connect(link, request.now) : service_.disconnect(link, request.now);
   // The change goes out before the answer, so that the client that made it usually sees it by then.
   sendGraphChanges();
-  answer(request, status);
+  answer(request, message.session, reply);
 }
 
 void Dispatcher::handle(const Request& request, wire::AskTopology& message) {

@@ -6,6 +6,7 @@
 #include <set>
 #include <span>
 #include <string_view>
+#include <unordered_map>
 #include <utility>
 #include <vector>
 
@@ -61,6 +62,13 @@ class Dispatcher {
     device::Time now;
   };
 
+  // A request that the service has not answered yet.
+  struct Unanswered {
+    std::uint64_t session = 0;
+    ConnectionId from = ConnectionId::None;
+    std::uint32_t tag = 0;
+  };
+
   void handle(const Request& request, wire::Hello& message);
   void handle(const Request& request, wire::Goodbye& message);
   void handle(const Request& request, wire::Tap& message);
@@ -93,6 +101,11 @@ class Dispatcher {
   void end(Session& session, std::string_view how, device::Time now);
   void answer(const Request& request, device::Status status);
   void answer(const Request& request, const wire::Body& body);
+  // Answers a request of the session now or later.
+  void answer(const Request& request, std::uint64_t session, const service::Reply& reply);
+  void sendLaterAnswers();
+  // The session ends: nobody waits for its answers any more.
+  void dropAnswers(std::uint64_t session);
   void sendNotes();
   void countTaken(Session& session);
   void sendTaken(Session& session);
@@ -120,6 +133,7 @@ class Dispatcher {
   std::uint64_t topologyVersion_;  // as last reported to the sessions
   SessionTable sessions_;
   Newcomers newcomers_;
+  std::unordered_map<service::RequestId, Unanswered> unanswered_;
   std::vector<service::ClientId> takenOwed_;  // they have sent what Taken does not count yet
   device::Time heldBackToldAt_{};
   std::set<std::pair<device::Time, service::ClientId>> lossesDue_;  // when to log about whom

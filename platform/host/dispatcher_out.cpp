@@ -35,6 +35,29 @@ void Dispatcher::countTaken(Session& session) {
   if (session.taken - session.takenTold >= often && !service_.behind()) sendTaken(session);
 }
 
+void Dispatcher::answer(const Request& request, std::uint64_t session, const service::Reply& reply) {
+  if (reply.status) {
+    answer(request, *reply.status);
+  } else if (request.tag != 0) {
+    unanswered_[reply.request] = {session, request.from, request.tag};
+  }
+}
+
+void Dispatcher::sendLaterAnswers() {
+  const auto answers = service_.takeAnswers();
+  if (answers.empty()) return;
+  // See Patch.
+  sendGraphChanges();
+  for (const service::Answer& one : answers) {
+    const auto asked = unanswered_.extract(one.request);
+    if (!asked.empty()) answer({asked.mapped().from, asked.mapped().tag, {}}, one.status);
+  }
+}
+
+void Dispatcher::dropAnswers(std::uint64_t session) {
+  std::erase_if(unanswered_, [&](const auto& one) { return one.second.session == session; });
+}
+
 void Dispatcher::sendTaken(Session& session) {
   if (session.taken == session.takenTold) return;
   session.takenTold = session.taken;

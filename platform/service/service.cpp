@@ -4,6 +4,7 @@
 #include <limits>
 #include <set>
 #include <utility>
+#include <variant>
 
 #include "platform/service/client_table.h"
 #include "platform/service/patch_graph.h"
@@ -97,6 +98,7 @@ struct Service::State {
       const auto now = name == nullptr ? std::nullopt : topology().port(*name);
       const bool wasTapped = now && taps.isTapped(*now);
       const std::size_t moved = now ? taps.move(port, *now, left) : 0;
+      if (now) requests.move(port, *now);
       if (moved < left) homeless.pop_back();
       if (moved > 0 && !taps.isTapped(port)) use.tapsChanged(port);
       if (moved > 0 && !wasTapped) use.tapsChanged(*now);
@@ -115,8 +117,7 @@ struct Service::State {
     clients.sweep(MemoryAtOnce);
     endSevered();
     moveTaps();
-    use.settle(SourcesAtOnce, now);
-    return any;
+    return settle(now) || any;
   }
 
   bool isWorkLeft() {
@@ -132,12 +133,101 @@ struct Service::State {
     return true;
   }
 
+  // Call this when an operation of the driver has returned. Returns true if it has told the driver something.
+  bool settle(device::Time now) {
+    bool told = use.settle(SourcesAtOnce, now);
+    // A request that is refused changes what is used; what that changes comes with the next call.
+    if (use.takeNews()) {
+      requests.resolve([this](const OpenRequests::Request& request) {
+        if (const auto* tap = std::get_if<OpenRequests::Tap>(&request)) return checked(*tap);
+        return checked(std::get<OpenRequests::Carried>(request));
+      });
+      use.settle(SourcesAtOnce, now);
+      told = true;
+    }
+    // Whoever has asked for these sources was refused; the others learn it here.
+    for (const device::PortId source : use.takeRefused()) lose(source, 0);
+    return told;
+  }
+
+  // Returns the answer to a tap, nullopt if it is not known yet. Ends a tap that is refused.
+  std::optional<device::Status> checked(const OpenRequests::Tap& tap) {
+    const auto status = use.state(tap.port);
+    if (status != device::Status::Refused) return status;
+    if (!tap.made) return taps.contains(tap.client, tap.eventPort, tap.port) ? device::Status::Ok : status;
+    if (taps.remove(tap.client, tap.eventPort, tap.port) && !taps.isTapped(tap.port)) use.tapsChanged(tap.port);
+    return status;
+  }
+
+  // The same for a connection that the service carries.
+  std::optional<device::Status> checked(const OpenRequests::Carried& carried) {
+    const auto status = use.state(carried.link.source());
+    if (status != device::Status::Refused) return status;
+    const bool stands = graph.carrier(carried.link) == PatchGraph::Carrier::Service;
+    if (!carried.made) return stands ? device::Status::Ok : status;
+    if (stands) disconnect(carried.link);
+    return status;
+  }
+
+  template <class Request>
+  Reply reply(const Request& request, device::Time now) {
+    const auto status = checked(request);
+    settle(now);
+    return status ? Reply{status} : Reply{std::nullopt, requests.add(request)};
+  }
+
+  Reply patch(bool made, const device::Link& link, device::Time now) {
+    disconnectSevered(link);
+    if (made && graph.size() >= limits.links && !graph.carrier(link)) return {device::Status::Refused};
+    const RequestId request = requests.add(OpenRequests::Patch{});
+    if (driver->patch(request, made, link, now)) {
+      settle(now);
+      return requests.reply(request);
+    }
+    requests.drop(request);
+    return made ? connectHere(link, now) : disconnectHere(link, now);
+  }
+
+  // These are for connections that the service carries.
+  Reply connectHere(const device::Link& link, device::Time now) {
+    const std::uint64_t before = graph.version();
+    const auto status = graph.connect(link);
+    const bool changed = graph.version() != before;
+    if (changed) graphChanged(true, link, SourceUse::Turn::Next);
+    settle(now);
+    if (status != device::Status::Ok) return {status};
+    return reply(OpenRequests::Carried{link, changed}, now);
+  }
+
+  Reply disconnectHere(const device::Link& link, device::Time now) {
+    const auto status = graph.disconnect(link);
+    if (status == device::Status::Ok) graphChanged(false, link);
+    settle(now);
+    return {status};
+  }
+
+  void lose(device::PortId source, std::uint64_t count) {
+    lostBefore += count;
+    if (count == 0) ++uncountedLosses;
+    // A client that taps several places misses the same messages, so it gets one loss.
+    std::set<ClientId> losers;
+    const auto enter = [&](device::PortId port) {
+      taps.forEach(port, [&](const Tap& tap, const std::string& /*name*/) { losers.insert(tap.client); });
+    };
+    enter(source);
+    for (const auto& [order, sink] : graph.neighbours(source)) {
+      if (!graph.isSevered({source.group, source.index, sink.port.group, sink.port.index})) enter(sink.port);
+    }
+    for (const ClientId client : losers) clients.addLossBefore(client, count);
+  }
+
   std::unique_ptr<device::Driver> driver;
   TableLimits limits;
   int descriptor = -1;  // the driver's
   PatchGraph graph;
   TapTable taps;
   SourceUse use;
+  OpenRequests requests;
   ClientTable clients;
   Router router;
   std::vector<GraphChange> changes;
@@ -157,6 +247,7 @@ Service::Service(std::unique_ptr<device::Driver> driver, QueueLimits limits, dev
   state_->graph.begin(started.links);
   for (const device::Link& link : state_->graph.links()) state_->use.connectionChanged(link);
   state_->use.settle(std::numeric_limits<std::size_t>::max(), now);
+  state_->settle(now);
 }
 
 Service::~Service() = default;
@@ -165,22 +256,23 @@ ClientId Service::addClient(std::uint32_t user) { return state_->clients.add(use
 
 void Service::removeClient(ClientId client, device::Time now) {
   state_->clients.remove(client);
+  state_->requests.forget(client);
   state_->taps.removeClient(client);
   state_->work(now);
 }
 
-device::Status Service::tap(ClientId client, EventPortId port, std::string_view name, std::uint32_t holderBytes,
-                            device::Time now) {
-  if (!state_->clients.contains(client)) return device::Status::NoSession;
+Reply Service::tap(ClientId client, EventPortId port, std::string_view name, std::uint32_t holderBytes,
+                   device::Time now) {
+  if (!state_->clients.contains(client)) return {device::Status::NoSession};
   const auto devicePort = state_->topology().port(name);
-  if (!devicePort) return device::Status::NotFound;
-  if (!state_->mayTap(client, port, *devicePort)) return device::Status::Refused;
+  if (!devicePort) return {device::Status::NotFound};
+  if (!state_->mayTap(client, port, *devicePort)) return {device::Status::Refused};
   const bool wasTapped = state_->taps.isTapped(*devicePort);
-  state_->taps.add(client, port, *devicePort, holderBytes, name);
+  const bool made = state_->taps.add(client, port, *devicePort, holderBytes, name);
   // Before what others have left to do: from the answer on, nothing may be missed.
   if (!wasTapped) state_->use.tapsChanged(*devicePort, SourceUse::Turn::Next);
   state_->use.settle(SourcesAtOnce, now);
-  return device::Status::Ok;
+  return state_->reply(OpenRequests::Tap{client, port, *devicePort, made}, now);
 }
 
 device::Status Service::untap(ClientId client, EventPortId port, std::string_view name, device::Time now) {
@@ -197,7 +289,7 @@ device::Status Service::untap(ClientId client, EventPortId port, std::string_vie
   if (other && state_->taps.remove(client, port, *other) && !state_->taps.isTapped(*other)) {
     state_->use.tapsChanged(*other);
   }
-  state_->use.settle(SourcesAtOnce, now);
+  state_->settle(now);
   return device::Status::Ok;
 }
 
@@ -229,31 +321,17 @@ device::Status Service::inject(ClientId client, std::string_view name, const dev
   return device::Status::Ok;
 }
 
-device::Status Service::connect(const device::Link& link, device::Time now) {
-  if (!state_->bothExist(link)) return device::Status::NotFound;
-  state_->disconnectSevered(link);
-  if (state_->graph.size() >= state_->limits.links && !state_->graph.carrier(link)) return device::Status::Refused;
-  auto status = state_->driver->patch(true, link, now);
-  if (!status) {
-    const std::uint64_t before = state_->graph.version();
-    status = state_->graph.connect(link);
-    if (state_->graph.version() != before) state_->graphChanged(true, link, SourceUse::Turn::Next);
-  }
-  state_->use.settle(SourcesAtOnce, now);
-  return *status;
+Reply Service::connect(const device::Link& link, device::Time now) {
+  if (!state_->bothExist(link)) return {device::Status::NotFound};
+  return state_->patch(true, link, now);
 }
 
-device::Status Service::disconnect(const device::Link& link, device::Time now) {
-  if (!state_->bothExist(link)) return device::Status::NotFound;
-  state_->disconnectSevered(link);
-  auto status = state_->driver->patch(false, link, now);
-  if (!status) {
-    status = state_->graph.disconnect(link);
-    if (status == device::Status::Ok) state_->graphChanged(false, link);
-  }
-  state_->use.settle(SourcesAtOnce, now);
-  return *status;
+Reply Service::disconnect(const device::Link& link, device::Time now) {
+  if (!state_->bothExist(link)) return {device::Status::NotFound};
+  return state_->patch(false, link, now);
 }
+
+std::vector<Answer> Service::takeAnswers() { return state_->requests.takeAnswers(); }
 
 std::vector<device::Link> Service::links() const { return state_->graph.links(); }
 
@@ -358,6 +436,7 @@ void Service::topologyChanged(device::Time /*now*/) {
   state_->endSevered();
   state_->homeless = state_->taps.unknown(state_->topology(), std::numeric_limits<std::size_t>::max());
   state_->moveTaps();
+  state_->use.forgetMissing(state_->topology());
   state_->router.forgetMissing(state_->topology());
   std::erase_if(state_->goneTold, [this](device::PortId port) {
     return state_->topology().exists(port) || !state_->taps.isTapped(port);
@@ -365,19 +444,14 @@ void Service::topologyChanged(device::Time /*now*/) {
   ++state_->topologyVersion;
 }
 
-void Service::lost(device::PortId source, std::uint64_t count, device::Time /*now*/) {
-  state_->lostBefore += count;
-  if (count == 0) ++state_->uncountedLosses;
-  // A client that taps several places misses the same messages, so it gets one loss.
-  std::set<ClientId> clients;
-  const auto enter = [&](device::PortId port) {
-    state_->taps.forEach(port, [&](const Tap& tap, const std::string& /*name*/) { clients.insert(tap.client); });
-  };
-  enter(source);
-  for (const auto& [order, sink] : state_->graph.neighbours(source)) {
-    if (!state_->graph.isSevered({source.group, source.index, sink.port.group, sink.port.index})) enter(sink.port);
-  }
-  for (const ClientId client : clients) state_->clients.addLossBefore(client, count);
+void Service::lost(device::PortId source, std::uint64_t count, device::Time /*now*/) { state_->lose(source, count); }
+
+void Service::patched(device::RequestId request, device::Status status, device::Time /*now*/) {
+  state_->requests.answer(request, status);
+}
+
+void Service::used(device::PortId source, device::Status status, device::Time /*now*/) {
+  state_->use.answered(source, status);
 }
 
 void Service::noted(std::string_view line) { state_->notes.push_back({std::string(line), false}); }

@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <limits>
+#include <utility>
 #include <vector>
 
 namespace service {
@@ -34,6 +35,8 @@ void SourceUse::tapsChanged(device::PortId port, Turn turn) {
 
 bool SourceUse::settle(std::size_t most, device::Time now) {
   if (unsettled_.empty()) return false;
+  // Requests wait for what was left.
+  if (wasCut_) news_ = true;
   while (most > 0 && !unsettled_.empty()) {
     const device::PortId port = unsettled_.front();
     unsettled_.pop_front();
@@ -44,6 +47,7 @@ bool SourceUse::settle(std::size_t most, device::Time now) {
       most -= settleSink(port, most, now);
     }
   }
+  wasCut_ = !unsettled_.empty();
   return true;
 }
 
@@ -92,7 +96,73 @@ void SourceUse::refresh(device::PortId source, device::Time now) {
     sources_.erase(source);
   }
   if (isUsed == wasUsed) return;
-  driver_.setUsed(source, isUsed, now);
+  if (!isUsed) {
+    forgetAnswer(source);
+    driver_.setUsed(source, false, now);
+    return;
+  }
+  unanswered_.insert(source);
+  // The driver may also have answered inside the call.
+  if (const auto status = driver_.setUsed(source, true, now)) enter(source, *status);
+}
+
+void SourceUse::answered(device::PortId source, device::Status status) {
+  const Source* known = sources_.find(source);
+  if (known == nullptr || !known->isUsed || known->answer == status) return;
+  enter(source, status);
+  news_ = true;
+}
+
+void SourceUse::enter(device::PortId source, device::Status status) {
+  sources_[source].answer = status;
+  unanswered_.erase(source);
+  if (status == device::Status::Refused) {
+    unusable_.insert(source);
+    refused_.insert(source);
+  } else {
+    unusable_.erase(source);
+    refused_.erase(source);
+  }
+}
+
+void SourceUse::forgetAnswer(device::PortId source) {
+  // Nobody waits for it any more.
+  if (unanswered_.erase(source) > 0) news_ = true;
+  unusable_.erase(source);
+  refused_.erase(source);
+}
+
+void SourceUse::forgetMissing(const device::Topology& topology) {
+  for (const device::PortId source : std::set(unanswered_)) {
+    if (!topology.exists(source)) answered(source, device::Status::Ok);
+  }
+}
+
+std::optional<device::Status> SourceUse::state(device::PortId port) const {
+  // Spares a walk through the connections of a sink.
+  if (unsettled_.empty() && unanswered_.empty() && unusable_.empty()) return device::Status::Ok;
+  bool isKnown = true;
+  // Returns false if the source cannot be used.
+  const auto look = [&](device::PortId source) {
+    const Source* known = sources_.find(source);
+    const bool isUsed = known != nullptr && known->isUsed;
+    isKnown &= isUsed ? known->answer.has_value() : !isWanted(source);
+    return !isUsed || known->answer != device::Status::Refused;
+  };
+  if (port.side == device::Side::Source) {
+    if (!look(port)) return device::Status::Refused;
+  } else {
+    if (walked_.contains(port)) return std::nullopt;
+    for (const auto& [order, source] : graph_.neighbours(port)) {
+      if (!look(source.port)) return device::Status::Refused;
+    }
+  }
+  return isKnown ? std::optional(device::Status::Ok) : std::nullopt;
+}
+
+std::vector<device::PortId> SourceUse::takeRefused() {
+  const auto refused = std::exchange(refused_, {});
+  return {refused.begin(), refused.end()};
 }
 
 }  // namespace service
