@@ -111,7 +111,7 @@ void Dispatcher::end(Session& session, std::string_view how, device::Time now) {
   logLoss(session, now);
   log(session, how);
   service_.removeClient(session.client, now);
-  dropAnswers(session.number);
+  dropAnswers(session);
   // They belong to nobody any more.
   for (const ConnectionId connection : {session.control, session.eventChannel, session.graphChannel}) {
     if (connection != ConnectionId::None) newcomers_.enter(connection, now);
@@ -143,9 +143,9 @@ void Dispatcher::handle(const Request& request, wire::Goodbye& message) {
 }
 
 void Dispatcher::handle(const Request& request, wire::Tap& message) {
-  const Session* session = sessionFor(request, message.session, &Session::control);
-  if (session == nullptr) return;
-  answer(request, message.session,
+  Session* session = sessionFor(request, message.session, &Session::control);
+  if (session == nullptr || !mayWait(request, *session)) return;
+  answer(request, *session,
          service_.tap(session->client, toPort(message.eventPort), message.name, message.holderBytes, request.now));
 }
 
@@ -163,13 +163,14 @@ void Dispatcher::handle(const Request& request, wire::UntapAll& message) {
 }
 
 void Dispatcher::handle(const Request& request, wire::Patch& message) {
-  if (sessionFor(request, message.session, &Session::control) == nullptr) return;
+  Session* session = sessionFor(request, message.session, &Session::control);
+  if (session == nullptr || !mayWait(request, *session)) return;
   const device::Link link = inService(message.link, firstHandle_);
   const service::Reply reply =
       message.made ? service_.connect(link, request.now) : service_.disconnect(link, request.now);
   // The change goes out before the answer, so that the client that made it usually sees it by then.
   sendGraphChanges();
-  answer(request, message.session, reply);
+  answer(request, *session, reply);
 }
 
 void Dispatcher::handle(const Request& request, wire::AskTopology& message) {

@@ -102,10 +102,12 @@ class Dispatcher {
   void answer(const Request& request, device::Status status);
   void answer(const Request& request, const wire::Body& body);
   // Answers a request of the session now or later.
-  void answer(const Request& request, std::uint64_t session, const service::Reply& reply);
+  void answer(const Request& request, Session& session, const service::Reply& reply);
+  // Returns false, and answers the request, if the session waits for too many answers already.
+  bool mayWait(const Request& request, const Session& session);
   void sendLaterAnswers();
   // The session ends: nobody waits for its answers any more.
-  void dropAnswers(std::uint64_t session);
+  void dropAnswers(const Session& session);
   void sendNotes();
   void countTaken(Session& session);
   void sendTaken(Session& session);

@@ -22,6 +22,9 @@ constexpr device::Time HeldBackInterval = std::chrono::milliseconds(500);
 // An overloaded client loses messages in a thousand places a second.
 constexpr device::Time LossLogInterval = std::chrono::seconds(1);
 
+// A client waits for each answer, except for those that took too long. Others would only fill the memory.
+constexpr std::size_t MostUnanswered = 64;
+
 std::string lossText(std::uint64_t count) {
   return "lost " + std::to_string(count) + (count == 1 ? " message" : " messages") + ": it reads too slowly";
 }
@@ -35,12 +38,16 @@ void Dispatcher::countTaken(Session& session) {
   if (session.taken - session.takenTold >= often && !service_.behind()) sendTaken(session);
 }
 
-void Dispatcher::answer(const Request& request, std::uint64_t session, const service::Reply& reply) {
-  if (reply.status) {
-    answer(request, *reply.status);
-  } else if (request.tag != 0) {
-    unanswered_[reply.request] = {session, request.from, request.tag};
-  }
+bool Dispatcher::mayWait(const Request& request, const Session& session) {
+  if (session.unanswered.size() < MostUnanswered) return true;
+  answer(request, device::Status::Refused);
+  return false;
+}
+
+void Dispatcher::answer(const Request& request, Session& session, const service::Reply& reply) {
+  if (reply.status) return answer(request, *reply.status);
+  unanswered_[reply.request] = {session.number, request.from, request.tag};
+  session.unanswered.insert(reply.request);
 }
 
 void Dispatcher::sendLaterAnswers() {
@@ -49,13 +56,16 @@ void Dispatcher::sendLaterAnswers() {
   // See Patch.
   sendGraphChanges();
   for (const service::Answer& one : answers) {
-    const auto asked = unanswered_.extract(one.request);
-    if (!asked.empty()) answer({asked.mapped().from, asked.mapped().tag, {}}, one.status);
+    const auto found = unanswered_.extract(one.request);
+    if (found.empty()) continue;
+    const Unanswered& asked = found.mapped();
+    if (Session* session = sessions_.find(asked.session)) session->unanswered.erase(one.request);
+    answer({asked.from, asked.tag, {}}, one.status);
   }
 }
 
-void Dispatcher::dropAnswers(std::uint64_t session) {
-  std::erase_if(unanswered_, [&](const auto& one) { return one.second.session == session; });
+void Dispatcher::dropAnswers(const Session& session) {
+  for (const service::RequestId request : session.unanswered) unanswered_.erase(request);
 }
 
 void Dispatcher::sendTaken(Session& session) {

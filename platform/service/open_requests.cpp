@@ -1,28 +1,52 @@
 #include "platform/service/open_requests.h"
 
 #include <algorithm>
+#include <limits>
 
 namespace service {
 
-RequestId OpenRequests::add(Request request) {
+RequestId OpenRequests::add(const Use& request) {
   const RequestId id{++last_};
-  open_.emplace(id, request);
+  uses_.emplace(id, request);
+  if (const auto* tap = std::get_if<Tap>(&request)) taps_.emplace(tap->client, id);
+  return id;
+}
+
+RequestId OpenRequests::addPatch() {
+  const RequestId id{++last_};
+  patches_.insert(id);
   return id;
 }
 
 void OpenRequests::answer(RequestId request, device::Status status) {
-  if (open_.erase(request) > 0) answers_.push_back({request, status});
+  if (patches_.erase(request) > 0) answers_.push_back({request, status});
 }
 
-void OpenRequests::resolve(const std::function<std::optional<device::Status>(const Request&)>& ready) {
-  for (auto at = open_.begin(); at != open_.end();) {
-    const auto status = std::holds_alternative<Patch>(at->second) ? std::nullopt : ready(at->second);
-    if (!status) {
-      ++at;
+void OpenRequests::review() {
+  if (uses_.empty()) return;
+  if (reviewing_) {
+    // Those that this review has passed would miss the news.
+    again_ = true;
+  } else {
+    reviewing_ = true;
+    reviewed_ = {};
+  }
+}
+
+void OpenRequests::resolve(const std::function<std::optional<device::Status>(const Use&)>& ready, std::size_t most) {
+  for (; reviewing_ && most > 0; --most) {
+    const auto at = uses_.upper_bound(reviewed_);
+    if (at == uses_.end()) {
+      reviewing_ = std::exchange(again_, false);
+      reviewed_ = {};
       continue;
     }
+    reviewed_ = at->first;
+    const auto status = ready(at->second);
+    if (!status) continue;
     answers_.push_back({at->first, *status});
-    at = open_.erase(at);
+    if (const auto* tap = std::get_if<Tap>(&at->second)) taps_.erase({tap->client, at->first});
+    uses_.erase(at);
   }
 }
 
@@ -35,17 +59,10 @@ Reply OpenRequests::reply(RequestId request) {
 }
 
 void OpenRequests::forget(ClientId client) {
-  std::erase_if(open_, [&](const auto& entry) {
-    const Tap* tap = std::get_if<Tap>(&entry.second);
-    return tap != nullptr && tap->client == client;
-  });
-}
-
-void OpenRequests::move(device::PortId from, device::PortId to) {
-  for (auto& [id, request] : open_) {
-    Tap* tap = std::get_if<Tap>(&request);
-    if (tap != nullptr && tap->port == from) tap->port = to;
-  }
+  const auto first = taps_.lower_bound({client, RequestId{}});
+  auto next = first;
+  for (; next != taps_.end() && next->first == client; ++next) uses_.erase(next->second);
+  taps_.erase(first, next);
 }
 
 }  // namespace service

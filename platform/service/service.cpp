@@ -4,9 +4,9 @@
 #include <limits>
 #include <set>
 #include <utility>
-#include <variant>
 
 #include "platform/service/client_table.h"
+#include "platform/service/device_requests.h"
 #include "platform/service/patch_graph.h"
 #include "platform/service/router.h"
 #include "platform/service/source_use.h"
@@ -21,6 +21,7 @@ constexpr std::size_t TapsAtOnce = 2000;
 constexpr std::size_t MemoryAtOnce = 1U << 20U;
 constexpr std::size_t ChangesAtOnce = 500;
 constexpr std::size_t SourcesAtOnce = 250;  // each is an operation of the driver
+constexpr std::size_t RefusedAtOnce = 16;   // each may have many taps
 
 }  // namespace
 
@@ -30,6 +31,10 @@ struct Service::State {
         limits(tableLimits),
         graph(driver->topology()),
         use(*driver, graph, taps),
+        requests(*driver, taps, use,
+                 {.isCarried =
+                      [this](const device::Link& link) { return graph.carrier(link) == PatchGraph::Carrier::Service; },
+                  .disconnect = [this](const device::Link& link) { disconnect(link); }}),
         clients(sizes.queueBytes),
         router(
             graph,
@@ -98,7 +103,6 @@ struct Service::State {
       const auto now = name == nullptr ? std::nullopt : topology().port(*name);
       const bool wasTapped = now && taps.isTapped(*now);
       const std::size_t moved = now ? taps.move(port, *now, left) : 0;
-      if (now) requests.move(port, *now);
       if (moved < left) homeless.pop_back();
       if (moved > 0 && !taps.isTapped(port)) use.tapsChanged(port);
       if (moved > 0 && !wasTapped) use.tapsChanged(*now);
@@ -121,7 +125,8 @@ struct Service::State {
   }
 
   bool isWorkLeft() {
-    return taps.hasEnded() || clients.hasRemoved() || graph.hasSevered() || !homeless.empty() || use.isUnsettled();
+    return taps.hasEnded() || clients.hasRemoved() || graph.hasSevered() || !homeless.empty() || use.isUnsettled() ||
+           requests.isUnsettled() || use.hasRefused();
   }
 
   // For a port that a message is about to pass: returns whether it was removed. Warns at the first message it misses.
@@ -133,76 +138,39 @@ struct Service::State {
     return true;
   }
 
-  // Call this when an operation of the driver has returned. Returns true if it has told the driver something.
+  // Call this when an operation of the driver has returned. Returns true if there was something to do.
   bool settle(device::Time now) {
-    bool told = use.settle(SourcesAtOnce, now);
-    // A request that is refused changes what is used; what that changes comes with the next call.
-    if (use.takeNews()) {
-      requests.resolve([this](const OpenRequests::Request& request) {
-        if (const auto* tap = std::get_if<OpenRequests::Tap>(&request)) return checked(*tap);
-        return checked(std::get<OpenRequests::Carried>(request));
-      });
-      use.settle(SourcesAtOnce, now);
-      told = true;
-    }
-    // Whoever has asked for these sources was refused; the others learn it here.
-    for (const device::PortId source : use.takeRefused()) lose(source, 0);
-    return told;
-  }
-
-  // Returns the answer to a tap, nullopt if it is not known yet. Ends a tap that is refused.
-  std::optional<device::Status> checked(const OpenRequests::Tap& tap) {
-    const auto status = use.state(tap.port);
-    if (status != device::Status::Refused) return status;
-    if (!tap.made) return taps.contains(tap.client, tap.eventPort, tap.port) ? device::Status::Ok : status;
-    if (taps.remove(tap.client, tap.eventPort, tap.port) && !taps.isTapped(tap.port)) use.tapsChanged(tap.port);
-    return status;
-  }
-
-  // The same for a connection that the service carries.
-  std::optional<device::Status> checked(const OpenRequests::Carried& carried) {
-    const auto status = use.state(carried.link.source());
-    if (status != device::Status::Refused) return status;
-    const bool stands = graph.carrier(carried.link) == PatchGraph::Carrier::Service;
-    if (!carried.made) return stands ? device::Status::Ok : status;
-    if (stands) disconnect(carried.link);
-    return status;
-  }
-
-  template <class Request>
-  Reply reply(const Request& request, device::Time now) {
-    const auto status = checked(request);
-    settle(now);
-    return status ? Reply{status} : Reply{std::nullopt, requests.add(request)};
+    const bool did = requests.settle(now);
+    // Whoever asks for these sources now is refused, first of all; the others learn it here.
+    if (requests.isUnsettled()) return did;
+    const auto refused = use.takeRefused(RefusedAtOnce);
+    for (const device::PortId source : refused) lose(source, 0);
+    return did || !refused.empty();
   }
 
   Reply patch(bool made, const device::Link& link, device::Time now) {
     disconnectSevered(link);
     if (made && graph.size() >= limits.links && !graph.carrier(link)) return {device::Status::Refused};
-    const RequestId request = requests.add(OpenRequests::Patch{});
-    if (driver->patch(request, made, link, now)) {
-      settle(now);
-      return requests.reply(request);
-    }
-    requests.drop(request);
-    return made ? connectHere(link, now) : disconnectHere(link, now);
+    auto reply = requests.patch(made, link, now);
+    if (!reply) reply = made ? connectHere(link, now) : disconnectHere(link);
+    settle(now);
+    return *reply;
   }
 
   // These are for connections that the service carries.
   Reply connectHere(const device::Link& link, device::Time now) {
     const std::uint64_t before = graph.version();
     const auto status = graph.connect(link);
-    const bool changed = graph.version() != before;
-    if (changed) graphChanged(true, link, SourceUse::Turn::Next);
-    settle(now);
+    const bool made = graph.version() != before;
+    if (made) graphChanged(true, link, SourceUse::Turn::Next);
+    use.settle(SourcesAtOnce, now);
     if (status != device::Status::Ok) return {status};
-    return reply(OpenRequests::Carried{link, changed}, now);
+    return requests.use(OpenRequests::Carried{link, made});
   }
 
-  Reply disconnectHere(const device::Link& link, device::Time now) {
+  Reply disconnectHere(const device::Link& link) {
     const auto status = graph.disconnect(link);
     if (status == device::Status::Ok) graphChanged(false, link);
-    settle(now);
     return {status};
   }
 
@@ -227,7 +195,7 @@ struct Service::State {
   PatchGraph graph;
   TapTable taps;
   SourceUse use;
-  OpenRequests requests;
+  DeviceRequests requests;
   ClientTable clients;
   Router router;
   std::vector<GraphChange> changes;
@@ -272,7 +240,9 @@ Reply Service::tap(ClientId client, EventPortId port, std::string_view name, std
   // Before what others have left to do: from the answer on, nothing may be missed.
   if (!wasTapped) state_->use.tapsChanged(*devicePort, SourceUse::Turn::Next);
   state_->use.settle(SourcesAtOnce, now);
-  return state_->reply(OpenRequests::Tap{client, port, *devicePort, made}, now);
+  const Reply reply = state_->requests.use(OpenRequests::Tap{client, port, *devicePort, made});
+  state_->settle(now);
+  return reply;
 }
 
 device::Status Service::untap(ClientId client, EventPortId port, std::string_view name, device::Time now) {
@@ -447,7 +417,7 @@ void Service::topologyChanged(device::Time /*now*/) {
 void Service::lost(device::PortId source, std::uint64_t count, device::Time /*now*/) { state_->lose(source, count); }
 
 void Service::patched(device::RequestId request, device::Status status, device::Time /*now*/) {
-  state_->requests.answer(request, status);
+  state_->requests.answered(request, status);
 }
 
 void Service::used(device::PortId source, device::Status status, device::Time /*now*/) {

@@ -120,8 +120,8 @@ void SourceUse::enter(device::PortId source, device::Status status) {
     unusable_.insert(source);
     refused_.insert(source);
   } else {
+    // A refusal that nobody has heard of yet stays in refused_: something was lost.
     unusable_.erase(source);
-    refused_.erase(source);
   }
 }
 
@@ -133,36 +133,44 @@ void SourceUse::forgetAnswer(device::PortId source) {
 }
 
 void SourceUse::forgetMissing(const device::Topology& topology) {
-  for (const device::PortId source : std::set(unanswered_)) {
-    if (!topology.exists(source)) answered(source, device::Status::Ok);
+  for (const auto& sources : {std::set(unanswered_), std::set(unusable_)}) {
+    for (const device::PortId source : sources) {
+      if (!topology.exists(source)) answered(source, device::Status::Ok);
+    }
   }
 }
 
 std::optional<device::Status> SourceUse::state(device::PortId port) const {
-  // Spares a walk through the connections of a sink.
-  if (unsettled_.empty() && unanswered_.empty() && unusable_.empty()) return device::Status::Ok;
+  if (port.side == device::Side::Sink) return stateOfSink(port);
+  const Source* known = sources_.find(port);
+  if (known != nullptr && known->isUsed) return known->answer;
+  return isWanted(port) ? std::nullopt : std::optional(device::Status::Ok);
+}
+
+std::optional<device::Status> SourceUse::stateOfSink(device::PortId sink) const {
+  if (walked_.contains(sink)) return std::nullopt;
   bool isKnown = true;
-  // Returns false if the source cannot be used.
+  // Returns false if the sink needs the source, and it cannot be used.
   const auto look = [&](device::PortId source) {
     const Source* known = sources_.find(source);
-    const bool isUsed = known != nullptr && known->isUsed;
-    isKnown &= isUsed ? known->answer.has_value() : !isWanted(source);
-    return !isUsed || known->answer != device::Status::Refused;
+    if (known == nullptr || !known->isUsed || !known->tapped.contains(sink)) return true;
+    isKnown &= known->answer.has_value();
+    return known->answer != device::Status::Refused;
   };
-  if (port.side == device::Side::Source) {
-    if (!look(port)) return device::Status::Refused;
-  } else {
-    if (walked_.contains(port)) return std::nullopt;
-    for (const auto& [order, source] : graph_.neighbours(port)) {
-      if (!look(source.port)) return device::Status::Refused;
-    }
-  }
+  // Walks what is shorter: the connections of the sink, or the sources that are in question.
+  const auto& connections = graph_.neighbours(sink);
+  const bool isUsable =
+      connections.size() < unanswered_.size() + unusable_.size()
+          ? std::ranges::all_of(connections, [&](const auto& entry) { return look(entry.second.port); })
+          : std::ranges::all_of(unusable_, look) && std::ranges::all_of(unanswered_, look);
+  if (!isUsable) return device::Status::Refused;
   return isKnown ? std::optional(device::Status::Ok) : std::nullopt;
 }
 
-std::vector<device::PortId> SourceUse::takeRefused() {
-  const auto refused = std::exchange(refused_, {});
-  return {refused.begin(), refused.end()};
+std::vector<device::PortId> SourceUse::takeRefused(std::size_t most) {
+  std::vector<device::PortId> taken;
+  while (!refused_.empty() && taken.size() < most) taken.push_back(refused_.extract(refused_.begin()).value());
+  return taken;
 }
 
 }  // namespace service

@@ -48,7 +48,8 @@ class SourceUse {
   // The driver said whether a source can be used (see DriverEvents::used). Ignores sources that are not used.
   void answered(device::PortId source, device::Status status);
 
-  // Ports were removed: no answer follows for their sources, which are used when they return.
+  // Ports were removed: no answer follows for their sources, which are used when they return. Then the driver may
+  // refuse them again.
   void forgetMissing(const device::Topology& topology);
 
   // What the driver says of the sources that a tap of this port needs: Refused if one of them cannot be used; nullopt
@@ -58,8 +59,11 @@ class SourceUse {
   // Returns true, once, if state may have become known for a port since the last call.
   bool takeNews() { return std::exchange(news_, false); }
 
-  // Returns, once, the used sources that the driver has refused since the last call.
-  std::vector<device::PortId> takeRefused();
+  // Returns, each once, up to `most` of the used sources that the driver has refused.
+  std::vector<device::PortId> takeRefused(std::size_t most);
+
+  // True while takeRefused has something to return.
+  bool hasRefused() const { return !refused_.empty(); }
 
  private:
   struct Source {
@@ -73,6 +77,7 @@ class SourceUse {
   void refresh(device::PortId source, device::Time now);
   void enter(device::PortId source, device::Status status);
   void forgetAnswer(device::PortId source);
+  std::optional<device::Status> stateOfSink(device::PortId sink) const;
   void note(device::PortId source, device::PortId sink, bool isTapped);
   std::size_t settleSink(device::PortId sink, std::size_t most, device::Time now);
 

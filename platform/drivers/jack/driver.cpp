@@ -28,6 +28,8 @@ constexpr std::size_t PieceBytes = std::size_t{64} * 1024;
 constexpr std::size_t ManyWaitingBytes = std::size_t{256} * 1024;
 // After so long without a period, nothing moves for long.
 constexpr device::Time HaltedAfter = 1s;
+// A request that runs so long is not only one of many that wait.
+constexpr device::Time SilentAfter = 1s;
 
 class JackDriver : public device::Driver {
  public:
@@ -62,7 +64,7 @@ class JackDriver : public device::Driver {
 
  private:
   void watchPeriods(device::Time now);
-  void noteSilence();
+  void noteSilence(device::Time now);
   bool countSkipped(device::Time now);
   void lookForClient(device::Time now);
   void clientGone(device::Time now);
@@ -110,7 +112,7 @@ void JackDriver::deliver(device::PortId sink, const device::Message& message, de
 }
 
 std::optional<device::Status> JackDriver::setUsed(device::PortId source, bool used, device::Time now) {
-  return taps_.setUsed(client_.get(), graph_.ports(), source, used, now);
+  return taps_.setUsed(client_.get(), graph_.ports(), source, used, silent_.has_value(), now);
 }
 
 std::optional<device::Time> JackDriver::advance(device::Time now) {
@@ -134,7 +136,7 @@ std::optional<device::Time> JackDriver::advance(device::Time now) {
   if (client_) {
     sys::keepEarlier(next, patches_.advance(*events_, now));
     sys::keepEarlier(next, taps_.advance(*client_, *events_, now));
-    noteSilence();
+    noteSilence(now);
   }
   sys::keepEarlier(next, taps_.tellSkipped(*events_, now));
   if (client_) sys::keepEarlier(next, feeds_.pump(*client_, graph_.ports(), now));
@@ -146,7 +148,10 @@ std::optional<device::Time> JackDriver::advance(device::Time now) {
 bool JackDriver::patch(device::RequestId request, bool made, const device::Link& link, device::Time now) {
   const auto source = graph_.ports().name(link.source());
   const auto sink = graph_.ports().name(link.sink());
-  if (client_ && source && sink) {
+  if (silent_) {
+    // Whoever makes many requests, one after the other, waits only for the first.
+    events_->patched(request, device::Status::Refused, now);
+  } else if (client_ && source && sink) {
     patches_.ask(*client_, request, made, link, {*source, *sink}, *events_, now);
   } else {
     events_->patched(request, device::Status::NotFound, now);
@@ -168,9 +173,10 @@ void JackDriver::watchPeriods(device::Time now) {
   halted_ = now - lastPeriod_ > HaltedAfter;
 }
 
-void JackDriver::noteSilence() {
+void JackDriver::noteSilence(device::Time now) {
   const bool tooLong = patches_.takeTooLong() | taps_.takeTooLong();
-  if (tooLong && !silent_) {
+  const auto runsSince = server_->runsSince();
+  if (tooLong && !silent_ && runsSince && now - *runsSince > SilentAfter) {
     silent_ = server_->doneCount();
     events_->noted("the JACK server does not answer");
   } else if (silent_ && server_->doneCount() != *silent_) {

@@ -28,7 +28,8 @@ void Patches::ask(Client& client, device::RequestId request, bool made, const de
   const auto undo = [&client, made, names](int result) {
     if (result == 0) changeConnection(client, !made, names.first, names.second);
   };
-  open_.push_back({request, made, link, source, sink, now + ServerPatience, server_.ask(work, undo)});
+  open_.push_back({request, made, link, source, sink, now + ServerPatience,
+                   server_.ask(work, ServerThread::Turn::SomebodyWaits, undo)});
 }
 
 bool Patches::isNews(const std::string& source, const std::string& sink, bool made) {

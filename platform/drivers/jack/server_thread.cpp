@@ -40,6 +40,11 @@ struct ServerThread::State {
   void closeAll(std::unique_lock<std::mutex>& lock);
   void serve(std::unique_lock<std::mutex>& lock);
   void tryToOpen(std::unique_lock<std::mutex>& lock);
+  // The requests that have not begun.
+  void dropAll() {
+    urgent.clear();
+    requests.clear();
+  }
 
   const std::shared_ptr<sys::EventDescriptor> wakeup;
   std::mutex mutex;
@@ -49,8 +54,10 @@ struct ServerThread::State {
   bool ended = false;
   bool untilThere = false;
   std::optional<Clock::time_point> nextTry;
+  std::deque<Request> urgent;  // somebody waits for these
   std::deque<Request> requests;
   std::uint64_t doneCount = 0;
+  std::optional<Clock::time_point> runsSince;  // of the request under way
   std::vector<std::unique_ptr<Client>> toClose;
   std::optional<Opened> result;
 };
@@ -60,7 +67,7 @@ void ServerThread::State::run() {
   while (true) {
     closeAll(lock);
     if (stopping) break;
-    if (!requests.empty()) {
+    if (!urgent.empty() || !requests.empty()) {
       serve(lock);
     } else if (nextTry && *nextTry <= Clock::now()) {
       tryToOpen(lock);
@@ -84,12 +91,15 @@ void ServerThread::State::closeAll(std::unique_lock<std::mutex>& lock) {
 }
 
 void ServerThread::State::serve(std::unique_lock<std::mutex>& lock) {
-  const Request request = std::move(requests.front());
-  requests.pop_front();
+  auto& queue = urgent.empty() ? requests : urgent;
+  const Request request = std::move(queue.front());
+  queue.pop_front();
+  runsSince = Clock::now();
   lock.unlock();
   const int made = request->work();
   lock.lock();
   ++doneCount;
+  runsSince.reset();
   if (request->withdrawn && request->undo) {
     lock.unlock();
     request->undo(made);
@@ -133,7 +143,7 @@ ServerThread::~ServerThread() {
     state_->toClose.push_back(std::get<0>(std::move(*state_->result)));
   }
   state_->result.reset();
-  state_->requests.clear();
+  state_->dropAll();
   state_->stopping = true;
   state_->changed.notify_all();
   if (state_->changed.wait_for(lock, PatienceAtTheEnd, [&] { return state_->ended; })) {
@@ -154,7 +164,7 @@ void ServerThread::open(bool untilThere) {
 void ServerThread::close(std::unique_ptr<Client> client) {
   const std::lock_guard lock(state_->mutex);
   state_->toClose.push_back(std::move(client));
-  state_->requests.clear();
+  state_->dropAll();
   state_->changed.notify_all();
 }
 
@@ -166,10 +176,10 @@ std::optional<ServerThread::Opened> ServerThread::result(std::chrono::millisecon
   return std::exchange(state_->result, std::nullopt);
 }
 
-ServerThread::Request ServerThread::ask(Work work, Undo undo) {
+ServerThread::Request ServerThread::ask(Work work, Turn turn, Undo undo) {
   auto request = std::make_shared<ServerRequest>(std::move(work), std::move(undo));
   const std::lock_guard lock(state_->mutex);
-  state_->requests.push_back(request);
+  (turn == Turn::SomebodyWaits ? state_->urgent : state_->requests).push_back(request);
   state_->changed.notify_all();
   return request;
 }
@@ -182,11 +192,7 @@ std::optional<int> ServerThread::result(const Request& request) const {
 ServerThread::Withdrawn ServerThread::withdraw(const Request& request) {
   const std::lock_guard lock(state_->mutex);
   if (request->result) return Withdrawn::Done;
-  const auto waiting = std::ranges::find(state_->requests, request);
-  if (waiting != state_->requests.end()) {
-    state_->requests.erase(waiting);
-    return Withdrawn::Never;
-  }
+  if (std::erase(state_->urgent, request) + std::erase(state_->requests, request) > 0) return Withdrawn::Never;
   request->withdrawn = true;
   return Withdrawn::Undone;
 }
@@ -194,6 +200,11 @@ ServerThread::Withdrawn ServerThread::withdraw(const Request& request) {
 std::uint64_t ServerThread::doneCount() const {
   const std::lock_guard lock(state_->mutex);
   return state_->doneCount;
+}
+
+std::optional<device::Time> ServerThread::runsSince() const {
+  const std::lock_guard lock(state_->mutex);
+  return state_->runsSince ? std::optional<device::Time>(state_->runsSince->time_since_epoch()) : std::nullopt;
 }
 
 }  // namespace drivers::jack

@@ -25,9 +25,9 @@ inline constexpr int NoPort = -1;
 // A request to the server. See ServerThread::ask.
 class ServerRequest;
 
-// All calls that wait for the server are made here, in order: requests block while the server is halted, opening a
-// client blocks while it hangs, and closing a client whose server died has been seen to hang. The thread receives no
-// signals. The operations never wait for the server, except result with a timeout and the destructor.
+// All calls that wait for the server are made here, one after the other: requests block while the server is halted,
+// opening a client blocks while it hangs, and closing a client whose server died has been seen to hang. The thread
+// receives no signals. The operations never wait for the server, except result with a timeout and the destructor.
 class ServerThread {
  public:
   using Opened = std::variant<std::unique_ptr<Client>, std::string>;
@@ -59,8 +59,10 @@ class ServerThread {
   // The same, but blocks until there is a result; nullopt on timeout.
   std::optional<Opened> result(std::chrono::milliseconds patience);
 
-  // Adds a request. undo: called on the thread, with the result, if the request is withdrawn while it runs.
-  Request ask(Work work, Undo undo = {});
+  // Adds a request. Requests of somebody who waits are done before all others, and in order among themselves. undo:
+  // called on the thread, with the result, if the request is withdrawn while it runs.
+  enum class Turn : std::uint8_t { Last, SomebodyWaits };
+  Request ask(Work work, Turn turn = Turn::Last, Undo undo = {});
 
   // Returns the result of a request, or nullopt while it is not done.
   std::optional<int> result(const Request& request) const;
@@ -72,6 +74,9 @@ class ServerThread {
 
   // How many requests were done so far.
   std::uint64_t doneCount() const;
+
+  // Since when the request that is under way runs, in the time of the steady clock; nullopt if none is.
+  std::optional<device::Time> runsSince() const;
 
  private:
   struct State;

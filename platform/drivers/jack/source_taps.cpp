@@ -23,7 +23,7 @@ void connectTap(Client& client, std::uint32_t number, const std::string& source)
 }  // namespace
 
 std::optional<device::Status> SourceTaps::setUsed(Client* client, const PortDirectory& ports, device::PortId source,
-                                                  bool used, device::Time now) {
+                                                  bool used, bool silent, device::Time now) {
   if (!used) {
     used_.erase(source);
     skipped_.forget(source);
@@ -33,14 +33,16 @@ std::optional<device::Status> SourceTaps::setUsed(Client* client, const PortDire
   used_.insert(source);
   const auto name = ports.name(source);
   if (client == nullptr || !name) return device::Status::Ok;
-  tap(*client, *name, source).deadline = now + ServerPatience;
+  Tap& made = tap(*client, *name, source, ServerThread::Turn::SomebodyWaits);
+  if (silent) return device::Status::Refused;
+  made.deadline = now + ServerPatience;
   return std::nullopt;
 }
 
 void SourceTaps::restore(Client& client, const PortDirectory& ports) {
   for (const device::PortId source : used_) {
     if (const auto name = ports.name(source)) {
-      tap(client, *name, source);
+      tap(client, *name, source, ServerThread::Turn::Last);
     } else {
       untap(client, source);
     }
@@ -147,27 +149,32 @@ bool SourceTaps::take(Client& client, device::DriverEvents& events, device::Time
   return client.input().take(bytes, event, gap);
 }
 
-SourceTaps::Tap& SourceTaps::tap(Client& client, const std::string& name, device::PortId source) {
+SourceTaps::Tap& SourceTaps::tap(Client& client, const std::string& name, device::PortId source,
+                                 ServerThread::Turn turn) {
   const auto [found, isNew] = taps_.try_emplace(source);
   Tap& tap = found->second;
   if (isNew) {
     tap.number = ++lastNumber_;
     tap.isNew = true;
     sources_.emplace(tap.number, source);
-    tap.request = server_.ask([&client, number = tap.number, name] {
-      if (!client.input().open(client.handle(), number)) return NoPort;
-      connectTap(client, number, name);
-      return 0;
-    });
+    tap.request = server_.ask(
+        [&client, number = tap.number, name] {
+          if (!client.input().open(client.handle(), number)) return NoPort;
+          connectTap(client, number, name);
+          return 0;
+        },
+        turn);
   } else if (tap.request) {
     // It may have found that the source does not exist.
     tap.next = name;
   } else {
     // A connection that exists already stays.
-    tap.request = server_.ask([&client, number = tap.number, name] {
-      connectTap(client, number, name);
-      return 0;
-    });
+    tap.request = server_.ask(
+        [&client, number = tap.number, name] {
+          connectTap(client, number, name);
+          return 0;
+        },
+        turn);
   }
   asked_.insert(source);
   return tap;
@@ -179,10 +186,13 @@ void SourceTaps::untap(Client& client, device::PortId source) {
   const Tap& tap = found->second;
   const bool never = tap.request && server_.withdraw(tap.request) == ServerThread::Withdrawn::Never;
   if (!never || !tap.isNew) {
-    server_.ask([&client, number = tap.number] {
-      client.input().close(client.handle(), number);
-      return 0;
-    });
+    // Before ports are made that may need the room.
+    server_.ask(
+        [&client, number = tap.number] {
+          client.input().close(client.handle(), number);
+          return 0;
+        },
+        ServerThread::Turn::SomebodyWaits);
   }
   sources_.erase(tap.number);
   asked_.erase(source);

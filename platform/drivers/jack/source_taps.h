@@ -25,9 +25,10 @@ class SourceTaps {
   // server: must outlive this object.
   explicit SourceTaps(ServerThread& server) : server_(server) {}
 
-  // See device::Driver::setUsed. client: null while no server runs.
+  // See device::Driver::setUsed. client: null while no server runs. silent: the server does not answer at the moment,
+  // so that a source is refused at once, until it answers.
   std::optional<device::Status> setUsed(Client* client, const PortDirectory& ports, device::PortId source, bool used,
-                                        device::Time now);
+                                        bool silent, device::Time now);
 
   // Makes missing connections, and closes ports whose source no longer exists.
   void restore(Client& client, const PortDirectory& ports);
@@ -63,7 +64,7 @@ class SourceTaps {
 
   // Asks for the port, unless there is one, and for the connection. JACK may refuse the connection, as it does while
   // the source's client is not active; restore tries again.
-  Tap& tap(Client& client, const std::string& name, device::PortId source);
+  Tap& tap(Client& client, const std::string& name, device::PortId source, ServerThread::Turn turn);
   void untap(Client& client, device::PortId source);
   bool isDone(Client& client, device::PortId source, int result, device::DriverEvents& events, device::Time now);
   void noteMissing(device::DriverEvents& events);

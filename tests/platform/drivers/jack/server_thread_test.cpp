@@ -28,7 +28,7 @@ class JackServerThread : public testing::Test {
           released.get_future().wait();
           return 7;
         },
-        std::move(undo));
+        ServerThread::Turn::Last, std::move(undo));
     begun.get_future().wait();
     return request;
   }
@@ -98,7 +98,7 @@ TEST_F(JackServerThread, RequestThatIsWithdrawnWhileItRunsIsUndoneBeforeTheNext)
 
 TEST_F(JackServerThread, RequestThatIsDoneIsNotWithdrawn) {
   bool undone = false;
-  const auto request = thread->ask([] { return 3; }, [&](int) { undone = true; });
+  const auto request = thread->ask([] { return 3; }, ServerThread::Turn::Last, [&](int) { undone = true; });
   EXPECT_EQ(wait(request), 3);
   EXPECT_EQ(thread->withdraw(request), Withdrawn::Done);
   EXPECT_EQ(wait(thread->ask([] { return 9; })), 9);
