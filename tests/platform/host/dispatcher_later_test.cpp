@@ -96,6 +96,23 @@ TEST_F(DispatcherLater, ClientThatIsLostGetsNoAnswer) {
   EXPECT_EQ(peers_.texts("a control"), Texts{});
 }
 
+TEST_F(DispatcherLater, ClientMayWaitForSoManyAnswersOnly) {
+  const std::uint64_t a = attach("a");
+  const std::uint64_t b = attach("b");
+  for (std::uint32_t tag = 1; tag <= 64; ++tag) say("a control", tag, wire::Patch{a, true, link_});
+  EXPECT_EQ(peers_.texts("a control"), Texts{});
+  say("a control", 65, wire::Patch{a, true, link_});
+  say("a control", 66, wire::Tap{a, EventPort, HolderBytes, "G0Out1"});
+  EXPECT_EQ(peers_.texts("a control"), (Texts{"65: refused at 0", "66: refused at 0"}));
+  EXPECT_EQ(asked_.size(), 64U);
+  say("b control", 1, wire::Patch{b, true, link_});
+  EXPECT_EQ(peers_.texts("b control"), Texts{}) << "another client still may";
+  patched(asked_.at(0), Status::Ok);
+  EXPECT_EQ(peers_.texts("a control"), Texts{"1: ok at 0"});
+  say("a control", 67, wire::Patch{a, true, link_});
+  EXPECT_EQ(peers_.texts("a control"), Texts{}) << "there is room again";
+}
+
 TEST_F(DispatcherLater, RequestWithoutATagGetsNoAnswer) {
   const std::uint64_t a = attach("a");
   say("a control", 0, wire::Patch{a, true, link_});

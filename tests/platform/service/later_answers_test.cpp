@@ -209,6 +209,64 @@ TEST_F(LaterAnswers, TapThatEndsBeforeItsAnswerIsAnswered) {
   EXPECT_EQ(news(), (Told{"use G0Out1", "unuse G0Out1"}));
 }
 
+TEST_F(LaterAnswers, SourceThatIsStillRefusedWhenItReturnsIsALossAgain) {
+  tap("G1Out1");
+  usable(out(1, 0), Status::Ok);
+  usable(out(1, 0), Status::Refused);
+  EXPECT_EQ(texts(), Texts{"lost before 0"});
+  act([&](device::DriverEvents&) { device_->change(evenTopology(1, 1)); });
+  act([&](device::DriverEvents&) { device_->change(evenTopology(2, 2)); });
+  EXPECT_EQ(texts(), Texts{});
+  usable(out(1, 0), Status::Refused);
+  EXPECT_EQ(texts(), Texts{"lost before 0"});
+}
+
+TEST_F(LaterAnswers, RefusalThatIsOverWhenItIsHeardOfIsALoss) {
+  tap("G0Out1");
+  usable(out(0, 0), Status::Ok);
+  act([](device::DriverEvents& events) {
+    events.used(out(0, 0), Status::Refused, {});
+    events.used(out(0, 0), Status::Ok, {});
+  });
+  EXPECT_EQ(texts(), Texts{"lost before 0"});
+}
+
+TEST_F(LaterAnswers, ManyAnswersComeInPiecesAndInOrder) {
+  constexpr std::size_t Many = 1000;
+  std::vector<ClientId> clients;
+  std::vector<RequestId> requests;
+  for (std::size_t i = 0; i < Many; ++i) {
+    clients.push_back(service_->addClient());
+    requests.push_back(service_->tap(clients.back(), One, "G0Out1", 1004, {}).request);
+  }
+  usable(out(0, 0), Status::Refused);
+  std::vector<Answer> answers = service_->takeAnswers();
+  EXPECT_LT(answers.size(), Many / 2);
+  while (service_->advance({})) {
+    for (const Answer& answer : service_->takeAnswers()) answers.push_back(answer);
+  }
+  ASSERT_EQ(answers.size(), Many);
+  for (std::size_t i = 0; i < Many; ++i) EXPECT_EQ(answers[i], (Answer{requests[i], Status::Refused}));
+  for (const ClientId client : clients) EXPECT_FALSE(service_->hasEvents(client)) << "an error is no loss";
+  EXPECT_EQ(service_->counts().uncountedLosses, 0U);
+}
+
+// What the first ones were not told is not forgotten when the news comes while others are told.
+TEST_F(LaterAnswers, NewsDuringAPieceReachesAll) {
+  constexpr std::size_t Many = 300;
+  std::size_t open = 0;
+  for (std::size_t i = 0; i < Many; ++i) {
+    const ClientId client = service_->addClient();
+    if (!service_->tap(client, One, i < Many / 2 ? "G0Out1" : "G1Out1", 1004, {}).status) ++open;
+  }
+  ASSERT_EQ(open, Many);
+  usable(out(1, 0), Status::Ok);
+  usable(out(0, 0), Status::Ok);
+  std::size_t answered = service_->takeAnswers().size();
+  while (service_->advance({})) answered += service_->takeAnswers().size();
+  EXPECT_EQ(answered, Many);
+}
+
 TEST_F(LaterAnswers, TapWhosePortGoesStandsUntilThePortReturns) {
   const Reply reply = tap("G1Out1");
   act([&](device::DriverEvents&) { device_->change(evenTopology(1, 1)); });

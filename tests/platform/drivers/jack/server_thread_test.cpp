@@ -66,6 +66,44 @@ TEST_F(JackServerThread, RequestsAreDoneInOrder) {
   EXPECT_EQ(thread->doneCount(), 7U);
 }
 
+TEST_F(JackServerThread, WhoWaitsComesFirst) {
+  std::vector<int> order;
+  askAndHold();
+  const auto ask = [&](int number, ServerThread::Turn turn) {
+    return thread->ask(
+        [&order, number] {
+          order.push_back(number);
+          return 0;
+        },
+        turn);
+  };
+  ask(1, ServerThread::Turn::Last);
+  ask(2, ServerThread::Turn::SomebodyWaits);
+  const auto never = ask(3, ServerThread::Turn::SomebodyWaits);
+  const auto last = ask(4, ServerThread::Turn::Last);
+  ask(5, ServerThread::Turn::SomebodyWaits);
+  EXPECT_EQ(thread->withdraw(never), Withdrawn::Never);
+  release();
+  EXPECT_EQ(wait(last), 0);
+  EXPECT_EQ(order, (std::vector{2, 5, 1, 4}));
+}
+
+TEST_F(JackServerThread, KnowsSinceWhenARequestRuns) {
+  EXPECT_EQ(thread->runsSince(), std::nullopt);
+  const auto now = [] { return device::Time(std::chrono::steady_clock::now().time_since_epoch()); };
+  const device::Time before = now();
+  const auto held = askAndHold();
+  const device::Time begin = thread->runsSince().value_or(device::Time{});
+  EXPECT_GE(begin, before);
+  EXPECT_LE(begin, now());
+  thread->ask([] { return 0; });
+  EXPECT_EQ(thread->runsSince(), begin) << "not the one that waits";
+  release();
+  EXPECT_EQ(wait(held), 7);
+  EXPECT_EQ(wait(thread->ask([] { return 9; })), 9);
+  EXPECT_EQ(thread->runsSince(), std::nullopt);
+}
+
 TEST_F(JackServerThread, RequestThatIsWithdrawnBeforeItBeginsNeverBegins) {
   askAndHold();
   bool done = false;

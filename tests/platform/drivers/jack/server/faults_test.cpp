@@ -16,6 +16,7 @@
 namespace drivers::jack {
 namespace {
 
+using testing::Contains;
 using testing::ElementsAre;
 using testing::IsEmpty;
 
@@ -127,6 +128,24 @@ void endAndReturn(void (JackServer::*end)()) {
 }
 
 TEST_F(JackFaults, DriverReturnsToAServerThatEndsAndReturns) { endAndReturn(&JackServer::stop); }
+
+// Four ports of the server's own, two of the peer, and none of ours. (The first place holds no port.)
+TEST_F(JackFaults, ServerThatReturnsWithoutRoomIsTold) {
+  JackServer server;
+  std::optional<PeerProcess> peer;
+  peer.emplace("peer", "out", "in");
+  Driven driven;
+  ASSERT_TRUE(driven.use("peer:out"));
+  server.kill();
+  ASSERT_TRUE(driven.runUntil([&] { return !driven.isThere("peer:out"); }));
+  peer.reset();
+  server.limit(7);
+  server.start();
+  // Before the driver can take one of its ports.
+  peer.emplace("peer", "out", "in");
+  EXPECT_TRUE(driven.runUntil([&] { return driven.uses.at("peer:out") == device::Status::Refused; }));
+  EXPECT_THAT(driven.lines, Contains("JACK has no port left to receive from 1 source"));
+}
 
 TEST_F(JackFaults, DriverReturnsToAServerThatIsKilledAndReturns) { endAndReturn(&JackServer::kill); }
 

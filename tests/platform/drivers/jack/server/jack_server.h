@@ -41,6 +41,9 @@ class JackServer {
   void halt();
   void resume();
 
+  // From the next start on, the most that it gives to all clients together.
+  void limit(int ports) { ports_ = ports; }
+
   void start();
 
   // Like start, but does not wait until the server runs. start waits with a client, which then leaves; a program that
