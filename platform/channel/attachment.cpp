@@ -83,7 +83,7 @@ TapList::Entry* Attachment::reached() {
 
 Attachment::MakeTap Attachment::request(const TapList::Entry& tap, device::Time now) const {
   const auto& [key, wanted] = tap;
-  return {{session_, key.first, wanted.holderBytes, key.second}, round_->until.value_or(now + ActionTime)};
+  return {{session_, key.first, wanted.holderBytes, key.second}, round_->until.value_or(now + TapTime)};
 }
 
 void Attachment::tapped(device::Status status) {

@@ -102,9 +102,13 @@ class Attachment {
   // What to compare with the connections of a service that is back. Call before lost.
   void remember(const LinkMirror& mirror, const wire::Topology& topology) { carried_.keep(mirror, topology); }
 
-  // Timeout for an action; short, because requests wait meanwhile. Not for all taps together: a client with many taps
-  // needs longer.
+  // Timeout for an action; short, because requests wait meanwhile.
   static constexpr std::chrono::milliseconds ActionTime{500};
+
+  // Timeout for each tap of a client that attaches: the service may wait for another system that long, and then
+  // refuses. A shorter one would let the client give up, and attach again, until that system answers. The round of an
+  // attached client that tries missing taps ends earlier: a tap that is made after that is found made in a later round.
+  static constexpr std::chrono::milliseconds TapTime{2000};
 
  private:
   enum class State : std::uint8_t { Gone, Attaching, Attached, Closed };

@@ -59,7 +59,7 @@ class Session {
 
   // Waits for events and passes them to take (see EventChannel::receive). Returns true if one was taken. Does nothing
   // while an event is taken. Does due work first, so that it may take longer than the deadline: half a second for each
-  // answer of a service that is late. One thread at a time.
+  // answer of a service that is late, two for a tap while it attaches. One thread at a time.
   bool receive(const TakeEvent& take, const Deadline& deadline);
 
   // eventPort: a number that the client chooses; take gets it with each event.

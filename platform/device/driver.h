@@ -12,6 +12,9 @@
 
 namespace device {
 
+// Names a request to a driver until it is answered. A service gives no two requests the same.
+enum class RequestId : std::uint64_t {};
+
 // How a driver reports to the service. Called only from inside Driver operations, on the service's thread.
 class DriverEvents {
  public:
@@ -33,6 +36,14 @@ class DriverEvents {
   // Messages of this source were lost before they reached the driver, after the messages emitted so far. count: how
   // many; 0 if the other system does not say.
   virtual void lost(PortId source, std::uint64_t count, Time now) = 0;
+
+  // Answers Driver::patch, once for each request that it has taken. linked or unlinked comes first.
+  virtual void patched(RequestId request, Status status, Time now) = 0;
+
+  // Ok: what this source emits arrives from now on. Refused: it does not arrive, until Ok is reported. Answers
+  // Driver::setUsed, and reports later changes while the source is used. Repeating a known state is allowed. A source
+  // that does not exist needs no report.
+  virtual void used(PortId source, Status status, Time now) = 0;
 
   // Logs one line. line: without prefix and line end.
   virtual void noted(std::string_view line) = 0;
@@ -63,8 +74,9 @@ struct Started {
   int descriptor = -1;
 };
 
-// A device: its ports, and what they do. All operations run on the service's thread. None blocks for longer than a few
-// requests to the other system take. The destructor may wait until queued messages are sent.
+// A device: its ports, and what they do. All operations run on the service's thread. None waits for another process: a
+// request that another process has to answer is answered later, inside advance. The destructor may wait until queued
+// messages are sent.
 class Driver {
  public:
   virtual ~Driver() = default;
@@ -86,17 +98,21 @@ class Driver {
   virtual Delivery deliver(PortId sink, const Message& message, Time now) = 0;
 
   // Says whether anyone needs what a source port emits. Holds until the next call for this port, also while the port
-  // does not exist. The last result of advance may no longer hold: call advance again afterwards.
-  virtual void setUsed(PortId source, bool used, Time now) = 0;
+  // does not exist. For a source that is needed, returns Ok if what it emits from now on arrives, also if it does not
+  // exist yet; Refused if that is impossible; nullopt if DriverEvents::used will say. For any other source the result
+  // means nothing. The last result of advance may no longer hold: call advance again afterwards.
+  virtual std::optional<Status> setUsed(PortId source, bool used, Time now) = 0;
 
   // Does a bounded piece of the work that is due at now. Returns when to call it again: a time at or before now means
   // at once; nullopt: call again when Started::descriptor is readable.
   virtual std::optional<Time> advance(Time now) = 0;
 
-  // Makes (made is true) or removes (made is false) a connection in the other system, and calls linked or unlinked
-  // before it returns. Both ports exist. Ok if the connection to make already exists; NotFound if the connection to
-  // remove does not exist; nullopt if the other system does not handle this connection: the service then carries it.
-  virtual std::optional<Status> patch(bool made, const Link& link, Time now);
+  // Makes (made is true) or removes (made is false) a connection in the other system. Both ports exist. Returns true if
+  // the driver takes the request: DriverEvents::patched answers it, inside this call or later inside advance. Ok if the
+  // connection to make already exists; NotFound if the connection to remove does not exist; Refused if the other system
+  // refuses or does not answer in time: the request then has no effect later either. Returns false if the other system
+  // does not handle this connection: the service then carries it.
+  virtual bool patch(RequestId request, bool made, const Link& link, Time now);
 
   // True while so much output waits that senders must be held back. A change leads to a call of advance.
   virtual bool behind() const { return false; }
@@ -105,6 +121,6 @@ class Driver {
   virtual void finish(Time /*now*/) {}
 };
 
-inline std::optional<Status> Driver::patch(bool /*made*/, const Link& /*link*/, Time /*now*/) { return std::nullopt; }
+inline bool Driver::patch(RequestId /*request*/, bool /*made*/, const Link& /*link*/, Time /*now*/) { return false; }
 
 }  // namespace device

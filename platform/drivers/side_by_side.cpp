@@ -42,13 +42,13 @@ class SideBySide : public device::Driver {
     return driverOf(*origin).deliver(port(*origin, sink), message, now);
   }
 
-  void setUsed(device::PortId source, bool used, device::Time now) override {
+  std::optional<device::Status> setUsed(device::PortId source, bool used, device::Time now) override {
     const Origin* known = joint_.origin(source.group);
     const auto before = used_.extract(source);
-    if (known == nullptr && !before) return;
+    if (known == nullptr && !before) return device::Status::Ok;
     const Origin origin = known != nullptr ? *known : before.mapped();
     if (used) used_.emplace(source, origin);
-    driverOf(origin).setUsed(port(origin, source), used, now);
+    return driverOf(origin).setUsed(port(origin, source), used, now);
   }
 
   std::optional<device::Time> advance(device::Time now) override {
@@ -60,11 +60,11 @@ class SideBySide : public device::Driver {
     return earliest;
   }
 
-  std::optional<device::Status> patch(bool made, const device::Link& link, device::Time now) override {
+  bool patch(device::RequestId request, bool made, const device::Link& link, device::Time now) override {
     const Origin* source = joint_.origin(link.sourceGroup);
     const Origin* sink = joint_.origin(link.sinkGroup);
-    if (source == nullptr || sink == nullptr || source->device != sink->device) return std::nullopt;
-    return driverOf(*source).patch(made, {source->group, link.sourceIndex, sink->group, link.sinkIndex}, now);
+    if (source == nullptr || sink == nullptr || source->device != sink->device) return false;
+    return driverOf(*source).patch(request, made, {source->group, link.sourceIndex, sink->group, link.sinkIndex}, now);
   }
 
   bool behind() const override {
@@ -98,6 +98,12 @@ class SideBySide : public device::Driver {
     }
     void lost(device::PortId source, std::uint64_t count, device::Time now) override {
       if (const auto port = all_.joint_.joint(device_, source)) events_.lost(*port, count, now);
+    }
+    void patched(device::RequestId request, device::Status status, device::Time now) override {
+      events_.patched(request, status, now);
+    }
+    void used(device::PortId source, device::Status status, device::Time now) override {
+      if (const auto port = all_.joint_.joint(device_, source)) events_.used(*port, status, now);
     }
     void noted(std::string_view line) override { events_.noted(named(line)); }
     void warned(std::string_view line) override { events_.warned(named(line)); }

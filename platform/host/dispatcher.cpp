@@ -61,6 +61,7 @@ void Dispatcher::receive(ConnectionId from, std::span<const std::uint8_t> messag
     request.tag = *tag;
     answer(request, device::Status::BadRequest);
   }
+  sendLaterAnswers();
   sendEvents();
 }
 
@@ -77,6 +78,7 @@ void Dispatcher::tellTaken() {
 std::optional<device::Time> Dispatcher::advance(device::Time now) {
   const auto serviceNext = service_.advance(now);
   sendGraphChanges();
+  sendLaterAnswers();
   sendEvents();
   tellTopologyChanged();
   sendNotes();
@@ -108,6 +110,7 @@ void Dispatcher::end(Session& session, std::string_view how, device::Time now) {
   logLoss(session, now);
   log(session, how);
   service_.removeClient(session.client, now);
+  dropAnswers(session);
   // They belong to nobody any more.
   for (const ConnectionId connection : {session.control, session.eventChannel, session.graphChannel}) {
     if (connection != ConnectionId::None) newcomers_.enter(connection, now);
@@ -142,11 +145,12 @@ void Dispatcher::handle(const Request& request, wire::Goodbye& message) {
 }
 
 void Dispatcher::handle(const Request& request, wire::Tap& message) {
-  const Session* session = sessionFor(request, message.session, &Session::control);
-  if (session == nullptr) return;
+  Session* session = sessionFor(request, message.session, &Session::control);
+  if (session == nullptr || !mayWait(request, *session)) return;
   // An event must fit into a message to the client.
   const auto holderBytes = std::min<std::uint32_t>(message.holderBytes, device::MaxMessageBytes);
-  answer(request, service_.tap(session->client, toPort(message.eventPort), message.name, holderBytes, request.now));
+  answer(request, *session,
+         service_.tap(session->client, toPort(message.eventPort), message.name, holderBytes, request.now));
 }
 
 void Dispatcher::handle(const Request& request, wire::Untap& message) {
@@ -163,15 +167,15 @@ void Dispatcher::handle(const Request& request, wire::UntapAll& message) {
 }
 
 void Dispatcher::handle(const Request& request, wire::Patch& message) {
-  const Session* session = sessionFor(request, message.session, &Session::control);
-  if (session == nullptr) return;
+  Session* session = sessionFor(request, message.session, &Session::control);
+  if (session == nullptr || !mayWait(request, *session)) return;
   const device::Link link = inService(message.link, firstHandle_);
   if (message.made && !service_.hasRoomFor(session->client, link)) return answer(request, device::Status::Refused);
-  const device::Status status =
+  const service::Reply reply =
       message.made ? service_.connect(link, request.now) : service_.disconnect(link, request.now);
   // The change goes out before the answer, so that the client that made it usually sees it by then.
   sendGraphChanges();
-  answer(request, status);
+  answer(request, *session, reply);
 }
 
 void Dispatcher::handle(const Request& request, wire::AskTopology& message) {

@@ -7,6 +7,7 @@
 #include <set>
 #include <span>
 #include <string_view>
+#include <unordered_map>
 #include <utility>
 #include <vector>
 
@@ -67,6 +68,13 @@ class Dispatcher {
     device::Time now;
   };
 
+  // A request that the service has not answered yet.
+  struct Unanswered {
+    std::uint64_t session = 0;
+    ConnectionId from = ConnectionId::None;
+    std::uint32_t tag = 0;
+  };
+
   void handle(const Request& request, wire::Hello& message);
   void handle(const Request& request, wire::Goodbye& message);
   void handle(const Request& request, wire::Tap& message);
@@ -110,6 +118,13 @@ class Dispatcher {
   void answer(const Request& request, const wire::Body& body);
   // Sends the first piece now.
   void answer(const Request& request, Session& session, std::unique_ptr<LongAnswer> pieces);
+  // Answers a request of the session now or later.
+  void answer(const Request& request, Session& session, const service::Reply& reply);
+  // Returns false, and answers the request, if the session waits for too many answers already.
+  bool mayWait(const Request& request, const Session& session);
+  void sendLaterAnswers();
+  // The session ends: nobody waits for its answers any more.
+  void dropAnswers(const Session& session);
   void sendNotes();
   void countTaken(Session& session);
   void sendTaken(Session& session);
@@ -138,6 +153,7 @@ class Dispatcher {
   std::uint64_t topologyVersion_;  // as last reported to the sessions
   SessionTable sessions_;
   Newcomers newcomers_;
+  std::unordered_map<service::RequestId, Unanswered> unanswered_;
   std::vector<service::ClientId> takenOwed_;  // they have sent what Taken does not count yet
   device::Time heldBackToldAt_{};
   std::set<std::pair<device::Time, service::ClientId>> lossesDue_;  // when to log about whom

@@ -22,6 +22,9 @@ constexpr device::Time HeldBackInterval = std::chrono::milliseconds(500);
 // An overloaded client loses messages in a thousand places a second.
 constexpr device::Time LossLogInterval = std::chrono::seconds(1);
 
+// A client waits for each answer, except for those that took too long. Others would only fill the memory.
+constexpr std::size_t MostUnanswered = 64;
+
 std::string lossText(std::uint64_t count) {
   return "lost " + std::to_string(count) + (count == 1 ? " message" : " messages") + ": it reads too slowly";
 }
@@ -33,6 +36,36 @@ void Dispatcher::countTaken(Session& session) {
   if (!std::exchange(session.takenIsOwed, true)) takenOwed_.push_back(session.client);
   const std::uint64_t often = std::max<std::uint64_t>(settings_.sendWindow / 4, 1);
   if (session.taken - session.takenTold >= often && !service_.behind()) sendTaken(session);
+}
+
+bool Dispatcher::mayWait(const Request& request, const Session& session) {
+  if (session.unanswered.size() < MostUnanswered) return true;
+  answer(request, device::Status::Refused);
+  return false;
+}
+
+void Dispatcher::answer(const Request& request, Session& session, const service::Reply& reply) {
+  if (reply.status) return answer(request, *reply.status);
+  unanswered_[reply.request] = {session.number, request.from, request.tag};
+  session.unanswered.insert(reply.request);
+}
+
+void Dispatcher::sendLaterAnswers() {
+  const auto answers = service_.takeAnswers();
+  if (answers.empty()) return;
+  // See Patch.
+  sendGraphChanges();
+  for (const service::Answer& one : answers) {
+    const auto found = unanswered_.extract(one.request);
+    if (found.empty()) continue;
+    const Unanswered& asked = found.mapped();
+    if (Session* session = sessions_.find(asked.session)) session->unanswered.erase(one.request);
+    answer({asked.from, asked.tag, {}}, one.status);
+  }
+}
+
+void Dispatcher::dropAnswers(const Session& session) {
+  for (const service::RequestId request : session.unanswered) unanswered_.erase(request);
 }
 
 void Dispatcher::sendTaken(Session& session) {

@@ -4,12 +4,14 @@
 #include <cstddef>
 #include <cstdint>
 #include <memory>
+#include <set>
 
 #include "platform/device/port.h"
 #include "platform/host/connections.h"
 #include "platform/host/long_answer.h"
 #include "platform/host/peer_identity.h"
 #include "platform/service/client_id.h"
+#include "platform/service/open_requests.h"
 #include "platform/wire/messages.h"
 
 namespace host {
@@ -59,6 +61,8 @@ struct Session {
   std::uint64_t lossTold = 0;  // lost copies, as last logged
   device::Time lossToldAt{};
   bool lossIsDue = false;  // a line about others waits for its time
+
+  std::set<service::RequestId> unanswered;  // requests that the service has not answered yet
 };
 
 }  // namespace host

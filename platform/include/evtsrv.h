@@ -122,7 +122,8 @@ class EventPort {
   // that passes it. target is DebugPortName; any other target is EvtRes_BadArgument. request is not used and may be
   // null. reply sets the size in bytes up to which messages that are ready together share one event (null: 1004); a
   // longer message travels alone, whole. The holders are not kept. behaviour: ConBehave_Void. Repeating a tap is a
-  // success and changes nothing. Blocks until the service has answered, two seconds at most.
+  // success and changes nothing. EvtRes_UnknownError: the device cannot receive from the port now. Blocks until the
+  // service has answered, two seconds at most.
   EventResult connect(const char* name, const char* target, MemoryHolder* request, MemoryHolder* reply,
                       std::uint32_t behaviour);
 

@@ -7,6 +7,7 @@
 #include <utility>
 
 #include "platform/service/client_table.h"
+#include "platform/service/device_requests.h"
 #include "platform/service/patch_graph.h"
 #include "platform/service/router.h"
 #include "platform/service/source_use.h"
@@ -21,6 +22,7 @@ constexpr std::size_t TapsAtOnce = 2000;
 constexpr std::size_t MemoryAtOnce = 1U << 20U;
 constexpr std::size_t ChangesAtOnce = 500;
 constexpr std::size_t SourcesAtOnce = 250;  // each is an operation of the driver
+constexpr std::size_t RefusedAtOnce = 16;   // each may have many taps
 
 }  // namespace
 
@@ -32,6 +34,10 @@ struct Service::State {
         graph(driver->topology()),
         taps(memory, [this](ClientId client) { return clients.user(client); }),
         use(*driver, graph, taps),
+        requests(*driver, taps, use,
+                 {.isCarried =
+                      [this](const device::Link& link) { return graph.carrier(link) == PatchGraph::Carrier::Service; },
+                  .disconnect = [this](const device::Link& link) { disconnect(link); }}),
         clients(sizes.queueBytes, &memory),
         router(
             graph,
@@ -141,12 +147,12 @@ struct Service::State {
     clients.sweep(MemoryAtOnce);
     endSevered();
     moveTaps();
-    use.settle(SourcesAtOnce, now);
-    return any;
+    return settle(now) || any;
   }
 
   bool isWorkLeft() {
-    return taps.hasEnded() || clients.hasRemoved() || graph.hasSevered() || !homeless.empty() || use.isUnsettled();
+    return taps.hasEnded() || clients.hasRemoved() || graph.hasSevered() || !homeless.empty() || use.isUnsettled() ||
+           requests.isUnsettled() || use.hasRefused();
   }
 
   // For a port that a message is about to pass: returns whether it was removed. Warns at the first message it misses.
@@ -158,6 +164,57 @@ struct Service::State {
     return true;
   }
 
+  // Call this when an operation of the driver has returned. Returns true if there was something to do.
+  bool settle(device::Time now) {
+    const bool did = requests.settle(now);
+    // Whoever asks for these sources now is refused, first of all; the others learn it here.
+    if (requests.isUnsettled()) return did;
+    const auto refused = use.takeRefused(RefusedAtOnce);
+    for (const device::PortId source : refused) lose(source, 0);
+    return did || !refused.empty();
+  }
+
+  Reply patch(bool made, const device::Link& link, device::Time now) {
+    disconnectSevered(link);
+    if (made && !mayConnect(link)) return {device::Status::Refused};
+    auto reply = requests.patch(made, link, now);
+    if (!reply) reply = made ? connectHere(link, now) : disconnectHere(link);
+    settle(now);
+    return *reply;
+  }
+
+  // These are for connections that the service carries.
+  Reply connectHere(const device::Link& link, device::Time now) {
+    const std::uint64_t before = graph.version();
+    const auto status = graph.connect(link);
+    const bool made = graph.version() != before;
+    if (made) graphChanged(true, link, SourceUse::Turn::Next);
+    use.settle(SourcesAtOnce, now);
+    if (status != device::Status::Ok) return {status};
+    return requests.use(OpenRequests::Carried{link, made});
+  }
+
+  Reply disconnectHere(const device::Link& link) {
+    const auto status = graph.disconnect(link);
+    if (status == device::Status::Ok) graphChanged(false, link);
+    return {status};
+  }
+
+  void lose(device::PortId source, std::uint64_t count) {
+    lostBefore += count;
+    if (count == 0) ++uncountedLosses;
+    // A client that taps several places misses the same messages, so it gets one loss.
+    std::set<ClientId> losers;
+    const auto enter = [&](device::PortId port) {
+      taps.forEach(port, [&](const Tap& tap, const std::string& /*name*/) { losers.insert(tap.client); });
+    };
+    enter(source);
+    for (const auto& [order, sink] : graph.neighbours(source)) {
+      if (!graph.isSevered({source.group, source.index, sink.port.group, sink.port.index})) enter(sink.port);
+    }
+    for (const ClientId client : losers) clients.addLossBefore(client, count);
+  }
+
   MemoryLedger memory;
   std::unique_ptr<device::Driver> driver;
   TableLimits limits;
@@ -165,6 +222,7 @@ struct Service::State {
   PatchGraph graph;
   TapTable taps;
   SourceUse use;
+  DeviceRequests requests;
   ClientTable clients;
   Router router;
   std::vector<GraphChange> changes;
@@ -188,6 +246,7 @@ Service::Service(std::unique_ptr<device::Driver> driver, QueueLimits limits, dev
   state_->memory.setShared(state_->graph.size() * PatchGraph::LinkBytes);
   for (const device::Link& link : state_->graph.links()) state_->use.connectionChanged(link);
   state_->use.settle(std::numeric_limits<std::size_t>::max(), now);
+  state_->settle(now);
 }
 
 Service::~Service() = default;
@@ -196,22 +255,25 @@ ClientId Service::addClient(std::uint32_t user) { return state_->clients.add(use
 
 void Service::removeClient(ClientId client, device::Time now) {
   state_->clients.remove(client);
+  state_->requests.forget(client);
   state_->taps.removeClient(client);
   state_->work(now);
 }
 
-device::Status Service::tap(ClientId client, EventPortId port, std::string_view name, std::uint32_t holderBytes,
-                            device::Time now) {
-  if (!state_->clients.contains(client)) return device::Status::NoSession;
+Reply Service::tap(ClientId client, EventPortId port, std::string_view name, std::uint32_t holderBytes,
+                   device::Time now) {
+  if (!state_->clients.contains(client)) return {device::Status::NoSession};
   const auto devicePort = state_->topology().port(name);
-  if (!devicePort) return device::Status::NotFound;
-  if (!state_->mayTap(client, port, *devicePort)) return device::Status::Refused;
+  if (!devicePort) return {device::Status::NotFound};
+  if (!state_->mayTap(client, port, *devicePort)) return {device::Status::Refused};
   const bool wasTapped = state_->taps.isTapped(*devicePort);
-  state_->taps.add(client, port, *devicePort, holderBytes, name);
+  const bool made = state_->taps.add(client, port, *devicePort, holderBytes, name);
   // Before what others have left to do: from the answer on, nothing may be missed.
   if (!wasTapped) state_->use.tapsChanged(*devicePort, SourceUse::Turn::Next);
   state_->use.settle(SourcesAtOnce, now);
-  return device::Status::Ok;
+  const Reply reply = state_->requests.use(OpenRequests::Tap{client, port, *devicePort, made});
+  state_->settle(now);
+  return reply;
 }
 
 device::Status Service::untap(ClientId client, EventPortId port, std::string_view name, device::Time now) {
@@ -228,7 +290,7 @@ device::Status Service::untap(ClientId client, EventPortId port, std::string_vie
   if (other && state_->taps.remove(client, port, *other) && !state_->taps.isTapped(*other)) {
     state_->use.tapsChanged(*other);
   }
-  state_->use.settle(SourcesAtOnce, now);
+  state_->settle(now);
   return device::Status::Ok;
 }
 
@@ -256,31 +318,17 @@ device::Status Service::inject(ClientId client, std::string_view name, const dev
   return device::Status::Ok;
 }
 
-device::Status Service::connect(const device::Link& link, device::Time now) {
-  if (!state_->bothExist(link)) return device::Status::NotFound;
-  state_->disconnectSevered(link);
-  if (!state_->mayConnect(link)) return device::Status::Refused;
-  auto status = state_->driver->patch(true, link, now);
-  if (!status) {
-    const std::uint64_t before = state_->graph.version();
-    status = state_->graph.connect(link);
-    if (state_->graph.version() != before) state_->graphChanged(true, link, SourceUse::Turn::Next);
-  }
-  state_->use.settle(SourcesAtOnce, now);
-  return *status;
+Reply Service::connect(const device::Link& link, device::Time now) {
+  if (!state_->bothExist(link)) return {device::Status::NotFound};
+  return state_->patch(true, link, now);
 }
 
-device::Status Service::disconnect(const device::Link& link, device::Time now) {
-  if (!state_->bothExist(link)) return device::Status::NotFound;
-  state_->disconnectSevered(link);
-  auto status = state_->driver->patch(false, link, now);
-  if (!status) {
-    status = state_->graph.disconnect(link);
-    if (status == device::Status::Ok) state_->graphChanged(false, link);
-  }
-  state_->use.settle(SourcesAtOnce, now);
-  return *status;
+Reply Service::disconnect(const device::Link& link, device::Time now) {
+  if (!state_->bothExist(link)) return {device::Status::NotFound};
+  return state_->patch(false, link, now);
 }
+
+std::vector<Answer> Service::takeAnswers() { return state_->requests.takeAnswers(); }
 
 std::vector<device::Link> Service::links() const { return state_->graph.links(); }
 
@@ -401,6 +449,7 @@ void Service::topologyChanged(device::Time /*now*/) {
   state_->endSevered();
   state_->homeless = state_->taps.unknown(state_->topology(), std::numeric_limits<std::size_t>::max());
   state_->moveTaps();
+  state_->use.forgetMissing(state_->topology());
   state_->router.forgetMissing(state_->topology());
   std::erase_if(state_->goneTold, [this](device::PortId port) {
     return state_->topology().exists(port) || !state_->taps.isTapped(port);
@@ -408,19 +457,14 @@ void Service::topologyChanged(device::Time /*now*/) {
   ++state_->topologyVersion;
 }
 
-void Service::lost(device::PortId source, std::uint64_t count, device::Time /*now*/) {
-  state_->lostBefore += count;
-  if (count == 0) ++state_->uncountedLosses;
-  // A client that taps several places misses the same messages, so it gets one loss.
-  std::set<ClientId> clients;
-  const auto enter = [&](device::PortId port) {
-    state_->taps.forEach(port, [&](const Tap& tap, const std::string& /*name*/) { clients.insert(tap.client); });
-  };
-  enter(source);
-  for (const auto& [order, sink] : state_->graph.neighbours(source)) {
-    if (!state_->graph.isSevered({source.group, source.index, sink.port.group, sink.port.index})) enter(sink.port);
-  }
-  for (const ClientId client : clients) state_->clients.addLossBefore(client, count);
+void Service::lost(device::PortId source, std::uint64_t count, device::Time /*now*/) { state_->lose(source, count); }
+
+void Service::patched(device::RequestId request, device::Status status, device::Time /*now*/) {
+  state_->requests.answered(request, status);
+}
+
+void Service::used(device::PortId source, device::Status status, device::Time /*now*/) {
+  state_->use.answered(source, status);
 }
 
 void Service::noted(std::string_view line) { state_->notes.push_back({std::string(line), false}); }

@@ -15,6 +15,7 @@
 #include "platform/service/client_id.h"
 #include "platform/service/counts.h"
 #include "platform/service/memory_ledger.h"
+#include "platform/service/open_requests.h"
 
 namespace service {
 
@@ -67,8 +68,8 @@ class Service : private device::DriverEvents {
   // user: whose client it is; any number. Memory is counted for each user.
   ClientId addClient(std::uint32_t user = 0);
 
-  // Ends the client's taps and drops its waiting events. An unknown client is no error, here and below: operations that
-  // return a status return NoSession, the others do nothing.
+  // Ends the client's taps and drops its waiting events, and the answers to its taps. An unknown client is no error,
+  // here and below: operations that return a status return NoSession, the others do nothing.
   //
   // No operation works for long. What would, as the end of many taps, takes effect at once for all clients, and advance
   // cleans up in pieces: call it after each operation that takes a time. Until then the driver may still report what
@@ -78,10 +79,10 @@ class Service : private device::DriverEvents {
 
   // Taps. holderBytes: the largest event (header included) that several records may share. Repeating a tap returns Ok
   // and changes nothing. NotFound: no port has that name. Refused: the client has as many taps, or event ports with
-  // taps, as it may (see TableLimits), or its user holds as much memory as it may. untap returns Nothing if there is no
-  // such tap.
-  device::Status tap(ClientId client, EventPortId port, std::string_view name, std::uint32_t holderBytes,
-                     device::Time now);
+  // taps, as it may (see TableLimits), its user holds as much memory as it may, or the device cannot receive from a
+  // source that the tap needs; then there is no tap. If the device finds that out only later, each client with such a
+  // tap gets a loss of unknown size. untap returns Nothing if there is no such tap.
+  Reply tap(ClientId client, EventPortId port, std::string_view name, std::uint32_t holderBytes, device::Time now);
   device::Status untap(ClientId client, EventPortId port, std::string_view name, device::Time now);
   void untapAll(ClientId client, EventPortId port, device::Time now);
 
@@ -95,9 +96,10 @@ class Service : private device::DriverEvents {
   device::Status inject(ClientId client, std::string_view name, const device::Message& message, device::Time now);
 
   // Patch graph. connect returns Refused if there are as many connections as there may be, or the device does not make
-  // this one. graphVersion counts changes. takeGraphChanges returns all changes since its last call, by anyone.
-  device::Status connect(const device::Link& link, device::Time now);
-  device::Status disconnect(const device::Link& link, device::Time now);
+  // this one; see Driver::patch for disconnect. graphVersion counts changes. takeGraphChanges returns all changes since
+  // its last call, by anyone.
+  Reply connect(const device::Link& link, device::Time now);
+  Reply disconnect(const device::Link& link, device::Time now);
   std::vector<device::Link> links() const;
   std::vector<CarriedLink> connections() const;  // like links
 
@@ -109,6 +111,10 @@ class Service : private device::DriverEvents {
   std::vector<CarriedLink> connectionsAfter(LinkPosition& position, std::size_t most) const;
   std::uint64_t graphVersion() const;
   std::vector<GraphChange> takeGraphChanges();
+
+  // Returns the later answers to requests since the last call. A change of the patch graph precedes the answer to the
+  // request that made it.
+  std::vector<Answer> takeAnswers();
 
   const device::Topology& topology() const;
 
@@ -193,6 +199,8 @@ class Service : private device::DriverEvents {
   void unlinked(const device::Link& link, device::Time now) override;
   void topologyChanged(device::Time now) override;
   void lost(device::PortId source, std::uint64_t count, device::Time now) override;
+  void patched(device::RequestId request, device::Status status, device::Time now) override;
+  void used(device::PortId source, device::Status status, device::Time now) override;
   void noted(std::string_view line) override;
   void warned(std::string_view line) override;
 

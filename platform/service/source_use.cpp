@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <limits>
+#include <utility>
 #include <vector>
 
 namespace service {
@@ -34,6 +35,8 @@ void SourceUse::tapsChanged(device::PortId port, Turn turn) {
 
 bool SourceUse::settle(std::size_t most, device::Time now) {
   if (unsettled_.empty()) return false;
+  // Requests wait for what was left.
+  if (wasCut_) news_ = true;
   while (most > 0 && !unsettled_.empty()) {
     const device::PortId port = unsettled_.front();
     unsettled_.pop_front();
@@ -44,6 +47,7 @@ bool SourceUse::settle(std::size_t most, device::Time now) {
       most -= settleSink(port, most, now);
     }
   }
+  wasCut_ = !unsettled_.empty();
   return true;
 }
 
@@ -92,7 +96,81 @@ void SourceUse::refresh(device::PortId source, device::Time now) {
     sources_.erase(source);
   }
   if (isUsed == wasUsed) return;
-  driver_.setUsed(source, isUsed, now);
+  if (!isUsed) {
+    forgetAnswer(source);
+    driver_.setUsed(source, false, now);
+    return;
+  }
+  unanswered_.insert(source);
+  // The driver may also have answered inside the call.
+  if (const auto status = driver_.setUsed(source, true, now)) enter(source, *status);
+}
+
+void SourceUse::answered(device::PortId source, device::Status status) {
+  const Source* known = sources_.find(source);
+  if (known == nullptr || !known->isUsed || known->answer == status) return;
+  enter(source, status);
+  news_ = true;
+}
+
+void SourceUse::enter(device::PortId source, device::Status status) {
+  sources_[source].answer = status;
+  unanswered_.erase(source);
+  if (status == device::Status::Refused) {
+    unusable_.insert(source);
+    refused_.insert(source);
+  } else {
+    // A refusal that nobody has heard of yet stays in refused_: something was lost.
+    unusable_.erase(source);
+  }
+}
+
+void SourceUse::forgetAnswer(device::PortId source) {
+  // Nobody waits for it any more.
+  if (unanswered_.erase(source) > 0) news_ = true;
+  unusable_.erase(source);
+  refused_.erase(source);
+}
+
+void SourceUse::forgetMissing(const device::Topology& topology) {
+  for (const auto& sources : {std::set(unanswered_), std::set(unusable_)}) {
+    for (const device::PortId source : sources) {
+      if (!topology.exists(source)) answered(source, device::Status::Ok);
+    }
+  }
+}
+
+std::optional<device::Status> SourceUse::state(device::PortId port) const {
+  if (port.side == device::Side::Sink) return stateOfSink(port);
+  const Source* known = sources_.find(port);
+  if (known != nullptr && known->isUsed) return known->answer;
+  return isWanted(port) ? std::nullopt : std::optional(device::Status::Ok);
+}
+
+std::optional<device::Status> SourceUse::stateOfSink(device::PortId sink) const {
+  if (walked_.contains(sink)) return std::nullopt;
+  bool isKnown = true;
+  // Returns false if the sink needs the source, and it cannot be used.
+  const auto look = [&](device::PortId source) {
+    const Source* known = sources_.find(source);
+    if (known == nullptr || !known->isUsed || !known->tapped.contains(sink)) return true;
+    isKnown &= known->answer.has_value();
+    return known->answer != device::Status::Refused;
+  };
+  // Walks what is shorter: the connections of the sink, or the sources that are in question.
+  const auto& connections = graph_.neighbours(sink);
+  const bool isUsable =
+      connections.size() < unanswered_.size() + unusable_.size()
+          ? std::ranges::all_of(connections, [&](const auto& entry) { return look(entry.second.port); })
+          : std::ranges::all_of(unusable_, look) && std::ranges::all_of(unanswered_, look);
+  if (!isUsable) return device::Status::Refused;
+  return isKnown ? std::optional(device::Status::Ok) : std::nullopt;
+}
+
+std::vector<device::PortId> SourceUse::takeRefused(std::size_t most) {
+  std::vector<device::PortId> taken;
+  while (!refused_.empty() && taken.size() < most) taken.push_back(refused_.extract(refused_.begin()).value());
+  return taken;
 }
 
 }  // namespace service

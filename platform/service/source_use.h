@@ -5,7 +5,10 @@
 #include <cstdint>
 #include <deque>
 #include <map>
+#include <optional>
 #include <set>
+#include <utility>
+#include <vector>
 
 #include "platform/device/driver.h"
 #include "platform/device/port.h"
@@ -16,7 +19,7 @@
 namespace service {
 
 // A source is used while a client taps it or a sink connected to it, and while the service carries one of its
-// connections. Tells the driver when that changes (see Driver::setUsed).
+// connections. Tells the driver when that changes (see Driver::setUsed), and knows what the driver says of it.
 //
 // A driver may report changes inside its operations, where it must not be called. And a change may concern any number
 // of sources. So changes are only noted here, and settled piece by piece when the operation has returned.
@@ -42,15 +45,39 @@ class SourceUse {
   // True while something remains to settle.
   bool isUnsettled() const { return !unsettled_.empty(); }
 
+  // The driver said whether a source can be used (see DriverEvents::used). Ignores sources that are not used.
+  void answered(device::PortId source, device::Status status);
+
+  // Ports were removed: no answer follows for their sources, which are used when they return. Then the driver may
+  // refuse them again.
+  void forgetMissing(const device::Topology& topology);
+
+  // What the driver says of the sources that a tap of this port needs: Refused if one of them cannot be used; nullopt
+  // if there is no answer yet for one of them; else Ok.
+  std::optional<device::Status> state(device::PortId port) const;
+
+  // Returns true, once, if state may have become known for a port since the last call.
+  bool takeNews() { return std::exchange(news_, false); }
+
+  // Returns, each once, up to `most` of the used sources that the driver has refused.
+  std::vector<device::PortId> takeRefused(std::size_t most);
+
+  // True while takeRefused has something to return.
+  bool hasRefused() const { return !refused_.empty(); }
+
  private:
   struct Source {
-    bool isUsed = false;                // as last reported to the driver
-    std::set<device::PortId> tapped{};  // connected sinks that are tapped
+    bool isUsed = false;                     // as last reported to the driver
+    std::optional<device::Status> answer{};  // of the driver, while it is used
+    std::set<device::PortId> tapped{};       // connected sinks that are tapped
   };
 
   void enter(device::PortId port, Turn turn);
   bool isWanted(device::PortId source) const;
   void refresh(device::PortId source, device::Time now);
+  void enter(device::PortId source, device::Status status);
+  void forgetAnswer(device::PortId source);
+  std::optional<device::Status> stateOfSink(device::PortId sink) const;
   void note(device::PortId source, device::PortId sink, bool isTapped);
   std::size_t settleSink(device::PortId sink, std::size_t most, device::Time now);
 
@@ -58,7 +85,12 @@ class SourceUse {
   const PatchGraph& graph_;
   const TapTable& taps_;
   PortMap<Source> sources_;
-  std::deque<device::PortId> unsettled_;           // each sink once
+  std::deque<device::PortId> unsettled_;  // each sink once
+  std::set<device::PortId> unanswered_;   // used, without an answer
+  std::set<device::PortId> unusable_;     // used, and refused
+  std::set<device::PortId> refused_;      // see takeRefused
+  bool news_ = false;
+  bool wasCut_ = false;                            // settle left something
   std::map<device::PortId, std::int64_t> walked_;  // of each unsettled sink: its connections up to here are settled
 };
 

@@ -17,6 +17,7 @@
 #include "platform/streamctl/output.h"
 #include "platform/streamctl/service_client.h"
 #include "platform/streamctl/stop_signals.h"
+#include "platform/system/printable.h"
 
 namespace streamctl {
 namespace {
@@ -84,6 +85,7 @@ std::optional<std::string> tap(channel::Session& session, const std::string& por
   const auto status = session.tap(EventPort, port, HolderBytes);
   if (status == device::Status::Ok) return std::nullopt;
   if (status == device::Status::NotFound) return noSuchPort(port);
+  if (status == device::Status::Refused) return "cannot receive from port: " + sys::printable(port);
   return channel::addressLine(session.address(), "the service does not answer");
 }
 

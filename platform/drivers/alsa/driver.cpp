@@ -48,12 +48,12 @@ class AlsaDriver : public device::Driver {
     return key ? feeds_.send(addressOf(*key), message, now) : device::Delivery::Taken;
   }
 
-  void setUsed(device::PortId source, bool used, device::Time /*now*/) override {
-    taps_.setUsed(source, used, *events_);
+  std::optional<device::Status> setUsed(device::PortId source, bool used, device::Time /*now*/) override {
+    return taps_.setUsed(source, used, *events_);
   }
 
   std::optional<device::Time> advance(device::Time now) override;
-  std::optional<device::Status> patch(bool made, const device::Link& link, device::Time now) override;
+  bool patch(device::RequestId request, bool made, const device::Link& link, device::Time now) override;
   bool behind() const override { return feeds_.behind(); }
   void finish(device::Time /*now*/) override { feeds_.finish(*events_); }
 
@@ -76,7 +76,7 @@ class AlsaDriver : public device::Driver {
 
 void AlsaDriver::readAll(device::Time now) {
   feeds_.setReceivers(graph_.readAll(*events_, now), now);
-  taps_.refresh(*events_);
+  taps_.refresh(*events_, now);
 }
 
 std::optional<device::Time> AlsaDriver::advance(device::Time now) {
@@ -97,7 +97,7 @@ std::optional<device::Time> AlsaDriver::advance(device::Time now) {
       readAll(now);
     } else {
       for (const Subscription& subscription : due.subscriptions) graph_.readLink(subscription, *events_, now);
-      taps_.refresh(*events_);
+      taps_.refresh(*events_, now);
     }
   }
   const auto next = feeds_.advance(*events_, now);
@@ -111,8 +111,10 @@ bool AlsaDriver::takeEvents(device::Time now) {
   return taken_ < batch_.size();
 }
 
-std::optional<device::Status> AlsaDriver::patch(bool made, const device::Link& link, device::Time now) {
-  return graph_.patch(made, link, *events_, now);
+// The kernel answers at once.
+bool AlsaDriver::patch(device::RequestId request, bool made, const device::Link& link, device::Time now) {
+  events_->patched(request, graph_.patch(made, link, *events_, now), now);
+  return true;
 }
 
 // The library would write to standard error, which belongs to the program.

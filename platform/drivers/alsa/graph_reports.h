@@ -32,7 +32,7 @@ class GraphReports {
   // Reads one connection and reports the difference.
   void readLink(const Subscription& subscription, device::DriverEvents& events, device::Time now);
 
-  // See device::Driver::patch.
+  // See device::Driver::patch; returns the answer.
   device::Status patch(bool made, const device::Link& link, device::DriverEvents& events, device::Time now);
 
  private:

@@ -4,22 +4,30 @@
 
 namespace drivers::alsa {
 
-void SourceTaps::setUsed(device::PortId source, bool used, device::DriverEvents& events) {
+device::Status SourceTaps::setUsed(device::PortId source, bool used, device::DriverEvents& events) {
   if (used) {
-    ensure(source, taps_[source], events);
-    return;
+    Tap& tap = taps_[source];
+    ensure(source, tap, events);
+    return tap.refused ? device::Status::Refused : device::Status::Ok;
   }
   const auto found = taps_.find(source);
-  if (found == taps_.end()) return;
+  if (found == taps_.end()) return device::Status::Ok;
   if (const auto address = found->second.address) {
     input_.client().unsubscribe({*address, input_.port()});
     sources_.erase(*address);
   }
   taps_.erase(found);
+  return device::Status::Ok;
 }
 
-void SourceTaps::refresh(device::DriverEvents& events) {
-  for (auto& [source, tap] : taps_) ensure(source, tap, events);
+void SourceTaps::refresh(device::DriverEvents& events, device::Time now) {
+  for (auto& [source, tap] : taps_) {
+    const bool wasRefused = tap.refused;
+    ensure(source, tap, events);
+    if (tap.refused != wasRefused) {
+      events.used(source, tap.refused ? device::Status::Refused : device::Status::Ok, now);
+    }
+  }
 }
 
 void SourceTaps::ensure(device::PortId source, Tap& tap, device::DriverEvents& events) {

@@ -18,11 +18,13 @@ class SourceTaps {
   // Both must outlive this object.
   SourceTaps(const Input& input, const PortBook& book) : input_(input), book_(book) {}
 
-  // Takes effect before it returns. Logs a subscription that the sequencer refuses.
-  void setUsed(device::PortId source, bool used, device::DriverEvents& events);
+  // Takes effect before it returns. See device::Driver::setUsed for the result. Logs a subscription that the sequencer
+  // refuses.
+  device::Status setUsed(device::PortId source, bool used, device::DriverEvents& events);
 
-  // Call this when the book has changed or subscriptions may have ended: makes those that are missing.
-  void refresh(device::DriverEvents& events);
+  // Call this when the book has changed or subscriptions may have ended: makes those that are missing, and reports
+  // sources that cannot be used any more, or can be used again.
+  void refresh(device::DriverEvents& events, device::Time now);
 
   // Reports the messages or losses of used sources that an event stands for.
   void take(const QueuedEvent& event, device::DriverEvents& events, device::Time now);

@@ -32,10 +32,12 @@ class DescribedDevice : public device::Driver {
     return device::Delivery::Taken;
   }
 
-  void setUsed(device::PortId source, bool used, device::Time now) override {
-    if (!used) return;
-    const auto [first, last] = players_.equal_range(source);
-    for (auto player = first; player != last; ++player) player->second->start(now);
+  std::optional<device::Status> setUsed(device::PortId source, bool used, device::Time now) override {
+    if (used) {
+      const auto [first, last] = players_.equal_range(source);
+      for (auto player = first; player != last; ++player) player->second->start(now);
+    }
+    return device::Status::Ok;
   }
 
   std::optional<device::Time> advance(device::Time now) override {

@@ -10,7 +10,9 @@ namespace drivers::jack {
 
 struct Change {
   enum class Kind {
-    Ports,         // ports or a client were added or removed
+    Ports,         // ports were added or removed
+    ClientCame,    // a client with the name source
+    ClientLeft,    // the same
     Renamed,       // a port has a new name and keeps its connections
     Connected,     // from source to sink
     Disconnected,  // from source to sink
@@ -18,7 +20,7 @@ struct Change {
   };
 
   Kind kind = Kind::Ports;
-  std::string source{};  // full names of ports
+  std::string source{};  // the full name of a port, or the name of a client
   std::string sink{};
 };
 

@@ -74,8 +74,10 @@ bool Client::activate() {
   const auto portsChanged = [](jack_port_id_t, int, void* self) {
     uncancelled([=] { static_cast<Client*>(self)->tell({Change::Kind::Ports}); });
   };
-  const auto clientsChanged = [](const char*, int, void* self) {
-    uncancelled([=] { static_cast<Client*>(self)->tell({Change::Kind::Ports}); });
+  const auto clientsChanged = [](const char* name, int came, void* self) {
+    uncancelled([=] {
+      static_cast<Client*>(self)->tell({came != 0 ? Change::Kind::ClientCame : Change::Kind::ClientLeft, name});
+    });
   };
   const auto renamed = [](jack_port_id_t, const char*, const char*, void* self) {
     uncancelled([=] { static_cast<Client*>(self)->tell({Change::Kind::Renamed}); });
@@ -106,6 +108,7 @@ void Client::process(jack_nframes_t frames) {
   const auto ahead = static_cast<std::int32_t>(begin - next_.value_or(begin));
   if (ahead < 0) return;
   next_ = begin + frames;
+  periods_.fetch_add(1, std::memory_order_relaxed);
   bool wakes = false;
   if (ahead > 0) {
     skipped_.fetch_add((static_cast<jack_nframes_t>(ahead) + frames - 1) / frames);

@@ -47,6 +47,9 @@ class Client {
   // late. What was sent to the client in them is lost.
   std::uint64_t takeSkipped() { return skipped_.exchange(0); }
 
+  // How many periods have run with this client. Stands still while the server is halted.
+  std::uint64_t periods() const { return periods_.load(std::memory_order_relaxed); }
+
   ChangeQueue& changes() { return changes_; }
   Input& input() { return input_; }
   Output& output() { return output_; }
@@ -70,6 +73,7 @@ class Client {
   jack_client_t* client_ = nullptr;
   std::string prefix_;
   std::atomic<std::uint64_t> skipped_{0};
+  std::atomic<std::uint64_t> periods_{0};
   std::optional<jack_nframes_t> next_;  // for the process callback: when the next period begins
 };
 

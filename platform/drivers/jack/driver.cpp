@@ -1,7 +1,6 @@
 #include "platform/drivers/jack/driver.h"
 
 #include <chrono>
-#include <csignal>
 #include <optional>
 #include <string>
 #include <utility>
@@ -9,8 +8,9 @@
 #include "platform/drivers/foreign/burst_log.h"
 #include "platform/drivers/foreign/sendable.h"
 #include "platform/drivers/jack/client.h"
-#include "platform/drivers/jack/client_opener.h"
 #include "platform/drivers/jack/graph_reports.h"
+#include "platform/drivers/jack/patches.h"
+#include "platform/drivers/jack/server_thread.h"
 #include "platform/drivers/jack/sink_feeds.h"
 #include "platform/drivers/jack/source_taps.h"
 #include "platform/system/earliest.h"
@@ -26,16 +26,20 @@ constexpr device::Time BetweenSkipLines = 10s;
 // Bytes of events in one call; about four thousand short events.
 constexpr std::size_t PieceBytes = std::size_t{64} * 1024;
 constexpr std::size_t ManyWaitingBytes = std::size_t{256} * 1024;
+// After so long without a period, nothing moves for long.
+constexpr device::Time HaltedAfter = 1s;
+// A request that runs so long is not only one of many that wait.
+constexpr device::Time SilentAfter = 1s;
 
 class JackDriver : public device::Driver {
  public:
-  JackDriver(std::shared_ptr<sys::EventDescriptor> wakeup, std::unique_ptr<ClientOpener> opener)
-      : wakeup_(std::move(wakeup)), opener_(std::move(opener)) {}
+  JackDriver(std::shared_ptr<sys::EventDescriptor> wakeup, std::unique_ptr<ServerThread> server)
+      : wakeup_(std::move(wakeup)), server_(std::move(server)) {}
 
   ~JackDriver() override {
     if (!client_) return;
     feeds_.finish(*client_);
-    opener_->close(std::move(client_));
+    server_->close(std::move(client_));
   }
 
   // Call before start. Takes over an open client.
@@ -48,36 +52,43 @@ class JackDriver : public device::Driver {
   void startWithout(std::string cause) { noClient_ = std::move(cause); }
 
   const device::Topology& topology() const override { return graph_.ports().topology(); }
-  bool behind() const override { return feeds_.waitingBytes() > ManyWaitingBytes; }
+  // While the server is halted, senders to other devices must not wait for it.
+  bool behind() const override { return !halted_ && feeds_.waitingBytes() > ManyWaitingBytes; }
 
   device::Started start(device::DriverEvents& events, device::Time now) override;
   device::Delivery deliver(device::PortId sink, const device::Message& message, device::Time now) override;
-  void setUsed(device::PortId source, bool used, device::Time now) override;
+  std::optional<device::Status> setUsed(device::PortId source, bool used, device::Time now) override;
   std::optional<device::Time> advance(device::Time now) override;
-  std::optional<device::Status> patch(bool made, const device::Link& link, device::Time now) override;
+  bool patch(device::RequestId request, bool made, const device::Link& link, device::Time now) override;
   void finish(device::Time now) override;
 
  private:
-  void outliveServers();
+  void watchPeriods(device::Time now);
+  void noteSilence(device::Time now);
   bool countSkipped(device::Time now);
   void lookForClient(device::Time now);
   void clientGone(device::Time now);
 
   std::shared_ptr<sys::EventDescriptor> wakeup_;
-  std::unique_ptr<ClientOpener> opener_;
+  std::unique_ptr<ServerThread> server_;
   std::unique_ptr<Client> client_;  // null while no server runs
   std::string noClient_;            // why there was none at the start
   device::DriverEvents* events_ = nullptr;
   GraphReports graph_;
-  SourceTaps taps_;
+  Patches patches_{*server_};
+  SourceTaps taps_{*server_};
   BurstLog bursts_;
-  SinkFeeds feeds_{bursts_};
+  SinkFeeds feeds_{*server_, bursts_};
   bool wasThere_ = false;  // a server has run before
-  bool outlives_ = false;
+  bool halted_ = false;    // the server runs no periods
+  std::uint64_t periods_ = 0;
+  device::Time lastPeriod_{};            // when periods_ last grew
+  std::optional<std::uint64_t> silent_;  // requests done when one took too long; the server has not answered since
 };
 
 device::Started JackDriver::start(device::DriverEvents& events, device::Time now) {
   events_ = &events;
+  lastPeriod_ = now;
   wasThere_ = client_ != nullptr;
   if (wasThere_) {
     graph_.readLinks(*client_, *events_, now);
@@ -103,37 +114,32 @@ device::Delivery JackDriver::deliver(device::PortId sink, const device::Message&
   return delivery;
 }
 
-void JackDriver::setUsed(device::PortId source, bool used, device::Time /*now*/) {
-  taps_.setUsed(client_.get(), graph_.ports(), source, used);
-}
-
-// A request to a dying server must not end the process. The service's thread blocks SIGPIPE, because the thread that
-// starts the driver belongs to the program.
-void JackDriver::outliveServers() {
-  if (std::exchange(outlives_, true)) return;
-  sigset_t pipe;
-  sigemptyset(&pipe);
-  sigaddset(&pipe, SIGPIPE);
-  pthread_sigmask(SIG_BLOCK, &pipe, nullptr);
+std::optional<device::Status> JackDriver::setUsed(device::PortId source, bool used, device::Time now) {
+  return taps_.setUsed(client_.get(), graph_.ports(), source, used, silent_.has_value(), now);
 }
 
 std::optional<device::Time> JackDriver::advance(device::Time now) {
-  outliveServers();
   wakeup_->clear();
   lookForClient(now);
+  watchPeriods(now);
   std::optional<device::Time> next;
   if (client_) {
     // Reports what a client sent before reporting that it disconnected.
     const bool more = taps_.take(*client_, *events_, now, PieceBytes);
     if (countSkipped(now)) taps_.skipped();
-    if (!graph_.readChanges(*client_, *events_, now)) {
+    if (!graph_.readChanges(*client_, patches_, *events_, now)) {
       clientGone(now);
     } else if (more) {
       next = now;
     } else if (graph_.tapsDue() && *graph_.tapsDue() <= now) {
       graph_.tapsRestored();
-      if (const auto line = taps_.restore(*client_, graph_.ports())) events_->noted(*line);
+      taps_.restore(*client_, graph_.ports());
     }
+  }
+  if (client_) {
+    sys::keepEarlier(next, patches_.advance(*events_, now));
+    sys::keepEarlier(next, taps_.advance(*client_, *events_, now));
+    noteSilence(now);
   }
   sys::keepEarlier(next, taps_.tellSkipped(*events_, now));
   if (client_) sys::keepEarlier(next, feeds_.pump(*client_, graph_.ports(), now));
@@ -142,13 +148,44 @@ std::optional<device::Time> JackDriver::advance(device::Time now) {
   return next;
 }
 
-std::optional<device::Status> JackDriver::patch(bool made, const device::Link& link, device::Time now) {
-  return client_ ? graph_.patch(*client_, made, link, *events_, now) : device::Status::NotFound;
+bool JackDriver::patch(device::RequestId request, bool made, const device::Link& link, device::Time now) {
+  const auto source = graph_.ports().name(link.source());
+  const auto sink = graph_.ports().name(link.sink());
+  if (silent_) {
+    // Whoever makes many requests, one after the other, waits only for the first.
+    events_->patched(request, device::Status::Refused, now);
+  } else if (client_ && source && sink) {
+    patches_.ask(*client_, request, made, link, {*source, *sink}, *events_, now);
+  } else {
+    events_->patched(request, device::Status::NotFound, now);
+  }
+  return true;
 }
 
 void JackDriver::finish(device::Time now) {
   countSkipped(now);
   bursts_.finish([&](std::string_view line) { events_->noted(line); });
+}
+
+void JackDriver::watchPeriods(device::Time now) {
+  if (!client_) return;
+  if (client_->periods() != periods_) {
+    periods_ = client_->periods();
+    lastPeriod_ = now;
+  }
+  halted_ = now - lastPeriod_ > HaltedAfter;
+}
+
+void JackDriver::noteSilence(device::Time now) {
+  const bool tooLong = patches_.takeTooLong() | taps_.takeTooLong();
+  const auto runsSince = server_->runsSince();
+  if (tooLong && !silent_ && runsSince && now - *runsSince > SilentAfter) {
+    silent_ = server_->doneCount();
+    events_->noted("the JACK server does not answer");
+  } else if (silent_ && server_->doneCount() != *silent_) {
+    silent_.reset();
+    events_->noted("the JACK server answers again");
+  }
 }
 
 // Returns true if there were any.
@@ -161,17 +198,18 @@ bool JackDriver::countSkipped(device::Time now) {
 }
 
 void JackDriver::lookForClient(device::Time now) {
-  auto opened = opener_->result();
+  auto opened = server_->result();
   if (!opened) return;
   if (auto* client = std::get_if<std::unique_ptr<Client>>(&*opened)) {
     client_ = std::move(*client);
+    lastPeriod_ = now;
     events_->warned(wasThere_ ? "connected to the JACK server again" : "connected to the JACK server");
     wasThere_ = true;
     graph_.readPorts(*client_, *events_, now);
     graph_.readLinks(*client_, *events_, now);
   } else {
     // The first try failed after openJack had stopped waiting for it.
-    opener_->open(true);
+    server_->open(true);
   }
 }
 
@@ -180,8 +218,11 @@ void JackDriver::clientGone(device::Time now) {
   }
   taps_.clientGone(*events_, now);
   feeds_.clientGone(*client_, now);
-  opener_->close(std::move(client_));
-  opener_->open(true);
+  patches_.clientGone(*events_, now);
+  server_->close(std::move(client_));
+  server_->open(true);
+  halted_ = false;
+  silent_.reset();
   events_->warned("connection to the JACK server lost");
   graph_.clientGone(*events_, now);
 }
@@ -193,15 +234,15 @@ namespace drivers {
 
 std::variant<std::unique_ptr<device::Driver>, std::string> openJack(Absent absent) {
   auto wakeup = std::make_shared<sys::EventDescriptor>();
-  auto opener = std::make_unique<jack::ClientOpener>(wakeup);
-  opener->open(false);
-  auto opened = opener->result(jack::PatienceAtTheStart);
+  auto server = std::make_unique<jack::ServerThread>(wakeup);
+  server->open(false);
+  auto opened = server->result(jack::PatienceAtTheStart);
   const std::string* problem = opened ? std::get_if<std::string>(&*opened) : nullptr;
   const std::string cause = problem != nullptr ? *problem : "the JACK server does not answer";
   const bool isOpen = opened && problem == nullptr;
   if (absent == Absent::Fails && !isOpen) return cause;
-  if (problem != nullptr) opener->open(true);
-  auto driver = std::make_unique<jack::JackDriver>(std::move(wakeup), std::move(opener));
+  if (problem != nullptr) server->open(true);
+  auto driver = std::make_unique<jack::JackDriver>(std::move(wakeup), std::move(server));
   if (isOpen) {
     driver->adopt(std::get<0>(std::move(*opened)));
   } else {

@@ -1,7 +1,6 @@
 #include "platform/drivers/jack/graph.h"
 
 #include <jack/jack.h>
-#include <jack/session.h>
 
 #include <cstring>
 
@@ -33,13 +32,6 @@ std::vector<JackPort> readPorts(jack_client_t* client, const std::string& ownPre
 std::vector<std::string> connectionsOf(jack_client_t* client, const std::string& port) {
   const jack_port_t* found = jack_port_by_name(client, port.c_str());
   return found == nullptr ? std::vector<std::string>() : taken(jack_port_get_all_connections(client, found));
-}
-
-bool clientRuns(jack_client_t* client, const std::string& name) {
-  char* uuid = jack_get_uuid_for_client_name(client, name.c_str());
-  if (uuid == nullptr) return false;
-  jack_free(uuid);
-  return true;
 }
 
 }  // namespace drivers::jack

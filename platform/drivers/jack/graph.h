@@ -17,7 +17,4 @@ std::vector<JackPort> readPorts(jack_client_t* client, const std::string& ownPre
 // take effect, blocks until then, up to a period.
 std::vector<std::string> connectionsOf(jack_client_t* client, const std::string& port);
 
-// True if the client is connected. Asks the server.
-bool clientRuns(jack_client_t* client, const std::string& name);
-
 }  // namespace drivers::jack

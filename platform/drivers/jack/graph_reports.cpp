@@ -1,8 +1,5 @@
 #include "platform/drivers/jack/graph_reports.h"
 
-#include <jack/jack.h>
-
-#include <cerrno>
 #include <chrono>
 #include <cstdint>
 
@@ -18,14 +15,15 @@ constexpr device::Time BetweenRestores = std::chrono::seconds(1);
 
 void GraphReports::begin(const Client& client) {
   ports_.update(jack::readPorts(client.handle(), client.portPrefix()));
+  enterClients();
   clientLog_.update(ports_.clients());
 }
 
 void GraphReports::readPorts(const Client& client, device::DriverEvents& events, device::Time now) {
   stale_ = false;
-  jack_client_t* handle = client.handle();
-  const bool changed = ports_.update(jack::readPorts(handle, client.portPrefix()));
-  const auto stillRuns = [handle](const std::string& name) { return clientRuns(handle, name); };
+  const bool changed = ports_.update(jack::readPorts(client.handle(), client.portPrefix()));
+  enterClients();
+  const auto stillRuns = [this](const std::string& name) { return running_.contains(name); };
   for (const std::string& line : clientLog_.update(ports_.clients(), stillRuns)) events.noted(line);
   if (changed) events.topologyChanged(now);
   // A port that returned unnoticed also needs its tap again.
@@ -45,18 +43,26 @@ void GraphReports::readLinks(const Client& client, device::DriverEvents& events,
   }
 }
 
-bool GraphReports::readChanges(Client& client, device::DriverEvents& events, device::Time now) {
+bool GraphReports::readChanges(Client& client, Patches& patches, device::DriverEvents& events, device::Time now) {
   for (const Change& change : client.changes().take()) {
-    if (!readChange(change, client, events, now)) return false;
+    if (!readChange(change, client, patches, events, now)) return false;
   }
   if (stale_) readPorts(client, events, now);
   return true;
 }
 
 // Returns false if nothing follows.
-bool GraphReports::readChange(const Change& change, const Client& client, device::DriverEvents& events,
-                              device::Time now) {
+bool GraphReports::readChange(const Change& change, const Client& client, Patches& patches,
+                              device::DriverEvents& events, device::Time now) {
   switch (change.kind) {
+    case Change::Kind::ClientCame:
+      running_.insert(change.source);
+      stale_ = true;
+      return true;
+    case Change::Kind::ClientLeft:
+      running_.erase(change.source);
+      stale_ = true;
+      return true;
     case Change::Kind::Ports:
       stale_ = true;
       return true;
@@ -79,7 +85,7 @@ bool GraphReports::readChange(const Change& change, const Client& client, device
   }
   if (change.source.starts_with(prefix)) return true;
   if (stale_) readPorts(client, events, now);
-  if (!echoes_.isNews(change.source, change.sink, made)) return true;
+  if (!patches.isNews(change.source, change.sink, made)) return true;
   const auto link = ports_.link(change.source, change.sink);
   if (!link) return true;
   if (made) {
@@ -90,26 +96,13 @@ bool GraphReports::readChange(const Change& change, const Client& client, device
   return true;
 }
 
-device::Status GraphReports::patch(const Client& client, bool made, const device::Link& link,
-                                   device::DriverEvents& events, device::Time now) {
-  const auto source = ports_.name(link.source());
-  const auto sink = ports_.name(link.sink());
-  if (!source || !sink) return device::Status::NotFound;
-  if (made) {
-    const int result = jack_connect(client.handle(), source->c_str(), sink->c_str());
-    if (result != 0 && result != EEXIST) return device::Status::Refused;
-    if (result == 0) echoes_.expect(*source, *sink, true);
-    events.linked(link, now);
-  } else {
-    if (jack_disconnect(client.handle(), source->c_str(), sink->c_str()) != 0) return device::Status::NotFound;
-    echoes_.expect(*source, *sink, false);
-    events.unlinked(link, now);
-  }
-  return device::Status::Ok;
+// Clients that were there before ours have not been announced.
+void GraphReports::enterClients() {
+  for (const ForeignClient& client : ports_.clients()) running_.insert(client.name);
 }
 
 void GraphReports::clientGone(device::DriverEvents& events, device::Time now) {
-  echoes_.clear();
+  running_.clear();
   clientLog_.systemGone();
   stale_ = false;
   tapsDue_.reset();

@@ -2,13 +2,14 @@
 #pragma once
 
 #include <optional>
+#include <set>
 #include <string>
 
 #include "platform/device/driver.h"
 #include "platform/drivers/foreign/client_log.h"
 #include "platform/drivers/jack/changes.h"
 #include "platform/drivers/jack/client.h"
-#include "platform/drivers/jack/echoes.h"
+#include "platform/drivers/jack/patches.h"
 #include "platform/drivers/jack/port_directory.h"
 
 namespace drivers::jack {
@@ -28,12 +29,9 @@ class GraphReports {
   // Reads and reports all connections.
   void readLinks(const Client& client, device::DriverEvents& events, device::Time now);
 
-  // Reports what JACK has announced to the client. Returns false if the server has ended: then call clientGone.
-  bool readChanges(Client& client, device::DriverEvents& events, device::Time now);
-
-  // See device::Driver::patch. Blocks for a request.
-  device::Status patch(const Client& client, bool made, const device::Link& link, device::DriverEvents& events,
-                       device::Time now);
+  // Reports what JACK has announced to the client. patches: says what is news. Returns false if the server has ended:
+  // then call clientGone.
+  bool readChanges(Client& client, Patches& patches, device::DriverEvents& events, device::Time now);
 
   // The client was closed: reports that no port exists. Returning clients get no lines of their own.
   void clientGone(device::DriverEvents& events, device::Time now);
@@ -43,12 +41,14 @@ class GraphReports {
   void tapsRestored() { tapsDue_.reset(); }
 
  private:
-  bool readChange(const Change& change, const Client& client, device::DriverEvents& events, device::Time now);
+  bool readChange(const Change& change, const Client& client, Patches& patches, device::DriverEvents& events,
+                  device::Time now);
+  void enterClients();
 
   PortDirectory ports_;
   ClientLog clientLog_;
-  Echoes echoes_;
-  bool stale_ = false;  // ports were added or removed that ports_ does not know of yet
+  std::set<std::string> running_;  // names of clients that have not left, as far as we know
+  bool stale_ = false;             // ports were added or removed that ports_ does not know of yet
   std::optional<device::Time> tapsDue_;
 };
 

@@ -4,7 +4,6 @@
 #include <jack/midiport.h>
 
 #include <algorithm>
-#include <cassert>
 #include <cstring>
 #include <string>
 #include <vector>
@@ -75,19 +74,19 @@ bool Input::pushGap(Slot& slot) {
   return true;
 }
 
-std::optional<std::uint32_t> Input::open(jack_client_t* client) {
+bool Input::open(jack_client_t* client, std::uint32_t number) {
   const auto free = std::ranges::find_if(*slots_, [](const Slot& slot) { return slot.port.load() == nullptr; });
-  if (free == slots_->end()) return std::nullopt;
+  if (free == slots_->end()) return false;
   const std::size_t at = static_cast<std::size_t>(free - slots_->begin());
   const std::string name = "capture_" + std::to_string(at + 1);
   jack_port_t* port = jack_port_register(client, name.c_str(), JACK_DEFAULT_MIDI_TYPE, JackPortIsInput, 0);
-  if (port == nullptr) return std::nullopt;
-  free->number = ++lastNumber_;
+  if (port == nullptr) return false;
+  free->number = number;
   free->gap = false;
   free->lost = 0;
   free->port.store(port);
   used_.store(std::max(used_.load(), at + 1), std::memory_order_release);
-  return free->number;
+  return true;
 }
 
 const Input::Slot* Input::find(std::uint32_t number) const {
@@ -98,8 +97,7 @@ const Input::Slot* Input::find(std::uint32_t number) const {
 
 jack_port_t* Input::port(std::uint32_t number) const {
   const Slot* slot = find(number);
-  assert(slot != nullptr);
-  return slot->port.load();
+  return slot == nullptr ? nullptr : slot->port.load();
 }
 
 void Input::close(jack_client_t* client, std::uint32_t number) {

@@ -9,7 +9,6 @@
 #include <cstdint>
 #include <functional>
 #include <memory>
-#include <optional>
 #include <span>
 
 #include "platform/drivers/jack/process_gate.h"
@@ -30,15 +29,15 @@ class Input {
   // lock and does not allocate.
   bool process(jack_nframes_t frames);
 
-  // Service: makes a port. Returns its number, which no other port of this object has had; nullopt if JACK or this
-  // object has no port left. Blocks for a request.
-  std::optional<std::uint32_t> open(jack_client_t* client);
+  // Server's thread: makes a port with this number, which no other port of this object has had. Returns false if JACK
+  // or this object has no port left. Blocks for a request.
+  bool open(jack_client_t* client, std::uint32_t number);
 
-  // Service: returns the port with this number, which must be open.
+  // Server's thread: returns the port with this number; null if it is not open.
   jack_port_t* port(std::uint32_t number) const;
 
-  // Service: closes the port, with its connection. What the ring still holds of it keeps its number, which is no longer
-  // open. Blocks for a request.
+  // Server's thread: closes the port, if it is open, with its connection. What the ring still holds of it keeps its
+  // number. Blocks for a request.
   void close(jack_client_t* client, std::uint32_t number);
 
   using TakeEvent = std::function<void(std::uint32_t number, std::span<const std::uint8_t> event)>;
@@ -65,7 +64,6 @@ class Input {
   SpscRing ring_;
   std::unique_ptr<std::array<Slot, MaxPorts>> slots_;
   std::atomic<std::size_t> used_{0};  // slots from here on have never had a port
-  std::uint32_t lastNumber_ = 0;
 };
 
 }  // namespace drivers::jack

@@ -75,19 +75,23 @@ void Output::processSlot(Slot& slot, jack_port_t* port, jack_nframes_t frames) {
   }
 }
 
-std::optional<std::size_t> Output::open(jack_client_t* client) {
-  const auto free = std::ranges::find_if(*slots_, [](const Slot& slot) { return slot.port.load() == nullptr; });
+std::optional<std::size_t> Output::reserve() {
+  const auto free = std::ranges::find_if(*slots_, [](const Slot& slot) { return slot.ring == nullptr; });
   if (free == slots_->end()) return std::nullopt;
   const auto number = static_cast<std::size_t>(free - slots_->begin());
-  const std::string name = "playback_" + std::to_string(number + 1);
-  jack_port_t* port = jack_port_register(client, name.c_str(), JACK_DEFAULT_MIDI_TYPE, JackPortIsOutput, 0);
-  if (port == nullptr) return std::nullopt;
   free->ring = std::make_unique<SpscRing>(OutputRingBytes);
   free->settled.store(false);
   free->offset = 0;
-  free->port.store(port);
   used_.store(std::max(used_.load(), number + 1), std::memory_order_release);
   return number;
+}
+
+bool Output::open(jack_client_t* client, std::size_t number) {
+  const std::string name = "playback_" + std::to_string(number + 1);
+  jack_port_t* port = jack_port_register(client, name.c_str(), JACK_DEFAULT_MIDI_TYPE, JackPortIsOutput, 0);
+  if (port == nullptr) return false;
+  (*slots_)[number].port.store(port);
+  return true;
 }
 
 jack_port_t* Output::port(std::size_t number) const { return (*slots_)[number].port.load(); }
@@ -98,14 +102,13 @@ bool Output::settled(std::size_t number) const { return (*slots_)[number].settle
 
 bool Output::waits(std::size_t number) const { return (*slots_)[number].ring->size() > 0; }
 
-std::uint64_t Output::close(jack_client_t* client, std::size_t number) {
+Output::Closed Output::close(std::size_t number) {
   Slot& slot = (*slots_)[number];
-  jack_port_t* port = slot.port.exchange(nullptr);
+  Closed closed{.port = slot.port.exchange(nullptr)};
   gate_.pass();
-  jack_port_unregister(client, port);
-  const std::uint64_t messages = messagesIn(*slot.ring);
+  closed.messages = messagesIn(*slot.ring);
   slot.ring.reset();
-  return messages;
+  return closed;
 }
 
 }  // namespace drivers::jack

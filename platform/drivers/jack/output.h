@@ -27,13 +27,16 @@ class Output {
   // Process callback: fills the buffers of this period. Takes no lock and does not allocate.
   void process(jack_nframes_t frames);
 
-  // Service: makes a port with an empty ring. Returns its number; nullopt if JACK or this object has no port left.
-  // Blocks for a request.
-  std::optional<std::size_t> open(jack_client_t* client);
+  // Service: makes an empty ring for a port. Returns the number of both; nullopt if this object has none left.
+  std::optional<std::size_t> reserve();
 
-  // Service: returns the port with this number, which must be open, or the ring to write to for it. Both live until the
-  // port is closed.
+  // Server's thread: makes the port for a ring. Returns false if JACK has no port left. Blocks for a request.
+  bool open(jack_client_t* client, std::size_t number);
+
+  // Any thread: returns the port with this number, which lives until close; null before open.
   jack_port_t* port(std::size_t number) const;
+
+  // Service: returns the ring to write to, which lives until close.
   SpscRing& ring(std::size_t number);
 
   // Service: true if the port's connection was in effect in the last period.
@@ -42,14 +45,18 @@ class Output {
   // Service: true if something waits in the ring.
   bool waits(std::size_t number) const;
 
-  // Service: closes the port, with its connection, and drops what waits in its ring. Returns how many messages that
-  // were. Blocks for a request.
-  std::uint64_t close(jack_client_t* client, std::size_t number);
+  // Service: gives up the port and the ring, and drops what waits there. No open for them may be under way. port: null
+  // if it was not open; else the caller has JACK unregister it. messages: how many were dropped.
+  struct Closed {
+    jack_port_t* port = nullptr;
+    std::uint64_t messages = 0;
+  };
+  Closed close(std::size_t number);
 
  private:
   struct Slot {
     std::atomic<jack_port_t*> port{nullptr};
-    std::unique_ptr<SpscRing> ring;    // changes only while port is null
+    std::unique_ptr<SpscRing> ring;    // null: free; changes only while port is null
     std::atomic<bool> settled{false};  // the connection existed in the last period
     std::size_t offset = 0;            // for the process callback: how much of the ring's first piece has been sent
   };

@@ -15,7 +15,7 @@ class ProcessGate {
   void enter() { passes_.fetch_add(1); }
   void leave() { passes_.fetch_add(1); }
 
-  // For the service. Blocks until a callback that has begun before has ended, a fraction of a period. After that, the
+  // For other threads. Blocks until a callback that has begun before has ended, a fraction of a period. After that, the
   // callback no longer uses what was unpublished before the call.
   void pass() const {
     const std::uint64_t begun = passes_.load();

@@ -12,15 +12,17 @@
 #include "platform/drivers/foreign/burst_log.h"
 #include "platform/drivers/jack/client.h"
 #include "platform/drivers/jack/port_directory.h"
+#include "platform/drivers/jack/server_thread.h"
 #include "platform/drivers/jack/sink_queue.h"
 
 namespace drivers::jack {
 
-// Each sink that gets messages has an output port of ours, which is closed after ten idle seconds.
+// Each sink that gets messages has an output port of ours, which is closed after ten idle seconds. Messages wait until
+// the server has made the port.
 class SinkFeeds {
  public:
-  // bursts: counts what cannot be sent; must outlive this object.
-  explicit SinkFeeds(BurstLog& bursts) : bursts_(bursts) {}
+  // bursts: counts what cannot be sent. Both must outlive this object.
+  SinkFeeds(ServerThread& server, BurstLog& bursts) : server_(server), bursts_(bursts) {}
 
   // Sends the bytes of a message to a sink. What has no room now waits here. Returns true if pump must be called.
   bool send(Client& client, const PortDirectory& ports, device::PortId sink, std::span<const std::uint8_t> bytes,
@@ -30,7 +32,8 @@ class SinkFeeds {
   // nullopt if no port is open.
   std::optional<device::Time> pump(Client& client, const PortDirectory& ports, device::Time now);
 
-  // Blocks while it sends what waits, here and in the rings; gives up if nothing has moved for a second.
+  // Blocks while it sends what waits, here and in the rings; gives up if nothing has moved for a second. Does not wait
+  // for the server otherwise.
   void finish(Client& client);
 
   // Call this before the client is closed. Drops all that waits.
@@ -48,17 +51,25 @@ class SinkFeeds {
     std::size_t number;
     SinkQueue queue;
     device::Time lastUse{0};
-    device::Time lastTry{0};  // when it last tried to connect
+    device::Time lastTry{0};          // when it last tried to connect
+    ServerThread::Request request{};  // that makes the port or the connection; null: none is open
   };
   using Feeds = std::map<device::PortId, Feed>;
 
   std::size_t unsentBytes(Client& client) const;
+  // True if the server has refused the port or the connection.
+  bool isRefused(const Feed& feed) const;
+  void pumpQueue(Feed& feed);
 
   Feed* open(Client& client, const PortDirectory& ports, device::PortId sink, device::Time now);
-  static bool connect(Client& client, const std::string& sink, Feed& feed, device::Time now);
+  // The feed has no open request.
   // reason: of what is not sent, see unsent.
   Feeds::iterator close(Client& client, Feeds::iterator feed, std::string_view reason, device::Time now);
+  // Like close, but leaves the port to the caller; null if there is none.
+  std::pair<Feeds::iterator, jack_port_t*> drop(Client& client, Feeds::iterator feed, std::string_view reason,
+                                                device::Time now);
 
+  ServerThread& server_;
   BurstLog& bursts_;
   Feeds feeds_;
   std::size_t waiting_ = 0;

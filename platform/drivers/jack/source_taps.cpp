@@ -2,34 +2,104 @@
 
 #include <jack/jack.h>
 
+#include <cerrno>
+#include <iterator>
 #include <vector>
+
+#include "platform/system/earliest.h"
 
 namespace drivers::jack {
 
-void SourceTaps::setUsed(Client* client, const PortDirectory& ports, device::PortId source, bool used) {
+namespace {
+
+// On the server's thread. Connects a port to a source. What the source emits after the return arrives.
+void connectTap(Client& client, std::uint32_t number, const std::string& source) {
+  const jack_port_t* port = client.input().port(number);
+  if (port == nullptr) return;
+  const int result = jack_connect(client.handle(), source.c_str(), jack_port_name(port));
+  if (result == 0 || result == EEXIST) client.awaitConnection(port);
+}
+
+}  // namespace
+
+std::optional<device::Status> SourceTaps::setUsed(Client* client, const PortDirectory& ports, device::PortId source,
+                                                  bool used, bool silent, device::Time now) {
   if (!used) {
     used_.erase(source);
     skipped_.forget(source);
     if (client != nullptr) untap(*client, source);
-    return;
+    return device::Status::Ok;
   }
   used_.insert(source);
   const auto name = ports.name(source);
-  if (client == nullptr || !name || !tap(*client, *name, source)) return;
-  client->awaitConnection(client->input().port(taps_.at(source).number));
+  if (client == nullptr || !name) return device::Status::Ok;
+  Tap& made = tap(*client, *name, source, ServerThread::Turn::SomebodyWaits);
+  if (silent) return device::Status::Refused;
+  made.deadline = now + ServerPatience;
+  return std::nullopt;
 }
 
-std::optional<std::string> SourceTaps::restore(Client& client, const PortDirectory& ports) {
-  std::size_t without = 0;
+void SourceTaps::restore(Client& client, const PortDirectory& ports) {
   for (const device::PortId source : used_) {
     if (const auto name = ports.name(source)) {
-      if (!tap(client, *name, source)) ++without;
+      tap(client, *name, source, ServerThread::Turn::Last);
     } else {
       untap(client, source);
     }
   }
-  if (without == 0) return std::nullopt;
-  return "JACK has no port left to receive from " + std::to_string(without) + (without == 1 ? " source" : " sources");
+}
+
+std::optional<device::Time> SourceTaps::advance(Client& client, device::DriverEvents& events, device::Time now) {
+  std::optional<device::Time> next;
+  for (auto at = asked_.begin(); at != asked_.end();) {
+    Tap& tap = taps_.at(*at);
+    if (const auto result = server_.result(tap.request)) {
+      at = isDone(client, *at, *result, events, now) ? asked_.erase(at) : std::next(at);
+      continue;
+    }
+    if (tap.deadline && now >= *tap.deadline) {
+      // The request remains: the source stays used until the service says otherwise.
+      tap.deadline.reset();
+      tooLong_ = true;
+      events.used(*at, device::Status::Refused, now);
+    }
+    if (tap.deadline) sys::keepEarlier(next, *tap.deadline);
+    ++at;
+  }
+  if (asked_.empty()) noteMissing(events);
+  return next;
+}
+
+// Returns false if another request follows.
+bool SourceTaps::isDone(Client& client, device::PortId source, int result, device::DriverEvents& events,
+                        device::Time now) {
+  Tap& tap = taps_.at(source);
+  if (result == NoPort) {
+    ++missing_;
+    sources_.erase(tap.number);
+    taps_.erase(source);
+    events.used(source, device::Status::Refused, now);
+    return true;
+  }
+  tap.isNew = false;
+  if (const auto name = std::exchange(tap.next, std::nullopt)) {
+    tap.request = server_.ask([&client, number = tap.number, name = *name] {
+      connectTap(client, number, name);
+      return 0;
+    });
+    return false;
+  }
+  tap.request.reset();
+  tap.deadline.reset();
+  events.used(source, device::Status::Ok, now);
+  return true;
+}
+
+void SourceTaps::noteMissing(device::DriverEvents& events) {
+  if (missing_ == 0) return;
+  events.noted("JACK has no port left to receive from " + std::to_string(missing_) +
+               (missing_ == 1 ? " source" : " sources"));
+  missing_ = 0;
 }
 
 void SourceTaps::clientGone(device::DriverEvents& events, device::Time now) {
@@ -39,6 +109,9 @@ void SourceTaps::clientGone(device::DriverEvents& events, device::Time now) {
   }
   taps_.clear();
   sources_.clear();
+  asked_.clear();
+  missing_ = 0;
+  tooLong_ = false;
 }
 
 void SourceTaps::skipped() {
@@ -76,24 +149,53 @@ bool SourceTaps::take(Client& client, device::DriverEvents& events, device::Time
   return client.input().take(bytes, event, gap);
 }
 
-bool SourceTaps::tap(Client& client, const std::string& name, device::PortId source) {
-  auto found = taps_.find(source);
-  if (found == taps_.end()) {
-    const auto number = client.input().open(client.handle());
-    if (!number) return false;
-    found = taps_.emplace(source, Tap{*number}).first;
-    sources_.emplace(*number, source);
+SourceTaps::Tap& SourceTaps::tap(Client& client, const std::string& name, device::PortId source,
+                                 ServerThread::Turn turn) {
+  const auto [found, isNew] = taps_.try_emplace(source);
+  Tap& tap = found->second;
+  if (isNew) {
+    tap.number = ++lastNumber_;
+    tap.isNew = true;
+    sources_.emplace(tap.number, source);
+    tap.request = server_.ask(
+        [&client, number = tap.number, name] {
+          if (!client.input().open(client.handle(), number)) return NoPort;
+          connectTap(client, number, name);
+          return 0;
+        },
+        turn);
+  } else if (tap.request) {
+    // It may have found that the source does not exist.
+    tap.next = name;
+  } else {
+    // A connection that exists already stays.
+    tap.request = server_.ask(
+        [&client, number = tap.number, name] {
+          connectTap(client, number, name);
+          return 0;
+        },
+        turn);
   }
-  // A connection that exists already stays.
-  jack_connect(client.handle(), name.c_str(), jack_port_name(client.input().port(found->second.number)));
-  return true;
+  asked_.insert(source);
+  return tap;
 }
 
 void SourceTaps::untap(Client& client, device::PortId source) {
   const auto found = taps_.find(source);
   if (found == taps_.end()) return;
-  client.input().close(client.handle(), found->second.number);
-  sources_.erase(found->second.number);
+  const Tap& tap = found->second;
+  const bool never = tap.request && server_.withdraw(tap.request) == ServerThread::Withdrawn::Never;
+  if (!never || !tap.isNew) {
+    // Before ports are made that may need the room.
+    server_.ask(
+        [&client, number = tap.number] {
+          client.input().close(client.handle(), number);
+          return 0;
+        },
+        ServerThread::Turn::SomebodyWaits);
+  }
+  sources_.erase(tap.number);
+  asked_.erase(source);
   taps_.erase(found);
 }
 

@@ -38,9 +38,16 @@ class Teller : public device::DriverEvents {
   void lost(device::PortId source, std::uint64_t count, device::Time /*now*/) override {
     told.push_back("lost " + text(source) + " " + std::to_string(count));
   }
+  void patched(device::RequestId request, device::Status status, device::Time /*now*/) override {
+    told.push_back("patched " + std::to_string(static_cast<std::uint64_t>(request)) + " " + text(status));
+  }
+  void used(device::PortId source, device::Status status, device::Time /*now*/) override {
+    told.push_back("used " + text(source) + " " + text(status));
+  }
   void noted(std::string_view line) override { told.push_back("noted " + std::string(line)); }
   void warned(std::string_view line) override { told.push_back("warned " + std::string(line)); }
 
+  static std::string text(device::Status status) { return status == device::Status::Ok ? "ok" : "no"; }
   static std::string text(device::PortId port) {
     return std::to_string(port.group) + (port.side == device::Side::Source ? ">" : "<") + std::to_string(port.index);
   }
@@ -143,11 +150,24 @@ TEST_F(SideBySideTest, DriversConnectOnlyPortsOfOneDriver) {
   };
   one_->onPatch = patched(toldOne_);
   two_->onPatch = patched(toldTwo_);
-  EXPECT_EQ(joint_->patch(true, link(out(3, 0), in(2, 0)), {}), device::Status::Ok);
-  EXPECT_EQ(joint_->patch(false, link(out(0, 0), in(1, 0)), {}), device::Status::Ok);
-  EXPECT_EQ(joint_->patch(true, link(out(0, 0), in(2, 0)), {}), std::nullopt);
+  EXPECT_TRUE(joint_->patch(device::RequestId{7}, true, link(out(3, 0), in(2, 0)), {}));
+  EXPECT_TRUE(joint_->patch(device::RequestId{8}, false, link(out(0, 0), in(1, 0)), {}));
+  EXPECT_FALSE(joint_->patch(device::RequestId{9}, true, link(out(0, 0), in(2, 0)), {}));
+  EXPECT_EQ(teller_.told, (Told{"patched 7 ok", "patched 8 ok"}));
   EXPECT_EQ(toldOne_, Told{"end 0>0 1<0"});
   EXPECT_EQ(toldTwo_, Told{"make 1>0 0<0"});
+}
+
+TEST_F(SideBySideTest, LaterAnswersOfEachDriverReachTheService) {
+  two_->onRequest = [](device::RequestId, bool, const device::Link&) {};
+  two_->whetherUsable = [](device::PortId) { return std::nullopt; };
+  EXPECT_TRUE(joint_->patch(device::RequestId{7}, true, link(out(3, 0), in(2, 0)), {}));
+  EXPECT_EQ(joint_->setUsed(out(0, 0), true, {}), device::Status::Ok);
+  EXPECT_EQ(joint_->setUsed(out(3, 0), true, {}), std::nullopt);
+  EXPECT_THAT(teller_.told, IsEmpty());
+  two_->events().used(out(1, 0), device::Status::Refused, {});
+  two_->events().patched(device::RequestId{7}, device::Status::Refused, {});
+  EXPECT_EQ(teller_.told, (Told{"used 3>0 no", "patched 7 no"}));
 }
 
 TEST_F(SideBySideTest, GroupsThatComeLaterAreListedBehindAllOthers) {

@@ -79,6 +79,12 @@ class TestDevice : public device::Driver {
   // Whether a connection is the other system's, and what it makes of it.
   std::function<std::optional<device::Status>(device::DriverEvents&, bool made, const device::Link&)> onPatch;
 
+  // If set, this takes all patches, and answers them when it likes.
+  std::function<void(device::RequestId, bool made, const device::Link&)> onRequest;
+
+  // What it says of a source that is to be used; nullopt: later.
+  std::function<std::optional<device::Status>(device::PortId source)> whetherUsable;
+
   bool isBehind = false;
 
   // Sends what enters the sink with an index out of the source with that index, in every group.
@@ -103,9 +109,10 @@ class TestDevice : public device::Driver {
     return hasNoForm ? device::Delivery::Unsendable : device::Delivery::Taken;
   }
 
-  void setUsed(device::PortId source, bool used, device::Time now) override {
+  std::optional<device::Status> setUsed(device::PortId source, bool used, device::Time now) override {
     told_.push_back((used ? "use " : "unuse ") + topology_.name(source));
     if (onUsed) onUsed(*events_, source, used, now);
+    return used && whetherUsable ? whetherUsable(source) : device::Status::Ok;
   }
 
   std::optional<device::Time> advance(device::Time now) override {
@@ -116,8 +123,14 @@ class TestDevice : public device::Driver {
     if (onFinish) onFinish(*events_);
   }
 
-  std::optional<device::Status> patch(bool made, const device::Link& wanted, device::Time /*now*/) override {
-    return onPatch ? onPatch(*events_, made, wanted) : std::nullopt;
+  bool patch(device::RequestId request, bool made, const device::Link& wanted, device::Time now) override {
+    if (onRequest) {
+      onRequest(request, made, wanted);
+      return true;
+    }
+    const auto status = onPatch ? onPatch(*events_, made, wanted) : std::nullopt;
+    if (status) events_->patched(request, *status, now);
+    return status.has_value();
   }
 
   bool behind() const override { return isBehind; }

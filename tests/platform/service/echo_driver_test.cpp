@@ -26,7 +26,9 @@ class EchoDriver : public device::Driver {
     return device::Delivery::Taken;
   }
 
-  void setUsed(device::PortId /*source*/, bool /*used*/, device::Time /*now*/) override {}
+  std::optional<device::Status> setUsed(device::PortId /*source*/, bool /*used*/, device::Time /*now*/) override {
+    return device::Status::Ok;
+  }
   std::optional<device::Time> advance(device::Time /*now*/) override { return std::nullopt; }
 
  private:

@@ -37,7 +37,7 @@ class ForeignDevice : public testing::Test {
     told_.clear();
   }
 
-  device::Status tap(const char* name) { return service_->tap(client_, EventPortId{1}, name, 1004, {}); }
+  Reply tap(const char* name) { return service_->tap(client_, EventPortId{1}, name, 1004, {}); }
 
   Texts texts() {
     Bytes entries;

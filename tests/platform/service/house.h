@@ -31,7 +31,7 @@ struct House {
     injector = service->addClient();
   }
 
-  device::Status tap(ClientId client, const char* name, EventPortId port = One) {
+  Reply tap(ClientId client, const char* name, EventPortId port = One) {
     return service->tap(client, port, name, Holder, {});
   }
   device::Status send(ClientId client, const Bytes& bytes, EventPortId port = One) {

@@ -144,12 +144,15 @@ TEST(Slices, TapOfASinkWithManySourcesUsesThemInPieces) {
   connectAllTo(house, in(0, 7));
   EXPECT_EQ(house.told, Told{"start"});
   house.told.clear();
-  house.longest([&] { house.tap(client, "G0In8"); });
+  const Reply reply = house.longest([&] { return house.tap(client, "G0In8"); });
+  EXPECT_EQ(reply.status, std::nullopt) << "not before all sources are in use";
+  EXPECT_TRUE(house.service->takeAnswers().empty());
   const std::size_t first = house.told.size();
   EXPECT_GT(first, 0U);
   EXPECT_LT(first, 1000U);
   house.finishWork();
   EXPECT_EQ(house.told.size(), 2U * ManyPorts);
+  EXPECT_EQ(house.service->takeAnswers(), (std::vector<Answer>{{reply.request, Status::Ok}}));
   // Changes of mind on the way are settled, too, and pile up nothing.
   house.told.clear();
   for (int turn = 0; turn < 1001; ++turn) {

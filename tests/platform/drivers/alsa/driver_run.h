@@ -7,6 +7,7 @@
 #include <chrono>
 #include <functional>
 #include <memory>
+#include <optional>
 #include <string>
 #include <variant>
 #include <vector>
@@ -56,6 +57,13 @@ class DriverRun : public device::DriverEvents {
     return {from.group, from.index, to.group, to.index};
   }
 
+  // The kernel answers at once.
+  std::optional<device::Status> patch(bool made, const device::Link& link) {
+    answer.reset();
+    EXPECT_TRUE(driver->patch({}, made, link, clockNow()));
+    return answer;
+  }
+
   std::string text(const device::Link& link) const {
     return driver->topology().name(link.source()) + ">" + driver->topology().name(link.sink());
   }
@@ -71,6 +79,10 @@ class DriverRun : public device::DriverEvents {
     known += count;
     if (count == 0) ++unknown;
   }
+  void patched(device::RequestId /*request*/, device::Status status, device::Time /*now*/) override { answer = status; }
+  void used(device::PortId source, device::Status status, device::Time /*now*/) override {
+    uses.push_back(driver->topology().name(source) + (status == device::Status::Ok ? " ok" : " refused"));
+  }
   void noted(std::string_view line) override { notes.emplace_back(line); }
   void warned(std::string_view line) override { notes.emplace_back(line); }
 
@@ -85,6 +97,8 @@ class DriverRun : public device::DriverEvents {
   std::vector<std::string> links;
   std::vector<std::size_t> changedAfter;  // how many messages had come before each change of the topology
   std::vector<std::string> notes;
+  std::vector<std::string> uses;         // SOURCE STATUS
+  std::optional<device::Status> answer;  // to the last patch
   std::size_t seen = 0;
   std::uint64_t known = 0;  // lost
   int unknown = 0;          // losses whose number the kernel has not said

@@ -51,14 +51,14 @@ TEST_F(AlsaPorts, MakesAndEndsConnectionsThatOtherClientsSee) {
   Peer peer("peer");
   const Subscription wanted{peer.port("peer out", SourceCapabilities), peer.port("peer in", SinkCapabilities)};
   const device::Link link = run->link("peer_out", "peer_in");
-  EXPECT_EQ(driver().patch(false, link, clockNow()), device::Status::NotFound);
-  EXPECT_EQ(driver().patch(true, link, clockNow()), device::Status::Ok);
+  EXPECT_EQ(run->patch(false, link), device::Status::NotFound);
+  EXPECT_EQ(run->patch(true, link), device::Status::Ok);
   EXPECT_THAT(run->links, ElementsAre("+peer_out>peer_in"));
   EXPECT_TRUE(peer.stands(wanted));
-  EXPECT_EQ(driver().patch(true, link, clockNow()), device::Status::Ok);
-  EXPECT_EQ(driver().patch(false, link, clockNow()), device::Status::Ok);
+  EXPECT_EQ(run->patch(true, link), device::Status::Ok);
+  EXPECT_EQ(run->patch(false, link), device::Status::Ok);
   EXPECT_FALSE(peer.stands(wanted));
-  EXPECT_EQ(driver().patch(true, link, clockNow()), device::Status::Ok);
+  EXPECT_EQ(run->patch(true, link), device::Status::Ok);
   // The announcements of all that come now, and change nothing.
   peer.port("peer done", SinkCapabilities);
   run->place("peer_done");
@@ -79,9 +79,9 @@ TEST_F(AlsaPorts, ReportsConnectionsOfOtherClients) {
   ASSERT_TRUE(run->until([&] { return run->links.size() == 2; }));
   EXPECT_EQ(run->links.back(), "-peer_out>peer_in");
   // Ended by others before we look: what we have told is put right at once.
-  ASSERT_EQ(driver().patch(true, link, clockNow()), device::Status::Ok);
+  ASSERT_EQ(run->patch(true, link), device::Status::Ok);
   ASSERT_EQ(third.unsubscribe(wanted), 0);
-  EXPECT_EQ(driver().patch(false, link, clockNow()), device::Status::Ok);
+  EXPECT_EQ(run->patch(false, link), device::Status::Ok);
   EXPECT_EQ(run->links.back(), "-peer_out>peer_in");
 }
 

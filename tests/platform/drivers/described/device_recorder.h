@@ -33,6 +33,12 @@ class DeviceRecorder : public device::DriverEvents {
   void lost(device::PortId /*source*/, std::uint64_t count, device::Time /*now*/) override {
     ADD_FAILURE() << "lost " << count;
   }
+  void patched(device::RequestId /*request*/, device::Status /*status*/, device::Time /*now*/) override {
+    ADD_FAILURE() << "patched";
+  }
+  void used(device::PortId /*source*/, device::Status /*status*/, device::Time /*now*/) override {
+    ADD_FAILURE() << "used";
+  }
   void warned(std::string_view line) override { ADD_FAILURE() << "warned " << line; }
   void noted(std::string_view line) override { ADD_FAILURE() << "noted " << line; }
 

@@ -3,9 +3,12 @@
 
 #include <poll.h>
 
+#include <algorithm>
 #include <chrono>
 #include <functional>
+#include <map>
 #include <memory>
+#include <optional>
 #include <set>
 #include <stdexcept>
 #include <string>
@@ -57,17 +60,50 @@ class Driven : private device::DriverEvents {
     throw std::runtime_error("no port " + port);
   }
 
-  void use(const std::string& source, bool used = true) { driver_->setUsed(place(source), used, now()); }
+  // Comes back when the answer is there: whether what the source emits from now on arrives.
+  bool use(const std::string& source) {
+    const auto status = startUse(source);
+    return (status ? status : useAnswer(source)) == device::Status::Ok;
+  }
+
+  // Does not wait for the answer.
+  std::optional<device::Status> startUse(const std::string& source) {
+    uses.erase(source);
+    return driver_->setUsed(place(source), true, now());
+  }
+
+  // Waits for the answer; nullopt if there is none.
+  std::optional<device::Status> useAnswer(const std::string& source) {
+    if (!runUntil([&] { return uses.contains(source); })) return std::nullopt;
+    return uses.at(source);
+  }
+
+  void unuse(const std::string& source) { driver_->setUsed(place(source), false, now()); }
 
   device::Delivery deliver(const std::string& sink, const std::vector<std::uint8_t>& bytes, std::uint16_t group = 0) {
     return driver_->deliver(place(sink), {group, bytes}, now());
   }
 
-  // Nothing, which is no answer of this driver's, becomes Refused.
-  device::Status patch(bool made, const std::string& source, const std::string& sink) {
+  // Comes back with the answer; nullopt if there is none.
+  std::optional<device::Status> patch(bool made, const std::string& source, const std::string& sink) {
+    return answer(startPatch(made, source, sink));
+  }
+
+  // Does not wait for the answer.
+  device::RequestId startPatch(bool made, const std::string& source, const std::string& sink) {
     const device::PortId from = place(source);
     const device::PortId to = place(sink);
-    return driver_->patch(made, {from.group, from.index, to.group, to.index}, now()).value_or(device::Status::Refused);
+    const device::RequestId request{++lastRequest_};
+    if (!driver_->patch(request, made, {from.group, from.index, to.group, to.index}, now())) {
+      throw std::runtime_error("the driver does not take the request");
+    }
+    return request;
+  }
+
+  // Waits for the answer; nullopt if there is none.
+  std::optional<device::Status> answer(device::RequestId request) {
+    if (!runUntil([&] { return answers.contains(request); })) return std::nullopt;
+    return answers.at(request);
   }
 
   // Whether periods have been skipped. Otherwise the line about them takes its time.
@@ -91,20 +127,25 @@ class Driven : private device::DriverEvents {
 
   static device::Time now() { return std::chrono::steady_clock::now().time_since_epoch(); }
 
-  std::vector<std::string> emittedTexts;  // SOURCE GROUP: BYTES, when keepTexts
-  std::vector<std::string> lines;         // for the log
-  std::vector<std::string> linkNews;      // +SOURCE SINK, -SOURCE SINK
-  std::set<std::string> links;            // SOURCE SINK
-  std::vector<std::string> lossNews;      // SOURCE COUNT
+  std::vector<std::string> emittedTexts;                // SOURCE GROUP: BYTES, when keepTexts
+  std::vector<std::string> lines;                       // for the log
+  std::vector<std::string> linkNews;                    // +SOURCE SINK, -SOURCE SINK
+  std::set<std::string> links;                          // SOURCE SINK
+  std::vector<std::string> lossNews;                    // SOURCE COUNT
+  std::map<std::string, device::Status> uses;           // what was said last of a source
+  std::map<device::RequestId, device::Status> answers;  // to patches
   std::uint64_t emittedCount = 0;
   std::uint64_t lostCount = 0;
   std::vector<std::uint8_t> emittedBytes;  // of all, one after the other
   unsigned late = 0;                       // lines of periods that were skipped; what is lost with them, JACK loses
   bool keepTexts = true;
+  device::Time longestAdvance{};
 
  private:
   void step(const testsupport::Deadline& deadline) {
-    const auto wanted = driver_->advance(now());
+    const device::Time begin = now();
+    const auto wanted = driver_->advance(begin);
+    longestAdvance = std::max(longestAdvance, now() - begin);
     auto wait = std::chrono::milliseconds(deadline.atMost(std::chrono::milliseconds(20)).pollTimeout());
     if (wanted) wait = std::min(wait, std::max(std::chrono::ceil<std::chrono::milliseconds>(*wanted - now()), {}));
     pollfd ready{descriptor_, POLLIN, 0};
@@ -139,6 +180,12 @@ class Driven : private device::DriverEvents {
     lostCount += count;
     lossNews.push_back(name(source) + " " + std::to_string(count));
   }
+  void patched(device::RequestId request, device::Status status, device::Time /*now*/) override {
+    if (!answers.emplace(request, status).second) throw std::runtime_error("two answers to one request");
+  }
+  void used(device::PortId source, device::Status status, device::Time /*now*/) override {
+    uses.insert_or_assign(name(source), status);
+  }
   void noted(std::string_view line) override {
     if (line.find(" skipped because ") != line.npos) {
       ++late;
@@ -150,6 +197,7 @@ class Driven : private device::DriverEvents {
 
   std::unique_ptr<device::Driver> driver_;
   int descriptor_ = -1;
+  std::uint64_t lastRequest_ = 0;
 };
 
 }  // namespace drivers::jack

@@ -2,7 +2,11 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
+#include <chrono>
 #include <csignal>
+#include <functional>
+#include <optional>
+#include <string>
 
 #include "tests/platform/drivers/jack/server/driven.h"
 #include "tests/platform/drivers/jack/server/jack_peer.h"
@@ -12,6 +16,7 @@
 namespace drivers::jack {
 namespace {
 
+using testing::Contains;
 using testing::ElementsAre;
 using testing::IsEmpty;
 
@@ -63,6 +68,27 @@ TEST_F(JackFaults, DriverThatStillWaitsForAServerEndsAtOnce) {
   SUCCEED();
 }
 
+// JACK loses what falls into a period for which a program was late, as happens on a busy machine. So these send again
+// until something arrives.
+bool arrives(Driven& driven, PeerProcess& peer, const std::string& event) {
+  driven.forget();
+  for (int turn = 0; turn < 10 && driven.emittedCount == 0; ++turn) {
+    peer.emit(event);
+    driven.runUntil([&] { return driven.emittedCount > 0; }, std::chrono::seconds(1));
+  }
+  return driven.emittedCount > 0;
+}
+
+bool isHeard(PeerProcess& peer, const std::string& event, const std::function<void()>& send) {
+  for (int turn = 0; turn < 3; ++turn) {
+    send();
+    while (const auto next = peer.arrived()) {
+      if (*next == event) return true;
+    }
+  }
+  return false;
+}
+
 // What must be there again after a server has ended and come back.
 void endAndReturn(void (JackServer::*end)()) {
   JackServer server;
@@ -71,8 +97,7 @@ void endAndReturn(void (JackServer::*end)()) {
   Driven driven;
   driven.use("peer:out");
   ASSERT_EQ(driven.patch(true, "peer:out", "peer:in"), device::Status::Ok);
-  driven.deliver("peer:in", {0x90, 1, 1});
-  EXPECT_EQ(peer->arrived(), "90 01 01");
+  EXPECT_TRUE(isHeard(*peer, "90 01 01", [&] { driven.deliver("peer:in", {0x90, 1, 1}); }));
   const device::PortId source = driven.place("peer:out");
   for (int turn = 0; turn < 2; ++turn) {
     driven.lines.clear();
@@ -94,18 +119,33 @@ void endAndReturn(void (JackServer::*end)()) {
     ASSERT_TRUE(driven.runUntil([&] { return driven.links.contains("peer:out peer:in"); }));
     // The tap was restored when the port came; its connection is in effect a few periods later.
     driven.runFor(std::chrono::milliseconds(100));
-    driven.forget();
-    peer->emit("95 01 02");
-    EXPECT_TRUE(driven.runUntil([&] { return driven.emittedCount == 1; }));
-    EXPECT_THAT(driven.emittedTexts, ElementsAre("peer:out 5: 90 01 02"));
-    EXPECT_EQ(peer->arrived(), "95 01 02");
-    driven.deliver("peer:in", {0x90, 3, 4});
-    EXPECT_EQ(peer->arrived(), "90 03 04");
+    EXPECT_TRUE(arrives(driven, *peer, "95 01 02"));
+    EXPECT_THAT(driven.emittedTexts, ElementsAre("peer:out 5: 90 01 02")) << "once";
+    EXPECT_TRUE(isHeard(*peer, "95 01 02", [&] { peer->emit("95 01 02"); }));
+    EXPECT_TRUE(isHeard(*peer, "90 03 04", [&] { driven.deliver("peer:in", {0x90, 3, 4}); }));
     EXPECT_EQ(driven.lines.size(), 2U);
   }
 }
 
 TEST_F(JackFaults, DriverReturnsToAServerThatEndsAndReturns) { endAndReturn(&JackServer::stop); }
+
+// Four ports of the server's own, two of the peer, and none of ours. (The first place holds no port.)
+TEST_F(JackFaults, ServerThatReturnsWithoutRoomIsTold) {
+  JackServer server;
+  std::optional<PeerProcess> peer;
+  peer.emplace("peer", "out", "in");
+  Driven driven;
+  ASSERT_TRUE(driven.use("peer:out"));
+  server.kill();
+  ASSERT_TRUE(driven.runUntil([&] { return !driven.isThere("peer:out"); }));
+  peer.reset();
+  server.limit(7);
+  server.start();
+  // Before the driver can take one of its ports.
+  peer.emplace("peer", "out", "in");
+  EXPECT_TRUE(driven.runUntil([&] { return driven.uses.at("peer:out") == device::Status::Refused; }));
+  EXPECT_THAT(driven.lines, Contains("JACK has no port left to receive from 1 source"));
+}
 
 TEST_F(JackFaults, DriverReturnsToAServerThatIsKilledAndReturns) { endAndReturn(&JackServer::kill); }
 

@@ -15,6 +15,7 @@ using testing::Each;
 using testing::ElementsAre;
 using testing::HasSubstr;
 using testing::IsEmpty;
+using testing::Matches;
 using testing::Not;
 
 class JackGraph : public testing::Test {
@@ -125,18 +126,40 @@ TEST_F(JackGraph, OwnPortsAndTheirConnectionsAreNeverReported) {
   JackPeer keys("keys", {"out"}, {});
   JackPeer synth("synth", {}, {"in"});
   Driven driven;
-  driven.use("keys:out");
+  EXPECT_TRUE(driven.use("keys:out"));
   driven.deliver("synth:in", {0xF8});
-  const std::string listed = server->tool("jack_lsp");
-  EXPECT_THAT(listed, ContainsRegex("flowscope-[0-9-]+:capture_1\n"));
-  EXPECT_THAT(listed, ContainsRegex("flowscope-[0-9-]+:playback_1\n"));
+  const auto lists = [&](const char* port) {
+    return Matches(ContainsRegex(std::string("flowscope-[0-9-]+:") + port + "\n"))(server->tool("jack_lsp"));
+  };
+  EXPECT_TRUE(lists("capture_1"));
+  EXPECT_TRUE(driven.runUntil([&] { return lists("playback_1"); }));
   driven.runFor(std::chrono::milliseconds(100));
   JackPeer last("last", {"out"}, {});
   ASSERT_TRUE(driven.runUntilThere("last:out"));
   EXPECT_EQ(driven.topology().groups().size(), 3U);
   EXPECT_THAT(driven.linkNews, IsEmpty());
-  driven.use("keys:out", false);
-  EXPECT_THAT(server->tool("jack_lsp"), Not(ContainsRegex("flowscope-[0-9-]+:capture_1\n")));
+  driven.unuse("keys:out");
+  EXPECT_TRUE(driven.runUntil([&] { return !lists("capture_1"); }));
+}
+
+TEST_F(JackGraph, SourceThatFindsNoFreePortInJackIsRefusedAndLogged) {
+  server.reset();
+  JackServer full(32);
+  std::vector<std::string> ports;
+  for (int number = 0; number < 24; ++number) ports.push_back("out" + std::to_string(number));
+  JackPeer keys("keys", ports, {});
+  Driven driven;
+  // One port after the other, until the server has none left.
+  std::size_t used = 0;
+  while (used < ports.size() && driven.use("keys:" + ports[used])) ++used;
+  ASSERT_GT(used, 0U);
+  ASSERT_LT(used, ports.size());
+  EXPECT_EQ(driven.uses.at("keys:" + ports[used]), device::Status::Refused);
+  EXPECT_THAT(driven.lines, ElementsAre("JACK has no port left to receive from 1 source"));
+  // It still waits for a port, and is told when it has one.
+  driven.unuse("keys:" + ports[0]);
+  keys.removeSource(ports[1]);
+  EXPECT_TRUE(driven.runUntil([&] { return driven.uses.at("keys:" + ports[used]) == device::Status::Ok; }));
 }
 
 TEST_F(JackGraph, ARenamedPortKeepsItsConnectionsAndItsTap) {

@@ -4,6 +4,7 @@
 #include <sys/file.h>
 #include <unistd.h>
 
+#include <algorithm>
 #include <array>
 #include <cerrno>
 #include <csignal>
@@ -125,7 +126,7 @@ std::string JackServer::whyNot() {
   return {};
 }
 
-JackServer::JackServer() {
+JackServer::JackServer(int ports) : ports_(ports) {
   choose();
   start();
 }
@@ -133,6 +134,7 @@ JackServer::JackServer() {
 // A server that has not noticed yet that a client was killed or late takes five seconds or eleven to end.
 JackServer::~JackServer() {
   if (!child_) return;
+  child_->signal(SIGCONT);
   child_->signal(SIGTERM);
   child_->wait(Deadline(LeavingPatience));
 }
@@ -144,10 +146,12 @@ void JackServer::startAlone() {
   descriptors.open(STDIN_FILENO, "/dev/null", O_RDONLY);
   descriptors.open(STDOUT_FILENO, log, O_WRONLY | O_CREAT | O_APPEND);
   descriptors.duplicate(STDERR_FILENO, STDOUT_FILENO);
-  child_.emplace(
-      testsupport::Command{
-          "jackd", {"-r", "-n", serverName().text(), "-d", "dummy", "-r", "48000", "-p", Period}, environment(), {}},
-      descriptors);
+  child_.emplace(testsupport::Command{"jackd",
+                                      {"-r", "-p", std::to_string(ports_), "-n", serverName().text(), "-d", "dummy",
+                                       "-r", "48000", "-p", Period},
+                                      environment(),
+                                      {}},
+                 descriptors);
   serverName().write(child_->id());
 }
 
@@ -161,6 +165,24 @@ void JackServer::start() {
 }
 
 void JackServer::stop() { end(SIGTERM); }
+
+void JackServer::halt() {
+  child_->signal(SIGSTOP);
+  // Its threads stop one by one, and one of them may still answer.
+  const auto runs = [](const std::filesystem::directory_entry& thread) {
+    std::ifstream in(thread.path() / "stat");
+    const std::string text(std::istreambuf_iterator<char>(in), {});
+    return text.find(") T ") == std::string::npos;
+  };
+  const std::filesystem::path threads = "/proc/" + std::to_string(child_->id()) + "/task";
+  for (const Deadline deadline(Patience); !deadline.passed(); std::this_thread::sleep_for(1ms)) {
+    const std::filesystem::directory_iterator all(threads);
+    if (std::none_of(all, std::filesystem::directory_iterator(), runs)) return;
+  }
+  throw std::runtime_error("jackd does not stop");
+}
+
+void JackServer::resume() { child_->signal(SIGCONT); }
 
 void JackServer::kill() { end(SIGKILL); }
 

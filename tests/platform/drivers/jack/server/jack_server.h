@@ -19,8 +19,9 @@ namespace drivers::jack {
 // of servers that were killed, until one of the same name is started: so there are no more.
 class JackServer {
  public:
-  // Starts it. Throws std::runtime_error, with what it has printed, when it does not run within ten seconds.
-  JackServer();
+  // Starts it. ports: the most that it gives to all clients together. Throws std::runtime_error, with what it has
+  // printed, when it does not run within ten seconds.
+  explicit JackServer(int ports = 2048);
   JackServer(const JackServer&) = delete;
   JackServer& operator=(const JackServer&) = delete;
   ~JackServer();
@@ -34,6 +35,14 @@ class JackServer {
   // Ends it, at its leisure or at once (kill -9), and waits for its end.
   void stop();
   void kill();
+
+  // Halts it and lets it go on (SIGSTOP, SIGCONT). It answers nothing meanwhile. Throws std::runtime_error when it does
+  // not stop within ten seconds.
+  void halt();
+  void resume();
+
+  // From the next start on, the most that it gives to all clients together.
+  void limit(int ports) { ports_ = ports; }
 
   void start();
 
@@ -52,6 +61,7 @@ class JackServer {
   void end(int signal);
   std::string logPath() const { return folder_.path() / "log"; }
 
+  int ports_;
   testsupport::ScratchFolder folder_;
   std::optional<testsupport::Child> child_;
 };

@@ -29,7 +29,7 @@ TEST_F(JackMessages, MessagesEmittedAfterATapIsMadeArrive) {
       driven->use("peer:out");
       peer->emit("out", {{0x90, turn, 1}});
       const bool arrives = driven->runUntil([&] { return driven->emittedCount == 1; }, std::chrono::seconds(1));
-      driven->use("peer:out", false);
+      driven->unuse("peer:out");
       peer->emit("out", {{0x90, turn, 2}});
       driven->runFor(std::chrono::milliseconds(5));
       return arrives && driven->emittedCount == 1 && driven->lostCount == 0;

@@ -48,7 +48,8 @@ TEST_F(JackMessages, APortThatWasIdleForTenSecondsIsReleased) {
     driven->driver().advance(Driven::now() + std::chrono::seconds(9));
     EXPECT_THAT(server->tool("jack_lsp"), ContainsRegex("flowscope-[0-9-]+:playback_1\n"));
     driven->driver().advance(Driven::now() + std::chrono::seconds(11));
-    EXPECT_THAT(server->tool("jack_lsp"), Not(ContainsRegex("flowscope-[0-9-]+:playback_1\n")));
+    EXPECT_TRUE(driven->runUntil(
+        [&] { return Matches(Not(ContainsRegex("flowscope-[0-9-]+:playback_1\n")))(server->tool("jack_lsp")); }));
     driven->deliver("peer:in", {0xFA});
     peer->awaitBytes("in", 2);
     return peer->arrived("in") == expected;
