@@ -11,6 +11,7 @@
 #include <variant>
 
 #include "platform/channel/address.h"
+#include "platform/channel/server_trust.h"
 #include "platform/system/program_line.h"
 
 namespace channel {
@@ -97,8 +98,14 @@ void Session::work() {
 void Session::perform(const Attachment::Connect& action) {
   if (connector_.whyUnreachable() != 0) return giveUp();
   const Deadline deadline = Deadline::at(action.until);
-  control_.emplace(connector_, deadline);
+  try {
+    control_.emplace(connector_, deadline);
+  } catch (const UntrustedServer& refused) {
+    if (!std::exchange(toldDistrust_, true)) sys::sayLine(addressLine(address_, refused.what()));
+    return giveUp();
+  }
   if (!control_->greet(deadline)) return giveUp();
+  toldDistrust_ = false;
   attachment_.connected(control_->session());
 }
 

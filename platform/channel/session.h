@@ -139,6 +139,7 @@ class Session {
   GraphMirror graph_;
   wire::Topology topology_;            // the last answer
   std::uint64_t topologySession_ = 0;  // the number of the session that gave it
+  bool toldDistrust_ = false;          // a service that is not trusted has taken the place of the one that is gone
   Arrivals arrivals_;
   std::optional<EventChannel> events_;  // used by the receiving thread, like all members up to nextFollow_
   ArrivalTimer arrivalTimer_;
