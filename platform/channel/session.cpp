@@ -116,8 +116,7 @@ void Session::perform(const Attachment::MakeTap& action) {
 }
 
 void Session::perform(const Attachment::AskLinks& action) {
-  const auto topology =
-      control_->ask<wire::Topology>(wire::AskTopology{control_->session()}, Deadline::at(action.until));
+  const auto topology = askTopology(Deadline::at(action.until));
   const auto links = topology
                          ? control_->ask<wire::Links>(wire::AskLinks{control_->session()}, Deadline::at(action.until))
                          : std::nullopt;
@@ -233,8 +232,7 @@ void Session::lookForArrivals() {
   if (!guard || !control_ || isSilent()) return;
   // Without a console nobody needs the news. As we do not ask, the service sends no more.
   if (!arrivals_.isListed()) return arrivalTimer_.drop();
-  auto topology =
-      control_->ask<wire::Topology>(wire::AskTopology{control_->session()}, Deadline(Attachment::ActionTime));
+  auto topology = askTopology(Deadline(Attachment::ActionTime));
   arrivalTimer_.asked(topology.has_value(), clockNow());
   if (!topology) {
     // Does not count as silent: other requests have a longer timeout.

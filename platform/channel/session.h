@@ -118,6 +118,8 @@ class Session {
   // True if the service missed a deadline a moment ago and is not queried.
   bool isSilent() const;
   void tellLines();
+  // Returns nullopt also for a topology that is not to be believed, which one line on standard error says.
+  std::optional<wire::Topology> askTopology(const Deadline& deadline);
   void keepTopology(wire::Topology topology);
   std::optional<device::Status> request(const std::function<wire::Body(std::uint64_t session)>& message,
                                         const Deadline& deadline);
@@ -137,9 +139,10 @@ class Session {
   Attachment attachment_;                  // guarded by mutex_, like all members up to arrivals_
   std::optional<ControlChannel> control_;  // empty while the service is gone, and after close
   GraphMirror graph_;
-  wire::Topology topology_;            // the last answer
-  std::uint64_t topologySession_ = 0;  // the number of the session that gave it
-  bool toldDistrust_ = false;          // a service that is not trusted has taken the place of the one that is gone
+  wire::Topology topology_;                 // the last answer
+  std::uint64_t topologySession_ = 0;       // the number of the session that gave it
+  std::optional<std::string> toldRefusal_;  // of the last topology
+  bool toldDistrust_ = false;               // a service that is not trusted has taken the place of the one that is gone
   Arrivals arrivals_;
   std::optional<EventChannel> events_;  // used by the receiving thread, like all members up to nextFollow_
   ArrivalTimer arrivalTimer_;

@@ -2,7 +2,10 @@
 #include <mutex>
 #include <utility>
 
+#include "platform/channel/address.h"
 #include "platform/channel/session.h"
+#include "platform/system/program_line.h"
+#include "platform/wire/topology_check.h"
 
 namespace channel {
 
@@ -64,13 +67,23 @@ std::optional<Session::Device> Session::device() {
   const std::lock_guard guard(mutex_);
   if (!attached() || isSilent()) return std::nullopt;
   const std::uint64_t number = control_->session();
-  auto topology = control_->ask<wire::Topology>(wire::AskTopology{number}, deadline);
+  auto topology = askTopology(deadline);
   if (topology) {
     keepTopology(*topology);
     return Device{number, deviceVersion_, std::move(*topology)};
   }
   noticeLoss(deadline);
   return std::nullopt;
+}
+
+std::optional<wire::Topology> Session::askTopology(const Deadline& deadline) {
+  auto topology = control_->ask<wire::Topology>(wire::AskTopology{control_->session()}, deadline);
+  if (!topology) return std::nullopt;
+  auto cause = wire::whyRefused(*topology);
+  // The same service may be asked again and again.
+  if (cause && cause != toldRefusal_) sys::sayLine(addressLine(address_, *cause));
+  toldRefusal_ = std::move(cause);
+  return toldRefusal_ ? std::nullopt : std::move(topology);
 }
 
 Session::Device Session::lastDevice() {
