@@ -93,8 +93,10 @@ std::optional<wire::Body> ControlChannel::takeIn(std::uint32_t tag) {
       if (taken->count <= sent_) taken_ = std::max(taken_, taken->count);
       heard_ = true;
     } else if (tag != 0 && envelope->tag == tag) {
-      // Answers to requests that have timed out have older tags.
       answer = std::move(envelope->body);
+    } else if (result != nullptr) {
+      // Requests that have timed out have older tags.
+      late_.answered(envelope->tag, result->status, result->graphVersion);
     }
   }
   return answer;

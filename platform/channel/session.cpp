@@ -61,6 +61,7 @@ std::optional<std::string> Session::open() {
 void Session::close(const Deadline& deadline) {
   const std::lock_guard guard(mutex_);
   attachment_.close();
+  takeBackLate();
   if (control_ && control_->session() != 0) control_->ask<wire::Result>(wire::Goodbye{control_->session()}, deadline);
   graph_.close();
   control_.reset();
@@ -250,6 +251,7 @@ void Session::followGraph() {
   if (!guard) return;
   nextFollow_ = now + FollowInterval;
   graph_.follow();
+  takeBackLate();
 }
 
 }  // namespace channel

@@ -89,7 +89,10 @@ class Session {
   void list(const wire::Topology& topology);
 
   // Returns the status once the mirror shows what the service did. Returns NoSession and does nothing if the session's
-  // number is not the given one.
+  // number is not the given one. After a call without an answer, the connection stays as it was: the service carries no
+  // request out later. If it did so in time, but its answer came late, this is taken back as soon as the session reads
+  // the answer, unless it has been asked for the same connection again: during receive, within 200 milliseconds, or
+  // with the next patch. It is not taken back if the session ends before.
   std::optional<device::Status> patch(bool made, const device::Link& link, std::uint64_t number);
 
   // Copies the peers of a port from the up-to-date mirror; blocks only if the mirror has to be fetched anew. Returns
@@ -125,6 +128,8 @@ class Session {
                                         const Deadline& deadline);
   bool lookAtGraph(const Deadline& deadline, std::uint64_t number);
   bool isCurrent(GraphMirror::Freshness freshness, const Deadline& deadline);
+  // Takes back what the service did after this client had given up. Blocks only if the mirror has to be fetched anew.
+  void takeBackLate();
 
   // For the receiving thread.
   bool openEvents(std::uint64_t session);

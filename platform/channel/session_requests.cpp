@@ -111,13 +111,37 @@ std::optional<device::Status> Session::patch(bool made, const device::Link& link
   if (control_->session() != number) return device::Status::NoSession;
   // Before the change, so that what follows it arrives as changes.
   if (!isCurrent(graph_.update(*control_, true, deadline), deadline)) return std::nullopt;
-  const auto result = control_->ask<wire::Result>(wire::Patch{number, made, link}, deadline);
+  takeBackLate();
+  const std::uint64_t before = graph_.links().version();
+  const auto until = static_cast<std::uint64_t>(deadline.time().count());
+  const auto result = control_->ask<wire::Result>(wire::Patch{number, made, link, until}, deadline);
+  const std::uint32_t tag = control_->lastTag();
   if (!result) {
+    control_->late().gaveUp(tag, link, graph_.links().contains(link));
     noticeLoss(deadline);
     return std::nullopt;
   }
   const auto shown = graph_.waitFor(result->graphVersion, *control_, !isSilent(), deadline);
+  if (shown == GraphMirror::Freshness::Current) {
+    control_->late().settled(link);
+  } else if (result->status == device::Status::Ok && result->graphVersion > before) {
+    control_->late().gaveUp(tag, link, !made);
+    control_->late().answered(tag, result->status, result->graphVersion);
+  }
   return isCurrent(shown, deadline) ? std::optional(result->status) : std::nullopt;
+}
+
+void Session::takeBackLate() {
+  if (!control_ || control_->late().empty()) return;
+  control_->read();
+  if (!control_->late().isDue()) return;
+  const Deadline deadline(Attachment::ActionTime);
+  if (graph_.update(*control_, !isSilent(), deadline) != GraphMirror::Freshness::Current) return;
+  LinkMirror& links = graph_.links();
+  const auto exists = [&links](const device::Link& link) { return links.contains(link); };
+  for (const auto& [link, made] : control_->late().takeBack(links.version(), exists)) {
+    control_->tell(wire::Patch{control_->session(), made, link});
+  }
 }
 
 bool Session::peersOf(device::PortId port, std::uint64_t number, std::vector<device::PortId>& result) {

@@ -161,6 +161,9 @@ void Dispatcher::handle(const Request& request, wire::UntapAll& message) {
 
 void Dispatcher::handle(const Request& request, wire::Patch& message) {
   if (sessionFor(request, message.session, &Session::control) == nullptr) return;
+  // Its client has told the user of an error already.
+  const bool isLate = message.until != 0 && static_cast<std::uint64_t>(request.now.count()) >= message.until;
+  if (isLate) return answer(request, device::Status::Refused);
   const device::Link link = inService(message.link, firstHandle_);
   const device::Status status =
       message.made ? service_.connect(link, request.now) : service_.disconnect(link, request.now);
