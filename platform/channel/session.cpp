@@ -62,7 +62,14 @@ void Session::close(const Deadline& deadline) {
   const std::lock_guard guard(mutex_);
   attachment_.close();
   takeBackLate();
-  if (control_ && control_->session() != 0) control_->ask<wire::Result>(wire::Goodbye{control_->session()}, deadline);
+  if (control_ && control_->session() != 0) {
+    const wire::Goodbye goodbye{control_->session()};
+    if (isSilent() && control_->allHandedOver()) {
+      control_->tell(goodbye);
+    } else {
+      control_->ask<wire::Result>(goodbye, deadline);
+    }
+  }
   graph_.close();
   control_.reset();
   events_.reset();
@@ -155,6 +162,12 @@ void Session::noticeLoss(const Deadline& deadline) {
 }
 
 bool Session::isSilent() const { return attachment_.isSilent(clockNow()); }
+
+void Session::tellSilence() {
+  if (!control_ || !isSilent() || toldSilence_ == attachment_.silentUntil()) return;
+  toldSilence_ = attachment_.silentUntil();
+  sys::sayLine(addressLine(address_, "the service does not answer"));
+}
 
 void Session::tellLines() {
   while (const auto line = attachment_.takeLine()) sys::sayLine(addressLine(address_, *line));

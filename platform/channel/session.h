@@ -26,7 +26,8 @@ namespace channel {
 // Attachment decides. Thread-safe, except for receive and close. A call that returns nullopt or false without another
 // reason had no answer: the service is gone or did not answer within two seconds of the call, the system gives no
 // socket, or the session is closed. After two seconds without an answer the service is not asked for one second; calls
-// in that time return at once without an answer.
+// in that time return at once without an answer. If nobody answers a question about ports or connections, one line on
+// standard error says so, at most once a second: an empty list alone would look like an answer.
 //
 // When a service that may come back is gone, the session writes one line to standard error. From then on every request
 // and every receive looks for the service, several times a second. When it is back, the session attaches with all its
@@ -49,7 +50,8 @@ class Session {
   const std::string& address() const { return address_; }
 
   // Sends what is pending, sends Goodbye and closes all connections. No call has an answer afterwards. Must not run
-  // during receive. Blocks until the deadline at most, after the requests of other threads are done.
+  // during receive. Blocks until the deadline at most, after the requests of other threads are done; does not wait for
+  // a service that is not asked because it was silent.
   void close(const Deadline& deadline = Deadline(AnswerTime));
 
   // Waits for events and passes them to take (see EventChannel::receive). Returns true if one was taken. Does nothing
@@ -118,6 +120,8 @@ class Session {
   void lose();
   // Call after a request without an answer, in a call with this deadline.
   void noticeLoss(const Deadline& deadline);
+  // Says on standard error, once, that the service is silent, if it is. For requests whose caller sees nothing else.
+  void tellSilence();
   // True if the service missed a deadline a moment ago and is not queried.
   bool isSilent() const;
   void tellLines();
@@ -146,6 +150,7 @@ class Session {
   GraphMirror graph_;
   wire::Topology topology_;                 // the last answer
   std::uint64_t topologySession_ = 0;       // the number of the session that gave it
+  device::Time toldSilence_{0};             // the end of the silence that was told last
   std::optional<std::string> toldRefusal_;  // of the last topology
   bool toldDistrust_ = false;               // a service that is not trusted has taken the place of the one that is gone
   Arrivals arrivals_;

@@ -65,7 +65,11 @@ bool Session::send(std::uint32_t eventPort, std::uint16_t group, std::span<const
 std::optional<Session::Device> Session::device() {
   const Deadline deadline(AnswerTime);
   const std::lock_guard guard(mutex_);
-  if (!attached() || isSilent()) return std::nullopt;
+  if (!attached()) return std::nullopt;
+  if (isSilent()) {
+    tellSilence();
+    return std::nullopt;
+  }
   const std::uint64_t number = control_->session();
   auto topology = askTopology(deadline);
   if (topology) {
@@ -73,6 +77,7 @@ std::optional<Session::Device> Session::device() {
     return Device{number, deviceVersion_, std::move(*topology)};
   }
   noticeLoss(deadline);
+  tellSilence();
   return std::nullopt;
 }
 
@@ -162,7 +167,9 @@ std::optional<std::uint64_t> Session::graphVersion(std::uint64_t number) {
 
 bool Session::lookAtGraph(const Deadline& deadline, std::uint64_t number) {
   if (!attached() || control_->session() != number) return false;
-  return isCurrent(graph_.look(*control_, !isSilent(), deadline), deadline);
+  const bool current = isCurrent(graph_.look(*control_, !isSilent(), deadline), deadline);
+  if (!current) tellSilence();
+  return current;
 }
 
 bool Session::isCurrent(GraphMirror::Freshness freshness, const Deadline& deadline) {
