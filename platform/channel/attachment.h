@@ -92,6 +92,8 @@ class Attachment {
   bool isAttached() const { return state_ == State::Attached; }
   bool isClosed() const { return state_ == State::Closed; }
   bool isSilent(device::Time now) const { return now < silentUntil_; }
+  // When the last silence ends, or ended.
+  device::Time silentUntil() const { return silentUntil_; }
 
   // The service's number of the session that connected has given last.
   std::uint64_t session() const { return session_; }

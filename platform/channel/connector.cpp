@@ -6,6 +6,7 @@
 #include <cstring>
 #include <system_error>
 
+#include "platform/channel/server_trust.h"
 #include "platform/system/local_socket.h"
 
 namespace channel {
@@ -21,6 +22,7 @@ Connection Connector::connect(const Deadline& deadline) const {
   auto socket = sys::connectLocalSocket(socketPath_, std::max(deadline.left(), std::chrono::milliseconds(1)));
   const bool noneLeft = !socket && (errno == EMFILE || errno == ENFILE || errno == ENOBUFS || errno == ENOMEM);
   if (noneLeft) throw std::system_error(errno, std::generic_category());
+  if (socket) requireTrustedServer(socket.get(), socketPath_);
   return Connection(std::move(socket));
 }
 

@@ -25,7 +25,8 @@ class Connector {
   static Connector toLocalSocket(std::string path);
 
   // Blocks until the deadline at most: many clients may want to connect at the same time. The connection is closed if
-  // the service takes none. Throws an exception derived from std::exception if the system gives no socket.
+  // the service takes none. Throws an exception derived from std::exception if the system gives no socket, and
+  // UntrustedServer if the service runs as a user who is not trusted at its path.
   Connection connect(const Deadline& deadline = Deadline(AnswerTime)) const;
 
   // True if the service may end and come back: one in another process.

@@ -129,6 +129,9 @@ std::optional<wire::Body> ControlChannel::takeIn(std::uint32_t tag, const Deadli
         connection_.close();
         break;
       }
+    } else if (result != nullptr) {
+      // Requests that have timed out have older tags.
+      late_.answered(envelope->tag, result->status, result->graphVersion);
     }
     if (answer || deadline.passed()) break;
   }

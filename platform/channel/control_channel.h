@@ -11,6 +11,7 @@
 #include "platform/channel/connection.h"
 #include "platform/channel/connector.h"
 #include "platform/channel/deadline.h"
+#include "platform/channel/late_patches.h"
 #include "platform/wire/messages.h"
 #include "platform/wire/pieces.h"
 
@@ -44,6 +45,18 @@ class ControlChannel {
     if (!answer || !std::holds_alternative<Answer>(*answer)) return std::nullopt;
     return std::get<Answer>(std::move(*answer));
   }
+
+  // The tag of the last request that was asked.
+  std::uint32_t lastTag() const { return lastTag_; }
+
+  // The Patch requests that had no answer in time. Their answers are handed in when they are read.
+  LatePatches& late() { return late_; }
+
+  // Reads what has arrived. Does not block.
+  void read() { takeIn(0); }
+
+  // True if the system has taken everything that was sent. A service that is stopped may read it later.
+  bool allHandedOver() const { return connection_.waiting() == 0; }
 
   // Sends a request without waiting for its answer. Does not block.
   void tell(const wire::Body& request) { connection_.send(0, request); }
@@ -112,6 +125,7 @@ class ControlChannel {
   bool forgotten_ = false;  // by the service
   bool isGreetingRefused_ = false;
   std::optional<device::Status> refusal_;
+  LatePatches late_;
 };
 
 }  // namespace channel

@@ -24,6 +24,9 @@ class Deadline {
         std::chrono::steady_clock::time_point(std::chrono::duration_cast<std::chrono::steady_clock::duration>(time)));
   }
 
+  // On the monotonic clock, see clockNow.
+  std::chrono::nanoseconds time() const { return end_.time_since_epoch(); }
+
   bool passed() const { return std::chrono::steady_clock::now() >= end_; }
 
   // The time left, rounded up; 0 if the deadline has passed.

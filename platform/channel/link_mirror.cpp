@@ -1,5 +1,7 @@
 #include "platform/channel/link_mirror.h"
 
+#include <algorithm>
+
 namespace channel {
 
 void LinkMirror::reset(const wire::Links& links) {
@@ -34,6 +36,11 @@ void LinkMirror::add(const wire::LinkRecord& record) {
 std::span<const device::PortId> LinkMirror::peers(device::PortId port) {
   const auto found = peers_.find(port);
   return found == peers_.end() ? std::span<const device::PortId>{} : found->second.all();
+}
+
+bool LinkMirror::contains(const device::Link& link) {
+  const auto sinks = peers(link.source());
+  return std::ranges::find(sinks, link.sink()) != sinks.end();
 }
 
 void LinkMirror::drop(device::PortId port, device::PortId peer) {

@@ -30,6 +30,9 @@ class LinkMirror {
   // The sinks that a source is connected to, or the sources of a sink. Valid until the next change.
   std::span<const device::PortId> peers(device::PortId port);
 
+  // Takes time in proportion to the connections of the source.
+  bool contains(const device::Link& link);
+
   // The connections that the service carries from one system to another, in the order of their ports. Valid until the
   // next change.
   const std::set<device::Link>& carried() const { return carried_; }

@@ -11,6 +11,7 @@
 #include <variant>
 
 #include "platform/channel/address.h"
+#include "platform/channel/server_trust.h"
 #include "platform/system/program_line.h"
 
 namespace channel {
@@ -61,7 +62,15 @@ std::optional<std::string> Session::open() {
 void Session::close(const Deadline& deadline) {
   const std::lock_guard guard(mutex_);
   attachment_.close();
-  if (control_ && control_->session() != 0) control_->ask<wire::Result>(wire::Goodbye{control_->session()}, deadline);
+  takeBackLate();
+  if (control_ && control_->session() != 0) {
+    const wire::Goodbye goodbye{control_->session()};
+    if (isSilent() && control_->allHandedOver()) {
+      control_->tell(goodbye);
+    } else {
+      control_->ask<wire::Result>(goodbye, deadline);
+    }
+  }
   tellLastUnsendable();
   graph_.close();
   control_.reset();
@@ -99,8 +108,14 @@ void Session::work() {
 void Session::perform(const Attachment::Connect& action) {
   if (connector_.whyUnreachable() != 0) return giveUp();
   const Deadline deadline = Deadline::at(action.until);
-  control_.emplace(connector_, deadline);
+  try {
+    control_.emplace(connector_, deadline);
+  } catch (const UntrustedServer& refused) {
+    if (!std::exchange(toldDistrust_, true)) sys::sayLine(addressLine(address_, refused.what()));
+    return giveUp();
+  }
   if (!control_->greet(deadline)) return giveUp();
+  toldDistrust_ = false;
   attachment_.connected(control_->session());
 }
 
@@ -111,8 +126,7 @@ void Session::perform(const Attachment::MakeTap& action) {
 }
 
 void Session::perform(const Attachment::AskLinks& action) {
-  const auto topology =
-      control_->ask<wire::Topology>(wire::AskTopology{control_->session()}, Deadline::at(action.until));
+  const auto topology = askTopology(Deadline::at(action.until));
   const auto links = topology
                          ? control_->ask<wire::Links>(wire::AskLinks{control_->session()}, Deadline::at(action.until))
                          : std::nullopt;
@@ -152,6 +166,12 @@ void Session::noticeLoss(const Deadline& deadline) {
 }
 
 bool Session::isSilent() const { return attachment_.isSilent(clockNow()); }
+
+void Session::tellSilence() {
+  if (!control_ || !isSilent() || toldSilence_ == attachment_.silentUntil()) return;
+  toldSilence_ = attachment_.silentUntil();
+  sys::sayLine(addressLine(address_, "the service does not answer"));
+}
 
 void Session::tellLines() {
   while (const auto line = attachment_.takeLine()) sys::sayLine(addressLine(address_, *line));
@@ -244,8 +264,7 @@ void Session::lookForArrivals() {
   if (!guard || !control_ || isSilent()) return;
   // Without a console nobody needs the news. As we do not ask, the service sends no more.
   if (!arrivals_.isListed()) return arrivalTimer_.drop();
-  auto topology =
-      control_->ask<wire::Topology>(wire::AskTopology{control_->session()}, Deadline(Attachment::ActionTime));
+  auto topology = askTopology(Deadline(Attachment::ActionTime));
   arrivalTimer_.asked(topology.has_value(), clockNow());
   if (!topology) {
     // Does not count as silent: other requests have a longer timeout.
@@ -263,9 +282,11 @@ void Session::follow() {
   if (!guard) return;
   nextFollow_ = now + FollowInterval;
   graph_.follow();
-  if (!control_) return;
-  control_->look();
-  tellUnsendable();
+  if (control_) {
+    control_->look();
+    tellUnsendable();
+  }
+  takeBackLate();
 }
 
 }  // namespace channel

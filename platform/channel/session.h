@@ -27,7 +27,8 @@ namespace channel {
 // Attachment decides. Thread-safe, except for receive and close. A call that returns nullopt or false without another
 // reason had no answer: the service is gone or did not answer within two seconds of the call, the system gives no
 // socket, or the session is closed. After two seconds without an answer the service is not asked for one second; calls
-// in that time return at once without an answer.
+// in that time return at once without an answer. If nobody answers a question about ports or connections, one line on
+// standard error says so, at most once a second: an empty list alone would look like an answer.
 //
 // When a service that may come back is gone, the session writes one line to standard error. From then on every request
 // and every receive looks for the service, several times a second. When it is back, the session attaches with all its
@@ -54,7 +55,8 @@ class Session {
   const std::string& address() const { return address_; }
 
   // Sends what is pending, sends Goodbye and closes all connections. No call has an answer afterwards. Must not run
-  // during receive. Blocks until the deadline at most, after the requests of other threads are done.
+  // during receive. Blocks until the deadline at most, after the requests of other threads are done; does not wait for
+  // a service that is not asked because it was silent.
   void close(const Deadline& deadline = Deadline(AnswerTime));
 
   // Waits for events and passes them to take (see EventChannel::receive). Returns true if one was taken. Does nothing
@@ -94,7 +96,10 @@ class Session {
   void list(const wire::Topology& topology);
 
   // Returns the status once the mirror shows what the service did. Returns NoSession and does nothing if the session's
-  // number is not the given one.
+  // number is not the given one. After a call without an answer, the connection stays as it was: the service carries no
+  // request out later. If it did so in time, but its answer came late, this is taken back as soon as the session reads
+  // the answer, unless it has been asked for the same connection again: during receive, within 200 milliseconds, or
+  // with the next patch. It is not taken back if the session ends before.
   std::optional<device::Status> patch(bool made, const device::Link& link, std::uint64_t number);
 
   // Copies the peers of a port from the up-to-date mirror; blocks only if the mirror has to be fetched anew. Returns
@@ -122,17 +127,23 @@ class Session {
   void lose(std::optional<std::string> fault = {});
   // Call after a request without an answer, in a call with this deadline.
   void noticeLoss(const Deadline& deadline);
+  // Says on standard error, once, that the service is silent, if it is. For requests whose caller sees nothing else.
+  void tellSilence();
   // True if the service missed a deadline a moment ago and is not queried.
   bool isSilent() const;
   void tellLines();
   void tellUnsendable();
   // For the last time in this session.
   void tellLastUnsendable();
+  // Returns nullopt also for a topology that is not to be believed, which one line on standard error says.
+  std::optional<wire::Topology> askTopology(const Deadline& deadline);
   void keepTopology(wire::Topology topology);
   std::optional<device::Status> request(const std::function<wire::Body(std::uint64_t session)>& message,
                                         const Deadline& deadline);
   bool lookAtGraph(const Deadline& deadline, std::uint64_t number);
   bool isCurrent(GraphMirror::Freshness freshness, const Deadline& deadline);
+  // Takes back what the service did after this client had given up. Blocks only if the mirror has to be fetched anew.
+  void takeBackLate();
 
   // For the receiving thread.
   bool openEvents(std::uint64_t session);
@@ -148,8 +159,11 @@ class Session {
   std::optional<ControlChannel> control_;  // empty while the service is gone, and after close
   UnsendableReport unsendable_;
   GraphMirror graph_;
-  wire::Topology topology_;            // the last answer
-  std::uint64_t topologySession_ = 0;  // the number of the session that gave it
+  wire::Topology topology_;                 // the last answer
+  std::uint64_t topologySession_ = 0;       // the number of the session that gave it
+  device::Time toldSilence_{0};             // the end of the silence that was told last
+  std::optional<std::string> toldRefusal_;  // of the last topology
+  bool toldDistrust_ = false;               // a service that is not trusted has taken the place of the one that is gone
   Arrivals arrivals_;
   std::optional<EventChannel> events_;  // used by the receiving thread, like all members up to nextFollow_
   ArrivalTimer arrivalTimer_;

@@ -2,7 +2,10 @@
 #include <mutex>
 #include <utility>
 
+#include "platform/channel/address.h"
 #include "platform/channel/session.h"
+#include "platform/system/program_line.h"
+#include "platform/wire/topology_check.h"
 
 namespace channel {
 
@@ -63,15 +66,30 @@ bool Session::send(std::uint32_t eventPort, std::uint16_t group, std::span<const
 std::optional<Session::Device> Session::device() {
   const Deadline deadline(AnswerTime);
   const std::lock_guard guard(mutex_);
-  if (!attached() || isSilent()) return std::nullopt;
+  if (!attached()) return std::nullopt;
+  if (isSilent()) {
+    tellSilence();
+    return std::nullopt;
+  }
   const std::uint64_t number = control_->session();
-  auto topology = control_->ask<wire::Topology>(wire::AskTopology{number}, deadline);
+  auto topology = askTopology(deadline);
   if (topology) {
     keepTopology(*topology);
     return Device{number, deviceVersion_, std::move(*topology)};
   }
   noticeLoss(deadline);
+  tellSilence();
   return std::nullopt;
+}
+
+std::optional<wire::Topology> Session::askTopology(const Deadline& deadline) {
+  auto topology = control_->ask<wire::Topology>(wire::AskTopology{control_->session()}, deadline);
+  if (!topology) return std::nullopt;
+  auto cause = wire::whyRefused(*topology);
+  // The same service may be asked again and again.
+  if (cause && cause != toldRefusal_) sys::sayLine(addressLine(address_, *cause));
+  toldRefusal_ = std::move(cause);
+  return toldRefusal_ ? std::nullopt : std::move(topology);
 }
 
 Session::Device Session::lastDevice() {
@@ -99,13 +117,37 @@ std::optional<device::Status> Session::patch(bool made, const device::Link& link
   if (control_->session() != number) return device::Status::NoSession;
   // Before the change, so that what follows it arrives as changes.
   if (!isCurrent(graph_.update(*control_, true, deadline), deadline)) return std::nullopt;
-  const auto result = control_->ask<wire::Result>(wire::Patch{number, made, link}, deadline);
+  takeBackLate();
+  const std::uint64_t before = graph_.links().version();
+  const auto until = static_cast<std::uint64_t>(deadline.time().count());
+  const auto result = control_->ask<wire::Result>(wire::Patch{number, made, link, until}, deadline);
+  const std::uint32_t tag = control_->lastTag();
   if (!result) {
+    control_->late().gaveUp(tag, link, graph_.links().contains(link));
     noticeLoss(deadline);
     return std::nullopt;
   }
   const auto shown = graph_.waitFor(result->graphVersion, *control_, !isSilent(), deadline);
+  if (shown == GraphMirror::Freshness::Current) {
+    control_->late().settled(link);
+  } else if (result->status == device::Status::Ok && result->graphVersion > before) {
+    control_->late().gaveUp(tag, link, !made);
+    control_->late().answered(tag, result->status, result->graphVersion);
+  }
   return isCurrent(shown, deadline) ? std::optional(result->status) : std::nullopt;
+}
+
+void Session::takeBackLate() {
+  if (!control_ || control_->late().empty()) return;
+  control_->read();
+  if (!control_->late().isDue()) return;
+  const Deadline deadline(Attachment::ActionTime);
+  if (graph_.update(*control_, !isSilent(), deadline) != GraphMirror::Freshness::Current) return;
+  LinkMirror& links = graph_.links();
+  const auto exists = [&links](const device::Link& link) { return links.contains(link); };
+  for (const auto& [link, made] : control_->late().takeBack(links.version(), exists)) {
+    control_->tell(wire::Patch{control_->session(), made, link});
+  }
 }
 
 bool Session::peersOf(device::PortId port, std::uint64_t number, std::vector<device::PortId>& result) {
@@ -126,7 +168,9 @@ std::optional<std::uint64_t> Session::graphVersion(std::uint64_t number) {
 
 bool Session::lookAtGraph(const Deadline& deadline, std::uint64_t number) {
   if (!attached() || control_->session() != number) return false;
-  return isCurrent(graph_.look(*control_, !isSilent(), deadline), deadline);
+  const bool current = isCurrent(graph_.look(*control_, !isSilent(), deadline), deadline);
+  if (!current) tellSilence();
+  return current;
 }
 
 bool Session::isCurrent(GraphMirror::Freshness freshness, const Deadline& deadline) {

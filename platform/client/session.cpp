@@ -6,6 +6,7 @@
 #include <exception>
 #include <utility>
 
+#include "platform/device/names.h"
 #include "platform/wire/events.h"
 
 namespace EvtSrv {
@@ -30,8 +31,9 @@ bool EventPortManager::Session::dispatch(std::uint32_t eventPort, std::string_vi
   EventPort* to = ports_.find(eventPort);
   const auto header = wire::readEventHeader(event);
   if (to == nullptr || !header) return false;
+  // The name of a tapped port is clean, unless the service lies.
   std::array<char, device::MaxNameBytes + 1> name{};
-  std::ranges::copy(port, name.begin());
+  std::ranges::copy(device::isCleanName(port) ? port : std::string_view(device::cleanName(port)), name.begin());
   MemoryHolder data(event);
   to->receiveMain(name.data(), header->type, &data, nullptr);
   return true;

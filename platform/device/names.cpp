@@ -21,6 +21,11 @@ std::string cleanName(std::string_view raw, std::size_t most) {
   return name == ".." ? "_" : name;
 }
 
+bool isCleanName(std::string_view name) {
+  return !name.empty() && name != ".." && name.front() != '-' && name.front() != '~' &&
+         std::ranges::none_of(name, isForbidden);
+}
+
 std::string joinName(std::string_view stem, std::string_view tail, std::size_t most) {
   std::string name(stem.substr(0, most - std::min(most, tail.size())));
   return name.append(tail);

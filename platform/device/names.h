@@ -17,6 +17,9 @@ namespace device {
 // and the name is cut to `most` bytes (at least 1). A clean name that fits stays as it is.
 std::string cleanName(std::string_view raw, std::size_t most = MaxNameBytes);
 
+// True for a name that cleanName leaves as it is, apart from its length. Does not allocate.
+bool isCleanName(std::string_view name);
+
 // Returns stem followed by tail; cuts stem so that both fit into `most` bytes. tail alone must fit.
 std::string joinName(std::string_view stem, std::string_view tail, std::size_t most = MaxNameBytes);
 

@@ -169,6 +169,9 @@ void Dispatcher::handle(const Request& request, wire::UntapAll& message) {
 void Dispatcher::handle(const Request& request, wire::Patch& message) {
   Session* session = sessionFor(request, message.session, &Session::control);
   if (session == nullptr || !mayWait(request, *session)) return;
+  // Its client has told the user of an error already.
+  const bool isLate = message.until != 0 && static_cast<std::uint64_t>(request.now.count()) >= message.until;
+  if (isLate) return answer(request, device::Status::Refused);
   const device::Link link = inService(message.link, firstHandle_);
   if (message.made && !service_.hasRoomFor(session->client, link)) return answer(request, device::Status::Refused);
   const service::Reply reply =

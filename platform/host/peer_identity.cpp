@@ -6,6 +6,7 @@
 #include <fstream>
 
 #include "platform/device/limits.h"
+#include "platform/system/user_namespace.h"
 
 namespace host {
 namespace {
@@ -35,24 +36,13 @@ PeerIdentity identityOf(int socket) {
   socklen_t size = sizeof credentials;
   PeerIdentity identity{{}, 0, "unknown"};
   if (getsockopt(socket, SOL_SOCKET, SO_PEERCRED, &credentials, &size) < 0) return identity;
-  static const bool known = usersAreKnown();
+  static const bool known = sys::usersAreKnown();
   if (known) identity.user = credentials.uid;
   // 0: a process of another process namespace.
   if (credentials.pid <= 0) return identity;
   identity.process = static_cast<std::uint32_t>(credentials.pid);
   if (auto program = programOf(identity.process); !program.empty()) identity.program = std::move(program);
   return identity;
-}
-
-bool usersAreKnown() {
-  std::ifstream file("/proc/self/uid_map");
-  std::uint64_t first = 1;
-  std::uint64_t outside = 1;
-  std::uint64_t count = 0;
-  // Without the file there are no user namespaces.
-  if (!file) return true;
-  file >> first >> outside >> count;
-  return first == 0 && outside == 0 && count >= UINT32_MAX;
 }
 
 }  // namespace host

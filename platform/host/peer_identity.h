@@ -9,7 +9,7 @@ namespace host {
 
 // As the system says it, not the peer.
 struct PeerIdentity {
-  std::optional<std::uint32_t> user;  // nullopt: unknown (see usersAreKnown)
+  std::optional<std::uint32_t> user;  // nullopt: unknown (see sys::usersAreKnown)
   std::uint32_t process = 0;          // 0: unknown
   std::string program;                // any bytes, at most device::MaxNameBytes; cut to 15 by the system
 };
@@ -19,8 +19,5 @@ std::optional<std::uint32_t> userOf(int socket);
 
 // Whoever connected this socket. A process that has changed its program since is called after the new one.
 PeerIdentity identityOf(int socket);
-
-// False in a user namespace, where the system calls foreign users by one number: users cannot be told apart.
-bool usersAreKnown();
 
 }  // namespace host

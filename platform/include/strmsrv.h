@@ -141,7 +141,9 @@ class Patcher {
 
   // Connects a source port to a sink port, or removes the connection, for all clients. Connecting a connected pair is a
   // success and changes nothing; disconnecting an unconnected pair is StrmRes_NotFound. May send the service several
-  // requests; blocks until it has answered, two seconds at most for each.
+  // requests; blocks until it has answered, two seconds at most for each. After StrmRes_NoService the change does not
+  // happen later: a service that was late does nothing, and what it did at the last moment is taken back with the next
+  // call or while the manager receives events.
   StreamResult connect(std::uint16_t sourceGroup, std::uint16_t sourcePort, std::uint16_t sinkGroup,
                        std::uint16_t sinkPort);
   StreamResult disconnect(std::uint16_t sourceGroup, std::uint16_t sourcePort, std::uint16_t sinkGroup,

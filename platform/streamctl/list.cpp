@@ -10,7 +10,7 @@ namespace streamctl {
 Outcome run(const ListCommand& command, const ServicePlace& place) {
   const auto service = ServiceClient::open(place);
   if (!service) return Failure{};
-  const auto topology = service->ask<wire::Topology, wire::AskTopology>();
+  const auto topology = service->topology();
   const auto links = topology ? service->ask<wire::Links, wire::AskLinks>() : std::nullopt;
   const auto originals = links ? service->ask<wire::Originals, wire::AskOriginals>() : std::nullopt;
   if (!originals) return Failure{service->whyNot()};

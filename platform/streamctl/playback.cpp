@@ -110,7 +110,7 @@ std::optional<std::string> playInto(ServiceClient& service, const std::string& p
                                     std::uint64_t pass, const StopSignals& signals,
                                     const std::function<void(std::uint64_t messages)>& progress) {
   // Checked first: the service would refuse only the first message, which may be minutes away.
-  auto topology = service.ask<wire::Topology, wire::AskTopology>();
+  auto topology = service.topology();
   if (!topology) return service.whyNot();
   if (!device::Topology(std::move(topology->groups)).port(port)) return noSuchPort(port);
   const bool played = playAndSilence(service.channel(), port, player, pass, signals, progress);

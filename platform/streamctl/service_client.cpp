@@ -7,6 +7,7 @@
 #include "platform/channel/deadline.h"
 #include "platform/reach/service_search.h"
 #include "platform/system/printable.h"
+#include "platform/wire/topology_check.h"
 
 namespace streamctl {
 std::unique_ptr<ServiceClient> ServiceClient::open(const ServicePlace& place) {
@@ -30,10 +31,17 @@ std::unique_ptr<ServiceClient> ServiceClient::open(const ServicePlace& place) {
   return taken;
 }
 
+std::optional<wire::Topology> ServiceClient::topology() {
+  auto answer = ask<wire::Topology, wire::AskTopology>();
+  if (answer) refusedTopology_ = wire::whyRefused(*answer);
+  return refusedTopology_ ? std::nullopt : std::move(answer);
+}
+
 std::string ServiceClient::whyNotGreeted() { return channel_->lost() ? whyNoAnswer() : channel_->whyNotGreeted(); }
 
 std::string ServiceClient::whyNoAnswer() {
   if (const auto fault = channel_->fault()) return *fault;
+  if (refusedTopology_) return *refusedTopology_;
   if (channel_->lost()) return "connection to the service lost";
   return channel_->refusal() ? "the service refused a message" : "the service does not answer";
 }

@@ -28,6 +28,9 @@ class ServiceClient {
     return channel_->ask<Answer>(Request{channel_->session()});
   }
 
+  // Like ask. Returns nullopt also for a topology that is not to be believed.
+  std::optional<wire::Topology> topology();
+
   // Why the service has just done nothing, as one printable line. port: the name of the port, if the request was about
   // one.
   std::string whyNot(const std::string& port = {});
@@ -45,6 +48,7 @@ class ServiceClient {
   channel::Connector connector_;  // destroyed last
   std::string endpoint_;
   std::optional<channel::ControlChannel> channel_;
+  std::optional<std::string> refusedTopology_;  // the cause
 };
 
 // The message that no port has this name.

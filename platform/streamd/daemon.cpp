@@ -14,10 +14,10 @@
 #include "platform/channel/address.h"
 #include "platform/drivers/catalogue.h"
 #include "platform/host/host.h"
-#include "platform/host/peer_identity.h"
 #include "platform/streamd/line_log.h"
 #include "platform/streamd/socket_place.h"
 #include "platform/system/printable.h"
+#include "platform/system/user_namespace.h"
 
 namespace streamd {
 namespace {
@@ -108,7 +108,7 @@ int serve(const Options& options) {
                   logLine);
   const StoppedBySignals stopped(host);
   logOf(devicesText(options), deviceText);
-  if (!host::usersAreKnown()) logLine("in a user namespace: users cannot be told apart");
+  if (!sys::usersAreKnown()) logLine("in a user namespace: users cannot be told apart");
   for (const std::string& endpoint : options.endpoints) {
     auto place = claim(endpoint);
     if (const auto* problem = std::get_if<std::string>(&place)) {
@@ -121,6 +121,7 @@ int serve(const Options& options) {
       logOf(endpoint, *problem);
       return FailureStatus;
     }
+    places.back()->bound();
     logOf(endpoint, "listening");
   }
   host.run();

@@ -11,13 +11,13 @@
 #include <filesystem>
 #include <optional>
 
+#include "platform/streamd/socket_folder.h"
 #include "platform/system/local_socket.h"
 #include "platform/system/through_signals.h"
 
 namespace streamd {
 namespace {
 
-constexpr mode_t FolderMode = 0750;
 constexpr mode_t LockMode = 0660;
 constexpr mode_t NothingForOthers = 0117;
 
@@ -25,24 +25,9 @@ const std::string Taken = "a service is already listening there";
 
 std::string words(int cause) { return std::strerror(cause); }
 
-// Returns the cause if the path's folder neither exists nor can be made.
-std::optional<std::string> makeFolder(const std::string& path) {
-  const std::string folder = std::filesystem::path(path).parent_path();
-  if (folder.empty()) return std::nullopt;
-  if (mkdir(folder.c_str(), FolderMode) == 0) {
-    // Restores what the umask removed.
-    if (chmod(folder.c_str(), FolderMode) == 0) return std::nullopt;
-  } else if (errno == EEXIST) {
-    return std::nullopt;
-  }
-  return folder + ": " + words(errno);
-}
-
-bool isStillAt(const std::string& path, int descriptor) {
-  struct stat opened {};
-  struct stat there {};
-  return fstat(descriptor, &opened) == 0 && stat(path.c_str(), &there) == 0 && opened.st_dev == there.st_dev &&
-         opened.st_ino == there.st_ino;
+bool isAt(const std::string& path, int descriptor) {
+  const auto there = sys::FileIdentity::of(path);
+  return there && there == sys::FileIdentity::of(descriptor);
 }
 
 // Returns the descriptor of the locked file, or the cause.
@@ -56,7 +41,7 @@ std::variant<int, std::string> lockFile(const std::string& path) {
       return cause == EWOULDBLOCK ? Taken : path + ": " + words(cause);
     }
     // The last owner may have removed the file between open and flock: then others lock another file.
-    if (isStillAt(path, descriptor)) return descriptor;
+    if (isAt(path, descriptor)) return descriptor;
     close(descriptor);
   }
 }
@@ -76,19 +61,18 @@ std::optional<std::string> clearAway(const std::string& path) {
 
 std::variant<std::unique_ptr<SocketPlace>, std::string> SocketPlace::claim(const std::string& path) {
   if (path.size() >= sizeof(sockaddr_un::sun_path)) return words(ENAMETOOLONG);
-  if (auto problem = makeFolder(path)) return *std::move(problem);
+  if (auto problem = prepareFolder(std::filesystem::path(path).parent_path())) return *std::move(problem);
   const std::string lockPath = path + ".lock";
   auto lock = lockFile(lockPath);
   if (auto* problem = std::get_if<std::string>(&lock)) return std::move(*problem);
   std::unique_ptr<SocketPlace> place(new SocketPlace(path, lockPath, std::get<int>(lock)));
   if (auto problem = clearAway(path)) return *std::move(problem);
-  place->cleared_ = true;
   return place;
 }
 
 SocketPlace::~SocketPlace() {
-  if (cleared_) unlink(path_.c_str());
-  unlink(lockPath_.c_str());
+  if (socket_ && socket_ == sys::FileIdentity::of(path_)) unlink(path_.c_str());
+  if (isAt(lockPath_, lock_)) unlink(lockPath_.c_str());
   close(lock_);
 }
 

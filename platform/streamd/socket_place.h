@@ -2,9 +2,12 @@
 #pragma once
 
 #include <memory>
+#include <optional>
 #include <string>
 #include <utility>
 #include <variant>
+
+#include "platform/system/file_identity.h"
 
 namespace streamd {
 
@@ -12,8 +15,8 @@ namespace streamd {
 // so two services that start at the same time never share a path, nor take it from each other.
 class SocketPlace {
  public:
-  // Makes the folder if it is missing (mode 0750), and removes a socket at which nothing listens any more. Removes
-  // nothing else. On failure returns the cause as text.
+  // Prepares the folder (see prepareFolder), and removes a socket at which nothing listens any more. Removes nothing
+  // else. On failure returns the cause as text.
   static std::variant<std::unique_ptr<SocketPlace>, std::string> claim(const std::string& path);
 
   SocketPlace(const SocketPlace&) = delete;
@@ -21,7 +24,11 @@ class SocketPlace {
 
   const std::string& path() const { return path_; }
 
-  // Removes the socket, which must be closed, and releases the place.
+  // Call once this process has bound its socket to the path.
+  void bound() { socket_ = sys::FileIdentity::of(path_); }
+
+  // Removes the socket, which must be closed, and releases the place. Leaves a socket or a lock alone that somebody
+  // else has put there meanwhile.
   ~SocketPlace();
 
  private:
@@ -31,7 +38,7 @@ class SocketPlace {
   std::string path_;
   std::string lockPath_;
   int lock_;
-  bool cleared_ = false;  // the file at the path is this process's own
+  std::optional<sys::FileIdentity> socket_;  // this process's own
 };
 
 // During its lifetime, sockets that this process makes have mode 0660.

@@ -80,6 +80,21 @@ std::string printable(std::string_view text, TextEncoding encoding) {
 
 std::string printable(std::string_view text) { return printable(text, environmentEncoding()); }
 
+std::string replaceHidden(std::string_view text, const std::function<std::string(char32_t hidden)>& escape) {
+  std::string shown;
+  while (!text.empty()) {
+    const Decoded next = decode(text);
+    const std::size_t size = std::max<std::size_t>(next.size, 1);
+    if (next.size > 0 && isHidden(next.character)) {
+      shown += escape(next.character);
+    } else {
+      shown += text.substr(0, size);
+    }
+    text.remove_prefix(size);
+  }
+  return shown;
+}
+
 std::size_t columns(std::string_view text) {
   return text.size() - static_cast<std::size_t>(std::ranges::count_if(text, isContinuation));
 }

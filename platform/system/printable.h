@@ -2,6 +2,7 @@
 #pragma once
 
 #include <cstddef>
+#include <functional>
 #include <string>
 #include <string_view>
 
@@ -17,6 +18,10 @@ std::string printable(std::string_view text, TextEncoding encoding);
 
 // Like above, in the encoding of the process's environment (see environmentEncoding).
 std::string printable(std::string_view text);
+
+// Returns UTF-8 text with each character that printable does not show, in UTF-8, as what escape returns for it. Bytes
+// that belong to no character stay.
+std::string replaceHidden(std::string_view text, const std::function<std::string(char32_t hidden)>& escape);
 
 // The number of columns that printable text takes if each of its characters takes one.
 std::size_t columns(std::string_view text);

@@ -67,6 +67,7 @@ void fields(Io& io, Fields<Io, Patch> m) {
   io(m.session);
   io(m.made);
   io.field(m.link);
+  io(m.until);
 }
 
 template <class Io>

@@ -53,11 +53,14 @@ struct UntapAll {
   std::uint32_t eventPort = 0;
 };
 
-// Makes (made is true) or removes (made is false) a connection. Answer: Result.
+// Makes (made is true) or removes (made is false) a connection. Answer: Result. From `until` on, a time of this
+// machine's monotonic clock in nanoseconds, the client has given up: a service that comes to the request only then does
+// nothing and answers Refused. 0: there is no such time.
 struct Patch {
   std::uint64_t session = 0;
   bool made = true;
   device::Link link;
+  std::uint64_t until = 0;
 };
 
 // Answer: Topology, in pieces (see Part).

@@ -1,10 +1,12 @@
 #include "platform/drivers/described/device_parser.h"
 
+#include <cstddef>
 #include <map>
 #include <set>
 #include <utility>
 
 #include "platform/device/names.h"
+#include "platform/device/size_limits.h"
 #include "platform/drivers/described/key_depth.h"
 #include "platform/drivers/described/toml_table.h"
 
@@ -37,6 +39,10 @@ class DeviceParser {
     const auto sinks = table.integer("sinks", 0, MaxCount);
     const bool thru = table.boolean("thru").value_or(false);
     if (thru && (!sources || !sinks)) table.fail("thru", "thru needs sources and sinks");
+    ports_ += static_cast<std::size_t>(sources.value_or(0)) + static_cast<std::size_t>(sinks.value_or(0));
+    if (ports_ > device::MaxPorts) {
+      table.fail("id", "too many ports: a device has at most " + std::to_string(device::MaxPorts));
+    }
     const auto [first, isNew] = idLines_.emplace(id.value_or(-1), table.lineOf("id"));
     if (id && !isNew) {
       table.fail("id", "id " + std::to_string(*id) + " is taken by the group in line " + std::to_string(first->second));
@@ -101,6 +107,7 @@ class DeviceParser {
   device::Topology topology_;
   device::UniqueNames names_{device::MaxGroupNameBytes};
   std::map<std::int64_t, unsigned> idLines_;
+  std::size_t ports_ = 0;
   std::set<device::Link> links_;
 };
 

@@ -3,6 +3,8 @@
 #include <gtest/gtest.h>
 
 #include <set>
+#include <string>
+#include <vector>
 
 namespace device {
 namespace {
@@ -42,6 +44,19 @@ TEST(CleanName, EveryByteIsEitherKeptOrReplaced) {
     const bool allowed = value > ' ' && value < 0x7F && forbidden.find(byte) == std::string_view::npos;
     EXPECT_EQ(cleanName(std::string{'a', byte}), (std::string{'a', allowed ? byte : '_'})) << value;
   }
+}
+
+TEST(CleanName, IsRecognized) {
+  const std::vector<std::string> raws{"KeyboardOut1", "a b",   "",      "..",       ".", "...",
+                                      "-l",           "~home", "a-b~c", "-",        " ", "_",
+                                      "a*",           "\x1b",  "\x7f",  "\xc3\xaf", "a;"};
+  for (const std::string& raw : raws) EXPECT_EQ(isCleanName(raw), cleanName(raw) == raw) << raw;
+  for (int value = 0; value < 256; ++value) {
+    for (const std::string& raw : {std::string{static_cast<char>(value)}, std::string{'a', static_cast<char>(value)}}) {
+      EXPECT_EQ(isCleanName(raw), cleanName(raw) == raw) << value;
+    }
+  }
+  EXPECT_TRUE(isCleanName(std::string(64, 'a'))) << "the length is another matter";
 }
 
 TEST(CleanName, CutsAtTheLimit) {

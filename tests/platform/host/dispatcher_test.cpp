@@ -81,6 +81,19 @@ TEST_F(DispatcherTest, RequestsAreAnsweredWithTheirTag) {
   }
 }
 
+TEST_F(DispatcherTest, PatchIsRefusedOnceItsClientHasGivenUp) {
+  const std::uint64_t session = attach("a");
+  const auto patch = [&](bool made, std::uint64_t until, device::Time now) {
+    dispatcher_->receive(peers_.of("a control"), wire::encode(9, wire::Patch{session, made, {0, 0, 1, 1}, until}), now);
+    return peers_.texts("a control");
+  };
+  using std::chrono::nanoseconds;
+  EXPECT_EQ(patch(true, 100, nanoseconds(100)), Texts{"9: refused at 0"});
+  EXPECT_EQ(patch(true, 100, nanoseconds(99)), Texts{"9: ok at 1"});
+  EXPECT_EQ(patch(false, 100, nanoseconds(5'000'000'000)), Texts{"9: refused at 1"});
+  EXPECT_EQ(patch(false, 0, nanoseconds(5'000'000'000)), Texts{"9: ok at 2"}) << "nobody gives up";
+}
+
 TEST_F(DispatcherTest, MessagesOutOfPlaceAreAnsweredAndHarmNobody) {
   const std::uint64_t session = attach("a");
   const std::uint64_t other = attach("b");

@@ -139,9 +139,75 @@ TEST_F(SocketPlaceTest, RemovesItsSocketAtTheEnd) {
     ASSERT_TRUE(std::holds_alternative<Place>(claimed));
     const SocketMode mode;
     const Listener own(path);
+    std::get<Place>(claimed)->bound();
     EXPECT_EQ(modeOf(path), 0660U);
   }
   EXPECT_TRUE(fs::is_empty(folder_.path()));
+}
+
+TEST_F(SocketPlaceTest, WhatSomebodyElseHasPutThereStays) {
+  const std::string path = folder_.path() / "socket";
+  auto first = SocketPlace::claim(path);
+  ASSERT_TRUE(std::holds_alternative<Place>(first));
+  const Listener firstSocket(path);
+  std::get<Place>(first)->bound();
+  fs::remove(path);
+  fs::remove(path + ".lock");
+
+  auto second = SocketPlace::claim(path);
+  ASSERT_TRUE(std::holds_alternative<Place>(second));
+  const Listener secondSocket(path);
+  std::get<Place>(second)->bound();
+  std::get<Place>(first).reset();
+  EXPECT_EQ(sys::whyNobodyListens(path), 0);
+  EXPECT_EQ(refusal(path), "a service is already listening there");
+  EXPECT_TRUE(fs::exists(path + ".lock"));
+  std::get<Place>(second).reset();
+  EXPECT_TRUE(fs::is_empty(folder_.path()));
+}
+
+TEST_F(SocketPlaceTest, AFileThatCameBeforeTheSocketWasBoundStays) {
+  const std::string path = folder_.path() / "socket";
+  {
+    const auto claimed = SocketPlace::claim(path);
+    ASSERT_TRUE(std::holds_alternative<Place>(claimed));
+    std::ofstream(path) << "precious";
+  }
+  EXPECT_EQ(fs::file_size(path), 8U);
+}
+
+TEST_F(SocketPlaceTest, FolderThatAllUsersMayWriteIsRefused) {
+  const fs::path sub = folder_.path() / "sub";
+  fs::create_directory(sub);
+  for (const unsigned mode : {0777U, 0702U, 0773U}) {
+    fs::permissions(sub, fs::perms(mode));
+    EXPECT_EQ(refusal(path_), sub.string() +
+                                  ": all users may replace files in this folder; remove their write permission, or "
+                                  "make it sticky")
+        << mode;
+    EXPECT_TRUE(fs::is_empty(sub));
+    EXPECT_EQ(modeOf(sub), mode);
+  }
+}
+
+TEST_F(SocketPlaceTest, StickyFolderAndFolderOfAGroupAreTaken) {
+  fs::create_directory(folder_.path() / "sub");
+  for (const unsigned mode : {01777U, 0775U}) {
+    fs::permissions(folder_.path() / "sub", fs::perms(mode));
+    EXPECT_EQ(refusal(path_), "") << mode;
+  }
+}
+
+TEST_F(SocketPlaceTest, CurrentFolderIsLookedAtAsWell) {
+  const fs::path before = fs::current_path();
+  fs::permissions(folder_.path(), fs::perms(0777));
+  fs::current_path(folder_.path());
+  const std::string cause = refusal("socket");
+  fs::permissions(folder_.path(), fs::perms(0700));
+  const std::string without = refusal("socket");
+  fs::current_path(before);
+  EXPECT_EQ(cause.substr(0, cause.find(';')), ".: all users may replace files in this folder");
+  EXPECT_EQ(without, "");
 }
 
 TEST_F(SocketPlaceTest, PathMustFitAnAddress) {

@@ -1,14 +1,21 @@
-// Who may come to a streamd: its owner and its group, no other user.
+// Who may come to a streamd: its owner and its group, no other user. And whose streamd a client takes for a service.
+#include <fcntl.h>
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 #include <unistd.h>
 
 #include <chrono>
+#include <csignal>
 #include <filesystem>
+#include <optional>
 #include <string>
+#include <thread>
 #include <vector>
 
+#include "platform/system/local_socket.h"
+#include "tests/platform/streamd/console.h"
 #include "tests/support/case_runner.h"
+#include "tests/support/child.h"
 #include "tests/support/process.h"
 #include "tests/support/root_test.h"
 #include "tests/support/scratch_folder.h"
@@ -24,7 +31,7 @@ using testsupport::ExitStatus;
 namespace fs = std::filesystem;
 
 // Users that no machine has.
-constexpr const char* Stranger = "64123";
+const std::string Stranger = "64123";
 
 class Users : public testsupport::RootTest {
  protected:
@@ -56,7 +63,7 @@ class Users : public testsupport::RootTest {
 };
 
 TEST_F(Users, OwnerAndGroupMayConnect) {
-  for (const std::string user : {"0", Stranger}) {
+  for (const std::string& user : {std::string("0"), Stranger}) {
     const auto listed = listAs(user, "0");
     EXPECT_EQ(listed.status, ExitStatus::exited(0)) << user << listed.standardError;
     EXPECT_THAT(listed.standardOutput, HasSubstr("Keyboard")) << user;
@@ -69,6 +76,100 @@ TEST_F(Users, OtherUsersAreToldThatPermissionIsDenied) {
   EXPECT_EQ(listed.standardOutput, "");
   EXPECT_THAT(listed.standardError, HasSubstr("Permission denied"));
   EXPECT_THAT(daemon_.log(), Not(HasSubstr("streamctl")));
+}
+
+// A streamd of another user, at a socket in an open folder.
+class ForeignService : public Users {
+ protected:
+  // Starts streamd as this user, in a folder with this mode, and waits until it listens.
+  void start(const std::string& user, fs::perms mode) {
+    fs::copy_file(FLOWSCOPE_BINARY_DIR "/streamd", folder_.path() / "streamd", fs::copy_options::skip_existing);
+    fs::create_directory(open_);
+    ASSERT_EQ(chown(open_.c_str(), static_cast<uid_t>(std::stoul(user)), 0), 0);
+    fs::permissions(open_, mode);
+    std::vector<std::string> words{"--reuid=" + user,          "--regid=0", "--clear-groups",
+                                   folder_.path() / "streamd", "--listen",  "ipc://" + socket()};
+    testsupport::ChildDescriptors descriptors;
+    descriptors.open(STDERR_FILENO, open_ / "log", O_WRONLY | O_CREAT | O_TRUNC);
+    service_.emplace(testsupport::Command{"setpriv", words, testsupport::caseEnvironment(folder_.path()), {}},
+                     descriptors);
+    const testsupport::Deadline deadline(60s);
+    while (sys::whyNobodyListens(socket()) != 0 && !deadline.passed()) std::this_thread::sleep_for(5ms);
+    ASSERT_EQ(sys::whyNobodyListens(socket()), 0);
+  }
+
+  // It removes its files.
+  void stop() {
+    service_->signal(SIGTERM);
+    ASSERT_EQ(service_->wait(testsupport::Deadline(60s)), ExitStatus::exited(0));
+    ASSERT_FALSE(fs::exists(socket()));
+  }
+
+  std::string socket() const { return open_ / "socket"; }
+
+  // This program with a user that is in root's group, which may use the socket.
+  testsupport::ProcessResult runAs(const std::string& user, const std::string& program, std::vector<std::string> more) {
+    fs::copy_file(fs::path(FLOWSCOPE_BINARY_DIR) / program, folder_.path() / program, fs::copy_options::skip_existing);
+    std::vector<std::string> words{"--reuid=" + user, "--regid=0", "--clear-groups", folder_.path() / program};
+    words.insert(words.end(), more.begin(), more.end());
+    auto environment = testsupport::caseEnvironment(folder_.path());
+    environment["EVTSRV_ENDPOINT"] = "ipc://" + socket();
+    return testsupport::runProcess({"setpriv", words, environment, {}}, "", testsupport::Deadline(60s));
+  }
+
+  std::string refusalOf(const std::string& user) const {
+    return "ipc://" + socket() + ": not used, because all users may listen in " + open_.string() +
+           " and the service runs as user " + user + "\n";
+  }
+
+  fs::path open_ = folder_.path() / "open";
+  std::optional<testsupport::Child> service_;
+};
+
+TEST_F(ForeignService, InAStickyFolderIsRefused) {
+  start(Stranger, fs::perms(01777));
+  for (const std::string user : {"0", "64124"}) {
+    const auto listed = runAs(user, "streamctl", {"list"});
+    EXPECT_EQ(listed.status, ExitStatus::exited(1)) << user;
+    EXPECT_EQ(listed.standardOutput, "") << user;
+    EXPECT_EQ(listed.standardError, "streamctl: " + refusalOf(Stranger)) << user;
+    const auto console = runAs(user, "flowscope", {"-c", "ls -r"});
+    EXPECT_EQ(console.status, ExitStatus::exited(0)) << user;
+    EXPECT_EQ(console.standardError, "flowscope: " + refusalOf(Stranger)) << user;
+    EXPECT_THAT(console.standardOutput, Not(HasSubstr("Keyboard"))) << user;
+  }
+}
+
+TEST_F(ForeignService, OfTheSameUserOrOfRootIsTaken) {
+  start(Stranger, fs::perms(01777));
+  auto listed = runAs(Stranger, "streamctl", {"list"});
+  EXPECT_EQ(listed.status, ExitStatus::exited(0)) << listed.standardError;
+  EXPECT_THAT(listed.standardOutput, HasSubstr("Keyboard"));
+  stop();
+  start("0", fs::perms(01777));
+  listed = runAs(Stranger, "streamctl", {"list"});
+  EXPECT_EQ(listed.status, ExitStatus::exited(0)) << listed.standardError;
+  EXPECT_THAT(listed.standardOutput, HasSubstr("Keyboard"));
+}
+
+TEST_F(ForeignService, InAnOrdinaryFolderIsTaken) {
+  start(Stranger, fs::perms(0755));
+  const auto listed = runAs("0", "streamctl", {"list"});
+  EXPECT_EQ(listed.status, ExitStatus::exited(0)) << listed.standardError;
+  EXPECT_THAT(listed.standardOutput, HasSubstr("Keyboard"));
+}
+
+TEST_F(ForeignService, ThatTakesThePlaceOfTheOwnOneIsNotUsed) {
+  start("0", fs::perms(01777));
+  streamd::Console console("ipc://" + socket());
+  stop();
+  start(Stranger, fs::perms(01777));
+  EXPECT_TRUE(console.shows("and the service runs as user " + Stranger)) << console.terminal().output();
+  console.type("cat Midi/Source/Keyboard/KeyboardOut1");
+  EXPECT_TRUE(console.shows("ERROR: ConnectError")) << console.terminal().output();
+  stop();
+  start("0", fs::perms(01777));
+  EXPECT_TRUE(console.shows("connected to the service again")) << console.terminal().output();
 }
 
 }  // namespace
