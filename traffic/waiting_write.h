@@ -4,7 +4,8 @@
 #include <atomic>
 #include <chrono>
 #include <cstdint>
-#include <string_view>
+
+#include "terminal/pending_text.h"
 
 namespace flowscope {
 
@@ -27,7 +28,10 @@ static_assert(std::atomic<std::int64_t>::is_always_lock_free);
 
 // Writes the whole text to a non-blocking descriptor. Waits for room as long as patience lasts, and notices within 100
 // milliseconds that it ends. Returns 0, or the error that kept the rest from being written: EAGAIN if there was no room
-// in time.
-int writeWaiting(int descriptor, std::string_view text, const Patience& patience);
+// in time. The rest stays in the text.
+int writeWaiting(int descriptor, PendingText& text, const Patience& patience);
+
+// The same without waiting at all.
+int writeNow(int descriptor, PendingText& text);
 
 }  // namespace flowscope

@@ -106,7 +106,7 @@ TEST(WaitingStream, IsLineBufferedOnlyOnATerminal) {
   EXPECT_EQ(readAll(terminal.readEnd.get(), 6), "line\r\n");
   std::array<char, 16> piece{};
   EXPECT_EQ(read(pipe.readEnd.get(), piece.data(), piece.size()), -1);
-  std::fflush(toPipe.get());
+  flushStream(toPipe.get());
   EXPECT_EQ(readAll(pipe.readEnd.get(), 9), "line\nrest");
 }
 
