@@ -18,10 +18,10 @@ class PendingText {
   static constexpr std::size_t Capacity = 65536;
 
   enum class State {
-    Written,      // nothing is left
-    Left,         // there is more to write
-    NoRoom,       // the descriptor does not block, and has no room
-    Refused,      // the descriptor has an error, see Outcome::error
+    Written,  // nothing is left
+    Left,     // there is more to write
+    NoRoom,   // the descriptor does not block, and has no room
+    Refused,  // the descriptor has an error, see Outcome::error
   };
 
   struct Outcome {

@@ -34,7 +34,9 @@ void setDisposition(int signal, void (*handler)(int), int flags) noexcept {
 }
 
 // A handler for a signal after which the program continues.
-void setReturning(int signal, void (*handler)(int)) noexcept { setDisposition(signal, handler, SA_RESTART | SA_ONSTACK); }
+void setReturning(int signal, void (*handler)(int)) noexcept {
+  setDisposition(signal, handler, SA_RESTART | SA_ONSTACK);
+}
 
 // A handler for a signal that ends the program. A write that it interrupts is not restarted, because the thread that
 // holds the signal must not wait for room. While it runs, no other signal does: it writes where nobody may read.

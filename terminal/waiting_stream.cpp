@@ -39,12 +39,14 @@ class WaitingText final : public PartingText {
 
   // Returns false after an error.
   bool write(std::string_view text) {
-    const bool line = byLines_ && text.find('\n') != std::string_view::npos;
+    const std::size_t lastLineEnd = byLines_ ? text.rfind('\n') : std::string_view::npos;
+    const std::size_t behindLines = lastLineEnd == std::string_view::npos ? text.size() : text.size() - lastLineEnd - 1;
+    const bool hasLine = behindLines < text.size();
     while (!text.empty()) {
       text.remove_prefix(text_.append(text));
       if (!text.empty() && !flush()) return false;
     }
-    return !line || flush();
+    return !hasLine || writeOut(text_, text_.end() - behindLines);
   }
 
   bool flush() { return writeOut(text_, PendingText::Everything); }

@@ -100,8 +100,8 @@ class TrafficFile::Stream final : public PartingText {
     if (cause == EAGAIN) abandoned_ = true;
     text_.clear();
     if (refused_.exchange(true) && cause != EAGAIN) return;
-    const std::string said =
-        cause == EAGAIN ? "its reader does not read any more; the rest is lost" : std::generic_category().message(cause);
+    const std::string said = cause == EAGAIN ? "its reader does not read any more; the rest is lost"
+                                             : std::generic_category().message(cause);
     sayError("cannot write to " + name_ + ": " + said);
   }
 
