@@ -7,6 +7,7 @@
 #include <algorithm>
 #include <array>
 #include <cerrno>
+#include <climits>
 #include <cstring>
 #include <mutex>
 
@@ -35,12 +36,12 @@ class ReadyDescriptor {
 
  private:
   static int openAgain(int descriptor) noexcept {
-    std::array<char, 32> path{"/proc/self/fd/"};
-    std::size_t digits = 1;
-    for (int rest = descriptor; rest >= 10; rest /= 10) ++digits;
-    for (std::size_t end = 14 + digits; end > 14; descriptor /= 10) {
-      path.at(--end) = static_cast<char>('0' + descriptor % 10);
-    }
+    constexpr std::string_view Folder = "/proc/self/fd/";
+    std::array<char, 32> path{};
+    std::copy(Folder.begin(), Folder.end(), path.begin());
+    std::size_t end = Folder.size() + 1;
+    for (int rest = descriptor; rest >= 10; rest /= 10) ++end;
+    for (; end > Folder.size(); descriptor /= 10) path.at(--end) = static_cast<char>('0' + descriptor % 10);
     return open(path.data(), O_WRONLY | O_NONBLOCK | O_NOCTTY | O_CLOEXEC);
   }
 
@@ -77,6 +78,15 @@ PendingText::Mark PendingText::end() const {
 PendingText::Outcome PendingText::writeOnce(int descriptor, Mark before) {
   const std::lock_guard guard(lock_);
   return writeLocked(descriptor, before, Capacity);
+}
+
+PendingText::Outcome PendingText::writeLines(int pipe) {
+  const std::lock_guard guard(lock_);
+  const std::size_t lines = countOfLines(PIPE_BUF);
+  const Outcome outcome = writeLocked(pipe, Everything, lines);
+  const std::size_t line = std::min(lines, std::string_view(characters_.data() + begin_, lines).find('\n') + 1);
+  if (outcome.state != State::NoRoom || line == 0 || line == lines) return outcome;
+  return writeLocked(pipe, Everything, line);
 }
 
 std::string PendingText::take(Mark before) {
@@ -125,6 +135,14 @@ void PendingText::copy(std::string_view text) {
   std::copy_n(text.data(), text.size(), characters_.data() + end_);
   end_ += text.size();
   appended_ += text.size();
+}
+
+// The size of the lines that come first and are not larger than that together.
+std::size_t PendingText::countOfLines(std::size_t most) const noexcept {
+  const std::string_view all(characters_.data() + begin_, end_ - begin_);
+  if (all.size() <= most) return all.size();
+  const std::size_t last = all.substr(0, most).rfind('\n');
+  return last == std::string_view::npos ? most : last + 1;
 }
 
 std::size_t PendingText::countBefore(Mark mark) const noexcept {

@@ -48,6 +48,10 @@ class PendingText {
   // Removes what lies before the mark and returns it.
   std::string take(Mark before);
 
+  // Writes once to a pipe that does not block, and which takes a text of this size whole or not at all: as many lines
+  // as it has room for, but only one if it has little. A line that is larger than that is cut.
+  Outcome writeLines(int pipe);
+
   // Forgets what waits.
   void clear();
 
@@ -60,6 +64,7 @@ class PendingText {
   int writeReady(int descriptor, const PartingTime& time) noexcept;
   std::size_t makeRoom(std::size_t size);
   void copy(std::string_view text);
+  std::size_t countOfLines(std::size_t most) const noexcept;
   std::size_t countBefore(Mark mark) const noexcept;
   void remove(std::size_t count) noexcept;
   Outcome writeLocked(int descriptor, Mark before, std::size_t most) noexcept;

@@ -1,6 +1,7 @@
 #include "traffic/traffic_file.h"
 
 #include <fcntl.h>
+#include <sys/stat.h>
 
 #include <cerrno>
 #include <system_error>
@@ -25,12 +26,18 @@ std::FILE* openToWrite(const char* name) {
   return stream;
 }
 
+Target targetOf(int descriptor) {
+  struct stat status {};
+  return fstat(descriptor, &status) == 0 && S_ISFIFO(status.st_mode) ? Target::Pipe : Target::Other;
+}
+
 }  // namespace
 
 // Writes what is left and closes its file, if close() was called, as soon as no thread uses it.
 class TrafficFile::Stream final : public PartingText {
  public:
-  Stream(std::FILE* file, const char* name) : file_(file), descriptor_(fileno(file)), name_(name) {}
+  Stream(std::FILE* file, const char* name)
+      : file_(file), descriptor_(fileno(file)), target_(targetOf(descriptor_)), name_(name) {}
   ~Stream() override {
     flush();
     leave();
@@ -56,7 +63,7 @@ class TrafficFile::Stream final : public PartingText {
     int cause = 0;
     {
       const WriteSignals signals;
-      cause = writeNow(descriptor_, text_);
+      cause = writeNow(descriptor_, text_, target_);
       signals.take(cause);
     }
     if (cause == EAGAIN) return false;
@@ -88,7 +95,7 @@ class TrafficFile::Stream final : public PartingText {
 
   int writeAll() {
     const WriteSignals signals;
-    const int cause = writeWaiting(descriptor_, text_, patience_);
+    const int cause = writeWaiting(descriptor_, text_, patience_, target_);
     signals.take(cause);
     return cause;
   }
@@ -107,6 +114,7 @@ class TrafficFile::Stream final : public PartingText {
 
   std::FILE* file_;
   int descriptor_;
+  Target target_;
   std::string name_;
   std::atomic<bool> closing_ = false;
   std::atomic<bool> refused_ = false;

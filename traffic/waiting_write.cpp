@@ -16,6 +16,10 @@ std::int64_t now() {
   return std::chrono::duration_cast<std::chrono::milliseconds>(sinceStart).count();
 }
 
+PendingText::Outcome writeOnce(int descriptor, PendingText& text, Target target) {
+  return target == Target::Pipe ? text.writeLines(descriptor) : text.writeOnce(descriptor);
+}
+
 }  // namespace
 
 void Patience::end() {
@@ -29,10 +33,10 @@ std::chrono::milliseconds Patience::rest() const {
   return std::clamp(std::chrono::milliseconds(end - now()), std::chrono::milliseconds(0), Stretch);
 }
 
-int writeWaiting(int descriptor, PendingText& text, const Patience& patience) {
+int writeWaiting(int descriptor, PendingText& text, const Patience& patience, Target target) {
   AwaitedRoom room;
   for (;;) {
-    const auto [state, error] = text.writeOnce(descriptor);
+    const auto [state, error] = writeOnce(descriptor, text, target);
     if (state == PendingText::State::Written) return 0;
     if (state == PendingText::State::Refused) return error;
     if (state == PendingText::State::Left) {
@@ -45,9 +49,9 @@ int writeWaiting(int descriptor, PendingText& text, const Patience& patience) {
   }
 }
 
-int writeNow(int descriptor, PendingText& text) {
+int writeNow(int descriptor, PendingText& text, Target target) {
   for (;;) {
-    const auto [state, error] = text.writeOnce(descriptor);
+    const auto [state, error] = writeOnce(descriptor, text, target);
     if (state == PendingText::State::Written) return 0;
     if (state != PendingText::State::Left) return error;
   }

@@ -87,6 +87,33 @@ TEST(PendingText, KeepsWhatFindsNoRoom) {
   EXPECT_EQ(pipe.content(), std::string(904, 'a'));
 }
 
+TEST(PendingText, GivesAPipeWholeLines) {
+  const Pipe pipe;
+  PendingText text;
+  const std::string line = std::string(99, 'a') + "\n";
+  for (int i = 0; i < 60; ++i) text.append(line);
+  EXPECT_EQ(text.writeLines(pipe.write.get()).state, State::Left);
+  EXPECT_EQ(text.writeLines(pipe.write.get()).state, State::NoRoom);
+  EXPECT_EQ(pipe.content().size(), 4000U);
+  // Now there is room for some of the lines.
+  ASSERT_EQ(::write(pipe.write.get(), line.data(), line.size()), 100);
+  for (int i = 1; i < 35; ++i) ASSERT_EQ(::write(pipe.write.get(), line.data(), line.size()), 100);
+  EXPECT_EQ(text.writeLines(pipe.write.get()).state, State::Left);
+  EXPECT_EQ(pipe.content().size(), 3600U);
+  EXPECT_EQ(text.writeLines(pipe.write.get()).state, State::Written);
+  EXPECT_EQ(pipe.content().size(), 1900U);
+}
+
+TEST(PendingText, CutsALineThatNoPipeTakesWhole) {
+  const Pipe pipe;
+  PendingText text;
+  text.append(std::string(5000, 'a') + "\n");
+  EXPECT_EQ(text.writeLines(pipe.write.get()).state, State::Left);
+  EXPECT_EQ(pipe.content().size(), 4096U);
+  EXPECT_EQ(text.writeLines(pipe.write.get()).state, State::Written);
+  EXPECT_EQ(pipe.content().size(), 905U);
+}
+
 TEST(PendingText, TellsAnError) {
   const UniqueFd readOnly(open("/dev/null", O_RDONLY | O_CLOEXEC));
   PendingText text;
