@@ -32,6 +32,7 @@ void writePartingTexts() noexcept {
   const int savedErrno = errno;
   const PartingTime time;
   if (listLock.lockWithin(time)) {
+    for (PartingText* each = latest; each != nullptr; each = each->next_) each->endOnSignal(time);
     for (PartingText* each = latest; each != nullptr; each = each->next_) each->writeOnSignal(time);
     listLock.unlock();
   }

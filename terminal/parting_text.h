@@ -12,6 +12,10 @@ class PartingText {
   PartingText(const PartingText&) = delete;
   PartingText& operator=(const PartingText&) = delete;
 
+  // Called in signal handlers, on any thread, for all texts before the first of them is written: what comes later, from
+  // threads that still run, need not be written.
+  virtual void endOnSignal(const PartingTime& /*time*/) noexcept {}
+
   // Called in signal handlers, on any thread: writes what waits within the time, and does nothing else.
   virtual void writeOnSignal(const PartingTime& time) noexcept = 0;
 

@@ -102,20 +102,27 @@ void PendingText::clear() {
   begin_ = end_ = 0;
 }
 
-int PendingText::writeOnSignal(int descriptor, const PartingTime& time) noexcept {
+PendingText::Mark PendingText::endOnSignal(const PartingTime& time) const noexcept {
   if (!lock_.lockWithin(time)) return 0;
-  const int error = begin_ == end_ ? 0 : writeReady(descriptor, time);
+  const Mark mark = appended_;
+  lock_.unlock();
+  return mark;
+}
+
+int PendingText::writeOnSignal(int descriptor, const PartingTime& time, Mark before) noexcept {
+  if (!lock_.lockWithin(time)) return 0;
+  const int error = countBefore(before) == 0 ? 0 : writeReady(descriptor, time, before);
   lock_.unlock();
   return error;
 }
 
-int PendingText::writeReady(int descriptor, const PartingTime& time) noexcept {
+int PendingText::writeReady(int descriptor, const PartingTime& time, Mark before) noexcept {
   const ReadyDescriptor ready(descriptor);
   Outcome outcome{State::Left};
   while (ready.get() >= 0 && (outcome.state == State::Left || outcome.state == State::NoRoom)) {
     pollfd room{ready.get(), POLLOUT, 0};
     if (poll(&room, 1, time.left()) <= 0) return 0;
-    outcome = writeLocked(ready.get(), Everything, SurelyTaken);
+    outcome = writeLocked(ready.get(), before, SurelyTaken);
     if (outcome.state == State::NoRoom) poll(nullptr, 0, std::min(1, time.left()));
   }
   return outcome.state == State::Refused ? outcome.error : 0;

@@ -55,13 +55,16 @@ class PendingText {
   // Forgets what waits.
   void clear();
 
-  // For signal handlers: writes all, as far as the descriptor has room and the time allows. Returns the error that kept
-  // it from that, if it is not the lack of room or time; else 0.
-  int writeOnSignal(int descriptor, const PartingTime& time) noexcept;
+  // For signal handlers: end(), or 0 if another thread has the text for too long.
+  Mark endOnSignal(const PartingTime& time) const noexcept;
+
+  // For signal handlers: writes what lies before the mark, as far as the descriptor has room and the time allows.
+  // Returns the error that kept it from that, if it is not the lack of room or time; else 0.
+  int writeOnSignal(int descriptor, const PartingTime& time, Mark before = Everything) noexcept;
 
  private:
   // The caller of these has the lock.
-  int writeReady(int descriptor, const PartingTime& time) noexcept;
+  int writeReady(int descriptor, const PartingTime& time, Mark before) noexcept;
   std::size_t makeRoom(std::size_t size);
   void copy(std::string_view text);
   std::size_t countOfLines(std::size_t most) const noexcept;

@@ -22,7 +22,7 @@ void CollectedScreen::writeBefore(PendingText::Mark mark) {
 }
 
 void CollectedScreen::writeOnSignal(const PartingTime& time) noexcept {
-  if (descriptor_ >= 0) text_.writeOnSignal(descriptor_, time);
+  if (descriptor_ >= 0) text_.writeOnSignal(descriptor_, time, endOnSignal_);
 }
 
 }  // namespace flowscope

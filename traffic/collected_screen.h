@@ -30,13 +30,16 @@ class CollectedScreen final : public PartingText {
   // Writes what was appended before the mark, after what waits in the stream. Blocks as the stream does.
   void writeBefore(PendingText::Mark mark);
 
+  // The file is written before this, and does not get what comes later.
+  void endOnSignal(const PartingTime& time) noexcept override { endOnSignal_ = text_.endOnSignal(time); }
   void writeOnSignal(const PartingTime& time) noexcept override;
 
  private:
   std::atomic<std::FILE*> stream_ = nullptr;
   std::atomic<int> descriptor_ = -1;
   PendingText text_;
-  std::string item_;  // kept to save an allocation for each message
+  PendingText::Mark endOnSignal_ = 0;  // one handler at a time
+  std::string item_;                   // kept to save an allocation for each message
 };
 
 }  // namespace flowscope
