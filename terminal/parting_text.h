@@ -11,6 +11,8 @@ class PartingText {
   PartingText();
   PartingText(const PartingText&) = delete;
   PartingText& operator=(const PartingText&) = delete;
+  // Blocks while a handler runs on another thread.
+  virtual ~PartingText();
 
   // Called in signal handlers, on any thread, for all texts before the first of them is written: what comes later, from
   // threads that still run, need not be written.
@@ -20,8 +22,7 @@ class PartingText {
   virtual void writeOnSignal(const PartingTime& time) noexcept = 0;
 
  protected:
-  // Blocks while a handler runs on another thread. A derived class calls leave() in its own destructor first.
-  virtual ~PartingText();
+  // A derived class calls this first in its own destructor: no handler uses the object afterwards.
   void leave() noexcept;
 
  private:

@@ -15,7 +15,7 @@ namespace flowscope {
 namespace {
 
 // What a pipe or a socket takes at once without blocking, if poll says that it has room.
-constexpr std::size_t SurelyTaken = 256;
+constexpr std::size_t SurelyTaken = PIPE_BUF;
 
 // A descriptor whose writes do not block, if poll says that it has room. For signal handlers.
 class ReadyDescriptor {
