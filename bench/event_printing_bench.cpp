@@ -46,8 +46,8 @@ void console(benchmark::State& state) {
   const auto event = eventOfNotes();
   for (auto _ : state) {
     EvtSrv::MemoryHolder data(event);
+    const flowscope::TrafficTurn turn(shell);
     shell.monitor().receiveMain(PortName, EvtSrv::EvtTyp_Debug_Receive, &data, nullptr);
-    std::fflush(out.get());
   }
   state.SetItemsProcessed(state.iterations() * RecordsAnEvent);
 }

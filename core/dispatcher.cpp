@@ -13,6 +13,7 @@
 #include "core/line_executor.h"
 #include "core/stat_base.h"
 #include "core/tokenizer.h"
+#include "terminal/waiting_stream.h"
 
 namespace flowscope {
 
@@ -181,19 +182,17 @@ static_assert(std::ranges::all_of(CommandTable,
                                   }),
               "each command either has an operation or is handled here");
 
-ResultCode run(Command& command) {
+ResultCode runRow(Command& command) {
   const CommandRow* const named = commandNamed(command.word);
   const CommandRow& row = named != nullptr ? *named : rowOf(CommandIndex::Nameless);
   return handlerOf(row.index).value_or(runOperation)(command, row);
 }
 
-}  // namespace
-
-ResultCode dispatch(StatBase& shell, std::string_view command) {
+ResultCode run(StatBase& shell, std::string_view command) {
   try {
     Command parsed{shell, command, {}, splitWords(command)};
     if (!nextArgument(parsed.arguments, parsed.word)) return ResultSilent;
-    return run(parsed);
+    return runRow(parsed);
   } catch (const std::out_of_range&) {
     return report(shell, ResultBadArgument);
   } catch (const std::bad_alloc&) {
@@ -201,6 +200,15 @@ ResultCode dispatch(StatBase& shell, std::string_view command) {
   } catch (...) {
     return report(shell, ResultUnknownError);
   }
+}
+
+}  // namespace
+
+ResultCode dispatch(StatBase& shell, std::string_view command) {
+  const ResultCode code = run(shell, command);
+  // Lines of the library on standard error come behind the text of the commands before.
+  if (!shell.isQuiet()) flushStream(shell.output().stream());
+  return code;
 }
 
 }  // namespace flowscope

@@ -1,6 +1,5 @@
 #include "core/program.h"
 
-#include <cstdio>
 #include <memory>
 #include <optional>
 #include <string_view>
@@ -11,7 +10,9 @@
 #include "evtsrv.h"
 #include "terminal/terminal_mode.h"
 #include "terminal/terminal_signals.h"
+#include "terminal/waiting_stream.h"
 #include "traffic/traffic_output.h"
+#include "traffic/write_signals.h"
 
 namespace flowscope {
 
@@ -59,14 +60,19 @@ bool runOptions(EvtSrv::EventPortManager& manager, std::span<const char* const> 
 }
 
 void runInteractively(EvtSrv::EventPortManager& manager, ShellIo& io) {
-  const TerminalSignals signals(io.keys);
+  holdLines(io.out);
   const auto shell = std::make_unique<FlowScope>(manager, false, io);
   shell->init(manager);
+  // Behind the start of the input thread, whose commands must not inherit what is blocked here.
+  const WriteSignals writeSignals;
   shell->openInput();
   while (shell->isRunning()) {
-    shell->manager().receiveEvent(TurnMilliseconds);
+    {
+      const TrafficTurn turn(*shell);
+      shell->manager().receiveEvent(TurnMilliseconds);
+    }
+    flushStream(io.out);
     shell->manager().finishActiveTerm(TurnMilliseconds);
-    std::fflush(io.out);
     if (catchUpRawMode()) io.keys.notifyResumed();
   }
   shell->waitForInput();
@@ -78,7 +84,9 @@ int runProgram(std::span<const char* const> words, ShellIo& io) {
   EvtSrv::EventPortManager manager(ConnectionBehaviour, true);
   trafficOutput().trafficMode = TrafficOff;
   trafficOutput().monitorTarget = EvtSrv::DebugPortName;
+  const TerminalSignals signals(io.keys);
   if (!runOptions(manager, words, io)) runInteractively(manager, io);
+  flushStream(io.out);
   return 0;
 }
 

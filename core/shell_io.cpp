@@ -13,7 +13,7 @@ namespace flowscope {
 RealSystemCommands::RealSystemCommands(std::FILE* out) : out_(out) {}
 
 void RealSystemCommands::run(const std::string& line) {
-  std::fflush(out_);
+  flushStream(out_);
   const SavedModeScope saved;
   // NOLINTNEXTLINE(cert-env33-c,concurrency-mt-unsafe): the user's own command, for the user's own interpreter
   [[maybe_unused]] const int status = std::system(line.c_str());

@@ -63,14 +63,18 @@ void ConsoleOutput::appendText(std::string& written, int column, const char* tex
   if (quiet_) written += '\n';
 }
 
+void ConsoleOutput::appendItem(std::string& to, int column, const StyledText& item, std::string_view lineEnd) const {
+  if (!quiet_) to += styleOn(item.attributes, item.colour);
+  appendText(to, column, item.text);
+  if (!quiet_) to += lineEnd;
+  to += styleOff(item.attributes, item.colour);
+}
+
 // Returns one item as one text: a single write keeps the lines of two threads apart.
 std::string ConsoleOutput::itemAt(int column, const StyledText& item, std::string_view lineEnd) const {
   std::string written;
   written.reserve(ReservedLength);
-  if (!quiet_) written += styleOn(item.attributes, item.colour);
-  appendText(written, column, item.text);
-  if (!quiet_) written += lineEnd;
-  written += styleOff(item.attributes, item.colour);
+  appendItem(written, column, item, lineEnd);
   return written;
 }
 

@@ -46,6 +46,9 @@ class ConsoleOutput {
   // Writes the text at the first column. Adds no line end, except when quiet.
   void writeStyled(const StyledText& item);
 
+  // Appends to a text what writeStyled would write.
+  void appendStyled(std::string& to, const StyledText& item) const { appendItem(to, 1, item, ""); }
+
   // Writes and counts the text as a line. A paged line may stop at the "More" prompt and wait for a key. Returns false
   // if the user stopped the listing: then nothing was printed, and the caller ends its listing without a message. The
   // sequences that switch the style off follow the line end.
@@ -68,6 +71,7 @@ class ConsoleOutput {
 
  private:
   void appendText(std::string& written, int column, const char* text) const;
+  void appendItem(std::string& to, int column, const StyledText& item, std::string_view lineEnd) const;
   std::string itemAt(int column, const StyledText& item, std::string_view lineEnd) const;
   PageAnswer askForPage();
   void write(std::string_view text);

@@ -7,6 +7,7 @@
 #include <string>
 
 #include "terminal/awaited_room.h"
+#include "terminal/waiting_stream.h"
 
 namespace flowscope {
 namespace {
@@ -33,6 +34,7 @@ void writeInFull(std::string_view text) {
 
 void sayError(std::string_view text) {
   const std::string line = std::string("flowscope: ").append(text).append("\n");
+  flushWaitingStreams();
   flockfile(stderr);
   writeInFull(line);
   funlockfile(stderr);

@@ -3,6 +3,7 @@
 #include "terminal/escape_text.h"
 #include "terminal/history_expansion.h"
 #include "terminal/key_codes.h"
+#include "terminal/waiting_stream.h"
 
 namespace flowscope {
 namespace {
@@ -216,7 +217,7 @@ void LineEditor::write(std::string_view text) {
 }
 
 void LineEditor::flush() {
-  if (!quiet_) std::fflush(out_);
+  if (!quiet_) flushStream(out_);
 }
 
 }  // namespace flowscope

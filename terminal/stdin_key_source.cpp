@@ -10,6 +10,7 @@
 #include <system_error>
 
 #include "terminal/job_control.h"
+#include "terminal/waiting_stream.h"
 
 namespace flowscope {
 
@@ -24,8 +25,7 @@ StdinKeySource::~StdinKeySource() { close(wakeDescriptor_); }
 
 int StdinKeySource::readByte() {
   for (;;) {
-    // The C library flushes a line-buffered stream before it waits for input itself; here poll waits instead.
-    std::fflush(out_);
+    flushStream(out_);
     if (!awaitByte()) continue;
     if (stopped_) return EndOfInput;
     if (resumed_.exchange(false)) return InputResumed;

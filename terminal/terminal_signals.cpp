@@ -7,6 +7,8 @@
 #include <atomic>
 #include <cerrno>
 
+#include "terminal/held_signals.h"
+#include "terminal/parting_text.h"
 #include "terminal/terminal_mode.h"
 
 namespace flowscope {
@@ -23,18 +25,33 @@ constexpr int FirstReserved = 32;
 
 static_assert(std::atomic<KeySource*>::is_always_lock_free, "signal handlers read the pointer");
 
-void setDisposition(int signal, void (*handler)(int)) noexcept {
+void setDisposition(int signal, void (*handler)(int), int flags) noexcept {
   struct sigaction action {};
   action.sa_handler = handler;
-  action.sa_flags = SA_RESTART | SA_ONSTACK;
+  action.sa_flags = flags;
   sigemptyset(&action.sa_mask);
+  sigaction(signal, &action, nullptr);
+}
+
+// A handler for a signal after which the program continues.
+void setReturning(int signal, void (*handler)(int)) noexcept {
+  setDisposition(signal, handler, SA_RESTART | SA_ONSTACK);
+}
+
+// A handler for a signal that ends the program. A write that it interrupts is not restarted, because the thread that
+// holds the signal must not wait for room. While it runs, no other signal does: it writes where nobody may read.
+void setEnding(int signal, void (*handler)(int)) noexcept {
+  struct sigaction action {};
+  action.sa_handler = handler;
+  action.sa_flags = SA_ONSTACK;
+  sigfillset(&action.sa_mask);
   sigaction(signal, &action, nullptr);
 }
 
 // Lets the system apply the signal's default action. A fault would occur again when its handler returns, but a signal
 // that a process sent would not; raising it works for both, and the parent sees it in the status.
 void raiseByDefault(int signal) noexcept {
-  setDisposition(signal, SIG_DFL);
+  setDisposition(signal, SIG_DFL, 0);
   ::raise(signal);
   sigset_t only;
   sigset_t before;
@@ -48,8 +65,16 @@ void tellReader() noexcept {
   if (KeySource* reader = resumedReader.load()) reader->notifyResumed();
 }
 
+// A program that faults ends, even if the signal was ignored before.
+bool isOwnFault(int signal) {
+  constexpr std::array<int, 7> Faults{SIGSEGV, SIGABRT, SIGBUS, SIGFPE, SIGILL, SIGTRAP, SIGSYS};
+  return std::find(Faults.begin(), Faults.end(), signal) != Faults.end();
+}
+
 void onFatalSignal(int signal) {
+  if (!isOwnFault(signal) && holdSignal(signal)) return;
   lendTerminal();
+  writePartingTexts();
   raiseByDefault(signal);
   // The first process of a system or a container is not ended by its own signals.
   _exit(StatusOfSignals + signal);
@@ -58,9 +83,11 @@ void onFatalSignal(int signal) {
 void onStopSignal(int signal) {
   const int savedErrno = errno;
   lendTerminal();
+  // What this thread is writing waits until the process continues.
+  if (!isHoldingSignals()) writePartingTexts();
   raiseByDefault(signal);
   // The process continues here. Without a shell that could continue it, it was never stopped.
-  setDisposition(signal, onStopSignal);
+  setReturning(signal, onStopSignal);
   if (reclaimTerminal()) tellReader();
   errno = savedErrno;
 }
@@ -70,12 +97,6 @@ void onContinueSignal(int /*signal*/) {
   const int savedErrno = errno;
   if (renewRawMode()) tellReader();
   errno = savedErrno;
-}
-
-// A program that faults ends, even if the signal was ignored before.
-bool isOwnFault(int signal) {
-  constexpr std::array<int, 7> Faults{SIGSEGV, SIGABRT, SIGBUS, SIGFPE, SIGILL, SIGTRAP, SIGSYS};
-  return std::find(Faults.begin(), Faults.end(), signal) != Faults.end();
 }
 
 // A handler installed before knows what the signal means, a profiler's for instance. But after a fault it could not
@@ -90,11 +111,13 @@ bool endsProcess(int signal) {
   return std::find(Others.begin(), Others.end(), signal) == Others.end();
 }
 
-// Null for a signal that keeps its disposition.
-void (*handlerOf(int signal))(int) {
-  if (signal == SIGTSTP) return onStopSignal;
-  if (signal == SIGCONT) return onContinueSignal;
-  return endsProcess(signal) ? onFatalSignal : nullptr;
+// Returns false for a signal that keeps its disposition.
+bool isHandled(int signal) { return signal == SIGTSTP || signal == SIGCONT || endsProcess(signal); }
+
+void setHandler(int signal) {
+  if (signal == SIGTSTP) return setReturning(signal, onStopSignal);
+  if (signal == SIGCONT) return setReturning(signal, onContinueSignal);
+  setEnding(signal, onFatalSignal);
 }
 
 // The C library reserves the signals between the numbered and the real-time ones.
@@ -105,13 +128,12 @@ bool isPublic(int signal) { return signal < FirstReserved || signal >= SIGRTMIN;
 TerminalSignals::TerminalSignals(KeySource& keys) {
   resumedReader = &keys;
   for (int signal = 1; signal <= SIGRTMAX; ++signal) {
-    void (*const handler)(int) = handlerOf(signal);
-    if (handler == nullptr || !isPublic(signal)) continue;
+    if (!isHandled(signal) || !isPublic(signal)) continue;
     struct sigaction before {};
     if (sigaction(signal, nullptr, &before) != 0) continue;
     if (isLeftAlone(signal, before)) continue;
     before_.push_back({signal, before});
-    setDisposition(signal, handler);
+    setHandler(signal);
   }
 }
 

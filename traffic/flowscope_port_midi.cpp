@@ -2,6 +2,7 @@
 
 #include <span>
 
+#include "terminal/waiting_stream.h"
 #include "traffic/message_kind.h"
 #include "traffic/traffic_output.h"
 #include "traffic/traffic_shell.h"
@@ -112,7 +113,8 @@ void FlowScopePortMIDI::printChannelMessage(const char* name, const ChannelMessa
 void FlowScopePortMIDI::printLong(LongKind kind, const char* name, const Record& record) {
   if (!labelled_) {
     // formatRawLong may end the process; what was printed before must be out by then.
-    std::fflush(shell_.output().stream());
+    writeCollected();
+    flushStream(shell_.output().stream());
     return print(formatRawLong(record.message, record.group));
   }
   print(formatHeader(line_, kind, name, record.message.size()));

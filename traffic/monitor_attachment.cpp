@@ -119,6 +119,7 @@ ResultCode catCommand(TrafficShell& shell, Options options, const char* pattern)
   if (pattern != nullptr) resolved = resolvePath(pattern, shell.currentPath());
 
   shell.monitor().setLabelled((options & LabelledOption) != 0);
+  writeCollected();
   trafficOutput().trafficMode = TrafficScreen;
   trafficOutput().trafficFile.stopWaiting();
   if (pattern == nullptr) return attachBelowCurrent(shell);
@@ -134,6 +135,7 @@ ResultCode endCommand(TrafficShell& shell) {
   // The printing thread may hold what detaching needs while it waits for a reader.
   trafficOutput().trafficFile.stopWaiting();
   detachAll(shell);
+  writeCollected();
   trafficOutput().trafficFile.close();
   trafficOutput().trafficMode = TrafficOff;
   return ResultOk;

@@ -23,6 +23,7 @@ struct Opened {
 Opened openAt(TrafficShell& shell, const char* name, const char* path) {
   if (const ResultCode attached = attachMonitor(shell, path); attached != ResultOk) return {attached};
   TrafficOutput& traffic = trafficOutput();
+  writeCollected();
   if (!traffic.trafficFile.open(name)) return {ResultOpenFileError, errno == EMFILE};
   shell.output().resetPaging();
   traffic.trafficMode = TrafficScreenAndFile;

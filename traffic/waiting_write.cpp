@@ -1,7 +1,5 @@
 #include "traffic/waiting_write.h"
 
-#include <unistd.h>
-
 #include <algorithm>
 #include <cerrno>
 
@@ -18,6 +16,10 @@ std::int64_t now() {
   return std::chrono::duration_cast<std::chrono::milliseconds>(sinceStart).count();
 }
 
+PendingText::Outcome writeOnce(int descriptor, PendingText& text, Target target) {
+  return target == Target::Pipe ? text.writeLines(descriptor) : text.writeOnce(descriptor);
+}
+
 }  // namespace
 
 void Patience::end() {
@@ -31,22 +33,28 @@ std::chrono::milliseconds Patience::rest() const {
   return std::clamp(std::chrono::milliseconds(end - now()), std::chrono::milliseconds(0), Stretch);
 }
 
-int writeWaiting(int descriptor, std::string_view text, const Patience& patience) {
+int writeWaiting(int descriptor, PendingText& text, const Patience& patience, Target target) {
   AwaitedRoom room;
-  while (!text.empty()) {
-    const ssize_t written = write(descriptor, text.data(), text.size());
-    if (written >= 0) {
-      text.remove_prefix(static_cast<std::size_t>(written));
+  for (;;) {
+    const auto [state, error] = writeOnce(descriptor, text, target);
+    if (state == PendingText::State::Written) return 0;
+    if (state == PendingText::State::Refused) return error;
+    if (state == PendingText::State::Left) {
       room.found();
-    } else if (errno == EAGAIN) {
-      const std::chrono::milliseconds rest = patience.rest();
-      if (rest.count() == 0) return EAGAIN;
-      room.await(descriptor, static_cast<int>(rest.count()));
-    } else if (errno != EINTR) {
-      return errno;
+      continue;
     }
+    const std::chrono::milliseconds rest = patience.rest();
+    if (rest.count() == 0) return EAGAIN;
+    room.await(descriptor, static_cast<int>(rest.count()));
   }
-  return 0;
+}
+
+int writeNow(int descriptor, PendingText& text, Target target) {
+  for (;;) {
+    const auto [state, error] = writeOnce(descriptor, text, target);
+    if (state == PendingText::State::Written) return 0;
+    if (state != PendingText::State::Left) return error;
+  }
 }
 
 }  // namespace flowscope

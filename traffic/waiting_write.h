@@ -4,7 +4,8 @@
 #include <atomic>
 #include <chrono>
 #include <cstdint>
-#include <string_view>
+
+#include "terminal/pending_text.h"
 
 namespace flowscope {
 
@@ -25,9 +26,15 @@ class Patience {
 
 static_assert(std::atomic<std::int64_t>::is_always_lock_free);
 
+// What stands behind a descriptor.
+enum class Target : std::uint8_t { Pipe, Other };
+
 // Writes the whole text to a non-blocking descriptor. Waits for room as long as patience lasts, and notices within 100
 // milliseconds that it ends. Returns 0, or the error that kept the rest from being written: EAGAIN if there was no room
-// in time.
-int writeWaiting(int descriptor, std::string_view text, const Patience& patience);
+// in time. The rest stays in the text. A pipe gets whole lines (see PendingText::writeLines).
+int writeWaiting(int descriptor, PendingText& text, const Patience& patience, Target target = Target::Other);
+
+// The same without waiting at all.
+int writeNow(int descriptor, PendingText& text, Target target = Target::Other);
 
 }  // namespace flowscope

@@ -8,6 +8,9 @@
 namespace flowscope {
 namespace {
 
+// The outermost object of this thread.
+thread_local const WriteSignals* outermost = nullptr;
+
 // Returns the signal that a write raises with an error, or 0.
 int signalOf(int error) {
   if (error == EPIPE) return SIGPIPE;
@@ -16,7 +19,12 @@ int signalOf(int error) {
 
 }  // namespace
 
-WriteSignals::WriteSignals() {
+WriteSignals::WriteSignals() : outer_(outermost) {
+  if (outer_ != nullptr) {
+    waiting_ = outer_->waiting_;
+    return;
+  }
+  outermost = this;
   sigset_t both;
   sigemptyset(&both);
   sigaddset(&both, SIGPIPE);
@@ -27,7 +35,11 @@ WriteSignals::WriteSignals() {
   if (sigismember(&before_, SIGPIPE) == 1 || sigismember(&before_, SIGXFSZ) == 1) sigpending(&waiting_);
 }
 
-WriteSignals::~WriteSignals() { pthread_sigmask(SIG_SETMASK, &before_, nullptr); }
+WriteSignals::~WriteSignals() {
+  if (outer_ != nullptr) return;
+  pthread_sigmask(SIG_SETMASK, &before_, nullptr);
+  outermost = nullptr;
+}
 
 void WriteSignals::take(int error) const {
   const int signal = signalOf(error);

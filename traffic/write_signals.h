@@ -7,8 +7,9 @@ namespace flowscope {
 
 // While the object lives, a failed write of this thread to a pipe without a reader, or beyond the largest size of a
 // file, does not end the program: its signal (SIGPIPE, SIGXFSZ) is blocked, and take() removes it. The same signals
-// from another process still end the program. Child processes inherit no ignored signal. Create and destroy it on the
-// same thread.
+// from another process still end the program, if another thread does not block them. Child processes inherit no ignored
+// signal. Create and destroy it on the same thread. An object inside the life of another one on the same thread costs
+// no system call.
 class WriteSignals {
  public:
   WriteSignals();
@@ -21,6 +22,7 @@ class WriteSignals {
   void take(int error) const;
 
  private:
+  const WriteSignals* outer_;
   sigset_t before_{};
   sigset_t waiting_{};
 };

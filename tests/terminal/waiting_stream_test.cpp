@@ -4,6 +4,7 @@
 #include <gtest/gtest.h>
 #include <poll.h>
 #include <pty.h>
+#include <sys/wait.h>
 #include <unistd.h>
 
 #include <algorithm>
@@ -106,8 +107,60 @@ TEST(WaitingStream, IsLineBufferedOnlyOnATerminal) {
   EXPECT_EQ(readAll(terminal.readEnd.get(), 6), "line\r\n");
   std::array<char, 16> piece{};
   EXPECT_EQ(read(pipe.readEnd.get(), piece.data(), piece.size()), -1);
-  std::fflush(toPipe.get());
+  flushStream(toPipe.get());
   EXPECT_EQ(readAll(pipe.readEnd.get(), 9), "line\nrest");
+}
+
+TEST(WaitingStream, MayHoldLinesOnATerminalToo) {
+  const Line terminal = makeTerminal();
+  doNotBlock(terminal.readEnd);
+  const Stream stream(openWaitingStream(terminal.writeEnd.get()));
+  holdLines(stream.get());
+  std::fputs("line\n", stream.get());
+  std::array<char, 16> piece{};
+  EXPECT_EQ(read(terminal.readEnd.get(), piece.data(), piece.size()), -1);
+  flushWaitingStreams();
+  EXPECT_EQ(readAll(terminal.readEnd.get(), 6), "line\r\n");
+}
+
+TEST(WaitingStream, WritesAnotherTextBehindItsOwn) {
+  const Line pipe = makePipe();
+  const Stream stream(openWaitingStream(pipe.writeEnd.get()));
+  PendingText text;
+  text.append("more ");
+  const PendingText::Mark mark = text.end();
+  text.append("rest");
+  std::fputs("first ", stream.get());
+  writeThrough(stream.get(), text, mark);
+  EXPECT_EQ(readAll(pipe.readEnd.get(), 11), "first more ");
+  EXPECT_EQ(text.take(PendingText::Everything), "rest");
+}
+
+// Answers how a process ends that writes without a reader on a thread that blocks the signal, from then on or before.
+std::string endWithoutReader(bool blockedBefore) {
+  const pid_t child = fork();
+  if (child == 0) {
+    alarm(60);
+    Line pipe = makePipe();
+    sigset_t signal;
+    sigemptyset(&signal);
+    sigaddset(&signal, SIGPIPE);
+    if (blockedBefore) pthread_sigmask(SIG_BLOCK, &signal, nullptr);
+    std::FILE* const stream = openWaitingStream(pipe.writeEnd.get());
+    pthread_sigmask(SIG_BLOCK, &signal, nullptr);
+    pipe.readEnd.reset();
+    std::fputs("text", stream);
+    flushStream(stream);
+    _exit(0);
+  }
+  int status = 0;
+  waitpid(child, &status, 0);
+  return WIFSIGNALED(status) ? "killed by " + std::to_string(WTERMSIG(status)) : "exited";
+}
+
+TEST(WaitingStream, WithoutAReaderEndsTheProcessLikeAnyOther) {
+  EXPECT_EQ(endWithoutReader(false), "killed by " + std::to_string(SIGPIPE));
+  EXPECT_EQ(endWithoutReader(true), "exited");
 }
 
 TEST(WaitingStream, LeavesItsDescriptorOpen) {

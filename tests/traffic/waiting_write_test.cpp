@@ -11,7 +11,6 @@
 #include <cstring>
 #include <fstream>
 #include <string>
-#include <string_view>
 #include <thread>
 
 #include "tests/support/unique_fd.h"
@@ -31,7 +30,10 @@ class CounterWithLittleRoom {
 
   int descriptor() const { return counter_.get(); }
 
-  std::string_view largeNumber() const { return {large_.data(), large_.size()}; }
+  PendingText& largeNumber() {
+    EXPECT_TRUE(text_.appendWhole({large_.data(), large_.size()}));
+    return text_;
+  }
 
   void makeRoom() {
     std::uint64_t before = 0;
@@ -56,6 +58,7 @@ class CounterWithLittleRoom {
 
   UniqueFd counter_{eventfd(1, EFD_NONBLOCK | EFD_CLOEXEC)};
   std::array<char, Size> large_ = bytesOf(Large);
+  PendingText text_;
 };
 
 // How many writes this thread has tried; 0 where the system does not count them.
@@ -70,7 +73,7 @@ std::uint64_t writesOfThisThread() {
 }
 
 TEST(WaitingWrite, DoesNotAskAllTheTimeWhereRoomIsTooLittle) {
-  const CounterWithLittleRoom counter;
+  CounterWithLittleRoom counter;
   Patience patience;
   patience.end();
   const std::uint64_t before = writesOfThisThread();
@@ -96,7 +99,9 @@ TEST(WaitingWrite, GoesOnWhenRoomIsEnoughAtLast) {
 
 TEST(WaitingWrite, TellsAnErrorAtOnce) {
   const UniqueFd readOnly(open("/dev/null", O_RDONLY | O_CLOEXEC));
-  EXPECT_EQ(writeWaiting(readOnly.get(), "text", Patience()), EBADF);
+  PendingText text;
+  EXPECT_TRUE(text.appendWhole("text"));
+  EXPECT_EQ(writeWaiting(readOnly.get(), text, Patience()), EBADF);
 }
 
 }  // namespace

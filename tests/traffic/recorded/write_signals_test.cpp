@@ -150,6 +150,22 @@ TEST_P(WriteFailure, OfAnotherKindTakesNoSignal) {
             "killed by " + std::to_string(GetParam().signal));
 }
 
+TEST_P(WriteFailure, MayBeOneOfManyWhileTheSignalsStayBlocked) {
+  EXPECT_EQ(inProcess([] {
+              const auto [signal, fail] = GetParam();
+              {
+                const WriteSignals outer;
+                for (int round = 0; round < 2; ++round) {
+                  const WriteSignals inner;
+                  inner.take(fail());
+                }
+                expect(isBlocked(signal) && !isWaiting(signal));
+              }
+              expect(!isBlocked(signal) && !isWaiting(signal));
+            }),
+            "exited 0");
+}
+
 INSTANTIATE_TEST_SUITE_P(Kinds, WriteFailure,
                          testing::Values(Failure{SIGPIPE, writeWithoutReader}, Failure{SIGXFSZ, writeBeyondTheLimit}),
                          testing::PrintToStringParamName());
