@@ -43,6 +43,10 @@ std::optional<std::span<const std::uint8_t>> Connection::receive() {
   return stream_.next();
 }
 
+std::optional<std::span<const std::uint8_t>> Connection::receiveRest() {
+  return stream_.drained() ? stream_.next() : receive();
+}
+
 void Connection::read() {
   if (stream_.waiting() > 0) stream_.flush();
   while (!closed_ && !stream_.ready()) {
@@ -53,8 +57,9 @@ void Connection::read() {
 }
 
 Connection::Wait Connection::wait(const Deadline& deadline) {
+  // Otherwise poll says sooner whether there is anything.
+  if (!stream_.drained()) read();
   for (;;) {
-    read();
     if (stream_.ready()) return Wait::Ready;
     if (closed_) return Wait::Closed;
     const auto output = static_cast<short>(stream_.waiting() > 0 ? POLLOUT : 0);
@@ -62,6 +67,7 @@ Connection::Wait Connection::wait(const Deadline& deadline) {
     const int ready = poll(&socket, 1, static_cast<int>(deadline.left().count()));
     if (ready < 0 && errno == EINTR) return Wait::Interrupted;
     if (ready == 0) return Wait::Over;
+    read();
   }
 }
 

@@ -17,6 +17,9 @@ struct PeerIdentity {
 // Whoever connected this socket. A process that has changed its program since is called after the new one.
 PeerIdentity identityOf(int socket);
 
+// Its process number alone, which costs less; 0: unknown.
+std::uint32_t processOf(int socket);
+
 // False in a user namespace, where the system calls foreign users by one number: users cannot be told apart.
 bool usersAreKnown();
 
