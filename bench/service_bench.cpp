@@ -4,6 +4,7 @@
 #include <benchmark/benchmark.h>
 
 #include <algorithm>
+#include <array>
 #include <chrono>
 #include <cstdint>
 #include <string>
@@ -70,6 +71,7 @@ class BareRelay {
  public:
   std::string in() const { return folder_.path() / "in"; }
   std::string out() const { return folder_.path() / "out"; }
+  pid_t process() const { return relay_.id(); }
 
   void send(const std::vector<std::uint8_t>& bytes) {
     frame_.clear();
@@ -93,18 +95,13 @@ double latency(testsupport::PseudoTerminal& terminal, Send send) {
   const std::size_t before = terminal.output().size();
   const auto start = Clock::now();
   send();
-  bench::readUntil(terminal, "0x40 0x00", before);
+  bench::readUntil(terminal, "\n", before);
   return secondsSince(start);
 }
 
-void injectToLine(benchmark::State& state) {
+// Compares what reads on this terminal with the bare relay and its printer.
+void compareLatency(benchmark::State& state, Service& service, testsupport::PseudoTerminal& console) {
   constexpr int Samples = 3000;
-  Service service;
-  testsupport::PseudoTerminal console(bench::commandOf("flowscope", {}, service.endpoint()), {});
-  const std::size_t prompt = bench::readUntil(console, "$ ");
-  console.type("cat /Midi/Source/Keys/KeysOut1\r", testsupport::Deadline(bench::Patience));
-  service.waitForTaps(1);
-  bench::readUntil(console, "$ ", prompt);
   BareRelay relay;
   testsupport::PseudoTerminal printer(bench::commandOf("bare_peer", {"print", relay.out()}), {});
   const auto ours = [&] { service.inject({{0, Note}}); };
@@ -113,8 +110,13 @@ void injectToLine(benchmark::State& state) {
     latency(console, ours);
     latency(printer, bare);
   }
+  const auto cpu = [&] {
+    return std::array{bench::cpuSeconds(service.process()), bench::cpuSeconds(console.id()),
+                      bench::cpuSeconds(relay.process()), bench::cpuSeconds(printer.id())};
+  };
   std::vector<double> oursTook;
   std::vector<double> bareTook;
+  const auto cpuBefore = cpu();
   for (auto _ : state) {
     for (int sample = 0; sample < Samples; ++sample) {
       oursTook.push_back(latency(console, ours));
@@ -122,14 +124,41 @@ void injectToLine(benchmark::State& state) {
       std::this_thread::sleep_for(200us);
     }
   }
+  auto used = cpu();
+  for (std::size_t i = 0; i < used.size(); ++i) {
+    used[i] = (used[i] - cpuBefore[i]) / static_cast<double>(oursTook.size()) * 1e6;
+  }
   state.counters["median_us"] = percentile(oursTook, 0.5) * 1e6;
   state.counters["bare_median_us"] = percentile(bareTook, 0.5) * 1e6;
   state.counters["p99_us"] = percentile(oursTook, 0.99) * 1e6;
   state.counters["bare_p99_us"] = percentile(bareTook, 0.99) * 1e6;
   state.counters["ratio_median"] = percentile(oursTook, 0.5) / percentile(bareTook, 0.5);
   state.counters["ratio_p99"] = percentile(oursTook, 0.99) / percentile(bareTook, 0.99);
+  state.counters["streamd_cpu_us"] = used[0];
+  state.counters["reader_cpu_us"] = used[1];
+  state.counters["bare_relay_cpu_us"] = used[2];
+  state.counters["bare_reader_cpu_us"] = used[3];
+}
+
+void injectToLine(benchmark::State& state) {
+  Service service;
+  testsupport::PseudoTerminal console(bench::commandOf("flowscope", {}, service.endpoint()), {});
+  const std::size_t prompt = bench::readUntil(console, "$ ");
+  console.type("cat /Midi/Source/Keys/KeysOut1\r", testsupport::Deadline(bench::Patience));
+  service.waitForTaps(1);
+  bench::readUntil(console, "$ ", prompt);
+  compareLatency(state, service, console);
 }
 BENCHMARK(injectToLine)->Name("service/inject to line on terminal")->Iterations(1)->Unit(benchmark::kMillisecond);
+
+void injectToLineOfWatch(benchmark::State& state) {
+  Service service;
+  testsupport::PseudoTerminal watch(bench::commandOf("streamctl", {"--endpoint", service.endpoint(), "watch", Port}),
+                                    {});
+  service.waitForTaps(1);
+  compareLatency(state, service, watch);
+}
+BENCHMARK(injectToLineOfWatch)->Name("service/inject to line of watch")->Iterations(1)->Unit(benchmark::kMillisecond);
 
 void injectToWatch(benchmark::State& state) {
   constexpr std::size_t Messages = 1'000'000;

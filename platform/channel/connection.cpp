@@ -45,6 +45,10 @@ std::optional<std::span<const std::uint8_t>> Connection::receive() {
   return stream_.next();
 }
 
+std::optional<std::span<const std::uint8_t>> Connection::receiveRest() {
+  return stream_.drained() ? stream_.next() : receive();
+}
+
 void Connection::read() {
   if (!closed_ && stream_.waiting() > 0) stream_.flush();
   for (int reads = 0; reads < ReadsAtOnce && !closed_ && !stream_.ready(); ++reads) {
@@ -60,8 +64,9 @@ void Connection::close() {
 }
 
 Connection::Wait Connection::wait(const Deadline& deadline) {
+  // Otherwise poll says sooner whether there is anything.
+  if (!stream_.drained()) read();
   for (bool isLast = false;;) {
-    read();
     if (stream_.ready()) return Wait::Ready;
     if (closed_) return Wait::Closed;
     // However often single bytes arrive.
@@ -71,6 +76,7 @@ Connection::Wait Connection::wait(const Deadline& deadline) {
     const int ready = poll(&socket, 1, static_cast<int>(deadline.left().count()));
     if (ready < 0 && errno == EINTR) return Wait::Interrupted;
     if (ready == 0) return Wait::Over;
+    read();
   }
 }
 

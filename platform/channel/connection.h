@@ -40,6 +40,10 @@ class Connection {
   // The bytes of the next message, nullopt if none is ready. Valid until the next receive or wait.
   std::optional<std::span<const std::uint8_t>> receive();
 
+  // Like receive, but without a look at the socket if the last one found all that was there. So one message costs one
+  // look, not two; what has arrived since ends the next wait.
+  std::optional<std::span<const std::uint8_t>> receiveRest();
+
   // Waits for a message. Over: the deadline passed; Interrupted: a signal arrived first; Closed: no message will
   // arrive.
   Wait wait(const Deadline& deadline);

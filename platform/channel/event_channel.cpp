@@ -51,7 +51,7 @@ bool EventChannel::receive(const TakeEvent& take, const Deadline& deadline) {
   // The current entries belong to the outer call.
   if (dispatching_) return false;
   uncounted_.advance(clockNow());
-  if (!nextEntries() && connection_.wait(deadline) != Connection::Wait::Ready) return false;
+  if (!entries_ && connection_.wait(deadline) != Connection::Wait::Ready) return false;
   bool delivered = false;
   while (nextEntries()) {
     const auto entry = entries_->next();
@@ -68,7 +68,7 @@ bool EventChannel::receive(const TakeEvent& take, const Deadline& deadline) {
 
 bool EventChannel::nextEntries() {
   while (!entries_) {
-    const auto message = connection_.receive();
+    const auto message = connection_.receiveRest();
     if (!message) return false;
     const auto envelope = wire::decode(*message);
     if (!envelope) continue;

@@ -14,6 +14,7 @@ Stream::Read Stream::read() {
   // Not initialized: a read of a few bytes must not cost as much as one of many.
   std::array<std::uint8_t, ReadBytes> bytes;  // NOLINT(cppcoreguidelines-pro-type-member-init)
   const auto got = sys::throughSignals([&] { return recv(socket_, bytes.data(), bytes.size(), MSG_DONTWAIT); });
+  drained_ = got < static_cast<ssize_t>(bytes.size());
   if (got < 0) return errno == EAGAIN ? Read::Nothing : Read::Ended;
   if (got == 0) return Read::Ended;
   reader_.feed(std::span(bytes).first(static_cast<std::size_t>(got)));

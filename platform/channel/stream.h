@@ -27,6 +27,10 @@ class Stream {
   // closed, the connection is broken, or a frame is too long. What arrived before can still be taken.
   Read read();
 
+  // True if the last read took all that had arrived by then: another one would most likely find nothing. False if the
+  // next read ends the stream because a frame is too long.
+  bool drained() const { return drained_ && !reader_.broken(); }
+
   // The message of the next frame that has arrived; nullopt if none is complete. Valid until the next call of read or
   // next.
   std::optional<std::span<const std::uint8_t>> next() { return reader_.next(); }
@@ -61,6 +65,7 @@ class Stream {
   FrameReader reader_;
   std::vector<std::uint8_t> out_;
   std::size_t written_ = 0;  // bytes of out_
+  bool drained_ = false;
   bool failed_ = false;
 };
 

@@ -21,26 +21,39 @@ std::string programOf(std::uint32_t process) {
   return program;
 }
 
+std::optional<ucred> credentialsOf(int socket) {
+  ucred credentials{};
+  socklen_t size = sizeof credentials;
+  if (getsockopt(socket, SOL_SOCKET, SO_PEERCRED, &credentials, &size) < 0) return std::nullopt;
+  return credentials;
+}
+
+// The system says 0 for a process of another process namespace.
+std::uint32_t processIn(const ucred& credentials) {
+  return credentials.pid > 0 ? static_cast<std::uint32_t>(credentials.pid) : 0;
+}
+
 }  // namespace
 
 std::optional<std::uint32_t> userOf(int socket) {
-  ucred credentials{};
-  socklen_t size = sizeof credentials;
-  static const bool known = usersAreKnown();
-  if (!known || getsockopt(socket, SOL_SOCKET, SO_PEERCRED, &credentials, &size) < 0) return std::nullopt;
-  return credentials.uid;
+  static const bool known = sys::usersAreKnown();
+  const auto credentials = known ? credentialsOf(socket) : std::nullopt;
+  return credentials ? std::optional(credentials->uid) : std::nullopt;
+}
+
+std::uint32_t processOf(int socket) {
+  const auto credentials = credentialsOf(socket);
+  return credentials ? processIn(*credentials) : 0;
 }
 
 PeerIdentity identityOf(int socket) {
-  ucred credentials{};
-  socklen_t size = sizeof credentials;
   PeerIdentity identity{{}, 0, "unknown"};
-  if (getsockopt(socket, SOL_SOCKET, SO_PEERCRED, &credentials, &size) < 0) return identity;
+  const auto credentials = credentialsOf(socket);
+  if (!credentials) return identity;
   static const bool known = sys::usersAreKnown();
-  if (known) identity.user = credentials.uid;
-  // 0: a process of another process namespace.
-  if (credentials.pid <= 0) return identity;
-  identity.process = static_cast<std::uint32_t>(credentials.pid);
+  if (known) identity.user = credentials->uid;
+  identity.process = processIn(*credentials);
+  if (identity.process == 0) return identity;
   if (auto program = programOf(identity.process); !program.empty()) identity.program = std::move(program);
   return identity;
 }

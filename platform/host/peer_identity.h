@@ -20,4 +20,7 @@ std::optional<std::uint32_t> userOf(int socket);
 // Whoever connected this socket. A process that has changed its program since is called after the new one.
 PeerIdentity identityOf(int socket);
 
+// Its process number alone, which costs less; 0: unknown.
+std::uint32_t processOf(int socket);
+
 }  // namespace host

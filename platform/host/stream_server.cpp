@@ -35,9 +35,11 @@ constexpr std::size_t BytesOfATurn = 8U << 10U;
 // Of the connections that have ended, so many are closed even while others have work.
 constexpr int ClosingsAtLeast = 4;
 
-// While so many connections wait for their turn, only one more is accepted in some rounds.
+// While so many connections wait for their turn, no first turn is due.
 constexpr std::size_t BusyConnections = 64;
-constexpr unsigned AcceptEvery = 4;
+
+// Of the connections that wait for their first turn, so many have it even then.
+constexpr int FirstTurnsAtLeast = 4;
 
 // Descriptors that are not used for connections, so that everything else can still be opened.
 constexpr rlim_t SpareDescriptors = 16;
@@ -97,6 +99,7 @@ void StreamServer::enter(Socket socket) {
   Peer& peer = *peers_.emplace(id, std::make_unique<Peer>(std::move(socket), id)).first->second;
   peer.user = userOf(peer.socket.native_handle()).value_or(0);
   enterMemory(peer);
+  peer.process = processOf(peer.socket.native_handle());
   waitToRead(peer);
   receiver_.opened(id);
 }
@@ -112,8 +115,7 @@ void StreamServer::accept(Acceptor& acceptor) {
       }
       enter(std::move(socket));
     }
-    // Whoever is there comes first: meanwhile the others wait in the system's queue.
-    if (ready_.size() >= BusyConnections) return paused_.push_back(&acceptor);
+    // Also while many wait: in the system's queue nobody can pass those that came before.
     accept(acceptor);
   });
 }
@@ -156,11 +158,22 @@ StreamServer::Peer* StreamServer::find(ConnectionId id) const {
 
 void StreamServer::waitToRead(Peer& peer) {
   peer.socket.async_wait(Socket::wait_read, [this, id = peer.id](const std::error_code& problem) {
-    if (!problem && find(id) != nullptr) ready_.push_back(id);
+    if (problem) return;
+    if (Peer* readable = find(id)) becomeReady(*readable);
   });
 }
 
+void StreamServer::becomeReady(Peer& peer) {
+  if (!peer.isNew) return ready_.push_back(peer.id);
+  if (!firstTurns_.enter(peer.process, peer.id)) end(peer.id);
+}
+
 bool StreamServer::serve(int turns) {
+  for (int first = 0; first < FirstTurnsAtLeast || ready_.size() < BusyConnections; ++first) {
+    const auto connection = firstTurns_.take();
+    if (!connection) break;
+    if (find(*connection) != nullptr) ready_.push_back(*connection);
+  }
   for (bool isFirst = true; turns > 0 && !ready_.empty(); isFirst = false) {
     if (!isFirst && holdsTooMuch()) break;
     turns -= takeTurn();
@@ -169,12 +182,8 @@ bool StreamServer::serve(int turns) {
   for (closings = std::max(closings, ClosingsAtLeast); closings > 0 && !closing_.empty(); --closings) {
     const ConnectionId id = closing_.front();
     closing_.pop_front();
-    if (find(id) == nullptr) continue;
-    disconnect(id);
-    receiver_.closed(id);
+    if (find(id) != nullptr) end(id);
   }
-  const bool mayAccept = ready_.size() < BusyConnections || ++busyRounds_ % AcceptEvery == 0;
-  if (mayAccept && !lacksDescriptors_) resumeAccepting();
   return hasWork();
 }
 
@@ -196,6 +205,7 @@ int StreamServer::takeTurn() {
   const bool continues = std::exchange(peer->continues, false) && !peer->stream.failed();
   const auto message = continues ? std::nullopt : peer->stream.next();
   if (continues || message) {
+    peer->isNew = false;
     const std::size_t before = peer->stream.waiting();
     continues ? receiver_.continued(peer->id) : receiver_.received(peer->id, *message);
     const int turns = 1 + static_cast<int>((peer->stream.waiting() - before) / BytesOfATurn);
@@ -203,23 +213,38 @@ int StreamServer::takeTurn() {
     nextPeer(*peer);
     return turns;
   }
+  // Another read would find nothing, and waiting ends at once if it would.
+  if (std::exchange(peer->hasRead, false) && peer->stream.drained()) {
+    leaveReady(*peer);
+    return 1;
+  }
   const auto read = peer->stream.read();
   enterMemory(*peer);
   switch (read) {
     case channel::Stream::Read::Bytes:
+      peer->hasRead = true;
       nextPeer(*peer);
       break;
     case channel::Stream::Read::Nothing:
-      ready_.pop_front();
-      peer->inARow = 0;
-      waitToRead(*peer);
+      leaveReady(*peer);
       break;
     case channel::Stream::Read::Ended:
       ready_.pop_front();
-      closing_.push_back(peer->id);
+      // The end of a client costs more than a turn, that of a connection that was never used does not.
+      if (peer->isNew) {
+        end(peer->id);
+      } else {
+        closing_.push_back(peer->id);
+      }
       break;
   }
   return 1;
+}
+
+void StreamServer::leaveReady(Peer& peer) {
+  ready_.pop_front();
+  peer.inARow = 0;
+  emptied_.push_back(peer.id);
 }
 
 void StreamServer::nextPeer(Peer& peer) {
@@ -227,6 +252,11 @@ void StreamServer::nextPeer(Peer& peer) {
   peer.inARow = 0;
   ready_.pop_front();
   ready_.push_back(peer.id);
+}
+
+void StreamServer::end(ConnectionId connection) {
+  disconnect(connection);
+  receiver_.closed(connection);
 }
 
 void StreamServer::disconnect(ConnectionId connection) {
@@ -244,6 +274,8 @@ void StreamServer::closeAll() {
   for (auto& [id, peer] : peers_) enterMemory(*peer, false);
   peers_.clear();
   ready_.clear();
+  firstTurns_ = {};
+  emptied_.clear();
   closing_.clear();
 }
 
@@ -306,6 +338,11 @@ void StreamServer::flush() {
     write(*peer);
   }
   unflushed_.clear();
+  // Not before: an answer must not be later for it.
+  for (const ConnectionId id : emptied_) {
+    if (Peer* peer = find(id)) waitToRead(*peer);
+  }
+  emptied_.clear();
 }
 
 void StreamServer::write(Peer& peer) {

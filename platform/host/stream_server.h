@@ -23,6 +23,7 @@
 
 #include "platform/channel/stream.h"
 #include "platform/host/connections.h"
+#include "platform/host/first_turns.h"
 #include "platform/host/log.h"
 #include "platform/service/memory_ledger.h"
 #include "platform/system/unique_descriptor.h"
@@ -37,8 +38,10 @@ namespace host {
 // What connections hold is entered in a ledger: what has arrived and was not handled, and what waits to be written.
 // While that is too much, turns come one by one, so that its owner can do something about it between them.
 //
-// While many connections wait for their turn, few more are accepted. If descriptors run out, no connection is accepted
-// until one closes or a second has passed. One line says so, however often that happens in a row.
+// Connections that have sent no message yet have their first turns after all others, one process after the other; of
+// one process only so many may wait. So whoever connects and says hello as fast as it can keeps nobody away. If
+// descriptors run out, no connection is accepted until one closes or a second has passed. One line says so, however
+// often that happens in a row.
 //
 // For one thread, which also runs the loop.
 class StreamServer : public Connections {
@@ -47,7 +50,8 @@ class StreamServer : public Connections {
   // mallinfo2 over 10,000 connections.
   static constexpr std::size_t ConnectionBytes = 768;
 
-  // What arrives. received, closed and continued are called by serve only.
+  // What arrives. received and continued are called by serve only, and so is closed for a connection that has sent a
+  // message.
   struct Receiver {
     std::function<void(ConnectionId connection)> opened;
     // The message is valid during the call.
@@ -75,10 +79,10 @@ class StreamServer : public Connections {
   // counts as several. Returns true if something is left to do.
   bool serve(int turns);
 
-  // True if something is left to do.
-  bool hasWork() const { return !ready_.empty() || !closing_.empty(); }
+  // True if something is left to do. After flush, this is work for serve.
+  bool hasWork() const { return !ready_.empty() || !firstTurns_.empty() || !closing_.empty() || !emptied_.empty(); }
 
-  // Writes what was sent since the last call. Call it before waiting.
+  // Writes what was sent since the last call, and then gets ready to wait. Call it before waiting.
   void flush();
 
   // Closes all connections.
@@ -102,8 +106,11 @@ class StreamServer : public Connections {
     Socket socket;
     channel::Stream stream;
     ConnectionId id;
-    int inARow = 0;            // turns without another connection's
-    bool isUnflushed = false;  // stands in unflushed_
+    std::uint32_t process = 0;  // who connected it
+    bool isNew = true;          // no message has arrived
+    int inARow = 0;             // turns without another connection's
+    bool hasRead = false;       // its last turn that handled no message has read bytes
+    bool isUnflushed = false;   // stands in unflushed_
     bool waitsToWrite = false;
     bool isPaused = false;   // not read from until it takes what is sent to it
     bool continues = false;  // see continueLater
@@ -119,6 +126,9 @@ class StreamServer : public Connections {
   void resumeAccepting();
   void waitForDescriptors();
   void waitToRead(Peer& peer);
+  void becomeReady(Peer& peer);
+  // No turn is left to do for the connection at the front of ready_.
+  void leaveReady(Peer& peer);
   void write(Peer& peer);
   // Performs one turn of the connection at the front of ready_. Returns for how many it counts.
   int takeTurn();
@@ -126,20 +136,22 @@ class StreamServer : public Connections {
   // Enters what the peer holds now, if it is there, else that it holds nothing any more.
   void enterMemory(Peer& peer, bool isThere = true);
   bool holdsTooMuch() const { return ledger_ != nullptr && ledger_->isOver(); }
+  void end(ConnectionId connection);
 
   asio::io_context& loop_;
   Receiver receiver_;
   Log log_;
   std::list<Acceptor> acceptors_;
   asio::steady_timer acceptAgain_;
-  std::vector<Acceptor*> paused_;  // they wait for descriptors, or until the loop has caught up
+  std::vector<Acceptor*> paused_;  // they wait for descriptors
   bool lacksDescriptors_ = false;
   std::vector<sys::UniqueDescriptor> held_;  // accepted with the last descriptors; they wait for lower ones
-  unsigned busyRounds_ = 0;
   std::optional<asio::steady_timer::time_point> lackedAt_;  // descriptors, the last time
   std::unordered_map<ConnectionId, std::unique_ptr<Peer>> peers_;
-  std::deque<ConnectionId> ready_;    // may have something to read; each stands here once
-  std::deque<ConnectionId> closing_;  // have ended; thousands may end at once, and those that live come first
+  std::deque<ConnectionId> ready_;     // may have something to read; each stands here once
+  FirstTurns firstTurns_;              // likewise, but have sent no message yet
+  std::deque<ConnectionId> closing_;   // have ended; thousands may end at once, and those that live come first
+  std::vector<ConnectionId> emptied_;  // have no turn left, and do not wait for more yet
   std::vector<ConnectionId> unflushed_;
   std::uint64_t last_ = 0;
   service::MemoryLedger* ledger_ = nullptr;

@@ -70,7 +70,7 @@ class FakeService {
  private:
   // Takes in all that has come.
   void serve() {
-    while (loop_.poll() > 0 || server_.serve(1)) continue;
+    while (loop_.poll() > 0 || server_.serve(1)) server_.flush();
   }
 
   std::string path_;

@@ -107,6 +107,28 @@ TEST_F(StreamServerTest, FrameThatIsTooLongEndsItsConnection) {
   EXPECT_EQ(events_, Texts{"1 closed"});
 }
 
+TEST_F(StreamServerTest, FrameThatIsTooLongEndsItsConnectionBehindGoodOnes) {
+  auto [ours, theirs] = sys::localSocketPair();
+  server_.adopt(std::move(theirs));
+  const Bytes bytes{1, 0, 0, 0, 'a', 1, 0, 0, 0, 'b', 0xFF, 0xFF, 0xFF, 0x7F};
+  ASSERT_EQ(write(ours.get(), bytes.data(), bytes.size()), static_cast<ssize_t>(bytes.size()));
+  serveAll();
+  EXPECT_EQ(events_, (Texts{"1: a", "1: b", "1 closed"}));
+}
+
+// What arrives while the messages of a read are handled is read later, though that read took all that was there.
+TEST_F(StreamServerTest, NothingIsForgottenBetweenARoundAndTheNext) {
+  channel::Connection client = connect();
+  Texts expected;
+  for (int i = 0; i < 20; ++i) {
+    client.send(bytesOf("m"));
+    round(i % 4);
+    expected.emplace_back("1: m");
+  }
+  serveAll();
+  EXPECT_EQ(events_, expected);
+}
+
 TEST_F(StreamServerTest, RestOfAFrameThatNeverComesIsNoMessage) {
   {
     auto [ours, theirs] = sys::localSocketPair();

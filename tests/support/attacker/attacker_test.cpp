@@ -10,6 +10,7 @@
 #include <atomic>
 #include <cerrno>
 #include <chrono>
+#include <csignal>
 #include <cstdint>
 #include <cstdlib>
 #include <deque>
@@ -46,10 +47,13 @@ struct Counts {
   int opened = 0;
   int injected = 0;  // into its source
   int sent = 0;
-  int known = 0;  // guessed sessions that there are
+  int known = 0;        // guessed sessions that there are, with their token
+  int wrongTokens = 0;  // of such sessions
 };
 
 constexpr std::uint32_t Window = 4;
+
+constexpr wire::Token Token{0x1122334455667788, 0x99AABBCCDDEEFF00};
 
 // Answers like a service, on a thread of its own.
 class SmallService {
@@ -132,15 +136,16 @@ class SmallService {
   }
 
   void answer(Connection& connection, const wire::Envelope& envelope) {
-    const auto guessed = [&](const auto& session) {
+    const auto guessed = [&](const auto& session, const wire::Token& token) {
       ++counts_.opened;
-      if (sessions_.contains(session)) ++counts_.known;
+      if (sessions_.contains(session)) ++(token == Token ? counts_.known : counts_.wrongTokens);
       reply(connection, envelope.tag, wire::Result{device::Status::NoSession, 0});
     };
     if (std::holds_alternative<wire::Hello>(envelope.body)) {
       ++counts_.hellos;
       wire::Welcome welcome;
       welcome.session = {nextSession_++};
+      welcome.token = Token;
       welcome.sendWindow = Window;
       sessions_.insert(welcome.session);
       reply(connection, envelope.tag, welcome);
@@ -148,9 +153,9 @@ class SmallService {
       ++counts_.requests;
       reply(connection, envelope.tag, wire::Topology{{{9, "Keys", device::SideOfGroup{1, "KeysOut", {}}, {}}}});
     } else if (const auto* events = std::get_if<wire::OpenEvents>(&envelope.body)) {
-      guessed(events->session);
+      guessed(events->session, events->token);
     } else if (const auto* graph = std::get_if<wire::OpenGraph>(&envelope.body)) {
-      guessed(graph->session);
+      guessed(graph->session, graph->token);
     } else if (const auto* inject = std::get_if<wire::Inject>(&envelope.body)) {
       if (inject->name == "KeysOut1") ++counts_.injected;
       reply(connection, 0, wire::Taken{static_cast<std::uint64_t>(counts_.injected)});
@@ -259,6 +264,27 @@ TEST_F(Attacks, ForgedSessions) {
   EXPECT_EQ(counts.hellos, 1);
   EXPECT_GT(counts.opened, 100);
   EXPECT_EQ(counts.known, 0);
+  EXPECT_GT(counts.wrongTokens, 10);
+}
+
+TEST_F(Attacks, StolenSession) {
+  const testsupport::Command command{
+      FLOWSCOPE_BINARY_DIR "/attacker", {"stolen", service_.path(), "5", "1000", "1", "2"}, {}, {}};
+  const auto result = testsupport::runProcess(command, "", testsupport::Deadline(std::chrono::seconds(30)));
+  EXPECT_EQ(result.standardOutput,
+            "stolen: events 4, graph 4, request none, on 3 connections, 0 refused, 0 closed by the service\n");
+  EXPECT_EQ(service_.stop().opened, 2);
+}
+
+TEST_F(Attacks, CrowdThatDies) {
+  const testsupport::Command command{FLOWSCOPE_BINARY_DIR "/attacker", {"crowd", service_.path(), "0.5"}, {}, {}};
+  const auto result = testsupport::runProcess(command, "", testsupport::Deadline(std::chrono::seconds(30)));
+  EXPECT_EQ(result.status, testsupport::ExitStatus::signalled(SIGKILL));
+  EXPECT_THAT(result.standardOutput, StartsWith("crowd: 0 clients")) << "taps are refused here";
+  const Counts& counts = service_.stop();
+  EXPECT_GT(counts.hellos, 50);
+  EXPECT_GT(counts.opened, 50);
+  EXPECT_GT(counts.mostAtOnce, 100);
 }
 
 TEST_F(Attacks, Flood) {

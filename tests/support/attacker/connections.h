@@ -1,6 +1,8 @@
 // What the attacks have in common.
 #pragma once
 
+#include <sys/resource.h>
+
 #include <chrono>
 #include <cstddef>
 #include <cstdint>
@@ -46,6 +48,15 @@ class Random {
  private:
   std::mt19937_64 engine_{7};
 };
+
+// Raises the limit of descriptors as far as possible, and returns it.
+inline std::size_t mostDescriptors() {
+  rlimit limit{};
+  getrlimit(RLIMIT_NOFILE, &limit);
+  limit.rlim_cur = limit.rlim_max;
+  setrlimit(RLIMIT_NOFILE, &limit);
+  return static_cast<std::size_t>(limit.rlim_cur);
+}
 
 // Opens connections and counts what becomes of them.
 class Connections {

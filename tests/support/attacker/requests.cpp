@@ -6,16 +6,14 @@
 #include <chrono>
 #include <cstddef>
 #include <cstdint>
-#include <cstring>
 #include <string>
-#include <type_traits>
 #include <utility>
 #include <variant>
 #include <vector>
 
-#include "platform/device/topology.h"
 #include "tests/support/attacker/attacks.h"
 #include "tests/support/attacker/connections.h"
+#include "tests/support/attacker/first_source.h"
 
 namespace attacker {
 namespace {
@@ -39,29 +37,15 @@ Buffer requestsOf(const Session& session) {
   return requests;
 }
 
-// Random, or close to a session that exists.
-Session guess(const Session& known, Random& random) {
-  static_assert(std::is_trivially_copyable_v<Session>);
-  std::array<std::uint8_t, sizeof(Session)> bytes{};
-  std::memcpy(bytes.data(), &known, bytes.size());
-  if (random.below(2) == 0) std::ranges::copy(random.bytes(bytes.size()), bytes.begin());
-  bytes[random.below(bytes.size())] ^= static_cast<std::uint8_t>(1 + random.below(255));
-  Session made{};
-  std::memcpy(&made, bytes.data(), bytes.size());
-  return made;
-}
-
-// The name of the first source of the service; empty if it has none.
-std::string firstSource(RawStream& stream, const Session& session, const Deadline& deadline) {
-  if (!stream.writeAll(frameOf(2, wire::AskTopology{session}), deadline)) return {};
-  const auto envelope = stream.answer(2, deadline);
-  const auto* topology = envelope ? std::get_if<wire::Topology>(&envelope->body) : nullptr;
-  if (topology == nullptr) return {};
-  const device::Topology ports(topology->groups);
-  for (const device::Group& group : topology->groups) {
-    if (group.side(device::Side::Source)) return ports.name({group.handle, 0, device::Side::Source});
+// Random, or close to what a session is opened with: one byte is wrong, of its number or of its token.
+wire::OpenEvents guess(const wire::OpenEvents& known, Random& random) {
+  std::array<std::uint64_t, 3> words{known.session, known.token.high, known.token.low};
+  if (random.below(2) == 0) {
+    for (auto& word : words) word = random.number();
+  } else {
+    words[random.below(words.size())] ^= (1 + random.below(255)) << (8 * random.below(8));
   }
-  return {};
+  return {words[0], {words[1], words[2]}};
 }
 
 }  // namespace
@@ -101,15 +85,15 @@ std::string forged(const Target& target) {
   Random random;
   auto own = connections.make();
   const auto welcome = own.greet(connections.end());
-  const Session known = welcome ? welcome->session : Session{};
+  const wire::OpenEvents known = welcome ? wire::OpenEvents{welcome->session, welcome->token} : wire::OpenEvents{};
   std::uint64_t guesses = 0;
   std::uint64_t accepted = 0;
   while (!connections.end().passed()) {
     auto stream = connections.make();
     for (int left = 100; left > 0 && stream.open() && !connections.end().passed(); --left) {
-      const Session session = guess(known, random);
+      const wire::OpenEvents guessed = guess(known, random);
       const wire::Body body =
-          left % 2 == 0 ? wire::Body(wire::OpenEvents{session}) : wire::Body(wire::OpenGraph{session});
+          left % 2 == 0 ? wire::Body(guessed) : wire::Body(wire::OpenGraph{guessed.session, guessed.token});
       if (!stream.writeAll(frameOf(3, body), connections.end())) break;
       ++guesses;
       const auto envelope = stream.answer(3, connections.end().atMost(Patience));

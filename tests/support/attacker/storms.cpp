@@ -1,6 +1,4 @@
 // Attacks with many connections.
-#include <sys/resource.h>
-
 #include <chrono>
 #include <cstdint>
 #include <deque>
@@ -24,10 +22,7 @@ std::string storm(const Target& target) {
 }
 
 std::string hellos(const Target& target) {
-  rlimit limit{};
-  getrlimit(RLIMIT_NOFILE, &limit);
-  limit.rlim_cur = limit.rlim_max;
-  setrlimit(RLIMIT_NOFILE, &limit);
+  mostDescriptors();
   Connections connections(target);
   std::deque<RawStream> kept;
   const Buffer hello = frameOf(1, wire::Hello{});
