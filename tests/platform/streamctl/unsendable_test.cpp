@@ -1,4 +1,5 @@
 // inject and play to a service that says which messages it could not send.
+#include <algorithm>
 #include <functional>
 #include <limits>
 #include <memory>
@@ -50,8 +51,8 @@ class RefusingSystem : public testing::Test {
   testsupport::ScratchFolder folder_;
   std::string endpoint_ = "ipc://" + (folder_.path() / "service").string();
 
-  // Of each frame, so many messages have no form.
-  std::uint64_t perFrame_ = 1;
+  // So many messages have a form, the others have none.
+  std::uint64_t sendable_ = 0;
   device::Status status_ = device::Status::Ok;
   std::function<void()> onFrame_;
 
@@ -63,9 +64,10 @@ class RefusingSystem : public testing::Test {
     } else if (std::holds_alternative<wire::AskTopology>(envelope.body)) {
       const device::Group group{0, "Deck", device::SideOfGroup{1, "DeckOut", {}}, {}};
       service_->send(envelope.tag, wire::Topology{{group}});
-    } else if (std::holds_alternative<wire::Inject>(envelope.body)) {
+    } else if (const auto* inject = std::get_if<wire::Inject>(&envelope.body)) {
       ++frames_;
-      service_->send(0, wire::Taken{frames_, frames_ * perFrame_});
+      messages_ += inject->messages.size();
+      service_->send(0, wire::Taken{frames_, messages_ - std::min(messages_, sendable_)});
       if (status_ != device::Status::Ok) service_->send(0, wire::Result{status_, 0});
       if (onFrame_) onFrame_();
     } else if (envelope.tag != 0) {
@@ -75,6 +77,7 @@ class RefusingSystem : public testing::Test {
 
   std::optional<channel::FakeService> service_{std::in_place, folder_.path() / "service"};
   std::uint64_t frames_ = 0;
+  std::uint64_t messages_ = 0;
 };
 
 TEST_F(RefusingSystem, InjectSendsAllAndEndsWithTheCount) {
@@ -85,7 +88,7 @@ TEST_F(RefusingSystem, InjectSendsAllAndEndsWithTheCount) {
 }
 
 TEST_F(RefusingSystem, PlayEndsWithTheCount) {
-  perFrame_ = 2;
+  sendable_ = 1;
   const auto play = start({"play", song(), "DeckOut1", "--speed", "0"});
   serve(*play);
   EXPECT_EQ(play->end(), ExitStatus::exited(1));
@@ -111,11 +114,11 @@ TEST_F(RefusingSystem, FailureAndCountStandInOneLine) {
 }
 
 TEST_F(RefusingSystem, ServiceThatGoesDoesNotHideTheCount) {
-  const auto inject = start({"inject", "DeckOut1", "0xF8", "--count", "3", "--rate", "10"});
-  serve(*inject, 2);
+  const auto inject = start({"inject", "DeckOut1", "0xF8", "--count", "2", "--rate", "0.0001"});
+  serve(*inject, 1);
   EXPECT_EQ(inject->end(), ExitStatus::exited(1));
   EXPECT_EQ(inject->errors(),
-            "streamctl: " + endpoint_ + ": connection to the service lost; 2 messages" + Line + "them" + LineEnd);
+            "streamctl: " + endpoint_ + ": connection to the service lost; 1 message" + Line + "it" + LineEnd);
 }
 
 }  // namespace
