@@ -115,14 +115,14 @@ class ControlChannel {
   bool mayReturn_;         // see Connector
   wire::Welcome welcome_;  // session 0 until the service has answered
   std::uint32_t lastTag_ = 0;
-  wire::PieceJoiner pieces_;   // of the answer to the last request
-  bool answerIsOwed_ = false;  // it has not arrived completely
+  wire::PieceJoiner pieces_;  // of the answer to the last request
   std::uint64_t sent_ = 0;
   std::uint64_t taken_ = 0;
   std::uint64_t messages_ = 0;  // in what was sent
   std::uint64_t unsendable_ = 0;
-  bool heard_ = false;      // a Taken message arrived, even if taken_ did not grow
-  bool forgotten_ = false;  // by the service
+  bool heard_ = false;         // a Taken message arrived, even if taken_ did not grow
+  bool forgotten_ = false;     // by the service
+  bool answerIsOwed_ = false;  // the last request's has not arrived completely
   bool isGreetingRefused_ = false;
   std::optional<device::Status> refusal_;
   LatePatches late_;
