@@ -8,7 +8,6 @@ namespace {
 
 // A request looks at the connections of a sink, which may be many.
 constexpr std::size_t RequestsAtOnce = 100;
-constexpr std::size_t SourcesAtOnce = 250;  // each is an operation of the driver
 
 }  // namespace
 

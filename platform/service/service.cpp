@@ -21,8 +21,7 @@ namespace {
 constexpr std::size_t TapsAtOnce = 2000;
 constexpr std::size_t MemoryAtOnce = 1U << 20U;
 constexpr std::size_t ChangesAtOnce = 500;
-constexpr std::size_t SourcesAtOnce = 250;  // each is an operation of the driver
-constexpr std::size_t RefusedAtOnce = 16;   // each may have many taps
+constexpr std::size_t RefusedAtOnce = 16;  // each may have many taps
 
 }  // namespace
 

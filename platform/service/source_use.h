@@ -18,6 +18,9 @@
 
 namespace service {
 
+// What settle may do at once. Each is an operation of the driver.
+inline constexpr std::size_t SourcesAtOnce = 250;
+
 // A source is used while a client taps it or a sink connected to it, and while the service carries one of its
 // connections. Tells the driver when that changes (see Driver::setUsed), and knows what the driver says of it.
 //
