@@ -25,7 +25,8 @@ TEST(JsonText, EscapesWhatIsNotShown) {
   for (const auto& row : table) {
     EXPECT_EQ(jsonText(JsonValue(row.text), -1), row.json);
     const auto read = JsonValue::parse(jsonText(JsonValue(row.text), -1));
-    if (row.text != "bad\xff") EXPECT_EQ(read, JsonValue(row.text)) << "a reader sees the same";
+    if (row.text == "bad\xff") continue;
+    EXPECT_EQ(read, JsonValue(row.text)) << "a reader sees the same";
   }
 }
 
