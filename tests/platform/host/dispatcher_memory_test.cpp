@@ -135,6 +135,7 @@ TEST_F(SmallMemory, WhatCannotBeFreedKeepsNobodyBusy) {
 class Nobody : public Connections {
  public:
   void send(ConnectionId /*to*/, std::span<const std::uint8_t> /*message*/) override {}
+  void continueLater(ConnectionId /*connection*/) override {}
   void endAfterReading(ConnectionId /*connection*/) override {}
   PeerIdentity identity(ConnectionId /*connection*/) const override { return {Ann, 5, "program"}; }
   void disconnect(ConnectionId /*connection*/) override {}
