@@ -13,12 +13,12 @@
 
 namespace host {
 
-// Passes lines on: 100 a second on average, and up to 200 in a burst. Leaves out the others, and says how many in one
+// Passes lines on: 100 a second on average, and up to 300 in a burst. Leaves out the others, and says how many in one
 // line when a second is over. So clients that come and go by the thousand fill no disk, and hide little.
 class LogLimit {
  public:
   static constexpr device::Time LineTime = std::chrono::milliseconds(10);
-  static constexpr device::Time BurstTime = std::chrono::seconds(2);
+  static constexpr device::Time BurstTime = std::chrono::seconds(3);
   static constexpr device::Time Interval = std::chrono::seconds(1);
 
   // log may be empty.
