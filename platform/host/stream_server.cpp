@@ -215,6 +215,7 @@ int StreamServer::takeTurn() {
   }
   // Another read would find nothing, and waiting ends at once if it would.
   if (std::exchange(peer->hasRead, false) && peer->stream.drained()) {
+    enterMemory(*peer);
     leaveReady(*peer);
     return 1;
   }

@@ -46,7 +46,8 @@ TEST_F(Reports, StatsCountKnownTraffic) {
 
   const auto text = control({"stats"});
   EXPECT_THAT(text, Succeeds());
-  EXPECT_THAT(linesOf(text.standardOutput), testing::IsSupersetOf({"messages in    1500", "messages out   3000"}));
+  EXPECT_THAT(linesOf(text.standardOutput),
+              testing::IsSupersetOf({"messages in          1500", "messages out         3000"}));
 }
 
 TEST_F(Reports, StatsTellOfQueuesAndLosses) {
