@@ -7,6 +7,7 @@
 #include "terminal/stdin_key_source.h"
 #include "terminal/terminal_mode.h"
 #include "terminal/waiting_stream.h"
+#include "traffic/traffic_output.h"
 
 namespace flowscope {
 
@@ -20,6 +21,8 @@ void RealSystemCommands::run(const std::string& line) {
 }
 
 ShellIo& standardIo() {
+  // Made before the stream, so that a signal handler writes the traffic after what waits in the stream.
+  trafficOutput();
   static std::FILE* const out = openWaitingStream(STDOUT_FILENO);
   static DescriptorTerminalSize size;
   static StdinKeySource keys(stdin, out);

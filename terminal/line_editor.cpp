@@ -186,6 +186,7 @@ void LineEditor::backspace() {
 
 void LineEditor::complete() {
   write("\n");
+  flush();
   const std::size_t start = buffer().find_first_not_of(' ');
   const std::string line = start == std::string::npos ? std::string() : buffer().substr(start);
   host_.runEditedLine("tab " + line);
@@ -193,6 +194,7 @@ void LineEditor::complete() {
 
 void LineEditor::acceptLine() {
   write("\n");
+  flush();
   if (buffer().empty()) {
     drawPrompt(host_.promptText());
     return;

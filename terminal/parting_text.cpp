@@ -11,18 +11,19 @@ PartingText* latest = nullptr;  // accessed only under the lock
 
 }  // namespace
 
-PartingText::PartingText() {
+void PartingText::enter() noexcept {
   const std::lock_guard guard(listLock);
   next_ = latest;
   latest = this;
+  isListed_ = true;
 }
 
 PartingText::~PartingText() { leave(); }
 
 void PartingText::leave() noexcept {
   const std::lock_guard guard(listLock);
-  if (left_) return;
-  left_ = true;
+  if (!isListed_) return;
+  isListed_ = false;
   PartingText** place = &latest;
   while (*place != this) place = &(*place)->next_;
   *place = next_;

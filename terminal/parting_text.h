@@ -5,10 +5,10 @@
 
 namespace flowscope {
 
-// Text that waits in memory. While the object lives, the handlers of TerminalSignals have it written.
+// Text that waits in memory. From enter() to leave(), the handlers of TerminalSignals have it written.
 class PartingText {
  public:
-  PartingText();
+  PartingText() = default;
   PartingText(const PartingText&) = delete;
   PartingText& operator=(const PartingText&) = delete;
   // Blocks while a handler runs on another thread.
@@ -22,6 +22,9 @@ class PartingText {
   virtual void writeOnSignal(const PartingTime& time) noexcept = 0;
 
  protected:
+  // A derived class calls this last in its constructor: handlers use the object from then on.
+  void enter() noexcept;
+
   // A derived class calls this first in its own destructor: no handler uses the object afterwards.
   void leave() noexcept;
 
@@ -29,7 +32,7 @@ class PartingText {
   friend void writePartingTexts() noexcept;
 
   PartingText* next_ = nullptr;
-  bool left_ = false;
+  bool isListed_ = false;
 };
 
 // For signal handlers: writes what waits in all such texts, the one made last first, in 100 milliseconds at most. Keeps

@@ -2,6 +2,7 @@
 
 #include <fcntl.h>
 #include <poll.h>
+#include <sys/stat.h>
 #include <unistd.h>
 
 #include <algorithm>
@@ -21,13 +22,24 @@ constexpr std::size_t SurelyTaken = PIPE_BUF;
 class ReadyDescriptor {
  public:
   explicit ReadyDescriptor(int descriptor) noexcept : descriptor_(descriptor) {
-    // A terminal may report room that is too little for the next character. Its flags are shared with other processes;
-    // those of another opening are not.
-    if (isatty(descriptor) == 1) descriptor_ = opened_ = openAgain(descriptor);
+    // A terminal may report room that is too little for the next character, and another thread may fill a pipe. Flags
+    // are shared with other processes; those of another opening are not.
+    const bool isTerminal = isatty(descriptor) == 1;
+    struct stat status {};
+    if (!isTerminal && !(fstat(descriptor, &status) == 0 && S_ISFIFO(status.st_mode))) return;
+    opened_ = openAgain(descriptor);
+    if (opened_ >= 0) {
+      descriptor_ = opened_;
+      return;
+    }
+    // Another user's terminal cannot be opened again. A pipe that cannot has no reader.
+    flags_ = isTerminal ? fcntl(descriptor, F_GETFL) : -1;
+    if (flags_ < 0 || fcntl(descriptor, F_SETFL, flags_ | O_NONBLOCK) < 0) descriptor_ = -1;
   }
   ReadyDescriptor(const ReadyDescriptor&) = delete;
   ReadyDescriptor& operator=(const ReadyDescriptor&) = delete;
   ~ReadyDescriptor() {
+    if (flags_ >= 0 && descriptor_ >= 0) fcntl(descriptor_, F_SETFL, flags_);
     if (opened_ >= 0) close(opened_);
   }
 
@@ -47,6 +59,7 @@ class ReadyDescriptor {
 
   int descriptor_;
   int opened_ = -1;
+  int flags_ = -1;  // to set again
 };
 
 }  // namespace

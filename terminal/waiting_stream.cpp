@@ -31,6 +31,7 @@ class WaitingText final : public PartingText {
  public:
   explicit WaitingText(int descriptor) : descriptor_(descriptor), byLines_(isatty(descriptor) == 1) {
     pthread_sigmask(SIG_BLOCK, nullptr, &blockedBefore_);
+    enter();
   }
   ~WaitingText() override { leave(); }
 

@@ -14,7 +14,7 @@ namespace flowscope {
 // One thread appends; any thread writes.
 class CollectedScreen final : public PartingText {
  public:
-  CollectedScreen() = default;
+  CollectedScreen() { enter(); }
   ~CollectedScreen() override { leave(); }
 
   // Sets the stream that the text is written to. Call it only while no text waits.

@@ -118,8 +118,9 @@ ResultCode catCommand(TrafficShell& shell, Options options, const char* pattern)
   std::string resolved;
   if (pattern != nullptr) resolved = resolvePath(pattern, shell.currentPath());
 
-  shell.monitor().setLabelled((options & LabelledOption) != 0);
+  // First: it may wait for the screen, and what arrives meanwhile still goes to the file.
   writeCollected();
+  shell.monitor().setLabelled((options & LabelledOption) != 0);
   trafficOutput().trafficMode = TrafficScreen;
   trafficOutput().trafficFile.stopWaiting();
   if (pattern == nullptr) return attachBelowCurrent(shell);

@@ -37,7 +37,9 @@ Target targetOf(int descriptor) {
 class TrafficFile::Stream final : public PartingText {
  public:
   Stream(std::FILE* file, const char* name)
-      : file_(file), descriptor_(fileno(file)), target_(targetOf(descriptor_)), name_(name) {}
+      : file_(file), descriptor_(fileno(file)), target_(targetOf(descriptor_)), name_(name) {
+    enter();
+  }
   ~Stream() override {
     flush();
     leave();
@@ -128,8 +130,13 @@ bool TrafficFile::open(const char* name) {
   if (const auto stream = std::atomic_load(&stream_)) stream->writeThrough();
   std::FILE* const file = openToWrite(name);
   const int cause = errno;
-  const auto before = std::atomic_exchange(&stream_, file == nullptr ? nullptr : std::make_shared<Stream>(file, name));
-  if (before) before->stopWaiting();
+  const auto opened = file == nullptr ? nullptr : std::make_shared<Stream>(file, name);
+  // What waits for room in the old stream comes first: both may lead to the same pipe.
+  if (const auto before = std::atomic_load(&stream_)) {
+    before->stopWaiting();
+    before->flush();
+  }
+  std::atomic_store(&stream_, opened);
   errno = cause;
   return file != nullptr;
 }

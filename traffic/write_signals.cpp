@@ -24,7 +24,6 @@ WriteSignals::WriteSignals() : outer_(outermost) {
     waiting_ = outer_->waiting_;
     return;
   }
-  outermost = this;
   sigset_t both;
   sigemptyset(&both);
   sigaddset(&both, SIGPIPE);
@@ -33,12 +32,17 @@ WriteSignals::WriteSignals() : outer_(outermost) {
   sigemptyset(&waiting_);
   // Only a signal that was already blocked can be pending.
   if (sigismember(&before_, SIGPIPE) == 1 || sigismember(&before_, SIGXFSZ) == 1) sigpending(&waiting_);
+  // Last: a signal handler that comes before must block the signals itself.
+  outermost = this;
 }
 
 WriteSignals::~WriteSignals() {
   if (outer_ != nullptr) return;
-  pthread_sigmask(SIG_SETMASK, &before_, nullptr);
+  // Writes that nobody reported, such as those to standard error, may have raised one.
+  take(EPIPE);
+  take(EFBIG);
   outermost = nullptr;
+  pthread_sigmask(SIG_SETMASK, &before_, nullptr);
 }
 
 void WriteSignals::take(int error) const {

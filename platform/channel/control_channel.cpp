@@ -89,7 +89,7 @@ std::optional<wire::Body> ControlChannel::askAnything(const wire::Body& request,
   do {
     if (!connection_.waitThroughSignals(deadline)) return std::nullopt;
     if (auto answer = takeIn(lastTag_, deadline)) return answer;
-    if (forgotten_) return std::nullopt;
+    if (forgotten_ || pieces_.fault() != wire::PieceJoiner::Fault::None) return std::nullopt;
   } while (!deadline.passed());
   return std::nullopt;
 }

@@ -2,6 +2,7 @@
 
 #include <chrono>
 #include <string>
+#include <utility>
 #include <variant>
 
 #include "platform/channel/opening.h"
@@ -53,10 +54,15 @@ bool EventChannel::receive(const TakeEvent& take, const Deadline& deadline) {
   uncounted_.advance(clockNow());
   if (!entries_ && connection_.wait(deadline) != Connection::Wait::Ready) return false;
   bool delivered = false;
+  if (report_) pass(take, *std::exchange(report_, std::nullopt));
   while (nextEntries()) {
     const auto entry = entries_->next();
     if (!entry) {
       entriesDone();
+    } else if (delivered && (entry->lost > 0 || entry->lostBefore)) {
+      // The caller shows what came before first.
+      report_ = *entry;
+      break;
     } else if (pass(take, *entry)) {
       delivered = true;
       // Checked only after a delivery: an entry without one costs next to nothing and must not use up a short timeout.

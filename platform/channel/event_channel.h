@@ -68,6 +68,7 @@ class EventChannel {
   std::uint64_t consumedTold_ = 0;
   bool dispatching_ = false;
   bool topologyChanged_ = false;
+  std::optional<wire::EventEntry> report_;  // a loss whose turn has not come; of entries_
   UncountedLosses uncounted_;
 };
 

@@ -118,20 +118,20 @@ std::optional<device::Status> Session::patch(bool made, const device::Link& link
   // Before the change, so that what follows it arrives as changes.
   if (!isCurrent(graph_.update(*control_, true, deadline), deadline)) return std::nullopt;
   takeBackLate();
-  const std::uint64_t before = graph_.links().version();
+  const bool existed = graph_.links().contains(link);
   const auto until = static_cast<std::uint64_t>(deadline.time().count());
   const auto result = control_->ask<wire::Result>(wire::Patch{number, made, link, until}, deadline);
   const std::uint32_t tag = control_->lastTag();
   if (!result) {
-    control_->late().gaveUp(tag, link, graph_.links().contains(link));
+    control_->late().gaveUp(tag, link, existed);
     noticeLoss(deadline);
     return std::nullopt;
   }
   const auto shown = graph_.waitFor(result->graphVersion, *control_, !isSilent(), deadline);
   if (shown == GraphMirror::Freshness::Current) {
     control_->late().settled(link);
-  } else if (result->status == device::Status::Ok && result->graphVersion > before) {
-    control_->late().gaveUp(tag, link, !made);
+  } else if (result->status == device::Status::Ok) {
+    control_->late().gaveUp(tag, link, existed);
     control_->late().answered(tag, result->status, result->graphVersion);
   }
   return isCurrent(shown, deadline) ? std::optional(result->status) : std::nullopt;

@@ -32,8 +32,9 @@ constexpr int TurnsInARow = 16;
 // millisecond, so only one or two fit into a round.
 constexpr std::size_t BytesOfATurn = 8U << 10U;
 
-// Of the connections that have ended, so many are closed even while others have work.
-constexpr int ClosingsAtLeast = 4;
+// Connections that have ended are closed for so long at once, but at least one of them: one that has made much may need
+// as long alone.
+constexpr std::chrono::milliseconds ClosingTime{1};
 
 // While so many connections wait for their turn, no first turn is due.
 constexpr std::size_t BusyConnections = 64;
@@ -151,6 +152,11 @@ void StreamServer::resumeAccepting() {
   for (Acceptor* acceptor : std::exchange(paused_, {})) accept(*acceptor);
 }
 
+bool StreamServer::holdsTooMuch() const {
+  if (ledger_ == nullptr || !ledger_->isOver()) return false;
+  return !unfreeable_ || ledger_->total() > *unfreeable_ + ledger_->ceiling() / 64;
+}
+
 StreamServer::Peer* StreamServer::find(ConnectionId id) const {
   const auto found = peers_.find(id);
   return found == peers_.end() ? nullptr : found->second.get();
@@ -174,17 +180,23 @@ bool StreamServer::serve(int turns) {
     if (!connection) break;
     if (find(*connection) != nullptr) ready_.push_back(*connection);
   }
+  if (ledger_ != nullptr && !ledger_->isOver()) unfreeable_.reset();
   for (bool isFirst = true; turns > 0 && !ready_.empty(); isFirst = false) {
     if (!isFirst && holdsTooMuch()) break;
     turns -= takeTurn();
   }
-  int closings = ready_.empty() ? turns : 0;
-  for (closings = std::max(closings, ClosingsAtLeast); closings > 0 && !closing_.empty(); --closings) {
+  if (!closing_.empty()) closeEnded();
+  return hasWork();
+}
+
+void StreamServer::closeEnded() {
+  using Clock = std::chrono::steady_clock;
+  const auto end = Clock::now() + ClosingTime;
+  do {
     const ConnectionId id = closing_.front();
     closing_.pop_front();
-    if (find(id) != nullptr) end(id);
-  }
-  return hasWork();
+    if (find(id) != nullptr) this->end(id);
+  } while (!closing_.empty() && Clock::now() < end);
 }
 
 int StreamServer::takeTurn() {
@@ -307,9 +319,12 @@ void StreamServer::enterMemory(Peer& peer, bool isThere) {
 
 std::optional<ConnectionId> StreamServer::heaviestOf(std::uint32_t user) {
   constexpr ConnectionId Last{std::numeric_limits<std::uint64_t>::max()};
-  for (int i = 0; i < TrimmedAtOnce && holdsTooMuch(); ++i) {
+  for (int i = 0; i < TrimmedAtOnce && ledger_ != nullptr && ledger_->isOver(); ++i) {
     const auto after = heavy_.upper_bound({user, std::numeric_limits<int>::max(), Last});
-    if (after == heavy_.begin() || std::get<0>(*std::prev(after)) != user) return std::nullopt;
+    if (after == heavy_.begin() || std::get<0>(*std::prev(after)) != user) {
+      unfreeable_ = ledger_->total();
+      return std::nullopt;
+    }
     Peer& peer = *find(std::get<2>(*std::prev(after)));
     const int before = peer.size;
     peer.stream.trim();

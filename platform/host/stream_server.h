@@ -135,7 +135,9 @@ class StreamServer : public Connections {
   void nextPeer(Peer& peer);
   // Enters what the peer holds now, if it is there, else that it holds nothing any more.
   void enterMemory(Peer& peer, bool isThere = true);
-  bool holdsTooMuch() const { return ledger_ != nullptr && ledger_->isOver(); }
+  // False while the ledger shows little more than what heaviestOf could not free: then turns one by one help nobody.
+  bool holdsTooMuch() const;
+  void closeEnded();
   void end(ConnectionId connection);
 
   asio::io_context& loop_;
@@ -155,6 +157,7 @@ class StreamServer : public Connections {
   std::vector<ConnectionId> unflushed_;
   std::uint64_t last_ = 0;
   service::MemoryLedger* ledger_ = nullptr;
+  std::optional<std::size_t> unfreeable_;                         // the total when heaviestOf found nothing to free
   std::set<std::tuple<std::uint32_t, int, ConnectionId>> heavy_;  // by user and size, which is a power of two
 };
 

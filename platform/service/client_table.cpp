@@ -138,6 +138,8 @@ std::size_t ClientTable::relieve() {
   if (ledger_ == nullptr || !ledger_->isOver()) return 0;
   const std::size_t before = memory_;
   sweep(ReliefBytes);
+  // Nobody misses what removed clients have left, so it goes first.
+  if (hasRemoved()) return before - memory_;
   const auto user = ledger_->heaviest();
   // More than the excess, so that this is not due again at once.
   const std::size_t wanted = std::min(ReliefBytes, ledger_->excess() + ledger_->ceiling() / 64);

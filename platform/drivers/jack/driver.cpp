@@ -178,9 +178,11 @@ void JackDriver::watchPeriods(device::Time now) {
 
 void JackDriver::noteSilence(device::Time now) {
   const bool tooLong = patches_.takeTooLong() | taps_.takeTooLong();
+  // First: a request that ends in between does not run any more.
+  const std::uint64_t done = server_->doneCount();
   const auto runsSince = server_->runsSince();
   if (tooLong && !silent_ && runsSince && now - *runsSince > SilentAfter) {
-    silent_ = server_->doneCount();
+    silent_ = done;
     events_->noted("the JACK server does not answer");
   } else if (silent_ && server_->doneCount() != *silent_) {
     silent_.reset();

@@ -20,6 +20,9 @@ using Clock = std::chrono::steady_clock;
 constexpr auto BetweenTries = 1s;
 constexpr auto PatienceAtTheEnd = 2s;
 
+// Requests that somebody waits for, before one that nobody waits for has its turn.
+constexpr int MostUrgentInARow = 8;
+
 }  // namespace
 
 class ServerRequest {
@@ -55,6 +58,7 @@ struct ServerThread::State {
   bool untilThere = false;
   std::optional<Clock::time_point> nextTry;
   std::deque<Request> urgent;  // somebody waits for these
+  int urgentInARow = 0;
   std::deque<Request> requests;
   std::uint64_t doneCount = 0;
   std::optional<Clock::time_point> runsSince;  // of the request under way
@@ -91,7 +95,10 @@ void ServerThread::State::closeAll(std::unique_lock<std::mutex>& lock) {
 }
 
 void ServerThread::State::serve(std::unique_lock<std::mutex>& lock) {
-  auto& queue = urgent.empty() ? requests : urgent;
+  // Whoever makes many requests must not stop the others.
+  const bool isOrdinary = urgent.empty() || (!requests.empty() && urgentInARow >= MostUrgentInARow);
+  urgentInARow = isOrdinary ? 0 : urgentInARow + 1;
+  auto& queue = isOrdinary ? requests : urgent;
   const Request request = std::move(queue.front());
   queue.pop_front();
   runsSince = Clock::now();

@@ -167,7 +167,8 @@ TEST_F(ServerMemory, OfAConnectionIsAboutWhatTheAllocatorSpends) {
   const double spent = (allocated() - before) / Count;
   RecordProperty("spent", std::to_string(spent));
   EXPECT_GT(double{StreamServer::ConnectionBytes}, 0.9 * spent);
-  EXPECT_LT(double{StreamServer::ConnectionBytes}, 2 * spent);
+  // Where pointers are smaller, it is less.
+  EXPECT_LT(double{StreamServer::ConnectionBytes}, (sizeof(void*) == 8 ? 2 : 3) * spent);
 }
 
 }  // namespace

@@ -1,6 +1,7 @@
 // What a turn of the event loop collects, and when it leaves the process.
 #include <fcntl.h>
 #include <gtest/gtest.h>
+#include <poll.h>
 #include <sys/stat.h>
 #include <unistd.h>
 
@@ -134,6 +135,7 @@ TEST_F(TurnTest, AStreamCollectsNothingWhileAnotherIsOpened) {
   EXPECT_EQ(file.content(), line(1));
   std::this_thread::sleep_for(20ms);
   arrive(2);
+  while (file.content() != line(1) + line(2) && !deadline.passed()) std::this_thread::sleep_for(1ms);
   EXPECT_EQ(file.content(), line(1) + line(2));
   const UniqueFd reader(::open(pipe.c_str(), O_RDONLY | O_NONBLOCK | O_CLOEXEC));
   opener.join();
@@ -281,7 +283,8 @@ TEST_F(TurnOfAStream, TheScreenWaitsForTheFile) {
     print(std::string(4096, 'x'));
     print("text\n");
   });
-  std::this_thread::sleep_for(100ms);
+  pollfd written{reader.get(), POLLIN, 0};
+  ASSERT_EQ(::poll(&written, 1, 60'000), 1);
   // Another thread does not wait for the file's reader, and leaves the order as it is.
   writeCollected();
   EXPECT_EQ(screen.next(), 0U);
