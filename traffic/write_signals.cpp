@@ -38,9 +38,6 @@ WriteSignals::WriteSignals() : outer_(outermost) {
 
 WriteSignals::~WriteSignals() {
   if (outer_ != nullptr) return;
-  // Writes that nobody reported, such as those to standard error, may have raised one.
-  take(EPIPE);
-  take(EFBIG);
   outermost = nullptr;
   pthread_sigmask(SIG_SETMASK, &before_, nullptr);
 }
