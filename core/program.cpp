@@ -1,5 +1,6 @@
 #include "core/program.h"
 
+#include <cerrno>
 #include <memory>
 #include <optional>
 #include <string_view>
@@ -76,6 +77,8 @@ void runInteractively(EvtSrv::EventPortManager& manager, ShellIo& io) {
     if (catchUpRawMode()) io.keys.notifyResumed();
   }
   shell->waitForInput();
+  // A write to standard error may have raised it, and nobody looked.
+  writeSignals.take(EPIPE);
 }
 
 }  // namespace
