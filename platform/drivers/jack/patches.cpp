@@ -21,7 +21,7 @@ int changeConnection(const Client& client, bool made, const std::string& source,
 }  // namespace
 
 void Patches::ask(Client& client, device::RequestId request, bool made, const device::Link& link,
-                  std::pair<std::string, std::string> names, device::DriverEvents& events, device::Time now) {
+                  const std::pair<std::string, std::string>& names, device::DriverEvents& events, device::Time now) {
   if (open_.size() >= MostOpen) return events.patched(request, device::Status::Refused, now);
   const auto& [source, sink] = names;
   const auto work = [&client, made, names] { return changeConnection(client, made, names.first, names.second); };

@@ -21,7 +21,7 @@ class Patches {
 
   // See device::Driver::patch. names: of the source and the sink of the connection.
   void ask(Client& client, device::RequestId request, bool made, const device::Link& link,
-           std::pair<std::string, std::string> names, device::DriverEvents& events, device::Time now);
+           const std::pair<std::string, std::string>& names, device::DriverEvents& events, device::Time now);
 
   // JACK reported a change. Returns true if it is news for the service.
   bool isNews(const std::string& source, const std::string& sink, bool made);
