@@ -114,7 +114,7 @@ std::optional<std::string> playInto(ServiceClient& service, const std::string& p
   if (!topology) return service.whyNot();
   if (!device::Topology(std::move(topology->groups)).port(port)) return noSuchPort(port);
   const bool played = playAndSilence(service.channel(), port, player, pass, signals, progress);
-  const auto unsendable = unsendableOf(service.channel());
+  auto unsendable = unsendableOf(service.channel());
   if (!played) return service.whyNot(port) + (unsendable ? "; " + *unsendable : std::string());
   service.leave();
   return unsendable;
