@@ -130,13 +130,8 @@ bool TrafficFile::open(const char* name) {
   if (const auto stream = std::atomic_load(&stream_)) stream->writeThrough();
   std::FILE* const file = openToWrite(name);
   const int cause = errno;
-  const auto opened = file == nullptr ? nullptr : std::make_shared<Stream>(file, name);
-  // What waits for room in the old stream comes first: both may lead to the same pipe.
-  if (const auto before = std::atomic_load(&stream_)) {
-    before->stopWaiting();
-    before->flush();
-  }
-  std::atomic_store(&stream_, opened);
+  const auto before = std::atomic_exchange(&stream_, file == nullptr ? nullptr : std::make_shared<Stream>(file, name));
+  if (before) before->stopWaiting();
   errno = cause;
   return file != nullptr;
 }
