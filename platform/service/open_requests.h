@@ -25,7 +25,7 @@ struct Reply {
   std::optional<device::Status> status;  // nullopt: later
   RequestId request{};                   // valid if the answer comes later
 
-  friend bool operator==(const Reply& reply, device::Status status) { return reply.status == status; }
+  friend bool operator==(const Reply& reply, device::Status expected) { return reply.status == expected; }
 };
 
 // The later answer to a request.
