@@ -177,7 +177,8 @@ void JackDriver::watchPeriods(device::Time now) {
 }
 
 void JackDriver::noteSilence(device::Time now) {
-  const bool tooLong = patches_.takeTooLong() | taps_.takeTooLong();
+  const bool patchesTooLong = patches_.takeTooLong();
+  const bool tooLong = taps_.takeTooLong() || patchesTooLong;
   // First: a request that ends in between does not run any more.
   const std::uint64_t done = server_->doneCount();
   const auto runsSince = server_->runsSince();
