@@ -3,6 +3,8 @@
 #include <gtest/gtest.h>
 #include <poll.h>
 
+#include <atomic>
+#include <cerrno>
 #include <chrono>
 #include <csignal>
 #include <mutex>
@@ -11,15 +13,14 @@
 namespace flowscope {
 namespace {
 
-volatile std::sig_atomic_t handled = 0;
-volatile std::sig_atomic_t held = 0;
+// Atomic, because the signal may come to another thread.
+std::atomic<int> handled = 0;
+std::atomic<int> held = 0;
 
 void handler(int signal) {
-  if (holdSignal(signal)) {
-    held = held + 1;
-  } else {
-    handled = handled + 1;
-  }
+  const int savedErrno = errno;
+  ++(holdSignal(signal) ? held : handled);
+  errno = savedErrno;
 }
 
 class HeldSignals : public testing::Test {
