@@ -9,11 +9,11 @@
 #include <cerrno>
 #include <cstdint>
 #include <cstring>
-#include <fstream>
 #include <string>
 #include <thread>
 
 #include "tests/support/unique_fd.h"
+#include "tests/traffic/thread_writes.h"
 
 namespace flowscope {
 namespace {
@@ -60,17 +60,6 @@ class CounterWithLittleRoom {
   std::array<char, Size> large_ = bytesOf(Large);
   PendingText text_;
 };
-
-// How many writes this thread has tried; 0 where the system does not count them.
-std::uint64_t writesOfThisThread() {
-  std::ifstream counts("/proc/thread-self/io");
-  std::string name;
-  std::uint64_t count = 0;
-  while (counts >> name >> count) {
-    if (name == "syscw:") return count;
-  }
-  return 0;
-}
 
 TEST(WaitingWrite, DoesNotAskAllTheTimeWhereRoomIsTooLittle) {
   CounterWithLittleRoom counter;

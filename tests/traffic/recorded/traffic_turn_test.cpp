@@ -8,7 +8,6 @@
 #include <array>
 #include <chrono>
 #include <cstdint>
-#include <fstream>
 #include <functional>
 #include <memory>
 #include <string>
@@ -21,6 +20,7 @@
 #include "tests/traffic/event_bytes.h"
 #include "tests/traffic/recorded/recorded_fixture.h"
 #include "tests/traffic/temporary_file.h"
+#include "tests/traffic/thread_writes.h"
 #include "traffic/monitor_attachment.h"
 #include "traffic/open_file.h"
 #include "traffic/to_command.h"
@@ -214,17 +214,6 @@ class TurnOfAStream : public testing::Test {
   EvtSrv::EventPortManager manager{EvtSrv::ConBehave_Default, true};
   Shell shell{manager, screen.stream()};
 };
-
-// How many writes this thread has tried; 0 where the system does not count them.
-std::uint64_t writesOfThisThread() {
-  std::ifstream counts("/proc/thread-self/io");
-  std::string name;
-  std::uint64_t count = 0;
-  while (counts >> name >> count) {
-    if (name == "syscw:") return count;
-  }
-  return 0;
-}
 
 TEST_F(TurnOfAStream, CostsOneWriteForTheFileAndOneForTheScreen) {
   constexpr std::size_t Count = 100;
