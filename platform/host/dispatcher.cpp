@@ -30,7 +30,11 @@ constexpr device::Time UncountedLossInterval = std::chrono::seconds(10);
 // Connections that belong to nobody and are closed at once, between which others are served.
 constexpr int ClosedAtOnce = 16;
 
-service::EventPortId toPort(std::uint32_t number) { return service::EventPortId{number}; }
+// Copies that cost as much as a message.
+constexpr std::uint64_t CopiesATurn = 16;
+
+// Changes of the graph that are kept for clients that have not got them yet, in windows.
+constexpr std::size_t LogWindows = 4;
 
 }  // namespace
 
@@ -43,6 +47,8 @@ Dispatcher::Dispatcher(service::Service& service, Connections& connections, cons
       warnings_(std::move(warnings)),
       firstHandle_(settings.firstHandle ? *settings.firstHandle : randomNumber()),
       topologyVersion_(service.topologyVersion()),
+      graphLog_(LogWindows *
+                static_cast<std::size_t>(std::max<std::uint64_t>(settings.graphWindow, wire::MinGraphWindow))),
       lostBefore_(LossBeforeInterval),
       uncountedLosses_(UncountedLossInterval),
       events_(wire::encode(0, wire::Events{})),
@@ -52,17 +58,27 @@ Dispatcher::Dispatcher(service::Service& service, Connections& connections, cons
   settings_.sendWindow = std::max<std::uint32_t>(settings_.sendWindow, 1);
 }
 
-void Dispatcher::receive(ConnectionId from, std::span<const std::uint8_t> message, device::Time now) {
+Handled Dispatcher::receive(ConnectionId from, std::span<const std::uint8_t> message, device::Time now) {
+  if (service_.isPassing() && isForDevice(message)) return {.all = false, .turns = 0};
+  const std::uint64_t copies = copiesMade();
   Request request{from, 0, now};
-  if (auto envelope = wire::decode(message)) {
+  Handled handled;
+  if (unfinished_.contains(from)) {
+    handled = goOn(request, message);
+  } else if (wire::InjectFrame::claims(message)) {
+    handled = handleInject(request, message);
+  } else if (auto envelope = wire::decode(message)) {
     request.tag = envelope->tag;
     std::visit([&](auto& body) { handle(request, body); }, envelope->body);
+    handled.all = !unfinished_.contains(from);
   } else if (const auto tag = wire::tagOf(message)) {
     request.tag = *tag;
     answer(request, device::Status::BadRequest);
   }
   sendLaterAnswers();
   sendEvents();
+  handled.turns += static_cast<int>((copiesMade() - copies) / CopiesATurn);
+  return handled;
 }
 
 void Dispatcher::tellTaken() {
@@ -82,6 +98,8 @@ std::optional<device::Time> Dispatcher::advance(device::Time now) {
   sendEvents();
   tellTopologyChanged();
   sendNotes();
+  // More of these waits for the next piece.
+  const bool isMoreToSend = !ready_.empty() || graphNews_.next() || topologyNews_.next();
   const auto heldBackNext = tellHeldBack(now);
   const auto reliefNext = relieve(now) ? std::optional(now) : std::nullopt;
   for (int closed = 0; closed < ClosedAtOnce; ++closed) {
@@ -89,7 +107,8 @@ std::optional<device::Time> Dispatcher::advance(device::Time now) {
     if (!connection) break;
     connections_.disconnect(*connection);
   }
-  return earliest({serviceNext, heldBackNext, reliefNext, newcomers_.next(), logLosses(now), logLossesBefore(now)});
+  return earliest({isMoreToSend ? std::optional(now) : std::nullopt, serviceNext, heldBackNext, reliefNext,
+                   newcomers_.next(), logLosses(now), logLossesBefore(now)});
 }
 
 void Dispatcher::connectionOpened(ConnectionId connection, device::Time now) { newcomers_.enter(connection, now); }
@@ -111,6 +130,9 @@ void Dispatcher::end(Session& session, std::string_view how, device::Time now) {
   log(session, how);
   service_.removeClient(session.client, now);
   dropAnswers(session);
+  graphNews_.leave(session.client);
+  topologyNews_.leave(session.client);
+  unfinished_.erase(session.control);
   // They belong to nobody any more.
   for (const ConnectionId connection : {session.control, session.eventChannel, session.graphChannel}) {
     if (connection != ConnectionId::None) newcomers_.enter(connection, now);
@@ -177,6 +199,7 @@ void Dispatcher::handle(const Request& request, wire::Patch& message) {
   const service::Reply reply =
       message.made ? service_.connect(link, request.now) : service_.disconnect(link, request.now);
   // The change goes out before the answer, so that the client that made it usually sees it by then.
+  showGraphChanges(*session);
   sendGraphChanges();
   answer(request, *session, reply);
 }
@@ -184,7 +207,8 @@ void Dispatcher::handle(const Request& request, wire::Patch& message) {
 void Dispatcher::handle(const Request& request, wire::AskTopology& message) {
   Session* session = sessionFor(request, message.session, &Session::control);
   if (session == nullptr) return;
-  session->topologyTold = session->topologyTold && request.tag != 0;
+  // An answer tells the news when its last piece has been sent.
+  if (request.tag == 0) enterTopologyNews(*session);
   answer(request, *session, topologyAnswer(service_, firstHandle_));
 }
 
@@ -197,39 +221,11 @@ void Dispatcher::handle(const Request& request, wire::AskLinks& message) {
   Session* session = sessionFor(request, message.session, &Session::control);
   if (session == nullptr) return;
   // What the answer includes is no news any more.
-  sendGraphChanges();
+  noteGraphChanges();
   session->graph = Credit(service_.graphVersion());
   session->graphStale = false;
+  if (session->graphChannel != ConnectionId::None) graphNews_.enter(session->client);
   answer(request, *session, linksAnswer(service_, firstHandle_));
-}
-
-void Dispatcher::handle(const Request& request, wire::Send& message) {
-  Session* session = sessions_.find(message.session);
-  if (session == nullptr || session->control != request.from) {
-    // Answered even without a tag: nothing else says that the message was not delivered.
-    connections_.send(request.from,
-                      wire::encode(request.tag, wire::Result{device::Status::NoSession, service_.graphVersion()}));
-    return;
-  }
-  service_.send(session->client, toPort(message.eventPort), {message.group, message.bytes}, request.now);
-  countTaken(*session);
-}
-
-void Dispatcher::handle(const Request& request, wire::Inject& message) {
-  Session* session = sessions_.find(message.session);
-  device::Status status = device::Status::NoSession;
-  if (session != nullptr && session->control == request.from) {
-    status = device::Status::Ok;
-    for (const wire::InjectItem& item : message.messages) {
-      status = service_.inject(session->client, message.name, {item.group, item.bytes}, request.now);
-      if (status != device::Status::Ok) break;
-    }
-    countTaken(*session);
-  }
-  // Answered even without a tag, as for Send.
-  if (status != device::Status::Ok) {
-    connections_.send(request.from, wire::encode(request.tag, wire::Result{status, service_.graphVersion()}));
-  }
 }
 
 void Dispatcher::handle(const Request& request, wire::AskStats& message) {
@@ -244,6 +240,7 @@ void Dispatcher::handle(const Request& request, wire::OpenEvents& message) {
   answer(request, opened ? device::Status::Ok : device::Status::BadRequest);
   if (!opened) return;
   newcomers_.leave(request.from);
+  topologyNews_.enter(session->client);
   sendEvents(*session);
 }
 
@@ -260,8 +257,9 @@ void Dispatcher::handle(const Request& request, wire::OpenGraph& message) {
   const bool opened = sessions_.openGraph(*session, request.from);
   if (opened) {
     newcomers_.leave(request.from);
-    sendGraphChanges();
+    noteGraphChanges();
     session->graph = Credit(service_.graphVersion());
+    if (!session->graphStale) graphNews_.enter(session->client);
   }
   answer(request, opened ? device::Status::Ok : device::Status::BadRequest);
 }
@@ -315,7 +313,7 @@ void Dispatcher::continued(ConnectionId connection) {
   if (more) return connections_.continueLater(connection);
   session->answer.reset();
   // It shows all changes up to now.
-  if (std::holds_alternative<wire::Topology>(piece)) session->topologyTold = false;
+  if (std::holds_alternative<wire::Topology>(piece)) enterTopologyNews(*session);
 }
 
 }  // namespace host

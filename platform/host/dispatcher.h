@@ -1,7 +1,9 @@
 // Handles messages from clients, and sends messages to them.
 #pragma once
 
+#include <cstddef>
 #include <cstdint>
+#include <deque>
 #include <memory>
 #include <optional>
 #include <set>
@@ -12,13 +14,17 @@
 #include <vector>
 
 #include "platform/host/connections.h"
+#include "platform/host/graph_log.h"
+#include "platform/host/handled.h"
 #include "platform/host/log.h"
 #include "platform/host/long_answer.h"
 #include "platform/host/newcomers.h"
+#include "platform/host/news_queue.h"
 #include "platform/host/peer_identity.h"
 #include "platform/host/session_table.h"
 #include "platform/host/settings.h"
 #include "platform/service/service.h"
+#include "platform/wire/inject_frame.h"
 #include "platform/wire/messages.h"
 #include "platform/wire/total_news.h"
 
@@ -38,8 +44,9 @@ class Dispatcher {
   // too.
   Dispatcher(service::Service& service, Connections& connections, const Settings& settings, Log log, Log warnings = {});
 
-  // Handles a message.
-  void receive(ConnectionId from, std::span<const std::uint8_t> message, device::Time now);
+  // Handles a message, or a piece of it. What is sent to many clients, and what many messages bring, is handled in
+  // pieces of at most a millisecond or so.
+  Handled receive(ConnectionId from, std::span<const std::uint8_t> message, device::Time now);
 
   // A connection has been made. It is closed again unless it opens a channel soon (see Newcomers).
   void connectionOpened(ConnectionId connection, device::Time now);
@@ -85,15 +92,25 @@ class Dispatcher {
   void handle(const Request& request, wire::AskOriginals& message);
   void handle(const Request& request, wire::AskLinks& message);
   void handle(const Request& request, wire::Send& message);
-  void handle(const Request& request, wire::Inject& message);
   void handle(const Request& request, wire::AskStats& message);
   void handle(const Request& request, wire::OpenEvents& message);
   void handle(const Request& request, wire::Consumed& message);
   void handle(const Request& request, wire::OpenGraph& message);
   void handle(const Request& request, wire::GraphSeen& message);
-  // Messages that only the service may send.
+  // Messages that are read without decoding all of them, and those that only the service may send.
   template <class Message>
   void handle(const Request& request, Message& message);
+
+  // Whether it carries messages for the device. They wait while another one is on its way.
+  static bool isForDevice(std::span<const std::uint8_t> message);
+  // Copies for taps, since the service started.
+  std::uint64_t copiesMade() const;
+  // A piece of an Inject: the first, or the next. goOn also ends a Send, whose message was on its way.
+  Handled handleInject(Request& request, std::span<const std::uint8_t> message);
+  Handled goOn(Request& request, std::span<const std::uint8_t> message);
+  Handled inject(const Request& request, wire::InjectFrame& frame);
+
+  static service::EventPortId toPort(std::uint32_t number) { return service::EventPortId{number}; }
 
   // Returns the session with this number if the request came by this one of its connections; else answers the request
   // and returns null.
@@ -129,12 +146,22 @@ class Dispatcher {
   void countTaken(Session& session);
   void sendTaken(Session& session);
   std::optional<device::Time> tellHeldBack(device::Time now);
-  // To the clients for which events began to wait.
+  // To some of the clients for which events began to wait.
   void sendEvents();
-  // As far as this client has room.
-  void sendEvents(Session& session);
+  // As far as this client has room. Returns how many bytes.
+  std::size_t sendEvents(Session& session);
+  // From now on, all clients with a graph channel wait for the changes.
+  void noteGraphChanges();
+  // To some of those that wait for changes.
   void sendGraphChanges();
+  // At most so many, also to a client that does not wait. Returns the number of messages.
+  std::size_t sendGraphChanges(Session& session, std::size_t most);
+  // All of them, to one client.
+  void showGraphChanges(Session& session);
+  // To some of those that wait for this news.
   void tellTopologyChanged();
+  // The client knows the topology of now, and wants to hear of changes.
+  void enterTopologyNews(const Session& session);
   // These return when to call them again.
   std::optional<device::Time> logLosses(device::Time now);
   std::optional<device::Time> logLossesBefore(device::Time now);
@@ -153,6 +180,12 @@ class Dispatcher {
   std::uint64_t topologyVersion_;  // as last reported to the sessions
   SessionTable sessions_;
   Newcomers newcomers_;
+  std::deque<service::ClientId> ready_;  // events began to wait for them
+  GraphLog graphLog_;
+  NewsQueue graphNews_;     // those with a graph channel that are not stale
+  NewsQueue topologyNews_;  // those with an event channel that were not told since they asked
+  // Of the frames that have been handled in part, what is left, by their connections.
+  std::unordered_map<ConnectionId, wire::InjectFrame::Position> unfinished_;
   std::unordered_map<service::RequestId, Unanswered> unanswered_;
   std::vector<service::ClientId> takenOwed_;  // they have sent what Taken does not count yet
   device::Time heldBackToldAt_{};

@@ -16,6 +16,16 @@ namespace {
 // Larger pieces would only make other clients wait longer.
 constexpr std::size_t MaxEventsBytes = 64U << 10U;
 
+// What is sent in one piece: bytes of events, and clients that get any; changes of the graph and clients that get any;
+// clients that are told of a changed topology.
+constexpr std::size_t EventBytesAtOnce = 256U << 10U;
+constexpr std::size_t ReadyAtOnce = 64;
+constexpr std::size_t ChangesAtOnce = 256;
+constexpr std::size_t ToldAtOnce = 64;
+
+// Lines in one piece.
+constexpr int LinesAtOnce = 16;
+
 // Well within the two seconds that a client waits.
 constexpr device::Time HeldBackInterval = std::chrono::milliseconds(500);
 
@@ -51,15 +61,15 @@ void Dispatcher::answer(const Request& request, Session& session, const service:
 }
 
 void Dispatcher::sendLaterAnswers() {
-  const auto answers = service_.takeAnswers();
-  if (answers.empty()) return;
-  // See Patch.
-  sendGraphChanges();
-  for (const service::Answer& one : answers) {
+  for (const service::Answer& one : service_.takeAnswers()) {
     const auto found = unanswered_.extract(one.request);
     if (found.empty()) continue;
     const Unanswered& asked = found.mapped();
-    if (Session* session = sessions_.find(asked.session)) session->unanswered.erase(one.request);
+    if (Session* session = sessions_.find(asked.session)) {
+      session->unanswered.erase(one.request);
+      // See Patch.
+      showGraphChanges(*session);
+    }
     answer({asked.from, asked.tag, {}}, one.status);
   }
 }
@@ -91,46 +101,97 @@ std::optional<device::Time> Dispatcher::tellHeldBack(device::Time now) {
 }
 
 void Dispatcher::sendEvents() {
-  for (const service::ClientId client : service_.takeReadyClients()) {
-    if (Session* session = sessions_.findByClient(client)) sendEvents(*session);
+  for (const service::ClientId client : service_.takeReadyClients()) ready_.push_back(client);
+  std::size_t bytes = 0;
+  for (std::size_t i = 0; i < ReadyAtOnce && bytes < EventBytesAtOnce && !ready_.empty(); ++i) {
+    const service::ClientId client = ready_.front();
+    ready_.pop_front();
+    if (Session* session = sessions_.findByClient(client)) bytes += sendEvents(*session);
   }
 }
 
-void Dispatcher::sendEvents(Session& session) {
-  if (session.eventChannel == ConnectionId::None) return;
+std::size_t Dispatcher::sendEvents(Session& session) {
+  std::size_t bytes = 0;
+  if (session.eventChannel == ConnectionId::None) return bytes;
   while (session.events.onItsWay() < settings_.eventWindow && service_.hasEvents(session.client)) {
     const std::uint64_t room = settings_.eventWindow - session.events.onItsWay();
     events_.resize(eventsFront_);
     const auto most = static_cast<std::size_t>(std::min<std::uint64_t>(room, MaxEventsBytes));
     session.events.sent(service_.takeEvents(session.client, most, events_));
     connections_.send(session.eventChannel, events_);
+    bytes += events_.size();
   }
+  return bytes;
+}
+
+void Dispatcher::noteGraphChanges() {
+  const auto changes = service_.takeGraphChanges();
+  if (changes.empty() || graphNews_.empty()) return;
+  for (const service::GraphChange& change : changes) {
+    const wire::LinkRecord record{onWire(change.link, firstHandle_), change.carried};
+    graphLog_.add(change.version, wire::encode(0, wire::GraphChanged{change.version, change.added, record}));
+  }
+  graphNews_.announce();
 }
 
 void Dispatcher::sendGraphChanges() {
-  for (const service::GraphChange& change : service_.takeGraphChanges()) {
-    const wire::LinkRecord record{onWire(change.link, firstHandle_), change.carried};
-    const auto message = wire::encode(0, wire::GraphChanged{change.version, change.added, record});
-    for (auto& [number, session] : sessions_.all()) {
-      if (session.graphChannel == ConnectionId::None || session.graphStale) continue;
-      if (session.graph.onItsWay() < settings_.graphWindow) {
-        session.graph.sent(1);
-        connections_.send(session.graphChannel, message);
-      } else {
-        session.graphStale = true;
-        connections_.send(session.graphChannel, wire::encode(0, wire::GraphStale{}));
-      }
+  noteGraphChanges();
+  for (std::size_t left = ChangesAtOnce; left > 0;) {
+    const auto client = graphNews_.next();
+    if (!client) return graphLog_.clear();
+    Session* session = sessions_.findByClient(*client);
+    if (session == nullptr || session->graphChannel == ConnectionId::None || session->graphStale) {
+      graphNews_.leave(*client);
+      --left;
+      continue;
+    }
+    left -= std::min(left, 1 + sendGraphChanges(*session, left));
+    if (session->graph.total() == service_.graphVersion()) {
+      graphNews_.enter(*client);
+    } else if (!session->graphStale) {
+      graphNews_.postpone();
     }
   }
 }
 
-// Sent once, however much changes until the client asks: what is in flight to a client is bounded.
-void Dispatcher::tellTopologyChanged() {
-  if (std::exchange(topologyVersion_, service_.topologyVersion()) == topologyVersion_) return;
-  for (auto& [number, session] : sessions_.all()) {
-    if (session.eventChannel == ConnectionId::None || std::exchange(session.topologyTold, true)) continue;
-    connections_.send(session.eventChannel, wire::encode(0, wire::TopologyChanged{}));
+std::size_t Dispatcher::sendGraphChanges(Session& session, std::size_t most) {
+  std::size_t sent = 0;
+  if (session.graphChannel == ConnectionId::None || session.graphStale) return sent;
+  for (; sent < most && session.graph.total() != service_.graphVersion(); ++sent) {
+    const auto* change = graphLog_.after(session.graph.total());
+    if (change == nullptr || session.graph.onItsWay() >= settings_.graphWindow) {
+      session.graphStale = true;
+      graphNews_.leave(session.client);
+      connections_.send(session.graphChannel, wire::encode(0, wire::GraphStale{}));
+      return sent + 1;
+    }
+    session.graph.sent(1);
+    connections_.send(session.graphChannel, *change);
   }
+  return sent;
+}
+
+void Dispatcher::showGraphChanges(Session& session) {
+  noteGraphChanges();
+  sendGraphChanges(session, static_cast<std::size_t>(settings_.graphWindow));
+}
+
+// Once, however much changes until the client asks: what is in flight to a client is bounded.
+void Dispatcher::tellTopologyChanged() {
+  const std::uint64_t version = service_.topologyVersion();
+  if (std::exchange(topologyVersion_, version) != version) topologyNews_.announce();
+  for (std::size_t i = 0; i < ToldAtOnce; ++i) {
+    const auto client = topologyNews_.next();
+    if (!client) return;
+    topologyNews_.leave(*client);
+    const Session* session = sessions_.findByClient(*client);
+    if (session == nullptr || session->eventChannel == ConnectionId::None) continue;
+    connections_.send(session->eventChannel, wire::encode(0, wire::TopologyChanged{}));
+  }
+}
+
+void Dispatcher::enterTopologyNews(const Session& session) {
+  if (session.eventChannel != ConnectionId::None) topologyNews_.enter(session.client);
 }
 
 std::optional<device::Time> Dispatcher::logLosses(device::Time now) {
@@ -139,7 +200,7 @@ std::optional<device::Time> Dispatcher::logLosses(device::Time now) {
     if (session == nullptr || std::exchange(session->lossIsDue, true)) continue;
     lossesDue_.emplace(session->lossTold == 0 ? now : session->lossToldAt + LossLogInterval, client);
   }
-  while (!lossesDue_.empty() && lossesDue_.begin()->first <= now) {
+  for (int i = 0; i < LinesAtOnce && !lossesDue_.empty() && lossesDue_.begin()->first <= now; ++i) {
     Session* session = sessions_.findByClient(lossesDue_.begin()->second);
     lossesDue_.erase(lossesDue_.begin());
     if (session == nullptr) continue;

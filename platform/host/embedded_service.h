@@ -25,7 +25,8 @@ class EmbeddedService {
   EmbeddedService& operator=(const EmbeddedService&) = delete;
   ~EmbeddedService();
 
-  // Returns a socket that is connected to the service and does not block; empty if the service takes no connection.
+  // Returns a socket that is connected to the service and does not block; empty if the service takes no connection. If
+  // it stops at this moment, the socket closes.
   // Throws std::system_error if the system gives no socket. Thread-safe.
   sys::UniqueDescriptor connect();
 

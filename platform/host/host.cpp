@@ -38,7 +38,7 @@ Host::Host(std::unique_ptr<device::Driver> driver, const Settings& settings, Log
       server_(loop_,
               {[this](ConnectionId connection) { dispatcher_.connectionOpened(connection, clockNow()); },
                [this](ConnectionId from, std::span<const std::uint8_t> message) {
-                 dispatcher_.receive(from, message, clockNow());
+                 return dispatcher_.receive(from, message, clockNow());
                },
                [this](ConnectionId connection) { dispatcher_.connectionClosed(connection, clockNow()); },
                [this](ConnectionId connection) { dispatcher_.continued(connection); }},
@@ -53,21 +53,42 @@ Host::Host(std::unique_ptr<device::Driver> driver, const Settings& settings, Log
 Host::~Host() = default;
 
 void Host::adopt(sys::UniqueDescriptor socket) {
-  asio::post(loop_, [this, socket = std::move(socket)]() mutable {
+  const std::lock_guard guard(adopting_);
+  if (hasEnded_) return;
+  adopted_.push_back(std::move(socket));
+  asio::post(loop_, [this] { enterAdopted(); });
+}
+
+void Host::enterAdopted() {
+  std::vector<sys::UniqueDescriptor> sockets;
+  {
+    const std::lock_guard guard(adopting_);
+    sockets.swap(adopted_);
+  }
+  for (sys::UniqueDescriptor& socket : sockets) {
     try {
       server_.adopt(std::move(socket));
     } catch (const std::system_error&) {
       // The system has no room for it; the other end sees it close.
     }
-  });
+  }
 }
 
 void Host::run() {
   try {
     serve();
   } catch (...) {
-    server_.closeAll();
+    end();
     throw;
+  }
+  end();
+}
+
+void Host::end() {
+  {
+    const std::lock_guard guard(adopting_);
+    hasEnded_ = true;
+    adopted_.clear();
   }
   server_.closeAll();
 }

@@ -5,8 +5,10 @@
 #include <asio/posix/stream_descriptor.hpp>
 #include <atomic>
 #include <memory>
+#include <mutex>
 #include <optional>
 #include <string>
+#include <vector>
 
 #include "platform/device/driver.h"
 #include "platform/host/dispatcher.h"
@@ -33,7 +35,7 @@ class Host {
   // Accepts clients at a local socket with this path from now on. Returns nullopt on success, else the reason in words.
   std::optional<std::string> listen(const std::string& path) { return server_.listen(path); }
 
-  // Serves this connected socket as soon as run is at work. Thread-safe.
+  // Serves this connected socket as soon as run is at work; closes it if run has ended. Thread-safe.
   void adopt(sys::UniqueDescriptor socket);
 
   // Serves until stop. Blocks while there is nothing to do. Closes all connections when it returns or throws.
@@ -60,6 +62,10 @@ class Host {
   };
 
   void serve();
+  // Serves those that adopt has brought.
+  void enterAdopted();
+  // Closes all connections, also those that are still on their way.
+  void end();
   // Waits until there is something to serve, or until this time; then handles what the loop has ready.
   void wait(std::optional<device::Time> until);
 
@@ -73,6 +79,9 @@ class Host {
   Dispatcher dispatcher_;
   Watched wakeWatched_;
   std::optional<Watched> serviceWatched_;
+  std::mutex adopting_;
+  std::vector<sys::UniqueDescriptor> adopted_;  // these two under adopting_
+  bool hasEnded_ = false;
 };
 
 }  // namespace host

@@ -23,6 +23,8 @@ class Credit {
   explicit Credit(std::uint64_t start = 0) : sent_(start), acknowledged_(start) {}
 
   std::uint64_t onItsWay() const { return sent_ - acknowledged_; }
+  // All that was sent so far.
+  std::uint64_t total() const { return sent_; }
   void sent(std::uint64_t amount) { sent_ += amount; }
 
   // total: all that the client has acknowledged so far. Impossible values are ignored.
@@ -49,7 +51,6 @@ struct Session {
   Credit events;  // in bytes of entries
   Credit graph;   // in versions of the patch graph
   bool graphStale = false;
-  bool topologyTold = false;  // TopologyChanged was sent, and the client has not asked since
 
   std::unique_ptr<LongAnswer> answer;  // what is left of the answer to the last request; null if nothing is
   std::uint32_t answerTag = 0;

@@ -22,6 +22,10 @@ constexpr int WaitingConnections = 4096;
 // much on its way.
 constexpr std::size_t MaxWaitingBytes = 1U << 20U;
 
+// What is written to so many connections, or so many bytes, before others have their turn.
+constexpr int WritesAtOnce = 256;
+constexpr std::size_t WrittenAtOnce = 1U << 20U;
+
 // Above this, the next piece of a long answer waits.
 constexpr std::size_t RoomBytes = 256U << 10U;
 
@@ -213,18 +217,7 @@ int StreamServer::takeTurn() {
     ready_.pop_front();
     return 1;
   }
-  // Nobody gets the rest of an answer once its reader has gone.
-  const bool continues = std::exchange(peer->continues, false) && !peer->stream.failed();
-  const auto message = continues ? std::nullopt : peer->stream.next();
-  if (continues || message) {
-    peer->isNew = false;
-    const std::size_t before = peer->stream.waiting();
-    continues ? receiver_.continued(peer->id) : receiver_.received(peer->id, *message);
-    const int turns = 1 + static_cast<int>((peer->stream.waiting() - before) / BytesOfATurn);
-    peer->inARow += continues ? TurnsInARow : turns - 1;
-    nextPeer(*peer);
-    return turns;
-  }
+  if (const auto turns = handleNext(*peer)) return *turns;
   // Another read would find nothing, and waiting ends at once if it would.
   if (std::exchange(peer->hasRead, false) && peer->stream.drained()) {
     enterMemory(*peer);
@@ -236,7 +229,7 @@ int StreamServer::takeTurn() {
   switch (read) {
     case channel::Stream::Read::Bytes:
       peer->hasRead = true;
-      nextPeer(*peer);
+      nextPeer(*peer, 1);
       break;
     case channel::Stream::Read::Nothing:
       leaveReady(*peer);
@@ -254,14 +247,36 @@ int StreamServer::takeTurn() {
   return 1;
 }
 
+std::optional<int> StreamServer::handleNext(Peer& peer) {
+  const std::size_t before = peer.stream.waiting();
+  const auto sentTurns = [&] { return static_cast<int>((peer.stream.waiting() - before) / BytesOfATurn); };
+  // Nobody gets the rest of an answer once its reader has gone.
+  if (std::exchange(peer.continues, false) && !peer.stream.failed()) {
+    receiver_.continued(peer.id);
+    const int turns = 1 + sentTurns();
+    nextPeer(peer, TurnsInARow);
+    return turns;
+  }
+  if (!peer.message) peer.message = peer.stream.next();
+  if (!peer.message) return std::nullopt;
+  peer.isNew = false;
+  const Handled handled = receiver_.received(peer.id, *peer.message);
+  if (handled.all) peer.message.reset();
+  const int turns = std::max(handled.turns, 1) + sentTurns();
+  // Whoever waits keeps nobody else waiting.
+  nextPeer(peer, handled.turns == 0 ? TurnsInARow : turns);
+  return turns;
+}
+
 void StreamServer::leaveReady(Peer& peer) {
   ready_.pop_front();
   peer.inARow = 0;
   emptied_.push_back(peer.id);
 }
 
-void StreamServer::nextPeer(Peer& peer) {
-  if (++peer.inARow < TurnsInARow) return;
+void StreamServer::nextPeer(Peer& peer, int turns) {
+  peer.inARow += turns;
+  if (peer.inARow < TurnsInARow) return;
   peer.inARow = 0;
   ready_.pop_front();
   ready_.push_back(peer.id);
@@ -290,6 +305,7 @@ void StreamServer::closeAll() {
   firstTurns_ = {};
   emptied_.clear();
   closing_.clear();
+  unflushed_.clear();
 }
 
 void StreamServer::send(ConnectionId to, std::span<const std::uint8_t> message) {
@@ -347,13 +363,15 @@ PeerIdentity StreamServer::identity(ConnectionId connection) const {
 }
 
 void StreamServer::flush() {
-  for (const ConnectionId id : unflushed_) {
-    Peer* peer = find(id);
+  std::size_t bytes = 0;
+  for (int writes = 0; writes < WritesAtOnce && bytes < WrittenAtOnce && !unflushed_.empty(); ++writes) {
+    Peer* peer = find(unflushed_.front());
+    unflushed_.pop_front();
     if (peer == nullptr) continue;
     peer->isUnflushed = false;
+    bytes += peer->stream.waiting();
     write(*peer);
   }
-  unflushed_.clear();
   // Not before: an answer must not be later for it.
   for (const ConnectionId id : emptied_) {
     if (Peer* peer = find(id)) waitToRead(*peer);

@@ -24,6 +24,7 @@
 #include "platform/channel/stream.h"
 #include "platform/host/connections.h"
 #include "platform/host/first_turns.h"
+#include "platform/host/handled.h"
 #include "platform/host/log.h"
 #include "platform/service/memory_ledger.h"
 #include "platform/system/unique_descriptor.h"
@@ -31,9 +32,10 @@
 namespace host {
 
 // Accepts connections and carries their frames. Whatever its peers do, no connection holds up another: each has its
-// turn, and reads only when its turn comes. A peer that does not take what is sent to it is not read from. Neither is
-// one whose last request is still being answered, piece by piece. A peer that announces a frame that is too long is
-// disconnected.
+// turn, and reads only when its turn comes. A message that is long work is handled in pieces, one each turn; the next
+// one of its connection waits until it is through. A peer that does not take what is sent to it is not read from.
+// Neither is one whose last request is still being answered, piece by piece. A peer that announces a frame that is too
+// long is disconnected.
 //
 // What connections hold is entered in a ledger: what has arrived and was not handled, and what waits to be written.
 // While that is too much, turns come one by one, so that its owner can do something about it between them.
@@ -54,8 +56,9 @@ class StreamServer : public Connections {
   // message.
   struct Receiver {
     std::function<void(ConnectionId connection)> opened;
-    // The message is valid during the call.
-    std::function<void(ConnectionId from, std::span<const std::uint8_t> message)> received;
+    // The message is valid during the call. If it says that the message is not handled yet, it is called again with the
+    // same bytes at the same place.
+    std::function<Handled(ConnectionId from, std::span<const std::uint8_t> message)> received;
     // Comes after the connection's last message; not after disconnect and closeAll.
     std::function<void(ConnectionId connection)> closed;
     // See Connections::continueLater.
@@ -75,14 +78,17 @@ class StreamServer : public Connections {
   // Takes over a connected stream socket. Throws std::system_error if the system has no memory for it.
   void adopt(sys::UniqueDescriptor socket);
 
-  // Handles what has arrived, in about `turns` turns: a turn is a message or a read; a message with a long answer
-  // counts as several. Returns true if something is left to do.
+  // Handles what has arrived, in about `turns` turns: a read is one, and a message is as many as it costs (see
+  // Handled); one with a long answer counts as several more. Returns true if something is left to do.
   bool serve(int turns);
 
-  // True if something is left to do. After flush, this is work for serve.
-  bool hasWork() const { return !ready_.empty() || !firstTurns_.empty() || !closing_.empty() || !emptied_.empty(); }
+  // True if something is left to handle or to write. After flush, this is work for serve, and for flush.
+  bool hasWork() const {
+    return !ready_.empty() || !firstTurns_.empty() || !closing_.empty() || !emptied_.empty() || !unflushed_.empty();
+  }
 
-  // Writes what was sent since the last call, and then gets ready to wait. Call it before waiting.
+  // Writes what was sent since the last call, to some of the connections, and then gets ready to wait. Call it before
+  // waiting.
   void flush();
 
   // Closes all connections.
@@ -106,11 +112,12 @@ class StreamServer : public Connections {
     Socket socket;
     channel::Stream stream;
     ConnectionId id;
-    std::uint32_t process = 0;  // who connected it
-    bool isNew = true;          // no message has arrived
-    int inARow = 0;             // turns without another connection's
-    bool hasRead = false;       // its last turn that handled no message has read bytes
-    bool isUnflushed = false;   // stands in unflushed_
+    std::uint32_t process = 0;                               // who connected it
+    bool isNew = true;                                       // no message has arrived
+    std::optional<std::span<const std::uint8_t>> message{};  // handled in part
+    int inARow = 0;                                          // turns without another connection's
+    bool hasRead = false;                                    // its last turn that handled no message has read bytes
+    bool isUnflushed = false;                                // stands in unflushed_
     bool waitsToWrite = false;
     bool isPaused = false;   // not read from until it takes what is sent to it
     bool continues = false;  // see continueLater
@@ -132,7 +139,11 @@ class StreamServer : public Connections {
   void write(Peer& peer);
   // Performs one turn of the connection at the front of ready_. Returns for how many it counts.
   int takeTurn();
-  void nextPeer(Peer& peer);
+  // Handles a message of the connection, or a piece of it, or lets it continue. Returns for how many turns that counts;
+  // nullopt if there is nothing of these to do.
+  std::optional<int> handleNext(Peer& peer);
+  // It has had so many turns.
+  void nextPeer(Peer& peer, int turns);
   // Enters what the peer holds now, if it is there, else that it holds nothing any more.
   void enterMemory(Peer& peer, bool isThere = true);
   // False while the ledger shows little more than what heaviestOf could not free: then turns one by one help nobody.
@@ -154,7 +165,7 @@ class StreamServer : public Connections {
   FirstTurns firstTurns_;              // likewise, but have sent no message yet
   std::deque<ConnectionId> closing_;   // have ended; thousands may end at once, and those that live come first
   std::vector<ConnectionId> emptied_;  // have no turn left, and do not wait for more yet
-  std::vector<ConnectionId> unflushed_;
+  std::deque<ConnectionId> unflushed_;
   std::uint64_t last_ = 0;
   service::MemoryLedger* ledger_ = nullptr;
   std::optional<std::size_t> unfreeable_;                         // the total when heaviestOf found nothing to free

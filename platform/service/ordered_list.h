@@ -34,6 +34,7 @@ class OrderedList {
       --holes_;
     }
     if (2 * holes_ > places_.size()) close();
+    shrink();
     return true;
   }
 
@@ -51,6 +52,23 @@ class OrderedList {
     }
   }
 
+  // Calls visit(entry) for entries from number `from` on, in order, as long as `left` lasts: each costs one, a hole
+  // too. Returns true at the end of the list; else `from` is the number to go on with. visit must not change the list.
+  template <class Visit>
+  bool forSome(std::uint64_t& from, std::size_t& left, const Visit& visit) const {
+    auto at = places_.begin();
+    if (from > 0)
+      at = std::ranges::lower_bound(places_, from, {}, [](const Place& place) { return place.entry.order; });
+    for (; at != places_.end() && left > 0; ++at, --left) {
+      if (at->there) visit(at->entry);
+      from = at->entry.order + 1;
+    }
+    return at == places_.end();
+  }
+
+  // How many entries fit into the memory in use.
+  std::size_t capacity() const { return places_.capacity(); }
+
   // Enters these, whose numbers grow and are all new, where they belong.
   void merge(const std::vector<Entry>& entries) {
     close();
@@ -61,6 +79,8 @@ class OrderedList {
   }
 
  private:
+  static constexpr std::size_t KeptPlaces = 16;
+
   struct Place {
     Entry entry;
     bool there = true;
@@ -74,7 +94,11 @@ class OrderedList {
   void close() {
     std::erase_if(places_, [](const Place& place) { return !place.there; });
     holes_ = 0;
-    if (places_.capacity() > 4 * places_.size()) places_.shrink_to_fit();
+  }
+
+  // Moves the places to less memory if they use little of theirs. They were at least four times as many before.
+  void shrink() {
+    if (places_.capacity() > 4 * places_.size() && places_.capacity() > KeptPlaces) places_.shrink_to_fit();
   }
 
   std::vector<Place> places_;

@@ -41,10 +41,14 @@ device::Status PatchGraph::disconnect(const device::Link& link) {
 
 void PatchGraph::severMissing() {
   for (const device::PortId port : ends_.missing(topology_, ends_.size())) {
-    ends_.find(port)->severedBelow = nextOrder_;
-    severedPorts_.push_back(port);
+    Ends& ends = *ends_.find(port);
+    ends.severedBelow = nextOrder_;
+    // A port that is looked at already need not be looked at twice.
+    if (!std::exchange(ends.isListed, true)) severedPorts_.push_back(port);
   }
 }
+
+std::size_t PatchGraph::severedPorts() const { return severedPorts_.size(); }
 
 std::vector<device::Link> PatchGraph::severed(std::size_t most) {
   std::map<std::int64_t, device::Link> found;
@@ -68,6 +72,7 @@ bool PatchGraph::hasSevered() {
     const device::PortId port = severedPorts_.front();
     const Neighbours& left = neighbours(port);
     if (!left.empty() && isSeveredAt(port, left.begin()->first)) return true;
+    if (Ends* ends = ends_.find(port)) ends->isListed = false;
     severedPorts_.pop_front();
   }
   return false;

@@ -64,6 +64,9 @@ class PatchGraph {
 
   bool hasSevered();
 
+  // How many ports severed looks at, at most.
+  std::size_t severedPorts() const;
+
   // Takes no time while nothing is severed.
   bool isSevered(const device::Link& link) const;
 
@@ -97,6 +100,7 @@ class PatchGraph {
     std::size_t byService = 0;
     // Connections with lower numbers are severed.
     std::int64_t severedBelow = std::numeric_limits<std::int64_t>::min();
+    bool isListed = false;  // stands in severedPorts_
   };
 
   bool insert(const device::Link& link, Carrier carrier, std::int64_t order);

@@ -17,7 +17,8 @@ namespace service {
 
 // Values by port. Finds, makes and erases in constant time, without ever moving all entries at once: only the list of
 // groups is hashed, and within a group, a port is found by its index. A value stays where it is until it is erased.
-// Values stand in pages of 16, which exist while one of their ports has a value.
+// Values stand in pages of 16, and pages in blocks of 64, which exist while one of their ports has a value: the first
+// value far up in a large group takes a kilobyte.
 template <class Value>
 class PortMap {
  public:
@@ -26,24 +27,31 @@ class PortMap {
   const Value* find(device::PortId port) const {
     const auto group = groups_.find(port.group);
     if (group == groups_.end()) return nullptr;
-    const Pages& pages = group->second.at(port.side);
-    const std::size_t page = port.index / PageSize;
-    if (page >= pages.size() || !pages[page]) return nullptr;
-    const std::optional<Value>& value = pages[page]->values[port.index % PageSize];
+    const Blocks& blocks = group->second.at(port.side);
+    const std::size_t block = port.index / BlockSize;
+    if (block >= blocks.size() || !blocks[block]) return nullptr;
+    const auto& page = blocks[block]->pages[pageOf(port.index)];
+    if (!page) return nullptr;
+    const std::optional<Value>& value = page->values[port.index % PageSize];
     return value ? &*value : nullptr;
   }
 
   // Returns the port's value; makes it first if it has none.
   Value& operator[](device::PortId port) {
     GroupPorts& group = groups_[port.group];
-    Pages& pages = group.at(port.side);
-    const std::size_t at = port.index / PageSize;
-    if (at >= pages.size()) pages.resize(at + 1);
-    if (!pages[at]) pages[at] = std::make_unique<Page>();
-    auto& value = pages[at]->values[port.index % PageSize];
+    Blocks& blocks = group.at(port.side);
+    const std::size_t at = port.index / BlockSize;
+    if (at >= blocks.size()) blocks.resize(at + 1);
+    if (!blocks[at]) blocks[at] = std::make_unique<Block>();
+    auto& page = blocks[at]->pages[pageOf(port.index)];
+    if (!page) {
+      page = std::make_unique<Page>();
+      ++blocks[at]->used;
+    }
+    auto& value = page->values[port.index % PageSize];
     if (!value) {
       value.emplace();
-      ++pages[at]->used;
+      ++page->used;
       ++group.used;
       ++size_;
     }
@@ -54,10 +62,14 @@ class PortMap {
   void erase(device::PortId port) {
     if (find(port) == nullptr) return;
     const auto group = groups_.find(port.group);
-    auto& page = group->second.at(port.side)[port.index / PageSize];
+    auto& block = group->second.at(port.side)[port.index / BlockSize];
+    auto& page = block->pages[pageOf(port.index)];
     page->values[port.index % PageSize].reset();
     --size_;
-    if (--page->used == 0) page.reset();
+    if (--page->used == 0) {
+      page.reset();
+      if (--block->used == 0) block.reset();
+    }
     if (--group->second.used == 0) groups_.erase(group);
   }
 
@@ -78,20 +90,30 @@ class PortMap {
 
  private:
   static constexpr std::size_t PageSize = 16;
+  static constexpr std::size_t BlockPages = 64;
+  static constexpr std::size_t BlockSize = PageSize * BlockPages;
 
   struct Page {
     std::array<std::optional<Value>, PageSize> values;
     std::size_t used = 0;
   };
-  using Pages = std::vector<std::unique_ptr<Page>>;
+
+  struct Block {
+    std::array<std::unique_ptr<Page>, BlockPages> pages;
+    std::size_t used = 0;
+  };
+  using Blocks = std::vector<std::unique_ptr<Block>>;
 
   struct GroupPorts {
-    std::array<Pages, 2> sides;
+    std::array<Blocks, 2> sides;
     std::size_t used = 0;
 
-    Pages& at(device::Side side) { return sides[static_cast<std::size_t>(side)]; }
-    const Pages& at(device::Side side) const { return sides[static_cast<std::size_t>(side)]; }
+    Blocks& at(device::Side side) { return sides[static_cast<std::size_t>(side)]; }
+    const Blocks& at(device::Side side) const { return sides[static_cast<std::size_t>(side)]; }
   };
+
+  // The page within its block.
+  static std::size_t pageOf(std::uint16_t index) { return index / PageSize % BlockPages; }
 
   template <class Absent>
   std::vector<device::PortId> portsThat(const device::Topology& topology, std::size_t most,
@@ -100,15 +122,18 @@ class PortMap {
     for (const auto& [handle, group] : groups_) {
       const device::Group* known = topology.find(handle);
       for (const device::Side side : {device::Side::Source, device::Side::Sink}) {
-        const Pages& pages = group.at(side);
+        const Blocks& blocks = group.at(side);
         const device::SideOfGroup* existing = known != nullptr && known->side(side) ? &*known->side(side) : nullptr;
-        const bool allThere =
-            existing != nullptr && existing->gone.empty() && pages.size() * PageSize <= existing->count;
-        for (std::size_t page = 0; page < pages.size() && !allThere; ++page) {
-          if (!pages[page]) continue;
-          for (std::size_t slot = 0; slot < PageSize; ++slot) {
-            const auto index = static_cast<std::uint16_t>(page * PageSize + slot);
-            if (!pages[page]->values[slot] || (existing != nullptr && !absent(*existing, index))) continue;
+        // Ports below the count exist, unless some were removed.
+        const std::size_t first = existing != nullptr && existing->gone.empty() ? existing->count : 0;
+        for (std::size_t at = first; at < blocks.size() * BlockSize; ++at) {
+          const auto& block = blocks[at / BlockSize];
+          const auto index = static_cast<std::uint16_t>(at);
+          if (!block) {
+            at |= BlockSize - 1;
+          } else if (const auto& page = block->pages[pageOf(index)]; !page) {
+            at |= PageSize - 1;
+          } else if (page->values[index % PageSize] && (existing == nullptr || absent(*existing, index))) {
             if (ports.size() == most) return ports;
             ports.push_back({handle, index, side});
           }

@@ -1,241 +1,17 @@
 #include "platform/service/service.h"
 
-#include <algorithm>
 #include <limits>
-#include <set>
-#include <span>
 #include <utility>
 
-#include "platform/service/client_table.h"
-#include "platform/service/device_requests.h"
-#include "platform/service/patch_graph.h"
-#include "platform/service/router.h"
-#include "platform/service/source_use.h"
-#include "platform/service/tap_table.h"
+#include "platform/service/service_state.h"
 
 namespace service {
-
 namespace {
 
-// How much is done at once of what may be any amount: about a millisecond each, without what a driver needs.
-constexpr std::size_t TapsAtOnce = 2000;
-constexpr std::size_t MemoryAtOnce = 1U << 20U;
-constexpr std::size_t ChangesAtOnce = 500;
-constexpr std::size_t RefusedAtOnce = 16;  // each may have many taps
+// What a device emits waits while an earlier message is on its way. A device that has emitted so much has to wait, too.
+constexpr std::size_t MostWaiting = 1000;
 
 }  // namespace
-
-struct Service::State {
-  State(std::unique_ptr<device::Driver> device, QueueLimits sizes, TableLimits tableLimits)
-      : memory(sizes.memory),
-        driver(std::move(device)),
-        limits(tableLimits),
-        graph(driver->topology()),
-        taps(memory, [this](ClientId client) { return clients.user(client); }),
-        use(*driver, graph, taps),
-        requests(*driver, taps, use,
-                 {.isCarried =
-                      [this](const device::Link& link) { return graph.carrier(link) == PatchGraph::Carrier::Service; },
-                  .disconnect = [this](const device::Link& link) { disconnect(link); }}),
-        clients(sizes.queueBytes, &memory),
-        router(
-            graph,
-            [this](device::PortId port, const device::Message& message, device::Time now) {
-              copyToTaps(port, message, now);
-            },
-            [this](device::PortId sink, const device::Message& message, device::Time now) {
-              if (driver->deliver(sink, message, now) == device::Delivery::Unsendable) countUnsendable();
-            }) {}
-
-  const device::Topology& topology() const { return driver->topology(); }
-
-  void copyToTaps(device::PortId port, const device::Message& message, device::Time now) {
-    taps.forEach(port, [&](const Tap& tap, const std::string& name) {
-      clients.addMessage(tap.client, tap.eventPort, port, name, tap.holderBytes, message, now);
-    });
-  }
-
-  // Passes a message of a client through these ports.
-  void pass(ClientId client, std::span<const device::PortId> ports, const device::Message& message, device::Time now) {
-    clients.countIn(client);
-    ++in;
-    sender = client;
-    router.pass(ports, message, now);
-    sender.reset();
-  }
-
-  // Once for each message, which may reach several sinks.
-  void countUnsendable() {
-    if (std::exchange(unsendableTrip, router.trip()) == router.trip()) return;
-    ++unsendable;
-    if (sender) clients.countUnsendable(*sender);
-  }
-
-  bool mayTap(ClientId client, EventPortId eventPort, device::PortId port) const {
-    if (taps.contains(client, eventPort, port)) return true;
-    constexpr std::size_t Bytes = TapTable::EventPortBytes + TapTable::TapBytes;
-    return memory.hasRoom(clients.user(client), Bytes) && taps.count(client) < limits.taps &&
-           (taps.hasTaps(client, eventPort) || taps.eventPorts(client) < limits.eventPorts);
-  }
-
-  bool bothExist(const device::Link& link) const {
-    return topology().exists(link.source()) && topology().exists(link.sink());
-  }
-
-  // Refuses no connection that exists.
-  bool mayConnect(const device::Link& link) const {
-    return graph.carrier(link) || (graph.size() < limits.links && memory.hasSharedRoom(PatchGraph::LinkBytes));
-  }
-
-  // Call settle when the driver's operation has returned.
-  void graphChanged(bool added, const device::Link& link, SourceUse::Turn turn = SourceUse::Turn::Last) {
-    const auto carrier = graph.carrier(link);
-    changes.push_back({graph.version(), added, link, carrier && isCarried({link, *carrier})});
-    memory.setShared(graph.size() * PatchGraph::LinkBytes);
-    use.connectionChanged(link, turn);
-  }
-
-  bool isCarried(const PatchGraph::Entry& entry) const {
-    if (entry.carrier != PatchGraph::Carrier::Service) return false;
-    const device::Group* source = topology().find(entry.link.sourceGroup);
-    const device::Group* sink = topology().find(entry.link.sinkGroup);
-    // A connection of a group that was dropped stays for a moment.
-    return source != nullptr && sink != nullptr && source->system != sink->system;
-  }
-
-  void disconnect(const device::Link& link) {
-    if (graph.disconnect(link) == device::Status::Ok) graphChanged(false, link);
-  }
-
-  // What is left of a connection whose port was removed ends, before anything else happens to the same pair.
-  void disconnectSevered(const device::Link& link) {
-    if (graph.isSevered(link)) disconnect(link);
-  }
-
-  // Work that one operation would take too long for.
-
-  void endSevered() {
-    for (const device::Link& link : graph.severed(ChangesAtOnce)) disconnect(link);
-  }
-
-  // Moves the taps of ports that the device dropped to the ports that have their names now. Ports without such a
-  // namesake keep their taps and are not looked at again until the topology changes.
-  void moveTaps() {
-    std::size_t left = ChangesAtOnce;
-    while (!homeless.empty() && left > 0) {
-      const device::PortId port = homeless.back();
-      const std::string* name = taps.name(port);
-      const auto now = name == nullptr ? std::nullopt : topology().port(*name);
-      const bool wasTapped = now && taps.isTapped(*now);
-      const std::size_t moved = now ? taps.move(port, *now, left) : 0;
-      if (moved < left) homeless.pop_back();
-      if (moved > 0 && !taps.isTapped(port)) use.tapsChanged(port);
-      if (moved > 0 && !wasTapped) use.tapsChanged(*now);
-      left -= std::min(left, std::max<std::size_t>(moved, 1));
-    }
-  }
-
-  void sweepTaps() {
-    for (const device::PortId port : taps.sweep(TapsAtOnce)) use.tapsChanged(port);
-  }
-
-  // Returns false if there was nothing to do.
-  bool work(device::Time now) {
-    const bool any = isWorkLeft();
-    sweepTaps();
-    clients.sweep(MemoryAtOnce);
-    endSevered();
-    moveTaps();
-    return settle(now) || any;
-  }
-
-  bool isWorkLeft() {
-    return taps.hasEnded() || clients.hasRemoved() || graph.hasSevered() || !homeless.empty() || use.isUnsettled() ||
-           requests.isUnsettled() || use.hasRefused();
-  }
-
-  // For a port that a message is about to pass: returns whether it was removed. Warns at the first message it misses.
-  bool hasGone(device::PortId port) {
-    if (topology().exists(port)) return false;
-    if (goneTold.insert(port).second) {
-      notes.push_back({"port \"" + *taps.name(port) + "\" does not exist: messages to it are lost", true});
-    }
-    return true;
-  }
-
-  // Call this when an operation of the driver has returned. Returns true if there was something to do.
-  bool settle(device::Time now) {
-    const bool did = requests.settle(now);
-    // Whoever asks for these sources now is refused, first of all; the others learn it here.
-    if (requests.isUnsettled()) return did;
-    const auto refused = use.takeRefused(RefusedAtOnce);
-    for (const device::PortId source : refused) lose(source, 0);
-    return did || !refused.empty();
-  }
-
-  Reply patch(bool made, const device::Link& link, device::Time now) {
-    disconnectSevered(link);
-    if (made && !mayConnect(link)) return {device::Status::Refused};
-    auto reply = requests.patch(made, link, now);
-    if (!reply) reply = made ? connectHere(link, now) : disconnectHere(link);
-    settle(now);
-    return *reply;
-  }
-
-  // These are for connections that the service carries.
-  Reply connectHere(const device::Link& link, device::Time now) {
-    const std::uint64_t before = graph.version();
-    const auto status = graph.connect(link);
-    const bool made = graph.version() != before;
-    if (made) graphChanged(true, link, SourceUse::Turn::Next);
-    use.settle(SourcesAtOnce, now);
-    if (status != device::Status::Ok) return {status};
-    return requests.use(OpenRequests::Carried{link, made});
-  }
-
-  Reply disconnectHere(const device::Link& link) {
-    const auto status = graph.disconnect(link);
-    if (status == device::Status::Ok) graphChanged(false, link);
-    return {status};
-  }
-
-  void lose(device::PortId source, std::uint64_t count) {
-    lostBefore += count;
-    if (count == 0) ++uncountedLosses;
-    // A client that taps several places misses the same messages, so it gets one loss.
-    std::set<ClientId> losers;
-    const auto enter = [&](device::PortId port) {
-      taps.forEach(port, [&](const Tap& tap, const std::string& /*name*/) { losers.insert(tap.client); });
-    };
-    enter(source);
-    for (const auto& [order, sink] : graph.neighbours(source)) {
-      if (!graph.isSevered({source.group, source.index, sink.port.group, sink.port.index})) enter(sink.port);
-    }
-    for (const ClientId client : losers) clients.addLossBefore(client, count);
-  }
-
-  MemoryLedger memory;
-  std::unique_ptr<device::Driver> driver;
-  TableLimits limits;
-  int descriptor = -1;  // the driver's
-  PatchGraph graph;
-  TapTable taps;
-  SourceUse use;
-  DeviceRequests requests;
-  ClientTable clients;
-  Router router;
-  std::vector<GraphChange> changes;
-  std::uint64_t in = 0;  // from all clients and the device
-  std::uint64_t lostBefore = 0;
-  std::uint64_t uncountedLosses = 0;
-  std::uint64_t unsendable = 0;
-  std::uint64_t unsendableTrip = 0;  // the last trip that was counted
-  std::optional<ClientId> sender;    // whose message the router passes; nullopt: the device emitted it
-  std::vector<Note> notes;
-  std::vector<device::PortId> homeless;  // tapped ports that the device dropped, still to look at
-  std::set<device::PortId> goneTold;     // removed ports that notes have warned of, until they return
-  std::uint64_t topologyVersion = 0;
-};
 
 Service::Service(std::unique_ptr<device::Driver> driver, QueueLimits limits, device::Time now, TableLimits tables)
     : state_(std::make_unique<State>(std::move(driver), limits, tables)) {
@@ -301,9 +77,7 @@ void Service::untapAll(ClientId client, EventPortId port, device::Time now) {
 device::Status Service::send(ClientId client, EventPortId port, const device::Message& message, device::Time now) {
   if (!state_->clients.contains(client)) return device::Status::NoSession;
   if (message.bytes.empty()) return device::Status::BadRequest;
-  auto ports = state_->taps.tappedBy(client, port);
-  std::erase_if(ports, [this](device::PortId tapped) { return state_->hasGone(tapped); });
-  state_->pass(client, ports, message, now);
+  state_->pass(client, state_->taps.tappedBy(client, port), message, now);
   return device::Status::Ok;
 }
 
@@ -420,17 +194,32 @@ std::uint64_t Service::lostBefore() const { return state_->lostBefore; }
 
 std::uint64_t Service::uncountedLosses() const { return state_->uncountedLosses; }
 
-void Service::finish(device::Time now) { state_->driver->finish(now); }
+void Service::finish(device::Time now) {
+  state_->arriveAll();
+  state_->driver->finish(now);
+}
+
+bool Service::isPassing() const { return state_->router.isOnTheWay(); }
 
 std::optional<device::Time> Service::advance(device::Time now) {
-  const auto next = state_->driver->advance(now);
-  return state_->work(now) ? now : next;
+  State& state = *state_;
+  state.router.allow(State::PassedAtOnce);
+  state.router.goOn();
+  std::optional<device::Time> next = now;
+  if (state.router.waiting() < MostWaiting) {
+    state.advances = true;
+    next = state.driver->advance(now);
+    state.advances = false;
+  }
+  return state.work(now) || isPassing() ? now : next;
 }
 
 void Service::emitted(device::PortId source, const device::Message& message, device::Time now) {
   // A reader would take a record without a message for the end of the data.
   if (source.side != device::Side::Source || message.bytes.empty()) return;
   ++state_->in;
+  // What continues a trip has no allowance of its own.
+  if (!state_->advances && !state_->router.isAtDevice()) state_->router.allow(State::PassedAtOnce);
   state_->router.emitted(source, message, now);
 }
 
@@ -450,9 +239,7 @@ void Service::topologyChanged(device::Time /*now*/) {
   state_->moveTaps();
   state_->use.forgetMissing(state_->topology());
   state_->router.forgetMissing(state_->topology());
-  std::erase_if(state_->goneTold, [this](device::PortId port) {
-    return state_->topology().exists(port) || !state_->taps.isTapped(port);
-  });
+  if (!state_->goneTold.empty()) state_->goneToSweep = device::PortId{};
   ++state_->topologyVersion;
 }
 

@@ -73,8 +73,8 @@ class Service : private device::DriverEvents {
   //
   // No operation works for long. What would, as the end of many taps, takes effect at once for all clients, and advance
   // cleans up in pieces: call it after each operation that takes a time. Until then the driver may still report what
-  // nobody needs, or not report yet what a tap of a sink with very many connections needs; connections of removed ports
-  // are still listed, though they carry nothing; and taps of a dropped group may not have moved to its successor yet.
+  // nobody needs, or not report yet what a tap of a sink with very many connections needs; and connections of removed
+  // ports are still listed, though they carry nothing.
   void removeClient(ClientId client, device::Time now);
 
   // Taps. holderBytes: the largest event (header included) that several records may share. Repeating a tap returns Ok
@@ -86,10 +86,15 @@ class Service : private device::DriverEvents {
   device::Status untap(ClientId client, EventPortId port, std::string_view name, device::Time now);
   void untapAll(ClientId client, EventPortId port, device::Time now);
 
+  // A message that passes thousands of ports and taps does so in pieces: advance goes on with it. Meanwhile other
+  // operations work, and what the device emits waits for its turn. send and inject finish what is on its way first, for
+  // which they need as long as it takes; so call advance until isPassing returns false.
+  bool isPassing() const;
+
   // Passes a message through every existing device port that the event port taps, in the order of tapping: at a source
   // as if it had emitted the message, at a sink as if it had arrived there. Warns of a removed port at the first
-  // message that it misses. BadRequest: the message has no bytes. When send or inject returns, counts knows whether the
-  // message was unsendable.
+  // message that it misses. BadRequest: the message has no bytes. Once isPassing returns false, counts knows whether
+  // the message was unsendable.
   device::Status send(ClientId client, EventPortId port, const device::Message& message, device::Time now);
 
   // Passes a message through one device port in the same way, tapped or not. NotFound: no port has that name.

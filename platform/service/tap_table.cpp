@@ -99,6 +99,15 @@ const std::string* TapTable::name(device::PortId port) const {
   return tapped == nullptr ? nullptr : &tapped->name;
 }
 
+std::vector<device::PortId> TapTable::namesakes(device::PortId port, std::string_view name) const {
+  std::vector<device::PortId> others;
+  const auto [first, last] = byName_.equal_range(name);
+  for (auto at = first; at != last; ++at) {
+    if (at->second != port) others.push_back(at->second);
+  }
+  return others;
+}
+
 std::size_t TapTable::move(device::PortId from, device::PortId to, std::size_t most) {
   TappedPort* const source = ports_.find(from);
   if (source == nullptr || from == to) return 0;

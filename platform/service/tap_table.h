@@ -88,11 +88,25 @@ class TapTable {
     });
   }
 
+  // The same for some of the taps, from number `from` on, as long as `left` lasts. Returns true after the last; else
+  // `from` is the number to go on with. Taps may be made and ended in between: those made later have higher numbers.
+  template <class Visit>
+  bool forSome(device::PortId port, std::uint64_t& from, std::size_t& left, const Visit& visit) const {
+    const TappedPort* tapped = ports_.find(port);
+    if (tapped == nullptr) return true;
+    return tapped->taps.forSome(from, left, [&](const Place& place) {
+      if (!place.owner->ended) visit(place.tap(), tapped->name);
+    });
+  }
+
   // The taps of a port, in the order of tapping.
   std::vector<Tap> of(device::PortId port) const;
 
   // The name of a tapped port (see isTapped); else null. Valid until the port's last tap is gone.
   const std::string* name(device::PortId port) const;
+
+  // The other tapped ports that are, or were, called name.
+  std::vector<device::PortId> namesakes(device::PortId port, std::string_view name) const;
 
   // Up to `most` ports that have taps, but no place in the topology any more.
   std::vector<device::PortId> unknown(const device::Topology& topology, std::size_t most) const {

@@ -2,13 +2,11 @@
 
 #include "platform/wire/bytes.h"
 #include "platform/wire/field_io.h"
+#include "platform/wire/message_front.h"
 #include "platform/wire/message_kinds.h"
 
 namespace wire {
 namespace {
-
-constexpr std::uint8_t Magic = 0xE5;
-constexpr std::size_t HeaderBytes = 8;
 
 bool isWhole(const std::optional<device::SideOfGroup>& side) {
   return !side || side->names.empty() || side->names.size() == side->count;

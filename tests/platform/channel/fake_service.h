@@ -83,6 +83,7 @@ class FakeService {
                              {[](host::ConnectionId) {},
                               [this](host::ConnectionId from, std::span<const std::uint8_t> message) {
                                 arrived_.emplace_back(from, std::vector(message.begin(), message.end()));
+                                return host::Handled{};
                               },
                               [](host::ConnectionId) {}},
                              {}};

@@ -99,7 +99,14 @@ class DispatcherTest : public testing::Test {
   }
 
   void say(const std::string& peer, std::uint32_t tag, const wire::Body& body) { say(peer, wire::encode(tag, body)); }
-  void say(const std::string& peer, const Bytes& bytes) { dispatcher_->receive(peers_.of(peer), bytes, Time(1)); }
+  void say(const std::string& peer, const Bytes& bytes) {
+    while (!receive(peer, bytes).all) dispatcher_->advance(Time(1));
+  }
+
+  // Once, as a server does in each turn.
+  Handled receive(const std::string& peer, const Bytes& bytes) {
+    return dispatcher_->receive(peers_.of(peer), bytes, Time(1));
+  }
 
   void hangUp(const std::string& peer) { dispatcher_->connectionClosed(peers_.of(peer), Time(1)); }
 

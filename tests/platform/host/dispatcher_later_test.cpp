@@ -1,7 +1,9 @@
 // Answers that come later.
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <functional>
+#include <string>
 #include <vector>
 
 #include "tests/platform/host/dispatcher_fixture.h"
@@ -64,6 +66,24 @@ TEST_F(DispatcherLater, ChangeGoesOutBeforeTheAnswerThatHoldsItsVersion) {
   });
   EXPECT_EQ(peers_.order, (Texts{"a graph", "a control"}));
   EXPECT_EQ(peers_.texts("a control"), Texts{"7: ok at 1"});
+}
+
+TEST_F(DispatcherLater, ChangeReachesItsClientBeforeTheAnswerThoughManyWaitForIt) {
+  constexpr std::size_t Others = 400;
+  for (std::size_t i = 0; i < Others; ++i) attach("c" + std::to_string(i));
+  const std::uint64_t a = attach("a");
+  say("a control", 7, wire::Patch{a, true, link_});
+  peers_.order.clear();
+  act([&](device::DriverEvents& events) {
+    events.linked(link_, {});
+    events.patched(asked_.at(0), Status::Ok, {});
+  });
+  EXPECT_LT(peers_.order.size(), Others) << "the others are told in pieces";
+  const auto change = std::ranges::find(peers_.order, "a graph");
+  const auto answer = std::ranges::find(peers_.order, "a control");
+  ASSERT_NE(answer, peers_.order.end());
+  EXPECT_LT(change, answer);
+  EXPECT_EQ(peers_.texts("a graph"), Texts{"made 0.0>1.0 at 1"});
 }
 
 TEST_F(DispatcherLater, RequestOfOneClientMayEndThatOfAnother) {

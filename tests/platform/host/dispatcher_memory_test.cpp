@@ -116,6 +116,22 @@ TEST_F(SmallMemory, RecordsGoFirstThenTheConnectionsThatHoldTheMost) {
   EXPECT_EQ(log_.size(), linesBefore) << "one line for each";
 }
 
+TEST_F(SmallMemory, ClientThatHasToGoLeavesNoHalfFrameBehind) {
+  wire::Inject inject{attach("a"), "G0Out1", {}};
+  inject.messages.assign(100, {0, {0xF8}});
+  EXPECT_FALSE(receive("a control", wire::encode(0, inject)).all);
+  const std::uint64_t before = service_->counts().in;
+  EXPECT_LT(before, 100U);
+  peers_.heavy[Ann] = {"a control"};
+  memory().change(Ann, 0, MiB);
+  advance();
+  ASSERT_EQ(service_->clientsOf(Ann), 0U);
+  memory().change(Ann, MiB, 0);
+  inject.session = hello("a control");
+  say("a control", 0, inject);
+  EXPECT_EQ(service_->counts().in, before + 100) << "the next frame begins at its beginning";
+}
+
 TEST_F(SmallMemory, NobodyIsDisconnectedWithoutNeed) {
   attach("a");
   peers_.heavy[Ann] = {"a control"};

@@ -56,6 +56,25 @@ TEST_F(DispatcherUnsendable, SenderThatLeavesAtOnceIsTold) {
   EXPECT_EQ(peers_.texts("a control"), Texts{});
 }
 
+// Each of these messages makes so many copies that it is on its way for a while.
+TEST_F(DispatcherUnsendable, MessagesOnTheirWayCountBeforeTheirFrameIsTaken) {
+  const std::uint64_t a = attach("a");
+  for (const char* listener : {"l", "m", "n"}) {
+    const std::uint64_t session = hello(listener);
+    for (std::uint32_t port = 0; port < 1000; ++port) {
+      say(listener, 0, wire::Tap{session, port, HolderBytes, "G0Out1"});
+    }
+  }
+  say("a control", 0, wire::Patch{a, true, service::link(service::out(0, 0), service::in(1, 0))});
+  const Bytes frame = wire::encode(0, wire::Inject{a, "G0Out1", {{16, {0xF8}}, {0, {0xF8}}, {17, {0xF8}}}});
+  EXPECT_FALSE(receive("a control", frame).all);
+  dispatcher_->tellTaken();
+  EXPECT_EQ(peers_.texts("a control"), Texts{});
+  say("a control", frame);
+  say("a control", 7, wire::Goodbye{a});
+  EXPECT_EQ(peers_.texts("a control"), (Texts{"taken 1, 2 unsendable", "7: ok at 1"}));
+}
+
 TEST_F(DispatcherUnsendable, SenderThatLeavesIsToldEvenWhileItIsHeldBack) {
   const std::uint64_t a = attach("a");
   device_->isBehind = true;

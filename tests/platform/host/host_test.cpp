@@ -12,7 +12,9 @@
 #include <thread>
 #include <vector>
 
+#include "platform/channel/connection.h"
 #include "platform/host/embedded_service.h"
+#include "platform/system/local_socket.h"
 #include "platform/system/program_line.h"
 #include "tests/platform/host/message_text.h"
 #include "tests/platform/host/raw_client.h"
@@ -192,6 +194,22 @@ TEST(Host, DeviceThatThrowsEndsTheServiceAndNotTheProgram) {
     reached.get_future().wait();
   }
   EXPECT_EQ(testing::internal::GetCapturedStderr(), sys::programLine("the service stopped: no memory\n"));
+}
+
+// A client that connects at the moment when the service stops must not wait for answers.
+TEST(Host, SocketThatComesAfterTheEndIsClosed) {
+  service::Told told;
+  Host host(smallDevice(told), {}, {});
+  auto before = sys::localSocketPair();
+  host.adopt(std::move(before.second));
+  host.stop();
+  host.run();
+  auto after = sys::localSocketPair();
+  host.adopt(std::move(after.second));
+  for (sys::UniqueDescriptor* end : {&before.first, &after.first}) {
+    channel::Connection client(std::move(*end));
+    EXPECT_TRUE(client.closed());
+  }
 }
 
 TEST(Host, ReportsWhyItCannotListen) {

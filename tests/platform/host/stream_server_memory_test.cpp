@@ -58,10 +58,17 @@ class ServerMemory : public testing::Test {
   service::MemoryLedger ledger_{16 * MiB};
   asio::io_context loop_;
   int messages_ = 0;
-  StreamServer server_{
-      loop_,
-      {[](ConnectionId) {}, [this](ConnectionId, std::span<const std::uint8_t>) { ++messages_; }, [](ConnectionId) {}},
-      {}};
+  std::span<const std::uint8_t> last_;  // message
+  Handled handled_;
+  StreamServer server_{loop_,
+                       {[](ConnectionId) {},
+                        [this](ConnectionId, std::span<const std::uint8_t> message) {
+                          ++messages_;
+                          last_ = message;
+                          return handled_;
+                        },
+                        [](ConnectionId) {}},
+                       {}};
   asio::executor_work_guard<asio::io_context::executor_type> work_ = asio::make_work_guard(loop_);
 };
 
@@ -131,6 +138,32 @@ TEST_F(ServerMemory, FreesWhatIsKeptForLaterBeforeAnybodyHasToGo) {
   ASSERT_EQ(write(busy.get(), "x", 1), 1);
   writeFrame(idle.get(), 60'000, 0);
   EXPECT_EQ(messages_, 3);
+}
+
+TEST_F(ServerMemory, MessageThatIsHandledInPartKeepsItsPlace) {
+  const auto client = connect();
+  Bytes frame;
+  channel::appendFrame(Bytes(40'000, 'x'), frame);
+  channel::appendFrame(Bytes(10, 'y'), frame);
+  ASSERT_EQ(write(client.get(), frame.data(), frame.size()), static_cast<ssize_t>(frame.size()));
+  handled_.all = false;
+  for (int i = 0; i < 5; ++i) {
+    loop_.poll();
+    server_.serve(64);
+    server_.flush();
+  }
+  ASSERT_GT(messages_, 1);
+  const auto* const place = last_.data();
+  ledger_.change(user_, 0, 8 * MiB);
+  EXPECT_EQ(server_.heaviestOf(user_), ConnectionId{1}) << "nothing can be freed without it";
+  EXPECT_GT(held(), 8 * MiB + 40'000);
+  server_.serve(1);
+  EXPECT_EQ(last_.data(), place);
+  EXPECT_EQ(Bytes(last_.begin(), last_.end()), Bytes(40'000, 'x'));
+  ledger_.change(user_, 8 * MiB, 0);
+  handled_.all = true;
+  serveAll();
+  EXPECT_EQ(Bytes(last_.begin(), last_.end()), Bytes(10, 'y'));
 }
 
 TEST_F(ServerMemory, TurnsComeOneByOneWhileSomebodyHoldsTooMuch) {

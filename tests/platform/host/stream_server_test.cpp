@@ -9,6 +9,7 @@
 #include <functional>
 #include <map>
 #include <memory>
+#include <set>
 #include <string>
 #include <thread>
 #include <utility>
@@ -50,6 +51,12 @@ class StreamServerTest : public testing::Test {
     while (loop_.poll() > 0 || round(64)) continue;
   }
 
+  // Rounds until so many connections have been read.
+  void serveAllRead(std::size_t connections) {
+    const Deadline deadline(Patience);
+    while (std::set<std::string>(events_.begin(), events_.end()).size() < connections && !deadline.passed()) round(64);
+  }
+
   asio::io_context loop_;
   Texts events_;  // "1: hi", "1 closed"
   Texts log_;
@@ -59,6 +66,7 @@ class StreamServerTest : public testing::Test {
                           events_.push_back(nameOf(from) + ": " + std::string(message.begin(), message.end()));
                           if (echoes_) server_.send(from, message);
                           if (message.size() == 1 && message[0] == '+') server_.continueLater(from);
+                          return message.size() == 4 ? handled_ : Handled{};
                         },
                         [this](ConnectionId connection) { events_.push_back(nameOf(connection) + " closed"); },
                         [this](ConnectionId connection) {
@@ -67,6 +75,7 @@ class StreamServerTest : public testing::Test {
                         }},
                        [this](std::string_view line) { log_.emplace_back(line); }};
   bool echoes_ = false;
+  Handled handled_;
   std::function<void(ConnectionId connection)> continue_;
   asio::executor_work_guard<asio::io_context::executor_type> work_ = asio::make_work_guard(loop_);
 
@@ -153,6 +162,91 @@ TEST_F(StreamServerTest, FloodDoesNotKeepOthersWaiting) {
   EXPECT_LT(events_.size(), 100U);
   serveAll();
   EXPECT_EQ(events_.size(), 251U);
+}
+
+TEST_F(StreamServerTest, MessageInPiecesLetsOthersHaveTheirTurnButNotItsOwnConnection) {
+  channel::Connection busy = connect();
+  channel::Connection other = connect();
+  busy.send(bytesOf("long"));
+  busy.send(bytesOf("next"));
+  handled_ = {.all = false, .turns = 1};
+  round(1);  // has read
+  other.send(bytesOf("o"));
+  for (int i = 0; i < 4; ++i) round(16);
+  EXPECT_THAT(events_, testing::Contains("2: o"));
+  EXPECT_THAT(events_, testing::Not(testing::Contains("1: next")));
+  EXPECT_GT(std::ranges::count(events_, "1: long"), 10);
+  handled_ = {};
+  serveAll();
+  EXPECT_EQ(std::ranges::count(events_, "1: next"), 1);
+}
+
+TEST_F(StreamServerTest, MessageThatCostsManyTurnsEndsTheRound) {
+  channel::Connection costly = connect();
+  channel::Connection other = connect();
+  for (int i = 0; i < 10; ++i) costly.send(bytesOf("cost"));
+  for (int i = 0; i < 10; ++i) other.send(bytesOf("same"));
+  handled_ = {.all = true, .turns = 16};
+  round(2);  // both have been read
+  events_.clear();
+  round(64);
+  EXPECT_LE(events_.size(), 5U);
+  EXPECT_THAT(events_, testing::Contains("1: cost"));
+  EXPECT_THAT(events_, testing::Contains("2: same"));
+}
+
+TEST_F(StreamServerTest, MessageThatHasToWaitKeepsNobodyElseWaiting) {
+  std::vector<channel::Connection> waiting;
+  for (int i = 0; i < 30; ++i) {
+    waiting.push_back(connect());
+    waiting.back().send(bytesOf("wait"));
+  }
+  handled_ = {.all = false, .turns = 0};
+  serveAllRead(30);
+  channel::Connection other = connect();
+  other.send(bytesOf("o"));
+  round(64);
+  round(64);
+  EXPECT_THAT(events_, testing::Contains("31: o"));
+  handled_ = {};
+  events_.clear();
+  serveAll();
+  EXPECT_EQ(events_.size(), 30U);
+}
+
+// What has arrived is handled to its end, also if its sender has gone meanwhile.
+TEST_F(StreamServerTest, MessageInPiecesIsHandledToItsEndBeforeTheClosing) {
+  handled_ = {.all = false, .turns = 1};
+  {
+    channel::Connection client = connect();
+    client.send(bytesOf("long"));
+    client.send(bytesOf("last"));
+    round(8);
+  }
+  for (int i = 0; i < 10; ++i) round(8);
+  EXPECT_THAT(events_, testing::Each("1: long"));
+  handled_ = {};
+  serveAll();
+  ASSERT_GT(events_.size(), 2U);
+  EXPECT_EQ(Texts(events_.end() - 2, events_.end()), (Texts{"1: last", "1 closed"}));
+}
+
+TEST_F(StreamServerTest, WritesToManyConnectionsInPieces) {
+  constexpr std::uint64_t Many = 400;
+  std::vector<channel::Connection> clients;
+  for (std::uint64_t i = 0; i < Many; ++i) clients.push_back(connect());
+  for (std::uint64_t i = 1; i <= Many; ++i) server_.send(ConnectionId{i}, bytesOf("news"));
+  const auto received = [&] {
+    return std::ranges::count_if(clients, [](channel::Connection& client) { return client.receive().has_value(); });
+  };
+  server_.flush();
+  EXPECT_TRUE(server_.hasWork());
+  const auto first = received();
+  EXPECT_GT(first, 0);
+  EXPECT_LT(first, static_cast<std::ptrdiff_t>(Many));
+  server_.flush();
+  EXPECT_FALSE(server_.hasWork());
+  EXPECT_EQ(first + received(), static_cast<std::ptrdiff_t>(Many));
 }
 
 TEST_F(StreamServerTest, PeerThatTakesNothingIsNotReadFrom) {

@@ -54,5 +54,38 @@ TEST(OrderedList, EntersOthersWhereTheyBelong) {
   EXPECT_EQ(list.back().value, 8);
 }
 
+TEST(OrderedList, IsVisitedInPiecesBetweenChanges) {
+  OrderedList<Entry> list;
+  for (int order = 0; order < 10; ++order) list.append({static_cast<std::uint64_t>(order), order});
+  list.remove(3);
+  std::vector<int> seen;
+  std::uint64_t from = 0;
+  const auto some = [&](std::size_t left) {
+    const bool all = list.forSome(from, left, [&](const Entry& entry) { seen.push_back(entry.value); });
+    EXPECT_TRUE(all || left == 0);
+    return all;
+  };
+  EXPECT_FALSE(some(0));
+  EXPECT_FALSE(some(1));
+  EXPECT_FALSE(some(4));
+  EXPECT_EQ(seen, (std::vector{0, 1, 2, 4}));
+  list.remove(5);
+  list.remove(4);
+  list.append({10, 10});
+  EXPECT_TRUE(some(100));
+  EXPECT_EQ(seen, (std::vector{0, 1, 2, 4, 6, 7, 8, 9, 10}));
+}
+
+TEST(OrderedList, GivesMemoryBackFromBothEnds) {
+  constexpr std::uint64_t Many = 100'000;
+  for (const bool fromTheFront : {true, false}) {
+    OrderedList<Entry> list;
+    for (std::uint64_t order = 0; order < Many; ++order) list.append({order, 0});
+    for (std::uint64_t i = 0; i < Many - 10; ++i) ASSERT_TRUE(list.remove(fromTheFront ? i : Many - 1 - i));
+    EXPECT_EQ(list.size(), 10U);
+    EXPECT_LE(list.capacity(), 100U) << fromTheFront;
+  }
+}
+
 }  // namespace
 }  // namespace service

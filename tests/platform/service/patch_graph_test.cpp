@@ -149,5 +149,27 @@ TEST(PatchGraph, SeveredConnectionStaysSeveredWhenItsPortReturns) {
   EXPECT_FALSE(graph.hasSevered());
 }
 
+// Each change of the topology finds the same ports again.
+TEST(PatchGraph, SeveredPortIsLookedAtOnce) {
+  std::vector<device::Group> groups = evenTopology(2, 2).groups();
+  device::Topology topology(groups);
+  PatchGraph graph(topology, {link(out(0, 0), in(1, 0)), link(out(0, 0), in(1, 1))});
+  groups[0].sources->gone = {true, false};
+  topology = device::Topology(groups);
+  for (int change = 0; change < 10; ++change) graph.severMissing();
+  EXPECT_EQ(graph.severedPorts(), 1U);
+  for (const device::Link& link : graph.severed(9)) graph.disconnect(link);
+  EXPECT_FALSE(graph.hasSevered());
+  // Once it has returned and has gone again, it is looked at again.
+  groups[0].sources->gone = {false, false};
+  topology = device::Topology(groups);
+  graph.connect(link(out(0, 0), in(1, 0)));
+  groups[0].sources->gone = {true, false};
+  topology = device::Topology(groups);
+  graph.severMissing();
+  EXPECT_TRUE(graph.hasSevered());
+  EXPECT_EQ(graph.severed(9), std::vector{link(out(0, 0), in(1, 0))});
+}
+
 }  // namespace
 }  // namespace service

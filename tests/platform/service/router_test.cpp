@@ -3,6 +3,8 @@
 #include <gtest/gtest.h>
 
 #include <algorithm>
+#include <map>
+#include <memory>
 
 #include "tests/platform/service/device.h"
 
@@ -18,15 +20,37 @@ struct Road {
         graph(topology, links),
         router(
             graph,
-            [this](device::PortId port, const device::Message& message, device::Time now) {
+            [this](device::PortId port, const device::Message& message, device::Time now, Router::Copying& to) {
+              if (!copies(port, to)) return false;
               trace.push_back(topology.name(port) + hexOf(message.bytes));
               groupsSeen.push_back(message.group);
               times.push_back(now);
+              return true;
             },
             [this](device::PortId sink, const device::Message& message, device::Time now) {
               trace.push_back("deliver " + topology.name(sink) + hexOf(message.bytes));
               if (device) device(sink, message, now);
-            }) {}
+            },
+            [this](device::PortId port) { return std::ranges::find(closed, port) == closed.end(); }) {}
+
+  // Each port has as many taps as tapsOf says.
+  bool copies(device::PortId port, Router::Copying& to) {
+    const std::uint64_t more = std::min<std::uint64_t>(tapsOf[port] - to.from, to.left);
+    if (more > 0) pieces.push_back(more);
+    to.from += more;
+    to.left -= static_cast<std::size_t>(more);
+    return to.from == tapsOf[port];
+  }
+
+  // Gives the router small allowances until all trips have ended. Returns how many it needed.
+  int finish(std::size_t effort) {
+    int allowances = 0;
+    for (; router.isOnTheWay(); ++allowances) {
+      router.allow(effort);
+      router.goOn();
+    }
+    return allowances;
+  }
 
   // The device sends what enters a sink out of the source of the same number.
   void beThru() {
@@ -45,6 +69,9 @@ struct Road {
   Trace trace;
   std::vector<std::uint16_t> groupsSeen;
   std::vector<device::Time> times;
+  std::map<device::PortId, std::uint64_t> tapsOf;
+  std::vector<std::uint64_t> pieces;   // copies made at once
+  std::vector<device::PortId> closed;  // where nothing may enter
   Router router;
 };
 
@@ -182,7 +209,7 @@ TEST(Router, ShortPathsCostLittleAfterALongOne) {
   const PatchGraph graph(topology, links);
   std::uint64_t passed = 0;
   Router router(
-      graph, [&](device::PortId, const device::Message&, device::Time) { ++passed; },
+      graph, [&](device::PortId, const device::Message&, device::Time, Router::Copying&) { return ++passed > 0; },
       [](device::PortId, const device::Message&, device::Time) {});
   const Bytes clock = {0xF8};
   router.emitted(out(0, 0), {0, clock}, {});
@@ -222,6 +249,91 @@ TEST(Router, DeviceAnswersAlongItsOwnConnections) {
   road.beThru();
   road.emit(out(0, 0), {0xF8});
   EXPECT_EQ(road.trace, (Trace{"G0Out1 F8", "G1In1 F8", "deliver G1In1 F8", "G1Out1 F8", "G2In1 F8"}));
+}
+
+// A small city: sources with many sinks, a thru, and taps.
+std::unique_ptr<Road> city() {
+  std::vector<device::Link> links;
+  for (std::uint16_t sink = 0; sink < 200; ++sink) links.push_back(link(out(0, 0), in(1, sink)));
+  for (std::uint16_t sink = 0; sink < 100; ++sink) links.push_back(link(out(1, 7), in(2, sink)));
+  auto road = std::make_unique<Road>(std::move(links), 6, 300);
+  for (std::uint16_t sink = 0; sink < 100; ++sink) {
+    road->graph.connect(link(out(0, 0), in(3, sink)), PatchGraph::Carrier::Device);
+  }
+  road->tapsOf = {{out(0, 0), 50}, {in(1, 7), 20}, {in(2, 99), 1}};
+  road->beThru();
+  return road;
+}
+
+TEST(Router, TripInPiecesPassesTheSameInTheSameOrder) {
+  const auto whole = city();
+  whole->emit(out(0, 0), {0xF8});
+  EXPECT_FALSE(whole->router.isOnTheWay());
+  ASSERT_GT(whole->trace.size(), 600U);
+  for (const std::size_t effort : {1U, 2U, 7U, 64U, 500U}) {
+    const auto road = city();
+    road->router.allow(effort);
+    {
+      const Bytes gone{0xF8};
+      road->emit(out(0, 0), gone, device::Time(3));
+    }
+    EXPECT_TRUE(road->router.isOnTheWay());
+    const int allowances = road->finish(effort);
+    EXPECT_GE(static_cast<std::size_t>(allowances), 600 / effort - 1) << effort;
+    EXPECT_EQ(road->trace, whole->trace) << effort;
+    EXPECT_LE(std::ranges::max(road->pieces), effort);
+    EXPECT_EQ(std::ranges::count(road->times, device::Time(3)), static_cast<std::ptrdiff_t>(road->times.size()));
+  }
+}
+
+TEST(Router, TripsFollowOneAnotherWhateverIsEmittedMeanwhile) {
+  Road road({link(out(0, 0), in(1, 0))});
+  road.tapsOf[in(1, 0)] = 10;
+  road.router.allow(3);
+  road.emit(out(0, 0), {0xF8});
+  {
+    const Bytes gone{0x90, 1, 2};
+    road.emit(out(0, 0), gone);
+  }
+  road.router.afterwards([&] { road.trace.push_back("afterwards"); });
+  road.emit(out(0, 0), {0xFC});
+  EXPECT_EQ(road.router.waiting(), 3U);
+  EXPECT_EQ(road.trace, (Trace{"G0Out1 F8"}));
+  EXPECT_GT(road.finish(5), 5);
+  EXPECT_EQ(road.trace, (Trace{"G0Out1 F8", "G1In1 F8", "deliver G1In1 F8", "G0Out1 90 01 02", "G1In1 90 01 02",
+                               "deliver G1In1 90 01 02", "afterwards", "G0Out1 FC", "G1In1 FC", "deliver G1In1 FC"}));
+}
+
+TEST(Router, MessageEntersEachPortInTurnAndPassesThoseThatAreClosed) {
+  std::vector<device::PortId> ports;
+  for (std::uint16_t port = 0; port < 100; ++port) ports.push_back(in(1, port));
+  for (const std::size_t effort : {1U, 30U, 1000U}) {
+    Road road({}, 2, 100);
+    road.closed = {in(1, 50)};
+    road.router.allow(effort);
+    {
+      const std::vector<device::PortId> gone = ports;
+      const Bytes bytes{0xF8};
+      road.router.pass(gone, {0, bytes}, {});
+    }
+    road.finish(effort);
+    EXPECT_EQ(road.trace.size(), 2U * 99) << effort;
+    EXPECT_EQ(road.trace[98], "G1In50 F8") << effort;
+    EXPECT_EQ(road.trace[100], "G1In52 F8") << effort;
+  }
+}
+
+// A change of the connections on the way harms nothing.
+TEST(Router, ConnectionsMayEndWhileATripWaits) {
+  Road road({}, 2, 300);
+  for (std::uint16_t sink = 0; sink < 300; ++sink) road.graph.connect(link(out(0, 0), in(1, sink)));
+  road.router.allow(100);
+  road.emit(out(0, 0), {0xF8});
+  const std::size_t before = road.trace.size();
+  EXPECT_LT(before, 210U);
+  for (std::uint16_t sink = 0; sink < 300; ++sink) road.graph.disconnect(link(out(0, 0), in(1, sink)));
+  road.finish(100);
+  EXPECT_LT(road.trace.size(), before + 2 * 64);
 }
 
 }  // namespace

@@ -105,6 +105,7 @@ TEST(Slices, TapsOfOnePortAreManyAndQuick) {
       house.tapMany(all.back(), eventPorts, 1);
     }
     house.longest([&] { house.inject("G0Out1", {0xF8}); });
+    house.finishWork();
     EXPECT_EQ(house.service->counts().out, 20'000U);
     house.longest([&] { house.device->events().lost(out(0, 0), 3, {}); });
     for (const ClientId client : all) EXPECT_EQ(house.take(client).size(), eventPorts + 1);
@@ -115,6 +116,7 @@ TEST(Slices, TapsOfOnePortAreManyAndQuick) {
     }
     all.erase(middle);
     house.longest([&] { house.inject("G0Out1", {0xFA}); });
+    house.finishWork();
     EXPECT_EQ(house.service->counts().out, 40'000U - eventPorts);
     for (const ClientId client : all) {
       house.longest([&] { house.service->removeClient(client, {}); });
@@ -123,6 +125,122 @@ TEST(Slices, TapsOfOnePortAreManyAndQuick) {
     EXPECT_EQ(house.told, Told{"unuse G0Out1"});
     EXPECT_LT(house.longest.time(), LongestAllowed) << clients << " clients";
   }
+}
+
+constexpr std::uint64_t PieceOfATrip = 2000;
+
+// What is asked in between is answered, and no tap sees the port's messages in another order.
+TEST(Slices, MessageReachesManyTapsInPieces) {
+  constexpr std::uint32_t Clients = 20;
+  constexpr std::uint32_t EventPorts = 1000;
+  LargeHouse house;
+  std::vector<ClientId> all;
+  for (std::uint32_t client = 0; client < Clients; ++client) {
+    all.push_back(house.service->addClient());
+    house.tapMany(all.back(), EventPorts, 1);
+  }
+  const auto copies = [&] { return house.service->counts().out; };
+  house.inject("G0Out1", {0xF8});
+  EXPECT_TRUE(house.service->isPassing());
+  // Meanwhile the device emits, loses something and emits again; a tap ends, and another one is made.
+  house.device->events().emitted(out(0, 0), {0, Bytes{0xFA}}, {});
+  house.device->events().lost(out(0, 0), 7, {});
+  house.device->events().emitted(out(0, 0), {0, Bytes{0xFC}}, {});
+  EXPECT_EQ(house.service->untap(all.back(), EventPortId{999}, "G0Out1", {}), Status::Ok);
+  EXPECT_EQ(house.tap(all.front(), "G0Out2"), Status::Ok);
+  int pieces = 0;
+  for (std::uint64_t before = 0; house.service->isPassing(); ++pieces) {
+    EXPECT_LE(copies() - before, PieceOfATrip);
+    before = copies();
+    house.service->advance({});
+  }
+  EXPECT_GT(pieces, 25);
+  EXPECT_EQ(copies(), 3U * (Clients * EventPorts - 1));
+  for (const ClientId client : all) {
+    const Texts texts = house.texts(client);
+    const std::size_t taps = client == all.back() ? EventPorts - 1 : EventPorts;
+    ASSERT_EQ(texts.size(), 3 * taps + 1);
+    for (std::size_t at = 0; at < taps; ++at) {
+      const std::string tap = std::to_string(at) + " G0Out1: ";
+      ASSERT_EQ(texts[at], tap + "F8");
+      ASSERT_EQ(texts[taps + at], tap + "FA");
+      ASSERT_EQ(texts[2 * taps + 1 + at], tap + "FC");
+    }
+  }
+}
+
+// A source that breaks while a message of it is on its way has lost what would have come next.
+TEST(Slices, LossOfARefusedSourceStandsBehindTheMessageOnItsWay) {
+  constexpr std::uint32_t EventPorts = 1000;
+  LargeHouse house;
+  std::vector<ClientId> all;
+  for (int client = 0; client < 5; ++client) {
+    all.push_back(house.service->addClient());
+    house.tapMany(all.back(), EventPorts, 1);
+  }
+  house.inject("G0Out1", {0xF8});
+  house.device->events().used(out(0, 0), Status::Refused, {});
+  house.service->advance({});
+  ASSERT_TRUE(house.service->isPassing());
+  EXPECT_EQ(house.service->uncountedLosses(), 1U);
+  house.finishWork();
+  for (const ClientId client : all) {
+    const Texts texts = house.texts(client);
+    ASSERT_EQ(texts.size(), EventPorts + 1);
+    EXPECT_EQ(texts.front(), "0 G0Out1: F8");
+    EXPECT_EQ(texts.back(), "lost before 0");
+  }
+}
+
+// Whoever does not care gets everything in the right order nevertheless.
+TEST(Slices, NextMessageFinishesTheOneOnItsWay) {
+  LargeHouse house;
+  const ClientId client = house.service->addClient();
+  house.tapMany(client, 1000, 1);
+  const ClientId other = house.service->addClient();
+  house.tapMany(other, 1000, 1);
+  const ClientId third = house.service->addClient();
+  house.tapMany(third, 1000, 1);
+  house.inject("G0Out1", {0xF8});
+  house.inject("G0Out1", {0xFA});
+  house.finishWork();
+  const Texts texts = house.texts(third);
+  ASSERT_EQ(texts.size(), 2000U);
+  EXPECT_EQ(texts[999], "999 G0Out1: F8");
+  EXPECT_EQ(texts[1000], "0 G0Out1: FA");
+}
+
+TEST(Slices, MessagePassesManyPortsOfOneEventPortInPieces) {
+  LargeHouse house;
+  const ClientId client = house.service->addClient();
+  house.tapMany(client, 1, ManyPorts);
+  house.longest([&] { house.send(client, {0xF8}, EventPortId{0}); });
+  EXPECT_LE(house.service->counts().out, PieceOfATrip);
+  EXPECT_GT(house.finishWork(), 20);
+  const Texts texts = house.texts(client);
+  ASSERT_EQ(texts.size(), std::size_t{ManyPorts});
+  EXPECT_EQ(texts.front(), "0 G0Out1: F8");
+  EXPECT_EQ(texts.back(), "0 G0Out60000: F8");
+  EXPECT_LT(house.longest.time(), LongestAllowed);
+}
+
+// The device answers at each sink, and each answer goes on to the next.
+TEST(Slices, MessagePassesAChainOfThrusInPieces) {
+  constexpr std::uint16_t Thrus = 5000;
+  LargeHouse house;
+  house.device->beThru();
+  for (std::uint16_t index = 0; index + 1 < Thrus; ++index) {
+    const auto next = static_cast<std::uint16_t>(index + 1);
+    ASSERT_EQ(house.service->connect(link(out(0, index), in(0, next)), {}), Status::Ok);
+  }
+  house.finishWork();
+  house.told.clear();
+  house.inject("G0In1", {0xF8});
+  EXPECT_TRUE(house.service->isPassing());
+  EXPECT_LE(house.told.size(), PieceOfATrip);
+  EXPECT_GT(house.finishWork(), 2);
+  ASSERT_EQ(house.told.size(), std::size_t{Thrus});
+  EXPECT_EQ(house.told.back(), "deliver G0In5000 F8");
 }
 
 // Connects all sources of both groups to one sink in the other system, which carries them.
@@ -211,6 +329,48 @@ TEST(Slices, TapsOfADroppedGroupMoveInPieces) {
   EXPECT_EQ(house.told.size(), 2U * ManyPorts) << "each source has ended and another one begun";
   house.inject("G0Out60000", {0xF8});
   EXPECT_EQ(house.texts(client), Texts{"0 G0Out60000: F8"});
+  EXPECT_LT(house.longest.time(), LongestAllowed);
+}
+
+// A message takes those taps along that have not moved yet.
+TEST(Slices, TapsOfADroppedGroupMissNothingWhileTheyMove) {
+  LargeHouse house;
+  const ClientId client = house.service->addClient();
+  house.tapMany(client, 1, ManyPorts);
+  house.tapMany(client, 900, 1);
+  std::vector<device::Group> groups = house.device->topology().groups();
+  groups[0].handle = 9;
+  house.device->change(device::Topology(groups));
+  std::vector<Received> received;
+  for (const char* port : {"G0Out1", "G0Out2", "G0Out30000", "G0Out60000"}) {
+    house.inject(port, {0xF8});
+    for (const Received& one : house.take(client)) received.push_back(one);
+  }
+  EXPECT_EQ(received.size(), 900U + 3);
+  EXPECT_EQ(received.front().text(), "0 G0Out1: F8");
+  house.finishWork();
+  EXPECT_EQ(house.told.size(), 2U * ManyPorts) << "each source has ended and another one begun";
+}
+
+TEST(Slices, WarningsOfRemovedPortsAreForgottenInPieces) {
+  LargeHouse house;
+  const ClientId client = house.service->addClient();
+  house.tapMany(client, 1, ManyPorts);
+  const auto send = [&] {
+    house.send(client, {0xF8}, EventPortId{0});
+    house.finishWork();
+    return house.service->takeNotes().size();
+  };
+  const std::vector<device::Group> all = house.device->topology().groups();
+  std::vector<device::Group> groups = all;
+  groups[0].sources->gone.assign(ManyPorts, true);
+  house.device->change(device::Topology(groups));
+  EXPECT_EQ(send(), std::size_t{ManyPorts});
+  EXPECT_EQ(send(), 0U);
+  house.longest([&] { house.device->change(device::Topology(all)); });
+  EXPECT_GT(house.finishWork(), 20);
+  house.device->change(device::Topology(groups));
+  EXPECT_EQ(send(), std::size_t{ManyPorts}) << "the ports were there in between";
   EXPECT_LT(house.longest.time(), LongestAllowed);
 }
 

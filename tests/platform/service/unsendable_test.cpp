@@ -89,6 +89,55 @@ TEST_F(UnsendableAlongConnections, MessageOfTheDeviceCountsInTotalAlone) {
   EXPECT_EQ(ofAll(), 3U);
 }
 
+// A source with so many taps that a message is on its way for a while, and another; both lead to the other system.
+class UnsendableOnItsWay : public Unsendable {
+ protected:
+  UnsendableOnItsWay() : Unsendable({link(out(0, 0), in(2, 0)), link(out(0, 1), in(3, 0))}) {
+    for (int i = 0; i < 3; ++i) {
+      const ClientId listener = house_.service->addClient();
+      for (std::uint32_t port = 0; port < 1000; ++port) house_.tap(listener, "G0Out1", EventPortId{port});
+    }
+  }
+
+  void arrive() {
+    ASSERT_TRUE(house_.service->isPassing());
+    while (house_.service->isPassing()) house_.service->advance({});
+  }
+};
+
+TEST_F(UnsendableOnItsWay, MessageIsTheSendersAlthoughTheDeviceEmitsMeanwhile) {
+  inject("G0Out1", NoChannel);
+  EXPECT_EQ(ofInjector(), 0U) << "it has not arrived";
+  house_.device->events().emitted(out(0, 1), {NoChannel, Note}, {});
+  arrive();
+  EXPECT_EQ(ofInjector(), 1U);
+  EXPECT_EQ(ofAll(), 2U);
+  house_.device->events().emitted(out(0, 1), {NoChannel, Note}, {});
+  EXPECT_EQ(ofInjector(), 1U);
+  EXPECT_EQ(ofAll(), 3U);
+}
+
+TEST_F(UnsendableOnItsWay, MessagesOfTwoSendersAreKeptApart) {
+  const ClientId other = house_.service->addClient();
+  const auto ofOther = [&] { return house_.service->counts(other).unsendable; };
+  inject("G0Out1", NoChannel);
+  house_.service->inject(other, "G0Out1", {NoChannel, Note}, {});
+  EXPECT_EQ(ofInjector(), 1U) << "the first is finished for the second";
+  EXPECT_EQ(ofOther(), 0U);
+  arrive();
+  EXPECT_EQ(ofInjector(), 1U);
+  EXPECT_EQ(ofOther(), 1U);
+  EXPECT_EQ(ofAll(), 2U);
+}
+
+TEST_F(UnsendableOnItsWay, SenderMayLeaveMeanwhile) {
+  inject("G0Out1", NoChannel);
+  house_.service->removeClient(house_.injector, {});
+  arrive();
+  EXPECT_EQ(ofInjector(), 0U);
+  EXPECT_EQ(ofAll(), 1U);
+}
+
 TEST_F(Unsendable, CountsOfAClientThatHasLeftStayInTheTotal) {
   inject("G2In1", NoChannel);
   house_.service->removeClient(house_.injector, {});
