@@ -7,6 +7,7 @@
 #include <optional>
 #include <string>
 #include <string_view>
+#include <utility>
 
 #include "tests/support/child.h"
 #include "tests/support/deadline.h"
@@ -44,8 +45,11 @@ class PseudoTerminal {
   void resize(WindowSize size);
   void signal(int number) { child_->signal(number); }
 
-  // Everything that the program has written and this object has read, from the start.
+  // Everything that the program has written and this object has read, from the start or since takeOutput.
   const std::string& output() const { return output_; }
+
+  // Returns what output() holds, which is empty from then on.
+  std::string takeOutput() { return std::exchange(output_, {}); }
 
   // Waits for more output and appends it to output(). Returns false if there was none before the deadline, or if the
   // program has ended and all its output has been read.
