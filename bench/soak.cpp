@@ -49,6 +49,9 @@ constexpr int StallEnd = 30;
 // in which its memory is used.
 constexpr double MostGrowthMiB = 1;
 
+// Set by a signal that ends the program: it must end what it has started.
+volatile std::sig_atomic_t stopSignal = 0;
+
 std::vector<std::filesystem::path> songFiles() {
   std::vector<std::filesystem::path> songs;
   std::error_code none;
@@ -122,7 +125,8 @@ class Soak {
       if (second % 60 == StallEnd) goOn();
       const auto end = start + std::chrono::seconds(second);
       visit(end - 500ms, second % 2 == 0 ? SIGTERM : SIGKILL);
-      if (!players_.playing()) return fail("streamd takes no messages"), false;
+      if (!players_.playing()) throw std::runtime_error("streamd takes no messages");
+      if (stopSignal != 0) throw std::runtime_error("ended by a signal");
       std::this_thread::sleep_until(end);
       if (second % 60 == 0) showMinute(second / 60);
     }
@@ -310,6 +314,8 @@ int main(int count, char** arguments) {
     std::fputs("usage: soak MINUTES (2 or more: memory is compared with that after the first)\n", stderr);
     return 2;
   }
+  for (const int signal : {SIGHUP, SIGINT, SIGTERM}) std::signal(signal, [](int caught) { stopSignal = caught; });
+  std::signal(SIGPIPE, SIG_IGN);
   try {
     return Soak(minutes).run() ? 0 : 1;
   } catch (const std::exception& error) {
