@@ -38,16 +38,17 @@ constexpr const char* SongFolder = "/usr/share/games/openttd/baseset/openmsx";
 constexpr std::size_t Songs = 31;
 constexpr double Speed = 40;
 
-// A second of the songs is more than the queue of a client holds.
-constexpr const char* QueueBytes = "1048576";
+// Less than half a second of the songs. What a full queue has held stays with the process, and a leak of less than that
+// would not show: so it is small.
+constexpr const char* QueueBytes = "262144";
 
 // A stall of a client begins and ends at these seconds of a minute.
 constexpr int StallBegin = 20;
 constexpr int StallEnd = 30;
 
-// Less than a byte for each message of a minute. What a process has resident changes by some hundred KiB with the order
-// in which its memory is used.
-constexpr double MostGrowthMiB = 1;
+// A fraction of a byte for each message of a minute, or 9 KiB for each client that came and went. What a process has
+// resident changes by some ten KiB with the order in which its memory is used.
+constexpr double MostGrowthMiB = 0.5;
 
 // Set by a signal that ends the program: it must end what it has started.
 volatile std::sig_atomic_t stopSignal = 0;
