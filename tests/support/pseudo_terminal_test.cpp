@@ -35,6 +35,16 @@ TEST(PseudoTerminalTest, IsATerminalOfItsSize) {
   EXPECT_EQ(terminal.output(), "13 57\r\n");
 }
 
+TEST(PseudoTerminalTest, HandsItsOutputOver) {
+  PseudoTerminal terminal(shell("echo one; read line; echo two"), {});
+  ASSERT_TRUE(readUntil(terminal, "one\r\n"));
+  EXPECT_EQ(terminal.takeOutput(), "one\r\n");
+  EXPECT_EQ(terminal.output(), "");
+  EXPECT_TRUE(terminal.type("\r", generous()));
+  EXPECT_EQ(terminal.waitForExit(generous()), ExitStatus::exited(0));
+  EXPECT_EQ(terminal.output(), "\r\ntwo\r\n");
+}
+
 TEST(PseudoTerminalTest, IsTheControllingTerminal) {
   PseudoTerminal terminal(shell("echo through > /dev/tty"), {});
   EXPECT_EQ(terminal.waitForExit(generous()), ExitStatus::exited(0));
