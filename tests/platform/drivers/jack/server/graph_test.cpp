@@ -162,6 +162,21 @@ TEST_F(JackGraph, SourceThatFindsNoFreePortInJackIsRefusedAndLogged) {
   EXPECT_TRUE(driven.runUntil([&] { return driven.uses.at("keys:" + ports[used]) == device::Status::Ok; }));
 }
 
+// Each connection takes effect with the next period. One after the other, they would take longer than a client waits.
+TEST_F(JackGraph, AHundredSourcesAreUsedTogether) {
+  server.reset();
+  JackServer slow(2048, 4096);
+  constexpr int Many = 100;
+  std::vector<std::string> ports;
+  for (int number = 0; number < Many; ++number) ports.push_back("out" + std::to_string(number));
+  JackPeer keys("keys", ports, {});
+  Driven driven;
+  const auto isAnswered = [&] { return driven.uses.size() == Many; };
+  for (const std::string& port : ports) EXPECT_EQ(driven.startUse("keys:" + port), std::nullopt);
+  EXPECT_TRUE(driven.runUntil(isAnswered, std::chrono::seconds(20)));
+  for (const auto& [source, status] : driven.uses) EXPECT_EQ(status, device::Status::Ok) << source;
+}
+
 TEST_F(JackGraph, ARenamedPortKeepsItsConnectionsAndItsTap) {
   JackPeer keys("keys", {"out"}, {});
   JackPeer synth("synth", {}, {"in"});
