@@ -172,17 +172,18 @@ SourceTaps::Tap& SourceTaps::tap(Client& client, const std::string& name, device
     tap.number = ++lastNumber_;
     tap.isNew = true;
     sources_.emplace(tap.number, source);
-    tap.request = server_.ask(
-        [&client, number = tap.number, name] {
-          return client.input().open(client.handle(), number) ? connectTap(client, number, name) : NoPort;
-        },
-        turn);
-  } else if (tap.request) {
+  }
+  if (tap.request && server_.withdraw(tap.request) != ServerThread::Withdrawn::Never) {
     // It may have found that the source does not exist.
     tap.next = name;
   } else {
     // A connection that exists already stays.
-    tap.request = server_.ask([&client, number = tap.number, name] { return connectTap(client, number, name); }, turn);
+    tap.request = server_.ask(
+        [&client, number = tap.number, name, opens = tap.isNew] {
+          if (opens && !client.input().open(client.handle(), number)) return NoPort;
+          return connectTap(client, number, name);
+        },
+        turn);
   }
   asked_.insert(source);
   return tap;

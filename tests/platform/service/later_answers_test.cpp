@@ -300,5 +300,43 @@ TEST_F(LaterAnswers, TapWhosePortGoesStandsUntilThePortReturns) {
   EXPECT_EQ(service_->counts(client_).taps, 1U);
 }
 
+// Until the device has found it again, nothing arrives.
+TEST_F(LaterAnswers, SourceThatReturnsIsAskedForAgain) {
+  const ClientId other = service_->addClient();
+  tap("G1Out1");
+  usable(out(1, 0), Status::Ok);
+  service_->takeAnswers();
+  act([&](device::DriverEvents&) { device_->change(evenTopology(1, 1)); });
+  news();
+  act([&](device::DriverEvents&) { device_->change(evenTopology(2, 1)); });
+  EXPECT_EQ(news(), Told{"use G1Out1"});
+  const Reply reply = service_->tap(other, One, "G1Out1", 1004, {});
+  EXPECT_EQ(reply.status, std::nullopt);
+  const Reply again = tap("G1Out1");
+  EXPECT_EQ(again.status, std::nullopt) << "also who tapped it before";
+  EXPECT_TRUE(service_->takeAnswers().empty());
+  usable(out(1, 0), Status::Ok);
+  EXPECT_EQ(service_->takeAnswers(), (std::vector<Answer>{{reply.request, Status::Ok}, {again.request, Status::Ok}}));
+  EXPECT_FALSE(service_->hasEvents(client_));
+  EXPECT_EQ(news(), Told{});
+
+  act([&](device::DriverEvents&) { device_->change(evenTopology(1, 1)); });
+  device_->whetherUsable = [](device::PortId) { return Status::Refused; };
+  act([&](device::DriverEvents&) { device_->change(evenTopology(2, 1)); });
+  EXPECT_EQ(news(), Told{"use G1Out1"});
+  EXPECT_EQ(texts(), Texts{"lost before 0"});
+}
+
+// Nobody needs it any more when it returns.
+TEST_F(LaterAnswers, SourceThatReturnsUnusedIsNotAskedFor) {
+  tap("G1Out1");
+  usable(out(1, 0), Status::Ok);
+  act([&](device::DriverEvents&) { device_->change(evenTopology(1, 1)); });
+  EXPECT_EQ(service_->untap(client_, One, "G1Out1", {}), Status::Ok);
+  news();
+  act([&](device::DriverEvents&) { device_->change(evenTopology(2, 1)); });
+  EXPECT_EQ(news(), Told{});
+}
+
 }  // namespace
 }  // namespace service
