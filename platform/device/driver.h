@@ -98,9 +98,10 @@ class Driver {
   virtual Delivery deliver(PortId sink, const Message& message, Time now) = 0;
 
   // Says whether anyone needs what a source port emits. Holds until the next call for this port, also while the port
-  // does not exist. For a source that is needed, returns Ok if what it emits from now on arrives, also if it does not
-  // exist yet; Refused if that is impossible; nullopt if DriverEvents::used will say. For any other source the result
-  // means nothing. The last result of advance may no longer hold: call advance again afterwards.
+  // does not exist; a source that returns is announced again. For a source that is needed, returns Ok if what it emits
+  // from now on arrives, also if it does not exist yet; Refused if that is impossible; nullopt if DriverEvents::used
+  // will say. For any other source the result means nothing. The last result of advance may no longer hold: call
+  // advance again afterwards.
   virtual std::optional<Status> setUsed(PortId source, bool used, Time now) = 0;
 
   // Does a bounded piece of the work that is due at now. Returns when to call it again: a time at or before now means

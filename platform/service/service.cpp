@@ -237,7 +237,7 @@ void Service::topologyChanged(device::Time /*now*/) {
   state_->endSevered();
   state_->homeless = state_->taps.unknown(state_->topology(), std::numeric_limits<std::size_t>::max());
   state_->moveTaps();
-  state_->use.forgetMissing(state_->topology());
+  state_->use.topologyChanged(state_->topology());
   state_->router.forgetMissing(state_->topology());
   if (!state_->goneTold.empty()) state_->goneToSweep = device::PortId{};
   ++state_->topologyVersion;

@@ -176,8 +176,9 @@ bool Service::State::isWorkLeft() {
 
 bool Service::State::settle(device::Time now) {
   const bool did = requests.settle(now);
-  // Whoever asks for these sources now is refused, first of all; the others learn it here.
-  if (requests.isUnsettled()) return did;
+  // Whoever asks for these sources now is refused, first of all; the others learn it here. Who asks for a sink with
+  // many sources is answered when all of them have been looked at.
+  if (use.isUnsettled() || requests.isUnsettled()) return did;
   const auto refused = use.takeRefused(RefusedAtOnce);
   for (const device::PortId source : refused) lose(source, 0);
   return did || !refused.empty();

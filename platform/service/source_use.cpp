@@ -95,12 +95,15 @@ void SourceUse::refresh(device::PortId source, device::Time now) {
   } else {
     sources_.erase(source);
   }
-  if (isUsed == wasUsed) return;
-  if (!isUsed) {
-    forgetAnswer(source);
-    driver_.setUsed(source, false, now);
-    return;
-  }
+  const bool isBack = returned_.erase(source) > 0;
+  if (isUsed && (!wasUsed || isBack)) return use(source, now);
+  if (isUsed || !wasUsed) return;
+  missing_.erase(source);
+  forgetAnswer(source);
+  driver_.setUsed(source, false, now);
+}
+
+void SourceUse::use(device::PortId source, device::Time now) {
   unanswered_.insert(source);
   // The driver may also have answered inside the call.
   if (const auto status = driver_.setUsed(source, true, now)) enter(source, *status);
@@ -130,6 +133,24 @@ void SourceUse::forgetAnswer(device::PortId source) {
   if (unanswered_.erase(source) > 0) news_ = true;
   unusable_.erase(source);
   refused_.erase(source);
+}
+
+void SourceUse::topologyChanged(const device::Topology& topology) {
+  forgetMissing(topology);
+  for (auto at = missing_.begin(); at != missing_.end();) {
+    if (!topology.exists(*at)) {
+      ++at;
+      continue;
+    }
+    // From its return on, nothing arrives until the driver says so.
+    sources_[*at].answer.reset();
+    unanswered_.insert(*at);
+    if (returned_.insert(*at).second) enter(*at, Turn::Last);
+    at = missing_.erase(at);
+  }
+  for (const device::PortId port : sources_.missing(topology, sources_.size())) {
+    if (sources_.find(port)->isUsed) missing_.insert(port);
+  }
 }
 
 void SourceUse::forgetMissing(const device::Topology& topology) {

@@ -51,9 +51,9 @@ class SourceUse {
   // The driver said whether a source can be used (see DriverEvents::used). Ignores sources that are not used.
   void answered(device::PortId source, device::Status status);
 
-  // Ports were removed: no answer follows for their sources, which are used when they return. Then the driver may
-  // refuse them again.
-  void forgetMissing(const device::Topology& topology);
+  // Ports were removed or have returned. No answer follows for a removed source. One that returns is used again: settle
+  // tells the driver, and what was known of it before no longer counts.
+  void topologyChanged(const device::Topology& topology);
 
   // What the driver says of the sources that a tap of this port needs: Refused if one of them cannot be used; nullopt
   // if there is no answer yet for one of them; else Ok.
@@ -80,6 +80,8 @@ class SourceUse {
   void refresh(device::PortId source, device::Time now);
   void enter(device::PortId source, device::Status status);
   void forgetAnswer(device::PortId source);
+  void forgetMissing(const device::Topology& topology);
+  void use(device::PortId source, device::Time now);
   std::optional<device::Status> stateOfSink(device::PortId sink) const;
   void note(device::PortId source, device::PortId sink, bool isTapped);
   std::size_t settleSink(device::PortId sink, std::size_t most, device::Time now);
@@ -92,6 +94,8 @@ class SourceUse {
   std::set<device::PortId> unanswered_;   // used, without an answer
   std::set<device::PortId> unusable_;     // used, and refused
   std::set<device::PortId> refused_;      // see takeRefused
+  std::set<device::PortId> missing_;      // used, and removed
+  std::set<device::PortId> returned_;     // used, and the driver was not told again since they returned
   bool news_ = false;
   bool wasCut_ = false;                            // settle left something
   std::map<device::PortId, std::int64_t> walked_;  // of each unsettled sink: its connections up to here are settled

@@ -4,7 +4,6 @@
 #include <unistd.h>
 
 #include <algorithm>
-#include <thread>
 #include <utility>
 
 #include "platform/drivers/jack/opened_descriptors.h"
@@ -14,8 +13,6 @@ namespace drivers::jack {
 namespace {
 
 using namespace std::chrono_literals;
-
-constexpr int PeriodsToWait = 10;
 
 // The library would write to the program's standard error.
 void beSilent(const char* /*text*/) {}
@@ -134,16 +131,6 @@ void Client::tell(Change change) {
 std::chrono::nanoseconds Client::period() const {
   const auto rate = std::max<jack_nframes_t>(jack_get_sample_rate(client_), 1);
   return std::chrono::nanoseconds(1s) * jack_get_buffer_size(client_) / rate;
-}
-
-bool Client::awaitConnection(const jack_port_t* port) const {
-  const auto pause = std::max<std::chrono::nanoseconds>(period() / 8, 100us);
-  const auto end = std::chrono::steady_clock::now() + PeriodsToWait * std::max<std::chrono::nanoseconds>(period(), 1ms);
-  while (jack_port_connected(port) == 0) {
-    if (std::chrono::steady_clock::now() >= end) return false;
-    std::this_thread::sleep_for(pause);
-  }
-  return true;
 }
 
 }  // namespace drivers::jack

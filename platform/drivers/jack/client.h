@@ -54,10 +54,6 @@ class Client {
   Input& input() { return input_; }
   Output& output() { return output_; }
 
-  // Blocks until a new connection to or from one of our ports is in effect: one or two periods, ten at most. Returns
-  // whether it is.
-  bool awaitConnection(const jack_port_t* port) const;
-
  private:
   explicit Client(std::shared_ptr<sys::EventDescriptor> wakeup) : wakeup_(std::move(wakeup)) {}
 

@@ -9,6 +9,7 @@
 #include "platform/drivers/foreign/sendable.h"
 #include "platform/drivers/jack/client.h"
 #include "platform/drivers/jack/graph_reports.h"
+#include "platform/drivers/jack/link_reading.h"
 #include "platform/drivers/jack/patches.h"
 #include "platform/drivers/jack/server_thread.h"
 #include "platform/drivers/jack/sink_feeds.h"
@@ -74,8 +75,9 @@ class JackDriver : public device::Driver {
   std::unique_ptr<Client> client_;  // null while no server runs
   std::string noClient_;            // why there was none at the start
   device::DriverEvents* events_ = nullptr;
-  GraphReports graph_;
-  Patches patches_{*server_};
+  LinkReading links_{*server_};
+  GraphReports graph_{links_};
+  Patches patches_{*server_, links_};
   SourceTaps taps_{*server_};
   BurstLog bursts_;
   SinkFeeds feeds_{*server_, bursts_};
@@ -91,7 +93,7 @@ device::Started JackDriver::start(device::DriverEvents& events, device::Time now
   lastPeriod_ = now;
   wasThere_ = client_ != nullptr;
   if (wasThere_) {
-    graph_.readLinks(*client_, *events_, now);
+    graph_.tellLinks(*events_, now);
   } else {
     events_->warned(noClient_ + "; trying again");
   }
@@ -126,6 +128,7 @@ std::optional<device::Time> JackDriver::advance(device::Time now) {
   if (client_) {
     // Reports what a client sent before reporting that it disconnected.
     const bool more = taps_.take(*client_, *events_, now, PieceBytes);
+    graph_.tellLinks(*events_, now);
     if (countSkipped(now)) taps_.skipped();
     if (!graph_.readChanges(*client_, patches_, *events_, now)) {
       clientGone(now);
@@ -209,7 +212,7 @@ void JackDriver::lookForClient(device::Time now) {
     events_->warned(wasThere_ ? "connected to the JACK server again" : "connected to the JACK server");
     wasThere_ = true;
     graph_.readPorts(*client_, *events_, now);
-    graph_.readLinks(*client_, *events_, now);
+    graph_.readLinks(*client_);
   } else {
     // The first try failed after openJack had stopped waiting for it.
     server_->open(true);

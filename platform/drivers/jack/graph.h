@@ -14,7 +14,7 @@ namespace drivers::jack {
 std::vector<JackPort> readPorts(jack_client_t* client, const std::string& ownPrefix);
 
 // Returns the ports that a port is connected to; none if the port does not exist. If a change of the graph is about to
-// take effect, blocks until then, up to a period.
+// take effect, blocks until then, up to a period: for the server's thread.
 std::vector<std::string> connectionsOf(jack_client_t* client, const std::string& port);
 
 }  // namespace drivers::jack

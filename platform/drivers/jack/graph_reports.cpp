@@ -1,7 +1,10 @@
 #include "platform/drivers/jack/graph_reports.h"
 
+#include <algorithm>
 #include <chrono>
 #include <cstdint>
+#include <iterator>
+#include <utility>
 
 #include "platform/drivers/jack/graph.h"
 #include "platform/system/earliest.h"
@@ -10,6 +13,7 @@ namespace drivers::jack {
 namespace {
 
 constexpr device::Time BetweenRestores = std::chrono::seconds(1);
+constexpr std::chrono::milliseconds PatienceAtTheStart = std::chrono::seconds(1);
 
 }  // namespace
 
@@ -17,6 +21,8 @@ void GraphReports::begin(const Client& client) {
   ports_.update(jack::readPorts(client.handle(), client.portPrefix()));
   enterClients();
   clientLog_.update(ports_.clients());
+  readLinks(client);
+  read_ = links_.take(PatienceAtTheStart);
 }
 
 void GraphReports::readPorts(const Client& client, device::DriverEvents& events, device::Time now) {
@@ -30,16 +36,22 @@ void GraphReports::readPorts(const Client& client, device::DriverEvents& events,
   tapsDue_ = now;
 }
 
-void GraphReports::readLinks(const Client& client, device::DriverEvents& events, device::Time now) {
+void GraphReports::readLinks(const Client& client) {
+  std::vector<std::string> sources;
   for (const device::Group& group : ports_.topology().groups()) {
     const std::uint16_t count = group.sources ? group.sources->count : std::uint16_t{0};
     for (std::uint16_t index = 0; index < count; ++index) {
-      const auto source = ports_.name({group.handle, index, device::Side::Source});
-      if (!source) continue;
-      for (const std::string& sink : connectionsOf(client.handle(), *source)) {
-        if (const auto link = ports_.link(*source, sink)) events.linked(*link, now);
-      }
+      if (const auto source = ports_.name({group.handle, index, device::Side::Source})) sources.push_back(*source);
     }
+  }
+  links_.begin(client, std::move(sources));
+}
+
+void GraphReports::tellLinks(device::DriverEvents& events, device::Time now) {
+  std::vector<NamedLink> read = std::exchange(read_, {});
+  std::ranges::move(links_.take(), std::back_inserter(read));
+  for (const auto& [source, sink] : read) {
+    if (const auto link = ports_.link(source, sink)) events.linked(*link, now);
   }
 }
 
@@ -68,7 +80,7 @@ bool GraphReports::readChange(const Change& change, const Client& client, Patche
       return true;
     case Change::Kind::Renamed:
       readPorts(client, events, now);
-      readLinks(client, events, now);
+      readLinks(client);
       return true;
     case Change::Kind::Ended:
       return false;
@@ -85,6 +97,7 @@ bool GraphReports::readChange(const Change& change, const Client& client, Patche
   }
   if (change.source.starts_with(prefix)) return true;
   if (stale_) readPorts(client, events, now);
+  links_.changed(change.source, change.sink);
   if (!patches.isNews(change.source, change.sink, made)) return true;
   const auto link = ports_.link(change.source, change.sink);
   if (!link) return true;
@@ -104,6 +117,7 @@ void GraphReports::enterClients() {
 void GraphReports::clientGone(device::DriverEvents& events, device::Time now) {
   running_.clear();
   clientLog_.systemGone();
+  links_.clientGone();
   stale_ = false;
   tapsDue_.reset();
   if (ports_.update({})) events.topologyChanged(now);

@@ -5,6 +5,7 @@
 
 #include <algorithm>
 #include <cstring>
+#include <limits>
 #include <string>
 #include <vector>
 
@@ -16,10 +17,16 @@ namespace {
 // A third of a second of one port that is completely full, at 128 frames a period.
 constexpr std::size_t InputRingBytes = std::size_t{4} * 1024 * 1024;
 
+// No sizes of events.
+constexpr std::uint32_t Gap = 0;
+constexpr std::uint32_t Connected = std::numeric_limits<std::uint32_t>::max();
+constexpr std::uint32_t ConnectedAgain = Connected - 1;
+constexpr std::uint32_t Disconnected = Connected - 2;
+
 struct Record {
   std::uint32_t number = 0;
-  std::uint32_t size = 0;  // bytes that follow; 0: a gap
-  std::uint64_t lost = 0;
+  std::uint32_t size = 0;  // of an event, whose bytes follow; or one of the above
+  std::uint64_t lost = 0;  // Gap
 };
 
 std::span<const std::uint8_t> bytesOf(const Record& record) {
@@ -44,7 +51,8 @@ bool Input::process(jack_nframes_t frames) {
 bool Input::processSlot(Slot& slot, jack_port_t* port, jack_nframes_t frames) {
   void* buffer = jack_port_get_buffer(port, frames);
   if (buffer == nullptr) return false;
-  bool pushed = false;
+  // After the buffer was read: a connection that is made in between counts from the next period on.
+  bool pushed = pushConnection(slot, jack_port_connected(port) > 0);
   const std::uint32_t count = jack_midi_get_event_count(buffer);
   for (std::uint32_t at = 0; at < count; ++at) {
     jack_midi_event_t event;
@@ -68,9 +76,22 @@ bool Input::processSlot(Slot& slot, jack_port_t* port, jack_nframes_t frames) {
 }
 
 bool Input::pushGap(Slot& slot) {
-  if (!ring_.push(bytesOf({slot.number, 0, slot.lost}), {})) return false;
+  if (!ring_.push(bytesOf({slot.number, Gap, slot.lost}), {})) return false;
   slot.gap = false;
   slot.lost = 0;
+  return true;
+}
+
+// What has no room now is told in a later period.
+bool Input::pushConnection(Slot& slot, bool isThere) {
+  if (!isThere && slot.wasThere) slot.isBroken = true;
+  slot.wasThere |= isThere;
+  const bool isBack = isThere && slot.isBroken;
+  if (isThere == slot.wasTold && !isBack) return false;
+  const std::uint32_t news = isBack ? ConnectedAgain : isThere ? Connected : Disconnected;
+  if (!ring_.push(bytesOf({slot.number, news, 0}), {})) return false;
+  slot.wasTold = isThere;
+  if (isThere) slot.isBroken = false;
   return true;
 }
 
@@ -84,6 +105,9 @@ bool Input::open(jack_client_t* client, std::uint32_t number) {
   free->number = number;
   free->gap = false;
   free->lost = 0;
+  free->wasTold = false;
+  free->wasThere = false;
+  free->isBroken = false;
   free->port.store(port);
   used_.store(std::max(used_.load(), at + 1), std::memory_order_release);
   return true;
@@ -108,20 +132,29 @@ void Input::close(jack_client_t* client, std::uint32_t number) {
   jack_port_unregister(client, port);
 }
 
-bool Input::take(std::size_t bytes, const TakeEvent& event, const TakeGap& gap) {
+bool Input::take(std::size_t bytes, const Takers& takers) {
   std::vector<std::uint8_t> body;
   for (std::size_t taken = 0; taken < bytes;) {
     if (ring_.size() < sizeof(Record)) return false;
     Record record;
     ring_.peek(0, {reinterpret_cast<std::uint8_t*>(&record), sizeof record});
-    body.resize(record.size);
+    body.resize(record.size < Disconnected ? record.size : 0);
     ring_.peek(sizeof record, body);
-    ring_.drop(sizeof record + record.size);
-    taken += sizeof record + record.size;
-    if (record.size > 0) {
-      event(record.number, body);
-    } else {
-      gap(record.number, record.lost);
+    ring_.drop(sizeof record + body.size());
+    taken += sizeof record + body.size();
+    switch (record.size) {
+      case Gap:
+        takers.gap(record.number, record.lost);
+        break;
+      case Connected:
+      case ConnectedAgain:
+      case Disconnected:
+        takers.connection(record.number,
+                          {.isThere = record.size != Disconnected, .wasBroken = record.size == ConnectedAgain});
+        break;
+      default:
+        takers.event(record.number, body);
+        break;
     }
   }
   return ring_.size() >= sizeof(Record);

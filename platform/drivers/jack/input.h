@@ -17,7 +17,8 @@
 namespace drivers::jack {
 
 // Events that arrive reach the service through one ring, in order. Events that the ring has no room for are lost and
-// counted. The count of lost messages is at the place of the first loss.
+// counted. The count of lost messages is at the place of the first loss. The ring also holds what becomes of the ports'
+// connections, between the events before and after.
 class Input {
  public:
   static constexpr std::size_t MaxPorts = 1024;
@@ -43,9 +44,21 @@ class Input {
   using TakeEvent = std::function<void(std::uint32_t number, std::span<const std::uint8_t> event)>;
   using TakeGap = std::function<void(std::uint32_t number, std::uint64_t lost)>;
 
-  // Service: takes about this many bytes out of the ring. event: called for each event. gap: called where events are
-  // missing (lost: how many messages lost their beginning). Returns true if the ring holds more.
-  bool take(std::size_t bytes, const TakeEvent& event, const TakeGap& gap);
+  // A change of a port's connection.
+  struct Connection {
+    bool isThere = false;    // what the source emits from now on arrives
+    bool wasBroken = false;  // it is there again, and what the source emitted in between did not arrive
+  };
+  using TakeConnection = std::function<void(std::uint32_t number, Connection connection)>;
+
+  struct Takers {
+    TakeEvent event;
+    TakeGap gap;  // called where events are missing; lost: how many messages lost their beginning
+    TakeConnection connection;
+  };
+
+  // Service: takes about this many bytes out of the ring. Returns true if the ring holds more.
+  bool take(std::size_t bytes, const Takers& takers);
 
  private:
   struct Slot {
@@ -54,11 +67,15 @@ class Input {
     // For the process callback:
     bool gap = false;
     std::uint64_t lost = 0;
+    bool wasTold = false;   // the ring was told last that the connection exists
+    bool wasThere = false;  // the connection has existed
+    bool isBroken = false;  // it has been missing since, and the ring was not told that it is back
   };
 
   const Slot* find(std::uint32_t number) const;
   bool processSlot(Slot& slot, jack_port_t* port, jack_nframes_t frames);
   bool pushGap(Slot& slot);
+  bool pushConnection(Slot& slot, bool isThere);
 
   const ProcessGate& gate_;
   SpscRing ring_;

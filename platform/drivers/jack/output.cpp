@@ -50,6 +50,7 @@ void Output::processSlot(Slot& slot, jack_port_t* port, jack_nframes_t frames) {
   void* buffer = jack_port_get_buffer(port, frames);
   if (buffer == nullptr) return;
   jack_midi_clear_buffer(buffer);
+  if (slot.abandoned.load()) return;
   // A connection that exists now may have been made during this period, too late for a reader.
   const bool connected = jack_port_connected(port) > 0;
   if (!connected || !slot.settled.load()) {
@@ -109,6 +110,13 @@ Output::Closed Output::close(std::size_t number) {
   closed.messages = messagesIn(*slot.ring);
   slot.ring.reset();
   return closed;
+}
+
+std::uint64_t Output::abandon(std::size_t number) {
+  Slot& slot = (*slots_)[number];
+  slot.abandoned.store(true);
+  gate_.pass();
+  return messagesIn(*slot.ring);
 }
 
 }  // namespace drivers::jack

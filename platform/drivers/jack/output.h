@@ -53,12 +53,17 @@ class Output {
   };
   Closed close(std::size_t number);
 
+  // Service: the client is about to be closed. Sends nothing more through this port, drops what waits, and returns how
+  // many messages that were. An open may be under way, so the ring lives as long as this object.
+  std::uint64_t abandon(std::size_t number);
+
  private:
   struct Slot {
     std::atomic<jack_port_t*> port{nullptr};
     std::unique_ptr<SpscRing> ring;    // null: free; changes only while port is null
     std::atomic<bool> settled{false};  // the connection existed in the last period
-    std::size_t offset = 0;            // for the process callback: how much of the ring's first piece has been sent
+    std::atomic<bool> abandoned{false};
+    std::size_t offset = 0;  // for the process callback: how much of the ring's first piece has been sent
   };
 
   static void processSlot(Slot& slot, jack_port_t* port, jack_nframes_t frames);

@@ -65,6 +65,7 @@ std::optional<device::Time> Patches::advance(device::DriverEvents& events, devic
 
 // The connection is now as the request wanted it, unless JACK has reported a later change.
 device::Status Patches::finish(const Open& open, int result, device::DriverEvents& events, device::Time now) {
+  links_.changed(open.source, open.sink);
   if (open.made) {
     if (result != 0 && result != EEXIST) return device::Status::Refused;
     if (result == 0 && !open.echoed) echoes_.expect(open.source, open.sink, true);

@@ -9,6 +9,7 @@
 #include "platform/device/driver.h"
 #include "platform/drivers/jack/client.h"
 #include "platform/drivers/jack/echoes.h"
+#include "platform/drivers/jack/link_reading.h"
 #include "platform/drivers/jack/server_thread.h"
 
 namespace drivers::jack {
@@ -16,8 +17,8 @@ namespace drivers::jack {
 // Asks the server to make and end connections, and separates its reports of these changes from news.
 class Patches {
  public:
-  // server: must outlive this object.
-  explicit Patches(ServerThread& server) : server_(server) {}
+  // links: is told of what is reported. Both must outlive this object.
+  Patches(ServerThread& server, LinkReading& links) : server_(server), links_(links) {}
 
   // See device::Driver::patch. names: of the source and the sink of the connection.
   void ask(Client& client, device::RequestId request, bool made, const device::Link& link,
@@ -52,6 +53,7 @@ class Patches {
   device::Status finish(const Open& open, int result, device::DriverEvents& events, device::Time now);
 
   ServerThread& server_;
+  LinkReading& links_;
   Echoes echoes_;
   std::list<Open> open_;  // in the order of the requests
   bool tooLong_ = false;

@@ -113,6 +113,7 @@ void ServerThread::State::serve(std::unique_lock<std::mutex>& lock) {
     lock.lock();
   }
   request->result = made;
+  changed.notify_all();
   wakeup->wake();
 }
 
@@ -193,6 +194,12 @@ ServerThread::Request ServerThread::ask(Work work, Turn turn, Undo undo) {
 
 std::optional<int> ServerThread::result(const Request& request) const {
   const std::lock_guard lock(state_->mutex);
+  return request->result;
+}
+
+std::optional<int> ServerThread::result(const Request& request, std::chrono::milliseconds patience) {
+  std::unique_lock lock(state_->mutex);
+  state_->changed.wait_for(lock, patience, [&] { return request->result.has_value(); });
   return request->result;
 }
 

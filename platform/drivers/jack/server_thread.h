@@ -27,7 +27,7 @@ class ServerRequest;
 
 // All calls that wait for the server are made here, one after the other: requests block while the server is halted,
 // opening a client blocks while it hangs, and closing a client whose server died has been seen to hang. The thread
-// receives no signals. The operations never wait for the server, except result with a timeout and the destructor.
+// receives no signals. The operations never wait for the server, except those with a timeout and the destructor.
 class ServerThread {
  public:
   using Opened = std::variant<std::unique_ptr<Client>, std::string>;
@@ -66,6 +66,9 @@ class ServerThread {
 
   // Returns the result of a request, or nullopt while it is not done.
   std::optional<int> result(const Request& request) const;
+
+  // The same, but blocks until the request is done; nullopt on timeout.
+  std::optional<int> result(const Request& request, std::chrono::milliseconds patience);
 
   // Gives up a request. Never: it has not begun, and never begins. Undone: it runs, and is undone when it is done.
   // Done: it was done before, and has its result.

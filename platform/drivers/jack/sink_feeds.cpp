@@ -113,7 +113,13 @@ void SinkFeeds::pumpQueue(Feed& feed) {
 }
 
 void SinkFeeds::clientGone(Client& client, device::Time now) {
-  for (auto at = feeds_.begin(); at != feeds_.end();) at = drop(client, at, unsent::PortHasGone, now).first;
+  for (auto& [sink, feed] : feeds_) {
+    // Its port may just be made.
+    const std::uint64_t left = feed.queue.waitingMessages() + client.output().abandon(feed.number);
+    if (left > 0) bursts_.addUnsent(left, feed.sinkName, unsent::PortHasGone, now);
+  }
+  feeds_.clear();
+  waiting_ = 0;
 }
 
 SinkFeeds::Feed* SinkFeeds::open(Client& client, const PortDirectory& ports, device::PortId sink, device::Time now) {
@@ -130,19 +136,15 @@ SinkFeeds::Feed* SinkFeeds::open(Client& client, const PortDirectory& ports, dev
 
 SinkFeeds::Feeds::iterator SinkFeeds::close(Client& client, Feeds::iterator feed, std::string_view reason,
                                             device::Time now) {
-  const auto [next, port] = drop(client, feed, reason, now);
-  if (port != nullptr) server_.ask([&client, port = port] { return jack_port_unregister(client.handle(), port); });
-  return next;
-}
-
-std::pair<SinkFeeds::Feeds::iterator, jack_port_t*> SinkFeeds::drop(Client& client, Feeds::iterator feed,
-                                                                    std::string_view reason, device::Time now) {
   waiting_ -= feed->second.queue.waitingBytes();
   std::uint64_t left = feed->second.queue.waitingMessages();
   const Output::Closed closed = client.output().close(feed->second.number);
   left += closed.messages;
   if (left > 0) bursts_.addUnsent(left, feed->second.sinkName, reason, now);
-  return {feeds_.erase(feed), closed.port};
+  if (closed.port != nullptr) {
+    server_.ask([&client, port = closed.port] { return jack_port_unregister(client.handle(), port); });
+  }
+  return feeds_.erase(feed);
 }
 
 }  // namespace drivers::jack

@@ -65,9 +65,6 @@ class SinkFeeds {
   // The feed has no open request.
   // reason: of what is not sent, see unsent.
   Feeds::iterator close(Client& client, Feeds::iterator feed, std::string_view reason, device::Time now);
-  // Like close, but leaves the port to the caller; null if there is none.
-  std::pair<Feeds::iterator, jack_port_t*> drop(Client& client, Feeds::iterator feed, std::string_view reason,
-                                                device::Time now);
 
   ServerThread& server_;
   BurstLog& bursts_;

@@ -12,12 +12,16 @@ namespace drivers::jack {
 
 namespace {
 
-// On the server's thread. Connects a port to a source. What the source emits after the return arrives.
-void connectTap(Client& client, std::uint32_t number, const std::string& source) {
+// The result of a request that JACK has refused: the source does not exist, or its client is not active.
+constexpr int NotConnected = -2;
+
+// On the server's thread. Connects a port to a source, from one of the next periods on. Does not wait for that: with
+// many taps, these periods would add up.
+int connectTap(Client& client, std::uint32_t number, const std::string& source) {
   const jack_port_t* port = client.input().port(number);
-  if (port == nullptr) return;
+  if (port == nullptr) return NotConnected;
   const int result = jack_connect(client.handle(), source.c_str(), jack_port_name(port));
-  if (result == 0 || result == EEXIST) client.awaitConnection(port);
+  return result == 0 || result == EEXIST ? 0 : NotConnected;
 }
 
 }  // namespace
@@ -53,8 +57,9 @@ std::optional<device::Time> SourceTaps::advance(Client& client, device::DriverEv
   std::optional<device::Time> next;
   for (auto at = asked_.begin(); at != asked_.end();) {
     Tap& tap = taps_.at(*at);
-    if (const auto result = server_.result(tap.request)) {
-      at = isDone(client, *at, *result, events, now) ? asked_.erase(at) : std::next(at);
+    const auto result = tap.request ? server_.result(tap.request) : std::optional(0);
+    if (result && isMade(client, *at, *result, events, now)) {
+      at = asked_.erase(at);
       continue;
     }
     if (tap.deadline && now >= *tap.deadline) {
@@ -70,8 +75,8 @@ std::optional<device::Time> SourceTaps::advance(Client& client, device::DriverEv
   return next;
 }
 
-// Returns false if another request follows.
-bool SourceTaps::isDone(Client& client, device::PortId source, int result, device::DriverEvents& events,
+// Returns false if another request follows, or the connection is not in effect yet.
+bool SourceTaps::isMade(Client& client, device::PortId source, int result, device::DriverEvents& events,
                         device::Time now) {
   Tap& tap = taps_.at(source);
   if (result == NoPort) {
@@ -83,13 +88,12 @@ bool SourceTaps::isDone(Client& client, device::PortId source, int result, devic
   }
   tap.isNew = false;
   if (const auto name = std::exchange(tap.next, std::nullopt)) {
-    tap.request = server_.ask([&client, number = tap.number, name = *name] {
-      connectTap(client, number, name);
-      return 0;
-    });
+    tap.request =
+        server_.ask([&client, number = tap.number, name = *name] { return connectTap(client, number, name); });
     return false;
   }
   tap.request.reset();
+  if (result != NotConnected && !tap.isConnected) return false;
   tap.deadline.reset();
   events.used(source, device::Status::Ok, now);
   return true;
@@ -146,7 +150,18 @@ bool SourceTaps::take(Client& client, device::DriverEvents& events, device::Time
     reader.gap(lost);
     if (const auto all = reader.takeLost(); all > 0) events.lost(found->second, all, now);
   };
-  return client.input().take(bytes, event, gap);
+  const auto connection = [&](std::uint32_t number, Input::Connection changed) {
+    const auto found = sources_.find(number);
+    if (found == sources_.end()) return;
+    Tap& tap = taps_.at(found->second);
+    tap.isConnected = changed.isThere;
+    if (!changed.wasBroken) return;
+    // Another client had disconnected it. A message that was cut is part of the loss.
+    tap.reader.gap(0);
+    tap.reader.takeLost();
+    events.lost(found->second, 0, now);
+  };
+  return client.input().take(bytes, {event, gap, connection});
 }
 
 SourceTaps::Tap& SourceTaps::tap(Client& client, const std::string& name, device::PortId source,
@@ -157,22 +172,16 @@ SourceTaps::Tap& SourceTaps::tap(Client& client, const std::string& name, device
     tap.number = ++lastNumber_;
     tap.isNew = true;
     sources_.emplace(tap.number, source);
-    tap.request = server_.ask(
-        [&client, number = tap.number, name] {
-          if (!client.input().open(client.handle(), number)) return NoPort;
-          connectTap(client, number, name);
-          return 0;
-        },
-        turn);
-  } else if (tap.request) {
+  }
+  if (tap.request && server_.withdraw(tap.request) != ServerThread::Withdrawn::Never) {
     // It may have found that the source does not exist.
     tap.next = name;
   } else {
     // A connection that exists already stays.
     tap.request = server_.ask(
-        [&client, number = tap.number, name] {
-          connectTap(client, number, name);
-          return 0;
+        [&client, number = tap.number, name, opens = tap.isNew] {
+          if (opens && !client.input().open(client.handle(), number)) return NoPort;
+          return connectTap(client, number, name);
         },
         turn);
   }

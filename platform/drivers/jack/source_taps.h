@@ -58,7 +58,8 @@ class SourceTaps {
     SourceReader reader{};
     ServerThread::Request request{};         // null: none is open
     bool isNew = false;                      // the request makes the port, too
-    std::optional<device::Time> deadline{};  // of the request
+    bool isConnected = false;                // what the source emits arrives
+    std::optional<device::Time> deadline{};  // for the connection to be in effect
     std::optional<std::string> next{};       // connect to the source of this name afterwards
   };
 
@@ -66,7 +67,7 @@ class SourceTaps {
   // the source's client is not active; restore tries again.
   Tap& tap(Client& client, const std::string& name, device::PortId source, ServerThread::Turn turn);
   void untap(Client& client, device::PortId source);
-  bool isDone(Client& client, device::PortId source, int result, device::DriverEvents& events, device::Time now);
+  bool isMade(Client& client, device::PortId source, int result, device::DriverEvents& events, device::Time now);
   void noteMissing(device::DriverEvents& events);
 
   ServerThread& server_;
@@ -74,7 +75,7 @@ class SourceTaps {
   SkippedPeriods skipped_;
   std::map<device::PortId, Tap> taps_;
   std::unordered_map<std::uint32_t, device::PortId> sources_;  // by port number
-  std::set<device::PortId> asked_;                             // those of taps_ with a request
+  std::set<device::PortId> asked_;                             // those of taps_ that are being made
   std::uint32_t lastNumber_ = 0;
   std::size_t missing_ = 0;  // ports that JACK did not give, not logged yet
   bool tooLong_ = false;

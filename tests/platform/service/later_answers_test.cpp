@@ -251,6 +251,32 @@ TEST_F(LaterAnswers, ManyAnswersComeInPiecesAndInOrder) {
   EXPECT_EQ(service_->counts().uncountedLosses, 0U);
 }
 
+// The sources of a large sink are looked at in pieces. One that is refused in the first piece is an error for who asks
+// for the sink, and a loss only for whose tap has stood.
+TEST_F(LaterAnswers, RefusalInAPieceIsALossOnlyForTapsThatStood) {
+  constexpr std::uint16_t Many = 1000;
+  act([&](device::DriverEvents&) { device_->change(evenTopology(2, Many)); });
+  act([](device::DriverEvents& events) {
+    for (std::uint16_t index = 0; index < Many; ++index) events.linked(link(out(0, index), in(1, 0)), {});
+  });
+  device_->whetherUsable = [](device::PortId source) {
+    return source.index < 2 ? std::nullopt : std::optional(source.index == 2 ? Status::Refused : Status::Ok);
+  };
+  const ClientId other = service_->addClient();
+  const Reply stands = service_->tap(other, One, "G0Out1", 1004, {});
+  usable(out(0, 0), Status::Ok);
+  EXPECT_EQ(service_->takeAnswers(), (std::vector<Answer>{{stands.request, Status::Ok}}));
+
+  const Reply reply = tap("G1In1");
+  EXPECT_EQ(reply.status, std::nullopt);
+  usable(out(0, 0), Status::Refused);
+  while (service_->advance({})) {
+  }
+  EXPECT_EQ(service_->takeAnswers(), (std::vector<Answer>{{reply.request, Status::Refused}}));
+  EXPECT_EQ(textsOfClient(other), Texts{"lost before 0"});
+  EXPECT_FALSE(service_->hasEvents(client_)) << "an error is no loss";
+}
+
 // What the first ones were not told is not forgotten when the news comes while others are told.
 TEST_F(LaterAnswers, NewsDuringAPieceReachesAll) {
   constexpr std::size_t Many = 300;
@@ -272,6 +298,44 @@ TEST_F(LaterAnswers, TapWhosePortGoesStandsUntilThePortReturns) {
   act([&](device::DriverEvents&) { device_->change(evenTopology(1, 1)); });
   EXPECT_EQ(service_->takeAnswers(), (std::vector<Answer>{{reply.request, Status::Ok}}));
   EXPECT_EQ(service_->counts(client_).taps, 1U);
+}
+
+// Until the device has found it again, nothing arrives.
+TEST_F(LaterAnswers, SourceThatReturnsIsAskedForAgain) {
+  const ClientId other = service_->addClient();
+  tap("G1Out1");
+  usable(out(1, 0), Status::Ok);
+  service_->takeAnswers();
+  act([&](device::DriverEvents&) { device_->change(evenTopology(1, 1)); });
+  news();
+  act([&](device::DriverEvents&) { device_->change(evenTopology(2, 1)); });
+  EXPECT_EQ(news(), Told{"use G1Out1"});
+  const Reply reply = service_->tap(other, One, "G1Out1", 1004, {});
+  EXPECT_EQ(reply.status, std::nullopt);
+  const Reply again = tap("G1Out1");
+  EXPECT_EQ(again.status, std::nullopt) << "also who tapped it before";
+  EXPECT_TRUE(service_->takeAnswers().empty());
+  usable(out(1, 0), Status::Ok);
+  EXPECT_EQ(service_->takeAnswers(), (std::vector<Answer>{{reply.request, Status::Ok}, {again.request, Status::Ok}}));
+  EXPECT_FALSE(service_->hasEvents(client_));
+  EXPECT_EQ(news(), Told{});
+
+  act([&](device::DriverEvents&) { device_->change(evenTopology(1, 1)); });
+  device_->whetherUsable = [](device::PortId) { return Status::Refused; };
+  act([&](device::DriverEvents&) { device_->change(evenTopology(2, 1)); });
+  EXPECT_EQ(news(), Told{"use G1Out1"});
+  EXPECT_EQ(texts(), Texts{"lost before 0"});
+}
+
+// Nobody needs it any more when it returns.
+TEST_F(LaterAnswers, SourceThatReturnsUnusedIsNotAskedFor) {
+  tap("G1Out1");
+  usable(out(1, 0), Status::Ok);
+  act([&](device::DriverEvents&) { device_->change(evenTopology(1, 1)); });
+  EXPECT_EQ(service_->untap(client_, One, "G1Out1", {}), Status::Ok);
+  news();
+  act([&](device::DriverEvents&) { device_->change(evenTopology(2, 1)); });
+  EXPECT_EQ(news(), Told{});
 }
 
 }  // namespace

@@ -117,6 +117,7 @@ class Driven : private device::DriverEvents {
     emittedTexts.clear();
     emittedBytes.clear();
     lossNews.clear();
+    lossPlaces.clear();
     emittedCount = 0;
     lostCount = 0;
     late = 0;
@@ -132,6 +133,7 @@ class Driven : private device::DriverEvents {
   std::vector<std::string> linkNews;                    // +SOURCE SINK, -SOURCE SINK
   std::set<std::string> links;                          // SOURCE SINK
   std::vector<std::string> lossNews;                    // SOURCE COUNT
+  std::vector<std::size_t> lossPlaces;                  // of each: how many messages came before it
   std::map<std::string, device::Status> uses;           // what was said last of a source
   std::map<device::RequestId, device::Status> answers;  // to patches
   std::uint64_t emittedCount = 0;
@@ -179,6 +181,7 @@ class Driven : private device::DriverEvents {
   void lost(device::PortId source, std::uint64_t count, device::Time /*now*/) override {
     lostCount += count;
     lossNews.push_back(name(source) + " " + std::to_string(count));
+    lossPlaces.push_back(emittedCount);
   }
   void patched(device::RequestId request, device::Status status, device::Time /*now*/) override {
     if (!answers.emplace(request, status).second) throw std::runtime_error("two answers to one request");

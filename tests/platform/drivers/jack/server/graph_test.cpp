@@ -2,6 +2,9 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
+#include <chrono>
+#include <thread>
+
 #include "tests/platform/drivers/jack/server/driven.h"
 #include "tests/platform/drivers/jack/server/jack_peer.h"
 #include "tests/platform/drivers/jack/server/jack_server.h"
@@ -162,6 +165,21 @@ TEST_F(JackGraph, SourceThatFindsNoFreePortInJackIsRefusedAndLogged) {
   EXPECT_TRUE(driven.runUntil([&] { return driven.uses.at("keys:" + ports[used]) == device::Status::Ok; }));
 }
 
+// Each connection takes effect with the next period, a sixth of a second later. One after the other, they would take
+// longer than a client waits.
+TEST_F(JackGraph, ManySourcesWaitForTheSamePeriod) {
+  server.reset();
+  JackServer slow(2048, 8192);
+  constexpr int Many = 16;
+  std::vector<std::string> ports;
+  for (int number = 0; number < Many; ++number) ports.push_back("out" + std::to_string(number));
+  JackPeer keys("keys", ports, {});
+  Driven driven;
+  for (const std::string& port : ports) EXPECT_EQ(driven.startUse("keys:" + port), std::nullopt);
+  EXPECT_TRUE(driven.runUntil([&] { return driven.uses.size() == Many; }, std::chrono::seconds(20)));
+  for (const auto& [source, status] : driven.uses) EXPECT_EQ(status, device::Status::Ok) << source;
+}
+
 TEST_F(JackGraph, ARenamedPortKeepsItsConnectionsAndItsTap) {
   JackPeer keys("keys", {"out"}, {});
   JackPeer synth("synth", {}, {"in"});
@@ -171,6 +189,31 @@ TEST_F(JackGraph, ARenamedPortKeepsItsConnectionsAndItsTap) {
   ASSERT_TRUE(driven.runUntil([&] { return driven.links.contains("keys:loud synth:in"); }));
   EXPECT_FALSE(driven.isThere("keys:out"));
   EXPECT_THAT(driven.links, ElementsAre("keys:loud synth:in"));
+}
+
+// While a change waits for the next period, which does not come, JACK answers each question only after a period.
+TEST_F(JackGraph, ConnectionsAreReadWhileOthersAreServed) {
+  server.reset();
+  JackServer slow(2048, 8192);
+  constexpr int Many = 60;
+  std::vector<std::string> ports;
+  for (int number = 0; number < Many; ++number) ports.push_back("out" + std::to_string(number));
+  JackPeer keys("keys", ports, {});
+  JackPeer synth("synth", {}, {"in"});
+  slow.tool("jack_connect", {"keys:out7", "synth:in"});
+  Driven driven;
+  EXPECT_THAT(driven.links, ElementsAre("keys:out7 synth:in")) << "what exists at the start";
+  keys.renameSource("out7", "loud");
+  std::this_thread::sleep_for(std::chrono::milliseconds(50));
+  const auto patch = driven.startPatch(true, "keys:out1", "synth:in");
+  std::this_thread::sleep_for(std::chrono::milliseconds(5));
+  slow.halt();
+  driven.runFor(std::chrono::milliseconds(100));
+  EXPECT_LT(driven.longestAdvance, std::chrono::milliseconds(500));
+  slow.resume();
+  EXPECT_EQ(driven.answer(patch), device::Status::Ok);
+  EXPECT_TRUE(driven.runUntil([&] { return driven.links.size() == 2; }));
+  EXPECT_THAT(driven.links, ElementsAre("keys:loud synth:in", "keys:out1 synth:in"));
 }
 
 TEST_F(JackGraph, TwoDriversShareOneServer) {

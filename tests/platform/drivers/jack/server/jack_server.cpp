@@ -17,7 +17,6 @@
 #include <thread>
 
 #include "tests/support/case_runner.h"
-#include "tests/support/sanitizer.h"
 #include "tests/support/unique_fd.h"
 
 namespace drivers::jack {
@@ -31,9 +30,6 @@ constexpr auto Patience = 10s;
 constexpr auto LeavingPatience = 1s;
 
 constexpr int Names = 4;
-
-// Frames of 48,000 in a second. A client that a sanitizer slows down needs longer for each, or is late in most.
-constexpr const char* Period = testsupport::Sanitized ? "1024" : "128";
 
 // Whether a process is a server of this name.
 bool isServer(pid_t process, const std::string& name) {
@@ -126,7 +122,7 @@ std::string JackServer::whyNot() {
   return {};
 }
 
-JackServer::JackServer(int ports) : ports_(ports) {
+JackServer::JackServer(int ports, int frames) : ports_(ports), frames_(frames) {
   choose();
   start();
 }
@@ -148,7 +144,7 @@ void JackServer::startAlone() {
   descriptors.duplicate(STDERR_FILENO, STDOUT_FILENO);
   child_.emplace(testsupport::Command{"jackd",
                                       {"-r", "-p", std::to_string(ports_), "-n", serverName().text(), "-d", "dummy",
-                                       "-r", "48000", "-p", Period},
+                                       "-r", "48000", "-p", std::to_string(frames_)},
                                       environment(),
                                       {}},
                  descriptors);

@@ -10,6 +10,7 @@
 
 #include "tests/support/child.h"
 #include "tests/support/process.h"
+#include "tests/support/sanitizer.h"
 #include "tests/support/scratch_folder.h"
 
 namespace drivers::jack {
@@ -19,9 +20,13 @@ namespace drivers::jack {
 // of servers that were killed, until one of the same name is started: so there are no more.
 class JackServer {
  public:
+  // The frames of a period, 48,000 in a second. A client that a sanitizer slows down needs longer for each, or is late
+  // in most.
+  static constexpr int Frames = testsupport::Sanitized ? 1024 : 128;
+
   // Starts it. ports: the most that it gives to all clients together. Throws std::runtime_error, with what it has
   // printed, when it does not run within ten seconds.
-  explicit JackServer(int ports = 2048);
+  explicit JackServer(int ports = 2048, int frames = Frames);
   JackServer(const JackServer&) = delete;
   JackServer& operator=(const JackServer&) = delete;
   ~JackServer();
@@ -62,6 +67,7 @@ class JackServer {
   std::string logPath() const { return folder_.path() / "log"; }
 
   int ports_;
+  int frames_;
   testsupport::ScratchFolder folder_;
   std::optional<testsupport::Child> child_;
 };

@@ -50,17 +50,42 @@ TEST_F(JackMessages, ATapReturnsWithItsPort) {
   });
 }
 
-TEST_F(JackMessages, ATapThatAnotherClientDisconnectsIsMadeAgain) {
+TEST_F(JackMessages, ATapThatAnotherClientDisconnectsIsMadeAgainAfterALossOfUnknownSize) {
   driven->use("peer:out");
   const std::string own = [&] {
     const std::string listed = server->tool("jack_lsp", {"-c", "peer:out"});
     const auto begin = listed.find("   ") + 3;
     return listed.substr(begin, listed.find('\n', begin) - begin);
   }();
-  server->tool("jack_disconnect", {"peer:out", own});
-  ASSERT_TRUE(driven->runUntil([&] {
-    return server->tool("jack_lsp", {"-c", "peer:out"}).find(own) != std::string::npos;
-  }));
+  driven->use("peer:out2");
+  tryUndisturbed([&] {
+    peer->emit("out", {{0x90, 1, 1}, {0xF0, 1}});
+    driven->runUntil([&] { return driven->emittedCount == 1; }, std::chrono::seconds(2));
+    driven->uses.clear();
+    server->tool("jack_disconnect", {"peer:out", own});
+    driven->runUntil([&] { return driven->uses.contains("peer:out"); });
+    // The rest of a message that was cut is none.
+    peer->emit("out", {{2, 0xF7}, {0x90, 2, 2}});
+    driven->runUntil([&] { return driven->emittedCount == 2; }, std::chrono::seconds(2));
+    return driven->emittedTexts == std::vector<std::string>{"peer:out 0: 90 01 01", "peer:out 0: 90 02 02"} &&
+           driven->lossNews == std::vector<std::string>{"peer:out 0"} &&
+           driven->lossPlaces == std::vector<std::size_t>{1};
+  });
+  EXPECT_THAT(server->tool("jack_lsp", {"-c", "peer:out"}), testing::HasSubstr(own));
+}
+
+TEST_F(JackMessages, ATapWhoseSourceGoesAndReturnsHasNoLoss) {
+  driven->use("peer:out");
+  tryUndisturbed([&] {
+    peer->removeSource("out");
+    if (!driven->runUntil([&] { return !driven->isThere("peer:out"); })) return false;
+    peer->addSource("out");
+    driven->uses.clear();
+    if (!driven->runUntil([&] { return driven->uses.contains("peer:out"); })) return false;
+    peer->emit("out", {{0x90, 1, 2}});
+    return driven->runUntil([&] { return driven->emittedCount == 1; }, std::chrono::seconds(2)) &&
+           driven->lossNews.empty();
+  });
 }
 
 TEST_F(JackMessages, ALongSystemExclusiveArrivesWhole) {
