@@ -1,9 +1,14 @@
 #include "terminal/held_signals.h"
 
+#include <fcntl.h>
 #include <poll.h>
+#include <unistd.h>
 
 #include <algorithm>
+#include <cerrno>
 #include <csignal>
+
+#include "terminal/own_opening.h"
 
 namespace flowscope {
 namespace {
@@ -14,8 +19,28 @@ constexpr std::chrono::milliseconds PartingBudget{100};
 // first to use them.
 constinit thread_local std::atomic<int> depth{0};
 constinit thread_local std::atomic<int> held{0};
+constinit thread_local std::atomic<int> blocking{-1};     // the descriptor of the BlockingStep
+constinit thread_local std::atomic<int> flagsBefore{-1};  // of it, to set again
 
 static_assert(std::atomic<int>::is_always_lock_free, "signal handlers use them");
+
+// For the handler that holds a signal.
+void stopBlocking(int descriptor) noexcept {
+  const int savedErrno = errno;
+  const Behind behind = whatIsBehind(descriptor);
+  const int opened = behind == Behind::Pipe || behind == Behind::Terminal ? openAgain(descriptor) : -1;
+  if (opened >= 0) {
+    // The signal ends the program, so nobody needs the shared opening here any more.
+    dup2(opened, descriptor);
+    close(opened);
+  } else if (behind != Behind::Other) {
+    const int flags = fcntl(descriptor, F_GETFL);
+    if (flags >= 0 && (flags & O_NONBLOCK) == 0 && fcntl(descriptor, F_SETFL, flags | O_NONBLOCK) == 0) {
+      flagsBefore.store(flags, std::memory_order_relaxed);
+    }
+  }
+  errno = savedErrno;
+}
 
 }  // namespace
 
@@ -36,10 +61,30 @@ void endHoldingSignals() noexcept {
 bool holdSignal(int signal) noexcept {
   if (!isHoldingSignals() || held.load(std::memory_order_relaxed) != 0) return false;
   held.store(signal, std::memory_order_relaxed);
+  const int descriptor = blocking.load(std::memory_order_relaxed);
+  if (descriptor >= 0) stopBlocking(descriptor);
   return true;
 }
 
 bool isHoldingSignals() noexcept { return depth.load(std::memory_order_relaxed) > 0; }
+
+BlockingStep::BlockingStep(int descriptor) noexcept {
+  blocking.store(descriptor, std::memory_order_relaxed);
+  std::atomic_signal_fence(std::memory_order_seq_cst);
+}
+
+BlockingStep::~BlockingStep() {
+  std::atomic_signal_fence(std::memory_order_seq_cst);
+  const int descriptor = blocking.exchange(-1, std::memory_order_relaxed);
+  std::atomic_signal_fence(std::memory_order_seq_cst);
+  const int flags = flagsBefore.exchange(-1, std::memory_order_relaxed);
+  if (flags < 0) return;
+  const int savedErrno = errno;
+  fcntl(descriptor, F_SETFL, flags);
+  errno = savedErrno;
+}
+
+bool BlockingStep::isTooLate() const noexcept { return held.load(std::memory_order_relaxed) != 0; }
 
 PartingTime::PartingTime() noexcept : end_(std::chrono::steady_clock::now() + PartingBudget) {}
 

@@ -7,8 +7,8 @@
 namespace flowscope {
 
 // Between begin and end, on the same thread, a handler that asks holdSignal leaves what the thread changes alone: the
-// signal is raised again when the outermost pair ends. For short steps; a system call between may block only if it was
-// made on purpose, and must be given up when it returns EINTR.
+// signal is raised again when the outermost pair ends. For short steps; a write between may block only as a
+// BlockingStep, and must be given up when it returns EINTR or EAGAIN.
 void beginHoldingSignals() noexcept;
 void endHoldingSignals() noexcept;
 
@@ -18,6 +18,22 @@ bool holdSignal(int signal) noexcept;
 
 // Whether this thread holds signals now. For signal handlers.
 bool isHoldingSignals() noexcept;
+
+// One write that may block, by a thread that holds signals. A signal that comes during the write interrupts it; one
+// that comes just before would only be handled when the write ends. So for a pipe, a terminal or a socket, the handler
+// that holds the signal ensures that no later write of this process to the descriptor blocks. The flags that other
+// processes share stay, except for the time of the write where the descriptor cannot be opened again. One at a time on
+// a thread.
+class BlockingStep {
+ public:
+  explicit BlockingStep(int descriptor) noexcept;
+  BlockingStep(const BlockingStep&) = delete;
+  BlockingStep& operator=(const BlockingStep&) = delete;
+  ~BlockingStep();
+
+  // True if a signal came before: then do not write.
+  bool isTooLate() const noexcept;
+};
 
 // The time that a signal handler has to write what waits: 100 milliseconds, from its construction on.
 class PartingTime {

@@ -2,15 +2,15 @@
 
 #include <fcntl.h>
 #include <poll.h>
-#include <sys/stat.h>
 #include <unistd.h>
 
 #include <algorithm>
-#include <array>
 #include <cerrno>
 #include <climits>
 #include <cstring>
 #include <mutex>
+
+#include "terminal/own_opening.h"
 
 namespace flowscope {
 namespace {
@@ -24,16 +24,15 @@ class ReadyDescriptor {
   explicit ReadyDescriptor(int descriptor) noexcept : descriptor_(descriptor) {
     // A terminal may report room that is too little for the next character, and another thread may fill a pipe. Flags
     // are shared with other processes; those of another opening are not.
-    const bool isTerminal = isatty(descriptor) == 1;
-    struct stat status {};
-    if (!isTerminal && !(fstat(descriptor, &status) == 0 && S_ISFIFO(status.st_mode))) return;
+    const Behind behind = whatIsBehind(descriptor);
+    if (behind != Behind::Terminal && behind != Behind::Pipe) return;
     opened_ = openAgain(descriptor);
     if (opened_ >= 0) {
       descriptor_ = opened_;
       return;
     }
     // Another user's terminal cannot be opened again. A pipe that cannot has no reader.
-    flags_ = isTerminal ? fcntl(descriptor, F_GETFL) : -1;
+    flags_ = behind == Behind::Terminal ? fcntl(descriptor, F_GETFL) : -1;
     if (flags_ < 0 || fcntl(descriptor, F_SETFL, flags_ | O_NONBLOCK) < 0) descriptor_ = -1;
   }
   ReadyDescriptor(const ReadyDescriptor&) = delete;
@@ -47,16 +46,6 @@ class ReadyDescriptor {
   int get() const noexcept { return descriptor_; }
 
  private:
-  static int openAgain(int descriptor) noexcept {
-    constexpr std::string_view Folder = "/proc/self/fd/";
-    std::array<char, 32> path{};
-    std::copy(Folder.begin(), Folder.end(), path.begin());
-    std::size_t end = Folder.size() + 1;
-    for (int rest = descriptor; rest >= 10; rest /= 10) ++end;
-    for (; end > Folder.size(); descriptor /= 10) path.at(--end) = static_cast<char>('0' + descriptor % 10);
-    return open(path.data(), O_WRONLY | O_NONBLOCK | O_NOCTTY | O_CLOEXEC);
-  }
-
   int descriptor_;
   int opened_ = -1;
   int flags_ = -1;  // to set again
@@ -90,6 +79,9 @@ PendingText::Mark PendingText::end() const {
 
 PendingText::Outcome PendingText::writeOnce(int descriptor, Mark before) {
   const std::lock_guard guard(lock_);
+  const BlockingStep step(descriptor);
+  // The signal is raised when the lock is released.
+  if (step.isTooLate()) return {State::Left};
   return writeLocked(descriptor, before, Capacity);
 }
 

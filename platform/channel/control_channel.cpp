@@ -40,13 +40,21 @@ bool ControlChannel::finish() { return waitForRoom(0, Patience::TwoSeconds) && !
 bool ControlChannel::handOver(const wire::Body& message, std::uint64_t messages, Patience patience) {
   // Reading costs as much as sending, so it is done only when half of the window is used up, or when the service may
   // wait until this client takes the rest of an answer.
-  if (answerIsOwed_ || sent_ - taken_ >= (welcome_.sendWindow + 1) / 2) takeIn(0);
+  if (owed_ != Owed::Nothing || sent_ - taken_ >= (welcome_.sendWindow + 1) / 2) takeIn(0);
+  if (owed_ == Owed::RestOfAnswer) awaitRest();
   if (forgotten_ || welcome_.sendWindow == 0 || !waitForRoom(welcome_.sendWindow - 1, patience) ||
       !connection_.send(0, message))
     return false;
   ++sent_;
   messages_ += messages;
   return waitForSocket(patience);
+}
+
+void ControlChannel::awaitRest() {
+  const Deadline deadline(AnswerTime);
+  while (owed_ == Owed::RestOfAnswer && !forgotten_ && connection_.waitThroughSignals(deadline)) takeIn(0, deadline);
+  // If the service has stopped in the middle, the next message waits only when it goes on.
+  if (owed_ == Owed::RestOfAnswer) owed_ = Owed::Answer;
 }
 
 bool ControlChannel::waitForSocket(Patience patience) {
@@ -85,7 +93,7 @@ std::optional<wire::Body> ControlChannel::askAnything(const wire::Body& request,
   if (++lastTag_ == 0) ++lastTag_;
   if (!connection_.send(lastTag_, request)) return std::nullopt;
   pieces_.clear();
-  answerIsOwed_ = true;
+  owed_ = Owed::Answer;
   do {
     if (!connection_.waitThroughSignals(deadline)) return std::nullopt;
     if (auto answer = takeIn(lastTag_, deadline)) return answer;
@@ -115,6 +123,12 @@ std::optional<wire::Body> ControlChannel::takeIn(std::uint32_t tag, const Deadli
     const auto* result = std::get_if<wire::Result>(&envelope->body);
     if (result != nullptr && result->status == device::Status::NoSession) forgotten_ = true;
     if (result != nullptr && envelope->tag == 0) refusal_ = result->status;
+    if (envelope->tag != 0 && owed_ != Owed::Nothing) {
+      // The answers to older requests, which have timed out, come before the last one's.
+      owed_ = !wire::isLast(envelope->body) ? Owed::RestOfAnswer
+              : envelope->tag == lastTag_   ? Owed::Nothing
+                                            : Owed::Answer;
+    }
     if (const auto* taken = std::get_if<wire::Taken>(&envelope->body)) {
       if (taken->count <= sent_) taken_ = std::max(taken_, taken->count);
       if (taken->unsendable <= messages_) unsendable_ = std::max(unsendable_, taken->unsendable);
@@ -123,7 +137,6 @@ std::optional<wire::Body> ControlChannel::takeIn(std::uint32_t tag, const Deadli
       // Answers to requests that have timed out have older tags.
       if (auto whole = pieces_.add(std::move(envelope->body), message->size())) {
         answer = std::move(whole);
-        answerIsOwed_ = false;
       }
       if (pieces_.fault() != wire::PieceJoiner::Fault::None) {
         connection_.close();

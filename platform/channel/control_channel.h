@@ -80,10 +80,11 @@ class ControlChannel {
 
   // Sends a message; not empty, and at most device::MaxMessageBytes. Blocks only while the service is behind by the
   // whole window, or by what the socket holds, for as long as that lasts: a stopped service of another process takes
-  // the message when it continues. Returns false at once if the connection is closed or the service is known to have
-  // forgotten this client; messages sent just before that is known are lost. Within the process, where nothing stops a
-  // service alone, returns false if the service takes nothing for two seconds and does not say that its device holds it
-  // back.
+  // the message when it continues; and for two seconds at most while the rest of an answer arrives that had no answer
+  // in time, because the service may read nothing before it is taken. Returns false at once if the connection is closed
+  // or the service is known to have forgotten this client; messages sent just before that is known are lost. Within the
+  // process, where nothing stops a service alone, returns false if the service takes nothing for two seconds and does
+  // not say that its device holds it back.
   bool send(std::uint32_t eventPort, std::uint16_t group, std::span<const std::uint8_t> bytes);
 
   // Sends messages to pass through the device port of this name. No message is empty, and the frame of all of them has
@@ -99,11 +100,15 @@ class ControlChannel {
 
  private:
   enum class Patience : std::uint8_t { TwoSeconds, UntilItGoes };
+  // What has not been read of the answers to the requests.
+  enum class Owed : std::uint8_t { Nothing, Answer, RestOfAnswer };
 
   // Waits until at most onTheWay frames are not taken yet.
   bool waitForRoom(std::uint64_t onTheWay, Patience patience);
   // messages: how many are in it.
   bool handOver(const wire::Body& message, std::uint64_t messages, Patience patience);
+  // Waits for the rest of an answer that nobody waits for any more.
+  void awaitRest();
   // Waits until the socket has taken everything.
   bool waitForSocket(Patience patience);
   bool untilItGoes(Patience patience) const { return patience == Patience::UntilItGoes && mayReturn_; }
@@ -120,9 +125,9 @@ class ControlChannel {
   std::uint64_t taken_ = 0;
   std::uint64_t messages_ = 0;  // in what was sent
   std::uint64_t unsendable_ = 0;
-  bool heard_ = false;         // a Taken message arrived, even if taken_ did not grow
-  bool forgotten_ = false;     // by the service
-  bool answerIsOwed_ = false;  // the last request's has not arrived completely
+  bool heard_ = false;      // a Taken message arrived, even if taken_ did not grow
+  bool forgotten_ = false;  // by the service
+  Owed owed_ = Owed::Nothing;
   bool isGreetingRefused_ = false;
   std::optional<device::Status> refusal_;
   LatePatches late_;

@@ -22,13 +22,14 @@ struct ServerUsers {
   std::optional<std::uint32_t> foreign;
 };
 
-// In a sticky folder, such as /tmp, any user can listen at a path before the service does. So the server must run there
-// as root or as the client's own user. In a user namespace, a user whom it does not know is nobody's own: several users
-// have that number. Returns why the server is not trusted; nullopt if it is.
-std::optional<std::string> whyNotTrusted(const std::string& folder, const ServerUsers& users);
+// Where others than root and the client's own user can change what a path leads to, such as in /tmp, any of them can
+// listen there before the service does. So the server must run there as root or as the client's own user. In a user
+// namespace, a user whom it does not know is nobody's own: several users have that number. whyOthersMay: see
+// whyOthersMayListen. Returns why the server is not trusted; nullopt if it is.
+std::optional<std::string> whyNotTrusted(const std::string& whyOthersMay, const ServerUsers& users);
 
 // Throws UntrustedServer if the server that the socket is connected to must not be trusted. path: of the server's
-// socket. In a folder that is not sticky, everybody is trusted who can listen there.
+// socket. Where others cannot change what the path leads to, everybody is trusted who can listen there.
 void requireTrustedServer(int socket, const std::string& path);
 
 }  // namespace channel

@@ -17,6 +17,7 @@
 #include "platform/channel/event_channel.h"
 #include "platform/channel/fair_mutex.h"
 #include "platform/channel/graph_mirror.h"
+#include "platform/channel/refusal_report.h"
 #include "platform/channel/unsendable_report.h"
 #include "platform/device/port.h"
 #include "platform/wire/messages.h"
@@ -159,11 +160,11 @@ class Session {
   std::optional<ControlChannel> control_;  // empty while the service is gone, and after close
   UnsendableReport unsendable_;
   GraphMirror graph_;
-  wire::Topology topology_;                 // the last answer
-  std::uint64_t topologySession_ = 0;       // the number of the session that gave it
-  device::Time toldSilence_{0};             // the end of the silence that was told last
-  std::optional<std::string> toldRefusal_;  // of the last topology
-  bool toldDistrust_ = false;               // a service that is not trusted has taken the place of the one that is gone
+  wire::Topology topology_;            // the last answer
+  std::uint64_t topologySession_ = 0;  // the number of the session that gave it
+  RefusalReport refusedTopologies_;
+  device::Time toldSilence_{0};  // the end of the silence that was told last
+  bool toldDistrust_ = false;    // a service that is not trusted has taken the place of the one that is gone
   Arrivals arrivals_;
   std::optional<EventChannel> events_;  // used by the receiving thread, like all members up to nextFollow_
   ArrivalTimer arrivalTimer_;

@@ -85,11 +85,10 @@ std::optional<Session::Device> Session::device() {
 std::optional<wire::Topology> Session::askTopology(const Deadline& deadline) {
   auto topology = control_->ask<wire::Topology>(wire::AskTopology{control_->session()}, deadline);
   if (!topology) return std::nullopt;
-  auto cause = wire::whyRefused(*topology);
+  const auto cause = wire::whyRefused(*topology);
   // The same service may be asked again and again.
-  if (cause && cause != toldRefusal_) sys::sayLine(addressLine(address_, *cause));
-  toldRefusal_ = std::move(cause);
-  return toldRefusal_ ? std::nullopt : std::move(topology);
+  if (const auto line = refusedTopologies_.answered(cause, clockNow())) sys::sayLine(addressLine(address_, *line));
+  return cause ? std::nullopt : std::move(topology);
 }
 
 Session::Device Session::lastDevice() {

@@ -8,8 +8,8 @@ namespace device {
 // A console tells groups apart by 16 bits.
 inline constexpr std::size_t MaxGroups = 65'536;
 
-// Ports of all groups together, removed ones included: over a hundred full groups. A console keeps each port in memory,
-// and numbered ports cost whoever claims them nothing.
-inline constexpr std::size_t MaxPorts = 1U << 24U;
+// Ports of all groups together, removed ones included. Programs keep each port in memory when they list it, a few
+// hundred bytes, and numbered ports cost whoever claims them nothing.
+inline constexpr std::size_t MaxPorts = 1U << 21U;
 
 }  // namespace device

@@ -112,6 +112,15 @@ std::size_t entriesIn(const Stats& piece) { return piece.clients.size(); }
 
 }  // namespace
 
+bool isLast(const Body& message) {
+  return std::visit(
+      [](const auto& answer) {
+        if constexpr (requires { answer.part; }) return !answer.part.more;
+        return true;
+      },
+      message);
+}
+
 std::optional<Body> PieceJoiner::add(Body message, std::size_t bytes) {
   if (auto* topology = std::get_if<Topology>(&message)) return addPiece(*topology, bytes);
   if (auto* originals = std::get_if<Originals>(&message)) return addPiece(*originals, bytes);

@@ -16,6 +16,9 @@ inline constexpr std::size_t MaxAnswerBytes = 128U << 20U;
 inline constexpr std::size_t MaxAnswerEntries = 1U << 21U;
 inline constexpr std::size_t MaxAnswerGroups = 1U << 16U;
 
+// False if another piece of the same answer follows this message.
+bool isLast(const Body& message);
+
 // Collects the messages that answer one request. Computes only.
 class PieceJoiner {
  public:

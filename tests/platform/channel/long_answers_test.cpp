@@ -2,6 +2,7 @@
 #include <gtest/gtest.h>
 #include <poll.h>
 
+#include <atomic>
 #include <chrono>
 #include <cstdint>
 #include <optional>
@@ -40,6 +41,8 @@ class Client {
     taken_ = Clock::now() - start;
     return answer;
   }
+
+  bool sendNote() { return channel_.send(1, 0, std::vector<std::uint8_t>{0x90, 1, 1}); }
 
   // The request gets no answer, and ends when its time has passed.
   void expectTimeout() {
@@ -161,6 +164,72 @@ TEST(AnswerInPieces, MessageThatIsTooLongIsRefusedBeforeItIsRead) {
     service.write(bytes);
   });
   client.expectFault("the service sent a message that is too long");
+}
+
+// For a thread that waits for another one.
+void await(const std::atomic<bool>& flag) {
+  while (!flag) poll(nullptr, 0, 1);
+}
+
+TEST(AnswerTooLate, IsTakenBeforeAMessageIsSent) {
+  std::atomic<bool> isTimedOut{false};
+  std::atomic<bool> isOver{false};
+  Client client([&](RawService& service, std::uint32_t tag) {
+    service.write(tag, links(1, First));
+    await(isTimedOut);
+    for (int piece = 0; piece < 20; ++piece) {
+      service.write(tag, links(1, Middle));
+      poll(nullptr, 0, 10);
+    }
+    isOver = true;
+    service.write(tag, links(1, Last));
+  });
+  client.expectTimeout();
+  isTimedOut = true;
+  EXPECT_TRUE(client.sendNote());
+  EXPECT_TRUE(isOver) << "until then, a service reads nothing";
+}
+
+TEST(AnswerTooLate, CostsNothingWhenItIsTaken) {
+  std::atomic<bool> isTimedOut{false};
+  std::atomic<bool> isTaken{false};
+  std::atomic<bool> isForgotten{false};
+  Client client([&](RawService& service, std::uint32_t tag) {
+    service.write(tag, links(1, First));
+    await(isTimedOut);
+    service.write(tag, links(1, Last));
+    await(isTaken);
+    service.write(0, wire::Result{device::Status::NoSession, 0});
+    isForgotten = true;
+  });
+  client.expectTimeout();
+  isTimedOut = true;
+  EXPECT_TRUE(client.sendNote());
+  isTaken = true;
+  await(isForgotten);
+  // As always, a sender reads when half of the window of 100 messages is used up.
+  int sent = 1;
+  while (sent < 100 && client.sendNote()) ++sent;
+  EXPECT_EQ(sent, 50);
+}
+
+// Sends several messages; if each of them waited, it would take much longer.
+void expectAtMostOneWait(Client& client) {
+  const auto start = Clock::now();
+  for (int message = 0; message < 20; ++message) EXPECT_TRUE(client.sendNote());
+  EXPECT_LT(Clock::now() - start, 10 * AnswerTime);
+}
+
+TEST(AnswerTooLate, ThatStopsInTheMiddleHoldsUpOneMessage) {
+  Client client([](RawService& service, std::uint32_t tag) { service.write(tag, links(1, First)); });
+  client.expectTimeout();
+  expectAtMostOneWait(client);
+}
+
+TEST(AnswerTooLate, ThatHasNotBegunHoldsUpNoMessage) {
+  Client client([](RawService& /*service*/, std::uint32_t /*tag*/) {});
+  client.expectTimeout();
+  expectAtMostOneWait(client);
 }
 
 TEST(AnswerInPieces, LongestMessageIsTaken) {

@@ -4,10 +4,10 @@
 #include <gtest/gtest.h>
 
 #include <filesystem>
-#include <fstream>
 #include <string>
 
 #include "platform/system/local_socket.h"
+#include "platform/system/user_namespace.h"
 #include "tests/support/scratch_folder.h"
 
 namespace channel {
@@ -20,31 +20,33 @@ constexpr std::uint32_t Own = 1000;
 constexpr std::uint32_t Other = 1001;
 constexpr std::uint32_t Nobody = 65534;
 
+const std::string InTmp = "all users may listen in /tmp";
+
 TEST(ServerTrust, RootAndTheOwnUserAreTrusted) {
   for (const std::uint32_t own : {0U, Own}) {
-    EXPECT_EQ(whyNotTrusted("/tmp", {0, own, {}}), std::nullopt) << own;
-    EXPECT_EQ(whyNotTrusted("/tmp", {own, own, {}}), std::nullopt) << own;
+    EXPECT_EQ(whyNotTrusted(InTmp, {0, own, {}}), std::nullopt) << own;
+    EXPECT_EQ(whyNotTrusted(InTmp, {own, own, {}}), std::nullopt) << own;
   }
 }
 
 TEST(ServerTrust, OtherUsersAreNot) {
-  EXPECT_EQ(whyNotTrusted("/tmp", {Other, Own, {}}),
+  EXPECT_EQ(whyNotTrusted(InTmp, {Other, Own, {}}),
             "not used, because all users may listen in /tmp and the service runs as user 1001");
-  EXPECT_TRUE(whyNotTrusted("/tmp", {Other, 0, {}})) << "for root neither";
+  EXPECT_TRUE(whyNotTrusted(InTmp, {Other, 0, {}})) << "for root neither";
 }
 
 TEST(ServerTrust, OutsideOfUserNamespacesNobodyIsAUserLikeOthers) {
-  EXPECT_EQ(whyNotTrusted("/tmp", {Nobody, Nobody, {}}), std::nullopt);
-  EXPECT_TRUE(whyNotTrusted("/tmp", {Nobody, Own, {}}));
+  EXPECT_EQ(whyNotTrusted(InTmp, {Nobody, Nobody, {}}), std::nullopt);
+  EXPECT_TRUE(whyNotTrusted(InTmp, {Nobody, Own, {}}));
 }
 
 TEST(ServerTrust, InAUserNamespaceOnlyKnownUsersAreTrusted) {
-  EXPECT_EQ(whyNotTrusted("/tmp", {0, Own, Nobody}), std::nullopt);
-  EXPECT_EQ(whyNotTrusted("/tmp", {Own, Own, Nobody}), std::nullopt);
-  EXPECT_EQ(whyNotTrusted("/tmp", {Nobody, Own, Nobody}),
+  EXPECT_EQ(whyNotTrusted(InTmp, {0, Own, Nobody}), std::nullopt);
+  EXPECT_EQ(whyNotTrusted(InTmp, {Own, Own, Nobody}), std::nullopt);
+  EXPECT_EQ(whyNotTrusted(InTmp, {Nobody, Own, Nobody}),
             "not used, because all users may listen in /tmp and the service runs as a user whom this user namespace "
             "does not know");
-  EXPECT_TRUE(whyNotTrusted("/tmp", {Nobody, Nobody, Nobody})) << "the own user is unknown as well";
+  EXPECT_TRUE(whyNotTrusted(InTmp, {Nobody, Nobody, Nobody})) << "the own user is unknown as well";
 }
 
 TEST(ServerTrust, AServerOfTheOwnUserIsTrustedEverywhere) {
@@ -57,42 +59,32 @@ TEST(ServerTrust, AServerOfTheOwnUserIsTrustedEverywhere) {
 }
 
 // Something that is no socket has no server, so a check that is made fails.
-class WhereItIsChecked : public testing::Test {
- protected:
-  WhereItIsChecked() {
-    fs::create_directory(sticky_);
-    fs::permissions(sticky_, fs::perms(01777));
-    fs::create_directory(plain_);
+bool isChecked(const fs::path& path) {
+  try {
+    requireTrustedServer(-1, path);
+    return false;
+  } catch (const UntrustedServer& refused) {
+    EXPECT_THAT(refused.what(), HasSubstr("does not say who runs the service"));
+    return true;
   }
-
-  static bool isChecked(const fs::path& path) {
-    try {
-      requireTrustedServer(-1, path);
-      return false;
-    } catch (const UntrustedServer& refused) {
-      EXPECT_THAT(refused.what(), HasSubstr("does not say who runs the service"));
-      return true;
-    }
-  }
-
-  testsupport::ScratchFolder folder_;
-  fs::path sticky_ = folder_.path() / "sticky";
-  fs::path plain_ = folder_.path() / "plain";
-};
-
-TEST_F(WhereItIsChecked, InStickyFolders) {
-  EXPECT_TRUE(isChecked(sticky_ / "socket"));
-  EXPECT_FALSE(isChecked(plain_ / "socket"));
-  EXPECT_FALSE(isChecked(folder_.path() / "missing" / "socket"));
 }
 
-TEST_F(WhereItIsChecked, BehindALink) {
-  std::ofstream(sticky_ / "socket").close();
-  fs::create_symlink(sticky_ / "socket", plain_ / "link");
-  EXPECT_TRUE(isChecked(plain_ / "link")) << "the socket is in a sticky folder";
-  std::ofstream(plain_ / "socket").close();
-  fs::create_symlink(plain_ / "socket", sticky_ / "link");
-  EXPECT_TRUE(isChecked(sticky_ / "link")) << "the link is";
+TEST(ServerTrust, IsCheckedInAndBelowStickyFolders) {
+  const testsupport::ScratchFolder folder;
+  const fs::path sticky = folder.path() / "sticky";
+  fs::create_directory(sticky);
+  fs::permissions(sticky, fs::perms(01777));
+  EXPECT_TRUE(isChecked(sticky / "socket"));
+  fs::create_directory(sticky / "inner");
+  EXPECT_TRUE(isChecked(sticky / "inner" / "socket"));
+  fs::create_symlink(sticky / "inner", folder.path() / "link");
+  EXPECT_TRUE(isChecked(folder.path() / "link" / "socket"));
+}
+
+TEST(ServerTrust, IsNotCheckedWhereOthersMayNotListen) {
+  if (!sys::usersAreKnown()) GTEST_SKIP() << "root may be unknown in this user namespace";
+  EXPECT_FALSE(isChecked("/proc/self/socket"));
+  EXPECT_FALSE(isChecked("/proc/missing/socket"));
 }
 
 }  // namespace

@@ -6,6 +6,7 @@
 
 #include <chrono>
 #include <csignal>
+#include <cstdlib>
 #include <filesystem>
 #include <optional>
 #include <string>
@@ -81,11 +82,14 @@ TEST_F(Users, OtherUsersAreToldThatPermissionIsDenied) {
 // A streamd of another user, at a socket in an open folder.
 class ForeignService : public Users {
  protected:
-  // Starts streamd as this user, in a folder with this mode, and waits until it listens.
-  void start(const std::string& user, fs::perms mode) {
+  // Starts streamd as this user, in a folder of that user with this mode, and waits until it listens.
+  void start(const std::string& user, fs::perms mode) { startIn(user, mode, user); }
+
+  // The same in a folder of this owner and of root's group.
+  void startIn(const std::string& owner, fs::perms mode, const std::string& user) {
     fs::copy_file(FLOWSCOPE_BINARY_DIR "/streamd", folder_.path() / "streamd", fs::copy_options::skip_existing);
     fs::create_directory(open_);
-    ASSERT_EQ(chown(open_.c_str(), static_cast<uid_t>(std::stoul(user)), 0), 0);
+    ASSERT_EQ(chown(open_.c_str(), static_cast<uid_t>(std::stoul(owner)), 0), 0);
     fs::permissions(open_, mode);
     std::vector<std::string> words{"--reuid=" + user,          "--regid=0", "--clear-groups",
                                    folder_.path() / "streamd", "--listen",  "ipc://" + socket()};
@@ -118,8 +122,11 @@ class ForeignService : public Users {
   }
 
   std::string refusalOf(const std::string& user) const {
-    return "ipc://" + socket() + ": not used, because all users may listen in " + open_.string() +
-           " and the service runs as user " + user + "\n";
+    return refusal("all users may listen in " + open_.string(), user);
+  }
+
+  std::string refusal(const std::string& why, const std::string& user) const {
+    return "ipc://" + socket() + ": not used, because " + why + " and the service runs as user " + user + "\n";
   }
 
   fs::path open_ = folder_.path() / "open";
@@ -152,11 +159,39 @@ TEST_F(ForeignService, OfTheSameUserOrOfRootIsTaken) {
   EXPECT_THAT(listed.standardOutput, HasSubstr("Keyboard"));
 }
 
-TEST_F(ForeignService, InAnOrdinaryFolderIsTaken) {
-  start(Stranger, fs::perms(0755));
+TEST_F(ForeignService, BelowAStickyFolderIsRefused) {
+  const fs::path sticky = open_;
+  fs::create_directory(sticky);
+  fs::permissions(sticky, fs::perms(01777));
+  open_ = sticky / "inner";
+  startIn("0", fs::perms(02775), Stranger);
   const auto listed = runAs("0", "streamctl", {"list"});
+  EXPECT_EQ(listed.status, ExitStatus::exited(1));
+  EXPECT_EQ(listed.standardError, "streamctl: " + refusal("all users may listen in " + sticky.string(), Stranger));
+}
+
+TEST_F(ForeignService, InAFolderOfItsOwnIsRefused) {
+  start(Stranger, fs::perms(0755));
+  auto listed = runAs("0", "streamctl", {"list"});
+  EXPECT_EQ(listed.status, ExitStatus::exited(1));
+  EXPECT_EQ(listed.standardError, "streamctl: " + refusal(open_.string() + " belongs to user " + Stranger, Stranger));
+  listed = runAs(Stranger, "streamctl", {"list"});
   EXPECT_EQ(listed.status, ExitStatus::exited(0)) << listed.standardError;
-  EXPECT_THAT(listed.standardOutput, HasSubstr("Keyboard"));
+}
+
+TEST_F(ForeignService, InAFolderOfRootIsTaken) {
+  // Not below /tmp, where every service of another user is refused.
+  std::string name = "/run/flowscope-test-XXXXXX";
+  ASSERT_NE(mkdtemp(name.data()), nullptr);
+  open_ = name;
+  startIn("0", fs::perms(02775), Stranger);
+  for (const std::string user : {"0", "64124"}) {
+    const auto listed = runAs(user, "streamctl", {"list"});
+    EXPECT_EQ(listed.status, ExitStatus::exited(0)) << user << listed.standardError;
+    EXPECT_THAT(listed.standardOutput, HasSubstr("Keyboard")) << user;
+  }
+  stop();
+  fs::remove_all(open_);
 }
 
 TEST_F(ForeignService, ThatTakesThePlaceOfTheOwnOneIsNotUsed) {

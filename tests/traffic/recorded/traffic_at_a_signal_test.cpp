@@ -18,23 +18,12 @@
 #include "terminal/terminal_signals.h"
 #include "terminal/waiting_stream.h"
 #include "tests/support/fakes.h"
+#include "tests/traffic/stream_shell.h"
 #include "tests/traffic/temporary_file.h"
-#include "tests/traffic/test_shell.h"
 #include "traffic/flowscope_port_midi.h"
 
 namespace flowscope {
 namespace {
-
-class Shell : public TestShell {
- public:
-  Shell(EvtSrv::EventPortManager& manager, std::FILE* out) : TestShell(manager), output_(out, size_, keys_, false) {}
-  ConsoleOutput& output() override { return output_; }
-
- private:
-  test::FixedSize size_;
-  test::ScriptedKeys keys_;
-  ConsoleOutput output_;
-};
 
 // Counts what a child has printed, where its parent sees it.
 class SharedCount {
@@ -64,7 +53,7 @@ enum class Thread { ThatPrints, Another };
   alarm(60);
   const int out = ::open(shown.c_str(), O_WRONLY | O_APPEND | O_CLOEXEC);
   EvtSrv::EventPortManager manager(EvtSrv::ConBehave_Default, true);
-  Shell shell(manager, openWaitingStream(out));
+  StreamShell shell(manager, openWaitingStream(out));
   trafficOutput().trafficFile.open(log.c_str());
   trafficOutput().trafficMode = TrafficScreenAndFile;
   test::ScriptedKeys keys;

@@ -19,6 +19,7 @@
 #include "tests/support/unique_fd.h"
 #include "tests/traffic/event_bytes.h"
 #include "tests/traffic/recorded/recorded_fixture.h"
+#include "tests/traffic/stream_shell.h"
 #include "tests/traffic/temporary_file.h"
 #include "tests/traffic/thread_writes.h"
 #include "traffic/monitor_attachment.h"
@@ -192,17 +193,6 @@ class Packets {
 // Texts go to a file and to a stream whose writes a test sees.
 class TurnOfAStream : public testing::Test {
  protected:
-  class Shell : public TestShell {
-   public:
-    Shell(EvtSrv::EventPortManager& manager, std::FILE* out) : TestShell(manager), output_(out, size_, keys_, false) {}
-    ConsoleOutput& output() override { return output_; }
-
-   private:
-    test::FixedSize size_;
-    test::ScriptedKeys keys_;
-    ConsoleOutput output_;
-  };
-
   void start(const char* fileName) {
     ASSERT_TRUE(trafficOutput().trafficFile.open(fileName));
     trafficOutput().trafficMode = TrafficScreenAndFile;
@@ -212,7 +202,7 @@ class TurnOfAStream : public testing::Test {
 
   Packets screen;
   EvtSrv::EventPortManager manager{EvtSrv::ConBehave_Default, true};
-  Shell shell{manager, screen.stream()};
+  StreamShell shell{manager, screen.stream()};
 };
 
 TEST_F(TurnOfAStream, CostsOneWriteForTheFileAndOneForTheScreen) {
