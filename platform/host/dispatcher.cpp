@@ -302,7 +302,7 @@ void Dispatcher::answer(const Request& request, Session& session, std::unique_pt
   if (request.tag == 0) return;
   session.answer = std::move(pieces);
   session.answerTag = request.tag;
-  continued(request.from);
+  connections_.continueLater(request.from);
 }
 
 void Dispatcher::continued(ConnectionId connection) {

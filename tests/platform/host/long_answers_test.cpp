@@ -95,6 +95,18 @@ TEST_F(LongAnswers, ComeInPiecesBetweenWhichOthersAreServed) {
   for (std::size_t i = 0; i < Many; ++i) ASSERT_EQ(links[i].link, expected[i]);
 }
 
+TEST_F(LongAnswers, AreNotBegunInTheTurnOfTheQuestion) {
+  for (const wire::Body& question : {wire::Body(wire::AskLinks{session_}), wire::Body(wire::AskTopology{session_}),
+                                     wire::Body(wire::AskOriginals{session_}), wire::Body(wire::AskStats{session_})}) {
+    EXPECT_TRUE(receive("a control", wire::encode(Tag, question)).all);
+    EXPECT_EQ(peers_.take("a control").size(), 0U);
+    ASSERT_TRUE(goOn());
+    EXPECT_EQ(peers_.take("a control").size(), 1U);
+    while (goOn()) continue;
+    peers_.take("a control");
+  }
+}
+
 TEST_F(LongAnswers, EndWithTheirClient) {
   say("a control", Tag, wire::AskLinks{session_});
   EXPECT_EQ(pieces<wire::Links>().size(), 1U);
