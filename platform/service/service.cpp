@@ -103,6 +103,8 @@ Reply Service::disconnect(const device::Link& link, device::Time now) {
 
 std::vector<Answer> Service::takeAnswers() { return state_->requests.takeAnswers(); }
 
+std::size_t Service::openRequests() const { return state_->requests.open(); }
+
 std::vector<device::Link> Service::links() const { return state_->graph.links(); }
 
 std::vector<CarriedLink> Service::connections() const {
