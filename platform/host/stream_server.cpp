@@ -35,9 +35,10 @@ constexpr int TurnsInARow = 16;
 // A message counts as one turn more for so much that is sent to its connection.
 constexpr std::size_t BytesOfATurn = 8U << 10U;
 
-// In one round connections continue for so long, but at least one of them. The piece of a long answer takes longer, so
-// there is one in a round, however many wait; of short answers there are many.
+// In one round connections continue for so long, and until they have sent so much, but at least one of them. The piece
+// of a long answer takes longer, so there is one in a round, however many wait; of short answers there are many.
 constexpr std::chrono::microseconds ContinuingTime{250};
+constexpr std::size_t ContinuingBytes = 256U << 10U;
 
 // Connections that have ended are closed for so long at once, but at least one of them: one that has made much may need
 // as long alone.
@@ -200,20 +201,23 @@ bool StreamServer::serve(int turns) {
 void StreamServer::continueSome() {
   using Clock = std::chrono::steady_clock;
   const auto end = Clock::now() + ContinuingTime;
+  std::size_t bytes = 0;
   do {
-    continueNext();
-  } while (!continuing_.empty() && !holdsTooMuch() && Clock::now() < end);
+    bytes += continueNext();
+  } while (!continuing_.empty() && bytes < ContinuingBytes && !holdsTooMuch() && Clock::now() < end);
 }
 
-void StreamServer::continueNext() {
+std::size_t StreamServer::continueNext() {
   const ConnectionId id = continuing_.front();
   continuing_.pop_front();
   Peer* peer = find(id);
-  if (peer == nullptr || !hasRoom(*peer)) return;
+  if (peer == nullptr || !hasRoom(*peer)) return 0;
+  const std::size_t before = peer->stream.waiting();
   peer->continues = false;
   // Nobody gets the rest of an answer once its reader has gone.
   if (!peer->stream.failed()) receiver_.continued(id);
   (peer->continues ? continuing_ : ready_).push_back(id);
+  return peer->stream.waiting() - before;
 }
 
 void StreamServer::closeEnded() {

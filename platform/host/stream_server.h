@@ -146,8 +146,8 @@ class StreamServer : public Connections {
   std::optional<int> handleNext(Peer& peer);
   // Continues connections, as long as serve says.
   void continueSome();
-  // Performs one turn of the connection at the front of continuing_.
-  void continueNext();
+  // Performs one turn of the connection at the front of continuing_. Returns how many bytes it has sent.
+  std::size_t continueNext();
   // Returns false if it has to wait until its peer takes some of what is sent to it.
   bool hasRoom(Peer& peer);
   // It has had so many turns.
