@@ -20,9 +20,9 @@ class Connections {
   // Sends a message, without blocking; copies it. Does nothing if the connection has closed.
   virtual void send(ConnectionId to, std::span<const std::uint8_t> message) = 0;
 
-  // The next time that the connection has a turn and little waits to be written to it, it continues (see
-  // Dispatcher::continued). Nothing else that arrives by it is handled before. Call this only while a message of this
-  // connection is handled, or while it continues.
+  // When its turn comes, after what others have sent, and little waits to be written to the connection, it continues
+  // (see Dispatcher::continued). Nothing else that arrives by it is handled before. Call this only while a message of
+  // this connection is handled, or while it continues.
   virtual void continueLater(ConnectionId connection) = 0;
 
   // Closes a connection once everything that has arrived by it has been handled. Does nothing if it has closed.

@@ -302,18 +302,21 @@ void Dispatcher::answer(const Request& request, Session& session, std::unique_pt
   if (request.tag == 0) return;
   session.answer = std::move(pieces);
   session.answerTag = request.tag;
-  continued(request.from);
+  connections_.continueLater(request.from);
 }
 
 void Dispatcher::continued(ConnectionId connection) {
   Session* session = sessions_.findByConnection(connection);
   if (session == nullptr || session->control != connection || session->answer == nullptr) return;
-  const auto [piece, more] = session->answer->next();
-  connections_.send(connection, wire::encode(session->answerTag, piece));
-  if (more) return connections_.continueLater(connection);
+  LongAnswer::Piece piece;
+  do {
+    piece = session->answer->next();
+    connections_.send(connection, wire::encode(session->answerTag, piece.body));
+  } while (piece.more && piece.atOnce);
+  if (piece.more) return connections_.continueLater(connection);
   session->answer.reset();
   // It shows all changes up to now.
-  if (std::holds_alternative<wire::Topology>(piece)) enterTopologyNews(*session);
+  if (std::holds_alternative<wire::Topology>(piece.body)) enterTopologyNews(*session);
 }
 
 }  // namespace host

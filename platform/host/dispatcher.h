@@ -55,7 +55,7 @@ class Dispatcher {
   // before another of its connections closed is still handled.
   void connectionClosed(ConnectionId connection, device::Time now);
 
-  // A connection that continueLater was called for has its turn: sends the next piece of its answer.
+  // A connection that continueLater was called for has its turn: sends the next piece of its answer, or the first.
   void continued(ConnectionId connection);
 
   // Tells senders how far the service has come. Call it once in a while: once a message would cost as much as the
@@ -133,7 +133,7 @@ class Dispatcher {
   void end(Session& session, std::string_view how, device::Time now);
   void answer(const Request& request, device::Status status);
   void answer(const Request& request, const wire::Body& body);
-  // Sends the first piece now.
+  // Its pieces are sent in turns of their own, the first one, too.
   void answer(const Request& request, Session& session, std::unique_ptr<LongAnswer> pieces);
   // Answers a request of the session now or later.
   void answer(const Request& request, Session& session, const service::Reply& reply);

@@ -35,6 +35,10 @@ constexpr device::Time LossLogInterval = std::chrono::seconds(1);
 // A client waits for each answer, except for those that took too long. Others would only fill the memory.
 constexpr std::size_t MostUnanswered = 64;
 
+// While so many requests of all clients have no answer, each client may wait for one: a device takes a bounded number,
+// and no user's clients may use up the places of others.
+constexpr std::size_t ManyUnanswered = 1024;
+
 std::string lossText(std::uint64_t count) {
   return "lost " + std::to_string(count) + (count == 1 ? " message" : " messages") + ": it reads too slowly";
 }
@@ -49,7 +53,8 @@ void Dispatcher::countTaken(Session& session) {
 }
 
 bool Dispatcher::mayWait(const Request& request, const Session& session) {
-  if (session.unanswered.size() < MostUnanswered) return true;
+  const std::size_t most = service_.openRequests() < ManyUnanswered ? MostUnanswered : 1;
+  if (session.unanswered.size() < most) return true;
   answer(request, device::Status::Refused);
   return false;
 }

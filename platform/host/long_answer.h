@@ -17,7 +17,8 @@ class LongAnswer {
  public:
   struct Piece {
     wire::Body body;
-    bool more = false;  // this is not the last one
+    bool more = false;    // this is not the last one
+    bool atOnce = false;  // send the rest in the same turn: it would never end otherwise
   };
 
   LongAnswer() = default;
@@ -32,7 +33,8 @@ class LongAnswer {
 // The arguments must outlive the answer. Handles are offset by firstHandle (see Settings::firstHandle).
 
 // The ports of the device. Leaves out groups and sides all of whose ports are removed. All pieces show one moment: if
-// the topology changes between them, the answer begins anew.
+// the topology changes between them, the answer begins anew. When that has happened three times, the pieces follow at
+// once: a device that always changes is a small one.
 std::unique_ptr<LongAnswer> topologyAnswer(const service::Service& service, std::uint64_t firstHandle);
 
 // The names in other systems, likewise. A name beyond 1,024 bytes is cut.

@@ -32,9 +32,13 @@ constexpr std::size_t RoomBytes = 256U << 10U;
 // Turns of one connection before the next has one.
 constexpr int TurnsInARow = 16;
 
-// A message counts as one turn more for so much that is sent to its connection: a piece of a long answer takes a
-// millisecond, so only one or two fit into a round.
+// A message counts as one turn more for so much that is sent to its connection.
 constexpr std::size_t BytesOfATurn = 8U << 10U;
+
+// In one round connections continue for so long, and until they have sent so much, but at least one of them. The piece
+// of a long answer takes longer, so there is one in a round, however many wait; of short answers there are many.
+constexpr std::chrono::microseconds ContinuingTime{250};
+constexpr std::size_t ContinuingBytes = 256U << 10U;
 
 // Connections that have ended are closed for so long at once, but at least one of them: one that has made much may need
 // as long alone.
@@ -189,8 +193,31 @@ bool StreamServer::serve(int turns) {
     if (!isFirst && holdsTooMuch()) break;
     turns -= takeTurn();
   }
+  if (!continuing_.empty()) continueSome();
   if (!closing_.empty()) closeEnded();
   return hasWork();
+}
+
+void StreamServer::continueSome() {
+  using Clock = std::chrono::steady_clock;
+  const auto end = Clock::now() + ContinuingTime;
+  std::size_t bytes = 0;
+  do {
+    bytes += continueNext();
+  } while (!continuing_.empty() && bytes < ContinuingBytes && !holdsTooMuch() && Clock::now() < end);
+}
+
+std::size_t StreamServer::continueNext() {
+  const ConnectionId id = continuing_.front();
+  continuing_.pop_front();
+  Peer* peer = find(id);
+  if (peer == nullptr || !hasRoom(*peer)) return 0;
+  const std::size_t before = peer->stream.waiting();
+  peer->continues = false;
+  // Nobody gets the rest of an answer once its reader has gone.
+  if (!peer->stream.failed()) receiver_.continued(id);
+  (peer->continues ? continuing_ : ready_).push_back(id);
+  return peer->stream.waiting() - before;
 }
 
 void StreamServer::closeEnded() {
@@ -209,11 +236,7 @@ int StreamServer::takeTurn() {
     ready_.pop_front();
     return 1;
   }
-  const std::size_t limit = waitingLimit(peer->continues);
-  // What was sent may have been taken already.
-  if (peer->stream.waiting() > limit) write(*peer);
-  if (peer->stream.waiting() > limit) {
-    peer->isPaused = true;
+  if (!hasRoom(*peer)) {
     ready_.pop_front();
     return 1;
   }
@@ -247,24 +270,31 @@ int StreamServer::takeTurn() {
   return 1;
 }
 
+bool StreamServer::hasRoom(Peer& peer) {
+  const std::size_t limit = waitingLimit(peer.continues);
+  // What was sent may have been taken already.
+  if (peer.stream.waiting() > limit) write(peer);
+  peer.isPaused = peer.stream.waiting() > limit;
+  return !peer.isPaused;
+}
+
 std::optional<int> StreamServer::handleNext(Peer& peer) {
   const std::size_t before = peer.stream.waiting();
-  const auto sentTurns = [&] { return static_cast<int>((peer.stream.waiting() - before) / BytesOfATurn); };
-  // Nobody gets the rest of an answer once its reader has gone.
-  if (std::exchange(peer.continues, false) && !peer.stream.failed()) {
-    receiver_.continued(peer.id);
-    const int turns = 1 + sentTurns();
-    nextPeer(peer, TurnsInARow);
-    return turns;
-  }
   if (!peer.message) peer.message = peer.stream.next();
   if (!peer.message) return std::nullopt;
   peer.isNew = false;
   const Handled handled = receiver_.received(peer.id, *peer.message);
   if (handled.all) peer.message.reset();
-  const int turns = std::max(handled.turns, 1) + sentTurns();
-  // Whoever waits keeps nobody else waiting.
-  nextPeer(peer, handled.turns == 0 ? TurnsInARow : turns);
+  const auto sentTurns = static_cast<int>((peer.stream.waiting() - before) / BytesOfATurn);
+  const int turns = std::max(handled.turns, 1) + sentTurns;
+  if (peer.continues) {
+    peer.inARow = 0;
+    ready_.pop_front();
+    continuing_.push_back(peer.id);
+  } else {
+    // Whoever waits keeps nobody else waiting.
+    nextPeer(peer, handled.turns == 0 ? TurnsInARow : turns);
+  }
   return turns;
 }
 
@@ -302,6 +332,7 @@ void StreamServer::closeAll() {
   for (auto& [id, peer] : peers_) enterMemory(*peer, false);
   peers_.clear();
   ready_.clear();
+  continuing_.clear();
   firstTurns_ = {};
   emptied_.clear();
   closing_.clear();
@@ -388,7 +419,7 @@ void StreamServer::write(Peer& peer) {
   enterMemory(peer);
   if (peer.isPaused && peer.stream.waiting() <= waitingLimit(peer.continues)) {
     peer.isPaused = false;
-    ready_.push_back(peer.id);
+    (peer.continues ? continuing_ : ready_).push_back(peer.id);
   }
   if (peer.stream.waiting() == 0 || std::exchange(peer.waitsToWrite, true)) return;
   peer.socket.async_wait(Socket::wait_write, [this, id = peer.id](const std::error_code& problem) {

@@ -79,12 +79,14 @@ class StreamServer : public Connections {
   void adopt(sys::UniqueDescriptor socket);
 
   // Handles what has arrived, in about `turns` turns: a read is one, and a message is as many as it costs (see
-  // Handled); one with a long answer counts as several more. Returns true if something is left to do.
+  // Handled). Then continues connections (see continueLater): one at least, and more only if that is quick. Returns
+  // true if something is left to do.
   bool serve(int turns);
 
   // True if something is left to handle or to write. After flush, this is work for serve, and for flush.
   bool hasWork() const {
-    return !ready_.empty() || !firstTurns_.empty() || !closing_.empty() || !emptied_.empty() || !unflushed_.empty();
+    return !ready_.empty() || !continuing_.empty() || !firstTurns_.empty() || !closing_.empty() || !emptied_.empty() ||
+           !unflushed_.empty();
   }
 
   // Writes what was sent since the last call, to some of the connections, and then gets ready to wait. Call it before
@@ -139,9 +141,15 @@ class StreamServer : public Connections {
   void write(Peer& peer);
   // Performs one turn of the connection at the front of ready_. Returns for how many it counts.
   int takeTurn();
-  // Handles a message of the connection, or a piece of it, or lets it continue. Returns for how many turns that counts;
-  // nullopt if there is nothing of these to do.
+  // Handles a message of the connection, or a piece of it. Returns for how many turns that counts; nullopt if there is
+  // none.
   std::optional<int> handleNext(Peer& peer);
+  // Continues connections, as long as serve says.
+  void continueSome();
+  // Performs one turn of the connection at the front of continuing_. Returns how many bytes it has sent.
+  std::size_t continueNext();
+  // Returns false if it has to wait until its peer takes some of what is sent to it.
+  bool hasRoom(Peer& peer);
   // It has had so many turns.
   void nextPeer(Peer& peer, int turns);
   // Enters what the peer holds now, if it is there, else that it holds nothing any more.
@@ -161,10 +169,11 @@ class StreamServer : public Connections {
   std::vector<sys::UniqueDescriptor> held_;  // accepted with the last descriptors; they wait for lower ones
   std::optional<asio::steady_timer::time_point> lackedAt_;  // descriptors, the last time
   std::unordered_map<ConnectionId, std::unique_ptr<Peer>> peers_;
-  std::deque<ConnectionId> ready_;     // may have something to read; each stands here once
-  FirstTurns firstTurns_;              // likewise, but have sent no message yet
-  std::deque<ConnectionId> closing_;   // have ended; thousands may end at once, and those that live come first
-  std::vector<ConnectionId> emptied_;  // have no turn left, and do not wait for more yet
+  std::deque<ConnectionId> ready_;       // may have something to read; each stands here once
+  std::deque<ConnectionId> continuing_;  // instead of in ready_: see continueLater
+  FirstTurns firstTurns_;                // likewise, but have sent no message yet
+  std::deque<ConnectionId> closing_;     // have ended; thousands may end at once, and those that live come first
+  std::vector<ConnectionId> emptied_;    // have no turn left, and do not wait for more yet
   std::deque<ConnectionId> unflushed_;
   std::uint64_t last_ = 0;
   service::MemoryLedger* ledger_ = nullptr;

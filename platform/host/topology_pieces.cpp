@@ -19,6 +19,9 @@ constexpr std::size_t GroupBytes = 64;
 
 constexpr std::size_t MaxOriginalBytes = 1024;
 
+// After so many new beginnings the answer is made at once.
+constexpr int MostBeginnings = 3;
+
 // What looking through the flags of removed ports costs, in entries.
 std::size_t costOfLooking(const Side& side) { return side ? side->gone.size() / 64 : 0; }
 
@@ -40,12 +43,16 @@ class Place {
 
   // Begins anew if the topology has changed. Returns whether the answer is at its beginning.
   bool begin() {
-    if (std::exchange(version_, service_.topologyVersion()) != version_) {
+    if (std::exchange(version_, service_.topologyVersion()) != version_ && !isFirst_) {
       group_ = port_ = 0;
       isFirst_ = true;
+      ++beginnings_;
     }
     return std::exchange(isFirst_, false);
   }
+
+  // True if it has begun anew so often that it may never come to the end.
+  bool isRestless() const { return beginnings_ >= MostBeginnings; }
 
   // Null at the end.
   const device::Group* group() const {
@@ -81,15 +88,18 @@ class Place {
   std::size_t group_ = 0;
   std::size_t port_ = 0;  // among those that are listed, sources before sinks
   bool isFirst_ = true;
+  int beginnings_ = 0;  // besides the first
 };
 
-class TopologyPieces : public LongAnswer {
+// An answer that goes through the groups.
+template <class Message>
+class GroupPieces : public LongAnswer {
  public:
-  TopologyPieces(const service::Service& service, std::uint64_t firstHandle)
+  GroupPieces(const service::Service& service, std::uint64_t firstHandle)
       : place_(service), firstHandle_(firstHandle) {}
 
   Piece next() override {
-    wire::Topology piece;
+    Message piece;
     piece.part.first = place_.begin();
     PieceRoom room;
     for (; const device::Group* group = place_.group(); place_.nextGroup()) {
@@ -99,20 +109,34 @@ class TopologyPieces : public LongAnswer {
       }
     }
     const bool more = piece.part.more;
-    return {std::move(piece), more};
+    return {std::move(piece), more, place_.isRestless()};
   }
+
+ protected:
+  Place& place() { return place_; }
+  std::uint64_t handleOf(const device::Group& group) const { return group.handle + firstHandle_; }
 
  private:
   // Returns false if the piece is full before the group's end.
-  bool add(const device::Group& group, PieceRoom& room, wire::Topology& piece) {
+  virtual bool add(const device::Group& group, PieceRoom& room, Message& piece) = 0;
+
+  Place place_;
+  std::uint64_t firstHandle_;
+};
+
+class TopologyPieces : public GroupPieces<wire::Topology> {
+ public:
+  using GroupPieces::GroupPieces;
+
+ private:
+  bool add(const device::Group& group, PieceRoom& room, wire::Topology& piece) override {
     room.take(0, 1 + costOfLooking(group.sources) + costOfLooking(group.sinks));
-    device::Group sent{group.handle + firstHandle_, group.name, front(group.sources),
-                       front(group.sinks),          {},         group.wantedId};
+    device::Group sent{handleOf(group), group.name, front(group.sources), front(group.sinks), {}, group.wantedId};
     // New clients must not see what has gone.
     if (!sent.sources && !sent.sinks && (group.sources || group.sinks)) return true;
     room.take(GroupBytes + group.name.size() + prefixBytes(sent.sources) + prefixBytes(sent.sinks), 0);
     const bool isWhole =
-        place_.listPorts(listed(group.sources), listed(group.sinks), room, [&](device::Side which, std::size_t index) {
+        place().listPorts(listed(group.sources), listed(group.sinks), room, [&](device::Side which, std::size_t index) {
           const auto port = static_cast<std::uint16_t>(index);
           const device::SideOfGroup& side = *group.side(which);
           auto& names = which == device::Side::Source ? sent.sources : sent.sinks;
@@ -131,38 +155,20 @@ class TopologyPieces : public LongAnswer {
   static std::size_t prefixBytes(const Side& side) { return side ? side->prefix.size() : 0; }
 
   static std::size_t listed(const Side& side) { return side && !isGone(side) && isListed(*side) ? side->count : 0; }
-
-  Place place_;
-  std::uint64_t firstHandle_;
 };
 
-class OriginalPieces : public LongAnswer {
+class OriginalPieces : public GroupPieces<wire::Originals> {
  public:
-  OriginalPieces(const service::Service& service, std::uint64_t firstHandle)
-      : place_(service), firstHandle_(firstHandle) {}
-
-  Piece next() override {
-    wire::Originals piece;
-    piece.part.first = place_.begin();
-    PieceRoom room;
-    for (; const device::Group* group = place_.group(); place_.nextGroup()) {
-      if (room.isFull() || !add(*group, room, piece)) {
-        piece.part.more = true;
-        break;
-      }
-    }
-    const bool more = piece.part.more;
-    return {std::move(piece), more};
-  }
+  using GroupPieces::GroupPieces;
 
  private:
-  bool add(const device::Group& group, PieceRoom& room, wire::Originals& piece) {
+  bool add(const device::Group& group, PieceRoom& room, wire::Originals& piece) override {
     room.take(GroupBytes + std::min(group.original.size(), MaxOriginalBytes));
     if (group.original.empty()) return true;
-    wire::OriginalGroup sent{group.handle + firstHandle_, {}, {}, {}};
-    if (!place_.isInside()) sent.name = originalOf(group.original);
+    wire::OriginalGroup sent{handleOf(group), {}, {}, {}};
+    if (!place().isInside()) sent.name = originalOf(group.original);
     const bool isWhole =
-        place_.listPorts(named(group.sources), named(group.sinks), room, [&](device::Side which, std::size_t index) {
+        place().listPorts(named(group.sources), named(group.sinks), room, [&](device::Side which, std::size_t index) {
           auto& names = which == device::Side::Source ? sent.sources : sent.sinks;
           names.push_back(originalOf(group.side(which)->originals[index]));
           room.take(4 + names.back().size());
@@ -172,9 +178,6 @@ class OriginalPieces : public LongAnswer {
   }
 
   static std::size_t named(const Side& side) { return side ? side->originals.size() : 0; }
-
-  Place place_;
-  std::uint64_t firstHandle_;
 };
 
 }  // namespace

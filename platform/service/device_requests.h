@@ -46,6 +46,9 @@ class DeviceRequests {
   // The client leaves: its taps get no answer.
   void forget(ClientId client) { open_.forget(client); }
 
+  // How many requests have no answer yet.
+  std::size_t open() const { return open_.size(); }
+
   // Returns the later answers since the last call.
   std::vector<Answer> takeAnswers() { return open_.takeAnswers(); }
 

@@ -36,7 +36,8 @@ std::size_t MemoryLedger::excess() const {
 }
 
 bool MemoryLedger::hasRoom(std::uint32_t user, std::size_t bytes) const {
-  return of(user) + bytes <= mostOfUser() && total() + bytes <= ceiling_ - reserve();
+  const std::size_t held = of(user) + bytes;
+  return held <= mostOfUser() && total() + bytes <= ceiling_ - (held <= little() ? 0 : reserve());
 }
 
 bool MemoryLedger::hasSharedRoom(std::size_t bytes) const {

@@ -11,7 +11,7 @@ namespace service {
 // Adds up what is held for each user, and what belongs to none of them. Says who has to hold less; frees nothing.
 //
 // One user may hold half of the ceiling. All together may hold the ceiling without a reserve, which is there for new
-// clients: so these always find room, whatever the others hold.
+// clients and for users who hold little: so these always find room, whatever the others hold.
 class MemoryLedger {
  public:
   explicit MemoryLedger(std::size_t ceiling) : ceiling_(ceiling) {}
@@ -25,6 +25,9 @@ class MemoryLedger {
   std::size_t ceiling() const { return ceiling_; }
   std::size_t reserve() const { return ceiling_ / 16; }
   std::size_t mostOfUser() const { return ceiling_ / 2; }
+
+  // A user who holds no more than this may use the reserve.
+  std::size_t little() const { return reserve() / 4; }
 
   // What belongs to no user may have no more than this, so that something is left for clients.
   std::size_t mostShared() const { return ceiling_ - ceiling_ / 4; }

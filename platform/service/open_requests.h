@@ -78,6 +78,9 @@ class OpenRequests {
   // Forgets the taps that a client asked for: it gets no answer.
   void forget(ClientId client);
 
+  // How many have no answer yet.
+  std::size_t size() const { return patches_.size() + uses_.size(); }
+
   std::vector<Answer> takeAnswers() { return std::exchange(answers_, {}); }
 
  private:

@@ -26,10 +26,12 @@ void Router::forgetMissing(const device::Topology& topology) {
 void Router::emitted(device::PortId source, const device::Message& message, device::Time now) {
   if (atDevice_ == nullptr) {
     if (!isOnTheWay() && left_ > 0) return begin({&source, 1}, message, now, true);
-    later_.push_back([this, source, group = message.group, now,
-                      bytes = std::vector<std::uint8_t>(message.bytes.begin(), message.bytes.end())] {
-      begin({&source, 1}, {group, bytes}, now, true);
-    });
+    later_.push_back(
+        [this, source, group = message.group, now,
+         bytes = std::vector<std::uint8_t>(message.bytes.begin(), message.bytes.end())](std::size_t& /*left*/) {
+          begin({&source, 1}, {group, bytes}, now, true);
+          return true;
+        });
     return;
   }
   // A thru emits the bytes that it was given; only other bytes need a copy that outlives the device's call.
@@ -46,8 +48,8 @@ void Router::emitted(device::PortId source, const device::Message& message, devi
   answers_.push_back({.port = source, .message = copy, .now = now, .byDevice = true, .owned = std::move(bytes)});
 }
 
-void Router::afterwards(std::function<void()> act) {
-  if (!isOnTheWay()) return act();
+void Router::afterwards(Act act) {
+  if (!isOnTheWay() && act(left_)) return;
   later_.push_back(std::move(act));
 }
 
@@ -69,9 +71,9 @@ void Router::goOn() {
   if (atDevice_ != nullptr) return;
   travel();
   while (isDone() && left_ > 0 && !later_.empty()) {
-    const auto next = std::move(later_.front());
+    auto next = std::move(later_.front());
     later_.pop_front();
-    next();
+    if (!next(left_)) later_.push_front(std::move(next));
   }
   if (isDone()) entry_.owned.reset();
 }

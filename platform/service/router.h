@@ -64,8 +64,11 @@ class Router {
   // The number of the trip that has begun last.
   std::uint64_t trip() const { return trip_; }
 
-  // Calls this at once, or when all trips have ended that have begun or wait.
-  void afterwards(std::function<void()> act);
+  // Does this at once, or when all trips have ended that have begun or wait; what begins later waits for its end. It
+  // may come in pieces: each gets how much may be done now (see allow), reduces that, and returns true if it was the
+  // last one.
+  using Act = std::function<bool(std::size_t& left)>;
+  void afterwards(Act act);
 
   // True inside arrived.
   bool isAtDevice() const { return atDevice_ != nullptr; }
@@ -119,7 +122,7 @@ class Router {
   std::vector<Step> answers_;                // emitted by the device while arrived_ runs
   std::vector<Step> sinks_;                  // room for work
   const Step* atDevice_ = nullptr;           // the step that arrived_ handles, or null
-  std::deque<std::function<void()>> later_;
+  std::deque<Act> later_;
   std::uint64_t trip_ = 0;
   PortMap<std::uint64_t> lastTrip_;  // the last trip that passed each port
 };

@@ -103,6 +103,8 @@ Reply Service::disconnect(const device::Link& link, device::Time now) {
 
 std::vector<Answer> Service::takeAnswers() { return state_->requests.takeAnswers(); }
 
+std::size_t Service::openRequests() const { return state_->requests.open(); }
+
 std::vector<device::Link> Service::links() const { return state_->graph.links(); }
 
 std::vector<CarriedLink> Service::connections() const {
@@ -218,8 +220,7 @@ void Service::emitted(device::PortId source, const device::Message& message, dev
   // A reader would take a record without a message for the end of the data.
   if (source.side != device::Side::Source || message.bytes.empty()) return;
   ++state_->in;
-  // What continues a trip has no allowance of its own.
-  if (!state_->advances && !state_->router.isAtDevice()) state_->router.allow(State::PassedAtOnce);
+  state_->allowOutside();
   state_->router.emitted(source, message, now);
 }
 
@@ -243,7 +244,10 @@ void Service::topologyChanged(device::Time /*now*/) {
   ++state_->topologyVersion;
 }
 
-void Service::lost(device::PortId source, std::uint64_t count, device::Time /*now*/) { state_->lose(source, count); }
+void Service::lost(device::PortId source, std::uint64_t count, device::Time /*now*/) {
+  state_->allowOutside();
+  state_->lose(source, count);
+}
 
 void Service::patched(device::RequestId request, device::Status status, device::Time /*now*/) {
   state_->requests.answered(request, status);

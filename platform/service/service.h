@@ -121,6 +121,9 @@ class Service : private device::DriverEvents {
   // request that made it.
   std::vector<Answer> takeAnswers();
 
+  // How many requests have no answer yet, also of clients that have left.
+  std::size_t openRequests() const;
+
   const device::Topology& topology() const;
 
   // Grows with every change of the topology.

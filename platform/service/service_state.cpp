@@ -13,7 +13,7 @@ namespace {
 constexpr std::size_t TapsAtOnce = 2000;
 constexpr std::size_t MemoryAtOnce = 1U << 20U;
 constexpr std::size_t ChangesAtOnce = 500;
-constexpr std::size_t RefusedAtOnce = 16;  // each may have many taps
+constexpr std::size_t RefusedAtOnce = 16;  // their taps are told in pieces
 
 }  // namespace
 
@@ -39,7 +39,9 @@ Service::State::State(std::unique_ptr<device::Driver> device, QueueLimits sizes,
             if (!topology().exists(sink)) return;
             if (driver->deliver(sink, message, now) == device::Delivery::Unsendable) countUnsendable();
           },
-          [this](device::PortId port) { return !hasGone(port); }) {}
+          [this](device::PortId port) { return !hasGone(port); }) {
+  router.allow(PassedAtOnce);
+}
 
 bool Service::State::copyToTaps(device::PortId port, const device::Message& message, device::Time now,
                                 Router::Copying& to) {
@@ -58,7 +60,10 @@ void Service::State::pass(ClientId client, std::span<const device::PortId> ports
   router.allow(PassedAtOnce);
   router.pass(ports, message, now);
   // At the end of this trip, before those that the device begins meanwhile.
-  router.afterwards([this] { sender.reset(); });
+  router.afterwards([this](std::size_t& /*left*/) {
+    sender.reset();
+    return true;
+  });
 }
 
 void Service::State::arriveAll() {
@@ -143,20 +148,31 @@ Reply Service::State::disconnectHere(const device::Link& link) {
 void Service::State::lose(device::PortId source, std::uint64_t count) {
   lostBefore += count;
   if (count == 0) ++uncountedLosses;
-  router.afterwards([this, source, count] { addLossBefore(source, count); });
+  Telling begin{.source = source, .count = count, .port = source, .sink = std::numeric_limits<std::int64_t>::min()};
+  router.afterwards([this, telling = std::move(begin)](std::size_t& left) mutable { return tell(telling, left); });
 }
 
-void Service::State::addLossBefore(device::PortId source, std::uint64_t count) {
-  // A client that taps several places misses the same messages, so it gets one loss.
-  std::set<ClientId> losers;
-  const auto enter = [&](device::PortId port) {
-    taps.forEach(port, [&](const Tap& tap, const std::string& /*name*/) { losers.insert(tap.client); });
-  };
-  enter(source);
-  for (const auto& [order, sink] : graph.neighbours(source)) {
-    if (!graph.isSevered({source.group, source.index, sink.port.group, sink.port.index})) enter(sink.port);
+bool Service::State::tell(Telling& telling, std::size_t& left) {
+  while (left > 0) {
+    if (telling.port) {
+      const bool all = taps.forSome(*telling.port, telling.tap, left, [&](const Tap& tap, const std::string& /*name*/) {
+        // A client that taps several places misses the same messages, so it gets one loss.
+        if (telling.told.insert(tap.client).second) clients.addLossBefore(tap.client, telling.count);
+      });
+      if (!all) return false;
+      telling.port.reset();
+      telling.tap = 0;
+    }
+    const auto& sinks = graph.neighbours(telling.source);
+    const auto next = sinks.upper_bound(telling.sink);
+    if (next == sinks.end()) return true;
+    telling.sink = next->first;
+    left -= std::min<std::size_t>(left, 1);
+    const device::PortId sink = next->second.port;
+    const device::Link link{telling.source.group, telling.source.index, sink.group, sink.index};
+    if (!graph.isSevered(link)) telling.port = sink;
   }
-  for (const ClientId client : losers) clients.addLossBefore(client, count);
+  return false;
 }
 
 bool Service::State::work(device::Time now) {

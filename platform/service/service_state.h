@@ -37,6 +37,12 @@ struct Service::State {
   // Passes a message of a client through these ports, as far as one operation goes. What is on its way comes first.
   void pass(ClientId client, std::span<const device::PortId> ports, const device::Message& message, device::Time now);
 
+  // The device speaks outside of an operation of its own: allows as much as one operation may do. What continues a
+  // trip, and what happens inside advance, has no allowance of its own.
+  void allowOutside() {
+    if (!advances && !router.isAtDevice()) router.allow(PassedAtOnce);
+  }
+
   // Finishes what is on its way.
   void arriveAll();
 
@@ -46,9 +52,22 @@ struct Service::State {
   // For a port that a message is about to pass: returns whether it was removed. Warns at the first message it misses.
   bool hasGone(device::PortId port);
 
-  // Messages of a source are lost. The loss stands behind the messages that are still on their way.
+  // Messages of a source are lost. The loss stands behind the messages that are still on their way, and before those
+  // that follow.
   void lose(device::PortId source, std::uint64_t count);
-  void addLossBefore(device::PortId source, std::uint64_t count);
+
+  // How far the clients have been told of a loss.
+  struct Telling {
+    device::PortId source;
+    std::uint64_t count = 0;
+    std::optional<device::PortId> port;  // whose taps are looked at; nullopt: the next sink's
+    std::uint64_t tap = 0;               // of this port, the first that has not been looked at
+    std::int64_t sink = 0;               // the source's last connection that has had its turn
+    std::set<ClientId> told{};
+  };
+
+  // Looks at as many taps and connections as are left. Returns true at the end.
+  bool tell(Telling& telling, std::size_t& left);
 
   // Taps and connections.
 

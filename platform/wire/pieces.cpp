@@ -93,6 +93,16 @@ std::size_t groupsIn(const Answer& /*piece*/) {
   return 0;
 }
 
+// How many groups of a piece continue one of the pieces before it.
+template <class Answer>
+std::size_t splitGroups(const Answer& whole, const Answer& piece) {
+  if constexpr (requires { whole.groups; }) {
+    return continues(whole.groups, piece.groups) ? 1 : 0;
+  } else {
+    return 0;
+  }
+}
+
 std::size_t namesIn(const std::optional<device::SideOfGroup>& side) { return side ? side->names.size() : 0; }
 
 std::size_t entriesIn(const Topology& piece) {
@@ -133,11 +143,12 @@ template <class Answer>
 std::optional<Body> PieceJoiner::addPiece(Answer& piece, std::size_t bytes) {
   const Part part = std::exchange(piece.part, {});
   if (part.first) clear();
-  bytes_ += bytes;
-  entries_ += entriesIn(piece);
-  groups_ += groupsIn(piece);
-  if (bytes_ > MaxAnswerBytes || entries_ > MaxAnswerEntries || groups_ > MaxAnswerGroups) return fail(Fault::TooLong);
   auto* whole = whole_ ? std::get_if<Answer>(&*whole_) : nullptr;
+  const std::size_t again = whole != nullptr ? splitGroups(*whole, piece) : 0;
+  bytes_ += bytes;
+  entries_ += entriesIn(piece) - again;
+  groups_ += groupsIn(piece) - again;
+  if (bytes_ > MaxAnswerBytes || entries_ > MaxAnswerEntries || groups_ > MaxAnswerGroups) return fail(Fault::TooLong);
   if (part.first) {
     whole = &whole_.emplace().template emplace<Answer>(std::move(piece));
   } else if (whole == nullptr || !append(*whole, piece)) {

@@ -83,6 +83,7 @@ class JackDriver : public device::Driver {
   SinkFeeds feeds_{*server_, bursts_};
   bool wasThere_ = false;  // a server has run before
   bool halted_ = false;    // the server runs no periods
+  bool ended_ = false;     // the server has ended; what it has brought is still being taken
   std::uint64_t periods_ = 0;
   device::Time lastPeriod_{};            // when periods_ last grew
   std::optional<std::uint64_t> silent_;  // requests done when one took too long; the server has not answered since
@@ -130,8 +131,12 @@ std::optional<device::Time> JackDriver::advance(device::Time now) {
     const bool more = taps_.take(*client_, *events_, now, PieceBytes);
     graph_.tellLinks(*events_, now);
     if (countSkipped(now)) taps_.skipped();
-    if (!graph_.readChanges(*client_, patches_, *events_, now)) {
+    // What the server has brought before its end is taken in pieces, too.
+    if (ended_ && !more) {
       clientGone(now);
+    } else if (ended_ || !graph_.readChanges(*client_, patches_, *events_, now)) {
+      ended_ = true;
+      next = now;
     } else if (more) {
       next = now;
     } else if (graph_.tapsDue() && *graph_.tapsDue() <= now) {
@@ -220,14 +225,13 @@ void JackDriver::lookForClient(device::Time now) {
 }
 
 void JackDriver::clientGone(device::Time now) {
-  while (taps_.take(*client_, *events_, now, PieceBytes)) {
-  }
   taps_.clientGone(*events_, now);
   feeds_.clientGone(*client_, now);
   patches_.clientGone(*events_, now);
   server_->close(std::move(client_));
   server_->open(true);
   halted_ = false;
+  ended_ = false;
   silent_.reset();
   events_->warned("connection to the JACK server lost");
   graph_.clientGone(*events_, now);

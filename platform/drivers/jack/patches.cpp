@@ -25,11 +25,12 @@ void Patches::ask(Client& client, device::RequestId request, bool made, const de
   if (open_.size() >= MostOpen) return events.patched(request, device::Status::Refused, now);
   const auto& [source, sink] = names;
   const auto work = [&client, made, names] { return changeConnection(client, made, names.first, names.second); };
-  const auto undo = [&client, made, names](int result) {
-    if (result == 0) changeConnection(client, !made, names.first, names.second);
+  Open open{request, made, link, source, sink, now + ServerPatience};
+  const auto undo = [&client, made, names, isUndone = open.isUndone](int result) {
+    if (result == 0) *isUndone = changeConnection(client, !made, names.first, names.second) == 0;
   };
-  open_.push_back({request, made, link, source, sink, now + ServerPatience,
-                   server_.ask(work, ServerThread::Turn::SomebodyWaits, undo)});
+  open.request = server_.ask(work, ServerThread::Turn::SomebodyWaits, undo);
+  open_.push_back(std::move(open));
 }
 
 bool Patches::isNews(const std::string& source, const std::string& sink, bool made) {
@@ -38,10 +39,10 @@ bool Patches::isNews(const std::string& source, const std::string& sink, bool ma
   for (Open& open : open_) {
     if (same(open)) open.changed = true;
   }
-  // JACK may report our change before it answers.
-  const auto ours =
-      std::ranges::find_if(open_, [&](const Open& open) { return same(open) && open.made == made && !open.echoed; });
-  if (ours != open_.end()) ours->echoed = true;
+  // JACK may report our change before it answers. Of the same change it reports the older request's first.
+  const auto ours = std::ranges::find_if(open_, [&](const Open& open) { return same(open) && explains(open, made); });
+  if (ours == open_.end()) return true;
+  ours->isReverted = std::exchange(ours->echoed, true);
   return true;
 }
 
@@ -49,18 +50,32 @@ std::optional<device::Time> Patches::advance(device::DriverEvents& events, devic
   std::optional<device::Time> next;
   for (auto at = open_.begin(); at != open_.end();) {
     auto result = server_.result(at->request);
+    if (at->isWithdrawn) {
+      if (result) finishWithdrawn(*at, *result);
+      at = result ? open_.erase(at) : std::next(at);
+      continue;
+    }
     if (!result && now < at->deadline) {
       sys::keepEarlier(next, at->deadline);
       ++at;
       continue;
     }
-    if (!result && server_.withdraw(at->request) == ServerThread::Withdrawn::Done) result = server_.result(at->request);
+    const auto withdrawn = result ? ServerThread::Withdrawn::Done : server_.withdraw(at->request);
+    if (withdrawn == ServerThread::Withdrawn::Done) result = server_.result(at->request);
     if (!result) tooLong_ = true;
     const device::Status status = result ? finish(*at, *result, events, now) : device::Status::Refused;
     events.patched(at->id, status, now);
-    at = open_.erase(at);
+    at->isWithdrawn = withdrawn == ServerThread::Withdrawn::Undone;
+    at = at->isWithdrawn ? std::next(at) : open_.erase(at);
   }
   return next;
+}
+
+// Nobody is to hear of a change that was undone, unless the change has been heard of.
+void Patches::finishWithdrawn(const Open& open, int result) {
+  if (result != 0 || open.echoed || !*open.isUndone) return;
+  echoes_.expect(open.source, open.sink, open.made);
+  echoes_.expect(open.source, open.sink, !open.made);
 }
 
 // The connection is now as the request wanted it, unless JACK has reported a later change.
@@ -81,7 +96,9 @@ device::Status Patches::finish(const Open& open, int result, device::DriverEvent
 }
 
 void Patches::clientGone(device::DriverEvents& events, device::Time now) {
-  for (const Open& open : std::exchange(open_, {})) events.patched(open.id, device::Status::NotFound, now);
+  for (const Open& open : std::exchange(open_, {})) {
+    if (!open.isWithdrawn) events.patched(open.id, device::Status::NotFound, now);
+  }
   echoes_.clear();
   tooLong_ = false;
 }

@@ -2,6 +2,7 @@
 #pragma once
 
 #include <list>
+#include <memory>
 #include <optional>
 #include <string>
 #include <utility>
@@ -48,8 +49,20 @@ class Patches {
     // What JACK has reported of this connection since the request was made: a change, and one like ours.
     bool changed = false;
     bool echoed = false;
+    bool isReverted = false;  // and then the opposite
+    // It took too long and has been answered, but was under way. The server's thread undoes it when it is done, and
+    // says whether it could. Until then, what JACK reports of it must not pass for a report of a later request.
+    bool isWithdrawn = false;
+    std::shared_ptr<bool> isUndone = std::make_shared<bool>(false);
   };
 
+  // Whether a report of this change is one of the request.
+  static bool explains(const Open& open, bool made) {
+    if (!open.echoed) return open.made == made;
+    return open.isWithdrawn && !open.isReverted && open.made != made;
+  }
+
+  void finishWithdrawn(const Open& open, int result);
   device::Status finish(const Open& open, int result, device::DriverEvents& events, device::Time now);
 
   ServerThread& server_;

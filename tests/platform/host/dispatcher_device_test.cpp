@@ -171,6 +171,7 @@ TEST_F(DispatcherTest, HandlesAreCountedFromARandomNumberOn) {
     auto answers = peers_.take("x");
     const auto session = std::get<wire::Welcome>(wire::decode(answers.at(0))->body).session;
     dispatcher.receive(peers_.of("x"), wire::encode(2, wire::AskTopology{session}), Time(1));
+    dispatcher.continued(peers_.of("x"));
     answers = peers_.take("x");
     const auto topology = std::get<wire::Topology>(wire::decode(answers.at(0))->body);
     EXPECT_EQ(topology.groups.at(1).handle, topology.groups.at(0).handle + 1);
@@ -179,6 +180,7 @@ TEST_F(DispatcherTest, HandlesAreCountedFromARandomNumberOn) {
     dispatcher.receive(peers_.of("x"), wire::encode(3, wire::Patch{session, true, {handle, 0, handle + 1, 1}}),
                        Time(1));
     dispatcher.receive(peers_.of("x"), wire::encode(4, wire::AskLinks{session}), Time(1));
+    dispatcher.continued(peers_.of("x"));
     answers = peers_.take("x");
     const auto links = std::get<wire::Links>(wire::decode(answers.at(1))->body);
     EXPECT_EQ(links.links, (std::vector<wire::LinkRecord>{{{handle, 0, handle + 1, 1}}}));

@@ -101,6 +101,8 @@ class DispatcherTest : public testing::Test {
   void say(const std::string& peer, std::uint32_t tag, const wire::Body& body) { say(peer, wire::encode(tag, body)); }
   void say(const std::string& peer, const Bytes& bytes) {
     while (!receive(peer, bytes).all) dispatcher_->advance(Time(1));
+    // A long answer begins when nobody else has anything to say.
+    if (std::erase(peers_.continuing, peer) > 0) dispatcher_->continued(peers_.of(peer));
   }
 
   // Once, as a server does in each turn.

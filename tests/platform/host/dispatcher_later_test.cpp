@@ -133,6 +133,33 @@ TEST_F(DispatcherLater, ClientMayWaitForSoManyAnswersOnly) {
   EXPECT_EQ(peers_.texts("a control"), Texts{}) << "there is room again";
 }
 
+TEST_F(DispatcherLater, ClientsThatWaitForManyAnswersLeaveRoomForOthers) {
+  constexpr std::size_t Clients = 64;
+  std::vector<std::uint64_t> all;
+  for (std::size_t i = 0; i < Clients; ++i) {
+    all.push_back(attach("c" + std::to_string(i)));
+    for (std::uint32_t tag = 1; tag <= 64; ++tag) {
+      say("c" + std::to_string(i) + " control", tag, wire::Patch{all.back(), true, link_});
+    }
+  }
+  EXPECT_EQ(asked_.size(), 1024 + (Clients - 16)) << "one each, when many wait";
+  const std::uint64_t a = attach("a");
+  say("a control", 1, wire::Patch{a, true, link_});
+  EXPECT_EQ(peers_.texts("a control"), Texts{});
+  say("a control", 2, wire::Patch{a, true, link_});
+  EXPECT_EQ(peers_.texts("a control"), Texts{"2: refused at 0"});
+  // Who leaves does not free its places: the device is still at work.
+  for (std::size_t i = 0; i < Clients; ++i) {
+    say("c" + std::to_string(i) + " control", 0, wire::Goodbye{all[i]});
+  }
+  say("a control", 3, wire::Patch{a, true, link_});
+  EXPECT_EQ(peers_.texts("a control"), Texts{"3: refused at 0"});
+  for (const device::RequestId request : asked_) patched(request, Status::Ok);
+  EXPECT_EQ(peers_.texts("a control"), Texts{"1: ok at 0"});
+  for (std::uint32_t tag = 4; tag <= 5; ++tag) say("a control", tag, wire::Patch{a, true, link_});
+  EXPECT_EQ(peers_.texts("a control"), Texts{}) << "there is room again";
+}
+
 TEST_F(DispatcherLater, RequestWithoutATagGetsNoAnswer) {
   const std::uint64_t a = attach("a");
   say("a control", 0, wire::Patch{a, true, link_});

@@ -57,7 +57,11 @@ TEST_F(SmallMemory, NewClientsFindRoomInTheReserveUntilItIsUsedUp) {
   const std::uint64_t session = hello("a");
   EXPECT_NE(session, 0U);
   say("a", 2, wire::Tap{session, EventPort, HolderBytes, "G0Out1"});
-  EXPECT_EQ(peers_.texts("a"), Texts{"2: refused at 0"}) << "only clients may use it";
+  EXPECT_EQ(peers_.texts("a"), Texts{"2: ok at 0"}) << "of a user who holds little";
+  memory().change(Ann, 0, MiB / 64);
+  say("a", 3, wire::Tap{session, EventPort, HolderBytes, "G0Out2"});
+  EXPECT_EQ(peers_.texts("a"), Texts{"3: refused at 0"}) << "but not for all of its taps";
+  memory().change(Ann, MiB / 64, 0);
   say("a", 3, wire::AskStats{session});
   EXPECT_EQ(peers_.take("a").size(), 1U);
   memory().change(Ben + 1, 0, MiB / 16);

@@ -95,6 +95,18 @@ TEST_F(LongAnswers, ComeInPiecesBetweenWhichOthersAreServed) {
   for (std::size_t i = 0; i < Many; ++i) ASSERT_EQ(links[i].link, expected[i]);
 }
 
+TEST_F(LongAnswers, AreNotBegunInTheTurnOfTheQuestion) {
+  for (const wire::Body& question : {wire::Body(wire::AskLinks{session_}), wire::Body(wire::AskTopology{session_}),
+                                     wire::Body(wire::AskOriginals{session_}), wire::Body(wire::AskStats{session_})}) {
+    EXPECT_TRUE(receive("a control", wire::encode(Tag, question)).all);
+    EXPECT_EQ(peers_.take("a control").size(), 0U);
+    ASSERT_TRUE(goOn());
+    EXPECT_EQ(peers_.take("a control").size(), 1U);
+    while (goOn()) continue;
+    peers_.take("a control");
+  }
+}
+
 TEST_F(LongAnswers, EndWithTheirClient) {
   say("a control", Tag, wire::AskLinks{session_});
   EXPECT_EQ(pieces<wire::Links>().size(), 1U);
@@ -185,6 +197,51 @@ TEST_F(LongAnswers, TopologyThatChangesMeanwhileIsReportedOnceMoreAfterTheAnswer
   EXPECT_EQ(last.groups.back().sources->names.back(), "c29999");
   change('d');
   EXPECT_EQ(peers_.texts("a events"), Texts{"topology changed"});
+}
+
+TEST_F(LongAnswers, TopologyOfADeviceThatAlwaysChangesComesToItsEnd) {
+  int changes = 0;
+  const auto change = [&] {
+    const std::string first = "v" + std::to_string(++changes) + "p";
+    device::SideOfGroup side{30'000, "", {}, {}};
+    for (int port = 0; port < 30'000; ++port) {
+      side.names.push_back(first + std::to_string(port));
+      side.originals.push_back("original " + side.names.back());
+    }
+    device_->change(device::Topology({{0, "G", std::move(side), std::nullopt, "original", 0}}));
+    dispatcher_->advance(Time(7));
+  };
+  change();
+  const auto ask = [&]<class Question, class Answer>(const Question& question, Answer& whole) {
+    wire::PieceJoiner joiner;
+    int beginnings = 0;
+    std::optional<wire::Body> body;
+    say("a control", Tag, question);
+    do {
+      change();
+      for (const Bytes& message : peers_.take("a control")) {
+        auto envelope = wire::decode(message);
+        if (std::get<Answer>(envelope->body).part.first) ++beginnings;
+        body = joiner.add(std::move(envelope->body), message.size());
+      }
+    } while (!body && changes < 100 && goOn());
+    ASSERT_TRUE(body);
+    EXPECT_EQ(beginnings, 4);
+    EXPECT_FALSE(goOn());
+    whole = std::get<Answer>(std::move(*body));
+  };
+  wire::Topology topology;
+  peers_.take("a events");
+  ask(wire::AskTopology{session_}, topology);
+  const std::string shown = "v" + std::to_string(changes - 1) + "p29999";
+  ASSERT_EQ(topology.groups.size(), 1U);
+  EXPECT_EQ(topology.groups[0].sources->names.back(), shown);
+  EXPECT_EQ(peers_.texts("a events"), Texts{"topology changed"}) << "the last change came after the answer";
+  wire::Originals originals;
+  ask(wire::AskOriginals{session_}, originals);
+  ASSERT_EQ(originals.groups.size(), 1U);
+  const std::string original = "original v" + std::to_string(changes - 1) + "p29999";
+  EXPECT_EQ(originals.groups[0].sources.back(), wire::Original(original.begin(), original.end()));
 }
 
 TEST_F(LongAnswers, EventsOfAnyHolderFitIntoAMessage) {

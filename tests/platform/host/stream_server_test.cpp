@@ -294,8 +294,10 @@ TEST_F(StreamServerTest, ConnectionThatContinuesIsNotHeardBeforeItsEnd) {
 TEST_F(StreamServerTest, ConnectionsThatContinueShareTheTurns) {
   constexpr std::size_t Clients = 30;
   const Bytes piece(100'000, 'p');
+  const auto begun = [&] { return std::ranges::count_if(events_, [](const auto& e) { return e.ends_with("+"); }); };
+  bool haveAllBegun = false;
   continue_ = [&](ConnectionId id) {
-    server_.send(id, piece);
+    if (haveAllBegun) server_.send(id, piece);
     server_.continueLater(id);
   };
   std::vector<channel::Connection> clients;
@@ -303,9 +305,9 @@ TEST_F(StreamServerTest, ConnectionsThatContinueShareTheTurns) {
     clients.push_back(connect());
     clients.back().send(bytesOf("+"));
   }
-  const auto begun = [&] { return std::ranges::count_if(events_, [](const auto& e) { return e.ends_with("+"); }); };
   const Deadline deadline(Patience);
   while (begun() < static_cast<int>(Clients) && !deadline.passed()) round(1);
+  haveAllBegun = true;
   events_.clear();
   round(64);
   const auto pieces = events_.size();
@@ -313,6 +315,54 @@ TEST_F(StreamServerTest, ConnectionsThatContinueShareTheTurns) {
   EXPECT_LE(pieces, 6U) << "a round does not take longer because many answers are long";
   std::ranges::sort(events_);
   EXPECT_EQ(std::ranges::adjacent_find(events_), events_.end()) << "each has one turn before any has two";
+}
+
+TEST_F(StreamServerTest, LongAnswersTakeOneTurnInARoundAfterTheOthers) {
+  constexpr std::size_t Clients = 64;
+  continue_ = [&](ConnectionId id) {
+    std::this_thread::sleep_for(std::chrono::milliseconds(1));
+    server_.continueLater(id);
+  };
+  std::vector<channel::Connection> clients;
+  for (std::size_t i = 0; i < Clients; ++i) {
+    clients.push_back(connect());
+    clients.back().send(bytesOf("+"));
+  }
+  const auto isQuestion = [](const std::string& event) { return event.ends_with("+"); };
+  const auto isPiece = [](const std::string& event) { return event.ends_with("continues"); };
+  std::size_t questions = 0;
+  for (const Deadline deadline(Patience); questions < Clients && !deadline.passed();) {
+    events_.clear();
+    round(64);
+    questions += static_cast<std::size_t>(std::ranges::count_if(events_, isQuestion));
+    EXPECT_LE(std::ranges::count_if(events_, isPiece), 1);
+  }
+  ASSERT_EQ(questions, Clients);
+  channel::Connection other = connect();
+  Texts pieces;
+  for (std::size_t i = 0; i < Clients; ++i) {
+    other.send(bytesOf("o"));
+    events_.clear();
+    round(64);
+    ASSERT_EQ(std::ranges::count_if(events_, isPiece), 1);
+    EXPECT_TRUE(isPiece(events_.back())) << "after the messages of others";
+    pieces.push_back(events_.back());
+  }
+  std::ranges::sort(pieces);
+  EXPECT_EQ(std::ranges::adjacent_find(pieces), pieces.end()) << "each has one before any has two";
+}
+
+TEST_F(StreamServerTest, ShortAnswersDoNotTakeARoundEach) {
+  constexpr std::size_t Clients = 200;
+  std::vector<channel::Connection> clients;
+  for (std::size_t i = 0; i < Clients; ++i) {
+    clients.push_back(connect());
+    clients.back().send(bytesOf("+"));
+  }
+  int rounds = 0;
+  for (const Deadline deadline(Patience); events_.size() < 2 * Clients && !deadline.passed(); ++rounds) round(64);
+  EXPECT_EQ(events_.size(), 2 * Clients);
+  EXPECT_LT(rounds, static_cast<int>(Clients) / 2);
 }
 
 TEST_F(StreamServerTest, OnlyAClientThatTakesNothingWaitsForItsAnswer) {

@@ -298,7 +298,9 @@ TEST(MemoryCeilingOfAService, NewClientsMayUseTheReserve) {
   memory.change(Eve, 0, MiB / 2);
   memory.change(Ben, 0, MiB - MiB / 16 - memory.total());
   const ClientId client = house.service->addClient(Ann);
-  EXPECT_EQ(house.tap(client, "G0Out1"), Status::Refused);
+  EXPECT_EQ(house.tap(client, "G0Out1"), Status::Ok) << "a user who holds little";
+  const ClientId large = house.service->addClient(Eve);
+  EXPECT_EQ(house.tap(large, "G0Out1"), Status::Refused);
   EXPECT_TRUE(house.service->hasRoomForClient(Ann));
   memory.change(Ben, 0, MiB - memory.total());
   EXPECT_FALSE(house.service->hasRoomForClient(Ann));

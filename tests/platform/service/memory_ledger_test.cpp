@@ -84,17 +84,35 @@ TEST(MemoryLedger, HasRoomUpToTheHalfAndUpToTheReserve) {
   ledger.change(Two, 0, 700);
   EXPECT_TRUE(ledger.hasRoom(One, 10));
   EXPECT_FALSE(ledger.hasRoom(One, 11)) << "the user's half";
+  ledger.change(Two, 700, 650);
+  ledger.change(Three, 0, 50);
   EXPECT_TRUE(ledger.hasRoom(Three, 10));
   EXPECT_FALSE(ledger.hasRoom(Three, 11)) << "the reserve";
   EXPECT_TRUE(ledger.hasSharedRoom(10));
   EXPECT_FALSE(ledger.hasSharedRoom(11));
 }
 
+TEST(MemoryLedger, UserWhoHoldsLittleMayUseTheReserve) {
+  MemoryLedger ledger(1600);
+  ledger.change(One, 0, 750);
+  ledger.change(Two, 0, 750);
+  EXPECT_FALSE(ledger.hasRoom(One, 1));
+  EXPECT_TRUE(ledger.hasRoom(Three, 25));
+  EXPECT_FALSE(ledger.hasRoom(Three, 26));
+  ledger.change(Three, 0, 20);
+  EXPECT_TRUE(ledger.hasRoom(Three, 5));
+  EXPECT_FALSE(ledger.hasRoom(Three, 6));
+  ledger.change(Two, 750, 790);
+  ledger.change(One, 750, 788);
+  EXPECT_TRUE(ledger.hasRoom(Three, 2));
+  EXPECT_FALSE(ledger.hasRoom(Three, 3)) << "the ceiling";
+}
+
 TEST(MemoryLedger, ReserveIsForNewClients) {
   MemoryLedger ledger(1600);
   ledger.change(One, 0, 800);
   ledger.change(Two, 0, 700);
-  EXPECT_FALSE(ledger.hasRoom(Three, 1));
+  EXPECT_FALSE(ledger.hasRoom(Three, 26));
   EXPECT_TRUE(ledger.hasRoomForClient(Three, 100));
   EXPECT_FALSE(ledger.hasRoomForClient(Three, 101));
   EXPECT_TRUE(ledger.hasRoomForClient(One, 10)) << "also of a user at the half";

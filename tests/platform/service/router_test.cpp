@@ -295,7 +295,10 @@ TEST(Router, TripsFollowOneAnotherWhateverIsEmittedMeanwhile) {
     const Bytes gone{0x90, 1, 2};
     road.emit(out(0, 0), gone);
   }
-  road.router.afterwards([&] { road.trace.push_back("afterwards"); });
+  road.router.afterwards([&](std::size_t& /*left*/) {
+    road.trace.push_back("afterwards");
+    return true;
+  });
   road.emit(out(0, 0), {0xFC});
   EXPECT_EQ(road.router.waiting(), 3U);
   EXPECT_EQ(road.trace, (Trace{"G0Out1 F8"}));

@@ -108,6 +108,7 @@ TEST(Slices, TapsOfOnePortAreManyAndQuick) {
     house.finishWork();
     EXPECT_EQ(house.service->counts().out, 20'000U);
     house.longest([&] { house.device->events().lost(out(0, 0), 3, {}); });
+    house.finishWork();
     for (const ClientId client : all) EXPECT_EQ(house.take(client).size(), eventPorts + 1);
     const auto middle = all.begin() + static_cast<std::ptrdiff_t>(clients / 2);
     for (std::uint32_t eventPort = 0; eventPort < eventPorts; ++eventPort) {
@@ -190,6 +191,55 @@ TEST(Slices, LossOfARefusedSourceStandsBehindTheMessageOnItsWay) {
     EXPECT_EQ(texts.front(), "0 G0Out1: F8");
     EXPECT_EQ(texts.back(), "lost before 0");
   }
+}
+
+// Who hears of a loss, and of what comes after it, hears of the loss first.
+TEST(Slices, ManyClientsAreToldOfALossInPieces) {
+  constexpr std::uint32_t Clients = 6000;
+  LargeHouse house;
+  std::vector<ClientId> all;
+  for (std::uint32_t client = 0; client < Clients; ++client) {
+    all.push_back(house.service->addClient());
+    house.tapMany(all.back(), 1, 1);
+    ASSERT_EQ(house.tap(all.back(), "G1In1"), Status::Ok);
+  }
+  ASSERT_EQ(house.service->connect(link(out(0, 0), in(1, 0)), {}), Status::Ok);
+  const auto told = [&] {
+    return std::ranges::count_if(all, [&](ClientId client) { return house.service->hasEvents(client); });
+  };
+  house.longest([&] { house.device->events().lost(out(0, 0), 7, {}); });
+  EXPECT_GT(told(), 0);
+  EXPECT_LE(told(), static_cast<std::ptrdiff_t>(PieceOfATrip));
+  EXPECT_EQ(house.service->lostBefore(), 7U);
+  EXPECT_TRUE(house.service->isPassing());
+  // Meanwhile the device emits, and some leave.
+  house.device->events().emitted(out(0, 0), {0, Bytes{0xFA}}, {});
+  house.service->removeClient(all.back(), {});
+  all.pop_back();
+  EXPECT_EQ(house.tap(all.front(), "G0Out2"), Status::Ok) << "others are served";
+  EXPECT_GT(house.finishWork(), 10);
+  for (const ClientId client : all) {
+    ASSERT_EQ(house.texts(client), (Texts{"lost before 7", "0 G0Out1: FA", "1 G1In1: FA"}));
+  }
+  EXPECT_LT(house.longest.time(), LongestAllowed);
+}
+
+TEST(Slices, LossOfManyRefusedSourcesIsToldInPieces) {
+  constexpr std::uint32_t Clients = 1000;
+  constexpr std::uint16_t Sources = 40;
+  LargeHouse house;
+  std::vector<ClientId> all;
+  for (std::uint32_t client = 0; client < Clients; ++client) {
+    all.push_back(house.service->addClient());
+    house.tapMany(all.back(), 1, Sources);
+  }
+  for (std::uint16_t source = 0; source < Sources; ++source) {
+    house.device->events().used(out(0, source), Status::Refused, {});
+  }
+  EXPECT_GT(house.finishWork(), 15) << "2,000 of 40,000 taps at a time";
+  EXPECT_EQ(house.service->uncountedLosses(), Sources);
+  for (const ClientId client : all) ASSERT_EQ(house.texts(client), Texts{"lost before 0"});
+  EXPECT_LT(house.longest.time(), LongestAllowed);
 }
 
 // Whoever does not care gets everything in the right order nevertheless.

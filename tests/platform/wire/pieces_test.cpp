@@ -176,6 +176,32 @@ TEST(PieceLimits, BoundTheWholeAnswer) {
   EXPECT_EQ(piecesBeforeTooLong(Links{1, {}}, 1U << 20U), MaxAnswerBytes >> 20U);
 }
 
+// The fault of an answer of so many groups, the second of which comes in two pieces.
+template <class Answer, class Group>
+Fault faultOf(std::size_t groups, const Group& group, const Group& front, const Group& rest) {
+  PieceJoiner pieces;
+  EXPECT_FALSE(pieces.add(Answer{{group, front}, First}, Bytes));
+  Answer last{{rest}, Last};
+  last.groups.resize(groups - 1, group);
+  const auto whole = pieces.add(std::move(last), Bytes);
+  EXPECT_EQ(whole.has_value(), pieces.fault() == Fault::None);
+  return pieces.fault();
+}
+
+TEST(PieceLimits, GroupOfTwoPiecesIsOneGroup) {
+  const auto topology = [](std::size_t groups) {
+    return faultOf<Topology>(groups, sinks(1, 0, {}), sources(2, 2, {"a"}), sources(2, 2, {"b"}));
+  };
+  EXPECT_EQ(topology(MaxAnswerGroups), Fault::None);
+  EXPECT_EQ(topology(MaxAnswerGroups + 1), Fault::TooLong);
+  const auto originals = [](std::size_t groups) {
+    const OriginalGroup split{2, {}, {{'a'}}, {}};
+    return faultOf<Originals>(groups, OriginalGroup{1, {'g'}, {}, {}}, split, split);
+  };
+  EXPECT_EQ(originals(MaxAnswerGroups), Fault::None);
+  EXPECT_EQ(originals(MaxAnswerGroups + 1), Fault::TooLong);
+}
+
 TEST(PieceLimits, NamesAreEntries) {
   Group group{1, "G", SideOfGroup{1023, "", std::vector<std::string>(1023, "n")}, std::nullopt};
   PieceJoiner pieces;
@@ -189,8 +215,9 @@ TEST(PieceLimits, NamesAreEntries) {
   }
   EXPECT_EQ(taken, MaxAnswerEntries / 1024);
   EXPECT_EQ(pieces.fault(), Fault::TooLong);
+  // One group in many pieces.
   EXPECT_EQ(piecesBeforeTooLong(Originals{{{1, {}, std::vector<Original>(512), std::vector<Original>(511)}}}, Bytes),
-            MaxAnswerEntries / 1024);
+            (MaxAnswerEntries - 1) / 1023);
 }
 
 }  // namespace

@@ -2,11 +2,13 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <chrono>
 #include <csignal>
 #include <functional>
 #include <optional>
 #include <string>
+#include <thread>
 
 #include "tests/platform/drivers/jack/server/driven.h"
 #include "tests/platform/drivers/jack/server/jack_peer.h"
@@ -145,6 +147,31 @@ TEST_F(JackFaults, ServerThatReturnsWithoutRoomIsTold) {
   peer.emplace("peer", "out", "in");
   EXPECT_TRUE(driven.runUntil([&] { return driven.uses.at("peer:out") == device::Status::Refused; }));
   EXPECT_THAT(driven.lines, Contains("JACK has no port left to receive from 1 source"));
+}
+
+// Whatever has arrived when a server ends, no turn takes more of it than others.
+TEST_F(JackFaults, WhatAServerHasBroughtIsTakenInPiecesAfterItsEnd) {
+  constexpr std::size_t EventBytes = 8'000;
+  constexpr std::size_t PieceBytes = std::size_t{64} * 1024;
+  JackServer server;
+  PeerProcess peer("peer", "out", "in");
+  Driven driven;
+  driven.keepTexts = false;
+  ASSERT_TRUE(driven.use("peer:out"));
+  std::string event = "F0";
+  for (std::size_t i = 2; i < EventBytes; ++i) event += " 11";
+  for (int i = 0; i < 60; ++i) peer.emit(event + " F7");
+  std::this_thread::sleep_for(std::chrono::seconds(3));
+  server.kill();
+  std::size_t before = 0;
+  std::size_t most = 0;
+  ASSERT_TRUE(driven.runUntil([&] {
+    most = std::max(most, driven.emittedBytes.size() - before);
+    before = driven.emittedBytes.size();
+    return !driven.isThere("peer:out");
+  }));
+  EXPECT_GT(before, 2 * PieceBytes) << "more than one piece";
+  EXPECT_LE(most, PieceBytes + EventBytes);
 }
 
 TEST_F(JackFaults, DriverReturnsToAServerThatIsKilledAndReturns) { endAndReturn(&JackServer::kill); }

@@ -126,6 +126,7 @@ TEST_F(JackHalted, RequestThatIsMadeAgainIsCarriedOut) {
   EXPECT_EQ(driven->answer(first), Status::Refused);
   server->resume();
   EXPECT_EQ(driven->answer(again), Status::Ok);
+  EXPECT_THAT(driven->links, ElementsAre("peer:out peer:in")) << "the change precedes the answer";
   driven->runFor(100ms);
   EXPECT_THAT(driven->links, ElementsAre("peer:out peer:in"));
   EXPECT_THAT(connections(), HasSubstr("peer:in"));
