@@ -1,6 +1,10 @@
 // How much of a JACK client's stream arrives in a traffic file of the console and in the output of jack_midi_dump, how
 // much processor time each needs, and how soon each shows a message. Prints tables without a verdict. Runs its own
 // server.
+//
+//   jack_stream [ROUNDS [CONSOLE...]]   ROUNDS times (1 unless given), each of these consoles in turn, which are paths
+//   of
+//                                       programs; without one, the console of this build
 #include <fcntl.h>
 #include <jack/jack.h>
 #include <jack/midiport.h>
@@ -16,12 +20,13 @@
 #include <exception>
 #include <fstream>
 #include <iterator>
-#include <optional>
 #include <stdexcept>
 #include <string>
 #include <thread>
+#include <utility>
 #include <vector>
 
+#include "bench/peers.h"
 #include "tests/platform/drivers/jack/server/jack_server.h"
 #include "tests/support/child.h"
 #include "tests/support/pseudo_terminal.h"
@@ -98,17 +103,6 @@ class Source {
   double owed_ = 0;  // used by the process callback only
 };
 
-// User and system time of a process, in seconds.
-double processorTime(pid_t process) {
-  std::ifstream in("/proc/" + std::to_string(process) + "/stat");
-  std::string text(std::istreambuf_iterator<char>(in), {});
-  text.erase(0, text.rfind(')') + 1);
-  long user = 0;
-  long system = 0;
-  if (std::sscanf(text.c_str(), " %*c %*d %*d %*d %*d %*d %*u %*u %*u %*u %*u %ld %ld", &user, &system) != 2) return 0;
-  return static_cast<double>(user + system) / static_cast<double>(sysconf(_SC_CLK_TCK));
-}
-
 long linesWith(const std::string& file, const std::string& text) {
   std::ifstream in(file);
   long count = 0;
@@ -116,10 +110,10 @@ long linesWith(const std::string& file, const std::string& text) {
   return count;
 }
 
-testsupport::Command console() {
+testsupport::Command console(const std::string& program) {
   auto environment = JackServer::environment();
   environment["EVTSRV_ENDPOINT"] = "embedded:jack";
-  return {FLOWSCOPE_BINARY_DIR "/flowscope", {}, environment, {}};
+  return {program, {}, environment, {}};
 }
 
 testsupport::Command dump() {
@@ -133,7 +127,20 @@ void waitUntil(const auto& done) {
   }
 }
 
-void measureStream(const JackServer& server, Source& source, const char* name, std::uint32_t count,
+double median(std::vector<double> values) {
+  std::ranges::sort(values);
+  return values.at(values.size() / 2);
+}
+
+// What a console and jack_midi_dump did with the same stream.
+struct Both {
+  long lines = 0;
+  long dumpLines = 0;
+  double time = 0;  // processor seconds
+  double dumpTime = 0;
+};
+
+Both measureStream(const JackServer& server, Source& source, const std::string& program, std::uint32_t count,
                    std::uint32_t perSecond) {
   const testsupport::ScratchFolder folder;
   const std::string seen = folder.path() / "seen";
@@ -145,38 +152,75 @@ void measureStream(const JackServer& server, Source& source, const char* name, s
   testsupport::Child listener(dump(), descriptors);
   waitUntil([&] { return server.tool("jack_lsp").find("dump:input") != std::string::npos; });
   server.tool("jack_connect", {"source:out", "dump:input"});
-  testsupport::PseudoTerminal shell(console(), {});
+  testsupport::PseudoTerminal shell(console(program), {});
   shell.type("to " + seen + " /Midi/Source/source/*\r", testsupport::Deadline(5s));
   waitUntil([&] { return source.listeners() == 2; });
   std::this_thread::sleep_for(500ms);
-  const double consoleBefore = processorTime(shell.id());
-  const double dumpBefore = processorTime(listener.id());
+  const double consoleBefore = bench::cpuSeconds(shell.id());
+  const double dumpBefore = bench::cpuSeconds(listener.id());
   source.emit(count, perSecond);
+  // Counting lines while the stream runs would slow down what is measured.
+  while (!source.done()) shell.read(testsupport::Deadline(50ms));
   long last = -1;
-  for (auto quietSince = Clock::now(); !source.done() || Clock::now() - quietSince < 1s;) {
+  for (auto quietSince = Clock::now(); Clock::now() - quietSince < 500ms;) {
     shell.read(testsupport::Deadline(50ms));
     const long now = linesWith(seen, "0x90") + linesWith(heard, "note on");
     if (std::exchange(last, now) != now) quietSince = Clock::now();
   }
-  const double consoleTime = processorTime(shell.id()) - consoleBefore;
-  const double dumpTime = processorTime(listener.id()) - dumpBefore;
-  std::printf("%-10s %8u %10ld %7.2f %14ld %7.2f %7.2f\n", name, count, linesWith(seen, "0x90"), consoleTime,
-              linesWith(heard, "note on"), dumpTime, dumpTime > 0 ? consoleTime / dumpTime : 0.0);
+  const Both both{linesWith(seen, "0x90"), linesWith(heard, "note on"), bench::cpuSeconds(shell.id()) - consoleBefore,
+                  bench::cpuSeconds(listener.id()) - dumpBefore};
   const auto& text = shell.output();
   for (auto at = text.find("flowscope: "); at != std::string::npos; at = text.find("flowscope: ", at + 1)) {
     std::printf("    %s\n", text.substr(at, text.find_first_of("\r\n", at) - at).c_str());
   }
-  std::fflush(stdout);
   shell.type("quit\r", testsupport::Deadline(5s));
   shell.waitForExit(testsupport::Deadline(5s));
+  return both;
 }
 
-double median(std::vector<double> values) {
-  std::ranges::sort(values);
-  return values.at(values.size() / 2);
+struct Stream {
+  const char* name;
+  std::uint32_t count;
+  std::uint32_t perSecond;
+};
+
+void measureStreams(const JackServer& server, Source& source, int rounds, const std::vector<std::string>& programs) {
+  std::puts("stream         sent  flowscope  us each jack_midi_dump  us each   ratio");
+  for (const auto& [name, count, perSecond] : {Stream{"1,000/s", 5'000, 1'000}, Stream{"4,000/s", 20'000, 4'000},
+                                               Stream{"16,000/s", 80'000, 16'000}, Stream{"at once", 40'000, 0}}) {
+    std::vector<std::vector<Both>> all(programs.size());
+    for (int round = 0; round < rounds; ++round) {
+      for (std::size_t i = 0; i < programs.size(); ++i) {
+        // Each begins a round as often as the others.
+        const std::size_t which = (i + static_cast<std::size_t>(round)) % programs.size();
+        all[which].push_back(measureStream(server, source, programs[which], count, perSecond));
+      }
+    }
+    for (std::size_t i = 0; i < programs.size(); ++i) {
+      const auto medianOf = [&](const auto& value) {
+        std::vector<double> values;
+        std::ranges::transform(all[i], std::back_inserter(values), value);
+        return median(std::move(values));
+      };
+      const auto perMessage = [](double time, long lines) {
+        return time / static_cast<double>(std::max(lines, 1L)) * 1e6;
+      };
+      std::printf("%-10s %8u %10.0f %8.2f %14.0f %8.2f %7.2f", name, count,
+                  medianOf([](const Both& both) { return static_cast<double>(both.lines); }),
+                  medianOf([&](const Both& both) { return perMessage(both.time, both.lines); }),
+                  medianOf([](const Both& both) { return static_cast<double>(both.dumpLines); }),
+                  medianOf([&](const Both& both) { return perMessage(both.dumpTime, both.dumpLines); }),
+                  medianOf([&](const Both& both) {
+                    const double bare = perMessage(both.dumpTime, both.dumpLines);
+                    return bare > 0 ? perMessage(both.time, both.lines) / bare : 0.0;
+                  }));
+      std::printf(programs.size() > 1 ? "  %s\n" : "\n", programs[i].c_str());
+    }
+    std::fflush(stdout);
+  }
 }
 
-void measureLatency(const JackServer& server, Source& source) {
+void measureLatency(const JackServer& server, Source& source, const std::string& program) {
   int ends[2];
   if (pipe2(ends, O_CLOEXEC) != 0) throw std::runtime_error("no pipe");
   const testsupport::UniqueFd read(ends[0]);
@@ -189,7 +233,7 @@ void measureLatency(const JackServer& server, Source& source) {
   write.reset();
   waitUntil([&] { return server.tool("jack_lsp").find("dump:input") != std::string::npos; });
   server.tool("jack_connect", {"source:out", "dump:input"});
-  testsupport::PseudoTerminal shell(console(), {});
+  testsupport::PseudoTerminal shell(console(program), {});
   shell.type("cat /Midi/Source/source/*\r", testsupport::Deadline(5s));
   waitUntil([&] { return source.listeners() == 2; });
   while (shell.read(testsupport::Deadline(300ms))) {
@@ -223,16 +267,15 @@ void measureLatency(const JackServer& server, Source& source) {
 
 }  // namespace
 
-int main() {
+int main(int count, char** words) {
   try {
+    const int rounds = count > 1 ? std::stoi(words[1]) : 1;
+    std::vector<std::string> programs(words + std::min(count, 2), words + count);
+    if (programs.empty()) programs.emplace_back(FLOWSCOPE_BINARY_DIR "/flowscope");
     const JackServer server;
     Source source;
-    std::puts("stream         sent  flowscope   CPU s jack_midi_dump   CPU s   ratio");
-    measureStream(server, source, "1,000/s", 5'000, 1'000);
-    measureStream(server, source, "4,000/s", 20'000, 4'000);
-    measureStream(server, source, "16,000/s", 80'000, 16'000);
-    measureStream(server, source, "at once", 40'000, 0);
-    measureLatency(server, source);
+    measureStreams(server, source, rounds, programs);
+    for (const std::string& program : programs) measureLatency(server, source, program);
     return 0;
   } catch (const std::exception& failure) {
     std::fprintf(stderr, "jack_stream: %s\n", failure.what());
