@@ -176,7 +176,11 @@ void ServerThread::close(std::unique_ptr<Client> client) {
   state_->changed.notify_all();
 }
 
-std::optional<ServerThread::Opened> ServerThread::result() { return result(0ms); }
+// The service asks each time that it wakes up: a wait without time would cost two system calls.
+std::optional<ServerThread::Opened> ServerThread::result() {
+  const std::lock_guard lock(state_->mutex);
+  return std::exchange(state_->result, std::nullopt);
+}
 
 std::optional<ServerThread::Opened> ServerThread::result(std::chrono::milliseconds patience) {
   std::unique_lock lock(state_->mutex);
