@@ -66,6 +66,8 @@ void runInteractively(EvtSrv::EventPortManager& manager, ShellIo& io) {
   shell->init(manager);
   // Behind the start of the input thread, whose commands must not inherit what is blocked here.
   const WriteSignals writeSignals;
+  // Here, because the prompt would otherwise wait until the input thread runs.
+  flushStream(io.out);
   shell->openInput();
   while (shell->isRunning()) {
     {

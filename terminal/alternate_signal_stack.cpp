@@ -8,7 +8,8 @@ constexpr std::size_t StackSize = 65536;
 
 }  // namespace
 
-AlternateSignalStack::AlternateSignalStack() : memory_(std::make_unique<std::byte[]>(StackSize)) {
+// Not initialized: the system would have to provide every page of it, on each start, for a stack that is rarely used.
+AlternateSignalStack::AlternateSignalStack() : memory_(std::make_unique_for_overwrite<std::byte[]>(StackSize)) {
   stack_t stack{};
   stack.ss_sp = memory_.get();
   stack.ss_size = StackSize;

@@ -127,17 +127,25 @@ bool isPublic(int signal) { return signal < FirstReserved || signal >= SIGRTMIN;
 
 TerminalSignals::TerminalSignals(KeySource& keys) {
   resumedReader = &keys;
+  sigemptyset(&byDefault_);
   for (int signal = 1; signal <= SIGRTMAX; ++signal) {
     if (!isHandled(signal) || !isPublic(signal)) continue;
     struct sigaction before {};
     if (sigaction(signal, nullptr, &before) != 0) continue;
     if (isLeftAlone(signal, before)) continue;
-    before_.push_back({signal, before});
+    if (before.sa_handler == SIG_DFL) {
+      sigaddset(&byDefault_, signal);
+    } else {
+      before_.push_back({signal, before});
+    }
     setHandler(signal);
   }
 }
 
 TerminalSignals::~TerminalSignals() {
+  for (int signal = 1; signal <= SIGRTMAX; ++signal) {
+    if (sigismember(&byDefault_, signal) == 1) setDisposition(signal, SIG_DFL, 0);
+  }
   for (const auto& [signal, action] : before_) sigaction(signal, &action, nullptr);
   resumedReader = nullptr;
 }

@@ -37,6 +37,8 @@ class TerminalSignals {
   };
 
   AlternateSignalStack stack_;
+  // Most signals had the default action before, which needs no record.
+  sigset_t byDefault_{};
   std::vector<Disposition> before_;
 };
 
