@@ -31,8 +31,14 @@ void ConsoleOutput::writeStyled(const StyledText& item) { write(itemAt(1, item, 
 
 bool ConsoleOutput::writeLine(const StyledText& item, bool paged) {
   if (!pageCheck(paged)) return false;
-  write(itemAt(1, item, "\n"));
+  writeUncounted(item);
   return true;
+}
+
+void ConsoleOutput::writeUncounted(const StyledText& item) { write(itemAt(1, item, "\n")); }
+
+void ConsoleOutput::countLines(int lines) {
+  if (!quiet_) paging_.countUnpaged(terminalRows(), lines);
 }
 
 bool ConsoleOutput::writeLineFresh(const StyledText& item, bool resetCounters, bool paged) {

@@ -54,6 +54,13 @@ class ConsoleOutput {
   // sequences that switch the style off follow the line end.
   bool writeLine(const StyledText& item, bool paged);
 
+  // Writes the text as an unpaged line that countLines counts later, together with others: nothing stops an unpaged
+  // listing, and asking for the window's height costs more than the line.
+  void writeUncounted(const StyledText& item);
+
+  // Counts unpaged lines that have been printed.
+  void countLines(int lines);
+
   // Like writeLine; resetCounters is true for the first line of a command.
   bool writeLineFresh(const StyledText& item, bool resetCounters, bool paged);
 

@@ -14,6 +14,9 @@ constexpr const char* Indentation = "    ";
 constexpr const char* Branch = "+-- ";
 constexpr int CellGap = 2;
 
+// No window is higher, so counting goes no further.
+constexpr int MostCounted = 65536;
+
 const char* orNotFound(const char* name) { return name != nullptr ? name : "notfound"; }
 
 // A quiet output has no width: it prints everything in one column.
@@ -30,6 +33,11 @@ ColumnGeometry geometryFor(std::size_t longest, int terminalWidth) {
 class TreeDrawing {
  public:
   TreeDrawing(ConsoleOutput& output, bool showData, bool paged) : output_(output), showData_(showData), paged_(paged) {}
+  TreeDrawing(const TreeDrawing&) = delete;
+  TreeDrawing& operator=(const TreeDrawing&) = delete;
+  ~TreeDrawing() {
+    if (uncounted_ > 0) output_.countLines(uncounted_);
+  }
 
   // Returns false as soon as the user stops it.
   bool drawLevel(int depth, const ListingNode& node) {
@@ -65,7 +73,11 @@ class TreeDrawing {
   }
 
   bool writeLine(const ListingNode& node) {
-    return output_.writeLine({node.listedAttributes(), node.listedColour(), line_.c_str()}, paged_);
+    const StyledText item{node.listedAttributes(), node.listedColour(), line_.c_str()};
+    if (paged_) return output_.writeLine(item, true);
+    output_.writeUncounted(item);
+    if (uncounted_ < MostCounted) ++uncounted_;
+    return true;
   }
 
   ConsoleOutput& output_;
@@ -73,6 +85,7 @@ class TreeDrawing {
   bool paged_;
   std::string line_;
   std::size_t nameBegin_ = 0;
+  int uncounted_ = 0;  // unpaged lines
 };
 
 }  // namespace

@@ -1,5 +1,7 @@
 #include "terminal/paging_counters.h"
 
+#include <algorithm>
+
 #include "terminal/key_codes.h"
 
 namespace flowscope {
@@ -19,6 +21,11 @@ PageDecision PagingCounters::countLine(int rows, bool paged) {
     return PageDecision::Print;
   }
   return PageDecision::Ask;
+}
+
+void PagingCounters::countUnpaged(int rows, int lines) {
+  const int limit = rows - 1;
+  if (lineCount_ < limit) lineCount_ += std::min(lines, limit - lineCount_);
 }
 
 PageAnswer PagingCounters::answer(int key) {

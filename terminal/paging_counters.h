@@ -17,6 +17,9 @@ class PagingCounters {
   // to rows - 1; paged lines ask on each page after rows - 2 lines.
   PageDecision countLine(int rows, bool paged);
 
+  // Counts unpaged lines, as many calls of countLine would.
+  void countUnpaged(int rows, int lines);
+
   // Takes the key that answers the prompt (a byte, a key code, or the end of input): "q" stops, Enter lets one more
   // line through, every other key a whole page.
   PageAnswer answer(int key);

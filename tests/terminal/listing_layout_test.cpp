@@ -161,6 +161,34 @@ TEST_F(ListingLayout, TreeLinesHaveTheStyleOfTheirNode) {
             "\033[7m\033[39m\033[1G    +-- a  \n\033[27m");
 }
 
+// A terminal that counts how often it is asked for its height.
+class AskedSize : public test::FixedSize {
+ public:
+  int rows() override {
+    ++asked;
+    return FixedSize::rows();
+  }
+
+  int asked = 0;
+};
+
+TEST_F(ListingLayout, UnpagedTreeAsksForTheHeightOnceAndCountsItsLines) {
+  AskedSize terminal;
+  ConsoleOutput to(out.stream(), terminal, keys, false);
+  // In one row the page is full after a line that is not counted.
+  terminal.rowCount = 1;
+  keys.type(" q");
+  ASSERT_TRUE(to.writeLine({AttrNone, ColourDefault, "first"}, true));
+  terminal.rowCount = 24;
+  terminal.asked = 0;
+  Node root("top");
+  for (int i = 0; i < 1000; ++i) root.add("leaf");
+  EXPECT_TRUE(drawTreeLevel(to, 0, root, false, false));
+  EXPECT_EQ(terminal.asked, 1);
+  terminal.rowCount = 3;
+  EXPECT_FALSE(to.writeLine({AttrNone, ColourDefault, "last"}, true)) << "the lines of the tree were not counted";
+}
+
 TEST_F(ListingLayout, TreeStopsAtThePrompt) {
   size.rowCount = 4;
   Node root("top");

@@ -37,6 +37,32 @@ struct Row {
   std::string seen;
 };
 
+// In a window of one row the page is full after one line, but no line is counted.
+PagingCounters afterAPageOfOneRow() {
+  PagingCounters counters;
+  show(counters, 1, true, 1, {' '});
+  return counters;
+}
+
+TEST(PagingCounters, UnpagedLinesAreCountedTogetherLikeOneByOne) {
+  bool shows = false;
+  for (int rows = 0; rows < 6; ++rows) {
+    for (int lines = 0; lines < 8; ++lines) {
+      for (int rowsLater = 0; rowsLater < 8; ++rowsLater) {
+        PagingCounters together = afterAPageOfOneRow();
+        together.countUnpaged(rows, lines);
+        PagingCounters single = afterAPageOfOneRow();
+        for (int line = 0; line < lines; ++line) single.countLine(rows, false);
+        PagingCounters none = afterAPageOfOneRow();
+        const std::string seen = show(single, rowsLater, true, 10);
+        EXPECT_EQ(show(together, rowsLater, true, 10), seen) << rows << ' ' << lines << ' ' << rowsLater;
+        shows = shows || show(none, rowsLater, true, 10) != seen;
+      }
+    }
+  }
+  EXPECT_TRUE(shows) << "counting makes no difference here";
+}
+
 TEST(PagingCounters, PagedListingAfterAResetAsksAfterEachPage) {
   const std::vector<Row> rows{
       {"fits", 24, 22, {}, dots(22)},
