@@ -28,7 +28,6 @@ std::optional<ParameterStep> after(Parameters& parameters,
 }
 
 TEST(Parameters, OthersAreNone) {
-  Parameters parameters;
   for (std::uint8_t number = 0; number < 128; ++number) {
     const bool concerns = number == 6 || number == 38 || (number >= 96 && number <= 101);
     EXPECT_EQ(Parameters().control(number, 1).has_value(), concerns) << int{number};
