@@ -1,11 +1,9 @@
 #include "platform/midi/sounding_notes.h"
 
+#include "platform/midi/midi_bytes.h"
+
 namespace midi {
 namespace {
-
-constexpr std::uint8_t NoteOff = 0x80;
-constexpr std::uint8_t NoteOn = 0x90;
-constexpr std::uint8_t ControlChange = 0xB0;
 
 constexpr std::uint8_t HoldPedal = 64;
 constexpr std::uint8_t SostenutoPedal = 66;

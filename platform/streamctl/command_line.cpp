@@ -5,6 +5,7 @@
 #include <cmath>
 #include <utility>
 
+#include "platform/midi/message_filter.h"
 #include "platform/midi/player.h"
 #include "platform/streamctl/byte_word.h"
 #include "platform/system/printable.h"
@@ -45,12 +46,33 @@ void addBytes(CLI::App& app, std::vector<std::uint8_t>& target) {
       ->required();
 }
 
+// An option whose word parse turns into a value, or into a line that says what is wrong with it.
+template <class Target, class Parse>
+CLI::Option* addParsed(CLI::App& app, const std::string& name, Target& target, Parse parse, const std::string& help) {
+  const auto take = [&target, parse, name](const CLI::results_t& words) {
+    auto parsed = parse(words.front());
+    if (const auto* problem = std::get_if<std::string>(&parsed)) throw CLI::ValidationError(name, *problem);
+    target = std::get<0>(parsed);
+    return true;
+  };
+  return app.add_option(name, take, help);
+}
+
+std::variant<TimeForm, std::string> parseTimeForm(const std::string& word) {
+  if (word == "wall") return TimeForm::Wall;
+  if (word == "delta") return TimeForm::Delta;
+  if (word == "start") return TimeForm::Start;
+  if (word == "none") return TimeForm::None;
+  return "'" + word + "' is not wall, delta, start or none";
+}
+
 // The commands during parsing.
 struct Draft {
   ListCommand list;
   InjectCommand inject;
   PlayCommand play;
   WatchCommand watch;
+  bool watchNoClock = false;
   StatsCommand stats;
 };
 
@@ -84,15 +106,39 @@ void addPlay(CLI::App& app, PlayCommand& play) {
       ->type_name("X");
 }
 
+void addWatch(CLI::App& app, Draft& draft) {
+  LineStyle& lines = draft.watch.lines;
+  CLI::App& sub = *app.add_subcommand("watch", "Print each message that passes the given ports");
+  sub.add_option("PORT", draft.watch.ports, "Port names")->type_name("")->required();
+  sub.add_flag("--json", draft.watch.json, "Print a JSON object for each message");
+  sub.add_flag("--decode", lines.decode, "Print what the messages mean instead of their bytes");
+  addParsed(sub, "--time", lines.time, parseTimeForm,
+            "wall: time of day; delta: since the line before; start: since the first line; none (default: the "
+            "service's clock)")
+      ->type_name("FORM");
+  addParsed(sub, "--type", lines.filter.types, midi::parseTypes,
+            "Only messages of these types, separated by commas: " + CLI::detail::join(midi::MessageTypeWords, ", "))
+      ->type_name("TYPE,...");
+  sub.add_flag("--no-clock", draft.watchNoClock, "No messages of MIDI clocks");
+  addParsed(sub, "--channel", lines.filter.channels, midi::parseChannels,
+            "Only channel messages of these channels, such as 1-4,10; a channel is a group id plus 1")
+      ->type_name("N,...");
+}
+
+// Puts together what watch prints. Throws if that is nothing.
+void finishWatch(Draft& draft) {
+  LineStyle& lines = draft.watch.lines;
+  if (draft.watchNoClock) lines.filter.types.reset(static_cast<std::size_t>(midi::MessageType::Clock));
+  if (lines.filter.types.none()) throw CLI::ValidationError("--no-clock", "leaves nothing of --type clock");
+}
+
 // The caller finds out which command was given and reads its part of draft.
 void addCommands(CLI::App& app, Draft& draft) {
   CLI::App& list = *app.add_subcommand("list", "Show groups, ports and connections");
   list.add_flag("--json", draft.list.json, "Print a JSON document");
   addInject(app, draft.inject);
   addPlay(app, draft.play);
-  CLI::App& watch = *app.add_subcommand("watch", "Print each message that passes the given ports");
-  watch.add_option("PORT", draft.watch.ports, "Port names")->type_name("")->required();
-  watch.add_flag("--json", draft.watch.json, "Print a JSON object for each message");
+  addWatch(app, draft);
   CLI::App& stats = *app.add_subcommand("stats", "Show clients, counts of messages, and queues");
   stats.add_flag("--json", draft.stats.json, "Print a JSON document");
 }
@@ -160,6 +206,7 @@ std::variant<CommandLine, Saying> parseCommandLine(const std::vector<std::string
     if (hasEmptyEndpoint(words)) throw CLI::ValidationError("--endpoint", noEndpoint);
     app.parse(std::vector<std::string>(words.rbegin(), words.rend()));  // the library expects reverse order
     if (given->count() > 0 && endpoint.empty()) throw CLI::ValidationError("--endpoint", noEndpoint);
+    finishWatch(draft);
   } catch (const CLI::CallForHelp&) {
     return Saying{false, app.help()};
   } catch (const CLI::CallForVersion& version) {

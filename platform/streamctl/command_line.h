@@ -7,6 +7,8 @@
 #include <variant>
 #include <vector>
 
+#include "platform/streamctl/event_lines.h"
+
 namespace streamctl {
 
 struct ListCommand {
@@ -31,6 +33,7 @@ struct PlayCommand {
 struct WatchCommand {
   std::vector<std::string> ports;  // at least one
   bool json = false;
+  LineStyle lines;  // at least one type of messages passes the filter
 };
 
 struct StatsCommand {

@@ -33,12 +33,20 @@ constexpr std::size_t WriteAfter = 64U << 10U;
 // The longest wait for messages without a check for a reader of the output.
 constexpr std::chrono::milliseconds LongestReceive{200};
 
+// The distance from the clock of a service on this machine to nanoseconds since 1970.
+std::chrono::nanoseconds wallOffset() {
+  return std::chrono::system_clock::now().time_since_epoch() - std::chrono::steady_clock::now().time_since_epoch();
+}
+
 // Prints the messages of events.
 class Printer {
  public:
-  Printer(LineForm form, const StopSignals& signals) : lines_(form), signals_(signals) {}
+  Printer(LineForm form, const LineStyle& style, const StopSignals& signals)
+      : lines_(form, style), isWall_(style.time == TimeForm::Wall), signals_(signals) {}
 
   void print(std::string_view port, std::span<const std::uint8_t> event) {
+    // Each time anew: somebody may have set the clock.
+    if (isWall_) lines_.setWallOffset(wallOffset());
     if (!lines_.append(port, event, text_)) malformed_ = true;
     if (text_.size() >= WriteAfter) flush();
   }
@@ -57,6 +65,7 @@ class Printer {
 
  private:
   EventLines lines_;
+  bool isWall_;
   const StopSignals& signals_;
   std::string text_;
   int error_ = 0;
@@ -99,7 +108,7 @@ Outcome run(const WatchCommand& command, const ServicePlace& place) {
   for (const std::string& port : command.ports) {
     if (auto cause = tap(*session, port)) return Failure{std::move(*cause)};
   }
-  Printer printer(command.json ? LineForm::Json : LineForm::Text, signals);
+  Printer printer(command.json ? LineForm::Json : LineForm::Text, command.lines, signals);
   const auto take = [&](std::uint32_t /*eventPort*/, std::string_view port, std::span<const std::uint8_t> event) {
     printer.print(port, event);
     return true;

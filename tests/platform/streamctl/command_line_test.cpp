@@ -72,6 +72,41 @@ TEST(CommandLine, PortMayBeCalledLikeACommand) {
   EXPECT_THAT(watch->ports, ElementsAre("list", "stats"));
 }
 
+TEST(CommandLine, WatchPrintsEverythingUnlessToldOtherwise) {
+  const auto watch = parsed<WatchCommand>({"watch", "A"});
+  ASSERT_TRUE(watch);
+  EXPECT_FALSE(watch->json || watch->lines.decode);
+  EXPECT_EQ(watch->lines.time, TimeForm::Service);
+  EXPECT_TRUE(watch->lines.filter.types.all());
+  EXPECT_FALSE(watch->lines.filter.channels);
+}
+
+TEST(CommandLine, ParsesWhatWatchPrints) {
+  const auto watch = parsed<WatchCommand>(
+      {"watch", "--decode", "A", "--time", "delta", "--type", "note,clock", "--no-clock", "--channel=1-4,10", "B"});
+  ASSERT_TRUE(watch);
+  EXPECT_THAT(watch->ports, ElementsAre("A", "B"));
+  EXPECT_TRUE(watch->lines.decode);
+  EXPECT_EQ(watch->lines.time, TimeForm::Delta);
+  EXPECT_EQ(watch->lines.filter.types, midi::TypeSet(1)) << "notes";
+  EXPECT_EQ(watch->lines.filter.channels, midi::ChannelSet(0x020F));
+  EXPECT_EQ(parsed<WatchCommand>({"watch", "A", "--no-clock"})->lines.filter.types.count(), 14U);
+  EXPECT_EQ(parsed<WatchCommand>({"watch", "A", "--time", "wall"})->lines.time, TimeForm::Wall);
+  EXPECT_EQ(parsed<WatchCommand>({"watch", "A", "--time", "start"})->lines.time, TimeForm::Start);
+  EXPECT_EQ(parsed<WatchCommand>({"watch", "A", "--time", "none"})->lines.time, TimeForm::None);
+}
+
+TEST(CommandLine, WrongWordsOfWatchAreNamed) {
+  EXPECT_THAT(said({"watch", "A", "--type", "notes"}).text,
+              testing::StartsWith("--type: 'notes' is not a type of messages; the types are note, pressure, cc, "));
+  EXPECT_EQ(said({"watch", "A", "--channel", "17"}).text,
+            "--channel: '17' is not a channel (1 to 16) or a range of channels (1-4) (see --help)");
+  EXPECT_EQ(said({"watch", "A", "--time", "noon"}).text,
+            "--time: 'noon' is not wall, delta, start or none (see --help)");
+  EXPECT_EQ(said({"watch", "A", "--type", "clock", "--no-clock"}).text,
+            "--no-clock: leaves nothing of --type clock (see --help)");
+}
+
 TEST(CommandLine, EndpointMayStandBeforeOrAfterTheCommand) {
   for (const std::vector<std::string>& words : {std::vector<std::string>{"--endpoint", "ipc:///x", "list"},
                                                 {"list", "--endpoint", "ipc:///x"},
@@ -124,6 +159,14 @@ TEST(CommandLine, WrongArgumentsAreReportedInOnePrintableLine) {
                                            {"play", "F", "P", "--speed", "nan"},
                                            {"play", "F", "P", "--speed", "fast"},
                                            {"watch"},
+                                           {"watch", "P", "--type", ""},
+                                           {"watch", "P", "--type", "\x1b[2J\n"},
+                                           {"watch", "P", "--type", "note", "--type", "cc"},
+                                           {"watch", "P", "--channel", "0"},
+                                           {"watch", "P", "--channel", ""},
+                                           {"watch", "P", "--time"},
+                                           {"watch", "P", "--time", "\x1b[2J\n"},
+                                           {"list", "--decode"},
                                            {"stats", "P"}};
   for (const auto& words : rows) {
     const Saying saying = said(words);

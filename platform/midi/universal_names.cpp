@@ -1,0 +1,150 @@
+#include "platform/midi/universal_names.h"
+
+#include <algorithm>
+#include <array>
+
+namespace midi {
+namespace {
+
+// MIDI 1.0 Detailed Specification 4.2, table 4 "Universal System Exclusive Messages". The sources of what is newer:
+// MIDI Machine Control 1.0 (RP-013), MIDI Show Control 1.1 (RP-002/014), Controller Destination Setting (CA-022),
+// Key-based Instrument Controllers (CA-023), MIDI Tuning extensions (CA-020/021), Global Parameter Control (CA-024),
+// Scalable Polyphony MIDI (RP-034), Mobile Phone Control (RP-046), MIDI Visual Control (RP-050), General MIDI 2
+// (RP-024), Downloadable Sounds (RP-016), File Reference (CA-018).
+constexpr auto Messages = std::to_array<UniversalMessage>({
+    {NonRealTime, 0x01, std::nullopt, "sample dump header"},
+    {NonRealTime, 0x02, std::nullopt, "sample data packet"},
+    {NonRealTime, 0x03, std::nullopt, "sample dump request"},
+    {NonRealTime, 0x04, std::nullopt, "MIDI time code"},
+    {NonRealTime, 0x04, 0x00, "time code special"},
+    {NonRealTime, 0x04, 0x01, "punch in points"},
+    {NonRealTime, 0x04, 0x02, "punch out points"},
+    {NonRealTime, 0x04, 0x03, "delete punch in point"},
+    {NonRealTime, 0x04, 0x04, "delete punch out point"},
+    {NonRealTime, 0x04, 0x05, "event start point"},
+    {NonRealTime, 0x04, 0x06, "event stop point"},
+    {NonRealTime, 0x04, 0x07, "event start point with information"},
+    {NonRealTime, 0x04, 0x08, "event stop point with information"},
+    {NonRealTime, 0x04, 0x09, "delete event start point"},
+    {NonRealTime, 0x04, 0x0A, "delete event stop point"},
+    {NonRealTime, 0x04, 0x0B, "cue point"},
+    {NonRealTime, 0x04, 0x0C, "cue point with information"},
+    {NonRealTime, 0x04, 0x0D, "delete cue point"},
+    {NonRealTime, 0x04, 0x0E, "event name"},
+    {NonRealTime, 0x05, std::nullopt, "sample dump extension"},
+    {NonRealTime, 0x05, 0x01, "sample loop points"},
+    {NonRealTime, 0x05, 0x02, "sample loop points request"},
+    {NonRealTime, 0x05, 0x03, "sample name"},
+    {NonRealTime, 0x05, 0x04, "sample name request"},
+    {NonRealTime, 0x05, 0x05, "extended sample dump header"},
+    {NonRealTime, 0x05, 0x06, "extended sample loop points"},
+    {NonRealTime, 0x05, 0x07, "extended sample loop points request"},
+    {NonRealTime, 0x06, std::nullopt, "general information"},
+    {NonRealTime, 0x06, 0x01, "identity request"},
+    {NonRealTime, 0x06, 0x02, "identity reply"},
+    {NonRealTime, 0x07, std::nullopt, "file dump"},
+    {NonRealTime, 0x07, 0x01, "file dump header"},
+    {NonRealTime, 0x07, 0x02, "file dump data packet"},
+    {NonRealTime, 0x07, 0x03, "file dump request"},
+    {NonRealTime, 0x08, std::nullopt, "tuning"},
+    {NonRealTime, 0x08, 0x00, "tuning dump request"},
+    {NonRealTime, 0x08, 0x01, "tuning dump"},
+    {NonRealTime, 0x08, 0x03, "tuning dump request with bank"},
+    {NonRealTime, 0x08, 0x04, "tuning dump with bank"},
+    {NonRealTime, 0x08, 0x05, "scale tuning dump, one byte"},
+    {NonRealTime, 0x08, 0x06, "scale tuning dump, two bytes"},
+    {NonRealTime, 0x08, 0x07, "single note tuning with bank"},
+    {NonRealTime, 0x08, 0x08, "scale tuning, one byte"},
+    {NonRealTime, 0x08, 0x09, "scale tuning, two bytes"},
+    {NonRealTime, 0x09, std::nullopt, "General MIDI"},
+    {NonRealTime, 0x09, 0x01, "General MIDI on"},
+    {NonRealTime, 0x09, 0x02, "General MIDI off"},
+    {NonRealTime, 0x09, 0x03, "General MIDI 2 on"},
+    {NonRealTime, 0x0A, std::nullopt, "downloadable sounds"},
+    {NonRealTime, 0x0A, 0x01, "downloadable sounds on"},
+    {NonRealTime, 0x0A, 0x02, "downloadable sounds off"},
+    {NonRealTime, 0x0A, 0x03, "downloadable sounds voice allocation off"},
+    {NonRealTime, 0x0A, 0x04, "downloadable sounds voice allocation on"},
+    {NonRealTime, 0x0B, std::nullopt, "file reference"},
+    {NonRealTime, 0x0B, 0x01, "file reference open"},
+    {NonRealTime, 0x0B, 0x02, "file reference select"},
+    {NonRealTime, 0x0B, 0x03, "file reference open and select"},
+    {NonRealTime, 0x0B, 0x04, "file reference close"},
+    {NonRealTime, 0x0C, std::nullopt, "visual control"},
+    {NonRealTime, 0x0D, std::nullopt, "capability inquiry"},
+    {NonRealTime, 0x7B, std::nullopt, "end of file"},
+    {NonRealTime, 0x7C, std::nullopt, "wait"},
+    {NonRealTime, 0x7D, std::nullopt, "cancel"},
+    {NonRealTime, 0x7E, std::nullopt, "not acknowledged"},
+    {NonRealTime, 0x7F, std::nullopt, "acknowledged"},
+    {RealTime, 0x01, std::nullopt, "MIDI time code"},
+    {RealTime, 0x01, 0x01, "time code full frame"},
+    {RealTime, 0x01, 0x02, "time code user bits"},
+    {RealTime, 0x02, std::nullopt, "show control"},
+    {RealTime, 0x03, std::nullopt, "notation"},
+    {RealTime, 0x03, 0x01, "bar number"},
+    {RealTime, 0x03, 0x02, "time signature"},
+    {RealTime, 0x03, 0x42, "time signature of the next bar"},
+    {RealTime, 0x04, std::nullopt, "device control"},
+    {RealTime, 0x04, 0x01, "master volume"},
+    {RealTime, 0x04, 0x02, "master balance"},
+    {RealTime, 0x04, 0x03, "master fine tuning"},
+    {RealTime, 0x04, 0x04, "master coarse tuning"},
+    {RealTime, 0x04, 0x05, "global parameter control"},
+    {RealTime, 0x05, std::nullopt, "time code cueing"},
+    {RealTime, 0x05, 0x00, "time code cueing special"},
+    {RealTime, 0x05, 0x01, "punch in points"},
+    {RealTime, 0x05, 0x02, "punch out points"},
+    {RealTime, 0x05, 0x05, "event start point"},
+    {RealTime, 0x05, 0x06, "event stop point"},
+    {RealTime, 0x05, 0x07, "event start point with information"},
+    {RealTime, 0x05, 0x08, "event stop point with information"},
+    {RealTime, 0x05, 0x0B, "cue point"},
+    {RealTime, 0x05, 0x0C, "cue point with information"},
+    {RealTime, 0x05, 0x0E, "event name"},
+    {RealTime, 0x06, std::nullopt, "machine control command"},
+    {RealTime, 0x06, 0x01, "machine control stop"},
+    {RealTime, 0x06, 0x02, "machine control play"},
+    {RealTime, 0x06, 0x03, "machine control deferred play"},
+    {RealTime, 0x06, 0x04, "machine control fast forward"},
+    {RealTime, 0x06, 0x05, "machine control rewind"},
+    {RealTime, 0x06, 0x06, "machine control record strobe"},
+    {RealTime, 0x06, 0x07, "machine control record exit"},
+    {RealTime, 0x06, 0x08, "machine control record pause"},
+    {RealTime, 0x06, 0x09, "machine control pause"},
+    {RealTime, 0x06, 0x0A, "machine control eject"},
+    {RealTime, 0x06, 0x0B, "machine control chase"},
+    {RealTime, 0x06, 0x0D, "machine control reset"},
+    {RealTime, 0x06, 0x44, "machine control locate"},
+    {RealTime, 0x07, std::nullopt, "machine control response"},
+    {RealTime, 0x08, std::nullopt, "tuning"},
+    {RealTime, 0x08, 0x02, "single note tuning"},
+    {RealTime, 0x08, 0x07, "single note tuning with bank"},
+    {RealTime, 0x08, 0x08, "scale tuning, one byte"},
+    {RealTime, 0x08, 0x09, "scale tuning, two bytes"},
+    {RealTime, 0x09, std::nullopt, "controller destination"},
+    {RealTime, 0x09, 0x01, "channel pressure destination"},
+    {RealTime, 0x09, 0x02, "note pressure destination"},
+    {RealTime, 0x09, 0x03, "controller destination setting"},
+    {RealTime, 0x0A, std::nullopt, "key-based instrument control"},
+    {RealTime, 0x0A, 0x01, "key-based controller"},
+    {RealTime, 0x0B, std::nullopt, "scalable polyphony"},
+    {RealTime, 0x0B, 0x01, "maximum instantaneous polyphony"},
+    {RealTime, 0x0C, std::nullopt, "mobile phone control"},
+});
+
+}  // namespace
+
+const UniversalMessage* universalMessage(std::uint8_t kind, std::uint8_t subId1, std::optional<std::uint8_t> subId2) {
+  const UniversalMessage* any = nullptr;
+  for (const UniversalMessage& message : Messages) {
+    if (message.kind != kind || message.subId1 != subId1) continue;
+    if (!message.subId2) any = &message;
+    if (message.subId2 && message.subId2 == subId2) return &message;
+  }
+  return any;
+}
+
+std::span<const UniversalMessage> universalMessages() { return Messages; }
+
+}  // namespace midi
