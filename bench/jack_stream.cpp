@@ -3,8 +3,7 @@
 // server.
 //
 //   jack_stream [ROUNDS [CONSOLE...]]   ROUNDS times (1 unless given), each of these consoles in turn, which are paths
-//   of
-//                                       programs; without one, the console of this build
+//                                       of programs; without one, the console of this build
 #include <fcntl.h>
 #include <jack/jack.h>
 #include <jack/midiport.h>

@@ -19,8 +19,9 @@ constexpr std::size_t GroupBytes = 64;
 
 constexpr std::size_t MaxOriginalBytes = 1024;
 
-// After so many new beginnings the answer is made at once.
+// After so many new beginnings the answer is made at once, if it has no more names: others wait for as long.
 constexpr int MostBeginnings = 3;
+constexpr std::size_t MostNamesAtOnce = 100'000;
 
 // What looking through the flags of removed ports costs, in entries.
 std::size_t costOfLooking(const Side& side) { return side ? side->gone.size() / 64 : 0; }
@@ -51,8 +52,8 @@ class Place {
     return std::exchange(isFirst_, false);
   }
 
-  // True if it has begun anew so often that it may never come to the end.
-  bool isRestless() const { return beginnings_ >= MostBeginnings; }
+  // True if it has begun anew so often that it may never come to the end, and what is left is little.
+  bool isRestless() const { return beginnings_ >= MostBeginnings && isSmall(); }
 
   // Null at the end.
   const device::Group* group() const {
@@ -83,6 +84,17 @@ class Place {
   }
 
  private:
+  bool isSmall() const {
+    std::size_t names = 0;
+    for (const device::Group& group : service_.topology().groups()) {
+      for (const device::Side side : {device::Side::Source, device::Side::Sink}) {
+        if (const auto& ports = group.side(side); ports && isListed(*ports)) names += ports->count;
+      }
+      if (names > MostNamesAtOnce) return false;
+    }
+    return true;
+  }
+
   const service::Service& service_;
   std::uint64_t version_;
   std::size_t group_ = 0;

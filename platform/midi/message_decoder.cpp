@@ -24,16 +24,17 @@ std::string equals(std::int64_t value) { return " = " + std::to_string(value); }
 
 std::string signedText(double number, int decimals) { return (number > 0 ? "+" : "") + decimalText(number, decimals); }
 
-// Rounded, so that programs do not see the noise of the last digits.
+// Rounded, so that programs do not see the noise of the last digits. Never minus zero.
 double rounded(double number) {
   constexpr double Thousandths = 1000;
-  return std::round(number * Thousandths) / Thousandths;
+  return std::round(number * Thousandths) / Thousandths + 0.0;
 }
 
 // General MIDI on, for all devices or one.
 bool isGeneralMidiOn(std::span<const std::uint8_t> bytes) {
   constexpr std::size_t Bytes = 6;
-  return bytes.size() == Bytes && bytes[1] == 0x7E && bytes[3] == 0x09 && (bytes[4] == 0x01 || bytes[4] == 0x03);
+  return bytes.size() == Bytes && bytes.front() == SystemExclusive && bytes.back() == EndOfExclusive &&
+         bytes[1] == 0x7E && bytes[3] == 0x09 && (bytes[4] == 0x01 || bytes[4] == 0x03);
 }
 
 std::string stepText(const ParameterStep& step, bool up) {

@@ -49,7 +49,7 @@ void Router::emitted(device::PortId source, const device::Message& message, devi
 }
 
 void Router::afterwards(Act act) {
-  if (!isOnTheWay() && act(left_)) return;
+  if (atDevice_ == nullptr && !isOnTheWay() && act(left_)) return;
   later_.push_back(std::move(act));
 }
 

@@ -111,7 +111,11 @@ void SourceUse::use(device::PortId source, device::Time now) {
 
 void SourceUse::answered(device::PortId source, device::Status status) {
   const Source* known = sources_.find(source);
-  if (known == nullptr || !known->isUsed || known->answer == status) return;
+  if (known == nullptr || !known->isUsed) return;
+  if (known->answer == status) {
+    unanswered_.erase(source);
+    return;
+  }
   enter(source, status);
   news_ = true;
 }

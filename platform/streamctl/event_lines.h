@@ -34,8 +34,7 @@ struct LineStyle {
 // may share an event. Text has seconds with nine decimals, JSON nanoseconds. See TimeForm for other times.
 //
 // In decoded text the channel stands before the words: "ch1" to "ch16", "group16" for a group id that is no channel,
-// and
-// "-" for a message without a channel.
+// and "-" for a message without a channel.
 class EventLines {
  public:
   explicit EventLines(LineForm form, const LineStyle& style = LineStyle())

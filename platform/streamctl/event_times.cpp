@@ -38,7 +38,10 @@ void appendTimeOfDay(std::int64_t sinceEpoch, std::string& out) {
   std::size_t size = 0;
   if (localtime_r(&clock, &parts) != nullptr) size = std::strftime(text.data(), text.size(), "%H:%M:%S", &parts);
   out.append(text.data(), size);
-  appendFraction(static_cast<std::uint64_t>((whole - seconds).count()), 6, out);
+  // The whole seconds in nanoseconds may be more than a number holds.
+  constexpr auto PerSecond = static_cast<std::int64_t>(NanosecondsPerSecond);
+  const std::int64_t rest = sinceEpoch % PerSecond;
+  appendFraction(static_cast<std::uint64_t>(rest < 0 ? rest + PerSecond : rest), 6, out);
 }
 
 }  // namespace

@@ -13,8 +13,8 @@ namespace wire {
 // connections and clients: twice as many connections as clients can make, and all ports of 42 groups of 16,384 ports a
 // side.
 inline constexpr std::size_t MaxAnswerBytes = 128U << 20U;
-inline constexpr std::size_t MaxAnswerEntries = 1U << 21U;
 inline constexpr std::size_t MaxAnswerGroups = 1U << 16U;
+inline constexpr std::size_t MaxAnswerEntries = (1U << 21U) + MaxAnswerGroups;
 
 // False if another piece of the same answer follows this message.
 bool isLast(const Body& message);

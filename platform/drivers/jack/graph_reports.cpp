@@ -13,7 +13,7 @@ namespace drivers::jack {
 namespace {
 
 constexpr device::Time BetweenRestores = std::chrono::seconds(1);
-constexpr std::chrono::milliseconds PatienceAtTheStart = std::chrono::seconds(1);
+constexpr std::chrono::milliseconds PatienceForLinks = std::chrono::seconds(1);
 
 }  // namespace
 
@@ -22,7 +22,7 @@ void GraphReports::begin(const Client& client) {
   enterClients();
   clientLog_.update(ports_.clients());
   readLinks(client);
-  read_ = links_.take(PatienceAtTheStart);
+  read_ = links_.take(PatienceForLinks);
 }
 
 void GraphReports::readPorts(const Client& client, device::DriverEvents& events, device::Time now) {

@@ -80,14 +80,15 @@ void Patches::finishWithdrawn(const Open& open, int result) {
 
 // The connection is now as the request wanted it, unless JACK has reported a later change.
 device::Status Patches::finish(const Open& open, int result, device::DriverEvents& events, device::Time now) {
-  links_.changed(open.source, open.sink);
   if (open.made) {
     if (result != 0 && result != EEXIST) return device::Status::Refused;
+    links_.changed(open.source, open.sink);
     if (result == 0 && !open.echoed) echoes_.expect(open.source, open.sink, true);
     if (result == 0 ? !open.echoed : !open.changed) events.linked(open.link, now);
     return device::Status::Ok;
   }
   if (result != 0) return device::Status::NotFound;
+  links_.changed(open.source, open.sink);
   if (!open.echoed) {
     echoes_.expect(open.source, open.sink, false);
     events.unlinked(open.link, now);

@@ -87,7 +87,8 @@ bool SourceTaps::isMade(Client& client, device::PortId source, int result, devic
     return true;
   }
   tap.isNew = false;
-  if (const auto name = std::exchange(tap.next, std::nullopt)) {
+  // A connection that breaks is made again anyway.
+  if (const auto name = std::exchange(tap.next, std::nullopt); name && !tap.isConnected) {
     tap.request =
         server_.ask([&client, number = tap.number, name = *name] { return connectTap(client, number, name); });
     return false;
@@ -173,10 +174,14 @@ SourceTaps::Tap& SourceTaps::tap(Client& client, const std::string& name, device
     tap.isNew = true;
     sources_.emplace(tap.number, source);
   }
-  if (tap.request && server_.withdraw(tap.request) != ServerThread::Withdrawn::Never) {
+  // Only who waits for the answer may pull a request forward.
+  const bool stays = tap.request && (turn == ServerThread::Turn::Last ||
+                                     server_.withdraw(tap.request) != ServerThread::Withdrawn::Never);
+  if (stays) {
     // It may have found that the source does not exist.
     tap.next = name;
   } else {
+    tap.next.reset();
     // A connection that exists already stays.
     tap.request = server_.ask(
         [&client, number = tap.number, name, opens = tap.isNew] {

@@ -172,10 +172,12 @@ void await(const std::atomic<bool>& flag) {
 }
 
 TEST(AnswerTooLate, IsTakenBeforeAMessageIsSent) {
+  std::atomic<bool> isBegun{false};
   std::atomic<bool> isTimedOut{false};
   std::atomic<bool> isOver{false};
   Client client([&](RawService& service, std::uint32_t tag) {
     service.write(tag, links(1, First));
+    isBegun = true;
     await(isTimedOut);
     for (int piece = 0; piece < 20; ++piece) {
       service.write(tag, links(1, Middle));
@@ -185,17 +187,20 @@ TEST(AnswerTooLate, IsTakenBeforeAMessageIsSent) {
     service.write(tag, links(1, Last));
   });
   client.expectTimeout();
+  await(isBegun);
   isTimedOut = true;
   EXPECT_TRUE(client.sendNote());
   EXPECT_TRUE(isOver) << "until then, a service reads nothing";
 }
 
 TEST(AnswerTooLate, CostsNothingWhenItIsTaken) {
+  std::atomic<bool> isBegun{false};
   std::atomic<bool> isTimedOut{false};
   std::atomic<bool> isTaken{false};
   std::atomic<bool> isForgotten{false};
   Client client([&](RawService& service, std::uint32_t tag) {
     service.write(tag, links(1, First));
+    isBegun = true;
     await(isTimedOut);
     service.write(tag, links(1, Last));
     await(isTaken);
@@ -203,6 +208,7 @@ TEST(AnswerTooLate, CostsNothingWhenItIsTaken) {
     isForgotten = true;
   });
   client.expectTimeout();
+  await(isBegun);
   isTimedOut = true;
   EXPECT_TRUE(client.sendNote());
   isTaken = true;

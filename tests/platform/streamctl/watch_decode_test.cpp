@@ -113,6 +113,8 @@ TEST_F(WatchDecode, AClockHasATempo) {
     return std::ranges::any_of(lines, [](const std::string& line) { return line.ends_with(" bpm"); });
   });
   EXPECT_TRUE(measured) << watch->output();
+  watch->signal(SIGINT);
+  EXPECT_EQ(watch->end(), ExitStatus::exited(0));
   EXPECT_THAT(linesOf(watch->output()), testing::Each(testing::MatchesRegex("DeckOut2 - clock( [0-9]+\\.[0-9] bpm)?")));
 }
 

@@ -202,6 +202,7 @@ TEST_F(JackGraph, ConnectionsAreReadWhileOthersAreServed) {
   JackPeer synth("synth", {}, {"in"});
   slow.tool("jack_connect", {"keys:out7", "synth:in"});
   Driven driven;
+  ASSERT_TRUE(driven.runUntil([&] { return !driven.links.empty(); }));
   EXPECT_THAT(driven.links, ElementsAre("keys:out7 synth:in")) << "what exists at the start";
   keys.renameSource("out7", "loud");
   std::this_thread::sleep_for(std::chrono::milliseconds(50));
