@@ -61,9 +61,13 @@ enum class Thread { ThatPrints, Another };
   // A thread that is just starting takes a signal away from the first one, so it is there only where it is meant.
   std::thread other;
   if (interrupted == Thread::Another) {
-    other = std::thread([] {
+    std::atomic<bool> isThere{false};
+    other = std::thread([&isThere] {
+      isThere = true;
       for (;;) pause();
     });
+    // ThreadSanitizer may lose a signal that comes while a thread starts.
+    while (!isThere) std::this_thread::yield();
     sigset_t term;
     sigemptyset(&term);
     sigaddset(&term, SIGTERM);
