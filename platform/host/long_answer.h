@@ -34,7 +34,7 @@ class LongAnswer {
 
 // The ports of the device. Leaves out groups and sides all of whose ports are removed. All pieces show one moment: if
 // the topology changes between them, the answer begins anew. When that has happened three times, the pieces follow at
-// once: a device that always changes is a small one.
+// once, unless they have very many names.
 std::unique_ptr<LongAnswer> topologyAnswer(const service::Service& service, std::uint64_t firstHandle);
 
 // The names in other systems, likewise. A name beyond 1,024 bytes is cut.
